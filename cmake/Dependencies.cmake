@@ -1,0 +1,22 @@
+# Every library that the design names, found once. scripts/packages.sh lists the packages that hold them.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(LibXml2 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(fmt REQUIRED)
+find_package(spdlog REQUIRED)
+
+pkg_check_modules(SDBUS REQUIRED IMPORTED_TARGET libsystemd)
+pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
+  xcb xcb-xinput xcb-xtest xcb-xkb xcb-shape xcb-randr xcb-xfixes xcb-res xcb-ewmh xcb-icccm xcb-keysyms
+  xkbcommon xkbcommon-x11)
+
+if(JUMPLARK_BUILD_TESTS)
+  find_package(GTest REQUIRED)
+  include(GoogleTest)
+endif()
+if(JUMPLARK_BUILD_BENCH)
+  find_package(benchmark REQUIRED)
+endif()

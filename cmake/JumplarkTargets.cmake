@@ -1,0 +1,36 @@
+# One target a folder. jumplark_library(NAME SOURCES ... DEPENDS ...) makes the static library of the folder it is called
+# in; every folder includes headers by their path below src/, so a look at an #include tells the layer.
+
+set(JUMPLARK_WARNINGS -Wall -Wextra -Werror)
+if(JUMPLARK_SANITIZE)
+  add_compile_options(-fsanitize=${JUMPLARK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${JUMPLARK_SANITIZE})
+endif()
+
+function(jumplark_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  if(ARG_SOURCES)
+    add_library(${name} STATIC ${ARG_SOURCES})
+    set(visibility PUBLIC)
+    target_compile_options(${name} PRIVATE ${JUMPLARK_WARNINGS})
+  else()
+    add_library(${name} INTERFACE)
+    set(visibility INTERFACE)
+  endif()
+  target_include_directories(${name} ${visibility} ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} ${visibility} ${ARG_DEPENDS})
+endfunction()
+
+# jumplark_test(NAME SOURCES ... DEPENDS ... [LABELS ...]) makes a GoogleTest program whose cases CTest lists one by one.
+function(jumplark_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;DEPENDS;LABELS" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_compile_options(${name} PRIVATE ${JUMPLARK_WARNINGS})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
+endfunction()

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/Token.h"
+
+namespace jumplark {
+
+class AccessibilityPlatform;
+class InputPlatform;
+class Queues;
+class RandomSource;
+class Screens;
+class Workspace;
+
+/// The interfaces through which the core reaches everything outside it. One set is installed at a time for the process.
+struct Platform {
+  AccessibilityPlatform* accessibility = nullptr;
+  Workspace* workspace = nullptr;
+  Screens* screens = nullptr;
+  InputPlatform* input = nullptr;
+  Queues* queues = nullptr;
+  RandomSource* random = nullptr;
+
+  /// The installed set. Throws std::logic_error when none is.
+  static const Platform& current();
+
+  /// Installs a set until the token is destroyed, which brings back the one before. The caller keeps the interfaces
+  /// alive that long, and installs and removes only while no other thread uses the core.
+  static Token install(const Platform& platform);
+};
+
+}  // namespace jumplark

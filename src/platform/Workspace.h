@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace jumplark {
+
+/// A running application that has an interface.
+struct RunningApplication {
+  int32_t pid = -1;
+  std::string bundleIdentifier;  ///< the desktop-file id on Linux; may be empty
+  std::string name;              ///< as a person would call it
+  bool operator==(const RunningApplication&) const = default;
+};
+
+/// Option of Workspace::activate: bring the application in front even if the user is working in another.
+inline constexpr uint32_t kActivateIgnoringOtherApps = 2;
+
+/// The bundle identifier under which the panel (dock) is found.
+inline constexpr const char* kDockBundleIdentifier = "com.apple.dock";
+
+/// The applications that are running and which of them is in front. Calls may come from any thread and never wait for
+/// an application.
+class Workspace {
+ public:
+  virtual ~Workspace() = default;
+
+  virtual std::optional<RunningApplication> frontmostApplication() = 0;
+  /// The applications with windows on screen, the front one first, each once.
+  virtual std::vector<RunningApplication> applicationsFrontToBack() = 0;
+  virtual std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) = 0;
+  virtual std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) = 0;
+  /// Asks for the application to come to the front; false when it is not there.
+  virtual bool activate(int32_t pid, uint32_t options) = 0;
+};
+
+}  // namespace jumplark
