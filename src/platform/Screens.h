@@ -16,6 +16,12 @@ class Screens {
 
   /// The frames of all screens, the primary one first; empty when there is none.
   virtual std::vector<Rect> frames() = 0;
+  /// The frame of the primary screen; a zero rectangle when there is none. Answered from memory (every rectangle that
+  /// is converted asks for it), and up to date after each change that onFramesChanged tells of.
+  virtual Rect primaryFrame() {
+    const std::vector<Rect> all = frames();
+    return all.empty() ? Rect{} : all.front();
+  }
   /// The pointer. The pixel row y (from the top) is reported as top - y - 1, so that the conversion to top-left
   /// coordinates gives that very row.
   virtual Point pointerLocation() = 0;
