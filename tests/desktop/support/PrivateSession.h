@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "desktop/support/Process.h"
+
+namespace jumplark::desktop {
+
+enum class WindowManager { xfwm4, xfwm4Compositor, openbox, openboxPicom, none };
+
+/// A rectangle in pixels of the root window, top-left origin.
+struct PixelRect {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+  bool operator==(const PixelRect&) const = default;
+  bool contains(int px, int py) const { return px >= x && px < x + width && py >= y && py < y + height; }
+};
+
+struct SessionOptions {
+  WindowManager windowManager = WindowManager::xfwm4;
+  int width = 1280;
+  int height = 900;
+  std::vector<PixelRect> monitors = {};  ///< none: the whole screen is one
+  bool accessibility = true;             ///< an accessibility bus, switched on
+  bool sessionBus = true;                ///< without it there is no accessibility bus either
+};
+
+/// A viewable X window with a title or a class: a managed one, or an open menu.
+struct SessionWindow {
+  uint32_t id = 0;
+  std::string title;
+  std::string className;  ///< both parts of WM_CLASS, a space between
+  int pid = -1;           ///< _NET_WM_PID; -1 without
+  bool overrideRedirect = false;
+  PixelRect rect;  ///< of the client's own window
+};
+
+/// A graphical session of its own: X server, session bus, accessibility bus, window manager, home folder; made by
+/// scripts/private-session, which also ends everything when this process dies in whatever way. Programs that are
+/// started here see nothing of the session that the tests run in. All calls from one thread, except runs of
+/// `environment()`.
+class PrivateSession {
+ public:
+  /// Returns when the session is ready for applications (windows get managed, the accessibility bus answers and is
+  /// switched on, the compositor runs). Throws std::runtime_error with the reason when it does not come up.
+  explicit PrivateSession(const SessionOptions& options = {});
+  PrivateSession(const PrivateSession&) = delete;
+  PrivateSession& operator=(const PrivateSession&) = delete;
+  /// Kills every program of the session and removes its folder.
+  ~PrivateSession();
+
+  /// Everything that a program of the session gets: DISPLAY, DBUS_SESSION_BUS_ADDRESS, HOME and so on.
+  const Environment& environment() const { return environment_; }
+  const std::string& display() const { return environment_.at("DISPLAY"); }
+  /// Removed at the end of the session.
+  const std::string& folder() const { return folder_; }
+
+  /// Makes this process itself a member: replaces its environment until the returned object is destroyed, so that code
+  /// linked into a test reaches the session. Only while no other thread reads the environment.
+  [[nodiscard]] std::shared_ptr<void> adoptEnvironment() const;
+
+  /// Starts a program; `extra` goes over the environment. The session keeps it until it is destroyed.
+  Process& start(const Arguments& arguments, const Environment& extra = {});
+  /// Runs a program to its end, or kills it at the limit.
+  Finished run(const Arguments& arguments, Milliseconds limit = kPatience, const Environment& extra = {});
+
+  /// All viewable windows with a title or a class, in stacking order, the topmost last.
+  std::vector<SessionWindow> windows() const;
+  std::optional<SessionWindow> findWindow(const std::function<bool(const SessionWindow&)>& wanted) const;
+  /// The first window to appear that is wanted; throws std::runtime_error naming what there is instead.
+  SessionWindow waitForWindow(const std::function<bool(const SessionWindow&)>& wanted, Milliseconds limit = kPatience);
+  SessionWindow waitForWindowTitled(const std::string& title, Milliseconds limit = kPatience);
+  SessionWindow waitForWindowOf(pid_t pid, Milliseconds limit = kPatience);
+  /// The window that _NET_ACTIVE_WINDOW names; 0 when none.
+  uint32_t activeWindow() const;
+
+  /// The colour that shows at a pixel of the root, 0xRRGGBB.
+  uint32_t pixel(int x, int y) const;
+  /// What shows in a rectangle, row by row, 0xRRGGBB; the part outside the screen is left out.
+  std::vector<uint32_t> pixels(const PixelRect& rect) const;
+  /// The whole screen as a PNG file; false when it could not be written.
+  bool screenshot(const std::string& path);
+  /// One call of xdotool with these arguments, for keys and pointer movements; throws when it fails.
+  void keys(const Arguments& xdotoolArguments);
+
+ private:
+  class Display;
+  void serve(const SessionOptions& options);
+  void end();
+
+  Environment environment_;
+  std::string folder_;
+  pid_t server_ = -1;
+  int serverInput_ = -1;
+  size_t started_ = 0;
+  std::unique_ptr<Display> display_;
+  std::vector<std::unique_ptr<Process>> processes_;
+};
+
+}  // namespace jumplark::desktop

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "desktop/support/PrivateSession.h"
+
+namespace jumplark::desktop {
+
+/// The tests' own look at the X server. Errors about windows that vanish meanwhile leave them out.
+class PrivateSession::Display {
+ public:
+  /// Throws std::runtime_error when the server cannot be reached.
+  explicit Display(const std::string& name);
+  Display(const Display&) = delete;
+  Display& operator=(const Display&) = delete;
+  ~Display() { xcb_disconnect(connection_); }
+
+  std::vector<SessionWindow> windows() const;
+  uint32_t activeWindow() const;
+  bool compositorRuns() const;
+  std::vector<uint32_t> pixels(const PixelRect& rect) const;
+
+ private:
+  xcb_atom_t atom(const char* name) const;
+  std::string text(xcb_window_t window, xcb_atom_t property) const;
+  std::optional<uint32_t> number(xcb_window_t window, xcb_atom_t property) const;
+  std::optional<SessionWindow> describe(xcb_window_t window) const;
+  void collect(xcb_window_t parent, int depth, std::vector<SessionWindow>& found) const;
+
+  xcb_connection_t* connection_;
+  xcb_screen_t* screen_ = nullptr;
+  xcb_atom_t netWmName_ = 0;
+  xcb_atom_t netWmPid_ = 0;
+  xcb_atom_t netActiveWindow_ = 0;
+};
+
+}  // namespace jumplark::desktop
