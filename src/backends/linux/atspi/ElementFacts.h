@@ -73,6 +73,8 @@ struct ElementFacts {
   facts::Set known = 0;
 
   uint32_t role = 0;  ///< AtspiRole number
+  /// SHOWING means here that the element is on screen, also for toolkits that set it on the frame only (GTK 4: VISIBLE
+  /// with a size inside the window).
   uint64_t states = 0;
   uint32_t interfaces = 0;  ///< interface_bit
   ElementRef parent;        ///< empty for an application

@@ -1,0 +1,77 @@
+#include "backends/linux/atspi/FactsWorthReading.h"
+
+#include "backends/linux/atspi/AtspiRoles.h"
+
+namespace jumplark::atspi {
+
+namespace {
+
+bool isCaptionedChooser(uint32_t number) {
+  switch (number) {
+    case role::comboBox:
+    case role::slider:
+    case role::dial:
+    case role::spinButton:
+    case role::dateEditor:
+    case role::switchRole:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool isPlainControl(uint32_t number) {
+  switch (number) {
+    case role::checkBox:
+    case role::radioButton:
+    case role::pushButton:
+    case role::pushButtonMenu:
+    case role::toggleButton:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+bool isTextEntry(const ElementFacts& element) {
+  switch (element.role) {
+    case role::entry:
+    case role::text:
+    case role::passwordText:
+    case role::spinButton:
+    case role::terminal:
+    case role::editbar:
+    case role::autocomplete:
+    case role::dateEditor:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool mayBeLabelledByAnother(const ElementFacts& element) {
+  return isTextEntry(element) || isCaptionedChooser(element.role) ||
+         (isPlainControl(element.role) && element.name.empty());
+}
+
+facts::Set factsWorthReading(const ElementFacts& element) {
+  facts::Set wanted = 0;
+  if (mayBeLabelledByAnother(element)) {
+    wanted |= facts::relations;
+  }
+  if (isTextEntry(element)) {
+    wanted |= facts::attributes;
+  }
+  if ((element.interfaces & interface_bit::text) != 0 && element.role != role::passwordText &&
+      (isTextEntry(element) || element.name.empty())) {
+    wanted |= facts::text;
+  }
+  if ((element.interfaces & interface_bit::value) != 0) {
+    wanted |= facts::value;
+  }
+  return wanted;
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "backends/linux/atspi/ElementFacts.h"
+
+namespace jumplark::atspi {
+
+/// The groups of facts that the attributes of an enumeration ask for, beyond identity, texts, extents and children,
+/// once identity and texts of an element are known. A snapshot that prefetches them answers an enumeration without a
+/// message; one that reads more pays for what nobody asks (relations grow with the number of siblings in some
+/// toolkits).
+facts::Set factsWorthReading(const ElementFacts& element);
+
+/// True for elements that another element (a caption beside them) names, so that "AXTitleUIElement" is worth a
+/// message: entries, choosers and sliders always, other controls when they have no name of their own.
+bool mayBeLabelledByAnother(const ElementFacts& element);
+
+/// True for an element whose content is typed text: entries, spin buttons, texts, terminals, passwords.
+bool isTextEntry(const ElementFacts& element);
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "backends/linux/atspi/ElementFacts.h"
+#include "platform/AttributeValue.h"
+#include "platform/Geometry.h"
+
+struct sd_bus_message;
+
+namespace jumplark::atspi {
+
+using Clock = std::chrono::steady_clock;
+using TimePoint = Clock::time_point;
+
+/// Relation type number and its targets.
+using RelationSet = std::vector<std::pair<uint32_t, std::vector<ElementRef>>>;
+using AttributeMap = std::map<std::string, std::string>;
+
+/// Every shape that a reply is decoded into. A reply of any other shape counts as a failure of its call.
+using ReplyValue = std::variant<std::monostate, bool, int32_t, uint32_t, uint64_t, double, std::string, ElementRef,
+                                Rect, std::vector<ElementRef>, std::vector<std::string>, AttributeMap, RelationSet>;
+
+using Argument = std::variant<int32_t, uint32_t, std::string, std::vector<std::string>>;
+
+/// Reads a whole reply before anything acts on it; negative when the reply has another shape. `busName` is who
+/// answered.
+using Decoder = int (*)(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+
+/// One method call to an object of another process.
+struct MethodCall {
+  std::string busName;
+  std::string path;
+  const char* interface = "";
+  const char* member = "";
+  std::vector<Argument> arguments;
+  Decoder decode = nullptr;
+};
+
+/// A call whose reply is known to hold a T.
+template <typename T>
+struct TypedCall {
+  MethodCall call;
+};
+
+struct Reply {
+  AccessibilityError error = AccessibilityError::cannotComplete;
+  ReplyValue value;
+};
+
+/// Runs calls, all of them under way at once.
+class CallRunner {
+ public:
+  virtual ~CallRunner() = default;
+  /// One reply a call, in the order of the calls. Returns when all have been answered, or at the deadline with
+  /// cannotComplete for the rest. Any thread.
+  virtual std::vector<Reply> run(std::vector<MethodCall> calls, TimePoint deadline) = 0;
+};
+
+/// The longest text that is taken from a reply, in bytes; what is longer is cut between characters.
+inline constexpr size_t kLongestText = 65536;
+
+/// Valid UTF-8 whatever the bytes were: broken sequences become U+FFFD. Cut to kLongestText.
+std::string cleanText(std::string_view bytes);
+
+namespace decoding {
+int nothing(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int boolean(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int integer(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int number32(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int text(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int texts(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+/// Two 32-bit words, the low one first, as one number.
+int stateSet(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int reference(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int references(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int rectangle(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int attributes(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int relations(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+/// The first text of every action's three.
+int actionNames(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int integerProperty(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int doubleProperty(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int textProperty(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+int referenceProperty(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+}  // namespace decoding
+
+}  // namespace jumplark::atspi
