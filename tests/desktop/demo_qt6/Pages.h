@@ -1,0 +1,20 @@
+#pragma once
+
+class QWidget;
+
+/// The pages of the demonstration window; each reports what happens on it (see Report.h).
+namespace demo {
+
+/// Labelled fields, a password, check boxes, radio buttons, combo boxes, slider, spin box, buttons, one that opens the
+/// dialog "Confirm".
+QWidget* makeFormPage();
+/// 2,000 rows of three columns: "Item N", "Value N", "Note N". "selected row N".
+QWidget* makeTablePage();
+/// Folders that can be expanded. "expanded NAME", "collapsed NAME", "selected NAME".
+QWidget* makeTreePage();
+/// "chosen NAME".
+QWidget* makeListPage();
+/// Buttons "Entry 1" to "Entry 60", most of them below the fold.
+QWidget* makeScrollPage();
+
+}  // namespace demo
