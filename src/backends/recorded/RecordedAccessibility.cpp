@@ -1,0 +1,429 @@
+#include "backends/recorded/RecordedAccessibility.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <stdexcept>
+
+#include "backends/recorded/RecordedValues.h"
+#include "backends/recorded/RecordedWorkspace.h"
+#include "platform/Queues.h"
+
+namespace jumplark {
+namespace {
+
+constexpr double kDefaultTimeout = 0.5;  // seconds
+
+/// An application that no recording lists: its reference is good, its reads fail.
+class AbsentApplicationHandle final : public ElementHandle {
+ public:
+  explicit AbsentApplicationHandle(int32_t pid) : ElementHandle("application " + std::to_string(pid)), pid(pid) {}
+  const int32_t pid;
+};
+
+std::vector<std::string> sortedNames(const ElementStore& store, const auto& entries) {
+  std::vector<std::string> names;
+  names.reserve(entries.size());
+  for (const auto& entry : entries) {
+    names.push_back(store.nameOf(entry.first));
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+}  // namespace
+
+/// The right to look at one element: the lock, and the element unless it fails.
+struct RecordedAccessibility::Admission {
+  std::unique_lock<std::mutex> lock;
+  RecordedElement* element = nullptr;
+  AccessibilityError error = AccessibilityError::success;
+};
+
+RecordedAccessibility::RecordedAccessibility(const RecordedDesktop& desktop, const RecordedWorkspace& workspace,
+                                             Queues& queues)
+    : workspace_(workspace),
+      queues_(queues),
+      systemWide_(std::make_shared<const ElementHandle>("system-wide element")),
+      store_(desktop.elements),
+      hits_(desktop.hits) {}
+
+RecordedAccessibility::Admission RecordedAccessibility::admit(const ElementRef& element) {
+  messageCount_.fetch_add(1, std::memory_order_relaxed);
+  std::unique_lock lock(mutex_);
+  RecordedElement* found = store_.find(element);
+  if (found && found->present && found->delayMilliseconds > 0) {
+    const double allowed = timeoutOf(element) * 1000;
+    const double delay = found->delayMilliseconds;
+    lock.unlock();
+    queues_.sleep(
+        std::chrono::duration_cast<Duration>(std::chrono::duration<double, std::milli>(std::min(delay, allowed))));
+    lock.lock();
+    if (delay > allowed) {
+      return {std::move(lock), nullptr, AccessibilityError::cannotComplete};
+    }
+    found = store_.find(element);
+  }
+  if (element == systemWide_) {
+    return {std::move(lock), nullptr, AccessibilityError::attributeUnsupported};
+  }
+  if (!found || !found->present) {
+    return {std::move(lock), nullptr, AccessibilityError::invalidElement};
+  }
+  if (found->error != AccessibilityError::success) {
+    return {std::move(lock), nullptr, found->error};
+  }
+  return {std::move(lock), found, AccessibilityError::success};
+}
+
+double RecordedAccessibility::timeoutOf(const ElementRef& element) const {
+  const auto own = timeouts_.empty() ? timeouts_.end() : timeouts_.find(element);
+  return own == timeouts_.end() ? defaultTimeout_ : own->second;
+}
+
+AccessibilityResult<std::vector<std::string>> RecordedAccessibility::copyAttributeNames(const ElementRef& element) {
+  const Admission admission = admit(element);
+  if (!admission.element) {
+    return admission.error;
+  }
+  return sortedNames(store_, admission.element->attributes);
+}
+
+AccessibilityResult<std::vector<std::string>> RecordedAccessibility::copyParameterizedAttributeNames(
+    const ElementRef& element) {
+  const Admission admission = admit(element);
+  if (!admission.element) {
+    return admission.error;
+  }
+  return sortedNames(store_, admission.element->parameterized);
+}
+
+AccessibilityResult<AttributeValue> RecordedAccessibility::copyAttributeValue(const ElementRef& element,
+                                                                              const std::string& name) {
+  const Admission admission = admit(element);
+  if (!admission.element) {
+    return admission.error;
+  }
+  const AttributeValue* value = store_.attribute(*admission.element, name);
+  if (!value) {
+    return AccessibilityError::attributeUnsupported;
+  }
+  if (value->isNone()) {
+    return AccessibilityError::noValue;
+  }
+  return *value;
+}
+
+AccessibilityResult<AttributeValue> RecordedAccessibility::copyParameterizedAttributeValue(
+    const ElementRef& element, const std::string& name, const AttributeValue& parameter) {
+  const Admission admission = admit(element);
+  if (!admission.element) {
+    return admission.error;
+  }
+  const auto number = store_.numberOf(name);
+  const std::vector<RecordedAnswer>* answers = number ? admission.element->answers(*number) : nullptr;
+  if (!answers) {
+    return AccessibilityError::parameterizedAttributeUnsupported;
+  }
+  const auto answer = std::find_if(answers->begin(), answers->end(), [&](const RecordedAnswer& candidate) {
+    return !candidate.when || recorded_values::meetsCondition(parameter, *candidate.when);
+  });
+  if (answer == answers->end() || answer->value.isNone()) {
+    return AccessibilityError::noValue;
+  }
+  return answer->value;
+}
+
+AccessibilityResult<const AttributeValue::List*> RecordedAccessibility::listOf(const RecordedElement& element,
+                                                                               const std::string& name) const {
+  const AttributeValue* value = store_.attribute(element, name);
+  if (!value) {
+    return AccessibilityError::attributeUnsupported;
+  }
+  if (value->isNone()) {
+    return AccessibilityError::noValue;
+  }
+  if (!value->list()) {
+    return AccessibilityError::illegalArgument;
+  }
+  return value->list();
+}
+
+AccessibilityResult<AttributeValue::List> RecordedAccessibility::copyAttributeValues(const ElementRef& element,
+                                                                                     const std::string& name,
+                                                                                     int64_t index, int64_t maxCount) {
+  const Admission admission = admit(element);
+  if (!admission.element) {
+    return admission.error;
+  }
+  const auto list = listOf(*admission.element, name);
+  if (!list.ok()) {
+    return list.error;
+  }
+  const auto size = static_cast<int64_t>(list.value->size());
+  if (index < 0 || index > size || maxCount < 0) {
+    return AccessibilityError::illegalArgument;
+  }
+  const auto first = list.value->begin() + index;
+  return AttributeValue::List(first, first + std::min(maxCount, size - index));
+}
+
+AccessibilityResult<int64_t> RecordedAccessibility::attributeValueCount(const ElementRef& element,
+                                                                        const std::string& name) {
+  const Admission admission = admit(element);
+  if (!admission.element) {
+    return admission.error;
+  }
+  const auto list = listOf(*admission.element, name);
+  if (!list.ok()) {
+    return list.error;
+  }
+  return static_cast<int64_t>(list.value->size());
+}
+
+AttributeValue RecordedAccessibility::valueOrError(const RecordedElement& element, const std::string& name) const {
+  const AttributeValue* value = store_.attribute(element, name);
+  if (!value) {
+    return AccessibilityError::attributeUnsupported;
+  }
+  return value->isNone() ? AttributeValue(AccessibilityError::noValue) : *value;
+}
+
+AccessibilityResult<AttributeValue::List> RecordedAccessibility::copyMultipleAttributeValues(
+    const ElementRef& element, const std::vector<std::string>& names) {
+  const Admission admission = admit(element);
+  if (!admission.element) {
+    return admission.error;
+  }
+  AttributeValue::List values;
+  values.reserve(names.size());
+  for (const std::string& name : names) {
+    values.push_back(valueOrError(*admission.element, name));
+  }
+  return values;
+}
+
+AccessibilityError RecordedAccessibility::setAttributeValue(const ElementRef& element, const std::string& name,
+                                                            const AttributeValue& value) {
+  AccessibilityError result{};
+  {
+    const Admission admission = admit(element);
+    result = admission.error;
+    if (admission.element && !store_.attribute(*admission.element, name)) {
+      result = AccessibilityError::attributeUnsupported;
+    } else if (admission.element) {
+      store_.setAttribute(*admission.element, name, value);
+      hitTester_.reset();
+    }
+  }
+  note({element, name, value, false, result});
+  return result;
+}
+
+AccessibilityError RecordedAccessibility::performAction(const ElementRef& element, const std::string& action) {
+  AccessibilityError result{};
+  {
+    const Admission admission = admit(element);
+    result = admission.error;
+    if (admission.element) {
+      const auto& actions = admission.element->actions;
+      const bool offered = std::find(actions.begin(), actions.end(), action) != actions.end();
+      result = offered ? AccessibilityError::success : AccessibilityError::actionUnsupported;
+    } else if (element == systemWide_) {
+      result = AccessibilityError::actionUnsupported;
+    }
+  }
+  note({element, action, {}, true, result});
+  return result;
+}
+
+AccessibilityResult<int32_t> RecordedAccessibility::processIdentifier(const ElementRef& element) {
+  if (const auto* absent = dynamic_cast<const AbsentApplicationHandle*>(element.get())) {
+    return absent->pid;
+  }
+  const std::vector<RecordedApplication> applications = workspace_.applicationsInHitOrder();
+  const std::scoped_lock lock(mutex_);
+  const RecordedElement* current = store_.find(element);
+  if (!current || !current->present) {
+    return AccessibilityError::invalidElement;
+  }
+  // Chains may be circles: at most as many steps as there are elements.
+  for (size_t steps = 0; current && steps <= store_.all().size(); ++steps) {
+    const auto owner = std::find_if(applications.begin(), applications.end(),
+                                    [&](const RecordedApplication& other) { return other.element == current->ref; });
+    if (owner != applications.end()) {
+      return owner->pid;
+    }
+    const AttributeValue* parent = store_.attribute(*current, "AXParent");
+    current = parent && parent->element() ? store_.find(*parent->element()) : nullptr;
+  }
+  for (const RecordedApplication& application : applications) {
+    if (application.element && hitTester_.holds(application.element, element)) {
+      return application.pid;
+    }
+  }
+  return AccessibilityError::failure;
+}
+
+ElementRef RecordedAccessibility::createApplication(int32_t pid) {
+  ElementRef element = workspace_.applicationElement(pid);
+  return element ? element : ElementRef(std::make_shared<const AbsentApplicationHandle>(pid));
+}
+
+ElementRef RecordedAccessibility::systemWideElement() {
+  return systemWide_;
+}
+
+std::vector<RecordedApplication> RecordedAccessibility::hitOrder(const ElementRef& application) const {
+  std::vector<RecordedApplication> applications = workspace_.applicationsInHitOrder();
+  std::erase_if(applications, [&](const RecordedApplication& other) {
+    return !other.element || other.pid == ownProcess_ ||
+           (application != systemWide_ && !(other.element == application));
+  });
+  return applications;
+}
+
+std::optional<ElementRef> RecordedAccessibility::recordedHit(const std::vector<RecordedApplication>& applications,
+                                                             bool everywhere, float x, float y) {
+  for (const RecordedHit& hit : hits_) {
+    if (hit.x != x || hit.y != y) {
+      continue;
+    }
+    if (!hit.element) {
+      return ElementRef();
+    }
+    const RecordedElement* found = store_.find(hit.element);
+    const bool hittable = found && found->present && found->error == AccessibilityError::success;
+    const bool asked = everywhere || std::any_of(applications.begin(), applications.end(), [&](const auto& other) {
+                         return hitTester_.holds(other.element, hit.element);
+                       });
+    if (hittable && asked) {
+      return hit.element;
+    }
+  }
+  return std::nullopt;
+}
+
+AccessibilityResult<ElementRef> RecordedAccessibility::copyElementAtPosition(const ElementRef& application, float x,
+                                                                             float y) {
+  const bool everywhere = application == systemWide_;
+  if (!everywhere) {
+    const Admission admission = admit(application);
+    if (!admission.element) {
+      return admission.error;
+    }
+  }
+  std::vector<RecordedApplication> applications = hitOrder(application);
+  const std::scoped_lock lock(mutex_);
+  if (const auto hit = recordedHit(applications, everywhere, x, y)) {
+    return *hit ? AccessibilityResult(*hit) : AccessibilityResult<ElementRef>(AccessibilityError::noValue);
+  }
+  for (const RecordedApplication& candidate : applications) {
+    if (ElementRef found = hitTester_.elementAt(candidate.element, {x, y})) {
+      return found;
+    }
+  }
+  return AccessibilityError::noValue;
+}
+
+void RecordedAccessibility::setMessagingTimeout(const ElementRef& element, double seconds) {
+  const std::scoped_lock lock(mutex_);
+  const double allowed = std::isfinite(seconds) && seconds > 0 ? seconds : kDefaultTimeout;
+  if (element == systemWide_) {
+    defaultTimeout_ = allowed;
+  } else {
+    timeouts_[element] = allowed;
+  }
+}
+
+void RecordedAccessibility::prepareSnapshot(const ElementRef& application, bool visibleOnly) {
+  const std::scoped_lock lock(mutex_);
+  preparedSnapshots_.emplace_back(application, visibleOnly);
+}
+
+void RecordedAccessibility::endSnapshot() {
+  endedSnapshots_.fetch_add(1);
+}
+
+Token RecordedAccessibility::beginLiveReads() {
+  openLiveScopes_->fetch_add(1);
+  return Token([scopes = openLiveScopes_] { scopes->fetch_sub(1); });
+}
+
+ElementRef RecordedAccessibility::element(const std::string& id) const {
+  const std::scoped_lock lock(mutex_);
+  const RecordedElement* found = store_.find(std::string_view(id));
+  if (!found) {
+    throw std::logic_error("No element of the recording has the id " + id);
+  }
+  return found->ref;
+}
+
+void RecordedAccessibility::change(const std::string& id, const std::function<void(RecordedElement&)>& edit) {
+  const std::scoped_lock lock(mutex_);
+  edit(store_.define(id));
+  hitTester_.reset();
+}
+
+void RecordedAccessibility::setAttribute(const std::string& id, const std::string& name, AttributeValue value) {
+  change(id, [&](RecordedElement& element) { store_.setAttribute(element, name, std::move(value)); });
+}
+
+void RecordedAccessibility::removeAttribute(const std::string& id, const std::string& name) {
+  change(id, [&](RecordedElement& element) { store_.removeAttribute(element, name); });
+}
+
+void RecordedAccessibility::setParameterized(const std::string& id, const std::string& name,
+                                             std::vector<RecordedAnswer> answers) {
+  change(id, [&](RecordedElement& element) { store_.setAnswers(element, name, std::move(answers)); });
+}
+
+void RecordedAccessibility::setActions(const std::string& id, std::vector<std::string> actions) {
+  change(id, [&](RecordedElement& element) { element.actions = std::move(actions); });
+}
+
+void RecordedAccessibility::setError(const std::string& id, AccessibilityError error) {
+  change(id, [&](RecordedElement& element) { element.error = error; });
+}
+
+void RecordedAccessibility::setDelay(const std::string& id, double milliseconds) {
+  change(id, [&](RecordedElement& element) { element.delayMilliseconds = milliseconds; });
+}
+
+void RecordedAccessibility::removeElement(const std::string& id) {
+  change(id, [](RecordedElement& element) { element.present = false; });
+}
+
+void RecordedAccessibility::setOwnProcess(int32_t pid) {
+  const std::scoped_lock lock(mutex_);
+  ownProcess_ = pid;
+}
+
+void RecordedAccessibility::setOperationHandler(std::function<void(const RecordedOperation&)> handler) {
+  const std::scoped_lock lock(mutex_);
+  operationHandler_ = std::move(handler);
+}
+
+void RecordedAccessibility::note(RecordedOperation operation) {
+  std::function<void(const RecordedOperation&)> handler;
+  {
+    const std::scoped_lock lock(mutex_);
+    operations_.push_back(operation);
+    handler = operationHandler_;
+  }
+  if (handler) {
+    handler(operation);
+  }
+}
+
+std::vector<RecordedOperation> RecordedAccessibility::operations() const {
+  const std::scoped_lock lock(mutex_);
+  return operations_;
+}
+
+std::vector<std::pair<ElementRef, bool>> RecordedAccessibility::preparedSnapshots() const {
+  const std::scoped_lock lock(mutex_);
+  return preparedSnapshots_;
+}
+
+}  // namespace jumplark

@@ -1,0 +1,34 @@
+#include "backends/recorded/RecordedDesktop.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "backends/recorded/RecordingReader.h"
+
+namespace jumplark {
+
+RecordedDesktop RecordedDesktop::fromFile(const std::string& path) {
+  std::error_code failure;
+  if (std::filesystem::is_directory(path, failure)) {
+    throw RecordingError(fmt::format("{}: cannot be read: it is a folder", path));
+  }
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  if (!file || text.bad()) {
+    throw RecordingError(fmt::format("{}: cannot be read: {}", path, std::strerror(errno ? errno : EIO)));
+  }
+  return fromText(text.view(), path);
+}
+
+RecordedDesktop RecordedDesktop::fromText(std::string_view text, const std::string& sourceName) {
+  return RecordingReader(text, sourceName).read();
+}
+
+}  // namespace jumplark
