@@ -31,6 +31,9 @@ function(jumplark_test name)
   target_compile_options(${name} PRIVATE ${JUMPLARK_WARNINGS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
-                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
+  set(properties LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
+  if("desktop" IN_LIST ARG_LABELS)
+    list(APPEND properties RESOURCE_LOCK desktop)  # whole sessions: one at a time
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()

@@ -1,0 +1,52 @@
+#!/bin/bash
+# Installs the Debian packages that are missing for what is named: build, run, test, lint (any number of them).
+# Does nothing, and needs no rights, when everything is there.
+set -eu
+
+build=(g++ cmake ninja-build pkg-config ccache libicu-dev libxml2-dev nlohmann-json3-dev libcli11-dev libfmt-dev
+  libspdlog-dev libsystemd-dev libxcb1-dev libxcb-xinput-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-shape0-dev
+  libxcb-randr0-dev libxcb-xfixes0-dev libxcb-res0-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-keysyms1-dev
+  libxkbcommon-dev libxkbcommon-x11-dev)
+# A session on a virtual screen, an application to try the program on, and pictures of it.
+run=(xvfb xfwm4 dbus-daemon dbus-bin at-spi2-core x11-utils x11-xserver-utils xdotool imagemagick gtk-3-examples
+  adwaita-icon-theme fonts-dejavu-core procps)
+test=("${run[@]}" libgtest-dev libgmock-dev libbenchmark-dev qt6-base-dev libatspi2.0-dev openbox picom mousepad kcalc)
+lint=(clang-format clang-tidy git)
+
+wanted=()
+for list in "$@"; do
+  case $list in
+    build) wanted+=("${build[@]}") ;;
+    run) wanted+=("${run[@]}") ;;
+    test) wanted+=("${test[@]}") ;;
+    lint) wanted+=("${lint[@]}") ;;
+    *) echo "usage: $0 {build|run|test|lint}..." >&2; exit 2 ;;
+  esac
+done
+
+missing=()
+for package in "${wanted[@]}"; do
+  [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" != 0 ]; then
+  command -v sudo >/dev/null || { echo "These packages are missing; install them as root: ${missing[*]}" >&2; exit 1; }
+  as_root=(sudo)
+fi
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+install() {
+  ${as_root[@]+"${as_root[@]}"} env DEBIAN_FRONTEND=noninteractive apt-get -q -y --no-install-recommends \
+    -o DPkg::Lock::Timeout=300 install "${missing[@]}" >"$log" 2>&1 </dev/null
+}
+echo "Installing ${#missing[@]} packages: ${missing[*]}"
+# The package lists may be absent or out of date: then the first attempt fails without having changed anything.
+if ! install; then
+  { ${as_root[@]+"${as_root[@]}"} apt-get -q update >"$log" 2>&1 </dev/null && install; } || failed=yes
+fi
+if [ "${failed:-no}" = yes ]; then
+  cat "$log" >&2
+  exit 1
+fi
