@@ -164,20 +164,20 @@ TypedCall<std::monostate> registerEvent(const std::string& event) {
 }
 
 uint32_t interfaceBits(const std::vector<std::string>& names) {
-  using namespace interface_bit;
-  static constexpr std::array<std::pair<std::string_view, uint32_t>, 13> kBits{{{"Action", action},
-                                                                                {"Component", component},
-                                                                                {"Text", text},
-                                                                                {"Value", value},
-                                                                                {"EditableText", editableText},
-                                                                                {"Selection", selection},
-                                                                                {"Table", table},
-                                                                                {"TableCell", tableCell},
-                                                                                {"Document", document},
-                                                                                {"Collection", collection},
-                                                                                {"Image", image},
-                                                                                {"Hyperlink", hyperlink},
-                                                                                {"Application", application}}};
+  namespace bit = interface_bit;
+  static constexpr std::array<std::pair<std::string_view, uint32_t>, 13> kBits{{{"Action", bit::action},
+                                                                                {"Component", bit::component},
+                                                                                {"Text", bit::text},
+                                                                                {"Value", bit::value},
+                                                                                {"EditableText", bit::editableText},
+                                                                                {"Selection", bit::selection},
+                                                                                {"Table", bit::table},
+                                                                                {"TableCell", bit::tableCell},
+                                                                                {"Document", bit::document},
+                                                                                {"Collection", bit::collection},
+                                                                                {"Image", bit::image},
+                                                                                {"Hyperlink", bit::hyperlink},
+                                                                                {"Application", bit::application}}};
   constexpr std::string_view kPrefix = "org.a11y.atspi.";
   uint32_t bits = 0;
   for (const std::string& full : names) {

@@ -1,0 +1,111 @@
+#include "backends/linux/atspi/FrameMatching.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "backends/linux/atspi/AtspiRoles.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Rounding, and borders that toolkits count or do not.
+constexpr double kTolerance = 4;
+constexpr double kTitle = 4;
+constexpr double kTitlePart = 1.5;
+constexpr double kSize = 2;
+constexpr double kPosition = 2;
+/// Only decides between frames that are alike otherwise: the keyboard may be elsewhere by now.
+constexpr double kActive = 0.5;
+
+bool isNear(double a, double b) {
+  return std::abs(a - b) <= kTolerance;
+}
+
+Rect withoutShadow(const WindowFacts& window) {
+  const FrameExtents& e = window.gtkFrameExtents;
+  return {window.client.x + e.left, window.client.y + e.top, window.client.width - e.left - e.right,
+          window.client.height - e.top - e.bottom};
+}
+
+double likenessOfTitles(const std::string& name, const std::string& title) {
+  if (name.empty() || title.empty()) {
+    return 0;
+  }
+  if (name == title) {
+    return kTitle;
+  }
+  const bool part = title.find(name) != std::string::npos || name.find(title) != std::string::npos;
+  return part ? kTitlePart : -1;
+}
+
+double likenessOfRects(const Rect& reported, const WindowFacts& window, bool hasPosition) {
+  double best = 0;
+  for (const Rect& rect : std::array{window.client, window.frame, withoutShadow(window)}) {
+    const bool size = isNear(reported.width, rect.width) && isNear(reported.height, rect.height);
+    const bool position = hasPosition && isNear(reported.x, rect.x) && isNear(reported.y, rect.y);
+    best = std::max(best, (size ? kSize : 0) + (position ? kPosition : 0));
+  }
+  return best;
+}
+
+size_t bestFrame(const std::vector<FrameFacts>& frames, const std::vector<bool>& taken, const WindowFacts& window,
+                 const Toolkit& toolkit) {
+  size_t best = frames.size();
+  double most = 0;
+  for (size_t i = 0; i < frames.size(); ++i) {
+    const double score = taken[i] ? 0 : likeness(frames[i], window, toolkit);
+    if (score > most) {
+      most = score;
+      best = i;
+    }
+  }
+  return best;
+}
+
+}  // namespace
+
+double likeness(const FrameFacts& frame, const WindowFacts& window, const Toolkit& toolkit) {
+  const double titles = likenessOfTitles(frame.name, window.title);
+  const double rects = likenessOfRects(frame.reported, window, !toolkit.extentsAreWindowRelative());
+  if (titles <= 0 && rects < kSize) {
+    return 0;
+  }
+  const bool active = ((frame.states >> state::active) & 1U) != 0;
+  return titles + rects + (active ? kActive : 0);
+}
+
+std::vector<MatchedFrame> matchFrames(std::vector<FrameFacts> frames, const std::vector<WindowFacts>& windows,
+                                      const Toolkit& toolkit) {
+  std::vector<MatchedFrame> matched;
+  if (frames.size() == 1 && windows.size() == 1) {
+    matched.push_back({std::move(frames[0]), windows[0]});
+    return matched;
+  }
+  std::vector<bool> taken(frames.size(), false);
+  for (const WindowFacts& window : windows) {
+    const size_t best = bestFrame(frames, taken, window, toolkit);
+    if (best < frames.size()) {
+      taken[best] = true;
+      matched.push_back({frames[best], window});
+    }
+  }
+  return matched;
+}
+
+Point extentsOffset(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame) {
+  if (!toolkit.extentsAreWindowRelative()) {
+    return {0, 0};
+  }
+  if (window.hasGtkFrameExtents) {
+    return {window.client.x + window.gtkFrameExtents.left, window.client.y + window.gtkFrameExtents.top};
+  }
+  return {window.client.x + (window.client.width - reportedFrame.width) / 2,
+          window.client.y + (window.client.height - reportedFrame.height) / 2};
+}
+
+bool isNormalOrDialog(const WindowFacts& window) {
+  return window.type == WindowType::normal || window.type == WindowType::dialog;
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,106 @@
+#include "backends/linux/atspi/TextReading.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/TypedBatch.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// How far inside the corners to ask, so that a border or a margin is not hit.
+constexpr double kInset = 3;
+
+struct Corners {
+  int32_t first = -1;
+  int32_t last = -1;
+};
+
+void readCounts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
+  TypedBatch batch;
+  for (TextRequest& request : requests) {
+    if (const AtspiHandle* handle = handleOf(request.element)) {
+      batch.add<int32_t>(calls::characterCount(*handle),
+                         [&](int32_t& count) { request.answer.count = std::max(count, 0); });
+    }
+  }
+  batch.run(runner, deadline);
+}
+
+std::vector<Corners> readCorners(CallRunner& runner, const std::vector<TextRequest>& requests, TimePoint deadline) {
+  std::vector<Corners> corners(requests.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < requests.size(); ++i) {
+    const TextRequest& request = requests[i];
+    const bool long_ = request.answer.count > kShortText;
+    if (!request.visible || request.answer.count <= 0 || !(request.multiLine || long_)) {
+      continue;
+    }
+    const Rect& r = *request.visible;
+    const double inset = std::min({kInset, r.width / 2, r.height / 2});
+    const auto left = static_cast<int32_t>(r.minX() + inset);
+    const auto top = static_cast<int32_t>(r.minY() + inset);
+    const auto right = static_cast<int32_t>(r.maxX() - inset);
+    const auto bottom = static_cast<int32_t>(r.maxY() - inset);
+    const AtspiHandle& handle = *handleOf(request.element);
+    batch.add<int32_t>(calls::offsetAtPoint(handle, left, top), [&, i](int32_t& at) { corners[i].first = at; });
+    batch.add<int32_t>(calls::offsetAtPoint(handle, right, bottom), [&, i](int32_t& at) { corners[i].last = at; });
+  }
+  batch.run(runner, deadline);
+  return corners;
+}
+
+void decideRange(TextRequest& request, const Corners& corners) {
+  TextFacts& text = request.answer;
+  const bool known = corners.first >= 0 && corners.first < text.count;
+  text.visibleStart = known ? corners.first : 0;
+  text.visibleEnd =
+      corners.last >= text.visibleStart ? std::min<int64_t>(corners.last + int64_t{1}, text.count) : text.count;
+  text.visibleEnd = std::min(text.visibleEnd, text.visibleStart + kLongestPart);
+  const bool whole = text.count <= kShortText;
+  text.fetchedStart = whole ? 0 : text.visibleStart;
+  text.fetchedEnd = whole ? text.count : text.visibleEnd;
+}
+
+}  // namespace
+
+void readTexts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
+  readCounts(runner, requests, deadline);
+  const std::vector<Corners> corners = readCorners(runner, requests, deadline);
+  TypedBatch batch;
+  for (size_t i = 0; i < requests.size(); ++i) {
+    TextRequest& request = requests[i];
+    if (request.answer.count <= 0) {
+      continue;
+    }
+    decideRange(request, corners[i]);
+    batch.add<std::string>(
+        calls::text(*handleOf(request.element), static_cast<int32_t>(request.answer.fetchedStart),
+                    static_cast<int32_t>(request.answer.fetchedEnd)),
+        [&request](std::string& text) { request.answer.fetched = std::move(text); },
+        [&request](AccessibilityError) { request.answer = TextFacts{}; });
+  }
+  batch.run(runner, deadline);
+}
+
+std::string codePoints(std::string_view text, int64_t base, int64_t start, int64_t end) {
+  int64_t offset = base;
+  size_t from = text.size();
+  size_t to = text.size();
+  for (size_t i = 0; i < text.size(); ++i) {
+    if ((static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U) {
+      continue;
+    }
+    if (offset == start) {
+      from = i;
+    }
+    if (offset == end) {
+      to = i;
+    }
+    ++offset;
+  }
+  return from < to ? std::string(text.substr(from, to - from)) : std::string();
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "backends/linux/atspi/MethodCall.h"
+
+namespace jumplark::atspi {
+
+/// What was read of one element's text. Offsets count Unicode code points.
+struct TextFacts {
+  int64_t count = -1;
+  int64_t visibleStart = 0;
+  int64_t visibleEnd = 0;  ///< exclusive
+  int64_t fetchedStart = 0;
+  int64_t fetchedEnd = 0;
+  std::string fetched;  ///< UTF-8
+
+  bool holds(int64_t start, int64_t end) const { return start >= fetchedStart && end <= fetchedEnd; }
+};
+
+/// One element whose text is to be read, and where to look for what shows of it.
+struct TextRequest {
+  ElementRef element;
+  bool multiLine = false;
+  std::optional<Rect> visible;  ///< the part that shows, in the coordinates that its toolkit takes; none: unknown
+  TextFacts answer;             ///< count stays -1 when the text could not be read
+};
+
+/// The longest text that is read whole, and the longest part that is read of a longer one, in code points.
+inline constexpr int64_t kShortText = 1000;
+inline constexpr int64_t kLongestPart = 16000;
+
+/// Reads the texts of all elements at once: a short one whole, of a longer one what lies between the characters at two
+/// corners of its visible part (the whole of a large text costs its application hundreds of times more).
+void readTexts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline);
+
+/// The code points `start` to `end - 1` of a UTF-8 text whose first one has the offset `base`.
+std::string codePoints(std::string_view text, int64_t base, int64_t start, int64_t end);
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "backends/linux/atspi/ElementFacts.h"
+
+namespace jumplark::atspi {
+
+/// Families of toolkits whose trees are read differently.
+enum class ToolkitFamily { gtk3, gtk4, qt, chromium, other };
+
+/// What an application said about the library that draws it, and which ways there are to read its tree.
+struct Toolkit {
+  ToolkitFamily family = ToolkitFamily::other;
+  std::string name;
+  std::string version;
+  std::string peerAddress;  ///< the application's own socket; empty without
+
+  /// GTK 4 sets SHOWING on the window only, so that VISIBLE and a size must decide.
+  bool tellsShowing() const { return family != ToolkitFamily::gtk4; }
+  /// GTK 4 answers extents relative to the content of its window.
+  bool extentsAreWindowRelative() const { return family == ToolkitFamily::gtk4; }
+};
+
+ToolkitFamily familyOf(const std::string& name, const std::string& version);
+
+/// What GetExtents said, as the place of an element on the screen: none for the answers that toolkits give for elements
+/// without one (smallest integers, empty or negative sizes). `offset` is added.
+std::optional<Rect> screenExtents(const Rect& reported, Point offset);
+
+/// Whether the element shows, by the states that its toolkit sets. `reported` is its uncorrected rectangle.
+bool shows(const Toolkit& toolkit, uint64_t states, const std::optional<Rect>& extents);
+
+}  // namespace jumplark::atspi
