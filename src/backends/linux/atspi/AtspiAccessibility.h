@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Accessibility.h"
+
+namespace jumplark {
+class WindowSystem;
+}
+
+namespace jumplark::atspi {
+
+class ElementSource;
+class HitTest;
+struct Subject;
+struct Vocabulary;
+
+/// The accessibility of a Linux desktop: elements of the AT-SPI bus in the "AX" vocabulary. During a snapshot reads
+/// cost no message except where they need facts that no enumeration reads.
+///
+/// Geometry is in pixels of the root window with a top-left origin. Calls may come from any thread. The source and the
+/// window system outlive it.
+class AtspiAccessibility final : public AccessibilityPlatform {
+ public:
+  AtspiAccessibility(ElementSource& source, WindowSystem& windows);
+  ~AtspiAccessibility() override;
+
+  AccessibilityResult<std::vector<std::string>> copyAttributeNames(const ElementRef& element) override;
+  AccessibilityResult<std::vector<std::string>> copyParameterizedAttributeNames(const ElementRef& element) override;
+  AccessibilityResult<AttributeValue> copyAttributeValue(const ElementRef& element, const std::string& name) override;
+  AccessibilityResult<AttributeValue> copyParameterizedAttributeValue(const ElementRef& element,
+                                                                      const std::string& name,
+                                                                      const AttributeValue& parameter) override;
+  AccessibilityResult<AttributeValue::List> copyAttributeValues(const ElementRef& element, const std::string& name,
+                                                                int64_t index, int64_t maxCount) override;
+  AccessibilityResult<int64_t> attributeValueCount(const ElementRef& element, const std::string& name) override;
+  AccessibilityResult<AttributeValue::List> copyMultipleAttributeValues(const ElementRef& element,
+                                                                        const std::vector<std::string>& names) override;
+  /// "AXFocused" can be set to true; nothing else can be written.
+  AccessibilityError setAttributeValue(const ElementRef& element, const std::string& name,
+                                       const AttributeValue& value) override;
+  /// "AXPress", "AXShowMenu" where the element offers it, and "AXRaise" of a window.
+  AccessibilityError performAction(const ElementRef& element, const std::string& action) override;
+
+  AccessibilityResult<int32_t> processIdentifier(const ElementRef& element) override;
+  ElementRef createApplication(int32_t pid) override;
+  ElementRef systemWideElement() override;
+  AccessibilityResult<ElementRef> copyElementAtPosition(const ElementRef& application, float x, float y) override;
+  void setMessagingTimeout(const ElementRef& element, double seconds) override;
+
+  void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
+  void endSnapshot() override;
+  Token beginLiveReads() override;
+
+ private:
+  AccessibilityResult<Subject> subject(const ElementRef& element, uint32_t groups);
+  AccessibilityError press(const Subject& subject);
+  AccessibilityError showMenu(const Subject& subject);
+  AccessibilityError raise(const Subject& subject);
+
+  ElementSource& source_;
+  std::unique_ptr<Vocabulary> vocabulary_;
+  std::unique_ptr<HitTest> hits_;
+  ElementRef systemWide_;
+};
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,61 @@
+#include "backends/linux/atspi/TextUnits.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace jumplark::atspi {
+
+namespace {
+
+/// Bytes of the character that begins with `lead`.
+size_t sequenceLength(unsigned char lead) {
+  if (lead >= 0xF0) {
+    return 4;
+  }
+  if (lead >= 0xE0) {
+    return 3;
+  }
+  return lead >= 0xC0 ? 2 : 1;
+}
+
+struct Measure {
+  int64_t codePoints = 0;
+  int64_t units = 0;
+  size_t bytes = 0;
+};
+
+/// Measures whole characters while they fit in `mostUnits`.
+Measure measure(std::string_view text, int64_t mostUnits) {
+  Measure total;
+  while (total.bytes < text.size()) {
+    const size_t length = sequenceLength(static_cast<unsigned char>(text[total.bytes]));
+    const int64_t units = length == 4 ? 2 : 1;
+    if (total.units + units > mostUnits) {
+      break;
+    }
+    total.units += units;
+    ++total.codePoints;
+    total.bytes = std::min(text.size(), total.bytes + length);
+  }
+  return total;
+}
+
+}  // namespace
+
+int64_t codePointCount(std::string_view text) {
+  return measure(text, INT64_MAX - 2).codePoints;
+}
+
+int64_t utf16Length(std::string_view text) {
+  return measure(text, INT64_MAX - 2).units;
+}
+
+int64_t codePointsInUnits(std::string_view text, int64_t units) {
+  return measure(text, units).codePoints;
+}
+
+std::string prefixOfUnits(std::string_view text, int64_t units) {
+  return std::string(text.substr(0, measure(text, units).bytes));
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,241 @@
+#include "backends/linux/atspi/TreeShape.h"
+
+#include <algorithm>
+
+#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/Neighbours.h"
+#include "backends/linux/atspi/RoleMap.h"
+
+namespace jumplark::atspi {
+
+namespace {
+
+/// How far up the walks go; real trees hold cycles.
+constexpr int kMostAncestors = 100;
+/// A longer list is not looked through for menu bars and tabs.
+constexpr auto kLongList = static_cast<int64_t>(Neighbours::kMostLiveChildren);
+
+bool isMenuLike(const ElementFacts& element) {
+  switch (element.role) {
+    case role::menu:
+    case role::menuItem:
+    case role::checkMenuItem:
+    case role::radioMenuItem:
+    case role::popupMenu:
+    case role::comboBox:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool isRowObject(const ElementFacts& element) {
+  return element.role == role::tableRow || element.role == role::listItem || element.role == role::treeItem;
+}
+
+bool overlapsVertically(const Rect& a, const Rect& b) {
+  return a.minY() < b.maxY() && b.minY() < a.maxY();
+}
+
+TreeShape::List listOf(const std::vector<FactsPointer>& all) {
+  std::vector<ElementRef> elements;
+  elements.reserve(all.size());
+  for (const auto& one : all) {
+    if (one) {
+      elements.push_back(one->ref);
+    }
+  }
+  const auto count = static_cast<int64_t>(elements.size());
+  return {count, std::make_shared<const std::vector<ElementRef>>(std::move(elements))};
+}
+
+}  // namespace
+
+void TreeShape::snapshotsChanged() {
+  const std::lock_guard lock(mutex_);
+  lists_.clear();
+  ++generation_;
+}
+
+bool TreeShape::isShowing(const ElementFacts& element) const {
+  if (!element.is(state::showing) || element.is(state::defunct)) {
+    return false;
+  }
+  return !element.has(facts::extents) || element.extents.has_value();
+}
+
+bool TreeShape::isLiftedMenuBar(const ElementFacts& element) const {
+  return element.role == role::menuBar && source_.menuBar(window(element)) == element.ref;
+}
+
+bool TreeShape::isBesideTab(const ElementFacts& content, const ElementFacts& tab) const {
+  return content.extents && tab.extents && !intersects(*content.extents, *tab.extents);
+}
+
+ElementRef TreeShape::parent(const ElementFacts& element) const {
+  if (element.role == role::menuBar && isLiftedMenuBar(element)) {
+    return application(element);
+  }
+  const auto above = neighbours_.parentOf(element);
+  if (above && above->role == role::pageTab) {
+    const auto tab = neighbours_.with(above, facts::extents);
+    const auto content = element.has(facts::extents) ? nullptr : neighbours_.get(element.ref, facts::extents);
+    if (tab->parent && isBesideTab(content ? *content : element, *tab)) {
+      return tab->parent;
+    }
+  }
+  return element.parent;
+}
+
+ElementRef TreeShape::window(const ElementFacts& element) const {
+  if (element.role == role::application || !element.parent) {
+    return {};
+  }
+  ElementRef here = element.ref;
+  ElementRef up = element.parent;
+  for (int step = 0; step < kMostAncestors && up; ++step) {
+    const auto above = neighbours_.get(up, facts::identity);
+    if (!above) {
+      return {};
+    }
+    if (above->role == role::application) {
+      return here;
+    }
+    here = up;
+    up = above->parent;
+  }
+  return here;
+}
+
+ElementRef TreeShape::application(const ElementFacts& element) const {
+  if (element.role == role::application) {
+    return element.ref;
+  }
+  const auto frame = neighbours_.get(window(element), facts::identity);
+  return frame ? frame->parent : ElementRef();
+}
+
+Rect TreeShape::visibleRect(const ElementFacts& element) const {
+  if (!element.extents) {
+    return Rect::null();
+  }
+  Rect clipped = *element.extents;
+  auto up = neighbours_.get(parent(element), facts::identity | facts::extents);
+  for (int step = 0; step < kMostAncestors && up && up->role != role::application; ++step) {
+    if (up->extents && up->extents->width > 0 && up->extents->height > 0) {
+      clipped = intersection(clipped, *up->extents);
+    }
+    up = neighbours_.get(parent(*up), facts::identity | facts::extents);
+  }
+  return clipped;
+}
+
+void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const {
+  to.push_back(tab);
+  const auto withExtents = neighbours_.with(tab, facts::extents | facts::children);
+  for (auto& content : neighbours_.childrenOf(*withExtents, facts::identity | facts::extents)) {
+    if (content && isBesideTab(*content, *withExtents)) {
+      to.push_back(std::move(content));
+    }
+  }
+}
+
+std::vector<FactsPointer> TreeShape::presented(const ElementFacts& element) const {
+  std::vector<FactsPointer> result;
+  const bool isTab = element.role == role::pageTab;
+  const auto self = isTab ? neighbours_.get(element.ref, facts::identity | facts::extents) : nullptr;
+  for (auto& child : neighbours_.childrenOf(element, facts::identity | facts::extents)) {
+    if (!child || (isMenuLike(element) && !isShowing(*child)) || isLiftedMenuBar(*child)) {
+      continue;
+    }
+    if (child->role == role::pageTab) {
+      addTabWithPage(child, result);
+    } else if (!(self && isBesideTab(*child, *self))) {
+      result.push_back(std::move(child));
+    }
+  }
+  if (element.role == role::application) {
+    if (auto bar = neighbours_.get(source_.menuBar(source_.focusedWindow(element.ref)), facts::identity)) {
+      result.push_back(std::move(bar));
+    }
+  }
+  return result;
+}
+
+TreeShape::List TreeShape::make(const ElementFacts& element, Which which) const {
+  auto all = presented(element);
+  if (which == Which::children) {
+    return listOf(all);
+  }
+  const auto self = neighbours_.get(element.ref, facts::identity | facts::extents);
+  const Rect viewport = which == Which::visibleRows && self ? visibleRect(*self) : Rect::infinite();
+  std::erase_if(all, [&](const FactsPointer& child) {
+    if (!isShowing(*child)) {
+      return true;
+    }
+    if (which == Which::visibleChildren || viewport.isInfinite()) {
+      return false;
+    }
+    return !child->extents || viewport.isNull() ||
+           !(isRowObject(*child) ? overlapsVertically(*child->extents, viewport)
+                                 : intersects(*child->extents, viewport));
+  });
+  return listOf(all);
+}
+
+TreeShape::List TreeShape::remembered(const ElementFacts& element, Which which) const {
+  if (!neighbours_.isInSnapshot(element.ref)) {
+    return make(element, which);
+  }
+  const std::pair key(element.ref.text(), which);
+  uint64_t generation = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto known = lists_.find(key);
+    if (known != lists_.end()) {
+      return known->second;
+    }
+    generation = generation_;
+  }
+  List made = make(element, which);
+  const std::lock_guard lock(mutex_);
+  if (generation == generation_) {
+    lists_.emplace(key, made);
+  }
+  return made;
+}
+
+TreeShape::List TreeShape::children(const ElementFacts& element) const {
+  const auto self = neighbours_.get(element.ref, facts::children);
+  if (!self) {
+    return {0, std::make_shared<const std::vector<ElementRef>>()};
+  }
+  const auto held = static_cast<int64_t>(self->children.size());
+  if (self->childrenAreVisibleOnly || self->childCount > std::max(held, kLongList)) {
+    return {std::max(self->childCount, held), nullptr};
+  }
+  if (held > kLongList) {
+    return {held, Elements(self, &self->children)};
+  }
+  return remembered(element, Which::children);
+}
+
+TreeShape::List TreeShape::visibleChildren(const ElementFacts& element) const {
+  return remembered(element, Which::visibleChildren);
+}
+
+TreeShape::List TreeShape::visibleRows(const ElementFacts& element) const {
+  return remembered(element, Which::visibleRows);
+}
+
+AccessibilityResult<std::vector<ElementRef>> TreeShape::slice(const ElementFacts& element, const List& list,
+                                                              int64_t index, int64_t count) const {
+  count = std::clamp<int64_t>(count, 0, list.count - index);
+  if (!list.elements) {
+    return source_.childrenInRange(element.ref, index, count);
+  }
+  const auto from = list.elements->begin() + index;
+  return std::vector<ElementRef>(from, from + count);
+}
+
+}  // namespace jumplark::atspi
