@@ -1,0 +1,181 @@
+#include "accessibility/JLAXElement.h"
+
+#include <gtest/gtest.h>
+
+#include "metrics/JLMetrics.h"
+#include "support/RecordedFixture.h"
+
+namespace jumplark {
+namespace {
+
+using testing::RecordedFixture;
+
+std::string childrenList(int count) {
+  std::string list;
+  for (int i = 0; i < count; ++i) {
+    list += (i ? "," : "") + std::string(R"({"ref":"c"})");
+  }
+  return "[" + list + "]";
+}
+
+const char* const kDesktop = R"({"screens":[[0,0,1440,900]], "elements":{
+  "e":{"attributes":{"AXTitle":"T","AXNull":null,"AXNumber":7,"AXPosition":{"point":[1,2]},
+       "AXBroken":{"error":-25204},"AXUnsupportedInside":{"error":-25205}}},
+  "slow":{"delay_ms":600,"attributes":{"AXTitle":"late"}}}})";
+
+JLAXElement wrapped(RecordedFixture& desktop, const char* id) {
+  return JLAXElement(desktop->accessibility().element(id));
+}
+
+TEST(JLAXElement, VisitsLongListsInBatchesAndAStopEndsOnlyTheBatch) {
+  RecordedFixture desktop(R"({"elements":{"c":{"attributes":{}},"e":{"attributes":{"AXChildren":)" + childrenList(120) +
+                          "}}}}");
+  std::vector<size_t> indexes;
+  wrapped(desktop, "e").enumerateAttributeUsingBlock("AXChildren", [&](const AttributeValue&, size_t index, bool&) {
+    indexes.push_back(index);
+  });
+  ASSERT_EQ(indexes.size(), 120U);
+  EXPECT_EQ(indexes[49], 49U);
+  EXPECT_EQ(indexes[50], 0U);
+  EXPECT_EQ(indexes[119], 19U);
+
+  int visits = 0;
+  wrapped(desktop, "e").enumerateAttributeUsingBlock("AXChildren", [&](const AttributeValue&, size_t, bool& stop) {
+    ++visits;
+    stop = true;
+  });
+  EXPECT_EQ(visits, 3);
+}
+
+TEST(JLAXElement, AsksForNamesOnceUnlessAskingFails) {
+  RecordedFixture desktop(kDesktop);
+  const JLAXElement element = wrapped(desktop, "e");
+  const uint64_t before = desktop->accessibility().messageCount();
+  EXPECT_TRUE(element.attributeExists("AXRole"));
+  EXPECT_EQ(desktop->accessibility().messageCount(), before) << "a common attribute is not asked for";
+  EXPECT_TRUE(element.attributeExists("AXTitle"));
+  EXPECT_FALSE(element.attributeExists("AXValue"));
+  EXPECT_EQ(desktop->accessibility().messageCount(), before + 1);
+
+  desktop->accessibility().setError("e", AccessibilityError::failure);
+  const JLAXElement failing = wrapped(desktop, "e");
+  EXPECT_FALSE(failing.attributeExists("AXTitle"));
+  desktop->accessibility().setError("e", AccessibilityError::success);
+  EXPECT_TRUE(failing.attributeExists("AXTitle"));
+}
+
+TEST(JLAXElement, MissingValuesAreNeutral) {
+  RecordedFixture desktop(kDesktop);
+  const JLAXElement element = wrapped(desktop, "e");
+  EXPECT_EQ(element.getPointAttribute("AXPosition"), (Point{1, 2}));
+  EXPECT_EQ(element.getPointAttribute("AXNowhere"), Point{});
+  EXPECT_EQ(element.getSizeAttribute("AXTitle"), Size{}) << "a value of another kind";
+  EXPECT_EQ(element.getRangeAttribute("AXRange"), (Range{9223372036854775807LL, -1}));
+  EXPECT_EQ(element.getAttributeArrayCount("AXTitle"), 0) << "not a list";
+  EXPECT_EQ(element.getAttributeArrayCount("AXNowhere"), -1);
+  EXPECT_TRUE(element.getArrayAttributeStartIndexMaxLength("AXTitle", 0, 5).empty());
+  EXPECT_EQ(element.getAttributeDefault("AXNull", "fallback"), AttributeValue("fallback"));
+  EXPECT_EQ(element.getElementAttribute("AXTitle"), nullptr);
+  EXPECT_FALSE(element.performAction("AXPress"));
+  const auto values = element.getMultipleAttributes({"AXTitle", "AXNowhere", "AXNumber", "AXBroken"});
+  ASSERT_EQ(values.size(), 4U);
+  EXPECT_EQ(values[0], AttributeValue("T"));
+  EXPECT_TRUE(values[1].isNone());
+  EXPECT_EQ(values[2], AttributeValue(7));
+  EXPECT_TRUE(values[3].isNone());
+  EXPECT_TRUE(wrapped(desktop, "slow").getAttribute("AXTitle").isNone()) << "longer than the time-out";
+}
+
+struct Counted {
+  std::string name;
+  AttributeValue value;
+  uint64_t counts;
+  bool unpacksToNone;
+};
+
+TEST(JLAXElement, CountsCallsUnevenly) {
+  const std::vector<Counted> cases = {
+      {"plain", "text", 1, false},
+      {"packed", Point{1, 2}, 2, false},
+      {"quiet error", AccessibilityError::attributeUnsupported, 2, true},
+      {"no value", AccessibilityError::noValue, 2, true},
+      {"reported error", AccessibilityError::cannotComplete, 3, true},
+  };
+  for (const Counted& c : cases) {
+    const uint64_t before = JLAXElement::callCount();
+    EXPECT_EQ(JLAXElement::unpackAXValue(c.value).isNone(), c.unpacksToNone) << c.name;
+    EXPECT_EQ(JLAXElement::callCount() - before, c.counts) << c.name;
+  }
+}
+
+TEST(JLAXElement, NamesEveryErrorAndCountsAllButTheSilentOnes) {
+  const std::vector<std::pair<int, std::string>> cases = {
+      {0, ""},
+      {-25212, ""},
+      {-25200, "Failure"},
+      {-25201, "Illegal Argument"},
+      {-25202, "Invalid AXUIElementRef"},
+      {-25203, "Invalid AXObserverRef"},
+      {-25204, "Messaging timeout"},
+      {-25205, "Attribute unsupported"},
+      {-25206, "Action unsupported"},
+      {-25207, "Notification unsupported"},
+      {-25208, "Not implemented"},
+      {-25209, "Notification already registered"},
+      {-25210, "Notification not registered"},
+      {-25211, "Accessibility API not enabled"},
+      {-25213, "Parameterized attribute unsupported"},
+      {-25214, "Not enough precision"},
+      {7, "Unhandled AXError code 7"},
+      {-25215, "Unhandled AXError code -25215"},
+  };
+  for (const auto& [code, name] : cases) {
+    const auto error = static_cast<AccessibilityError>(code);
+    EXPECT_EQ(JLAXElement::nameOfError(error), name) << code;
+    const uint64_t before = JLAXElement::callCount();
+    EXPECT_EQ(JLAXElement::handleAXErrorFromFunctionAtLine(error, "f", 1), error);
+    EXPECT_EQ(JLAXElement::callCount() - before, name.empty() ? 0U : 1U) << code;
+  }
+}
+
+struct CollectingService : MetricsService {
+  void trackEventWithData(const std::string& name, const std::optional<MetricData>& data) override {
+    events.emplace_back(name, data);
+  }
+  std::vector<std::pair<std::string, std::optional<MetricData>>> events;
+};
+
+TEST(JLAXElement, ReportsTheCallCountOnceAndOnlyWhenThereIsOne) {
+  RecordedFixture desktop(kDesktop);
+  JLAXElement::logAndResetCallCount();
+  auto service = std::make_shared<CollectingService>();
+  JLMetrics::sharedInstance().activateWithService(service);
+  JLAXElement::logAndResetCallCount();
+  EXPECT_TRUE(service->events.empty());
+  wrapped(desktop, "e").getPointAttribute("AXPosition");
+  JLAXElement::logAndResetCallCount();
+  JLAXElement::logAndResetCallCount();
+  JLMetrics::sharedInstance().activateWithService(nullptr);
+  wrapped(desktop, "e").getPointAttribute("AXPosition");
+  JLAXElement::logAndResetCallCount();
+  ASSERT_EQ(service->events.size(), 1U);
+  EXPECT_EQ(service->events[0].first, "ax_call_count");
+  EXPECT_EQ(service->events[0].second->at("call_count"), AttributeValue(1));
+}
+
+TEST(JLTrackSampledEvent, KeepsNothingAtRateZeroAndAllAtRateOne) {
+  RecordedFixture desktop(kDesktop);
+  auto service = std::make_shared<CollectingService>();
+  JLMetrics::sharedInstance().activateWithService(service);
+  for (int i = 0; i < 200; ++i) {
+    JLTrackSampledEvent("never", std::nullopt, 0.0F);
+    JLTrackSampledEvent("always", std::nullopt, 1.0F);
+  }
+  JLMetrics::sharedInstance().activateWithService(nullptr);
+  ASSERT_EQ(service->events.size(), 200U);
+  EXPECT_EQ(service->events[0].first, "always");
+  EXPECT_FALSE(service->events[0].second.has_value());
+}
+
+}  // namespace
+}  // namespace jumplark

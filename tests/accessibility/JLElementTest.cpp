@@ -1,0 +1,141 @@
+#include "accessibility/JLElement.h"
+
+#include <gtest/gtest.h>
+
+#include "accessibility/ScreenCoordinates.h"
+#include "support/RecordedFixture.h"
+
+namespace jumplark {
+namespace {
+
+using testing::RecordedFixture;
+
+const char* const kDesktop = R"({"screens":[[0,0,1440,900]], "frontmost":501,
+ "applications":[{"pid":501,"bundle_id":"org.example.editor","name":"Editor","element":"app"}],
+ "elements":{
+  "app":{"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"win"},"AXFocusedUIElement":{"ref":"field"},
+         "AXChildren":[{"ref":"win"}],"AXPosition":{"point":[0,0]},"AXSize":{"size":[10,10]}}},
+  "win":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"app"},"AXChildren":[{"ref":"scroll"},{"ref":"sheet"}],
+         "AXPosition":{"point":[0,0]},"AXSize":{"size":[800,600]}},"actions":["AXRaise"]},
+  "sheet":{"attributes":{"AXRole":"AXSheet","AXParent":{"ref":"win"},"AXWindow":{"ref":"win"}}},
+  "scroll":{"attributes":{"AXRole":"AXScrollArea","AXParent":{"ref":"win"},"AXWindow":{"ref":"win"},
+         "AXPosition":{"point":[100,100]},"AXSize":{"size":[200,100]}}},
+  "field":{"attributes":{"AXRole":"AXTextField","AXSubrole":"AXSearchField","AXParent":{"ref":"scroll"},
+         "AXWindow":{"ref":"win"},"AXFocused":false,
+         "AXPosition":{"point":[250,50]},"AXSize":{"size":[100,100]}}},
+  "outside":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"scroll"},
+         "AXPosition":{"point":[500,500]},"AXSize":{"size":[20,20]}}},
+  "row":{"attributes":{"AXRole":"AXRow","AXParent":{"ref":"scroll"},"AXWindow":{"ref":"win"}}},
+  "cell":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"row"},"AXWindow":{"ref":"sheet"}}},
+  "ringA":{"attributes":{"AXRole":"AXGroup","AXParent":{"ref":"ringB"},"AXSize":{"size":[5,5]}}},
+  "ringB":{"attributes":{"AXRole":"AXGroup","AXParent":{"ref":"ringA"},"AXSize":{"size":[5,5]}}},
+  "cellRing":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"cellRing"}}}
+ }})";
+
+TEST(JLElement, OneModelAReferenceUntilTheCacheIsFlushed) {
+  RecordedFixture desktop(kDesktop);
+  const auto first = desktop.element("win");
+  EXPECT_EQ(first, desktop.element("win"));
+  EXPECT_NE(JLElement::elementWithPID(501), JLElement::elementWithPID(501));
+  EXPECT_EQ(*JLElement::elementWithPID(501), *desktop.element("app"));
+  JLElement::flushCache();
+  EXPECT_NE(first, desktop.element("win"));
+  EXPECT_EQ(*first, *desktop.element("win"));
+  EXPECT_EQ(desktop->accessibility().endedSnapshots(), 1);
+}
+
+TEST(JLElement, ConvertsGeometryWithTheDeliberateOffset) {
+  RecordedFixture desktop(kDesktop);
+  EXPECT_EQ(rectFromTopLeftToBottomLeft({100, 50, 200, 30}), (Rect{100, 820, 200, 30}));
+  EXPECT_EQ(pointFromBottomLeftToTopLeft({10, 20}), (Point{10, 879}));
+  EXPECT_EQ(desktop.element("scroll")->midpoint(), (Point{200, 750}));
+}
+
+TEST(JLElement, RoundsTheScreensTopForRectanglesOnly) {
+  RecordedFixture desktop(R"({"screens":[[0,0,100,16777217]],"elements":{}})");
+  EXPECT_EQ(rectFromTopLeftToBottomLeft({0, 0, 1, 1}).y, 16777215.0);
+  EXPECT_EQ(pointFromBottomLeftToTopLeft({0, 0}).y, 16777216.0);
+}
+
+TEST(JLElement, VisibleBoundsAreClippedBelowTheApplication) {
+  RecordedFixture desktop(kDesktop);
+  EXPECT_EQ(desktop.element("app")->visibleBounds(), Rect::infinite());
+  EXPECT_EQ(desktop.element("win")->visibleBounds(), (Rect{0, 300, 800, 600}));
+  EXPECT_EQ(desktop.element("field")->visibleBounds(), (Rect{250, 750, 50, 50}));
+  EXPECT_EQ(desktop.element("outside")->visibleBounds(), Rect::null());
+}
+
+TEST(JLElement, FindsItsWindowApplicationAndFocus) {
+  RecordedFixture desktop(kDesktop);
+  EXPECT_EQ(desktop.element("cell")->window(), desktop.element("win")) << "not the window that the cell reports";
+  EXPECT_EQ(desktop.element("win")->window(), desktop.element("win"));
+  EXPECT_EQ(desktop.element("field")->application(), desktop.element("app"));
+  EXPECT_EQ(desktop.element("app")->focusedElement(), desktop.element("field"));
+  EXPECT_EQ(desktop.element("field")->focusedElement(), desktop.element("win")) << "any other element: the window";
+  EXPECT_EQ(*desktop.element("win")->sheet(), *desktop.element("sheet"));
+  EXPECT_EQ(desktop.element("scroll")->sheet(), nullptr);
+  EXPECT_EQ(desktop.element("field")->roles(), (std::vector<std::string>{"AXTextField", "AXSearchField"}));
+}
+
+TEST(JLElement, ASheetOfALaterBatchReplacesAnEarlierOne) {
+  std::string children;
+  for (int i = 0; i < 60; ++i) {
+    children += (i ? "," : "") + std::string(i == 2 || i == 3 ? R"({"ref":"early"})"
+                                                              : (i == 55 ? R"({"ref":"late"})" : R"({"ref":"other"})"));
+  }
+  RecordedFixture desktop(R"({"elements":{"win":{"attributes":{"AXRole":"AXWindow","AXChildren":[)" + children +
+                          R"(]}},"early":{"attributes":{"AXRole":"AXSheet"}},"late":{"attributes":{"AXRole":"AXSheet"}},
+                          "other":{"attributes":{"AXRole":"AXGroup"}}}})");
+  EXPECT_EQ(desktop.element("win")->sheet()->ref().text(), "late");
+}
+
+TEST(JLElement, KnowsWhatIsAboveIt) {
+  RecordedFixture desktop(kDesktop);
+  const auto field = desktop.element("field");
+  EXPECT_TRUE(field->hasParent(*desktop.element("win")));
+  EXPECT_TRUE(field->hasParent(*desktop.element("app")));
+  EXPECT_FALSE(field->hasParent(*field));
+  EXPECT_FALSE(desktop.element("win")->hasParent(*field));
+  ASSERT_EQ(field->ancestorsAndSelf().size(), 4U);
+  EXPECT_EQ(field->ancestorsAndSelf().front(), desktop.element("app"));
+}
+
+TEST(JLElement, RingsOfParentsEndAndAreFreed) {
+  RecordedFixture desktop(kDesktop);
+  std::weak_ptr<JLElement> watched;
+  {
+    const auto a = desktop.element("ringA");
+    watched = a;
+    EXPECT_EQ(a->ancestors().size(), 1U);
+    EXPECT_FALSE(a->hasParent(*desktop.element("win")));
+    EXPECT_EQ(a->parent()->parent(), a);
+    EXPECT_EQ(a->visibleBounds(), a->bounds());
+    EXPECT_EQ(desktop.element("cellRing")->window(), nullptr);
+  }
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST(JLElement, FocusBringsApplicationAndWindowForward) {
+  RecordedFixture desktop(kDesktop);
+  desktop.element("win")->focus();
+  EXPECT_EQ(desktop->workspace().activations(), (std::vector<std::pair<int32_t, uint32_t>>{{501, 2}}));
+  desktop.element("field")->focus();
+  const auto operations = desktop->accessibility().operations();
+  ASSERT_EQ(operations.size(), 2U);
+  EXPECT_EQ(operations[0].name, "AXRaise");
+  EXPECT_EQ(operations[1].name, "AXFocused");
+  EXPECT_EQ(operations[1].value, AttributeValue(true));
+}
+
+TEST(JLElement, ElementsByIdentifierAndPoint) {
+  RecordedFixture desktop(kDesktop);
+  EXPECT_EQ(JLElement::elementWithBundleID(""), nullptr);
+  EXPECT_EQ(JLElement::elementWithBundleID("org.example.none"), nullptr);
+  EXPECT_EQ(JLElement::elementWithBundleID("org.example.editor")->pid(), 501);
+  EXPECT_EQ(JLElement::elementAtPointFromBottomLeft({150, 750}), desktop.element("scroll"));
+  EXPECT_EQ(JLElement::elementAtPointFromTopLeft({299.5, 199.5}), desktop.element("scroll"));
+  EXPECT_EQ(JLElement::elementAtPointFromTopLeft({1300, 10}), nullptr);
+}
+
+}  // namespace
+}  // namespace jumplark

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "accessibility/JLElement.h"
+#include "backends/recorded/RecordedPlatform.h"
+#include "platform/Platform.h"
+
+namespace jumplark::testing {
+
+/// A recorded desktop installed as the platform for one test.
+class RecordedFixture {
+ public:
+  explicit RecordedFixture(const std::string& json)
+      : recorded_(RecordedDesktop::fromText(json, "test")), installed_(Platform::install(recorded_.platform())) {}
+  ~RecordedFixture() { JLElement::flushCache(); }
+  RecordedFixture(const RecordedFixture&) = delete;
+  RecordedFixture& operator=(const RecordedFixture&) = delete;
+
+  RecordedPlatform* operator->() { return &recorded_; }
+  JLElement::Pointer element(const std::string& id) {
+    return JLElement::elementWithElementRef(recorded_.accessibility().element(id));
+  }
+
+ private:
+  RecordedPlatform recorded_;
+  Token installed_;
+};
+
+}  // namespace jumplark::testing

@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include "support/RecordedFixture.h"
+#include "tree/JLElementTree.h"
+#include "tree/JLElementTreeEnumerator.h"
+#include "tree/StrippedNames.h"
+
+namespace jumplark {
+namespace {
+
+using testing::RecordedFixture;
+using Attributes = JLElementNode::Attributes;
+
+/// A desktop with one element whose title is given as JSON text.
+std::string desktopWithTitle(const std::string& title) {
+  return R"({"elements":{"e":{"attributes":{"AXRole":"AXButton","AXTitle":)" + title + "}}}}";
+}
+
+struct Case {
+  std::string title;  ///< JSON
+  Attributes expected;
+};
+
+TEST(JLElementNode, AddsVariantsOnlyWhereTheyDiffer) {
+  const std::vector<Case> cases = {
+      {R"("OK")", {{"Title", "OK"}}},
+      {R"("Résumé")", {{"Title", "Résumé"}, {"Title_Plain", "Resume"}}},
+      {R"("a~b")", {{"Title", "a~b"}}},
+      {R"("Save as…")", {{"Title", "Save as…"}, {"Title_Latin", "Save as"}}},
+      {R"("Файл")", {{"Title", "Файл"}, {"Title_Latin", "Fajl"}}},
+      {R"("Щука")", {{"Title", "Щука"}, {"Title_Latin", "Ŝuka"}, {"Title_Plain", "Suka"}}},
+      {R"("")", {{"Title", ""}}},
+      {R"(3.0)", {{"Title", "3"}}},
+      {R"(true)", {{"Title", "1"}}},
+      {R"("<&\"'>")", {{"Title", "<&\"'>"}}},
+  };
+  for (const Case& c : cases) {
+    RecordedFixture desktop(desktopWithTitle(c.title));
+    const auto tree = JLElementTree::tree();
+    const JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element("e"));
+    EXPECT_EQ(node->textDictionary(), c.expected) << c.title;
+  }
+}
+
+TEST(JLElementNode, ControlCharactersBecomeReplacementCharacters) {
+  RecordedFixture desktop(desktopWithTitle(R"("a\u0001b\u0000c")"));
+  const auto tree = JLElementTree::tree();
+  const JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element("e"));
+  ASSERT_FALSE(node->textDictionary().empty());
+  EXPECT_EQ(node->textDictionary().front().second, "a\uFFFDb\uFFFDc");
+}
+
+TEST(JLElementNode, TitleElementGivesASecondText) {
+  RecordedFixture desktop(R"({"screens":[[0,0,100,100]],"elements":{
+    "label":{"attributes":{"AXRole":"AXStaticText","AXValue":"Name:"}},
+    "field":{"attributes":{"AXRole":"AXTextField","AXSubrole":"AXAXOdd","AXValue":"Ada","AXTitleUIElement":{"ref":"label"},
+             "AXPosition":{"point":[1,2]},"AXSize":{"size":[3,4]}}},
+    "plain":{"attributes":{"AXRole":"AXGroup"}}}})");
+  const auto tree = JLElementTree::tree();
+  JLElementNode* field = JLElementNode::nodeWithJLElement(*tree, desktop.element("field"));
+  JLElementNode* label = JLElementNode::nodeWithJLElement(*tree, desktop.element("label"));
+  JLElementNode* plain = JLElementNode::nodeWithJLElement(*tree, desktop.element("plain"));
+  EXPECT_EQ(field->description(), "<Element Role=\"TextField\" Subrole=\"Odd\" Hash=\"" +
+                                      std::to_string(fnv1a64("field")) +
+                                      "\">\n  <Text Value=\"Ada\"/>\n  <Text Value=\"Name:\"/>\n</Element>");
+  EXPECT_EQ(field->titleNode(), nullptr) << "not in the document yet";
+  tree->addChild(tree->rootElement(), field);
+  tree->addChild(tree->rootElement(), label);
+  EXPECT_EQ(field->titleNode(), label);
+  EXPECT_EQ(field->bounds(), (Rect{1, 94, 3, 4}));
+  EXPECT_EQ(plain->textNode(), nullptr);
+  EXPECT_EQ(JLElementNode::nodeWithJLElement(*tree, nullptr), nullptr);
+}
+
+TEST(JLElementNode, SyntheticNodesHaveTextsButNoElement) {
+  RecordedFixture desktop(R"({"elements":{}})");
+  const auto tree = JLElementTree::tree();
+  JLElementNode* node = JLElementNode::nodeWithRoleAttributes(*tree, "AXGroup", {{"AXTitle", "Été"}});
+  tree->addChild(tree->rootElement(), node);
+  EXPECT_EQ(node->attribute("Role"), "AXGroup") << "the role stays as given";
+  EXPECT_EQ(node->attribute("Hash"), std::nullopt);
+  EXPECT_EQ(node->textDictionary(), (Attributes{{"AXTitle", "Été"}, {"AXTitle_Plain", "Ete"}}));
+  EXPECT_EQ(node->bounds(), Rect{});
+}
+
+TEST(JLElementTree, VisibleBoundsAreClippedFromTheRootDown) {
+  RecordedFixture desktop(R"({"screens":[[0,0,1000,1000]],"elements":{
+    "app":{"attributes":{"AXRole":"AXApplication","AXSize":{"size":[1,1]}}},
+    "box":{"attributes":{"AXRole":"AXGroup","AXPosition":{"point":[0,0]},"AXSize":{"size":[100,100]}}},
+    "in":{"attributes":{"AXRole":"AXButton","AXPosition":{"point":[90,0]},"AXSize":{"size":[20,20]}}},
+    "out":{"attributes":{"AXRole":"AXButton","AXPosition":{"point":[100,0]},"AXSize":{"size":[20,20]}}}}})");
+  const auto tree = JLElementTree::tree();
+  const auto add = [&](xmlNode* parent, const char* id) {
+    JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element(id));
+    tree->addChild(parent, node);
+    return node;
+  };
+  JLElementNode* app = add(tree->rootElement(), "app");
+  EXPECT_EQ(app->visibleBounds(), Rect::infinite());
+  xmlNode* group = tree->newGroup("MenuExtras");
+  xmlAddChild(app->xml(), group);
+  JLElementNode* grouped = add(group, "box");
+  EXPECT_EQ(grouped->visibleBounds(), Rect::infinite());
+  JLElementNode* box = add(grouped->xml(), "box");
+  EXPECT_EQ(box->visibleBounds(), (Rect{0, 900, 100, 100})) << "the one below the group clips nothing";
+  EXPECT_EQ(add(box->xml(), "in")->visibleBounds(), (Rect{90, 980, 10, 20}));
+  EXPECT_EQ(add(box->xml(), "out")->visibleBounds(), Rect::null());
+  EXPECT_EQ(add(app->xml(), "out")->visibleBounds(), (Rect{100, 980, 20, 20})) << "nor does the application";
+}
+
+TEST(JLElementTree, ANodeHandleKeepsTheDocumentAlive) {
+  RecordedFixture desktop(desktopWithTitle(R"("kept")"));
+  std::shared_ptr<JLElementNode> kept;
+  {
+    const auto tree = JLElementTree::tree();
+    JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element("e"));
+    tree->addChild(tree->rootElement(), node);
+    kept = tree->handle(node);
+  }
+  EXPECT_EQ(kept->textDictionary().front().second, "kept");
+}
+
+TEST(StrippedName, LosesEveryPrefixWhereverItStands) {
+  EXPECT_EQ(strippedName("AXButton"), "Button");
+  EXPECT_EQ(strippedName("AXMyAXRole"), "MyRole");
+  EXPECT_EQ(strippedName("AAXX"), "AX");
+  EXPECT_EQ(strippedName(""), "");
+}
+
+}  // namespace
+}  // namespace jumplark
