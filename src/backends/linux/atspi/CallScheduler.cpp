@@ -161,7 +161,8 @@ TimePoint CallScheduler::expire(TimePoint now) {
       continue;
     }
     spdlog::debug("{} does not answer", busName);
-    application->hung = true;
+    // The daemons (names without a colon) are tried again each time: without them nothing could ever be read.
+    application->hung = busName.starts_with(':');
     failUnderWay([&](const UnderWay& call) { return call.application == application.get(); },
                  AccessibilityError::cannotComplete);
     failQueued(*application, AccessibilityError::cannotComplete);

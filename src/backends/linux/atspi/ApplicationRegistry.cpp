@@ -1,0 +1,208 @@
+#include "backends/linux/atspi/ApplicationRegistry.h"
+
+#include <algorithm>
+#include <set>
+
+#include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/TypedBatch.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// A title and a size that are both right; less is not enough to hand somebody's keystrokes to a process.
+constexpr double kSurelyTheSame = 6;
+constexpr size_t kMostFrames = 200;
+
+const AtspiHandle& registryRoot() {
+  static const AtspiHandle root(calls::kRegistryName, calls::kRootPath);
+  return root;
+}
+
+}  // namespace
+
+TimePoint ApplicationRegistry::deadline() const {
+  return Clock::now() + bus_.messagingTimeout();
+}
+
+void ApplicationRegistry::forgetOldConnection() {
+  const uint64_t current = bus_.generation();
+  if (generation_ != current) {
+    generation_ = current;
+    pids_.clear();
+    toolkits_.clear();
+    sandboxed_.clear();
+  }
+}
+
+std::vector<ApplicationRegistry::Listed> ApplicationRegistry::list() {
+  const auto roots = callOnce(bus_, calls::children(registryRoot()), deadline());
+  std::vector<Listed> listed;
+  TypedBatch batch;
+  {
+    const std::lock_guard lock(mutex_);
+    forgetOldConnection();
+    listed.reserve(roots.value.size());
+    for (const ElementRef& root : roots.value) {
+      const std::string& busName = handleOf(root)->busName();
+      const auto known = pids_.find(busName);
+      listed.push_back({root, known == pids_.end() ? -1 : known->second});
+    }
+  }
+  for (Listed& entry : listed) {
+    if (entry.pid < 0) {
+      batch.add<uint32_t>(calls::processOfName(handleOf(entry.application)->busName()),
+                          [&entry](uint32_t& pid) { entry.pid = static_cast<int32_t>(pid); });
+    }
+  }
+  batch.run(bus_, deadline());
+  const std::lock_guard lock(mutex_);
+  for (const Listed& entry : listed) {
+    if (entry.pid >= 0) {
+      pids_[handleOf(entry.application)->busName()] = entry.pid;
+    }
+  }
+  return listed;
+}
+
+ElementRef ApplicationRegistry::applicationOfProcess(int32_t pid) {
+  const std::vector<Listed> listed = list();
+  const auto ofProcess = [&](int32_t wanted) {
+    const auto found = std::find_if(listed.begin(), listed.end(), [&](const Listed& e) { return e.pid == wanted; });
+    return found == listed.end() ? ElementRef() : found->application;
+  };
+  if (ElementRef application = ofProcess(pid)) {
+    return application;
+  }
+  for (const WindowFacts& window : windows_.windowsFrontToBack()) {
+    if (window.pid != pid || window.resourcePid == pid) {
+      continue;
+    }
+    if (ElementRef application = ofProcess(window.resourcePid)) {
+      const std::lock_guard lock(mutex_);
+      sandboxed_[pid] = handleOf(application)->busName();
+      return application;
+    }
+  }
+  return byWindowPlaces(pid, listed);
+}
+
+ElementRef ApplicationRegistry::byWindowPlaces(int32_t pid, const std::vector<Listed>& listed) {
+  std::vector<WindowFacts> wanted;
+  std::set<int32_t> withWindows;
+  for (WindowFacts& window : windows_.windowsFrontToBack()) {
+    withWindows.insert(window.pid);
+    withWindows.insert(window.resourcePid);
+    if (window.pid == pid && !window.hidden) {
+      wanted.push_back(std::move(window));
+    }
+  }
+  for (const Listed& entry : listed) {
+    if (wanted.empty() || withWindows.contains(entry.pid)) {
+      continue;
+    }
+    const Toolkit toolkit = toolkitOf(entry.application);
+    for (const FrameFacts& frame : framesOf(entry.application, deadline())) {
+      if (std::any_of(wanted.begin(), wanted.end(),
+                      [&](const WindowFacts& w) { return likeness(frame, w, toolkit) >= kSurelyTheSame; })) {
+        const std::lock_guard lock(mutex_);
+        sandboxed_[pid] = handleOf(entry.application)->busName();
+        return entry.application;
+      }
+    }
+  }
+  return {};
+}
+
+AccessibilityResult<int32_t> ApplicationRegistry::processOf(const std::string& busName) {
+  {
+    const std::lock_guard lock(mutex_);
+    forgetOldConnection();
+    if (const auto known = pids_.find(busName); known != pids_.end()) {
+      return known->second;
+    }
+  }
+  const auto answer = callOnce(bus_, calls::processOfName(busName), deadline());
+  if (!answer.ok()) {
+    return answer.error;
+  }
+  const std::lock_guard lock(mutex_);
+  return pids_[busName] = static_cast<int32_t>(answer.value);
+}
+
+Toolkit ApplicationRegistry::toolkitOf(const ElementRef& application) {
+  const AtspiHandle* given = handleOf(application);
+  if (!given) {
+    return {};
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    forgetOldConnection();
+    if (const auto known = toolkits_.find(given->busName()); known != toolkits_.end()) {
+      return known->second;
+    }
+  }
+  const AtspiHandle root(given->busName(), calls::kRootPath);
+  Toolkit toolkit;
+  bool answered = false;
+  TypedBatch batch;
+  batch.add<std::string>(calls::toolkitName(root), [&](std::string& name) {
+    toolkit.name = name;
+    answered = true;
+  });
+  batch.add<std::string>(calls::toolkitVersion(root), [&](std::string& version) { toolkit.version = version; });
+  batch.add<std::string>(calls::peerAddress(root), [&](std::string& address) { toolkit.peerAddress = address; });
+  batch.run(bus_, deadline());
+  toolkit.family = familyOf(toolkit.name, toolkit.version);
+  if (!toolkit.peerAddress.empty()) {
+    bus_.usePeer(given->busName(), toolkit.peerAddress);
+  }
+  const std::lock_guard lock(mutex_);
+  if (answered) {
+    toolkits_[given->busName()] = toolkit;
+  }
+  return toolkit;
+}
+
+std::vector<WindowFacts> ApplicationRegistry::windowsOf(const ElementRef& application) {
+  const AtspiHandle* handle = handleOf(application);
+  if (!handle) {
+    return {};
+  }
+  const int32_t pid = processOf(handle->busName()).value;
+  std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
+  const std::lock_guard lock(mutex_);
+  std::erase_if(windows, [&](const WindowFacts& window) {
+    const auto sandbox = sandboxed_.find(window.pid);
+    const bool own = pid > 0 && (window.pid == pid || window.resourcePid == pid);
+    const bool sandboxed = sandbox != sandboxed_.end() && sandbox->second == handle->busName();
+    return window.hidden || !(own || sandboxed);
+  });
+  return windows;
+}
+
+std::vector<FrameFacts> ApplicationRegistry::framesOf(const ElementRef& application, TimePoint deadline) {
+  const AtspiHandle* handle = handleOf(application);
+  if (!handle) {
+    return {};
+  }
+  auto children = callOnce(bus_, calls::children(*handle), deadline).value;
+  children.resize(std::min(children.size(), kMostFrames));
+  std::vector<FrameFacts> frames(children.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < children.size(); ++i) {
+    FrameFacts& frame = frames[i];
+    const AtspiHandle& child = *handleOf(children[i]);
+    batch.add<uint64_t>(calls::states(child), [&frame, &ref = children[i]](uint64_t& states) {
+      frame.states = states;
+      frame.element = ref;
+    });
+    batch.add<uint32_t>(calls::role(child), [&frame](uint32_t& role) { frame.role = role; });
+    batch.add<std::string>(calls::name(child), [&frame](std::string& name) { frame.name = std::move(name); });
+    batch.add<Rect>(calls::extents(child), [&frame](Rect& rect) { frame.reported = rect; });
+  }
+  batch.run(bus_, deadline);
+  std::erase_if(frames, [](const FrameFacts& frame) { return !frame.element; });
+  return frames;
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,331 @@
+#include "backends/linux/atspi/AtspiElementSource.h"
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+
+#include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/TypedBatch.h"
+#include "backends/linux/atspi/VisibleChildren.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// So that a silent application is recognised as such before a single call's own limit ends.
+constexpr auto kBeyondSilence = std::chrono::milliseconds(20);
+constexpr int kDeepest = 100;
+
+thread_local int liveScopes = 0;
+
+bool isLive() {
+  return liveScopes > 0;
+}
+
+ElementRef applicationOf(const AtspiHandle& element) {
+  return makeRef(element.busName(), calls::kRootPath);
+}
+
+std::vector<ElementSource::Frame> framesFrom(const std::vector<MatchedFrame>& matched) {
+  std::vector<ElementSource::Frame> frames;
+  frames.reserve(matched.size());
+  for (const MatchedFrame& m : matched) {
+    frames.push_back({m.frame.element, m.window.id});
+  }
+  return frames;
+}
+
+}  // namespace
+
+AtspiElementSource::AtspiElementSource(BusConnection::Options options, WindowSystem& windows)
+    : windows_(windows), bus_(std::move(options)), registry_(bus_, windows), reader_(bus_, registry_) {}
+
+TimePoint AtspiElementSource::deadline() const {
+  return Clock::now() + bus_.messagingTimeout() + kBeyondSilence;
+}
+
+void AtspiElementSource::applicationBecameActive(int32_t pid) {
+  if (const ElementRef application = registry_.applicationOfProcess(pid)) {
+    reader_.wake(application);
+  }
+}
+
+Point AtspiElementSource::offsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
+  if (!toolkit.extentsAreWindowRelative()) {
+    return {};
+  }
+  const Matched now = matchNow(applicationOf(element));
+  ElementRef above = makeRef(element.busName(), element.path());
+  for (int i = 0; i < kDeepest && handleOf(above); ++i) {
+    for (const MatchedFrame& m : now.matched) {
+      if (m.frame.element == above) {
+        return extentsOffset(toolkit, m.window, m.frame.reported);
+      }
+    }
+    const FactsPointer known = store_.find(above);
+    above = known ? known->parent : callOnce(bus_, calls::parent(*handleOf(above)), deadline()).value;
+  }
+  return {};
+}
+
+ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set wanted) {
+  ReadRequest request;
+  request.facts.ref = element;
+  request.wanted = wanted;
+  if (const FactsPointer known = isLive() ? nullptr : store_.find(element)) {
+    request.facts = *known;
+  }
+  const AtspiHandle* handle = handleOf(element);
+  if (handle && !request.facts.has(wanted)) {
+    request.context.toolkit = registry_.toolkitOf(applicationOf(*handle));
+    const bool needsPlace = (wanted & ~request.facts.known & (facts::extents | facts::text)) != 0;
+    request.context.offset = needsPlace ? offsetNow(*handle, request.context.toolkit) : Point{};
+  }
+  return request;
+}
+
+FactsPointer AtspiElementSource::finish(ReadRequest& request) {
+  const auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
+  if (!isLive()) {
+    store_.update(facts);
+  }
+  return facts;
+}
+
+AccessibilityResult<FactsPointer> AtspiElementSource::facts(const ElementRef& element, facts::Set wanted) {
+  if (!handleOf(element)) {
+    return AccessibilityError::invalidElement;
+  }
+  if (const FactsPointer known = snapshotFacts(element); known && known->has(wanted)) {
+    return known;
+  }
+  std::vector<ReadRequest> requests{requestFor(element, wanted)};
+  FactsReader(bus_).read(requests, deadline());
+  if (requests[0].error != AccessibilityError::success) {
+    return requests[0].error;
+  }
+  return finish(requests[0]);
+}
+
+std::vector<FactsPointer> AtspiElementSource::factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) {
+  std::vector<FactsPointer> found(elements.size());
+  std::vector<ReadRequest> requests;
+  std::vector<size_t> places;
+  for (size_t i = 0; i < elements.size(); ++i) {
+    found[i] = snapshotFacts(elements[i]);
+    if (handleOf(elements[i]) && !(found[i] && found[i]->has(wanted))) {
+      found[i] = nullptr;
+      requests.push_back(requestFor(elements[i], wanted));
+      places.push_back(i);
+    }
+  }
+  if (!requests.empty()) {
+    FactsReader(bus_).read(requests, deadline());
+  }
+  for (size_t i = 0; i < requests.size(); ++i) {
+    if (requests[i].error == AccessibilityError::success) {
+      found[places[i]] = finish(requests[i]);
+    }
+  }
+  return found;
+}
+
+FactsPointer AtspiElementSource::snapshotFacts(const ElementRef& element) {
+  return isLive() || !element ? nullptr : store_.find(element);
+}
+
+AccessibilityResult<std::vector<ElementRef>> AtspiElementSource::childrenInRange(const ElementRef& element,
+                                                                                 int64_t index, int64_t count) {
+  const AtspiHandle* handle = handleOf(element);
+  if (!handle) {
+    return AccessibilityError::invalidElement;
+  }
+  if (index < 0 || count < 0) {
+    return AccessibilityError::illegalArgument;
+  }
+  const FactsPointer known = snapshotFacts(element);
+  if (known && known->has(facts::children) && !known->childrenAreVisibleOnly) {
+    const auto size = static_cast<int64_t>(known->children.size());
+    const auto first = known->children.begin() + std::min(index, size);
+    return std::vector<ElementRef>(first, first + std::min(count, size - std::min(index, size)));
+  }
+  const auto total = callOnce(bus_, calls::childCount(*handle), deadline());
+  if (!total.ok()) {
+    return total.error;
+  }
+  const int64_t left = std::max<int64_t>(total.value - index, 0);
+  return childrenOneByOne(bus_, *handle, index, std::min(count, left), deadline());
+}
+
+ElementRef AtspiElementSource::application(int32_t pid) {
+  if (!isLive()) {
+    if (ElementRef known = store_.applicationOf(pid)) {
+      return known;
+    }
+  }
+  return registry_.applicationOfProcess(pid);
+}
+
+AccessibilityResult<int32_t> AtspiElementSource::processIdentifier(const ElementRef& element) {
+  const AtspiHandle* handle = handleOf(element);
+  return handle ? registry_.processOf(handle->busName())
+                : AccessibilityResult<int32_t>(AccessibilityError::invalidElement);
+}
+
+AtspiElementSource::Matched AtspiElementSource::matchNow(const ElementRef& application) {
+  Matched now;
+  now.toolkit = registry_.toolkitOf(application);
+  now.frames = registry_.framesOf(application, deadline());
+  const std::vector<WindowFacts> windows = registry_.windowsOf(application);
+  now.hasWindows = !windows.empty();
+  now.matched = matchFrames(now.frames, windows, now.toolkit);
+  return now;
+}
+
+ElementRef AtspiElementSource::focusedWindow(const ElementRef& application) {
+  if (!isLive()) {
+    if (auto known = store_.ask<ElementRef>(application, [](const Snapshot& s) { return s.focusedWindow; })) {
+      return *known;
+    }
+  }
+  const Matched now = matchNow(application);
+  return focusedFrame(now.matched, now.frames, now.hasWindows);
+}
+
+std::vector<ElementSource::Frame> AtspiElementSource::frames(const ElementRef& application) {
+  if (!isLive()) {
+    if (auto known =
+            store_.ask<std::vector<Frame>>(application, [](const Snapshot& s) { return framesFrom(s.frames); })) {
+      return *known;
+    }
+  }
+  return framesFrom(matchNow(application).matched);
+}
+
+ElementRef AtspiElementSource::menuBar(const ElementRef& window) {
+  const AtspiHandle* handle = handleOf(window);
+  if (!handle) {
+    return {};
+  }
+  using Found = std::pair<ElementRef, ElementRef>;
+  const ElementRef application = applicationOf(*handle);
+  const auto known =
+      store_.ask<Found>(application, [](const Snapshot& s) { return Found(s.focusedWindow, s.menuBar); });
+  if (known && known->first == window && !isLive()) {
+    return known->second;
+  }
+  const auto now = reader_.read(application, true, {});
+  return now->focusedWindow == window ? now->menuBar : ElementRef();
+}
+
+ElementRef AtspiElementSource::focusedElement(const ElementRef& application) {
+  if (!isLive()) {
+    if (auto known = store_.ask<ElementRef>(application, [](const Snapshot& s) { return s.focusedElement; })) {
+      return *known;
+    }
+  }
+  return reader_.read(application, true, {})->focusedElement;
+}
+
+AccessibilityError AtspiElementSource::textAllowed(const ElementRef& element, FactsPointer& found) {
+  auto read = facts(element, facts::identity | facts::extents);
+  if (!read.ok()) {
+    return read.error;
+  }
+  found = read.value;
+  const bool readable = found->role != role::passwordText && (found->interfaces & interface_bit::text) != 0;
+  return readable ? AccessibilityError::success : AccessibilityError::attributeUnsupported;
+}
+
+AccessibilityResult<std::string> AtspiElementSource::textInRange(const ElementRef& element, int64_t start,
+                                                                 int64_t end) {
+  constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
+  if (start < 0 || end < start || end > kMost) {
+    return AccessibilityError::illegalArgument;
+  }
+  if (!isLive()) {
+    if (const auto text = store_.text(element); text && text->holds(start, std::min(end, text->count))) {
+      return codePoints(text->fetched, text->fetchedStart, start, end);
+    }
+  }
+  FactsPointer found;
+  if (const AccessibilityError error = textAllowed(element, found); error != AccessibilityError::success) {
+    return error;
+  }
+  const auto last = static_cast<int32_t>(std::min(end, start + kLongestPart));
+  return callOnce(bus_, calls::text(*handleOf(element), static_cast<int32_t>(start), last), deadline());
+}
+
+AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleTextRange(const ElementRef& element) {
+  if (!isLive()) {
+    if (const auto text = store_.text(element)) {
+      return std::pair(text->visibleStart, text->visibleEnd);
+    }
+  }
+  FactsPointer found;
+  if (const AccessibilityError error = textAllowed(element, found); error != AccessibilityError::success) {
+    return error;
+  }
+  std::optional<Rect> local = found->extents;
+  if (local) {
+    const AtspiHandle& handle = *handleOf(element);
+    const Point offset = offsetNow(handle, registry_.toolkitOf(applicationOf(handle)));
+    local->x -= offset.x;
+    local->y -= offset.y;
+  }
+  std::vector<TextRequest> requests{{element, found->is(state::multiLine), local, {}}};
+  readTexts(bus_, requests, deadline());
+  const TextFacts& text = requests[0].answer;
+  if (text.count < 0) {
+    return AccessibilityError::cannotComplete;
+  }
+  return std::pair(text.visibleStart, text.visibleEnd);
+}
+
+AccessibilityError AtspiElementSource::grabFocus(const ElementRef& element) {
+  const AtspiHandle* handle = handleOf(element);
+  if (!handle) {
+    return AccessibilityError::invalidElement;
+  }
+  const auto answer = callOnce(bus_, calls::grabFocus(*handle), deadline());
+  return answer.ok() && !answer.value ? AccessibilityError::failure : answer.error;
+}
+
+AccessibilityError AtspiElementSource::doAction(const ElementRef& element, int32_t index) {
+  const AtspiHandle* handle = handleOf(element);
+  if (!handle) {
+    return AccessibilityError::invalidElement;
+  }
+  const auto answer = callOnce(bus_, calls::doAction(*handle, index), deadline());
+  return answer.ok() && !answer.value ? AccessibilityError::failure : answer.error;
+}
+
+void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool visibleOnly) {
+  if (!handleOf(application)) {
+    return;
+  }
+  const uint64_t era = store_.era();
+  auto snapshot = reader_.read(application, visibleOnly, [this, era] { return store_.era() != era; });
+  store_.keep(std::move(snapshot), era);
+}
+
+void AtspiElementSource::endSnapshot() {
+  store_.clear();
+}
+
+std::vector<FactsPointer> AtspiElementSource::snapshotElements(const ElementRef& application) {
+  return isLive() ? std::vector<FactsPointer>{} : store_.inDocumentOrder(application);
+}
+
+Token AtspiElementSource::beginLiveReads() {
+  ++liveScopes;
+  return Token([] { --liveScopes; });
+}
+
+void AtspiElementSource::setMessagingTimeout(double seconds) {
+  if (seconds > 0) {
+    bus_.setMessagingTimeout(std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds)));
+  }
+}
+
+}  // namespace jumplark::atspi

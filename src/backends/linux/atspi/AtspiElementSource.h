@@ -1,0 +1,72 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "backends/linux/atspi/ApplicationRegistry.h"
+#include "backends/linux/atspi/BusConnection.h"
+#include "backends/linux/atspi/ElementFacts.h"
+#include "backends/linux/atspi/FactsReader.h"
+#include "backends/linux/atspi/SnapshotReader.h"
+#include "backends/linux/atspi/SnapshotStore.h"
+
+namespace jumplark::atspi {
+
+/// Elements of the applications on the accessibility bus. Reads answer from a snapshot where one holds the element;
+/// all others become calls to its application.
+class AtspiElementSource final : public ElementSource {
+ public:
+  AtspiElementSource(BusConnection::Options options, WindowSystem& windows);
+  explicit AtspiElementSource(WindowSystem& windows) : AtspiElementSource(BusConnection::Options{}, windows) {}
+
+  /// Reaches for the accessibility bus. Not needed before reading, but tells what is wrong, and applications that start
+  /// afterwards offer their tree.
+  BusConnection::Reachability connect() { return bus_.connect(); }
+  /// To be called when an application comes to the front, long before its snapshot: learns how to read it, and wakes a
+  /// browser's tree. Takes up to some time-outs.
+  void applicationBecameActive(int32_t pid);
+
+  AccessibilityResult<FactsPointer> facts(const ElementRef& element, facts::Set wanted) override;
+  std::vector<FactsPointer> factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) override;
+  FactsPointer snapshotFacts(const ElementRef& element) override;
+  AccessibilityResult<std::vector<ElementRef>> childrenInRange(const ElementRef& element, int64_t index,
+                                                               int64_t count) override;
+  ElementRef application(int32_t pid) override;
+  AccessibilityResult<int32_t> processIdentifier(const ElementRef& element) override;
+  ElementRef focusedWindow(const ElementRef& application) override;
+  std::vector<Frame> frames(const ElementRef& application) override;
+  ElementRef menuBar(const ElementRef& window) override;
+  ElementRef focusedElement(const ElementRef& application) override;
+  AccessibilityResult<std::string> textInRange(const ElementRef& element, int64_t start, int64_t end) override;
+  AccessibilityResult<std::pair<int64_t, int64_t>> visibleTextRange(const ElementRef& element) override;
+  AccessibilityError grabFocus(const ElementRef& element) override;
+  AccessibilityError doAction(const ElementRef& element, int32_t index) override;
+  void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
+  void endSnapshot() override;
+  std::vector<FactsPointer> snapshotElements(const ElementRef& application) override;
+  Token beginLiveReads() override;
+  void setMessagingTimeout(double seconds) override;
+
+ private:
+  struct Matched {
+    Toolkit toolkit;
+    std::vector<FrameFacts> frames;
+    std::vector<MatchedFrame> matched;
+    bool hasWindows = false;
+  };
+  Matched matchNow(const ElementRef& application);
+  ReadRequest requestFor(const ElementRef& element, facts::Set wanted);
+  Point offsetNow(const AtspiHandle& element, const Toolkit& toolkit);
+  FactsPointer finish(ReadRequest& request);
+  AccessibilityError textAllowed(const ElementRef& element, FactsPointer& found);
+  TimePoint deadline() const;
+
+  WindowSystem& windows_;
+  BusConnection bus_;
+  ApplicationRegistry registry_;
+  SnapshotReader reader_;
+  SnapshotStore store_;
+};
+
+}  // namespace jumplark::atspi

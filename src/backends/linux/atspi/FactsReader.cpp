@@ -1,0 +1,221 @@
+#include "backends/linux/atspi/FactsReader.h"
+
+#include <algorithm>
+
+#include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/TextReading.h"
+#include "backends/linux/atspi/TreeWalk.h"
+#include "backends/linux/atspi/TypedBatch.h"
+#include "backends/linux/atspi/VisibleChildren.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Groups that ask for nothing beyond what the element itself answers.
+void addTextCalls(TypedBatch& batch, ReadRequest& request) {
+  ElementFacts& e = request.facts;
+  const AtspiHandle& handle = *handleOf(e.ref);
+  batch.add<std::string>(calls::name(handle), [&e](std::string& name) {
+    e.name = std::move(name);
+    e.known |= facts::texts;
+  });
+  batch.add<std::string>(calls::description(handle), [&e](std::string& text) { e.description = std::move(text); });
+}
+
+void addIdentityCalls(TypedBatch& batch, ReadRequest& request) {
+  ElementFacts& e = request.facts;
+  const AtspiHandle& handle = *handleOf(e.ref);
+  batch.add<uint64_t>(
+      calls::states(handle),
+      [&e](uint64_t& states) {
+        e.states = states;
+        e.known |= facts::identity;
+      },
+      [&request](AccessibilityError error) { request.error = error; });
+  batch.add<uint32_t>(calls::role(handle), [&e](uint32_t& role) { e.role = role; });
+  batch.add<std::vector<std::string>>(
+      calls::interfaces(handle), [&e](std::vector<std::string>& names) { e.interfaces = calls::interfaceBits(names); });
+  batch.add<ElementRef>(calls::parent(handle), [&e](ElementRef& parent) {
+    const AtspiHandle* above = handleOf(parent);
+    // The parent of an application is the registry's desktop, which is nobody's element.
+    e.parent = above && above->busName() != calls::kRegistryName && !(parent == e.ref) ? parent : ElementRef();
+  });
+}
+
+void keepLabels(ElementFacts& e, RelationSet& set) {
+  e.known |= facts::relations;
+  e.labelledBy.clear();
+  for (auto& [type, targets] : set) {
+    if (type == calls::kRelationLabelledBy) {
+      e.labelledBy.insert(e.labelledBy.end(), targets.begin(), targets.end());
+    }
+  }
+}
+
+/// An element that cannot tell a group has none of it; only silence leaves the group unknown.
+std::function<void(AccessibilityError)> knownUnlessLate(ElementFacts& e, facts::Set group) {
+  return [&e, group](AccessibilityError error) {
+    if (error != AccessibilityError::cannotComplete && error != AccessibilityError::apiDisabled) {
+      e.known |= group;
+    }
+  };
+}
+
+bool wants(const ReadRequest& request, facts::Set group) {
+  return (request.wanted & ~request.facts.known & group) != 0;
+}
+
+}  // namespace
+
+void FactsReader::read(std::vector<ReadRequest>& requests, TimePoint deadline) {
+  std::erase_if(requests, [](const ReadRequest& request) { return !handleOf(request.facts.ref); });
+  readFirst(requests, deadline);
+  for (ReadRequest& request : requests) {
+    if (request.error == AccessibilityError::success && request.facts.is(state::defunct)) {
+      request.error = AccessibilityError::invalidElement;
+    }
+  }
+  readSecond(requests, deadline);
+  readTextGroups(requests, deadline);
+  for (ReadRequest& request : requests) {
+    if (request.error == AccessibilityError::success && !request.facts.has(request.wanted)) {
+      request.error = AccessibilityError::cannotComplete;
+    }
+  }
+}
+
+void FactsReader::readFirst(std::vector<ReadRequest>& requests, TimePoint deadline) {
+  TypedBatch batch;
+  for (ReadRequest& request : requests) {
+    ElementFacts& e = request.facts;
+    const AtspiHandle& handle = *handleOf(e.ref);
+    if (!e.has(facts::identity)) {
+      addIdentityCalls(batch, request);
+    }
+    if (wants(request, facts::texts)) {
+      addTextCalls(batch, request);
+    }
+    if (wants(request, facts::extents)) {
+      batch.add<Rect>(
+          calls::extents(handle),
+          [&](Rect& rect) {
+            e.extents = screenExtents(rect, request.context.offset);
+            e.known |= facts::extents;
+          },
+          knownUnlessLate(e, facts::extents));
+    }
+    if (wants(request, facts::children)) {
+      batch.add<int32_t>(calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, 0); });
+    }
+    if (wants(request, facts::relations)) {
+      batch.add<RelationSet>(
+          calls::relations(handle), [&e](RelationSet& set) { keepLabels(e, set); },
+          knownUnlessLate(e, facts::relations));
+    }
+    if (wants(request, facts::attributes)) {
+      batch.add<AttributeMap>(
+          calls::attributes(handle),
+          [&e](AttributeMap& map) {
+            e.attributes = std::move(map);
+            e.known |= facts::attributes;
+          },
+          knownUnlessLate(e, facts::attributes));
+    }
+    if (wants(request, facts::localizedRole)) {
+      batch.add<std::string>(
+          calls::localizedRole(handle),
+          [&e](std::string& name) {
+            e.localizedRole = std::move(name);
+            e.known |= facts::localizedRole;
+          },
+          knownUnlessLate(e, facts::localizedRole));
+    }
+  }
+  batch.run(runner_, deadline);
+}
+
+void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadline) {
+  TypedBatch batch;
+  std::vector<ElementFacts*> large;
+  for (ReadRequest& request : requests) {
+    ElementFacts& e = request.facts;
+    const AtspiHandle& handle = *handleOf(e.ref);
+    if (request.error != AccessibilityError::success) {
+      continue;
+    }
+    if (e.has(facts::extents) && !shows(request.context.toolkit, e.states, e.extents)) {
+      e.extents.reset();
+    }
+    if (wants(request, facts::value)) {
+      if (e.role == role::passwordText || (e.interfaces & interface_bit::value) == 0) {
+        e.known |= facts::value;
+      } else {
+        batch.add<double>(
+            calls::currentValue(handle),
+            [&e](double& value) {
+              e.currentValue = value;
+              e.known |= facts::value;
+            },
+            knownUnlessLate(e, facts::value));
+      }
+    }
+    if (wants(request, facts::actions)) {
+      batch.add<std::vector<std::string>>(
+          calls::actionNames(handle),
+          [&e](std::vector<std::string>& names) {
+            e.actionNames = std::move(names);
+            e.known |= facts::actions;
+          },
+          knownUnlessLate(e, facts::actions));
+    }
+    if (wants(request, facts::children) && e.childCount > TreeWalk::kMostChildren) {
+      large.push_back(&e);
+    } else if (wants(request, facts::children) && e.childCount >= 0) {
+      batch.add<std::vector<ElementRef>>(
+          calls::children(handle),
+          [&e](std::vector<ElementRef>& children) {
+            e.children = std::move(children);
+            e.known |= facts::children;
+          },
+          knownUnlessLate(e, facts::children));
+    }
+  }
+  batch.run(runner_, deadline);
+  for (ElementFacts* e : large) {
+    e->childrenAreVisibleOnly = true;
+    e->known |= facts::children;
+    if (e->extents) {
+      e->children = visibleChildren(runner_, *e, *e->extents, deadline);
+    }
+  }
+}
+
+void FactsReader::readTextGroups(std::vector<ReadRequest>& requests, TimePoint deadline) {
+  std::vector<TextRequest> texts;
+  std::vector<ElementFacts*> owners;
+  for (ReadRequest& request : requests) {
+    ElementFacts& e = request.facts;
+    if (request.error != AccessibilityError::success || !wants(request, facts::text)) {
+      continue;
+    }
+    e.known |= facts::text;
+    if (e.role == role::passwordText || (e.interfaces & interface_bit::text) == 0) {
+      continue;
+    }
+    std::optional<Rect> local = e.extents;
+    if (local) {
+      local->x -= request.context.offset.x;
+      local->y -= request.context.offset.y;
+    }
+    texts.push_back({e.ref, e.is(state::multiLine), local, {}});
+    owners.push_back(&e);
+  }
+  readTexts(runner_, texts, deadline);
+  for (size_t i = 0; i < texts.size(); ++i) {
+    owners[i]->characterCount = texts[i].answer.count;
+    owners[i]->shortText = texts[i].answer.fetched;
+  }
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "backends/linux/atspi/MethodCall.h"
+#include "backends/linux/atspi/Toolkit.h"
+
+namespace jumplark::atspi {
+
+/// What must be known of its application and window to understand an element's answers.
+struct ReadContext {
+  Toolkit toolkit;
+  Point offset;  ///< see extentsOffset
+};
+
+/// One element to read: what is known of it already, and the groups that are wanted.
+struct ReadRequest {
+  ElementFacts facts;  ///< gets what was read; `ref` must be set
+  facts::Set wanted = 0;
+  ReadContext context;
+  AccessibilityError error = AccessibilityError::success;
+};
+
+/// Reads chosen groups of single elements, all elements at once. Text and value of a password are never asked for: the
+/// role is read before them.
+class FactsReader {
+ public:
+  explicit FactsReader(CallRunner& runner) : runner_(runner) {}
+  void read(std::vector<ReadRequest>& requests, TimePoint deadline);
+
+ private:
+  void readFirst(std::vector<ReadRequest>& requests, TimePoint deadline);
+  void readSecond(std::vector<ReadRequest>& requests, TimePoint deadline);
+  void readTextGroups(std::vector<ReadRequest>& requests, TimePoint deadline);
+
+  CallRunner& runner_;
+};
+
+}  // namespace jumplark::atspi

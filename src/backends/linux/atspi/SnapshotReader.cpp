@@ -1,0 +1,183 @@
+#include "backends/linux/atspi/SnapshotReader.h"
+
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/FactsReader.h"
+#include "backends/linux/atspi/TypedBatch.h"
+
+namespace jumplark::atspi {
+namespace {
+
+constexpr auto kLimit = std::chrono::seconds(3);
+/// A browser that has just been woken fills its tree within some tens of milliseconds.
+constexpr auto kWakeLimit = std::chrono::milliseconds(400);
+constexpr auto kWakePause = std::chrono::milliseconds(20);
+/// What a browser's window holds before it has been woken.
+constexpr size_t kAsleep = 4;
+
+bool isPanel(const std::vector<WindowFacts>& windows) {
+  return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.type == WindowType::dock; });
+}
+
+Point offsetOf(const Snapshot& snapshot, const ElementRef& frame) {
+  for (const MatchedFrame& matched : snapshot.frames) {
+    if (matched.frame.element == frame) {
+      return extentsOffset(snapshot.toolkit, matched.window, matched.frame.reported);
+    }
+  }
+  return {};
+}
+
+void findLandmarks(Snapshot& snapshot) {
+  for (const ElementRef& ref : snapshot.inDocumentOrder()) {
+    const ElementFacts& e = *snapshot.elements.at(ref);
+    if (!e.has(facts::identity)) {
+      continue;
+    }
+    const bool showing = shows(snapshot.toolkit, e.states, e.extents);
+    if (e.role == role::menuBar && showing && !snapshot.menuBar) {
+      snapshot.menuBar = ref;
+    }
+    // The deepest one counts: some containers say that they are focused as well.
+    if (e.is(state::focused)) {
+      snapshot.focusedElement = ref;
+    }
+  }
+}
+
+}  // namespace
+
+ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vector<FrameFacts>& frames,
+                        bool hasWindows) {
+  const auto top =
+      std::find_if(matched.begin(), matched.end(), [](const MatchedFrame& m) { return isNormalOrDialog(m.window); });
+  if (top != matched.end()) {
+    return top->frame.element;
+  }
+  if (hasWindows) {
+    return {};
+  }
+  // Nothing is known of its windows: what the application says itself is the best there is.
+  const auto withState = [&](int number) {
+    return std::find_if(frames.begin(), frames.end(),
+                        [number](const FrameFacts& f) { return ((f.states >> number) & 1U) != 0; });
+  };
+  for (const int number : {state::active, state::showing}) {
+    if (const auto found = withState(number); found != frames.end()) {
+      return found->element;
+    }
+  }
+  return {};
+}
+
+std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bool visibleOnly,
+                                               const std::function<bool()>& cancelled) {
+  auto snapshot = std::make_unique<Snapshot>();
+  snapshot->application = application;
+  const AtspiHandle* handle = handleOf(application);
+  if (!handle) {
+    return snapshot;
+  }
+  const TimePoint deadline = Clock::now() + kLimit;
+  bus_.forgive(handle->busName());
+  snapshot->pid = registry_.processOf(handle->busName()).value;
+  snapshot->toolkit = registry_.toolkitOf(application);
+  const std::vector<FrameFacts> frames = registry_.framesOf(application, deadline);
+  const std::vector<WindowFacts> windows = registry_.windowsOf(application);
+  snapshot->frames = matchFrames(frames, windows, snapshot->toolkit);
+  snapshot->focusedWindow = focusedFrame(snapshot->frames, frames, !windows.empty());
+  snapshot->offset = offsetOf(*snapshot, snapshot->focusedWindow);
+
+  addApplication(*snapshot, frames, deadline);
+  const bool whole = isPanel(windows);
+  std::vector<ElementRef> others;
+  std::vector<ElementRef> roots;
+  for (const FrameFacts& frame : frames) {
+    (whole || frame.element == snapshot->focusedWindow ? roots : others).push_back(frame.element);
+  }
+  addOtherFrames(*snapshot, others, deadline);
+  snapshot->complete = true;
+  for (const ElementRef& root : roots) {
+    readRoot(*snapshot, root, {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled});
+  }
+  findLandmarks(*snapshot);
+  return snapshot;
+}
+
+void SnapshotReader::addApplication(Snapshot& snapshot, const std::vector<FrameFacts>& frames, TimePoint deadline) {
+  std::vector<ReadRequest> requests(1);
+  requests[0].facts.ref = snapshot.application;
+  requests[0].wanted = facts::identity | facts::texts;
+  requests[0].context = {snapshot.toolkit, {}};
+  FactsReader(bus_).read(requests, deadline);
+  auto root = std::make_shared<ElementFacts>(requests[0].facts);
+  root->parent = ElementRef();
+  root->known |= facts::children | facts::extents;
+  root->childCount = static_cast<int64_t>(frames.size());
+  for (const FrameFacts& frame : frames) {
+    root->children.push_back(frame.element);
+  }
+  snapshot.elements[snapshot.application] = std::move(root);
+}
+
+void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline) {
+  std::vector<ReadRequest> requests;
+  for (const ElementRef& frame : frames) {
+    ReadRequest request;
+    request.facts.ref = frame;
+    request.wanted = facts::identity | facts::texts | facts::extents;
+    request.context = {snapshot.toolkit, offsetOf(snapshot, frame)};
+    requests.push_back(std::move(request));
+  }
+  FactsReader(bus_).read(requests, deadline);
+  for (ReadRequest& request : requests) {
+    request.facts.parent = snapshot.application;
+    snapshot.elements[request.facts.ref] = std::make_shared<ElementFacts>(std::move(request.facts));
+  }
+}
+
+void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, WalkPlan plan) {
+  const bool sleeps = snapshot.toolkit.family == ToolkitFamily::chromium;
+  const TimePoint wakeDeadline = std::min(plan.deadline, Clock::now() + kWakeLimit);
+  if (sleeps) {
+    wakeFrames({{frame, 0, 0, {}, {}}}, wakeDeadline);
+  }
+  const FactsMap before = snapshot.elements;
+  const auto started = Clock::now();
+  for (;;) {
+    TreeWalk walk(bus_, plan, snapshot.elements, snapshot.texts);
+    walk.walk(frame, snapshot.application);
+    snapshot.complete = snapshot.complete && walk.complete();
+    const size_t found = snapshot.elements.size() - before.size();
+    if (!sleeps || found > kAsleep || !walk.complete() || Clock::now() >= wakeDeadline) {
+      break;
+    }
+    std::this_thread::sleep_for(kWakePause);
+    snapshot.elements = before;
+  }
+  spdlog::debug("Read {} elements in {:.1f} ms", snapshot.elements.size() - before.size(),
+                std::chrono::duration<double, std::milli>(Clock::now() - started).count());
+}
+
+void SnapshotReader::wake(const ElementRef& application) {
+  const Toolkit toolkit = registry_.toolkitOf(application);
+  if (toolkit.family == ToolkitFamily::chromium) {
+    const TimePoint deadline = Clock::now() + bus_.messagingTimeout();
+    wakeFrames(registry_.framesOf(application, deadline), deadline);
+  }
+}
+
+void SnapshotReader::wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline) {
+  TypedBatch batch;
+  for (const FrameFacts& frame : frames) {
+    batch.add<AttributeMap>(calls::attributes(*handleOf(frame.element)), [](AttributeMap&) {});
+  }
+  batch.run(bus_, deadline);
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "backends/linux/atspi/ApplicationRegistry.h"
+#include "backends/linux/atspi/SnapshotStore.h"
+
+namespace jumplark::atspi {
+
+/// Reads what an enumeration of one application is about to ask: the focused window whole, of the other windows only
+/// what they are. Of an application that owns a panel (a dock window) every frame is read whole.
+///
+/// There is one way of reading now, the walk that every toolkit answers; readRoot() is where a toolkit's quicker way
+/// (its cache, its collection) would be chosen.
+class SnapshotReader {
+ public:
+  SnapshotReader(BusConnection& bus, ApplicationRegistry& registry) : bus_(bus), registry_(registry) {}
+
+  /// At most a few seconds; less when the application does not answer or `cancelled` says so. Never null: what could
+  /// not be read is missing from it.
+  std::unique_ptr<Snapshot> read(const ElementRef& application, bool visibleOnly,
+                                 const std::function<bool()>& cancelled);
+  /// Browsers show an empty frame until somebody asks for more than names: asks.
+  void wake(const ElementRef& application);
+
+ private:
+  struct Reading;
+  void addApplication(Snapshot& snapshot, const std::vector<FrameFacts>& frames, TimePoint deadline);
+  void addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline);
+  void readRoot(Snapshot& snapshot, const ElementRef& frame, WalkPlan plan);
+  void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
+
+  BusConnection& bus_;
+  ApplicationRegistry& registry_;
+};
+
+/// The frame that has, or would get, the keyboard: of the topmost normal window or dialog.
+ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vector<FrameFacts>& frames,
+                        bool hasWindows);
+
+}  // namespace jumplark::atspi
