@@ -1,0 +1,194 @@
+// A client of the X server whose one window is exactly what its arguments say, and which prints what happens to it, one
+// event a line:
+//   window ID | press BUTTON X Y STATE | release BUTTON X Y STATE | key KEYCODE STATE | keyrelease KEYCODE STATE
+// X and Y are relative to the window. Arguments (all but the geometry optional):
+//   WxH+X+Y --title T --latin1-title T --class INSTANCE CLASS --type NORMAL --modal --transient ID --application-id ID
+//   --override-redirect --input X Y W H --bounding X Y W H --gtk-extents L R T B --no-pid --churn
+// With --churn it makes and destroys further windows as fast as it can.
+
+#include <unistd.h>
+#include <xcb/shape.h>
+#include <xcb/xcb.h>
+#include <xcb/xcb_icccm.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+xcb_connection_t* connection;
+xcb_screen_t* screen;
+
+xcb_atom_t atom(const std::string& name) {
+  const auto cookie = xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.c_str());
+  xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(connection, cookie, nullptr);
+  const xcb_atom_t result = reply ? reply->atom : 0;
+  std::free(reply);
+  return result;
+}
+
+void setText(xcb_window_t window, xcb_atom_t property, xcb_atom_t type, const std::string& text) {
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, property, type, 8, static_cast<uint32_t>(text.size()),
+                      text.data());
+}
+
+void setNumbers(xcb_window_t window, const char* property, xcb_atom_t type, const std::vector<uint32_t>& numbers) {
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(property), type, 32,
+                      static_cast<uint32_t>(numbers.size()), numbers.data());
+}
+
+xcb_window_t createWindow(const char* geometry, bool overrideRedirect) {
+  int x = 0;
+  int y = 0;
+  unsigned width = 100;
+  unsigned height = 100;
+  if (std::sscanf(geometry, "%ux%u+%d+%d", &width, &height, &x, &y) != 4) {
+    std::exit(2);
+  }
+  const xcb_window_t window = xcb_generate_id(connection);
+  const uint32_t values[] = {screen->white_pixel, overrideRedirect ? 1U : 0U,
+                             XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_KEY_PRESS |
+                                 XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_EXPOSURE};
+  xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, static_cast<int16_t>(x),
+                    static_cast<int16_t>(y), static_cast<uint16_t>(width), static_cast<uint16_t>(height), 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+                    XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+  xcb_size_hints_t hints{};
+  xcb_icccm_size_hints_set_position(&hints, 1, x, y);
+  xcb_icccm_size_hints_set_size(&hints, 1, static_cast<int32_t>(width), static_cast<int32_t>(height));
+  xcb_icccm_set_wm_normal_hints(connection, window, &hints);
+  return window;
+}
+
+/// The arguments, read one after the other.
+struct Options {
+  char** next;
+  char** end;
+  const char* text() { return next < end ? *next++ : ""; }
+  uint32_t number() { return static_cast<uint32_t>(std::strtoul(text(), nullptr, 0)); }
+};
+
+xcb_rectangle_t rectangle(Options& options) {
+  xcb_rectangle_t r{};
+  r.x = static_cast<int16_t>(options.number());
+  r.y = static_cast<int16_t>(options.number());
+  r.width = static_cast<uint16_t>(options.number());
+  r.height = static_cast<uint16_t>(options.number());
+  return r;
+}
+
+void shape(xcb_window_t window, xcb_shape_sk_t kind, const xcb_rectangle_t& r) {
+  xcb_shape_rectangles(connection, XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, window, 0, 0, 1, &r);
+}
+
+void apply(const std::string& name, Options& options, xcb_window_t window, bool& wantsPid, bool& churns) {
+  if (name == "--title") {
+    setText(window, atom("_NET_WM_NAME"), atom("UTF8_STRING"), options.text());
+  } else if (name == "--latin1-title") {
+    setText(window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, options.text());
+  } else if (name == "--class") {
+    const std::string instance = options.text();
+    setText(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, instance + '\0' + options.text() + '\0');
+  } else if (name == "--type") {
+    const std::string type = options.text();
+    setNumbers(window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, {atom("_NET_WM_WINDOW_TYPE_" + type)});
+  } else if (name == "--modal") {
+    setNumbers(window, "_NET_WM_STATE", XCB_ATOM_ATOM, {atom("_NET_WM_STATE_MODAL")});
+  } else if (name == "--transient") {
+    setNumbers(window, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, {options.number()});
+  } else if (name == "--application-id") {
+    setText(window, atom("_GTK_APPLICATION_ID"), atom("UTF8_STRING"), options.text());
+  } else if (name == "--input") {
+    shape(window, XCB_SHAPE_SK_INPUT, rectangle(options));
+  } else if (name == "--bounding") {
+    shape(window, XCB_SHAPE_SK_BOUNDING, rectangle(options));
+  } else if (name == "--gtk-extents") {
+    const uint32_t left = options.number();
+    const uint32_t right = options.number();
+    const uint32_t top = options.number();
+    setNumbers(window, "_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, {left, right, top, options.number()});
+  } else if (name == "--no-pid") {
+    wantsPid = false;
+  } else if (name == "--churn") {
+    churns = true;
+  } else if (name != "--override-redirect") {
+    std::fprintf(stderr, "unknown argument %s\n", name.c_str());
+    std::exit(2);
+  }
+}
+
+void churn() {
+  while (xcb_connection_has_error(connection) == 0) {
+    const xcb_window_t window = createWindow("50x50+5+5", true);
+    setText(window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, "short-lived");
+    xcb_map_window(connection, window);
+    std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    xcb_destroy_window(connection, window);
+    while (xcb_generic_event_t* event = xcb_poll_for_event(connection)) {
+      std::free(event);
+    }
+  }
+}
+
+void print(const xcb_generic_event_t* event) {
+  switch (event->response_type & 0x7F) {
+    case XCB_BUTTON_PRESS:
+    case XCB_BUTTON_RELEASE: {
+      const auto* e = reinterpret_cast<const xcb_button_press_event_t*>(event);
+      const bool press = (event->response_type & 0x7F) == XCB_BUTTON_PRESS;
+      std::printf("%s %d %d %d 0x%x\n", press ? "press" : "release", e->detail, e->event_x, e->event_y, e->state);
+      break;
+    }
+    case XCB_KEY_PRESS:
+    case XCB_KEY_RELEASE: {
+      const auto* e = reinterpret_cast<const xcb_key_press_event_t*>(event);
+      const bool press = (event->response_type & 0x7F) == XCB_KEY_PRESS;
+      std::printf("%s %d 0x%x\n", press ? "key" : "keyrelease", e->detail, e->state);
+      break;
+    }
+    default:
+      break;
+  }
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  connection = xcb_connect(nullptr, nullptr);
+  if (argc < 2 || xcb_connection_has_error(connection) != 0) {
+    return 2;
+  }
+  screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+  bool overrideRedirect = false;
+  for (int i = 2; i < argc; ++i) {
+    overrideRedirect = overrideRedirect || std::strcmp(argv[i], "--override-redirect") == 0;
+  }
+  const xcb_window_t window = createWindow(argv[1], overrideRedirect);
+  bool wantsPid = true;
+  bool churns = false;
+  Options options{argv + 2, argv + argc};
+  while (options.next < options.end) {
+    const std::string name = options.text();
+    apply(name, options, window, wantsPid, churns);
+  }
+  if (wantsPid) {
+    setNumbers(window, "_NET_WM_PID", XCB_ATOM_CARDINAL, {static_cast<uint32_t>(getpid())});
+  }
+  xcb_map_window(connection, window);
+  xcb_flush(connection);
+  std::printf("window %u\n", window);
+  std::fflush(stdout);
+  if (churns) {
+    churn();
+  }
+  while (xcb_generic_event_t* event = xcb_wait_for_event(connection)) {
+    print(event);
+    std::free(event);
+  }
+  return 0;
+}

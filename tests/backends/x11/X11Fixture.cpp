@@ -1,0 +1,70 @@
+#include "backends/x11/X11Fixture.h"
+
+#include <sstream>
+#include <utility>
+
+namespace jumplark {
+
+using desktop::waitUntil;
+
+WindowClient::WindowClient(desktop::PrivateSession& session, const desktop::Arguments& arguments)
+    : process_([&]() -> desktop::Process& {
+        desktop::Arguments all = {JUMPLARK_WINDOW_CLIENT};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return session.start(all);
+      }()) {
+  const auto shown = [&] {
+    const auto announced = lines("window");
+    window_ = announced.empty() ? 0 : static_cast<uint32_t>(std::stoul(announced.front().substr(7)));
+    // The session lists what is viewable and has a title or a class.
+    return window_ != 0 && session.findWindow([&](const auto& window) { return window.id == window_; }).has_value();
+  };
+  if (!waitUntil(shown)) {
+    throw std::runtime_error("the window did not appear: " + process_.err());
+  }
+}
+
+std::vector<std::string> WindowClient::lines(const std::string& word) const {
+  std::vector<std::string> result;
+  std::stringstream out(process_.out());
+  for (std::string line; std::getline(out, line);) {
+    if (line.starts_with(word + " ")) {
+      result.push_back(line);
+    }
+  }
+  return result;
+}
+
+void ManualQueue::post(Task task) {
+  const std::lock_guard lock(mutex_);
+  tasks_.push_back(std::move(task));
+}
+
+size_t ManualQueue::runAll() {
+  std::vector<Task> due;
+  {
+    const std::lock_guard lock(mutex_);
+    due = std::exchange(tasks_, {});
+  }
+  for (const Task& task : due) {
+    task();
+  }
+  return due.size();
+}
+
+void X11Test::start(desktop::SessionOptions options) {
+  options.accessibility = false;
+  session_ = std::make_unique<desktop::PrivateSession>(options);
+  auto opened = X11Connection::open(session_->display());
+  ASSERT_TRUE(opened.connection) << opened.error;
+  x_ = std::move(opened.connection);
+  windows_ = std::make_unique<X11WindowSystem>(x_);
+}
+
+void X11Test::TearDown() {
+  windows_.reset();
+  x_.reset();
+  session_.reset();
+}
+
+}  // namespace jumplark

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "backends/linux/x11/X11Connection.h"
+#include "backends/linux/x11/X11WindowSystem.h"
+#include "desktop/support/PrivateSession.h"
+#include "platform/Queues.h"
+
+namespace jumplark {
+
+/// A program of the session with one window of its own; see WindowClient.cpp for the arguments and what it prints.
+class WindowClient {
+ public:
+  /// Returns when the window is on screen.
+  WindowClient(desktop::PrivateSession& session, const desktop::Arguments& arguments);
+
+  uint32_t window() const { return window_; }
+  pid_t pid() const { return process_.pid(); }
+  desktop::Process& process() { return process_; }
+  /// Waits until the line has been printed.
+  bool prints(const std::string& line) { return process_.waitForLine(line); }
+  size_t count(const std::string& line) const { return process_.countOfLine(line); }
+  /// The lines that begin with the word.
+  std::vector<std::string> lines(const std::string& word) const;
+
+ private:
+  desktop::Process& process_;
+  uint32_t window_ = 0;
+};
+
+/// A queue whose tasks run when the test says so, on its thread.
+class ManualQueue final : public TaskQueue {
+ public:
+  const std::string& name() const override { return name_; }
+  void post(Task task) override;
+  void postAfter(Duration, Task task) override { post(std::move(task)); }
+  bool isCurrent() const override { return false; }
+  /// Runs what has been posted; how many tasks that were.
+  size_t runAll();
+
+ private:
+  std::string name_ = "main";
+  std::mutex mutex_;
+  std::vector<Task> tasks_;
+};
+
+/// A session without accessibility, and the window system of this process in it.
+class X11Test : public testing::Test {
+ protected:
+  void start(desktop::SessionOptions options = {});
+  void TearDown() override;
+
+  std::unique_ptr<desktop::PrivateSession> session_;
+  std::shared_ptr<X11Connection> x_;
+  std::unique_ptr<X11WindowSystem> windows_;
+};
+
+}  // namespace jumplark

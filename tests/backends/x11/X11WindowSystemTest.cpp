@@ -1,0 +1,246 @@
+#include "backends/linux/x11/X11WindowSystem.h"
+
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+
+#include "backends/x11/X11Fixture.h"
+
+namespace jumplark {
+namespace {
+
+using desktop::waitUntil;
+using desktop::WindowManager;
+using testing::Contains;
+using testing::ElementsAre;
+
+std::vector<uint32_t> idsOf(const std::vector<WindowFacts>& windows) {
+  std::vector<uint32_t> result;
+  std::ranges::transform(windows, std::back_inserter(result), &WindowFacts::id);
+  return result;
+}
+
+class X11WindowSystemTest : public X11Test {
+ protected:
+  bool becomesActive(const WindowClient& client) {
+    return waitUntil([&] { return windows_->activeWindow() == client.window(); });
+  }
+  // What topmostWindowAt answers, 0 for none.
+  uint32_t idAt(double x, double y) {
+    const auto window = windows_->topmostWindowAt({x, y});
+    return window ? window->id : 0;
+  }
+};
+
+class X11EveryWindowManagerTest : public X11WindowSystemTest, public testing::WithParamInterface<WindowManager> {};
+
+TEST_P(X11EveryWindowManagerTest, listsWindowsFrontToBackAndActivatesTheOneAskedFor) {
+  start({.windowManager = GetParam()});
+  const WindowClient first(*session_, {"200x100+50+60", "--title", "First"});
+  const WindowClient second(*session_, {"200x100+90+90", "--title", "Second"});
+  const WindowClient third(*session_, {"200x100+400+300", "--title", "Third"});
+  const bool managed = GetParam() != WindowManager::none;
+  ASSERT_TRUE(waitUntil([&] {
+    return idsOf(windows_->windowsFrontToBack()) ==
+           std::vector<uint32_t>{third.window(), second.window(), first.window()};
+  })) << testing::PrintToString(idsOf(windows_->windowsFrontToBack()));
+
+  EXPECT_TRUE(windows_->requestActive(first.window(), true));
+  EXPECT_TRUE(waitUntil([&] {
+    return idsOf(windows_->windowsFrontToBack()) ==
+           std::vector<uint32_t>{first.window(), third.window(), second.window()};
+  })) << testing::PrintToString(idsOf(windows_->windowsFrontToBack()));
+  if (managed) {
+    EXPECT_TRUE(becomesActive(first));
+    EXPECT_TRUE(windows_->requestActive(first.window(), false));
+  }
+  EXPECT_FALSE(windows_->requestActive(0x7654321, true));
+}
+
+TEST_P(X11EveryWindowManagerTest, tellsWhereTheClientsPixelsReallyAre) {
+  start({.windowManager = GetParam()});
+  const WindowClient client(*session_, {"300x200+150+120", "--title", "White"});
+  ASSERT_TRUE(waitUntil([&] {
+    const auto facts = windows_->window(client.window());
+    return facts && session_->pixel(static_cast<int>(facts->client.x), static_cast<int>(facts->client.y)) == 0xFFFFFF;
+  }));
+  const auto facts = windows_->window(client.window());
+  ASSERT_TRUE(facts);
+  const Rect& c = facts->client;
+  EXPECT_EQ((Size{c.width, c.height}), (Size{300, 200}));
+  const int left = static_cast<int>(c.x);
+  const int top = static_cast<int>(c.y);
+  EXPECT_EQ(session_->pixel(left + 299, top + 199), 0xFFFFFFU);
+  EXPECT_NE(session_->pixel(left - 1, top + 100), 0xFFFFFFU);
+  EXPECT_NE(session_->pixel(left + 300, top + 100), 0xFFFFFFU);
+  EXPECT_NE(session_->pixel(left + 150, top + 200), 0xFFFFFFU);
+  if (GetParam() == WindowManager::none) {
+    EXPECT_EQ(facts->frame, c);
+  } else {
+    EXPECT_LT(facts->frame.y, c.y);
+    EXPECT_GE(facts->frame.maxY(), c.maxY());
+    EXPECT_EQ(idAt(c.midX(), facts->frame.y + 2), client.window()) << "the title bar belongs to the client";
+  }
+  EXPECT_EQ(idAt(c.x, c.y), client.window());
+}
+
+std::string nameOf(const testing::TestParamInfo<WindowManager>& info) {
+  constexpr const char* kNames[] = {"xfwm4", "xfwm4Compositor", "openbox", "openboxPicom", "none"};
+  return kNames[static_cast<size_t>(info.param)];
+}
+INSTANTIATE_TEST_SUITE_P(Managers, X11EveryWindowManagerTest,
+                         testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor, WindowManager::openbox,
+                                         WindowManager::none),
+                         nameOf);
+
+TEST_F(X11WindowSystemTest, readsEveryFactOfAWindow) {
+  start();
+  const WindowClient main(*session_, {"300x200+10+10", "--title", "Grüße – ✓", "--class", "instance", "Class",
+                                      "--application-id", "org.example.App", "--gtk-extents", "26", "27", "23", "29"});
+  const WindowClient dialog(*session_, {"100x80+50+50", "--latin1-title",
+                                        "Gr\xFC\xDF"
+                                        "e",
+                                        "--modal", "--transient", std::to_string(main.window()), "--no-pid"});
+  const auto facts = windows_->window(main.window());
+  ASSERT_TRUE(facts);
+  EXPECT_EQ(facts->title, "Grüße – ✓");
+  EXPECT_EQ(facts->instanceName, "instance");
+  EXPECT_EQ(facts->className, "Class");
+  EXPECT_EQ(facts->applicationId, "org.example.App");
+  EXPECT_EQ(facts->pid, main.pid());
+  EXPECT_EQ(facts->resourcePid, main.pid());
+  EXPECT_EQ(facts->type, WindowType::normal);
+  EXPECT_TRUE(facts->hasGtkFrameExtents);
+  EXPECT_EQ(facts->gtkFrameExtents.left, 26);
+  EXPECT_EQ(facts->gtkFrameExtents.right, 27);
+  EXPECT_EQ(facts->gtkFrameExtents.top, 23);
+  EXPECT_EQ(facts->gtkFrameExtents.bottom, 29);
+  EXPECT_FALSE(facts->modal || facts->hidden || facts->overrideRedirect || facts->transientFor != 0);
+
+  const auto second = windows_->window(dialog.window());
+  ASSERT_TRUE(second);
+  EXPECT_EQ(second->title, "Grüße");
+  EXPECT_EQ(second->pid, dialog.pid()) << "the X server knows the process that the property leaves out";
+  EXPECT_EQ(second->type, WindowType::dialog) << "a transient window without a type";
+  EXPECT_EQ(second->transientFor, main.window());
+  EXPECT_TRUE(second->modal);
+  EXPECT_FALSE(second->hasGtkFrameExtents);
+}
+
+TEST_F(X11WindowSystemTest, tellsWindowTypes) {
+  start();
+  const std::pair<const char*, WindowType> types[] = {
+      {"NORMAL", WindowType::normal},   {"DIALOG", WindowType::dialog},     {"UTILITY", WindowType::utility},
+      {"TOOLBAR", WindowType::toolbar}, {"MENU", WindowType::menu},         {"POPUP_MENU", WindowType::popup},
+      {"TOOLTIP", WindowType::popup},   {"DOCK", WindowType::dock},         {"DESKTOP", WindowType::desktop},
+      {"SPLASH", WindowType::splash},   {"UNHEARD_OF", WindowType::normal}, {"NOTIFICATION", WindowType::notification}};
+  for (const auto& [name, type] : types) {
+    const WindowClient client(*session_, {"60x40+10+10", "--title", name, "--type", name});
+    const auto facts = windows_->window(client.window());
+    ASSERT_TRUE(facts) << name;
+    EXPECT_EQ(facts->type, type) << name;
+    EXPECT_TRUE(waitUntil([&] {
+      return std::ranges::count(idsOf(windows_->windowsFrontToBack()), client.window()) == 1;
+    })) << name;
+  }
+}
+
+TEST_F(X11WindowSystemTest, aMinimisedWindowIsHiddenAndActivationBringsItBack) {
+  start();
+  const WindowClient client(*session_, {"200x100+50+60", "--title", "Window"});
+  ASSERT_TRUE(becomesActive(client));
+  session_->keys({"windowminimize", std::to_string(client.window())});
+  ASSERT_TRUE(waitUntil([&] { return windows_->window(client.window())->hidden; }));
+  EXPECT_EQ(idAt(100, 100), 0U);
+  EXPECT_TRUE(windows_->requestActive(client.window(), true));
+  EXPECT_TRUE(waitUntil([&] { return !windows_->window(client.window())->hidden; }));
+  EXPECT_TRUE(becomesActive(client));
+}
+
+TEST_F(X11WindowSystemTest, findsTheTopmostWindowThatTakesTheClick) {
+  start({.windowManager = WindowManager::openbox});
+  const WindowClient below(*session_, {"400x300+100+100", "--title", "Below"});
+  const WindowClient above(*session_, {"200x150+150+150", "--title", "Above"});
+  ASSERT_TRUE(becomesActive(above));
+  const Rect top = windows_->window(above.window())->client;
+  const Rect bottom = windows_->window(below.window())->client;
+  EXPECT_EQ(idAt(top.midX(), top.midY()), above.window());
+  EXPECT_EQ(idAt(bottom.maxX() - 5, bottom.maxY() - 5), below.window());
+  EXPECT_EQ(idAt(5, 890), 0U) << "only the root";
+
+  // A menu over both; its lower half lets clicks through.
+  const WindowClient menu(*session_, {"120x100+160+160", "--override-redirect", "--title", "Menu", "--type",
+                                      "POPUP_MENU", "--input", "0", "0", "120", "50"});
+  EXPECT_EQ(idAt(200, 180), menu.window());
+  EXPECT_EQ(idAt(200, 230), idAt(200, 262)) << "through the input shape";
+  EXPECT_EQ(idsOf(windows_->unmanagedWindows()), std::vector<uint32_t>{menu.window()});
+
+  const WindowClient shaped(
+      *session_, {"100x100+160+160", "--override-redirect", "--title", "Shaped", "--bounding", "50", "0", "50", "100"});
+  EXPECT_EQ(idAt(170, 170), menu.window()) << "beside the bounding shape";
+  EXPECT_EQ(idAt(215, 170), shaped.window());
+  EXPECT_THAT(idsOf(windows_->unmanagedWindows()), ElementsAre(shaped.window(), menu.window()));
+}
+
+// A process of its own, since the windows of this one are what is being ignored.
+TEST_F(X11WindowSystemTest, seesThroughWindowsOfItsOwnProcess) {
+  start({.windowManager = WindowManager::none});
+  const WindowClient client(*session_, {"200x200+100+100", "--title", "Other"});
+  const auto own = X11Connection::open(session_->display()).connection;
+  ASSERT_TRUE(own);
+  const xcb_window_t cover = xcb_generate_id(own->get());
+  const uint32_t overrideRedirect = 1;
+  xcb_create_window(own->get(), XCB_COPY_FROM_PARENT, cover, own->root(), 0, 0, 500, 500, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &overrideRedirect);
+  ASSERT_TRUE(own->check(xcb_map_window_checked(own->get(), cover)));
+  EXPECT_EQ(idAt(150, 150), client.window());
+  EXPECT_EQ(idAt(50, 50), 0U);
+}
+
+TEST_F(X11WindowSystemTest, windowsThatVanishMeanwhileAreLeftOut) {
+  start({.windowManager = WindowManager::none});
+  const WindowClient steady(*session_, {"300x300+0+0", "--title", "Steady"});
+  const WindowClient churning(*session_, {"80x80+500+500", "--title", "Churning", "--churn"});
+  for (int i = 0; i < 300; ++i) {
+    EXPECT_THAT(idsOf(windows_->windowsFrontToBack()), Contains(steady.window()));
+    EXPECT_TRUE(windows_->topmostWindowAt({250, 250}));
+    windows_->unmanagedWindows();
+    windows_->topmostWindowAt({20, 20});
+  }
+}
+
+TEST_F(X11WindowSystemTest, theListOfAWindowManagerThatDiedIsNotTrusted) {
+  start({.windowManager = WindowManager::none});
+  desktop::Process& manager = session_->start({"openbox"});
+  const WindowClient client(*session_, {"200x200+100+100", "--title", "Client"});
+  ASSERT_TRUE(becomesActive(client));
+  manager.kill(SIGKILL);
+  const WindowClient later(*session_, {"200x200+400+100", "--title", "Later"});
+  EXPECT_TRUE(waitUntil([&] {
+    return idsOf(windows_->windowsFrontToBack()) == std::vector<uint32_t>{later.window(), client.window()} ||
+           idsOf(windows_->windowsFrontToBack()) == std::vector<uint32_t>{client.window(), later.window()};
+  })) << testing::PrintToString(idsOf(windows_->windowsFrontToBack()));
+}
+
+TEST(X11ConnectionTest, saysWhatToDoWhenThereIsNoDisplay) {
+  EXPECT_THAT(X11Connection::open(":987").error, testing::HasSubstr("\":987\" cannot be reached"));
+  EXPECT_THAT(X11Connection::open("no display").error, testing::HasSubstr("not the name of an X display"));
+}
+
+TEST_F(X11WindowSystemTest, aLostServerGivesEmptyAnswers) {
+  start({.windowManager = WindowManager::none});
+  const WindowClient client(*session_, {"200x200+100+100", "--title", "Client"});
+  ASSERT_TRUE(windows_->window(client.window()));
+  session_.reset();
+  EXPECT_TRUE(waitUntil([&] { return !windows_->window(client.window()); }));
+  EXPECT_TRUE(windows_->windowsFrontToBack().empty());
+  EXPECT_TRUE(windows_->unmanagedWindows().empty());
+  EXPECT_FALSE(windows_->topmostWindowAt({150, 150}));
+  EXPECT_EQ(windows_->activeWindow(), 0U);
+  EXPECT_FALSE(windows_->requestActive(client.window(), true));
+  EXPECT_FALSE(x_->alive());
+}
+
+}  // namespace
+}  // namespace jumplark
