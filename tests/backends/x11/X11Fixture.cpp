@@ -3,6 +3,8 @@
 #include <sstream>
 #include <utility>
 
+#include "backends/linux/x11/Properties.h"
+
 namespace jumplark {
 
 using desktop::waitUntil;
@@ -52,6 +54,22 @@ size_t ManualQueue::runAll() {
   return due.size();
 }
 
+void X11Test::waitUntilWindowsAreManaged() {
+  constexpr desktop::Milliseconds perAttempt{300};
+  const auto attempt = [&] {
+    const xcb_window_t window = xcb_generate_id(x_->get());
+    xcb_create_window(x_->get(), XCB_COPY_FROM_PARENT, window, x_->root(), 0, 0, 10, 10, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_map_window(x_->get(), window);
+    const auto managed = [&] { return x11::readNumbers(*x_, window, x_->atom(Atom::wmState)).has_value(); };
+    const bool success = waitUntil(managed, perAttempt);
+    xcb_destroy_window(x_->get(), window);
+    xcb_flush(x_->get());
+    return success && waitUntil([&] { return windows_->windowsFrontToBack().empty(); });
+  };
+  ASSERT_TRUE(waitUntil(attempt));
+}
+
 void X11Test::start(desktop::SessionOptions options) {
   options.accessibility = false;
   session_ = std::make_unique<desktop::PrivateSession>(options);
@@ -59,6 +77,9 @@ void X11Test::start(desktop::SessionOptions options) {
   ASSERT_TRUE(opened.connection) << opened.error;
   x_ = std::move(opened.connection);
   windows_ = std::make_unique<X11WindowSystem>(x_);
+  if (options.windowManager != desktop::WindowManager::none) {
+    waitUntilWindowsAreManaged();
+  }
 }
 
 void X11Test::TearDown() {

@@ -54,6 +54,9 @@ class X11Test : public testing::Test {
  protected:
   void start(desktop::SessionOptions options = {});
   void TearDown() override;
+  /// Returns when the window manager has taken a window into its care. One that has just started says that it is there
+  /// before it sees every request to map a window.
+  void waitUntilWindowsAreManaged();
 
   std::unique_ptr<desktop::PrivateSession> session_;
   std::shared_ptr<X11Connection> x_;

@@ -40,6 +40,7 @@ TEST_P(X11EveryWindowManagerTest, listsWindowsFrontToBackAndActivatesTheOneAsked
   const WindowClient first(*session_, {"200x100+50+60", "--title", "First"});
   const WindowClient second(*session_, {"200x100+90+90", "--title", "Second"});
   const WindowClient third(*session_, {"200x100+400+300", "--title", "Third"});
+  EXPECT_THAT(idsOf(windows_->unmanagedWindows()), testing::IsEmpty());
   const bool managed = GetParam() != WindowManager::none;
   ASSERT_TRUE(waitUntil([&] {
     return idsOf(windows_->windowsFrontToBack()) ==
@@ -213,6 +214,7 @@ TEST_F(X11WindowSystemTest, windowsThatVanishMeanwhileAreLeftOut) {
 TEST_F(X11WindowSystemTest, theListOfAWindowManagerThatDiedIsNotTrusted) {
   start({.windowManager = WindowManager::none});
   desktop::Process& manager = session_->start({"openbox"});
+  waitUntilWindowsAreManaged();
   const WindowClient client(*session_, {"200x200+100+100", "--title", "Client"});
   ASSERT_TRUE(becomesActive(client));
   manager.kill(SIGKILL);

@@ -1,0 +1,134 @@
+#include "backends/linux/x11/PointerPoster.h"
+
+#include <xcb/xtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "backends/linux/x11/Reply.h"
+
+namespace jumplark {
+namespace {
+
+using x11::takeReply;
+
+constexpr uint8_t kLogicalLeftButton = 1;
+constexpr int kModifierRows = 8;
+
+bool isLockSymbol(xcb_keysym_t symbol) {
+  constexpr xcb_keysym_t scrollLock = 0xFF14, numLock = 0xFF7F, capsLock = 0xFFE5, shiftLock = 0xFFE6;
+  return symbol == scrollLock || symbol == numLock || symbol == capsLock || symbol == shiftLock;
+}
+
+bool isLockKey(const X11Connection& x, uint8_t keycode) {
+  const auto map = takeReply(x.get(), xcb_get_keyboard_mapping_reply, xcb_get_keyboard_mapping(x.get(), keycode, 1));
+  if (!map) {
+    return false;
+  }
+  const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(map.get());
+  return std::any_of(symbols, symbols + xcb_get_keyboard_mapping_keysyms_length(map.get()), isLockSymbol);
+}
+
+int16_t clamped(double pixel) {
+  constexpr double low = std::numeric_limits<int16_t>::min();
+  constexpr double high = std::numeric_limits<int16_t>::max();
+  return static_cast<int16_t>(std::isnan(pixel) ? 0 : std::clamp(pixel, low, high));
+}
+
+}  // namespace
+
+PointerPoster::PointerPoster(std::shared_ptr<X11Connection> connection, KeycodeCallback willReleaseKey)
+    : x_(std::move(connection)), willReleaseKey_(std::move(willReleaseKey)), guard_(ButtonGuard::start(*x_)) {}
+
+PointerPoster::~PointerPoster() {
+  const std::lock_guard lock(mutex_);
+  release();
+}
+
+void PointerPoster::post(const MouseEvent& event) {
+  if (x_->extensions().xtest == 0) {
+    return;
+  }
+  const std::lock_guard lock(mutex_);
+  // A position whose y was converted from a bottom-left origin lies one above the point meant, so a half row belongs to
+  // the row below it; a half column to the column it lies in.
+  fake(XCB_MOTION_NOTIFY, 0, clamped(std::floor(event.position.x)), clamped(std::ceil(event.position.y)));
+  if (event.type == event_type::leftMouseDown) {
+    press();
+  } else if (event.type == event_type::leftMouseUp) {
+    release();
+  }
+  x_->check(xcb_no_operation_checked(x_->get()));
+  x_->dropEvents();
+}
+
+void PointerPoster::press() {
+  if (pressed_ != 0) {
+    return;
+  }
+  for (const uint8_t keycode : heldModifierKeys()) {
+    if (willReleaseKey_) {
+      willReleaseKey_(keycode);
+    }
+    fake(XCB_KEY_RELEASE, keycode);
+  }
+  pressed_ = physicalLeftButton();
+  if (guard_) {
+    guard_->setPressed(pressed_);
+  }
+  fake(XCB_BUTTON_PRESS, pressed_);
+}
+
+void PointerPoster::release() {
+  if (pressed_ == 0) {
+    return;
+  }
+  fake(XCB_BUTTON_RELEASE, std::exchange(pressed_, 0));
+  // Only once the server has the release may the guard forget the button.
+  x_->check(xcb_no_operation_checked(x_->get()));
+  if (guard_) {
+    guard_->setPressed(0);
+  }
+}
+
+void PointerPoster::fake(uint8_t type, uint8_t detail, int16_t x, int16_t y) {
+  xcb_test_fake_input(x_->get(), type, detail, XCB_CURRENT_TIME, x_->root(), x, y, 0);
+}
+
+// A left-handed user's mapping applies to synthetic buttons too.
+uint8_t PointerPoster::physicalLeftButton() const {
+  const auto mapping = takeReply(x_->get(), xcb_get_pointer_mapping_reply, xcb_get_pointer_mapping(x_->get()));
+  if (!mapping) {
+    return kLogicalLeftButton;
+  }
+  const uint8_t* begin = xcb_get_pointer_mapping_map(mapping.get());
+  const uint8_t* end = begin + xcb_get_pointer_mapping_map_length(mapping.get());
+  const uint8_t* found = std::find(begin, end, kLogicalLeftButton);
+  return found == end ? kLogicalLeftButton : static_cast<uint8_t>(found - begin + 1);
+}
+
+std::vector<uint8_t> PointerPoster::heldModifierKeys() const {
+  const auto keymapCookie = xcb_query_keymap(x_->get());
+  const auto mappingCookie = xcb_get_modifier_mapping(x_->get());
+  const auto keymap = takeReply(x_->get(), xcb_query_keymap_reply, keymapCookie);
+  const auto mapping = takeReply(x_->get(), xcb_get_modifier_mapping_reply, mappingCookie);
+  std::vector<uint8_t> result;
+  if (!keymap || !mapping) {
+    return result;
+  }
+  const xcb_keycode_t* codes = xcb_get_modifier_mapping_keycodes(mapping.get());
+  const int perRow = mapping->keycodes_per_modifier;
+  for (int i = 0; i < kModifierRows * perRow; ++i) {
+    const uint8_t code = codes[i];
+    const bool isDown = (keymap->keys[code / 8] >> (code % 8U)) & 1U;
+    const bool isListed = std::ranges::find(result, code) != result.end();
+    if (i / perRow != XCB_MAP_INDEX_LOCK && code != 0 && isDown && !isListed && !isLockKey(*x_, code)) {
+      result.push_back(code);
+    }
+  }
+  return result;
+}
+
+}  // namespace jumplark

@@ -1,0 +1,161 @@
+#include "backends/linux/x11/X11Screens.h"
+
+#include <xcb/randr.h>
+
+#include <algorithm>
+#include <list>
+#include <utility>
+
+#include "backends/linux/x11/CallbackSlot.h"
+#include "backends/linux/x11/EventThread.h"
+#include "backends/linux/x11/Reply.h"
+
+namespace jumplark {
+namespace {
+
+using x11::takeReply;
+
+struct Monitor {
+  Rect rect;  ///< pixels of the root, top-left origin
+  bool primary = false;
+};
+
+std::vector<Monitor> readMonitors(const X11Connection& x) {
+  std::vector<Monitor> result;
+  if (x.extensions().randr >= 105) {
+    const auto reply = takeReply(x.get(), xcb_randr_get_monitors_reply, xcb_randr_get_monitors(x.get(), x.root(), 1));
+    auto monitors = reply ? xcb_randr_get_monitors_monitors_iterator(reply.get()) : xcb_randr_monitor_info_iterator_t{};
+    for (; monitors.rem > 0; xcb_randr_monitor_info_next(&monitors)) {
+      const auto& m = *monitors.data;
+      const Rect rect{double(m.x), double(m.y), double(m.width), double(m.height)};
+      // Mirrored monitors show the same part.
+      if (m.width > 0 && m.height > 0 && std::ranges::find(result, rect, &Monitor::rect) == result.end()) {
+        result.push_back({rect, m.primary != 0});
+      }
+    }
+  }
+  if (result.empty()) {
+    if (const auto root = takeReply(x.get(), xcb_get_geometry_reply, xcb_get_geometry(x.get(), x.root()))) {
+      result.push_back({Rect{0, 0, double(root->width), double(root->height)}, true});
+    }
+  }
+  return result;
+}
+
+void putFirst(std::vector<Monitor>& monitors) {
+  const auto rank = [](const Monitor& m) { return std::tuple(m.rect.y, !m.primary, m.rect.x); };
+  const auto first = std::ranges::min_element(monitors, {}, rank);
+  if (first != monitors.end()) {
+    std::rotate(monitors.begin(), first, first + 1);
+  }
+}
+
+std::vector<Rect> readFrames(const X11Connection& x) {
+  std::vector<Monitor> monitors = readMonitors(x);
+  putFirst(monitors);
+  std::vector<Rect> frames;
+  for (const Monitor& monitor : monitors) {
+    const double top = monitors.front().rect.maxY();
+    const Rect& r = monitor.rect;
+    frames.push_back({r.x, top - r.maxY(), r.width, r.height});
+  }
+  return frames;
+}
+
+}  // namespace
+
+/// Reads the frames again whenever the X server reports a change of monitors or of the root window; which of the two
+/// events comes depends on how the change was made.
+class X11Screens::Watcher {
+ public:
+  Watcher(std::shared_ptr<X11Connection> connection, TaskQueue& mainQueue)
+      : x_(std::move(connection)), mainQueue_(mainQueue) {
+    const uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    const auto selected = xcb_change_window_attributes_checked(x_->get(), x_->root(), XCB_CW_EVENT_MASK, &structure);
+    if (x_->extensions().randr > 0) {
+      x_->check(xcb_randr_select_input_checked(x_->get(), x_->root(),
+                                               XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                                                   XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE));
+    }
+    x_->check(selected);
+    frames_ = readFrames(*x_);
+    thread_.start();
+  }
+  ~Watcher() { thread_.stop(); }
+
+  Token add(std::function<void()> callback) {
+    const auto slot = std::make_shared<Slot>([callback = std::move(callback)] {
+      callback();
+      return true;
+    });
+    const std::lock_guard lock(mutex_);
+    slots_.push_back(slot);
+    return Token([slot] { slot->close(); });
+  }
+
+ private:
+  using Slot = CallbackSlot<bool>;
+
+  void handle(const xcb_generic_event_t& event) {
+    const int type = event.response_type & 0x7F;
+    const int randr = x_->extensions().randrFirstEvent;
+    const bool monitors = x_->extensions().randr > 0 &&
+                          (type == randr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == randr + XCB_RANDR_NOTIFY);
+    if (!monitors && type != XCB_CONFIGURE_NOTIFY) {
+      return;
+    }
+    std::vector<Rect> frames = readFrames(*x_);
+    if (frames.empty() || frames == frames_) {
+      return;
+    }
+    frames_ = std::move(frames);
+    const std::lock_guard lock(mutex_);
+    std::erase_if(slots_, [](const std::weak_ptr<Slot>& slot) { return slot.expired(); });
+    for (const std::weak_ptr<Slot>& slot : slots_) {
+      mainQueue_.post([slot] {
+        if (const auto alive = slot.lock()) {
+          alive->callOr(false);
+        }
+      });
+    }
+  }
+
+  std::shared_ptr<X11Connection> x_;
+  TaskQueue& mainQueue_;
+  std::mutex mutex_;
+  std::list<std::weak_ptr<Slot>> slots_;
+  std::vector<Rect> frames_;  ///< after construction the thread's own
+  EventThread thread_{x_, [this](const xcb_generic_event_t& event) { handle(event); }};
+};
+
+X11Screens::X11Screens(std::shared_ptr<X11Connection> connection, TaskQueue& mainQueue)
+    : x_(std::move(connection)), mainQueue_(mainQueue) {}
+
+X11Screens::~X11Screens() = default;
+
+std::vector<Rect> X11Screens::frames() {
+  return readFrames(*x_);
+}
+
+Point X11Screens::pointerLocation() {
+  const auto pointer = takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));
+  const std::vector<Rect> all = frames();
+  if (!pointer || all.empty()) {
+    return {};
+  }
+  return {double(pointer->root_x), all.front().maxY() - pointer->root_y - 1};
+}
+
+Token X11Screens::onFramesChanged(std::function<void()> callback) {
+  const std::lock_guard lock(mutex_);
+  if (!watcher_) {
+    auto opened = X11Connection::open(x_->displayName());
+    if (!opened.connection) {
+      return {};
+    }
+    watcher_ = std::make_shared<Watcher>(std::move(opened.connection), mainQueue_);
+  }
+  return watcher_->add(std::move(callback));
+}
+
+}  // namespace jumplark

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/x11/X11Connection.h"
+
+namespace jumplark {
+
+/// Windows as the X server and an EWMH window manager know them. Where no window manager runs, the managed windows are
+/// the root's viewable children in stacking order, and activation sets the input focus itself. Calls may come from any
+/// thread and wait for nothing but the X server.
+class X11WindowSystem final : public WindowSystem {
+ public:
+  explicit X11WindowSystem(std::shared_ptr<X11Connection> connection);
+
+  std::vector<WindowFacts> windowsFrontToBack() override;
+  std::optional<WindowFacts> window(uint32_t id) override;
+  uint32_t activeWindow() override;
+  std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
+  std::vector<WindowFacts> unmanagedWindows() override;
+  bool requestActive(uint32_t id, bool force) override;
+
+  /// The X time of the user's last key event that concerns us, which a forced activation names. Zero (no time) at
+  /// first.
+  void noteUserTime(uint32_t time) { userTime_ = time; }
+  uint32_t userTime() const { return userTime_; }
+
+  /// True when the window belongs to this process.
+  bool isOwn(const WindowFacts& facts) const;
+
+ private:
+  bool activateThroughWindowManager(uint32_t id, bool force, uint32_t active);
+  bool activateDirectly(uint32_t id);
+
+  std::shared_ptr<X11Connection> x_;
+  std::atomic<uint32_t> userTime_{0};
+};
+
+}  // namespace jumplark

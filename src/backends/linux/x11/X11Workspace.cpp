@@ -1,0 +1,143 @@
+#include "backends/linux/x11/X11Workspace.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace jumplark {
+namespace {
+
+bool isApplicationWindow(const WindowFacts& window) {
+  return window.type == WindowType::normal || window.type == WindowType::dialog;
+}
+
+// The name of the program that a process runs; empty when the process has gone.
+std::string executableName(int32_t pid) {
+  const std::filesystem::path folder = "/proc/" + std::to_string(pid);
+  std::error_code error;
+  const std::filesystem::path target = std::filesystem::read_symlink(folder / "exe", error);
+  if (!error && target.has_filename()) {
+    const std::string name = target.filename().string();
+    constexpr std::string_view deleted = " (deleted)";
+    return name.ends_with(deleted) ? name.substr(0, name.size() - deleted.size()) : name;
+  }
+  std::ifstream comm(folder / "comm");
+  std::string name;
+  std::getline(comm, name);
+  return name;
+}
+
+}  // namespace
+
+X11Workspace::X11Workspace(X11WindowSystem& windows, DesktopEntries& entries) : windows_(windows), entries_(entries) {}
+
+int32_t X11Workspace::pidOf(const WindowFacts& window) const {
+  return windows_.isOwn(window) ? static_cast<int32_t>(getpid()) : window.pid;
+}
+
+RunningApplication X11Workspace::applicationOf(const WindowFacts& window) const {
+  RunningApplication result;
+  result.pid = pidOf(window);
+  const std::string windowClass = window.className.empty() ? window.instanceName : window.className;
+  const std::string program = windowClass.empty() ? executableName(result.pid) : windowClass;
+  const auto entry = entries_.forWindow(window.applicationId, window.className, window.instanceName);
+  if (!window.applicationId.empty()) {
+    result.bundleIdentifier = window.applicationId;
+  } else {
+    result.bundleIdentifier = entry ? entry->id : program;
+  }
+  result.name = entry && !entry->name.empty() ? entry->name : program;
+  return result;
+}
+
+std::vector<RunningApplication> X11Workspace::owners(const std::vector<WindowFacts>& windows) const {
+  std::vector<RunningApplication> result;
+  for (const WindowFacts& window : windows) {
+    const int32_t pid = pidOf(window);
+    if (pid > 0 && std::ranges::find(result, pid, &RunningApplication::pid) == result.end()) {
+      result.push_back(applicationOf(window));
+    }
+  }
+  return result;
+}
+
+std::optional<WindowFacts> X11Workspace::frontmostWindow(const std::vector<WindowFacts>& windows) {
+  const uint32_t active = windows_.activeWindow();
+  if (const auto facts = active != 0 ? windows_.window(active) : std::nullopt;
+      facts && !windows_.isOwn(*facts) && facts->pid > 0) {
+    return facts;
+  }
+  const auto top = std::ranges::find_if(windows, [&](const WindowFacts& window) {
+    return isApplicationWindow(window) && !window.hidden && pidOf(window) > 0;
+  });
+  return top == windows.end() ? std::nullopt : std::optional(*top);
+}
+
+std::optional<RunningApplication> X11Workspace::frontmostApplication() {
+  const auto window = frontmostWindow(windows_.windowsFrontToBack());
+  return window ? std::optional(applicationOf(*window)) : std::nullopt;
+}
+
+std::vector<RunningApplication> X11Workspace::applicationsFrontToBack() {
+  std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
+  const auto front = frontmostWindow(windows);
+  std::erase_if(windows, [](const WindowFacts& window) { return window.hidden || !isApplicationWindow(window); });
+  std::vector<RunningApplication> result = owners(windows);
+  // A window that is kept above others may cover the one that the user works in.
+  if (front) {
+    const auto found = std::ranges::find(result, pidOf(*front), &RunningApplication::pid);
+    if (found != result.end()) {
+      std::rotate(result.begin(), found, found + 1);
+    }
+  }
+  return result;
+}
+
+std::vector<RunningApplication> X11Workspace::runningApplicationsWithBundleIdentifier(const std::string& identifier) {
+  std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
+  const bool dock = identifier == kDockBundleIdentifier;
+  std::erase_if(windows, [&](const WindowFacts& window) {
+    return dock ? window.type != WindowType::dock : !isApplicationWindow(window);
+  });
+  std::vector<RunningApplication> result = owners(windows);
+  if (!dock) {
+    std::erase_if(result, [&](const RunningApplication& app) { return app.bundleIdentifier != identifier; });
+  }
+  return result;
+}
+
+std::optional<RunningApplication> X11Workspace::runningApplicationWithPid(int32_t pid) {
+  std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
+  std::erase_if(windows, [&](const WindowFacts& window) { return pidOf(window) != pid; });
+  // A process may own a dock and a preferences window; the window of an application names it best.
+  std::ranges::stable_partition(windows, isApplicationWindow);
+  const auto found = owners(windows);
+  return found.empty() ? std::nullopt : std::optional(found.front());
+}
+
+std::optional<WindowFacts> X11Workspace::topmostWindow(int32_t pid) {
+  std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
+  std::erase_if(windows,
+                [&](const WindowFacts& window) { return !isApplicationWindow(window) || pidOf(window) != pid; });
+  std::ranges::stable_partition(windows, [](const WindowFacts& window) { return !window.hidden; });
+  return windows.empty() ? std::nullopt : std::optional(windows.front());
+}
+
+bool X11Workspace::activate(int32_t pid, uint32_t options) {
+  const bool force = (options & kActivateIgnoringOtherApps) != 0;
+  const auto window = topmostWindow(pid);
+  if (!window) {
+    return false;
+  }
+  if (!force) {
+    const auto active = windows_.window(windows_.activeWindow());
+    if (active && pidOf(*active) == pid) {
+      return true;
+    }
+  }
+  return windows_.requestActive(window->id, force);
+}
+
+}  // namespace jumplark

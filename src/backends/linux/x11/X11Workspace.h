@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "backends/linux/x11/DesktopEntries.h"
+#include "backends/linux/x11/X11WindowSystem.h"
+#include "platform/Workspace.h"
+
+namespace jumplark {
+
+/// Applications as their windows show them: the processes that own normal windows or dialogs. Under the bundle
+/// identifier of the dock stand the processes that own dock windows. Asks the X server and the installed desktop files,
+/// never an application. Calls may come from any thread.
+class X11Workspace final : public Workspace {
+ public:
+  /// Both must outlive the workspace.
+  X11Workspace(X11WindowSystem& windows, DesktopEntries& entries);
+
+  /// The owner of the active window; when there is none, or it is a window of this process, the owner of the topmost
+  /// normal window or dialog on screen.
+  std::optional<RunningApplication> frontmostApplication() override;
+  std::vector<RunningApplication> applicationsFrontToBack() override;
+  std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) override;
+  std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) override;
+  bool activate(int32_t pid, uint32_t options) override;
+
+  /// The topmost normal window or dialog of a process, one that is on screen before one that is minimised; none when it
+  /// has none.
+  std::optional<WindowFacts> topmostWindow(int32_t pid);
+
+  /// The application that a window belongs to, by process, desktop file, class and executable.
+  RunningApplication applicationOf(const WindowFacts& window) const;
+
+ private:
+  std::optional<WindowFacts> frontmostWindow(const std::vector<WindowFacts>& windows);
+  int32_t pidOf(const WindowFacts& window) const;
+  std::vector<RunningApplication> owners(const std::vector<WindowFacts>& windows) const;
+
+  X11WindowSystem& windows_;
+  DesktopEntries& entries_;
+};
+
+}  // namespace jumplark
