@@ -143,7 +143,8 @@ TEST_F(AtspiVocabulary, EnumeratesASnapshotWithoutMessages) {
   for (const char* id : {"win", "panel", "button", "field"}) {
     platform.copyAttributeNames(source.ref(id));
     platform.copyMultipleAttributeValues(source.ref(id), {"AXTitle", "AXValue", "AXDescription", "AXPlaceholderValue"});
-    for (const char* name : {"AXRole", "AXSubrole", "AXPosition", "AXSize", "AXParent", "AXWindow", "AXTitleUIElement"}) {
+    for (const char* name :
+         {"AXRole", "AXSubrole", "AXPosition", "AXSize", "AXParent", "AXWindow", "AXTitleUIElement"}) {
       get(id, name);
     }
     list(id, "AXVisibleChildren");
@@ -165,7 +166,9 @@ TEST_F(AtspiVocabulary, CountsTextInUtf16Units) {
   // Ten lines of which the middle is visible; the clef is one code point and two units.
   std::string all;
   for (int line = 0; line < 40; ++line) {
-    all += "\xF0\x9D\x84\x9E" "abc\n";
+    all +=
+        "\xF0\x9D\x84\x9E"
+        "abc\n";
   }
   auto& area = source.add("area", role::text, "win");
   FakeSource::set(area, {state::multiLine});
@@ -179,7 +182,8 @@ TEST_F(AtspiVocabulary, CountsTextInUtf16Units) {
   const auto string = [&](Range wanted) {
     return platform.copyParameterizedAttributeValue(source.ref("area"), "AXStringForRange", wanted);
   };
-  EXPECT_EQ(string(*range.range()).value, AttributeValue("\xF0\x9D\x84\x9E" "abc\n"));
+  EXPECT_EQ(string(*range.range()).value, AttributeValue("\xF0\x9D\x84\x9E"
+                                                         "abc\n"));
   EXPECT_EQ(string({14, 3}).value, AttributeValue("abc"));
   EXPECT_EQ(string({12, 1}).value, AttributeValue("")) << "half a character";
   EXPECT_EQ(string({Range::kNotFound, -1}).error, AccessibilityError::illegalArgument);

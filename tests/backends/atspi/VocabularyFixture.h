@@ -230,6 +230,7 @@ class FakeSource final : public ElementSource {
   void takeSnapshot(const ElementRef& element, bool visibleOnly) {
     const ElementFacts& facts = elements_.at(element);
     if (visibleOnly && facts.role != role::application && !facts.is(state::showing)) {
+      snapshot_[element] = limited(facts, facts::identity);
       return;
     }
     auto held = limited(facts, ~facts::Set{0});

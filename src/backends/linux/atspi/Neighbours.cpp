@@ -69,7 +69,8 @@ std::vector<FactsPointer> Neighbours::childrenOf(const ElementFacts& element, fa
     known.reserve(count);
     for (size_t i = 0; i < count; ++i) {
       auto child = source_.snapshotFacts(all[i]);
-      known.push_back(child && !child->has(wanted) ? get(all[i], wanted) : std::move(child));
+      const bool lacks = child && child->is(state::showing) && !child->has(wanted);
+      known.push_back(lacks ? get(all[i], wanted) : std::move(child));
     }
     return known;
   }

@@ -33,8 +33,8 @@ class Neighbours {
   /// The same element with more groups; itself when it cannot be read any more.
   FactsPointer with(const FactsPointer& element, facts::Set wanted) const;
 
-  /// One entry per known child reference, in order, at most `limit`; null where a child does not show in a snapshot of
-  /// showing elements, or could not be read.
+  /// One entry per known child reference, in order, at most `limit`; null where one could not be read. Where a snapshot
+  /// of showing elements is in force, a child that does not show is null or comes with no more than is known of it.
   std::vector<FactsPointer> childrenOf(const ElementFacts& element, facts::Set wanted, size_t limit = kAll) const;
 
   /// True when reads of the element answer from a snapshot now.
