@@ -9,7 +9,6 @@
 #include <string_view>
 
 #include "query/matching/TextPattern.h"
-#include "query/matching/TreeIndex.h"
 #include "query/text/Utf.h"
 #include "tree/JLElementTree.h"
 #include "tree/XMLElement.h"
@@ -117,7 +116,6 @@ std::vector<JLElementNode*> elementNodes(const xmlNodeSet* nodes) {
 std::optional<std::vector<JLElementNode*>> ElementXPath::nodesForXPath(const JLElementTree& tree,
                                                                        const std::string& expression,
                                                                        std::string* error) {
-  TreeIndex::of(tree);  // has numbered the document
   Evaluation evaluation;
   const std::unique_ptr<xmlXPathContext, FreeContext> context(xmlXPathNewContext(tree.document()));
   if (!context) {

@@ -1,7 +1,5 @@
 #include "query/matching/TreeIndex.h"
 
-#include <libxml/xpath.h>
-
 #include <algorithm>
 
 #include "query/matching/JLElementNodeScorer.h"
@@ -132,8 +130,6 @@ std::shared_ptr<const TreeIndex> TreeIndex::of(const JLElementTree& tree) {
 }
 
 TreeIndex::TreeIndex(const JLElementTree& tree) : memory_(kFirstBlock), focusedNode_(tree.focusedNode()) {
-  // Numbers the elements in document order, without which XPath compares nodes by walking the tree.
-  xmlXPathOrderDocElems(tree.document());
   Builder(*this, tree).build();
 }
 
