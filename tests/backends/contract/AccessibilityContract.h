@@ -1,0 +1,156 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "platform/Accessibility.h"
+#include "platform/Input.h"
+#include "platform/Platform.h"
+#include "platform/Queues.h"
+#include "platform/Screens.h"
+#include "platform/Workspace.h"
+
+/// What accessibility, workspace, screens and input promise on every desktop that shows one application with a window
+/// that holds a button and a text field. A backend derives ContractDesktop and instantiates the suite:
+///
+///     INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract,
+///                              testing::Values(ContractDesktopKind{"recorded", &makeRecordedDesktop}));
+///
+/// The cases are in DesktopContractCases.h and InputContractCases.h, which the same file includes.
+namespace jumplark::contract {
+
+/// A desktop with the application, on screen, in front and with all of the button visible.
+class ContractDesktop {
+ public:
+  virtual ~ContractDesktop() = default;
+
+  virtual Platform platform() = 0;
+  virtual int32_t targetPid() = 0;
+  /// "AXTitle" of the button; no other element has it.
+  virtual std::string buttonTitle() = 0;
+  /// A process id that no application has.
+  virtual int32_t absentPid() = 0;
+
+  /// Lets things happen until the condition holds; false when that takes absurdly long.
+  virtual bool waitUntil(const std::function<bool()>& condition) = 0;
+  /// What a user does: press and release a key (a virtual key code), hold or let go one modifier (a modifier flag). May
+  /// return before anybody has seen it.
+  virtual void typeKey(int64_t keyCode) = 0;
+  virtual void holdModifier(uint64_t flag, bool down) = 0;
+};
+
+/// A kind of desktop, by name.
+struct ContractDesktopKind {
+  const char* name;
+  std::unique_ptr<ContractDesktop> (*make)();
+};
+inline void PrintTo(const ContractDesktopKind& kind, std::ostream* out) {
+  *out << kind.name;
+}
+
+/// The desktop of one case, and ways to look around in it.
+class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
+ protected:
+  void SetUp() override {
+    desktop_ = GetParam().make();
+    ASSERT_NE(desktop_, nullptr);
+    platform_ = desktop_->platform();
+    application_ = accessibility().createApplication(desktop_->targetPid());
+    window_ = elementOf(application_, "AXFocusedWindow");
+    ASSERT_TRUE(window_) << "the application has no focused window";
+    elements_ = elementsBelow(window_);
+    button_ = find([&](const ElementRef& e) { return textOf(e, "AXTitle") == desktop_->buttonTitle(); });
+    ASSERT_TRUE(button_) << "no element is called " << desktop_->buttonTitle();
+    textField_ = find([&](const ElementRef& e) { return textOf(e, "AXRole") == "AXTextField"; });
+    ASSERT_TRUE(textField_) << "the window holds no text field";
+  }
+
+  ContractDesktop& desktop() { return *desktop_; }
+  AccessibilityPlatform& accessibility() { return *platform_.accessibility; }
+  Workspace& workspace() { return *platform_.workspace; }
+  Screens& screens() { return *platform_.screens; }
+  InputPlatform& input() { return *platform_.input; }
+
+  ElementRef application() const { return application_; }
+  ElementRef window() const { return window_; }
+  ElementRef button() const { return button_; }
+  ElementRef textField() const { return textField_; }
+  /// The window and what is below it.
+  const std::vector<ElementRef>& elements() const { return elements_; }
+
+  ElementRef elementOf(const ElementRef& element, const std::string& attribute) {
+    const auto result = accessibility().copyAttributeValue(element, attribute);
+    return result.ok() && result.value.element() ? *result.value.element() : ElementRef();
+  }
+  std::string textOf(const ElementRef& element, const std::string& attribute) {
+    const auto result = accessibility().copyAttributeValue(element, attribute);
+    return result.ok() && result.value.text() ? *result.value.text() : std::string();
+  }
+  std::vector<ElementRef> childrenOf(const ElementRef& element) {
+    std::vector<ElementRef> children;
+    const auto result = accessibility().copyAttributeValue(element, "AXChildren");
+    if (result.ok() && result.value.list()) {
+      for (const AttributeValue& child : *result.value.list()) {
+        children.push_back(child.element() ? *child.element() : ElementRef());
+      }
+    }
+    return children;
+  }
+  /// Top-left origin; empty when the element has no place.
+  Rect frameOf(const ElementRef& element) {
+    const auto position = accessibility().copyAttributeValue(element, "AXPosition");
+    const auto size = accessibility().copyAttributeValue(element, "AXSize");
+    if (!position.ok() || !position.value.point() || !size.ok() || !size.value.size()) {
+      return {};
+    }
+    const Point origin = *position.value.point();
+    return {origin.x, origin.y, size.value.size()->width, size.value.size()->height};
+  }
+  bool isInside(ElementRef element, const ElementRef& ancestor) {
+    for (int steps = 0; element && steps < 100; ++steps) {
+      if (element == ancestor) {
+        return true;
+      }
+      element = elementOf(element, "AXParent");
+    }
+    return false;
+  }
+  void waitUntil(const std::function<bool()>& condition) {
+    ASSERT_TRUE(desktop_->waitUntil(condition)) << "what the case waits for never came";
+  }
+
+ private:
+  ElementRef find(const std::function<bool(const ElementRef&)>& fits) const {
+    const auto found = std::find_if(elements_.begin(), elements_.end(), fits);
+    return found == elements_.end() ? ElementRef() : *found;
+  }
+  /// Breadth first, each once, the first thousand.
+  std::vector<ElementRef> elementsBelow(const ElementRef& root) {
+    std::vector<ElementRef> all{root};
+    for (size_t i = 0; i < all.size() && all.size() < 1000; ++i) {
+      for (const ElementRef& child : childrenOf(ElementRef(all[i]))) {
+        if (child && std::find(all.begin(), all.end(), child) == all.end()) {
+          all.push_back(child);
+        }
+      }
+    }
+    return all;
+  }
+
+  std::unique_ptr<ContractDesktop> desktop_;
+  Platform platform_;
+  ElementRef application_;
+  ElementRef window_;
+  ElementRef button_;
+  ElementRef textField_;
+  std::vector<ElementRef> elements_;
+};
+
+}  // namespace jumplark::contract
