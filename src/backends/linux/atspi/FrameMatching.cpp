@@ -15,6 +15,7 @@ constexpr double kTitle = 4;
 constexpr double kTitlePart = 1.5;
 constexpr double kSize = 2;
 constexpr double kPosition = 2;
+constexpr double kPositionAlone = 1;
 /// Only decides between frames that are alike otherwise: the keyboard may be elsewhere by now.
 constexpr double kActive = 0.5;
 
@@ -44,7 +45,7 @@ double likenessOfRects(const Rect& reported, const WindowFacts& window, bool has
   for (const Rect& rect : std::array{window.client, window.frame, withoutShadow(window)}) {
     const bool size = isNear(reported.width, rect.width) && isNear(reported.height, rect.height);
     const bool position = hasPosition && isNear(reported.x, rect.x) && isNear(reported.y, rect.y);
-    best = std::max(best, (size ? kSize : 0) + (position ? kPosition : 0));
+    best = std::max(best, size ? kSize + (position ? kPosition : 0) : position ? kPositionAlone : 0);
   }
   return best;
 }

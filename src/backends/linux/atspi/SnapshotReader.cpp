@@ -137,7 +137,8 @@ void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<Elemen
   FactsReader(bus_).read(requests, deadline);
   for (ReadRequest& request : requests) {
     request.facts.parent = snapshot.application;
-    snapshot.elements[request.facts.ref] = std::make_shared<ElementFacts>(std::move(request.facts));
+    const ElementRef ref = request.facts.ref;
+    snapshot.elements[ref] = std::make_shared<ElementFacts>(std::move(request.facts));
   }
 }
 

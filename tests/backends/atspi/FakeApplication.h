@@ -1,0 +1,110 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "backends/atspi/PrivateBus.h"
+#include "backends/linux/atspi/ElementFacts.h"
+#include "backends/linux/x11/WindowSystem.h"
+
+namespace jumplark::atspi {
+
+/// What an element of a scripted application says of itself. Elements are named by the last part of their object path.
+struct FakeElement {
+  uint32_t role = 39;
+  uint64_t states = (1ULL << state::showing) | (1ULL << state::visible) | (1ULL << state::enabled);
+  std::string name;
+  std::string description;
+  Rect rect{0, 0, 10, 10};
+  std::vector<std::string> children;
+  std::string parent = "root";
+  std::vector<std::string> interfaces{"Component"};
+  std::map<std::string, std::string> attributes;
+  std::vector<std::string> labelledBy;
+  std::string text;
+  double value = 0;
+  int32_t columns = 0;  ///< a table: its children are the cells, row by row
+  int32_t rowHeight = 20;
+};
+
+/// A scripted application on a private bus. Its root has the children of the element "root".
+class FakeApplication {
+ public:
+  FakeApplication(const PrivateBus& bus, std::string toolkit = "Qt", std::string version = "6.4.2");
+
+  /// Adds or replaces an element; before anything is read, or while nothing is under way.
+  FakeElement& set(const std::string& id, FakeElement element);
+  /// Adds an element at the end of its parent's children.
+  FakeElement& add(const std::string& parent, const std::string& id, FakeElement element);
+  void remove(const std::string& id);
+  /// Called, on the application's thread, before each answer.
+  void beforeEachAnswer(std::function<void(const std::string& id, const std::string& member)> callback);
+
+  ElementRef ref(const std::string& id) const;
+  ElementRef root() const { return ref("root"); }
+  FakePeer& peer() { return *peer_; }
+  /// "Interface.Member id" of every call so far.
+  bool wasAsked(const std::string& call) const;
+  size_t timesAsked(const std::string& call) const;
+
+ private:
+  bool answer(sd_bus_message* message);
+  bool answerAccessible(sd_bus_message* message, const std::string& member, const FakeElement& element);
+  bool answerProperty(sd_bus_message* message, const FakeElement& element);
+  bool answerText(sd_bus_message* message, const std::string& member, const FakeElement& element);
+  bool answerPlace(sd_bus_message* message, const std::string& member, const FakeElement& element);
+  bool answerTable(sd_bus_message* message, const std::string& member, const FakeElement& element);
+  int replyReference(sd_bus_message* message, const std::string& id) const;
+  static std::string pathOf(const std::string& id);
+
+  std::string toolkit_;
+  std::string version_;
+  mutable std::mutex mutex_;
+  std::map<std::string, FakeElement> elements_;
+  std::multiset<std::string> asked_;
+  std::function<void(const std::string&, const std::string&)> before_;
+  std::unique_ptr<FakePeer> peer_;
+};
+
+/// The daemons of an accessible desktop: tells the address of the accessibility bus (the same private bus) and lists
+/// the applications.
+class FakeDesktop {
+ public:
+  explicit FakeDesktop(const PrivateBus& bus);
+  void list(const FakeApplication& application);
+
+  bool accessibilitySwitchedOn() const { return switchedOn_; }
+  FakePeer& registry() { return *registry_; }
+
+ private:
+  bool answerBus(sd_bus_message* message);
+  bool answerRegistry(sd_bus_message* message);
+
+  std::string address_;
+  std::atomic<bool> switchedOn_{false};
+  std::mutex mutex_;
+  std::vector<std::string> applications_;
+  std::unique_ptr<FakePeer> launcher_;
+  std::unique_ptr<FakePeer> registry_;
+};
+
+/// X windows as a test says, front to back.
+class FakeWindows final : public WindowSystem {
+ public:
+  std::vector<WindowFacts> windowsFrontToBack() override { return windows; }
+  std::optional<WindowFacts> window(uint32_t id) override;
+  uint32_t activeWindow() override { return windows.empty() ? 0 : windows[0].id; }
+  std::optional<WindowFacts> topmostWindowAt(Point) override { return std::nullopt; }
+  std::vector<WindowFacts> unmanagedWindows() override { return {}; }
+  bool requestActive(uint32_t, bool) override { return false; }
+
+  std::vector<WindowFacts> windows;
+};
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+
+struct sd_bus;
+struct sd_bus_message;
+
+namespace jumplark::atspi {
+
+/// A bus daemon of the test's own, which starts no services. Ends with the object.
+class PrivateBus {
+ public:
+  /// Throws std::runtime_error when the daemon does not come up.
+  PrivateBus();
+  PrivateBus(const PrivateBus&) = delete;
+  PrivateBus& operator=(const PrivateBus&) = delete;
+  ~PrivateBus();
+
+  const std::string& address() const { return address_; }
+  /// Ends the daemon and starts another one at the same address.
+  void restart();
+
+ private:
+  void start();
+  void stop();
+
+  std::string folder_;
+  std::string address_;
+  pid_t daemon_ = -1;
+};
+
+/// A connection with a thread of its own that answers method calls. Everything that is not answered gets UnknownObject.
+class FakePeer {
+ public:
+  /// Answers the message and returns true, or returns false. Runs on the peer's thread.
+  using Handler = std::function<bool(sd_bus_message* message)>;
+
+  FakePeer(const std::string& address, const std::string& wellKnownName, Handler handler);
+  FakePeer(const FakePeer&) = delete;
+  FakePeer& operator=(const FakePeer&) = delete;
+  ~FakePeer();
+
+  const std::string& uniqueName() const { return uniqueName_; }
+  int received() const { return received_; }
+  /// Stops answering, as a process does that is stuck; what arrives meanwhile is kept by the system.
+  void hang();
+  /// Hangs by itself before it answers one more than this number of calls.
+  void hangAfter(int calls);
+  void resume();
+
+ private:
+  static int onMessage(sd_bus_message* message, void* data, void*);
+  void loop();
+  void wake() const;
+
+  Handler handler_;
+  sd_bus* bus_ = nullptr;
+  std::string uniqueName_;
+  std::atomic<int> received_{0};
+  std::atomic<int> limit_{-1};
+  std::atomic<bool> hung_{false};
+  std::atomic<bool> stopping_{false};
+  int wake_ = -1;
+  std::thread thread_;
+};
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,201 @@
+#include <gmock/gmock.h>
+
+#include "backends/atspi/SourceFixture.h"
+
+namespace jumplark::atspi {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+TEST_F(SourceFixture, ASnapshotAnswersWithoutAskingTheApplicationAgain) {
+  app.add("frame", "box", element(role::filler, "", {100, 50, 400, 100}));
+  app.add("box", "ok", element(role::pushButton, "OK", {110, 60, 80, 30}));
+  app.add("box", "caption", element(role::label, "Name:"));
+  FakeElement entry = element(role::entry, "");
+  entry.interfaces = {"Component", "Text", "EditableText"};
+  entry.text = "typed";
+  entry.labelledBy = {"caption"};
+  app.add("frame", "entry", entry);
+  prepare();
+
+  const int before = app.peer().received();
+  constexpr facts::Set kAll = facts::identity | facts::texts | facts::extents | facts::children | facts::relations |
+                              facts::attributes | facts::value | facts::text | facts::localizedRole;
+  for (const char* id : {"frame", "box", "ok", "caption", "entry"}) {
+    EXPECT_TRUE(source().facts(app.ref(id), kAll).ok()) << id;
+  }
+  EXPECT_EQ(names(), "box ok caption entry");
+  const auto ok = read("ok");
+  EXPECT_EQ(ok->name, "OK");
+  EXPECT_EQ(ok->extents, (Rect{110, 60, 80, 30}));
+  EXPECT_EQ(ok->parent, app.ref("box"));
+  EXPECT_THAT(read("box")->children, ElementsAre(app.ref("ok"), app.ref("caption")));
+  EXPECT_EQ(read("entry")->shortText, "typed");
+  EXPECT_THAT(read("entry")->labelledBy, ElementsAre(app.ref("caption")));
+  EXPECT_EQ(source().focusedWindow(app.root()), app.ref("frame"));
+  EXPECT_EQ(source().application(getpid()), app.root());
+  ASSERT_EQ(source().frames(app.root()).size(), 1U);
+  EXPECT_EQ(source().frames(app.root())[0].window, 7U);
+  EXPECT_EQ(app.peer().received(), before);
+}
+
+TEST_F(SourceFixture, OnlyWhatShowsIsDescendedInto) {
+  FakeElement hidden = element(role::panel, "hidden page");
+  hidden.states = bit(state::visible);
+  app.add("frame", "hidden", hidden);
+  app.add("hidden", "inside", element(role::pushButton, "inside"));
+  prepare(true);
+  EXPECT_EQ(names(), "hidden");
+  EXPECT_TRUE(read("hidden")->has(facts::identity | facts::extents));
+  EXPECT_FALSE(read("hidden")->extents.has_value());
+  EXPECT_FALSE(app.wasAsked("Accessible.GetState inside"));
+  prepare(false);
+  EXPECT_EQ(names(), "hidden inside");
+}
+
+TEST_F(SourceFixture, OtherWindowsAreNamedButNotRead) {
+  app.add("root", "second", element(role::frame, "Another", {600, 50, 100, 100}));
+  app.add("second", "there", element(role::pushButton, "there"));
+  prepare();
+  EXPECT_EQ(names(), "second");
+  EXPECT_FALSE(app.wasAsked("Accessible.GetState there"));
+}
+
+TEST_F(SourceFixture, EveryFrameOfAPanelIsRead) {
+  app.add("root", "second", element(role::frame, "Another", {600, 50, 100, 100}));
+  app.add("second", "there", element(role::pushButton, "there"));
+  windows.windows[0].type = WindowType::dock;
+  prepare(false);
+  EXPECT_EQ(names(), "second there");
+}
+
+TEST_F(SourceFixture, TheItemsOfAMenuBarAreReadButNotTheirMenus) {
+  app.add("frame", "box", element(role::filler, ""));
+  app.add("box", "bar", element(role::menuBar, ""));
+  app.add("bar", "file", element(role::menu, "File"));
+  app.add("file", "open", element(role::menuItem, "Open"));
+  for (const bool visibleOnly : {true, false}) {
+    prepare(visibleOnly);
+    EXPECT_EQ(names(), "box bar file");
+    EXPECT_EQ(source().menuBar(app.ref("frame")), app.ref("bar"));
+    EXPECT_THAT(read("file")->children, IsEmpty());
+  }
+  EXPECT_FALSE(app.wasAsked("Accessible.GetState open"));
+}
+
+TEST_F(SourceFixture, APasswordIsNeverRead) {
+  FakeElement password = element(role::passwordText, "Password");
+  password.interfaces = {"Component", "Text", "EditableText", "Value"};
+  password.text = "secret";
+  app.add("frame", "password", password);
+  prepare();
+  EXPECT_EQ(read("password")->shortText, "");
+  const auto live = source().beginLiveReads();
+  const auto facts = source().facts(app.ref("password"), facts::text | facts::value);
+  ASSERT_TRUE(facts.ok());
+  EXPECT_EQ(facts.value->shortText, "");
+  EXPECT_EQ(source().textInRange(app.ref("password"), 0, 6).error, AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(source().visibleTextRange(app.ref("password")).error, AccessibilityError::attributeUnsupported);
+  EXPECT_FALSE(app.wasAsked("Text.GetText password"));
+}
+
+TEST_F(SourceFixture, ALiveScopeSeesWhatHasChangedSince) {
+  app.add("frame", "ok", element(role::pushButton, "OK", {110, 60, 80, 30}));
+  prepare();
+  app.set("ok", element(role::pushButton, "Done", {10, 10, 80, 30}));
+  const auto nameNow = [this] { return source().facts(app.ref("ok"), facts::texts).value->name; };
+  EXPECT_EQ(nameNow(), "OK");
+  {
+    const auto live = source().beginLiveReads();
+    EXPECT_EQ(nameNow(), "Done");
+    EXPECT_EQ(source().snapshotFacts(app.ref("ok")), nullptr);
+  }
+  EXPECT_EQ(nameNow(), "OK");
+  source().endSnapshot();
+  EXPECT_EQ(nameNow(), "Done");
+  EXPECT_THAT(source().snapshotElements(app.root()), IsEmpty());
+}
+
+TEST_F(SourceFixture, GroupsThatASnapshotLacksAreReadOnceAndKept) {
+  FakeElement hidden = element(role::panel, "hidden page");
+  hidden.states = 0;
+  app.add("frame", "hidden", hidden);
+  prepare();
+  ASSERT_FALSE(read("hidden")->has(facts::texts));
+  EXPECT_EQ(source().facts(app.ref("hidden"), facts::texts).value->name, "hidden page");
+  const int before = app.peer().received();
+  EXPECT_EQ(source().facts(app.ref("hidden"), facts::texts | facts::identity).value->name, "hidden page");
+  EXPECT_EQ(app.peer().received(), before);
+  EXPECT_EQ(read("hidden")->parent, app.ref("frame"));
+}
+
+TEST_F(SourceFixture, OfALargeTableTheVisibleRowsAreRead) {
+  FakeElement table = element(role::table, "", {100, 50, 400, 200});
+  table.interfaces = {"Component", "Table"};
+  table.columns = 2;
+  app.add("frame", "table", table);
+  for (int i = 0; i < 1000; ++i) {
+    const Rect rect{100.0 + i % 2 * 200, 50.0 + i / 2 * 20, 200, 20};
+    app.add("table", "cell" + std::to_string(i), element(role::tableCell, "cell", rect));
+  }
+  prepare();
+  const auto read = this->read("table");
+  EXPECT_TRUE(read->childrenAreVisibleOnly);
+  EXPECT_EQ(read->childCount, 1000);
+  ASSERT_EQ(read->children.size(), 20U);  // ten rows of 20 pixels, two columns
+  EXPECT_EQ(read->children.front(), app.ref("cell0"));
+  EXPECT_EQ(read->children.back(), app.ref("cell19"));
+  EXPECT_FALSE(app.wasAsked("Accessible.GetChildren table"));
+  const auto page = source().childrenInRange(app.ref("table"), 500, 3);
+  EXPECT_THAT(page.value, ElementsAre(app.ref("cell500"), app.ref("cell501"), app.ref("cell502")));
+}
+
+TEST_F(SourceFixture, OfALongTextTheVisiblePartIsRead) {
+  FakeElement text = element(role::text, "", {100, 50, 100, 60});
+  text.interfaces = {"Component", "Text"};
+  text.states = kShown | bit(state::multiLine);
+  for (int line = 0; line < 500; ++line) {
+    text.text += "line " + std::to_string(1000 + line) + "\n";
+  }
+  app.add("frame", "text", text);
+  prepare();
+  const int before = app.peer().received();
+  const auto range = source().visibleTextRange(app.ref("text"));
+  ASSERT_TRUE(range.ok());
+  EXPECT_EQ(range.value, (std::pair<int64_t, int64_t>(0, 60)));  // six lines of ten
+  EXPECT_EQ(source().textInRange(app.ref("text"), 10, 19).value, "line 1001");
+  EXPECT_EQ(app.peer().received(), before);
+  EXPECT_EQ(source().textInRange(app.ref("text"), 1000, 1009).value, "line 1100");
+}
+
+TEST_F(SourceFixture, WindowRelativeExtentsAreMovedToTheScreen) {
+  FakeApplication gtk4(bus, "GTK", "4.8.3");
+  FakeElement frame = element(role::frame, "Window", {0, 0, 352, 252});
+  frame.states = kShown;
+  gtk4.add("root", "frame", frame);
+  FakeElement button = element(role::pushButton, "OK", {10, 20, 80, 30});
+  button.states = bit(state::visible);
+  gtk4.add("frame", "ok", button);
+  FakeElement noSize = element(role::pushButton, "none", {0, 0, 0, 0});
+  noSize.states = bit(state::visible);
+  gtk4.add("frame", "none", noSize);
+  windows.windows[0].hasGtkFrameExtents = true;
+  windows.windows[0].gtkFrameExtents = {26, 22, 23, 25};
+  source().prepareSnapshot(gtk4.root(), true);
+  EXPECT_EQ(source().snapshotFacts(gtk4.ref("ok"))->extents, (Rect{100 + 26 + 10, 50 + 23 + 20, 80, 30}));
+  EXPECT_FALSE(source().snapshotFacts(gtk4.ref("none"))->extents.has_value());
+  windows.windows[0].client.x += 1000;
+  const auto live = source().beginLiveReads();
+  EXPECT_EQ(source().facts(gtk4.ref("ok"), facts::extents).value->extents->x, 1100 + 26 + 10);
+}
+
+TEST_F(SourceFixture, FocusAndActionsReachTheElement) {
+  app.add("frame", "ok", element(role::pushButton, "OK"));
+  EXPECT_EQ(source().grabFocus(app.ref("ok")), AccessibilityError::success);
+  EXPECT_TRUE(app.wasAsked("Component.GrabFocus ok"));
+  EXPECT_NE(source().doAction(app.ref("ok"), 0), AccessibilityError::success);  // it has no actions
+}
+
+}  // namespace
+}  // namespace jumplark::atspi

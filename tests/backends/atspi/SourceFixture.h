@@ -1,0 +1,72 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "backends/atspi/FakeApplication.h"
+#include "backends/linux/atspi/AtspiElementSource.h"
+#include "backends/linux/atspi/AtspiRoles.h"
+
+namespace jumplark::atspi {
+
+inline constexpr uint64_t bit(int number) {
+  return 1ULL << static_cast<unsigned>(number);
+}
+inline constexpr uint64_t kShown = bit(state::showing) | bit(state::visible) | bit(state::enabled);
+
+inline FakeElement element(uint32_t role, const std::string& name, Rect rect = {0, 0, 10, 10}) {
+  FakeElement made;
+  made.role = role;
+  made.name = name;
+  made.rect = rect;
+  return made;
+}
+
+/// A private desktop with one application that has one window, "frame", 400 by 300 at (100, 50).
+class SourceFixture : public ::testing::Test {
+ protected:
+  SourceFixture() {
+    app.add("root", "frame", element(role::frame, "Window", {100, 50, 400, 300}));
+    desktop.list(app);
+    WindowFacts window;
+    window.id = 7;
+    window.pid = window.resourcePid = getpid();
+    window.title = "Window";
+    window.client = window.frame = {100, 50, 400, 300};
+    windows.windows.push_back(window);
+  }
+
+  AtspiElementSource& source() {
+    if (!source_) {
+      source_ = std::make_unique<AtspiElementSource>(BusConnection::Options{bus.address()}, windows);
+    }
+    return *source_;
+  }
+  void prepare(bool visibleOnly = true) { source().prepareSnapshot(app.root(), visibleOnly); }
+  FactsPointer read(const std::string& id) { return source().snapshotFacts(app.ref(id)); }
+  /// Names of the snapshot's elements in document order, the application and the window left out.
+  std::string names() {
+    std::string joined;
+    for (const FactsPointer& e : source().snapshotElements(app.root())) {
+      const std::string id = e->ref.text().substr(e->ref.text().rfind('/') + 1);
+      if (id != "root" && id != "frame") {
+        joined += (joined.empty() ? "" : " ") + id;
+      }
+    }
+    return joined;
+  }
+
+  PrivateBus bus;
+  FakeDesktop desktop{bus};
+  FakeApplication app{bus};
+  FakeWindows windows;
+
+ private:
+  std::unique_ptr<AtspiElementSource> source_;
+};
+
+}  // namespace jumplark::atspi
