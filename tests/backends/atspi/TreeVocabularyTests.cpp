@@ -53,6 +53,13 @@ TEST_F(AtspiVocabulary, PutsThePageOfATabBesideIt) {
   EXPECT_EQ(*get("icon", "AXParent").value.element(), source.ref("second"));
 }
 
+TEST_F(AtspiVocabulary, ShowsThePageOfALoneTabThatIsHidden) {
+  source.add("tabs", role::pageTabList, "win", Rect{0, 0, 400, 300});
+  source.add("tab", role::pageTab, "tabs", std::nullopt);
+  source.add("page", role::panel, "tab", Rect{0, 0, 400, 300});
+  EXPECT_EQ(list("tabs", "AXVisibleChildren"), "page");
+}
+
 TEST_F(AtspiVocabulary, ListsVisibleChildrenOfContainersOnly) {
   source.add("box", role::panel, "win");
   source.add("shown", role::pushButton, "box");
@@ -62,6 +69,17 @@ TEST_F(AtspiVocabulary, ListsVisibleChildrenOfContainersOnly) {
   EXPECT_EQ(list("box", "AXChildren"), "shown away nowhere");
   EXPECT_EQ(list("shown", "AXVisibleChildren"), kUnsupported);
   EXPECT_EQ(list("app", "AXVisibleChildren"), kUnsupported);
+}
+
+TEST_F(AtspiVocabulary, LeavesOutWhatIsScrolledAwayAlthoughItSaysThatItShows) {
+  source.add("pane", role::scrollPane, "win", Rect{0, 100, 400, 50});
+  source.add("content", role::panel, "pane", Rect{0, 60, 400, 1000});
+  source.add("above", role::pushButton, "content", Rect{0, 70, 50, 20});
+  source.add("partly", role::pushButton, "content", Rect{0, 90, 50, 20});
+  source.add("below", role::pushButton, "content", Rect{0, 150, 50, 20});
+  EXPECT_EQ(list("content", "AXVisibleChildren"), "partly");
+  platform.prepareSnapshot(source.ref("app"), true);
+  EXPECT_EQ(list("content", "AXVisibleChildren"), "partly");
 }
 
 TEST_F(AtspiVocabulary, GivesRowsOrCellsBetweenTheEdgesOfTheViewport) {

@@ -33,6 +33,10 @@ bool isRowObject(const ElementFacts& element) {
   return element.role == role::tableRow || element.role == role::listItem || element.role == role::treeItem;
 }
 
+bool hasArea(const ElementFacts& element) {
+  return element.extents && element.extents->width > 0 && element.extents->height > 0;
+}
+
 bool overlapsVertically(const Rect& a, const Rect& b) {
   return a.minY() < b.maxY() && b.minY() < a.maxY();
 }
@@ -54,6 +58,7 @@ TreeShape::List listOf(const std::vector<FactsPointer>& all) {
 void TreeShape::snapshotsChanged() {
   const std::lock_guard lock(mutex_);
   lists_.clear();
+  clips_.clear();
   ++generation_;
 }
 
@@ -69,7 +74,8 @@ bool TreeShape::isLiftedMenuBar(const ElementFacts& element) const {
 }
 
 bool TreeShape::isBesideTab(const ElementFacts& content, const ElementFacts& tab) const {
-  return content.extents && tab.extents && !intersects(*content.extents, *tab.extents);
+  // A lone tab is hidden in some notebooks: it has no place, its page shows nevertheless.
+  return content.extents && !(tab.extents && intersects(*content.extents, *tab.extents));
 }
 
 ElementRef TreeShape::parent(const ElementFacts& element) const {
@@ -119,15 +125,34 @@ Rect TreeShape::visibleRect(const ElementFacts& element) const {
   if (!element.extents) {
     return Rect::null();
   }
-  Rect clipped = *element.extents;
-  auto up = neighbours_.get(parent(element), facts::identity | facts::extents);
-  for (int step = 0; step < kMostAncestors && up && up->role != role::application; ++step) {
-    if (up->extents && up->extents->width > 0 && up->extents->height > 0) {
-      clipped = intersection(clipped, *up->extents);
-    }
-    up = neighbours_.get(parent(*up), facts::identity | facts::extents);
+  return intersection(*element.extents, clipAround(element, 0));
+}
+
+Rect TreeShape::clipAround(const ElementFacts& element, int depth) const {
+  const auto above = neighbours_.get(parent(element), facts::identity | facts::extents);
+  if (!above || above->role == role::application || depth > kMostAncestors) {
+    return Rect::infinite();
   }
-  return clipped;
+  uint64_t generation = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto known = clips_.find(above->ref);
+    if (known != clips_.end()) {
+      return known->second;
+    }
+    generation = generation_;
+  }
+  Rect clip = clipAround(*above, depth + 1);
+  if (hasArea(*above)) {
+    clip = intersection(clip, *above->extents);
+  }
+  if (neighbours_.isInSnapshot(above->ref)) {
+    const std::lock_guard lock(mutex_);
+    if (generation == generation_) {
+      clips_.emplace(above->ref, clip);
+    }
+  }
+  return clip;
 }
 
 void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const {
@@ -168,17 +193,19 @@ TreeShape::List TreeShape::make(const ElementFacts& element, Which which) const 
     return listOf(all);
   }
   const auto self = neighbours_.get(element.ref, facts::identity | facts::extents);
-  const Rect viewport = which == Which::visibleRows && self ? visibleRect(*self) : Rect::infinite();
+  const bool clips = self && hasArea(*self);
+  const Rect viewport = clips ? visibleRect(*self) : Rect::infinite();
   std::erase_if(all, [&](const FactsPointer& child) {
-    if (!isShowing(*child)) {
+    if (!isShowing(*child) || !clips || !child->extents) {
+      return !isShowing(*child);
+    }
+    if (viewport.isNull()) {
       return true;
     }
-    if (which == Which::visibleChildren || viewport.isInfinite()) {
-      return false;
-    }
-    return !child->extents || viewport.isNull() ||
-           !(isRowObject(*child) ? overlapsVertically(*child->extents, viewport)
-                                 : intersects(*child->extents, viewport));
+    // Rows are often wider than what shows of them, or begin left of it.
+    const bool isRow = which == Which::visibleRows && isRowObject(*child);
+    const bool isSeen = isRow ? overlapsVertically(*child->extents, viewport) : intersects(*child->extents, viewport);
+    return !isSeen && hasArea(*child);
   });
   return listOf(all);
 }

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -44,7 +45,7 @@ class TreeShape {
 
   /// "AXChildren" and "AXRows".
   List children(const ElementFacts& element) const;
-  /// "AXVisibleChildren".
+  /// "AXVisibleChildren": what shows, and is not scrolled out of anything around it.
   List visibleChildren(const ElementFacts& element) const;
   /// "AXVisibleRows": row objects, or cells where there are none, that lie between the edges of the viewport.
   List visibleRows(const ElementFacts& element) const;
@@ -61,6 +62,7 @@ class TreeShape {
   enum class Which { children, visibleChildren, visibleRows };
   List remembered(const ElementFacts& element, Which which) const;
   List make(const ElementFacts& element, Which which) const;
+  Rect clipAround(const ElementFacts& element, int depth) const;
   std::vector<FactsPointer> presented(const ElementFacts& element) const;
   void addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const;
   bool isLiftedMenuBar(const ElementFacts& element) const;
@@ -72,6 +74,7 @@ class TreeShape {
   mutable std::mutex mutex_;
   mutable uint64_t generation_ = 0;
   mutable std::map<std::pair<std::string, Which>, List> lists_;
+  mutable std::unordered_map<ElementRef, Rect, ElementRefHash> clips_;  ///< what an element leaves to see inside it
 };
 
 }  // namespace jumplark::atspi
