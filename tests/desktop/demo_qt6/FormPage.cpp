@@ -32,6 +32,7 @@ QComboBox* makeCombo(const QString& name, const QStringList& entries, bool edita
   combo->setObjectName(name);
   combo->setEditable(editable);
   combo->addItems(entries);
+  reportList(combo);
   QObject::connect(combo, &QComboBox::currentTextChanged, combo,
                    [name](const QString& text) { report("combo " + name + ' ' + text); });
   return combo;

@@ -1,8 +1,10 @@
 #include "Report.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QEvent>
 #include <QMenu>
 #include <QMouseEvent>
@@ -39,14 +41,33 @@ class MenuShown : public QObject {
   bool shown_ = false;
 };
 
+class PopupShown : public QObject {
+ public:
+  explicit PopupShown(QComboBox* combo) : QObject(combo), combo_(combo) { combo->view()->installEventFilter(this); }
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() == QEvent::Show) {
+      report("list-opened " + combo_->objectName());
+    }
+    return false;
+  }
+
+ private:
+  QComboBox* combo_;
+};
+
 class Presses : public QObject {
  public:
   using QObject::QObject;
   bool eventFilter(QObject* watched, QEvent* event) override {
     const bool doublePress = event->type() == QEvent::MouseButtonDblClick;
     if (watched->isWindowType() && (event->type() == QEvent::MouseButtonPress || doublePress)) {
-      const QPoint at = static_cast<QMouseEvent*>(event)->globalPosition().toPoint();
-      report(QString("%1 %2,%3").arg(doublePress ? "double-pressed" : "pressed").arg(at.x()).arg(at.y()));
+      const auto* mouse = static_cast<QMouseEvent*>(event);
+      const QPoint at = mouse->globalPosition().toPoint();
+      report(QString("%1 %2,%3%4")
+                 .arg(doublePress ? "double-pressed" : "pressed")
+                 .arg(at.x())
+                 .arg(at.y())
+                 .arg(mouse->modifiers() == Qt::NoModifier ? "" : " with modifiers"));
     }
     return false;
   }
@@ -77,6 +98,10 @@ void reportAction(QAction* action) {
 
 void reportMenu(QMenu* menu) {
   new MenuShown(menu);
+}
+
+void reportList(QComboBox* combo) {
+  new PopupShown(combo);
 }
 
 void reportFocusAndPresses() {

@@ -4,6 +4,7 @@
 
 class QAbstractButton;
 class QAction;
+class QComboBox;
 class QMenu;
 class QWidget;
 
@@ -19,7 +20,10 @@ void reportButton(QAbstractButton* button);
 void reportAction(QAction* action);
 /// "menu-opened TITLE" once its window shows, "menu-closed TITLE".
 void reportMenu(QMenu* menu);
-/// "focused NAME" and "pressed X,Y" (pixels of the root window) for the whole program, NAME being the object name.
+/// "list-opened NAME" when the list of a combo box shows.
+void reportList(QComboBox* combo);
+/// "focused NAME", NAME being the object name, and "pressed X,Y" or "double-pressed X,Y" (pixels of the root window),
+/// followed by " with modifiers" when one is down, for the whole program.
 void reportFocusAndPresses();
 
 /// Writes the pixel rectangles of everything in a window to a JSON file: a list of {"kind","name","rect","shown"}, rect

@@ -1,0 +1,87 @@
+// Prints what an application says of its showing elements, read with the desktop's own accessibility library and
+// nothing of the program under test: accessible-reader APPLICATION. A JSON list of
+// {"role","name","text","states","rect"}, depth first; rect is [x,y,width,height] in pixels of the root window.
+#include <atspi/atspi.h>
+
+#include <cstdio>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace {
+
+struct Unref {
+  void operator()(void* object) const { g_object_unref(object); }
+};
+template <typename Type>
+using Owned = std::unique_ptr<Type, Unref>;
+
+std::string take(gchar* text) {
+  std::string result = text ? text : "";
+  g_free(text);
+  return result;
+}
+
+const std::pair<AtspiStateType, const char*> kStates[] = {
+    {ATSPI_STATE_CHECKED, "checked"},    {ATSPI_STATE_FOCUSED, "focused"},   {ATSPI_STATE_SELECTED, "selected"},
+    {ATSPI_STATE_PRESSED, "pressed"},    {ATSPI_STATE_EXPANDED, "expanded"}, {ATSPI_STATE_ACTIVE, "active"},
+    {ATSPI_STATE_SENSITIVE, "sensitive"}};
+
+nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states) {
+  nlohmann::json entry = {{"role", take(atspi_accessible_get_role_name(element, nullptr))},
+                          {"name", take(atspi_accessible_get_name(element, nullptr))},
+                          {"text", ""},
+                          {"states", nlohmann::json::array()},
+                          {"rect", {0, 0, 0, 0}}};
+  for (const auto& [state, name] : kStates) {
+    if (atspi_state_set_contains(states, state)) {
+      entry["states"].push_back(name);
+    }
+  }
+  if (const Owned<AtspiText> text{atspi_accessible_get_text_iface(element)}) {
+    entry["text"] = take(atspi_text_get_text(text.get(), 0, 200, nullptr));
+  }
+  if (const Owned<AtspiComponent> component{atspi_accessible_get_component_iface(element)}) {
+    if (AtspiRect* rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_SCREEN, nullptr)) {
+      entry["rect"] = {rect->x, rect->y, rect->width, rect->height};
+      g_free(rect);
+    }
+  }
+  return entry;
+}
+
+void collect(AtspiAccessible* element, bool isApplication, nlohmann::json& entries) {
+  const Owned<AtspiStateSet> states{atspi_accessible_get_state_set(element)};
+  if (!isApplication) {
+    if (!states || !atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING)) {
+      return;
+    }
+    entries.push_back(describe(element, states.get()));
+  }
+  constexpr int kMostChildren = 400;
+  const int count = std::min(atspi_accessible_get_child_count(element, nullptr), kMostChildren);
+  for (int i = 0; i < count; ++i) {
+    if (const Owned<AtspiAccessible> child{atspi_accessible_get_child_at_index(element, i, nullptr)}) {
+      collect(child.get(), false, entries);
+    }
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2 || atspi_init() > 1) {
+    return 2;
+  }
+  const Owned<AtspiAccessible> desktop{atspi_get_desktop(0)};
+  for (int i = 0; i < atspi_accessible_get_child_count(desktop.get(), nullptr); ++i) {
+    const Owned<AtspiAccessible> application{atspi_accessible_get_child_at_index(desktop.get(), i, nullptr)};
+    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == argv[1]) {
+      nlohmann::json entries = nlohmann::json::array();
+      collect(application.get(), true, entries);
+      std::printf("%s\n", entries.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+      return 0;
+    }
+  }
+  return 1;
+}
