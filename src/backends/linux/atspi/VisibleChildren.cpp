@@ -30,21 +30,33 @@ struct Span {
 
 using RefSet = std::unordered_set<ElementRef, ElementRefHash>;
 
-RefSet probe(CallRunner& runner, const AtspiHandle& container, const Rect& visible, TimePoint deadline) {
-  RefSet hits;
+void probeColumn(CallRunner& runner, const AtspiHandle& container, const Rect& visible, double x, TimePoint deadline,
+                 RefSet& hits) {
   TypedBatch batch;
-  const auto x = static_cast<int32_t>(visible.minX() + std::min(visible.width / 2, 12.0));
   for (int i = 0; i < kProbes; ++i) {
     // Evenly spread, with the outermost ones just inside the edges.
     const double inset = std::min(3.0, visible.height / 2);
     const double y = visible.minY() + inset + (visible.height - 2 * inset) * i / (kProbes - 1);
-    batch.add<ElementRef>(calls::accessibleAtPoint(container, x, static_cast<int32_t>(y)), [&](ElementRef& hit) {
-      if (hit) {
-        hits.insert(hit);
-      }
-    });
+    batch.add<ElementRef>(calls::accessibleAtPoint(container, static_cast<int32_t>(x), static_cast<int32_t>(y)),
+                          [&](ElementRef& hit) {
+                            if (hit) {
+                              hits.insert(hit);
+                            }
+                          });
   }
   batch.run(runner, deadline);
+}
+
+RefSet probe(CallRunner& runner, const AtspiHandle& container, const Rect& visible, TimePoint deadline) {
+  // Short entries lie at the left edge; where that hits nothing, a row header stands there, and what is on the right of
+  // the last column hits nothing either.
+  RefSet hits;
+  for (const double inset : {12.0, 64.0, visible.width / 4, visible.width / 2}) {
+    probeColumn(runner, container, visible, visible.minX() + std::min(visible.width / 2, inset), deadline, hits);
+    if (!hits.empty()) {
+      break;
+    }
+  }
   return hits;
 }
 
