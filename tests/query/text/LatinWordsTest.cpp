@@ -37,8 +37,9 @@ TEST(LatinWords, AreJoinedByATildeBetweenThemOnly) {
 }
 
 TEST(LatinWords, MayBeAskedForOnSeveralThreads) {
-  std::vector<std::thread> threads;
   std::vector<Words> results(4);
+  std::vector<std::thread> threads;
+  threads.reserve(results.size());
   for (Words& result : results) {
     threads.emplace_back([&result] {
       for (int i = 0; i < 200; ++i) {

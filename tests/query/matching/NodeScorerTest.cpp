@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "query/matching/JLElementFilter.h"
+#include "query/matching/JLElementMatcher.h"
+#include "query/matching/JLElementNodeScorer.h"
+#include "support/RecordedFixture.h"
+#include "tree/JLElementTree.h"
+#include "tree/JLElementTreeEnumerator.h"
+
+namespace jumplark {
+namespace {
+
+using testing::RecordedFixture;
+
+TEST(NearnessMultiplier, FallsFromThreeWithTheGapBetweenTheRectangles) {
+  struct Case {
+    Rect node;
+    Rect focused;
+    float multiplier;
+  };
+  const Rect origin{0, 0, 10, 10};
+  const std::vector<Case> cases = {
+      {{5, 5, 10, 10}, origin, 3},
+      {{10, 0, 10, 10}, origin, 3},      // touching
+      {{110, 0, 10, 10}, origin, 2.8F},  // 100 to the right
+      {{-110, 0, 10, 10}, origin, 2.8F},
+      {{0, 110, 10, 10}, origin, 2.8F},
+      {{40, 50, 10, 10}, origin, 2.9F},  // 30 and 40: a distance of 50
+      {{1010, 0, 10, 10}, origin, 1},
+      {{5000, 0, 10, 10}, origin, 1},
+      {{0, 300, 10, 10}, origin, 3 - 0.58F},  // equal x: no horizontal gap
+      {Rect::null(), origin, 1},
+      {Rect::null(), Rect::null(), 3},
+      {Rect::infinite(), origin, 3},
+      {Rect{}, Rect{}, 3},
+  };
+  for (const Case& c : cases) {
+    EXPECT_FLOAT_EQ(JLElementNodeScorer::multiplierForRects(c.node, c.focused), c.multiplier)
+        << c.node.x << "," << c.node.y;
+    EXPECT_FLOAT_EQ(JLElementNodeScorer::multiplierForRects(c.focused, c.node), c.multiplier);
+  }
+}
+
+constexpr const char* kDesktop = R"({"screens":[[0,0,2000,1000]],"pointer":[15,985],"frontmost":1,
+  "applications":[{"pid":1,"bundle_id":"a","name":"A","element":"app"}],
+  "elements":{
+    "app":{"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"win"}}},
+    "win":{"attributes":{"AXRole":"AXWindow","AXPosition":{"point":[0,0]},"AXSize":{"size":[2000,1000]},
+           "AXParent":{"ref":"app"},"AXChildren":[{"ref":"near"},{"ref":"far"},{"ref":"tiny"},{"ref":"label"},{"ref":"field"}]}},
+    "near":{"attributes":{"AXRole":"AXButton","AXTitle":"save","AXPosition":{"point":[10,10]},"AXSize":{"size":[10,10]},
+            "AXParent":{"ref":"win"}}},
+    "far":{"attributes":{"AXRole":"AXButton","AXTitle":"save","AXPosition":{"point":[120,10]},"AXSize":{"size":[10,5]},
+            "AXParent":{"ref":"win"}}},
+    "tiny":{"attributes":{"AXRole":"AXButton","AXTitle":"save","AXPosition":{"point":[10,10]},"AXSize":{"size":[4,10]},
+            "AXParent":{"ref":"win"}}},
+    "label":{"attributes":{"AXRole":"AXGroup","AXTitle":"street","AXPosition":{"point":[10,10]},"AXSize":{"size":[10,10]},
+            "AXParent":{"ref":"win"}}},
+    "field":{"attributes":{"AXRole":"AXTextField","AXTitleUIElement":{"ref":"label"},"AXPosition":{"point":[10,10]},
+            "AXSize":{"size":[10,10]},"AXParent":{"ref":"win"}}}},
+  "hits":[[15,14,"near"]]})";
+
+class NodeScorerTest : public ::testing::Test {
+ protected:
+  JLElementNode* node(const std::string& id) { return tree_->nodeForElement(*desktop_.element(id)); }
+
+  RecordedFixture desktop_{kDesktop};
+  std::shared_ptr<JLElementTree> tree_ = JLElementTreeEnumerator(desktop_.element("app")).enumerateElements();
+};
+
+TEST_F(NodeScorerTest, EqualTextsScoreHigherNearThePointer) {
+  ASSERT_EQ(tree_->focusedNode(), node("near"));
+  const auto score = [&](const char* id) {
+    return JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode(node(id), "save", tree_->focusedNode());
+  };
+  EXPECT_EQ(score("near"), 12.0F);
+  EXPECT_EQ(score("far"), 2.8F * 4);
+  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode(nullptr, "save", nullptr), 0);
+  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode(nullptr, "but", nullptr), 0);
+}
+
+TEST_F(NodeScorerTest, ATitleCountsSlightlyMoreThanOwnTextsAndOnlyOneLevelDeep) {
+  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", false),
+            static_cast<float>(6.0 * 1.05));
+  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", true), 6.0F)
+      << "scored as a title itself: its own texts";
+}
+
+TEST_F(NodeScorerTest, MatcherGivesWhatTheScorerGivesAlsoForTitles) {
+  for (const char* query : {"save", "street", "st", ".but", "."}) {
+    for (const JLElementMatch& match : JLElementMatcher::resultsForElementTreeWithQuery(tree_, query)) {
+      const std::string text = query[0] == '.' ? query + 1 : query;
+      const auto score = query[0] == '.' ? &JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode
+                                         : &JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode;
+      EXPECT_EQ(match.score(), score(match.node().get(), text, tree_->focusedNode())) << query;
+    }
+  }
+  const auto matches = JLElementMatcher::resultsForElementTreeWithQuery(tree_, "street");
+  ASSERT_EQ(matches.size(), 1U);
+  EXPECT_EQ(matches.front().node().get(), node("field"));
+}
+
+TEST_F(NodeScorerTest, TooSmallMatchesArePruned) {
+  const auto found = JLElementMatcher::searchElementTreeWithQuery(tree_, "save");
+  EXPECT_EQ(found.collect().size(), 3U);
+  const auto pruned = JLElementFilter::pruneElements(found).collect();
+  ASSERT_EQ(pruned.size(), 2U) << "4 points wide is too small, 5 high is enough";
+  EXPECT_EQ(pruned[1].node().get(), node("far"));
+  const auto none = JLElementFilter::pruneElements(Stream<JLElementMatch>::of({JLElementMatch(nullptr, 2)}));
+  EXPECT_TRUE(none.collect().empty());
+}
+
+TEST_F(NodeScorerTest, MatchesAreEqualByNodeAndScore) {
+  const JLElementMatch match(tree_->handle(node("near")), 1.5F);
+  JLElementMatch copy = match;
+  EXPECT_EQ(match, copy);
+  EXPECT_EQ(match.hash(), node("near")->hash());
+  copy.setScore(std::nextafter(1.5F, 2.0F));
+  EXPECT_FALSE(match == copy);
+  EXPECT_FALSE(match == JLElementMatch(tree_->handle(node("far")), 1.5F));
+  EXPECT_EQ(match.description(), "<JLElementMatch - element: " + node("near")->description() + " score: 1.500000");
+}
+
+TEST(NodeScorer, OnlyTheFirstThousandCharactersOfATextAreScored) {
+  RecordedFixture desktop(R"({"elements":{}})");
+  const auto tree = JLElementTree::tree();
+  const std::string filler(996, 'x');
+  JLElementNode* within = JLElementNode::nodeWithRoleAttributes(*tree, "Button", {{"Title", filler + "save" + filler}});
+  JLElementNode* beyond = JLElementNode::nodeWithRoleAttributes(*tree, "Button", {{"Title", filler + "xsave"}});
+  EXPECT_FLOAT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(within, "save", false), 4 - 0.996F);
+  EXPECT_FLOAT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(beyond, "save", false), -0.996F);
+}
+
+}  // namespace
+}  // namespace jumplark
