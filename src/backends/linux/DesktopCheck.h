@@ -4,12 +4,14 @@
 
 namespace jumplark {
 
-/// One thing that the program needs of the desktop, and how it stands. Texts are plain sentences for a person.
+/// One finding about the desktop that the program runs on, for people to read.
 struct DesktopCheck {
-  std::string name;
-  enum class Level { ok, warning, failure } level = Level::ok;
+  enum Level { ok, warning, failure };
+
+  std::string name;     ///< what was looked at
+  Level level = ok;     ///< failure: the program cannot work; warning: something will be missing
   std::string finding;  ///< what was found
-  std::string remedy;   ///< how to mend it; empty when nothing is to be mended
+  std::string remedy;   ///< what the user can do; empty when all is well
 };
 
 }  // namespace jumplark

@@ -42,6 +42,11 @@ void ManualQueue::post(Task task) {
   tasks_.push_back(std::move(task));
 }
 
+size_t ManualQueue::size() const {
+  const std::lock_guard lock(mutex_);
+  return tasks_.size();
+}
+
 size_t ManualQueue::runAll() {
   std::vector<Task> due;
   {

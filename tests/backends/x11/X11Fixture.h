@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -42,10 +43,11 @@ class ManualQueue final : public TaskQueue {
   bool isCurrent() const override { return false; }
   /// Runs what has been posted; how many tasks that were.
   size_t runAll();
+  size_t size() const;
 
  private:
   std::string name_ = "main";
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::vector<Task> tasks_;
 };
 

@@ -1,0 +1,45 @@
+#include "backends/linux/x11/X11Input.h"
+
+#include <utility>
+
+namespace jumplark {
+
+X11Input::X11Input(std::shared_ptr<X11Connection> connection)
+    : x_(std::move(connection)), pointer_(x_, [this](uint8_t keycode) {
+        if (const auto taps = this->taps()) {
+          taps->expectOwnRelease(keycode);
+        }
+      }) {}
+
+X11Input::~X11Input() {
+  if (const auto taps = this->taps()) {
+    taps->stop();
+  }
+}
+
+std::shared_ptr<X11EventTaps> X11Input::taps() {
+  const std::lock_guard lock(mutex_);
+  return taps_;
+}
+
+std::unique_ptr<EventTapHandle> X11Input::createEventTap(const EventTapConfiguration& configuration,
+                                                         EventTapCallback callback) {
+  std::unique_lock lock(mutex_);
+  if (!taps_) {
+    taps_ = X11EventTaps::create(x_->displayName());
+  }
+  const auto taps = taps_;
+  lock.unlock();
+  return taps ? taps->add(configuration, std::move(callback)) : nullptr;
+}
+
+void X11Input::postMouseEvent(const MouseEvent& event, uint32_t /*location*/) {
+  pointer_.post(event);
+}
+
+void X11Input::beep() {
+  xcb_bell(x_->get(), 0);
+  xcb_flush(x_->get());
+}
+
+}  // namespace jumplark

@@ -1,0 +1,93 @@
+#include "backends/linux/x11/X11Screens.h"
+
+#include <gmock/gmock.h>
+
+#include "backends/x11/X11Fixture.h"
+
+namespace jumplark {
+namespace {
+
+using desktop::waitUntil;
+using desktop::WindowManager;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class X11ScreensTest : public X11Test {
+ protected:
+  void startWith(std::vector<desktop::PixelRect> monitors) {
+    start({.windowManager = WindowManager::none, .width = 1000, .height = 800, .monitors = std::move(monitors)});
+    screens_ = std::make_unique<X11Screens>(x_, queue_);
+  }
+  void TearDown() override {
+    screens_.reset();
+    X11Test::TearDown();
+  }
+  ManualQueue queue_;
+  std::unique_ptr<X11Screens> screens_;
+};
+
+TEST_F(X11ScreensTest, oneMonitorIsTheWholeScreen) {
+  startWith({});
+  EXPECT_THAT(screens_->frames(), ElementsAre(Rect{0, 0, 1000, 800}));
+  session_->keys({"mousemove", "10", "20"});
+  EXPECT_EQ(screens_->pointerLocation(), (Point{10, 779}));
+}
+
+TEST_F(X11ScreensTest, framesCountFromTheLowerLeftCornerOfTheFirst) {
+  startWith({{0, 0, 600, 500}, {600, 100, 400, 700}});
+  EXPECT_THAT(screens_->frames(), ElementsAre(Rect{0, 0, 600, 500}, Rect{600, -300, 400, 700}));
+  session_->keys({"mousemove", "700", "799"});
+  EXPECT_EQ(screens_->pointerLocation(), (Point{700, -300})) << "the lowest row of the second";
+}
+
+// Whatever stands first, its top has to be the root's first row: top - y - 1 gives back the pixel row.
+TEST_F(X11ScreensTest, theFirstFrameBeginsAtTheFirstRow) {
+  startWith({{0, 200, 500, 600}, {500, 0, 500, 400}});
+  const std::vector<Rect> frames = screens_->frames();
+  EXPECT_THAT(frames, ElementsAre(Rect{500, 0, 500, 400}, Rect{0, -400, 500, 600}));
+  session_->keys({"mousemove", "3", "250"});
+  const Point pointer = screens_->pointerLocation();
+  EXPECT_EQ(frames.front().maxY() - pointer.y - 1, 250);
+  EXPECT_TRUE(frames[1].contains(pointer));
+}
+
+TEST_F(X11ScreensTest, changesAreToldOnTheMainQueueUntilTheTokenGoes) {
+  startWith({});
+  int calls = 0;
+  int otherCalls = 0;
+  Token token = screens_->onFramesChanged([&] { ++calls; });
+  Token other = screens_->onFramesChanged([&] { ++otherCalls; });
+  const auto split = [&](const char* name, const char* geometry, const char* output) {
+    ASSERT_EQ(session_->run({"xrandr", "--setmonitor", name, geometry, output}).status, 0);
+  };
+  split("left", "400/100x800/200+0+0", "screen");
+  EXPECT_TRUE(waitUntil([&] { return queue_.runAll() > 0; }));
+  EXPECT_TRUE(waitUntil([&] {
+    queue_.runAll();
+    return otherCalls == calls;
+  }));
+  EXPECT_EQ(calls, 1);
+  EXPECT_THAT(screens_->frames(), ElementsAre(Rect{0, 0, 400, 800}));
+
+  // Already posted when the token goes.
+  split("right", "600/150x800/200+400+0", "none");
+  ASSERT_TRUE(waitUntil([&] { return screens_->frames().size() == 2; }));
+  ASSERT_TRUE(waitUntil([&] { return queue_.size() == 2; }));
+  token.reset();
+  queue_.runAll();
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(otherCalls, 2);
+}
+
+TEST_F(X11ScreensTest, aLostServerHasNoScreens) {
+  startWith({});
+  const Token token = screens_->onFramesChanged([] {});
+  session_.reset();
+  EXPECT_TRUE(waitUntil([&] { return screens_->frames().empty(); }));
+  EXPECT_EQ(screens_->pointerLocation(), Point{});
+  EXPECT_EQ(queue_.runAll(), 0U);
+  EXPECT_FALSE(X11Screens(x_, queue_).onFramesChanged([] {}));
+}
+
+}  // namespace
+}  // namespace jumplark

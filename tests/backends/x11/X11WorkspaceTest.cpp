@@ -1,0 +1,175 @@
+#include "backends/linux/x11/X11Workspace.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "backends/x11/X11Fixture.h"
+
+namespace jumplark {
+namespace {
+
+namespace fs = std::filesystem;
+using desktop::waitUntil;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+void write(const fs::path& file, const std::string& text) {
+  fs::create_directories(file.parent_path());
+  std::ofstream(file) << text;
+}
+
+class DesktopEntriesTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = (fs::temp_directory_path() / "jumplark-entries.XXXXXX").string();
+    folder_ = mkdtemp(name.data());
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+  fs::path folder_;
+};
+
+TEST_F(DesktopEntriesTest, findsAnApplicationByIdByClassAndByFileName) {
+  const fs::path apps = folder_ / "applications";
+  write(apps / "org.example.Editor.desktop",
+        "[Desktop Action New]\nName=New Window\n[Desktop Entry]\nType=Application\nName=Editor\nName[de]=Schreiber\n"
+        "Name[de_AT]=Schreiberl\nStartupWMClass=WeirdClass\n");
+  write(apps / "kde" / "org.kde.viewer.desktop", "[Desktop Entry]\nType = Application\nName=View\\ser\\\\\n");
+  write(apps / "link.desktop", "[Desktop Entry]\nType=Link\nName=Link\n");
+  DesktopEntries entries({folder_}, "de_CH.UTF-8");
+  const struct {
+    const char* applicationId;
+    const char* className;
+    const char* instanceName;
+    const char* id;
+    const char* name;
+  } cases[] = {
+      {"org.example.Editor", "Other", "other", "org.example.Editor", "Schreiber"},
+      {"", "weirdclass", "x", "org.example.Editor", "Schreiber"},
+      {"", "x", "WeirdClass", "org.example.Editor", "Schreiber"},
+      {"", "Editor", "editor", "org.example.Editor", "Schreiber"},
+      {"", "Viewer", "", "kde-org.kde.viewer", "View er\\"},
+  };
+  for (const auto& c : cases) {
+    const auto entry = entries.forWindow(c.applicationId, c.className, c.instanceName);
+    ASSERT_TRUE(entry) << c.className;
+    EXPECT_EQ(entry->id, c.id);
+    EXPECT_EQ(entry->name, c.name);
+  }
+  EXPECT_FALSE(entries.forWindow("", "", ""));
+  EXPECT_FALSE(entries.forWindow("link", "link", "link"));
+  EXPECT_EQ(DesktopEntries({folder_}, "de_AT@euro").forWindow("", "Editor", "")->name, "Schreiberl");
+  EXPECT_EQ(DesktopEntries({folder_}, "").forWindow("", "Editor", "")->name, "Editor");
+}
+
+TEST_F(DesktopEntriesTest, theFirstFolderWinsAndMayHideAnEntry) {
+  write(folder_ / "system/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=System A\n");
+  write(folder_ / "system/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=System B\n");
+  write(folder_ / "user/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=My A\n");
+  write(folder_ / "user/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=B\nHidden=true\n");
+  DesktopEntries entries({folder_ / "user", folder_ / "system", folder_ / "absent"}, "C");
+  EXPECT_EQ(entries.forWindow("a", "", "")->name, "My A");
+  EXPECT_FALSE(entries.forWindow("b", "", ""));
+}
+
+TEST_F(DesktopEntriesTest, noticesAnApplicationThatIsInstalledLater) {
+  fs::create_directories(folder_ / "applications");
+  DesktopEntries entries({folder_}, "C");
+  EXPECT_FALSE(entries.forWindow("later", "", ""));
+  fs::last_write_time(folder_ / "applications", fs::file_time_type{});
+  EXPECT_FALSE(entries.forWindow("later", "", ""));
+  write(folder_ / "applications/later.desktop", "[Desktop Entry]\nType=Application\nName=Later\n");
+  EXPECT_TRUE(entries.forWindow("later", "", ""));
+}
+
+class X11WorkspaceTest : public X11Test {
+ protected:
+  void SetUp() override {
+    start();
+    const fs::path data = fs::path(session_->folder()) / "data";
+    write(data / "applications/org.example.Editor.desktop",
+          "[Desktop Entry]\nType=Application\nName=Editor\nStartupWMClass=editor-class\n");
+    entries_ = std::make_unique<DesktopEntries>(std::vector{data}, "C");
+    workspace_ = std::make_unique<X11Workspace>(*windows_, *entries_);
+  }
+  std::vector<int32_t> frontToBack() {
+    std::vector<int32_t> result;
+    std::ranges::transform(workspace_->applicationsFrontToBack(), std::back_inserter(result), &RunningApplication::pid);
+    return result;
+  }
+  bool becomesFrontmost(const WindowClient& client) {
+    return waitUntil([&] {
+      const auto app = workspace_->frontmostApplication();
+      return app && app->pid == client.pid() && windows_->activeWindow() == client.window();
+    });
+  }
+
+  std::unique_ptr<DesktopEntries> entries_;
+  std::unique_ptr<X11Workspace> workspace_;
+};
+
+TEST_F(X11WorkspaceTest, namesApplications) {
+  const WindowClient byId(*session_, {"50x50+0+0", "--title", "w", "--application-id", "org.example.Unknown"});
+  const WindowClient byClass(*session_, {"50x50+0+0", "--title", "w", "--class", "x", "Editor-Class"});
+  const WindowClient unknown(*session_, {"50x50+0+0", "--title", "w", "--class", "inst", "Klass"});
+  const WindowClient bare(*session_, {"50x50+0+0", "--title", "w"});
+  const auto named = [&](const WindowClient& client) { return workspace_->runningApplicationWithPid(client.pid()); };
+  EXPECT_EQ(named(byId), (RunningApplication{byId.pid(), "org.example.Unknown", "x11_window_client"}));
+  EXPECT_EQ(named(byClass), (RunningApplication{byClass.pid(), "org.example.Editor", "Editor"}));
+  EXPECT_EQ(named(unknown), (RunningApplication{unknown.pid(), "Klass", "Klass"}));
+  EXPECT_EQ(named(bare), (RunningApplication{bare.pid(), "x11_window_client", "x11_window_client"}));
+  EXPECT_EQ(workspace_->runningApplicationsWithBundleIdentifier("org.example.Editor"),
+            std::vector<RunningApplication>{*named(byClass)});
+  EXPECT_THAT(workspace_->runningApplicationsWithBundleIdentifier("org.example.None"), IsEmpty());
+  EXPECT_FALSE(workspace_->runningApplicationWithPid(1));
+}
+
+TEST_F(X11WorkspaceTest, listsApplicationsFrontToBackAndActivatesThem) {
+  EXPECT_FALSE(workspace_->frontmostApplication());
+  const WindowClient first(*session_, {"200x100+10+50", "--title", "First"});
+  const WindowClient second(*session_, {"200x100+300+50", "--title", "Second"});
+  const WindowClient third(*session_, {"200x100+600+50", "--title", "Third"});
+  const WindowClient utility(*session_, {"90x90+900+50", "--title", "Utility", "--type", "UTILITY"});
+  const WindowClient dock(*session_, {"400x30+0+0", "--title", "Panel", "--type", "DOCK", "--class", "p", "Panel"});
+  ASSERT_TRUE(workspace_->activate(third.pid(), kActivateIgnoringOtherApps));
+  ASSERT_TRUE(becomesFrontmost(third));
+  EXPECT_TRUE(waitUntil([&] { return frontToBack() == std::vector{third.pid(), second.pid(), first.pid()}; }));
+
+  EXPECT_TRUE(workspace_->activate(first.pid(), 0));
+  EXPECT_TRUE(becomesFrontmost(first));
+  session_->keys({"windowminimize", std::to_string(second.window())});
+  EXPECT_TRUE(waitUntil([&] { return frontToBack() == std::vector{first.pid(), third.pid()}; }));
+  EXPECT_TRUE(workspace_->runningApplicationWithPid(second.pid())) << "it runs all the same";
+  EXPECT_TRUE(workspace_->activate(second.pid(), kActivateIgnoringOtherApps));
+  EXPECT_TRUE(becomesFrontmost(second));
+
+  EXPECT_FALSE(workspace_->activate(1, kActivateIgnoringOtherApps));
+  EXPECT_EQ(workspace_->runningApplicationsWithBundleIdentifier(kDockBundleIdentifier),
+            (std::vector{RunningApplication{dock.pid(), "Panel", "Panel"}}));
+}
+
+TEST_F(X11WorkspaceTest, aDialogIsItsApplicationsTopmostWindow) {
+  const WindowClient main(*session_, {"300x200+10+50", "--title", "Main"});
+  const WindowClient dialog(*session_, {"100x80+50+90", "--title", "Dialog", "--type", "DIALOG"});
+  ASSERT_TRUE(becomesFrontmost(dialog));
+  EXPECT_EQ(workspace_->topmostWindow(dialog.pid())->id, dialog.window());
+  EXPECT_EQ(workspace_->topmostWindow(main.pid())->id, main.window());
+  EXPECT_FALSE(workspace_->topmostWindow(1));
+}
+
+// A window of this process is in front only if no other shows above the rest.
+TEST_F(X11WorkspaceTest, ourOwnWindowIsInFrontWhenItIsTheTopmost) {
+  const WindowClient other(*session_, {"300x200+10+50", "--title", "Other"});
+  ASSERT_TRUE(becomesFrontmost(other));
+  const xcb_window_t own = xcb_generate_id(x_->get());
+  xcb_create_window(x_->get(), XCB_COPY_FROM_PARENT, own, x_->root(), 400, 300, 100, 100, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+  ASSERT_TRUE(x_->check(xcb_map_window_checked(x_->get(), own)));
+  ASSERT_TRUE(waitUntil([&] { return windows_->activeWindow() == own; }));
+  EXPECT_EQ(workspace_->frontmostApplication()->pid, getpid());
+  EXPECT_EQ(frontToBack(), (std::vector{static_cast<int32_t>(getpid()), other.pid()}));
+}
+
+}  // namespace
+}  // namespace jumplark
