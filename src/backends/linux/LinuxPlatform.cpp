@@ -1,0 +1,67 @@
+#include "backends/linux/LinuxPlatform.h"
+
+#include <utility>
+
+#include "backends/linux/atspi/AtspiAccessibility.h"
+#include "backends/linux/atspi/AtspiElementSource.h"
+#include "backends/linux/system/SystemRandom.h"
+#include "backends/linux/x11/DesktopEntries.h"
+#include "backends/linux/x11/X11Connection.h"
+#include "backends/linux/x11/X11Input.h"
+#include "backends/linux/x11/X11Screens.h"
+#include "backends/linux/x11/X11WindowSystem.h"
+#include "backends/linux/x11/X11Workspace.h"
+#include "platform/Queues.h"
+
+namespace jumplark {
+
+// In the order in which each needs those before it.
+struct LinuxPlatform::Parts {
+  Parts(std::shared_ptr<X11Connection> x, Queues& queueSet)
+      : queues(queueSet),
+        windows(x),
+        workspace(windows, entries),
+        screens(x, queueSet.mainQueue()),
+        input(x),
+        elements(windows),
+        accessibility(elements, windows) {}
+
+  Queues& queues;
+  DesktopEntries entries;
+  X11WindowSystem windows;
+  X11Workspace workspace;
+  X11Screens screens;
+  X11Input input;
+  SystemRandom random;
+  atspi::AtspiElementSource elements;
+  atspi::AtspiAccessibility accessibility;
+};
+
+LinuxPlatform::Opened LinuxPlatform::open(Queues& queues) {
+  auto x = X11Connection::open();
+  if (!x.connection) {
+    return {nullptr, x.error};
+  }
+  auto parts = std::make_unique<Parts>(std::move(x.connection), queues);
+  if (const auto reachability = parts->elements.connect(); !reachability.reachable) {
+    return {nullptr, reachability.advice};
+  }
+  return {std::unique_ptr<LinuxPlatform>(new LinuxPlatform(std::move(parts))), {}};
+}
+
+LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {
+  platform_.accessibility = &parts_->accessibility;
+  platform_.workspace = &parts_->workspace;
+  platform_.screens = &parts_->screens;
+  platform_.input = &parts_->input;
+  platform_.queues = &parts_->queues;
+  platform_.random = &parts_->random;
+}
+
+LinuxPlatform::~LinuxPlatform() = default;
+
+void LinuxPlatform::applicationBecameActive(int32_t pid) {
+  parts_->elements.applicationBecameActive(pid);
+}
+
+}  // namespace jumplark

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/Platform.h"
+
+namespace jumplark {
+
+class Queues;
+
+/// The real platform of a Linux desktop: windows, screens and input of the X server, elements of the accessibility bus.
+class LinuxPlatform {
+ public:
+  struct Opened {
+    std::unique_ptr<LinuxPlatform> platform;  ///< null when the desktop is out of reach
+    std::string error;                        ///< one sentence: what is missing and what to do about it
+  };
+  /// Connects to the display and the accessibility bus that the environment names, and switches accessibility on. The
+  /// queues outlive the platform.
+  static Opened open(Queues& queues);
+
+  LinuxPlatform(const LinuxPlatform&) = delete;
+  LinuxPlatform& operator=(const LinuxPlatform&) = delete;
+  ~LinuxPlatform();
+
+  const Platform& platform() const { return platform_; }
+  /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
+  void applicationBecameActive(int32_t pid);
+
+ private:
+  struct Parts;
+  explicit LinuxPlatform(std::unique_ptr<Parts> parts);
+
+  std::unique_ptr<Parts> parts_;
+  Platform platform_;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "cli/CommandFailure.h"
+
+namespace jumplark::cli {
+
+/// Which application a command is about: that of a recording or of the live desktop; named by process or name, else the
+/// frontmost one.
+struct Target {
+  std::optional<std::string> desktopFile;
+  std::optional<int32_t> pid;
+  std::optional<std::string> application;
+  double waitSeconds = 0;  ///< before anything is looked at
+};
+
+struct Options {
+  enum class Command { tree, match, act, record, doctor };
+  Command command = Command::tree;
+  Target target;
+  std::string query;
+  bool all = false;     ///< tree: invisible elements too
+  bool json = false;    ///< match
+  bool dryRun = false;  ///< act
+  std::optional<std::string> outputFile;
+};
+
+/// The options, or the status with which to end at once: after --help and --version, which print to standard output,
+/// and after bad usage, which is explained on standard error.
+std::variant<Options, ExitStatus> parseCommandLine(int argc, const char* const* argv);
+
+}  // namespace jumplark::cli

@@ -1,0 +1,98 @@
+#include "cli/Commands.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "accessibility/JLElement.h"
+#include "cli/Snapshot.h"
+#include "selection/JLElementActioner.h"
+#include "tree/JLElementTree.h"
+
+namespace jumplark::cli {
+namespace {
+
+nlohmann::ordered_json asJSON(const LabelledMatch& labelled) {
+  const JLElementNode& node = *labelled.match.node();
+  nlohmann::ordered_json texts = nlohmann::ordered_json::object();
+  for (const auto& [key, text] : node.textDictionary()) {
+    texts[key] = text;
+  }
+  const auto subrole = node.attribute("Subrole");
+  const Rect& bounds = node.bounds();
+  return {{"label", labelled.label},
+          {"score", labelled.match.score()},
+          {"role", node.attribute("Role").value_or("")},
+          {"subrole", subrole ? nlohmann::ordered_json(*subrole) : nlohmann::ordered_json(nullptr)},
+          {"id", node.element() ? node.element()->ref().text() : ""},
+          {"hash", node.hash()},
+          {"texts", texts},
+          {"bounds", {bounds.x, bounds.y, bounds.width, bounds.height}}};
+}
+
+std::string onOneLine(std::string text) {
+  for (char& c : text) {
+    if (c == '\n' || c == '\r' || c == '\t') {
+      c = ' ';
+    }
+  }
+  return text;
+}
+
+void printMatches(const std::vector<LabelledMatch>& matches) {
+  for (const LabelledMatch& labelled : matches) {
+    const Rect& bounds = labelled.match.node()->bounds();
+    fmt::print("{:<4}{:>8.3f}  {}  at {},{} size {}x{}\n", labelled.label, labelled.match.score(),
+               onOneLine(describe(labelled.match)), bounds.x, bounds.y, bounds.width, bounds.height);
+  }
+}
+
+}  // namespace
+
+ExitStatus runTree(const Options& options) {
+  const auto tree = takeSnapshot(findTarget(options.target), !options.all);
+  fmt::print("{}\n", tree->debugDescription());
+  return ExitStatus::done;
+}
+
+ExitStatus runMatch(const Options& options) {
+  const auto tree = takeSnapshot(findTarget(options.target), true);
+  const auto matches = rankedMatches(tree, options.query);
+  if (options.json) {
+    auto list = nlohmann::ordered_json::array();
+    for (const LabelledMatch& labelled : matches) {
+      list.push_back(asJSON(labelled));
+    }
+    fmt::print("{}\n", list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+  } else if (matches.empty()) {
+    fmt::print(stderr, "jumplark: nothing that shows matches '{}'.\n", options.query);
+  } else {
+    printMatches(matches);
+  }
+  return matches.empty() ? ExitStatus::nothingMatched : ExitStatus::done;
+}
+
+ExitStatus runAct(const Options& options) {
+  const auto tree = takeSnapshot(findTarget(options.target), true);
+  const auto matches = rankedMatches(tree, options.query);
+  if (matches.empty()) {
+    throw CommandFailure(ExitStatus::nothingMatched, fmt::format("nothing that shows matches '{}'.", options.query));
+  }
+  const JLElementMatch& best = matches.front().match;
+  const std::string what = onOneLine(describe(best));
+  JLElementActioner& actioner = JLElementActioner::sharedInstance();
+  if (options.dryRun) {
+    const Point middle = best.node()->element()->midpoint();
+    fmt::print("would click {} near {},{} (bottom-left origin)\n", what, middle.x, middle.y);
+    return ExitStatus::done;
+  }
+  actioner.setWaitsForDoubleClick(false);
+  actioner.actionElement(best.node()->element());
+  const Point where = actioner.getCursorPosition();
+  const bool moved = best.node()->element()->role() == "AXSlider";
+  fmt::print("{} {} at {},{}\n", moved ? "moved to" : "clicked", what, where.x, where.y);
+  return ExitStatus::done;
+}
+
+}  // namespace jumplark::cli

@@ -1,0 +1,191 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "desktop/support/Process.h"
+#include "platform/AttributeValue.h"
+
+namespace jumplark {
+namespace {
+
+using desktop::Arguments;
+using desktop::Environment;
+
+/// Two windows' worth of an editor; the query "save" fits two elements, the better one further away from the pointer.
+const char* const kDesktop = R"({"screens":[[0,0,1440,900]],"pointer":[700,450],"frontmost":501,
+ "applications":[{"pid":501,"bundle_id":"org.example.editor","name":"Editor","element":"app"},
+                 {"pid":502,"bundle_id":"org.example.other","name":"Other","element":"other"}],
+ "elements":{
+  "app":{"attributes":{"AXRole":"AXApplication","AXTitle":"Editor","AXFocusedWindow":{"ref":"w"},"AXChildren":[{"ref":"w"}]}},
+  "w":{"attributes":{"AXRole":"AXWindow","AXTitle":"Document","AXParent":{"ref":"app"},
+       "AXPosition":{"point":[0,0]},"AXSize":{"size":[800,600]},
+       "AXChildren":[{"ref":"save"},{"ref":"saveAs"},{"ref":"tiny"},{"ref":"hidden"},{"ref":"search"}]}},
+  "save":{"attributes":{"AXRole":"AXButton","AXTitle":"Save","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
+       "AXPosition":{"point":[10,10]},"AXSize":{"size":[80,20]}},"actions":["AXPress"]},
+  "saveAs":{"attributes":{"AXRole":"AXButton","AXTitle":"Save As…","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
+       "AXPosition":{"point":[100,10]},"AXSize":{"size":[80,20]}}},
+  "tiny":{"attributes":{"AXRole":"AXButton","AXTitle":"Save tiny","AXParent":{"ref":"w"},
+       "AXPosition":{"point":[300,10]},"AXSize":{"size":[4,20]}}},
+  "hidden":{"attributes":{"AXRole":"AXButton","AXTitle":"Save hidden","AXParent":{"ref":"w"},
+       "AXPosition":{"point":[3000,10]},"AXSize":{"size":[80,20]}}},
+  "search":{"attributes":{"AXRole":"AXTextField","AXSubrole":"AXSearchField","AXValue":"","AXParent":{"ref":"w"},
+       "AXWindow":{"ref":"w"},"AXRoleDescription":"search text field",
+       "AXPosition":{"point":[10,50]},"AXSize":{"size":[80,20]}}},
+  "other":{"attributes":{"AXRole":"AXApplication","AXTitle":"Other"}}
+ }})";
+
+class CommandLine : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (std::filesystem::temp_directory_path() / "jumplark-cli-XXXXXX").string();
+    folder_ = mkdtemp(pattern.data());
+    write("desktop.json", kDesktop);
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  void write(const std::string& name, const std::string& content) const { std::ofstream(folder_ / name) << content; }
+  std::string file(const std::string& name) const { return (folder_ / name).string(); }
+
+  desktop::Finished run(const Arguments& arguments, const Environment& environment = {}) const {
+    Arguments command = {JUMPLARK_BINARY};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    desktop::Process process(command, environment, (folder_ / "run").string());
+    const auto status = process.wait();
+    return {status, process.out(), process.err()};
+  }
+  desktop::Finished onDesktop(const std::string& command, const Arguments& more) const {
+    Arguments arguments = {command, "--desktop", file("desktop.json")};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return run(arguments);
+  }
+
+  std::filesystem::path folder_;
+};
+
+TEST_F(CommandLine, MatchPrintsJSONBestFirst) {
+  const auto finished = onDesktop("match", {"--json", "save"});
+  ASSERT_EQ(finished.status, 0) << finished.err;
+  const auto list = nlohmann::json::parse(finished.out);
+  ASSERT_EQ(list.size(), 2U) << "too small and invisible ones are left out: " << finished.out;
+  EXPECT_EQ(list[0]["label"], "A");
+  EXPECT_EQ(list[0]["id"], "save");
+  EXPECT_EQ(list[0]["hash"], fnv1a64("save"));
+  EXPECT_EQ(list[0]["role"], "Button");
+  EXPECT_TRUE(list[0]["subrole"].is_null());
+  EXPECT_EQ(list[0]["texts"], nlohmann::json({{"Title", "Save"}}));
+  EXPECT_EQ(list[0]["bounds"], nlohmann::json({10, 870, 80, 20}));
+  EXPECT_GT(list[0]["score"].get<float>(), list[1]["score"].get<float>());
+  EXPECT_EQ(list[1]["label"], "E");
+  EXPECT_EQ(list[1]["texts"]["Title_Latin"], "Save As");
+}
+
+TEST_F(CommandLine, MatchFindsRolesAndPrintsLinesForPeople) {
+  const auto finished = onDesktop("match", {".search"});
+  ASSERT_EQ(finished.status, 0) << finished.err;
+  EXPECT_NE(finished.out.find("TextField \"search text field\""), std::string::npos) << finished.out;
+}
+
+TEST_F(CommandLine, TreeShowsWhatIsVisibleOrEverything) {
+  const auto visible = onDesktop("tree", {});
+  const auto all = onDesktop("tree", {"--all"});
+  ASSERT_EQ(visible.status, 0) << visible.err;
+  EXPECT_EQ(visible.out.find("Save hidden"), std::string::npos);
+  EXPECT_NE(visible.out.find("<Element Role=\"Button\" Hash=\"" + std::to_string(fnv1a64("save")) + "\">"),
+            std::string::npos);
+  EXPECT_NE(all.out.find("Save hidden"), std::string::npos);
+}
+
+TEST_F(CommandLine, ActSaysWhatItClickedAndWhere) {
+  const auto dry = onDesktop("act", {"--dry-run", "save"});
+  EXPECT_EQ(dry.status, 0);
+  EXPECT_EQ(dry.out, "would click Button \"Save\" near 50,880 (bottom-left origin)\n");
+  const auto done = onDesktop("act", {"save"});
+  EXPECT_EQ(done.status, 0) << done.err;
+  EXPECT_EQ(done.out, "clicked Button \"Save\" at 50,19\n");
+}
+
+TEST_F(CommandLine, RecordWritesADesktopThatMatchesTheSame) {
+  ASSERT_EQ(onDesktop("record", {"-o", file("copy.json")}).status, 0);
+  const auto original = onDesktop("match", {"--json", "s"});
+  const auto copy = run({"match", "--desktop", file("copy.json"), "--json", "s"});
+  EXPECT_EQ(original.status, 0);
+  EXPECT_EQ(copy.out, original.out);
+  EXPECT_NE(copy.out.find("saveAs"), std::string::npos);
+  EXPECT_EQ(run({"tree", "--desktop", file("copy.json")}).out, onDesktop("tree", {}).out);
+}
+
+struct Failing {
+  std::string name;
+  Arguments arguments;
+  int status;
+  std::string says;  ///< part of standard error
+};
+
+TEST_F(CommandLine, FailuresHaveTheirStatusAndOneSentence) {
+  write("truncated.json", std::string(kDesktop).substr(0, 400));
+  write("reference.json", R"({"elements":{"a":{"attributes":{"AXParent":{"ref":"nowhere"}}}}})");
+  write("nobody.json", R"({"frontmost":7,"elements":{}})");
+  const std::vector<Failing> cases = {
+      {"nothing matched", {"match", "--desktop", file("desktop.json"), "zzz"}, 1, "zzz"},
+      {"nothing to click", {"act", "--desktop", file("desktop.json"), "zzz"}, 1, "zzz"},
+      {"no query", {"match", "--desktop", file("desktop.json")}, 2, "QUERY"},
+      {"unknown option", {"match", "--nonsense", "q"}, 2, "--nonsense"},
+      {"no command", {}, 2, "subcommand"},
+      {"two targets", {"tree", "--pid", "1", "--app", "x"}, 2, "--app"},
+      {"missing file", {"tree", "--desktop", file("none.json")}, 2, "none.json"},
+      {"truncated file", {"tree", "--desktop", file("truncated.json")}, 2, "truncated.json"},
+      {"missing reference", {"tree", "--desktop", file("reference.json")}, 2, "nowhere"},
+      {"nobody in front", {"tree", "--desktop", file("nobody.json")}, 3, "in front"},
+      {"unknown application", {"tree", "--desktop", file("desktop.json"), "--app", "Zebra"}, 3, "Editor"},
+      {"unknown process", {"tree", "--desktop", file("desktop.json"), "--pid", "9"}, 3, "9"},
+      {"no display", {"tree"}, 3, "display"},
+  };
+  for (const Failing& c : cases) {
+    const auto finished = run(c.arguments);
+    EXPECT_EQ(finished.status, c.status) << c.name << ": " << finished.err;
+    EXPECT_NE(finished.err.find(c.says), std::string::npos) << c.name << ": " << finished.err;
+    EXPECT_TRUE(finished.out.empty()) << c.name << ": " << finished.out;
+  }
+}
+
+TEST_F(CommandLine, FindsApplicationsByNameAndIdentifier) {
+  for (const std::string name : {"editor", "Editor", "org.example.editor", "edit"}) {
+    EXPECT_EQ(run({"match", "--desktop", file("desktop.json"), "--app", name, "save"}).status, 0) << name;
+  }
+  EXPECT_EQ(run({"match", "--desktop", file("desktop.json"), "--pid", "502", "save"}).status, 1);
+}
+
+TEST_F(CommandLine, HelpAndVersionGoToStandardOutput) {
+  const auto version = run({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out, "jumplark " JUMPLARK_VERSION "\n");
+  const auto help = run({"--help"});
+  EXPECT_EQ(help.status, 0);
+  for (const char* word : {"tree", "match", "act", "record", "doctor", "--version"}) {
+    EXPECT_NE(help.out.find(word), std::string::npos) << word;
+  }
+}
+
+TEST_F(CommandLine, SurvivesTreesOfTenThousandLevels) {
+  std::string elements = R"("app":{"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"n0"}}})";
+  constexpr int kLevels = 10000;
+  for (int i = 0; i < kLevels; ++i) {
+    const std::string number = std::to_string(i);
+    const std::string children =
+        i + 1 < kLevels ? R"(,"AXChildren":[{"ref":"n)" + std::to_string(i + 1) + R"("}])" : std::string();
+    elements += R"(,"n)" + number + R"(":{"attributes":{"AXRole":"AXButton","AXTitle":"level )" + number +
+                R"(","AXPosition":{"point":[0,0]},"AXSize":{"size":[50,50]})" + children + "}}";
+  }
+  write("deep.json", R"({"screens":[[0,0,100,100]],"frontmost":1,
+    "applications":[{"pid":1,"bundle_id":"b","name":"n","element":"app"}],"elements":{)" +
+                         elements + "}}");
+  const auto finished = run({"match", "--desktop", file("deep.json"), "--json", "level9999"});
+  ASSERT_EQ(finished.status, 0) << finished.err;
+  EXPECT_EQ(nlohmann::json::parse(finished.out).at(0)["id"], "n9999");
+}
+
+}  // namespace
+}  // namespace jumplark
