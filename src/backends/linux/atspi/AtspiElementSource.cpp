@@ -85,7 +85,7 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
 }
 
 FactsPointer AtspiElementSource::finish(ReadRequest& request) {
-  const auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
+  auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
   if (!isLive()) {
     store_.update(facts);
   }

@@ -13,6 +13,7 @@ namespace {
 constexpr int kProbes = 24;
 constexpr int kDeepestHit = 6;  ///< how far below the container a hit may lie
 constexpr int32_t kMostRows = 300;
+constexpr int32_t kMargin = 2;  ///< rows that may lie between the last point that hit something and an edge
 constexpr int32_t kMostColumns = 40;
 constexpr int64_t kMostChildren = 500;
 
@@ -125,8 +126,12 @@ std::vector<ElementRef> visibleCells(CallRunner& runner, const AtspiHandle& tabl
   for (int32_t column = 0; column < columns; ++column) {
     cells.push_back(calls::columnHeader(table, column));
   }
-  const int64_t last = std::min<int64_t>(rows.last, int64_t{rows.first} + kMostRows - 1);
-  for (int64_t row = rows.first; row <= last; ++row) {
+  if (rows.empty()) {
+    return readInOrder(runner, std::move(cells), deadline);
+  }
+  const int64_t first = std::max(rows.first - kMargin, 0);
+  const int64_t last = std::min<int64_t>(int64_t{rows.last} + kMargin, first + kMostRows - 1);
+  for (int64_t row = first; row <= last; ++row) {
     for (int32_t column = 0; column < columns; ++column) {
       cells.push_back(calls::accessibleAt(table, static_cast<int32_t>(row), column));
     }
