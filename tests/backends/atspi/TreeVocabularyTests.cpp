@@ -82,6 +82,13 @@ TEST_F(AtspiVocabulary, LeavesOutWhatIsScrolledAwayAlthoughItSaysThatItShows) {
   EXPECT_EQ(list("content", "AXVisibleChildren"), "partly");
 }
 
+TEST_F(AtspiVocabulary, ShowsTheOpenListOfAComboBoxBeyondItsEdges) {
+  source.add("combo", role::comboBox, "win", Rect{0, 100, 100, 20});
+  source.add("choices", role::list, "combo", Rect{0, 100, 100, 60});
+  source.add("third", role::listItem, "choices", Rect{0, 140, 100, 20});
+  EXPECT_EQ(list("choices", "AXVisibleChildren"), "third");
+}
+
 TEST_F(AtspiVocabulary, GivesRowsOrCellsBetweenTheEdgesOfTheViewport) {
   source.add("pane", role::scrollPane, "win", Rect{0, 100, 400, 50});
   source.add("table", role::treeTable, "pane", Rect{0, 80, 400, 1000});

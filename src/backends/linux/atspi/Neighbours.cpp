@@ -56,6 +56,9 @@ std::vector<FactsPointer> Neighbours::childrenOf(const ElementFacts& element, fa
   FactsPointer reread;
   const ElementFacts* holder = &element;
   if (!element.has(facts::children)) {
+    if (!element.is(state::showing) && onlyVisibleIsKnown(element.ref)) {
+      return {};
+    }
     reread = get(element.ref, facts::children);
     if (!reread) {
       return {};

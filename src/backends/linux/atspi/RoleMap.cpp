@@ -156,7 +156,7 @@ std::string_view RoleMap::role(const ElementFacts& element) const {
       if (hasChildren(element)) {
         return containerRole(element);
       }
-      return element.is(state::focusable) ? "AXButton" : "AXUnknown";
+      return element.is(state::focusable) ? buttonRole(element) : "AXUnknown";
     case Kind::container:
       break;
   }

@@ -130,7 +130,8 @@ Rect TreeShape::visibleRect(const ElementFacts& element) const {
 
 Rect TreeShape::clipAround(const ElementFacts& element, int depth) const {
   const auto above = neighbours_.get(parent(element), facts::identity | facts::extents);
-  if (!above || above->role == role::application || depth > kMostAncestors) {
+  // What a menu or a combo box opens lies in a window of its own.
+  if (!above || above->role == role::application || isMenuLike(*above) || depth > kMostAncestors) {
     return Rect::infinite();
   }
   uint64_t generation = 0;
