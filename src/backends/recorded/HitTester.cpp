@@ -47,14 +47,9 @@ void HitTester::appendChildren(const RecordedElement& element, std::vector<Eleme
       stack.push_back(*value.element());
     }
   };
-  for (const char* name : {"AXChildren", "AXVisibleChildren", "AXRows", "AXVisibleRows"}) {
-    const AttributeValue* children = store_.attribute(element, name);
-    if (children && children->list()) {
-      std::for_each(children->list()->begin(), children->list()->end(), append);
-      break;
-    }
-  }
-  if (stack.size() == first) {
+  if (const AttributeValue::List* children = childList(element)) {
+    std::for_each(children->begin(), children->end(), append);
+  } else {
     for (const char* name : {"AXFocusedWindow", "AXMenuBar"}) {
       if (const AttributeValue* child = store_.attribute(element, name)) {
         append(*child);
@@ -62,6 +57,16 @@ void HitTester::appendChildren(const RecordedElement& element, std::vector<Eleme
     }
   }
   std::reverse(stack.begin() + static_cast<std::ptrdiff_t>(first), stack.end());
+}
+
+const AttributeValue::List* HitTester::childList(const RecordedElement& element) const {
+  for (const char* name : {"AXChildren", "AXVisibleChildren", "AXRows", "AXVisibleRows"}) {
+    const AttributeValue* children = store_.attribute(element, name);
+    if (children && children->list()) {
+      return children->list();
+    }
+  }
+  return nullptr;
 }
 
 std::optional<Rect> HitTester::rectangle(const RecordedElement& element) const {

@@ -36,6 +36,7 @@ class HitTester {
 
   const Tree& treeBelow(const ElementRef& root);
   void appendChildren(const RecordedElement& element, std::vector<ElementRef>& stack) const;
+  const AttributeValue::List* childList(const RecordedElement& element) const;
   std::optional<Rect> rectangle(const RecordedElement& element) const;
 
   const ElementStore& store_;

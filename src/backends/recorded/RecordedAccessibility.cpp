@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <stdexcept>
 
 #include "backends/recorded/RecordedValues.h"
 #include "backends/recorded/RecordedWorkspace.h"
@@ -243,26 +242,35 @@ AccessibilityResult<int32_t> RecordedAccessibility::processIdentifier(const Elem
   }
   const std::vector<RecordedApplication> applications = workspace_.applicationsInHitOrder();
   const std::scoped_lock lock(mutex_);
-  const RecordedElement* current = store_.find(element);
-  if (!current || !current->present) {
+  const RecordedElement* found = store_.find(element);
+  if (!found || !found->present) {
     return AccessibilityError::invalidElement;
   }
+  const auto owner = ownerOf(*found, applications);
+  return owner ? AccessibilityResult(*owner) : AccessibilityResult<int32_t>(AccessibilityError::failure);
+}
+
+std::optional<int32_t> RecordedAccessibility::ownerOf(const RecordedElement& element,
+                                                      const std::vector<RecordedApplication>& applications) {
   // Chains may be circles: at most as many steps as there are elements.
-  for (size_t steps = 0; current && steps <= store_.all().size(); ++steps) {
+  const RecordedElement* top = &element;
+  for (size_t steps = 0; steps <= store_.all().size(); ++steps) {
     const auto owner = std::find_if(applications.begin(), applications.end(),
-                                    [&](const RecordedApplication& other) { return other.element == current->ref; });
+                                    [&](const RecordedApplication& other) { return other.element == top->ref; });
     if (owner != applications.end()) {
       return owner->pid;
     }
-    const AttributeValue* parent = store_.attribute(*current, "AXParent");
-    current = parent && parent->element() ? store_.find(*parent->element()) : nullptr;
-  }
-  for (const RecordedApplication& application : applications) {
-    if (application.element && hitTester_.holds(application.element, element)) {
-      return application.pid;
+    const AttributeValue* parent = store_.attribute(*top, "AXParent");
+    const RecordedElement* next = parent && parent->element() ? store_.find(*parent->element()) : nullptr;
+    if (!next) {
+      break;
     }
+    top = next;
   }
-  return AccessibilityError::failure;
+  const auto holder = std::find_if(applications.begin(), applications.end(), [&](const RecordedApplication& other) {
+    return other.element && (hitTester_.holds(other.element, element.ref) || hitTester_.holds(other.element, top->ref));
+  });
+  return holder == applications.end() ? std::nullopt : std::optional(holder->pid);
 }
 
 ElementRef RecordedAccessibility::createApplication(int32_t pid) {
@@ -294,10 +302,7 @@ std::optional<ElementRef> RecordedAccessibility::recordedHit(const std::vector<R
     }
     const RecordedElement* found = store_.find(hit.element);
     const bool hittable = found && found->present && found->error == AccessibilityError::success;
-    const bool asked = everywhere || std::any_of(applications.begin(), applications.end(), [&](const auto& other) {
-                         return hitTester_.holds(other.element, hit.element);
-                       });
-    if (hittable && asked) {
+    if (hittable && (everywhere || ownerOf(*found, applications))) {
       return hit.element;
     }
   }
@@ -348,82 +353,6 @@ void RecordedAccessibility::endSnapshot() {
 Token RecordedAccessibility::beginLiveReads() {
   openLiveScopes_->fetch_add(1);
   return Token([scopes = openLiveScopes_] { scopes->fetch_sub(1); });
-}
-
-ElementRef RecordedAccessibility::element(const std::string& id) const {
-  const std::scoped_lock lock(mutex_);
-  const RecordedElement* found = store_.find(std::string_view(id));
-  if (!found) {
-    throw std::logic_error("No element of the recording has the id " + id);
-  }
-  return found->ref;
-}
-
-void RecordedAccessibility::change(const std::string& id, const std::function<void(RecordedElement&)>& edit) {
-  const std::scoped_lock lock(mutex_);
-  edit(store_.define(id));
-  hitTester_.reset();
-}
-
-void RecordedAccessibility::setAttribute(const std::string& id, const std::string& name, AttributeValue value) {
-  change(id, [&](RecordedElement& element) { store_.setAttribute(element, name, std::move(value)); });
-}
-
-void RecordedAccessibility::removeAttribute(const std::string& id, const std::string& name) {
-  change(id, [&](RecordedElement& element) { store_.removeAttribute(element, name); });
-}
-
-void RecordedAccessibility::setParameterized(const std::string& id, const std::string& name,
-                                             std::vector<RecordedAnswer> answers) {
-  change(id, [&](RecordedElement& element) { store_.setAnswers(element, name, std::move(answers)); });
-}
-
-void RecordedAccessibility::setActions(const std::string& id, std::vector<std::string> actions) {
-  change(id, [&](RecordedElement& element) { element.actions = std::move(actions); });
-}
-
-void RecordedAccessibility::setError(const std::string& id, AccessibilityError error) {
-  change(id, [&](RecordedElement& element) { element.error = error; });
-}
-
-void RecordedAccessibility::setDelay(const std::string& id, double milliseconds) {
-  change(id, [&](RecordedElement& element) { element.delayMilliseconds = milliseconds; });
-}
-
-void RecordedAccessibility::removeElement(const std::string& id) {
-  change(id, [](RecordedElement& element) { element.present = false; });
-}
-
-void RecordedAccessibility::setOwnProcess(int32_t pid) {
-  const std::scoped_lock lock(mutex_);
-  ownProcess_ = pid;
-}
-
-void RecordedAccessibility::setOperationHandler(std::function<void(const RecordedOperation&)> handler) {
-  const std::scoped_lock lock(mutex_);
-  operationHandler_ = std::move(handler);
-}
-
-void RecordedAccessibility::note(RecordedOperation operation) {
-  std::function<void(const RecordedOperation&)> handler;
-  {
-    const std::scoped_lock lock(mutex_);
-    operations_.push_back(operation);
-    handler = operationHandler_;
-  }
-  if (handler) {
-    handler(operation);
-  }
-}
-
-std::vector<RecordedOperation> RecordedAccessibility::operations() const {
-  const std::scoped_lock lock(mutex_);
-  return operations_;
-}
-
-std::vector<std::pair<ElementRef, bool>> RecordedAccessibility::preparedSnapshots() const {
-  const std::scoped_lock lock(mutex_);
-  return preparedSnapshots_;
 }
 
 }  // namespace jumplark

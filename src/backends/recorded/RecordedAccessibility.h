@@ -97,6 +97,7 @@ class RecordedAccessibility : public AccessibilityPlatform {
   AttributeValue valueOrError(const RecordedElement& element, const std::string& name) const;
   AccessibilityResult<const AttributeValue::List*> listOf(const RecordedElement& element,
                                                           const std::string& name) const;
+  std::optional<int32_t> ownerOf(const RecordedElement& element, const std::vector<RecordedApplication>& applications);
   std::vector<RecordedApplication> hitOrder(const ElementRef& application) const;
   std::optional<ElementRef> recordedHit(const std::vector<RecordedApplication>& applications, bool everywhere, float x,
                                         float y);

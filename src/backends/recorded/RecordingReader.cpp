@@ -370,7 +370,11 @@ bool RecordingReader::parse_error(size_t position, const std::string& /*token*/,
     const size_t at = what.find(skipped);
     what.remove_prefix(at == std::string_view::npos ? 0 : at + skipped.size());
   }
-  fail(fmt::format("line {}, column {}: {}", line, std::max<size_t>(column, 1), recorded_values::wellFormedUtf8(what)));
+  // It quotes the last word in full, however long that is.
+  constexpr size_t kEnough = 200;
+  const char* const more = what.size() > kEnough ? "..." : "";
+  fail(fmt::format("line {}, column {}: {}{}", line, std::max<size_t>(column, 1),
+                   recorded_values::wellFormedUtf8(what.substr(0, kEnough)), more));
 }
 
 void RecordingReader::fail(const std::string& message) const {

@@ -1,0 +1,276 @@
+#include "backends/recorded/DesktopRecorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "backends/recorded/RecordedPlatform.h"
+#include "backends/recorded/RecordedValues.h"
+
+namespace jumplark {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+constexpr const char* kDesktop = R"({
+  "screens": [[0,0,1440,900]], "pointer": [50,840], "frontmost": 2, "dock": "panel",
+  "applications": [{"pid":1, "bundle_id":"editor", "name":"Editor", "element":"app"},
+                   {"pid":2, "bundle_id":"terminal", "name":"Terminal", "element":"term"},
+                   {"pid":3, "bundle_id":"panel", "name":"Panel", "element":"dock"}],
+  "hits": [[40.5,60,"web"]],
+  "elements": {
+    "app": {"attributes": {"AXRole":"AXApplication", "AXChildren":[{"ref":"w"}], "AXFocusedWindow":{"ref":"w"}}},
+    "w": {"attributes": {"AXRole":"AXWindow", "AXTitle":"a \"quoted\" title", "AXParent":{"ref":"app"},
+                         "AXPosition":{"point":[0,0]}, "AXSize":{"size":[100.5,100]}, "AXHelp":null,
+                         "AXChildren":[{"ref":"web"},{"ref":"gone"},{"ref":"slow"},{"ref":"secret"}]}, "actions":["AXRaise"]},
+    "web": {"attributes": {"AXRole":"AXWebArea", "AXParent":{"ref":"w"}, "AXValue":12.5, "AXFlag":true,
+                           "AXBad":{"error":-25204}, "AXVisibleCharacterRange":{"range":[0,3]}, "AXChildren":[]},
+            "parameterized": {"Search": [{"when":{"only":true,"key":["a","b"]}, "value":[{"ref":"found"}]},
+                                         {"when":{"only":true}, "value":[]}],
+                              "AXStringForRange": [{"when":{"range":[0,3]}, "value":"abc"}], "Unread": []}},
+    "gone": {"error": -25202}, "slow": {"delay_ms": 800},
+    "secret": {"attributes": {"AXRole":"AXTextField", "AXSubrole":"AXSecureTextField", "AXValue":"hunter2",
+                              "AXTitle":"Password", "AXVisibleCharacterRange":{"range":[0,7]}},
+               "parameterized": {"AXStringForRange": [{"value":"hunter2"}]}},
+    "found": {"attributes": {"AXRole":"AXLink"}},
+    "term": {}, "dock": {"attributes": {"AXRole":"AXApplication"}}
+  }})";
+
+const std::vector<std::string> kNames = {"AXRole", "AXSubrole",  "AXTitle",  "AXValue",
+                                         "AXHelp", "AXPosition", "AXSize",   "AXFlag",
+                                         "AXBad",  "AXNone",     "AXParent", "AXVisibleCharacterRange"};
+
+/// What an enumeration would read, and every answer that it got, as text.
+class Reader {
+ public:
+  explicit Reader(const Platform& platform) : platform_(platform), ax_(*platform.accessibility) {}
+
+  std::vector<std::string> readEverything() {
+    const auto dock = platform_.workspace->runningApplicationsWithBundleIdentifier(kDockBundleIdentifier);
+    note("dock", dock.empty() ? AttributeValue() : AttributeValue(dock.front().name));
+    read(ax_.createApplication(dock.front().pid));
+    read(ax_.createApplication(1));
+    for (const Point point : {Point{40.5, 60}, Point{10, 10}, Point{5000, 5000}}) {
+      for (const ElementRef& asked : {ax_.systemWideElement(), ax_.createApplication(1)}) {
+        const auto hit = ax_.copyElementAtPosition(asked, static_cast<float>(point.x), static_cast<float>(point.y));
+        note("hit", hit.ok() ? AttributeValue(hit.value) : AttributeValue(hit.error));
+      }
+    }
+    note("pointer", platform_.screens->pointerLocation());
+    note("top", platform_.screens->frames().front());
+    return answers_;
+  }
+
+ private:
+  void note(const std::string& what, const AttributeValue& value) {
+    answers_.push_back(what + " = " + recorded_values::conditionToJson(value).dump());
+  }
+  template <typename T>
+  void noteResult(const std::string& what, const AccessibilityResult<T>& result) {
+    note(what, result.ok() ? AttributeValue(result.value) : AttributeValue(result.error));
+  }
+
+  void read(const ElementRef& element) {
+    const std::string id = element.text() + "#" + std::to_string(element.hash());
+    if (!seen_.insert(element.text()).second) {
+      return;
+    }
+    for (const char* name : {"AXVisibleChildren", "AXChildren", "AXTitle"}) {
+      const auto names = ax_.copyAttributeNames(element);
+      const bool exists = std::find(names.value.begin(), names.value.end(), name) != names.value.end();
+      note(id + " has " + name, exists);
+    }
+    const auto all = ax_.copyMultipleAttributeValues(element, kNames);
+    noteResult(id, all);
+    // A lone read that fails is told apart from none only where somebody would see the difference.
+    const auto title = ax_.copyAttributeValue(element, "AXTitle");
+    note(id + " title", title.value);
+    readParameterized(element, id);
+    readChildren(element, id);
+  }
+
+  void readParameterized(const ElementRef& element, const std::string& id) {
+    const auto names = ax_.copyParameterizedAttributeNames(element);
+    note(id + " parameterized", static_cast<int64_t>(names.value.size()));
+    const std::pair<const char*, AttributeValue> parameters[] = {
+        {"Search", AttributeValue::Dictionary{{"only", true}}},
+        {"Search", AttributeValue::Dictionary{{"only", true}, {"key", AttributeValue::List{"a", "b"}}}},
+        {"AXStringForRange", Range{0, 3}},
+        {"AXStringForRange", Range{Range::kNotFound, -1}},
+    };
+    for (const auto& [name, parameter] : parameters) {
+      if (id.starts_with("web#")) {
+        noteResult(id + name, ax_.copyParameterizedAttributeValue(element, name, parameter));
+      } else {
+        ax_.copyParameterizedAttributeValue(element, name, parameter);
+      }
+    }
+  }
+
+  void readChildren(const ElementRef& element, const std::string& id) {
+    const auto count = ax_.attributeValueCount(element, "AXChildren");
+    note(id + " count", count.ok() ? count.value : -1);
+    for (int64_t index = 0; index < count.value; index += 3) {
+      const auto slice = ax_.copyAttributeValues(element, "AXChildren", index, 3);
+      noteResult(id + " slice", slice);
+      for (const AttributeValue& child : slice.value) {
+        read(*child.element());
+      }
+    }
+  }
+
+  Platform platform_;
+  AccessibilityPlatform& ax_;
+  std::set<std::string> seen_;
+  std::vector<std::string> answers_;
+};
+
+struct Recording {
+  std::vector<std::string> answers;
+  std::string text;
+};
+
+Recording record(const char* desktop) {
+  const auto live = RecordedPlatform::fromText(desktop);
+  DesktopRecorder recorder(live->platform());
+  recorder.setFrontmost(1);
+  Recording recording;
+  recording.answers = Reader(recorder.platform()).readEverything();
+  recording.text = recorder.text();
+  return recording;
+}
+
+/// The answers without those about what a password field holds, which a recording leaves out on purpose.
+std::vector<std::string> withoutSecrets(std::vector<std::string> answers) {
+  std::erase_if(answers, [](const std::string& answer) { return answer.starts_with("secret#"); });
+  return answers;
+}
+
+TEST(DesktopRecorder, ARecordingAnswersAsTheLiveDesktopDid) {
+  const Recording recording = record(kDesktop);
+  const auto replayed = RecordedPlatform::fromText(recording.text);
+  EXPECT_EQ(withoutSecrets(Reader(replayed->platform()).readEverything()), withoutSecrets(recording.answers));
+  EXPECT_EQ(replayed->workspace().frontmostApplication()->name, "Editor");
+}
+
+TEST(DesktopRecorder, TheSameReadsGiveTheSameText) {
+  EXPECT_EQ(record(kDesktop).text, record(kDesktop).text);
+  const std::string once = record(kDesktop).text;
+  EXPECT_EQ(record(once.c_str()).text, once) << "a recording of a recording is that recording";
+}
+
+TEST(DesktopRecorder, WhatAPasswordFieldHoldsIsNeverWritten) {
+  const Recording recording = record(kDesktop);
+  EXPECT_THAT(recording.answers, ::testing::Contains(HasSubstr("hunter2")));
+  EXPECT_THAT(recording.text, Not(HasSubstr("hunter2")));
+  EXPECT_THAT(recording.text, HasSubstr("AXSecureTextField"));
+  EXPECT_THAT(recording.text, HasSubstr("\"abc\""));
+}
+
+TEST(DesktopRecorder, AFieldWhoseKindWasNotReadIsAskedBeforeItsValueIsWritten) {
+  const auto live = RecordedPlatform::fromText(kDesktop);
+  DesktopRecorder recorder(live->platform());
+  auto& ax = *recorder.platform().accessibility;
+  EXPECT_EQ(ax.copyAttributeValue(live->accessibility().element("secret"), "AXValue").value, AttributeValue("hunter2"));
+  live->accessibility().setAttribute("plain", "AXValue", "public");
+  ax.copyAttributeValue(live->accessibility().element("plain"), "AXValue");
+  live->accessibility().setAttribute("vanished", "AXValue", "maybe secret");
+  ax.copyAttributeValue(live->accessibility().element("vanished"), "AXValue");
+  live->accessibility().removeElement("vanished");
+  const std::string text = recorder.text();
+  EXPECT_THAT(text, Not(HasSubstr("hunter2")));
+  EXPECT_THAT(text, Not(HasSubstr("maybe secret")));
+  EXPECT_THAT(text, HasSubstr("public"));
+}
+
+TEST(DesktopRecorder, ReferencesThatWereOnlySeenAreInTheFile) {
+  const auto live = RecordedPlatform::fromText(kDesktop);
+  DesktopRecorder recorder(live->platform());
+  auto& ax = *recorder.platform().accessibility;
+  ax.copyAttributeValue(live->accessibility().element("w"), "AXChildren");
+  const RecordedDesktop loaded = RecordedDesktop::fromText(recorder.text(), "recording");
+  for (const char* id : {"web", "gone", "slow", "secret"}) {
+    EXPECT_NE(loaded.elements.find(std::string_view(id)), nullptr) << id;
+  }
+  EXPECT_EQ(loaded.elements.find(std::string_view("found")), nullptr) << "nobody saw it";
+}
+
+TEST(DesktopRecorder, ListsKeepTheirLengthAndOrderHoweverTheyWereRead) {
+  const auto live = RecordedPlatform::fromText(R"({"elements": {"e": {"attributes": {
+      "Sliced":[0,1,2,3,4,5,6], "Counted":[1,2,3], "Whole":[1,2]}}}})");
+  DesktopRecorder recorder(live->platform());
+  auto& ax = *recorder.platform().accessibility;
+  const ElementRef e = live->accessibility().element("e");
+  for (const int64_t index : {4, 0}) {
+    ax.copyAttributeValues(e, "Sliced", index, 4);
+  }
+  ax.attributeValueCount(e, "Counted");
+  ax.copyAttributeValue(e, "Whole");
+  const auto replayed = RecordedPlatform::fromText(recorder.text());
+  auto& again = replayed->accessibility();
+  EXPECT_EQ(again.copyAttributeValue(again.element("e"), "Sliced").value,
+            AttributeValue(AttributeValue::List{0, 1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(again.attributeValueCount(again.element("e"), "Counted").value, 3);
+  EXPECT_EQ(again.attributeValueCount(again.element("e"), "Whole").value, 2);
+}
+
+TEST(DesktopRecorder, WritesTextsThatAreNotWellFormed) {
+  const auto live = RecordedPlatform::fromText("{}");
+  live->accessibility().setAttribute("e\xFF", "AXTitle", std::string("a\xC3(\xED\xA0\x80\0\xF0\x9F\x98\x80", 11));
+  DesktopRecorder recorder(live->platform());
+  recorder.platform().accessibility->copyAttributeValue(live->accessibility().element("e\xFF"), "AXTitle");
+  const RecordedDesktop loaded = RecordedDesktop::fromText(recorder.text(), "recording");
+  const RecordedElement* e = loaded.elements.find(std::string_view("e\xEF\xBF\xBD"));
+  ASSERT_NE(e, nullptr);
+  const std::string replaced = "\xEF\xBF\xBD";
+  EXPECT_EQ(*loaded.elements.attribute(*e, "AXTitle"),
+            AttributeValue("a" + replaced + "(" + replaced + replaced + replaced + std::string(1, '\0') +
+                           "\xF0\x9F\x98\x80"));
+}
+
+TEST(DesktopRecorder, ReplacesAFileOnlyWhenAllIsWritten) {
+  const auto folder = std::filesystem::temp_directory_path() / ("jumplark-recorder-" + std::to_string(::getpid()));
+  std::filesystem::create_directory(folder);
+  const std::string path = folder / "desktop.json";
+  const auto live = RecordedPlatform::fromText(kDesktop);
+  DesktopRecorder recorder(live->platform());
+  recorder.save(path);
+  recorder.save(path);
+  EXPECT_EQ(RecordedDesktop::fromFile(path).applications.size(), 3U);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1) << "nothing unfinished is left";
+  EXPECT_EQ(std::filesystem::status(path).permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  EXPECT_THROW(recorder.save(folder / "missing" / "desktop.json"), std::system_error);
+  std::filesystem::remove_all(folder);
+}
+
+TEST(RecordedValues, WhatIsWrittenIsReadBack) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const std::pair<AttributeValue, AttributeValue> cases[] = {
+      {Rect{0.1, -2, 1e300, 3}, Rect{0.1, -2, 1e300, 3}},
+      {0.1, 0.1},
+      {3.0, 3.0},
+      {Range{Range::kNotFound, -1}, Range{Range::kNotFound, -1}},
+      {AccessibilityError::noValue, AccessibilityError::noValue},
+      {inf, {}},
+      {Point{inf, 0}, {}},
+      {ElementRef(), {}},
+      {AttributeValue::List{AttributeValue::List{}, AttributeValue()},
+       AttributeValue::List{AttributeValue::List{}, AttributeValue()}},
+  };
+  for (const auto& [value, expected] : cases) {
+    const auto json = nlohmann::json::parse(recorded_values::toJson(value).dump());
+    EXPECT_EQ(recorded_values::fromJson(json, [](const std::string&) { return ElementRef(); }), expected) << json;
+  }
+}
+
+}  // namespace
+}  // namespace jumplark

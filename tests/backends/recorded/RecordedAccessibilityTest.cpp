@@ -1,0 +1,260 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "backends/recorded/RecordedPlatform.h"
+
+namespace jumplark {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+
+constexpr const char* kDesktop = R"({
+  "applications": [{"pid":1, "bundle_id":"front", "element":"front"}, {"pid":2, "bundle_id":"back", "element":"back"},
+                   {"pid":3, "bundle_id":"com.apple.dock", "element":"dock"}],
+  "hits": [[5,5,"inner"], [6,6,null], [7,7,"broken"], [8,8,"orphan"]],
+  "elements": {
+    "front": {"attributes": {"AXChildren":[{"ref":"window"}]}},
+    "window": {"attributes": {"AXPosition":{"point":[100,100]}, "AXSize":{"size":[100,100]},
+                              "AXChildren":[{"ref":"first"},{"ref":"second"},{"ref":"broken"}]}},
+    "first": {"attributes": {"AXPosition":{"point":[110,110]}, "AXSize":{"size":[50,50]}, "AXChildren":[{"ref":"inner"}]}},
+    "inner": {"attributes": {"AXPosition":{"point":[300,300]}, "AXSize":{"size":[10,10]}, "AXChildren":[{"ref":"front"}]}},
+    "second": {"attributes": {"AXPosition":{"point":[120,120]}, "AXSize":{"size":[50,50]}}},
+    "broken": {"attributes": {"AXPosition":{"point":[100,100]}, "AXSize":{"size":[100,100]}}, "error":-25200},
+    "back": {"attributes": {"AXChildren":[{"ref":"wide"}]}},
+    "wide": {"attributes": {"AXPosition":{"point":[0,0]}, "AXSize":{"size":[1000,1000]}}},
+    "dock": {"attributes": {"AXFocusedWindow":{"ref":"panel"}, "AXChildren":null}},
+    "panel": {"attributes": {"AXPosition":{"point":[0,900]}, "AXSize":{"size":[1000,20]}, "AXParent":{"ref":"dock"}}},
+    "orphan": {"attributes": {"AXParent":{"ref":"wide"}, "AXTitle":"o", "AXHelp":null, "AXRows":[1,2,3],
+                              "AXBad":{"error":-25204}},
+               "parameterized": {
+                 "Search": [{"when":{"visible":true, "limit":10}, "value":"both"}, {"when":{"visible":1}, "value":"one"},
+                            {"when":{"visible":true}, "value":"visible"}, {"when":{"empty":null}, "value":null}],
+                 "Text": [{"when":{"range":[0,5]}, "value":"hello"}, {"when":"key", "value":"by text"}],
+                 "Any": [{"value":7}]},
+               "actions": ["AXPress"]}
+  }})";
+
+class RecordedAccessibilityTest : public ::testing::Test {
+ protected:
+  RecordedAccessibility& ax() { return recorded_->accessibility(); }
+  ElementRef ref(const std::string& id) { return ax().element(id); }
+  Duration now() { return recorded_->queues().monotonicNow(); }
+  std::string hit(float x, float y, const std::string& application = {}) {
+    const auto result =
+        ax().copyElementAtPosition(application.empty() ? ax().systemWideElement() : ref(application), x, y);
+    return result.ok() ? result.value.text() : result.error == AccessibilityError::noValue ? "nothing" : "error";
+  }
+
+  std::unique_ptr<RecordedPlatform> recorded_ = RecordedPlatform::fromText(kDesktop);
+};
+
+TEST_F(RecordedAccessibilityTest, TellsMissingAttributesFromMissingValues) {
+  const ElementRef element = ref("orphan");
+  EXPECT_EQ(ax().copyAttributeValue(element, "AXTitle").value, AttributeValue("o"));
+  EXPECT_EQ(ax().copyAttributeValue(element, "AXHelp").error, AccessibilityError::noValue);
+  EXPECT_EQ(ax().copyAttributeValue(element, "AXValue").error, AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(ax().copyAttributeValue(element, "AXBad").value, AttributeValue(AccessibilityError::cannotComplete));
+  EXPECT_EQ(ax().attributeValueCount(element, "AXHelp").error, AccessibilityError::noValue);
+  EXPECT_EQ(ax().attributeValueCount(element, "AXRows").value, 3);
+  EXPECT_THAT(ax().copyAttributeNames(element).value, ElementsAre("AXBad", "AXHelp", "AXParent", "AXRows", "AXTitle"));
+  EXPECT_THAT(ax().copyParameterizedAttributeNames(element).value, ElementsAre("Any", "Search", "Text"));
+}
+
+TEST_F(RecordedAccessibilityTest, AParameterizedAttributeAnswersTheFirstEntryWhoseConditionIsMet) {
+  using D = AttributeValue::Dictionary;
+  const struct {
+    const char* name;
+    AttributeValue parameter;
+    AttributeValue value;  ///< none: no value
+  } cases[] = {
+      {"Search", D{{"visible", true}, {"limit", 10}}, "both"},
+      {"Search", D{{"visible", true}, {"limit", 10.0}, {"more", "x"}}, "both"},
+      {"Search", D{{"visible", true}, {"limit", 11}}, "visible"},
+      {"Search", D{{"visible", true}}, "visible"},
+      {"Search", D{{"visible", 1}}, "one"},
+      {"Search", D{{"visible", 1.0}}, "one"},
+      {"Search", D{{"visible", "true"}}, {}},
+      {"Search", D{{"empty", AttributeValue()}}, {}},
+      {"Search", D{}, {}},
+      {"Search", true, {}},
+      {"Text", Range{0, 5}, "hello"},
+      {"Text", Range{0, 6}, {}},
+      {"Text", "key", "by text"},
+      {"Any", Range{1, 2}, 7},
+      {"Any", AttributeValue(), 7},
+  };
+  for (const auto& [name, parameter, value] : cases) {
+    const auto result = ax().copyParameterizedAttributeValue(ref("orphan"), name, parameter);
+    EXPECT_EQ(result.error, value.isNone() ? AccessibilityError::noValue : AccessibilityError::success)
+        << name << " " << parameter.description();
+    EXPECT_EQ(result.value, value) << name << " " << parameter.description();
+  }
+  EXPECT_EQ(ax().copyParameterizedAttributeValue(ref("orphan"), "Other", true).error,
+            AccessibilityError::parameterizedAttributeUnsupported);
+}
+
+TEST_F(RecordedAccessibilityTest, AHitTestFindsTheLastElementInDepthFirstOrder) {
+  const struct {
+    float x, y;
+    const char* found;
+    const char* why;
+  } cases[] = {
+      {105, 105, "window", "elements with an error are not hit"},
+      {115, 115, "first", "a child lies over its parent"},
+      {130, 130, "second", "a later sibling lies over an earlier one"},
+      {305, 305, "inner", "whatever its parent's rectangle"},
+      {100, 100, "window", "the minimum edges belong to a rectangle"},
+      {200, 150, "wide", "the maximum edges do not; the next application is asked"},
+      {500, 910, "panel", "the dock comes first, and its focused window stands in for missing children"},
+      {2000, 2000, "nothing", "nothing is there"},
+      {5, 5, "inner", "a recorded hit goes before all"},
+      {6, 6, "nothing", "also one that found nothing"},
+      {7, 7, "wide", "but not one on an element that fails"},
+  };
+  for (const auto& [x, y, found, why] : cases) {
+    EXPECT_EQ(hit(x, y), found) << why;
+  }
+}
+
+TEST_F(RecordedAccessibilityTest, AHitTestOfOneApplicationLooksOnlyThere) {
+  EXPECT_EQ(hit(500, 910, "back"), "wide");
+  EXPECT_EQ(hit(500, 910, "front"), "nothing");
+  EXPECT_EQ(hit(5, 5, "front"), "inner");
+  EXPECT_EQ(hit(5, 5, "back"), "wide");
+  EXPECT_EQ(hit(8, 8, "back"), "orphan");
+  EXPECT_EQ(hit(8, 8, "front"), "nothing");
+}
+
+TEST_F(RecordedAccessibilityTest, HitTestsFollowChangesOfTheDesktop) {
+  EXPECT_EQ(hit(130, 130), "second");
+  ax().removeElement("second");
+  EXPECT_EQ(hit(130, 130), "first");
+  ax().setAttribute("first", "AXPosition", Point{0, 0});
+  EXPECT_EQ(hit(130, 130), "window");
+  recorded_->workspace().activate(2, 0);
+  EXPECT_EQ(hit(130, 130), "wide");
+  ax().setOwnProcess(2);
+  EXPECT_EQ(hit(130, 130), "window");
+  recorded_->terminate(1);
+  EXPECT_EQ(hit(130, 130), "nothing");
+  EXPECT_EQ(ax().copyAttributeNames(ref("front")).error, AccessibilityError::invalidElement);
+}
+
+TEST_F(RecordedAccessibilityTest, FindsTheProcessOfAnElement) {
+  EXPECT_EQ(ax().processIdentifier(ref("panel")).value, 3);
+  EXPECT_EQ(ax().processIdentifier(ref("inner")).value, 1) << "by the tree, without AXParent";
+  EXPECT_EQ(ax().processIdentifier(ref("orphan")).value, 2) << "by AXParent, outside of the tree";
+  ax().setAttribute("loop", "AXParent", ref("orphan"));
+  ax().setAttribute("orphan", "AXParent", ref("loop"));
+  EXPECT_EQ(ax().processIdentifier(ref("loop")).error, AccessibilityError::failure);
+  EXPECT_EQ(ax().processIdentifier(ax().createApplication(77)).value, 77);
+}
+
+TEST_F(RecordedAccessibilityTest, ASlowReadTakesItsTimeAndTooSlowAOneTimesOut) {
+  const struct {
+    double delay;
+    Duration taken;
+    AccessibilityError error;
+  } cases[] = {
+      {200, 200ms, AccessibilityError::success},
+      {500, 500ms, AccessibilityError::success},
+      {500.5, 500ms, AccessibilityError::cannotComplete},
+      {1e300, 500ms, AccessibilityError::cannotComplete},
+  };
+  for (const auto& [delay, taken, error] : cases) {
+    ax().setDelay("orphan", delay);
+    const Duration start = now();
+    EXPECT_EQ(ax().copyMultipleAttributeValues(ref("orphan"), {"AXTitle", "AXHelp"}).error, error) << delay;
+    EXPECT_EQ(now() - start, taken) << delay;
+  }
+  ax().setMessagingTimeout(ax().systemWideElement(), 0.1);
+  const Duration start = now();
+  EXPECT_EQ(ax().copyAttributeNames(ref("orphan")).error, AccessibilityError::cannotComplete);
+  EXPECT_EQ(now() - start, 100ms);
+  EXPECT_TRUE(ax().copyAttributeNames(ref("second")).ok());
+  EXPECT_EQ(now() - start, 100ms) << "other elements are not slow";
+}
+
+TEST_F(RecordedAccessibilityTest, OtherQueuesRunWhileAReadIsSlow) {
+  ax().setDelay("orphan", 400);
+  std::vector<std::string> log;
+  recorded_->queues().highPriorityQueue().post([&] {
+    EXPECT_TRUE(ax().copyAttributeValue(ref("orphan"), "AXTitle").ok());
+    log.emplace_back("read");
+  });
+  recorded_->queues().mainQueue().postAfter(100ms, [&] {
+    log.emplace_back("main");
+    ax().removeAttribute("orphan", "AXTitle");
+    ax().setAttribute("orphan", "AXTitle", "changed meanwhile");
+  });
+  recorded_->queues().advance(1s);
+  EXPECT_THAT(log, ElementsAre("main", "read"));
+}
+
+TEST_F(RecordedAccessibilityTest, EveryReadOfAnElementWithAnErrorFailsWithIt) {
+  const ElementRef broken = ref("broken");
+  EXPECT_EQ(ax().copyAttributeNames(broken).error, AccessibilityError::failure);
+  EXPECT_EQ(ax().copyAttributeValue(broken, "AXSize").error, AccessibilityError::failure);
+  EXPECT_EQ(ax().copyMultipleAttributeValues(broken, {"AXSize"}).error, AccessibilityError::failure);
+  EXPECT_EQ(ax().performAction(broken, "AXPress"), AccessibilityError::failure);
+  ax().setError("broken", AccessibilityError::success);
+  EXPECT_TRUE(ax().copyAttributeValue(broken, "AXSize").ok());
+  ax().removeElement("broken");
+  EXPECT_EQ(ax().copyAttributeValue(broken, "AXSize").error, AccessibilityError::invalidElement);
+  EXPECT_EQ(ax().copyAttributeValue(ElementRef(), "AXSize").error, AccessibilityError::invalidElement);
+}
+
+TEST_F(RecordedAccessibilityTest, WritesAndActionsAreNotedAndWritesTakeEffect) {
+  std::vector<std::string> told;
+  ax().setOperationHandler([&](const RecordedOperation& operation) {
+    told.push_back(operation.name);
+    EXPECT_TRUE(ax().copyAttributeNames(operation.element).ok());  // may come back here
+  });
+  EXPECT_EQ(ax().setAttributeValue(ref("orphan"), "AXTitle", "new"), AccessibilityError::success);
+  EXPECT_EQ(ax().setAttributeValue(ref("orphan"), "AXFocused", true), AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(ax().performAction(ref("orphan"), "AXPress"), AccessibilityError::success);
+  EXPECT_EQ(ax().performAction(ref("orphan"), "AXRaise"), AccessibilityError::actionUnsupported);
+  EXPECT_EQ(ax().copyAttributeValue(ref("orphan"), "AXTitle").value, AttributeValue("new"));
+  EXPECT_THAT(told, ElementsAre("AXTitle", "AXFocused", "AXPress", "AXRaise"));
+  const auto operations = ax().operations();
+  ASSERT_EQ(operations.size(), 4U);
+  EXPECT_EQ(operations[1].result, AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(operations[1].value, AttributeValue(true));
+  EXPECT_TRUE(operations[2].isAction);
+}
+
+TEST_F(RecordedAccessibilityTest, AnUnknownFrontmostProcessMeansNoApplication) {
+  EXPECT_EQ(recorded_->workspace().frontmostApplication()->pid, 1);
+  recorded_->workspace().setFrontmost(77);
+  EXPECT_FALSE(recorded_->workspace().frontmostApplication());
+}
+
+TEST(RecordedWorkspace, TheDockIsTheApplicationThatTheRecordingNames) {
+  const auto desktop = RecordedPlatform::fromText(
+      R"({"applications": [{"pid":1,"bundle_id":"a"},{"pid":2,"bundle_id":"panel"},{"pid":3,"bundle_id":"com.apple.dock"}],
+          "dock": "panel"})");
+  const auto docks = desktop->workspace().runningApplicationsWithBundleIdentifier(kDockBundleIdentifier);
+  ASSERT_EQ(docks.size(), 1U);
+  EXPECT_EQ(docks[0].pid, 2);
+  EXPECT_EQ(desktop->workspace().applicationsFrontToBack().size(), 2U) << "the dock is not among them";
+}
+
+TEST(RecordedAccessibility, HitTestsAndOwnersOfVeryDeepTreesNeedNoDeepStack) {
+  std::string text = R"({"applications": [{"pid":1,"element":"e0"}], "elements": {)";
+  const int levels = 10'000;
+  for (int i = 0; i <= levels; ++i) {
+    const std::string next = i == levels ? "" : "{\"ref\":\"e" + std::to_string(i + 1) + "\"}";
+    text += (i ? ",\"e" : "\"e") + std::to_string(i) +
+            R"(":{"attributes":{"AXPosition":{"point":[0,0]},"AXSize":{"size":[9,9]},"AXChildren":[)" + next + "]}}";
+  }
+  const auto desktop = RecordedPlatform::fromText(text + "}}");
+  auto& ax = desktop->accessibility();
+  EXPECT_EQ(ax.copyElementAtPosition(ax.systemWideElement(), 1, 1).value.text(), "e10000");
+  EXPECT_EQ(ax.processIdentifier(ax.element("e10000")).value, 1);
+}
+
+}  // namespace
+}  // namespace jumplark

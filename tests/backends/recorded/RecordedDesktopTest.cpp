@@ -1,0 +1,254 @@
+#include "backends/recorded/RecordedDesktop.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+namespace jumplark {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+RecordedDesktop load(const std::string& text) {
+  return RecordedDesktop::fromText(text, "test.json");
+}
+
+/// The message of the error that a text gives; empty when it loads.
+std::string errorOf(const std::string& text) {
+  try {
+    load(text);
+    return {};
+  } catch (const RecordingError& error) {
+    return error.what();
+  }
+}
+
+std::string repeated(const std::string& text, int count) {
+  std::string result;
+  for (int i = 0; i < count; ++i) {
+    result += text;
+  }
+  return result;
+}
+
+/// A file with one element "e" that has these members.
+std::string element(const std::string& members) {
+  return R"({"elements": {"e": {)" + members + "}}}";
+}
+std::string attribute(const std::string& value) {
+  return element(R"("attributes": {"A": )" + value + "}");
+}
+
+const char* const kWhole = R"({ "screens": [[0,0,1440,900],[1440,0,800,600]], "pointer": [700,450.5], "frontmost": 501,
+  "applications": [{"pid":501, "bundle_id":"org.example.editor", "name":"Editor", "element":"e1"}, {"pid":502}],
+  "dock": "org.example.panel", "hits": [[1,2.5,"e2"], [3,4,null]],
+  "elements": { "e1": { "attributes": {"AXRole":"AXApplication", "AXChildren":[{"ref":"e2"}], "AXHelp":null},
+                        "parameterized": {"P": [{"when":{"AXVisibleOnly":true}, "value":[{"ref":"e2"}]}]},
+                        "actions": ["AXPress"] },
+                "e2": { "error": -25202, "delay_ms": 12.5 } } })";
+
+TEST(RecordedDesktop, HoldsEverythingThatTheFileSays) {
+  const RecordedDesktop desktop = load(kWhole);
+  EXPECT_THAT(desktop.screens, ElementsAre(Rect{0, 0, 1440, 900}, Rect{1440, 0, 800, 600}));
+  EXPECT_EQ(desktop.pointer, (Point{700, 450.5}));
+  EXPECT_EQ(desktop.frontmost, 501);
+  ASSERT_EQ(desktop.applications.size(), 2U);
+  EXPECT_EQ(desktop.applications[0].bundleIdentifier, "org.example.editor");
+  EXPECT_EQ(desktop.applications[0].name, "Editor");
+  EXPECT_EQ(desktop.applications[0].element.text(), "e1");
+  EXPECT_FALSE(desktop.applications[1].element);
+  EXPECT_EQ(desktop.dockBundleIdentifier, "org.example.panel");
+  ASSERT_EQ(desktop.hits.size(), 2U);
+  EXPECT_EQ(desktop.hits[0].y, 2.5F);
+  EXPECT_EQ(desktop.hits[0].element.hash(), fnv1a64("e2"));
+  EXPECT_FALSE(desktop.hits[1].element);
+  const RecordedElement* first = desktop.elements.find(std::string_view("e1"));
+  const RecordedElement* second = desktop.elements.find(std::string_view("e2"));
+  ASSERT_TRUE(first && second);
+  EXPECT_EQ(*desktop.elements.attribute(*first, "AXChildren"), AttributeValue::List{second->ref});
+  EXPECT_TRUE(desktop.elements.attribute(*first, "AXHelp")->isNone());
+  EXPECT_EQ(desktop.elements.attribute(*first, "AXTitle"), nullptr);
+  EXPECT_THAT(first->actions, ElementsAre("AXPress"));
+  EXPECT_EQ(second->error, AccessibilityError::invalidElement);
+  EXPECT_EQ(second->delayMilliseconds, 12.5);
+  EXPECT_THAT(desktop.warnings, IsEmpty());
+}
+
+TEST(RecordedDesktop, ReadsEveryKindOfValue) {
+  const struct {
+    const char* json;
+    AttributeValue value;
+  } cases[] = {
+      {R"("text")", "text"},
+      {"true", true},
+      {"1", 1},
+      {"1.0", 1.0},
+      {"-9223372036854775808", std::numeric_limits<int64_t>::min()},
+      {"18446744073709551615", 18446744073709551615.0},
+      {"null", {}},
+      {R"({"point":[1,-2.5]})", Point{1, -2.5}},
+      {R"({"size":[3,4]})", Size{3, 4}},
+      {R"({"rect":[1,2,3,4]})", Rect{1, 2, 3, 4}},
+      {R"({"range":[9223372036854775807,-1]})", Range{Range::kNotFound, -1}},
+      {R"({"error":-25204})", AccessibilityError::cannotComplete},
+      {R"([1,["a",null],{"size":[1,2]}])",
+       AttributeValue::List{1, AttributeValue::List{"a", AttributeValue()}, Size{1, 2}}},
+      {R"("\u0000\ud83d\ude00")", std::string("\0\xF0\x9F\x98\x80", 5)},
+  };
+  for (const auto& [json, value] : cases) {
+    const RecordedDesktop desktop = load(attribute(json));
+    const RecordedElement* e = desktop.elements.find(std::string_view("e"));
+    ASSERT_NE(e, nullptr) << json;
+    EXPECT_EQ(*desktop.elements.attribute(*e, "A"), value) << json;
+  }
+}
+
+TEST(RecordedDesktop, RefusesWhatItCannotMeanAndSaysWhere) {
+  const struct {
+    std::string json;
+    std::string message;
+  } cases[] = {
+      {"", "line 1, column 1"},
+      {"[]", "must be an object"},
+      {"7", "must be an object"},
+      {"{\n  \"pointer\": [1,\n  2\n", "line 4, column"},
+      {"{\n\n  \"pointer\": tru }", "line 3, column 17"},
+      {R"({"pointer": [1,2]} trailing)", "line 1, column 22"},
+      {R"({"pointer": [1e999,2]})", "number overflow"},
+      {"{\"a\": \"\xff\"}", "line 1, column 8"},
+      {R"({"a": "\ud800"})", "line 1"},
+      {R"({"pointer": [1,2,3]})", "\"pointer\" must be"},
+      {R"({"pointer": [1,2], "pointer": [1,2]})", "\"pointer\" occurs twice"},
+      {R"({"screens": [[0,0,"a",1]]})", "\"screens\" must be"},
+      {R"({"frontmost": 1.5})", "\"frontmost\" must be"},
+      {R"({"dock": 3})", "\"dock\" must be"},
+      {R"({"hits": [[1,2]]})", "\"hits\" must be"},
+      {R"({"hits": [[1,2,"x"]]})", R"("hits": refers to "x")"},
+      {R"({"applications": {}})", "\"applications\" must be"},
+      {R"({"applications": [{"name":"a"}]})", "application 1"},
+      {R"({"applications": [{"pid":1},{"pid":99999999999}]})", "application 2: \"pid\""},
+      {R"({"applications": [{"pid":1},{"pid":1}]})", "application 2: another application has the \"pid\" 1"},
+      {R"({"applications": [{"pid":1,"element":"x"}]})", R"(application 1: refers to "x")"},
+      {R"({"elements": []})", "\"elements\" must be"},
+      {R"({"elements": {"e": 1}})", R"(element "e": must be)"},
+      {R"({"elements": {"e": {}, "e": {}}})", R"(element "e": occurs twice)"},
+      {element(R"("attributes": [])"), R"(element "e": "attributes" must be)"},
+      {element(R"("actions": ["a", 1])"), R"(element "e": "actions" must be)"},
+      {element(R"("error": 0)"), R"(element "e": "error" must be)"},
+      {element(R"("error": "-25202")"), R"(element "e": "error" must be)"},
+      {element(R"("delay_ms": -1)"), R"(element "e": "delay_ms" must be)"},
+      {attribute(R"({"ref": "gone"})"), R"(element "e", attribute "A": refers to "gone")"},
+      {attribute(R"({"ref": 1})"), R"(element "e", attribute "A": "ref" must be)"},
+      {attribute(R"({"pint": [1,2]})"), R"(element "e", attribute "A": unknown kind of value "pint")"},
+      {attribute(R"({"point": [1,2], "size": [1,2]})"),
+       R"(element "e", attribute "A": an object must have one member)"},
+      {attribute("{}"), R"(element "e", attribute "A": an object must have one member)"},
+      {attribute(R"({"point": [1]})"), R"(element "e", attribute "A": "point" must be a list of 2 numbers)"},
+      {attribute(R"({"size": [1,true]})"), R"("size" must be a list of 2 numbers)"},
+      {attribute(R"({"rect": 5})"), R"("rect" must be a list of 4 numbers)"},
+      {attribute(R"({"range": [0,1.5]})"), R"("range" must be a list of 2 whole numbers)"},
+      {attribute(R"({"range": [0,18446744073709551615]})"), R"("range" must be a list of 2 whole numbers)"},
+      {attribute(R"({"error": 99999999999})"), R"("error" must be a whole number)"},
+      {attribute(R"([[{"ref":"gone"}]])"), R"(element "e", attribute "A": refers to "gone")"},
+      {element(R"("parameterized": {"P": {"value":1}})"), R"(element "e", attribute "P": must be a list)"},
+      {element(R"("parameterized": {"P": [{"when":1}]})"), R"(element "e", attribute "P": each entry)"},
+      {element(R"("parameterized": {"P": [{"value":{"ref":"gone"}}]})"), R"(attribute "P": refers to "gone")"},
+  };
+  for (const auto& [json, message] : cases) {
+    EXPECT_THAT(errorOf(json), AllOf(StartsWith("test.json: "), HasSubstr(message))) << json;
+  }
+}
+
+TEST(RecordedDesktop, RefusesEveryTruncationOfAFileWithAMessage) {
+  const std::string whole = kWhole;
+  ASSERT_EQ(errorOf(whole), "");
+  for (size_t length = 0; length < whole.size(); ++length) {
+    EXPECT_THAT(errorOf(whole.substr(0, length)), HasSubstr("line ")) << "cut at " << length;
+  }
+}
+
+TEST(RecordedDesktop, SurvivesEveryByteThatIsReplaced) {
+  const std::string whole = kWhole;
+  for (size_t at = 0; at < whole.size(); ++at) {
+    for (const char byte : {'"', '}', '[', '0', 'x', '\0', '\xff'}) {
+      std::string broken = whole;
+      broken[at] = byte;
+      const std::string error = errorOf(broken);
+      EXPECT_TRUE(error.empty() || error.starts_with("test.json: ")) << at;
+    }
+  }
+}
+
+TEST(RecordedDesktop, RefusesJsonThatIsNestedTooDeep) {
+  const int deep = 200'000;
+  for (const std::string& start : {std::string("["), std::string(R"({"a":)"), std::string(R"({"elements":{"e":)")}) {
+    EXPECT_THAT(errorOf(start + repeated("[", deep)), StartsWith("test.json: "));
+  }
+  EXPECT_THAT(errorOf(attribute(repeated("[", deep) + repeated("]", deep))), HasSubstr("nested more than 100 levels"));
+  EXPECT_EQ(errorOf(attribute(repeated("[", 90) + repeated("]", 90))), "");
+}
+
+TEST(RecordedDesktop, AcceptsCirclesAndVeryDeepTrees) {
+  EXPECT_EQ(
+      errorOf(R"({"elements": {"a": {"attributes": {"AXParent":{"ref":"b"}, "AXChildren":[{"ref":"a"},{"ref":"b"}]}},
+                                     "b": {"attributes": {"AXParent":{"ref":"a"}, "AXChildren":[{"ref":"a"}]}}}})"),
+      "");
+  std::string deep = R"({"elements": {"e0": {})";
+  for (int i = 1; i <= 10'000; ++i) {
+    deep +=
+        ",\"e" + std::to_string(i) + R"(":{"attributes":{"AXChildren":[{"ref":"e)" + std::to_string(i - 1) + "\"}]}}";
+  }
+  EXPECT_EQ(load(deep + "}}").elements.all().size(), 10'001U);
+}
+
+TEST(RecordedDesktop, LeavesWhatIsNotSaidAtItsDefault) {
+  const RecordedDesktop empty = load("{}");
+  EXPECT_THAT(empty.screens, IsEmpty());
+  EXPECT_FALSE(empty.frontmost);
+  EXPECT_EQ(empty.dockBundleIdentifier, "com.apple.dock");
+  const char* const two = R"("applications": [{"pid":9,"bundle_id":"com.apple.dock"},{"pid":7}])";
+  EXPECT_EQ(load(std::string("{") + two + "}").frontmost, 7);
+  EXPECT_FALSE(load(std::string("{\"frontmost\":null,") + two + "}").frontmost);
+}
+
+TEST(RecordedDesktop, TheLastOfTwoEqualAttributesCounts) {
+  const RecordedDesktop desktop = load(element(R"("attributes": {"A": 1, "A": 2})"));
+  EXPECT_EQ(*desktop.elements.attribute(*desktop.elements.find(std::string_view("e")), "A"), AttributeValue(2));
+}
+
+TEST(RecordedDesktop, TellsOfMembersThatMeanNothing) {
+  const RecordedDesktop desktop =
+      load(R"({"pionter": [1,2], "_note": 1, "elements": {"e": {"comment": "x", "atributes": {}}}})");
+  EXPECT_THAT(desktop.warnings,
+              ElementsAre(HasSubstr("pionter"), AllOf(HasSubstr("atributes"), HasSubstr("element \"e\""))));
+}
+
+TEST(RecordedDesktop, NamesTheFileThatCannotBeRead) {
+  for (const char* path : {"/nonexistent/desktop.json", "/", ""}) {
+    try {
+      RecordedDesktop::fromFile(path);
+      ADD_FAILURE() << path << " was read";
+    } catch (const RecordingError& error) {
+      EXPECT_THAT(error.what(), AllOf(StartsWith(path), HasSubstr("cannot be read")));
+    }
+  }
+}
+
+TEST(RecordedDesktop, AStoreKnowsReferencesOfOthersByTheirText) {
+  const RecordedDesktop one = load(R"({"elements": {"a": {}, "b": {}}})");
+  const RecordedDesktop two = load(R"({"elements": {"b": {"delay_ms": 1}, "a": {"delay_ms": 2}}})");
+  const ElementRef a = one.elements.find(std::string_view("a"))->ref;
+  EXPECT_EQ(two.elements.find(a)->delayMilliseconds, 2);
+  EXPECT_EQ(two.elements.find(ElementRef(std::make_shared<ElementHandle>("c"))), nullptr);
+  EXPECT_EQ(two.elements.find(ElementRef()), nullptr);
+}
+
+}  // namespace
+}  // namespace jumplark

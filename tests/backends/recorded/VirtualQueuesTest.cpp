@@ -1,0 +1,253 @@
+#include "backends/recorded/VirtualQueues.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "backends/recorded/RecordedPlatform.h"
+
+namespace jumplark {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class VirtualQueuesTest : public ::testing::Test {
+ protected:
+  Task logging(const std::string& what) {
+    return [this, what] { log(what); };
+  }
+  void log(const std::string& what) { log_.push_back(what + "@" + std::to_string(queues_.monotonicNow() / 1ms)); }
+
+  std::vector<std::string> log_;
+  VirtualQueues queues_;
+};
+
+TEST_F(VirtualQueuesTest, NothingRunsUntilTimePasses) {
+  queues_.mainQueue().post(logging("main"));
+  queues_.highPriorityQueue().postAfter(10ms, logging("high"));
+  EXPECT_THAT(log_, IsEmpty());
+  queues_.runPending();
+  EXPECT_THAT(log_, ElementsAre("main@0"));
+  queues_.advance(9ms);
+  EXPECT_EQ(log_.size(), 1U);
+  queues_.advance(1ms);
+  EXPECT_THAT(log_, ElementsAre("main@0", "high@10"));
+}
+
+TEST_F(VirtualQueuesTest, AllQueuesTogetherRunByDueTimeThenByPosting) {
+  const auto serial = queues_.makeSerialQueue("serial");
+  serial->postAfter(20ms, logging("a"));
+  queues_.mainQueue().postAfter(10ms, logging("b"));
+  queues_.highPriorityQueue().postAfter(20ms, logging("c"));
+  queues_.mainQueue().postAfter(20ms, logging("d"));
+  queues_.highPriorityQueue().postAfter(10ms, [this] {
+    log("e");
+    queues_.mainQueue().postAfter(10ms, logging("f"));
+    queues_.mainQueue().post(logging("g"));
+  });
+  queues_.advance(20ms);
+  EXPECT_THAT(log_, ElementsAre("b@10", "e@10", "g@10", "a@20", "c@20", "d@20", "f@20"));
+}
+
+TEST_F(VirtualQueuesTest, EachWaitEndsAtItsOwnTimeWhateverOthersWaitFor) {
+  const auto slow = queues_.makeSerialQueue("slow");
+  const auto quick = queues_.makeSerialQueue("quick");
+  const auto completion = queues_.makeCompletion();
+  quick->post([&] {
+    queues_.sleep(10ms);
+    log("quick");
+    queues_.sleep(10ms);
+    log("quick again");
+    completion->signal();
+  });
+  slow->postAfter(5ms, [&] {
+    queues_.sleep(100ms);
+    log("slow");
+  });
+  queues_.highPriorityQueue().post([&] { log(completion->wait(1s) ? "signalled" : "timed out"); });
+  queues_.advance(1s);
+  EXPECT_THAT(log_, ElementsAre("quick@10", "quick again@20", "signalled@20", "slow@105"));
+}
+
+TEST_F(VirtualQueuesTest, AWaitOfTheMainQueueHoldsUpOnlyThatQueue) {
+  queues_.mainQueue().post([&] {
+    queues_.mainQueue().post(logging("next"));
+    queues_.highPriorityQueue().postAfter(10ms, logging("high"));
+    queues_.sleep(50ms);
+    log("main");
+  });
+  queues_.advance(20ms);
+  EXPECT_THAT(log_, ElementsAre("high@10", "main@50", "next@50"));
+  EXPECT_EQ(queues_.monotonicNow(), 50ms);
+}
+
+TEST_F(VirtualQueuesTest, AWaitOfTheTestLetsAllQueuesRun) {
+  queues_.mainQueue().postAfter(10ms, logging("main"));
+  queues_.highPriorityQueue().postAfter(30ms, logging("high"));
+  queues_.sleep(20ms);
+  EXPECT_THAT(log_, ElementsAre("main@10"));
+  const auto completion = queues_.makeCompletion();
+  queues_.mainQueue().postAfter(15ms, [&] { completion->signal(); });
+  EXPECT_TRUE(completion->wait(1h));
+  EXPECT_THAT(log_, ElementsAre("main@10", "high@30"));
+  EXPECT_EQ(queues_.monotonicNow(), 35ms);
+}
+
+TEST_F(VirtualQueuesTest, AWaitThatNothingCanEndIsAnError) {
+  EXPECT_THROW(queues_.makeCompletion()->wait(Duration::max()), std::logic_error);
+}
+
+TEST_F(VirtualQueuesTest, AnExceptionOfATaskComesOutWhereTimePasses) {
+  for (TaskQueue* queue : {&queues_.mainQueue(), &queues_.highPriorityQueue()}) {
+    queue->post([] { throw std::runtime_error("broken"); });
+    queue->post(logging("after"));
+    EXPECT_THROW(queues_.advance(1ms), std::runtime_error);
+    queues_.runPending();
+  }
+  EXPECT_EQ(log_.size(), 2U) << "the queues go on";
+}
+
+TEST_F(VirtualQueuesTest, StopsAsSoonAsTheConditionHolds) {
+  int ticks = 0;
+  const auto timer = queues_.makeRepeatingTimer(queues_.mainQueue(), 10ms, 10ms, 0ms, [&] { ++ticks; });
+  timer->resume();
+  EXPECT_TRUE(queues_.advanceUntil([&] { return ticks == 3; }, 1s));
+  EXPECT_EQ(queues_.monotonicNow(), 30ms);
+  EXPECT_FALSE(queues_.advanceUntil([&] { return ticks == 1000; }, 100ms));
+  EXPECT_EQ(queues_.monotonicNow(), 130ms);
+  EXPECT_EQ(ticks, 13);
+}
+
+TEST_F(VirtualQueuesTest, ALateTickDoesNotShiftLaterOnes) {
+  const auto queue = queues_.makeSerialQueue("timer");
+  const auto timer = queues_.makeRepeatingTimer(*queue, 10ms, 10ms, 0ms, [&] {
+    log("tick");
+    queues_.sleep(log_.size() == 1 ? 25ms : 0ms);
+  });
+  timer->resume();
+  queues_.advance(60ms);
+  EXPECT_THAT(log_, ElementsAre("tick@10", "tick@40", "tick@50", "tick@60"));
+}
+
+TEST_F(VirtualQueuesTest, TheWallClockGoesWithTheTimeThatItWasSetTo) {
+  queues_.setWallClock(1000s);
+  queues_.advance(5s);
+  EXPECT_EQ(queues_.wallClockNow(), 1005s);
+  EXPECT_EQ(queues_.monotonicNow(), 5s);
+}
+
+TEST(VirtualQueues, ClosingEndsWaitsAndDropsTheRest) {
+  std::vector<std::string> log;
+  const auto held = std::make_shared<int>(0);
+  std::shared_ptr<TaskQueue> survivor;
+  std::shared_ptr<Completion> completion;
+  {
+    VirtualQueues queues;
+    survivor = queues.makeSerialQueue("survivor");
+    completion = queues.makeCompletion();
+    survivor->post([&] {
+      log.emplace_back(completion->wait(1h) ? "signalled" : "timed out");
+      queues.sleep(1h);
+      log.emplace_back("slept");
+    });
+    survivor->post([&, held] { log.emplace_back("never"); });
+    queues.highPriorityQueue().postAfter(1h, [&, held] { log.emplace_back("never"); });
+    queues.runPending();
+  }
+  EXPECT_THAT(log, ElementsAre("timed out", "slept"));
+  EXPECT_EQ(held.use_count(), 1);
+  survivor->post([&] { log.emplace_back("too late"); });
+  EXPECT_FALSE(completion->wait(1h));
+  EXPECT_EQ(log.size(), 2U);
+}
+
+TEST(RecordedInput, OnlyAnActiveTapSwallowsAndOnlyTheKeysThatItNamed) {
+  const auto recorded = RecordedPlatform::fromText("{}");
+  const auto tapWith = [&](uint32_t options, std::vector<int64_t> keys) {
+    EventTapConfiguration configuration;
+    configuration.options = options;
+    configuration.mask = 1U << event_type::keyDown;
+    configuration.swallowedKeyCodes = std::move(keys);
+    auto tap = recorded->input().createEventTap(configuration, [](uint32_t, const InputEvent&) { return false; });
+    tap->setEnabled(true);
+    return tap;
+  };
+  const auto passes = [&](int64_t key) { return recorded->input().injectKey(event_type::keyDown, key); };
+  {
+    const auto listening = tapWith(1, {key_code::returnKey});
+    EXPECT_TRUE(passes(key_code::returnKey));
+  }
+  const auto active = tapWith(0, {key_code::returnKey});
+  EXPECT_FALSE(passes(key_code::returnKey));
+  EXPECT_TRUE(passes(key_code::tab));
+  recorded->input().disableTaps(event_type::tapDisabledByTimeout);
+  EXPECT_FALSE(active->isEnabled());
+  EXPECT_TRUE(passes(key_code::returnKey));
+}
+
+TEST(RecordedInput, DestroyingATapWaitsForItsRunningCall) {
+  const auto recorded = RecordedPlatform::fromText("{}");
+  EventTapConfiguration configuration;
+  configuration.mask = 1U << event_type::keyDown;
+  bool ended = false;
+  std::unique_ptr<EventTapHandle> tap =
+      recorded->input().createEventTap(configuration, [&](uint32_t, const InputEvent&) {
+        recorded->queues().sleep(100ms);
+        ended = true;
+        return true;
+      });
+  tap->setEnabled(true);
+  recorded->queues().highPriorityQueue().postAfter(10ms, [&] {
+    tap.reset();
+    EXPECT_TRUE(ended);
+  });
+  EXPECT_TRUE(recorded->input().injectKey(event_type::keyDown, key_code::tab));
+  recorded->queues().advance(1s);
+  EXPECT_EQ(tap, nullptr);
+  EXPECT_EQ(recorded->input().tapCount(), 0);
+}
+
+TEST(RecordedInput, ATapMayEndItselfInItsCall) {
+  const auto recorded = RecordedPlatform::fromText("{}");
+  EventTapConfiguration configuration;
+  configuration.mask = 1U << event_type::keyDown;
+  int calls = 0;
+  std::unique_ptr<EventTapHandle> tap;
+  tap = recorded->input().createEventTap(configuration, [&](uint32_t, const InputEvent&) {
+    tap.reset();
+    ++calls;
+    return true;
+  });
+  tap->setEnabled(true);
+  recorded->input().injectKey(event_type::keyDown, key_code::tab);
+  recorded->input().injectKey(event_type::keyDown, key_code::tab);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(RecordedScreens, ObserversHearOfChangesUntilTheirTokenEnds) {
+  const auto recorded = RecordedPlatform::fromText(R"({"screens": [[0,0,100,100]]})");
+  int changes = 0;
+  Token token = recorded->screens().onFramesChanged([&] {
+    ++changes;
+    EXPECT_TRUE(recorded->queues().mainQueue().isCurrent());
+  });
+  recorded->screens().setFrames({{0, 0, 100, 100}});
+  recorded->queues().runPending();
+  EXPECT_EQ(changes, 0) << "nothing differs";
+  recorded->screens().setFrames({{0, 0, 200, 100}});
+  recorded->queues().runPending();
+  EXPECT_EQ(changes, 1);
+  recorded->screens().setFrames({});
+  token.reset();
+  recorded->queues().runPending();
+  EXPECT_EQ(changes, 1) << "a notice under way is dropped";
+}
+
+}  // namespace
+}  // namespace jumplark
