@@ -137,7 +137,7 @@ void FactsReader::readFirst(std::vector<ReadRequest>& requests, TimePoint deadli
 
 void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadline) {
   TypedBatch batch;
-  std::vector<ElementFacts*> large;
+  std::vector<ReadRequest*> large;
   for (ReadRequest& request : requests) {
     ElementFacts& e = request.facts;
     const AtspiHandle& handle = *handleOf(e.ref);
@@ -169,8 +169,8 @@ void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadl
           },
           knownUnlessLate(e, facts::actions));
     }
-    if (wants(request, facts::children) && e.childCount > TreeWalk::kMostChildren) {
-      large.push_back(&e);
+    if (wants(request, facts::children) && e.childCount > TreeWalk::mostChildren(e)) {
+      large.push_back(&request);
     } else if (wants(request, facts::children) && e.childCount >= 0) {
       batch.add<std::vector<ElementRef>>(
           calls::children(handle),
@@ -182,11 +182,14 @@ void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadl
     }
   }
   batch.run(runner_, deadline);
-  for (ElementFacts* e : large) {
-    e->childrenAreVisibleOnly = true;
-    e->known |= facts::children;
-    if (e->extents) {
-      e->children = visibleChildren(runner_, *e, *e->extents, deadline);
+  for (ReadRequest* request : large) {
+    ElementFacts& e = request->facts;
+    e.childrenAreVisibleOnly = true;
+    e.known |= facts::children;
+    if (e.extents) {
+      const Point offset = request->context.offset;
+      const Rect local{e.extents->x - offset.x, e.extents->y - offset.y, e.extents->width, e.extents->height};
+      e.children = visibleChildren(runner_, e, request->context.toolkit, local, deadline);
     }
   }
 }

@@ -15,11 +15,21 @@ constexpr facts::Set kRead = facts::identity | facts::texts | facts::extents | f
 constexpr facts::Set kExtras = facts::relations | facts::attributes | facts::value | facts::text | facts::localizedRole;
 /// Far more than any window shows; a tree without end must not fill the memory before the deadline.
 constexpr size_t kMostElements = 50'000;
+constexpr int64_t kMostChildren = 1000;
+constexpr int64_t kMostCells = 500;
+constexpr int64_t kMostManagedChildren = 60;
 
 }  // namespace
 
 TreeWalk::TreeWalk(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts)
     : runner_(runner), plan_(std::move(plan)), elements_(elements), texts_(texts) {}
+
+int64_t TreeWalk::mostChildren(const ElementFacts& container) {
+  if (container.is(state::managesDescendants)) {
+    return kMostManagedChildren;
+  }
+  return (container.interfaces & interface_bit::table) != 0 ? kMostCells : kMostChildren;
+}
 
 void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
   Level all;
@@ -122,8 +132,7 @@ TreeWalk::Level TreeWalk::readChildren(const Level& level) {
     if (isClosedMenu(e)) {
       e.childCount = 0;
     }
-    const int64_t most = e.is(state::managesDescendants) ? kMostManagedChildren : kMostChildren;
-    if (e.childCount > most) {
+    if (e.childCount > mostChildren(e)) {
       large.push_back(&e);
     } else if (e.childCount > 0) {
       batch.add<std::vector<ElementRef>>(
@@ -158,7 +167,7 @@ void TreeWalk::readVisibleChildren(ElementFacts& container, Level& next) {
     return;
   }
   const Rect local{part.x - plan_.offset.x, part.y - plan_.offset.y, part.width, part.height};
-  adopt(container, visibleChildren(runner_, container, local, plan_.deadline), next);
+  adopt(container, visibleChildren(runner_, container, plan_.toolkit, local, plan_.deadline), next);
 }
 
 Rect TreeWalk::visiblePart(const ElementFacts& element) const {

@@ -32,10 +32,9 @@ struct WalkPlan {
 /// what there is, at the deadline and when the application stops answering.
 class TreeWalk {
  public:
-  /// A container with more children than this is never asked for all of them.
-  static constexpr int64_t kMostChildren = 500;
-  /// The same for containers that make their children on demand.
-  static constexpr int64_t kMostManagedChildren = 60;
+  /// A container with more children than this is not asked for all of them at once: Qt takes half a second to name
+  /// 2500 siblings, and tables, which make their cells on demand, need much memory as well.
+  static int64_t mostChildren(const ElementFacts& container);
 
   TreeWalk(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts);
 

@@ -15,7 +15,7 @@ constexpr int kDeepestHit = 6;  ///< how far below the container a hit may lie
 constexpr int32_t kMostRows = 300;
 constexpr int32_t kMargin = 2;  ///< rows that may lie between the last point that hit something and an edge
 constexpr int32_t kMostColumns = 40;
-constexpr int64_t kMostChildren = 500;
+constexpr int64_t kMostChildren = 3000;
 
 struct Span {
   int32_t first = std::numeric_limits<int32_t>::max();
@@ -141,15 +141,19 @@ std::vector<ElementRef> visibleCells(CallRunner& runner, const AtspiHandle& tabl
 
 }  // namespace
 
-std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& container, const Rect& visible,
-                                        TimePoint deadline) {
+std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& container, const Toolkit& toolkit,
+                                        const Rect& visible, TimePoint deadline) {
   const AtspiHandle* handle = handleOf(container.ref);
   if (!handle || visible.isNull() || visible.width <= 0 || visible.height <= 0) {
     return {};
   }
+  const bool isTable = (container.interfaces & interface_bit::table) != 0;
+  if (toolkit.family == ToolkitFamily::qt && !isTable) {
+    return childrenOneByOne(runner, *handle, 0, container.childCount, deadline);
+  }
   const auto direct = directChildren(runner, container.ref, probe(runner, *handle, visible, deadline), deadline);
   const auto indexes = indexesOf(runner, direct, deadline);
-  if ((container.interfaces & interface_bit::table) != 0) {
+  if (isTable) {
     const auto cells = visibleCells(runner, *handle, indexes, deadline);
     if (!cells.empty()) {
       return cells;
