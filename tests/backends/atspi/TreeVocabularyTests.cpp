@@ -186,7 +186,7 @@ TEST_F(WebSearch, FindsTheSameWithoutASnapshot) {
 }
 
 TEST_F(WebSearch, RefusesAParameterThatAsksForNothing) {
-  const auto ask = [&](AttributeValue parameter) {
+  const auto ask = [&](const AttributeValue& parameter) {
     return platform.copyParameterizedAttributeValue(source.ref("page"), "AXUIElementsForSearchPredicate", parameter)
         .error;
   };

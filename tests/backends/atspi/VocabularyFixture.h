@@ -185,8 +185,7 @@ class FakeSource final : public ElementSource {
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override {
     snapshot_.clear();
     snapshotOrder_.clear();
-    const ElementRef start = application;
-    takeSnapshot(start, visibleOnly);
+    takeSnapshot(application, visibleOnly);
   }
   void endSnapshot() override {
     snapshot_.clear();
