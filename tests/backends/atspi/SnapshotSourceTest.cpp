@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <atomic>
+
 #include "backends/atspi/SourceFixture.h"
 
 namespace jumplark::atspi {
@@ -188,6 +190,36 @@ TEST_F(SourceFixture, WindowRelativeExtentsAreMovedToTheScreen) {
   windows.windows[0].client.x += 1000;
   const auto live = source().beginLiveReads();
   EXPECT_EQ(source().facts(gtk4.ref("ok"), facts::extents).value->extents->x, 1100 + 26 + 10);
+}
+
+TEST_F(SourceFixture, ASandboxedApplicationIsFoundByItsXClientOrByItsWindows) {
+  constexpr int32_t kInside = 999'999;  // the process as its own namespace counts it
+  windows.windows[0].pid = kInside;
+  EXPECT_EQ(source().application(kInside), app.root()) << "by the X client's process";
+  windows.windows[0].resourcePid = kInside;
+  EXPECT_EQ(source().application(kInside), app.root()) << "by title and place";
+  prepare();
+  EXPECT_EQ(source().focusedWindow(app.root()), app.ref("frame"));
+  windows.windows[0].pid = windows.windows[0].resourcePid = kInside + 1;
+  windows.windows[0].title = "Something else";
+  EXPECT_EQ(source().application(kInside + 1), ElementRef());
+  EXPECT_EQ(source().application(kInside + 2), ElementRef());
+}
+
+TEST_F(SourceFixture, ABrowserThatSleepsIsWokenAndReadAgain) {
+  FakeApplication browser(bus, "Chromium", "120");
+  browser.add("root", "frame", element(role::frame, "Window", {100, 50, 400, 300}));
+  std::atomic<int> counted{0};
+  browser.beforeEachAnswer([&](const std::string& id, const std::string& member) {
+    // The page appears some calls after it was asked for.
+    if (id == "frame" && browser.wasAsked("Accessible.GetAttributes frame") && member == "GetState" && ++counted == 2) {
+      for (int i = 0; i < 5; ++i) {
+        browser.add("frame", "link" + std::to_string(i), element(role::link, "link"));
+      }
+    }
+  });
+  source().prepareSnapshot(browser.root(), true);
+  EXPECT_NE(source().snapshotFacts(browser.ref("link4")), nullptr);
 }
 
 TEST_F(SourceFixture, FocusAndActionsReachTheElement) {

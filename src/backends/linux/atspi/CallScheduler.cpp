@@ -8,7 +8,7 @@ namespace jumplark::atspi {
 namespace {
 
 /// How much later than the deadline a waiting thread gives up by itself, should the accessibility thread be busy.
-constexpr auto kGrace = std::chrono::milliseconds(50);
+constexpr auto kGrace = std::chrono::milliseconds(250);
 
 Reply failed(AccessibilityError error) {
   Reply reply;
@@ -163,7 +163,7 @@ TimePoint CallScheduler::expire(TimePoint now) {
     spdlog::debug("{} does not answer", busName);
     // The daemons (names without a colon) are tried again each time: without them nothing could ever be read.
     application->hung = busName.starts_with(':');
-    failUnderWay([&](const UnderWay& call) { return call.application == application.get(); },
+    failUnderWay([silent = application.get()](const UnderWay& call) { return call.application == silent; },
                  AccessibilityError::cannotComplete);
     failQueued(*application, AccessibilityError::cannotComplete);
   }

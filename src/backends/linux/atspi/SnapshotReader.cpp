@@ -142,7 +142,7 @@ void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<Elemen
   }
 }
 
-void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, WalkPlan plan) {
+void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan) {
   const bool sleeps = snapshot.toolkit.family == ToolkitFamily::chromium;
   const TimePoint wakeDeadline = std::min(plan.deadline, Clock::now() + kWakeLimit);
   if (sleeps) {

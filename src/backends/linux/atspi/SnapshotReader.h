@@ -28,7 +28,7 @@ class SnapshotReader {
   struct Reading;
   void addApplication(Snapshot& snapshot, const std::vector<FrameFacts>& frames, TimePoint deadline);
   void addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline);
-  void readRoot(Snapshot& snapshot, const ElementRef& frame, WalkPlan plan);
+  void readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan);
   void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
 
   BusConnection& bus_;

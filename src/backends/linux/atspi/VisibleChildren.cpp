@@ -123,6 +123,7 @@ std::vector<ElementRef> visibleCells(CallRunner& runner, const AtspiHandle& tabl
   }
   batch.run(runner, deadline);
   std::vector<TypedCall<ElementRef>> cells;
+  cells.reserve(static_cast<size_t>(std::max(columns, 0)));
   for (int32_t column = 0; column < columns; ++column) {
     cells.push_back(calls::columnHeader(table, column));
   }
@@ -154,7 +155,7 @@ std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& 
   const auto direct = directChildren(runner, container.ref, probe(runner, *handle, visible, deadline), deadline);
   const auto indexes = indexesOf(runner, direct, deadline);
   if (isTable) {
-    const auto cells = visibleCells(runner, *handle, indexes, deadline);
+    auto cells = visibleCells(runner, *handle, indexes, deadline);
     if (!cells.empty()) {
       return cells;
     }
