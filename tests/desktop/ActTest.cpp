@@ -99,7 +99,7 @@ TEST(Act, bringsACoveredWindowForward) {
   DemoProgram demo(desktop.session);
   Process& cover = desktop.session.start({"xmessage", "-title", "Cover", "-geometry", "900x800+0+0", "in the way"});
   const SessionWindow window = desktop.session.waitForWindowTitled("Cover");
-  ASSERT_TRUE(waitUntil([&] { return desktop.session.activeWindow() == window.id; }));
+  ASSERT_TRUE(desktop.session.activate(window.id));
   const Finished finished = act(desktop, DemoProgram::kName, "apply");
   EXPECT_EQ(finished.status, 0) << finished.err;
   EXPECT_TRUE(demo.process().waitForLine("clicked Apply"));

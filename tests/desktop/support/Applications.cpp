@@ -14,14 +14,12 @@ PixelRect rectOf(const nlohmann::json& list) {
   return {list.at(0), list.at(1), list.at(2), list.at(3)};
 }
 
-void waitUntilInFront(PrivateSession& session, pid_t pid, const std::string& name) {
-  const bool inFront = waitUntil([&] {
-    const uint32_t active = session.activeWindow();
-    return session.findWindow([&](const SessionWindow& window) { return window.pid == pid && window.id == active; })
-        .has_value();
+void bringToFront(PrivateSession& session, Process& process, const std::string& name) {
+  const auto window = session.waitForWindow([&](const SessionWindow& candidate) {
+    return candidate.pid == process.pid() && !candidate.overrideRedirect && candidate.rect.width > 100;
   });
-  if (!inFront) {
-    throw std::runtime_error(name + " did not come to the front");
+  if (!session.activate(window.id)) {
+    throw std::runtime_error(name + " did not come to the front: " + process.err());
   }
 }
 
@@ -34,7 +32,7 @@ DemoProgram::DemoProgram(PrivateSession& session, const std::string& page)
   if (!process_.waitForLine("ready")) {
     throw std::runtime_error("the demonstration program did not start: " + process_.err());
   }
-  waitUntilInFront(session_, process_.pid(), kName);
+  bringToFront(session_, process_, kName);
   if (!waitUntil([&] { return !readApplication(session_, kName).empty(); })) {
     throw std::runtime_error("the demonstration program is not on the accessibility bus");
   }
@@ -100,7 +98,7 @@ std::optional<AccessibleElement> findElement(const std::vector<AccessibleElement
 Process& startApplication(PrivateSession& session, const Arguments& arguments, const std::string& name,
                           const std::string& role, const std::string& elementName) {
   Process& process = session.start(arguments);
-  waitUntilInFront(session, process.pid(), name);
+  bringToFront(session, process, name);
   if (!waitUntil([&] { return findElement(readApplication(session, name), role, elementName).has_value(); })) {
     throw std::runtime_error(name + " shows no " + role + " '" + elementName + "': " + process.err());
   }

@@ -245,6 +245,17 @@ uint32_t PrivateSession::activeWindow() const {
   return display_->activeWindow();
 }
 
+bool PrivateSession::activate(uint32_t window) {
+  constexpr Milliseconds kBetweenRequests{500};
+  return waitUntil([&] {
+    if (activeWindow() == window) {
+      return true;
+    }
+    display_->requestActive(window);
+    return waitUntil([&] { return activeWindow() == window; }, kBetweenRequests);
+  });
+}
+
 uint32_t PrivateSession::pixel(int x, int y) const {
   return pixels({x, y, 1, 1}).at(0);
 }

@@ -80,6 +80,10 @@ class PrivateSession {
   SessionWindow waitForWindowOf(pid_t pid, Milliseconds limit = kPatience);
   /// The window that _NET_ACTIVE_WINDOW names; 0 when none.
   uint32_t activeWindow() const;
+  /// Brings a window to the front, as a pager would, and returns when it is active; false when it does not come to
+  /// that. The window manager may forget a new window's focus once in a hundred times, so a test that needs one asks
+  /// for it.
+  bool activate(uint32_t window);
 
   /// The colour that shows at a pixel of the root, 0xRRGGBB.
   uint32_t pixel(int x, int y) const;

@@ -33,7 +33,7 @@ TEST(PrivateSession, managesWindowsUnderEveryWindowManagerAndLeavesNothingBehind
       const SessionWindow window = session.waitForWindowTitled("Hello");
       EXPECT_EQ(window.className, "xmessage Xmessage");
       if (manager != WindowManager::none) {
-        EXPECT_TRUE(waitUntil([&] { return session.activeWindow() == window.id; }));
+        EXPECT_TRUE(session.activate(window.id));
       }
       EXPECT_TRUE(exists(folder));
     }

@@ -113,6 +113,21 @@ uint32_t PrivateSession::Display::activeWindow() const {
   return number(screen_->root, netActiveWindow_).value_or(0);
 }
 
+void PrivateSession::Display::requestActive(xcb_window_t window) const {
+  constexpr uint32_t kFromPager = 2;
+  xcb_client_message_event_t message{};
+  message.response_type = XCB_CLIENT_MESSAGE;
+  message.format = 32;
+  message.window = window;
+  message.type = netActiveWindow_;
+  message.data.data32[0] = kFromPager;
+  message.data.data32[1] = XCB_CURRENT_TIME;
+  xcb_send_event(connection_, 0, screen_->root,
+                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&message));
+  xcb_flush(connection_);
+}
+
 bool PrivateSession::Display::compositorRuns() const {
   const auto cookie = xcb_get_selection_owner(connection_, atom("_NET_WM_CM_S0"));
   const auto reply = own(xcb_get_selection_owner_reply(connection_, cookie, nullptr));

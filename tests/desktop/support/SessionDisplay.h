@@ -21,6 +21,7 @@ class PrivateSession::Display {
 
   std::vector<SessionWindow> windows() const;
   uint32_t activeWindow() const;
+  void requestActive(xcb_window_t window) const;
   bool compositorRuns() const;
   std::vector<uint32_t> pixels(const PixelRect& rect) const;
 
