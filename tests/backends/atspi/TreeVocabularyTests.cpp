@@ -82,6 +82,15 @@ TEST_F(AtspiVocabulary, LeavesOutWhatIsScrolledAwayAlthoughItSaysThatItShows) {
   EXPECT_EQ(list("content", "AXVisibleChildren"), "partly");
 }
 
+TEST_F(AtspiVocabulary, StandsAPopoverWhereItsWindowHoldsIt) {
+  source.add("button", role::toggleButton, "win");
+  source.add("inside", role::panel, "button");
+  source.add("popover", role::panel, "win");
+  source.at("popover").parent = source.ref("button");
+  EXPECT_EQ(*get("popover", "AXParent").value.element(), source.ref("win"));
+  EXPECT_EQ(*get("inside", "AXParent").value.element(), source.ref("button"));
+}
+
 TEST_F(AtspiVocabulary, ShowsTheOpenListOfAComboBoxBeyondItsEdges) {
   source.add("combo", role::comboBox, "win", Rect{0, 100, 100, 20});
   source.add("choices", role::list, "combo", Rect{0, 100, 100, 60});

@@ -90,7 +90,16 @@ ElementRef TreeShape::parent(const ElementFacts& element) const {
       return tab->parent;
     }
   }
-  return element.parent;
+  return above && isStrayPopover(element, *above) ? window(element) : element.parent;
+}
+
+bool TreeShape::isStrayPopover(const ElementFacts& element, const ElementFacts& above) const {
+  if (element.role != role::panel || isContainerRole(roles_.role(above))) {
+    return false;
+  }
+  const auto claimed = neighbours_.get(above.ref, facts::children);
+  return claimed &&
+         std::find(claimed->children.begin(), claimed->children.end(), element.ref) == claimed->children.end();
 }
 
 ElementRef TreeShape::window(const ElementFacts& element) const {

@@ -66,6 +66,8 @@ class TreeShape {
   std::vector<FactsPointer> presented(const ElementFacts& element) const;
   void addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const;
   bool isLiftedMenuBar(const ElementFacts& element) const;
+  /// A popover calls the control that opened it its parent, but its window holds it.
+  bool isStrayPopover(const ElementFacts& element, const ElementFacts& above) const;
   bool isBesideTab(const ElementFacts& content, const ElementFacts& tab) const;
 
   ElementSource& source_;

@@ -1,0 +1,48 @@
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+#include "backends/contract/DesktopContractCases.h"
+#include "backends/linux/LinuxPlatform.h"
+#include "backends/recorded/VirtualQueues.h"
+#include "desktop/support/Applications.h"
+
+namespace jumplark::contract {
+namespace {
+
+/// A program full of controls in a private session, seen by the real platform.
+class LinuxContractDesktop : public ContractDesktop {
+ public:
+  LinuxContractDesktop() {
+    auto opened = LinuxPlatform::open(queues_);
+    if (!opened.platform) {
+      throw std::runtime_error(opened.error);
+    }
+    linux_ = std::move(opened.platform);
+    linux_->applicationBecameActive(targetPid());
+  }
+  Platform platform() override { return linux_->platform(); }
+  int32_t targetPid() override { return process_.pid(); }
+  std::string buttonTitle() override { return "link button"; }
+  int32_t absentPid() override { return 4'000'000; }
+  bool waitUntil(const std::function<bool()>& condition) override { return desktop::waitUntil(condition); }
+  void typeKey(int64_t /*keyCode*/) override { throw std::logic_error("no case here types"); }
+  void holdModifier(uint64_t /*flag*/, bool /*down*/) override { throw std::logic_error("no case here types"); }
+
+ private:
+  desktop::PrivateSession session_;
+  std::shared_ptr<void> member_ = session_.adoptEnvironment();
+  desktop::Process& process_ =
+      desktop::startApplication(session_, {"gtk3-widget-factory"}, "gtk3-widget-factory", "push button", "link button");
+  VirtualQueues queues_;
+  std::unique_ptr<LinuxPlatform> linux_;
+};
+
+std::unique_ptr<ContractDesktop> makeLinuxDesktop() {
+  return std::make_unique<LinuxContractDesktop>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract, ::testing::Values(ContractDesktopKind{"linux", &makeLinuxDesktop}));
+
+}  // namespace
+}  // namespace jumplark::contract
