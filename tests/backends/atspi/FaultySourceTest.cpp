@@ -7,7 +7,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using enum AccessibilityError;
 
 TEST_F(SourceFixture, AfterOneTimeOutAHungApplicationIsNotAskedUntilTheNextSnapshot) {

@@ -138,7 +138,8 @@ TEST_F(SourceFixture, OfALargeTableTheVisibleRowsAreRead) {
   table.columns = 2;
   app.add("frame", "table", table);
   for (int i = 0; i < 1000; ++i) {
-    const Rect rect{100.0 + i % 2 * 200, 50.0 + i / 2 * 20, 200, 20};
+    const int row = i / 2;
+    const Rect rect{100.0 + i % 2 * 200, 50.0 + row * 20, 200, 20};
     app.add("table", "cell" + std::to_string(i), element(role::tableCell, "cell", rect));
   }
   prepare();

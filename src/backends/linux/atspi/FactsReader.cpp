@@ -12,14 +12,26 @@
 namespace jumplark::atspi {
 namespace {
 
+/// An element that cannot tell a group has none of it; only silence leaves the group unknown.
+std::function<void(AccessibilityError)> knownUnlessLate(ElementFacts& e, facts::Set group) {
+  return [&e, group](AccessibilityError error) {
+    if (error != AccessibilityError::cannotComplete && error != AccessibilityError::apiDisabled) {
+      e.known |= group;
+    }
+  };
+}
+
 /// Groups that ask for nothing beyond what the element itself answers.
 void addTextCalls(TypedBatch& batch, ReadRequest& request) {
   ElementFacts& e = request.facts;
   const AtspiHandle& handle = *handleOf(e.ref);
-  batch.add<std::string>(calls::name(handle), [&e](std::string& name) {
-    e.name = std::move(name);
-    e.known |= facts::texts;
-  });
+  batch.add<std::string>(
+      calls::name(handle),
+      [&e](std::string& name) {
+        e.name = std::move(name);
+        e.known |= facts::texts;
+      },
+      knownUnlessLate(e, facts::texts));
   batch.add<std::string>(calls::description(handle), [&e](std::string& text) { e.description = std::move(text); });
 }
 
@@ -44,7 +56,6 @@ void addIdentityCalls(TypedBatch& batch, ReadRequest& request) {
 }
 
 void keepLabels(ElementFacts& e, RelationSet& set) {
-  e.known |= facts::relations;
   e.labelledBy.clear();
   for (auto& [type, targets] : set) {
     if (type == calls::kRelationLabelledBy) {
@@ -53,17 +64,45 @@ void keepLabels(ElementFacts& e, RelationSet& set) {
   }
 }
 
-/// An element that cannot tell a group has none of it; only silence leaves the group unknown.
-std::function<void(AccessibilityError)> knownUnlessLate(ElementFacts& e, facts::Set group) {
-  return [&e, group](AccessibilityError error) {
-    if (error != AccessibilityError::cannotComplete && error != AccessibilityError::apiDisabled) {
-      e.known |= group;
-    }
-  };
-}
-
 bool wants(const ReadRequest& request, facts::Set group) {
   return (request.wanted & ~request.facts.known & group) != 0;
+}
+
+/// Reads one group by one call, if it is wanted.
+template <typename T>
+void addGroup(TypedBatch& batch, ReadRequest& request, facts::Set group, TypedCall<T> call,
+              std::function<void(T&)> keep) {
+  if (!wants(request, group)) {
+    return;
+  }
+  ElementFacts& e = request.facts;
+  batch.add<T>(
+      std::move(call),
+      [&e, group, keep = std::move(keep)](T& value) {
+        e.known |= group;
+        keep(value);
+      },
+      knownUnlessLate(e, group));
+}
+
+void addValueCall(TypedBatch& batch, ReadRequest& request) {
+  ElementFacts& e = request.facts;
+  if (e.role == role::passwordText || (e.interfaces & interface_bit::value) == 0) {
+    e.known |= facts::value & request.wanted;
+  }
+  addGroup<double>(batch, request, facts::value, calls::currentValue(*handleOf(e.ref)),
+                   [&e](double& value) { e.currentValue = value; });
+}
+
+void readLargeContainer(CallRunner& runner, ReadRequest& request, TimePoint deadline) {
+  ElementFacts& e = request.facts;
+  e.childrenAreVisibleOnly = true;
+  e.known |= facts::children;
+  if (e.extents) {
+    const Point offset = request.context.offset;
+    const Rect local{e.extents->x - offset.x, e.extents->y - offset.y, e.extents->width, e.extents->height};
+    e.children = visibleChildren(runner, e, request.context.toolkit, local, deadline);
+  }
 }
 
 }  // namespace
@@ -96,41 +135,19 @@ void FactsReader::readFirst(std::vector<ReadRequest>& requests, TimePoint deadli
     if (wants(request, facts::texts)) {
       addTextCalls(batch, request);
     }
-    if (wants(request, facts::extents)) {
-      batch.add<Rect>(
-          calls::extents(handle),
-          [&](Rect& rect) {
-            e.extents = screenExtents(rect, request.context.offset);
-            e.known |= facts::extents;
-          },
-          knownUnlessLate(e, facts::extents));
-    }
     if (wants(request, facts::children)) {
-      batch.add<int32_t>(calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, 0); });
+      batch.add<int32_t>(
+          calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, 0); },
+          knownUnlessLate(e, facts::children));
     }
-    if (wants(request, facts::relations)) {
-      batch.add<RelationSet>(
-          calls::relations(handle), [&e](RelationSet& set) { keepLabels(e, set); },
-          knownUnlessLate(e, facts::relations));
-    }
-    if (wants(request, facts::attributes)) {
-      batch.add<AttributeMap>(
-          calls::attributes(handle),
-          [&e](AttributeMap& map) {
-            e.attributes = std::move(map);
-            e.known |= facts::attributes;
-          },
-          knownUnlessLate(e, facts::attributes));
-    }
-    if (wants(request, facts::localizedRole)) {
-      batch.add<std::string>(
-          calls::localizedRole(handle),
-          [&e](std::string& name) {
-            e.localizedRole = std::move(name);
-            e.known |= facts::localizedRole;
-          },
-          knownUnlessLate(e, facts::localizedRole));
-    }
+    addGroup<Rect>(batch, request, facts::extents, calls::extents(handle),
+                   [&](Rect& rect) { e.extents = screenExtents(rect, request.context.offset); });
+    addGroup<RelationSet>(batch, request, facts::relations, calls::relations(handle),
+                          [&e](RelationSet& set) { keepLabels(e, set); });
+    addGroup<AttributeMap>(batch, request, facts::attributes, calls::attributes(handle),
+                           [&e](AttributeMap& map) { e.attributes = std::move(map); });
+    addGroup<std::string>(batch, request, facts::localizedRole, calls::localizedRole(handle),
+                          [&e](std::string& name) { e.localizedRole = std::move(name); });
   }
   batch.run(runner_, deadline);
 }
@@ -147,50 +164,19 @@ void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadl
     if (e.has(facts::extents) && !shows(request.context.toolkit, e.states, e.extents)) {
       e.extents.reset();
     }
-    if (wants(request, facts::value)) {
-      if (e.role == role::passwordText || (e.interfaces & interface_bit::value) == 0) {
-        e.known |= facts::value;
-      } else {
-        batch.add<double>(
-            calls::currentValue(handle),
-            [&e](double& value) {
-              e.currentValue = value;
-              e.known |= facts::value;
-            },
-            knownUnlessLate(e, facts::value));
-      }
-    }
-    if (wants(request, facts::actions)) {
-      batch.add<std::vector<std::string>>(
-          calls::actionNames(handle),
-          [&e](std::vector<std::string>& names) {
-            e.actionNames = std::move(names);
-            e.known |= facts::actions;
-          },
-          knownUnlessLate(e, facts::actions));
-    }
+    addValueCall(batch, request);
+    addGroup<std::vector<std::string>>(batch, request, facts::actions, calls::actionNames(handle),
+                                       [&e](std::vector<std::string>& names) { e.actionNames = std::move(names); });
     if (wants(request, facts::children) && e.childCount > TreeWalk::mostChildren(e)) {
       large.push_back(&request);
-    } else if (wants(request, facts::children) && e.childCount >= 0) {
-      batch.add<std::vector<ElementRef>>(
-          calls::children(handle),
-          [&e](std::vector<ElementRef>& children) {
-            e.children = std::move(children);
-            e.known |= facts::children;
-          },
-          knownUnlessLate(e, facts::children));
+    } else if (e.childCount >= 0) {
+      addGroup<std::vector<ElementRef>>(batch, request, facts::children, calls::children(handle),
+                                        [&e](std::vector<ElementRef>& children) { e.children = std::move(children); });
     }
   }
   batch.run(runner_, deadline);
   for (ReadRequest* request : large) {
-    ElementFacts& e = request->facts;
-    e.childrenAreVisibleOnly = true;
-    e.known |= facts::children;
-    if (e.extents) {
-      const Point offset = request->context.offset;
-      const Rect local{e.extents->x - offset.x, e.extents->y - offset.y, e.extents->width, e.extents->height};
-      e.children = visibleChildren(runner_, e, request->context.toolkit, local, deadline);
-    }
+    readLargeContainer(runner_, *request, deadline);
   }
 }
 

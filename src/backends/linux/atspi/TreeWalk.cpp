@@ -183,33 +183,36 @@ Rect TreeWalk::visiblePart(const ElementFacts& element) const {
   return part;
 }
 
+void TreeWalk::addExtraCalls(TypedBatch& batch, ElementFacts& e, facts::Set wanted) {
+  const AtspiHandle& handle = *handleOf(e.ref);
+  if ((wanted & facts::relations) != 0) {
+    batch.add<RelationSet>(calls::relations(handle), [&e](RelationSet& set) {
+      for (auto& [type, targets] : set) {
+        if (type == calls::kRelationLabelledBy) {
+          e.labelledBy.insert(e.labelledBy.end(), targets.begin(), targets.end());
+        }
+      }
+    });
+  }
+  if ((wanted & facts::attributes) != 0) {
+    batch.add<AttributeMap>(calls::attributes(handle), [&e](AttributeMap& map) { e.attributes = std::move(map); });
+  }
+  if ((wanted & facts::value) != 0 && e.role != role::passwordText) {
+    batch.add<double>(calls::currentValue(handle), [&e](double& value) { e.currentValue = value; });
+  }
+}
+
 void TreeWalk::readExtras(const Level& all) {
   TypedBatch batch;
   Level withText;
   for (const auto& element : all) {
-    ElementFacts& e = *element;
-    if (!e.has(kRead) || stopped()) {
+    if (!element->has(kRead) || stopped()) {
       continue;
     }
-    const facts::Set wanted = factsWorthReading(e);
-    const AtspiHandle& handle = *handleOf(e.ref);
-    e.known |= kExtras;
-    if ((wanted & facts::relations) != 0) {
-      batch.add<RelationSet>(calls::relations(handle), [&e](RelationSet& set) {
-        for (auto& [type, targets] : set) {
-          if (type == calls::kRelationLabelledBy) {
-            e.labelledBy.insert(e.labelledBy.end(), targets.begin(), targets.end());
-          }
-        }
-      });
-    }
-    if ((wanted & facts::attributes) != 0) {
-      batch.add<AttributeMap>(calls::attributes(handle), [&e](AttributeMap& map) { e.attributes = std::move(map); });
-    }
-    if ((wanted & facts::value) != 0 && e.role != role::passwordText) {
-      batch.add<double>(calls::currentValue(handle), [&e](double& value) { e.currentValue = value; });
-    }
-    if ((wanted & facts::text) != 0 && e.role != role::passwordText) {
+    const facts::Set wanted = factsWorthReading(*element);
+    element->known |= kExtras;
+    addExtraCalls(batch, *element, wanted);
+    if ((wanted & facts::text) != 0 && element->role != role::passwordText) {
       withText.push_back(element);
     }
   }

@@ -11,6 +11,8 @@
 
 namespace jumplark::atspi {
 
+class TypedBatch;
+
 /// Facts by reference, while they are being collected.
 using FactsMap = std::unordered_map<ElementRef, std::shared_ptr<ElementFacts>, ElementRefHash>;
 using TextMap = std::unordered_map<ElementRef, TextFacts, ElementRefHash>;
@@ -50,6 +52,7 @@ class TreeWalk {
   void readIdentities(Level& level);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
+  static void addExtraCalls(TypedBatch& batch, ElementFacts& e, facts::Set wanted);
   void readExtras(const Level& all);
   void readTextsOf(const Level& elements);
   void readLocalizedRoles(const Level& all);
