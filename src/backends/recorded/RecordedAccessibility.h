@@ -101,7 +101,7 @@ class RecordedAccessibility : public AccessibilityPlatform {
   std::vector<RecordedApplication> hitOrder(const ElementRef& application) const;
   std::optional<ElementRef> recordedHit(const std::vector<RecordedApplication>& applications, bool everywhere, float x,
                                         float y);
-  void note(RecordedOperation operation);
+  void note(const RecordedOperation& operation);
   void change(const std::string& id, const std::function<void(RecordedElement&)>& edit);
 
   const RecordedWorkspace& workspace_;

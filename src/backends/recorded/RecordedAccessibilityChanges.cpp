@@ -59,7 +59,7 @@ void RecordedAccessibility::setOperationHandler(std::function<void(const Recorde
   operationHandler_ = std::move(handler);
 }
 
-void RecordedAccessibility::note(RecordedOperation operation) {
+void RecordedAccessibility::note(const RecordedOperation& operation) {
   std::function<void(const RecordedOperation&)> handler;
   {
     const std::scoped_lock lock(mutex_);

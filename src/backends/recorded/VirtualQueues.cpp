@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "backends/QueueTimer.h"
+#include "backends/threads/QueueTimer.h"
 #include "backends/recorded/VirtualScheduler.h"
 
 namespace jumplark {

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "backends/LargeStackThread.h"
+#include "backends/threads/LargeStackThread.h"
 #include "platform/Queues.h"
 
 namespace jumplark {

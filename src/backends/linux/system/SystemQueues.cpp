@@ -9,8 +9,8 @@
 #include <thread>
 #include <utility>
 
-#include "backends/LargeStackThread.h"
-#include "backends/QueueTimer.h"
+#include "backends/threads/LargeStackThread.h"
+#include "backends/threads/QueueTimer.h"
 
 namespace jumplark {
 namespace {
