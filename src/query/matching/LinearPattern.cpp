@@ -17,6 +17,23 @@ bool isLead(char16_t unit) {
   return unit >= 0xD800 && unit < 0xDC00;
 }
 
+/// The length of ".*" or ".*?" at an offset; 0 when there is none, or when another quantifier behind it changes what it
+/// means.
+size_t gapLength(std::u16string_view pattern, size_t offset) {
+  if (pattern.substr(offset, 2) != u".*") {
+    return 0;
+  }
+  const size_t length = pattern.substr(offset, 3) == u".*?" ? 3 : 2;
+  return pattern.substr(offset + length, 1) == u"+" ? 0 : length;
+}
+
+/// Whether a character of a pattern stands for itself and for nothing that ends a line.
+bool isLiteral(char32_t c) {
+  const bool meta = c < 0x80 && kMetacharacters.find(static_cast<char16_t>(c)) != std::u16string_view::npos;
+  const bool surrogate = c >= 0xD800 && c <= 0xDFFF;
+  return !meta && !surrogate && c != 0xFFFF && !CharacterTraits::isLineEnd(c);
+}
+
 bool isSubsequenceOf(std::u16string_view sequence, std::u16string_view units) {
   size_t next = 0;
   for (size_t i = 0; i < units.size() && next < sequence.size(); ++i) {
@@ -31,16 +48,12 @@ std::optional<LinearPattern> LinearPattern::parse(std::u16string_view pattern) {
   LinearPattern result;
   for (size_t start = 0;;) {
     const size_t bar = pattern.find(u'|', start);
-    bool leftOut = false;
-    auto alternative = parseAlternative(pattern.substr(start, bar - start), leftOut);
+    const std::u16string_view text = pattern.substr(start, bar - start);
+    auto alternative = parseAlternative(text);
     if (!alternative) {
       return std::nullopt;
     }
-    if (leftOut) {
-      result.leftOut_ = true;
-    } else {
-      result.alternatives_.push_back(std::move(*alternative));
-    }
+    result.add(std::move(*alternative), text);
     if (bar == std::u16string_view::npos) {
       break;
     }
@@ -50,8 +63,7 @@ std::optional<LinearPattern> LinearPattern::parse(std::u16string_view pattern) {
   return result;
 }
 
-std::optional<LinearPattern::Alternative> LinearPattern::parseAlternative(std::u16string_view pattern, bool& leftOut) {
-  const CharacterTraits& traits = CharacterTraits::instance();
+std::optional<LinearPattern::Alternative> LinearPattern::parseAlternative(std::u16string_view pattern) {
   Alternative result;
   bool gap = true;
   bool understood = true;
@@ -60,31 +72,23 @@ std::optional<LinearPattern::Alternative> LinearPattern::parseAlternative(std::u
     if (offset < skip || !understood) {
       return;
     }
-    if (c == U'.' && pattern.substr(offset, 2) == u".*") {
-      const bool lazy = pattern.substr(offset, 3) == u".*?";
-      skip = offset + (lazy ? 3 : 2);
-      // Another quantifier after it would mean something else ("possessive").
-      understood = skip >= pattern.size() || pattern[skip] != u'+';
+    if (const size_t length = gapLength(pattern, offset); length > 0) {
+      skip = offset + length;
       gap = true;
       return;
     }
-    const bool any = c == U'.';
-    const bool literal = c != kAnyCharacter && !CharacterTraits::isLineEnd(c) &&
-                         (c >= 0x80 || kMetacharacters.find(static_cast<char16_t>(c)) == std::u16string_view::npos) &&
-                         (c < 0xD800 || c > 0xDFFF);
-    if (!literal) {
-      understood = false;
+    understood = c == U'.' || isLiteral(c);
+    if (!understood) {
       return;
     }
-    leftOut |= traits.hasFullFold(c);
     if (gap) {
       result.pieces.emplace_back();
       gap = false;
     }
-    if (any) {
+    if (c == U'.') {
       result.pieces.back() += kAnyCharacter;
     } else {
-      appendCharacter(result.pieces.back(), CharacterTraits::caseFolded(c));
+      result.pieces.back() += CharacterTraits::fullyFolded(c);
     }
   });
   if (!understood) {
@@ -97,6 +101,15 @@ std::optional<LinearPattern::Alternative> LinearPattern::parseAlternative(std::u
   }
   result.letters = FoldedText::lettersOf(result.sequence);
   return result;
+}
+
+void LinearPattern::add(Alternative alternative, std::u16string_view pattern) {
+  if (!alternative.singleUnits) {
+    patternForEngine_ += hasEnginePattern_ ? u"|" : u"";
+    patternForEngine_ += pattern;
+    hasEnginePattern_ = true;
+  }
+  alternatives_.push_back(std::move(alternative));
 }
 
 /// Leaves out alternatives that can only match where a looser one does: "sa.*?ve" beside "s.*?a.*?v.*?e".
@@ -117,10 +130,14 @@ bool LinearPattern::matchesEverything() const {
                      [](const Alternative& alternative) { return alternative.pieces.empty(); });
 }
 
-bool LinearPattern::matches(const FoldedText& text) const {
-  return std::any_of(alternatives_.begin(), alternatives_.end(), [&](const Alternative& alternative) {
+LinearPattern::Answer LinearPattern::matches(const FoldedText& text) const {
+  const bool matches = std::any_of(alternatives_.begin(), alternatives_.end(), [&](const Alternative& alternative) {
     return (alternative.letters & ~text.letters) == 0 && matchesIn(alternative, text);
   });
+  if (matches) {
+    return Answer::yes;
+  }
+  return hasEnginePattern_ && text.hasFullFold ? Answer::askEngine : Answer::no;
 }
 
 bool LinearPattern::matchesIn(const Alternative& alternative, const FoldedText& text) {

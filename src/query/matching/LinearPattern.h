@@ -16,17 +16,21 @@ namespace jumplark {
 /// A regular expression engine decides the same, but tries every way to spread the gaps over a text: minutes for a few
 /// letters and a long text. Taking the earliest place for each piece within one line is enough, because a gap may be
 /// any length, crosses no line end, and pieces have a fixed length.
+///
+/// What remains for the engine are texts with characters that fold to several, of which a piece may match all or none:
+/// "ss" matches a sharp s, "s.*?s" does not.
 class LinearPattern {
  public:
   /// None when the pattern uses anything else of the regular expressions' syntax.
   static std::optional<LinearPattern> parse(std::u16string_view pattern);
 
-  /// Whether some alternative matches somewhere in the text. True is final; false is too where isExactFor().
-  bool matches(const FoldedText& text) const;
-  /// A character that folds to several (the sharp s) can match across pieces of a literal, which this does not see.
-  bool isExactFor(const FoldedText& text) const { return !leftOut_ && !text.hasFullFold; }
+  enum class Answer { no, yes, askEngine };
+  /// Whether some alternative matches somewhere in the text.
+  Answer matches(const FoldedText& text) const;
   /// True when an alternative is empty or all gaps.
   bool matchesEverything() const;
+  /// The pattern that the engine is to be asked: the alternatives with pieces of several characters.
+  const std::u16string& patternForEngine() const { return patternForEngine_; }
 
  private:
   /// Units of a piece, folded; kAnyCharacter for a lone ".".
@@ -39,7 +43,8 @@ class LinearPattern {
   };
   static constexpr char16_t kAnyCharacter = 0xFFFF;
 
-  static std::optional<Alternative> parseAlternative(std::u16string_view pattern, bool& leftOut);
+  static std::optional<Alternative> parseAlternative(std::u16string_view pattern);
+  void add(Alternative alternative, std::u16string_view pattern);
   void dropImplied();
   static bool matchesIn(const Alternative& alternative, const FoldedText& text);
   static bool isSubsequence(std::u16string_view sequence, const FoldedText& text);
@@ -47,7 +52,8 @@ class LinearPattern {
   static size_t endOfEarliest(const Piece& piece, std::u16string_view line, size_t from);
 
   std::vector<Alternative> alternatives_;
-  bool leftOut_ = false;  ///< an alternative holds characters with a full fold and was not taken up
+  bool hasEnginePattern_ = false;
+  std::u16string patternForEngine_;
 };
 
 }  // namespace jumplark

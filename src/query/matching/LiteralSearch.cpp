@@ -13,43 +13,27 @@ LiteralSearch::LiteralSearch(std::u16string needle) : needle_(std::move(needle))
   }
 }
 
-/// Calls visit(place) until it returns false.
-template <typename Visit>
-void LiteralSearch::search(std::u16string_view text, Visit visit) const {
-  if (needle_.empty() || text.size() < needle_.size()) {
-    return;
-  }
-  size_t matched = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    while (matched > 0 && text[i] != needle_[matched]) {
-      matched = overlap_[matched - 1];
-    }
-    matched += text[i] == needle_[matched] ? 1 : 0;
-    if (matched == needle_.size()) {
-      if (!visit(i + 1 - matched)) {
-        return;
-      }
-      matched = overlap_[matched - 1];
-    }
-  }
-}
-
 size_t LiteralSearch::find(std::u16string_view text) const {
-  size_t found = std::u16string_view::npos;
-  search(text, [&](size_t place) {
-    found = place;
-    return false;
-  });
-  return found;
+  return Places(*this, text).next();
 }
 
-std::vector<size_t> LiteralSearch::findAll(std::u16string_view text) const {
-  std::vector<size_t> places;
-  search(text, [&](size_t place) {
-    places.push_back(place);
-    return true;
-  });
-  return places;
+size_t LiteralSearch::Places::next() {
+  const std::u16string& needle = search_.needle_;
+  if (needle.empty()) {
+    return std::u16string_view::npos;
+  }
+  while (read_ < text_.size()) {
+    const char16_t unit = text_[read_++];
+    while (matched_ > 0 && unit != needle[matched_]) {
+      matched_ = search_.overlap_[matched_ - 1];
+    }
+    matched_ += unit == needle[matched_] ? 1 : 0;
+    if (matched_ == needle.size()) {
+      matched_ = search_.overlap_[matched_ - 1];
+      return read_ - needle.size();
+    }
+  }
+  return std::u16string_view::npos;
 }
 
 }  // namespace jumplark

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "query/matching/FoldedText.h"
 #include "query/matching/WordSplitter.h"
 #include "query/text/CharacterTraits.h"
 #include "query/text/TextFolding.h"
@@ -42,6 +43,19 @@ std::u16string_view asciiLowered(std::u16string_view text, std::pmr::memory_reso
   std::transform(text.begin(), text.end(), units,
                  [](char16_t c) { return static_cast<char16_t>(c >= u'A' && c <= u'Z' ? c + (u'a' - u'A') : c); });
   return {units, text.size()};
+}
+
+size_t firstSeparatorOf(std::u16string_view text) {
+  const CharacterTraits& traits = CharacterTraits::instance();
+  size_t at = 0;
+  while (at < text.size()) {
+    const auto [c, units] = characterAt(text, at);
+    if (!traits.isWordCharacter(c)) {
+      break;
+    }
+    at += units;
+  }
+  return at;
 }
 
 /// Collects where the scored words of a text lie.
@@ -100,22 +114,27 @@ PreparedWords PreparedWords::prepare(std::span<const std::u16string> words, std:
 PreparedText PreparedText::prepare(std::u16string_view original, std::pmr::memory_resource& memory) {
   PreparedText text;
   text.original = original;
-  if (!isASCIIUnits(original)) {
+  text.isASCII = isASCIIUnits(original);
+  text.firstSeparator = firstSeparatorOf(original);
+  if (text.isASCII) {
+    text.bareFolded = asciiLowered(original, memory);
+    text.isAligned = true;
+  } else {
     const BareFolding folding = bareCaseFolding(original);
     text.bareFolded = keep(folding.text, memory);
     text.isAligned = folding.isAligned;
-    if (original.size() < kLong) {
-      text.words = wordsOf(original, memory);
-    }
+  }
+  text.letters = FoldedText::lettersOf(text.bareFolded);
+  if (original.size() >= kLong) {
     return text;
   }
-  text.bareFolded = asciiLowered(original, memory);
-  text.isAligned = true;
-  if (original.size() < kLong) {
-    // Of ASCII the words are parts of the lower-cased text, and there is nothing to strip.
+  if (text.isASCII) {
+    // The words are parts of the lower-cased text, and there is nothing to strip.
     ScoredBounds bounds;
     forEachWord(original, [&](size_t start, size_t end) { bounds.add(start, end); });
     text.words = {text.bareFolded, text.bareFolded, bounds.keepIn(memory)};
+  } else {
+    text.words = wordsOf(original, memory);
   }
   return text;
 }

@@ -34,8 +34,11 @@ struct PreparedText {
 
   std::u16string_view original;
   std::u16string_view bareFolded;  ///< without diacritics and case, character by character
-  bool isAligned = false;          ///< each character has as many units in `bareFolded` as in `original`
-  PreparedWords words;             ///< none for a long text
+  uint64_t letters = 0;            ///< FoldedText::lettersOf(bareFolded)
+  size_t firstSeparator = 0;  ///< where in `original` the first character that is none of a word stands; or its end
+  bool isASCII = false;       ///< then folding its case alone gives `bareFolded` too
+  bool isAligned = false;     ///< each character has as many units in `bareFolded` as in `original`
+  PreparedWords words;        ///< none for a long text
 
   /// `original` must outlive the result.
   static PreparedText prepare(std::u16string_view original, std::pmr::memory_resource& memory);

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 
+#include "query/matching/FoldedText.h"
 #include "query/text/CharacterTraits.h"
 #include "query/text/TextFolding.h"
 
@@ -61,6 +62,7 @@ ScoringQuery::ScoringQuery(std::u16string query)
       lowered_(lowercased(query_)),
       bareLowered_(bareUnits(lowered_)),
       folded_(containsDiacritics_ ? caseFolded(query_) : bareCaseFolding(query_).text),
+      foldedLetters_(FoldedText::lettersOf(folded_.needle())),
       literal_(query_),
       isLiteral_(query_.find_first_of(kMetacharacters) == std::u16string::npos) {}
 
@@ -137,15 +139,18 @@ double ScoringQuery::scoreExactMatch(const PreparedText& text) {
   if (length == 0) {
     return 0;
   }
-  const size_t before = lengthOfWordBefore(text.original);
+  const size_t before = lengthOfWordBefore(text);
   const double depth = std::pow(static_cast<double>(kWordDecay), static_cast<double>(before));
   return depth * static_cast<double>(length);
 }
 
 size_t ScoringQuery::lengthFound(const PreparedText& text) const {
   const size_t needle = folded_.needle().size();
-  if (containsDiacritics_) {
+  if (containsDiacritics_ && !text.isASCII) {
     return folded_.find(caseFolded(text.original)) == std::u16string_view::npos ? 0 : needle;
+  }
+  if ((foldedLetters_ & ~text.letters) != 0) {
+    return 0;
   }
   const size_t found = folded_.find(text.bareFolded);
   if (found == std::u16string_view::npos) {
@@ -156,7 +161,7 @@ size_t ScoringQuery::lengthFound(const PreparedText& text) const {
              : offsetBehindFoldedUnits(text.original, found + needle) - offsetBehindFoldedUnits(text.original, found);
 }
 
-size_t ScoringQuery::lengthOfWordBefore(std::u16string_view text) {
+size_t ScoringQuery::lengthOfWordBefore(const PreparedText& text) {
   if (isLiteral_) {
     return literalWordBefore(text);
   }
@@ -167,32 +172,33 @@ size_t ScoringQuery::lengthOfWordBefore(std::u16string_view text) {
       wordBefore_->setBudget(&budget_);
     }
   }
-  const auto capture = wordBefore_ ? wordBefore_->captureInFirstMatch(text, 1) : std::nullopt;
+  const auto capture = wordBefore_ ? wordBefore_->captureInFirstMatch(text.original, 1) : std::nullopt;
   return capture ? static_cast<size_t>(capture->length) : 0;
 }
 
 /// The first match of `\W(\w+)query`: of the places where the query stands inside or right behind a word that has a
 /// separator in front, those in the first such word, and of these the last, since `\w+` takes all it can.
-size_t ScoringQuery::literalWordBefore(std::u16string_view text) const {
+size_t ScoringQuery::literalWordBefore(const PreparedText& prepared) const {
   const CharacterTraits& traits = CharacterTraits::instance();
-  const std::vector<size_t> places = literal_.findAll(text);
-  auto place = places.begin();
-  std::optional<size_t> wordStart;  // behind the last separator
+  const std::u16string_view text = prepared.original.substr(prepared.firstSeparator);
+  LiteralSearch::Places places(literal_, text);
+  size_t place = places.next();
+  size_t wordStart = 0;
   size_t result = 0;
-  bool done = false;
-  forEachCharacter(text, [&](char32_t c, size_t at, size_t units) {
-    if (done) {
-      return;
+  for (size_t at = 0; at < text.size() && place != std::u16string_view::npos;) {
+    if (place == at) {
+      result = wordStart > 0 ? at - wordStart : 0;
+      place = places.next();
     }
-    if (place != places.end() && *place == at) {
-      result = wordStart ? at - *wordStart : 0;
-      ++place;
-    }
+    const auto [c, units] = characterAt(text, at);
+    at += units;
     if (!traits.isWordCharacter(c)) {
-      done = result > 0;
-      wordStart = at + units;
+      if (result > 0) {
+        break;
+      }
+      wordStart = at;
     }
-  });
+  }
   return result;
 }
 

@@ -45,14 +45,15 @@ class ScoringQuery {
   /// The length that the query takes up in the text at its first place; 0 when it is not found.
   size_t lengthFound(const PreparedText& text) const;
   /// How many word characters stand between a separator and the query.
-  size_t lengthOfWordBefore(std::u16string_view text);
-  size_t literalWordBefore(std::u16string_view text) const;
+  size_t lengthOfWordBefore(const PreparedText& text);
+  size_t literalWordBefore(const PreparedText& text) const;
 
   std::u16string query_;
   bool containsDiacritics_;
   std::u16string lowered_;
   std::u16string bareLowered_;
-  LiteralSearch folded_;   ///< for finding: case and, without diacritics in the query, diacritics folded
+  LiteralSearch folded_;  ///< for finding: case and, without diacritics in the query, diacritics folded
+  uint64_t foldedLetters_;
   LiteralSearch literal_;  ///< for the word before: the query as it is
   bool isLiteral_;         ///< as a regular expression the query means itself
   MatchBudget budget_;

@@ -3,12 +3,12 @@
 namespace jumplark {
 
 TextPattern::TextPattern(std::u16string_view pattern, Case sensitivity, MatchBudget& budget)
-    : pattern_(pattern), sensitivity_(sensitivity), budget_(budget) {
+    : sensitivity_(sensitivity), budget_(budget) {
   if (sensitivity == Case::insensitive) {
     linear_ = LinearPattern::parse(pattern);
   }
   if (!linear_) {
-    engine_ = RegularExpression::compile(pattern_, sensitivity_);
+    engine_ = RegularExpression::compile(pattern, sensitivity_);
     if (engine_) {
       engine_->setBudget(&budget_);
     }
@@ -19,10 +19,9 @@ std::optional<bool> TextPattern::matchesFolded(const FoldedText& text) const {
   if (!linear_) {
     return std::nullopt;
   }
-  if (linear_->matches(text)) {
-    return true;
-  }
-  return linear_->isExactFor(text) ? std::optional<bool>(false) : std::nullopt;
+  const auto answer = linear_->matches(text);
+  return answer == LinearPattern::Answer::askEngine ? std::nullopt
+                                                    : std::optional<bool>(answer == LinearPattern::Answer::yes);
 }
 
 bool TextPattern::matches(std::u16string_view text) {
@@ -37,7 +36,7 @@ bool TextPattern::matches(std::u16string_view text) {
 
 bool TextPattern::engineMatches(std::u16string_view text) {
   if (!engine_) {
-    engine_ = RegularExpression::compile(pattern_, sensitivity_);
+    engine_ = RegularExpression::compile(linear_->patternForEngine(), sensitivity_);
     if (!engine_) {
       return false;
     }

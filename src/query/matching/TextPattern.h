@@ -31,7 +31,6 @@ class TextPattern {
  private:
   bool engineMatches(std::u16string_view text);
 
-  std::u16string pattern_;
   Case sensitivity_;
   MatchBudget& budget_;
   std::optional<LinearPattern> linear_;

@@ -63,6 +63,12 @@ char32_t CharacterTraits::caseFolded(char32_t c) {
   return static_cast<char32_t>(u_foldCase(static_cast<UChar32>(c), U_FOLD_CASE_DEFAULT));
 }
 
+std::u16string CharacterTraits::fullyFolded(char32_t c) {
+  icu::UnicodeString folded(static_cast<UChar32>(c));
+  folded.foldCase();
+  return {folded.getBuffer(), static_cast<size_t>(folded.length())};
+}
+
 void appendCharacter(std::u16string& text, char32_t c) {
   if (c < 0x10000) {
     text += static_cast<char16_t>(c);

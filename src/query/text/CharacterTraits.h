@@ -32,6 +32,8 @@ class CharacterTraits {
   }
   /// The character as it is compared when case is ignored (simple case folding).
   static char32_t caseFolded(char32_t c);
+  /// All the characters that it folds to.
+  static std::u16string fullyFolded(char32_t c);
 
  private:
   static constexpr uint8_t kWordCharacter = 1;
@@ -51,18 +53,28 @@ class CharacterTraits {
   std::unique_ptr<const Tables> tables_;
 };
 
-/// Calls visit(character, offset, units) for each code point of a text; a lone surrogate counts as one.
+struct Character {
+  char32_t codePoint;
+  size_t units;
+};
+
+/// The code point that begins at an offset; a lone surrogate counts as one.
+inline Character characterAt(std::u16string_view text, size_t offset) {
+  const char32_t c = text[offset];
+  if (c >= 0xD800 && c < 0xDC00 && offset + 1 < text.size() && text[offset + 1] >= 0xDC00 &&
+      text[offset + 1] < 0xE000) {
+    return {((c - 0xD800) << 10U) + (text[offset + 1] - 0xDC00U) + 0x10000, 2};
+  }
+  return {c, 1};
+}
+
+/// Calls visit(character, offset, units) for each code point of a text.
 template <typename Visit>
 void forEachCharacter(std::u16string_view text, Visit visit) {
   for (size_t i = 0; i < text.size();) {
-    char32_t c = text[i];
-    size_t units = 1;
-    if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000) {
-      c = ((c - 0xD800) << 10U) + (text[i + 1] - 0xDC00U) + 0x10000;
-      units = 2;
-    }
-    visit(c, i, units);
-    i += units;
+    const Character character = characterAt(text, i);
+    visit(character.codePoint, i, character.units);
+    i += character.units;
   }
 }
 

@@ -57,7 +57,7 @@ constexpr const char* kDesktop = R"({"screens":[[0,0,2000,1000]],"pointer":[15,9
             "AXParent":{"ref":"win"}}},
     "label":{"attributes":{"AXRole":"AXGroup","AXTitle":"street","AXPosition":{"point":[10,10]},"AXSize":{"size":[10,10]},
             "AXParent":{"ref":"win"}}},
-    "field":{"attributes":{"AXRole":"AXTextField","AXTitleUIElement":{"ref":"label"},"AXPosition":{"point":[10,10]},
+    "field":{"attributes":{"AXRole":"AXTextField","AXValue":"Ada","AXTitleUIElement":{"ref":"label"},"AXPosition":{"point":[10,10]},
             "AXSize":{"size":[10,10]},"AXParent":{"ref":"win"}}}},
   "hits":[[15,14,"near"]]})";
 
@@ -83,12 +83,12 @@ TEST_F(NodeScorerTest, EqualTextsScoreHigherNearThePointer) {
 TEST_F(NodeScorerTest, ATitleCountsSlightlyMoreThanOwnTextsAndOnlyOneLevelDeep) {
   EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", false),
             static_cast<float>(6.0 * 1.05));
-  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", true), 6.0F)
+  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", true), 0)
       << "scored as a title itself: its own texts";
 }
 
 TEST_F(NodeScorerTest, MatcherGivesWhatTheScorerGivesAlsoForTitles) {
-  for (const char* query : {"save", "street", "st", ".but", "."}) {
+  for (const char* query : {"save", "street", "st", "ada", ".but", "."}) {
     for (const JLElementMatch& match : JLElementMatcher::resultsForElementTreeWithQuery(tree_, query)) {
       const std::string text = query[0] == '.' ? query + 1 : query;
       const auto score = query[0] == '.' ? &JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode
@@ -96,9 +96,11 @@ TEST_F(NodeScorerTest, MatcherGivesWhatTheScorerGivesAlsoForTitles) {
       EXPECT_EQ(match.score(), score(match.node().get(), text, tree_->focusedNode())) << query;
     }
   }
-  const auto matches = JLElementMatcher::resultsForElementTreeWithQuery(tree_, "street");
-  ASSERT_EQ(matches.size(), 1U);
-  EXPECT_EQ(matches.front().node().get(), node("field"));
+  for (const char* query : {"street", "ada"}) {
+    const auto matches = JLElementMatcher::resultsForElementTreeWithQuery(tree_, query);
+    ASSERT_EQ(matches.size(), 1U) << query;
+    EXPECT_EQ(matches.front().node().get(), node("field"));
+  }
 }
 
 TEST_F(NodeScorerTest, TooSmallMatchesArePruned) {

@@ -67,7 +67,8 @@ TEST(TextPattern, AgreesWithTheEngineWhereFoldingAndLineEndsMatter) {
       u"s.*?s|ss", u"|ss",      u"ss",        u"s.*?t|st", u"k.*?e|ke", u"stra.*?e|straße",
       u"ı.*?x",    u"ﬁ.*?n|ﬁn", u"a.*?b|a.b", u"a\n.*?b",  u".b",       u"..b",
       u"",         u"|",        u"a|",        u".*?",      u"Σ|ς",      u"^(a|b)$",
-      u"a.*?",     u".*?.*?",   u"[.*?]",     u"\\.*?d",   u"a.*?*",    u"😀.*?a",
+      u"a.*?",     u"ß",        u".ß",        u"ß.*?e",    u"ﬁ.*?n",    u"İ",
+      u"xß",       u".*?.*?",   u"[.*?]",     u"\\.*?d",   u"a.*?*",    u"😀.*?a",
   };
   const std::vector<std::u16string> texts = {
       u"",         u"ß",  u"STRASSE", u"Straße", u"ſt",     u"ﬆ",    u"\u212Aelvin", u"ı",
