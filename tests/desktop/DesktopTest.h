@@ -26,6 +26,9 @@ struct Desktop {
 
 inline const Arguments kDemo = {"--app", DemoProgram::kName};
 
+/// As people call it; on the accessibility bus it is gtk3-widget-factory.
+inline constexpr const char* kWidgetFactory = "Widget Factory";
+
 /// The applications that the tests try besides the demonstration program; each returns when it can be used.
 inline Process& startWidgetFactory(PrivateSession& session) {
   return startApplication(session, {"gtk3-widget-factory"}, "gtk3-widget-factory", "radio button", "Page 2");

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,9 @@ struct PixelRect {
   int width = 0;
   int height = 0;
   bool operator==(const PixelRect&) const = default;
+  friend std::ostream& operator<<(std::ostream& out, const PixelRect& rect) {
+    return out << '[' << rect.x << ',' << rect.y << ' ' << rect.width << 'x' << rect.height << ']';
+  }
   bool contains(int px, int py) const { return px >= x && px < x + width && py >= y && py < y + height; }
 };
 

@@ -54,7 +54,7 @@ void PointerPoster::post(const MouseEvent& event) {
   const std::lock_guard lock(mutex_);
   // A position whose y was converted from a bottom-left origin lies one above the point meant, so a half row belongs to
   // the row below it; a half column to the column it lies in.
-  fake(XCB_MOTION_NOTIFY, 0, clamped(std::floor(event.position.x)), clamped(std::ceil(event.position.y)));
+  moveTo(clamped(std::floor(event.position.x)), clamped(std::ceil(event.position.y)));
   if (event.type == event_type::leftMouseDown) {
     press();
   } else if (event.type == event_type::leftMouseUp) {
@@ -62,6 +62,15 @@ void PointerPoster::post(const MouseEvent& event) {
   }
   x_->check(xcb_no_operation_checked(x_->get()));
   x_->dropEvents();
+}
+
+// A motion that changes nothing is an event all the same, and a menu that opened under a press takes any motion before
+// the release for the choice of an entry, and closes.
+void PointerPoster::moveTo(int16_t x, int16_t y) {
+  const auto pointer = takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));
+  if (!pointer || pointer->root_x != x || pointer->root_y != y) {
+    fake(XCB_MOTION_NOTIFY, 0, x, y);
+  }
 }
 
 void PointerPoster::press() {

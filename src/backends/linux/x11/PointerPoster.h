@@ -31,6 +31,7 @@ class PointerPoster {
 
  private:
   void fake(uint8_t type, uint8_t detail, int16_t x = 0, int16_t y = 0);
+  void moveTo(int16_t x, int16_t y);
   void press();
   void release();
   uint8_t physicalLeftButton() const;
