@@ -83,6 +83,12 @@ class X11Screens::Watcher {
   }
   ~Watcher() { thread_.stop(); }
 
+  /// As of the last change that the X server told of.
+  std::vector<Rect> frames() {
+    const std::lock_guard lock(mutex_);
+    return frames_;
+  }
+
   Token add(std::function<void()> callback) {
     const auto slot = std::make_shared<Slot>([callback = std::move(callback)] {
       callback();
@@ -104,12 +110,12 @@ class X11Screens::Watcher {
     if (!monitors && type != XCB_CONFIGURE_NOTIFY) {
       return;
     }
-    std::vector<Rect> frames = readFrames(*x_);
-    if (frames.empty() || frames == frames_) {
+    std::vector<Rect> changed = readFrames(*x_);
+    const std::lock_guard lock(mutex_);
+    if (changed.empty() || changed == frames_) {
       return;
     }
-    frames_ = std::move(frames);
-    const std::lock_guard lock(mutex_);
+    frames_ = std::move(changed);
     std::erase_if(slots_, [](const std::weak_ptr<Slot>& slot) { return slot.expired(); });
     for (const std::weak_ptr<Slot>& slot : slots_) {
       mainQueue_.post([slot] {
@@ -124,7 +130,7 @@ class X11Screens::Watcher {
   TaskQueue& mainQueue_;
   std::mutex mutex_;
   std::list<std::weak_ptr<Slot>> slots_;
-  std::vector<Rect> frames_;  ///< after construction the thread's own
+  std::vector<Rect> frames_;
   EventThread thread_{x_, [this](const xcb_generic_event_t& event) { handle(event); }};
 };
 
@@ -137,25 +143,34 @@ std::vector<Rect> X11Screens::frames() {
   return readFrames(*x_);
 }
 
+Rect X11Screens::primaryFrame() {
+  const auto watching = watcher();
+  const std::vector<Rect> all = watching ? watching->frames() : frames();
+  return all.empty() ? Rect{} : all.front();
+}
+
 Point X11Screens::pointerLocation() {
   const auto pointer = takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));
-  const std::vector<Rect> all = frames();
-  if (!pointer || all.empty()) {
+  const Rect primary = primaryFrame();
+  if (!pointer || primary == Rect{}) {
     return {};
   }
-  return {double(pointer->root_x), all.front().maxY() - pointer->root_y - 1};
+  return {double(pointer->root_x), primary.maxY() - pointer->root_y - 1};
+}
+
+std::shared_ptr<X11Screens::Watcher> X11Screens::watcher() {
+  const std::lock_guard lock(mutex_);
+  if (!watcher_) {
+    if (auto opened = X11Connection::open(x_->displayName()); opened.connection) {
+      watcher_ = std::make_shared<Watcher>(std::move(opened.connection), mainQueue_);
+    }
+  }
+  return watcher_;
 }
 
 Token X11Screens::onFramesChanged(std::function<void()> callback) {
-  const std::lock_guard lock(mutex_);
-  if (!watcher_) {
-    auto opened = X11Connection::open(x_->displayName());
-    if (!opened.connection) {
-      return {};
-    }
-    watcher_ = std::make_shared<Watcher>(std::move(opened.connection), mainQueue_);
-  }
-  return watcher_->add(std::move(callback));
+  const auto watching = watcher();
+  return watching ? watching->add(std::move(callback)) : Token{};
 }
 
 }  // namespace jumplark

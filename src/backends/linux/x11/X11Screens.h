@@ -24,11 +24,15 @@ class X11Screens final : public Screens {
   ~X11Screens() override;
 
   std::vector<Rect> frames() override;
+  Rect primaryFrame() override;
   Point pointerLocation() override;
   Token onFramesChanged(std::function<void()> callback) override;
 
  private:
   class Watcher;
+  /// Made at the first need; null without a further connection.
+  std::shared_ptr<Watcher> watcher();
+
   std::shared_ptr<X11Connection> x_;
   TaskQueue& mainQueue_;
   std::mutex mutex_;
