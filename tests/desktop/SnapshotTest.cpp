@@ -8,8 +8,6 @@ namespace jumplark::desktop {
 namespace {
 
 using testing::AllOf;
-using testing::Contains;
-using testing::Ge;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
