@@ -79,6 +79,14 @@ TEST_F(JLElementMatcherTest, FindsLettersInOrderAndScoresWhatStandsAtWordStarts)
   EXPECT_EQ(titlesFound(tree, "2"), Texts{}) << "no letters: every node is a candidate, the score decides";
 }
 
+TEST_F(JLElementMatcherTest, LettersHaveToStandInOneText) {
+  const Tree tree = JLElementTree::tree();
+  JLElementNode* node = JLElementNode::nodeWithRoleAttributes(*tree, "Button", {{"Title", "sa"}, {"Value", "ve"}});
+  tree->addChild(tree->rootElement(), node);
+  EXPECT_TRUE(found(tree, "save").empty());
+  EXPECT_EQ(found(tree, "ve").size(), 1U);
+}
+
 TEST_F(JLElementMatcherTest, OtherScriptsAreFoundByTheirLettersAndByLatinOnes) {
   const Tree tree = treeOf({"Щука", "Файл", "漢字"});
   EXPECT_EQ(titlesFound(tree, "Щук"), Texts{"Щука"});
