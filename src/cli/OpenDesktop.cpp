@@ -1,6 +1,9 @@
 #include "cli/OpenDesktop.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
+#include <cstdio>
 #include <utility>
 
 #include "backends/linux/LinuxPlatform.h"
@@ -34,7 +37,11 @@ class RecordedSession final : public OpenDesktop {
 
 std::unique_ptr<OpenDesktop> openRecording(const std::string& file) {
   try {
-    return std::make_unique<RecordedSession>(RecordedDesktop::fromFile(file));
+    const RecordedDesktop desktop = RecordedDesktop::fromFile(file);
+    for (const std::string& warning : desktop.warnings) {
+      fmt::print(stderr, "jumplark: {}\n", warning);
+    }
+    return std::make_unique<RecordedSession>(desktop);
   } catch (const RecordingError& error) {
     throw CommandFailure(ExitStatus::badUsage, error.what());
   }
