@@ -44,8 +44,7 @@ class PointerPosterTest : public X11Test {
     if (child == 0) {
       setpgid(0, 0);
       inChild();
-      const bool told = write(ready[1], "!", 1) == 1;
-      while (told) {
+      while (write(ready[1], "!", 1) == 1) {
         pause();
       }
       _exit(1);

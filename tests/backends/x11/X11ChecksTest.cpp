@@ -64,7 +64,7 @@ TEST_F(X11ChecksTest, saysWhatIsMissingAndHowToMendIt) {
 TEST_F(X11ChecksTest, aServerWithoutExtensionsFailsTheChecks) {
   start({.windowManager = WindowManager::none});
   desktop::Process& server = session_->start({"Xvfb", "-displayfd", "1", "-extension", "XTEST", "-extension", "RANDR",
-                                              "-extension", "X-Resource", "-nolisten", "tcp"});
+                                              "-extension", "X-Resource", "-noreset", "-nolisten", "tcp"});
   ASSERT_TRUE(waitUntil([&] { return server.out().ends_with("\n"); }));
   const std::string display = ":" + server.out().substr(0, server.out().size() - 1);
   const auto checks = x11Checks(display);

@@ -7,110 +7,14 @@
 #include <mutex>
 #include <thread>
 
-#include "backends/linux/x11/Reply.h"
-#include "backends/x11/X11Fixture.h"
+#include "backends/x11/InputFixture.h"
 
 namespace jumplark {
 namespace {
 
 using desktop::waitUntil;
-using desktop::WindowManager;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr uint64_t kKeyMask = 0x1C00;  // key down, key up, flags changed
-
-/// Collects the events of a tap.
-class Recorder {
- public:
-  EventTapCallback callback() {
-    return [this](uint32_t type, const InputEvent& event) {
-      const std::lock_guard lock(mutex_);
-      EXPECT_EQ(type, event.type);
-      events_.push_back(event);
-      return true;
-    };
-  }
-  std::vector<InputEvent> events() const {
-    const std::lock_guard lock(mutex_);
-    return events_;
-  }
-  std::vector<InputEvent> events(uint32_t type) const {
-    std::vector<InputEvent> result = events();
-    std::erase_if(result, [&](const InputEvent& event) { return event.type != type; });
-    return result;
-  }
-  std::vector<std::string> typed() const {
-    std::vector<std::string> result;
-    for (const InputEvent& event : events(event_type::keyDown)) {
-      result.push_back(event.charactersIgnoringModifiers);
-    }
-    return result;
-  }
-  std::vector<uint64_t> flags() const {
-    std::vector<uint64_t> result;
-    for (const InputEvent& event : events(event_type::flagsChanged)) {
-      result.push_back(event.flags);
-    }
-    return result;
-  }
-  bool waitForTyped(const std::string& characters) const {
-    return waitUntil([&] {
-      const auto all = typed();
-      return std::ranges::find(all, characters) != all.end();
-    });
-  }
-  void clear() {
-    const std::lock_guard lock(mutex_);
-    events_.clear();
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<InputEvent> events_;
-};
-
-class X11InputTest : public X11Test {
- protected:
-  void SetUp() override {
-    start({.windowManager = WindowManager::none});
-    input_ = std::make_unique<X11Input>(x_);
-  }
-  void TearDown() override {
-    input_.reset();
-    X11Test::TearDown();
-  }
-  std::unique_ptr<EventTapHandle> enabledTap(Recorder& recorder, std::vector<int64_t> swallowed = {}) {
-    EventTapConfiguration configuration;
-    configuration.mask = kKeyMask;
-    configuration.swallowedKeyCodes = std::move(swallowed);
-    auto tap = input_->createEventTap(configuration, recorder.callback());
-    if (tap) {
-      tap->setEnabled(true);
-    }
-    return tap;
-  }
-  // Pressing a key that is down repeats it; left alone it does not, for longer than any test takes.
-  void letKeysRepeat() { ASSERT_EQ(session_->run({"xset", "r", "on", "r", "rate", "60000", "1"}).status, 0); }
-  // A window that has the keyboard.
-  std::unique_ptr<WindowClient> focusedClient() {
-    auto client = std::make_unique<WindowClient>(*session_, desktop::Arguments{"200x100+0+0", "--title", "Focused"});
-    EXPECT_TRUE(windows_->requestActive(client->window(), true));
-    return client;
-  }
-  // True once nobody holds the keyboard.
-  bool keyboardIsFree() const {
-    return waitUntil([&] {
-      const auto reply = x11::takeReply(
-          x_->get(), xcb_grab_keyboard_reply,
-          xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-      x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
-      return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
-    });
-  }
-
-  std::unique_ptr<X11Input> input_;
-};
 
 TEST_F(X11InputTest, tapsTellKeysByTheirCode) {
   Recorder recorder;
@@ -186,88 +90,6 @@ TEST_F(X11InputTest, aKeyThatIsDownAlreadyRepeats) {
     repeats.push_back(event.isRepeat);
   }
   EXPECT_THAT(repeats, ElementsAre(true, false, true, false));
-}
-
-TEST_F(X11InputTest, aSwallowedKeyReachesNobodyWhileTheTapIsEnabled) {
-  const auto client = focusedClient();
-  for (const char* lock : {"", "Caps_Lock", "Num_Lock"}) {
-    if (*lock) {
-      session_->keys({"key", lock});
-    }
-    Recorder recorder;
-    const auto tap = enabledTap(recorder, {key_code::returnKey});
-    session_->keys({"key", "Return", "key", "KP_Enter"});
-    ASSERT_TRUE(waitUntil([&] { return recorder.events(event_type::keyUp).size() == 2; })) << lock;
-    ASSERT_TRUE(keyboardIsFree());
-    session_->keys({"key", "shift+Return", "key", "a"});
-    ASSERT_TRUE(recorder.waitForTyped("a")) << lock;
-    for (const InputEvent& event : recorder.events(event_type::keyDown)) {
-      EXPECT_FALSE(event.isRepeat);
-    }
-    tap->setEnabled(false);
-    EXPECT_FALSE(tap->isEnabled());
-    const size_t released = client->lines("keyrelease").size();
-    session_->keys({"key", "Return", "key", "b"});
-    ASSERT_TRUE(waitUntil([&] {
-      const auto releases = client->lines("keyrelease");
-      return releases.size() > released && releases.back().starts_with("keyrelease 56 ");
-    })) << lock;
-    EXPECT_EQ(recorder.events(event_type::keyDown).size(), 4U) << "nothing after it has been disabled";
-  }
-  // Per round: one Return with Shift, and one after the tap was disabled.
-  std::vector<std::string> returns = client->lines("key");
-  std::erase_if(returns,
-                [](const std::string& line) { return !line.starts_with("key 36 ") && !line.starts_with("key 104 "); });
-  EXPECT_THAT(returns,
-              ElementsAre("key 36 0x1", "key 36 0x0", "key 36 0x3", "key 36 0x2", "key 36 0x13", "key 36 0x12"));
-}
-
-TEST_F(X11InputTest, aReturnHeldSinceBeforeTheTapIsARepeatAndIsSwallowed) {
-  letKeysRepeat();
-  const auto client = focusedClient();
-  session_->keys({"keydown", "Return"});
-  ASSERT_TRUE(client->prints("key 36 0x0"));
-  Recorder recorder;
-  const auto tap = enabledTap(recorder, {key_code::returnKey});
-  session_->keys({"keydown", "Return"});
-  ASSERT_TRUE(waitUntil([&] { return !recorder.events(event_type::keyDown).empty(); }));
-  EXPECT_TRUE(recorder.events(event_type::keyDown).front().isRepeat);
-  ASSERT_TRUE(keyboardIsFree());
-  // Struck while Return is still down.
-  session_->keys({"key", "a", "keyup", "Return"});
-  EXPECT_TRUE(client->prints("key 38 0x0"));
-  EXPECT_EQ(client->count("key 36 0x0"), 1U);
-}
-
-TEST_F(X11InputTest, followsLayoutsAndRemappedKeys) {
-  const auto client = focusedClient();
-  Recorder recorder;
-  const auto tap = enabledTap(recorder, {key_code::returnKey});
-  const auto pressUntilTyped = [&](const char* keycode, const std::string& characters) {
-    return waitUntil([&] {
-      recorder.clear();
-      session_->keys({"key", keycode});
-      return waitUntil([&] { return recorder.events(event_type::keyUp).size() == 1; }) &&
-             recorder.typed() == std::vector<std::string>{characters};
-    });
-  };
-  ASSERT_EQ(session_->run({"setxkbmap", "de"}).status, 0);
-  EXPECT_TRUE(pressUntilTyped("29", "z"));
-  EXPECT_TRUE(pressUntilTyped("48", "ä"));
-  ASSERT_EQ(session_->run({"setxkbmap", "ru,us"}).status, 0);
-  EXPECT_TRUE(pressUntilTyped("38", "a")) << "letters of the first Latin layout";
-  EXPECT_EQ(recorder.events().front().keyCode, key_code::symbolBase + 'a');
-  ASSERT_EQ(session_->run({"setxkbmap", "ru"}).status, 0);
-  EXPECT_TRUE(pressUntilTyped("38", "ф")) << "no Latin layout to take letters from";
-
-  ASSERT_EQ(session_->run({"xmodmap", "-e", "keycode 67 = Return"}).status, 0);
-  EXPECT_TRUE(pressUntilTyped("67", "\r"));
-  ASSERT_TRUE(keyboardIsFree());
-  const size_t before = client->lines("key").size();
-  session_->keys({"key", "67", "key", "38"});
-  ASSERT_TRUE(client->prints("keyrelease 38 0x0"));
-  ASSERT_TRUE(waitUntil([&] { return client->lines("key").size() > before; }));
-  EXPECT_EQ(client->lines("key").back(), "key 38 0x0") << "the new Return key is swallowed";
 }
 
 TEST_F(X11InputTest, tapsDoNotSeeTheModifierReleasesOfAClick) {
@@ -389,18 +211,6 @@ TEST_F(X11InputTest, destroyingATapWaitsForItsCallbackAndItMayDestroyItself) {
   session_->keys({"key", "c"});
   ASSERT_TRUE(recorder.waitForTyped("c"));
   EXPECT_EQ(calls, 1);
-}
-
-TEST_F(X11InputTest, grabsEndWithTheTap) {
-  const auto client = focusedClient();
-  Recorder recorder;
-  auto tap = enabledTap(recorder, {key_code::returnKey, key_code::escape});
-  session_->keys({"key", "Escape"});
-  ASSERT_TRUE(waitUntil([&] { return recorder.events().size() == 2; }));
-  tap.reset();
-  session_->keys({"key", "Escape", "key", "Return"});
-  EXPECT_TRUE(client->prints("keyrelease 36 0x0"));
-  EXPECT_THAT(client->lines("key"), ElementsAre("key 9 0x0", "key 36 0x0"));
 }
 
 TEST_F(X11InputTest, handlesMayOutliveTheInputAndALostServerIsNoHindrance) {

@@ -10,7 +10,6 @@ namespace {
 using desktop::waitUntil;
 using desktop::WindowManager;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class X11ScreensTest : public X11Test {
  protected:

@@ -99,10 +99,9 @@ TEST_F(X11WindowSystemTest, readsEveryFactOfAWindow) {
   start();
   const WindowClient main(*session_, {"300x200+10+10", "--title", "Grüße – ✓", "--class", "instance", "Class",
                                       "--application-id", "org.example.App", "--gtk-extents", "26", "27", "23", "29"});
-  const WindowClient dialog(*session_, {"100x80+50+50", "--latin1-title",
-                                        "Gr\xFC\xDF"
-                                        "e",
-                                        "--modal", "--transient", std::to_string(main.window()), "--no-pid"});
+  const std::string latin1 = "Gr\xFC\xDF\145";
+  const WindowClient dialog(*session_, {"100x80+50+50", "--latin1-title", latin1, "--modal", "--transient",
+                                        std::to_string(main.window()), "--no-pid"});
   const auto facts = windows_->window(main.window());
   ASSERT_TRUE(facts);
   EXPECT_EQ(facts->title, "Grüße – ✓");

@@ -12,7 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using desktop::waitUntil;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 void write(const fs::path& file, const std::string& text) {

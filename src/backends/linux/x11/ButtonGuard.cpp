@@ -17,6 +17,7 @@ namespace jumplark {
 namespace {
 
 constexpr int kReplyPatienceMs = 1000;
+constexpr int kStartPatienceMs = 5000;
 
 /// What the child sends when the parent has gone, as it travels: nothing may be allocated or locked after the fork of a
 /// process with threads, so the child speaks the protocol by itself.
@@ -50,6 +51,16 @@ void closeAllBut(int a, int b) {
   close_range(high + 1, ~0U, 0);
 }
 
+bool waitForByte(int socket) {
+  pollfd waiting{socket, POLLIN, 0};
+  int ready = 0;
+  do {
+    ready = poll(&waiting, 1, kStartPatienceMs);
+  } while (ready < 0 && errno == EINTR);
+  uint8_t byte = 0;
+  return ready == 1 && read(socket, &byte, 1) == 1;
+}
+
 [[noreturn]] void guard(int parent, int display, Farewell farewell) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
     std::signal(signal, SIG_IGN);
@@ -58,6 +69,7 @@ void closeAllBut(int a, int b) {
   prctl(PR_SET_NAME, "jumplark-guard");
   closeAllBut(parent, display);
   uint8_t pressed = 0;
+  [[maybe_unused]] const ssize_t ready = write(parent, &pressed, 1);
   ssize_t count = 0;
   do {
     uint8_t next = 0;
@@ -94,7 +106,9 @@ std::unique_ptr<ButtonGuard> ButtonGuard::start(const X11Connection& x) {
     close(sockets[0]);
     return nullptr;
   }
-  return std::unique_ptr<ButtonGuard>(new ButtonGuard(std::move(opened.connection), child, sockets[0]));
+  std::unique_ptr<ButtonGuard> result(new ButtonGuard(std::move(opened.connection), child, sockets[0]));
+  // Only a child that has come to ignore signals outlives a signal to the whole process group.
+  return waitForByte(sockets[0]) ? std::move(result) : nullptr;
 }
 
 ButtonGuard::~ButtonGuard() {

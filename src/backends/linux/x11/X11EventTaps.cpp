@@ -47,6 +47,13 @@ void selectKeyboardEvents(const X11Connection& x, bool state) {
                                             0, 0, mapParts, mapParts, &details));
 }
 
+// A key that is kept from applications and held on is not a press again.
+bool wants(const EventTapConfiguration& configuration, const InputEvent& event) {
+  const auto& swallowed = configuration.swallowedKeyCodes;
+  const bool isSwallowed = configuration.options == 0 && std::ranges::find(swallowed, event.keyCode) != swallowed.end();
+  return (configuration.mask & bit(event.type)) != 0 && !(event.isRepeat && isSwallowed);
+}
+
 bool isBefore(uint32_t sequence, uint32_t other) {
   return static_cast<int32_t>(sequence - other) < 0;
 }
@@ -262,7 +269,7 @@ void X11EventTaps::deliver(const InputEvent& event, uint32_t sequence) {
   {
     const std::lock_guard lock(mutex_);
     std::ranges::copy_if(taps_, std::back_inserter(receivers), [&](const auto& tap) {
-      return (tap->configuration.mask & bit(event.type)) != 0 && tap->enabled && !isBefore(sequence, tap->validFrom);
+      return tap->enabled && !isBefore(sequence, tap->validFrom) && wants(tap->configuration, event);
     });
   }
   for (const auto& tap : receivers) {

@@ -28,6 +28,7 @@ class X11EventTaps : public std::enable_shared_from_this<X11EventTaps> {
   X11EventTaps& operator=(const X11EventTaps&) = delete;
   ~X11EventTaps();
 
+  /// Repeats of a key that the tap swallows are swallowed without a call.
   std::unique_ptr<EventTapHandle> add(const EventTapConfiguration& configuration, EventTapCallback callback);
 
   /// To be called before a key release is posted that no tap shall see.

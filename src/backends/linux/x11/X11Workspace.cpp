@@ -65,7 +65,7 @@ std::vector<RunningApplication> X11Workspace::owners(const std::vector<WindowFac
 
 std::optional<WindowFacts> X11Workspace::frontmostWindow(const std::vector<WindowFacts>& windows) {
   const uint32_t active = windows_.activeWindow();
-  if (const auto facts = active != 0 ? windows_.window(active) : std::nullopt;
+  if (auto facts = active != 0 ? windows_.window(active) : std::nullopt;
       facts && !windows_.isOwn(*facts) && facts->pid > 0) {
     return facts;
   }
@@ -112,7 +112,7 @@ std::optional<RunningApplication> X11Workspace::runningApplicationWithPid(int32_
   std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
   std::erase_if(windows, [&](const WindowFacts& window) { return pidOf(window) != pid; });
   // A process may own a dock and a preferences window; the window of an application names it best.
-  std::ranges::stable_partition(windows, isApplicationWindow);
+  std::stable_partition(windows.begin(), windows.end(), isApplicationWindow);
   const auto found = owners(windows);
   return found.empty() ? std::nullopt : std::optional(found.front());
 }
@@ -121,7 +121,7 @@ std::optional<WindowFacts> X11Workspace::topmostWindow(int32_t pid) {
   std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
   std::erase_if(windows,
                 [&](const WindowFacts& window) { return !isApplicationWindow(window) || pidOf(window) != pid; });
-  std::ranges::stable_partition(windows, [](const WindowFacts& window) { return !window.hidden; });
+  std::stable_partition(windows.begin(), windows.end(), [](const WindowFacts& window) { return !window.hidden; });
   return windows.empty() ? std::nullopt : std::optional(windows.front());
 }
 
