@@ -22,10 +22,14 @@ function(jumplark_library name)
 endfunction()
 
 # jumplark_test(NAME SOURCES ... DEPENDS ... [LABELS ...]) makes a GoogleTest program whose cases CTest lists one by one.
+# Tests that need a graphical session carry the label desktop, all others (the default) core.
 function(jumplark_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;DEPENDS;LABELS" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
+  endif()
+  if(NOT ARG_LABELS)
+    set(ARG_LABELS core)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_compile_options(${name} PRIVATE ${JUMPLARK_WARNINGS})
