@@ -1,6 +1,8 @@
 // Prints what an application says of its showing elements, read with the desktop's own accessibility library and
-// nothing of the program under test: accessible-reader APPLICATION. A JSON list of
-// {"role","name","text","states","rect"}, depth first; rect is [x,y,width,height] in pixels of the root window.
+// nothing of the program under test: accessible-reader [--all] APPLICATION. A JSON list of
+// {"role","name","text","states","rect"}, depth first; rect is [x,y,width,height] in pixels of the root window, as the
+// application says (GTK 4: of its window). With --all what does not say that it shows is printed too, for applications
+// that say so of their windows only (GTK 4).
 #include <atspi/atspi.h>
 
 #include <cstdio>
@@ -23,9 +25,9 @@ std::string take(gchar* text) {
 }
 
 const std::pair<AtspiStateType, const char*> kStates[] = {
-    {ATSPI_STATE_CHECKED, "checked"},    {ATSPI_STATE_FOCUSED, "focused"},   {ATSPI_STATE_SELECTED, "selected"},
-    {ATSPI_STATE_PRESSED, "pressed"},    {ATSPI_STATE_EXPANDED, "expanded"}, {ATSPI_STATE_ACTIVE, "active"},
-    {ATSPI_STATE_SENSITIVE, "sensitive"}};
+    {ATSPI_STATE_CHECKED, "checked"},     {ATSPI_STATE_FOCUSED, "focused"},   {ATSPI_STATE_SELECTED, "selected"},
+    {ATSPI_STATE_PRESSED, "pressed"},     {ATSPI_STATE_EXPANDED, "expanded"}, {ATSPI_STATE_ACTIVE, "active"},
+    {ATSPI_STATE_SENSITIVE, "sensitive"}, {ATSPI_STATE_SHOWING, "showing"},   {ATSPI_STATE_VISIBLE, "visible"}};
 
 nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states) {
   nlohmann::json entry = {{"role", take(atspi_accessible_get_role_name(element, nullptr))},
@@ -50,10 +52,10 @@ nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states) {
   return entry;
 }
 
-void collect(AtspiAccessible* element, bool isApplication, nlohmann::json& entries) {
+void collect(AtspiAccessible* element, bool isApplication, bool all, nlohmann::json& entries) {
   const Owned<AtspiStateSet> states{atspi_accessible_get_state_set(element)};
   if (!isApplication) {
-    if (!states || !atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING)) {
+    if (!states || !(all || atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))) {
       return;
     }
     entries.push_back(describe(element, states.get()));
@@ -62,7 +64,7 @@ void collect(AtspiAccessible* element, bool isApplication, nlohmann::json& entri
   const int count = std::min(atspi_accessible_get_child_count(element, nullptr), kMostChildren);
   for (int i = 0; i < count; ++i) {
     if (const Owned<AtspiAccessible> child{atspi_accessible_get_child_at_index(element, i, nullptr)}) {
-      collect(child.get(), false, entries);
+      collect(child.get(), false, all, entries);
     }
   }
 }
@@ -70,15 +72,17 @@ void collect(AtspiAccessible* element, bool isApplication, nlohmann::json& entri
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2 || atspi_init() > 1) {
+  const bool all = argc == 3 && std::string(argv[1]) == "--all";
+  if (!(argc == 2 || all) || atspi_init() > 1) {
     return 2;
   }
+  const std::string wanted = argv[argc - 1];
   const Owned<AtspiAccessible> desktop{atspi_get_desktop(0)};
   for (int i = 0; i < atspi_accessible_get_child_count(desktop.get(), nullptr); ++i) {
     const Owned<AtspiAccessible> application{atspi_accessible_get_child_at_index(desktop.get(), i, nullptr)};
-    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == argv[1]) {
+    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == wanted) {
       nlohmann::json entries = nlohmann::json::array();
-      collect(application.get(), true, entries);
+      collect(application.get(), true, all, entries);
       std::printf("%s\n", entries.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
       return 0;
     }

@@ -81,12 +81,12 @@ TypedCall<AttributeMap> attributes(const AtspiHandle& element) {
   return method<AttributeMap>(element, kAccessible, "GetAttributes", decoding::attributes);
 }
 
-TypedCall<Rect> extents(const AtspiHandle& element) {
-  return method<Rect>(element, kComponent, "GetExtents", decoding::rectangle, {kScreen});
+TypedCall<Rect> extents(const AtspiHandle& element, uint32_t coordinates) {
+  return method<Rect>(element, kComponent, "GetExtents", decoding::rectangle, {coordinates});
 }
 
-TypedCall<ElementRef> accessibleAtPoint(const AtspiHandle& element, int32_t x, int32_t y) {
-  return method<ElementRef>(element, kComponent, "GetAccessibleAtPoint", decoding::reference, {x, y, kScreen});
+TypedCall<ElementRef> accessibleAtPoint(const AtspiHandle& element, int32_t x, int32_t y, uint32_t coordinates) {
+  return method<ElementRef>(element, kComponent, "GetAccessibleAtPoint", decoding::reference, {x, y, coordinates});
 }
 
 TypedCall<bool> grabFocus(const AtspiHandle& element) {

@@ -11,8 +11,9 @@ namespace jumplark::atspi::calls {
 
 inline constexpr const char* kRegistryName = "org.a11y.atspi.Registry";
 inline constexpr const char* kRootPath = "/org/a11y/atspi/accessible/root";
-/// Coordinate type: pixels of the screen.
+/// Coordinate types: pixels of the screen, pixels of the window.
 inline constexpr uint32_t kScreen = 0;
+inline constexpr uint32_t kWindow = 1;
 inline constexpr uint32_t kRelationLabelledBy = 2;
 
 TypedCall<uint64_t> states(const AtspiHandle& element);
@@ -29,8 +30,9 @@ TypedCall<int32_t> indexInParent(const AtspiHandle& element);
 TypedCall<RelationSet> relations(const AtspiHandle& element);
 TypedCall<AttributeMap> attributes(const AtspiHandle& element);
 
-TypedCall<Rect> extents(const AtspiHandle& element);
-TypedCall<ElementRef> accessibleAtPoint(const AtspiHandle& element, int32_t x, int32_t y);
+TypedCall<Rect> extents(const AtspiHandle& element, uint32_t coordinates = kScreen);
+TypedCall<ElementRef> accessibleAtPoint(const AtspiHandle& element, int32_t x, int32_t y,
+                                        uint32_t coordinates = kScreen);
 TypedCall<bool> grabFocus(const AtspiHandle& element);
 
 TypedCall<int32_t> characterCount(const AtspiHandle& element);

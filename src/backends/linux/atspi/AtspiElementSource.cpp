@@ -78,6 +78,11 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
   const AtspiHandle* handle = handleOf(element);
   if (handle && !request.facts.has(wanted)) {
     request.context.toolkit = registry_.toolkitOf(applicationOf(*handle));
+    if (!request.context.toolkit.tellsShowing() && !request.facts.has(facts::identity)) {
+      // Only its size tells whether it shows.
+      request.wanted |= facts::extents;
+      wanted |= facts::extents;
+    }
     const bool needsPlace = (wanted & ~request.facts.known & (facts::extents | facts::text)) != 0;
     request.context.offset = needsPlace ? offsetNow(*handle, request.context.toolkit) : Point{};
   }
@@ -266,10 +271,11 @@ AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleText
   if (const AccessibilityError error = textAllowed(element, found); error != AccessibilityError::success) {
     return error;
   }
-  std::optional<Rect> local = found->extents;
+  const AtspiHandle& handle = *handleOf(element);
+  const Toolkit toolkit = registry_.toolkitOf(applicationOf(handle));
+  std::optional<Rect> local = toolkit.tellsCharacterAtPoint() ? found->extents : std::nullopt;
   if (local) {
-    const AtspiHandle& handle = *handleOf(element);
-    const Point offset = offsetNow(handle, registry_.toolkitOf(applicationOf(handle)));
+    const Point offset = offsetNow(handle, toolkit);
     local->x -= offset.x;
     local->y -= offset.y;
   }

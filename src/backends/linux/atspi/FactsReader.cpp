@@ -24,11 +24,12 @@ std::function<void(AccessibilityError)> knownUnlessLate(ElementFacts& e, facts::
 /// Groups that ask for nothing beyond what the element itself answers.
 void addTextCalls(TypedBatch& batch, ReadRequest& request) {
   ElementFacts& e = request.facts;
+  const Toolkit& toolkit = request.context.toolkit;
   const AtspiHandle& handle = *handleOf(e.ref);
   batch.add<std::string>(
       calls::name(handle),
-      [&e](std::string& name) {
-        e.name = std::move(name);
+      [&e, &toolkit](std::string& name) {
+        e.name = nameForPeople(toolkit, std::move(name));
         e.known |= facts::texts;
       },
       knownUnlessLate(e, facts::texts));
@@ -140,7 +141,7 @@ void FactsReader::readFirst(std::vector<ReadRequest>& requests, TimePoint deadli
           calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, 0); },
           knownUnlessLate(e, facts::children));
     }
-    addGroup<Rect>(batch, request, facts::extents, calls::extents(handle),
+    addGroup<Rect>(batch, request, facts::extents, calls::extents(handle, request.context.toolkit.coordinates()),
                    [&](Rect& rect) { e.extents = screenExtents(rect, request.context.offset); });
     addGroup<RelationSet>(batch, request, facts::relations, calls::relations(handle),
                           [&e](RelationSet& set) { keepLabels(e, set); });
@@ -161,8 +162,11 @@ void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadl
     if (request.error != AccessibilityError::success) {
       continue;
     }
-    if (e.has(facts::extents) && !shows(request.context.toolkit, e.states, e.extents)) {
-      e.extents.reset();
+    if (e.has(facts::extents)) {
+      e.states = statesWithShowing(request.context.toolkit, e);
+      if (!e.is(state::showing)) {
+        e.extents.reset();
+      }
     }
     addValueCall(batch, request);
     addGroup<std::vector<std::string>>(batch, request, facts::actions, calls::actionNames(handle),
@@ -192,7 +196,7 @@ void FactsReader::readTextGroups(std::vector<ReadRequest>& requests, TimePoint d
     if (e.role == role::passwordText || (e.interfaces & interface_bit::text) == 0) {
       continue;
     }
-    std::optional<Rect> local = e.extents;
+    std::optional<Rect> local = request.context.toolkit.tellsCharacterAtPoint() ? e.extents : std::nullopt;
     if (local) {
       local->x -= request.context.offset.x;
       local->y -= request.context.offset.y;

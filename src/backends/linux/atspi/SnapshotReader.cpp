@@ -39,8 +39,7 @@ void findLandmarks(Snapshot& snapshot) {
     if (!e.has(facts::identity)) {
       continue;
     }
-    const bool showing = shows(snapshot.toolkit, e.states, e.extents);
-    if (e.role == role::menuBar && showing && !snapshot.menuBar) {
+    if (e.role == role::menuBar && e.is(state::showing) && !snapshot.menuBar) {
       snapshot.menuBar = ref;
     }
     // The deepest one counts: some containers say that they are focused as well.

@@ -1,6 +1,10 @@
 #include "backends/linux/atspi/Toolkit.h"
 
+#include <algorithm>
 #include <cmath>
+#include <string_view>
+
+#include "backends/linux/atspi/AtspiCalls.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -10,6 +14,18 @@ constexpr double kFarthest = 1'000'000;
 
 bool has(uint64_t states, int number) {
   return ((states >> static_cast<unsigned>(number)) & 1U) != 0;
+}
+
+bool isTypeName(std::string_view name) {
+  constexpr size_t kPrefix = 3;
+  if (!(name.starts_with("Gtk") || name.starts_with("Adw") || name.starts_with("Gdk")) || name.size() <= kPrefix) {
+    return false;
+  }
+  const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
+  const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
+  return isUpper(name[kPrefix]) && std::all_of(name.begin(), name.end(), [&](char c) {
+           return isUpper(c) || isLower(c) || (c >= '0' && c <= '9');
+         });
 }
 
 }  // namespace
@@ -22,6 +38,10 @@ ToolkitFamily familyOf(const std::string& name, const std::string& version) {
     return ToolkitFamily::qt;
   }
   return name == "Chromium" ? ToolkitFamily::chromium : ToolkitFamily::other;
+}
+
+uint32_t Toolkit::coordinates() const {
+  return extentsAreWindowRelative() ? calls::kWindow : calls::kScreen;
 }
 
 std::optional<Rect> screenExtents(const Rect& reported, Point offset) {
@@ -37,6 +57,20 @@ bool shows(const Toolkit& toolkit, uint64_t states, const std::optional<Rect>& e
     return has(states, state::showing);
   }
   return has(states, state::showing) || (has(states, state::visible) && extents.has_value());
+}
+
+uint64_t statesWithShowing(const Toolkit& toolkit, const ElementFacts& element) {
+  constexpr uint64_t kShowing = uint64_t{1} << static_cast<unsigned>(state::showing);
+  const uint64_t states = element.states;
+  if (toolkit.tellsShowing()) {
+    return states;
+  }
+  const bool placeless = (element.interfaces & interface_bit::component) == 0 && has(states, state::visible);
+  return placeless || shows(toolkit, states, element.extents) ? states | kShowing : states & ~kShowing;
+}
+
+std::string nameForPeople(const Toolkit& toolkit, std::string name) {
+  return toolkit.family == ToolkitFamily::gtk4 && isTypeName(name) ? std::string() : name;
 }
 
 }  // namespace jumplark::atspi

@@ -20,6 +20,10 @@ struct Toolkit {
   bool tellsShowing() const { return family != ToolkitFamily::gtk4; }
   /// GTK 4 answers extents relative to the content of its window.
   bool extentsAreWindowRelative() const { return family == ToolkitFamily::gtk4; }
+  /// The coordinate type to ask extents in: GTK 4 knows no place on the screen, and from 4.10 on says so by zeros.
+  uint32_t coordinates() const;
+  /// GTK 4 never answers which character lies at a point of a text, so that waiting for it would cost a time-out.
+  bool tellsCharacterAtPoint() const { return family != ToolkitFamily::gtk4; }
 };
 
 ToolkitFamily familyOf(const std::string& name, const std::string& version);
@@ -30,5 +34,12 @@ std::optional<Rect> screenExtents(const Rect& reported, Point offset);
 
 /// Whether the element shows, by the states that its toolkit sets. `reported` is its uncorrected rectangle.
 bool shows(const Toolkit& toolkit, uint64_t states, const std::optional<Rect>& extents);
+
+/// The element's states with SHOWING as shows() decides, for toolkits that do not tell it. What has no place of its own
+/// (the pages of a GTK 4 stack) shows as far as is known, until its children tell.
+uint64_t statesWithShowing(const Toolkit& toolkit, const ElementFacts& element);
+
+/// The name that an element has for a person: GTK 4 gives widgets without one the name of their type ("GtkEntry").
+std::string nameForPeople(const Toolkit& toolkit, std::string name);
 
 }  // namespace jumplark::atspi

@@ -5,6 +5,7 @@
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
+#include "backends/linux/atspi/Gtk4Tree.h"
 #include "backends/linux/atspi/TypedBatch.h"
 #include "backends/linux/atspi/VisibleChildren.h"
 
@@ -45,6 +46,10 @@ void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
   }
   complete_ = complete_ && level.empty();
   removeForgotten();
+  if (plan_.toolkit.family == ToolkitFamily::gtk4) {
+    Gtk4Tree(runner_, plan_, elements_).settle(all);
+    std::erase_if(all, [this](const auto& element) { return !elements_.contains(element->ref); });
+  }
   readExtras(all);
 }
 
@@ -80,7 +85,8 @@ void TreeWalk::readIdentities(Level& level) {
     });
     batch.add<int32_t>(calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, -1); });
     if (!plan_.toolkit.tellsShowing()) {
-      batch.add<Rect>(calls::extents(handle), [&](Rect& rect) { e.extents = screenExtents(rect, plan_.offset); });
+      batch.add<Rect>(calls::extents(handle, plan_.toolkit.coordinates()),
+                      [&](Rect& rect) { e.extents = screenExtents(rect, plan_.offset); });
     }
   }
   batch.run(runner_, plan_.deadline);
@@ -89,6 +95,7 @@ void TreeWalk::readIdentities(Level& level) {
     if (gone) {
       forget(element);
     }
+    element->states = statesWithShowing(plan_.toolkit, *element);
     return gone;
   });
 }
@@ -108,7 +115,8 @@ void TreeWalk::readDetails(const Level& level) {
     const auto onError = [this](AccessibilityError error) { noteError(error); };
     e.known |= kRead;
     batch.add<std::string>(
-        calls::name(handle), [&e](std::string& name) { e.name = std::move(name); }, onError);
+        calls::name(handle), [&](std::string& name) { e.name = nameForPeople(plan_.toolkit, std::move(name)); },
+        onError);
     batch.add<std::string>(
         calls::description(handle), [&e](std::string& text) { e.description = std::move(text); }, onError);
     if (plan_.toolkit.tellsShowing() && showing(e) && (e.interfaces & interface_bit::component) != 0) {
@@ -243,7 +251,7 @@ void TreeWalk::readTextsOf(const Level& elements) {
   for (const auto& element : elements) {
     const Rect part = visiblePart(*element);
     std::optional<Rect> local;
-    if (!part.isNull()) {
+    if (!part.isNull() && plan_.toolkit.tellsCharacterAtPoint()) {
       local = Rect{part.x - plan_.offset.x, part.y - plan_.offset.y, part.width, part.height};
     }
     requests.push_back({element->ref, element->is(state::multiLine), local, {}});
@@ -274,7 +282,7 @@ void TreeWalk::removeForgotten() {
 }
 
 bool TreeWalk::showing(const ElementFacts& element) const {
-  return shows(plan_.toolkit, element.states, element.extents);
+  return element.is(state::showing);
 }
 
 bool TreeWalk::isClosedMenu(const ElementFacts& element) const {

@@ -32,28 +32,31 @@ struct Span {
 using RefSet = std::unordered_set<ElementRef, ElementRefHash>;
 
 void probeColumn(CallRunner& runner, const AtspiHandle& container, const Rect& visible, double x, TimePoint deadline,
-                 RefSet& hits) {
+                 uint32_t coordinates, RefSet& hits) {
   TypedBatch batch;
   for (int i = 0; i < kProbes; ++i) {
     // Evenly spread, with the outermost ones just inside the edges.
     const double inset = std::min(3.0, visible.height / 2);
     const double y = visible.minY() + inset + (visible.height - 2 * inset) * i / (kProbes - 1);
-    batch.add<ElementRef>(calls::accessibleAtPoint(container, static_cast<int32_t>(x), static_cast<int32_t>(y)),
-                          [&](ElementRef& hit) {
-                            if (hit) {
-                              hits.insert(hit);
-                            }
-                          });
+    batch.add<ElementRef>(
+        calls::accessibleAtPoint(container, static_cast<int32_t>(x), static_cast<int32_t>(y), coordinates),
+        [&](ElementRef& hit) {
+          if (hit) {
+            hits.insert(hit);
+          }
+        });
   }
   batch.run(runner, deadline);
 }
 
-RefSet probe(CallRunner& runner, const AtspiHandle& container, const Rect& visible, TimePoint deadline) {
+RefSet probe(CallRunner& runner, const AtspiHandle& container, const Rect& visible, TimePoint deadline,
+             uint32_t coordinates) {
   // Short entries lie at the left edge; where that hits nothing, a row header stands there, and what is on the right of
   // the last column hits nothing either.
   RefSet hits;
   for (const double inset : {12.0, 64.0, visible.width / 4, visible.width / 2}) {
-    probeColumn(runner, container, visible, visible.minX() + std::min(visible.width / 2, inset), deadline, hits);
+    probeColumn(runner, container, visible, visible.minX() + std::min(visible.width / 2, inset), deadline, coordinates,
+                hits);
     if (!hits.empty()) {
       break;
     }
@@ -152,7 +155,8 @@ std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& 
   if (toolkit.family == ToolkitFamily::qt && !isTable) {
     return childrenOneByOne(runner, *handle, 0, container.childCount, deadline);
   }
-  const auto direct = directChildren(runner, container.ref, probe(runner, *handle, visible, deadline), deadline);
+  const auto direct =
+      directChildren(runner, container.ref, probe(runner, *handle, visible, deadline, toolkit.coordinates()), deadline);
   const auto indexes = indexesOf(runner, direct, deadline);
   if (isTable) {
     auto cells = visibleCells(runner, *handle, indexes, deadline);
