@@ -9,7 +9,7 @@ build=(g++ cmake ninja-build pkg-config ccache libicu-dev libxml2-dev nlohmann-j
   libxkbcommon-dev libxkbcommon-x11-dev)
 # A session on a virtual screen, an application to try the program on, and pictures of it.
 run=(xvfb xfwm4 dbus-daemon dbus-bin at-spi2-core x11-utils x11-xserver-utils xdotool imagemagick gtk-3-examples
-  adwaita-icon-theme fonts-dejavu-core procps)
+  adwaita-icon-theme fonts-dejavu-core)
 test=("${run[@]}" libgtest-dev libgmock-dev libbenchmark-dev qt6-base-dev libatspi2.0-dev openbox picom mousepad kcalc)
 lint=(clang-format clang-tidy git)
 

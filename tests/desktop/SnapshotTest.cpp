@@ -55,7 +55,7 @@ const Match* findPart(const std::vector<Match>& matches, const std::string& role
 }
 
 // What each page shows, and how many of its things a person could choose at least.
-class DemoPage : public testing::TestWithParam<std::pair<const char*, size_t>> {};
+class DemoPage : public testing::TestWithParam<std::pair<std::string, size_t>> {};
 
 TEST_P(DemoPage, holdsExactlyWhatShowsWithItsRoleTextAndPixels) {
   const auto [page, atLeast] = GetParam();
@@ -100,7 +100,7 @@ TEST_P(DemoPage, holdsExactlyWhatShowsWithItsRoleTextAndPixels) {
 INSTANTIATE_TEST_SUITE_P(Demo, DemoPage,
                          testing::Values(std::pair("Form", 35), std::pair("Table", 30), std::pair("Tree", 15),
                                          std::pair("List", 18), std::pair("Scrolled", 20)),
-                         [](const auto& info) { return std::string(info.param.first); });
+                         [](const auto& info) { return info.param.first; });
 
 TEST(Snapshot, holdsTheMenuBarOnceAndNoPassword) {
   Desktop desktop;
