@@ -150,6 +150,10 @@ TypedCall<uint32_t> processOfName(const std::string& busName) {
            "/org/freedesktop/DBus",
            "org.freedesktop.DBus",
            "GetConnectionUnixProcessID",
+TypedCall<std::vector<CacheItem>> cacheItems(const std::string& busName) {
+  return {{busName, "/org/a11y/atspi/cache", "org.a11y.atspi.Cache", "GetItems", {}, decoding::cacheItems}};
+}
+
            {busName},
            decoding::number32}};
 }

@@ -55,6 +55,10 @@ TypedCall<std::string> peerAddress(const AtspiHandle& application);
 
 /// The process behind a unique bus name, asked of the bus daemon.
 TypedCall<uint32_t> processOfName(const std::string& busName);
+/// What the application has made of its tree so far. GTK 4 makes elements when they are first asked for, GTK 3 while
+/// somebody listens to any event, others not at all.
+TypedCall<std::vector<CacheItem>> cacheItems(const std::string& busName);
+
 /// Tells all applications that some client wants an event ("Window:Activate"). No match is added, so none is delivered.
 TypedCall<std::monostate> registerEvent(const std::string& event);
 

@@ -76,6 +76,52 @@ int readText(sd_bus_message* message, ReplyValue& value) {
   return r > 0 ? 0 : r < 0 ? r : -EBADMSG;
 }
 
+int readTexts(sd_bus_message* message, std::vector<std::string>& list) {
+  int r = sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "s");
+  if (r < 0) {
+    return r;
+  }
+  const char* read = nullptr;
+  while ((r = sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &read)) > 0) {
+    list.push_back(cleanText(read));
+  }
+  return r < 0 ? r : sd_bus_message_exit_container(message);
+}
+
+int readStates(sd_bus_message* message, uint64_t& states) {
+  const void* words = nullptr;
+  size_t bytes = 0;
+  const int r = sd_bus_message_read_array(message, SD_BUS_TYPE_UINT32, &words, &bytes);
+  if (r < 0) {
+    return r;
+  }
+  uint32_t parts[2] = {0, 0};
+  if (words) {
+    std::memcpy(parts, words, std::min(bytes, sizeof parts));
+  }
+  states = static_cast<uint64_t>(parts[1]) << 32U | parts[0];
+  return 0;
+}
+
+/// The members of one entry of the cache, which has been entered.
+int readCacheItem(sd_bus_message* message, const std::string& busName, CacheItem& item) {
+  ElementRef application;
+  const char* name = nullptr;
+  const char* description = nullptr;
+  int r = 0;
+  if ((r = readReference(message, busName, item.element)) < 0 ||
+      (r = readReference(message, busName, application)) < 0 ||
+      (r = readReference(message, busName, item.parent)) < 0 ||
+      (r = sd_bus_message_read(message, "ii", &item.indexInParent, &item.childCount)) < 0 ||
+      (r = readTexts(message, item.interfaces)) < 0 ||
+      (r = sd_bus_message_read(message, "sus", &name, &item.role, &description)) < 0) {
+    return r;
+  }
+  item.name = cleanText(name);
+  item.description = cleanText(description);
+  return readStates(message, item.states);
+}
+
 template <typename T>
 int readBasic(sd_bus_message* message, char type, ReplyValue& value) {
   T read{};
@@ -130,29 +176,16 @@ int text(sd_bus_message* message, const std::string&, ReplyValue& value) {
 
 int texts(sd_bus_message* message, const std::string&, ReplyValue& value) {
   std::vector<std::string> list;
-  int r = sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "s");
-  if (r < 0) {
-    return r;
-  }
-  const char* read = nullptr;
-  while ((r = sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &read)) > 0) {
-    list.push_back(cleanText(read));
-  }
+  const int r = readTexts(message, list);
   value = std::move(list);
   return r;
 }
 
 int stateSet(sd_bus_message* message, const std::string&, ReplyValue& value) {
-  const void* words = nullptr;
-  size_t bytes = 0;
-  const int r = sd_bus_message_read_array(message, SD_BUS_TYPE_UINT32, &words, &bytes);
-  if (r < 0) {
-    return r;
-  }
-  uint32_t parts[2] = {0, 0};
-  std::memcpy(parts, words, std::min(bytes, sizeof parts));
-  value = static_cast<uint64_t>(parts[1]) << 32U | parts[0];
-  return 0;
+  uint64_t states = 0;
+  const int r = readStates(message, states);
+  value = states;
+  return r;
 }
 
 int reference(sd_bus_message* message, const std::string& busName, ReplyValue& value) {
@@ -226,6 +259,24 @@ int actionNames(sd_bus_message* message, const std::string&, ReplyValue& value) 
     names.push_back(cleanText(name));
   }
   value = std::move(names);
+  return r;
+}
+
+int cacheItems(sd_bus_message* message, const std::string& busName, ReplyValue& value) {
+  constexpr const char* kItem = "(so)(so)(so)iiassusau";
+  std::vector<CacheItem> items;
+  int r = sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "((so)(so)(so)iiassusau)");
+  if (r < 0) {
+    return r;
+  }
+  while ((r = sd_bus_message_enter_container(message, SD_BUS_TYPE_STRUCT, kItem)) > 0) {
+    CacheItem item;
+    if ((r = readCacheItem(message, busName, item)) < 0 || (r = sd_bus_message_exit_container(message)) < 0) {
+      return r;
+    }
+    items.push_back(std::move(item));
+  }
+  value = std::move(items);
   return r;
 }
 

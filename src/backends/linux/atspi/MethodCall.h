@@ -24,9 +24,23 @@ using TimePoint = Clock::time_point;
 using RelationSet = std::vector<std::pair<uint32_t, std::vector<ElementRef>>>;
 using AttributeMap = std::map<std::string, std::string>;
 
+/// What an application's cache says of one of its elements.
+struct CacheItem {
+  ElementRef element;
+  ElementRef parent;
+  int32_t indexInParent = -1;
+  int32_t childCount = -1;
+  std::vector<std::string> interfaces;
+  std::string name;
+  uint32_t role = 0;
+  std::string description;
+  uint64_t states = 0;
+};
+
 /// Every shape that a reply is decoded into. A reply of any other shape counts as a failure of its call.
-using ReplyValue = std::variant<std::monostate, bool, int32_t, uint32_t, uint64_t, double, std::string, ElementRef,
-                                Rect, std::vector<ElementRef>, std::vector<std::string>, AttributeMap, RelationSet>;
+using ReplyValue =
+    std::variant<std::monostate, bool, int32_t, uint32_t, uint64_t, double, std::string, ElementRef, Rect,
+                 std::vector<ElementRef>, std::vector<std::string>, AttributeMap, RelationSet, std::vector<CacheItem>>;
 
 using Argument = std::variant<int32_t, uint32_t, std::string, std::vector<std::string>>;
 
@@ -86,6 +100,8 @@ int attributes(sd_bus_message* message, const std::string& busName, ReplyValue& 
 int relations(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 /// The first text of every action's three.
 int actionNames(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+/// a((so)(so)(so)iiassusau), what Cache.GetItems answers since AT-SPI 2.24; older shapes fail.
+int cacheItems(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 int integerProperty(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 int doubleProperty(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 int textProperty(sd_bus_message* message, const std::string& busName, ReplyValue& value);

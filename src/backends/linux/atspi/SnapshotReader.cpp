@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/FactsReader.h"
 #include "backends/linux/atspi/TypedBatch.h"
@@ -95,6 +96,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   addApplication(*snapshot, frames, deadline);
   const bool whole = isPanel(windows);
   std::vector<ElementRef> others;
+  const auto cache = snapshot->toolkit.keepsCache() ? readCache(handle->busName(), deadline) : nullptr;
   std::vector<ElementRef> roots;
   for (const FrameFacts& frame : frames) {
     (whole || frame.element == snapshot->focusedWindow ? roots : others).push_back(frame.element);
@@ -102,7 +104,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   addOtherFrames(*snapshot, others, deadline);
   snapshot->complete = true;
   for (const ElementRef& root : roots) {
-    readRoot(*snapshot, root, {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled});
+    readRoot(*snapshot, root, {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache});
   }
   findLandmarks(*snapshot);
   return snapshot;
@@ -135,6 +137,11 @@ void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<Elemen
   }
   FactsReader(bus_).read(requests, deadline);
   for (ReadRequest& request : requests) {
+std::shared_ptr<const CachedTree> SnapshotReader::readCache(const std::string& busName, TimePoint deadline) {
+  auto items = callOnce(bus_, calls::cacheItems(busName), deadline);
+  return items.ok() ? std::make_shared<const CachedTree>(std::move(items.value)) : nullptr;
+}
+
     request.facts.parent = snapshot.application;
     const ElementRef ref = request.facts.ref;
     snapshot.elements[ref] = std::make_shared<ElementFacts>(std::move(request.facts));

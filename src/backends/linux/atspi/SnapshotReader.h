@@ -11,8 +11,7 @@ namespace jumplark::atspi {
 /// Reads what an enumeration of one application is about to ask: the focused window whole, of the other windows only
 /// what they are. Of an application that owns a panel (a dock window) every frame is read whole.
 ///
-/// There is one way of reading now, the walk that every toolkit answers; readRoot() is where a toolkit's quicker way
-/// (its cache, its collection) would be chosen.
+/// Every toolkit answers the walk; what a toolkit's cache tells of its elements at once is not asked again.
 class SnapshotReader {
  public:
   SnapshotReader(BusConnection& bus, ApplicationRegistry& registry) : bus_(bus), registry_(registry) {}
@@ -30,6 +29,7 @@ class SnapshotReader {
   void addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline);
   void readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan);
   void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
+  std::shared_ptr<const CachedTree> readCache(const std::string& busName, TimePoint deadline);
 
   BusConnection& bus_;
   ApplicationRegistry& registry_;

@@ -4,6 +4,7 @@
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/Gtk4Tree.h"
 #include "backends/linux/atspi/TypedBatch.h"
@@ -67,24 +68,48 @@ std::shared_ptr<ElementFacts> TreeWalk::claim(const ElementRef& element, const E
   return slot;
 }
 
+bool TreeWalk::fillFromCache(ElementFacts& e) const {
+  const CacheItem* item = plan_.cache ? plan_.cache->find(e.ref) : nullptr;
+  if (!item) {
+    return false;
+  }
+  e.states = item->states;
+  e.role = item->role;
+  e.interfaces = calls::interfaceBits(item->interfaces);
+  e.childCount = std::max(item->childCount, -1);
+  e.name = nameForPeople(plan_.toolkit, item->name);
+  e.description = item->description;
+  e.known |= facts::identity | facts::texts;
+  return true;
+}
+
+void TreeWalk::addIdentityCalls(TypedBatch& batch, ElementFacts& e,
+                                const std::function<void(AccessibilityError)>& onError) {
+  const AtspiHandle& handle = *handleOf(e.ref);
+  batch.add<uint64_t>(
+      calls::states(handle),
+      [&e](uint64_t& states) {
+        e.states = states;
+        e.known |= facts::identity;
+      },
+      onError);
+  batch.add<uint32_t>(calls::role(handle), [&e](uint32_t& role) { e.role = role; });
+  batch.add<std::vector<std::string>>(
+      calls::interfaces(handle), [&e](std::vector<std::string>& names) { e.interfaces = calls::interfaceBits(names); });
+  batch.add<int32_t>(calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, -1); });
+}
+
 void TreeWalk::readIdentities(Level& level) {
   TypedBatch batch;
   for (const auto& element : level) {
     ElementFacts& e = *element;
     const AtspiHandle& handle = *handleOf(e.ref);
-    batch.add<uint64_t>(
-        calls::states(handle),
-        [&e](uint64_t& states) {
-          e.states = states;
-          e.known |= facts::identity;
-        },
-        [this](AccessibilityError error) { noteError(error); });
-    batch.add<uint32_t>(calls::role(handle), [&e](uint32_t& role) { e.role = role; });
-    batch.add<std::vector<std::string>>(calls::interfaces(handle), [&e](std::vector<std::string>& names) {
-      e.interfaces = calls::interfaceBits(names);
-    });
-    batch.add<int32_t>(calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, -1); });
-    if (!plan_.toolkit.tellsShowing()) {
+    const bool cached = fillFromCache(e);
+    if (!cached) {
+      addIdentityCalls(batch, e, [this](AccessibilityError error) { noteError(error); });
+    }
+    const bool mayHavePlace = !cached || (e.interfaces & interface_bit::component) != 0;
+    if (!plan_.toolkit.tellsShowing() && mayHavePlace) {
       batch.add<Rect>(calls::extents(handle, plan_.toolkit.coordinates()),
                       [&](Rect& rect) { e.extents = screenExtents(rect, plan_.offset); });
     }
@@ -113,12 +138,15 @@ void TreeWalk::readDetails(const Level& level) {
     }
     const AtspiHandle& handle = *handleOf(e.ref);
     const auto onError = [this](AccessibilityError error) { noteError(error); };
+    const bool knowsTexts = e.has(facts::texts);
     e.known |= kRead;
-    batch.add<std::string>(
-        calls::name(handle), [&](std::string& name) { e.name = nameForPeople(plan_.toolkit, std::move(name)); },
-        onError);
-    batch.add<std::string>(
-        calls::description(handle), [&e](std::string& text) { e.description = std::move(text); }, onError);
+    if (!knowsTexts) {
+      batch.add<std::string>(
+          calls::name(handle), [&](std::string& name) { e.name = nameForPeople(plan_.toolkit, std::move(name)); },
+          onError);
+      batch.add<std::string>(
+          calls::description(handle), [&e](std::string& text) { e.description = std::move(text); }, onError);
+    }
     if (plan_.toolkit.tellsShowing() && showing(e) && (e.interfaces & interface_bit::component) != 0) {
       batch.add<Rect>(
           calls::extents(handle), [&](Rect& r) { e.extents = screenExtents(r, plan_.offset); }, onError);
@@ -142,6 +170,8 @@ TreeWalk::Level TreeWalk::readChildren(const Level& level) {
     }
     if (e.childCount > mostChildren(e)) {
       large.push_back(&e);
+    } else if (const auto* cached = plan_.cache ? plan_.cache->childrenOf(e.ref) : nullptr) {
+      found.emplace_back(&e, *cached);
     } else if (e.childCount > 0) {
       batch.add<std::vector<ElementRef>>(
           calls::children(*handleOf(e.ref)),

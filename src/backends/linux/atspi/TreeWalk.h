@@ -11,6 +11,7 @@
 
 namespace jumplark::atspi {
 
+class CachedTree;
 class TypedBatch;
 
 /// Facts by reference, while they are being collected.
@@ -24,6 +25,8 @@ struct WalkPlan {
   bool visibleOnly = true;
   TimePoint deadline;
   std::function<bool()> cancelled;  ///< asked between rounds; may be empty
+  /// What the application said at once of its elements, so that only the rest is asked; may be null.
+  std::shared_ptr<const CachedTree> cache;
 };
 
 /// Reads a subtree breadth first: of a whole level at once first what decides (states, role, number of children), then
@@ -50,6 +53,9 @@ class TreeWalk {
 
   std::shared_ptr<ElementFacts> claim(const ElementRef& element, const ElementRef& parent);
   void readIdentities(Level& level);
+  bool fillFromCache(ElementFacts& element) const;
+  static void addIdentityCalls(TypedBatch& batch, ElementFacts& e,
+                               const std::function<void(AccessibilityError)>& onError);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
   static void addExtraCalls(TypedBatch& batch, ElementFacts& e, facts::Set wanted);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <unordered_map>
+#include <vector>
+
+#include "backends/linux/atspi/MethodCall.h"
+
+namespace jumplark::atspi {
+
+/// What an application's cache holds, by element. It may lack any part of the tree, and may hold elements that are no
+/// longer in it, so that children are only told where the cache is consistent about all of them.
+class CachedTree {
+ public:
+  explicit CachedTree(std::vector<CacheItem> items);
+
+  /// Null for an element that the cache does not hold.
+  const CacheItem* find(const ElementRef& element) const;
+  /// In order; null unless each of the children that the element counts is there once, with its own index.
+  const std::vector<ElementRef>* childrenOf(const ElementRef& element) const;
+  size_t size() const { return items_.size(); }
+
+ private:
+  std::unordered_map<ElementRef, CacheItem, ElementRefHash> items_;
+  std::unordered_map<ElementRef, std::vector<ElementRef>, ElementRefHash> children_;
+};
+
+}  // namespace jumplark::atspi
