@@ -73,8 +73,12 @@ bool AccessibleElement::is(const std::string& state) const {
   return std::find(states.begin(), states.end(), state) != states.end();
 }
 
-std::vector<AccessibleElement> readApplication(PrivateSession& session, const std::string& name) {
-  const Finished finished = session.run({JUMPLARK_ACCESSIBLE_READER, name});
+std::vector<AccessibleElement> readApplication(PrivateSession& session, const std::string& name, Reading reading) {
+  Arguments arguments = {JUMPLARK_ACCESSIBLE_READER, name};
+  if (reading == Reading::all) {
+    arguments.insert(arguments.begin() + 1, "--all");
+  }
+  const Finished finished = session.run(arguments);
   std::vector<AccessibleElement> elements;
   if (finished.status == 0) {
     for (const nlohmann::json& entry : nlohmann::json::parse(finished.out)) {

@@ -51,8 +51,13 @@ struct AccessibleElement {
   bool is(const std::string& state) const;
 };
 
-/// The showing elements of an application, depth first; empty while it is not on the bus.
-std::vector<AccessibleElement> readApplication(PrivateSession& session, const std::string& name);
+/// Which elements to read: those that say that they show, or all (GTK 4 says so of windows only, and gives places in
+/// its window).
+enum class Reading { showing, all };
+
+/// The elements of an application, depth first; empty while it is not on the bus.
+std::vector<AccessibleElement> readApplication(PrivateSession& session, const std::string& name,
+                                               Reading reading = Reading::showing);
 /// The first with this role and name.
 std::optional<AccessibleElement> findElement(const std::vector<AccessibleElement>& elements, const std::string& role,
                                              const std::string& name);
