@@ -207,22 +207,6 @@ TEST_F(SourceFixture, ASandboxedApplicationIsFoundByItsXClientOrByItsWindows) {
   EXPECT_EQ(source().application(kInside + 2), ElementRef());
 }
 
-TEST_F(SourceFixture, ABrowserThatSleepsIsWokenAndReadAgain) {
-  FakeApplication browser(bus, "Chromium", "120");
-  browser.add("root", "frame", element(role::frame, "Window", {100, 50, 400, 300}));
-  std::atomic<int> counted{0};
-  browser.beforeEachAnswer([&](const std::string& id, const std::string& member) {
-    // The page appears some calls after it was asked for.
-    if (id == "frame" && browser.wasAsked("Accessible.GetAttributes frame") && member == "GetState" && ++counted == 2) {
-      for (int i = 0; i < 5; ++i) {
-        browser.add("frame", "link" + std::to_string(i), element(role::link, "link"));
-      }
-    }
-  });
-  source().prepareSnapshot(browser.root(), true);
-  EXPECT_NE(source().snapshotFacts(browser.ref("link4")), nullptr);
-}
-
 TEST_F(SourceFixture, FocusAndActionsReachTheElement) {
   app.add("frame", "ok", element(role::pushButton, "OK"));
   EXPECT_EQ(source().grabFocus(app.ref("ok")), AccessibilityError::success);

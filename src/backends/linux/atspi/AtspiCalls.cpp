@@ -12,6 +12,7 @@ constexpr const char* kAction = "org.a11y.atspi.Action";
 constexpr const char* kApplication = "org.a11y.atspi.Application";
 constexpr const char* kComponent = "org.a11y.atspi.Component";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
+constexpr const char* kSelection = "org.a11y.atspi.Selection";
 constexpr const char* kTable = "org.a11y.atspi.Table";
 constexpr const char* kText = "org.a11y.atspi.Text";
 constexpr const char* kValue = "org.a11y.atspi.Value";
@@ -117,6 +118,10 @@ TypedCall<bool> doAction(const AtspiHandle& element, int32_t index) {
   return method<bool>(element, kAction, "DoAction", decoding::boolean, {index});
 }
 
+TypedCall<ElementRef> selectedChild(const AtspiHandle& container, int32_t index) {
+  return method<ElementRef>(container, kSelection, "GetSelectedChild", decoding::reference, {index});
+}
+
 TypedCall<int32_t> columnCount(const AtspiHandle& table) {
   return property<int32_t>(table, kTable, "NColumns", decoding::integerProperty);
 }
@@ -145,15 +150,15 @@ TypedCall<std::string> peerAddress(const AtspiHandle& application) {
   return method<std::string>(application, kApplication, "GetApplicationBusAddress", decoding::text);
 }
 
+TypedCall<std::vector<CacheItem>> cacheItems(const std::string& busName) {
+  return {{busName, "/org/a11y/atspi/cache", "org.a11y.atspi.Cache", "GetItems", {}, decoding::cacheItems}};
+}
+
 TypedCall<uint32_t> processOfName(const std::string& busName) {
   return {{"org.freedesktop.DBus",
            "/org/freedesktop/DBus",
            "org.freedesktop.DBus",
            "GetConnectionUnixProcessID",
-TypedCall<std::vector<CacheItem>> cacheItems(const std::string& busName) {
-  return {{busName, "/org/a11y/atspi/cache", "org.a11y.atspi.Cache", "GetItems", {}, decoding::cacheItems}};
-}
-
            {busName},
            decoding::number32}};
 }

@@ -43,6 +43,8 @@ TypedCall<double> currentValue(const AtspiHandle& element);
 TypedCall<std::vector<std::string>> actionNames(const AtspiHandle& element);
 TypedCall<bool> doAction(const AtspiHandle& element, int32_t index);
 
+TypedCall<ElementRef> selectedChild(const AtspiHandle& container, int32_t index);
+
 TypedCall<int32_t> columnCount(const AtspiHandle& table);
 TypedCall<int32_t> rowAtIndex(const AtspiHandle& table, int32_t index);
 TypedCall<ElementRef> accessibleAt(const AtspiHandle& table, int32_t row, int32_t column);
@@ -53,12 +55,12 @@ TypedCall<std::string> toolkitVersion(const AtspiHandle& application);
 /// The address of the application's own socket; empty, or an error, where it has none.
 TypedCall<std::string> peerAddress(const AtspiHandle& application);
 
-/// The process behind a unique bus name, asked of the bus daemon.
-TypedCall<uint32_t> processOfName(const std::string& busName);
 /// What the application has made of its tree so far. GTK 4 makes elements when they are first asked for, GTK 3 while
 /// somebody listens to any event, others not at all.
 TypedCall<std::vector<CacheItem>> cacheItems(const std::string& busName);
 
+/// The process behind a unique bus name, asked of the bus daemon.
+TypedCall<uint32_t> processOfName(const std::string& busName);
 /// Tells all applications that some client wants an event ("Window:Activate"). No match is added, so none is delivered.
 TypedCall<std::monostate> registerEvent(const std::string& event);
 

@@ -3,11 +3,10 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
-#include <thread>
 
 #include "backends/linux/atspi/AtspiCalls.h"
-#include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/FactsReader.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
@@ -15,11 +14,6 @@ namespace jumplark::atspi {
 namespace {
 
 constexpr auto kLimit = std::chrono::seconds(3);
-/// A browser that has just been woken fills its tree within some tens of milliseconds.
-constexpr auto kWakeLimit = std::chrono::milliseconds(400);
-constexpr auto kWakePause = std::chrono::milliseconds(20);
-/// What a browser's window holds before it has been woken.
-constexpr size_t kAsleep = 4;
 
 bool isPanel(const std::vector<WindowFacts>& windows) {
   return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.type == WindowType::dock; });
@@ -96,13 +90,13 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   addApplication(*snapshot, frames, deadline);
   const bool whole = isPanel(windows);
   std::vector<ElementRef> others;
-  const auto cache = snapshot->toolkit.keepsCache() ? readCache(handle->busName(), deadline) : nullptr;
   std::vector<ElementRef> roots;
   for (const FrameFacts& frame : frames) {
     (whole || frame.element == snapshot->focusedWindow ? roots : others).push_back(frame.element);
   }
   addOtherFrames(*snapshot, others, deadline);
   snapshot->complete = true;
+  const auto cache = snapshot->toolkit.keepsCache() ? readCache(handle->busName(), deadline) : nullptr;
   for (const ElementRef& root : roots) {
     readRoot(*snapshot, root, {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache});
   }
@@ -137,37 +131,28 @@ void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<Elemen
   }
   FactsReader(bus_).read(requests, deadline);
   for (ReadRequest& request : requests) {
-std::shared_ptr<const CachedTree> SnapshotReader::readCache(const std::string& busName, TimePoint deadline) {
-  auto items = callOnce(bus_, calls::cacheItems(busName), deadline);
-  return items.ok() ? std::make_shared<const CachedTree>(std::move(items.value)) : nullptr;
-}
-
     request.facts.parent = snapshot.application;
     const ElementRef ref = request.facts.ref;
     snapshot.elements[ref] = std::make_shared<ElementFacts>(std::move(request.facts));
   }
 }
 
+std::shared_ptr<const CachedTree> SnapshotReader::readCache(const std::string& busName, TimePoint deadline) {
+  auto items = callOnce(bus_, calls::cacheItems(busName), deadline);
+  return items.ok() ? std::make_shared<const CachedTree>(std::move(items.value)) : nullptr;
+}
+
 void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan) {
-  const bool sleeps = snapshot.toolkit.family == ToolkitFamily::chromium;
-  const TimePoint wakeDeadline = std::min(plan.deadline, Clock::now() + kWakeLimit);
-  if (sleeps) {
-    wakeFrames({{frame, 0, 0, {}, {}}}, wakeDeadline);
-  }
-  const FactsMap before = snapshot.elements;
+  const size_t before = snapshot.elements.size();
   const auto started = Clock::now();
-  for (;;) {
+  if (snapshot.toolkit.family == ToolkitFamily::chromium && plan.visibleOnly) {
+    snapshot.complete = chromium_.read(snapshot, frame, plan) && snapshot.complete;
+  } else {
     TreeWalk walk(bus_, plan, snapshot.elements, snapshot.texts);
     walk.walk(frame, snapshot.application);
     snapshot.complete = snapshot.complete && walk.complete();
-    const size_t found = snapshot.elements.size() - before.size();
-    if (!sleeps || found > kAsleep || !walk.complete() || Clock::now() >= wakeDeadline) {
-      break;
-    }
-    std::this_thread::sleep_for(kWakePause);
-    snapshot.elements = before;
   }
-  spdlog::debug("Read {} elements in {:.1f} ms", snapshot.elements.size() - before.size(),
+  spdlog::debug("Read {} elements in {:.1f} ms", snapshot.elements.size() - before,
                 std::chrono::duration<double, std::milli>(Clock::now() - started).count());
 }
 

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "backends/linux/atspi/ApplicationRegistry.h"
+#include "backends/linux/atspi/ChromiumReader.h"
 #include "backends/linux/atspi/SnapshotStore.h"
 
 namespace jumplark::atspi {
@@ -14,7 +15,7 @@ namespace jumplark::atspi {
 /// Every toolkit answers the walk; what a toolkit's cache tells of its elements at once is not asked again.
 class SnapshotReader {
  public:
-  SnapshotReader(BusConnection& bus, ApplicationRegistry& registry) : bus_(bus), registry_(registry) {}
+  SnapshotReader(BusConnection& bus, ApplicationRegistry& registry) : bus_(bus), registry_(registry), chromium_(bus) {}
 
   /// At most a few seconds; less when the application does not answer or `cancelled` says so. Never null: what could
   /// not be read is missing from it.
@@ -27,12 +28,13 @@ class SnapshotReader {
   struct Reading;
   void addApplication(Snapshot& snapshot, const std::vector<FrameFacts>& frames, TimePoint deadline);
   void addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline);
+  std::shared_ptr<const CachedTree> readCache(const std::string& busName, TimePoint deadline);
   void readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan);
   void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
-  std::shared_ptr<const CachedTree> readCache(const std::string& busName, TimePoint deadline);
 
   BusConnection& bus_;
   ApplicationRegistry& registry_;
+  ChromiumReader chromium_;
 };
 
 /// The frame that has, or would get, the keyboard: of the topmost normal window or dialog.

@@ -45,17 +45,19 @@ class TreeWalk {
 
   /// Adds `start` and what is below it. Elements that the map holds already are not read again.
   void walk(const ElementRef& start, const ElementRef& parent);
+  /// Reads of elements whose identity is known what is worth it beyond that: relations, values, texts.
+  void readFurther(const std::vector<std::shared_ptr<ElementFacts>>& elements) { readExtras(elements); }
   /// False when something is missing: time ran out, or the application does not answer.
   bool complete() const { return complete_; }
 
  private:
   using Level = std::vector<std::shared_ptr<ElementFacts>>;
 
-  std::shared_ptr<ElementFacts> claim(const ElementRef& element, const ElementRef& parent);
-  void readIdentities(Level& level);
   bool fillFromCache(ElementFacts& element) const;
   static void addIdentityCalls(TypedBatch& batch, ElementFacts& e,
                                const std::function<void(AccessibilityError)>& onError);
+  std::shared_ptr<ElementFacts> claim(const ElementRef& element, const ElementRef& parent);
+  void readIdentities(Level& level);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
   static void addExtraCalls(TypedBatch& batch, ElementFacts& e, facts::Set wanted);
