@@ -1,5 +1,7 @@
 #include "tree/JLElementEnumerator.h"
 
+#include <vector>
+
 #include "accessibility/JLElement.h"
 #include "tree/JLElementTree.h"
 #include "tree/JLWebAreaEnumerator.h"
@@ -67,17 +69,21 @@ JLElementNode* JLElementEnumerator::enumerateNodeWithOptions(JLElementNode* node
 JLElementNode* JLElementEnumerator::enumerateNodeOnAttributeWithOptions(JLElementNode* node,
                                                                         const std::string& attribute,
                                                                         const EnumerationOptions& options) {
+  // Collected first and gone into afterwards, so that a level of the tree takes few stack frames.
+  std::vector<std::shared_ptr<JLElement>> children;
   node->element()->enumerateAttributeUsingBlock(attribute, [&](const AttributeValue& value, size_t, bool&) {
     const ElementRef* ref = value.element();
     if (!ref || !*ref) {
       return;
     }
-    const auto child = JLElement::elementWithElementRef(*ref);
-    if (options.visibleElements && !intersects(node->bounds(), child->bounds())) {
-      return;
+    auto child = JLElement::elementWithElementRef(*ref);
+    if (!options.visibleElements || intersects(node->bounds(), child->bounds())) {
+      children.push_back(std::move(child));
     }
-    addElementToParentAndEnumerateWithOptions(child, node, !options.noRecursion, options);
   });
+  for (const auto& child : children) {
+    addElementToParentAndEnumerateWithOptions(child, node, !options.noRecursion, options);
+  }
   return node;
 }
 
@@ -94,7 +100,8 @@ JLElementNode* JLElementEnumerator::addNodeToParentAndEnumerateWithOptions(JLEle
 JLElementNode* JLElementEnumerator::addElementToParentAndEnumerateWithOptions(const std::shared_ptr<JLElement>& element,
                                                                               JLElementNode* parent, bool enumerate,
                                                                               const EnumerationOptions& options) {
-  if (!element || isOnPath(*element, parent)) {
+  // Only what is in the tree already can be on the path; nearly nothing is, so the walk upwards is rare.
+  if (!element || (parent->rootTree()->nodeForElement(*element) && isOnPath(*element, parent))) {
     return nullptr;
   }
   return addNodeToParentAndEnumerateWithOptions(JLElementNode::nodeWithJLElement(*parent->rootTree(), element), parent,
