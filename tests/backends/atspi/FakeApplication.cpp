@@ -54,6 +54,11 @@ void FakeApplication::remove(const std::string& id) {
   elements_.erase(id);
 }
 
+void FakeApplication::cache(std::vector<std::string> ids) {
+  const std::lock_guard lock(mutex_);
+  cached_ = std::move(ids);
+}
+
 void FakeApplication::beforeEachAnswer(std::function<void(const std::string&, const std::string&)> callback) {
   const std::lock_guard lock(mutex_);
   before_ = std::move(callback);
@@ -97,6 +102,9 @@ bool FakeApplication::answer(sd_bus_message* message) {
   {
     const std::lock_guard lock(mutex_);
     asked_.insert(interface + "." + member + " " + id);
+    if (interface == "Cache") {
+      return cached_ && member == "GetItems" && answerCache(message);
+    }
     const auto found = elements_.find(id);
     if (found == elements_.end()) {
       return false;
@@ -116,6 +124,31 @@ bool FakeApplication::answer(sd_bus_message* message) {
     return answerTable(message, member, element);
   }
   return interface == "Text" && answerText(message, member, element);
+}
+
+bool FakeApplication::answerCache(sd_bus_message* message) const {
+  return reply(message, [&](sd_bus_message* m) {
+           sd_bus_message_open_container(m, 'a', "((so)(so)(so)iiassusau)");
+           const char* bus = peer_->uniqueName().c_str();
+           for (const std::string& id : *cached_) {
+             const FakeElement& e = elements_.at(id);
+             const auto& siblings = elements_.at(e.parent).children;
+             const auto index = std::find(siblings.begin(), siblings.end(), id) - siblings.begin();
+             sd_bus_message_open_container(m, 'r', "(so)(so)(so)iiassusau");
+             sd_bus_message_append(m, "(so)(so)(so)", bus, pathOf(id).c_str(), bus, pathOf("root").c_str(), bus,
+                                   pathOf(e.parent).c_str());
+             sd_bus_message_append(m, "ii", static_cast<int32_t>(index), static_cast<int32_t>(e.children.size()));
+             sd_bus_message_open_container(m, 'a', "s");
+             for (const std::string& name : e.interfaces) {
+               sd_bus_message_append(m, "s", ("org.a11y.atspi." + name).c_str());
+             }
+             sd_bus_message_close_container(m);
+             sd_bus_message_append(m, "sus", e.name.c_str(), e.role, e.description.c_str());
+             sd_bus_message_append(m, "au", 2, static_cast<uint32_t>(e.states), static_cast<uint32_t>(e.states >> 32U));
+             sd_bus_message_close_container(m);
+           }
+           return sd_bus_message_close_container(m);
+         }) >= 0;
 }
 
 bool FakeApplication::answerAccessible(sd_bus_message* message, const std::string& member, const FakeElement& element) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -43,6 +44,8 @@ class FakeApplication {
   /// Adds an element at the end of its parent's children.
   FakeElement& add(const std::string& parent, const std::string& id, FakeElement element);
   void remove(const std::string& id);
+  /// The elements that the application's cache holds; until then it has none.
+  void cache(std::vector<std::string> ids);
   /// Called, on the application's thread, before each answer.
   void beforeEachAnswer(std::function<void(const std::string& id, const std::string& member)> callback);
 
@@ -55,6 +58,7 @@ class FakeApplication {
 
  private:
   bool answer(sd_bus_message* message);
+  bool answerCache(sd_bus_message* message) const;
   bool answerAccessible(sd_bus_message* message, const std::string& member, const FakeElement& element);
   bool answerProperty(sd_bus_message* message, const FakeElement& element);
   bool answerText(sd_bus_message* message, const std::string& member, const FakeElement& element);
@@ -67,6 +71,7 @@ class FakeApplication {
   std::string version_;
   mutable std::mutex mutex_;
   std::map<std::string, FakeElement> elements_;
+  std::optional<std::vector<std::string>> cached_;
   std::multiset<std::string> asked_;
   std::function<void(const std::string&, const std::string&)> before_;
   std::unique_ptr<FakePeer> peer_;

@@ -29,7 +29,8 @@ inline FakeElement element(uint32_t role, const std::string& name, Rect rect = {
 /// A private desktop with one application that has one window, "frame", 400 by 300 at (100, 50).
 class SourceFixture : public ::testing::Test {
  protected:
-  SourceFixture() {
+  explicit SourceFixture(const std::string& toolkit = "Qt", const std::string& version = "6.4.2")
+      : app(bus, toolkit, version) {
     app.add("root", "frame", element(role::frame, "Window", {100, 50, 400, 300}));
     desktop.list(app);
     WindowFacts window;
@@ -62,7 +63,7 @@ class SourceFixture : public ::testing::Test {
 
   PrivateBus bus;
   FakeDesktop desktop{bus};
-  FakeApplication app{bus};
+  FakeApplication app;
   FakeWindows windows;
 
  private:
