@@ -34,6 +34,7 @@ int64_t TreeWalk::mostChildren(const ElementFacts& container) {
 }
 
 void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
+  readExtentsAhead(start);
   Level all;
   Level level;
   if (auto first = claim(start, parent)) {
@@ -83,6 +84,32 @@ bool TreeWalk::fillFromCache(ElementFacts& e) const {
   return true;
 }
 
+void TreeWalk::readExtentsAhead(const ElementRef& start) {
+  if (!plan_.cache || plan_.toolkit.tellsShowing()) {
+    return;
+  }
+  // All at once: a round for each level would cost more than the few that turn out to be hidden.
+  TypedBatch batch;
+  std::vector<ElementRef> pending{start};
+  while (!pending.empty() && extentsAhead_.size() < kMostElements) {
+    const ElementRef element = pending.back();
+    pending.pop_back();
+    const CacheItem* item = plan_.cache->find(element);
+    if (!item || extentsAhead_.contains(element)) {
+      continue;
+    }
+    std::optional<Rect>& extents = extentsAhead_[element];
+    if ((calls::interfaceBits(item->interfaces) & interface_bit::component) != 0) {
+      batch.add<Rect>(calls::extents(*handleOf(element), plan_.toolkit.coordinates()),
+                      [&](Rect& rect) { extents = screenExtents(rect, plan_.offset); });
+    }
+    if (const auto* children = plan_.cache->childrenOf(element)) {
+      pending.insert(pending.end(), children->begin(), children->end());
+    }
+  }
+  batch.run(runner_, plan_.deadline);
+}
+
 void TreeWalk::addIdentityCalls(TypedBatch& batch, ElementFacts& e,
                                 const std::function<void(AccessibilityError)>& onError) {
   const AtspiHandle& handle = *handleOf(e.ref);
@@ -104,12 +131,12 @@ void TreeWalk::readIdentities(Level& level) {
   for (const auto& element : level) {
     ElementFacts& e = *element;
     const AtspiHandle& handle = *handleOf(e.ref);
-    const bool cached = fillFromCache(e);
-    if (!cached) {
+    if (!fillFromCache(e)) {
       addIdentityCalls(batch, e, [this](AccessibilityError error) { noteError(error); });
     }
-    const bool mayHavePlace = !cached || (e.interfaces & interface_bit::component) != 0;
-    if (!plan_.toolkit.tellsShowing() && mayHavePlace) {
+    if (const auto ahead = extentsAhead_.find(e.ref); ahead != extentsAhead_.end()) {
+      e.extents = ahead->second;
+    } else if (!plan_.toolkit.tellsShowing()) {
       batch.add<Rect>(calls::extents(handle, plan_.toolkit.coordinates()),
                       [&](Rect& rect) { e.extents = screenExtents(rect, plan_.offset); });
     }

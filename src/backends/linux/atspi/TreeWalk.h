@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -54,6 +55,7 @@ class TreeWalk {
   using Level = std::vector<std::shared_ptr<ElementFacts>>;
 
   bool fillFromCache(ElementFacts& element) const;
+  void readExtentsAhead(const ElementRef& start);
   static void addIdentityCalls(TypedBatch& batch, ElementFacts& e,
                                const std::function<void(AccessibilityError)>& onError);
   std::shared_ptr<ElementFacts> claim(const ElementRef& element, const ElementRef& parent);
@@ -80,6 +82,7 @@ class TreeWalk {
   FactsMap& elements_;
   TextMap& texts_;
   std::unordered_map<ElementRef, bool, ElementRefHash> forgotten_;
+  std::unordered_map<ElementRef, std::optional<Rect>, ElementRefHash> extentsAhead_;
   bool complete_ = true;
 };
 
