@@ -1,7 +1,6 @@
 #include "backends/linux/atspi/CachedTree.h"
 
 #include <algorithm>
-#include <map>
 #include <utility>
 
 namespace jumplark::atspi {
@@ -10,9 +9,14 @@ CachedTree::CachedTree(std::vector<CacheItem> items) {
   std::unordered_map<ElementRef, std::vector<std::pair<int32_t, ElementRef>>, ElementRefHash> byParent;
   items_.reserve(items.size());
   for (CacheItem& item : items) {
-    if (item.element && items_.try_emplace(item.element, item).second && item.parent) {
-      byParent[item.parent].emplace_back(item.indexInParent, item.element);
+    const ElementRef element = item.element;
+    if (!element || items_.contains(element)) {
+      continue;
     }
+    if (item.parent) {
+      byParent[item.parent].emplace_back(item.indexInParent, element);
+    }
+    items_.emplace(element, std::move(item));
   }
   for (auto& [parent, indexed] : byParent) {
     const CacheItem* above = find(parent);
@@ -20,16 +24,14 @@ CachedTree::CachedTree(std::vector<CacheItem> items) {
       continue;
     }
     std::sort(indexed.begin(), indexed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-    std::vector<ElementRef> children;
-    int32_t next = 0;
-    for (const auto& [index, child] : indexed) {
-      if (index != next++) {
-        break;
-      }
-      children.push_back(child);
+    // The only child of a stack's page counts from the stack, so that an index tells no more than the order.
+    const auto sameIndex = [](const auto& a, const auto& b) { return a.first == b.first; };
+    if (std::adjacent_find(indexed.begin(), indexed.end(), sameIndex) != indexed.end()) {
+      continue;
     }
-    if (children.size() == indexed.size()) {
-      children_.emplace(parent, std::move(children));
+    std::vector<ElementRef>& children = children_[parent];
+    for (const auto& [index, child] : indexed) {
+      children.push_back(child);
     }
   }
 }

@@ -15,7 +15,7 @@ class CachedTree {
 
   /// Null for an element that the cache does not hold.
   const CacheItem* find(const ElementRef& element) const;
-  /// In order; null unless each of the children that the element counts is there once, with its own index.
+  /// In order; null unless there are as many children as the element counts, each with an index of its own.
   const std::vector<ElementRef>* childrenOf(const ElementRef& element) const;
   size_t size() const { return items_.size(); }
 
