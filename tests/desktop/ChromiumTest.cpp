@@ -161,7 +161,8 @@ TEST_P(Page, hasItsBoxesOnTheRightPixels) {
                                                                            {"Inner Button", {"Button", 0xe08181}}};
   for (const auto& [text, roleAndColour] : colours) {
     SCOPED_TRACE(text);
-    const auto [role, colour] = roleAndColour;
+    const char* role = roleAndColour.first;
+    const uint32_t colour = roleAndColour.second;
     const Match* match = find(matches, role, text);
     ASSERT_TRUE(match) << describe(matches);
     const PixelRect& r = match->rect;
