@@ -29,7 +29,7 @@ void addTextCalls(TypedBatch& batch, ReadRequest& request) {
   batch.add<std::string>(
       calls::name(handle),
       [&e, &toolkit](std::string& name) {
-        e.name = nameForPeople(toolkit, std::move(name));
+        e.name = nameForPeople(toolkit, name);
         e.known |= facts::texts;
       },
       knownUnlessLate(e, facts::texts));

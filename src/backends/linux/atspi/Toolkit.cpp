@@ -69,7 +69,7 @@ uint64_t statesWithShowing(const Toolkit& toolkit, const ElementFacts& element) 
   return placeless || shows(toolkit, states, element.extents) ? states | kShowing : states & ~kShowing;
 }
 
-std::string nameForPeople(const Toolkit& toolkit, std::string name) {
+std::string nameForPeople(const Toolkit& toolkit, const std::string& name) {
   return toolkit.family == ToolkitFamily::gtk4 && isTypeName(name) ? std::string() : name;
 }
 

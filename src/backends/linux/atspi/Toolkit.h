@@ -42,6 +42,6 @@ bool shows(const Toolkit& toolkit, uint64_t states, const std::optional<Rect>& e
 uint64_t statesWithShowing(const Toolkit& toolkit, const ElementFacts& element);
 
 /// The name that an element has for a person: GTK 4 gives widgets without one the name of their type ("GtkEntry").
-std::string nameForPeople(const Toolkit& toolkit, std::string name);
+std::string nameForPeople(const Toolkit& toolkit, const std::string& name);
 
 }  // namespace jumplark::atspi

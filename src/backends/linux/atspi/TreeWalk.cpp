@@ -169,8 +169,7 @@ void TreeWalk::readDetails(const Level& level) {
     e.known |= kRead;
     if (!knowsTexts) {
       batch.add<std::string>(
-          calls::name(handle), [&](std::string& name) { e.name = nameForPeople(plan_.toolkit, std::move(name)); },
-          onError);
+          calls::name(handle), [&](std::string& name) { e.name = nameForPeople(plan_.toolkit, name); }, onError);
       batch.add<std::string>(
           calls::description(handle), [&e](std::string& text) { e.description = std::move(text); }, onError);
     }
