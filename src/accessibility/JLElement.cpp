@@ -32,7 +32,8 @@ JLElement::Pointer modelOf(const std::shared_ptr<JLAXElement>& axElement) {
 
 JLElement::JLElement(std::shared_ptr<JLAXElement> axElement) : axElement_(std::move(axElement)) {}
 
-JLElement::JLElement(const JLElement& other) : std::enable_shared_from_this<JLElement>(other), axElement_(other.axElement_) {}
+JLElement::JLElement(const JLElement& other)
+    : std::enable_shared_from_this<JLElement>(other), axElement_(other.axElement_) {}
 
 JLElement::~JLElement() = default;
 

@@ -76,7 +76,7 @@ TEST(ZMOEventTap, NoBlockRunsAfterItsEnd) {
   int calls = 0;
   {
     ZMOEventTap tap(kKeyDowns);
-  tap.setSwallowedKeyCodes({1, key_code::returnKey});
+    tap.setSwallowedKeyCodes({1, key_code::returnKey});
     tap.subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent&, bool&) { ++calls; });
     tap.activate();
     desktop->input().inject(keyDown(1));

@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-#include "backends/threads/QueueTimer.h"
 #include "backends/recorded/VirtualScheduler.h"
+#include "backends/threads/QueueTimer.h"
 
 namespace jumplark {
 namespace {

@@ -9,7 +9,7 @@
 
 namespace jumplark {
 
-/// An installed application as its desktop file presents it (the freedesktop.org Desktop Entry Specification).
+/// An installed application as its desktop file presents it (a freedesktop.org desktop entry).
 struct DesktopEntry {
   std::string id;    ///< the file's path below "applications", '/' as '-', without ".desktop"
   std::string name;  ///< "Name" in the user's language
