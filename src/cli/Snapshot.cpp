@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
+#include <system_error>
 
 #include "accessibility/JLElement.h"
 #include "platform/Platform.h"
@@ -34,7 +36,13 @@ int fitOfName(const RunningApplication& application, const std::string& wanted) 
   return name.find(wanted) != std::string::npos || identifier.find(wanted) != std::string::npos ? 1 : 0;
 }
 
-RunningApplication findByName(const std::string& name) {
+/// The file name of a process's program; empty where it cannot be told.
+std::string programName(int32_t pid) {
+  std::error_code error;
+  return std::filesystem::read_symlink(fmt::format("/proc/{}/exe", pid), error).filename().string();
+}
+
+RunningApplication findByName(const std::string& name, bool live) {
   const auto applications = Platform::current().workspace->applicationsFrontToBack();
   const std::string wanted = lowered(name);
   const auto best = std::max_element(applications.begin(), applications.end(), [&](const auto& a, const auto& b) {
@@ -42,6 +50,13 @@ RunningApplication findByName(const std::string& name) {
   });
   if (best != applications.end() && fitOfName(*best, wanted) > 0) {
     return *best;
+  }
+  // The processes of a recording are not those of this machine.
+  const auto program = std::find_if(applications.begin(), applications.end(), [&](const auto& application) {
+    return live && lowered(programName(application.pid)) == wanted;
+  });
+  if (program != applications.end()) {
+    return *program;
   }
   std::string names;
   for (const auto& application : applications) {
@@ -74,7 +89,7 @@ RunningApplication findTarget(const Target& target) {
     return *running;
   }
   if (target.application) {
-    return findByName(*target.application);
+    return findByName(*target.application, !target.desktopFile);
   }
   const auto frontmost = workspace.frontmostApplication();
   if (!frontmost) {
