@@ -7,6 +7,7 @@ find_package(nlohmann_json REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(fmt REQUIRED)
 find_package(spdlog REQUIRED)
+find_package(Qt6 REQUIRED COMPONENTS Widgets)
 
 pkg_check_modules(SDBUS REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET

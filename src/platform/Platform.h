@@ -5,13 +5,18 @@
 namespace jumplark {
 
 class AccessibilityPlatform;
+class Defaults;
+class GlobalShortcuts;
 class InputPlatform;
+class InputSources;
 class Queues;
 class RandomSource;
 class Screens;
+class Views;
 class Workspace;
 
 /// The interfaces through which the core reaches everything outside it. One set is installed at a time for the process.
+/// The last four are null where only one command is carried out and no window is shown.
 struct Platform {
   AccessibilityPlatform* accessibility = nullptr;
   Workspace* workspace = nullptr;
@@ -19,6 +24,10 @@ struct Platform {
   InputPlatform* input = nullptr;
   Queues* queues = nullptr;
   RandomSource* random = nullptr;
+  Defaults* defaults = nullptr;
+  InputSources* inputSources = nullptr;
+  GlobalShortcuts* shortcuts = nullptr;
+  Views* views = nullptr;
 
   /// The installed set. Throws std::logic_error when none is.
   static const Platform& current();

@@ -22,6 +22,8 @@ class Screens {
     const std::vector<Rect> all = frames();
     return all.empty() ? Rect{} : all.front();
   }
+  /// The part of each screen that panels leave free, in the order of `frames`.
+  virtual std::vector<Rect> workAreas() { return frames(); }
   /// The pointer. The pixel row y (from the top) is reported as top - y - 1, so that the conversion to top-left
   /// coordinates gives that very row.
   virtual Point pointerLocation() = 0;

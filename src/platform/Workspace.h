@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/Geometry.h"
+
 namespace jumplark {
 
 /// A running application that has an interface.
@@ -32,6 +34,11 @@ class Workspace {
   virtual std::vector<RunningApplication> applicationsFrontToBack() = 0;
   virtual std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) = 0;
   virtual std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) = 0;
+  /// The frame of the application's focused window; none when it has no window. Bottom-left origin, in points.
+  virtual std::optional<Rect> focusedWindowFrame(int32_t pid) {
+    static_cast<void>(pid);
+    return std::nullopt;
+  }
   /// Asks for the application to come to the front; false when it is not there.
   virtual bool activate(int32_t pid, uint32_t options) = 0;
 };
