@@ -1,85 +1,12 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "backends/contract/QueuesFixture.h"
 
-#include <atomic>
-#include <chrono>
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "platform/Queues.h"
-
-/// What every kind of queues promises. A backend instantiates QueuesContract with a harness of its own:
-///
-///     INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, QueuesContract, VirtualQueuesHarness);
-///
-/// A harness has `Queues& queues()` and `bool waitUntil(condition)`, which lets time pass and the main queue run until
-/// the condition holds, and gives up (false) when that takes absurdly long. No case measures how long something takes;
-/// to see that something does not happen, a case waits for something that is due later.
 namespace jumplark::contract {
 
-using namespace std::chrono_literals;
-
-/// What happened, in order; written by any thread.
-class Log {
- public:
-  void add(const std::string& entry) {
-    const std::scoped_lock lock(mutex_);
-    entries_.push_back(entry);
-  }
-  Task adding(std::string entry) {
-    return [this, entry = std::move(entry)] { add(entry); };
-  }
-  std::vector<std::string> entries() const {
-    const std::scoped_lock lock(mutex_);
-    return entries_;
-  }
-  size_t size() const { return entries().size(); }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> entries_;
-};
-
+/// Tasks, waits and the ends of queues.
 template <typename Harness>
-class QueuesContract : public ::testing::Test {
- protected:
-  Queues& queues() { return harness_.queues(); }
-  void waitUntil(const std::function<bool()>& condition) {
-    ASSERT_TRUE(harness_.waitUntil(condition)) << "what the case waits for never came";
-  }
-  /// Lets at least that much time pass.
-  void letPass(Duration duration) {
-    std::atomic<bool> over{false};
-    queues().mainQueue().postAfter(duration, [&] { over = true; });
-    waitUntil([&] { return over.load(); });
-  }
-  /// Runs a task on a queue and waits for its end.
-  void runOn(TaskQueue& queue, const Task& task) {
-    std::atomic<bool> over{false};
-    queue.post([&] {
-      task();
-      over = true;
-    });
-    waitUntil([&] { return over.load(); });
-  }
-  /// Runs a case on the main queue, the high-priority queue and a serial queue in turn.
-  void onEachQueue(const std::function<void(TaskQueue&)>& body) {
-    const auto serial = queues().makeSerialQueue("serial");
-    for (TaskQueue* queue : {&queues().mainQueue(), &queues().highPriorityQueue(), serial.get()}) {
-      SCOPED_TRACE(queue->name());
-      body(*queue);
-    }
-  }
-
- private:
-  Harness harness_;
-};
+class QueuesContract : public QueuesFixture<Harness> {};
 
 TYPED_TEST_SUITE_P(QueuesContract);
 
@@ -237,131 +164,6 @@ TYPED_TEST_P(QueuesContract, SeveralWaitersAreAllReleased) {
   this->waitUntil([&] { return released == 4; });
 }
 
-TYPED_TEST_P(QueuesContract, ATimerIsMadeSuspended) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    Log log;
-    const auto timer = this->queues().makeRepeatingTimer(queue, 1ms, 1ms, 0ms, log.adding("tick"));
-    this->letPass(20ms);
-    this->runOn(queue, [] {});
-    EXPECT_EQ(log.size(), 0U);
-  });
-}
-
-TYPED_TEST_P(QueuesContract, ATimerCallsAtItsStartAndThenAtEveryInterval) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    std::mutex mutex;
-    std::vector<Duration> ticks;
-    const Duration resumed = this->queues().monotonicNow();
-    const auto timer = this->queues().makeRepeatingTimer(queue, 20ms, 10ms, 1ms, [&] {
-      const std::scoped_lock lock(mutex);
-      ticks.push_back(this->queues().monotonicNow() - resumed);
-    });
-    timer->resume();
-    timer->resume();  // changes nothing
-    this->waitUntil([&] {
-      const std::scoped_lock lock(mutex);
-      return ticks.size() >= 4;
-    });
-    timer->suspend();
-    for (size_t i = 0; i < ticks.size(); ++i) {
-      EXPECT_GE(ticks[i], 20ms + static_cast<int>(i) * 10ms) << "tick " << i;
-    }
-  });
-}
-
-TYPED_TEST_P(QueuesContract, ATimerOfZeroStartCallsAtOnce) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    std::atomic<int> ticks{0};
-    const auto timer = this->queues().makeRepeatingTimer(queue, 0ms, 24h, 0ms, [&] { ++ticks; });
-    timer->resume();
-    this->waitUntil([&] { return ticks == 1; });
-  });
-}
-
-TYPED_TEST_P(QueuesContract, TicksThatWereMissedAreNotMadeUpFor) {
-  const auto queue = this->queues().makeSerialQueue("timer");
-  std::atomic<int> ticks{0};
-  const auto timer = this->queues().makeRepeatingTimer(*queue, 1ms, 50ms, 0ms, [&] {
-    if (ticks++ == 0) {
-      this->queues().sleep(475ms);
-    }
-  });
-  const Duration start = this->queues().monotonicNow();
-  timer->resume();
-  this->waitUntil([&] { return ticks >= 3; });
-  // The second tick comes at 501 ms at the earliest, the third 50 ms later; made up for, both would come at 476 ms.
-  EXPECT_GE(this->queues().monotonicNow() - start, 551ms);
-}
-
-TYPED_TEST_P(QueuesContract, ASuspendedTimerStaysSilentAndStartsAfresh) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    std::atomic<int> ticks{0};
-    const auto timer = this->queues().makeRepeatingTimer(queue, 2ms, 2ms, 0ms, [&] { ++ticks; });
-    timer->resume();
-    this->waitUntil([&] { return ticks >= 2; });
-    timer->suspend();
-    const int atSuspend = ticks;
-    this->letPass(20ms);
-    this->runOn(queue, [] {});
-    EXPECT_EQ(ticks, atSuspend);
-    timer->resume();
-    this->waitUntil([&] { return ticks > atSuspend; });
-  });
-}
-
-TYPED_TEST_P(QueuesContract, ADestroyedTimerCallsNoMore) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    std::atomic<int> ticks{0};
-    auto timer = this->queues().makeRepeatingTimer(queue, 2ms, 2ms, 0ms, [&] { ++ticks; });
-    timer->resume();
-    this->waitUntil([&] { return ticks >= 1; });
-    timer.reset();
-    const int atEnd = ticks;
-    this->letPass(20ms);
-    this->runOn(queue, [] {});
-    EXPECT_EQ(ticks, atEnd);
-  });
-}
-
-TYPED_TEST_P(QueuesContract, DestroyingATimerWaitsForItsRunningCallAndFreesWhatItHeld) {
-  const auto queue = this->queues().makeSerialQueue("timer");
-  std::atomic<bool> started{false};
-  std::atomic<bool> ended{false};
-  const auto held = std::make_shared<int>(0);
-  auto timer = this->queues().makeRepeatingTimer(*queue, 0ms, 1h, 0ms, [&, held] {
-    started = true;
-    this->queues().sleep(30ms);
-    ended = true;
-  });
-  timer->resume();
-  this->waitUntil([&] { return started.load(); });
-  timer.reset();
-  EXPECT_TRUE(ended);
-  this->runOn(*queue, [] {});
-  EXPECT_EQ(held.use_count(), 1);
-}
-
-TYPED_TEST_P(QueuesContract, ATimerMayBeDestroyedByItsOwnCall) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    std::atomic<int> ticks{0};
-    std::unique_ptr<RepeatingTimer> timer;
-    const auto held = std::make_shared<int>(0);
-    this->runOn(queue, [&] {
-      timer = this->queues().makeRepeatingTimer(queue, 1ms, 1ms, 0ms, [&, held] {
-        timer.reset();
-        ++ticks;
-        EXPECT_EQ(held.use_count(), 2) << "the closure must outlive its timer while it runs";
-      });
-      timer->resume();
-    });
-    this->waitUntil([&] { return ticks == 1; });
-    this->letPass(20ms);
-    this->runOn(queue, [] {});
-    EXPECT_EQ(ticks, 1);
-    EXPECT_EQ(held.use_count(), 1);
-  });
-}
-
 TYPED_TEST_P(QueuesContract, DestroyingASerialQueueDropsWhatHasNotStartedAndWaitsForWhatRuns) {
   auto queue = this->queues().makeSerialQueue("short-lived");
   Log log;
@@ -395,20 +197,6 @@ TYPED_TEST_P(QueuesContract, ASerialQueueMayBeDestroyedByItsOwnTask) {
   EXPECT_THAT(log.entries(), ::testing::ElementsAre("ran"));
 }
 
-TYPED_TEST_P(QueuesContract, ATimerMayOutliveItsQueue) {
-  auto queue = this->queues().makeSerialQueue("short-lived");
-  std::atomic<int> ticks{0};
-  const auto timer = this->queues().makeRepeatingTimer(*queue, 1ms, 1ms, 0ms, [&] { ++ticks; });
-  timer->resume();
-  this->waitUntil([&] { return ticks >= 1; });
-  queue.reset();
-  const int atEnd = ticks;
-  timer->suspend();
-  timer->resume();
-  this->letPass(10ms);
-  EXPECT_EQ(ticks, atEnd);
-}
-
 /// Uses about 4 kB of stack a level.
 inline int descend(int levels) {
   volatile char frame[4096];
@@ -427,13 +215,8 @@ REGISTER_TYPED_TEST_SUITE_P(QueuesContract, RunsTasksInTheOrderOfPosting, RunsDe
                             NeverRunsADelayedTaskEarly, RunsWhatATaskPostsAfterTheTasksThatWait,
                             KnowsWhichQueueIsCurrent, OtherQueuesRunWhileOneSleeps, AWaitEndsWhileALaterOneGoesOn,
                             ClocksGoOnAndNeverBack, ACompletionEndsTheWaitOfAnotherQueue, AWaitThatNobodyEndsTimesOut,
-                            SeveralWaitersAreAllReleased, ATimerIsMadeSuspended,
-                            ATimerCallsAtItsStartAndThenAtEveryInterval, ATimerOfZeroStartCallsAtOnce,
-                            TicksThatWereMissedAreNotMadeUpFor, ASuspendedTimerStaysSilentAndStartsAfresh,
-                            ADestroyedTimerCallsNoMore, DestroyingATimerWaitsForItsRunningCallAndFreesWhatItHeld,
-                            ATimerMayBeDestroyedByItsOwnCall,
+                            SeveralWaitersAreAllReleased,
                             DestroyingASerialQueueDropsWhatHasNotStartedAndWaitsForWhatRuns,
-                            ASerialQueueMayBeDestroyedByItsOwnTask, ATimerMayOutliveItsQueue,
-                            TheHighPriorityQueueHasRoomForDeepRecursion);
+                            ASerialQueueMayBeDestroyedByItsOwnTask, TheHighPriorityQueueHasRoomForDeepRecursion);
 
 }  // namespace jumplark::contract

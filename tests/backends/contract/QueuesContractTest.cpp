@@ -1,5 +1,5 @@
 #include "backends/contract/QueuesContract.h"
-
+#include "backends/contract/TimersContract.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "backends/recorded/VirtualQueues.h"
 
@@ -35,6 +35,8 @@ class SystemHarness {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, QueuesContract, VirtualHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(System, QueuesContract, SystemHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, TimersContract, VirtualHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(System, TimersContract, SystemHarness);
 
 }  // namespace
 }  // namespace jumplark::contract

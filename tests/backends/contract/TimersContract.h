@@ -1,0 +1,158 @@
+#pragma once
+
+#include "backends/contract/QueuesFixture.h"
+
+namespace jumplark::contract {
+
+/// Repeating timers.
+template <typename Harness>
+class TimersContract : public QueuesFixture<Harness> {};
+
+TYPED_TEST_SUITE_P(TimersContract);
+
+TYPED_TEST_P(TimersContract, ATimerIsMadeSuspended) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    Log log;
+    const auto timer = this->queues().makeRepeatingTimer(queue, 1ms, 1ms, 0ms, log.adding("tick"));
+    this->letPass(20ms);
+    this->runOn(queue, [] {});
+    EXPECT_EQ(log.size(), 0U);
+  });
+}
+
+TYPED_TEST_P(TimersContract, ATimerCallsAtItsStartAndThenAtEveryInterval) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    std::mutex mutex;
+    std::vector<Duration> ticks;
+    const Duration resumed = this->queues().monotonicNow();
+    const auto timer = this->queues().makeRepeatingTimer(queue, 20ms, 10ms, 1ms, [&] {
+      const std::scoped_lock lock(mutex);
+      ticks.push_back(this->queues().monotonicNow() - resumed);
+    });
+    timer->resume();
+    timer->resume();  // changes nothing
+    this->waitUntil([&] {
+      const std::scoped_lock lock(mutex);
+      return ticks.size() >= 4;
+    });
+    timer->suspend();
+    for (size_t i = 0; i < ticks.size(); ++i) {
+      EXPECT_GE(ticks[i], 20ms + static_cast<int>(i) * 10ms) << "tick " << i;
+    }
+  });
+}
+
+TYPED_TEST_P(TimersContract, ATimerOfZeroStartCallsAtOnce) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    std::atomic<int> ticks{0};
+    const auto timer = this->queues().makeRepeatingTimer(queue, 0ms, 24h, 0ms, [&] { ++ticks; });
+    timer->resume();
+    this->waitUntil([&] { return ticks == 1; });
+  });
+}
+
+TYPED_TEST_P(TimersContract, TicksThatWereMissedAreNotMadeUpFor) {
+  const auto queue = this->queues().makeSerialQueue("timer");
+  std::atomic<int> ticks{0};
+  const auto timer = this->queues().makeRepeatingTimer(*queue, 1ms, 50ms, 0ms, [&] {
+    if (ticks++ == 0) {
+      this->queues().sleep(475ms);
+    }
+  });
+  const Duration start = this->queues().monotonicNow();
+  timer->resume();
+  this->waitUntil([&] { return ticks >= 3; });
+  // The second tick comes at 501 ms at the earliest, the third 50 ms later; made up for, both would come at 476 ms.
+  EXPECT_GE(this->queues().monotonicNow() - start, 551ms);
+}
+
+TYPED_TEST_P(TimersContract, ASuspendedTimerStaysSilentAndStartsAfresh) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    std::atomic<int> ticks{0};
+    const auto timer = this->queues().makeRepeatingTimer(queue, 2ms, 2ms, 0ms, [&] { ++ticks; });
+    timer->resume();
+    this->waitUntil([&] { return ticks >= 2; });
+    timer->suspend();
+    const int atSuspend = ticks;
+    this->letPass(20ms);
+    this->runOn(queue, [] {});
+    EXPECT_EQ(ticks, atSuspend);
+    timer->resume();
+    this->waitUntil([&] { return ticks > atSuspend; });
+  });
+}
+
+TYPED_TEST_P(TimersContract, ADestroyedTimerCallsNoMore) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    std::atomic<int> ticks{0};
+    auto timer = this->queues().makeRepeatingTimer(queue, 2ms, 2ms, 0ms, [&] { ++ticks; });
+    timer->resume();
+    this->waitUntil([&] { return ticks >= 1; });
+    timer.reset();
+    const int atEnd = ticks;
+    this->letPass(20ms);
+    this->runOn(queue, [] {});
+    EXPECT_EQ(ticks, atEnd);
+  });
+}
+
+TYPED_TEST_P(TimersContract, DestroyingATimerWaitsForItsRunningCallAndFreesWhatItHeld) {
+  const auto queue = this->queues().makeSerialQueue("timer");
+  std::atomic<bool> started{false};
+  std::atomic<bool> ended{false};
+  const auto held = std::make_shared<int>(0);
+  auto timer = this->queues().makeRepeatingTimer(*queue, 0ms, 1h, 0ms, [&, held] {
+    started = true;
+    this->queues().sleep(30ms);
+    ended = true;
+  });
+  timer->resume();
+  this->waitUntil([&] { return started.load(); });
+  timer.reset();
+  EXPECT_TRUE(ended);
+  this->runOn(*queue, [] {});
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+TYPED_TEST_P(TimersContract, ATimerMayBeDestroyedByItsOwnCall) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    std::atomic<int> ticks{0};
+    std::unique_ptr<RepeatingTimer> timer;
+    const auto held = std::make_shared<int>(0);
+    this->runOn(queue, [&] {
+      timer = this->queues().makeRepeatingTimer(queue, 1ms, 1ms, 0ms, [&, held] {
+        timer.reset();
+        ++ticks;
+        EXPECT_EQ(held.use_count(), 2) << "the closure must outlive its timer while it runs";
+      });
+      timer->resume();
+    });
+    this->waitUntil([&] { return ticks == 1; });
+    this->letPass(20ms);
+    this->runOn(queue, [] {});
+    EXPECT_EQ(ticks, 1);
+    EXPECT_EQ(held.use_count(), 1);
+  });
+}
+
+TYPED_TEST_P(TimersContract, ATimerMayOutliveItsQueue) {
+  auto queue = this->queues().makeSerialQueue("short-lived");
+  std::atomic<int> ticks{0};
+  const auto timer = this->queues().makeRepeatingTimer(*queue, 1ms, 1ms, 0ms, [&] { ++ticks; });
+  timer->resume();
+  this->waitUntil([&] { return ticks >= 1; });
+  queue.reset();
+  const int atEnd = ticks;
+  timer->suspend();
+  timer->resume();
+  this->letPass(10ms);
+  EXPECT_EQ(ticks, atEnd);
+}
+
+REGISTER_TYPED_TEST_SUITE_P(TimersContract, ATimerIsMadeSuspended, ATimerCallsAtItsStartAndThenAtEveryInterval,
+                            ATimerOfZeroStartCallsAtOnce, TicksThatWereMissedAreNotMadeUpFor,
+                            ASuspendedTimerStaysSilentAndStartsAfresh, ADestroyedTimerCallsNoMore,
+                            DestroyingATimerWaitsForItsRunningCallAndFreesWhatItHeld, ATimerMayBeDestroyedByItsOwnCall,
+                            ATimerMayOutliveItsQueue);
+
+}  // namespace jumplark::contract
