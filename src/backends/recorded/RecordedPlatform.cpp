@@ -10,14 +10,18 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop)
       workspace_(desktop),
       screens_(desktop, queues_),
       accessibility_(desktop, workspace_, queues_),
-      input_(screens_, queues_) {}
+      input_(screens_, queues_),
+      defaults_(queues_),
+      shortcuts_(queues_) {}
 
 RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queues)
     : queues_(queues),
       workspace_(desktop),
       screens_(desktop, queues_),
       accessibility_(desktop, workspace_, queues_),
-      input_(screens_, queues_) {}
+      input_(screens_, queues_),
+      defaults_(queues_),
+      shortcuts_(queues_) {}
 
 RecordedPlatform::~RecordedPlatform() {
   if (ownQueues_) {
@@ -30,7 +34,8 @@ std::unique_ptr<RecordedPlatform> RecordedPlatform::fromText(std::string_view js
 }
 
 Platform RecordedPlatform::platform() {
-  return {&accessibility_, &workspace_, &screens_, &input_, &queues_, &random_};
+  return {&accessibility_, &workspace_, &screens_,      &input_,    &queues_,
+          &random_,        &defaults_,  &inputSources_, &shortcuts_};
 }
 
 Token RecordedPlatform::install() {

@@ -5,10 +5,13 @@
 #include <string_view>
 
 #include "backends/recorded/RecordedAccessibility.h"
+#include "backends/recorded/RecordedDefaults.h"
 #include "backends/recorded/RecordedDesktop.h"
 #include "backends/recorded/RecordedInput.h"
+#include "backends/recorded/RecordedInputSources.h"
 #include "backends/recorded/RecordedRandom.h"
 #include "backends/recorded/RecordedScreens.h"
+#include "backends/recorded/RecordedShortcuts.h"
 #include "backends/recorded/RecordedWorkspace.h"
 #include "backends/recorded/VirtualQueues.h"
 #include "platform/Platform.h"
@@ -45,6 +48,9 @@ class RecordedPlatform {
   RecordedScreens& screens() { return screens_; }
   RecordedInput& input() { return input_; }
   RecordedRandom& random() { return random_; }
+  RecordedDefaults& defaults() { return defaults_; }
+  RecordedInputSources& inputSources() { return inputSources_; }
+  RecordedShortcuts& shortcuts() { return shortcuts_; }
 
   /// As when the application ends: it is in no list any more, and reads of its element fail with invalidElement.
   void terminate(int32_t pid);
@@ -57,6 +63,9 @@ class RecordedPlatform {
   RecordedAccessibility accessibility_;
   RecordedInput input_;
   RecordedRandom random_;
+  RecordedDefaults defaults_;
+  RecordedInputSources inputSources_;
+  RecordedShortcuts shortcuts_;
 };
 
 }  // namespace jumplark
