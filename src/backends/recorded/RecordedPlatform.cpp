@@ -12,7 +12,8 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop)
       accessibility_(desktop, workspace_, queues_),
       input_(screens_, queues_),
       defaults_(queues_),
-      shortcuts_(queues_) {}
+      shortcuts_(queues_),
+      views_(queues_) {}
 
 RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queues)
     : queues_(queues),
@@ -21,7 +22,8 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queue
       accessibility_(desktop, workspace_, queues_),
       input_(screens_, queues_),
       defaults_(queues_),
-      shortcuts_(queues_) {}
+      shortcuts_(queues_),
+      views_(queues_) {}
 
 RecordedPlatform::~RecordedPlatform() {
   if (ownQueues_) {
@@ -34,8 +36,8 @@ std::unique_ptr<RecordedPlatform> RecordedPlatform::fromText(std::string_view js
 }
 
 Platform RecordedPlatform::platform() {
-  return {&accessibility_, &workspace_, &screens_,      &input_,    &queues_,
-          &random_,        &defaults_,  &inputSources_, &shortcuts_};
+  return {&accessibility_, &workspace_, &screens_,      &input_,     &queues_,
+          &random_,        &defaults_,  &inputSources_, &shortcuts_, &views_};
 }
 
 Token RecordedPlatform::install() {

@@ -12,6 +12,7 @@
 #include "backends/recorded/RecordedRandom.h"
 #include "backends/recorded/RecordedScreens.h"
 #include "backends/recorded/RecordedShortcuts.h"
+#include "backends/recorded/RecordedViews.h"
 #include "backends/recorded/RecordedWorkspace.h"
 #include "backends/recorded/VirtualQueues.h"
 #include "platform/Platform.h"
@@ -51,6 +52,7 @@ class RecordedPlatform {
   RecordedDefaults& defaults() { return defaults_; }
   RecordedInputSources& inputSources() { return inputSources_; }
   RecordedShortcuts& shortcuts() { return shortcuts_; }
+  RecordedViews& views() { return views_; }
 
   /// As when the application ends: it is in no list any more, and reads of its element fail with invalidElement.
   void terminate(int32_t pid);
@@ -66,6 +68,7 @@ class RecordedPlatform {
   RecordedDefaults defaults_;
   RecordedInputSources inputSources_;
   RecordedShortcuts shortcuts_;
+  RecordedViews views_;
 };
 
 }  // namespace jumplark
