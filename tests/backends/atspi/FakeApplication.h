@@ -106,10 +106,11 @@ class FakeWindows final : public WindowSystem {
   std::optional<WindowFacts> window(uint32_t id) override;
   uint32_t activeWindow() override { return windows.empty() ? 0 : windows[0].id; }
   std::optional<WindowFacts> topmostWindowAt(Point) override { return std::nullopt; }
-  std::vector<WindowFacts> unmanagedWindows() override { return {}; }
+  std::vector<WindowFacts> unmanagedWindows() override { return popups; }
   bool requestActive(uint32_t, bool) override { return false; }
 
   std::vector<WindowFacts> windows;
+  std::vector<WindowFacts> popups;
 };
 
 }  // namespace jumplark::atspi

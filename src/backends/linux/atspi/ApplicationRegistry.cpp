@@ -164,12 +164,16 @@ Toolkit ApplicationRegistry::toolkitOf(const ElementRef& application) {
 }
 
 std::vector<WindowFacts> ApplicationRegistry::windowsOf(const ElementRef& application) {
+  return handleOf(application) ? ownOf(windows_.windowsFrontToBack(), application) : std::vector<WindowFacts>{};
+}
+
+std::vector<WindowFacts> ApplicationRegistry::popupsOf(const ElementRef& application) {
+  return handleOf(application) ? ownOf(windows_.unmanagedWindows(), application) : std::vector<WindowFacts>{};
+}
+
+std::vector<WindowFacts> ApplicationRegistry::ownOf(std::vector<WindowFacts> windows, const ElementRef& application) {
   const AtspiHandle* handle = handleOf(application);
-  if (!handle) {
-    return {};
-  }
   const int32_t pid = processOf(handle->busName()).value;
-  std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
   const std::lock_guard lock(mutex_);
   std::erase_if(windows, [&](const WindowFacts& window) {
     const auto sandbox = sandboxed_.find(window.pid);

@@ -27,6 +27,8 @@ class ApplicationRegistry {
 
   /// The managed windows of an application that are on screen, front to back.
   std::vector<WindowFacts> windowsOf(const ElementRef& application);
+  /// Its open menus, popovers and tool tips, front to back.
+  std::vector<WindowFacts> popupsOf(const ElementRef& application);
   /// Its frames and dialogs as they are now.
   std::vector<FrameFacts> framesOf(const ElementRef& application, TimePoint deadline);
 
@@ -36,6 +38,7 @@ class ApplicationRegistry {
     int32_t pid = -1;
   };
   std::vector<Listed> list();
+  std::vector<WindowFacts> ownOf(std::vector<WindowFacts> windows, const ElementRef& application);
   ElementRef byWindowPlaces(int32_t pid, const std::vector<Listed>& listed);
   void forgetOldConnection();
   TimePoint deadline() const;

@@ -51,9 +51,19 @@ void AtspiElementSource::applicationBecameActive(int32_t pid) {
 }
 
 Point AtspiElementSource::offsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
-  if (!toolkit.extentsAreWindowRelative()) {
-    return {};
+  Point offset = toolkit.extentsAreWindowRelative() ? frameOffsetNow(element, toolkit) : Point{};
+  const std::lock_guard lock(shiftsMutex_);
+  const auto shifts = shifts_.find(element.busName());
+  if (shifts != shifts_.end()) {
+    const auto shift = shifts->second.find(makeRef(element.busName(), element.path()));
+    if (shift != shifts->second.end()) {
+      offset = {offset.x + shift->second.x, offset.y + shift->second.y};
+    }
   }
+  return offset;
+}
+
+Point AtspiElementSource::frameOffsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
   const Matched now = matchNow(applicationOf(element));
   ElementRef above = makeRef(element.busName(), element.path());
   for (int i = 0; i < kDeepest && handleOf(above); ++i) {
@@ -312,6 +322,10 @@ void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool vis
   }
   const uint64_t era = store_.era();
   auto snapshot = reader_.read(application, visibleOnly, [this, era] { return store_.era() != era; });
+  {
+    const std::lock_guard lock(shiftsMutex_);
+    shifts_[handleOf(application)->busName()] = snapshot->shifts;
+  }
   store_.keep(std::move(snapshot), era);
 }
 

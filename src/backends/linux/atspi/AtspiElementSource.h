@@ -1,6 +1,8 @@
 #pragma once
 
+#include <mutex>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -57,7 +59,9 @@ class AtspiElementSource final : public ElementSource {
   };
   Matched matchNow(const ElementRef& application);
   ReadRequest requestFor(const ElementRef& element, facts::Set wanted);
+  /// What must be added to what the element says of its place.
   Point offsetNow(const AtspiHandle& element, const Toolkit& toolkit);
+  Point frameOffsetNow(const AtspiHandle& element, const Toolkit& toolkit);
   FactsPointer finish(ReadRequest& request);
   AccessibilityError textAllowed(const ElementRef& element, FactsPointer& found);
   TimePoint deadline() const;
@@ -67,6 +71,9 @@ class AtspiElementSource final : public ElementSource {
   ApplicationRegistry registry_;
   SnapshotReader reader_;
   SnapshotStore store_;
+  std::mutex shiftsMutex_;
+  /// By bus name, of the last snapshot, which they outlive: what is clicked is read anew.
+  std::unordered_map<std::string, Shifts> shifts_;
 };
 
 }  // namespace jumplark::atspi

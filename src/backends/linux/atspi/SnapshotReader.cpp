@@ -100,6 +100,11 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   for (const ElementRef& root : roots) {
     readRoot(*snapshot, root, {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache});
   }
+  const auto popups =
+      snapshot->toolkit.family == ToolkitFamily::gtk4 ? registry_.popupsOf(application) : std::vector<WindowFacts>{};
+  for (const ElementRef& root : roots) {
+    snapshot->shifts.merge(correctPlaces(snapshot->toolkit, popups, root, snapshot->elements));
+  }
   findLandmarks(*snapshot);
   return snapshot;
 }

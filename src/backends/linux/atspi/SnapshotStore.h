@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "backends/linux/atspi/FrameMatching.h"
+#include "backends/linux/atspi/PlaceCorrections.h"
 #include "backends/linux/atspi/TreeWalk.h"
 
 namespace jumplark::atspi {
@@ -23,6 +24,7 @@ struct Snapshot {
   ElementRef focusedElement;  ///< has keyboard focus
   FactsMap elements;          ///< not changed any more once the snapshot is kept
   TextMap texts;
+  Shifts shifts;
   Point offset;  ///< see extentsOffset, of the focused window
   bool complete = false;
 

@@ -1,0 +1,154 @@
+#include "backends/linux/atspi/PlaceCorrections.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "backends/linux/atspi/AtspiRoles.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Rounding.
+constexpr double kTolerance = 1;
+
+bool isNear(double a, double b) {
+  return std::abs(a - b) <= kTolerance;
+}
+
+bool haveSameSize(const ElementFacts& a, const ElementFacts& b) {
+  return a.extents && b.extents && isNear(a.extents->width, b.extents->width) &&
+         isNear(a.extents->height, b.extents->height);
+}
+
+Point between(const ElementFacts& from, const ElementFacts& to) {
+  return {to.extents->x - from.extents->x, to.extents->y - from.extents->y};
+}
+
+bool isZero(Point shift) {
+  return isNear(shift.x, 0) && isNear(shift.y, 0);
+}
+
+class Corrections {
+ public:
+  Corrections(const std::vector<WindowFacts>& popups, const ElementRef& frame, FactsMap& elements)
+      : popups_(popups), frame_(frame), elements_(elements) {}
+
+  Shifts placePopovers() {
+    for (const WindowFacts& popup : popups_) {
+      ElementFacts* found = nullptr;
+      for (const auto& [ref, element] : elements_) {
+        if (!shifts_.contains(ref) && fills(*element, popup) && (!found || isOutside(*element, *found))) {
+          found = element.get();
+        }
+      }
+      if (found) {
+        const ElementFacts& opener = *find(found->parent);
+        move(*found, {popup.client.x - opener.extents->x, popup.client.y - opener.extents->y});
+        hangOnFrame(*found);
+      }
+    }
+    return std::move(shifts_);
+  }
+
+  Shifts placeDrawnParts() {
+    std::vector<ElementFacts*> panes;
+    for (const auto& [ref, element] : elements_) {
+      const ElementFacts* above = find(element->parent);
+      if (element->role == role::rootPane && above && haveSameSize(*element, *above) &&
+          !isZero(between(*element, *above))) {
+        panes.push_back(element.get());
+      }
+    }
+    for (ElementFacts* pane : panes) {
+      moveDrawn(*pane, between(*pane, *find(pane->parent)));
+    }
+    return std::move(shifts_);
+  }
+
+ private:
+  ElementFacts* find(const ElementRef& element) const {
+    const auto found = elements_.find(element);
+    return found == elements_.end() ? nullptr : found->second.get();
+  }
+
+  /// The element's far corner is the window's, counted from the control that opens it.
+  bool fills(const ElementFacts& element, const WindowFacts& popup) const {
+    const ElementFacts* opener = find(element.parent);
+    if (!opener || !opener->extents || !element.extents || element.parent == frame_ || !element.is(state::showing)) {
+      return false;
+    }
+    const Point near = between(*opener, element);
+    return near.x >= 0 && near.y >= 0 && isNear(near.x + element.extents->width, popup.client.width) &&
+           isNear(near.y + element.extents->height, popup.client.height);
+  }
+
+  bool isOutside(const ElementFacts& outer, const ElementFacts& inner) const {
+    const ElementFacts* up = find(inner.parent);
+    for (size_t step = 0; up && step < elements_.size(); ++step) {
+      if (up == &outer) {
+        return true;
+      }
+      up = find(up->parent);
+    }
+    return false;
+  }
+
+  void move(ElementFacts& element, Point shift) {
+    if (element.extents && shifts_.emplace(element.ref, shift).second) {
+      element.extents->x += shift.x;
+      element.extents->y += shift.y;
+    }
+    for (const ElementRef& ref : element.children) {
+      if (ElementFacts* child = find(ref)) {
+        move(*child, shift);
+      }
+    }
+  }
+
+  void moveDrawn(ElementFacts& element, Point shift) {
+    for (const ElementRef& ref : element.children) {
+      ElementFacts* child = find(ref);
+      const bool isRight = child && haveSameSize(element, *child) &&
+                           isZero({between(element, *child).x - shift.x, between(element, *child).y - shift.y});
+      if (child && !isRight) {
+        moveDrawn(*child, shift);
+      }
+    }
+    if (element.extents && shifts_.emplace(element.ref, shift).second) {
+      element.extents->x += shift.x;
+      element.extents->y += shift.y;
+    }
+  }
+
+  void hangOnFrame(ElementFacts& popover) {
+    ElementFacts* frame = find(frame_);
+    ElementFacts* opener = find(popover.parent);
+    if (frame && opener) {
+      std::erase(opener->children, popover.ref);
+      frame->children.push_back(popover.ref);
+      popover.parent = frame_;
+    }
+  }
+
+  const std::vector<WindowFacts>& popups_;
+  const ElementRef& frame_;
+  FactsMap& elements_;
+  Shifts shifts_;
+};
+
+}  // namespace
+
+Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& popups, const ElementRef& frame,
+                     FactsMap& elements) {
+  Corrections corrections(popups, frame, elements);
+  switch (toolkit.family) {
+    case ToolkitFamily::gtk4:
+      return popups.empty() ? Shifts() : corrections.placePopovers();
+    case ToolkitFamily::gtk3:
+      return corrections.placeDrawnParts();
+    default:
+      return {};
+  }
+}
+
+}  // namespace jumplark::atspi

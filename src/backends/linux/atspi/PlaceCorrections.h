@@ -1,0 +1,27 @@
+#pragma once
+
+#include <unordered_map>
+#include <vector>
+
+#include "backends/linux/atspi/TreeWalk.h"
+#include "backends/linux/x11/WindowSystem.h"
+
+namespace jumplark::atspi {
+
+/// By how much elements were moved from where their application says they are; those that were not are absent.
+using Shifts = std::unordered_map<ElementRef, Point, ElementRefHash>;
+
+/// Moves elements below a frame to where they show, where that is known better than the application tells:
+///
+/// A popover of GTK 4 has an X window of its own, which the window system places. The application tells the places in
+/// it as if that window began where the control is that opens it. The popover becomes a child of the frame, since it
+/// mostly lies outside its control.
+///
+/// What LibreOffice draws itself counts from the top of the window, though GTK's menu bar stands there: its root pane
+/// is as large as the panel around it and is where that is. Parts of GTK's in between tell their right places.
+///
+/// `popups` are the unmanaged X windows of the application.
+Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& popups, const ElementRef& frame,
+                     FactsMap& elements);
+
+}  // namespace jumplark::atspi

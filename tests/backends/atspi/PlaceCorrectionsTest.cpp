@@ -1,0 +1,70 @@
+#include <gmock/gmock.h>
+
+#include "backends/atspi/SourceFixture.h"
+
+namespace jumplark::atspi {
+namespace {
+
+using ::testing::Contains;
+using ::testing::Not;
+
+/// The place that a snapshot says, after checking that a later read of the application says the same.
+std::optional<Rect> placeOf(AtspiElementSource& source, const ElementRef& element) {
+  const FactsPointer known = source.snapshotFacts(element);
+  const Token live = source.beginLiveReads();
+  const auto now = source.facts(element, facts::identity | facts::extents);
+  EXPECT_TRUE(now.ok());
+  EXPECT_EQ(now.ok() ? now.value->extents : std::nullopt, known ? known->extents : std::nullopt);
+  return known ? known->extents : std::nullopt;
+}
+
+class Gtk4Places : public SourceFixture {
+ protected:
+  Gtk4Places() : SourceFixture("GTK", "4.8.3") {}
+};
+
+TEST_F(Gtk4Places, APopoverIsWhereItsOwnWindowIs) {
+  const auto put = [&](const std::string& parent, const std::string& id, uint32_t role, Rect rect) {
+    FakeElement made = element(role, id, rect);
+    made.states = bit(state::visible) | bit(state::sensitive);
+    app.add(parent, id, made);
+  };
+  put("frame", "button", role::pushButton, {350, 10, 40, 30});
+  put("button", "popover", role::menu, {350, 16, 120, 94});
+  put("popover", "item", role::menuItem, {360, 30, 100, 20});
+  put("frame", "other", role::pushButton, {0, 0, 120, 100});
+  WindowFacts popup = windows.windows[0];
+  popup.id = 8;
+  popup.client = popup.frame = {330, 95, 120, 100};
+  windows.popups.push_back(popup);
+  prepare();
+  EXPECT_EQ(placeOf(source(), app.ref("popover")), (Rect{330, 101, 120, 94}));
+  EXPECT_EQ(placeOf(source(), app.ref("item")), (Rect{340, 115, 100, 20}));
+  EXPECT_EQ(placeOf(source(), app.ref("other")), (Rect{100, 50, 120, 100}));
+  EXPECT_THAT(read("frame")->children, Contains(app.ref("popover")));
+  EXPECT_THAT(read("button")->children, Not(Contains(app.ref("popover"))));
+}
+
+class Gtk3Places : public SourceFixture {
+ protected:
+  Gtk3Places() : SourceFixture("gtk", "3.24.38") {}
+};
+
+// LibreOffice draws most of its window itself, with widgets of GTK's around it and in between.
+TEST_F(Gtk3Places, WhatIsDrawnBelowAMenuBarIsNotMovedOntoIt) {
+  app.add("frame", "menu_bar", element(role::menuBar, "", {100, 50, 400, 25}));
+  app.add("frame", "panel", element(role::panel, "", {100, 75, 400, 275}));
+  app.add("panel", "pane", element(role::rootPane, "", {100, 50, 400, 275}));
+  app.add("pane", "bold", element(role::toggleButton, "Bold", {110, 52, 30, 30}));
+  app.add("pane", "font", element(role::panel, "Font", {150, 52, 90, 30}));
+  app.add("font", "native", element(role::panel, "", {150, 77, 90, 30}));
+  app.add("native", "entry", element(role::text, "", {150, 77, 60, 30}));
+  prepare();
+  EXPECT_EQ(placeOf(source(), app.ref("bold")), (Rect{110, 77, 30, 30}));
+  EXPECT_EQ(placeOf(source(), app.ref("font")), (Rect{150, 77, 90, 30}));
+  EXPECT_EQ(placeOf(source(), app.ref("entry")), (Rect{150, 77, 60, 30}));
+  EXPECT_EQ(placeOf(source(), app.ref("menu_bar")), (Rect{100, 50, 400, 25}));
+}
+
+}  // namespace
+}  // namespace jumplark::atspi
