@@ -1,0 +1,127 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "input/ZMOForceKeyboardLayoutController.h"
+#include "support/RecordedFixture.h"
+
+namespace jumplark {
+namespace {
+
+using testing::RecordedFixture;
+
+constexpr const char* kKey = ZMOForceKeyboardLayoutController::keyPath;
+
+class ForceKeyboardLayout : public ::testing::Test {
+ protected:
+  ForceKeyboardLayout() {
+    desktop_->inputSources().setLayouts({{"us", "English (US)"}, {"ru", "Russian"}, {"de(neo)", "German (Neo 2)"}});
+  }
+
+  void choose(const DefaultsValue& identifier) {
+    desktop_->defaults().setValue(kKey, identifier);
+    desktop_->queues().runPending();
+  }
+  std::string current() { return desktop_->inputSources().currentKeyboardLayout().value_or(InputSource()).identifier; }
+  size_t selections() { return desktop_->inputSources().selections().size(); }
+
+  RecordedFixture desktop_{R"({"elements":{}})"};
+};
+
+TEST_F(ForceKeyboardLayout, TheStoredChoiceHoldsFromTheStartAndFollowsTheSettingWhoeverWritesIt) {
+  choose("ru");
+  ZMOForceKeyboardLayoutController controller;
+  ASSERT_TRUE(controller.forceKeyboardLayout());
+  EXPECT_EQ(controller.forceKeyboardLayout()->label(), "Russian");
+
+  controller.setForceKeyboardLayout(controller.keyboardLayoutForInputSourceID("de(neo)"));
+  EXPECT_EQ(desktop_->defaults().storedValue(kKey), "de(neo)");
+  EXPECT_EQ(desktop_->defaults().synchronizeCount(), 1);
+  EXPECT_EQ(controller.forceKeyboardLayout()->inputSourceID(), "ru") << "it follows through the setting";
+  desktop_->queues().runPending();
+  EXPECT_EQ(controller.forceKeyboardLayout()->inputSourceID(), "de(neo)");
+
+  for (const DefaultsValue& unusable : {DefaultsValue("fr"), DefaultsValue(7), DefaultsValue()}) {
+    choose("us");
+    EXPECT_TRUE(controller.forceKeyboardLayout());
+    choose(unusable);
+    EXPECT_FALSE(controller.forceKeyboardLayout()) << unusable;
+  }
+  choose("us");
+  controller.setForceKeyboardLayout(std::nullopt);
+  desktop_->queues().runPending();
+  EXPECT_TRUE(desktop_->defaults().storedValue(kKey).is_null());
+  EXPECT_FALSE(controller.forceKeyboardLayout());
+}
+
+TEST_F(ForceKeyboardLayout, OffersTheSessionsLayoutsInTheirOrder) {
+  ZMOForceKeyboardLayoutController controller;
+  std::vector<std::string> labels;
+  for (const ZMOKeyboardLayout& layout : controller.availableKeyboardLayouts()) {
+    labels.push_back(layout.label());
+  }
+  EXPECT_EQ(labels, (std::vector<std::string>{"English (US)", "Russian", "German (Neo 2)"}));
+  EXPECT_FALSE(controller.keyboardLayoutForInputSourceID(std::nullopt));
+  desktop_->inputSources().setLayouts({{"ru", "first"}, {"ru", "second"}});
+  EXPECT_EQ(controller.keyboardLayoutForInputSourceID("ru")->label(), "first");
+}
+
+TEST_F(ForceKeyboardLayout, WithoutAChoiceTheLayoutIsNeverTouched) {
+  ZMOForceKeyboardLayoutController controller;
+  EXPECT_TRUE(controller.activate());
+  EXPECT_TRUE(controller.activate());
+  EXPECT_TRUE(controller.deactivate());
+  EXPECT_EQ(selections(), 0U);
+}
+
+TEST_F(ForceKeyboardLayout, IsSelectedWhileActiveAndTheOneBeforeComesBack) {
+  choose("ru");
+  ZMOForceKeyboardLayoutController controller;
+  EXPECT_FALSE(controller.deactivate()) << "nothing to bring back";
+  EXPECT_TRUE(controller.activate());
+  EXPECT_EQ(current(), "ru");
+  EXPECT_FALSE(controller.activate()) << "active already";
+  EXPECT_TRUE(controller.deactivate());
+  EXPECT_EQ(current(), "us");
+  EXPECT_FALSE(controller.deactivate());
+}
+
+TEST_F(ForceKeyboardLayout, ARefusedSelectionIsToldAndTheOneBeforeIsStillBroughtBack) {
+  choose("ru");
+  ZMOForceKeyboardLayoutController controller;
+  desktop_->inputSources().permitSelection(false);
+  EXPECT_FALSE(controller.activate());
+  EXPECT_FALSE(controller.deactivate());
+  desktop_->inputSources().permitSelection(true);
+  desktop_->inputSources().setCurrent(InputSource{"ru", "Russian"});
+  EXPECT_TRUE(controller.deactivate()) << "tried again";
+  EXPECT_EQ(current(), "us");
+}
+
+TEST_F(ForceKeyboardLayout, TakenAwayWhileActiveItLeavesTheLayoutAsItIs) {
+  choose("ru");
+  ZMOForceKeyboardLayoutController controller;
+  EXPECT_TRUE(controller.activate());
+  choose(nullptr);
+  EXPECT_TRUE(controller.deactivate());
+  EXPECT_EQ(current(), "ru");
+}
+
+TEST_F(ForceKeyboardLayout, ALayoutThatCouldNotBeBroughtBackIsNotLeft) {
+  choose("ru");
+  ZMOForceKeyboardLayoutController controller;
+  desktop_->inputSources().setCurrent(std::nullopt);
+  EXPECT_FALSE(controller.activate());
+  EXPECT_EQ(selections(), 0U);
+}
+
+TEST_F(ForceKeyboardLayout, NothingFollowsTheSettingOnceTheControllerHasGone) {
+  { const ZMOForceKeyboardLayoutController controller; }
+  choose("ru");  // would be written into the destroyed object
+  EXPECT_EQ(selections(), 0U);
+}
+
+}  // namespace
+}  // namespace jumplark
