@@ -1,13 +1,15 @@
 #pragma once
 
-#include <any>
 #include <memory>
 
 #include "platform/Geometry.h"
+#include "platform/Token.h"
 
 namespace jumplark {
 
 class JLElement;
+class RepeatingTimer;
+class TaskQueue;
 struct Notification;
 
 /// Explains what the pointer rests on and what is selected: a translucent blue box over the element under a resting
@@ -54,6 +56,9 @@ class JLDiscoveryController {
   void stopTimer();
 
   std::shared_ptr<State> state_;
+  std::shared_ptr<TaskQueue> queue_;
+  std::shared_ptr<RepeatingTimer> timer_;
+  Token observation_;
 };
 
 }  // namespace jumplark

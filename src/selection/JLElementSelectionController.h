@@ -2,9 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "overlay/HighlightOptions.h"
@@ -78,12 +79,10 @@ class JLElementSelectionController {
   struct State;
   using StatePointer = std::shared_ptr<const State>;
 
-  StatePointer change(const std::function<void(State&)>& edit);
   void updateHighlightsOf(const State& state);
   static HighlightOptionMap highlightOptionsOf(const State& state);
   static void postSelection(const State& state);
-  static void selectIndex(State& state, size_t index);
-  /// Whether a match was found without a beep.
+  /// Selects the match that the typed letters name, else the best one; whether they named one.
   static bool selectByEntry(State& state);
 
   std::unique_ptr<JLElementHighlighter> highlighter_;

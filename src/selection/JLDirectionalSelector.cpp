@@ -1,0 +1,7 @@
+#include "selection/JLDirectionalSelector.h"
+
+namespace jumplark {
+
+JLDirectionalSelector::JLDirectionalSelector(const Objects& /*objects*/, const PointBlock& /*pointBlock*/) {}
+
+}  // namespace jumplark
