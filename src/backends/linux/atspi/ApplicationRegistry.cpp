@@ -12,6 +12,8 @@ namespace {
 /// A title and a size that are both right; less is not enough to hand somebody's keystrokes to a process.
 constexpr double kSurelyTheSame = 6;
 constexpr size_t kMostFrames = 200;
+/// So that a silent application is recognised as such before a single call's own limit ends.
+constexpr auto kBeyondSilence = std::chrono::milliseconds(20);
 
 const AtspiHandle& registryRoot() {
   static const AtspiHandle root(calls::kRegistryName, calls::kRootPath);
@@ -21,7 +23,7 @@ const AtspiHandle& registryRoot() {
 }  // namespace
 
 TimePoint ApplicationRegistry::deadline() const {
-  return Clock::now() + bus_.messagingTimeout();
+  return Clock::now() + bus_.messagingTimeout() + kBeyondSilence;
 }
 
 void ApplicationRegistry::forgetOldConnection() {
@@ -143,14 +145,19 @@ Toolkit ApplicationRegistry::toolkitOf(const ElementRef& application) {
   }
   const AtspiHandle root(given->busName(), calls::kRootPath);
   Toolkit toolkit;
-  bool answered = false;
   TypedBatch batch;
-  batch.add<std::string>(calls::toolkitName(root), [&](std::string& name) {
-    toolkit.name = name;
-    answered = true;
-  });
-  batch.add<std::string>(calls::toolkitVersion(root), [&](std::string& version) { toolkit.version = version; });
-  batch.add<std::string>(calls::peerAddress(root), [&](std::string& address) { toolkit.peerAddress = address; });
+  // What came too late is asked again next time: half of the answers would name another toolkit for good.
+  bool answered = true;
+  const auto onError = [&](AccessibilityError error) {
+    answered = answered && error != AccessibilityError::cannotComplete && error != AccessibilityError::apiDisabled;
+  };
+  const auto ask = [&](TypedCall<std::string> call, std::string& answer) {
+    batch.add<std::string>(
+        std::move(call), [&answer](std::string& text) { answer = std::move(text); }, onError);
+  };
+  ask(calls::toolkitName(root), toolkit.name);
+  ask(calls::toolkitVersion(root), toolkit.version);
+  ask(calls::peerAddress(root), toolkit.peerAddress);
   batch.run(bus_, deadline());
   toolkit.family = familyOf(toolkit.name, toolkit.version);
   if (!toolkit.peerAddress.empty()) {

@@ -2,28 +2,16 @@
 
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
+#include "backends/linux/atspi/TextUnits.h"
 #include "backends/linux/x11/WindowSystem.h"
 
 namespace jumplark::atspi {
 
 namespace {
 
-bool isBlank(const std::string& text) {
-  return text.find_first_not_of(" \t\r\n") == std::string::npos;
-}
-
 /// The element with further groups, read only now that they are needed.
 FactsPointer withGroups(const Subject& subject, facts::Set groups) {
   return subject.vocabulary->neighbours.with(subject.element, groups);
-}
-
-/// Without the characters that stand for embedded objects (U+FFFC), which nobody sees as text.
-std::string withoutObjects(std::string text) {
-  constexpr std::string_view kObject = "\xEF\xBF\xBC";
-  for (size_t at = text.find(kObject); at != std::string::npos; at = text.find(kObject, at)) {
-    text.erase(at, kObject.size());
-  }
-  return text;
 }
 
 std::string textOf(const Subject& subject) {

@@ -5,6 +5,7 @@
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/ChildrenByPlace.h"
+#include "backends/linux/atspi/ComboChoices.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
@@ -91,8 +92,8 @@ void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
   }
   complete_ = complete_ && level.empty();
   leaveOutNoise(all);
-  readChoices(all);
   TreeWalk(runner_, plan_, elements_, texts_).readFurther(all);
+  readChoices(runner_, all, plan_.deadline);
 }
 
 FactsPointer ChromiumWalk::emptyPage() const {
@@ -294,31 +295,6 @@ void ChromiumWalk::leaveOutNoise(Level& all) {
     elements_.erase(element->ref);
     return true;
   });
-}
-
-void ChromiumWalk::readChoices(const Level& all) {
-  // The chosen entry is selected in the closed list below the box.
-  TypedBatch batch;
-  std::vector<std::pair<ElementFacts*, ElementRef>> chosen;
-  for (const auto& element : all) {
-    ElementFacts* e = element.get();
-    if (e->role == role::comboBox && !e->is(state::editable) && e->children.size() == 1) {
-      batch.add<ElementRef>(calls::selectedChild(*handleOf(e->children[0]), 0),
-                            [&chosen, e](ElementRef& entry) { chosen.emplace_back(e, entry); });
-    }
-  }
-  batch.run(runner_, plan_.deadline);
-  for (const auto& [box, entry] : chosen) {
-    if (handleOf(entry)) {
-      batch.add<std::string>(calls::name(*handleOf(entry)), [box = box](std::string& name) {
-        box->shortText = std::move(name);
-        box->characterCount = static_cast<int64_t>(box->shortText.size());
-        box->known |= facts::text;
-        box->interfaces |= interface_bit::text;
-      });
-    }
-  }
-  batch.run(runner_, plan_.deadline);
 }
 
 Rect ChromiumWalk::visiblePart(const ElementFacts& element) const {

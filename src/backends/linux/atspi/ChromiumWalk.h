@@ -38,7 +38,6 @@ class ChromiumWalk {
   void adopt(ElementFacts& parent, const std::vector<ElementRef>& children, Level& next);
   void leaveOutNoise(Level& all);
   bool isNoise(const ElementFacts& element) const;
-  void readChoices(const Level& all);
   Rect visiblePart(const ElementFacts& element) const;
   void noteError(AccessibilityError error);
   bool stopped() const;

@@ -33,6 +33,20 @@ bool isPlainControl(uint32_t number) {
   }
 }
 
+/// What is named after all it holds, so that its name does not tell its own words.
+bool mayHoldWords(uint32_t number) {
+  switch (number) {
+    case role::label:
+    case role::listItem:
+    case role::tableCell:
+    case role::rowHeader:
+    case role::columnHeader:
+      return true;
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
 bool isTextEntry(const ElementFacts& element) {
@@ -51,6 +65,11 @@ bool isTextEntry(const ElementFacts& element) {
   }
 }
 
+bool isHypertext(const ElementFacts& element) {
+  constexpr uint32_t kBoth = interface_bit::text | interface_bit::hyperlink;
+  return (element.interfaces & kBoth) == kBoth && element.role != role::passwordText;
+}
+
 bool mayBeLabelledByAnother(const ElementFacts& element) {
   return isTextEntry(element) || isCaptionedChooser(element.role) ||
          (isPlainControl(element.role) && element.name.empty());
@@ -65,7 +84,7 @@ facts::Set factsWorthReading(const ElementFacts& element) {
     wanted |= facts::attributes;
   }
   if ((element.interfaces & interface_bit::text) != 0 && element.role != role::passwordText &&
-      (isTextEntry(element) || element.name.empty())) {
+      (isTextEntry(element) || element.name.empty() || (isHypertext(element) && mayHoldWords(element.role)))) {
     wanted |= facts::text;
   }
   if ((element.interfaces & interface_bit::value) != 0) {

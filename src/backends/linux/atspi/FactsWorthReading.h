@@ -14,6 +14,10 @@ facts::Set factsWorthReading(const ElementFacts& element);
 /// message: entries, choosers and sliders always, other controls when they have no name of their own.
 bool mayBeLabelledByAnother(const ElementFacts& element);
 
+/// True for an element whose text holds its own words between those of its children, each of which stands in it as one
+/// character (U+FFFC). Browsers of the Gecko family have no elements for plain words.
+bool isHypertext(const ElementFacts& element);
+
 /// True for an element whose content is typed text: entries, spin buttons, texts, terminals, passwords.
 bool isTextEntry(const ElementFacts& element);
 

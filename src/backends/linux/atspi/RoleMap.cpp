@@ -6,8 +6,10 @@
 #include <unordered_map>
 
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/Neighbours.h"
 #include "backends/linux/atspi/PanelFrames.h"
+#include "backends/linux/atspi/TextUnits.h"
 
 namespace jumplark::atspi {
 
@@ -126,7 +128,17 @@ bool implements(const ElementFacts& element, uint32_t interface) {
   return (element.interfaces & interface) != 0;
 }
 
+/// False for what is known to say nothing.
+bool mayBeText(const ElementFacts& element) {
+  return implements(element, interface_bit::text) &&
+         !(element.has(facts::text | facts::texts) && isBlank(element.name) && isBlank(element.shortText));
+}
+
 }  // namespace
+
+bool RoleMap::holdsWords(const ElementFacts& element) {
+  return isHypertext(element) && element.has(facts::text) && !isBlank(withoutObjects(element.shortText));
+}
 
 std::string_view RoleMap::role(const ElementFacts& element) const {
   const auto rule = rules().find(element.role);
@@ -148,10 +160,10 @@ std::string_view RoleMap::role(const ElementFacts& element) const {
     case Kind::icon:
       return iconRole(element);
     case Kind::row:
-      return hasChildren(element) ? "AXRow" : "AXCell";
+      return !hasChildren(element) ? "AXCell" : holdsWords(element) ? "AXStaticText" : "AXRow";
     case Kind::prose:
-      return implements(element, interface_bit::text) && !hasChildren(element) ? "AXStaticText"
-                                                                               : containerRole(element);
+      return holdsWords(element) || (mayBeText(element) && !hasChildren(element)) ? "AXStaticText"
+                                                                                  : containerRole(element);
     case Kind::unknown:
       if (hasChildren(element)) {
         return containerRole(element);

@@ -23,6 +23,9 @@ class RoleMap {
   /// The element's "AXSubrole"; empty when it has none.
   std::string_view subrole(const ElementFacts& element) const;
 
+  /// True for an element of a document that is known to hold words of its own, besides what its children hold.
+  static bool holdsWords(const ElementFacts& element);
+
   /// True for a frame or dialog directly below its application.
   bool isTopLevel(const ElementFacts& element) const;
 

@@ -13,8 +13,6 @@
 namespace jumplark::atspi {
 namespace {
 
-constexpr auto kLimit = std::chrono::seconds(3);
-
 bool isPanel(const std::vector<WindowFacts>& windows) {
   return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.type == WindowType::dock; });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -15,9 +16,12 @@ namespace jumplark::atspi {
 /// Every toolkit answers the walk; what a toolkit's cache tells of its elements at once is not asked again.
 class SnapshotReader {
  public:
+  /// The longest time that reading takes.
+  static constexpr auto kLimit = std::chrono::seconds(3);
+
   SnapshotReader(BusConnection& bus, ApplicationRegistry& registry) : bus_(bus), registry_(registry), chromium_(bus) {}
 
-  /// At most a few seconds; less when the application does not answer or `cancelled` says so. Never null: what could
+  /// At most kLimit; less when the application does not answer or `cancelled` says so. Never null: what could
   /// not be read is missing from it.
   std::unique_ptr<Snapshot> read(const ElementRef& application, bool visibleOnly,
                                  const std::function<bool()>& cancelled);

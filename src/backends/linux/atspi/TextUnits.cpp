@@ -58,4 +58,16 @@ std::string prefixOfUnits(std::string_view text, int64_t units) {
   return std::string(text.substr(0, measure(text, units).bytes));
 }
 
+bool isBlank(std::string_view text) {
+  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+std::string withoutObjects(std::string text) {
+  constexpr std::string_view kObject = "\xEF\xBF\xBC";
+  for (size_t at = text.find(kObject); at != std::string::npos; at = text.find(kObject, at)) {
+    text.erase(at, kObject.size());
+  }
+  return text;
+}
+
 }  // namespace jumplark::atspi

@@ -16,4 +16,9 @@ int64_t codePointsInUnits(std::string_view text, int64_t units);
 /// The text of at most `units` UTF-16 units, without half a character at its end.
 std::string prefixOfUnits(std::string_view text, int64_t units);
 
+/// Nothing but white space.
+bool isBlank(std::string_view text);
+/// Without the characters that stand for embedded objects (U+FFFC), which nobody sees as text.
+std::string withoutObjects(std::string text);
+
 }  // namespace jumplark::atspi

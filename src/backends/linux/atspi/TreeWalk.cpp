@@ -5,6 +5,7 @@
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/CachedTree.h"
+#include "backends/linux/atspi/ComboChoices.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/Gtk4Tree.h"
 #include "backends/linux/atspi/TypedBatch.h"
@@ -53,6 +54,9 @@ void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
     std::erase_if(all, [this](const auto& element) { return !elements_.contains(element->ref); });
   }
   readExtras(all);
+  if (plan_.toolkit.family == ToolkitFamily::gtk3 || plan_.toolkit.family == ToolkitFamily::other) {
+    readChoices(runner_, all, plan_.deadline);
+  }
 }
 
 std::shared_ptr<ElementFacts> TreeWalk::claim(const ElementRef& element, const ElementRef& parent) {

@@ -86,7 +86,8 @@ bool isWanted(const Request& request, std::string_view axRole, const ElementFact
     return request.wants("AXFrameSearchKey");
   }
   if (request.wants("AXAnyTypeSearchKey") || (request.wants("AXControlSearchKey") && isControl(axRole, element)) ||
-      (request.wants("AXHeadingSearchKey") && element.role == role::heading)) {
+      (request.wants("AXHeadingSearchKey") && element.role == role::heading) ||
+      (request.wants("AXStaticTextSearchKey") && axRole == "AXCell" && RoleMap::holdsWords(element))) {
     return true;
   }
   return std::any_of(std::begin(kKeys), std::end(kKeys),
@@ -166,7 +167,7 @@ class Search {
     if (place.isFace && (axRole == "AXStaticText" || axRole == "AXImage")) {
       return false;
     }
-    place.isFace = place.isFace || swallowsItsFace(axRole);
+    place.isFace = place.isFace || (swallowsItsFace(axRole) && !RoleMap::holdsWords(element));
     return true;
   }
 

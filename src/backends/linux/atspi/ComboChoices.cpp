@@ -1,0 +1,61 @@
+#include "backends/linux/atspi/ComboChoices.h"
+
+#include <string_view>
+#include <utility>
+
+#include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/TextUnits.h"
+#include "backends/linux/atspi/TypedBatch.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Who tells what is selected: the box itself (GTK 3), or the closed list below it (browsers).
+const ElementRef* chooser(const ElementFacts& box) {
+  if (box.role != role::comboBox || box.is(state::editable) || !box.is(state::showing)) {
+    return nullptr;
+  }
+  if ((box.interfaces & interface_bit::selection) != 0) {
+    return &box.ref;
+  }
+  return box.children.size() == 1 ? &box.children[0] : nullptr;
+}
+
+void keepChoice(ElementFacts& box, std::string choice) {
+  // GTK 3 names a box after the first text of the chosen row, be it the name of an icon.
+  constexpr std::string_view kIcon = "-symbolic";
+  if (box.name.ends_with(kIcon) && choice != box.name) {
+    box.name.clear();
+  }
+  box.characterCount = codePointCount(choice);
+  box.shortText = std::move(choice);
+  box.known |= facts::text;
+  box.interfaces |= interface_bit::text;
+}
+
+}  // namespace
+
+void readChoices(CallRunner& runner, const std::vector<std::shared_ptr<ElementFacts>>& elements, TimePoint deadline) {
+  TypedBatch batch;
+  std::vector<std::pair<ElementFacts*, ElementRef>> chosen;
+  for (const auto& element : elements) {
+    if (const ElementRef* asked = chooser(*element)) {
+      batch.add<ElementRef>(calls::selectedChild(*handleOf(*asked), 0),
+                            [&chosen, box = element.get()](ElementRef& entry) { chosen.emplace_back(box, entry); });
+    }
+  }
+  batch.run(runner, deadline);
+  for (const auto& [box, entry] : chosen) {
+    if (handleOf(entry)) {
+      batch.add<std::string>(calls::name(*handleOf(entry)), [box = box](std::string& name) {
+        if (!isBlank(name)) {
+          keepChoice(*box, std::move(name));
+        }
+      });
+    }
+  }
+  batch.run(runner, deadline);
+}
+
+}  // namespace jumplark::atspi
