@@ -38,7 +38,11 @@ std::vector<ElementSource::Frame> framesFrom(const std::vector<MatchedFrame>& ma
 }  // namespace
 
 AtspiElementSource::AtspiElementSource(BusConnection::Options options, WindowSystem& windows)
-    : windows_(windows), bus_(std::move(options)), registry_(bus_, windows), reader_(bus_, registry_) {}
+    : windows_(windows),
+      bus_(std::move(options)),
+      calls_(bus_, isLive),
+      registry_(bus_, windows),
+      reader_(bus_, registry_) {}
 
 TimePoint AtspiElementSource::deadline() const {
   return Clock::now() + bus_.messagingTimeout() + kBeyondSilence;
@@ -64,16 +68,20 @@ Point AtspiElementSource::offsetNow(const AtspiHandle& element, const Toolkit& t
 }
 
 Point AtspiElementSource::frameOffsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
-  const Matched now = matchNow(applicationOf(element));
+  using Frames = std::vector<MatchedFrame>;
+  const ElementRef application = applicationOf(element);
+  const auto known =
+      isLive() ? std::nullopt : store_.ask<Frames>(application, [](const Snapshot& s) { return s.frames; });
+  const Frames frames = known ? *known : matchNow(application).matched;
   ElementRef above = makeRef(element.busName(), element.path());
   for (int i = 0; i < kDeepest && handleOf(above); ++i) {
-    for (const MatchedFrame& m : now.matched) {
+    for (const MatchedFrame& m : frames) {
       if (m.frame.element == above) {
         return extentsOffset(toolkit, m.window, m.frame.reported);
       }
     }
-    const FactsPointer known = store_.find(above);
-    above = known ? known->parent : callOnce(bus_, calls::parent(*handleOf(above)), deadline()).value;
+    const FactsPointer parent = store_.find(above);
+    above = parent ? parent->parent : callOnce(calls_, calls::parent(*handleOf(above)), deadline()).value;
   }
   return {};
 }
@@ -115,7 +123,7 @@ AccessibilityResult<FactsPointer> AtspiElementSource::facts(const ElementRef& el
     return known;
   }
   std::vector<ReadRequest> requests{requestFor(element, wanted)};
-  FactsReader(bus_).read(requests, deadline());
+  FactsReader(calls_).read(requests, deadline());
   if (requests[0].error != AccessibilityError::success) {
     return requests[0].error;
   }
@@ -135,7 +143,7 @@ std::vector<FactsPointer> AtspiElementSource::factsOfAll(const std::vector<Eleme
     }
   }
   if (!requests.empty()) {
-    FactsReader(bus_).read(requests, deadline());
+    FactsReader(calls_).read(requests, deadline());
   }
   for (size_t i = 0; i < requests.size(); ++i) {
     if (requests[i].error == AccessibilityError::success) {
@@ -164,12 +172,12 @@ AccessibilityResult<std::vector<ElementRef>> AtspiElementSource::childrenInRange
     const auto first = known->children.begin() + std::min(index, size);
     return std::vector<ElementRef>(first, first + std::min(count, size - std::min(index, size)));
   }
-  const auto total = callOnce(bus_, calls::childCount(*handle), deadline());
+  const auto total = callOnce(calls_, calls::childCount(*handle), deadline());
   if (!total.ok()) {
     return total.error;
   }
   const int64_t left = std::max<int64_t>(total.value - index, 0);
-  return childrenOneByOne(bus_, *handle, index, std::min(count, left), deadline());
+  return childrenOneByOne(calls_, *handle, index, std::min(count, left), deadline());
 }
 
 ElementRef AtspiElementSource::application(int32_t pid) {
@@ -268,7 +276,7 @@ AccessibilityResult<std::string> AtspiElementSource::textInRange(const ElementRe
     return error;
   }
   const auto last = static_cast<int32_t>(std::min(end, start + kLongestPart));
-  return callOnce(bus_, calls::text(*handleOf(element), static_cast<int32_t>(start), last), deadline());
+  return callOnce(calls_, calls::text(*handleOf(element), static_cast<int32_t>(start), last), deadline());
 }
 
 AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleTextRange(const ElementRef& element) {
@@ -290,7 +298,7 @@ AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleText
     local->y -= offset.y;
   }
   std::vector<TextRequest> requests{{element, found->is(state::multiLine), local, {}}};
-  readTexts(bus_, requests, deadline());
+  readTexts(calls_, requests, deadline());
   const TextFacts& text = requests[0].answer;
   if (text.count < 0) {
     return AccessibilityError::cannotComplete;
@@ -331,6 +339,7 @@ void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool vis
 
 void AtspiElementSource::endSnapshot() {
   store_.clear();
+  calls_.clear();
 }
 
 std::vector<FactsPointer> AtspiElementSource::snapshotElements(const ElementRef& application) {

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "backends/linux/atspi/AllowedCalls.h"
 #include "backends/linux/atspi/ApplicationRegistry.h"
 #include "backends/linux/atspi/BusConnection.h"
 #include "backends/linux/atspi/ElementFacts.h"
@@ -68,6 +69,7 @@ class AtspiElementSource final : public ElementSource {
 
   WindowSystem& windows_;
   BusConnection bus_;
+  AllowedCalls calls_;  ///< for what a snapshot lacks
   ApplicationRegistry registry_;
   SnapshotReader reader_;
   SnapshotStore store_;

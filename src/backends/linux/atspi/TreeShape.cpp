@@ -248,6 +248,10 @@ TreeShape::List TreeShape::children(const ElementFacts& element) const {
     return {0, std::make_shared<const std::vector<ElementRef>>()};
   }
   const auto held = static_cast<int64_t>(self->children.size());
+  // What does not show of a large container is not read one by one for a snapshot: that would take minutes.
+  if (self->childrenAreVisibleOnly && neighbours_.isInSnapshot(element.ref)) {
+    return remembered(element, Which::children);
+  }
   if (self->childrenAreVisibleOnly || self->childCount > std::max(held, kLongList)) {
     return {std::max(self->childCount, held), nullptr};
   }
