@@ -329,12 +329,15 @@ void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool vis
     return;
   }
   const uint64_t era = store_.era();
+  const TimePoint started = Clock::now();
   auto snapshot = reader_.read(application, visibleOnly, [this, era] { return store_.era() != era; });
   {
     const std::lock_guard lock(shiftsMutex_);
     shifts_[handleOf(application)->busName()] = snapshot->shifts;
   }
-  store_.keep(std::move(snapshot), era);
+  if (store_.keep(std::move(snapshot), era)) {
+    calls_.allow(handleOf(application)->busName(), SnapshotReader::kLimit - (Clock::now() - started));
+  }
 }
 
 void AtspiElementSource::endSnapshot() {
