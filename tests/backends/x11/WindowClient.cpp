@@ -3,8 +3,12 @@
 //   window ID | press BUTTON X Y STATE | release BUTTON X Y STATE | key KEYCODE STATE | keyrelease KEYCODE STATE
 // X and Y are relative to the window. Arguments (all but the geometry optional):
 //   WxH+X+Y --title T --latin1-title T --class INSTANCE CLASS --type NORMAL --modal --transient ID --application-id ID
-//   --override-redirect --input X Y W H --bounding X Y W H --gtk-extents L R T B --no-pid --churn
-// With --churn it makes and destroys further windows as fast as it can.
+//   --override-redirect --input X Y W H --bounding X Y W H --gtk-extents L R T B --strut LEFT RIGHT TOP BOTTOM BEGIN
+//   END
+//   --no-pid --churn --menu LEVELS
+// With --strut BEGIN and END are those of every side that reserves space. With --churn it makes and destroys further
+// windows as fast as it can. With --menu it opens a menu of that many levels and grabs the keyboard, prints "menu",
+// closes a level at each Escape without modifiers, and ends the grab with the last.
 
 #include <unistd.h>
 #include <xcb/shape.h>
@@ -22,6 +26,8 @@ namespace {
 
 xcb_connection_t* connection;
 xcb_screen_t* screen;
+uint32_t menuLevels = 0;
+std::vector<xcb_window_t> menu;
 
 xcb_atom_t atom(const std::string& name) {
   const auto cookie = xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.c_str());
@@ -111,6 +117,20 @@ void apply(const std::string& name, Options& options, xcb_window_t window, bool&
     const uint32_t right = options.number();
     const uint32_t top = options.number();
     setNumbers(window, "_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, {left, right, top, options.number()});
+  } else if (name == "--strut") {
+    std::vector<uint32_t> values(12, 0);
+    for (size_t side = 0; side < 4; ++side) {
+      values[side] = options.number();
+    }
+    const uint32_t begin = options.number();
+    const uint32_t end = options.number();
+    for (size_t side = 0; side < 4; ++side) {
+      values[4 + 2 * side] = values[side] > 0 ? begin : 0;
+      values[5 + 2 * side] = values[side] > 0 ? end : 0;
+    }
+    setNumbers(window, "_NET_WM_STRUT_PARTIAL", XCB_ATOM_CARDINAL, values);
+  } else if (name == "--menu") {
+    menuLevels = options.number();
   } else if (name == "--no-pid") {
     wantsPid = false;
   } else if (name == "--churn") {
@@ -134,6 +154,32 @@ void churn() {
   }
 }
 
+void openMenu() {
+  for (uint32_t level = 0; level < menuLevels; ++level) {
+    menu.push_back(createWindow("60x60+300+200", true));
+    xcb_map_window(connection, menu.back());
+  }
+  xcb_grab_keyboard_reply_t* reply = xcb_grab_keyboard_reply(
+      connection,
+      xcb_grab_keyboard(connection, 0, menu.front(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+      nullptr);
+  std::printf(reply && reply->status == XCB_GRAB_STATUS_SUCCESS ? "menu\n" : "no menu\n");
+  std::free(reply);
+}
+
+void closeLevel(const xcb_key_press_event_t& key) {
+  constexpr xcb_keycode_t escape = 9;
+  if (menu.empty() || key.detail != escape || key.state != 0) {
+    return;
+  }
+  xcb_destroy_window(connection, menu.back());
+  menu.pop_back();
+  if (menu.empty()) {
+    xcb_ungrab_keyboard(connection, XCB_CURRENT_TIME);
+  }
+  xcb_flush(connection);
+}
+
 void print(const xcb_generic_event_t* event) {
   switch (event->response_type & 0x7F) {
     case XCB_BUTTON_PRESS:
@@ -148,6 +194,9 @@ void print(const xcb_generic_event_t* event) {
       const auto* e = reinterpret_cast<const xcb_key_press_event_t*>(event);
       const bool press = (event->response_type & 0x7F) == XCB_KEY_PRESS;
       std::printf("%s %d 0x%x\n", press ? "key" : "keyrelease", e->detail, e->state);
+      if (press) {
+        closeLevel(*e);
+      }
       break;
     }
     default:
@@ -182,6 +231,9 @@ int main(int argc, char** argv) {
   xcb_map_window(connection, window);
   xcb_flush(connection);
   std::printf("window %u\n", window);
+  if (menuLevels > 0) {
+    openMenu();
+  }
   std::fflush(stdout);
   if (churns) {
     churn();

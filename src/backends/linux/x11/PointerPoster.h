@@ -35,7 +35,6 @@ class PointerPoster {
   void press();
   void release();
   uint8_t physicalLeftButton() const;
-  std::vector<uint8_t> heldModifierKeys() const;
 
   std::shared_ptr<X11Connection> x_;
   KeycodeCallback willReleaseKey_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "backends/linux/x11/KeyboardEvents.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/XkbHeader.h"
 
@@ -13,9 +14,6 @@ namespace {
 
 using x11::takeReply;
 
-/// One change of the keyboard layout gives several notifications.
-constexpr std::chrono::milliseconds kKeyboardQuiet{50};
-
 constexpr uint32_t kLeftButton = 1;
 
 constexpr uint64_t bit(uint32_t type) {
@@ -23,29 +21,6 @@ constexpr uint64_t bit(uint32_t type) {
 }
 constexpr uint64_t kKeyEvents = bit(event_type::keyDown) | bit(event_type::keyUp) | bit(event_type::flagsChanged);
 constexpr uint64_t kButtonEvents = bit(event_type::leftMouseDown) | bit(event_type::leftMouseUp);
-
-void selectRawEvents(const X11Connection& x, uint32_t mask) {
-  struct {
-    xcb_input_event_mask_t head;
-    uint32_t mask;
-  } selection{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, mask};
-  x.check(xcb_input_xi_select_events_checked(x.get(), x.root(), 1, &selection.head));
-}
-
-void selectKeyboardEvents(const X11Connection& x, bool state) {
-  constexpr uint16_t always = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
-  constexpr uint16_t stateParts = XCB_XKB_STATE_PART_MODIFIER_STATE | XCB_XKB_STATE_PART_GROUP_STATE;
-  constexpr uint16_t mapParts = XCB_XKB_MAP_PART_KEY_TYPES | XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP |
-                                XCB_XKB_MAP_PART_VIRTUAL_MODS | XCB_XKB_MAP_PART_VIRTUAL_MOD_MAP;
-  constexpr uint16_t keyboardParts = XCB_XKB_NKN_DETAIL_KEYCODES;
-  xcb_xkb_select_events_details_t details{};
-  details.affectNewKeyboard = keyboardParts;
-  details.newKeyboardDetails = keyboardParts;
-  details.affectState = stateParts;
-  details.stateDetails = state ? stateParts : 0;
-  x.check(xcb_xkb_select_events_aux_checked(x.get(), XCB_XKB_ID_USE_CORE_KBD, always | XCB_XKB_EVENT_TYPE_STATE_NOTIFY,
-                                            0, 0, mapParts, mapParts, &details));
-}
 
 // A key that is kept from applications and held on is not a press again.
 bool wants(const EventTapConfiguration& configuration, const InputEvent& event) {
@@ -94,7 +69,7 @@ std::shared_ptr<X11EventTaps> X11EventTaps::create(const std::string& display) {
   }
   std::shared_ptr<X11EventTaps> result(new X11EventTaps(std::move(connection)));
   result->tracker_.setMap(std::move(map));
-  selectKeyboardEvents(*result->x_, false);
+  x11::selectKeyboardEvents(*result->x_, false);
   result->thread_.start();
   return result;
 }
@@ -175,8 +150,8 @@ void X11EventTaps::listen() {
   if ((wanted & kButtonEvents) != 0) {
     raw |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
   }
-  selectRawEvents(*x_, raw);
-  selectKeyboardEvents(*x_, wanted != 0);
+  x11::selectRawEvents(*x_, raw);
+  x11::selectKeyboardEvents(*x_, wanted != 0);
   if (begins) {
     validFrom_ = synchronise(true);
   }
@@ -218,13 +193,8 @@ void X11EventTaps::updateGrabs() {
 }
 
 void X11EventTaps::handle(const xcb_generic_event_t& event) {
-  const uint8_t type = event.response_type & 0x7FU;
-  if (type == XCB_MAPPING_NOTIFY) {
-    thread_.startTimer(kKeyboardQuiet);
-    return;
-  }
-  if (type == x_->extensions().xkbFirstEvent && event.pad0 != XCB_XKB_STATE_NOTIFY) {
-    thread_.startTimer(kKeyboardQuiet);
+  if (x11::isKeyboardChange(*x_, event)) {
+    thread_.startTimer(x11::kKeyboardQuiet);
     return;
   }
   if (const auto translated = translate(event)) {
@@ -242,9 +212,7 @@ std::optional<InputEvent> X11EventTaps::translate(const xcb_generic_event_t& eve
     const auto& state = reinterpret_cast<const xcb_xkb_state_notify_event_t&>(event);
     return tracker_.state(state.mods, state.group, state.keycode, state.time);
   }
-  const bool isInput = type == XCB_GE_GENERIC && reinterpret_cast<const xcb_ge_generic_event_t&>(event).extension ==
-                                                     x_->extensions().xinputOpcode;
-  return isInput ? translateRaw(event) : std::nullopt;
+  return x11::isInputEvent(*x_, event) ? translateRaw(event) : std::nullopt;
 }
 
 std::optional<InputEvent> X11EventTaps::translateRaw(const xcb_generic_event_t& event) {

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "backends/linux/x11/X11Connection.h"
+
+namespace jumplark {
+
+/// Takes the keyboard although another client has grabbed it, as an open menu does: Escape, typed through XTEST, closes
+/// the menu level by level. Used on one thread.
+class MenuCloser {
+ public:
+  using KeycodeCallback = std::function<void(uint8_t keycode)>;
+
+  /// `willReleaseKey` is called before each release of a modifier that the user holds.
+  MenuCloser(std::shared_ptr<X11Connection> connection, KeycodeCallback willReleaseKey)
+      : x_(std::move(connection)), willReleaseKey_(std::move(willReleaseKey)) {}
+
+  /// Grabs the keyboard, frozen. Waits for the other client for a fifth of a second a level at most, less once
+  /// `stopping` is set; false when it keeps the keyboard. Modifiers that are held are released, since a menu takes
+  /// Escape with modifiers for another key; the user's own release does nothing more.
+  bool takeKeyboard(uint8_t escape, const std::atomic<bool>& stopping);
+
+ private:
+  bool grab();
+  bool closesLevel(size_t open, const std::atomic<bool>& stopping);
+  size_t openLevels() const;
+  void releaseModifiers();
+  void type(uint8_t keycode);
+
+  std::shared_ptr<X11Connection> x_;
+  KeycodeCallback willReleaseKey_;
+  bool grabbed_ = false;
+};
+
+}  // namespace jumplark
