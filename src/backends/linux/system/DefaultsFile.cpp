@@ -1,0 +1,233 @@
+#include "backends/linux/system/DefaultsFile.h"
+
+#include <pwd.h>
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include "backends/linux/system/FolderWatch.h"
+
+namespace jumplark {
+namespace {
+
+std::filesystem::path absolutePath(const char* text) {
+  std::filesystem::path path = text ? text : "";
+  return path.is_absolute() ? path : std::filesystem::path();
+}
+
+std::filesystem::path homeFolder() {
+  std::filesystem::path home = absolutePath(std::getenv("HOME"));
+  if (home.empty()) {
+    const passwd* const user = ::getpwuid(::getuid());
+    home = absolutePath(user ? user->pw_dir : nullptr);
+  }
+  return home;
+}
+
+std::filesystem::path behindLinks(const std::filesystem::path& path) {
+  std::error_code error;
+  if (std::filesystem::is_symlink(path, error)) {
+    std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
+    return error ? path : target;
+  }
+  return path;
+}
+
+DefaultsValue member(const nlohmann::json& object, const std::string& key) {
+  const auto found = object.find(key);
+  return found != object.end() ? *found : DefaultsValue();
+}
+
+}  // namespace
+
+std::filesystem::path DefaultsFile::pathFromEnvironment() {
+  std::filesystem::path folder = absolutePath(std::getenv("XDG_CONFIG_HOME"));
+  if (folder.empty()) {
+    const std::filesystem::path home = homeFolder();
+    if (home.empty()) {
+      return {};
+    }
+    folder = home / ".config";
+  }
+  return folder / "jumplark" / "defaults.json";
+}
+
+DefaultsFile::DefaultsFile(Queues& queues, const std::filesystem::path& path)
+    : observers_(queues), file_(behindLinks(path)) {
+  if (file_.path().empty()) {
+    spdlog::warn("There is no folder for settings: they last only until this program ends");
+    return;
+  }
+  exchange();
+  watch_ = std::make_unique<FolderWatch>(file_.path().parent_path(), file_.path().filename().string(),
+                                         [this] { exchange(); });
+}
+
+DefaultsFile::~DefaultsFile() {
+  watch_.reset();
+  if (!pendingChanges().empty()) {
+    exchange();
+  }
+}
+
+DefaultsValue DefaultsFile::valueLocked(const std::string& key) const {
+  const auto change = pending_.find(key);
+  DefaultsValue stored = change != pending_.end() ? change->second.value : member(contents_, key);
+  if (!stored.is_null()) {
+    return stored;
+  }
+  const auto fallback = registered_.find(key);
+  return fallback != registered_.end() ? fallback->second : DefaultsValue();
+}
+
+DefaultsValue DefaultsFile::value(const std::string& key) {
+  const std::scoped_lock lock(mutex_);
+  return valueLocked(key);
+}
+
+void DefaultsFile::setValue(const std::string& key, DefaultsValue value) {
+  {
+    const std::scoped_lock lock(mutex_);
+    if (!pending_.contains(key) && member(contents_, key) == value) {
+      return;
+    }
+    const DefaultsValue before = valueLocked(key);
+    pending_[key] = {std::move(value), ++lastNumber_};
+    if (DefaultsValue now = valueLocked(key); now != before) {
+      // Announcing only posts; under the lock, so that observers hear of changes in their order.
+      observers_.announce(key, now);
+    }
+  }
+  if (watch_) {
+    watch_->poke();
+  }
+}
+
+void DefaultsFile::registerDefaults(const std::map<std::string, DefaultsValue>& values) {
+  const std::scoped_lock lock(mutex_);
+  for (const auto& [key, value] : values) {
+    const DefaultsValue before = valueLocked(key);
+    registered_[key] = value;
+    if (DefaultsValue now = valueLocked(key); now != before) {
+      observers_.announce(key, now);
+    }
+  }
+}
+
+Token DefaultsFile::observe(const std::string& key, Observer observer) {
+  return observers_.observe(key, std::move(observer));
+}
+
+bool DefaultsFile::synchronize() {
+  return exchange();
+}
+
+DefaultsFile::Changes DefaultsFile::pendingChanges() const {
+  const std::scoped_lock lock(mutex_);
+  return pending_;
+}
+
+/// Reads what others have written and writes what they have not.
+bool DefaultsFile::exchange() {
+  if (file_.path().empty()) {
+    return false;
+  }
+  const std::scoped_lock busy(fileMutex_);
+  const Changes changes = pendingChanges();
+  if (!changes.empty()) {
+    if (const std::string problem = makePrivateFolders(file_.path().parent_path()); !problem.empty()) {
+      return fail(problem);
+    }
+  }
+  const std::optional<FileDescriptor> locked = file_.lock();
+  const bool mayWrite = locked.has_value();
+  const JsonFile::Contents contents = file_.readWhole();
+  if (contents.state == JsonFile::State::unreadable) {
+    return fail(contents.problem);
+  }
+  if (contents.state == JsonFile::State::corrupt) {
+    return mayWrite ? mendFile(contents) : fail(contents.problem);
+  }
+  wasRead_ = true;
+  if (!changes.empty() && !mayWrite) {
+    adopt(contents.object, {});
+    return fail("another program keeps it locked");
+  }
+  return store(contents.object, changes, false);
+}
+
+bool DefaultsFile::mendFile(const JsonFile::Contents& contents) {
+  const std::optional<std::filesystem::path> aside = file_.setAside();
+  if (!aside) {
+    return fail(contents.problem);
+  }
+  spdlog::error("The settings in {} cannot be read: {}. The file is now {}; {}", file_.path().string(),
+                contents.problem, aside->string(),
+                wasRead_ ? "the settings that held are written anew" : "every setting has its default");
+  nlohmann::json held = nlohmann::json::object();
+  if (std::exchange(wasRead_, true)) {
+    const std::scoped_lock lock(mutex_);
+    held = contents_;
+  }
+  const bool hasValues = !held.empty();
+  return store(held, pendingChanges(), hasValues);
+}
+
+/// Puts the changes into the contents and writes these where that changes anything, or `always`.
+bool DefaultsFile::store(const nlohmann::json& base, const Changes& changes, bool always) {
+  nlohmann::json merged = base;
+  for (const auto& [key, change] : changes) {
+    if (change.value.is_null()) {
+      merged.erase(key);
+    } else {
+      merged[key] = change.value;
+    }
+  }
+  if (always || merged != base) {
+    if (const std::string problem = file_.write(merged); !problem.empty()) {
+      adopt(base, {});
+      return fail(problem);
+    }
+  }
+  adopt(std::move(merged), changes);
+  failureLogged_ = false;
+  return true;
+}
+
+/// The file's contents are these now; `written` are the changes that they hold already.
+void DefaultsFile::adopt(nlohmann::json contents, const Changes& written) {
+  const std::scoped_lock lock(mutex_);
+  std::map<std::string, DefaultsValue> before;
+  for (const nlohmann::json* object : {&std::as_const(contents_), &std::as_const(contents)}) {
+    for (const auto& [key, value] : object->items()) {
+      before[key] = valueLocked(key);
+    }
+  }
+  for (const auto& [key, change] : written) {
+    before[key] = valueLocked(key);
+    const auto pending = pending_.find(key);
+    if (pending != pending_.end() && pending->second.number == change.number) {
+      pending_.erase(pending);
+    }
+  }
+  contents_ = std::move(contents);
+  for (const auto& [key, value] : before) {
+    if (DefaultsValue now = valueLocked(key); now != value) {
+      observers_.announce(key, now);
+    }
+  }
+}
+
+bool DefaultsFile::fail(const std::string& problem) {
+  if (!std::exchange(failureLogged_, true)) {
+    spdlog::warn("The settings in {} cannot be exchanged: {}. They are kept in memory", file_.path().string(), problem);
+  }
+  return false;
+}
+
+}  // namespace jumplark

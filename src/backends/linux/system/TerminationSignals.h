@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <thread>
+
+namespace jumplark {
+
+/// Turns the signals that ask the program to end (SIGTERM, SIGINT, SIGHUP) into a call. Made on the main thread before
+/// any other thread, since those inherit that the signals wait to be read here instead of ending the process.
+class TerminationSignals {
+ public:
+  /// Called for each signal on a thread of its own.
+  explicit TerminationSignals(std::function<void(int signal)> asked);
+  TerminationSignals(const TerminationSignals&) = delete;
+  TerminationSignals& operator=(const TerminationSignals&) = delete;
+  /// No call is made afterwards; a signal that comes then ends the process as usual.
+  ~TerminationSignals();
+
+ private:
+  void run() const;
+
+  std::function<void(int)> asked_;
+  int signalFd_ = -1;
+  int endFd_ = -1;
+  std::thread thread_;
+};
+
+}  // namespace jumplark
