@@ -40,6 +40,7 @@ inline constexpr int64_t space = 49;
 inline constexpr int64_t backspace = 51;
 inline constexpr int64_t escape = 53;
 inline constexpr int64_t symbolBase = 0x10000;
+inline constexpr int64_t f5 = symbolBase + 0xFFC2;
 }  // namespace key_code
 
 /// Where a tap sits, and where a posted event enters.
