@@ -54,7 +54,7 @@ struct JLElementHighlighter::Requests {
     const std::lock_guard lock(mutex);
     return lastRedraw = ++lastNumber;
   }
-  /// Makes void whatever is waiting; the number of this hiding.
+  /// Makes the redraws void that are waiting; the number of this hiding.
   uint64_t hide() {
     const std::lock_guard lock(mutex);
     visible = false;
@@ -64,10 +64,6 @@ struct JLElementHighlighter::Requests {
   void refuse(uint64_t number) {
     const std::lock_guard lock(mutex);
     visible = visible && lastVisibility != number;
-  }
-  bool isVoid(uint64_t number) {
-    const std::lock_guard lock(mutex);
-    return number <= voidUpTo;
   }
   bool isOutdatedRedraw(uint64_t number) {
     const std::lock_guard lock(mutex);
@@ -101,7 +97,7 @@ struct JLElementHighlighter::Drawing {
   /// False when showing is not permitted now.
   bool changeVisible(bool visible, uint64_t number) {
     if (number < lastVisibility) {
-      return true;  // two threads asked at once, and the later one came first
+      return true;  // hidden at once since, or two threads asked and the later one came first
     }
     lastVisibility = number;
     if (!visible) {
@@ -171,7 +167,7 @@ void JLElementHighlighter::setVisible(bool visible) {
   }
   mainQueue().post([requests = requests_, weak = std::weak_ptr(drawing_), visible, number] {
     const auto drawing = weak.lock();
-    if (drawing && !requests->isVoid(number) && !drawing->changeVisible(visible, number)) {
+    if (drawing && !drawing->changeVisible(visible, number)) {
       requests->refuse(number);
     }
   });

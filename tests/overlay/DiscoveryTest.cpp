@@ -1,0 +1,207 @@
+#include <gtest/gtest.h>
+
+#include "overlay/JLDiscoveryController.h"
+#include "overlay/JLDiscoveryViewController.h"
+#include "streams/NotificationCenter.h"
+#include "support/OnMainThread.h"
+#include "tree/JLElementTree.h"
+
+namespace jumplark {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::onMainThread;
+using testing::RecordedFixture;
+
+constexpr Color kTranslucentBlue{0, 0, 1, 0.3};
+
+/// Two buttons side by side in the upper left corner of a screen 900 high. Positions have a top-left origin.
+const char* const kDesktop = R"({"screens":[[0,0,1000,900]],"pointer":[500,500],"frontmost":1,
+ "applications":[{"pid":1,"bundle_id":"b","name":"n","element":"app"}],
+ "elements":{
+  "app":{"attributes":{"AXRole":"AXApplication","AXChildren":[{"ref":"w"}]}},
+  "w":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"app"},"AXPosition":{"point":[0,0]},"AXSize":{"size":[400,300]},
+    "AXChildren":[{"ref":"ok"},{"ref":"close"}]}},
+  "ok":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXTitle":"OK","AXDescription":"Keeps\nall","AXValue":"",
+    "AXPosition":{"point":[0,0]},"AXSize":{"size":[100,20]}}},
+  "close":{"attributes":{"AXRole":"AXButton","AXSubrole":"AXCloseButton","AXParent":{"ref":"w"},"AXTitle":"Close",
+    "AXPosition":{"point":[100,0]},"AXSize":{"size":[100,20]}}}
+ }})";
+
+struct Discovery {
+  RecordedFixture desktop{kDesktop};
+  std::shared_ptr<JLElementTree> tree = JLElementTree::tree();
+  std::unique_ptr<JLDiscoveryController> controller;
+
+  Discovery() {
+    onMainThread(desktop, [this] { controller = std::make_unique<JLDiscoveryController>(); });
+  }
+  ~Discovery() { EXPECT_EQ(screen().callsOffMainThread(), 0); }
+  Discovery(const Discovery&) = delete;
+  Discovery& operator=(const Discovery&) = delete;
+
+  const RecordedDiscovery& screen() { return desktop->views().discovery(); }
+  void activate() {
+    onMainThread(desktop, [this] { controller->activate(); });
+  }
+  void deactivate() {
+    onMainThread(desktop, [this] { controller->deactivate(); });
+  }
+  void pointTo(Point topLeft) { desktop->screens().setPointerFromTopLeft(topLeft); }
+  void pass(int time) { desktop->queues().advance(milliseconds(time)); }
+  void select(const std::string& id) {
+    const auto node = tree->handle(JLElementNode::nodeWithJLElement(*tree, desktop.element(id)));
+    onMainThread(desktop, [&] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", node, {}}); });
+  }
+  std::string shown() { return screen().popoverText().value_or("nothing"); }
+};
+
+TEST(Discovery, DetailsNameTypeAndTextsOnALineEach) {
+  RecordedFixture desktop(kDesktop);
+  const auto text = [&](const char* id) {
+    return JLDiscoveryViewController::controllerForElement(desktop.element(id)).text();
+  };
+  EXPECT_EQ(text("ok"), "Type: Button\nDescription: Keeps all\nTitle: OK");
+  EXPECT_EQ(text("close"), "Type: Button, CloseButton\nTitle: Close");
+  EXPECT_EQ(JLDiscoveryViewController::controllerForElement(nullptr).text(), "Type: ");
+}
+
+TEST(Discovery, ExplainsWhatThePointerRestsOn) {
+  struct Step {
+    int time;  ///< of the step's end, in milliseconds since activation
+    Point pointer;
+    const char* title;  ///< of what is shown then
+  };
+  const std::vector<Step> steps = {
+      {2000, {500, 399}, "nothing"},         // the pointer has not moved yet, however long it rests
+      {2390, {10, 10}, "nothing"},           // moved
+      {2410, {10, 10}, "nothing"},           // the tick at 2.4 s finds it moved
+      {2790, {10, 10}, "nothing"},           //
+      {2810, {10, 10}, "OK"},                // the tick at 2.8 s finds it at rest
+      {3210, {50, 10}, "OK"},                // moves within the element
+      {3590, {150, 10}, "OK"},               // moves out of it
+      {3610, {150, 10}, "nothing"},          // and the next tick hides the details
+      {4010, {150, 10}, "Close"},            //
+      {4410, {900, 800}, "nothing"},         //
+      {4810, {900, 800}, "an empty place"},  //
+  };
+  Discovery test;
+  test.activate();
+  int now = 0;
+  for (const Step& step : steps) {
+    test.pointTo(step.pointer);
+    test.pass(step.time - now);
+    now = step.time;
+    const std::string shown = test.shown();
+    const std::string title = step.title;
+    EXPECT_EQ(shown.find(title == "nothing" || title == "an empty place" ? "" : "Title: " + title) == std::string::npos,
+              false)
+        << step.time << ": " << shown;
+    EXPECT_EQ(shown == "nothing", title == "nothing") << step.time << ": " << shown;
+    EXPECT_EQ(shown == "Type: ", title == "an empty place") << step.time << ": " << shown;
+    EXPECT_EQ(test.screen().visible(), title != "nothing") << step.time;
+  }
+}
+
+TEST(Discovery, LaysABlueBoxOverWhatThePointerRestsOn) {
+  Discovery test;
+  test.activate();
+  test.pointTo({150, 10});
+  test.pass(900);
+  EXPECT_EQ(test.screen().frame(), (Rect{100, 880, 100, 20}));
+  EXPECT_EQ(test.screen().color(), kTranslucentBlue);
+  EXPECT_EQ(test.screen().level(), window_level::screenSaver + 2);
+  EXPECT_TRUE(test.controller->isShowing());
+  EXPECT_EQ(*test.controller->currentElement(), *test.desktop.element("close"));
+}
+
+TEST(Discovery, TheSelectionIsExplainedAfterASecondWithoutTheBox) {
+  Discovery test;
+  test.activate();
+  test.pointTo({10, 10});
+  test.pass(900);
+  ASSERT_NE(test.shown(), "nothing");
+  test.select("close");
+  EXPECT_EQ(test.shown(), "nothing") << "a change hides what is shown at once";
+  test.pass(900);
+  test.select("ok");
+  test.pass(990);
+  EXPECT_EQ(test.shown(), "nothing") << "the later change starts the second anew";
+  test.pass(20);
+  EXPECT_EQ(test.shown(), "Type: Button\nDescription: Keeps all\nTitle: OK");
+  EXPECT_EQ(test.screen().color().alpha, 0);
+  EXPECT_EQ(test.screen().popoversShown(), 2);
+  onMainThread(test.desktop, [] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", {}, {}}); });
+  EXPECT_EQ(test.shown(), "nothing");
+}
+
+TEST(Discovery, StopsAtOnceWhenDeactivated) {
+  Discovery test;
+  test.activate();
+  test.activate();
+  test.pointTo({10, 10});
+  test.pass(900);
+  test.select("ok");
+  test.pass(100);
+  onMainThread(test.desktop, [&] {
+    test.controller->showDetailsOfElementHighlight(test.desktop.element("ok"), true);
+    test.controller->deactivate();
+    EXPECT_FALSE(test.screen().visible());
+  });
+  test.pointTo({150, 10});
+  test.pass(3000);
+  EXPECT_EQ(test.shown(), "nothing") << "neither the pointer nor the selection shows anything any more";
+  const uint64_t messages = test.desktop->accessibility().messageCount();
+  test.pass(3000);
+  EXPECT_EQ(test.desktop->accessibility().messageCount(), messages) << "no ticks";
+}
+
+/// Takes its time to find what lies at a point.
+struct SlowHits : RecordedAccessibility {
+  explicit SlowHits(RecordedFixture& desktop)
+      : RecordedAccessibility(RecordedDesktop::fromText(kDesktop, "test"), desktop->workspace(), desktop->queues()),
+        queues(desktop->queues()) {}
+  AccessibilityResult<ElementRef> copyElementAtPosition(const ElementRef& application, float x, float y) override {
+    queues.sleep(delay);
+    return RecordedAccessibility::copyElementAtPosition(application, x, y);
+  }
+  VirtualQueues& queues;
+  Duration delay{};
+};
+
+TEST(Discovery, ALookUpThatOutlivesTheActivationShowsNothingAndHoldsNobodyUp) {
+  for (const auto& [hitTime, readTime] : {std::pair(100, 0), std::pair(0, 100)}) {
+    Discovery test;
+    SlowHits accessibility(test.desktop);
+    Platform platform = test.desktop->platform();
+    platform.accessibility = &accessibility;
+    const Token installed = Platform::install(platform);
+    test.activate();
+    test.pointTo({10, 10});
+    test.pass(410);
+    accessibility.delay = milliseconds(hitTime);
+    accessibility.setDelay("ok", readTime);
+    test.pass(400);  // the tick at 0.8 s has begun and waits
+    const Duration before = test.desktop->queues().monotonicNow();
+    onMainThread(test.desktop, [&] {
+      test.controller->deactivate();
+      EXPECT_EQ(test.desktop->queues().monotonicNow(), before);
+    });
+    test.pass(5000);
+    EXPECT_EQ(test.screen().popoversShown(), 0) << hitTime << " " << readTime;
+    test.controller = nullptr;
+  }
+}
+
+TEST(Discovery, DoesNotStartWhileItIsSwitchedOff) {
+  Discovery test;
+  test.controller->setEnabled(false);
+  test.activate();
+  EXPECT_FALSE(test.controller->isActive());
+  test.pointTo({10, 10});
+  test.pass(2000);
+  EXPECT_EQ(test.screen().popoversShown(), 0);
+}
+
+}  // namespace
+}  // namespace jumplark

@@ -1,0 +1,264 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <utility>
+
+#include "overlay/Colors.h"
+#include "overlay/JLElementHighlightLayer.h"
+#include "overlay/JLElementHighlighter.h"
+#include "overlay/JLOverlayWindow.h"
+#include "overlay/ScreenFrames.h"
+#include "support/OnMainThread.h"
+#include "support/RecordedMetrics.h"
+#include "tree/JLElementTree.h"
+
+namespace jumplark {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testing::onMainThread;
+using testing::RecordedFixture;
+
+constexpr Color kYellow{0xff / 255.0, 0xde / 255.0, 0x5c / 255.0, 0.6};
+constexpr Color kBlue{0x20 / 255.0, 0x88 / 255.0, 0xd4 / 255.0, 0.6};
+
+/// A window of 400 by 300 whose scroll area shows the upper 100 points of a long list. Positions have a top-left
+/// origin.
+const char* const kDesktop = R"({"screens":[[0,0,1000,900],[1000,-100,500,400]],"pointer":[0,0],"frontmost":1,
+ "applications":[{"pid":1,"bundle_id":"b","name":"n","element":"app"}],
+ "elements":{
+  "app":{"attributes":{"AXRole":"AXApplication","AXChildren":[{"ref":"w"}]}},
+  "w":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"app"},"AXPosition":{"point":[0,0]},"AXSize":{"size":[400,300]}}},
+  "scroll":{"attributes":{"AXRole":"AXScrollArea","AXParent":{"ref":"w"},"AXPosition":{"point":[0,50]},"AXSize":{"size":[400,100]}}},
+  "button":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXPosition":{"point":[10,10]},"AXSize":{"size":[100,20]}}},
+  "link":{"attributes":{"AXRole":"AXLink","AXParent":{"ref":"w"},"AXPosition":{"point":[10,200]},"AXSize":{"size":[50,2]}}},
+  "thin":{"attributes":{"AXRole":"AXLink","AXParent":{"ref":"w"},"AXPosition":{"point":[10,210]},"AXSize":{"size":[50,1.5]}}},
+  "half":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"scroll"},"AXPosition":{"point":[0,140]},"AXSize":{"size":[400,40]}}},
+  "below":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"scroll"},"AXPosition":{"point":[0,180]},"AXSize":{"size":[400,40]}}},
+  "file":{"attributes":{"AXRole":"AXMenuBarItem","AXParent":{"ref":"w"},"AXPosition":{"point":[380,0]},"AXSize":{"size":[60,20]}}}
+ }})";
+
+struct Highlighting {
+  RecordedFixture desktop{kDesktop};
+  std::shared_ptr<JLElementTree> tree = JLElementTree::tree();
+  JLElementHighlighter highlighter;
+
+  std::shared_ptr<JLElementNode> node(const std::string& id) {
+    JLElementNode* made = JLElementNode::nodeWithJLElement(*tree, desktop.element(id));
+    tree->addChild(tree->rootElement(), made);
+    return tree->handle(made);
+  }
+  /// Yellow boxes, labelled with the ids.
+  HighlightOptionMap options(const std::vector<std::string>& ids) {
+    HighlightOptionMap map;
+    for (const std::string& id : ids) {
+      map.emplace_back(JLElementMatch(node(id), 1), HighlightOptions{id, std::nullopt});
+    }
+    return map;
+  }
+  void run() { desktop->queues().runPending(); }
+  const RecordedOverlay& screen() { return desktop->views().overlay(); }
+  std::vector<std::string> shownLabels() {
+    std::vector<std::string> labels;
+    for (const BoxLayer& box : screen().shownLayers()) {
+      labels.push_back(box.label.text);
+    }
+    return labels;
+  }
+};
+
+TEST(Highlighter, BoxesEachElementWhereItCanBeSeen) {
+  Highlighting test;
+  auto map = test.options({"button", "link", "thin", "half", "below", "file"});
+  map[0].second.backgroundColor = "2088d4";
+  test.highlighter.setVisible(true);
+  test.highlighter.setHighlightedElements(map);
+  EXPECT_EQ(test.screen().windowsMade(), 0) << "windows change in tasks of the main queue only";
+  test.run();
+  struct Expected {
+    const char* label;
+    Rect frame;
+    Color background;
+  };
+  const std::vector<Expected> expected = {
+      {"button", {10, 870, 100, 20}, kBlue},
+      {"link", {10, 698, 50, 2}, kYellow},
+      {"half", {0, 750, 400, 10}, kYellow},   // clipped by the scroll area
+      {"file", {380, 880, 60, 20}, kYellow},  // an item of a menu bar is boxed whole
+  };
+  const auto boxes = test.screen().shownLayers();
+  ASSERT_EQ(boxes.size(), expected.size());
+  for (size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_EQ(boxes[i].label.text, expected[i].label);
+    EXPECT_EQ(boxes[i].frame, expected[i].frame) << expected[i].label;
+    EXPECT_EQ(boxes[i].background, expected[i].background) << expected[i].label;
+  }
+  EXPECT_EQ(test.screen().redraws(), 1) << "one screen update for all boxes";
+  EXPECT_EQ(test.screen().level(), window_level::screenSaver + 1);
+  EXPECT_EQ(test.screen().callsOffMainThread(), 0);
+}
+
+TEST(Highlighter, ReplacesAllBoxesAndDrawsTheLastOfABurst) {
+  Highlighting test;
+  test.highlighter.setVisible(true);
+  test.highlighter.setHighlightedElements(test.options({"button", "link"}));
+  test.run();
+  auto selected = test.options({"link"});
+  selected[0].second.backgroundColor = "2088d4";
+  test.highlighter.setHighlightedElements(selected);
+  test.highlighter.setHighlightedElements(test.options({"half"}));
+  test.highlighter.setHighlightedElements(test.options({"link", "file"}));
+  test.run();
+  EXPECT_THAT(test.shownLabels(), ElementsAre("link", "file"));
+  EXPECT_EQ(test.screen().layers()[0].background, kYellow) << "a new box does not inherit the colour of the old one";
+  EXPECT_EQ(test.screen().redraws(), 2);
+}
+
+TEST(Highlighter, AnElementThatIsThereTwiceHasOneBoxInFront) {
+  Highlighting test;
+  auto map = test.options({"link", "button", "link"});
+  map[2].second = {"again", "2088d4"};
+  test.highlighter.setVisible(true);
+  test.highlighter.setHighlightedElements(map);
+  test.run();
+  EXPECT_THAT(test.shownLabels(), ElementsAre("button", "again"));
+}
+
+TEST(Highlighter, ShowsAFreshWindowForEachTimeItIsShown) {
+  Highlighting test;
+  const auto set = [&](bool visible) {
+    test.highlighter.setVisible(visible);
+    test.run();
+  };
+  set(true);
+  set(true);
+  EXPECT_EQ(test.screen().windowsMade(), 1);
+  test.highlighter.setHighlightedElements(test.options({"button"}));
+  set(false);
+  EXPECT_FALSE(test.screen().visible());
+  EXPECT_EQ(test.screen().windowsAlive(), 0);
+  set(true);
+  EXPECT_EQ(test.screen().windowsMade(), 2);
+  EXPECT_THAT(test.shownLabels(), IsEmpty()) << "the boxes belonged to the window that is gone";
+}
+
+TEST(Highlighter, ReadsEachElementOnceASnapshotAndNothingWhileDrawing) {
+  Highlighting test;
+  const auto map = test.options({"button", "half", "below", "file"});
+  test.highlighter.setVisible(true);
+  test.highlighter.setHighlightedElements(map);
+  const uint64_t messages = test.desktop->accessibility().messageCount();
+  test.run();
+  test.highlighter.setHighlightedElements(map);
+  test.run();
+  EXPECT_EQ(test.desktop->accessibility().messageCount(), messages);
+
+  test.desktop->accessibility().setAttribute("button", "AXPosition", Point{0, 0});
+  test.tree = JLElementTree::tree();
+  test.highlighter.setHighlightedElements(test.options({"button"}));
+  test.run();
+  EXPECT_EQ(test.screen().shownLayers().at(0).frame, (Rect{0, 880, 100, 20})) << "a new snapshot is read anew";
+}
+
+TEST(Highlighter, NothingThatWaitsShowsAfterHidingAtOnce) {
+  Highlighting test;
+  test.highlighter.setVisible(true);
+  test.highlighter.setHighlightedElements(test.options({"button"}));
+  test.run();
+  onMainThread(test.desktop, [&] {
+    test.highlighter.setHighlightedElements(test.options({"link"}));
+    test.highlighter.setVisible(false);
+    test.highlighter.setVisible(true);
+    test.highlighter.setHighlightedElements(test.options({"half"}));
+    test.highlighter.hideImmediately();
+    EXPECT_FALSE(test.screen().visible()) << "hidden when the call returns";
+    EXPECT_EQ(test.screen().windowsAlive(), 0);
+  });
+  EXPECT_FALSE(test.highlighter.visible());
+  EXPECT_EQ(test.screen().windowsMade(), 1);
+  const std::weak_ptr<JLElementTree> snapshot = std::exchange(test.tree, JLElementTree::tree());
+  EXPECT_TRUE(snapshot.expired()) << "a redraw that was dropped holds no snapshot";
+  EXPECT_EQ(test.screen().redraws(), 1);
+
+  test.highlighter.setVisible(true);
+  test.highlighter.setHighlightedElements(test.options({"file"}));
+  test.run();
+  EXPECT_THAT(test.shownLabels(), ElementsAre("file")) << "what is asked for afterwards shows again";
+}
+
+TEST(Highlighter, ShowsOnlyWhileItsConditionHolds) {
+  Highlighting test;
+  bool active = false;
+  test.highlighter.setShowingCondition([&] { return active; });
+  test.highlighter.setVisible(true);
+  test.highlighter.setHighlightedElements(test.options({"button"}));
+  test.run();
+  EXPECT_EQ(test.screen().windowsMade(), 0);
+  active = true;
+  test.highlighter.setVisible(true);
+  test.highlighter.setHighlightedElements(test.options({"button"}));
+  test.run();
+  EXPECT_THAT(test.shownLabels(), ElementsAre("button")) << "a showing that was refused can be asked for again";
+}
+
+TEST(Highlighter, ReportsAShareOfItsRedraws) {
+  Highlighting test;
+  testing::RecordedMetrics metrics;
+  const uint32_t never = 0x7FFFFFFF;
+  test.desktop->random().prepare({0, never});
+  for (const auto& ids : {std::vector<std::string>{"button", "thin"}, {}, {"link"}}) {
+    test.highlighter.setHighlightedElements(test.options(ids));
+    test.run();
+  }
+  const auto events = metrics.eventsNamed("highlighting");
+  ASSERT_EQ(events.size(), 1U) << "an empty redraw draws no lot";
+  EXPECT_EQ(events[0].at("element_count"), AttributeValue(int64_t{2})) << "of the map, boxed or not";
+  EXPECT_TRUE(events[0].contains("duration_ms"));
+}
+
+TEST(Highlighter, HoldsNothingOnScreenWhenItIsGone) {
+  RecordedFixture desktop(kDesktop);
+  auto highlighter = std::make_unique<JLElementHighlighter>();
+  highlighter->setVisible(true);
+  desktop->queues().runPending();
+  highlighter->setVisible(false);
+  highlighter->setVisible(true);
+  highlighter = nullptr;
+  desktop->queues().runPending();
+  EXPECT_FALSE(desktop->views().overlay().visible());
+}
+
+TEST(OverlayWindow, OutlinesOneRectangleBesideTheBoxes) {
+  Highlighting test;
+  onMainThread(test.desktop, [&] {
+    JLOverlayWindow window;
+    window.show();
+    const auto box = JLElementHighlightLayer::initWithOverlayAndElement(&window, test.node("button").get());
+    window.addHighlightLayer(*box);
+    window.setOutlineRect(Rect{1, 2, 3, 4});
+    window.setOutlineRect(Rect{5, 6, 7, 8});
+    ASSERT_EQ(test.screen().shownLayers().size(), 2U);
+    const BoxLayer outline = test.screen().shownLayers()[1];
+    EXPECT_EQ(outline.frame, (Rect{5, 6, 7, 8}));
+    EXPECT_EQ(outline.border, (Color{0, 0x58 / 255.0, 1, 0.8}));
+    EXPECT_EQ(outline.borderWidth, 2);
+    EXPECT_EQ(outline.background.alpha, 0);
+    window.setOutlineRect(std::nullopt);
+    EXPECT_EQ(test.screen().shownLayers().size(), 1U);
+    EXPECT_EQ(window.outlineRect(), (Rect{5, 6, 7, 8})) << "the last that was given";
+  });
+  EXPECT_FALSE(test.screen().visible()) << "gone with the window";
+}
+
+TEST(OverlayGeometry, ReadsColoursAndMergesScreens) {
+  EXPECT_EQ(colorWithHexString("#ff0033", 0.5), (Color{1, 0, 0.2, 0.5}));
+  EXPECT_THROW(colorWithHexString("#ff00", 1), std::logic_error);
+  RecordedFixture desktop(kDesktop);
+  EXPECT_EQ(mergedScreenFrame(), (Rect{0, -100, 1500, 1000}));
+  desktop->screens().setFrames({{100, 50, 200, 100}});
+  EXPECT_EQ(mergedScreenFrame(), (Rect{0, 0, 300, 150})) << "the origin is always inside";
+}
+
+}  // namespace
+}  // namespace jumplark

@@ -1,0 +1,233 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "platform/Views.h"
+#include "selection/JLElementSelectionController.h"
+#include "streams/NotificationCenter.h"
+#include "support/OnMainThread.h"
+#include "tree/JLElementTree.h"
+
+namespace jumplark {
+namespace {
+
+using ::testing::ElementsAre;
+using testing::RecordedFixture;
+
+const char* const kDesktop = R"({"screens":[[0,0,1000,900]],"pointer":[0,0],"elements":{
+  "e":{"attributes":{"AXRole":"AXButton"}}}})";
+
+KeyEvent key(const std::string& characters) {
+  KeyEvent event;
+  event.keyCode = key_code::symbolBase;
+  event.charactersIgnoringModifiers = characters;
+  return event;
+}
+
+KeyEvent backspace() {
+  KeyEvent event;
+  event.keyCode = key_code::backspace;
+  return event;
+}
+
+/// A selection over nodes whose roles are numbers. The match of number 0 is the best.
+struct Selecting {
+  RecordedFixture desktop{kDesktop};
+  std::shared_ptr<JLElementTree> tree = JLElementTree::tree();
+  JLElementSelectionController controller;
+  std::vector<std::string> announced;  ///< the role of each selected node, "" for none
+  Token observing =
+      NotificationCenter::defaultCenter().observe("ElementSelectionChanged", [this](const Notification& note) {
+        const auto* node = std::any_cast<std::shared_ptr<JLElementNode>>(&note.object);
+        announced.push_back(node ? (*node)->attribute("Role").value_or("?") : "");
+      });
+
+  explicit Selecting(int count = 0) {
+    if (count > 0) {
+      setMatches(count);
+    }
+  }
+  void setMatches(int count) {
+    JLElementSelectionController::Matches matches;
+    for (int i = count - 1; i >= 0; --i) {
+      JLElementNode* node = JLElementNode::nodeWithRoleAttributes(*tree, std::to_string(i), {});
+      matches.emplace_back(tree->handle(node), static_cast<float>(count - i));
+    }
+    controller.setElementMatches(std::move(matches));
+  }
+  void type(const std::vector<std::string>& keys) {
+    for (const std::string& characters : keys) {
+      controller.selectionKeyReceived(characters == "<" ? backspace() : key(characters));
+    }
+  }
+  std::string selected() {
+    const auto match = controller.currentMatch();
+    return match ? match->node()->attribute("Role").value_or("?") : "";
+  }
+  int beeps() { return desktop->input().beepCount(); }
+};
+
+TEST(Selection, OrdersLabelsAndSelectsTheBest) {
+  Selecting test;
+  EXPECT_EQ(test.controller.currentIndex(), -1);
+  test.setMatches(3);
+  EXPECT_EQ(test.selected(), "0");
+  EXPECT_EQ(test.controller.currentIndex(), 0);
+  std::vector<std::string> drawn;
+  for (const auto& [match, options] : test.controller.elementMatchesWithHighlightOptions()) {
+    drawn.push_back(*match.node()->attribute("Role") + options.label + options.backgroundColor.value_or(""));
+  }
+  EXPECT_THAT(drawn, ElementsAre("2U", "1E", "0A2088d4")) << "the selected one last, which is in front";
+  test.controller.selectMatchAtIndex(2);
+  EXPECT_EQ(test.controller.elementMatchesWithHighlightOptions().back().second, (HighlightOptions{"U", "2088d4"}));
+  EXPECT_EQ(test.controller.currentLabel(), "U");
+  EXPECT_THAT(test.announced, ElementsAre("0", "2"));
+}
+
+TEST(Selection, KeepsOnlyAsManyMatchesAsThereAreLabels) {
+  Selecting test(9000);
+  EXPECT_EQ(test.controller.matchCount(), 8841U);
+  EXPECT_EQ(test.controller.elementMatchesByScore().back().node()->attribute("Role"), "8840");
+  test.type({"Z", "V", "V"});
+  EXPECT_EQ(test.selected(), "8840") << "the last label";
+}
+
+TEST(Selection, MovesRoundAndRound) {
+  struct Case {
+    const char* moves;  ///< n: next, p: previous, x: an index that does not exist
+    int count;
+    int64_t index;
+  };
+  const std::vector<Case> cases = {{"n", 3, 1},  {"nn", 3, 2}, {"nnn", 3, 0}, {"p", 3, 2}, {"pp", 3, 1}, {"xn", 3, 0},
+                                   {"xp", 3, 2}, {"x", 3, -1}, {"n", 1, 0},   {"p", 1, 0}, {"n", 0, -1}, {"p", 0, -1}};
+  for (const Case& c : cases) {
+    Selecting test(c.count);
+    for (const char* move = c.moves; *move != '\0'; ++move) {
+      if (*move == 'x') {
+        test.controller.selectMatchAtIndex(7);
+      } else if (*move == 'n') {
+        test.controller.selectNextMatch();
+      } else {
+        test.controller.selectPreviousMatch();
+      }
+    }
+    EXPECT_EQ(test.controller.currentIndex(), c.index) << c.moves << " of " << c.count;
+    EXPECT_EQ(test.selected(), c.index < 0 ? "" : std::to_string(c.index)) << c.moves << " of " << c.count;
+  }
+}
+
+TEST(Selection, FollowsTheLettersOfLabels) {
+  struct Case {
+    std::vector<std::string> keys;  ///< "<": backspace
+    int count;
+    const char* selected;
+    int64_t index;
+    const char* letters;  ///< that are remembered
+    int beeps;
+  };
+  const std::vector<Case> cases = {
+      {{"e"}, 3, "1", 1, "E", 0},
+      {{"a", "e"}, 22, "21", 21, "AE", 0},    // a label of two letters
+      {{"a", "e"}, 21, "1", 1, "E", 0},       // not assigned: the A is dropped
+      {{"a", "e", "u"}, 22, "2", 2, "U", 0},  // AEU and EU are none
+      {{"a", "e", "e"}, 442, "441", 441, "AEE", 0},
+      {{"u", "q"}, 3, "0", 0, "", 1},  // not in the alphabet
+      {{"z"}, 3, "0", 0, "", 1},       // no match has it
+      {{""}, 3, "0", 0, "", 0},
+      {{"ß"}, 22, "7", 7, "S", 0},  // in capitals it is SS
+      {{"é", "e"}, 3, "1", 1, "E", 1},
+      {{"ae"}, 22, "21", 21, "AE", 0},
+      {{"e", "<"}, 3, "0", 1, "", 0},  // the index stays behind
+      {{"e", "<", "u"}, 3, "2", 2, "U", 0},
+      {{"a", "<", "e"}, 22, "1", 1, "E", 0},
+      {{"a"}, 0, "", -1, "", 1},
+      {{"<"}, 0, "", -1, "", 0},
+  };
+  for (const Case& c : cases) {
+    Selecting test(c.count);
+    test.type(c.keys);
+    const std::string name = ::testing::PrintToString(c.keys) + " of " + std::to_string(c.count);
+    EXPECT_EQ(test.selected(), c.selected) << name;
+    EXPECT_EQ(test.controller.currentIndex(), c.index) << name;
+    EXPECT_EQ(test.controller.currentShortcut(), c.letters) << name;
+    EXPECT_EQ(test.beeps(), c.beeps) << name;
+  }
+}
+
+TEST(Selection, ForgetsLettersWithNewMatchesButNotWithoutAny) {
+  Selecting test(22);
+  test.type({"a"});
+  test.controller.setElementMatches({});
+  EXPECT_EQ(test.controller.currentShortcut(), "A");
+  EXPECT_EQ(test.controller.currentIndex(), -1);
+  EXPECT_EQ(test.announced.back(), "");
+  test.setMatches(22);
+  EXPECT_EQ(test.controller.currentShortcut(), "");
+  test.type({"a"});
+  test.controller.resetSelectionEntry();
+  test.type({"e"});
+  EXPECT_EQ(test.selected(), "1");
+  const size_t announcements = test.announced.size();
+  test.controller.selectMatchInDirection(SelectionDirection::down);
+  EXPECT_EQ(test.selected(), "1");
+  EXPECT_EQ(test.announced.size(), announcements);
+}
+
+const char* const kButtons = R"({"screens":[[0,0,1000,900]],"pointer":[0,0],"elements":{
+  "w":{"attributes":{"AXRole":"AXWindow"}},
+  "a":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXPosition":{"point":[0,0]},"AXSize":{"size":[50,20]}}},
+  "b":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXPosition":{"point":[0,30]},"AXSize":{"size":[50,20]}}}}})";
+
+TEST(Selection, IsSeenOnTheOverlay) {
+  RecordedFixture desktop(kButtons);
+  const auto tree = JLElementTree::tree();
+  JLElementSelectionController controller;
+  const auto match = [&](const char* id, float score) {
+    return JLElementMatch(tree->handle(JLElementNode::nodeWithJLElement(*tree, desktop.element(id))), score);
+  };
+  const auto labels = [&] {
+    std::string all;
+    for (const BoxLayer& box : desktop->views().overlay().shownLayers()) {
+      all += box.label.text;
+    }
+    return all;
+  };
+  controller.setElementMatches({match("a", 1), match("b", 2)});
+  desktop->queues().runPending();
+  EXPECT_EQ(labels(), "EA") << "shown with its boxes at once";
+  controller.selectNextMatch();
+  desktop->queues().runPending();
+  EXPECT_EQ(labels(), "AE");
+
+  controller.setElementMatches({match("a", 1), match("a", 1)});
+  desktop->queues().runPending();
+  EXPECT_EQ(labels(), "A") << "an element that was found twice alike has one label";
+  controller.setElementMatches({});
+  desktop->queues().runPending();
+  EXPECT_FALSE(desktop->views().overlay().visible());
+}
+
+TEST(Selection, IsWholeAtEachMomentWhileKeysAndMatchesArrive) {
+  Selecting test;
+  test.observing.reset();
+  std::atomic<bool> done{false};
+  std::thread background([&] {
+    for (int i = 0; i < 300; ++i) {
+      test.setMatches(1 + i % 40);
+    }
+    done = true;
+  });
+  while (!done) {
+    test.controller.selectNextMatch();
+    test.type({"e"});
+    const auto map = test.controller.elementMatchesWithHighlightOptions();
+    ASSERT_TRUE(map.empty() || map.back().second.backgroundColor);
+  }
+  background.join();
+  EXPECT_EQ(test.controller.matchCount(), 20U);
+}
+
+}  // namespace
+}  // namespace jumplark
