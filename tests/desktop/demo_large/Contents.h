@@ -10,7 +10,7 @@ namespace large {
 inline constexpr int kRows = 100'000;
 inline constexpr int kColumns = 3;
 inline constexpr int kPixelsOfWindow = 600;
-/// So often are all buttons of the changing content replaced, in milliseconds.
+/// So often is one button of the changing content replaced by another one, in milliseconds.
 inline constexpr int kChangeInterval = 2;
 inline constexpr int kChangingButtons = 60;
 /// What stands in the password fields; a field that shows its text holds kShownText.
@@ -19,6 +19,10 @@ inline constexpr const char* kShownText = "plain to see";
 
 inline std::string cellText(int row, int column) {
   return std::string(1, static_cast<char>('A' + column)) + " row " + std::to_string(row + 1);
+}
+
+inline std::string changingName(int number) {
+  return "Button " + std::to_string(number);
 }
 
 /// Numbered lines, 5 MB in all.

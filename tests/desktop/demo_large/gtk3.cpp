@@ -39,27 +39,38 @@ GtkWidget* makeText() {
   return scrolled(view);
 }
 
-gboolean replaceButtons(gpointer data) {
-  static int generation = 0;
-  GtkWidget* grid = GTK_WIDGET(data);
-  gtk_container_foreach(
-      GTK_CONTAINER(grid), [](GtkWidget* child, gpointer) { gtk_widget_destroy(child); }, nullptr);
-  ++generation;
-  for (int i = 0; i < large::kChangingButtons; ++i) {
-    GtkWidget* button = gtk_button_new_with_label(("Button " + std::to_string(generation)).c_str());
-    constexpr int kAcross = 6;
-    gtk_grid_attach(GTK_GRID(grid), button, i % kAcross, i / kAcross, 1, 1);
+struct Changing {
+  GtkWidget* grid;
+  GtkWidget* buttons[large::kChangingButtons] = {};
+  int next = 0;
+};
+
+void replaceOne(Changing& changing) {
+  constexpr int kAcross = 6;
+  const int place = changing.next % large::kChangingButtons;
+  if (changing.buttons[place]) {
+    gtk_widget_destroy(changing.buttons[place]);
   }
-  gtk_widget_show_all(grid);
-  return G_SOURCE_CONTINUE;
+  changing.buttons[place] = gtk_button_new_with_label(large::changingName(++changing.next).c_str());
+  gtk_grid_attach(GTK_GRID(changing.grid), changing.buttons[place], place % kAcross, place / kAcross, 1, 1);
+  gtk_widget_show(changing.buttons[place]);
 }
 
 GtkWidget* makeChanging() {
+  static Changing changing{gtk_grid_new()};
   GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-  GtkWidget* grid = gtk_grid_new();
   gtk_container_add(GTK_CONTAINER(box), gtk_button_new_with_label("Lasting"));
-  gtk_container_add(GTK_CONTAINER(box), grid);
-  g_timeout_add(large::kChangeInterval, replaceButtons, grid);
+  gtk_container_add(GTK_CONTAINER(box), changing.grid);
+  for (int i = 0; i < large::kChangingButtons; ++i) {
+    replaceOne(changing);
+  }
+  g_timeout_add(
+      large::kChangeInterval,
+      [](gpointer data) -> gboolean {
+        replaceOne(*static_cast<Changing*>(data));
+        return G_SOURCE_CONTINUE;
+      },
+      &changing);
   return box;
 }
 

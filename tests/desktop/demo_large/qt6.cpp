@@ -10,6 +10,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <cstdio>
+#include <vector>
 
 #include "Contents.h"
 
@@ -41,18 +42,16 @@ QWidget* makeChanging() {
   layout->addWidget(new QPushButton("Lasting"));
   auto* grid = new QGridLayout;
   layout->addLayout(grid);
+  const auto replaceOne = [grid, buttons = std::vector<QPushButton*>(large::kChangingButtons), next = 0]() mutable {
+    constexpr int kAcross = 6;
+    const int place = next % large::kChangingButtons;
+    QPushButton*& button = buttons[static_cast<size_t>(place)];
+    delete button;
+    button = new QPushButton(QString::fromStdString(large::changingName(++next)));
+    grid->addWidget(button, place / kAcross, place % kAcross);
+  };
   auto* timer = new QTimer(page);
-  QObject::connect(timer, &QTimer::timeout, page, [grid, generation = 0]() mutable {
-    while (QLayoutItem* item = grid->takeAt(0)) {
-      delete item->widget();
-      delete item;
-    }
-    ++generation;
-    for (int i = 0; i < large::kChangingButtons; ++i) {
-      constexpr int kAcross = 6;
-      grid->addWidget(new QPushButton("Button " + QString::number(generation)), i / kAcross, i % kAcross);
-    }
-  });
+  QObject::connect(timer, &QTimer::timeout, page, replaceOne);
   timer->start(large::kChangeInterval);
   return page;
 }
