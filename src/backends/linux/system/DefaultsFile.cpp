@@ -144,17 +144,20 @@ bool DefaultsFile::exchange() {
       return fail(problem);
     }
   }
-  const std::optional<FileDescriptor> locked = file_.lock();
-  const bool mayWrite = locked.has_value();
-  const JsonFile::Contents contents = file_.readWhole();
+  std::optional<FileDescriptor> lock = changes.empty() ? std::nullopt : file_.lock();
+  JsonFile::Contents contents = file_.readWhole();
+  if (contents.state == JsonFile::State::corrupt && !lock) {
+    lock = file_.lock();
+    contents = file_.read();  // another instance may have mended it
+  }
   if (contents.state == JsonFile::State::unreadable) {
     return fail(contents.problem);
   }
   if (contents.state == JsonFile::State::corrupt) {
-    return mayWrite ? mendFile(contents) : fail(contents.problem);
+    return lock ? mendFile(contents) : fail(contents.problem);
   }
   wasRead_ = true;
-  if (!changes.empty() && !mayWrite) {
+  if (!changes.empty() && !lock) {
     adopt(contents.object, {});
     return fail("another program keeps it locked");
   }

@@ -14,8 +14,8 @@ namespace jumplark {
 namespace {
 
 constexpr off_t kLargestFile = off_t{16} << 20U;
-constexpr auto kLockPatience = std::chrono::milliseconds(250);
-constexpr auto kLockPause = std::chrono::milliseconds(5);
+constexpr auto kLockPatience = std::chrono::milliseconds(500);
+constexpr auto kLockPause = std::chrono::milliseconds(1);
 constexpr auto kWriterPatience = std::chrono::milliseconds(200);
 constexpr auto kWriterPause = std::chrono::milliseconds(20);
 

@@ -1,0 +1,266 @@
+#include "backends/linux/system/DefaultsFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "backends/system/SystemFixture.h"
+
+namespace jumplark {
+namespace {
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+
+class DefaultsFileTest : public SystemFixture {
+ protected:
+  void open() { defaults_.emplace(queues_, path_); }
+  json stored() {
+    json object = json::parse(read(path_), nullptr, false);
+    return object.is_object() ? object : json::object();
+  }
+  static unsigned modeOf(const std::filesystem::path& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
+  }
+  std::vector<std::string> filesBeside() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path_.parent_path())) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  std::filesystem::path path_ = folder_ / "config" / "jumplark" / "defaults.json";
+  std::optional<DefaultsFile> defaults_;
+};
+
+TEST_F(DefaultsFileTest, KeepsValuesOverRestartsForTheUserAlone) {
+  open();
+  defaults_->setValue("Text", "grün");
+  defaults_->setValue("Record", {{"KeyCode", 49}});
+  defaults_->setValue("Broken", "\xff");
+  EXPECT_TRUE(await([&] { return stored().value("Text", "") == "grün"; })) << "written without being asked";
+  EXPECT_TRUE(defaults_->synchronize());
+  EXPECT_EQ(modeOf(path_), 0600U);
+  EXPECT_EQ(modeOf(path_.parent_path()), 0700U);
+  EXPECT_EQ(filesBeside(), std::vector<std::string>{"defaults.json"});
+  defaults_->setValue("Late", 1);
+  defaults_.reset();
+  open();
+  EXPECT_EQ(defaults_->text("Text"), "grün");
+  EXPECT_EQ(defaults_->value("Record"), (json{{"KeyCode", 49}}));
+  EXPECT_EQ(defaults_->value("Late"), 1) << "its end writes what is not yet written";
+  defaults_->registerDefaults({{"Registered", 1}});
+  EXPECT_TRUE(defaults_->synchronize());
+  EXPECT_FALSE(stored().contains("Registered"));
+  EXPECT_EQ(logLines(), 0U) << log_.str();
+}
+
+TEST_F(DefaultsFileTest, NoticesWhatOtherProgramsDoToTheFile) {
+  open();
+  defaults_->setValue("Key", "first");
+  ASSERT_TRUE(defaults_->synchronize());
+  std::string heard;
+  const Token observation = defaults_->observe("Key", [&](const DefaultsValue& value) { heard = value.dump(); });
+  const std::filesystem::path folder = path_.parent_path();
+  const struct {
+    const char* what;
+    std::function<void()> change;
+    const char* heard;
+  } cases[] = {
+      {"written in place", [&] { write(path_, R"({"Key":"second"})"); }, R"("second")"},
+      {"another file renamed over it",
+       [&] {
+         write(folder / "edited", R"({"Key":"third"})");
+         std::filesystem::rename(folder / "edited", path_);
+       },
+       R"("third")"},
+      {"removed", [&] { std::filesystem::remove(path_); }, "null"},
+      {"made again", [&] { write(path_, R"({"Key":"fourth"})"); }, R"("fourth")"},
+      {"the key is null", [&] { write(path_, R"({"Key":null})"); }, "null"},
+      {"and has a value again", [&] { write(path_, R"({"Key":"fifth"})"); }, R"("fifth")"},
+      {"removed with its folder", [&] { std::filesystem::remove_all(folder); }, "null"},
+  };
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.what);
+    example.change();
+    EXPECT_TRUE(await([&] { return heard == example.heard; })) << heard;
+  }
+  EXPECT_TRUE(await([&] { return std::filesystem::is_directory(folder); })) << "made anew, to be watched";
+  defaults_->setValue("Key", "again");
+  EXPECT_TRUE(await([&] { return stored().value("Key", "") == "again"; }));
+  std::filesystem::rename(folder, folder_ / "moved");
+  EXPECT_TRUE(await([&] { return heard == "null"; })) << "the folder that was moved away is no longer ours";
+}
+
+TEST_F(DefaultsFileTest, LosesNoKeyThatAnotherProgramWrote) {
+  open();
+  for (int number = 0; number < 50; ++number) {
+    json theirs = std::filesystem::exists(path_) ? stored() : json::object();
+    theirs["Theirs"] = number;
+    write(folder_ / "edited", theirs.dump());
+    std::filesystem::create_directories(path_.parent_path());
+    std::filesystem::rename(folder_ / "edited", path_);
+    defaults_->setValue("Ours" + std::to_string(number), number);
+    ASSERT_TRUE(defaults_->synchronize());
+    ASSERT_EQ(stored().value("Theirs", -1), number);
+  }
+  EXPECT_EQ(stored().size(), 51U);
+}
+
+TEST_F(DefaultsFileTest, TwoInstancesThatWriteAtOnceLoseNothing) {
+  open();
+  SystemQueues otherQueues;
+  DefaultsFile other(otherQueues, path_);
+  std::thread writer([&] {
+    for (int number = 0; number < 50; ++number) {
+      other.setValue("B" + std::to_string(number), number);
+      other.synchronize();  // may find the other at it; then the next call writes both
+    }
+  });
+  for (int number = 0; number < 50; ++number) {
+    defaults_->setValue("A" + std::to_string(number), number);
+    defaults_->synchronize();
+  }
+  writer.join();
+  EXPECT_TRUE(defaults_->synchronize() && other.synchronize());
+  EXPECT_EQ(stored().size(), 100U);
+  EXPECT_TRUE(await([&] { return defaults_->value("B49") == 49; }));
+}
+
+TEST_F(DefaultsFileTest, ABrokenFileIsSetAsideAndTheDefaultsHold) {
+  for (const char* broken : {"{\"Key\":", "", "[1]", "\xff\xfe", "{\"Key\":\"a\"} trailing"}) {
+    SCOPED_TRACE(broken);
+    defaults_.reset();
+    std::filesystem::remove_all(path_.parent_path());
+    std::filesystem::create_directories(path_.parent_path());
+    write(path_, broken);
+    log_.str("");
+    open();
+    EXPECT_EQ(logLines(), 1U) << log_.str();
+    EXPECT_THAT(log_.str(), HasSubstr("defaults.json.broken-1"));
+    EXPECT_TRUE(defaults_->value("Key").is_null());
+    EXPECT_EQ(read(path_.string() + ".broken-1"), broken);
+    defaults_->setValue("Key", "new");
+    EXPECT_TRUE(defaults_->synchronize());
+    EXPECT_EQ(stored(), (json{{"Key", "new"}}));
+  }
+}
+
+TEST_F(DefaultsFileTest, AFileThatBreaksLaterIsWrittenAnewWithTheValuesThatHeld) {
+  open();
+  defaults_->setValue("Key", "held");
+  ASSERT_TRUE(defaults_->synchronize());
+  for (const char* aside : {".broken-1", ".broken-2"}) {
+    write(path_, "{\"Key\": oops}");
+    EXPECT_TRUE(await([&] { return stored() == json{{"Key", "held"}}; }));
+    EXPECT_EQ(read(path_.string() + aside), "{\"Key\": oops}");
+    EXPECT_EQ(defaults_->text("Key"), "held");
+  }
+}
+
+TEST_F(DefaultsFileTest, WhereNothingCanBeWrittenValuesStayInMemoryAndTheLogSaysSoOnce) {
+  write(folder_ / "config", "a file where the folder should be");
+  open();
+  std::string heard;
+  const Token observation = defaults_->observe("Key", [&](const DefaultsValue& value) { heard = value.dump(); });
+  defaults_->setValue("Key", 1);
+  EXPECT_FALSE(defaults_->synchronize());
+  defaults_->setValue("Key", 2);
+  EXPECT_FALSE(defaults_->synchronize());
+  EXPECT_EQ(defaults_->value("Key"), 2);
+  EXPECT_TRUE(await([&] { return heard == "2"; }));
+  EXPECT_THAT(log_.str(), HasSubstr("kept in memory"));
+  std::filesystem::remove(folder_ / "config");
+  EXPECT_TRUE(defaults_->synchronize()) << "tried again";
+  EXPECT_EQ(stored(), (json{{"Key", 2}}));
+}
+
+TEST_F(DefaultsFileTest, ADiskThatIsFullKeepsTheOldFileWhole) {
+  open();
+  defaults_->setValue("Key", "old");
+  ASSERT_TRUE(defaults_->synchronize());
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  const rlimit none{16, before.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &none), 0);
+  defaults_->setValue("Key", std::string(5000, 'x'));
+  const bool first = defaults_->synchronize();
+  const bool second = defaults_->synchronize();
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_FALSE(first || second);
+  EXPECT_EQ(stored(), (json{{"Key", "old"}}));
+  EXPECT_EQ(filesBeside(), std::vector<std::string>{"defaults.json"});
+  EXPECT_EQ(logLines(), 1U) << log_.str();
+  EXPECT_TRUE(defaults_->synchronize());
+  EXPECT_EQ(stored().value("Key", "").size(), 5000U);
+}
+
+TEST_F(DefaultsFileTest, ALinkStaysALinkAndAPipeHoldsUpNobody) {
+  std::filesystem::create_directories(path_.parent_path());
+  write(folder_ / "mine.json", R"({"Key":"linked"})");
+  std::filesystem::create_symlink(folder_ / "mine.json", path_);
+  open();
+  EXPECT_EQ(defaults_->text("Key"), "linked");
+  defaults_->setValue("Key", "new");
+  EXPECT_TRUE(defaults_->synchronize());
+  EXPECT_TRUE(std::filesystem::is_symlink(path_));
+  EXPECT_EQ(json::parse(read(folder_ / "mine.json")), (json{{"Key", "new"}}));
+  defaults_.reset();
+  std::filesystem::remove(path_);
+  ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+  open();
+  defaults_->setValue("Key", "kept");
+  EXPECT_FALSE(defaults_->synchronize());
+  EXPECT_EQ(defaults_->text("Key"), "kept");
+}
+
+TEST_F(DefaultsFileTest, AWriterThatIsKilledLeavesAWholeFile) {
+  for (int round = 0; round < 10; ++round) {
+    const auto writer = help({"count", path_.string()});
+    ASSERT_TRUE(writer->waitForLine("counting")) << writer->err();
+    const int before = stored().value("Counter", 0);
+    ASSERT_TRUE(desktop::waitUntil([&] { return stored().value("Counter", 0) != before; }));
+    writer->kill(SIGKILL);
+    EXPECT_GT(stored().value("Counter", 0), 0) << read(path_);
+  }
+  open();
+  defaults_->setValue("Key", "after");
+  EXPECT_TRUE(defaults_->synchronize()) << "the lock went with its holder";
+  EXPECT_EQ(filesBeside(), std::vector<std::string>{"defaults.json"});
+}
+
+TEST(DefaultsFilePath, TakesOnlyAbsolutePathsFromTheEnvironment) {
+  const struct {
+    const char* config;
+    const char* home;
+    const char* path;
+  } cases[] = {
+      {"/x/config", "/home/me", "/x/config/jumplark/defaults.json"},
+      {"config", "/home/me", "/home/me/.config/jumplark/defaults.json"},
+      {"", "/home/me", "/home/me/.config/jumplark/defaults.json"},
+  };
+  for (const auto& example : cases) {
+    ::setenv("XDG_CONFIG_HOME", example.config, 1);
+    ::setenv("HOME", example.home, 1);
+    EXPECT_EQ(DefaultsFile::pathFromEnvironment(), example.path);
+  }
+  ::setenv("HOME", "me", 1);
+  EXPECT_TRUE(DefaultsFile::pathFromEnvironment().is_absolute()) << "from the list of users";
+}
+
+}  // namespace
+}  // namespace jumplark
