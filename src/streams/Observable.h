@@ -31,6 +31,8 @@ class Observable {
   /// Makes one subscription. It must call `next` and `completed` as the class promises.
   using Source = std::function<Token(Next next, Completed completed)>;
 
+  /// Never sends anything.
+  Observable() : source_([](const Next&, const Completed&) { return Token(); }) {}
   explicit Observable(Source source) : source_(std::move(source)) {}
 
   Token subscribe(Next next, Completed completed = {}) const { return source_(std::move(next), std::move(completed)); }

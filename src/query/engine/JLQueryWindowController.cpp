@@ -1,0 +1,105 @@
+#include "query/engine/JLQueryWindowController.h"
+
+#include <chrono>
+
+#include "accessibility/JLElement.h"
+#include "platform/Platform.h"
+#include "platform/Queues.h"
+#include "platform/Screens.h"
+#include "platform/Workspace.h"
+#include "query/engine/JLQueryEngine.h"
+#include "query/engine/QueryWindowPlacement.h"
+
+namespace jumplark {
+namespace {
+
+constexpr auto kWorkingQuietInterval = std::chrono::milliseconds(100);
+constexpr auto kSpinnerFade = std::chrono::milliseconds(100);
+
+}  // namespace
+
+JLQueryWindowController::JLQueryWindowController(JLQueryEngine& engine) : engine_(engine) {
+  window_.setWindowController(this);
+  window_.queryField().setDelegate(this);
+  windowDidLoad();
+}
+
+JLQueryWindowController::~JLQueryWindowController() {
+  observations_.clear();
+  window_.setWindowController(nullptr);
+  window_.queryField().setDelegate(nullptr);
+}
+
+void JLQueryWindowController::windowDidLoad() {
+  TaskQueue& mainQueue = Platform::current().queues->mainQueue();
+  observations_.push_back(targetApp_.observe().subscribe([this](const auto& target) { targetAppChanged(target); }));
+  window_.view().startSpinner();
+  observations_.push_back(
+      isWorking_.observe().debounce(kWorkingQuietInterval, mainQueue).subscribe([this](const bool& isWorking) {
+        window_.view().setSpinnerOpacity(isWorking ? 1.0 : 0.0, kSpinnerFade);
+      }));
+}
+
+void JLQueryWindowController::targetAppChanged(const std::shared_ptr<JLElement>& target) {
+  if (!target) {
+    hideWindow();
+  } else if (!isWindowVisible()) {
+    displayWindowOverApplication(target->pid());
+  }
+}
+
+void JLQueryWindowController::displayWindowOverApplication(int32_t pid) {
+  const Platform& platform = Platform::current();
+  const Rect target = platform.workspace->focusedWindowFrame(pid).value_or(platform.screens->primaryFrame());
+  const Rect window = window_.view().frame();
+  window_.view().setFrameTopLeft(queryWindowTopLeft(target, {window.width, window.height}, platform.screens->frames(),
+                                                    platform.screens->workAreas()));
+  displayWindow();
+}
+
+void JLQueryWindowController::displayWindow() {
+  makeWindowKey();
+  window_.queryField().becomeFirstResponder();
+}
+
+void JLQueryWindowController::makeWindowKey() {
+  if (JLQueryWindow::canBecomeKeyWindow()) {
+    window_.view().makeKeyAndOrderFront();
+  }
+}
+
+void JLQueryWindowController::hideWindow() {
+  window_.view().orderOut();
+  window_.queryField().setText("");
+  window_.queryField().resignFirstResponder();
+  window_.queryField().textDidChange("");
+  setNotice("");
+  announced_.clear();
+}
+
+void JLQueryWindowController::setNotice(const std::string& notice) {
+  window_.view().setNotice(notice);
+}
+
+void JLQueryWindowController::announceSelection(const std::string& description) {
+  if (announced_ != description) {
+    announced_ = description;
+    window_.view().announceSelection(description);
+  }
+}
+
+void JLQueryWindowController::keyDown(const KeyEvent& event) {
+  engine_.keyDown(event);
+}
+
+void JLQueryWindowController::keyUp(const KeyEvent& /*event*/) {}
+
+void JLQueryWindowController::windowDidResignKey() {
+  engine_.queryWindowDidResignKey();
+}
+
+std::vector<std::string> JLQueryWindowController::completionsForPartialWord(const std::string& /*word*/) {
+  return {};
+}
+
+}  // namespace jumplark

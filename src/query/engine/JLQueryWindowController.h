@@ -1,0 +1,66 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Token.h"
+#include "query/engine/JLQueryWindow.h"
+#include "streams/Property.h"
+
+namespace jumplark {
+
+class JLElement;
+class JLQueryEngine;
+
+/// Shows, places and hides the query window, shows that matches are being looked for, and passes every key press on to
+/// the engine. The window is shown while `targetApp` is an element, and follows it at once. Main thread only, but for
+/// `isWorking`, which may be set on any.
+class JLQueryWindowController : public JLQueryFieldDelegate {
+ public:
+  /// The engine outlives the controller.
+  explicit JLQueryWindowController(JLQueryEngine& engine);
+  JLQueryWindowController(const JLQueryWindowController&) = delete;
+  JLQueryWindowController& operator=(const JLQueryWindowController&) = delete;
+  ~JLQueryWindowController() override;
+
+  Property<std::shared_ptr<JLElement>>& targetApp() { return targetApp_; }
+  Property<bool>& isWorking() { return isWorking_; }
+  /// What is typed: the current text first.
+  Observable<std::string> text() { return window_.queryField().text(); }
+  bool hasMarkedText() { return window_.view().hasMarkedText(); }
+  bool isWindowVisible() { return window_.view().isVisible(); }
+
+  /// Places the window over the focused window of an application, of which nothing is asked, and displays it.
+  void displayWindowOverApplication(int32_t pid);
+  /// Shows the window in front, with the keyboard in its field.
+  void displayWindow();
+  /// Hides the window and empties its field.
+  void hideWindow();
+  void makeWindowKey();
+
+  /// One line that tells why there is nothing to choose; empty removes it.
+  void setNotice(const std::string& notice);
+  /// What a screen reader says of the selected match; the same text is not said twice in a row.
+  void announceSelection(const std::string& description);
+
+  void keyDown(const KeyEvent& event) override;
+  void keyUp(const KeyEvent& event);
+  /// Another window has the keyboard: the activation ends, soon, without giving it back.
+  void windowDidResignKey();
+  /// None, ever.
+  std::vector<std::string> completionsForPartialWord(const std::string& word) override;
+
+ private:
+  void windowDidLoad();
+  void targetAppChanged(const std::shared_ptr<JLElement>& target);
+
+  JLQueryEngine& engine_;
+  JLQueryWindow window_;
+  Property<std::shared_ptr<JLElement>> targetApp_;
+  Property<bool> isWorking_{false};
+  std::string announced_;
+  std::vector<Token> observations_;
+};
+
+}  // namespace jumplark

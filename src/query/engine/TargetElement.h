@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace jumplark {
+
+class JLElement;
+class JLElementTree;
+
+/// An element of the target, and the activation that it belongs to. Activations and the idle times between them are
+/// numbered in order; what belongs to another than the present one is out of date.
+struct TargetElement {
+  std::shared_ptr<JLElement> element;
+  uint64_t activation = 0;
+};
+
+/// A snapshot of the target; no tree when there is no target.
+struct TargetTree {
+  std::shared_ptr<JLElementTree> tree;
+  uint64_t activation = 0;
+};
+
+}  // namespace jumplark

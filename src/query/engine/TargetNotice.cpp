@@ -1,0 +1,62 @@
+#include "query/engine/TargetNotice.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "accessibility/JLElement.h"
+#include "platform/Accessibility.h"
+#include "platform/Platform.h"
+#include "tree/JLElementTree.h"
+
+namespace jumplark {
+namespace {
+
+bool isBelow(const xmlNode* node, const xmlNode* ancestor) {
+  while (node != nullptr && node != ancestor) {
+    node = node->parent;
+  }
+  return node == ancestor;
+}
+
+/// Windows alone are what the window system knows of an application; they are nothing to choose from.
+bool isChoice(const JLElementNode& node) {
+  const auto role = node.attribute("Role");
+  return role && *role != "AXWindow" && *role != "AXApplication";
+}
+
+bool hasChoices(const JLElementTree& tree) {
+  const auto& nodes = tree.nodes();
+  if (nodes.empty()) {
+    return false;
+  }
+  // The application comes first; what follows it and is not below it is the panel.
+  const xmlNode* application = nodes.front()->xml();
+  for (auto node = nodes.begin() + 1; node != nodes.end() && isBelow((*node)->xml(), application); ++node) {
+    if (isChoice(**node)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+std::string noticeForTarget(const JLElement& application, const JLElementTree& tree, const std::string& name) {
+  if (hasChoices(tree)) {
+    return {};
+  }
+  const auto role = Platform::current().accessibility->copyAttributeValue(application.ref(), "AXRole");
+  switch (role.error) {
+    case AccessibilityError::success:
+    case AccessibilityError::noValue:
+    case AccessibilityError::attributeUnsupported:
+      return fmt::format("{} shows nothing that can be chosen here.", name);
+    case AccessibilityError::cannotComplete:
+      return fmt::format("{} does not answer; F5 asks it again.", name);
+    default:
+      return fmt::format("{} does not tell what it shows; starting it again may help.", name);
+  }
+}
+
+}  // namespace jumplark

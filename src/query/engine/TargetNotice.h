@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace jumplark {
+
+class JLElement;
+class JLElementTree;
+
+/// One line for the user when a snapshot of an application has nothing of it to choose from, which tells why; empty
+/// when there is something. Reads the application's element; not for the main thread.
+std::string noticeForTarget(const JLElement& application, const JLElementTree& tree, const std::string& name);
+
+}  // namespace jumplark
