@@ -1,0 +1,151 @@
+#include "backends/linux/qt/QtMainLoop.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QEvent>
+#include <QSessionManager>
+#include <QTimer>
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "backends/linux/system/SystemQueues.h"
+
+namespace jumplark {
+namespace {
+
+/// What QApplication is given as the command line. It keeps a reference to the count. The windows are X11's, whatever
+/// the environment prefers.
+struct ProgramArguments {
+  std::array<char, 9> name{"jumplark"};
+  std::array<char, 10> option{"-platform"};
+  std::array<char, 4> platform{"xcb"};
+  std::array<char*, 4> values{name.data(), option.data(), platform.data(), nullptr};
+  int count = 3;
+};
+
+/// A session that restores its programs must not start a second one beside that of the login item.
+void neverRestart(QSessionManager& session) {
+  session.setRestartHint(QSessionManager::RestartNever);
+}
+
+}  // namespace
+
+class QtMainLoop::Application : private ProgramArguments, public QApplication {
+ public:
+  Application() : QApplication(ProgramArguments::count, ProgramArguments::values.data()) {
+    connect(this, &QGuiApplication::commitDataRequest, this, neverRestart, Qt::DirectConnection);
+    connect(this, &QGuiApplication::saveStateRequest, this, neverRestart, Qt::DirectConnection);
+  }
+
+  bool notify(QObject* receiver, QEvent* event) override {
+    try {
+      return QApplication::notify(receiver, event);
+    } catch (...) {
+      fail(std::current_exception());
+      return true;
+    }
+  }
+
+  void fail(std::exception_ptr failure) {
+    if (!failure_) {
+      failure_ = std::move(failure);
+    }
+    exit(1);
+  }
+  std::exception_ptr takeFailure() { return std::exchange(failure_, nullptr); }
+
+ private:
+  std::exception_ptr failure_;
+};
+
+/// Runs what is due in the main queue whenever it is woken, and wakes itself when the next task is due.
+class QtMainLoop::Drainer : public QObject {
+ public:
+  explicit Drainer(SystemQueues& queues) : queues_(queues) {
+    timer_.setSingleShot(true);
+    timer_.setTimerType(Qt::PreciseTimer);
+    connect(&timer_, &QTimer::timeout, this, [this] { drain(); });
+    queues_.setMainQueueWaker([this] { wake(); });
+    wake();
+  }
+  ~Drainer() override { queues_.setMainQueueWaker(nullptr); }
+
+  bool event(QEvent* event) override {
+    if (event->type() != kDrain) {
+      return QObject::event(event);
+    }
+    woken_ = false;
+    drain();
+    return true;
+  }
+
+ private:
+  static constexpr auto kDrain = static_cast<QEvent::Type>(QEvent::User + 1);
+
+  void wake() {
+    if (!woken_.exchange(true)) {
+      QCoreApplication::postEvent(this, new QEvent(kDrain));
+    }
+  }
+  void drain() {
+    const std::optional<Duration> next = queues_.drainMainQueue();
+    if (!next) {
+      timer_.stop();
+    } else if (*next <= Duration::zero()) {
+      // Through the event loop, so that keys and exposures get their turn between tasks.
+      wake();
+    } else {
+      // Rounded up: a timer that fires early would find nothing due and spin until it is.
+      const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*next).count();
+      timer_.start(static_cast<int>(std::min<int64_t>(wait, std::numeric_limits<int>::max())));
+    }
+  }
+
+  SystemQueues& queues_;
+  QTimer timer_;
+  std::atomic<bool> woken_ = false;
+};
+
+QtMainLoop::QtMainLoop(SystemQueues& queues) : queues_(queues) {
+  QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
+  QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus, false);
+  QCoreApplication::setApplicationName(QStringLiteral("Jumplark"));
+  QGuiApplication::setApplicationDisplayName(QStringLiteral("Jumplark"));
+  application_ = std::make_unique<Application>();
+  QGuiApplication::setQuitOnLastWindowClosed(false);
+  QCoreApplication::setQuitLockEnabled(false);
+  QAccessible::setActive(true);
+  drainer_ = std::make_unique<Drainer>(queues);
+}
+
+QtMainLoop::~QtMainLoop() = default;
+
+int QtMainLoop::run() {
+  const int status = QCoreApplication::exec();
+  if (const std::exception_ptr failure = application_->takeFailure()) {
+    std::rethrow_exception(failure);
+  }
+  return status;
+}
+
+void QtMainLoop::quit(int status) {
+  // As a task, so that it also counts when the loop is not running yet.
+  queues_.mainQueue().post([status] { QCoreApplication::exit(status); });
+}
+
+void QtMainLoop::guarded(const std::function<void()>& function) noexcept {
+  try {
+    function();
+  } catch (...) {
+    if (auto* application = dynamic_cast<Application*>(QCoreApplication::instance())) {
+      application->fail(std::current_exception());
+    }
+  }
+}
+
+}  // namespace jumplark

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <exception>
+#include <functional>
+#include <memory>
+
+namespace jumplark {
+
+class SystemQueues;
+
+/// The main thread's event loop: Qt's, which runs the tasks of the main queue between the events of the windows. It
+/// wakes for events and tasks only; while there are none it sleeps without a limit.
+///
+/// Making it makes the QApplication, so make it once, on the thread that made the queues, before any window and after
+/// accessibility has been switched on for the session (Qt looks at that once). The display must be in reach: Qt ends
+/// the process otherwise.
+class QtMainLoop {
+ public:
+  /// The queues must outlive it.
+  explicit QtMainLoop(SystemQueues& queues);
+  QtMainLoop(const QtMainLoop&) = delete;
+  QtMainLoop& operator=(const QtMainLoop&) = delete;
+  /// Every window must have gone before.
+  ~QtMainLoop();
+
+  /// Runs until quit(); the status given there. Hiding or closing windows does not end it. An exception that leaves a
+  /// task or an event handler ends it too, and comes out here.
+  int run();
+  /// Ends run(), or the next one, after what is posted already. From any thread.
+  void quit(int status = 0);
+
+  /// Calls a function that must not throw through code that knows no exceptions; what it throws ends the loop.
+  static void guarded(const std::function<void()>& function) noexcept;
+
+ private:
+  class Application;
+  class Drainer;
+
+  SystemQueues& queues_;
+  std::unique_ptr<Application> application_;
+  std::unique_ptr<Drainer> drainer_;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,109 @@
+#include "backends/linux/qt/QtViews.h"
+
+#include <QApplication>
+#include <QPointer>
+#include <QWidget>
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "backends/linux/qt/AlertDialog.h"
+#include "backends/linux/qt/ClickThroughWindow.h"
+#include "backends/linux/qt/KeyTranslator.h"
+#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/QtDiscovery.h"
+#include "backends/linux/qt/QtOverlay.h"
+#include "backends/linux/qt/QueryWindowArea.h"
+#include "backends/linux/qt/ScreenGeometry.h"
+#include "platform/Queues.h"
+
+namespace jumplark {
+
+// In the order in which each needs those before it.
+struct QtViews::Parts {
+  explicit Parts(World given)
+      : world(std::move(given)),
+        geometry(world.screens),
+        keys(world.x, display),
+        sheets({display, stack, geometry, world.screens, area}) {}
+
+  void bringToFront(QWidget& window) {
+    window.show();
+    window.raise();
+    window.activateWindow();
+    // Over another connection: the window manager must have heard of the window by then.
+    display.synchronize();
+    if (world.callbacks.activateWindow) {
+      world.callbacks.activateWindow(static_cast<uint32_t>(window.winId()));
+    }
+  }
+
+  World world;
+  NativeDisplay display;
+  ScreenGeometry geometry;
+  KeyTranslator keys;
+  QueryWindowArea area;
+  WindowStack stack;
+  OverlaySheets sheets;
+  std::vector<QPointer<QtQueryWindow>> queryWindows;
+  std::vector<QPointer<AlertDialog>> alerts;
+};
+
+QtViews::QtViews(World world) : parts_(std::make_unique<Parts>(std::move(world))) {}
+
+QtViews::~QtViews() {
+  for (const auto& alert : parts_->alerts) {
+    if (alert) {
+      alert->dismiss();
+      delete alert;
+    }
+  }
+}
+
+std::unique_ptr<QueryWindowView> QtViews::makeQueryWindow() {
+  Parts& parts = *parts_;
+  auto window = std::make_unique<QtQueryWindow>(
+      QtQueryWindow::Context{parts.display, parts.geometry, parts.keys, parts.area, parts.world.callbacks});
+  parts.queryWindows.emplace_back(window.get());
+  return window;
+}
+
+std::unique_ptr<OverlayView> QtViews::makeOverlay() {
+  return std::make_unique<QtOverlay>(parts_->sheets);
+}
+
+std::unique_ptr<DiscoveryView> QtViews::makeDiscovery() {
+  return std::make_unique<QtDiscovery>(parts_->display, parts_->stack, parts_->geometry);
+}
+
+void QtViews::showAlert(const Alert& alert, std::function<void(int button)> chosen) {
+  std::erase_if(parts_->alerts, [](const auto& shown) { return shown.isNull(); });
+  TaskQueue& mainQueue = parts_->world.mainQueue;
+  auto* dialog = new AlertDialog(alert, [&mainQueue, chosen = std::move(chosen)](int button) {
+    if (chosen) {
+      mainQueue.post([chosen, button] { chosen(button); });
+    }
+  });
+  parts_->alerts.emplace_back(dialog);
+  parts_->bringToFront(*dialog);
+}
+
+void QtViews::activateIgnoringOtherApps() {
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    if (window->isVisible() && !window->windowFlags().testFlag(Qt::BypassWindowManagerHint)) {
+      parts_->bringToFront(*window);
+    }
+  }
+}
+
+void QtViews::pointerPressedOutside(Point topLeft) {
+  // A copy, since the windows' owner may let them go meanwhile.
+  const auto windows = parts_->queryWindows;
+  for (const auto& window : windows) {
+    if (window) {
+      window->pointerPressed(QPoint(static_cast<int>(topLeft.x), static_cast<int>(topLeft.y)));
+    }
+  }
+}
+
+}  // namespace jumplark

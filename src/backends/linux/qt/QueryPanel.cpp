@@ -1,0 +1,233 @@
+#include "backends/linux/qt/QueryPanel.h"
+
+#include <QCloseEvent>
+#include <QEvent>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <algorithm>
+#include <cmath>
+
+#include "backends/linux/qt/SoftBlur.h"
+
+namespace jumplark {
+namespace {
+
+constexpr int kCardWidth = 440;
+constexpr int kSidePadding = 18;
+constexpr int kGap = 12;
+constexpr int kGlassSize = 18;
+constexpr int kSpinnerSize = 20;
+constexpr int kRowPadding = 13;
+constexpr int kNoticePadding = 8;
+/// Room for the shadow around the card, and how far the shadow lies below it.
+constexpr int kShadowMargin = 30;
+constexpr int kShadowDrop = 7;
+constexpr int kShadowRadius = 22;
+constexpr double kFieldFontFactor = 1.5;
+constexpr int kSmallestFieldFont = 20;
+
+QColor withAlpha(QColor color, double alpha) {
+  color.setAlphaF(static_cast<float>(alpha));
+  return color;
+}
+
+bool isDark(const QPalette& palette) {
+  return palette.color(QPalette::Base).lightnessF() < 0.5;
+}
+
+}  // namespace
+
+QueryLineEdit::QueryLineEdit(QWidget* parent) : QLineEdit(parent) {
+  setFrame(false);
+  setContextMenuPolicy(Qt::NoContextMenu);
+  setDragEnabled(false);
+  setAccessibleName(QStringLiteral("What to click"));
+  setPlaceholderText(QStringLiteral("What to click"));
+}
+
+void QueryLineEdit::inputMethodEvent(QInputMethodEvent* event) {
+  composing_ = !event->preeditString().isEmpty();
+  QLineEdit::inputMethodEvent(event);
+}
+
+void QueryLineEdit::keyPressEvent(QKeyEvent* event) {
+  // Alt with a letter is a shortcut in every program of the desktop, never text.
+  if (event->modifiers().testFlag(Qt::AltModifier) && !event->modifiers().testFlag(Qt::ControlModifier)) {
+    event->ignore();
+    return;
+  }
+  QLineEdit::keyPressEvent(event);
+}
+
+void QueryLineEdit::focusOutEvent(QFocusEvent* event) {
+  composing_ = false;
+  QLineEdit::focusOutEvent(event);
+}
+
+QueryPanel::QueryPanel()
+    : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
+      field_(this),
+      spinner_(this),
+      notice_(this) {
+  setAttribute(Qt::WA_TranslucentBackground);
+  setAttribute(Qt::WA_QuitOnClose, false);
+  setWindowTitle(QStringLiteral("Jumplark"));
+  notice_.setTextFormat(Qt::PlainText);
+  notice_.hide();
+  setFocusProxy(&field_);
+  applyFontsAndColors();
+  layOut();
+}
+
+void QueryPanel::setNotice(const QString& notice) {
+  notice_.setText(notice);
+  notice_.setVisible(!notice.isEmpty());
+  layOut();
+}
+
+void QueryPanel::setTranslucent(bool translucent) {
+  translucent_ = translucent;
+  layOut();
+}
+
+QRect QueryPanel::card() const {
+  const int margin = translucent_ ? kShadowMargin : 0;
+  return {margin, margin, kCardWidth, rowHeight_ + noticeHeight_};
+}
+
+QRect QueryPanel::row() const {
+  QRect result = card();
+  result.setHeight(rowHeight_);
+  return result;
+}
+
+void QueryPanel::applyFontsAndColors() {
+  QFont font = this->font();
+  const int standard = QFontInfo(font).pixelSize();
+  QFont large = font;
+  large.setPixelSize(std::max(kSmallestFieldFont, static_cast<int>(std::lround(standard * kFieldFontFactor))));
+  field_.setFont(large);
+  QPalette colors = palette();
+  const QColor text = colors.color(QPalette::Text);
+  colors.setColor(QPalette::PlaceholderText, withAlpha(text, 0.42));
+  for (const auto role : {QPalette::Base, QPalette::Window}) {
+    colors.setColor(role, Qt::transparent);
+  }
+  field_.setPalette(colors);
+  colors.setColor(QPalette::WindowText, withAlpha(text, 0.72));
+  notice_.setPalette(colors);
+}
+
+void QueryPanel::layOut() {
+  const int fieldHeight = QFontMetrics(field_.font()).height() + 4;
+  rowHeight_ = fieldHeight + 2 * kRowPadding;
+  noticeHeight_ = notice_.text().isEmpty() ? 0 : notice_.fontMetrics().height() + 2 * kNoticePadding;
+  const QRect place = row();
+  const int fieldLeft = place.left() + kSidePadding + kGlassSize + kGap;
+  const int spinnerLeft = place.right() + 1 - kSidePadding - kSpinnerSize;
+  field_.setGeometry(fieldLeft, place.top() + kRowPadding, spinnerLeft - kGap - fieldLeft, fieldHeight);
+  spinner_.setGeometry(spinnerLeft, place.center().y() - kSpinnerSize / 2 + 1, kSpinnerSize, kSpinnerSize);
+  notice_.setGeometry(fieldLeft, place.bottom() + 1, place.right() - kSidePadding - fieldLeft, noticeHeight_);
+  const int margin = place.left();
+  const QSize whole = card().size() + QSize(2 * margin, 2 * margin);
+  if (whole != size()) {
+    setFixedSize(whole);
+    shadow_ = {};
+    if (onCardResized) {
+      onCardResized();
+    }
+  }
+  update();
+}
+
+void QueryPanel::paintShadow(QPainter& painter) {
+  const double ratio = devicePixelRatioF();
+  if (shadow_.isNull() || shadow_.devicePixelRatio() != ratio) {
+    QImage shape((QSizeF(size()) * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
+    shape.fill(Qt::transparent);
+    QPainter shapePainter(&shape);
+    shapePainter.setRenderHint(QPainter::Antialiasing);
+    shapePainter.scale(ratio, ratio);
+    shapePainter.setPen(Qt::NoPen);
+    shapePainter.setBrush(Qt::black);
+    shapePainter.drawRoundedRect(card().translated(0, kShadowDrop), kCornerRadius, kCornerRadius);
+    shapePainter.end();
+    const double density = isDark(palette()) ? 0.55 : 0.34;
+    shadow_ = QPixmap::fromImage(blurredCoverage(shape, kShadowRadius * ratio, withAlpha(Qt::black, density)));
+    shadow_.setDevicePixelRatio(ratio);
+  }
+  painter.drawPixmap(0, 0, shadow_);
+}
+
+void QueryPanel::paintGlass(QPainter& painter) const {
+  const QRect place = row();
+  const QRectF box(place.left() + kSidePadding, place.center().y() - kGlassSize / 2.0 + 1, kGlassSize, kGlassSize);
+  painter.setPen(QPen(withAlpha(palette().color(QPalette::Text), 0.55), 2, Qt::SolidLine, Qt::RoundCap));
+  painter.setBrush(Qt::NoBrush);
+  const double diameter = kGlassSize * 0.68;
+  painter.drawEllipse(QRectF(box.left() + 1, box.top() + 1, diameter, diameter));
+  const double edge = 1 + diameter * 0.854;  // where the circle meets its diagonal
+  painter.drawLine(box.topLeft() + QPointF(edge, edge), box.bottomRight() - QPointF(1.5, 1.5));
+}
+
+void QueryPanel::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  const QColor background = palette().color(QPalette::Base);
+  const QColor text = palette().color(QPalette::Text);
+  const QColor border = isDark(palette()) ? withAlpha(Qt::white, 0.22) : withAlpha(Qt::black, 0.20);
+  if (translucent_) {
+    paintShadow(painter);
+  } else {
+    // The corners are cut along whole pixels; what is left of their blending is the border's colour.
+    painter.fillRect(rect(), isDark(palette()) ? QColor(0x60, 0x60, 0x60) : QColor(0xB8, 0xB8, 0xB8));
+  }
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(background);
+  painter.drawRoundedRect(card(), kCornerRadius, kCornerRadius);
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(border, 1));
+  painter.drawRoundedRect(QRectF(card()).adjusted(0.5, 0.5, -0.5, -0.5), kCornerRadius - 0.5, kCornerRadius - 0.5);
+  paintGlass(painter);
+  if (noticeHeight_ > 0) {
+    painter.fillRect(QRect(card().left() + 1, row().bottom() + 1, kCardWidth - 2, 1), withAlpha(text, 0.10));
+  }
+}
+
+void QueryPanel::changeEvent(QEvent* event) {
+  QWidget::changeEvent(event);
+  const auto type = event->type();
+  if (type == QEvent::PaletteChange || type == QEvent::FontChange || type == QEvent::StyleChange ||
+      type == QEvent::ApplicationPaletteChange || type == QEvent::ApplicationFontChange) {
+    shadow_ = {};
+    applyFontsAndColors();
+    layOut();
+  }
+}
+
+void QueryPanel::closeEvent(QCloseEvent* event) {
+  event->ignore();
+  if (onCloseRequest) {
+    onCloseRequest();
+  }
+}
+
+void QueryPanel::keyPressEvent(QKeyEvent* event) {
+  // The field leaves alone what it has no use for; that has been shown to the key monitor already.
+  if (onKey && !field_.hasFocus()) {
+    onKey(*event);
+  }
+}
+
+void QueryPanel::keyReleaseEvent(QKeyEvent* event) {
+  if (onKey && !field_.hasFocus()) {
+    onKey(*event);
+  }
+}
+
+bool QueryPanel::focusNextPrevChild(bool /*next*/) {
+  return false;  // Tab moves the selection among the matches
+}
+
+}  // namespace jumplark
