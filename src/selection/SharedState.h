@@ -37,13 +37,17 @@ class SharedState {
  private:
   /// False, and `expected` brought up to date, when the value is not `expected` any more.
   bool replace(Pointer& expected, Pointer replacement) {
-    const std::lock_guard lock(mutex_);
-    if (pointer_ != expected) {
-      expected = pointer_;
-      return false;
+    Pointer present;
+    {
+      const std::lock_guard lock(mutex_);
+      if (pointer_ == expected) {
+        pointer_ = std::move(replacement);  // what was there lives on in `expected`
+        return true;
+      }
+      present = pointer_;
     }
-    pointer_.swap(replacement);  // what was there stays alive in `expected`
-    return true;
+    expected = std::move(present);
+    return false;
   }
 
   mutable std::mutex mutex_;
