@@ -66,5 +66,20 @@ TEST_F(Gtk3Places, WhatIsDrawnBelowAMenuBarIsNotMovedOntoIt) {
   EXPECT_EQ(placeOf(source(), app.ref("menu_bar")), (Rect{100, 50, 400, 25}));
 }
 
+TEST_F(Gtk3Places, WhatIsOpenBelongsToTheWindowInFront) {
+  app.add("frame", "box", element(role::comboBox, "Left", {110, 60, 100, 20}));
+  app.add("box", "list", element(role::menu, "", {110, 80, 100, 60}));
+  app.add("list", "right", element(role::menuItem, "Right", {110, 100, 100, 20}));
+  app.add("frame", "closed", element(role::comboBox, "On", {110, 140, 100, 20}));
+  app.add("closed", "closed_list", element(role::menu, "", {110, 140, 100, 20}));
+  app.add("root", "context", element(role::window, "", {450, 300, 80, 90}));
+  app.add("context", "context_menu", element(role::menu, "", {450, 300, 80, 90}));
+  prepare();
+  EXPECT_EQ(names(), "box closed closed_list context context_menu list right");
+  EXPECT_EQ(read("list")->parent, app.ref("frame"));
+  EXPECT_EQ(read("context")->parent, app.ref("frame"));
+  EXPECT_EQ(read("closed_list")->parent, app.ref("closed"));
+}
+
 }  // namespace
 }  // namespace jumplark::atspi

@@ -177,12 +177,13 @@ bool HitTest::isReachable(const Geometry& geometry, const ElementFacts& element,
     return false;
   }
   const ElementFacts* here = &element;
-  bool isInPopup = false;
   for (int step = 0; step < kMostAncestors; ++step) {
     if (here->extents && !here->extents->contains(place.point) && clipsItsContent(*here)) {
       return false;
     }
-    isInPopup = isInPopup || isPopup(*here, place.window.frame);
+    if (!place.frame && isPopup(*here, place.window.frame)) {
+      return true;
+    }
     const auto above = geometry.byRef.find(here->parent);
     if (above == geometry.byRef.end() || above->second->role == role::application) {
       break;
@@ -190,7 +191,7 @@ bool HitTest::isReachable(const Geometry& geometry, const ElementFacts& element,
     here = above->second.get();
   }
   if (!place.frame) {
-    return isInPopup;
+    return false;
   }
   // Snapshots may leave out containers; what hangs in the air is told by its place alone.
   const bool isTop = !here->parent || here->parent == place.application;

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/OpenPopups.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -44,7 +45,7 @@ class Corrections {
       if (found) {
         const ElementFacts& opener = *find(found->parent);
         move(*found, {popup.client.x - opener.extents->x, popup.client.y - opener.extents->y});
-        hangOnFrame(*found);
+        hangOn(frame_, found->ref, elements_);
       }
     }
     return std::move(shifts_);
@@ -117,16 +118,6 @@ class Corrections {
     if (element.extents && shifts_.emplace(element.ref, shift).second) {
       element.extents->x += shift.x;
       element.extents->y += shift.y;
-    }
-  }
-
-  void hangOnFrame(ElementFacts& popover) {
-    ElementFacts* frame = find(frame_);
-    ElementFacts* opener = find(popover.parent);
-    if (frame && opener) {
-      std::erase(opener->children, popover.ref);
-      frame->children.push_back(popover.ref);
-      popover.parent = frame_;
     }
   }
 

@@ -8,6 +8,7 @@
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/FactsReader.h"
+#include "backends/linux/atspi/OpenPopups.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
@@ -89,8 +90,13 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   const bool whole = isPanel(windows);
   std::vector<ElementRef> others;
   std::vector<ElementRef> roots;
+  std::vector<ElementRef> openPopups;
   for (const FrameFacts& frame : frames) {
-    (whole || frame.element == snapshot->focusedWindow ? roots : others).push_back(frame.element);
+    const bool isOpen = !whole && isOpenPopup(frame, snapshot->frames);
+    (whole || isOpen || frame.element == snapshot->focusedWindow ? roots : others).push_back(frame.element);
+    if (isOpen) {
+      openPopups.push_back(frame.element);
+    }
   }
   addOtherFrames(*snapshot, others, deadline);
   snapshot->complete = true;
@@ -103,6 +109,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   for (const ElementRef& root : roots) {
     snapshot->shifts.merge(correctPlaces(snapshot->toolkit, popups, root, snapshot->elements));
   }
+  hangPopupsOn(snapshot->focusedWindow, openPopups, snapshot->elements);
   findLandmarks(*snapshot);
   return snapshot;
 }

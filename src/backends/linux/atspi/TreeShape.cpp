@@ -29,6 +29,10 @@ bool isMenuLike(const ElementFacts& element) {
   }
 }
 
+bool isOpenMenu(const ElementFacts& element) {
+  return element.role == role::menu || element.role == role::popupMenu;
+}
+
 bool isRowObject(const ElementFacts& element) {
   return element.role == role::tableRow || element.role == role::listItem || element.role == role::treeItem;
 }
@@ -134,7 +138,8 @@ Rect TreeShape::visibleRect(const ElementFacts& element) const {
   if (!element.extents) {
     return Rect::null();
   }
-  return intersection(*element.extents, clipAround(element, 0));
+  // An open menu lies in a window of its own.
+  return isOpenMenu(element) ? *element.extents : intersection(*element.extents, clipAround(element, 0));
 }
 
 Rect TreeShape::clipAround(const ElementFacts& element, int depth) const {

@@ -1,0 +1,67 @@
+#include "backends/linux/atspi/OpenPopups.h"
+
+#include <algorithm>
+
+#include "backends/linux/atspi/AtspiRoles.h"
+
+namespace jumplark::atspi {
+namespace {
+
+bool isListOrMenu(uint32_t number) {
+  switch (number) {
+    case role::menu:
+    case role::popupMenu:
+    case role::list:
+    case role::listBox:
+    case role::tree:
+    case role::treeTable:
+    case role::table:
+      return true;
+    default:
+      return false;
+  }
+}
+
+ElementFacts* find(const ElementRef& element, FactsMap& elements) {
+  const auto found = elements.find(element);
+  return found == elements.end() ? nullptr : found->second.get();
+}
+
+}  // namespace
+
+bool isOpenPopup(const FrameFacts& frame, const std::vector<MatchedFrame>& matched) {
+  const bool isKind = frame.role == role::window || frame.role == role::menu || frame.role == role::popupMenu;
+  const bool shows = ((frame.states >> static_cast<unsigned>(state::showing)) & 1U) != 0;
+  return isKind && shows && std::none_of(matched.begin(), matched.end(), [&](const MatchedFrame& one) {
+           return one.frame.element == frame.element;
+         });
+}
+
+void hangOn(const ElementRef& frame, const ElementRef& popup, FactsMap& elements) {
+  ElementFacts* element = find(popup, elements);
+  ElementFacts* window = find(frame, elements);
+  if (!element || !window || element == window || element->parent == frame) {
+    return;
+  }
+  if (ElementFacts* above = find(element->parent, elements)) {
+    std::erase(above->children, popup);
+  }
+  window->children.push_back(popup);
+  element->parent = frame;
+}
+
+void hangPopupsOn(const ElementRef& frame, const std::vector<ElementRef>& popups, FactsMap& elements) {
+  std::vector<ElementRef> found = popups;
+  for (const auto& [ref, element] : elements) {
+    const ElementFacts* above = find(element->parent, elements);
+    if (above && above->role == role::comboBox && isListOrMenu(element->role) && element->is(state::showing) &&
+        element->extents && !(above->extents && *above->extents == *element->extents)) {
+      found.push_back(ref);
+    }
+  }
+  for (const ElementRef& popup : found) {
+    hangOn(frame, popup, elements);
+  }
+}
+
+}  // namespace jumplark::atspi
