@@ -1,0 +1,152 @@
+#include "app/JLShortcutBinding.h"
+
+#include <fmt/format.h>
+#include <spdlog/spdlog.h>
+
+#include <chrono>
+#include <utility>
+#include <vector>
+
+#include "app/ShortcutRecord.h"
+#include "platform/Input.h"
+#include "platform/Platform.h"
+#include "platform/Queues.h"
+#include "platform/Views.h"
+
+namespace jumplark {
+namespace {
+
+constexpr std::chrono::seconds kRetryInterval{5};
+constexpr int64_t kF12 = key_code::symbolBase + 0xFFC9;
+
+/// Offered in this order. Desktops leave most of them alone.
+constexpr Shortcut kCandidates[] = {
+    {key_code::space, modifier_flag::command | modifier_flag::shift},
+    {key_code::space, modifier_flag::control | modifier_flag::option},
+    {key_code::space, modifier_flag::command | modifier_flag::option},
+    {key_code::space, modifier_flag::command | modifier_flag::control},
+    {kF12, modifier_flag::command},
+    {kF12, modifier_flag::control | modifier_flag::option},
+    {kF12, modifier_flag::command | modifier_flag::shift},
+};
+
+Alert alertFor(ShortcutState state, const std::string& name, const std::optional<std::string>& freeName) {
+  const std::string why =
+      state == ShortcutState::taken
+          ? fmt::format(
+                "Another program already uses {}, so pressing it does not open Jumplark. As soon as that "
+                "program gives it up, it works here.",
+                name)
+          : fmt::format("This keyboard has no such key now, so {} cannot open Jumplark.", name);
+  Alert alert{fmt::format("The key combination {} cannot be used", name), why, {}};
+  if (freeName) {
+    alert.text += fmt::format("\n\n{} is free.", *freeName);
+    alert.buttons = {"Use " + *freeName, "Not now"};
+  } else {
+    alert.text += "\n\nThe command \"jumplark activate\" opens it too.";
+    alert.buttons = {"Not now"};
+  }
+  return alert;
+}
+
+}  // namespace
+
+JLShortcutBinding::JLShortcutBinding(std::string defaultsKey, Handler handler)
+    : defaultsKey_(std::move(defaultsKey)),
+      handler_(std::move(handler)),
+      self_(std::make_shared<JLShortcutBinding*>(this)) {
+  Defaults& defaults = *Platform::current().defaults;
+  observation_ = defaults.observe(defaultsKey_, [this](const DefaultsValue& record) { follow(record); });
+  follow(defaults.value(defaultsKey_));
+}
+
+JLShortcutBinding::~JLShortcutBinding() = default;
+
+std::optional<Shortcut> JLShortcutBinding::registeredShortcut() const {
+  return registration_ ? wanted_ : std::nullopt;
+}
+
+void JLShortcutBinding::follow(const DefaultsValue& record) {
+  const std::optional<Shortcut> shortcut = shortcutFromRecord(record);
+  if (!shortcut && !record.is_null()) {
+    spdlog::warn("\"{}\" in the settings is no shortcut; none is registered until it is set", defaultsKey_);
+  }
+  if (shortcut == wanted_ && registration_) {
+    return;
+  }
+  ++round_;
+  registration_.reset();
+  wanted_ = shortcut;
+  toldFor_.reset();
+  tryToRegister();
+}
+
+void JLShortcutBinding::tryToRegister() {
+  if (!wanted_) {
+    return;
+  }
+  GlobalShortcuts& shortcuts = *Platform::current().shortcuts;
+  GlobalShortcuts::Registration made = shortcuts.registerShortcut(*wanted_, handler_);
+  if (made.state == ShortcutState::registered) {
+    registration_ = std::move(made.token);
+    spdlog::info("{} opens the query window", shortcuts.describe(*wanted_));
+    return;
+  }
+  if (made.state == ShortcutState::outOfReach) {
+    spdlog::warn("There is no display on which {} could be registered", shortcuts.describe(*wanted_));
+    return;
+  }
+  tellUser(made.state);
+  tryAgainLater();
+}
+
+void JLShortcutBinding::tryAgainLater() {
+  Platform::current().queues->mainQueue().postAfter(kRetryInterval, [weak = std::weak_ptr(self_), round = round_] {
+    const auto self = weak.lock();
+    if (self && (*self)->round_ == round) {
+      (*self)->tryToRegister();
+    }
+  });
+}
+
+void JLShortcutBinding::tellUser(ShortcutState state) {
+  if (isTelling_ || toldFor_ == wanted_) {
+    return;
+  }
+  toldFor_ = wanted_;
+  const Platform& platform = Platform::current();
+  const std::string name = platform.shortcuts->describe(*wanted_);
+  const std::optional<Shortcut> offered = freeShortcut();
+  const Alert alert =
+      alertFor(state, name, offered ? std::optional(platform.shortcuts->describe(*offered)) : std::nullopt);
+  spdlog::warn("{}. {}", alert.title, alert.text.substr(0, alert.text.find('\n')));
+  if (!platform.views) {
+    return;
+  }
+  isTelling_ = true;
+  platform.views->showAlert(alert, [weak = std::weak_ptr(self_), offered](int button) {
+    if (const auto self = weak.lock()) {
+      (*self)->userChose(offered, button);
+    }
+  });
+}
+
+void JLShortcutBinding::userChose(const std::optional<Shortcut>& offered, int button) {
+  isTelling_ = false;
+  if (offered && button == 0) {
+    Defaults& defaults = *Platform::current().defaults;
+    defaults.setValue(defaultsKey_, recordOfShortcut(*offered));
+    defaults.synchronize();
+  }
+}
+
+std::optional<Shortcut> JLShortcutBinding::freeShortcut() {
+  for (const Shortcut& candidate : kCandidates) {
+    if (Platform::current().shortcuts->probe(candidate) == ShortcutState::registered) {
+      return candidate;
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace jumplark
