@@ -1,17 +1,14 @@
 #include "overlay/JLDiscoveryController.h"
 
-#include <atomic>
 #include <chrono>
-#include <functional>
 #include <mutex>
 #include <utility>
 
 #include "accessibility/JLElement.h"
-#include "overlay/JLDiscoveryViewController.h"
+#include "overlay/DiscoveryDetails.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
 #include "platform/Screens.h"
-#include "platform/Views.h"
 #include "streams/NotificationCenter.h"
 #include "tree/JLElementNode.h"
 
@@ -26,8 +23,6 @@ using Element = std::shared_ptr<JLElement>;
 constexpr auto kTick = milliseconds(400);
 constexpr auto kTickLeeway = seconds(60);
 constexpr auto kSelectionRest = seconds(1);
-constexpr Color kHighlightColor{0, 0, 1, 0.3};
-constexpr Color kClear{0, 0, 0, 0};
 
 Point pointerLocation() {
   return Platform::current().screens->pointerLocation();
@@ -39,67 +34,9 @@ bool same(const Element& a, const Element& b) {
 
 }  // namespace
 
-/// The box and the bubble. Any thread asks, the main thread shows; of what was asked for the latest holds.
-class JLDiscoveryController::Details : public std::enable_shared_from_this<Details> {
- public:
-  Details() : view_(Platform::current().views->makeDiscovery()) { view_->setLevel(window_level::screenSaver + 2); }
-
-  /// Whatever is asked for by the number given before this call shows nothing any more.
-  uint64_t nextRequest() { return ++requests_; }
-
-  void hide() {
-    onMainThread(nextRequest(), [this] { hideNow(); });
-  }
-
-  void show(uint64_t request, const Element& element, bool highlight) {
-    const Rect frame = element ? element->visibleBounds() : Rect{};
-    const std::string text = JLDiscoveryViewController::controllerForElement(element).text();
-    onMainThread(request, [this, frame, text, highlight] {
-      hideNow();
-      view_->setAnchorFrame(frame);
-      view_->setAnchorColor(highlight ? kHighlightColor : kClear);
-      view_->orderFrontRegardless();
-      view_->showPopover(text);
-      popoverShown_ = true;
-    });
-  }
-
- private:
-  /// `action` may refer to this.
-  void onMainThread(uint64_t request, std::function<void()> action) {
-    TaskQueue& main = Platform::current().queues->mainQueue();
-    if (main.isCurrent()) {
-      perform(request, action);
-      return;
-    }
-    main.post([weak = weak_from_this(), request, action = std::move(action)] {
-      if (const auto self = weak.lock()) {
-        self->perform(request, action);
-      }
-    });
-  }
-
-  void perform(uint64_t request, const std::function<void()>& action) {
-    if (request == requests_) {
-      action();
-    }
-  }
-
-  void hideNow() {
-    if (std::exchange(popoverShown_, false)) {
-      view_->closePopover();
-    }
-    view_->orderOut();
-  }
-
-  std::atomic<uint64_t> requests_{0};
-  std::unique_ptr<DiscoveryView> view_;
-  bool popoverShown_ = false;  ///< main thread
-};
-
 /// Tasks of the queue refer to it weakly; it ends with the controller.
 struct JLDiscoveryController::State {
-  std::shared_ptr<Details> details = std::make_shared<Details>();
+  const std::shared_ptr<DiscoveryDetails> details = std::make_shared<DiscoveryDetails>();
 
   std::mutex mutex;
   bool enabled = true;

@@ -50,7 +50,6 @@ class JLDiscoveryController {
   void selectionChanged(const Notification& notification);
 
  private:
-  class Details;
   struct State;
   void startTimer();
   void stopTimer();
