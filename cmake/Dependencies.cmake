@@ -12,7 +12,7 @@ find_package(Qt6 REQUIRED COMPONENTS Widgets)
 pkg_check_modules(SDBUS REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
   xcb xcb-xinput xcb-xtest xcb-xkb xcb-shape xcb-randr xcb-xfixes xcb-res xcb-ewmh xcb-icccm xcb-keysyms
-  xkbcommon xkbcommon-x11)
+  xkbcommon xkbcommon-x11 xkbregistry)
 
 if(JUMPLARK_BUILD_TESTS)
   find_package(GTest REQUIRED)

@@ -18,19 +18,21 @@ namespace jumplark {
 // In the order in which each needs those before it.
 struct LinuxPlatform::Parts {
   Parts(std::shared_ptr<X11Connection> x, Queues& queueSet)
-      : queues(queueSet),
+      : connection(x),
+        queues(queueSet),
         windows(x),
-        workspace(windows, entries),
         screens(x, queueSet.mainQueue()),
+        workspace(windows, entries, &screens),
         input(x),
         elements(windows),
         accessibility(elements, windows) {}
 
+  std::shared_ptr<X11Connection> connection;
   Queues& queues;
   DesktopEntries entries;
   X11WindowSystem windows;
-  X11Workspace workspace;
   X11Screens screens;
+  X11Workspace workspace;
   X11Input input;
   SystemRandom random;
   atspi::AtspiElementSource elements;
@@ -59,6 +61,18 @@ LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(pa
 }
 
 LinuxPlatform::~LinuxPlatform() = default;
+
+const std::shared_ptr<X11Connection>& LinuxPlatform::connection() const {
+  return parts_->connection;
+}
+
+X11WindowSystem& LinuxPlatform::windows() {
+  return parts_->windows;
+}
+
+X11Input& LinuxPlatform::input() {
+  return parts_->input;
+}
 
 void LinuxPlatform::applicationBecameActive(int32_t pid) {
   parts_->elements.applicationBecameActive(pid);

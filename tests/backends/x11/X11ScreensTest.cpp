@@ -50,6 +50,32 @@ TEST_F(X11ScreensTest, theFirstFrameBeginsAtTheFirstRow) {
   EXPECT_TRUE(frames[1].contains(pointer));
 }
 
+// Panels at the left of the first monitor, at the top of the second and at the bottom of the third, which is the
+// shortest, so that below it there is nothing.
+TEST_F(X11ScreensTest, workAreasLeaveOutThePanelsOfEachMonitor) {
+  start({.width = 1000, .height = 800, .monitors = {{0, 0, 300, 800}, {300, 0, 400, 800}, {700, 0, 300, 600}}});
+  screens_ = std::make_unique<X11Screens>(x_, queue_);
+  EXPECT_EQ(screens_->workAreas(), screens_->frames());
+  const WindowClient left(*session_,
+                          {"40x800+0+0", "--title", "a", "--type", "DOCK", "--strut", "40", "0", "0", "0", "0", "799"});
+  const WindowClient top(
+      *session_, {"400x30+300+0", "--title", "b", "--type", "DOCK", "--strut", "0", "0", "30", "0", "300", "699"});
+  const WindowClient bottom(
+      *session_, {"300x50+700+550", "--title", "c", "--type", "DOCK", "--strut", "0", "0", "0", "250", "700", "999"});
+  const auto expected = std::vector<Rect>{{40, 0, 260, 800}, {300, 0, 400, 770}, {700, 250, 300, 550}};
+  EXPECT_TRUE(waitUntil([&] { return screens_->workAreas() == expected; }))
+      << testing::PrintToString(screens_->workAreas());
+}
+
+TEST_F(X11ScreensTest, theOneMonitorsWorkAreaIsTheWindowManagers) {
+  start({.width = 1000, .height = 800});
+  screens_ = std::make_unique<X11Screens>(x_, queue_);
+  const uint32_t area[] = {10, 20, 900, 700, 10, 20, 900, 700, 10, 20, 900, 700, 10, 20, 900, 700};
+  ASSERT_TRUE(x_->check(xcb_change_property_checked(x_->get(), XCB_PROP_MODE_REPLACE, x_->root(),
+                                                    x_->atom(Atom::netWorkarea), XCB_ATOM_CARDINAL, 32, 16, area)));
+  EXPECT_THAT(screens_->workAreas(), ElementsAre(Rect{10, 80, 900, 700}));
+}
+
 TEST_F(X11ScreensTest, changesAreToldOnTheMainQueueUntilTheTokenGoes) {
   startWith({});
   int calls = 0;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <fstream>
 
+#include "backends/linux/x11/X11Screens.h"
 #include "backends/x11/X11Fixture.h"
 
 namespace jumplark {
@@ -89,8 +90,9 @@ class X11WorkspaceTest : public X11Test {
     const fs::path data = fs::path(session_->folder()) / "data";
     write(data / "applications/org.example.Editor.desktop",
           "[Desktop Entry]\nType=Application\nName=Editor\nStartupWMClass=editor-class\n");
+    screens_ = std::make_unique<X11Screens>(x_, queue_);
     entries_ = std::make_unique<DesktopEntries>(std::vector{data}, "C");
-    workspace_ = std::make_unique<X11Workspace>(*windows_, *entries_);
+    workspace_ = std::make_unique<X11Workspace>(*windows_, *entries_, screens_.get());
   }
   std::vector<int32_t> frontToBack() {
     std::vector<int32_t> result;
@@ -104,6 +106,8 @@ class X11WorkspaceTest : public X11Test {
     });
   }
 
+  ManualQueue queue_;
+  std::unique_ptr<X11Screens> screens_;
   std::unique_ptr<DesktopEntries> entries_;
   std::unique_ptr<X11Workspace> workspace_;
 };
@@ -146,6 +150,27 @@ TEST_F(X11WorkspaceTest, listsApplicationsFrontToBackAndActivatesThem) {
   EXPECT_FALSE(workspace_->activate(1, kActivateIgnoringOtherApps));
   EXPECT_EQ(workspace_->runningApplicationsWithBundleIdentifier(kDockBundleIdentifier),
             (std::vector{RunningApplication{dock.pid(), "Panel", "Panel"}}));
+}
+
+TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
+  const WindowClient framed(*session_, {"300x200+50+80", "--title", "Framed"});
+  const WindowFacts facts = *windows_->window(framed.window());
+  ASSERT_GT(facts.frame.height, 200) << "the window manager's title";
+  const auto frame = workspace_->focusedWindowFrame(framed.pid());
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame->x, facts.frame.x);
+  EXPECT_EQ(frame->y, 900 - facts.frame.maxY());
+  EXPECT_EQ(frame->width, facts.frame.width);
+  EXPECT_EQ(frame->height, facts.frame.height);
+
+  const WindowClient decorated(*session_, {"240x180+500+90", "--title", "Decorated", "--gtk-extents", "20", "20", "10",
+                                           "30", "--type", "DIALOG"});
+  const Rect outer = windows_->window(decorated.window())->frame;
+  EXPECT_EQ(workspace_->focusedWindowFrame(decorated.pid()),
+            (Rect{outer.x + 20, 900 - outer.maxY() + 30, outer.width - 40, outer.height - 40}));
+  session_->keys({"windowminimize", std::to_string(framed.window())});
+  EXPECT_TRUE(waitUntil([&] { return !workspace_->focusedWindowFrame(framed.pid()); }));
+  EXPECT_FALSE(workspace_->focusedWindowFrame(1));
 }
 
 TEST_F(X11WorkspaceTest, aDialogIsItsApplicationsTopmostWindow) {

@@ -50,6 +50,11 @@ constexpr std::array<const char*, static_cast<size_t>(Atom::count)> kAtomNames =
     "_NET_WM_WINDOW_TYPE_DND",
     "_GTK_FRAME_EXTENTS",
     "_GTK_APPLICATION_ID",
+    "_NET_WM_STRUT",
+    "_NET_WM_STRUT_PARTIAL",
+    "_NET_WORKAREA",
+    "_NET_CURRENT_DESKTOP",
+    "_XKB_RULES_NAMES",
     "_NET_WM_CM_S",
     "_NET_SYSTEM_TRAY_S",
 };

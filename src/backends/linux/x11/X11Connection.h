@@ -41,6 +41,11 @@ enum class Atom : size_t {
   typeDnd,
   gtkFrameExtents,
   gtkApplicationId,
+  netWmStrut,
+  netWmStrutPartial,
+  netWorkarea,
+  netCurrentDesktop,
+  xkbRulesNames,
   netWmCompositor,  ///< the selection that a compositor of this screen owns
   netSystemTray,    ///< the selection that this screen's tray owns
   count

@@ -5,11 +5,7 @@
 namespace jumplark {
 
 X11Input::X11Input(std::shared_ptr<X11Connection> connection)
-    : x_(std::move(connection)), pointer_(x_, [this](uint8_t keycode) {
-        if (const auto taps = this->taps()) {
-          taps->expectOwnRelease(keycode);
-        }
-      }) {}
+    : x_(std::move(connection)), pointer_(x_, [this](uint8_t keycode) { expectOwnRelease(keycode); }) {}
 
 X11Input::~X11Input() {
   if (const auto taps = this->taps()) {
@@ -35,6 +31,12 @@ std::unique_ptr<EventTapHandle> X11Input::createEventTap(const EventTapConfigura
 
 void X11Input::postMouseEvent(const MouseEvent& event, uint32_t /*location*/) {
   pointer_.post(event);
+}
+
+void X11Input::expectOwnRelease(uint8_t keycode) {
+  if (const auto taps = this->taps()) {
+    taps->expectOwnRelease(keycode);
+  }
 }
 
 void X11Input::beep() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 
@@ -22,6 +23,8 @@ class X11Input final : public InputPlatform {
                                                  EventTapCallback callback) override;
   void postMouseEvent(const MouseEvent& event, uint32_t location) override;
   void beep() override;
+  /// To be called before somebody of this program posts the release of a key that no tap shall see. Any thread.
+  void expectOwnRelease(uint8_t keycode);
 
  private:
   std::shared_ptr<X11EventTaps> taps();

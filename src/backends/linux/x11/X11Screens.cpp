@@ -3,12 +3,12 @@
 #include <xcb/randr.h>
 
 #include <algorithm>
-#include <list>
 #include <utility>
 
-#include "backends/linux/x11/CallbackSlot.h"
 #include "backends/linux/x11/EventThread.h"
+#include "backends/linux/x11/PostedSlots.h"
 #include "backends/linux/x11/Reply.h"
+#include "backends/linux/x11/WorkAreas.h"
 
 namespace jumplark {
 namespace {
@@ -50,16 +50,28 @@ void putFirst(std::vector<Monitor>& monitors) {
   }
 }
 
-std::vector<Rect> readFrames(const X11Connection& x) {
+// Pixels of the root, top-left origin, the first one first.
+std::vector<Rect> readRects(const X11Connection& x) {
   std::vector<Monitor> monitors = readMonitors(x);
   putFirst(monitors);
-  std::vector<Rect> frames;
+  std::vector<Rect> rects;
   for (const Monitor& monitor : monitors) {
-    const double top = monitors.front().rect.maxY();
-    const Rect& r = monitor.rect;
-    frames.push_back({r.x, top - r.maxY(), r.width, r.height});
+    rects.push_back(monitor.rect);
   }
-  return frames;
+  return rects;
+}
+
+std::vector<Rect> fromBottom(std::vector<Rect> rects, double top) {
+  for (Rect& rect : rects) {
+    rect.y = top - rect.maxY();
+  }
+  return rects;
+}
+
+std::vector<Rect> readFrames(const X11Connection& x) {
+  std::vector<Rect> rects = readRects(x);
+  const double top = rects.empty() ? 0 : rects.front().maxY();
+  return fromBottom(std::move(rects), top);
 }
 
 }  // namespace
@@ -89,19 +101,9 @@ class X11Screens::Watcher {
     return frames_;
   }
 
-  Token add(std::function<void()> callback) {
-    const auto slot = std::make_shared<Slot>([callback = std::move(callback)] {
-      callback();
-      return true;
-    });
-    const std::lock_guard lock(mutex_);
-    slots_.push_back(slot);
-    return Token([slot] { slot->close(); });
-  }
+  Token add(std::function<void()> callback) { return slots_.add(std::move(callback)); }
 
  private:
-  using Slot = CallbackSlot<bool>;
-
   void handle(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7F;
     const int randr = x_->extensions().randrFirstEvent;
@@ -116,20 +118,13 @@ class X11Screens::Watcher {
       return;
     }
     frames_ = std::move(changed);
-    std::erase_if(slots_, [](const std::weak_ptr<Slot>& slot) { return slot.expired(); });
-    for (const std::weak_ptr<Slot>& slot : slots_) {
-      mainQueue_.post([slot] {
-        if (const auto alive = slot.lock()) {
-          alive->callOr(false);
-        }
-      });
-    }
+    slots_.post(mainQueue_);
   }
 
   std::shared_ptr<X11Connection> x_;
   TaskQueue& mainQueue_;
   std::mutex mutex_;
-  std::list<std::weak_ptr<Slot>> slots_;
+  PostedSlots<> slots_;
   std::vector<Rect> frames_;
   EventThread thread_{x_, [this](const xcb_generic_event_t& event) { handle(event); }};
 };
@@ -147,6 +142,11 @@ Rect X11Screens::primaryFrame() {
   const auto watching = watcher();
   const std::vector<Rect> all = watching ? watching->frames() : frames();
   return all.empty() ? Rect{} : all.front();
+}
+
+std::vector<Rect> X11Screens::workAreas() {
+  const std::vector<Rect> rects = readRects(*x_);
+  return rects.empty() ? rects : fromBottom(x11::workAreas(*x_, rects), rects.front().maxY());
 }
 
 Point X11Screens::pointerLocation() {

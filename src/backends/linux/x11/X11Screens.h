@@ -25,6 +25,7 @@ class X11Screens final : public Screens {
 
   std::vector<Rect> frames() override;
   Rect primaryFrame() override;
+  std::vector<Rect> workAreas() override;
   Point pointerLocation() override;
   Token onFramesChanged(std::function<void()> callback) override;
 

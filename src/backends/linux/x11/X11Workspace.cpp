@@ -31,7 +31,8 @@ std::string executableName(int32_t pid) {
 
 }  // namespace
 
-X11Workspace::X11Workspace(X11WindowSystem& windows, DesktopEntries& entries) : windows_(windows), entries_(entries) {}
+X11Workspace::X11Workspace(X11WindowSystem& windows, DesktopEntries& entries, Screens* screens)
+    : windows_(windows), entries_(entries), screens_(screens) {}
 
 int32_t X11Workspace::pidOf(const WindowFacts& window) const {
   return windows_.isOwn(window) ? static_cast<int32_t>(getpid()) : window.pid;
@@ -123,6 +124,18 @@ std::optional<WindowFacts> X11Workspace::topmostWindow(int32_t pid) {
                 [&](const WindowFacts& window) { return !isApplicationWindow(window) || pidOf(window) != pid; });
   std::stable_partition(windows.begin(), windows.end(), [](const WindowFacts& window) { return !window.hidden; });
   return windows.empty() ? std::nullopt : std::optional(windows.front());
+}
+
+std::optional<Rect> X11Workspace::focusedWindowFrame(int32_t pid) {
+  const auto window = topmostWindow(pid);
+  if (!screens_ || !window || window->hidden) {
+    return std::nullopt;
+  }
+  const Rect& outer = window->frame;
+  const FrameExtents& shadow = window->gtkFrameExtents;
+  const double bottom = outer.maxY() - shadow.bottom;
+  return Rect{outer.x + shadow.left, screens_->primaryFrame().maxY() - bottom, outer.width - shadow.left - shadow.right,
+              outer.height - shadow.top - shadow.bottom};
 }
 
 bool X11Workspace::activate(int32_t pid, uint32_t options) {

@@ -7,6 +7,7 @@
 
 #include "backends/linux/x11/DesktopEntries.h"
 #include "backends/linux/x11/X11WindowSystem.h"
+#include "platform/Screens.h"
 #include "platform/Workspace.h"
 
 namespace jumplark {
@@ -16,8 +17,8 @@ namespace jumplark {
 /// never an application. Calls may come from any thread.
 class X11Workspace final : public Workspace {
  public:
-  /// Both must outlive the workspace.
-  X11Workspace(X11WindowSystem& windows, DesktopEntries& entries);
+  /// All must outlive the workspace. Without screens there are no focused window frames.
+  X11Workspace(X11WindowSystem& windows, DesktopEntries& entries, Screens* screens = nullptr);
 
   /// The owner of the active window; when there is none, or it is a window of this process, the owner of the topmost
   /// normal window or dialog on screen.
@@ -25,6 +26,9 @@ class X11Workspace final : public Workspace {
   std::vector<RunningApplication> applicationsFrontToBack() override;
   std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) override;
   std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) override;
+  /// With the window manager's decorations, without the shadow that a toolkit draws around its own. None when all
+  /// windows of the process are minimised or on another desktop.
+  std::optional<Rect> focusedWindowFrame(int32_t pid) override;
   bool activate(int32_t pid, uint32_t options) override;
 
   /// The topmost normal window or dialog of a process, one that is on screen before one that is minimised; none when it
@@ -41,6 +45,7 @@ class X11Workspace final : public Workspace {
 
   X11WindowSystem& windows_;
   DesktopEntries& entries_;
+  Screens* screens_;
 };
 
 }  // namespace jumplark

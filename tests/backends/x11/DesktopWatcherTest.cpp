@@ -1,0 +1,100 @@
+#include "backends/linux/x11/DesktopWatcher.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+#include "backends/x11/X11Fixture.h"
+
+namespace jumplark {
+namespace {
+
+using desktop::waitUntil;
+using testing::ElementsAre;
+
+class DesktopWatcherTest : public X11Test {
+ protected:
+  void startWith(desktop::WindowManager windowManager) {
+    start({.windowManager = windowManager});
+    watcher_ = DesktopWatcher::create(session_->display(), queue_);
+    ASSERT_TRUE(watcher_);
+  }
+  void TearDown() override {
+    watcher_.reset();
+    X11Test::TearDown();
+  }
+  template <typename T>
+  bool becomes(const std::vector<T>& told, const std::vector<T>& expected) {
+    return waitUntil([&] {
+      queue_.runAll();
+      return told == expected;
+    });
+  }
+  ManualQueue queue_;
+  std::unique_ptr<DesktopWatcher> watcher_;
+};
+
+TEST_F(DesktopWatcherTest, tellsOfCompositorsAndWindowManagers) {
+  startWith(desktop::WindowManager::none);
+  std::vector<bool> compositor;
+  int managers = 0;
+  const Token token = watcher_->onCompositorChanged([&](bool runs) { compositor.push_back(runs); });
+  const Token other = watcher_->onWindowManagerStarted([&] { ++managers; });
+  EXPECT_FALSE(watcher_->compositorRuns());
+  for (const int signal : {SIGTERM, SIGKILL}) {
+    compositor.clear();
+    managers = 0;
+    desktop::Process& manager = session_->start({"openbox", "--sm-disable"});
+    desktop::Process& picom = session_->start({"picom", "--backend", "xrender"});
+    EXPECT_TRUE(becomes(compositor, {true}));
+    EXPECT_TRUE(waitUntil([&] {
+      queue_.runAll();
+      return managers > 0;
+    }));
+    EXPECT_TRUE(watcher_->compositorRuns());
+    picom.kill(signal);
+    EXPECT_TRUE(becomes(compositor, {true, false}));
+    EXPECT_FALSE(watcher_->compositorRuns());
+    manager.kill(SIGKILL);
+  }
+}
+
+TEST_F(DesktopWatcherTest, tellsWhichApplicationBecomesActive) {
+  startWith(desktop::WindowManager::xfwm4);
+  std::vector<int32_t> active;
+  const Token token = watcher_->onActiveApplicationChanged([&](int32_t pid) { active.push_back(pid); });
+  const WindowClient first(*session_, {"200x100+10+50", "--title", "First"});
+  ASSERT_TRUE(session_->activate(first.window()));
+  ASSERT_TRUE(becomes(active, {first.pid()}));
+  const WindowClient second(*session_, {"200x100+300+50", "--title", "Second"});
+  ASSERT_TRUE(session_->activate(second.window()));
+  ASSERT_TRUE(becomes(active, {first.pid(), second.pid()}));
+  ASSERT_TRUE(session_->activate(first.window()));
+  EXPECT_TRUE(becomes(active, {first.pid(), second.pid(), first.pid()}));
+}
+
+TEST_F(DesktopWatcherTest, tellsWhereButtonsArePressedWhileThatIsAskedFor) {
+  startWith(desktop::WindowManager::none);
+  std::vector<std::pair<double, double>> presses;
+  session_->keys({"mousemove", "5", "6", "click", "1"});
+  Token token = watcher_->onButtonPress([&](Point at) { presses.emplace_back(at.x, at.y); });
+  // Another client holds the pointer, as an open menu does.
+  xcb_grab_pointer(x_->get(), 0, x_->root(), 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE,
+                   XCB_CURRENT_TIME);
+  ASSERT_TRUE(x_->check(xcb_no_operation_checked(x_->get())));
+  session_->keys({"mousemove", "70", "80", "click", "1", "click", "4", "click", "3"});
+  EXPECT_TRUE(becomes(presses, {{70, 80}, {70, 80}}));
+  session_->keys({"mousemove", "9", "9", "click", "1"});
+  ASSERT_TRUE(waitUntil([&] { return queue_.size() == 1; }));
+  token.reset();
+  queue_.runAll();
+  EXPECT_EQ(presses.size(), 2U);
+  Token again = watcher_->onButtonPress([&](Point at) { presses.emplace_back(at.x, at.y); });
+  session_->keys({"mousemove", "11", "12", "click", "2"});
+  EXPECT_TRUE(becomes(presses, {{70, 80}, {70, 80}, {11, 12}}));
+  watcher_.reset();
+  again.reset();
+}
+
+}  // namespace
+}  // namespace jumplark
