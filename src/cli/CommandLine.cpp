@@ -30,6 +30,11 @@ CLI::App* addCommand(CLI::App& app, Options& options, const char* name, const ch
 }
 
 void addCommands(CLI::App& app, Options& options) {
+  addCommand(app, options, "activate", "Show or hide the query window of the running instance", Command::activate);
+  auto* preferences =
+      addCommand(app, options, "preferences", "Open the preferences of the running instance", Command::preferences);
+  preferences->add_option("PANE", options.pane, "General, Advanced, Usage, Help or About");
+
   auto* tree = addCommand(app, options, "tree", "Print the snapshot of an application as XML", Command::tree);
   addTarget(*tree, options.target);
   tree->add_flag("--all", options.all, "Invisible elements too");
@@ -60,8 +65,9 @@ std::variant<Options, ExitStatus> parseCommandLine(int argc, const char* const* 
   CLI::App app("Operate any application's interface from the keyboard: type a few letters of what you see, click it.",
                "jumplark");
   app.set_version_flag("--version", "jumplark " JUMPLARK_VERSION);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.footer(
+      "Without a command it runs in the background and waits for its shortcut.\n\n"
       "Exit status: 0 done, 1 nothing matched, 2 bad usage or unreadable file,\n"
       "3 desktop, accessibility or running instance out of reach.");
   addCommands(app, options);

@@ -19,14 +19,15 @@ struct Target {
 };
 
 struct Options {
-  enum class Command { tree, match, act, record, doctor };
-  Command command = Command::tree;
+  enum class Command { run, activate, preferences, tree, match, act, record, doctor };
+  Command command = Command::run;  ///< without a command the program runs in the background
   Target target;
   std::string query;
   bool all = false;     ///< tree: invisible elements too
   bool json = false;    ///< match
   bool dryRun = false;  ///< act
   std::optional<std::string> outputFile;
+  std::string pane;  ///< preferences; empty: the one that was shown last
 };
 
 /// The options, or the status with which to end at once: after --help and --version, which print to standard output,

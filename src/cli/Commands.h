@@ -14,6 +14,12 @@ ExitStatus runMatch(const Options& options);
 ExitStatus runAct(const Options& options);
 /// Reads through a recorder that it installs over `platform` for the time of the call.
 ExitStatus runRecord(const Options& options, const Platform& platform);
+/// Becomes the running instance until it is asked to end, or tells the one that runs. On the main thread, and without
+/// an installed platform.
+ExitStatus runInBackground();
+// Both ask the running instance.
+ExitStatus runActivate();
+ExitStatus runPreferences(const Options& options);
 /// Needs no platform: it looks for what one would need.
 ExitStatus runDoctor();
 

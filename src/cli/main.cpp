@@ -24,20 +24,15 @@ ExitStatus runOnPlatform(const Options& options, const Platform& platform) {
       return runAct(options);
     case Options::Command::record:
       return runRecord(options, platform);
-    case Options::Command::doctor:
-      return runDoctor();
+    default:
+      return ExitStatus::badUsage;
   }
-  return ExitStatus::badUsage;
 }
 
-ExitStatus run(const Options& options, SystemQueues& queues) {
+/// What it throws becomes a sentence on standard error and a status.
+ExitStatus reportingFailure(const std::function<ExitStatus()>& command) {
   try {
-    if (options.command == Options::Command::doctor) {
-      return runDoctor();
-    }
-    const std::unique_ptr<OpenDesktop> desktop = openDesktop(options.target, queues);
-    const Token installed = Platform::install(desktop->platform());
-    return runOnPlatform(options, desktop->platform());
+    return command();
   } catch (const CommandFailure& failure) {
     fmt::print(stderr, "jumplark: {}\n", failure.what());
     return failure.status();
@@ -47,13 +42,24 @@ ExitStatus run(const Options& options, SystemQueues& queues) {
   }
 }
 
+ExitStatus runSnapshotCommand(const Options& options, SystemQueues& queues) {
+  return reportingFailure([&] {
+    if (options.command == Options::Command::doctor) {
+      return runDoctor();
+    }
+    const std::unique_ptr<OpenDesktop> desktop = openDesktop(options.target, queues);
+    const Token installed = Platform::install(desktop->platform());
+    return runOnPlatform(options, desktop->platform());
+  });
+}
+
 /// Runs a command on the high-priority queue, whose stack is deep enough for the deepest trees.
 ExitStatus runWithDeepStack(const Options& options) {
   SystemQueues queues;
   ExitStatus status = ExitStatus::outOfReach;
   const auto done = queues.makeCompletion();
   queues.highPriorityQueue().post([&] {
-    status = run(options, queues);
+    status = runSnapshotCommand(options, queues);
     done->signal();
   });
   while (!done->wait(std::chrono::hours(1))) {
@@ -61,13 +67,29 @@ ExitStatus runWithDeepStack(const Options& options) {
   return status;
 }
 
+ExitStatus run(const Options& options) {
+  switch (options.command) {
+    case Options::Command::run:
+      return reportingFailure(runInBackground);
+    case Options::Command::activate:
+      return reportingFailure(runActivate);
+    case Options::Command::preferences:
+      return reportingFailure([&] { return runPreferences(options); });
+    default:
+      return runWithDeepStack(options);
+  }
+}
+
 }  // namespace
+
+int runProgram(int argc, char** argv) {
+  const auto parsed = parseCommandLine(argc, argv);
+  return static_cast<int>(std::holds_alternative<ExitStatus>(parsed) ? std::get<ExitStatus>(parsed)
+                                                                     : run(std::get<Options>(parsed)));
+}
+
 }  // namespace jumplark::cli
 
 int main(int argc, char** argv) {
-  using namespace jumplark::cli;
-  const auto parsed = parseCommandLine(argc, argv);
-  const ExitStatus status = std::holds_alternative<ExitStatus>(parsed) ? std::get<ExitStatus>(parsed)
-                                                                       : runWithDeepStack(std::get<Options>(parsed));
-  return static_cast<int>(status);
+  return jumplark::cli::runProgram(argc, argv);
 }

@@ -8,6 +8,9 @@
 namespace jumplark {
 
 class Queues;
+class X11Connection;
+class X11Input;
+class X11WindowSystem;
 
 /// The real platform of a Linux desktop: windows, screens and input of the X server, elements of the accessibility bus.
 class LinuxPlatform {
@@ -25,6 +28,10 @@ class LinuxPlatform {
   ~LinuxPlatform();
 
   const Platform& platform() const { return platform_; }
+  // For the parts of the desktop that need the X server too.
+  const std::shared_ptr<X11Connection>& connection() const;
+  X11WindowSystem& windows();
+  X11Input& input();
   /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
   void applicationBecameActive(int32_t pid);
 

@@ -25,18 +25,24 @@ sigset_t terminationSet() {
 
 }  // namespace
 
-TerminationSignals::TerminationSignals(std::function<void(int signal)> asked) : asked_(std::move(asked)) {
+TerminationSignals::TerminationSignals() {
   const sigset_t set = terminationSet();
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   signalFd_ = signalfd(-1, &set, SFD_CLOEXEC);
   endFd_ = eventfd(0, EFD_CLOEXEC);
+}
+
+void TerminationSignals::start(std::function<void(int signal)> asked) {
+  asked_ = std::move(asked);
   thread_ = std::thread([this] { run(); });
 }
 
 TerminationSignals::~TerminationSignals() {
   const uint64_t one = 1;
   [[maybe_unused]] const ssize_t written = write(endFd_, &one, sizeof(one));
-  thread_.join();
+  if (thread_.joinable()) {
+    thread_.join();
+  }
   close(signalFd_);
   close(endFd_);
   const sigset_t set = terminationSet();

@@ -9,11 +9,12 @@ namespace jumplark {
 /// any other thread, since those inherit that the signals wait to be read here instead of ending the process.
 class TerminationSignals {
  public:
-  /// Called for each signal on a thread of its own.
-  explicit TerminationSignals(std::function<void(int signal)> asked);
+  TerminationSignals();
+  /// `asked` is called for each signal, also for one that came before, on a thread of its own. Once.
+  void start(std::function<void(int signal)> asked);
   TerminationSignals(const TerminationSignals&) = delete;
   TerminationSignals& operator=(const TerminationSignals&) = delete;
-  /// No call is made afterwards; a signal that comes then ends the process as usual.
+  /// Waits for a running call; none is made afterwards, and a signal that comes then ends the process as usual.
   ~TerminationSignals();
 
  private:

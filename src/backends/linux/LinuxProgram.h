@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/Platform.h"
+
+namespace jumplark {
+
+class QtMainLoop;
+class SystemQueues;
+
+/// The real platform of a Linux desktop with everything that the program in the background needs besides: windows,
+/// settings, keyboard layouts, global shortcuts, and the event loop in which they live. Main thread only.
+class LinuxProgram {
+ public:
+  struct Opened {
+    std::unique_ptr<LinuxProgram> program;  ///< null when the desktop is out of reach
+    std::string error;                      ///< one sentence: what is missing and what to do about it
+  };
+  /// Reaches the desktop that the environment names and makes the QApplication, so once a process. The queues outlive
+  /// it.
+  static Opened open(SystemQueues& queues);
+
+  LinuxProgram(const LinuxProgram&) = delete;
+  LinuxProgram& operator=(const LinuxProgram&) = delete;
+  /// Every window of the core must have gone before.
+  ~LinuxProgram();
+
+  const Platform& platform() const { return platform_; }
+  QtMainLoop& loop();
+
+ private:
+  struct Parts;
+  explicit LinuxProgram(std::unique_ptr<Parts> parts);
+
+  std::unique_ptr<Parts> parts_;
+  Platform platform_;
+};
+
+}  // namespace jumplark
