@@ -64,6 +64,11 @@ void FakeApplication::beforeEachAnswer(std::function<void(const std::string&, co
   before_ = std::move(callback);
 }
 
+void FakeApplication::answerInstead(Answer answer) {
+  const std::lock_guard lock(mutex_);
+  instead_ = std::move(answer);
+}
+
 ElementRef FakeApplication::ref(const std::string& id) const {
   return makeRef(peer_->uniqueName(), pathOf(id));
 }
@@ -92,9 +97,11 @@ bool FakeApplication::answer(sd_bus_message* message) {
   const std::string member = sd_bus_message_get_member(message);
   FakeElement element;
   std::function<void(const std::string&, const std::string&)> before;
+  Answer instead;
   {
     const std::lock_guard lock(mutex_);
     before = before_;
+    instead = instead_;
   }
   if (before) {
     before(id, member);
@@ -110,6 +117,9 @@ bool FakeApplication::answer(sd_bus_message* message) {
       return false;
     }
     element = found->second;
+  }
+  if (instead && instead(message, id, member)) {
+    return true;
   }
   if (interface == "Accessible") {
     return answerAccessible(message, member, element);

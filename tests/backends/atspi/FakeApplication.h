@@ -49,6 +49,10 @@ class FakeApplication {
   /// Called, on the application's thread, before each answer.
   void beforeEachAnswer(std::function<void(const std::string& id, const std::string& member)> callback);
 
+  /// Asked first, on the application's thread, to answer a message itself, and to tell whether it did.
+  using Answer = std::function<bool(sd_bus_message* message, const std::string& id, const std::string& member)>;
+  void answerInstead(Answer answer);
+
   ElementRef ref(const std::string& id) const;
   ElementRef root() const { return ref("root"); }
   FakePeer& peer() { return *peer_; }
@@ -74,6 +78,7 @@ class FakeApplication {
   std::optional<std::vector<std::string>> cached_;
   std::multiset<std::string> asked_;
   std::function<void(const std::string&, const std::string&)> before_;
+  Answer instead_;
   std::unique_ptr<FakePeer> peer_;
 };
 

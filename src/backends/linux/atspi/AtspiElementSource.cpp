@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "backends/linux/atspi/AtspiCalls.h"
-#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/TypedBatch.h"
 #include "backends/linux/atspi/VisibleChildren.h"
 
@@ -256,7 +256,7 @@ AccessibilityError AtspiElementSource::textAllowed(const ElementRef& element, Fa
     return read.error;
   }
   found = read.value;
-  const bool readable = found->role != role::passwordText && (found->interfaces & interface_bit::text) != 0;
+  const bool readable = !mayHoldSecret(*found) && (found->interfaces & interface_bit::text) != 0;
   return readable ? AccessibilityError::success : AccessibilityError::attributeUnsupported;
 }
 

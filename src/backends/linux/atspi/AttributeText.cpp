@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/Neighbours.h"
 #include "backends/linux/atspi/TextUnits.h"
 
@@ -27,7 +27,7 @@ void AttributeText::snapshotsChanged() {
 }
 
 bool AttributeText::isReadable(const ElementFacts& element) {
-  return element.role != role::passwordText && (element.interfaces & interface_bit::text) != 0;
+  return !mayHoldSecret(element) && (element.interfaces & interface_bit::text) != 0;
 }
 
 AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const ElementFacts& element) {

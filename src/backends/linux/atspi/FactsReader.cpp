@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "backends/linux/atspi/AtspiCalls.h"
-#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/TextReading.h"
 #include "backends/linux/atspi/TreeWalk.h"
 #include "backends/linux/atspi/TypedBatch.h"
@@ -88,7 +88,7 @@ void addGroup(TypedBatch& batch, ReadRequest& request, facts::Set group, TypedCa
 
 void addValueCall(TypedBatch& batch, ReadRequest& request) {
   ElementFacts& e = request.facts;
-  if (e.role == role::passwordText || (e.interfaces & interface_bit::value) == 0) {
+  if (mayHoldSecret(e) || (e.interfaces & interface_bit::value) == 0) {
     e.known |= facts::value & request.wanted;
   }
   addGroup<double>(batch, request, facts::value, calls::currentValue(*handleOf(e.ref)),
@@ -193,7 +193,7 @@ void FactsReader::readTextGroups(std::vector<ReadRequest>& requests, TimePoint d
       continue;
     }
     e.known |= facts::text;
-    if (e.role == role::passwordText || (e.interfaces & interface_bit::text) == 0) {
+    if (mayHoldSecret(e) || (e.interfaces & interface_bit::text) == 0) {
       continue;
     }
     std::optional<Rect> local = request.context.toolkit.tellsCharacterAtPoint() ? e.extents : std::nullopt;

@@ -65,9 +65,13 @@ bool isTextEntry(const ElementFacts& element) {
   }
 }
 
+bool mayHoldSecret(const ElementFacts& element) {
+  return element.role == role::passwordText || element.role == role::invalid;
+}
+
 bool isHypertext(const ElementFacts& element) {
   constexpr uint32_t kBoth = interface_bit::text | interface_bit::hyperlink;
-  return (element.interfaces & kBoth) == kBoth && element.role != role::passwordText;
+  return (element.interfaces & kBoth) == kBoth && !mayHoldSecret(element);
 }
 
 bool mayBeLabelledByAnother(const ElementFacts& element) {
@@ -83,11 +87,11 @@ facts::Set factsWorthReading(const ElementFacts& element) {
   if (isTextEntry(element)) {
     wanted |= facts::attributes;
   }
-  if ((element.interfaces & interface_bit::text) != 0 && element.role != role::passwordText &&
+  if ((element.interfaces & interface_bit::text) != 0 && !mayHoldSecret(element) &&
       (isTextEntry(element) || element.name.empty() || (isHypertext(element) && mayHoldWords(element.role)))) {
     wanted |= facts::text;
   }
-  if ((element.interfaces & interface_bit::value) != 0) {
+  if ((element.interfaces & interface_bit::value) != 0 && !mayHoldSecret(element)) {
     wanted |= facts::value;
   }
   return wanted;

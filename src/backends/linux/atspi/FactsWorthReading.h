@@ -18,6 +18,10 @@ bool mayBeLabelledByAnother(const ElementFacts& element);
 /// character (U+FFFC). Browsers of the Gecko family have no elements for plain words.
 bool isHypertext(const ElementFacts& element);
 
+/// True for an element whose text nobody may read: a password field, and whatever did not tell its role, since it may
+/// be one.
+bool mayHoldSecret(const ElementFacts& element);
+
 /// True for an element whose content is typed text: entries, spin buttons, texts, terminals, passwords.
 bool isTextEntry(const ElementFacts& element);
 
