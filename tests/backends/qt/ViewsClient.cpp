@@ -23,6 +23,7 @@
 #include "backends/linux/x11/X11Connection.h"
 #include "backends/linux/x11/X11Screens.h"
 #include "backends/linux/x11/X11WindowSystem.h"
+#include "platform/Input.h"
 
 using namespace jumplark;
 

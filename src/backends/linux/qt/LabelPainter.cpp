@@ -18,10 +18,9 @@ namespace {
 constexpr size_t kMostStyles = 8;
 constexpr size_t kMostOthers = 256;
 constexpr char kAsciiEnd = 0x7F;
-/// A glow that is only as dense as the blurred letters would hardly be seen on a dark ground.
-constexpr double kGlowGain = 2.2;
-/// The blur reaches further than the radius of a glow, which tells where it is half gone.
-constexpr double kBlurPerGlow = 1.4;
+/// Blurring thins a glow; this makes up for some of it, so that letters can be read on a dark ground too. Much more
+/// would hide small boxes.
+constexpr double kGlowGain = 1.5;
 
 QColor toQt(const Color& color) {
   return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
@@ -85,7 +84,7 @@ LabelPainter::Style& LabelPainter::styleOf(const LabelLayer& label, double scale
   style->font = labelFont(label.fontFamily, label.fontSize * scale);
   const QFontMetricsF metrics(style->font);
   style->capHeight = static_cast<int>(std::lround(metrics.capHeight()));
-  style->margin = static_cast<int>(std::ceil(label.shadowRadius * kBlurPerGlow * scale)) + 1;
+  style->margin = static_cast<int>(std::ceil(label.shadowRadius * scale)) + 1;
   styles_.push_back(std::move(style));
   return *styles_.back();
 }
@@ -140,8 +139,8 @@ LabelPainter::Glyph LabelPainter::draw(const Style& style, const QString& text) 
   painter.setPen(toQt(style.layer.foreground));
   painter.drawText(glyph.origin, text);
   painter.end();
-  glyph.glow = blurredCoverage(glyph.letter, style.layer.shadowRadius * kBlurPerGlow * style.scale,
-                               toQt(style.layer.shadow), kGlowGain);
+  glyph.glow =
+      blurredCoverage(glyph.letter, style.layer.shadowRadius * style.scale, toQt(style.layer.shadow), kGlowGain);
   return glyph;
 }
 

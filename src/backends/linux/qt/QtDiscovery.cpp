@@ -7,6 +7,7 @@
 
 #include "backends/linux/qt/DiscoveryBubble.h"
 #include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/QueryWindowArea.h"
 #include "backends/linux/qt/ScreenGeometry.h"
 
 namespace jumplark {
@@ -33,8 +34,9 @@ void fill(ClickThroughWindow& window, const QColor& color) {
 
 }  // namespace
 
-QtDiscovery::QtDiscovery(NativeDisplay& display, WindowStack& stack, const ScreenGeometry& geometry)
-    : display_(display), stack_(stack), geometry_(geometry) {
+QtDiscovery::QtDiscovery(NativeDisplay& display, WindowStack& stack, const ScreenGeometry& geometry,
+                         const QueryWindowArea& area)
+    : display_(display), stack_(stack), geometry_(geometry), area_(area) {
   compositorChanged_ = display_.onCompositorChanged([this] {
     rebuildAnchor();
     if (popover_) {
@@ -89,12 +91,17 @@ std::unique_ptr<ClickThroughWindow> QtDiscovery::makeAnchor() const {
 QPoint QtDiscovery::placeOf(QSize bubble) const {
   const QRect screen = ScreenGeometry::nativeFrame(ScreenGeometry::screenAt(anchorFrame_.center()));
   const auto gap = static_cast<int>(std::lround(kGap * ScreenGeometry::scaleAt(anchorFrame_.center())));
+  const auto inside = [](int wanted, int low, int high) { return std::max(low, std::min(wanted, high)); };
+  const int x = inside(anchorFrame_.left() + (anchorFrame_.width() - bubble.width()) / 2, screen.left(),
+                       screen.right() + 1 - bubble.width());
+  const auto fits = [&](int y) {
+    const QRect place(QPoint(x, y), bubble);
+    return y >= screen.top() && y + bubble.height() <= screen.bottom() + 1 && !place.intersects(area_.rect());
+  };
   const int above = anchorFrame_.top() - gap - bubble.height();
   const int below = anchorFrame_.top() + anchorFrame_.height() + gap;
-  const auto inside = [](int wanted, int low, int high) { return std::max(low, std::min(wanted, high)); };
-  return {inside(anchorFrame_.left() + (anchorFrame_.width() - bubble.width()) / 2, screen.left(),
-                 screen.right() + 1 - bubble.width()),
-          inside(above >= screen.top() ? above : below, screen.top(), screen.bottom() + 1 - bubble.height())};
+  const int wanted = fits(above) || (!fits(below) && above >= screen.top()) ? above : below;
+  return {x, inside(wanted, screen.top(), screen.bottom() + 1 - bubble.height())};
 }
 
 void QtDiscovery::showPopover(const std::string& text) {

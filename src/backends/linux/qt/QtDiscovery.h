@@ -11,13 +11,14 @@
 namespace jumplark {
 
 class NativeDisplay;
+class QueryWindowArea;
 class ScreenGeometry;
 
 /// The box over one element and the bubble beside it. Without a compositor the box is an outline only, so that the
 /// element stays visible below it.
 class QtDiscovery final : public DiscoveryView {
  public:
-  QtDiscovery(NativeDisplay& display, WindowStack& stack, const ScreenGeometry& geometry);
+  QtDiscovery(NativeDisplay& display, WindowStack& stack, const ScreenGeometry& geometry, const QueryWindowArea& area);
   ~QtDiscovery() override;
 
   void setLevel(int level) override { level_ = level; }
@@ -31,12 +32,14 @@ class QtDiscovery final : public DiscoveryView {
  private:
   void rebuildAnchor();
   std::unique_ptr<ClickThroughWindow> makeAnchor() const;
-  /// The bubble's place: above the anchor, else below it, inside the anchor's screen.
+  /// The bubble's place: above the anchor, below it where there is no room or the query window is in the way; inside
+  /// the anchor's screen.
   QPoint placeOf(QSize bubble) const;
 
   NativeDisplay& display_;
   WindowStack& stack_;
   const ScreenGeometry& geometry_;
+  const QueryWindowArea& area_;
   int level_ = window_level::screenSaver + 2;
   QRect anchorFrame_;  ///< native
   Color anchorColor_{0, 0, 0, 0};

@@ -73,7 +73,7 @@ std::unique_ptr<OverlayView> QtViews::makeOverlay() {
 }
 
 std::unique_ptr<DiscoveryView> QtViews::makeDiscovery() {
-  return std::make_unique<QtDiscovery>(parts_->display, parts_->stack, parts_->geometry);
+  return std::make_unique<QtDiscovery>(parts_->display, parts_->stack, parts_->geometry, parts_->area);
 }
 
 void QtViews::showAlert(const Alert& alert, std::function<void(int button)> chosen) {
