@@ -13,12 +13,37 @@ auto findPid(auto& applications, int32_t pid) {
   return std::find_if(applications.begin(), applications.end(), [&](const auto& other) { return other.pid == pid; });
 }
 
+const AttributeValue* attributeOf(const RecordedDesktop& desktop, const ElementRef& element, const char* name) {
+  const RecordedElement* found = desktop.elements.find(element);
+  return found != nullptr ? desktop.elements.attribute(*found, name) : nullptr;
+}
+
+/// Bottom-left origin.
+std::optional<Rect> recordedWindowFrame(const RecordedDesktop& desktop, const ElementRef& application) {
+  const AttributeValue* window = attributeOf(desktop, application, "AXFocusedWindow");
+  if (window == nullptr || window->element() == nullptr || desktop.screens.empty()) {
+    return std::nullopt;
+  }
+  const AttributeValue* position = attributeOf(desktop, *window->element(), "AXPosition");
+  const AttributeValue* size = attributeOf(desktop, *window->element(), "AXSize");
+  if (position == nullptr || position->point() == nullptr || size == nullptr || size->size() == nullptr) {
+    return std::nullopt;
+  }
+  const Point at = *position->point();
+  const Size extent = *size->size();
+  return Rect{at.x, desktop.screens.front().maxY() - at.y - extent.height, extent.width, extent.height};
+}
+
 }  // namespace
 
 RecordedWorkspace::RecordedWorkspace(const RecordedDesktop& desktop)
     : applications_(desktop.applications),
       frontmost_(desktop.frontmost),
-      dockBundleIdentifier_(desktop.dockBundleIdentifier) {}
+      dockBundleIdentifier_(desktop.dockBundleIdentifier) {
+  for (const RecordedApplication& application : applications_) {
+    focusedWindowFrames_[application.pid] = recordedWindowFrame(desktop, application.element);
+  }
+}
 
 std::optional<RunningApplication> RecordedWorkspace::frontmostApplication() {
   const std::scoped_lock lock(mutex_);
@@ -66,6 +91,17 @@ bool RecordedWorkspace::activate(int32_t pid, uint32_t options) {
   std::rotate(applications_.begin(), found, found + 1);
   frontmost_ = pid;
   return true;
+}
+
+std::optional<Rect> RecordedWorkspace::focusedWindowFrame(int32_t pid) {
+  const std::scoped_lock lock(mutex_);
+  const auto known = focusedWindowFrames_.find(pid);
+  return known == focusedWindowFrames_.end() ? std::nullopt : known->second;
+}
+
+void RecordedWorkspace::setFocusedWindowFrame(int32_t pid, std::optional<Rect> frame) {
+  const std::scoped_lock lock(mutex_);
+  focusedWindowFrames_[pid] = frame;
 }
 
 void RecordedWorkspace::setFrontmost(std::optional<int32_t> pid) {

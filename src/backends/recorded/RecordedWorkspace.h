@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -24,8 +25,11 @@ class RecordedWorkspace : public Workspace {
   std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) override;
   std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) override;
   bool activate(int32_t pid, uint32_t options) override;
+  /// As recorded, of the application's "AXFocusedWindow", until it is set.
+  std::optional<Rect> focusedWindowFrame(int32_t pid) override;
 
   /// For tests.
+  void setFocusedWindowFrame(int32_t pid, std::optional<Rect> frame);
   void setFrontmost(std::optional<int32_t> pid);
   /// The new application stands behind the others.
   void addApplication(RecordedApplication application);
@@ -45,6 +49,7 @@ class RecordedWorkspace : public Workspace {
   std::optional<int32_t> frontmost_;
   std::optional<std::string> dockBundleIdentifier_;
   std::vector<std::pair<int32_t, uint32_t>> activations_;
+  std::map<int32_t, std::optional<Rect>> focusedWindowFrames_;
 };
 
 }  // namespace jumplark

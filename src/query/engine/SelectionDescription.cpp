@@ -22,8 +22,7 @@ std::string selectionDescription(const JLElementNode& node, const std::string& l
     text = firstText(*title);
   }
   if (text.empty()) {
-    const std::string role = node.attribute("Role").value_or("");
-    text = role.starts_with("AX") ? role.substr(2) : role;
+    text = node.attribute("Role").value_or("");
   }
   return label.empty() ? text : text + ", " + label;
 }

@@ -22,7 +22,7 @@ bool isBelow(const xmlNode* node, const xmlNode* ancestor) {
 /// Windows alone are what the window system knows of an application; they are nothing to choose from.
 bool isChoice(const JLElementNode& node) {
   const auto role = node.attribute("Role");
-  return role && *role != "AXWindow" && *role != "AXApplication";
+  return role && *role != "Window" && *role != "Application";
 }
 
 bool hasChoices(const JLElementTree& tree) {
