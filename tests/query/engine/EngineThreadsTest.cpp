@@ -1,0 +1,88 @@
+#include <gtest/gtest.h>
+
+#include "backends/linux/system/SystemQueues.h"
+#include "query/engine/EngineFixture.h"
+
+namespace jumplark::testing {
+namespace {
+
+/// The engine on real threads; this one is the main thread.
+class EngineOnThreads : public ::testing::Test {
+ protected:
+  EngineOnThreads() { engine_ = std::make_unique<JLQueryEngine>(); }
+  ~EngineOnThreads() override {
+    engine_.reset();
+    JLElement::flushCache();
+  }
+
+  RecordedQueryWindow& window() { return *recorded_.views().queryWindow(); }
+  void runUntil(const std::function<bool()>& stop) { queues_.runMainQueueUntil(stop); }
+  /// Everything that the background queue was asked for is done, and what that posted.
+  void settle() {
+    bool done = false;
+    queues_.highPriorityQueue().post([&] { queues_.mainQueue().post([&] { done = true; }); });
+    runUntil([&] { return done; });
+  }
+  size_t posted() { return recorded_.input().postedMouseEvents().size(); }
+
+  SystemQueues queues_;
+  RecordedPlatform recorded_{RecordedDesktop::fromText(editorDesktop(), "test"), queues_};
+  const Token installed_ = Platform::install(recorded_.platform());
+  std::unique_ptr<JLQueryEngine> engine_;
+};
+
+TEST_F(EngineOnThreads, ReturnBeforeTheMatchesClicksWithoutHoldingTheMainThread) {
+  EXPECT_TRUE(engine_->hotkeyPressed());
+  window().typeText("save");
+  window().press(key_code::returnKey);
+  EXPECT_TRUE(window().isVisible());
+  runUntil([&] { return !window().isVisible(); });
+  EXPECT_LT(posted(), 3U) << "the window goes before the click";
+  runUntil([&] { return posted() == 3; });
+  EXPECT_EQ(recorded_.input().postedMouseEvents()[2].event.type, event_type::leftMouseUp);
+  EXPECT_EQ(window().callsOffMainThread(), 0);
+}
+
+TEST_F(EngineOnThreads, ManyActivationsThatEndAtAnyMomentLeaveNothing) {
+  recorded_.accessibility().setDelay("search", 1);
+  for (int i = 0; i < 40; ++i) {
+    ASSERT_TRUE(engine_->hotkeyPressed());
+    window().typeText("s");
+    if (i % 4 == 1) {
+      settle();
+    } else if (i % 4 == 2) {
+      bool matched = false;
+      const Token token =
+          engine_->completedQuery().observe().deliverOn(queues_.mainQueue()).subscribe([&](const auto& query) {
+            matched = query.text == "s";
+          });
+      runUntil([&] { return matched; });
+    } else if (i % 4 == 3) {
+      window().press(key_code::returnKey);
+      window().typeText("a");
+    }
+    ASSERT_FALSE(engine_->hotkeyPressed());
+    ASSERT_FALSE(window().isVisible());
+    ASSERT_TRUE(recorded_.views().overlay().shownLayers().empty());
+  }
+  settle();
+  settle();
+  EXPECT_TRUE(engine_->selectionController().elementMatchesByScore().empty());
+  EXPECT_TRUE(recorded_.views().overlay().shownLayers().empty());
+  EXPECT_FALSE(window().isVisible());
+  EXPECT_EQ(posted(), 0U);
+}
+
+TEST_F(EngineOnThreads, GoesWhileItsPartsAreAtWork) {
+  recorded_.accessibility().setDelay("search", 20);
+  engine_->hotkeyPressed();
+  window().typeText("save");
+  window().press(key_code::returnKey);
+  engine_.reset();
+  EXPECT_THROW(JLQueryEngine::sharedInstance(), std::logic_error);
+  settle();
+  EXPECT_EQ(posted(), 0U);
+}
+
+}  // namespace
+}  // namespace jumplark::testing
