@@ -21,9 +21,9 @@ ZMOForceKeyboardLayoutController::ZMOForceKeyboardLayoutController() {
   updateAvailableKeyboardLayouts();
   Defaults& defaults = *Platform::current().defaults;
   observation_ = defaults.observe(keyPath, [this](const DefaultsValue& value) {
-    forceKeyboardLayout_.set(keyboardLayoutForInputSourceID(textOf(value)));
+    forceKeyboardLayout_ = keyboardLayoutForInputSourceID(textOf(value));
   });
-  forceKeyboardLayout_.set(keyboardLayoutForInputSourceID(textOf(defaults.value(keyPath))));
+  forceKeyboardLayout_ = keyboardLayoutForInputSourceID(textOf(defaults.value(keyPath)));
 }
 
 ZMOForceKeyboardLayoutController::~ZMOForceKeyboardLayoutController() = default;
@@ -60,8 +60,7 @@ std::optional<ZMOKeyboardLayout> ZMOForceKeyboardLayoutController::keyboardLayou
 }
 
 bool ZMOForceKeyboardLayoutController::activate() {
-  const std::optional<ZMOKeyboardLayout> forced = forceKeyboardLayout_.value();
-  if (!forced) {
+  if (!forceKeyboardLayout_) {
     return true;
   }
   if (savedKeyboardLayout_) {
@@ -70,11 +69,11 @@ bool ZMOForceKeyboardLayoutController::activate() {
   InputSources& sources = *Platform::current().inputSources;
   savedKeyboardLayout_ = sources.currentKeyboardLayout();
   // A layout that cannot be named could not be brought back.
-  return savedKeyboardLayout_ && sources.select(forced->inputSourceID());
+  return savedKeyboardLayout_ && sources.select(forceKeyboardLayout_->inputSourceID());
 }
 
 bool ZMOForceKeyboardLayoutController::deactivate() {
-  if (!forceKeyboardLayout_.value()) {
+  if (!forceKeyboardLayout_) {
     return true;
   }
   if (!savedKeyboardLayout_ || !Platform::current().inputSources->select(savedKeyboardLayout_->identifier)) {

@@ -60,6 +60,17 @@ TEST_F(AtspiVocabulary, ShowsThePageOfALoneTabThatIsHidden) {
   EXPECT_EQ(list("tabs", "AXVisibleChildren"), "page");
 }
 
+TEST_F(AtspiVocabulary, ParksWhatAnExpanderDisclosesBesideItsTriangle) {
+  source.add("box", role::panel, "win", Rect{0, 0, 400, 300});
+  source.add("more", role::toggleButton, "box", Rect{0, 10, 400, 120}).states |= 1ULL << state::expandable;
+  source.add("details", role::label, "more", Rect{5, 30, 390, 90});
+  EXPECT_EQ(list("box", "AXVisibleChildren"), "more details");
+  EXPECT_EQ(list("more", "AXChildren"), "");
+  EXPECT_EQ(*get("details", "AXParent").value.element(), source.ref("box"));
+  EXPECT_EQ(*get("more", "AXSize").value.size(), (Size{20, 20}));
+  EXPECT_EQ(*get("more", "AXPosition").value.point(), (Point{0, 10}));
+}
+
 TEST_F(AtspiVocabulary, ListsVisibleChildrenOfContainersOnly) {
   source.add("box", role::panel, "win");
   source.add("shown", role::pushButton, "box");

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <limits>
+#include <thread>
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
@@ -304,6 +305,27 @@ AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleText
     return AccessibilityError::cannotComplete;
   }
   return std::pair(text.visibleStart, text.visibleEnd);
+}
+
+ElementRef AtspiElementSource::topmostInDocument(const ElementRef& document, Point point) {
+  const AtspiHandle* handle = handleOf(document);
+  if (!handle || !isLive() || registry_.toolkitOf(applicationOf(*handle)).family != ToolkitFamily::chromium) {
+    return {};
+  }
+  // The browser passes the question on to the page and answers at first by what it guesses meanwhile, but remembers the
+  // page's answer for whoever asks again.
+  constexpr auto kPageAnswers = std::chrono::milliseconds(20);
+  const auto ask = [&] {
+    return callOnce(
+        bus_,
+        calls::accessibleAtPoint(*handle, static_cast<int32_t>(point.x), static_cast<int32_t>(point.y), calls::kScreen),
+        deadline());
+  };
+  if (!ask().ok()) {
+    return {};
+  }
+  std::this_thread::sleep_for(kPageAnswers);
+  return ask().value;
 }
 
 AccessibilityError AtspiElementSource::grabFocus(const ElementRef& element) {

@@ -43,6 +43,7 @@ class AtspiElementSource final : public ElementSource {
   ElementRef focusedElement(const ElementRef& application) override;
   AccessibilityResult<std::string> textInRange(const ElementRef& element, int64_t start, int64_t end) override;
   AccessibilityResult<std::pair<int64_t, int64_t>> visibleTextRange(const ElementRef& element) override;
+  ElementRef topmostInDocument(const ElementRef& document, Point point) override;
   AccessibilityError grabFocus(const ElementRef& element) override;
   AccessibilityError doAction(const ElementRef& element, int32_t index) override;
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;

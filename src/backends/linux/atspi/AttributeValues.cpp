@@ -1,5 +1,7 @@
 #include "backends/linux/atspi/AttributeValues.h"
 
+#include <algorithm>
+
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/TextUnits.h"
@@ -200,6 +202,25 @@ AttributeAnswer valueOf(const Subject& subject) {
   return AccessibilityError::attributeUnsupported;
 }
 
+namespace {
+
+/// The arrow at the left of the first line. The rest of what an expander covers does not answer to a press: the space
+/// beside its label, and what it discloses.
+Rect placeOfTriangle(const Subject& subject, Rect place) {
+  constexpr double kTallestLine = 40;
+  constexpr auto kGroups = facts::identity | facts::extents;
+  for (const auto& content : subject.vocabulary->neighbours.childrenOf(*subject.element, kGroups)) {
+    if (content && content->is(state::showing) && content->extents && content->extents->y > place.y) {
+      place.height = std::min(place.height, content->extents->y - place.y);
+    }
+  }
+  place.height = std::min(place.height, kTallestLine);
+  place.width = std::min(place.width, place.height);
+  return place;
+}
+
+}  // namespace
+
 std::optional<Rect> placeOf(const Subject& subject) {
   if (subject.role == "AXWindow") {
     const auto window = subject.vocabulary->frames.windowOf(subject.element->ref, subject.element->parent);
@@ -207,7 +228,16 @@ std::optional<Rect> placeOf(const Subject& subject) {
       return FrameWindows::visibleFrame(*window);
     }
   }
-  return withGroups(subject, facts::extents)->extents;
+  const auto place = withGroups(subject, facts::extents)->extents;
+  if (place && subject.role == "AXDisclosureTriangle") {
+    return placeOfTriangle(subject, *place);
+  }
+  if (place) {
+    // What is scrolled half out of a page covers, by its own account, what stands around the page.
+    const Rect seen = intersection(*place, subject.vocabulary->shape.documentClip(*subject.element));
+    return seen.width > 0 && seen.height > 0 ? seen : place;
+  }
+  return place;
 }
 
 }  // namespace jumplark::atspi

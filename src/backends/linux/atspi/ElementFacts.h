@@ -148,6 +148,14 @@ class ElementSource {
   /// Code-point offsets of the characters at the corners of what shows of a text, end exclusive.
   virtual AccessibilityResult<std::pair<int64_t, int64_t>> visibleTextRange(const ElementRef& element) = 0;
 
+  /// What the application itself says lies on top at a point (pixels of the root) in one of its documents: only where
+  /// its word is better than its elements' places, and inside a live scope, since it takes time. Empty otherwise.
+  virtual ElementRef topmostInDocument(const ElementRef& document, Point point) {
+    static_cast<void>(document);
+    static_cast<void>(point);
+    return {};
+  }
+
   virtual AccessibilityError grabFocus(const ElementRef& element) = 0;
   virtual AccessibilityError doAction(const ElementRef& element, int32_t index) = 0;
 

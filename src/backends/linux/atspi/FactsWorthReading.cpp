@@ -69,6 +69,10 @@ bool mayHoldSecret(const ElementFacts& element) {
   return element.role == role::passwordText || element.role == role::invalid;
 }
 
+bool isDisclosure(const ElementFacts& element) {
+  return element.role == role::toggleButton && element.is(state::expandable) && !element.is(state::hasPopup);
+}
+
 bool isHypertext(const ElementFacts& element) {
   constexpr uint32_t kBoth = interface_bit::text | interface_bit::hyperlink;
   return (element.interfaces & kBoth) == kBoth && !mayHoldSecret(element);

@@ -22,6 +22,9 @@ bool isHypertext(const ElementFacts& element);
 /// be one.
 bool mayHoldSecret(const ElementFacts& element);
 
+/// True for an arrow or line that shows and hides what stands below it.
+bool isDisclosure(const ElementFacts& element);
+
 /// True for an element whose content is typed text: entries, spin buttons, texts, terminals, passwords.
 bool isTextEntry(const ElementFacts& element);
 

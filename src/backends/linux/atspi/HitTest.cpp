@@ -136,7 +136,11 @@ AccessibilityResult<ElementRef> HitTest::elementAt(const ElementRef& application
   }
   const Place place{owner, frameOf(*window, owner), *window, point};
   if (const auto geometry = geometryOf(owner)) {
-    auto hit = firstStillThere(candidates(*geometry, place), point);
+    const auto found = candidates(*geometry, place);
+    if (ElementRef told = topmostInDocument(*geometry, found, point)) {
+      return told;
+    }
+    auto hit = firstStillThere(found, point);
     if (hit.ok() || hit.error == AccessibilityError::cannotComplete) {
       return hit;
     }
@@ -196,6 +200,19 @@ bool HitTest::isReachable(const Geometry& geometry, const ElementFacts& element,
   // Snapshots may leave out containers; what hangs in the air is told by its place alone.
   const bool isTop = !here->parent || here->parent == place.application;
   return isTop ? here->ref == place.frame : true;
+}
+
+ElementRef HitTest::topmostInDocument(const Geometry& geometry, const std::vector<FactsPointer>& found,
+                                      Point point) const {
+  const ElementFacts* here = found.empty() ? nullptr : found.front().get();
+  for (int step = 0; here != nullptr && step < kMostAncestors; ++step) {
+    if (here->role == role::documentWeb) {
+      return vocabulary_.source.topmostInDocument(here->ref, point);
+    }
+    const auto above = geometry.byRef.find(here->parent);
+    here = above == geometry.byRef.end() ? nullptr : above->second.get();
+  }
+  return {};
 }
 
 AccessibilityResult<ElementRef> HitTest::firstStillThere(const std::vector<FactsPointer>& candidates,

@@ -52,6 +52,7 @@ class HitTest {
   GeometryPointer geometryOf(const ElementRef& application);
   std::vector<FactsPointer> candidates(const Geometry& geometry, const Place& place) const;
   bool isReachable(const Geometry& geometry, const ElementFacts& element, const Place& place) const;
+  ElementRef topmostInDocument(const Geometry& geometry, const std::vector<FactsPointer>& found, Point point) const;
   AccessibilityResult<ElementRef> firstStillThere(const std::vector<FactsPointer>& candidates, Point point) const;
   AccessibilityResult<ElementRef> readDown(const Place& place) const;
   FactsPointer deepestAt(const ElementFacts& element, Point point, int& budget) const;

@@ -226,7 +226,7 @@ std::string_view RoleMap::buttonRole(const ElementFacts& element) const {
   if (element.role == role::pushButtonMenu || element.is(state::hasPopup)) {
     return "AXMenuButton";
   }
-  return element.role == role::toggleButton && element.is(state::expandable) ? "AXDisclosureTriangle" : "AXButton";
+  return isDisclosure(element) ? "AXDisclosureTriangle" : "AXButton";
 }
 
 std::string_view RoleMap::comboRole(const ElementFacts& element) const {

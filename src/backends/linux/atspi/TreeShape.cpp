@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/Neighbours.h"
 #include "backends/linux/atspi/RoleMap.h"
 
@@ -31,6 +32,11 @@ bool isMenuLike(const ElementFacts& element) {
 
 bool isOpenMenu(const ElementFacts& element) {
   return element.role == role::menu || element.role == role::popupMenu;
+}
+
+/// A tab with its page, an expander with what it discloses.
+bool stripsContent(const ElementFacts& element) {
+  return element.role == role::pageTab || isDisclosure(element);
 }
 
 bool isRowObject(const ElementFacts& element) {
@@ -63,6 +69,7 @@ void TreeShape::snapshotsChanged() {
   const std::lock_guard lock(mutex_);
   lists_.clear();
   clips_.clear();
+  documentClips_.clear();
   ++generation_;
 }
 
@@ -78,6 +85,9 @@ bool TreeShape::isLiftedMenuBar(const ElementFacts& element) const {
 }
 
 bool TreeShape::isBesideTab(const ElementFacts& content, const ElementFacts& tab) const {
+  if (tab.role != role::pageTab) {
+    return content.extents.has_value();
+  }
   // A lone tab is hidden in some notebooks: it has no place, its page shows nevertheless.
   return content.extents && !(tab.extents && intersects(*content.extents, *tab.extents));
 }
@@ -87,7 +97,7 @@ ElementRef TreeShape::parent(const ElementFacts& element) const {
     return application(element);
   }
   const auto above = neighbours_.parentOf(element);
-  if (above && above->role == role::pageTab) {
+  if (above && stripsContent(*above)) {
     const auto tab = neighbours_.with(above, facts::extents);
     const auto content = element.has(facts::extents) ? nullptr : neighbours_.get(element.ref, facts::extents);
     if (tab->parent && isBesideTab(content ? *content : element, *tab)) {
@@ -170,6 +180,37 @@ Rect TreeShape::clipAround(const ElementFacts& element, int depth) const {
   return clip;
 }
 
+Rect TreeShape::documentClip(const ElementFacts& element) const {
+  return documentClip(element, 0);
+}
+
+Rect TreeShape::documentClip(const ElementFacts& element, int depth) const {
+  if (element.role == role::application || depth > kMostAncestors) {
+    return Rect::infinite();
+  }
+  uint64_t generation = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto known = documentClips_.find(element.parent);
+    if (known != documentClips_.end()) {
+      return known->second;
+    }
+    generation = generation_;
+  }
+  const auto above = neighbours_.get(element.parent, facts::identity | facts::extents);
+  if (!above) {
+    return Rect::infinite();
+  }
+  const Rect clip = above->role == role::documentWeb ? visibleRect(*above) : documentClip(*above, depth + 1);
+  if (neighbours_.isInSnapshot(above->ref)) {
+    const std::lock_guard lock(mutex_);
+    if (generation == generation_) {
+      documentClips_.emplace(above->ref, clip);
+    }
+  }
+  return clip;
+}
+
 void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const {
   to.push_back(tab);
   const auto withExtents = neighbours_.with(tab, facts::extents | facts::children);
@@ -182,13 +223,13 @@ void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer
 
 std::vector<FactsPointer> TreeShape::presented(const ElementFacts& element) const {
   std::vector<FactsPointer> result;
-  const bool isTab = element.role == role::pageTab;
+  const bool isTab = stripsContent(element);
   const auto self = isTab ? neighbours_.get(element.ref, facts::identity | facts::extents) : nullptr;
   for (auto& child : neighbours_.childrenOf(element, facts::identity | facts::extents)) {
     if (!child || (isMenuLike(element) && !isShowing(*child)) || isLiftedMenuBar(*child)) {
       continue;
     }
-    if (child->role == role::pageTab) {
+    if (stripsContent(*child)) {
       addTabWithPage(child, result);
     } else if (!(self && isBesideTab(*child, *self))) {
       result.push_back(std::move(child));

@@ -19,7 +19,8 @@ class RoleMap;
 
 /// The tree as it is presented, which differs from the toolkits' own in three places, up and down alike:
 /// the menu bar of a window stands below the application, so that it is there once; the page that a tab shows stands
-/// beside the tab, not inside its narrow rectangle, when the toolkit puts it there; a closed menu holds nothing.
+/// beside the tab, not inside its narrow rectangle, when the toolkit puts it there, and so does what a disclosure
+/// triangle discloses; a closed menu holds nothing.
 ///
 /// Lists that were made from a snapshot are remembered until snapshotsChanged(), so that reading one in slices does
 /// not make it anew for each. Calls may come from any thread.
@@ -57,12 +58,15 @@ class TreeShape {
   /// What is to be seen of an element: its extents clipped by those of everything around it; null when nothing.
   /// Top-left origin, pixels.
   Rect visibleRect(const ElementFacts& element) const;
+  /// The part of the screen where the document that an element stands in is to be seen; infinite outside of documents.
+  Rect documentClip(const ElementFacts& element) const;
 
  private:
   enum class Which { children, visibleChildren, visibleRows };
   List remembered(const ElementFacts& element, Which which) const;
   List make(const ElementFacts& element, Which which) const;
   Rect clipAround(const ElementFacts& element, int depth) const;
+  Rect documentClip(const ElementFacts& element, int depth) const;
   std::vector<FactsPointer> presented(const ElementFacts& element) const;
   void addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const;
   bool isLiftedMenuBar(const ElementFacts& element) const;
@@ -77,6 +81,7 @@ class TreeShape {
   mutable uint64_t generation_ = 0;
   mutable std::map<std::pair<std::string, Which>, List> lists_;
   mutable std::unordered_map<ElementRef, Rect, ElementRefHash> clips_;  ///< what an element leaves to see inside it
+  mutable std::unordered_map<ElementRef, Rect, ElementRefHash> documentClips_;  ///< documentClip of what is below
 };
 
 }  // namespace jumplark::atspi
