@@ -11,7 +11,7 @@ using desktop::PrivateSession;
 using desktop::SessionWindow;
 
 SessionWindow toFront(PrivateSession& session, const std::function<bool(const SessionWindow&)>& wanted) {
-  const SessionWindow window = session.waitForWindow(wanted);
+  SessionWindow window = session.waitForWindow(wanted);
   if (!session.activate(window.id)) {
     throw std::runtime_error(window.title + " did not come to the front");
   }

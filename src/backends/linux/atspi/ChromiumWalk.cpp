@@ -11,8 +11,6 @@
 namespace jumplark::atspi {
 namespace {
 
-constexpr facts::Set kRead = facts::identity | facts::texts | facts::extents | facts::children;
-constexpr size_t kMostElements = 50'000;
 /// Chromium names the children of a long list in quadratic time: 1000 in some 10 ms, 10000 in a second.
 constexpr int64_t kMostChildren = 1500;
 constexpr uint64_t kStatesOfFace =
@@ -74,9 +72,6 @@ bool isBlank(const std::string& text) {
 
 }  // namespace
 
-ChromiumWalk::ChromiumWalk(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts)
-    : runner_(runner), plan_(std::move(plan)), elements_(elements), texts_(texts) {}
-
 void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
   Level all;
   Level level;
@@ -92,7 +87,7 @@ void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
   }
   complete_ = complete_ && level.empty();
   leaveOutNoise(all);
-  TreeWalk(runner_, plan_, elements_, texts_).readFurther(all);
+  readFurther(all);
   readChoices(runner_, all, plan_.deadline);
 }
 
@@ -108,46 +103,22 @@ FactsPointer ChromiumWalk::emptyPage() const {
   return nullptr;
 }
 
-std::shared_ptr<ElementFacts> ChromiumWalk::claim(const ElementRef& element, const ElementRef& parent) {
-  if (!handleOf(element) || elements_.size() >= kMostElements) {
-    return nullptr;
-  }
-  auto& slot = elements_[element];
-  if (slot) {
-    return nullptr;
-  }
-  slot = std::make_shared<ElementFacts>();
-  slot->ref = element;
-  slot->parent = parent;
-  return slot;
-}
-
 bool ChromiumWalk::isFaceOfItsParent(const ElementFacts& element) const {
-  const auto parent = elements_.find(element.parent);
-  return parent != elements_.end() && isNamedByItsFace(parent->second->role) && !isBlank(parent->second->name);
+  const ElementFacts* parent = parentOf(element);
+  return parent && isNamedByItsFace(parent->role) && !isBlank(parent->name);
 }
 
 void ChromiumWalk::readIdentities(Level& level) {
   TypedBatch batch;
-  const auto askStates = [&](ElementFacts& e) {
-    batch.add<uint64_t>(
-        calls::states(*handleOf(e.ref)),
-        [&e](uint64_t& states) {
-          e.states = states;
-          e.known |= facts::identity;
-        },
-        [this](AccessibilityError error) { noteError(error); });
-  };
   Level faces;
   for (const auto& element : level) {
     ElementFacts& e = *element;
     batch.add<uint32_t>(
-        calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; },
-        [this](AccessibilityError error) { noteError(error); });
+        calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; }, noting());
     if (isFaceOfItsParent(e)) {
       faces.push_back(element);
     } else {
-      askStates(e);
+      askStates(batch, e);
     }
   }
   batch.run(runner_, plan_.deadline);
@@ -158,26 +129,15 @@ void ChromiumWalk::readIdentities(Level& level) {
       face->childCount = 0;
       face->known |= facts::identity | facts::children;
     } else {
-      askStates(*face);
+      askStates(batch, *face);
     }
   }
   batch.run(runner_, plan_.deadline);
-  std::erase_if(level, [this](const auto& element) {
-    const bool gone = !element->has(facts::identity) || element->is(state::defunct);
-    if (gone) {
-      const auto parent = elements_.find(element->parent);
-      if (parent != elements_.end()) {
-        std::erase(parent->second->children, element->ref);
-      }
-      elements_.erase(element->ref);
-    }
-    return gone;
-  });
+  leaveOutVanished(level);
 }
 
 void ChromiumWalk::readDetails(const Level& level) {
   TypedBatch batch;
-  const auto onError = [this](AccessibilityError error) { noteError(error); };
   for (const auto& element : level) {
     ElementFacts& e = *element;
     if (!e.is(state::showing)) {
@@ -187,28 +147,21 @@ void ChromiumWalk::readDetails(const Level& level) {
     if (e.has(facts::children)) {
       continue;  // a face
     }
-    const AtspiHandle& handle = *handleOf(e.ref);
     e.known |= kRead;
     e.interfaces = kPlainInterfaces;
-    batch.add<std::string>(
-        calls::name(handle), [&e](std::string& name) { e.name = std::move(name); }, onError);
-    batch.add<Rect>(
-        calls::extents(handle), [&](Rect& rect) { e.extents = screenExtents(rect, plan_.offset); }, onError);
+    askExtents(batch, e);
     if (isLeaf(e.role)) {
+      // The description of a picture would say what its name says.
+      askName(batch, e);
       e.childCount = 0;
-    } else {
-      // Asked of pictures as well it would say what their name says.
-      batch.add<std::string>(
-          calls::description(handle), [&e](std::string& text) { e.description = std::move(text); }, onError);
+      continue;
     }
-    if (!isLeaf(e.role) && !isNamedByItsFace(e.role)) {
-      batch.add<int32_t>(
-          calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, 0); }, onError);
+    askTexts(batch, e);
+    if (!isNamedByItsFace(e.role)) {
+      askChildCount(batch, e);
     }
     if (hasFurtherInterfaces(e.role)) {
-      batch.add<std::vector<std::string>>(calls::interfaces(handle), [&e](std::vector<std::string>& names) {
-        e.interfaces = calls::interfaceBits(names);
-      });
+      askInterfaces(batch, e);
     }
   }
   batch.run(runner_, plan_.deadline);
@@ -224,8 +177,8 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
     if (e.role == role::documentWeb && e.is(state::showing)) {
       documents_.push_back(element);
     }
-    const auto parent = elements_.find(e.parent);
-    const bool isClosedMenu = parent != elements_.end() && parent->second->role == role::menuBar;
+    const ElementFacts* parent = parentOf(e);
+    const bool isClosedMenu = parent && parent->role == role::menuBar;
     if (!e.has(kRead) || e.childCount == 0 || isClosedMenu) {
       continue;
     }
@@ -235,8 +188,7 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
     }
     batch.add<std::vector<ElementRef>>(
         calls::children(*handleOf(e.ref)),
-        [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); },
-        [this](AccessibilityError error) { noteError(error); });
+        [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
   }
   batch.run(runner_, plan_.deadline);
   for (auto& [container, children] : found) {
@@ -258,15 +210,6 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
   return next;
 }
 
-void ChromiumWalk::adopt(ElementFacts& parent, const std::vector<ElementRef>& children, Level& next) {
-  for (const ElementRef& child : children) {
-    if (auto claimed = claim(child, parent.ref)) {
-      parent.children.push_back(child);
-      next.push_back(std::move(claimed));
-    }
-  }
-}
-
 bool ChromiumWalk::isNoise(const ElementFacts& element) const {
   if (element.role != role::staticText || !element.has(kRead)) {
     return false;
@@ -274,12 +217,11 @@ bool ChromiumWalk::isNoise(const ElementFacts& element) const {
   if (isBlank(element.name)) {
     return true;
   }
-  const auto parent = elements_.find(element.parent);
-  if (parent == elements_.end() || parent->second->role != role::listItem || !element.extents ||
-      !parent->second->extents) {
+  const ElementFacts* parent = parentOf(element);
+  if (!parent || parent->role != role::listItem || !element.extents || !parent->extents) {
     return false;
   }
-  const Rect& entry = *parent->second->extents;
+  const Rect& entry = *parent->extents;
   return element.extents->maxX() <= entry.minX() || element.extents->minX() >= entry.maxX();
 }
 
@@ -295,29 +237,6 @@ void ChromiumWalk::leaveOutNoise(Level& all) {
     elements_.erase(element->ref);
     return true;
   });
-}
-
-Rect ChromiumWalk::visiblePart(const ElementFacts& element) const {
-  Rect part = element.extents.value_or(Rect::null());
-  ElementRef above = element.parent;
-  // The walk made the parents, so that following them ends.
-  for (auto it = elements_.find(above); it != elements_.end(); it = elements_.find(above)) {
-    if (it->second->extents) {
-      part = intersection(part, *it->second->extents);
-    }
-    above = it->second->parent;
-  }
-  return part;
-}
-
-void ChromiumWalk::noteError(AccessibilityError error) {
-  if (error == AccessibilityError::cannotComplete || error == AccessibilityError::apiDisabled) {
-    complete_ = false;
-  }
-}
-
-bool ChromiumWalk::stopped() const {
-  return !complete_ || Clock::now() >= plan_.deadline || (plan_.cancelled && plan_.cancelled());
 }
 
 }  // namespace jumplark::atspi

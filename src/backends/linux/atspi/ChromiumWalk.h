@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "backends/linux/atspi/TreeWalk.h"
+#include "backends/linux/atspi/WalkSteps.h"
 
 namespace jumplark::atspi {
 
@@ -14,41 +14,29 @@ namespace jumplark::atspi {
 /// of the few roles only where they differ; texts are leaves; and the text or picture that a link, button or heading
 /// consists of says nothing that the link does not say itself, so that only its role is read. Left out: texts of
 /// nothing but spaces, and the markers of list entries.
-class ChromiumWalk {
+class ChromiumWalk : private WalkSteps {
  public:
   /// The plan's `visibleOnly` counts as set.
-  ChromiumWalk(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts);
+  ChromiumWalk(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts)
+      : WalkSteps(runner, std::move(plan), elements, texts) {}
 
   /// Adds `start` and what shows below it. Elements that the map holds already are not read again.
   void walk(const ElementRef& start, const ElementRef& parent);
-  /// False when something is missing: time ran out, or the application does not answer.
-  bool complete() const { return complete_; }
+  using WalkSteps::complete;
   /// A page that shows, or a window, that holds nothing: the browser is asleep, or still loads it, or it is a blank
   /// one. Null when all pages hold something.
   FactsPointer emptyPage() const;
 
  private:
-  using Level = std::vector<std::shared_ptr<ElementFacts>>;
-
-  std::shared_ptr<ElementFacts> claim(const ElementRef& element, const ElementRef& parent);
   bool isFaceOfItsParent(const ElementFacts& element) const;
   void readIdentities(Level& level);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
-  void adopt(ElementFacts& parent, const std::vector<ElementRef>& children, Level& next);
   void leaveOutNoise(Level& all);
   bool isNoise(const ElementFacts& element) const;
-  Rect visiblePart(const ElementFacts& element) const;
-  void noteError(AccessibilityError error);
-  bool stopped() const;
 
-  CallRunner& runner_;
-  const WalkPlan plan_;
-  FactsMap& elements_;
-  TextMap& texts_;
   std::shared_ptr<ElementFacts> start_;
   Level documents_;
-  bool complete_ = true;
 };
 
 }  // namespace jumplark::atspi

@@ -22,8 +22,9 @@ struct Toolkit {
   bool extentsAreWindowRelative() const { return family == ToolkitFamily::gtk4; }
   /// The coordinate type to ask extents in: GTK 4 knows no place on the screen, and from 4.10 on says so by zeros.
   uint32_t coordinates() const;
-  /// GTK 4 tells all elements that somebody has asked for before in one answer, at a tenth of the cost of asking each.
-  bool keepsCache() const { return family == ToolkitFamily::gtk4; }
+  /// GTK 3 tells all of its elements in one answer, GTK 4 those that somebody has asked for before, at a tenth of the
+  /// cost of asking each.
+  bool keepsCache() const { return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4; }
   /// GTK 4 never answers which character lies at a point of a text, so that waiting for it would cost a time-out.
   bool tellsCharacterAtPoint() const { return family != ToolkitFamily::gtk4; }
 };
