@@ -21,9 +21,9 @@ ZMOForceKeyboardLayoutController::ZMOForceKeyboardLayoutController() {
   updateAvailableKeyboardLayouts();
   Defaults& defaults = *Platform::current().defaults;
   observation_ = defaults.observe(keyPath, [this](const DefaultsValue& value) {
-    forceKeyboardLayout_ = keyboardLayoutForInputSourceID(textOf(value));
+    forceKeyboardLayout_.set(keyboardLayoutForInputSourceID(textOf(value)));
   });
-  forceKeyboardLayout_ = keyboardLayoutForInputSourceID(textOf(defaults.value(keyPath)));
+  forceKeyboardLayout_.set(keyboardLayoutForInputSourceID(textOf(defaults.value(keyPath))));
 }
 
 ZMOForceKeyboardLayoutController::~ZMOForceKeyboardLayoutController() = default;
@@ -60,7 +60,8 @@ std::optional<ZMOKeyboardLayout> ZMOForceKeyboardLayoutController::keyboardLayou
 }
 
 bool ZMOForceKeyboardLayoutController::activate() {
-  if (!forceKeyboardLayout_) {
+  const std::optional<ZMOKeyboardLayout> forced = forceKeyboardLayout_.value();
+  if (!forced) {
     return true;
   }
   if (savedKeyboardLayout_) {
@@ -69,11 +70,11 @@ bool ZMOForceKeyboardLayoutController::activate() {
   InputSources& sources = *Platform::current().inputSources;
   savedKeyboardLayout_ = sources.currentKeyboardLayout();
   // A layout that cannot be named could not be brought back.
-  return savedKeyboardLayout_ && sources.select(forceKeyboardLayout_->inputSourceID());
+  return savedKeyboardLayout_ && sources.select(forced->inputSourceID());
 }
 
 bool ZMOForceKeyboardLayoutController::deactivate() {
-  if (!forceKeyboardLayout_) {
+  if (!forceKeyboardLayout_.value()) {
     return true;
   }
   if (!savedKeyboardLayout_ || !Platform::current().inputSources->select(savedKeyboardLayout_->identifier)) {

@@ -6,6 +6,7 @@
 
 #include "input/ZMOKeyboardLayout.h"
 #include "platform/Token.h"
+#include "streams/Property.h"
 
 namespace jumplark {
 
@@ -21,8 +22,8 @@ class ZMOForceKeyboardLayoutController {
   ~ZMOForceKeyboardLayoutController();
 
   /// None when nothing is chosen, and when the chosen layout cannot be selected now.
-  std::optional<ZMOKeyboardLayout> forceKeyboardLayout() const { return forceKeyboardLayout_; }
-  /// Stores the choice (none removes it); forceKeyboardLayout() follows from the main queue.
+  const Property<std::optional<ZMOKeyboardLayout>>& forceKeyboardLayout() const { return forceKeyboardLayout_; }
+  /// Stores the choice (none removes it); forceKeyboardLayout() follows on the main queue.
   void setForceKeyboardLayout(const std::optional<ZMOKeyboardLayout>& layout);
 
   /// What there is to choose from, as of the last updateAvailableKeyboardLayouts().
@@ -39,7 +40,7 @@ class ZMOForceKeyboardLayoutController {
 
  private:
   std::vector<ZMOKeyboardLayout> availableKeyboardLayouts_;
-  std::optional<ZMOKeyboardLayout> forceKeyboardLayout_;
+  Property<std::optional<ZMOKeyboardLayout>> forceKeyboardLayout_;
   std::optional<InputSource> savedKeyboardLayout_;
   Token observation_;
 };

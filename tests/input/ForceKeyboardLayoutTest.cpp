@@ -33,27 +33,31 @@ class ForceKeyboardLayout : public ::testing::Test {
 TEST_F(ForceKeyboardLayout, TheStoredChoiceHoldsFromTheStartAndFollowsTheSettingWhoeverWritesIt) {
   choose("ru");
   ZMOForceKeyboardLayoutController controller;
-  ASSERT_TRUE(controller.forceKeyboardLayout());
-  EXPECT_EQ(controller.forceKeyboardLayout()->label(), "Russian");
+  ASSERT_TRUE(controller.forceKeyboardLayout().value());
+  EXPECT_EQ(controller.forceKeyboardLayout().value()->label(), "Russian");
 
+  std::vector<std::string> told;
+  const Token observation = controller.forceKeyboardLayout().observe().subscribe(
+      [&](const auto& layout) { told.push_back(layout ? layout->inputSourceID() : "none"); });
   controller.setForceKeyboardLayout(controller.keyboardLayoutForInputSourceID("de(neo)"));
   EXPECT_EQ(desktop_->defaults().storedValue(kKey), "de(neo)");
   EXPECT_EQ(desktop_->defaults().synchronizeCount(), 1);
-  EXPECT_EQ(controller.forceKeyboardLayout()->inputSourceID(), "ru") << "it follows through the setting";
+  EXPECT_EQ(controller.forceKeyboardLayout().value()->inputSourceID(), "ru") << "it follows through the setting";
   desktop_->queues().runPending();
-  EXPECT_EQ(controller.forceKeyboardLayout()->inputSourceID(), "de(neo)");
+  EXPECT_EQ(controller.forceKeyboardLayout().value()->inputSourceID(), "de(neo)");
+  EXPECT_EQ(told, (std::vector<std::string>{"ru", "de(neo)"}));
 
   for (const DefaultsValue& unusable : {DefaultsValue("fr"), DefaultsValue(7), DefaultsValue()}) {
     choose("us");
-    EXPECT_TRUE(controller.forceKeyboardLayout());
+    EXPECT_TRUE(controller.forceKeyboardLayout().value());
     choose(unusable);
-    EXPECT_FALSE(controller.forceKeyboardLayout()) << unusable;
+    EXPECT_FALSE(controller.forceKeyboardLayout().value()) << unusable;
   }
   choose("us");
   controller.setForceKeyboardLayout(std::nullopt);
   desktop_->queues().runPending();
   EXPECT_TRUE(desktop_->defaults().storedValue(kKey).is_null());
-  EXPECT_FALSE(controller.forceKeyboardLayout());
+  EXPECT_FALSE(controller.forceKeyboardLayout().value());
 }
 
 TEST_F(ForceKeyboardLayout, OffersTheSessionsLayoutsInTheirOrder) {

@@ -1,8 +1,8 @@
 // What settings promise wherever they are kept: in memory for tests, in a file for users.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>

@@ -196,9 +196,9 @@ TEST_F(InstanceChannelTest, OfManyThatStartAtOnceExactlyOneServes) {
   const auto killed = help({"serve", runtime().string(), ":0"});
   ASSERT_TRUE(killed->waitForLine("serving"));
   killed->kill(SIGKILL);
-  std::vector<std::unique_ptr<desktop::Process>> all;
-  for (int number = 0; number < 8; ++number) {
-    all.push_back(help({"serve", runtime().string(), ":0"}));
+  std::vector<std::unique_ptr<desktop::Process>> all(8);
+  for (auto& one : all) {
+    one = help({"serve", runtime().string(), ":0"});
   }
   int servers = 0;
   for (const auto& one : all) {
