@@ -32,6 +32,12 @@ class NativeDisplay : private QAbstractNativeEventFilter {
   /// Returns when the X server has carried out every request made so far.
   void synchronize() const;
 
+  /// A point in the order of the requests: whether an event was sent before the X server had come to that point.
+  uint32_t markNow() const { return xcb_no_operation(connection_).sequence; }
+  static bool isBefore(const xcb_generic_event_t& event, uint32_t mark) {
+    return static_cast<int32_t>(event.full_sequence - mark) < 0;
+  }
+
   /// Shows every event to the handler, before Qt gets it. A handler may end its own registration.
   Token addEventHandler(std::function<void(const xcb_generic_event_t&)> handler);
 

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <vector>
+#include <utility>
 
 #include "backends/linux/qt/KeyTranslator.h"
 #include "backends/linux/qt/NativeDisplay.h"
@@ -114,6 +114,10 @@ void QtQueryWindow::setHints() {
 
 void QtQueryWindow::makeKeyAndOrderFront() {
   setHints();
+  if (!panel_.isVisible()) {
+    shownAt_ = context_.display.markNow();
+    focused_ = false;
+  }
   isKey_ = true;
   panel_.show();
   panel_.raise();
@@ -127,10 +131,11 @@ void QtQueryWindow::makeKeyAndOrderFront() {
 }
 
 void QtQueryWindow::orderOut() {
-  isKey_ = false;
   panel_.hide();
+  focused_ = false;
   publishArea();
   context_.display.flush();
+  resignKey();
 }
 
 std::string QtQueryWindow::text() const {
@@ -223,16 +228,17 @@ void QtQueryWindow::handleNative(const xcb_generic_event_t& event) {
   // Not about this window, but about the pointer being over it while the focus is the root's, or an inferior's.
   const bool passing = focus.detail == XCB_NOTIFY_DETAIL_POINTER || focus.detail == XCB_NOTIFY_DETAIL_POINTER_ROOT ||
                        focus.detail == XCB_NOTIFY_DETAIL_NONE || focus.detail == XCB_NOTIFY_DETAIL_INFERIOR;
-  if (focus.event != window_ || grab || passing) {
+  if (focus.event != window_ || grab || passing || !panel_.isVisible() || NativeDisplay::isBefore(event, shownAt_)) {
     return;
   }
-  if (type == XCB_FOCUS_OUT) {
-    resignKey();
-  } else if (panel_.isVisible()) {
+  if (type == XCB_FOCUS_IN) {
+    focused_ = true;
     isKey_ = true;
     if (context_.callbacks.keyboardArrived) {
       context_.callbacks.keyboardArrived();
     }
+  } else if (std::exchange(focused_, false)) {
+    resignKey();
   }
 }
 

@@ -85,7 +85,9 @@ class QtQueryWindow final : public QObject, public QueryWindowView {
   xcb_window_t window_ = XCB_WINDOW_NONE;
   int level_ = 0;
   QPoint cardTopLeft_;  ///< native
-  bool isKey_ = false;  ///< has, or has been promised, the keyboard, and has not been said to have lost it
+  bool isKey_ = false;    ///< has been shown or focused, and has not been said to have lost the keyboard
+  bool focused_ = false;  ///< as far as the X server has told
+  uint32_t shownAt_ = 0;  ///< events from before it concern an earlier showing
   bool monitoring_ = false;
   Token nativeEvents_;
   Token compositor_;

@@ -1,0 +1,153 @@
+#include <cstdint>
+
+#include "backends/qt/ViewsFixture.h"
+
+namespace jumplark {
+namespace {
+
+using desktop::waitUntil;
+using desktop::WindowManager;
+
+constexpr uint32_t kWhite = 0xFFFFFF;
+constexpr uint32_t kBlack = 0x000000;
+constexpr uint32_t kYellowOnWhite = 0xFFEB9D;  // 60 % of ffde5c
+constexpr uint32_t kBlueOnWhite = 0x79B8E5;    // 60 % of 2088d4
+
+class Overlay : public ViewsTest, public testing::WithParamInterface<WindowManager> {
+ protected:
+  void startOn(std::vector<desktop::PixelRect> monitors = {}, const desktop::Environment& extra = {}) {
+    startViews({.windowManager = GetParam(), .width = 1000, .height = 600, .monitors = std::move(monitors)}, extra);
+    // Unmanaged, so that it lies exactly there; not as large as the screen, which xfwm4 would stop compositing then.
+    ground_ = std::make_unique<WindowClient>(*session_,
+                                             desktop::Arguments{"1000x590+0+0", "--title", "g", "--override-redirect"});
+  }
+  void TearDown() override {
+    ground_.reset();
+    ViewsTest::TearDown();
+  }
+  std::unique_ptr<WindowClient> ground_;
+};
+
+TEST_P(Overlay, DrawsBoxesOnTheirPixelsAndLetsClicksThrough) {
+  startOn();
+  views_->command("overlay 1");
+  views_->command("boxes 100,50,200,60,ffde5c,A 400,50,200,60,2088d4,S 500,80,50,100,ffde5c,");
+  EXPECT_TRUE(shows(140, 60, kYellowOnWhite));
+  EXPECT_TRUE(shows(440, 60, kBlueOnWhite));
+  for (const int x : {100, 299}) {
+    EXPECT_TRUE(shows(x, 80, kBlack)) << "left and right edges";
+  }
+  for (const int y : {50, 109}) {
+    EXPECT_TRUE(shows(150, y, kBlack)) << "upper and lower edges";
+  }
+  for (const auto& [x, y] : {std::pair(99, 80), {300, 80}, {150, 49}, {150, 110}, {101, 51}}) {
+    EXPECT_TRUE(x == 101 || shows(x, y, kWhite));
+  }
+  // The later box lies in front of the earlier.
+  EXPECT_TRUE(shows(500, 100, kBlack));
+  EXPECT_TRUE(shows(520, 160, kYellowOnWhite));
+  // Something black in the middle: the label.
+  size_t dark = 0;
+  for (const uint32_t pixel : session_->pixels({192, 72, 16, 16})) {
+    dark += pixel < 0x303030 ? 1 : 0;
+  }
+  EXPECT_GT(dark, 10U);
+
+  session_->keys({"mousemove", "150", "80", "click", "1"});
+  EXPECT_TRUE(ground_->prints("press 1 150 80 0x0"));
+
+  // Of the next set only the differences are painted anew; what is gone is gone.
+  views_->command("boxes 100,50,200,60,2088d4,A 500,80,50,100,ffde5c,");
+  EXPECT_TRUE(shows(140, 60, kBlueOnWhite));
+  EXPECT_TRUE(shows(440, 60, kWhite));
+  EXPECT_TRUE(shows(520, 100, kYellowOnWhite));
+  views_->command("overlay 0");
+  EXPECT_TRUE(shows(140, 60, kWhite));
+}
+
+TEST_P(Overlay, LeavesTheQueryWindowFree) {
+  startOn();
+  views_->showQueryWindow(300, 300);
+  views_->command("overlay 1");
+  views_->command("boxes 250,250,600,250,2088d4,");
+  views_->command("frame");
+  const auto frame = views_->numbers("frame");
+  EXPECT_TRUE(shows(280, 280, kBlueOnWhite));
+  EXPECT_TRUE(shows(frame[0] + 200, frame[1] + 4, kWhite)) << "of the card";
+  views_->command("hide");
+  EXPECT_TRUE(shows(frame[0] + 200, frame[1] + 4, kBlueOnWhite));
+}
+
+TEST_P(Overlay, CoversAllMonitors) {
+  startOn({{0, 0, 500, 600}, {500, 0, 500, 400}});
+  views_->command("overlay 1");
+  views_->command("boxes 450,100,100,80,ffde5c, 700,300,100,80,2088d4,");
+  EXPECT_TRUE(shows(480, 120, kYellowOnWhite));
+  EXPECT_TRUE(shows(520, 120, kYellowOnWhite));
+  EXPECT_TRUE(shows(720, 320, kBlueOnWhite));
+}
+
+TEST_P(Overlay, FollowsTheScaleFactor) {
+  startOn({}, {{"QT_SCALE_FACTOR", "2"}});
+  views_->command("overlay 1");
+  views_->command("boxes 100,50,200,120,ffde5c,");
+  for (const auto& [y, color] : {std::pair(49, kWhite), {50, kBlack}, {51, kBlack}, {52, kYellowOnWhite}}) {
+    EXPECT_TRUE(shows(200, y, color));
+  }
+  views_->showQueryWindow(300, 300);
+  views_->command("frame");
+  const auto frame = views_->numbers("frame");
+  EXPECT_EQ(frame[0], 300);
+  EXPECT_EQ(frame[1], 300);
+  EXPECT_GE(frame[3], 100) << "twice as high";
+  session_->keys({"type", "ab"});
+  EXPECT_TRUE(views_->says("text ab"));
+}
+
+TEST_P(Overlay, ShowsADescriptionBesideAnElement) {
+  startOn();
+  const bool translucent = GetParam() == WindowManager::openboxPicom || GetParam() == WindowManager::xfwm4Compositor;
+  views_->command("anchor 300 300 200 40 0000ff");
+  views_->command("bubble Type: Button");
+  EXPECT_TRUE(shows(300, 320, translucent ? 0xB2B2FF : 0x0000FF));
+  EXPECT_TRUE(shows(400, 320, translucent ? 0xB2B2FF : kWhite));
+  EXPECT_NE(session_->pixel(400, 285), kWhite) << "the bubble lies above";
+  session_->keys({"mousemove", "400", "285", "click", "1"});
+  EXPECT_TRUE(ground_->prints("press 1 400 285 0x0"));
+  views_->command("nothing");
+  EXPECT_TRUE(shows(300, 320, kWhite));
+  EXPECT_TRUE(shows(400, 285, kWhite));
+
+  views_->command("anchor 0 0 60 40 0000ff");
+  views_->command("bubble A much longer line than the element is wide");
+  EXPECT_TRUE(waitUntil([&] { return session_->pixel(20, 56) != kWhite; })) << "below, where there is no room above";
+}
+
+INSTANTIATE_TEST_SUITE_P(On, Overlay,
+                         testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor,
+                                         WindowManager::openboxPicom),
+                         [](const auto& info) { return nameOf(info.param); });
+
+class OverlayAndCompositor : public ViewsTest {};
+
+TEST_F(OverlayAndCompositor, FollowsItsComingAndGoing) {
+  startViews({.windowManager = WindowManager::openbox, .width = 800, .height = 600});
+  const WindowClient ground(*session_, {"800x590+0+0", "--title", "g", "--override-redirect"});
+  views_->command("overlay 1");
+  views_->command("boxes 100,100,200,100,ffde5c,");
+  EXPECT_TRUE(shows(150, 120, kYellowOnWhite));
+  desktop::Process& compositor = session_->start({"picom", "--backend", "xrender", "--config", "/dev/null"});
+  const auto overlayDepth = [&] {
+    return session_->run({"sh", "-c", "xwininfo -root -tree | grep -c '800x600+0+0.*umplark' || true"}).out;
+  };
+  EXPECT_TRUE(waitUntil([&] { return !overlayDepth().empty(); }));
+  EXPECT_TRUE(shows(150, 120, kYellowOnWhite));
+  EXPECT_TRUE(shows(500, 300, kWhite));
+  compositor.kill(SIGTERM);
+  ASSERT_TRUE(compositor.wait());
+  EXPECT_TRUE(shows(150, 120, kYellowOnWhite));
+  EXPECT_TRUE(shows(500, 300, kWhite)) << "a translucent window without a compositor would be black";
+}
+
+}  // namespace
+}  // namespace jumplark
