@@ -1,7 +1,5 @@
 #include "backends/linux/x11/DesktopWatcher.h"
 
-#include <gmock/gmock.h>
-
 #include <csignal>
 
 #include "backends/x11/X11Fixture.h"
@@ -10,7 +8,6 @@ namespace jumplark {
 namespace {
 
 using desktop::waitUntil;
-using testing::ElementsAre;
 
 class DesktopWatcherTest : public X11Test {
  protected:

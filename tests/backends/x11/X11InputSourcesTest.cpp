@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 
@@ -22,9 +23,8 @@ class X11InputSourcesTest : public X11Test {
   }
   static std::vector<std::pair<std::string, std::string>> named(const std::vector<InputSource>& sources) {
     std::vector<std::pair<std::string, std::string>> result;
-    for (const InputSource& source : sources) {
-      result.emplace_back(source.identifier, source.localizedName);
-    }
+    std::ranges::transform(sources, std::back_inserter(result),
+                           [](const auto& source) { return std::pair(source.identifier, source.localizedName); });
     return result;
   }
 };

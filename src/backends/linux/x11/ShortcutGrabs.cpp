@@ -140,8 +140,7 @@ std::vector<ShortcutGrabs::Combination> ShortcutGrabs::combinationsOf(const Shor
     }
   }
   std::ranges::sort(result);
-  const auto repeated = std::ranges::unique(result);
-  result.erase(repeated.begin(), repeated.end());
+  result.erase(std::unique(result.begin(), result.end()), result.end());
   return result;
 }
 

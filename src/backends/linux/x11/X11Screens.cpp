@@ -55,9 +55,7 @@ std::vector<Rect> readRects(const X11Connection& x) {
   std::vector<Monitor> monitors = readMonitors(x);
   putFirst(monitors);
   std::vector<Rect> rects;
-  for (const Monitor& monitor : monitors) {
-    rects.push_back(monitor.rect);
-  }
+  std::ranges::transform(monitors, std::back_inserter(rects), &Monitor::rect);
   return rects;
 }
 
@@ -169,8 +167,10 @@ std::shared_ptr<X11Screens::Watcher> X11Screens::watcher() {
 }
 
 Token X11Screens::onFramesChanged(std::function<void()> callback) {
-  const auto watching = watcher();
-  return watching ? watching->add(std::move(callback)) : Token{};
+  if (const auto watching = watcher()) {
+    return watching->add(std::move(callback));
+  }
+  return {};
 }
 
 }  // namespace jumplark
