@@ -8,6 +8,8 @@ find_package(CLI11 REQUIRED)
 find_package(fmt REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(Qt6 REQUIRED COMPONENTS Widgets)
+find_package(CURL REQUIRED)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto SSL)
 
 pkg_check_modules(SDBUS REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET

@@ -6,17 +6,20 @@ namespace jumplark {
 
 class AccessibilityPlatform;
 class Defaults;
+class FileStore;
 class GlobalShortcuts;
+class Http;
 class InputPlatform;
 class InputSources;
 class Queues;
 class RandomSource;
 class Screens;
+class SystemFacts;
 class Views;
 class Workspace;
 
 /// The interfaces through which the core reaches everything outside it. One set is installed at a time for the process.
-/// The last four are null where only one command is carried out and no window is shown.
+/// Those from `defaults` on are null where only one command is carried out and no window is shown.
 struct Platform {
   AccessibilityPlatform* accessibility = nullptr;
   Workspace* workspace = nullptr;
@@ -28,6 +31,9 @@ struct Platform {
   InputSources* inputSources = nullptr;
   GlobalShortcuts* shortcuts = nullptr;
   Views* views = nullptr;
+  Http* http = nullptr;
+  FileStore* files = nullptr;
+  SystemFacts* facts = nullptr;
 
   /// The installed set. Throws std::logic_error when none is.
   static const Platform& current();

@@ -155,22 +155,5 @@ TEST(Trouble, anApplicationThatHangsIsGivenUp) {
   EXPECT_TRUE(demo.linesBeginning("pressed ").empty());
 }
 
-TEST(Trouble, anApplicationThatIsKilledWhileItIsReadEndsNothingElse) {
-  Desktop desktop;
-  // Killed at different moments of the reading: when the reader has had this many time slices.
-  for (const int slices : {0, 1, 2, 4, 8, 16}) {
-    SCOPED_TRACE(slices);
-    DemoProgram demo(desktop.session, "Table");
-    Process& reader = desktop.session.start({JUMPLARK_PROGRAM, "match", "--app", DemoProgram::kName, "item"});
-    for (int i = 0; i < slices && reader.running(); ++i) {
-      waitUntil([] { return false; }, Milliseconds(1));
-    }
-    demo.process().kill(SIGKILL);
-    const auto status = reader.wait();
-    ASSERT_TRUE(status.has_value()) << "it hangs";
-    EXPECT_TRUE(*status == 0 || *status == 1 || *status == 3) << *status << reader.err();
-  }
-}
-
 }  // namespace
 }  // namespace jumplark::desktop

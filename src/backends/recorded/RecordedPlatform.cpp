@@ -13,7 +13,8 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop)
       input_(screens_, queues_),
       defaults_(queues_),
       shortcuts_(queues_),
-      views_(queues_) {}
+      views_(queues_),
+      http_(queues_) {}
 
 RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queues)
     : queues_(queues),
@@ -23,7 +24,8 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queue
       input_(screens_, queues_),
       defaults_(queues_),
       shortcuts_(queues_),
-      views_(queues_) {}
+      views_(queues_),
+      http_(queues_) {}
 
 RecordedPlatform::~RecordedPlatform() {
   if (ownQueues_) {
@@ -36,8 +38,8 @@ std::unique_ptr<RecordedPlatform> RecordedPlatform::fromText(std::string_view js
 }
 
 Platform RecordedPlatform::platform() {
-  return {&accessibility_, &workspace_, &screens_,      &input_,     &queues_,
-          &random_,        &defaults_,  &inputSources_, &shortcuts_, &views_};
+  return {&accessibility_, &workspace_, &screens_, &input_, &queues_, &random_, &defaults_,
+          &inputSources_,  &shortcuts_, &views_,   &http_,  &files_,  &facts_};
 }
 
 Token RecordedPlatform::install() {

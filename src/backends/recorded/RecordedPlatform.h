@@ -7,11 +7,14 @@
 #include "backends/recorded/RecordedAccessibility.h"
 #include "backends/recorded/RecordedDefaults.h"
 #include "backends/recorded/RecordedDesktop.h"
+#include "backends/recorded/RecordedFiles.h"
+#include "backends/recorded/RecordedHttp.h"
 #include "backends/recorded/RecordedInput.h"
 #include "backends/recorded/RecordedInputSources.h"
 #include "backends/recorded/RecordedRandom.h"
 #include "backends/recorded/RecordedScreens.h"
 #include "backends/recorded/RecordedShortcuts.h"
+#include "backends/recorded/RecordedSystemFacts.h"
 #include "backends/recorded/RecordedViews.h"
 #include "backends/recorded/RecordedWorkspace.h"
 #include "backends/recorded/VirtualQueues.h"
@@ -53,6 +56,9 @@ class RecordedPlatform {
   RecordedInputSources& inputSources() { return inputSources_; }
   RecordedShortcuts& shortcuts() { return shortcuts_; }
   RecordedViews& views() { return views_; }
+  RecordedHttp& http() { return http_; }
+  RecordedFiles& files() { return files_; }
+  RecordedSystemFacts& facts() { return facts_; }
 
   /// As when the application ends: it is in no list any more, and reads of its element fail with invalidElement.
   void terminate(int32_t pid);
@@ -69,6 +75,9 @@ class RecordedPlatform {
   RecordedInputSources inputSources_;
   RecordedShortcuts shortcuts_;
   RecordedViews views_;
+  RecordedHttp http_;
+  RecordedFiles files_;
+  RecordedSystemFacts facts_;
 };
 
 }  // namespace jumplark
