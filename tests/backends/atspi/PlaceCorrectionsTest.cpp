@@ -45,6 +45,26 @@ TEST_F(Gtk4Places, APopoverIsWhereItsOwnWindowIs) {
   EXPECT_THAT(read("button")->children, Not(Contains(app.ref("popover"))));
 }
 
+// An application of twice the resolution counts in units of two pixels.
+TEST_F(Gtk4Places, CountInPixelsWhateverTheApplicationCountsIn) {
+  windows.windows[0].client = windows.windows[0].frame = {100, 50, 820, 620};
+  FakeElement ok = element(role::pushButton, "OK", {10, 20, 80, 30});
+  ok.states = bit(state::visible) | bit(state::sensitive);
+  app.add("frame", "ok", ok);
+  prepare();
+  EXPECT_EQ(placeOf(source(), app.ref("ok")), (Rect{130, 100, 160, 60}));
+}
+
+class QtPlaces : public SourceFixture {};
+
+TEST_F(QtPlaces, CountInPixelsWhateverTheApplicationCountsIn) {
+  windows.windows[0].client = {200, 130, 600, 450};
+  windows.windows[0].frame = {195, 100, 610, 485};
+  app.add("frame", "ok", element(role::pushButton, "OK", {120, 60, 80, 30}));
+  prepare();
+  EXPECT_EQ(placeOf(source(), app.ref("ok")), (Rect{230, 145, 120, 45}));
+}
+
 class Gtk3Places : public SourceFixture {
  protected:
   Gtk3Places() : SourceFixture("gtk", "3.24.38") {}

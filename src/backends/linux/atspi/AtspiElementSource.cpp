@@ -56,16 +56,12 @@ void AtspiElementSource::applicationBecameActive(int32_t pid) {
 }
 
 Point AtspiElementSource::offsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
-  Point offset = toolkit.extentsAreWindowRelative() ? frameOffsetNow(element, toolkit) : Point{};
-  const std::lock_guard lock(shiftsMutex_);
-  const auto shifts = shifts_.find(element.busName());
-  if (shifts != shifts_.end()) {
-    const auto shift = shifts->second.find(makeRef(element.busName(), element.path()));
-    if (shift != shifts->second.end()) {
-      offset = {offset.x + shift->second.x, offset.y + shift->second.y};
-    }
-  }
-  return offset;
+  const Point offset = toolkit.extentsAreWindowRelative() ? frameOffsetNow(element, toolkit) : Point{};
+  const std::lock_guard lock(placesMutex_);
+  const auto kept = places_.find(element.busName());
+  const Point shift =
+      kept == places_.end() ? Point{} : kept->second.shiftOf(makeRef(element.busName(), element.path()));
+  return {offset.x + shift.x, offset.y + shift.y};
 }
 
 Point AtspiElementSource::frameOffsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
@@ -108,7 +104,14 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
   return request;
 }
 
-FactsPointer AtspiElementSource::finish(ReadRequest& request) {
+FactsPointer AtspiElementSource::finish(ReadRequest& request, facts::Set before) {
+  if ((before & facts::extents) == 0 && request.facts.extents) {
+    const std::lock_guard lock(placesMutex_);
+    const auto kept = places_.find(handleOf(request.facts.ref)->busName());
+    if (kept != places_.end()) {
+      request.facts.extents = kept->second.toPixels(request.facts.ref, *request.facts.extents);
+    }
+  }
   auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
   if (!isLive()) {
     store_.update(facts);
@@ -124,23 +127,26 @@ AccessibilityResult<FactsPointer> AtspiElementSource::facts(const ElementRef& el
     return known;
   }
   std::vector<ReadRequest> requests{requestFor(element, wanted)};
+  const facts::Set before = requests[0].facts.known;
   FactsReader(calls_).read(requests, deadline());
   if (requests[0].error != AccessibilityError::success) {
     return requests[0].error;
   }
-  return finish(requests[0]);
+  return finish(requests[0], before);
 }
 
 std::vector<FactsPointer> AtspiElementSource::factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) {
   std::vector<FactsPointer> found(elements.size());
   std::vector<ReadRequest> requests;
   std::vector<size_t> places;
+  std::vector<facts::Set> before;
   for (size_t i = 0; i < elements.size(); ++i) {
     found[i] = snapshotFacts(elements[i]);
     if (handleOf(elements[i]) && !(found[i] && found[i]->has(wanted))) {
       found[i] = nullptr;
       requests.push_back(requestFor(elements[i], wanted));
       places.push_back(i);
+      before.push_back(requests.back().facts.known);
     }
   }
   if (!requests.empty()) {
@@ -148,7 +154,7 @@ std::vector<FactsPointer> AtspiElementSource::factsOfAll(const std::vector<Eleme
   }
   for (size_t i = 0; i < requests.size(); ++i) {
     if (requests[i].error == AccessibilityError::success) {
-      found[places[i]] = finish(requests[i]);
+      found[places[i]] = finish(requests[i], before[i]);
     }
   }
   return found;
@@ -295,6 +301,10 @@ AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleText
   std::optional<Rect> local = toolkit.tellsCharacterAtPoint() ? found->extents : std::nullopt;
   if (local) {
     const Point offset = offsetNow(handle, toolkit);
+    const std::lock_guard lock(placesMutex_);
+    if (const auto kept = places_.find(handle.busName()); kept != places_.end()) {
+      local = kept->second.fromPixels(element, *local);
+    }
     local->x -= offset.x;
     local->y -= offset.y;
   }
@@ -354,8 +364,8 @@ void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool vis
   const TimePoint started = Clock::now();
   auto snapshot = reader_.read(application, visibleOnly, [this, era] { return store_.era() != era; });
   {
-    const std::lock_guard lock(shiftsMutex_);
-    shifts_[handleOf(application)->busName()] = snapshot->shifts;
+    const std::lock_guard lock(placesMutex_);
+    places_[handleOf(application)->busName()] = snapshot->places;
   }
   if (store_.keep(std::move(snapshot), era)) {
     calls_.allow(handleOf(application)->busName(), SnapshotReader::kLimit - (Clock::now() - started));

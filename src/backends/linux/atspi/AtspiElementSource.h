@@ -64,7 +64,7 @@ class AtspiElementSource final : public ElementSource {
   /// What must be added to what the element says of its place.
   Point offsetNow(const AtspiHandle& element, const Toolkit& toolkit);
   Point frameOffsetNow(const AtspiHandle& element, const Toolkit& toolkit);
-  FactsPointer finish(ReadRequest& request);
+  FactsPointer finish(ReadRequest& request, facts::Set before);
   AccessibilityError textAllowed(const ElementRef& element, FactsPointer& found);
   TimePoint deadline() const;
 
@@ -74,9 +74,9 @@ class AtspiElementSource final : public ElementSource {
   ApplicationRegistry registry_;
   SnapshotReader reader_;
   SnapshotStore store_;
-  std::mutex shiftsMutex_;
+  std::mutex placesMutex_;
   /// By bus name, of the last snapshot, which they outlive: what is clicked is read anew.
-  std::unordered_map<std::string, Shifts> shifts_;
+  std::unordered_map<std::string, Places> places_;
 };
 
 }  // namespace jumplark::atspi

@@ -40,14 +40,43 @@ double likenessOfTitles(const std::string& name, const std::string& title) {
   return part ? kTitlePart : -1;
 }
 
+/// Of smaller windows the sizes are alike by chance, in one scale or another.
+constexpr double kTellingSize = 60;
+
+/// How much larger a window is than its frame says, when all of it is; 0 when they do not fit.
+double scaleBetween(const Rect& reported, const Rect& rect) {
+  for (const double scale : {1.0, 2.0, 3.0, 1.25, 1.5, 1.75, 2.25, 2.5, 4.0}) {
+    const bool tells = scale == 1 || std::min(rect.width, rect.height) >= kTellingSize;
+    if (tells && isNear(reported.width * scale, rect.width) && isNear(reported.height * scale, rect.height)) {
+      return scale;
+    }
+  }
+  return 0;
+}
+
+std::array<Rect, 3> rectsOf(const WindowFacts& window) {
+  return {window.client, window.frame, withoutShadow(window)};
+}
+
 double likenessOfRects(const Rect& reported, const WindowFacts& window, bool hasPosition) {
   double best = 0;
-  for (const Rect& rect : std::array{window.client, window.frame, withoutShadow(window)}) {
-    const bool size = isNear(reported.width, rect.width) && isNear(reported.height, rect.height);
+  for (const Rect& rect : rectsOf(window)) {
+    const bool size = scaleBetween(reported, rect) > 0;
     const bool position = hasPosition && isNear(reported.x, rect.x) && isNear(reported.y, rect.y);
     best = std::max(best, size ? kSize + (position ? kPosition : 0) : position ? kPositionAlone : 0);
   }
   return best;
+}
+
+/// GTK 4 tells of its content alone, so that sizes give the scale only nearly.
+double wholeScale(const WindowFacts& window, const Rect& reported) {
+  if (!(reported.width > 0) || !(reported.height > 0)) {
+    return 1;
+  }
+  const Rect content = withoutShadow(window);
+  const double across = std::round(content.width / reported.width);
+  const double down = std::round(content.height / reported.height);
+  return across == down && across >= 1 ? across : 1;
 }
 
 size_t bestFrame(const std::vector<FrameFacts>& frames, const std::vector<bool>& taken, const WindowFacts& window,
@@ -101,8 +130,31 @@ Point extentsOffset(const Toolkit& toolkit, const WindowFacts& window, const Rec
   if (window.hasGtkFrameExtents) {
     return {window.client.x + window.gtkFrameExtents.left, window.client.y + window.gtkFrameExtents.top};
   }
-  return {window.client.x + (window.client.width - reportedFrame.width) / 2,
-          window.client.y + (window.client.height - reportedFrame.height) / 2};
+  const double scale = wholeScale(window, reportedFrame);
+  return {window.client.x + (window.client.width - reportedFrame.width * scale) / 2,
+          window.client.y + (window.client.height - reportedFrame.height * scale) / 2};
+}
+
+Rect Placement::toPixels(const Rect& told) const {
+  return {to.x + (told.x - from.x) * scale, to.y + (told.y - from.y) * scale, told.width * scale, told.height * scale};
+}
+
+Rect Placement::fromPixels(const Rect& pixels) const {
+  return {from.x + (pixels.x - to.x) / scale, from.y + (pixels.y - to.y) / scale, pixels.width / scale,
+          pixels.height / scale};
+}
+
+Placement placementIn(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame) {
+  if (toolkit.extentsAreWindowRelative()) {
+    const Point offset = extentsOffset(toolkit, window, reportedFrame);
+    return {offset, offset, wholeScale(window, reportedFrame)};
+  }
+  for (const Rect& rect : rectsOf(window)) {
+    if (const double scale = scaleBetween(reportedFrame, rect); scale > 0) {
+      return scale == 1 ? Placement() : Placement{{reportedFrame.x, reportedFrame.y}, {rect.x, rect.y}, scale};
+    }
+  }
+  return {};
 }
 
 bool isNormalOrDialog(const WindowFacts& window) {

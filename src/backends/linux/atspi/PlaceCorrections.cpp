@@ -127,7 +127,58 @@ class Corrections {
   Shifts shifts_;
 };
 
+bool isInPage(const ElementFacts& element, const FactsMap& elements) {
+  const ElementFacts* here = &element;
+  for (size_t step = 0; step < elements.size(); ++step) {
+    if (here->role == role::documentWeb) {
+      return true;
+    }
+    const auto above = elements.find(here->parent);
+    if (above == elements.end()) {
+      return false;
+    }
+    here = above->second.get();
+  }
+  return false;
+}
+
 }  // namespace
+
+Point Places::shiftOf(const ElementRef& element) const {
+  const auto shift = shifts.find(element);
+  return shift == shifts.end() ? Point{} : shift->second;
+}
+
+Rect Places::toPixels(const ElementRef& element, const Rect& told) const {
+  if (placement.isIdentity() || inPixels.contains(element)) {
+    return told;
+  }
+  const Point shift = shiftOf(element);
+  const Rect pixels = placement.toPixels({told.x - shift.x, told.y - shift.y, told.width, told.height});
+  return {pixels.x + shift.x, pixels.y + shift.y, pixels.width, pixels.height};
+}
+
+Rect Places::fromPixels(const ElementRef& element, const Rect& pixels) const {
+  if (placement.isIdentity() || inPixels.contains(element)) {
+    return pixels;
+  }
+  const Point shift = shiftOf(element);
+  const Rect told = placement.fromPixels({pixels.x - shift.x, pixels.y - shift.y, pixels.width, pixels.height});
+  return {told.x + shift.x, told.y + shift.y, told.width, told.height};
+}
+
+void placeInPixels(const Toolkit& toolkit, Places& places, FactsMap& elements) {
+  if (places.placement.isIdentity()) {
+    return;
+  }
+  for (auto& [ref, element] : elements) {
+    if (toolkit.family == ToolkitFamily::chromium && isInPage(*element, elements)) {
+      places.inPixels.insert(ref);
+    } else if (element->extents) {
+      element->extents = places.placement.toPixels(*element->extents);
+    }
+  }
+}
 
 Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& popups, const ElementRef& frame,
                      FactsMap& elements) {

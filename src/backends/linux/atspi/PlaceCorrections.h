@@ -1,8 +1,10 @@
 #pragma once
 
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
+#include "backends/linux/atspi/FrameMatching.h"
 #include "backends/linux/atspi/TreeWalk.h"
 #include "backends/linux/x11/WindowSystem.h"
 
@@ -10,6 +12,22 @@ namespace jumplark::atspi {
 
 /// By how much elements were moved from where their application says they are; those that were not are absent.
 using Shifts = std::unordered_map<ElementRef, Point, ElementRefHash>;
+
+/// How all places of an application become pixels of the root window, and what differs for some.
+struct Places {
+  Placement placement;
+  std::unordered_set<ElementRef, ElementRefHash> inPixels;  ///< tell their places in pixels already
+  Shifts shifts;                                            ///< in pixels
+
+  /// What an element told, its shift already added to it.
+  Rect toPixels(const ElementRef& element, const Rect& told) const;
+  Rect fromPixels(const ElementRef& element, const Rect& pixels) const;
+  Point shiftOf(const ElementRef& element) const;
+};
+
+/// Makes pixels of the places of all elements. A browser scales its own controls, and tells the places in its pages as
+/// they are on the screen.
+void placeInPixels(const Toolkit& toolkit, Places& places, FactsMap& elements);
 
 /// Moves elements below a frame to where they show, where that is known better than the application tells:
 ///

@@ -27,6 +27,15 @@ Point offsetOf(const Snapshot& snapshot, const ElementRef& frame) {
   return {};
 }
 
+Placement placementOf(const Snapshot& snapshot) {
+  for (const MatchedFrame& matched : snapshot.frames) {
+    if (matched.frame.element == snapshot.focusedWindow) {
+      return placementIn(snapshot.toolkit, matched.window, matched.frame.reported);
+    }
+  }
+  return {};
+}
+
 void findLandmarks(Snapshot& snapshot) {
   for (const ElementRef& ref : snapshot.inDocumentOrder()) {
     const ElementFacts& e = *snapshot.elements.at(ref);
@@ -104,10 +113,12 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   for (const ElementRef& root : roots) {
     readRoot(*snapshot, root, {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache});
   }
+  snapshot->places.placement = placementOf(*snapshot);
+  placeInPixels(snapshot->toolkit, snapshot->places, snapshot->elements);
   const auto popups =
       snapshot->toolkit.family == ToolkitFamily::gtk4 ? registry_.popupsOf(application) : std::vector<WindowFacts>{};
   for (const ElementRef& root : roots) {
-    snapshot->shifts.merge(correctPlaces(snapshot->toolkit, popups, root, snapshot->elements));
+    snapshot->places.shifts.merge(correctPlaces(snapshot->toolkit, popups, root, snapshot->elements));
   }
   hangPopupsOn(snapshot->focusedWindow, openPopups, snapshot->elements);
   findLandmarks(*snapshot);

@@ -24,7 +24,7 @@ struct Snapshot {
   ElementRef focusedElement;  ///< has keyboard focus
   FactsMap elements;          ///< not changed any more once the snapshot is kept
   TextMap texts;
-  Shifts shifts;
+  Places places;
   Point offset;  ///< see extentsOffset, of the focused window
   bool complete = false;
 
