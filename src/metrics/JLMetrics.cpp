@@ -11,17 +11,22 @@ JLMetrics& JLMetrics::sharedInstance() {
 }
 
 void JLMetrics::trackEventWithData(const std::string& name, const std::optional<MetricData>& data) {
+  std::shared_ptr<MetricsService> service;
   if (isActive()) {
-    service_->trackEventWithData(name, data);
+    const std::scoped_lock lock(mutex_);
+    service = service_;
+  }
+  if (service) {
+    service->trackEventWithData(name, data);
   }
 }
 
 void JLMetrics::activateWithService(std::shared_ptr<MetricsService> service) {
   const bool active = service != nullptr;
-  if (!active) {
-    active_.store(false, std::memory_order_release);
+  {
+    const std::scoped_lock lock(mutex_);
+    service_.swap(service);
   }
-  service_ = std::move(service);
   active_.store(active, std::memory_order_release);
 }
 
