@@ -58,7 +58,10 @@ void QtQueryWindow::setFrameTopLeft(Point topLeft) {
 
 void QtQueryWindow::placeCard(QPoint native) {
   cardTopLeft_ = native;
-  panel_.move(ScreenGeometry::toLogical(native) - panel_.card().topLeft());
+  const QPoint place = ScreenGeometry::toLogical(native) - panel_.card().topLeft();
+  panel_.move(place);
+  // A widget that is there already says nothing to its window, which the window manager would then place.
+  panel_.windowHandle()->setPosition(place);
   publishArea();
 }
 
