@@ -154,7 +154,9 @@ TEST(Return, TheCompletedQueryOfAnActivationBeforeDoesNotCount) {
   fixture.typeAndSettle("save");
   fixture.onMain([&] { fixture.window().resignKey(); });
   ASSERT_EQ(fixture.completedQuery(), "save");
+  fixture.desktop->accessibility().setDelay("save", 10);
   fixture.hotkey();
+  ASSERT_EQ(fixture.completedQuery(), "save") << "the snapshot takes its time";
   fixture.onMain([&] {
     fixture.window().typeText("save");
     fixture.window().press(key_code::returnKey);

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "backends/linux/system/SystemQueues.h"
 #include "query/engine/EngineFixture.h"
 
@@ -16,7 +18,12 @@ class EngineOnThreads : public ::testing::Test {
   }
 
   RecordedQueryWindow& window() { return *recorded_.views().queryWindow(); }
-  void runUntil(const std::function<bool()>& stop) { queues_.runMainQueueUntil(stop); }
+  void runUntil(const std::function<bool()>& stop) {
+    const auto late = std::make_shared<bool>(false);
+    queues_.mainQueue().postAfter(std::chrono::seconds(20), [late] { *late = true; });
+    queues_.runMainQueueUntil([&] { return *late || stop(); });
+    ASSERT_FALSE(*late);
+  }
   /// Everything that the background queue was asked for is done, and what that posted.
   void settle() {
     bool done = false;
