@@ -14,10 +14,6 @@ namespace {
 
 using nlohmann::json;
 
-double secondsSince1970(Queues& queues) {
-  return std::chrono::duration<double>(queues.wallClockNow()).count();
-}
-
 /// For the log, also of values that JSON does not have.
 std::string description(const MetricData& event) {
   std::string text;
@@ -70,7 +66,7 @@ size_t JLMetricsService::pendingEventCount() const {
 }
 
 void JLMetricsService::trackEventWithData(const std::string& name, const std::optional<MetricData>& data) {
-  MetricData event{{"client_timestamp", secondsSince1970(queues_)}, {"name", name}};
+  MetricData event{{"client_timestamp", fractionalSeconds(queues_.wallClockNow())}, {"name", name}};
   if (data) {
     event["data"] = *data;
   }

@@ -39,7 +39,7 @@ json serialisationFailure(const std::optional<std::string>& sessionID, const cha
 
 std::string JLMetricsService::generatePayloadFromEventsWithEnvironmentAndSessionID(
     const json& events, const json& environment, const std::optional<std::string>& sessionID) {
-  json payload{{"client_timestamp", std::chrono::duration<double>(queues_.wallClockNow()).count()}};
+  json payload{{"client_timestamp", fractionalSeconds(queues_.wallClockNow())}};
   if (!environment.is_null()) {
     payload["environment"] = environment;
   }

@@ -53,6 +53,12 @@ std::string uuidString(const SystemFacts::RandomBytes& bytes) {
   return text;
 }
 
+double fractionalSeconds(Duration time) {
+  // Nanoseconds since 1970 are beyond the integers that a double holds exactly, microseconds are not.
+  const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(time);
+  return static_cast<double>(microseconds.count()) / 1e6;
+}
+
 std::optional<nlohmann::json> jsonFromValue(const AttributeValue& value) {
   if (value.isNone()) {
     return nlohmann::json();

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "metrics/JLMetrics.h"
+#include "platform/Queues.h"
 #include "platform/SystemFacts.h"
 
 /// Metric events as JSON.
@@ -13,6 +14,9 @@ namespace jumplark {
 
 /// Random bytes as a version 4 identifier of RFC 4122, in upper-case hexadecimal.
 std::string uuidString(const SystemFacts::RandomBytes& bytes);
+
+/// A time as seconds with fractions, to the microsecond.
+double fractionalSeconds(Duration time);
 
 /// None where JSON has no such value: a packed value, an element, a number that is infinite or none, a text that is not
 /// UTF-8.

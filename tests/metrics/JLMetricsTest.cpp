@@ -1,0 +1,164 @@
+#include "metrics/JLMetrics.h"
+
+#include <gmock/gmock.h>
+
+#include <optional>
+#include <string>
+
+#include "metrics/JLMetricsService.h"
+#include "metrics/MetricsFixture.h"
+
+namespace jumplark::testing {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+
+constexpr const char* kCollector = "https://metrics.example.org";
+
+class JLMetricsTest : public MetricsFixture {
+ protected:
+  ~JLMetricsTest() override { metrics.shutdown(); }
+
+  void configure(const std::string& address = kCollector) {
+    metrics.configure(address);
+    desktop.queues().runPending();
+  }
+  json stored(const char* key) const { return desktop.defaults().storedValue(key); }
+  json kept() const { return json::parse(desktop.files().contents(kPath).value_or("null")); }
+
+  JLMetrics& metrics = JLMetrics::sharedInstance();
+};
+
+TEST_F(JLMetricsTest, TakesTheFlushIntervalFromTheSettings) {
+  const struct {
+    const char* stored;
+    double between;
+    double minimum;
+  } cases[] = {{"null", 3600, 360},  {"120", 3600, 360},  {"299.9", 3600, 360},   {"300", 300, 30},
+               {"900", 900, 90},     {"900.7", 900, 90},  {"-1", 3600, 360},      {"\"900\"", 3600, 360},
+               {"[900]", 3600, 360}, {"true", 3600, 360}, {"1e300", 1e300, 1e299}};
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.stored);
+    desktop.defaults().setValue("MetricsFlushInterval", json::parse(example.stored));
+    configure();
+    EXPECT_DOUBLE_EQ(metrics.service()->settings()->secondsBetweenFlushes, example.between);
+    EXPECT_DOUBLE_EQ(metrics.service()->settings()->minimumSecondsBetweenFlushes, example.minimum);
+    metrics.shutdown();
+  }
+}
+
+TEST_F(JLMetricsTest, CollectsOnlyWithAnAddressTheSettingAndNoRefusal) {
+  const struct {
+    const char* what;
+    const char* address;
+    const char* setting;
+    bool refused;
+    bool active;
+    const char* keptEvents;  ///< after the shutdown; null for no file
+  } cases[] = {
+      {"nothing set", kCollector, "null", false, true, "e"},
+      {"switched on", kCollector, "true", false, true, "e"},
+      {"switched off", kCollector, "false", false, false, ""},
+      {"no switch at all", kCollector, "\"no\"", false, false, ""},
+      {"tracking refused", kCollector, "true", true, false, ""},
+      {"no address", "", "true", false, false, nullptr},
+  };
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.what);
+    desktop.files().remove(kPath);
+    desktop.defaults().setValue("UUID", nullptr);
+    desktop.defaults().setValue("MetricsEnabled", json::parse(example.setting));
+    desktop.facts().refused = example.refused;
+    JLTrackEvent("too early", std::nullopt);
+    configure(example.address);
+    EXPECT_EQ(metrics.isActive(), example.active);
+    const size_t before = requestCount();
+    JLTrackEvent("e", std::nullopt);
+    desktop.queues().runPending();
+    metrics.shutdown();
+    EXPECT_EQ(requestCount(), before);
+    if (!example.keptEvents) {
+      EXPECT_EQ(kept(), json());
+      EXPECT_EQ(stored("UUID"), json()) << "nothing is made up to tell this installation by";
+      continue;
+    }
+    EXPECT_EQ(names(kept()["events"]), example.keptEvents);
+    EXPECT_EQ(kept()["environment"]["uuid"], stored("UUID"));
+    EXPECT_EQ(kept()["session_id"].get<std::string>().size(), 36U);
+  }
+}
+
+TEST_F(JLMetricsTest, SendsNothingWhileSwitchedOff) {
+  desktop.files().put(kPath, R"({"events":[],"session_id":"S"})");
+  desktop.defaults().setValue("MetricsEnabled", false);
+  configure();
+  desktop.defaults().setValue("MetricsEnabled", true);
+  for (int number = 0; number < 2000; ++number) {
+    JLTrackEvent("e", std::nullopt);
+  }
+  advance(24h);
+  EXPECT_EQ(requestCount(), 0U);
+  EXPECT_FALSE(metrics.isActive()) << "a change takes effect at the next start";
+}
+
+TEST_F(JLMetricsTest, DescribesInstallationProgramAndMachineAndNothingElse) {
+  const json first = metrics.getEnvironment();
+  EXPECT_EQ(first, (json{{"uuid", "00000000-0000-4000-8000-000000000001"},
+                         {"application", {{"bundle_id", "jumplark"}, {"version", "1.2"}, {"build", "34"}}},
+                         {"locale", "en_US"},
+                         {"os", {{"version", "12"}, {"build", "6.1.0"}}},
+                         {"machine", {{"cpu", "Recorded Processor"}, {"core_count", 4}, {"total_memory_mb", 8192}}}}));
+  EXPECT_EQ(metrics.getEnvironment(), first) << "the same installation";
+  EXPECT_EQ(stored("UUID"), first["uuid"]);
+}
+
+TEST_F(JLMetricsTest, SignsWithTheNameOfTheHeaderAndTheSession) {
+  desktop.files().put(kPath, R"({"session_id":"S"})");
+  configure("https://metrics.example.org/collect/");
+  ASSERT_EQ(requestCount(), 1U);
+  EXPECT_EQ(lastRequest().address, "https://metrics.example.org/collect/events");
+  EXPECT_EQ(lastRequest().body, R"({"client_timestamp":1577836800.0,"session_id":"S"})");
+  // HMAC-SHA-256 of that body with the key "X-Signature/S", from another implementation.
+  EXPECT_EQ(lastRequest().headers.at("X-Signature"), "0QE+izBNntxBPsLwAoYKbLXKpOuPo43TcXRhpKw3xbU=");
+}
+
+TEST_F(JLMetricsTest, SamplesMemoryEveryHourAndCountsFlushes) {
+  configure();
+  EXPECT_EQ(metrics.service()->settings()->eventsBeforeFlush, 1000U);
+  EXPECT_EQ(metrics.service()->settings()->maxEvents, 5000U);
+  advance(3700s);
+  desktop.facts().residentMemory = std::nullopt;
+  advance(7200s);
+  ASSERT_EQ(requestCount(), 2U);
+  std::string all;
+  const auto add = [&all](const json& batch) {
+    for (const json& event : batch.at("events")) {
+      all += event["name"].get<std::string>() + event["data"].dump() + " ";
+    }
+  };
+  for (const HttpRequest& request : desktop.http().requests()) {
+    add(json::parse(request.body));
+  }
+  metrics.shutdown();
+  add(kept());
+  EXPECT_THAT(all, ::testing::HasSubstr(R"(memory_usage{"memory_used_bytes":52428800} )"));
+  EXPECT_THAT(all, ::testing::HasSubstr(R"(memory_usage{"memory_used_bytes":0} )"));
+  EXPECT_THAT(all, ::testing::HasSubstr(R"(flush{"event_count":1} )")) << "of the batch before it";
+}
+
+TEST_F(JLMetricsTest, WithoutAFolderItSendsAndKeepsNothing) {
+  desktop.files().put(kPath, R"({"session_id":"S"})");
+  desktop.files().setHasFolder(false);
+  configure();
+  EXPECT_EQ(takeLog(), "Unable to find or create application support directory:\nRead-only file system\n");
+  JLTrackEvent("e", std::nullopt);
+  advance(3700s);
+  ASSERT_GE(requestCount(), 1U);
+  EXPECT_EQ(lastPayload()["session_id"], metrics.service()->sessionID());
+  metrics.shutdown();
+  EXPECT_EQ(desktop.files().contents(kPath), R"({"session_id":"S"})");
+}
+
+}  // namespace
+}  // namespace jumplark::testing
