@@ -144,7 +144,7 @@ TEST_F(JLMetricsTest, SamplesMemoryEveryHourAndCountsFlushes) {
   add(kept());
   EXPECT_THAT(all, ::testing::HasSubstr(R"(memory_usage{"memory_used_bytes":52428800} )"));
   EXPECT_THAT(all, ::testing::HasSubstr(R"(memory_usage{"memory_used_bytes":0} )"));
-  EXPECT_THAT(all, ::testing::HasSubstr(R"(flush{"event_count":1} )")) << "of the batch before it";
+  EXPECT_THAT(all, ::testing::HasSubstr(R"(flush{"event_count":2} )")) << "of the batch before it";
 }
 
 TEST_F(JLMetricsTest, WithoutAFolderItSendsAndKeepsNothing) {
