@@ -1,8 +1,8 @@
 // Prints what an application says of its showing elements, read with the desktop's own accessibility library and
 // nothing of the program under test: accessible-reader [--all] APPLICATION. A JSON list of
-// {"role","name","text","states","rect"}, depth first; rect is [x,y,width,height] in pixels of the root window, as the
-// application says (GTK 4: of its window). With --all what does not say that it shows is printed too, for applications
-// that say so of their windows only (GTK 4).
+// {"role","name","description","text","states","rect"}, depth first; rect is [x,y,width,height] in pixels of the root
+// window, as the application says (GTK 4: of its window). With --all what does not say that it shows is printed too,
+// for applications that say so of their windows only (GTK 4).
 #include <atspi/atspi.h>
 
 #include <cstdio>
@@ -32,6 +32,7 @@ const std::pair<AtspiStateType, const char*> kStates[] = {
 nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states) {
   nlohmann::json entry = {{"role", take(atspi_accessible_get_role_name(element, nullptr))},
                           {"name", take(atspi_accessible_get_name(element, nullptr))},
+                          {"description", take(atspi_accessible_get_description(element, nullptr))},
                           {"text", ""},
                           {"states", nlohmann::json::array()},
                           {"rect", {0, 0, 0, 0}}};

@@ -37,16 +37,20 @@ void Backdrop::take(const std::vector<QRect>& parts) {
   }
 }
 
-QImage Backdrop::read(const QRect& part) const {
-  const auto reply =
-      x11::takeReply(display_.connection(), xcb_get_image_reply,
-                     xcb_get_image(display_.connection(), XCB_IMAGE_FORMAT_Z_PIXMAP, copy_,
-                                   static_cast<int16_t>(part.x()), static_cast<int16_t>(part.y()),
-                                   static_cast<uint16_t>(part.width()), static_cast<uint16_t>(part.height()), ~0U));
-  QImage image(part.size(), imageFormatOfDepth(display_.screen().root_depth));
-  image.fill(Qt::black);
+Backdrop::Question Backdrop::ask(const QRect& part) const {
+  return {xcb_get_image(display_.connection(), XCB_IMAGE_FORMAT_Z_PIXMAP, copy_, static_cast<int16_t>(part.x()),
+                        static_cast<int16_t>(part.y()), static_cast<uint16_t>(part.width()),
+                        static_cast<uint16_t>(part.height()), ~0U),
+          part.size()};
+}
+
+QImage Backdrop::read(const Question& question) const {
+  const auto reply = x11::takeReply(display_.connection(), xcb_get_image_reply, question.cookie);
+  QImage image(question.size, imageFormatOfDepth(display_.screen().root_depth));
   if (reply && xcb_get_image_data_length(reply.get()) >= image.sizeInBytes()) {
     std::memcpy(image.bits(), xcb_get_image_data(reply.get()), static_cast<size_t>(image.sizeInBytes()));
+  } else {
+    image.fill(Qt::black);
   }
   return image;
 }

@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QRect>
+#include <QSize>
 #include <vector>
 
 namespace jumplark {
@@ -21,8 +22,14 @@ class Backdrop {
 
   /// Copies what shows there now; the rectangles are sorted as runs of TileMask are.
   void take(const std::vector<QRect>& parts);
-  /// What has been copied. Waits for the X server only. Null when the server has gone.
-  QImage read(const QRect& part) const;
+  /// What has been copied, asked for now and read later, so that many questions travel together. Reading waits for
+  /// the X server only; black when the server has gone. Every question must be read.
+  struct Question {
+    xcb_get_image_cookie_t cookie;
+    QSize size;
+  };
+  Question ask(const QRect& part) const;
+  QImage read(const Question& question) const;
 
  private:
   NativeDisplay& display_;

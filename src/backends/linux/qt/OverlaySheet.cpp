@@ -156,8 +156,15 @@ void OverlaySheet::paint() {
         rows[static_cast<size_t>(row)].push_back(i);
       }
     }
+    std::vector<Backdrop::Question> questions;
     for (const QRect& run : runs) {
-      paintRun(run, rows[static_cast<size_t>(run.top() / rowHeight)]);
+      if (backdrop_) {
+        questions.push_back(backdrop_->ask(run));
+      }
+    }
+    for (size_t i = 0; i < runs.size(); ++i) {
+      paintRun(backdrop_ ? backdrop_->read(questions[i]) : ground(runs[i]), runs[i],
+               rows[static_cast<size_t>(runs[i].top() / rowHeight)]);
     }
   }
   if (backdrop_) {
@@ -167,16 +174,12 @@ void OverlaySheet::paint() {
 }
 
 QImage OverlaySheet::ground(const QRect& run) const {
-  if (backdrop_) {
-    return backdrop_->read(run);
-  }
   QImage image(run.size(), window_.imageFormat());
   image.fill(Qt::transparent);
   return image;
 }
 
-void OverlaySheet::paintRun(const QRect& run, const std::vector<uint32_t>& layers) {
-  QImage image = ground(run);
+void OverlaySheet::paintRun(QImage image, const QRect& run, const std::vector<uint32_t>& layers) {
   QPainter painter(&image);
   painter.translate(-run.topLeft());
   for (const uint32_t i : layers) {

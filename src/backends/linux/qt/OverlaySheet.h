@@ -64,7 +64,7 @@ class OverlaySheet {
   void cover();
   void paint();
   QImage ground(const QRect& run) const;
-  void paintRun(const QRect& run, const std::vector<uint32_t>& layers);
+  void paintRun(QImage image, const QRect& run, const std::vector<uint32_t>& layers);
 
   LayerPainters& painters_;
   double scale_;

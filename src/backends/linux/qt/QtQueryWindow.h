@@ -84,7 +84,7 @@ class QtQueryWindow final : public QObject, public QueryWindowView {
   QueryWindowViewDelegate* delegate_ = nullptr;
   xcb_window_t window_ = XCB_WINDOW_NONE;
   int level_ = 0;
-  QPoint cardTopLeft_;  ///< native
+  QPoint cardTopLeft_;    ///< native
   bool isKey_ = false;    ///< has been shown or focused, and has not been said to have lost the keyboard
   bool focused_ = false;  ///< as far as the X server has told
   uint32_t shownAt_ = 0;  ///< events from before it concern an earlier showing

@@ -96,6 +96,10 @@ void QtViews::activateIgnoringOtherApps() {
   }
 }
 
+void QtViews::synchronize() const {
+  parts_->display.synchronize();
+}
+
 void QtViews::pointerPressedOutside(Point topLeft) {
   // A copy, since the windows' owner may let them go meanwhile.
   const auto windows = parts_->queryWindows;

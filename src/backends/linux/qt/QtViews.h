@@ -36,6 +36,9 @@ class QtViews final : public Views {
   /// (clicks on panels take no focus from the query window, so that it would not learn of them). Pixels of the root
   /// with a top-left origin.
   void pointerPressedOutside(Point topLeft);
+  /// Returns when the X server has carried out everything asked of it so far: what was drawn shows, as far as it is the
+  /// server's to show it.
+  void synchronize() const;
 
  private:
   struct Parts;

@@ -33,15 +33,6 @@ void TileMask::subtract(const TileMask& other) {
                          [](char own, char theirs) { return static_cast<char>(own && !theirs); });
 }
 
-void TileMask::add(const TileMask& other) {
-  std::ranges::transform(marked_, other.marked_, marked_.begin(),
-                         [](char own, char theirs) { return static_cast<char>(own || theirs); });
-}
-
-bool TileMask::isEmpty() const {
-  return std::ranges::none_of(marked_, [](char marked) { return marked != 0; });
-}
-
 std::vector<QRect> TileMask::runs() const {
   std::vector<QRect> result;
   const QRect whole(QPoint(), area_);

@@ -18,8 +18,6 @@ class TileMask {
   void clear();
   /// Unmarks the tiles that the other mask, of equal tiles, has marked.
   void subtract(const TileMask& other);
-  void add(const TileMask& other);
-  bool isEmpty() const;
   /// The marked tiles, as rectangles within the area: neighbours in a row are one; from top to bottom, from left to
   /// right, all of one row with the same top and height.
   std::vector<QRect> runs() const;
