@@ -91,6 +91,29 @@ TEST(LongLived, AStoppedApplicationCostsOthersNothingAndIsWholeAgainAfterwards) 
   EXPECT_EQ(reader.tree(stopped.pid())->elementCount(), wholeOfStopped);
 }
 
+TEST(LongLived, AStoppedApplicationHoldsUpNeitherOurWindowNorAnActionForMoreThanOneTimeOut) {
+  Reader reader;
+  Process& stopped = startReady(reader.session(), {JUMPLARK_DEMO_QT6});
+  reader.wholeCount(stopped.pid());
+  AccessibilityPlatform& accessibility = reader.accessibility();
+  const ElementRef application = accessibility.createApplication(stopped.pid());
+  const AttributeValue window = accessibility.copyAttributeValue(application, "AXFocusedWindow").value;
+  ASSERT_TRUE(window.element());
+  accessibility.endSnapshot();
+  stopped.stop();
+  const auto started = std::chrono::steady_clock::now();
+  // Where our window goes is known without the application.
+  EXPECT_TRUE(reader.platform().workspace->focusedWindowFrame(stopped.pid()));
+  const Token live = accessibility.beginLiveReads();
+  EXPECT_EQ(accessibility.setAttributeValue(*window.element(), "AXFocused", AttributeValue(true)),
+            AccessibilityError::cannotComplete);
+  accessibility.performAction(*window.element(), "AXRaise");
+  accessibility.copyAttributeValue(application, "AXFocusedWindow");
+  accessibility.copyAttributeValue(*window.element(), "AXPosition");
+  accessibility.copyAttributeValue(*window.element(), "AXSize");
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1));
+}
+
 int processOfName(PrivateSession& session, const std::string& name) {
   const Finished asked = session.run({"dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus",
                                       "/", "org.freedesktop.DBus.GetConnectionUnixProcessID", "string:" + name});
