@@ -1,33 +1,17 @@
 #include "backends/linux/system/DefaultsFile.h"
 
-#include <pwd.h>
 #include <spdlog/spdlog.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <set>
 #include <system_error>
 #include <utility>
 
 #include "backends/linux/system/FolderWatch.h"
+#include "backends/linux/system/WholeFile.h"
 
 namespace jumplark {
 namespace {
-
-std::filesystem::path absolutePath(const char* text) {
-  std::filesystem::path path = text ? text : "";
-  return path.is_absolute() ? path : std::filesystem::path();
-}
-
-std::filesystem::path homeFolder() {
-  std::filesystem::path home = absolutePath(std::getenv("HOME"));
-  if (home.empty()) {
-    const passwd* const user = ::getpwuid(::getuid());
-    home = absolutePath(user ? user->pw_dir : nullptr);
-  }
-  return home;
-}
 
 std::filesystem::path behindLinks(const std::filesystem::path& path) {
   std::error_code error;
@@ -46,15 +30,8 @@ DefaultsValue member(const nlohmann::json& object, const std::string& key) {
 }  // namespace
 
 std::filesystem::path DefaultsFile::pathFromEnvironment() {
-  std::filesystem::path folder = absolutePath(std::getenv("XDG_CONFIG_HOME"));
-  if (folder.empty()) {
-    const std::filesystem::path home = homeFolder();
-    if (home.empty()) {
-      return {};
-    }
-    folder = home / ".config";
-  }
-  return folder / "jumplark" / "defaults.json";
+  const std::filesystem::path folder = userFolder("XDG_CONFIG_HOME", ".config");
+  return folder.empty() ? folder : folder / "jumplark" / "defaults.json";
 }
 
 DefaultsFile::DefaultsFile(Queues& queues, const std::filesystem::path& path)

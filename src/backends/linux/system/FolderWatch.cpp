@@ -12,8 +12,8 @@
 #include <system_error>
 #include <utility>
 
-#include "backends/linux/system/JsonFile.h"
 #include "backends/linux/system/QuietThread.h"
+#include "backends/linux/system/WholeFile.h"
 
 namespace jumplark {
 namespace {

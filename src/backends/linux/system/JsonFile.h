@@ -9,10 +9,6 @@
 
 namespace jumplark {
 
-/// Creates the folder and those that it lies in, each for the user alone (0700); an existing one is left as it is.
-/// What went wrong, or an empty text.
-std::string makePrivateFolders(const std::filesystem::path& folder);
-
 /// A file that holds one JSON object. It is replaced as a whole: a reader, and the next start after a loss of power or
 /// a kill, finds the old contents or the new ones. No call blocks on another program for longer than a moment.
 class JsonFile {
