@@ -140,8 +140,10 @@ TEST_F(DefaultsFileTest, TwoInstancesThatWriteAtOnceLoseNothing) {
 }
 
 TEST_F(DefaultsFileTest, ABrokenFileIsSetAsideAndTheDefaultsHold) {
-  for (const char* broken : {"{\"Key\":", "", "[1]", "\xff\xfe", "{\"Key\":\"a\"} trailing"}) {
-    SCOPED_TRACE(broken);
+  const std::string deep = "{\"Key\":" + std::string(100000, '[') + std::string(100000, ']') + "}";
+  for (const std::string& broken : {std::string("{\"Key\":"), std::string(), std::string("[1]"),
+                                    std::string("\xff\xfe"), std::string("{\"Key\":\"a\"} trailing"), deep}) {
+    SCOPED_TRACE(broken.substr(0, 40));
     defaults_.reset();
     std::filesystem::remove_all(path_.parent_path());
     std::filesystem::create_directories(path_.parent_path());

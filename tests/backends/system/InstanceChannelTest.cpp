@@ -237,6 +237,9 @@ TEST_F(InstanceChannelTest, LivesOnlyInAFolderOfTheUsersOwn) {
   EXPECT_THAT(open.problem, HasSubstr("other users can reach it"));
   EXPECT_EQ(InstanceChannel(open).send({}).state, SendState::failed);
   EXPECT_EQ(InstanceChannel(open).serve(queues_, nullptr).problem, open.problem);
+  for (const char* name : {"XDG_RUNTIME_DIR", "TMPDIR", "DISPLAY"}) {
+    ::unsetenv(name);
+  }
 }
 
 }  // namespace

@@ -159,10 +159,18 @@ class Transfer {
     long status = 0;
     curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
     if (code != CURLE_OK && !answer_.truncated) {
-      return failure(errorOf(code), problem_[0] != '\0' ? problem_.data() : curl_easy_strerror(code));
+      const HttpError error = spokeOtherwise(code) ? HttpError::broken : errorOf(code);
+      return failure(error, problem_[0] != '\0' ? problem_.data() : curl_easy_strerror(code));
     }
     answer_.status = static_cast<int32_t>(status);
     return std::move(answer_);
+  }
+
+  /// An answer that is not HTTP has the code of an address that is not.
+  bool spokeOtherwise(CURLcode code) {
+    long connections = 0;
+    curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &connections);
+    return code == CURLE_UNSUPPORTED_PROTOCOL && connections > 0;
   }
 
   /// Anything but `size * count` ends the transfer.

@@ -1,0 +1,143 @@
+#include "backends/linux/system/PrivateFiles.h"
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+
+#include "backends/linux/system/LinuxFacts.h"
+#include "backends/system/SystemFixture.h"
+
+namespace jumplark {
+namespace {
+
+class PrivateFilesTest : public SystemFixture {
+ protected:
+  static unsigned modeOf(const std::filesystem::path& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
+  }
+
+  std::filesystem::path own_ = folder_ / "data" / "jumplark";
+  std::string path_ = (own_ / "Metrics.dat").string();
+  PrivateFiles files_{own_};
+};
+
+TEST_F(PrivateFilesTest, FolderAndFilesAreTheUsersAlone) {
+  EXPECT_EQ(files_.applicationSupportDirectory().path, own_.string());
+  EXPECT_EQ(modeOf(own_), 0700U);
+  ASSERT_EQ(::chmod(own_.c_str(), 0755), 0);
+  EXPECT_EQ(files_.applicationSupportDirectory().path, own_.string());
+  EXPECT_EQ(modeOf(own_), 0700U) << "closed again";
+  EXPECT_EQ(files_.read(path_).state, FileStore::State::absent);
+  write(path_, "open to all");
+  ASSERT_EQ(::chmod(path_.c_str(), 0666), 0);
+  EXPECT_EQ(files_.replace(path_, std::string("a\0b", 3)), "");
+  EXPECT_EQ(modeOf(path_), 0600U);
+  EXPECT_EQ(files_.read(path_).text, std::string("a\0b", 3));
+  EXPECT_EQ(files_.remove(path_), "");
+  EXPECT_EQ(files_.remove(path_), "") << "what is not there is removed";
+  EXPECT_TRUE(std::filesystem::is_empty(own_));
+}
+
+TEST_F(PrivateFilesTest, SaysWhatIsInTheWay) {
+  EXPECT_NE(files_.replace(path_, "x"), "") << "there is no folder";
+  write(folder_ / "data", "a file where the folder should be");
+  const auto folder = files_.applicationSupportDirectory();
+  EXPECT_EQ(folder.path, "");
+  EXPECT_NE(folder.problem, "");
+  EXPECT_EQ(PrivateFiles({}).applicationSupportDirectory().problem, "the user has no home folder");
+  std::filesystem::remove(folder_ / "data");
+  files_.applicationSupportDirectory();
+  std::filesystem::create_directory(path_);
+  EXPECT_EQ(files_.read(path_).state, FileStore::State::failed);
+  EXPECT_NE(files_.replace(path_, "x"), "");
+  EXPECT_NE(files_.remove(path_), "");
+  std::filesystem::remove(path_);
+  ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+  EXPECT_EQ(files_.read(path_).problem, "it is not a regular file") << "and nobody waits for its writer";
+  EXPECT_EQ(files_.replace(path_, "x"), "");
+  std::filesystem::resize_file(path_, (16U << 20U) + 1);
+  EXPECT_EQ(files_.read(path_).problem, "it is larger than 16 MiB");
+}
+
+TEST_F(PrivateFilesTest, ADiskThatIsFullKeepsTheOldFileWhole) {
+  files_.applicationSupportDirectory();
+  ASSERT_EQ(files_.replace(path_, "old"), "");
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  const rlimit none{16, before.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &none), 0);
+  const std::string problem = files_.replace(path_, std::string(5000, 'x'));
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  EXPECT_NE(problem, "");
+  EXPECT_EQ(read(path_), "old");
+  EXPECT_FALSE(std::filesystem::exists(path_ + ".new"));
+}
+
+TEST_F(PrivateFilesTest, AWriterThatIsKilledLeavesTheOldFileOrTheNew) {
+  files_.applicationSupportDirectory();
+  for (int round = 0; round < 20; ++round) {
+    const auto writer = help({"replace", path_});
+    ASSERT_TRUE(writer->waitForLine("replacing")) << writer->err();
+    const std::string before = read(path_);
+    ASSERT_TRUE(desktop::waitUntil([&] { return read(path_) != before; }));
+    writer->kill(SIGKILL);
+    const std::string left = read(path_);
+    ASSERT_GE(left.size(), 1000U);
+    EXPECT_EQ(left, std::string(static_cast<size_t>(left[0] - '0') * 100000 + 1000, left[0])) << "torn";
+  }
+  EXPECT_EQ(files_.replace(path_, "after"), "") << "the lock went with its holder";
+  EXPECT_EQ(read(path_), "after");
+}
+
+TEST(LinuxFactsTest, ReadsWhatDistributionsWrite) {
+  const char* const release =
+      "PRETTY_NAME=\"Some Linux 12 (name)\"\n# VERSION_ID=1\nMY_VERSION_ID=2\n VERSION_ID = \"12.5\" \nBUILD_ID='a b'\n"
+      "LONE=\"\nBAD=\x01\xff\nVERSION_ID=13";
+  const struct {
+    const char* key;
+    const char* value;
+  } cases[] = {{"VERSION_ID", "12.5"}, {"BUILD_ID", "a b"}, {"LONE", "\""}, {"BAD", "??"}, {"NONE", ""}};
+  for (const auto& example : cases) {
+    EXPECT_EQ(LinuxFacts::osReleaseValue(release, example.key), example.value);
+  }
+  EXPECT_EQ(LinuxFacts::osReleaseValue("VERSION_ID=" + std::string(5000, '1'), "VERSION_ID").size(), 200U);
+}
+
+TEST(LinuxFactsTest, TakesTheLocaleAndTheWishNotToBeTrackedFromTheEnvironment) {
+  const struct {
+    const char* name;
+    const char* locale;
+  } locales[] = {{"de_AT.UTF-8@euro", "de_AT"},       {"C", "C"}, {"sr_RS@latin", "sr_RS"}, {"", ""}, {"../x", ""},
+                 {"a very long name of a locale", ""}};
+  for (const auto& example : locales) {
+    EXPECT_EQ(LinuxFacts::localeWithoutCharset(example.name), example.locale);
+  }
+  LinuxFacts facts;
+  const struct {
+    const char* value;
+    bool refused;
+  } wishes[] = {{"1", true}, {"true", true}, {"0", false}, {"", false}};
+  for (const auto& example : wishes) {
+    ::setenv("DO_NOT_TRACK", example.value, 1);
+    EXPECT_EQ(facts.trackingRefused(), example.refused) << example.value;
+  }
+  ::unsetenv("DO_NOT_TRACK");
+  EXPECT_FALSE(facts.trackingRefused());
+}
+
+TEST(LinuxFactsTest, KnowsThisMachine) {
+  LinuxFacts facts;
+  EXPECT_NE(facts.machine().cpu, "");
+  EXPECT_GE(facts.machine().coreCount, 1);
+  EXPECT_GT(facts.machine().memoryBytes, facts.residentMemoryBytes().value_or(0));
+  EXPECT_GT(facts.residentMemoryBytes().value_or(0), uint64_t{1} << 20U);
+  EXPECT_NE(facts.randomBytes(), facts.randomBytes());
+}
+
+}  // namespace
+}  // namespace jumplark

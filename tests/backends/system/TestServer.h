@@ -1,0 +1,85 @@
+#pragma once
+
+#include <openssl/ssl.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace jumplark {
+
+/// A self-signed certificate for one host, made anew each time, with its key, both in PEM.
+struct TestCertificate {
+  std::string certificate;
+  std::string key;
+  /// `daysLeft` may be negative: it has run out then.
+  static TestCertificate make(const std::string& host, int daysLeft = 1);
+};
+
+/// An HTTP server on a port of 127.0.0.1 of its own, which answers one connection after the other with whatever bytes
+/// the test says.
+class TestServer {
+ public:
+  /// What a client sent, read to the end of its body.
+  struct Request {
+    std::string line;     ///< method, path and version
+    std::string headers;  ///< with their line breaks
+    std::string body;
+  };
+  /// A client that waits for its answer.
+  class Client {
+   public:
+    Client(int socket, SSL* ssl, const std::atomic<bool>& ending) : socket_(socket), ssl_(ssl), ending_(ending) {}
+    /// False when the client has gone.
+    bool send(std::string_view bytes);
+    /// Sends nothing until the client, or the server, has gone.
+    void stall();
+
+   private:
+    friend class TestServer;
+    size_t receive(char* buffer, size_t size);
+    int socket_;
+    SSL* ssl_;
+    const std::atomic<bool>& ending_;
+  };
+  using Handler = std::function<void(Client& client, const Request& request)>;
+
+  explicit TestServer(Handler handler);
+  TestServer(Handler handler, const TestCertificate& certificate);
+  TestServer(const TestServer&) = delete;
+  TestServer& operator=(const TestServer&) = delete;
+  ~TestServer();
+
+  /// Says the same to everybody.
+  static Handler answering(int status, const std::string& body = {});
+
+  int port() const { return port_; }
+  std::string address(const std::string& host = "127.0.0.1") const;
+  std::vector<Request> requests() const;
+  void waitForRequests(size_t count) const;
+
+ private:
+  void open();
+  void serve();
+  void talk(int socket);
+  bool readRequest(Client& client, Request& request);
+
+  Handler handler_;
+  SSL_CTX* context_ = nullptr;
+  int listener_ = -1;
+  int port_ = 0;
+  std::atomic<bool> ending_{false};
+  mutable std::mutex mutex_;
+  mutable std::condition_variable arrived_;
+  std::vector<Request> requests_;
+  std::thread thread_;
+};
+
+}  // namespace jumplark
