@@ -189,7 +189,8 @@ void QtQueryWindow::announceSelection(const std::string& description) {
 bool QtQueryWindow::eventFilter(QObject* watched, QEvent* event) {
   // Each press passes here several times, once for its window and then for widgets; the first time decides.
   if (event->type() == QEvent::KeyPress && watched->isWindowType() && delegate_) {
-    return keyPressed(static_cast<const QKeyEvent&>(*event));
+    // A key that has ended the activation is used up: the field has the keyboard no more, and the window would get it.
+    return keyPressed(static_cast<const QKeyEvent&>(*event)) || !monitoring_;
   }
   return false;
 }

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "desktop/support/PrivateSession.h"
+
+namespace jumplark::desktop {
+
+/// The program running in the background of a session, used as a person uses it: with keys, which a separate program
+/// sends, and seen from outside, on the screen and on the accessibility bus.
+class RunningProgram {
+ public:
+  static constexpr const char* kShortcut = "super+shift+space";
+
+  /// Returns when the shortcut can be pressed. Throws std::runtime_error with what the program said when it does not
+  /// come to that.
+  explicit RunningProgram(PrivateSession& session, const Environment& extra = {});
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+  ~RunningProgram();
+
+  Process& process() { return process_; }
+  pid_t pid() const { return process_.pid(); }
+
+  /// The query window while it is on the screen.
+  std::optional<SessionWindow> queryWindow() const;
+  /// Whether the query window is on the screen and has the keyboard.
+  bool isOpen() const;
+  bool waitUntilOpen(Milliseconds limit = kPatience) const;
+  /// Neither the query window nor a box is on the screen.
+  bool isClosed() const;
+  bool waitUntilClosed(Milliseconds limit = kPatience) const;
+  /// Presses the shortcut and returns when the query window has the keyboard; throws std::runtime_error otherwise.
+  void open();
+  /// Types with xdotool, without a delay between the letters.
+  void type(const std::string& text);
+  void key(const std::string& name) { session_.keys({"key", name}); }
+
+  /// What the query field holds, as a screen reader is told; none while it cannot be read.
+  std::optional<std::string> queryText();
+  bool waitForQuery(const std::string& text);
+  /// The windows over the screens that hold the boxes.
+  std::vector<SessionWindow> overlayWindows() const;
+
+ private:
+  PrivateSession& session_;
+  Process& process_;
+};
+
+/// The colour that `over` at alpha 0.6 gives on `under`; both 0xRRGGBB.
+uint32_t tinted(uint32_t over, uint32_t under);
+/// Whether two colours differ by at most `tolerance` in each part.
+bool similar(uint32_t a, uint32_t b, int tolerance = 6);
+
+inline constexpr uint32_t kSelectedColor = 0x2088d4;
+inline constexpr uint32_t kMatchColor = 0xffde5c;
+
+}  // namespace jumplark::desktop
