@@ -148,6 +148,25 @@ TEST(Return, WaitsForTheMatchesUnlessTheTextChanges) {
   }
 }
 
+TEST(Return, ALetterInTheMomentOfTheMatchesStillCancelsIt) {
+  EngineFixture fixture;
+  fixture.open();
+  fixture.type("save");
+  fixture.press(key_code::returnKey);
+  const Token token = fixture.engine->completedQuery()
+                          .observe()
+                          .deliverOn(fixture.desktop->queues().mainQueue())
+                          .subscribe([&](const auto& query) {
+                            if (query.text == "save") {
+                              fixture.window().typeText("s");
+                            }
+                          });
+  fixture.advance(std::chrono::seconds(2));
+  EXPECT_EQ(fixture.window().text(), "saves");
+  EXPECT_TRUE(fixture.isActive());
+  EXPECT_TRUE(fixture.clicks().empty());
+}
+
 TEST(Return, TheCompletedQueryOfAnActivationBeforeDoesNotCount) {
   EngineFixture fixture;
   fixture.open();

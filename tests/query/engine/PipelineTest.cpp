@@ -99,23 +99,53 @@ TEST(QueryPipeline, RefreshTakesANewSnapshotAndMatchesTheQueryAgain) {
   }
 }
 
+void readSlowly(EngineFixture& fixture) {
+  fixture.desktop->accessibility().setDelay("save", 20);
+}
+
 TEST(QueryPipeline, AResultOfAnEndedActivationReachesNothing) {
   struct Case {
     const char* name;
-    Duration slowness;   ///< of each read of the target
-    Duration endsAfter;  ///< the first press of the shortcut
+    std::function<void(EngineFixture&)> act;  ///< up to the moment of Escape
   };
   const std::vector<Case> cases = {
-      {"while the snapshot is taken", milliseconds(20), milliseconds(30)},
-      {"before the quiet interval is over", Duration{}, milliseconds(50)},
-      {"before anything has run", Duration{}, Duration{}},
+      {"while the snapshot is taken",
+       [](auto& f) {
+         readSlowly(f);
+         f.hotkey();
+         f.type("save");
+         f.advance(milliseconds(30));
+       }},
+      {"before the quiet interval is over",
+       [](auto& f) {
+         f.open();
+         f.type("save");
+         f.advance(milliseconds(50));
+       }},
+      {"before anything has run",
+       [](auto& f) {
+         f.hotkey();
+         f.type("save");
+       }},
+      {"while its matches are handed over",
+       [](auto& f) {
+         f.open();
+         readSlowly(f);
+         f.typeAndSettle("save");
+       }},
+      {"while its search waits for a refresh",
+       [](auto& f) {
+         f.open();
+         readSlowly(f);
+         f.type("save");
+         f.advance(milliseconds(90));
+         f.press(key_code::f5);
+         f.advance(milliseconds(20));
+       }},
   };
   for (const Case& c : cases) {
     EngineFixture fixture;
-    fixture.desktop->accessibility().setDelay("save", std::chrono::duration<double, std::milli>(c.slowness).count());
-    fixture.hotkey();
-    fixture.type("save");
-    fixture.advance(c.endsAfter);
+    c.act(fixture);
     const Duration before = fixture.desktop->queues().monotonicNow();
     fixture.press(key_code::escape);
     EXPECT_EQ(fixture.desktop->queues().monotonicNow(), before) << c.name << ": ending waits for nothing";
