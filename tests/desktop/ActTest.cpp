@@ -238,6 +238,89 @@ TEST(Act, turnsThePageOfTheWidgetFactoryAndOpensAList) {
   }));
 }
 
+TEST(Act, choosesFromTheOpenListOfAGtkProgram) {
+  Desktop desktop;
+  startWidgetFactory(desktop.session);
+  const std::vector<Match> before = desktop.jumplark.everything({"--app", kWidgetFactory});
+  // The lower one is not sensitive.
+  const Match* box = nullptr;
+  for (const Match& match : before) {
+    box = match.role == "ComboBox" && (!box || match.rect.y < box->rect.y) ? &match : box;
+  }
+  ASSERT_TRUE(box) << describe(before);
+  constexpr int kIntoArrow = 18;
+  desktop.session.keys({"mousemove", std::to_string(box->rect.x + box->rect.width - kIntoArrow),
+                        std::to_string(box->rect.y + box->rect.height / 2), "click", "1"});
+  ASSERT_TRUE(waitUntil([&] {
+    return find(desktop.jumplark.match({"--app", kWidgetFactory}, "mickey"), "MenuItem", "Mickey Mouse") != nullptr;
+  }));
+  ASSERT_EQ(act(desktop, kWidgetFactory, "mickey").status, 0);
+  EXPECT_TRUE(waitUntil([&] {
+    const auto elements = readApplication(desktop.session, "gtk3-widget-factory");
+    return std::any_of(elements.begin(), elements.end(),
+                       [](const AccessibleElement& element) { return element.text == "Mickey Mouse"; });
+  }));
+}
+
+TEST(Act, choosesFromTheOpenListOfAQtProgram) {
+  Desktop desktop;
+  DemoProgram demo(desktop.session);
+  ASSERT_EQ(act(desktop, DemoProgram::kName, "country").status, 0);
+  ASSERT_TRUE(demo.process().waitForLine("list-opened Country"));
+  ASSERT_TRUE(waitUntil([&] { return find(desktop.jumplark.match(kDemo, "brazil"), "Cell", "Brazil") != nullptr; }));
+  ASSERT_EQ(act(desktop, DemoProgram::kName, "brazil").status, 0);
+  EXPECT_TRUE(demo.process().waitForLine("combo Country Brazil"));
+}
+
+TEST(Act, opensAndClosesAnExpander) {
+  Desktop desktop;
+  desktop.session.start({"gtk3-demo", "--run", "expander"});
+  const auto isOpen = [&] {
+    const auto arrow = findElement(readApplication(desktop.session, "gtk3-demo"), "toggle button", "Details:");
+    return arrow && arrow->is("expanded");
+  };
+  const auto showsDetails = [&] {
+    const auto matches = desktop.jumplark.everything({"--app", "gtk3-demo"});
+    return std::any_of(matches.begin(), matches.end(), [](const Match& match) { return match.role == "TextArea"; });
+  };
+  ASSERT_TRUE(waitUntil([&] {
+    return findElement(readApplication(desktop.session, "gtk3-demo"), "toggle button", "Details:").has_value();
+  }));
+  for (const bool open : {true, false}) {
+    ASSERT_EQ(act(desktop, "gtk3-demo", "details").status, 0);
+    EXPECT_TRUE(waitUntil([&] { return isOpen() == open && showsDetails() == open; })) << open;
+  }
+}
+
+// Toolkits tell places in units of two pixels then.
+TEST(Act, hitsWhatIsShownAtTwiceTheResolution) {
+  constexpr int kWidth = 2800;
+  constexpr int kHeight = 1700;
+  PrivateSession session({.width = kWidth, .height = kHeight});
+  Jumplark jumplark(session, kHeight);
+  Process& demo = session.start({JUMPLARK_DEMO_QT6}, {{"QT_SCALE_FACTOR", "2"}});
+  ASSERT_TRUE(demo.waitForLine("ready"));
+  ASSERT_TRUE(session.activate(session.waitForWindowOf(demo.pid()).id));
+  ASSERT_TRUE(waitUntil([&] { return !readApplication(session, DemoProgram::kName).empty(); }));
+  EXPECT_EQ(jumplark.run({"act", "--app", DemoProgram::kName, "apply"}).status, 0);
+  EXPECT_TRUE(demo.waitForLine("clicked Apply"));
+
+  for (const std::string program : {"gtk3-widget-factory", "gtk4-widget-factory"}) {
+    SCOPED_TRACE(program);
+    Process& factory = session.start({program}, {{"GDK_SCALE", "2"}});
+    const SessionWindow window = session.waitForWindowOf(factory.pid());
+    ASSERT_TRUE(session.activate(window.id));
+    const Arguments target = {"--pid", std::to_string(factory.pid())};
+    ASSERT_TRUE(waitUntil([&] { return !readApplication(session, program, Reading::all).empty(); }));
+    ASSERT_TRUE(waitUntil([&] { return find(jumplark.everything(target), "RadioButton", "Page 2") != nullptr; }));
+    // Notebooks further down have a 'page 2' too.
+    session.keys(
+        {"mousemove", std::to_string(window.rect.x + window.rect.width / 2), std::to_string(window.rect.y + 60)});
+    EXPECT_EQ(jumplark.run({"act", target[0], target[1], "Page 2"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return find(jumplark.everything(target), "StaticText", "Row 1") != nullptr; }));
+  }
+}
+
 TEST(Act, opensAMenuOfMousepad) {
   Desktop desktop;
   startMousepad(desktop.session, writeLongText(desktop.session));

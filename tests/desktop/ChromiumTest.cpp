@@ -211,6 +211,32 @@ TEST(Chromium, followsThePageAsItScrolls) {
   EXPECT_TRUE(browser.showsTitle("Did far"));
 }
 
+/// A page that has been scrolled until "Block 5" is half below its fixed header.
+std::string writeBlocks(const PrivateSession& session) {
+  std::string path = session.folder() + "/blocks.html";
+  std::ofstream(path) << R"(<!DOCTYPE html><title>Blocks</title><style>body { margin: 0 }
+    #top { position: fixed; top: 0; left: 0; right: 0; height: 60px; background: #ddd }
+    a { display: block; height: 60px; width: 300px }</style><div id='top'>Header</div>
+    <script>for (let i = 1; i < 60; i++)
+      document.write(`<a href='#' onclick="document.title='Did ${i}'; return false">Block ${i}</a>`);
+    scrollTo(0, 215)</script>)";
+  return "file://" + path;
+}
+
+TEST(Chromium, pressesThePartOfALinkThatIsNotCovered) {
+  Desktop desktop;
+  Browser browser(desktop, writeBlocks(desktop.session), "Blocks");
+  const std::vector<Match> matches = browser.matchesWith("Link", "Block 5");
+  const PixelRect window = browser.waitForTitle("Blocks").rect;
+  for (const Match& match : matches) {
+    EXPECT_LE(match.rect.y + match.rect.height, window.y + window.height) << match.rect;
+  }
+  for (const std::string number : {"5", "9"}) {
+    EXPECT_EQ(desktop.jumplark.run({"act", "--app", "Chromium", "Block " + number}).status, 0);
+    EXPECT_TRUE(browser.showsTitle("Did " + number));
+  }
+}
+
 // The longer page has more siblings than the browser names at once without making everybody wait.
 class Links : public testing::TestWithParam<int> {};
 

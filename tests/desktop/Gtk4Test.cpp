@@ -228,6 +228,25 @@ TEST_P(Gtk4, pressesAToggleButton) {
   EXPECT_TRUE(waitUntil([&] { return pressed() == std::vector<bool>({true, false, true, true}); }));
 }
 
+TEST_P(Gtk4, choosesFromAMenuThatIsOpenInAWindowOfItsOwn) {
+  Desktop desktop(GetParam());
+  startFactory(desktop.session);
+  // The menu button has a picture and no text, and stands above all others without one.
+  PixelRect button{0, Desktop::kHeight, 0, 0};
+  for (const Match& match : desktop.jumplark.everything(kFactory)) {
+    button = match.role == "Button" && match.texts.empty() && match.rect.y < button.y ? match.rect : button;
+  }
+  desktop.session.keys({"mousemove", std::to_string(button.x + button.width / 2),
+                        std::to_string(button.y + button.height / 2), "click", "1"});
+  ASSERT_TRUE(waitUntil(
+      [&] { return find(desktop.jumplark.everything(kFactory), "MenuItem", "About Widget Factory") != nullptr; }));
+  ASSERT_EQ(desktop.jumplark.run({"act", kFactory[0], kFactory[1], "about"}).status, 0);
+  EXPECT_TRUE(waitUntil([&] {
+    return desktop.session.findWindow([](const SessionWindow& window) { return window.title.starts_with("About"); })
+        .has_value();
+  }));
+}
+
 INSTANTIATE_TEST_SUITE_P(Desktops, Gtk4, testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor),
                          [](const auto& info) { return info.param == WindowManager::xfwm4 ? "plain" : "composited"; });
 

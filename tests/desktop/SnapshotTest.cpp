@@ -83,6 +83,7 @@ TEST_P(DemoPage, holdsExactlyWhatShowsWithItsRoleTextAndPixels) {
   }
   EXPECT_GE(expected, atLeast);
   EXPECT_THAT(missing, IsEmpty()) << "among:" << describe(matches);
+  EXPECT_EQ(find(matches, "Cell", "3") != nullptr, page == "Table") << "the headers of rows";
 
   const std::set<std::string> texts = allTexts(matches);
   std::vector<std::string> unseen;

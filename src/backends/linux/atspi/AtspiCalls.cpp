@@ -138,6 +138,10 @@ TypedCall<ElementRef> columnHeader(const AtspiHandle& table, int32_t column) {
   return method<ElementRef>(table, kTable, "GetColumnHeader", decoding::reference, {column});
 }
 
+TypedCall<ElementRef> rowHeader(const AtspiHandle& table, int32_t row) {
+  return method<ElementRef>(table, kTable, "GetRowHeader", decoding::reference, {row});
+}
+
 TypedCall<std::string> toolkitName(const AtspiHandle& application) {
   return property<std::string>(application, kApplication, "ToolkitName", decoding::textProperty);
 }

@@ -49,6 +49,7 @@ TypedCall<int32_t> columnCount(const AtspiHandle& table);
 TypedCall<int32_t> rowAtIndex(const AtspiHandle& table, int32_t index);
 TypedCall<ElementRef> accessibleAt(const AtspiHandle& table, int32_t row, int32_t column);
 TypedCall<ElementRef> columnHeader(const AtspiHandle& table, int32_t column);
+TypedCall<ElementRef> rowHeader(const AtspiHandle& table, int32_t row);
 
 TypedCall<std::string> toolkitName(const AtspiHandle& application);
 TypedCall<std::string> toolkitVersion(const AtspiHandle& application);

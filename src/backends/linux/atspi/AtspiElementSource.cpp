@@ -327,7 +327,7 @@ ElementRef AtspiElementSource::topmostInDocument(const ElementRef& document, Poi
   constexpr auto kPageAnswers = std::chrono::milliseconds(20);
   const auto ask = [&] {
     return callOnce(
-        bus_,
+        calls_,
         calls::accessibleAtPoint(*handle, static_cast<int32_t>(point.x), static_cast<int32_t>(point.y), calls::kScreen),
         deadline());
   };

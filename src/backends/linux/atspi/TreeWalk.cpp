@@ -42,6 +42,11 @@ bool isPlain(const Toolkit& toolkit, uint32_t number) {
   }
 }
 
+/// The cache of GTK 3 counts no children of menus.
+bool isUncountedMenu(const ElementFacts& element) {
+  return element.childCount < 0 && element.role == role::menu && isShowing(element.states);
+}
+
 bool isLeaf(const Toolkit& toolkit, uint32_t number) {
   return toolkit.family == ToolkitFamily::qt && (number == role::checkBox || number == role::radioButton);
 }
@@ -216,7 +221,7 @@ TreeWalk::Level TreeWalk::readChildren(const Level& level) {
       large.push_back(&e);
     } else if (const auto* cached = plan_.cache ? plan_.cache->childrenOf(e.ref) : nullptr) {
       found.emplace_back(&e, *cached);
-    } else if (e.childCount > 0) {
+    } else if (e.childCount > 0 || isUncountedMenu(e)) {
       batch.add<std::vector<ElementRef>>(
           calls::children(*handleOf(e.ref)),
           [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());

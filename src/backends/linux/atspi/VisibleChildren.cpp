@@ -116,7 +116,7 @@ std::vector<ElementRef> readInOrder(CallRunner& runner, std::vector<TypedCall<El
 }
 
 std::vector<ElementRef> visibleCells(CallRunner& runner, const AtspiHandle& table, const std::vector<int32_t>& indexes,
-                                     TimePoint deadline) {
+                                     bool hasRowHeaders, TimePoint deadline) {
   Span rows;
   int32_t columns = 0;
   TypedBatch batch;
@@ -136,6 +136,9 @@ std::vector<ElementRef> visibleCells(CallRunner& runner, const AtspiHandle& tabl
   const int64_t first = std::max(rows.first - kMargin, 0);
   const int64_t last = std::min<int64_t>(int64_t{rows.last} + kMargin, first + kMostRows - 1);
   for (int64_t row = first; row <= last; ++row) {
+    if (hasRowHeaders) {
+      cells.push_back(calls::rowHeader(table, static_cast<int32_t>(row)));
+    }
     for (int32_t column = 0; column < columns; ++column) {
       cells.push_back(calls::accessibleAt(table, static_cast<int32_t>(row), column));
     }
@@ -159,7 +162,7 @@ std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& 
       directChildren(runner, container.ref, probe(runner, *handle, visible, deadline, toolkit.coordinates()), deadline);
   const auto indexes = indexesOf(runner, direct, deadline);
   if (isTable) {
-    auto cells = visibleCells(runner, *handle, indexes, deadline);
+    auto cells = visibleCells(runner, *handle, indexes, toolkit.family == ToolkitFamily::qt, deadline);
     if (!cells.empty()) {
       return cells;
     }
