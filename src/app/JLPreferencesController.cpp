@@ -8,6 +8,7 @@
 #include "platform/Defaults.h"
 #include "platform/Input.h"
 #include "platform/Platform.h"
+#include "platform/Views.h"
 
 namespace jumplark {
 namespace {
@@ -19,7 +20,10 @@ std::atomic<JLPreferencesController*> theSharedInstance{nullptr};
 }  // namespace
 
 JLPreferencesController::JLPreferencesController(std::function<bool()> activationShortcutPressed)
-    : activationShortcutPressed_(std::move(activationShortcutPressed)) {
+    : JLPreferencesController(std::move(activationShortcutPressed), Context()) {}
+
+JLPreferencesController::JLPreferencesController(std::function<bool()> activationShortcutPressed, Context context)
+    : activationShortcutPressed_(std::move(activationShortcutPressed)), context_(std::move(context)) {
   JLPreferencesController* none = nullptr;
   theSharedInstance.compare_exchange_strong(none, this);
 }
@@ -67,6 +71,56 @@ bool JLPreferencesController::hasShortcutSet() const {
 
 std::optional<Shortcut> JLPreferencesController::registeredShortcut() const {
   return binding_ ? binding_->registeredShortcut() : std::nullopt;
+}
+
+PreferencesWindowView* JLPreferencesController::window() const {
+  return windowController_ ? &windowController_->window() : nullptr;
+}
+
+void JLPreferencesController::showPreferencesWindow() {
+  if (!windowController_) {
+    makeWindowController();
+  }
+  if (windowController_) {
+    windowController_->showWindow();
+  }
+}
+
+void JLPreferencesController::makeWindowController() {
+  auto made = std::make_unique<JLPreferencesWindowController>(JLPreferencesWindowController::Context{
+      context_.addresses, context_.hasCollector, [this] { return binding_ ? binding_->suspend() : Token(); }});
+  if (made->isLoaded()) {
+    windowController_ = std::move(made);
+  } else {
+    tellThatProgramMoved();
+  }
+}
+
+void JLPreferencesController::tellThatProgramMoved() {
+  const Alert alert{"Error!",
+                    "It appears you may have moved Jumplark since it started running. We couldn't load a resource we "
+                    "were looking for, so Jumplark has to quit.\n\nIf you relaunch Jumplark from where it is now, "
+                    "everything should work!",
+                    {"Quit"}};
+  Platform::current().views->showAlert(alert, [terminate = context_.terminate](int) {
+    if (terminate) {
+      terminate();
+    }
+  });
+}
+
+void JLPreferencesController::hidePreferencesWindow() {
+  if (windowController_) {
+    windowController_->close();
+  }
+}
+
+void JLPreferencesController::showPreferencesPaneWithTitle(const std::string& identifier) {
+  showPreferencesWindow();
+  if (windowController_) {
+    windowController_->selectPane(identifier);
+    Platform::current().views->activateIgnoringOtherApps();
+  }
 }
 
 }  // namespace jumplark

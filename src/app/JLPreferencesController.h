@@ -2,22 +2,34 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
+#include "app/JLPreferencesWindowController.h"
 #include "app/JLShortcutBinding.h"
+#include "app/ProductAddresses.h"
+#include "query/engine/PreferencesWindow.h"
 
 namespace jumplark {
 
-/// Gives the user's settings their defaults and makes the activation shortcut work. Main thread only.
-class JLPreferencesController {
+/// Gives the user's settings their defaults, makes the activation shortcut work, and owns the preferences window. Main
+/// thread only.
+class JLPreferencesController final : public PreferencesWindow {
  public:
   static constexpr const char* activationShortcutKey = "ActivationShortcut";
+
+  struct Context {
+    ProductAddresses addresses;
+    bool hasCollector = false;
+    std::function<void()> terminate;  ///< ends the program
+  };
 
   /// `activationShortcutPressed` toggles the query window and answers whether it is about to take the keyboard. The
   /// first controller of the process becomes the shared one, until its end.
   explicit JLPreferencesController(std::function<bool()> activationShortcutPressed);
+  JLPreferencesController(std::function<bool()> activationShortcutPressed, Context context);
   JLPreferencesController(const JLPreferencesController&) = delete;
   JLPreferencesController& operator=(const JLPreferencesController&) = delete;
-  ~JLPreferencesController();
+  ~JLPreferencesController() override;
 
   /// The one that start-up made; std::logic_error before.
   static JLPreferencesController& sharedInstance();
@@ -36,10 +48,27 @@ class JLPreferencesController {
   /// The shortcut that works now.
   std::optional<Shortcut> registeredShortcut() const;
 
+  /// Shows the window, which is made the first time. Where it cannot be made the user is told, and the program ends.
+  void showPreferencesWindow() override;
+  void hidePreferencesWindow() override;
+  /// Shows the window with the pane of this identifier, or with the one it was left on when there is no such pane, in
+  /// front of other programs.
+  void showPreferencesPaneWithTitle(const std::string& identifier);
+
+  /// Null before the first showPreferencesWindow().
+  JLPreferencesWindowController* preferencesWindowController() const { return windowController_.get(); }
+  /// The window of preferencesWindowController(), or null.
+  PreferencesWindowView* window() const;
+
  private:
+  void makeWindowController();
+  void tellThatProgramMoved();
+
   std::function<bool()> activationShortcutPressed_;
+  const Context context_;
   bool isRegistered_ = false;
   std::unique_ptr<JLShortcutBinding> binding_;
+  std::unique_ptr<JLPreferencesWindowController> windowController_;
 };
 
 }  // namespace jumplark

@@ -66,6 +66,18 @@ std::optional<Shortcut> JLShortcutBinding::registeredShortcut() const {
   return registration_ ? wanted_ : std::nullopt;
 }
 
+Token JLShortcutBinding::suspend() {
+  isSuspended_ = true;
+  ++round_;
+  registration_.reset();
+  return Token([weak = std::weak_ptr(self_)] {
+    if (const auto self = weak.lock()) {
+      (*self)->isSuspended_ = false;
+      (*self)->follow(Platform::current().defaults->value((*self)->defaultsKey_));
+    }
+  });
+}
+
 void JLShortcutBinding::follow(const DefaultsValue& record) {
   const std::optional<Shortcut> shortcut = shortcutFromRecord(record);
   if (!shortcut && !record.is_null()) {
@@ -82,7 +94,7 @@ void JLShortcutBinding::follow(const DefaultsValue& record) {
 }
 
 void JLShortcutBinding::tryToRegister() {
-  if (!wanted_) {
+  if (!wanted_ || isSuspended_) {
     return;
   }
   GlobalShortcuts& shortcuts = *Platform::current().shortcuts;

@@ -31,6 +31,9 @@ class JLShortcutBinding {
   /// What is registered now.
   std::optional<Shortcut> registeredShortcut() const;
 
+  /// Lets the shortcut go while the token lives, so that it can be typed like any other key. One at a time.
+  Token suspend();
+
  private:
   void follow(const DefaultsValue& record);
   void tryToRegister();
@@ -47,6 +50,7 @@ class JLShortcutBinding {
   uint64_t round_ = 0;               ///< grows with each change of what is wanted
   std::optional<Shortcut> toldFor_;  ///< the user knows that this one does not work
   bool isTelling_ = false;
+  bool isSuspended_ = false;
   Token observation_;
 };
 

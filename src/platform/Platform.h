@@ -5,12 +5,15 @@
 namespace jumplark {
 
 class AccessibilityPlatform;
+class AppViews;
 class Defaults;
+class DesktopServices;
 class FileStore;
 class GlobalShortcuts;
 class Http;
 class InputPlatform;
 class InputSources;
+class LoginItem;
 class Queues;
 class RandomSource;
 class Screens;
@@ -34,6 +37,9 @@ struct Platform {
   Http* http = nullptr;
   FileStore* files = nullptr;
   SystemFacts* facts = nullptr;
+  AppViews* appViews = nullptr;
+  DesktopServices* desktop = nullptr;
+  LoginItem* loginItem = nullptr;
 
   /// The installed set. Throws std::logic_error when none is.
   static const Platform& current();

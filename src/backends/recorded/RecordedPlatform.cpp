@@ -14,7 +14,9 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop)
       defaults_(queues_),
       shortcuts_(queues_),
       views_(queues_),
-      http_(queues_) {}
+      http_(queues_),
+      appViews_(queues_),
+      loginItem_(queues_) {}
 
 RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queues)
     : queues_(queues),
@@ -25,7 +27,9 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queue
       defaults_(queues_),
       shortcuts_(queues_),
       views_(queues_),
-      http_(queues_) {}
+      http_(queues_),
+      appViews_(queues_),
+      loginItem_(queues_) {}
 
 RecordedPlatform::~RecordedPlatform() {
   if (ownQueues_) {
@@ -38,8 +42,8 @@ std::unique_ptr<RecordedPlatform> RecordedPlatform::fromText(std::string_view js
 }
 
 Platform RecordedPlatform::platform() {
-  return {&accessibility_, &workspace_, &screens_, &input_, &queues_, &random_, &defaults_,
-          &inputSources_,  &shortcuts_, &views_,   &http_,  &files_,  &facts_};
+  return {&accessibility_, &workspace_, &screens_, &input_, &queues_, &random_,   &defaults_, &inputSources_,
+          &shortcuts_,     &views_,     &http_,    &files_, &facts_,  &appViews_, &services_, &loginItem_};
 }
 
 Token RecordedPlatform::install() {

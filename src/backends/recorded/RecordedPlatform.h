@@ -5,8 +5,10 @@
 #include <string_view>
 
 #include "backends/recorded/RecordedAccessibility.h"
+#include "backends/recorded/RecordedAppViews.h"
 #include "backends/recorded/RecordedDefaults.h"
 #include "backends/recorded/RecordedDesktop.h"
+#include "backends/recorded/RecordedDesktopServices.h"
 #include "backends/recorded/RecordedFiles.h"
 #include "backends/recorded/RecordedHttp.h"
 #include "backends/recorded/RecordedInput.h"
@@ -59,6 +61,9 @@ class RecordedPlatform {
   RecordedHttp& http() { return http_; }
   RecordedFiles& files() { return files_; }
   RecordedSystemFacts& facts() { return facts_; }
+  RecordedAppViews& appViews() { return appViews_; }
+  RecordedDesktopServices& services() { return services_; }
+  RecordedLoginItem& loginItem() { return loginItem_; }
 
   /// As when the application ends: it is in no list any more, and reads of its element fail with invalidElement.
   void terminate(int32_t pid);
@@ -78,6 +83,9 @@ class RecordedPlatform {
   RecordedHttp http_;
   RecordedFiles files_;
   RecordedSystemFacts facts_;
+  RecordedAppViews appViews_;
+  RecordedDesktopServices services_;
+  RecordedLoginItem loginItem_;
 };
 
 }  // namespace jumplark

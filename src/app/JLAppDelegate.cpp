@@ -1,0 +1,221 @@
+#include "app/JLAppDelegate.h"
+
+#include <fmt/format.h>
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "app/JLPreferencesController.h"
+#include "app/JLStatusItemController.h"
+#include "app/ProductPages.h"
+#include "metrics/JLMetrics.h"
+#include "metrics/JLUsageTracker.h"
+#include "platform/Accessibility.h"
+#include "platform/Defaults.h"
+#include "platform/DesktopServices.h"
+#include "platform/Platform.h"
+#include "platform/SystemFacts.h"
+#include "platform/Views.h"
+#include "platform/Workspace.h"
+#include "query/engine/JLQueryEngine.h"
+
+namespace jumplark {
+namespace {
+
+constexpr const char* kBundleIdentifier = "jumplark";
+constexpr const char* kWelcomedKey = "shownHelpOnStart";
+constexpr double kMessagingTimeout = 0.5;  // seconds
+
+const Alert kUniversalAccessPrompt{
+    "Enable access for Assistive Devices",
+    "Jumplark requires access for assistive devices to be enabled for it to work.\n\nEnable access for assistive "
+    "devices in the Universal Access preferences, then relaunch Jumplark.\n\nPress 'Help' for more info.",
+    {"Open Universal Access", "Help", "Quit"}};
+
+const Alert kSecurityPrompt{
+    "Enable access for Assistive Devices",
+    "Jumplark requires the ability to control your computer for it to work.\n\nTo grant access to Jumplark:\n* Open "
+    "Security preferences\n* Click the Privacy tab\n* Select Accessibility in sidebar\n* Ensure Jumplark is enabled\n* "
+    "Relaunch Jumplark.\n\nPress 'Help' for more info.",
+    {"Open Security", "Help", "Quit"}};
+
+const Alert kWelcome{"Welcome to Jumplark!",
+                     "It looks like this is the first time you've launched Jumplark!\nWe strongly suggest you read the "
+                     "README to get the most out of Jumplark.",
+                     {"Open README in browser", "No, thanks."}};
+
+const Alert kAlreadyRunning{
+    "Jumplark is already running!",
+    "We've opened up the preferences for you in case you forgot the activation shortcut.\n\nYou can always access the "
+    "preferences by activating Jumplark, then hitting Command+,",
+    {"OK"}};
+
+void call(const std::function<void()>& function) {
+  if (function) {
+    function();
+  }
+}
+
+}  // namespace
+
+JLAppDelegate::JLAppDelegate(ProductAddresses addresses, std::string collectorAddress, Collaborators collaborators)
+    : addresses_(std::move(addresses)),
+      collectorAddress_(std::move(collectorAddress)),
+      collaborators_(std::move(collaborators)),
+      self_(std::make_shared<JLAppDelegate*>(this)) {}
+
+JLAppDelegate::~JLAppDelegate() {
+  statusItemController_.reset();
+  if (engine_) {
+    engine_->setPreferencesWindow(nullptr);
+  }
+  // Its shortcut calls the engine.
+  preferences_.reset();
+}
+
+void JLAppDelegate::applicationDidFinishLaunching() {
+  tellOfProblemsWithSettings();
+  const auto next = [weak = std::weak_ptr(self_)] {
+    if (const auto self = weak.lock()) {
+      (*self)->showMainApplicationWindow();
+    }
+  };
+  collaborators_.startCrashReporter ? collaborators_.startCrashReporter(next) : next();
+}
+
+void JLAppDelegate::tellOfProblemsWithSettings() {
+  problems_ = Platform::current().defaults->observeProblems([](const std::string& problem) {
+    Platform::current().views->showAlert({"There is a problem with Jumplark's settings", problem, {"OK"}}, {});
+  });
+}
+
+void JLAppDelegate::showMainApplicationWindow() {
+  if (std::exchange(hasStarted_, true)) {
+    return;
+  }
+  call(collaborators_.installCrashHandlers);
+  checkAccessibilityIsEnabled([this] {
+    setUpdateURL();
+    promptUserToReadDocumentation([this] { finishStart(); });
+  });
+}
+
+std::string JLAppDelegate::systemVersion() const {
+  SystemFacts* const facts = Platform::current().facts;
+  return facts != nullptr ? facts->operatingSystem().version : std::string();
+}
+
+bool JLAppDelegate::usesSecurityVariant(const std::string& systemVersion) {
+  return systemVersion.find("10.9") != std::string::npos || systemVersion.find("10.10") != std::string::npos;
+}
+
+void JLAppDelegate::checkAccessibilityIsEnabled(const std::function<void()>& next) {
+  if (Platform::current().desktop->isAccessibilityGranted()) {
+    next();
+    return;
+  }
+  const Alert& prompt = usesSecurityVariant(systemVersion()) ? kSecurityPrompt : kUniversalAccessPrompt;
+  Platform::current().views->showAlert(prompt, [weak = std::weak_ptr(self_)](int button) {
+    if (const auto self = weak.lock()) {
+      (*self)->answerAccessibilityPrompt(button);
+    }
+  });
+}
+
+void JLAppDelegate::answerAccessibilityPrompt(int button) {
+  if (button == 0 && !Platform::current().desktop->openAccessibilitySettings()) {
+    spdlog::warn("This desktop has no settings for accessibility; 'jumplark doctor' says what is missing");
+  } else if (button == 1 && !openGettingStarted(addresses_, addresses_.allowAccess)) {
+    spdlog::warn("There is no help page; 'jumplark doctor' says what is missing");
+  }
+  terminate();
+}
+
+void JLAppDelegate::setUpdateURL() {
+  if (!collaborators_.setUpdateFeedAddress) {
+    return;
+  }
+  if (addresses_.updateServer.empty()) {
+    collaborators_.setUpdateFeedAddress({});
+    return;
+  }
+  const std::string version = systemVersion();
+  collaborators_.setUpdateFeedAddress(
+      fmt::format("{}/updates/{}.xml", addresses_.updateServer, version.empty() ? "unknown" : version));
+}
+
+void JLAppDelegate::promptUserToReadDocumentation(const std::function<void()>& next) {
+  if (Platform::current().defaults->boolean(kWelcomedKey)) {
+    next();
+    return;
+  }
+  Platform::current().views->showAlert(kWelcome, [weak = std::weak_ptr(self_), next](int button) {
+    const auto self = weak.lock();
+    if (!self) {
+      return;
+    }
+    if (button == 0 && !openGettingStarted((*self)->addresses_)) {
+      spdlog::warn("There is no README to open, or no program that shows it");
+    }
+    Platform::current().defaults->setValue(kWelcomedKey, true);
+    next();
+  });
+}
+
+void JLAppDelegate::finishStart() {
+  const Platform& platform = Platform::current();
+  JLMetrics::sharedInstance().configure(collectorAddress_);
+  usageTracker_ = std::make_unique<JLUsageTracker>();
+  usageTracker_->registerForNotifications();
+  platform.accessibility->setMessagingTimeout(platform.accessibility->systemWideElement(), kMessagingTimeout);
+  engine_ = std::make_unique<JLQueryEngine>(kBundleIdentifier);
+  preferences_ = std::make_unique<JLPreferencesController>(
+      [this] { return engine_->hotkeyPressed(); },
+      JLPreferencesController::Context{addresses_, !collectorAddress_.empty(), [this] { terminate(); }});
+  engine_->setPreferencesWindow(preferences_.get());
+  preferences_->setupPreferences();
+  statusItemController_ = std::make_unique<JLStatusItemController>(
+      JLStatusItemController::Actions{collaborators_.checkForUpdates, [this] { terminate(); }});
+  giveFocusBack();
+  call(collaborators_.didStart);
+}
+
+void JLAppDelegate::giveFocusBack() {
+  Workspace& workspace = *Platform::current().workspace;
+  const auto applications = workspace.applicationsFrontToBack();
+  const auto other = std::ranges::find_if(
+      applications, [](const auto& application) { return application.bundleIdentifier != kBundleIdentifier; });
+  if (other != applications.end()) {
+    workspace.activate(other->pid, kActivateIgnoringOtherApps);
+  }
+}
+
+bool JLAppDelegate::applicationShouldHandleReopenHasVisibleWindows(bool /*hasVisibleWindows*/) {
+  showPreferences();
+  if (preferences_ && preferences_->window() != nullptr) {
+    preferences_->window()->showSheet(kAlreadyRunning, {});
+  }
+  return false;
+}
+
+void JLAppDelegate::applicationWillTerminate() {
+  Platform::current().defaults->synchronize();
+  JLMetrics::sharedInstance().shutdown();
+}
+
+void JLAppDelegate::showPreferences() {
+  if (!engine_ || !preferences_) {
+    // Still at a message of the start.
+    Platform::current().views->activateIgnoringOtherApps();
+    return;
+  }
+  engine_->deactivateWithoutSwitchingApplication();
+  preferences_->showPreferencesWindow();
+}
+
+void JLAppDelegate::terminate() {
+  call(collaborators_.terminate);
+}
+
+}  // namespace jumplark

@@ -1,0 +1,24 @@
+#include "app/JLPreferencesAboutViewController.h"
+
+#include <fmt/format.h>
+
+#include "platform/Platform.h"
+#include "platform/SystemFacts.h"
+
+namespace jumplark {
+
+JLPreferencesAboutViewController::JLPreferencesAboutViewController() {
+  if (SystemFacts* const facts = Platform::current().facts) {
+    const SystemFacts::Application application = facts->application();
+    appVersion_ = application.build;
+    shortVersion_ = application.version;
+  }
+}
+
+void JLPreferencesAboutViewController::loadView(PreferencesWindowView& view) {
+  view.setAboutPane(
+      {"Jumplark", fmt::format("Version {} ({})", shortVersion_, appVersion_),
+       "Operate any application's interface from the keyboard: type a few letters of what you see, click it."});
+}
+
+}  // namespace jumplark

@@ -1,0 +1,95 @@
+#include "app/JLPreferencesHelpViewController.h"
+
+#include <utility>
+#include <vector>
+
+#include "app/ProductPages.h"
+#include "platform/DesktopServices.h"
+#include "platform/Platform.h"
+#include "platform/Queues.h"
+
+namespace jumplark {
+namespace {
+
+constexpr const char* kNoAddress = "This build has no address for it.";
+
+HelpPaneModel::Finding findingOf(const DesktopServices::HealthFinding& found) {
+  using From = DesktopServices::HealthFinding::Level;
+  using To = HelpPaneModel::Finding::Level;
+  const To level = found.level == From::ok ? To::ok : found.level == From::warning ? To::warning : To::failure;
+  return {level, found.name, found.finding, found.remedy};
+}
+
+}  // namespace
+
+JLPreferencesHelpViewController::JLPreferencesHelpViewController(ProductAddresses addresses)
+    : addresses_(std::move(addresses)), self_(std::make_shared<JLPreferencesHelpViewController*>(this)) {}
+
+JLPreferencesHelpViewController::~JLPreferencesHelpViewController() = default;
+
+void JLPreferencesHelpViewController::viewWillAppear() {
+  model_.buttons = {{"Open documentation", hasGettingStarted(addresses_) ? "" : kNoAddress},
+                    {"Open support page", addresses_.support.empty() ? kNoAddress : ""},
+                    {"Tell others about Jumplark", addresses_.composeMessage.empty() ? kNoAddress : ""}};
+  checkHealth();
+}
+
+void JLPreferencesHelpViewController::openDocumentation() {
+  openGettingStarted(addresses_);
+}
+
+void JLPreferencesHelpViewController::openSupportPage() {
+  openURL(addresses_.support);
+}
+
+void JLPreferencesHelpViewController::openTweetCompose() {
+  openURL(addresses_.composeMessage);
+}
+
+void JLPreferencesHelpViewController::openURL(const std::string& url) {
+  if (!url.empty()) {
+    Platform::current().desktop->openURL(url);
+  }
+}
+
+void JLPreferencesHelpViewController::pressButton(size_t index) {
+  switch (index) {
+    case 0:
+      return openDocumentation();
+    case 1:
+      return openSupportPage();
+    case 2:
+      return openTweetCompose();
+    default:
+      return;
+  }
+}
+
+void JLPreferencesHelpViewController::checkHealth() {
+  if (std::exchange(model_.isChecking, true)) {
+    return;
+  }
+  show();
+  if (!queue_) {
+    queue_ = Platform::current().queues->makeSerialQueue("com.brindlefox.jumplark.health");
+  }
+  queue_->post([weak = std::weak_ptr(self_)] {
+    std::vector<HelpPaneModel::Finding> findings;
+    for (const auto& found : Platform::current().desktop->checkHealth()) {
+      findings.push_back(findingOf(found));
+    }
+    Platform::current().queues->mainQueue().post([weak, findings = std::move(findings)] {
+      if (const auto self = weak.lock()) {
+        (*self)->model_.health = findings;
+        (*self)->model_.isChecking = false;
+        (*self)->show();
+      }
+    });
+  });
+}
+
+void JLPreferencesHelpViewController::show() {
+  view_->setHelpPane(model_);
+}
+
+}  // namespace jumplark

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "app/JLPreferencesPane.h"
+#include "app/ProductAddresses.h"
+
+namespace jumplark {
+
+class TaskQueue;
+
+/// Three buttons that lead to pages, and how the desktop stands with all that the program needs.
+class JLPreferencesHelpViewController final : public JLPreferencesPane {
+ public:
+  explicit JLPreferencesHelpViewController(ProductAddresses addresses);
+  ~JLPreferencesHelpViewController() override;
+
+  std::string identifier() const override { return "Help"; }
+  PaneImage toolbarItemImage() const override { return PaneImage::caution; }
+  void loadView(PreferencesWindowView& view) override { view_ = &view; }
+  void viewWillAppear() override;
+
+  void openDocumentation();
+  void openSupportPage();
+  void openTweetCompose();
+  void openURL(const std::string& url);
+  /// The buttons' effects in their order.
+  void pressButton(size_t index);
+  /// Looks at the desktop, in the background; one look at a time.
+  void checkHealth();
+
+ private:
+  void show();
+
+  const ProductAddresses addresses_;
+  PreferencesWindowView* view_ = nullptr;
+  HelpPaneModel model_;
+  std::shared_ptr<JLPreferencesHelpViewController*> self_;  ///< for what comes after the end
+  std::shared_ptr<TaskQueue> queue_;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,111 @@
+#include "app/JLStatusItemController.h"
+
+#include <chrono>
+#include <utility>
+
+#include "app/JLPreferencesController.h"
+#include "platform/Defaults.h"
+#include "platform/Platform.h"
+#include "platform/Queues.h"
+
+namespace jumplark {
+namespace {
+
+constexpr const char* kToldKey = "toldOfMissingStatusBar";
+/// At login the panel may come after this program.
+constexpr std::chrono::seconds kPatience{20};
+
+const StatusItem kStatusItem{26.0, "Jumplark", "jumplark-menu", "jumplark-menu-selected"};
+
+const Alert kNoStatusBar{"Jumplark has no icon on this desktop",
+                         "Jumplark is running, but this desktop has no place for its icon.\n\nTo open the preferences, "
+                         "start Jumplark again, "
+                         "or activate Jumplark and hit Command+, (the Command key is Super here).",
+                         {"OK"}};
+
+}  // namespace
+
+JLStatusItemController::JLStatusItemController(Actions actions)
+    : actions_(std::move(actions)), self_(std::make_shared<JLStatusItemController*>(this)) {
+  bindToDefaults();
+}
+
+JLStatusItemController::~JLStatusItemController() = default;
+
+void JLStatusItemController::bindToDefaults() {
+  Defaults& defaults = *Platform::current().defaults;
+  observation_ = defaults.observe(
+      showIconKey, [this](const DefaultsValue&) { follow(Platform::current().defaults->boolean(showIconKey)); });
+  follow(defaults.boolean(showIconKey));
+}
+
+void JLStatusItemController::follow(bool shows) {
+  if (!shows) {
+    removeStatusItem();
+  } else if (!statusItem_) {
+    setupStatusItem();
+    setupMenu();
+    tellWhenThereIsNoStatusBar();
+  }
+}
+
+void JLStatusItemController::setupStatusItem() {
+  statusItem_ = Platform::current().appViews->makeStatusItem(kStatusItem);
+}
+
+void JLStatusItemController::setupMenu() {
+  statusItem_->setMenu("Jumplark", {{"About", [this] { showAbout(); }},
+                                    {"Help...", [this] { showHelp(); }},
+                                    {"Check for updates...", [this] { checkForUpdates(); }},
+                                    {},
+                                    {"Preferences...", [this] { showPreferences(); }},
+                                    {"Usage...", [this] { showUsage(); }},
+                                    {},
+                                    {"Quit", [this] { quit(); }}});
+}
+
+void JLStatusItemController::removeStatusItem() {
+  statusItem_.reset();
+}
+
+void JLStatusItemController::tellWhenThereIsNoStatusBar() {
+  Platform::current().queues->mainQueue().postAfter(kPatience, [weak = std::weak_ptr(self_)] {
+    const auto self = weak.lock();
+    const Platform& platform = Platform::current();
+    if (!self || !(*self)->statusItem_ || platform.appViews->hasStatusBar() || platform.defaults->boolean(kToldKey)) {
+      return;
+    }
+    platform.defaults->setValue(kToldKey, true);
+    platform.views->showAlert(kNoStatusBar, {});
+  });
+}
+
+void JLStatusItemController::showAbout() {
+  JLPreferencesController::sharedInstance().showPreferencesPaneWithTitle("About");
+}
+
+void JLStatusItemController::showHelp() {
+  JLPreferencesController::sharedInstance().showPreferencesPaneWithTitle("Help");
+}
+
+void JLStatusItemController::checkForUpdates() {
+  if (actions_.checkForUpdates) {
+    actions_.checkForUpdates();
+  }
+}
+
+void JLStatusItemController::showPreferences() {
+  JLPreferencesController::sharedInstance().showPreferencesPaneWithTitle("General");
+}
+
+void JLStatusItemController::showUsage() {
+  JLPreferencesController::sharedInstance().showPreferencesPaneWithTitle("Usage");
+}
+
+void JLStatusItemController::quit() {
+  if (actions_.quit) {
+    actions_.quit();
+  }
+}
+
+}  // namespace jumplark

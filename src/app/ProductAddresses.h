@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace jumplark {
+
+/// The product's pages and servers. They are settings of the build; an empty one is not there, and nothing is sent or
+/// opened in its stead.
+struct ProductAddresses {
+  std::string gettingStarted;  ///< the help page
+  std::string allowAccess;     ///< the anchor on it about accessibility access, without the '#'
+  std::string support;
+  std::string metricsExplanation;
+  std::string composeMessage;  ///< composes a public short message to the product's account
+  std::string updateServer;    ///< without the path
+
+  static ProductAddresses builtIn();
+};
+
+}  // namespace jumplark

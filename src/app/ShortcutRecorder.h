@@ -1,0 +1,54 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "platform/AppViews.h"
+#include "platform/Defaults.h"
+#include "platform/GlobalShortcuts.h"
+#include "platform/Token.h"
+
+namespace jumplark {
+
+/// The control with which the user gives a shortcut anew. Clicked, it records: the next key combination that can be a
+/// shortcut is stored under the defaults key. Escape, another click and the loss of the keyboard leave the old one,
+/// Backspace and Delete remove it. A combination that another program owns is refused with a message. Main thread only.
+class ShortcutRecorder {
+ public:
+  struct Hooks {
+    std::function<Token()> suspendShortcut;  ///< the registered shortcut is let go until the token is destroyed
+    std::function<void()> changed;           ///< model() gives something else
+    std::function<void(const Alert& alert)> refuse;
+  };
+
+  ShortcutRecorder(std::string defaultsKey, Hooks hooks);
+  ShortcutRecorder(const ShortcutRecorder&) = delete;
+  ShortcutRecorder& operator=(const ShortcutRecorder&) = delete;
+  ~ShortcutRecorder();
+
+  RecorderModel model() const;
+
+  void click();
+  /// Removes the shortcut or, while recording, goes back to the old one.
+  void clear();
+  void keyDown(const KeyEvent& event);
+  void stop();
+
+ private:
+  std::optional<Shortcut> shortcut() const;
+  void record(const Shortcut& shortcut);
+  void store(const std::optional<Shortcut>& shortcut);
+
+  std::string defaultsKey_;
+  Hooks hooks_;
+  bool isRecording_ = false;
+  Token suspension_;
+  Token observation_;
+};
+
+/// Whether a combination can be a global shortcut without taking a key from ordinary typing: a function key, or any key
+/// with Command, Control or Option.
+bool isUsableShortcut(const Shortcut& shortcut);
+
+}  // namespace jumplark

@@ -1,0 +1,174 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Views.h"
+
+namespace jumplark {
+
+/// An entry of a menu; without a title it is the line between two groups.
+struct MenuEntry {
+  std::string title;
+  std::function<void()> chosen;  ///< called on the main queue
+};
+
+/// How the program's icon in the panel looks. Images are named as in an icon theme.
+struct StatusItem {
+  double length = 0;  ///< points
+  std::string title;  ///< said, not shown
+  std::string image;  ///< takes the panel's colour where the desktop does that
+  std::string alternateImage;
+};
+
+/// The icon in the panel, from its making until its end. Where the panel comes later, or is started again, the icon
+/// appears then. Main thread only.
+class StatusItemView {
+ public:
+  virtual ~StatusItemView() = default;
+  virtual void setMenu(const std::string& title, std::vector<MenuEntry> entries) = 0;
+};
+
+enum class PaneImage { general, advanced, info, caution, application };
+
+/// One button of the preferences' toolbar and what it leads to.
+struct PaneDescription {
+  std::string identifier;
+  std::string label;
+  PaneImage image = PaneImage::general;
+};
+
+/// What the shortcut recorder shows.
+struct RecorderModel {
+  std::string text;
+  std::string toolTip;
+  bool isRecording = false;
+  bool canClear = false;  ///< there is a second, smaller button
+  std::string clearToolTip;
+  bool operator==(const RecorderModel&) const = default;
+};
+
+struct GeneralPaneModel {
+  RecorderModel recorder;
+  bool showsIcon = true;
+  std::string iconNote;
+  bool launchesAtLogin = false;
+  std::string loginNote;
+  bool operator==(const GeneralPaneModel&) const = default;
+};
+
+struct AdvancedPaneModel {
+  std::vector<std::string> layouts;  ///< the first stands for "none"
+  size_t selectedLayout = 0;
+  bool metricsEnabled = false;
+  bool metricsCanChange = false;
+  std::string metricsNote;
+  std::string metricsLink;  ///< text and target; empty for none
+  bool operator==(const AdvancedPaneModel&) const = default;
+};
+
+struct UsagePaneModel {
+  struct Row {
+    std::string title;
+    std::string today;
+    std::string yesterday;
+    std::string record;
+    std::string recordDate;
+    std::string total;
+    bool operator==(const Row&) const = default;
+  };
+  std::vector<Row> rows;
+  bool operator==(const UsagePaneModel&) const = default;
+};
+
+struct HelpPaneModel {
+  struct Button {
+    std::string title;
+    std::string note;  ///< why it is disabled; empty when it is not
+    bool operator==(const Button&) const = default;
+  };
+  struct Finding {
+    enum class Level { ok, warning, failure };
+    Level level = Level::ok;
+    std::string name;
+    std::string text;
+    std::string remedy;  ///< empty when all is well
+    bool operator==(const Finding&) const = default;
+  };
+  std::vector<Button> buttons;
+  bool isChecking = false;
+  std::vector<Finding> health;
+  bool operator==(const HelpPaneModel&) const = default;
+};
+
+struct AboutPaneModel {
+  std::string name;
+  std::string version;
+  std::string summary;
+  bool operator==(const AboutPaneModel&) const = default;
+};
+
+/// What the user does in the preferences. Every call comes on the main thread.
+class PreferencesViewDelegate {
+ public:
+  virtual ~PreferencesViewDelegate() = default;
+  /// The pane has come into view or has left it, also with the window.
+  virtual void paneWillAppear(const std::string& identifier) = 0;
+  virtual void paneDidDisappear(const std::string& identifier) = 0;
+
+  virtual void recorderClicked() = 0;
+  virtual void recorderClearClicked() = 0;
+  /// While it is recording: a key that is no modifier.
+  virtual void recorderKeyDown(const KeyEvent& event) = 0;
+  /// The recorder no longer gets the keys.
+  virtual void recorderLostKeyboard() = 0;
+
+  virtual void showIconToggled(bool on) = 0;
+  virtual void launchAtLoginToggled(bool on) = 0;
+  virtual void layoutChosen(size_t index) = 0;
+  virtual void metricsToggled(bool on) = 0;
+  virtual void metricsLinkClicked() = 0;
+  virtual void helpButtonClicked(size_t index) = 0;
+  virtual void healthRequested() = 0;
+};
+
+/// The one preferences window: a row of buttons, one a pane, above the chosen pane. It stays on screen when the program
+/// is hidden. Main thread only.
+class PreferencesWindowView {
+ public:
+  virtual ~PreferencesWindowView() = default;
+  /// One delegate at a time; none after null.
+  virtual void setDelegate(PreferencesViewDelegate* delegate) = 0;
+  virtual void makeKeyAndOrderFront() = 0;
+  virtual void close() = 0;
+  virtual bool isVisible() const = 0;
+  virtual void selectPane(const std::string& identifier) = 0;
+  virtual std::string selectedPane() const = 0;
+  /// A message that belongs to this window. Calls back like Views::showAlert.
+  virtual void showSheet(const Alert& alert, std::function<void(int button)> chosen) = 0;
+
+  virtual void setGeneralPane(const GeneralPaneModel& model) = 0;
+  virtual void setAdvancedPane(const AdvancedPaneModel& model) = 0;
+  virtual void setUsagePane(const UsagePaneModel& model) = 0;
+  virtual void setHelpPane(const HelpPaneModel& model) = 0;
+  virtual void setAboutPane(const AboutPaneModel& model) = 0;
+};
+
+/// Makes what the user meets besides the query: the icon and the preferences. Main thread only.
+class AppViews {
+ public:
+  virtual ~AppViews() = default;
+  virtual std::unique_ptr<StatusItemView> makeStatusItem(const StatusItem& item) = 0;
+  /// Whether the desktop has a place for status items now.
+  virtual bool hasStatusBar() = 0;
+  /// `panes` from left to right; an entry without a value is a space that takes what room is left. Null when a part of
+  /// the program that the window needs cannot be loaded.
+  virtual std::unique_ptr<PreferencesWindowView> makePreferencesWindow(
+      const std::string& title, const std::vector<std::optional<PaneDescription>>& panes) = 0;
+};
+
+}  // namespace jumplark
