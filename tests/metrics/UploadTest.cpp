@@ -1,0 +1,162 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "backends/system/SystemFixture.h"
+#include "backends/system/TestServer.h"
+#include "metrics/MetricEvents.h"
+
+namespace jumplark {
+namespace {
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+using Program = std::unique_ptr<desktop::Process>;
+
+/// The whole way from a report to a server: real queues, network and files, in a process that can be killed.
+class UploadTest : public SystemFixture {
+ protected:
+  Program start(const std::string& address, desktop::Environment environment = {}) {
+    auto program =
+        std::make_unique<desktop::Process>(desktop::Arguments{JUMPLARK_METRICS_PROGRAM, folder_.string(), address},
+                                           environment, (folder_ / ("program" + std::to_string(++programs_))).string());
+    EXPECT_TRUE(program->waitForLine("running")) << program->err();
+    return program;
+  }
+  static void end(Program& program) {
+    program->kill(SIGTERM);
+    EXPECT_EQ(program->wait(), 0) << program->err();
+  }
+  /// One run that sends nothing but what an earlier one left.
+  void runUntilSent(const TestServer& server, size_t count) {
+    Program program = start(server.address());
+    server.waitForRequests(count);
+    EXPECT_TRUE(desktop::waitUntil([&] { return !std::filesystem::exists(path_); })) << program->err();
+    program->kill(SIGKILL);
+  }
+  json kept() const { return json::parse(read(path_), nullptr, false); }
+
+  std::filesystem::path path_ = folder_ / "data" / "Metrics.dat";
+
+ private:
+  int programs_ = 0;
+};
+
+TEST_F(UploadTest, WhatARunReportsArrivesSignedInTheNext) {
+  const TestServer server(TestServer::answering(202));
+  Program first = start(server.address());
+  end(first);
+  struct stat status {};
+  ASSERT_EQ(::stat(path_.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  ASSERT_EQ(::stat(path_.parent_path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+  const json left = kept();
+  ASSERT_EQ(left["events"].size(), 1U);
+  EXPECT_EQ(server.requests().size(), 0U) << "nothing goes out before its time";
+
+  runUntilSent(server, 1);
+  const auto seen = server.requests();
+  ASSERT_EQ(seen.size(), 1U);
+  EXPECT_EQ(seen[0].line, "POST /events HTTP/1.1");
+  const json body = json::parse(seen[0].body);
+  EXPECT_EQ(body["events"], left["events"]);
+  EXPECT_EQ(body["environment"], left["environment"]);
+  const std::string session = left["session_id"];
+  EXPECT_EQ(body["session_id"], session);
+  EXPECT_THAT(seen[0].headers, HasSubstr("X-Signature: " + hmacSHA256Base64("X-Signature/" + session, seen[0].body)));
+  EXPECT_THAT(seen[0].headers, HasSubstr("Content-Type: application/json\r\n"));
+}
+
+TEST_F(UploadTest, AServerThatDoesNotTakeItLosesNothing) {
+  const TestServer refusing(TestServer::answering(500, "not now"));
+  const TestServer silent([](TestServer::Client& client, const TestServer::Request&) { client.stall(); });
+  const TestServer stranger(TestServer::answering(200), TestCertificate::make("localhost"));
+  std::string nobody;
+  { nobody = TestServer(TestServer::answering(200)).address(); }
+  Program before = start(nobody);
+  end(before);
+  const std::string left = read(path_);
+  const struct {
+    const char* what;
+    std::string address;
+    const char* log;
+  } cases[] = {
+      {"refuses", refusing.address(), "Got a non-200 status code: 500 - not now"},
+      {"is not there", nobody, "[Line 337] Error while sending metrics: "},
+      {"is a stranger", stranger.address("localhost"), "[Line 337] Error while sending metrics: SSL certificate"},
+      {"never answers", silent.address(), nullptr},
+  };
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.what);
+    Program program = start(example.address);
+    if (example.log) {
+      EXPECT_TRUE(desktop::waitUntil([&] {
+        return (program->out() + program->err()).find(example.log) != std::string::npos;
+      })) << program->out()
+          << program->err();
+    } else {
+      silent.waitForRequests(1);
+    }
+    EXPECT_EQ(read(path_), left);
+    program->kill(SIGKILL);
+    EXPECT_EQ(read(path_), left);
+  }
+  EXPECT_EQ(stranger.requests().size(), 0U) << "nothing is said to a stranger";
+  Program program = start(silent.address());
+  silent.waitForRequests(2);
+  end(program);
+  EXPECT_NE(kept()["session_id"], json::parse(left)["session_id"]) << "a running upload does not hold up the end";
+}
+
+TEST_F(UploadTest, OnlyASessionThatWasSentAndNotYetDeletedGoesTwice) {
+  std::atomic<bool> kills{false};
+  std::promise<pid_t> next;
+  const TestServer server([&](TestServer::Client& client, const TestServer::Request& request) {
+    if (kills) {
+      ::kill(next.get_future().get(), SIGKILL);
+    }
+    TestServer::answering(200)(client, request);
+  });
+  Program first = start(server.address());
+  end(first);
+  const std::string left = read(path_);
+  ASSERT_EQ(kept()["events"].size(), 1U);
+  kills = true;
+  for (size_t round = 1; round <= 3; ++round) {
+    next = {};
+    desktop::Process victim({JUMPLARK_METRICS_PROGRAM, folder_.string(), server.address()}, {},
+                            (folder_ / ("victim" + std::to_string(round))).string());
+    next.set_value(victim.pid());
+    EXPECT_EQ(victim.wait(), 128 + SIGKILL);
+    EXPECT_EQ(read(path_), left);
+  }
+  kills = false;
+  runUntilSent(server, 4);
+  Program last = start(server.address());
+  end(last);
+  const auto seen = server.requests();
+  ASSERT_EQ(seen.size(), 4U);
+  for (const auto& request : seen) {
+    EXPECT_EQ(json::parse(request.body)["session_id"], json::parse(left)["session_id"]);
+  }
+}
+
+TEST_F(UploadTest, WhoRefusesTrackingIsLeftAlone) {
+  const TestServer server(TestServer::answering(200));
+  Program first = start(server.address());
+  end(first);
+  ASSERT_EQ(kept()["events"].size(), 1U);
+  Program second = start(server.address(), {{"DO_NOT_TRACK", "1"}});
+  end(second);
+  EXPECT_EQ(server.requests().size(), 0U);
+  EXPECT_EQ(kept()["events"], json::array());
+}
+
+}  // namespace
+}  // namespace jumplark
