@@ -24,10 +24,10 @@ const Subject kSubjects[] = {
     {"GTK 4", [](PrivateSession& s) -> Process& { return startAtFront(s, {"gtk4-widget-factory"}); }},
     {"Chromium",
      [](PrivateSession& s) -> Process& {
-       return startAtFront(s,
-                           {"chromium", "--no-sandbox", "--disable-gpu", "--no-first-run", "--disable-sync",
-                            "--disable-background-networking", "--disable-component-update",
-                            "--user-data-dir=" + s.folder() + "/browser", "file://" JUMPLARK_PAGES "/controls.html"});
+       return startAtFront(s, {"chromium", "--no-sandbox", "--disable-gpu", "--no-first-run", "--disable-sync",
+                               "--disable-background-networking", "--disable-component-update",
+                               "--user-data-dir=" + s.folder() + "/browser",
+                               std::string("file://") + JUMPLARK_PAGES + "/controls.html"});
      }},
 };
 

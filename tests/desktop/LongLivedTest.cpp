@@ -212,12 +212,12 @@ TEST(LongLived, NoPasswordIsEverInItsMemory) {
       std::make_shared<spdlog::logger>("passwords", std::make_shared<spdlog::sinks::ostream_sink_mt>(log)));
   spdlog::set_level(spdlog::level::trace);
   Reader reader;
-  const Arguments programs[] = {
-      {JUMPLARK_LARGE_QT6, "passwords"},
-      {JUMPLARK_LARGE_GTK3, "passwords"},
-      {"chromium", "--no-sandbox", "--disable-gpu", "--no-first-run", "--disable-sync",
-       "--disable-background-networking", "--disable-component-update",
-       "--user-data-dir=" + reader.session().folder() + "/browser", "file://" JUMPLARK_PAGES "/password.html"}};
+  const Arguments programs[] = {{JUMPLARK_LARGE_QT6, "passwords"},
+                                {JUMPLARK_LARGE_GTK3, "passwords"},
+                                {"chromium", "--no-sandbox", "--disable-gpu", "--no-first-run", "--disable-sync",
+                                 "--disable-background-networking", "--disable-component-update",
+                                 "--user-data-dir=" + reader.session().folder() + "/browser",
+                                 std::string("file://") + JUMPLARK_PAGES + "/password.html"}};
   for (const Arguments& arguments : programs) {
     SCOPED_TRACE(arguments[0]);
     Process& process = startReady(reader.session(), arguments);

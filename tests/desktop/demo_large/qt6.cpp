@@ -75,10 +75,8 @@ class Window : public QMainWindow {
     QMainWindow::paintEvent(event);
     if (!reported_) {
       reported_ = true;
-      QTimer::singleShot(0, this, [] {
-        std::puts("ready");
-        std::fflush(stdout);
-      });
+      std::puts("ready");
+      std::fflush(stdout);
     }
   }
 
