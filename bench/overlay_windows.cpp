@@ -46,11 +46,13 @@ std::vector<BoxLayer> makeBoxes(int count, const Rect& screen, int selected, int
   const double width = std::min(cell * 1.6, 160.0);
   const double height = std::min(cell * 0.55, 30.0);
   const int columns = std::max(1, static_cast<int>(screen.width / (cell * 1.7)));
-  const double rowHeight = screen.height / (1 + (count - 1) / columns);
+  const int rows = 1 + (count - 1) / columns;
+  const double rowHeight = screen.height / rows;
   std::vector<BoxLayer> boxes;
   for (int i = 0; i < count; ++i) {
+    const int row = i / columns;
     BoxLayer box;
-    box.frame = {screen.x + (i % columns) * cell * 1.7 + shift, screen.y + (i / columns) * rowHeight, width, height};
+    box.frame = {screen.x + (i % columns) * cell * 1.7 + shift, screen.y + row * rowHeight, width, height};
     box.background = i == selected ? kBlue : kYellow;
     box.label.text = label(i);
     boxes.push_back(box);

@@ -28,7 +28,8 @@ Token addTo(std::vector<std::shared_ptr<Function>>& list, Function function) {
 
 template <typename Function, typename... Arguments>
 void callAll(const std::vector<std::shared_ptr<Function>>& list, const Arguments&... arguments) {
-  const auto round = list;
+  // A copy, since a call may add to the list or take from it.
+  const std::vector<std::shared_ptr<Function>> round(list.begin(), list.end());
   for (const auto& function : round) {
     if (*function) {
       const Function call = *function;

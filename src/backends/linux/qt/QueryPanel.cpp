@@ -18,6 +18,8 @@ constexpr int kSidePadding = 18;
 constexpr int kGap = 12;
 constexpr int kGlassSize = 18;
 constexpr int kSpinnerSize = 20;
+/// Within a line edit, before its text.
+constexpr int kTextMargin = 2;
 constexpr int kRowPadding = 13;
 constexpr int kNoticePadding = 8;
 /// Room for the shadow around the card, and how far the shadow lies below it.
@@ -128,7 +130,8 @@ void QueryPanel::layOut() {
   const int spinnerLeft = place.right() + 1 - kSidePadding - kSpinnerSize;
   field_.setGeometry(fieldLeft, place.top() + kRowPadding, spinnerLeft - kGap - fieldLeft, fieldHeight);
   spinner_.setGeometry(spinnerLeft, place.center().y() - kSpinnerSize / 2 + 1, kSpinnerSize, kSpinnerSize);
-  notice_.setGeometry(fieldLeft, place.bottom() + 1, place.right() - kSidePadding - fieldLeft, noticeHeight_);
+  notice_.setGeometry(fieldLeft + kTextMargin, place.bottom() + 1, place.right() - kSidePadding - fieldLeft,
+                      noticeHeight_);
   const int margin = place.left();
   const QSize whole = card().size() + QSize(2 * margin, 2 * margin);
   if (whole != size()) {

@@ -11,7 +11,7 @@ namespace {
 /// One box blur along lines of `length` values that lie `step` apart; what is beyond the ends is 0.
 void blurLines(std::vector<float>& values, int lines, size_t lineStep, int length, size_t step, int reach) {
   std::vector<float> line(static_cast<size_t>(length));
-  const float share = 1.0F / static_cast<float>(2 * reach + 1);
+  const float share = 1.0F / (2.0F * static_cast<float>(reach) + 1.0F);
   for (int i = 0; i < lines; ++i) {
     float* at = values.data() + static_cast<size_t>(i) * lineStep;
     for (int k = 0; k < length; ++k) {
