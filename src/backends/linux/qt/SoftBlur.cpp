@@ -19,8 +19,10 @@ void blurLines(std::vector<float>& values, int lines, size_t lineStep, int lengt
     }
     float sum = 0;
     for (int k = -reach; k < length; ++k) {
-      sum += k + reach < length ? line[static_cast<size_t>(k + reach)] : 0;
-      sum -= k - reach - 1 >= 0 ? line[static_cast<size_t>(k - reach - 1)] : 0;
+      const int entering = k + reach;
+      const int leaving = k - reach - 1;
+      sum += entering < length ? line[static_cast<size_t>(entering)] : 0;
+      sum -= leaving >= 0 ? line[static_cast<size_t>(leaving)] : 0;
       if (k >= 0) {
         at[static_cast<size_t>(k) * step] = std::max(sum, 0.0F) * share;
       }
