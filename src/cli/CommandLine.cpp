@@ -8,11 +8,10 @@ namespace {
 
 using Command = Options::Command;
 
-void addTarget(CLI::App& command, Target& target) {
-  const std::string group = "TARGET (without one: the frontmost application)";
-  command.add_option("--desktop", target.desktopFile, "Read a recorded desktop instead of the live one")
-      ->option_text("FILE")
-      ->group(group);
+constexpr const char* kTargetGroup = "TARGET (without one: the frontmost application)";
+
+void addLiveTarget(CLI::App& command, Target& target) {
+  const std::string group = kTargetGroup;
   auto* pid = command.add_option("--pid", target.pid, "The application with this process id")->option_text("N");
   auto* name = command.add_option("--app", target.application, "The application of this name")->option_text("NAME");
   pid->group(group)->excludes(name);
@@ -21,6 +20,13 @@ void addTarget(CLI::App& command, Target& target) {
       ->option_text("SECONDS")
       ->check(CLI::Range(0.0, 86400.0))
       ->group(group);
+}
+
+void addTarget(CLI::App& command, Target& target) {
+  command.add_option("--desktop", target.desktopFile, "Read a recorded desktop instead of the live one")
+      ->option_text("FILE")
+      ->group(kTargetGroup);
+  addLiveTarget(command, target);
 }
 
 CLI::App* addCommand(CLI::App& app, Options& options, const char* name, const char* help, Command command) {
@@ -55,7 +61,10 @@ void addCommands(CLI::App& app, Options& options) {
   record->add_option("-o,--output", options.outputFile, "Where to write it; standard output without")
       ->option_text("FILE");
 
-  addCommand(app, options, "doctor", "Check this desktop and say how to mend what is missing", Command::doctor);
+  auto* doctor = addCommand(
+      app, options, "doctor",
+      "Check this desktop, say how to mend what is missing, and how the application in front is read", Command::doctor);
+  addLiveTarget(*doctor, options.target);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 namespace jumplark {
 struct Platform;
+class SystemQueues;
 }
 
 /// What each command does on the installed platform. They print to standard output and throw CommandFailure.
@@ -20,7 +21,7 @@ ExitStatus runInBackground();
 // Both ask the running instance.
 ExitStatus runActivate();
 ExitStatus runPreferences(const Options& options);
-/// Needs no platform: it looks for what one would need.
-ExitStatus runDoctor();
+/// Needs no platform: it looks for what one would need. Where all is there it also reads the application.
+ExitStatus runDoctor(const Options& options, SystemQueues& queues);
 
 }  // namespace jumplark::cli

@@ -45,7 +45,7 @@ ExitStatus reportingFailure(const std::function<ExitStatus()>& command) {
 ExitStatus runSnapshotCommand(const Options& options, SystemQueues& queues) {
   return reportingFailure([&] {
     if (options.command == Options::Command::doctor) {
-      return runDoctor();
+      return runDoctor(options, queues);
     }
     const std::unique_ptr<OpenDesktop> desktop = openDesktop(options.target, queues);
     const Token installed = Platform::install(desktop->platform());

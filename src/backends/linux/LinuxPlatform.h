@@ -2,8 +2,11 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "backends/linux/DesktopCheck.h"
 #include "platform/Platform.h"
+#include "platform/Workspace.h"
 
 namespace jumplark {
 
@@ -34,6 +37,8 @@ class LinuxPlatform {
   X11Input& input();
   /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
   void applicationBecameActive(int32_t pid);
+  /// Reads an application as a snapshot does, and says how that went.
+  std::vector<DesktopCheck> readingChecks(const RunningApplication& application);
 
  private:
   struct Parts;

@@ -10,6 +10,7 @@ namespace {
 constexpr const char* kAccessible = "org.a11y.atspi.Accessible";
 constexpr const char* kAction = "org.a11y.atspi.Action";
 constexpr const char* kApplication = "org.a11y.atspi.Application";
+constexpr const char* kCollection = "org.a11y.atspi.Collection";
 constexpr const char* kComponent = "org.a11y.atspi.Component";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 constexpr const char* kSelection = "org.a11y.atspi.Selection";
@@ -116,6 +117,12 @@ TypedCall<std::vector<std::string>> actionNames(const AtspiHandle& element) {
 
 TypedCall<bool> doAction(const AtspiHandle& element, int32_t index) {
   return method<bool>(element, kAction, "DoAction", decoding::boolean, {index});
+}
+
+TypedCall<std::vector<ElementRef>> matches(const AtspiHandle& element, const MatchRule& rule, int32_t count) {
+  constexpr uint32_t kDocumentOrder = 1;
+  return method<std::vector<ElementRef>>(element, kCollection, "GetMatches", decoding::references,
+                                         {rule, kDocumentOrder, count, true});
 }
 
 TypedCall<ElementRef> selectedChild(const AtspiHandle& container, int32_t index) {

@@ -43,6 +43,9 @@ TypedCall<double> currentValue(const AtspiHandle& element);
 TypedCall<std::vector<std::string>> actionNames(const AtspiHandle& element);
 TypedCall<bool> doAction(const AtspiHandle& element, int32_t index);
 
+/// The elements below one that fit, in document order, at most `count`; of applications with the Collection interface.
+TypedCall<std::vector<ElementRef>> matches(const AtspiHandle& element, const MatchRule& rule, int32_t count);
+
 TypedCall<ElementRef> selectedChild(const AtspiHandle& container, int32_t index);
 
 TypedCall<int32_t> columnCount(const AtspiHandle& table);

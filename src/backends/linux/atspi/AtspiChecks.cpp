@@ -94,15 +94,15 @@ DesktopCheck busCheck(sd_bus* session) {
 DesktopCheck switchCheck(sd_bus* session) {
   const auto enabled = isEnabled(session);
   if (enabled && *enabled) {
-    return {"accessibility switch", Level::ok, "Accessibility is switched on.", ""};
+    return {kSwitchCheck, Level::ok, "Accessibility is switched on.", ""};
   }
   const char* const remedy =
       "Start this program with the session, or run: busctl --user set-property org.a11y.Bus /org/a11y/bus "
       "org.a11y.Status IsEnabled b true. Then start again the applications that stay empty.";
   if (!enabled) {
-    return {"accessibility switch", Level::failure, "It cannot be told whether accessibility is switched on.", remedy};
+    return {kSwitchCheck, Level::failure, "It cannot be told whether accessibility is switched on.", remedy};
   }
-  return {"accessibility switch", Level::warning,
+  return {kSwitchCheck, Level::warning,
           "Accessibility is switched off; applications that start meanwhile may offer nothing to find.", remedy};
 }
 
@@ -127,7 +127,7 @@ std::vector<DesktopCheck> atspiChecks() {
     return {{"session bus", Level::failure, fmt::format("The session bus cannot be reached ({}).", reason(opened)),
              "Start this program from within the desktop session, where DBUS_SESSION_BUS_ADDRESS is set."},
             {"accessibility bus", Level::failure, unreachable, remedy},
-            {"accessibility switch", Level::failure, unreachable, remedy},
+            {kSwitchCheck, Level::failure, unreachable, remedy},
             {"tray", Level::warning, unreachable, remedy}};
   }
   sd_bus_set_method_call_timeout(session.get(), kPatienceMicroseconds);

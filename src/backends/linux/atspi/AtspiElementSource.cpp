@@ -187,6 +187,10 @@ AccessibilityResult<std::vector<ElementRef>> AtspiElementSource::childrenInRange
   return childrenOneByOne(calls_, *handle, index, std::min(count, left), deadline());
 }
 
+std::optional<SnapshotReport> AtspiElementSource::report(const ElementRef& application) {
+  return store_.ask<SnapshotReport>(application, reportOn);
+}
+
 ElementRef AtspiElementSource::application(int32_t pid) {
   if (!isLive()) {
     if (ElementRef known = store_.applicationOf(pid)) {

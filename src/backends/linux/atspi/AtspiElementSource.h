@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "backends/linux/atspi/ElementFacts.h"
 #include "backends/linux/atspi/FactsReader.h"
 #include "backends/linux/atspi/SnapshotReader.h"
+#include "backends/linux/atspi/SnapshotReport.h"
 #include "backends/linux/atspi/SnapshotStore.h"
 
 namespace jumplark::atspi {
@@ -35,6 +37,8 @@ class AtspiElementSource final : public ElementSource {
   FactsPointer snapshotFacts(const ElementRef& element) override;
   AccessibilityResult<std::vector<ElementRef>> childrenInRange(const ElementRef& element, int64_t index,
                                                                int64_t count) override;
+  /// How the snapshot that is kept of an application was read; none without one.
+  std::optional<SnapshotReport> report(const ElementRef& application);
   ElementRef application(int32_t pid) override;
   AccessibilityResult<int32_t> processIdentifier(const ElementRef& element) override;
   ElementRef focusedWindow(const ElementRef& application) override;

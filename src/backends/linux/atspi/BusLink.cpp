@@ -16,6 +16,22 @@ namespace {
 
 constexpr int kMessagesAtOnce = 64;
 
+/// (aiia{ss}iaiiasib): states, attributes, roles and interfaces, each with how they must fit, and whether to invert.
+int appendRule(sd_bus_message* message, const MatchRule& rule) {
+  constexpr auto kAll = static_cast<int32_t>(MatchRule::Match::all);
+  std::array<uint32_t, 4> roles{};
+  for (const uint32_t role : rule.roles) {
+    if (role / 32 < roles.size()) {
+      roles[role / 32] |= 1U << (role % 32);
+    }
+  }
+  const auto any = static_cast<int32_t>(rule.roles.empty() ? MatchRule::Match::all : MatchRule::Match::any);
+  return sd_bus_message_append(message, "(aiia{ss}iaiiasib)", 2, static_cast<int32_t>(rule.states & UINT32_MAX),
+                               static_cast<int32_t>(rule.states >> 32U), static_cast<int32_t>(rule.matchStates), 0,
+                               kAll, 4, static_cast<int32_t>(roles[0]), static_cast<int32_t>(roles[1]),
+                               static_cast<int32_t>(roles[2]), static_cast<int32_t>(roles[3]), any, 0, kAll, 0);
+}
+
 int appendArgument(sd_bus_message* message, const Argument& argument) {
   if (const auto* number = std::get_if<int32_t>(&argument)) {
     return sd_bus_message_append_basic(message, SD_BUS_TYPE_INT32, number);
@@ -25,6 +41,13 @@ int appendArgument(sd_bus_message* message, const Argument& argument) {
   }
   if (const auto* text = std::get_if<std::string>(&argument)) {
     return sd_bus_message_append_basic(message, SD_BUS_TYPE_STRING, text->c_str());
+  }
+  if (const auto* truth = std::get_if<bool>(&argument)) {
+    const int value = *truth ? 1 : 0;
+    return sd_bus_message_append_basic(message, SD_BUS_TYPE_BOOLEAN, &value);
+  }
+  if (const auto* rule = std::get_if<MatchRule>(&argument)) {
+    return appendRule(message, *rule);
   }
   int r = sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "s");
   for (const std::string& text : std::get<std::vector<std::string>>(argument)) {
@@ -64,7 +87,7 @@ Reply decodeReply(const MethodCall& call, sd_bus_message* message) {
 }
 
 struct Pending final : PendingAnswer {
-  MethodCall call;
+  const MethodCall* call = nullptr;
   std::function<void(Reply)> onReply;
   SlotPointer slot;
 };
@@ -74,7 +97,7 @@ int onAnswer(sd_bus_message* message, void* data, sd_bus_error*) {
   try {
     // The receiver may destroy `pending`, and with it the function that is running.
     const auto receiver = std::move(pending->onReply);
-    receiver(decodeReply(pending->call, message));
+    receiver(decodeReply(*pending->call, message));
   } catch (const std::exception& e) {
     spdlog::error("Handling a reply failed: {}", e.what());
   }
@@ -120,7 +143,7 @@ std::unique_ptr<PendingAnswer> BusLink::send(const MethodCall& call, std::functi
     return nullptr;
   }
   auto pending = std::make_unique<Pending>();
-  pending->call = call;
+  pending->call = &call;
   pending->onReply = std::move(onReply);
   sd_bus_slot* slot = nullptr;
   // Time-outs are judged by application, not by message.
@@ -198,10 +221,11 @@ AccessibilityError BusLink::setBooleanAndWait(const char* busName, const char* p
   if (sd_bus_message_append(raw, "ssv", interface, property, "b", static_cast<int>(value)) < 0) {
     return AccessibilityError::failure;
   }
+  const MethodCall call{busName, path, interface, "Set", {}, nullptr};
   Pending pending;
   Reply reply;
   bool answered = false;
-  pending.call = {busName, path, interface, "Set", {}, nullptr};
+  pending.call = &call;
   pending.onReply = [&](Reply r) {
     reply = std::move(r);
     answered = true;

@@ -28,7 +28,7 @@ class BusLink {
   ~BusLink();
 
   /// Calls back from process() with the decoded reply; never after the returned object is gone. Null when the message
-  /// cannot be made or sent.
+  /// cannot be made or sent. The call outlives the returned object.
   std::unique_ptr<PendingAnswer> send(const MethodCall& call, std::function<void(Reply)> onReply);
 
   /// Handles what has arrived, at most some messages at once; true when more may be waiting.

@@ -78,6 +78,7 @@ void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
   if (auto first = claim(start, parent)) {
     start_ = first;
     level.push_back(std::move(first));
+    showing_ = ShowingElements::read(runner_, start, plan_.deadline);
   }
   while (!level.empty() && !stopped()) {
     readIdentities(level);
@@ -113,10 +114,18 @@ void ChromiumWalk::readIdentities(Level& level) {
   Level faces;
   for (const auto& element : level) {
     ElementFacts& e = *element;
-    batch.add<uint32_t>(
-        calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; }, noting());
+    const auto known = showing_ ? showing_->roleOf(e.ref) : std::nullopt;
+    if (known) {
+      e.role = *known;
+    } else {
+      batch.add<uint32_t>(
+          calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; }, noting());
+    }
     if (isFaceOfItsParent(e)) {
       faces.push_back(element);
+    } else if (known && isLeaf(*known)) {
+      e.states = kStatesOfFace;
+      e.known |= facts::identity;
     } else {
       askStates(batch, e);
     }
@@ -157,7 +166,9 @@ void ChromiumWalk::readDetails(const Level& level) {
       continue;
     }
     askTexts(batch, e);
-    if (!isNamedByItsFace(e.role)) {
+    if (const auto known = knownChildren(e)) {
+      e.childCount = static_cast<int64_t>(known->size());
+    } else if (!isNamedByItsFace(e.role)) {
       askChildCount(batch, e);
     }
     if (hasFurtherInterfaces(e.role)) {
@@ -186,6 +197,10 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
       large.push_back(&e);
       continue;
     }
+    if (auto known = knownChildren(e)) {
+      found.emplace_back(&e, std::move(*known));
+      continue;
+    }
     batch.add<std::vector<ElementRef>>(
         calls::children(*handleOf(e.ref)),
         [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
@@ -197,7 +212,7 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
     if (!children.empty() && container->name.empty() && container->role != role::label) {
       container->interfaces &= ~interface_bit::text;
     }
-    adopt(*container, children, next);
+    adoptShowing(*container, children, next);
   }
   for (ElementFacts* container : large) {
     container->childrenAreVisibleOnly = true;
@@ -208,6 +223,32 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
     }
   }
   return next;
+}
+
+std::optional<std::vector<ElementRef>> ChromiumWalk::knownChildren(const ElementFacts& element) const {
+  const auto below = showing_ ? showing_->below(element.ref) : std::nullopt;
+  // Pages and lists of choices are asked themselves: what they hold matters though it does not show.
+  if (!below || below->size() > 1 || element.role == role::documentWeb || element.role == role::comboBox) {
+    return std::nullopt;
+  }
+  std::vector<ElementRef> children;
+  if (below->size() == 1) {
+    children.push_back(showing_->at(below->begin));
+  }
+  return children;
+}
+
+void ChromiumWalk::adoptShowing(ElementFacts& parent, const std::vector<ElementRef>& children, Level& next) {
+  if (!showing_ || !showing_->below(parent.ref) || parent.role == role::comboBox) {
+    adopt(parent, children, next);
+    return;
+  }
+  showing_->noteChildren(parent.ref, children);
+  std::vector<ElementRef> shown;
+  std::copy_if(children.begin(), children.end(), std::back_inserter(shown),
+               [this](const ElementRef& child) { return showing_->holds(child); });
+  parent.childrenAreVisibleOnly = shown.size() < children.size();
+  adopt(parent, shown, next);
 }
 
 bool ChromiumWalk::isNoise(const ElementFacts& element) const {

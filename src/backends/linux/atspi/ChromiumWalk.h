@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "backends/linux/atspi/ShowingElements.h"
 #include "backends/linux/atspi/WalkSteps.h"
 
 namespace jumplark::atspi {
@@ -29,6 +30,9 @@ class ChromiumWalk : private WalkSteps {
 
  private:
   bool isFaceOfItsParent(const ElementFacts& element) const;
+  /// Children that need not be asked for, since the list of what shows tells them; none where it does not.
+  std::optional<std::vector<ElementRef>> knownChildren(const ElementFacts& element) const;
+  void adoptShowing(ElementFacts& parent, const std::vector<ElementRef>& children, Level& next);
   void readIdentities(Level& level);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
@@ -37,6 +41,7 @@ class ChromiumWalk : private WalkSteps {
 
   std::shared_ptr<ElementFacts> start_;
   Level documents_;
+  std::optional<ShowingElements> showing_;
 };
 
 }  // namespace jumplark::atspi

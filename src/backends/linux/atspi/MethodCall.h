@@ -42,7 +42,15 @@ using ReplyValue =
     std::variant<std::monostate, bool, int32_t, uint32_t, uint64_t, double, std::string, ElementRef, Rect,
                  std::vector<ElementRef>, std::vector<std::string>, AttributeMap, RelationSet, std::vector<CacheItem>>;
 
-using Argument = std::variant<int32_t, uint32_t, std::string, std::vector<std::string>>;
+/// Which elements a collection is asked for: those with all of the states, or none of them, and one of the roles.
+struct MatchRule {
+  enum class Match : int32_t { all = 1, any = 2, none = 3 };
+  uint64_t states = 0;
+  Match matchStates = Match::all;
+  std::vector<uint32_t> roles;  ///< empty: any
+};
+
+using Argument = std::variant<int32_t, uint32_t, bool, std::string, std::vector<std::string>, MatchRule>;
 
 /// Reads a whole reply before anything acts on it; negative when the reply has another shape. `busName` is who
 /// answered.

@@ -6,7 +6,6 @@
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
-#include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/FactsReader.h"
 #include "backends/linux/atspi/OpenPopups.h"
 #include "backends/linux/atspi/TypedBatch.h"
@@ -85,7 +84,8 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   if (!handle) {
     return snapshot;
   }
-  const TimePoint deadline = Clock::now() + kLimit;
+  const TimePoint started = Clock::now();
+  const TimePoint deadline = started + kLimit;
   bus_.forgive(handle->busName());
   snapshot->pid = registry_.processOf(handle->busName()).value;
   snapshot->toolkit = registry_.toolkitOf(application);
@@ -108,8 +108,10 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
     }
   }
   addOtherFrames(*snapshot, others, deadline);
-  snapshot->complete = true;
-  const auto cache = snapshot->toolkit.keepsCache() ? readCache(handle->busName(), deadline) : nullptr;
+  // Windows that no frame is told of: the application is silent.
+  snapshot->complete = !frames.empty() || windows.empty();
+  const auto cache = cache_.read(snapshot->toolkit, handle->busName(), roots, deadline);
+  snapshot->fromCache = cache != nullptr;
   for (const ElementRef& root : roots) {
     readRoot(*snapshot, root, {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache});
   }
@@ -122,6 +124,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   }
   hangPopupsOn(snapshot->focusedWindow, openPopups, snapshot->elements);
   findLandmarks(*snapshot);
+  snapshot->took = Clock::now() - started;
   return snapshot;
 }
 
@@ -158,11 +161,6 @@ void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<Elemen
   }
 }
 
-std::shared_ptr<const CachedTree> SnapshotReader::readCache(const std::string& busName, TimePoint deadline) {
-  auto items = callOnce(bus_, calls::cacheItems(busName), deadline);
-  return items.ok() ? std::make_shared<const CachedTree>(std::move(items.value)) : nullptr;
-}
-
 void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan) {
   const size_t before = snapshot.elements.size();
   const auto started = Clock::now();
@@ -178,10 +176,25 @@ void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, const
 }
 
 void SnapshotReader::wake(const ElementRef& application) {
+  const AtspiHandle* handle = handleOf(application);
+  if (!handle) {
+    return;
+  }
   const Toolkit toolkit = registry_.toolkitOf(application);
+  {
+    const std::lock_guard lock(mutex_);
+    const bool isNew = woken_.insert(handle->busName()).second;
+    if (!isNew && toolkit.family != ToolkitFamily::chromium) {
+      return;
+    }
+  }
   if (toolkit.family == ToolkitFamily::chromium) {
     const TimePoint deadline = Clock::now() + bus_.messagingTimeout();
     wakeFrames(registry_.framesOf(application, deadline), deadline);
+  } else if (toolkit.family == ToolkitFamily::gtk4) {
+    read(application, true, {});
+  } else {
+    cache_.tryOut(toolkit, handle->busName());
   }
 }
 

@@ -3,8 +3,12 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_set>
 
 #include "backends/linux/atspi/ApplicationRegistry.h"
+#include "backends/linux/atspi/CacheReader.h"
 #include "backends/linux/atspi/ChromiumReader.h"
 #include "backends/linux/atspi/SnapshotStore.h"
 
@@ -19,26 +23,31 @@ class SnapshotReader {
   /// The longest time that reading takes.
   static constexpr auto kLimit = std::chrono::seconds(3);
 
-  SnapshotReader(BusConnection& bus, ApplicationRegistry& registry) : bus_(bus), registry_(registry), chromium_(bus) {}
+  SnapshotReader(BusConnection& bus, ApplicationRegistry& registry)
+      : bus_(bus), registry_(registry), cache_(bus), chromium_(bus) {}
 
   /// At most kLimit; less when the application does not answer or `cancelled` says so. Never null: what could
   /// not be read is missing from it.
   std::unique_ptr<Snapshot> read(const ElementRef& application, bool visibleOnly,
                                  const std::function<bool()>& cancelled);
-  /// Browsers show an empty frame until somebody asks for more than names: asks.
+  /// Gets ready what makes the first snapshot slow: browsers show an empty frame until somebody asks for more than
+  /// names, GTK 4 makes elements when they are first asked for, and nobody knows how long a cache takes to be told.
+  /// Browsers, which open further windows, are asked each time; others once.
   void wake(const ElementRef& application);
 
  private:
   struct Reading;
   void addApplication(Snapshot& snapshot, const std::vector<FrameFacts>& frames, TimePoint deadline);
   void addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline);
-  std::shared_ptr<const CachedTree> readCache(const std::string& busName, TimePoint deadline);
   void readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan);
   void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
 
   BusConnection& bus_;
   ApplicationRegistry& registry_;
+  CacheReader cache_;
   ChromiumReader chromium_;
+  std::mutex mutex_;
+  std::unordered_set<std::string> woken_;  ///< bus names
 };
 
 /// The frame that has, or would get, the keyboard: of the topmost normal window or dialog.

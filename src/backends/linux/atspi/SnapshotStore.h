@@ -27,6 +27,8 @@ struct Snapshot {
   Places places;
   Point offset;  ///< see extentsOffset, of the focused window
   bool complete = false;
+  bool fromCache = false;  ///< what the application's cache told was not asked again
+  Clock::duration took{0};
 
   /// Depth first, children in order.
   std::vector<ElementRef> inDocumentOrder() const;

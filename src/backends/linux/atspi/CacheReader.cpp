@@ -1,0 +1,63 @@
+#include "backends/linux/atspi/CacheReader.h"
+
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+
+#include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/TypedBatch.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// What a walk of a window of ordinary size takes; and short enough that a silent application is found out as such
+/// within the time that one activation may wait for it.
+constexpr auto kPatience = std::chrono::milliseconds(300);
+constexpr auto kTryOutPatience = std::chrono::seconds(2);
+constexpr size_t kMostRemembered = 1000;
+
+}  // namespace
+
+std::shared_ptr<const CachedTree> CacheReader::read(const Toolkit& toolkit, const std::string& busName,
+                                                    const std::vector<ElementRef>& frames, TimePoint deadline) {
+  if (!toolkit.keepsCache() || isSlow(busName)) {
+    return nullptr;
+  }
+  auto items = callOnce(runner_, calls::cacheItems(busName), std::min(deadline, Clock::now() + kPatience));
+  if (!items.ok()) {
+    if (items.error == AccessibilityError::cannotComplete) {
+      noteSlow(busName);
+    }
+    return nullptr;
+  }
+  auto tree = std::make_shared<const CachedTree>(std::move(items.value));
+  const bool holdsAny = std::any_of(frames.begin(), frames.end(), [&](const auto& f) { return tree->find(f); });
+  return holdsAny ? tree : nullptr;
+}
+
+void CacheReader::tryOut(const Toolkit& toolkit, const std::string& busName) {
+  if (!toolkit.keepsCache() || isSlow(busName)) {
+    return;
+  }
+  const TimePoint start = Clock::now();
+  const auto items = callOnce(runner_, calls::cacheItems(busName), start + kTryOutPatience);
+  if (items.error == AccessibilityError::cannotComplete || Clock::now() - start > kPatience) {
+    noteSlow(busName);
+  }
+}
+
+bool CacheReader::isSlow(const std::string& busName) const {
+  const std::lock_guard lock(mutex_);
+  return slow_.contains(busName);
+}
+
+void CacheReader::noteSlow(const std::string& busName) {
+  spdlog::debug("The cache of {} is too slow", busName);
+  const std::lock_guard lock(mutex_);
+  if (slow_.size() >= kMostRemembered) {
+    slow_.clear();
+  }
+  slow_.insert(busName);
+}
+
+}  // namespace jumplark::atspi

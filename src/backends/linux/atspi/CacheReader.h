@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "backends/linux/atspi/CachedTree.h"
+#include "backends/linux/atspi/MethodCall.h"
+#include "backends/linux/atspi/Toolkit.h"
+
+namespace jumplark::atspi {
+
+/// Asks applications for all that their caches hold, where that is quicker than walking. Nobody tells beforehand how
+/// much that is, and the answer is made in one go: an application that needs too long for it is walked instead, from
+/// then on at once. Calls may come from any thread.
+class CacheReader {
+ public:
+  explicit CacheReader(CallRunner& runner) : runner_(runner) {}
+
+  /// Null when the toolkit keeps no cache, when it is too slow, or when it holds none of the frames.
+  std::shared_ptr<const CachedTree> read(const Toolkit& toolkit, const std::string& busName,
+                                         const std::vector<ElementRef>& frames, TimePoint deadline);
+  /// Finds out, with more patience, whether the cache is quick enough.
+  void tryOut(const Toolkit& toolkit, const std::string& busName);
+
+ private:
+  bool isSlow(const std::string& busName) const;
+  void noteSlow(const std::string& busName);
+
+  CallRunner& runner_;
+  mutable std::mutex mutex_;
+  std::unordered_set<std::string> slow_;
+};
+
+}  // namespace jumplark::atspi
