@@ -5,21 +5,23 @@
 #include <optional>
 #include <string>
 
+#include "app/JLAppDelegate.h"
 #include "app/JLPreferencesController.h"
+#include "app/JLStatusItemController.h"
 #include "backends/linux/LinuxProgram.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/system/InstanceChannel.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "backends/linux/system/TerminationSignals.h"
 #include "cli/Commands.h"
-#include "platform/Accessibility.h"
+#include "metrics/JLMetrics.h"
 #include "platform/GlobalShortcuts.h"
+#include "platform/Platform.h"
+#include "platform/Views.h"
 #include "query/engine/JLQueryEngine.h"
 
 namespace jumplark::cli {
 namespace {
-
-constexpr double kMessagingTimeout = 0.5;  // seconds
 
 ExitStatus answerOf(const InstanceChannel::Reply& reply) {
   switch (reply.state) {
@@ -39,46 +41,68 @@ ExitStatus send(const InstanceCommand& command) {
 
 /// A second start shows how to reach the first.
 ExitStatus tellRunningInstance(const InstanceChannel& channel) {
-  const auto reply = channel.send({InstanceCommand::Kind::preferences, {}});
+  const auto reply = channel.send({InstanceCommand::Kind::reopen, {}});
   fmt::print("Jumplark is already running!{}\n",
              reply.state == InstanceChannel::SendState::done ? " Its preferences are open now." : "");
   return ExitStatus::done;
 }
 
+void tellThatItRuns(const JLAppDelegate& delegate) {
+  const std::optional<Shortcut> shortcut = delegate.preferencesController()->registeredShortcut();
+  fmt::print("Jumplark is running. {}\n",
+             shortcut
+                 ? fmt::format("Press {} over any application.", Platform::current().shortcuts->describe(*shortcut))
+                 : "Its shortcut cannot be used now; 'jumplark activate' does the same.");
+  std::fflush(stdout);
+}
+
 /// The program in the background, on the main thread.
 class Background {
  public:
-  explicit Background(LinuxProgram& program) : program_(program), installed_(Platform::install(program.platform())) {
-    AccessibilityPlatform& accessibility = *program_.platform().accessibility;
-    accessibility.setMessagingTimeout(accessibility.systemWideElement(), kMessagingTimeout);
-    engine_ = std::make_unique<JLQueryEngine>();
-    preferences_ = std::make_unique<JLPreferencesController>([this] { return engine_->hotkeyPressed(); });
-    preferences_->setupPreferences();
-  }
+  explicit Background(LinuxProgram& program)
+      : program_(program),
+        installed_(Platform::install(program.platform())),
+        delegate_(ProductAddresses::builtIn(), builtInCollectorAddress(), collaborators()) {}
 
   std::string perform(const InstanceCommand& command) {
-    if (command.kind == InstanceCommand::Kind::activate) {
-      engine_->hotkeyPressed();
-      return {};
+    if (delegate_.preferencesController() == nullptr || delegate_.statusItemController() == nullptr) {
+      Platform::current().views->activateIgnoringOtherApps();
+      return "it is only just starting; answer its message first.";
     }
-    return "there is no preferences window yet";
+    switch (command.kind) {
+      case InstanceCommand::Kind::activate:
+        delegate_.engine()->hotkeyPressed();
+        break;
+      case InstanceCommand::Kind::preferences:
+        delegate_.engine()->deactivateWithoutSwitchingApplication();
+        delegate_.preferencesController()->showPreferencesPaneWithTitle(command.pane);
+        break;
+      case InstanceCommand::Kind::reopen:
+        delegate_.applicationShouldHandleReopenHasVisibleWindows(false);
+        break;
+    }
+    return {};
   }
 
   int run() {
-    const std::optional<Shortcut> shortcut = preferences_->registeredShortcut();
-    fmt::print("Jumplark is running. {}\n",
-               shortcut
-                   ? fmt::format("Press {} over any application.", Platform::current().shortcuts->describe(*shortcut))
-                   : "Its shortcut cannot be used now; 'jumplark activate' does the same.");
-    std::fflush(stdout);
-    return program_.loop().run();
+    delegate_.applicationWillFinishLaunching();
+    delegate_.applicationDidFinishLaunching();
+    const int status = program_.loop().run();
+    delegate_.applicationWillTerminate();
+    return status;
   }
 
  private:
+  JLAppDelegate::Collaborators collaborators() {
+    JLAppDelegate::Collaborators all;
+    all.terminate = [this] { program_.loop().quit(); };
+    all.didStart = [this] { tellThatItRuns(delegate_); };
+    return all;
+  }
+
   LinuxProgram& program_;
   Token installed_;
-  std::unique_ptr<JLQueryEngine> engine_;
-  std::unique_ptr<JLPreferencesController> preferences_;
+  JLAppDelegate delegate_;
 };
 
 }  // namespace
@@ -115,7 +139,11 @@ ExitStatus runInBackground() {
   signals.start([&loop](int) { loop.quit(); });
   Background running(*opened.program);
   background = &running;
-  return running.run() == 0 ? ExitStatus::done : ExitStatus::outOfReach;
+  if (!opened.error.empty()) {
+    fmt::print(stderr, "jumplark: {}\n", opened.error);
+  }
+  const bool ended = running.run() == 0;
+  return ended && opened.error.empty() ? ExitStatus::done : ExitStatus::outOfReach;
 }
 
 }  // namespace jumplark::cli

@@ -1,35 +1,81 @@
 #include "backends/linux/LinuxProgram.h"
 
+#include <cstdlib>
 #include <utility>
+#include <vector>
 
+#include "backends/linux/DesktopCheck.h"
 #include "backends/linux/LinuxPlatform.h"
+#include "backends/linux/atspi/AtspiChecks.h"
+#include "backends/linux/qt/QtAppViews.h"
+#include "backends/linux/qt/QtDesktopServices.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/QtViews.h"
+#include "backends/linux/system/AutostartFile.h"
+#include "backends/linux/system/CurlHttp.h"
 #include "backends/linux/system/DefaultsFile.h"
+#include "backends/linux/system/LinuxFacts.h"
+#include "backends/linux/system/PrivateFiles.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "backends/linux/x11/DesktopWatcher.h"
+#include "backends/linux/x11/X11Checks.h"
 #include "backends/linux/x11/X11Connection.h"
 #include "backends/linux/x11/X11Input.h"
 #include "backends/linux/x11/X11InputSources.h"
+#include "backends/linux/x11/X11Screens.h"
 #include "backends/linux/x11/X11Shortcuts.h"
 #include "backends/linux/x11/X11WindowSystem.h"
 
 namespace jumplark {
+namespace {
+
+std::vector<DesktopServices::HealthFinding> checkHealth() {
+  std::vector<DesktopCheck> checks = x11Checks();
+  const std::vector<DesktopCheck> buses = atspi::atspiChecks();
+  checks.insert(checks.end(), buses.begin(), buses.end());
+  std::vector<DesktopServices::HealthFinding> findings;
+  for (const DesktopCheck& check : checks) {
+    using Level = DesktopServices::HealthFinding::Level;
+    const Level level = check.level == DesktopCheck::ok        ? Level::ok
+                        : check.level == DesktopCheck::warning ? Level::warning
+                                                               : Level::failure;
+    findings.push_back({level, check.name, check.finding, check.remedy});
+  }
+  return findings;
+}
+
+std::string searchPath() {
+  const char* const path = std::getenv("PATH");
+  return path != nullptr ? path : "";
+}
+
+}  // namespace
 
 // In the order in which each needs those before it.
 struct LinuxProgram::Parts {
-  Parts(std::unique_ptr<LinuxPlatform> reached, SystemQueues& queueSet)
+  /// `reached` is null where only messages can be shown.
+  Parts(std::unique_ptr<LinuxPlatform> reached, std::shared_ptr<X11Connection> x, SystemQueues& queueSet)
       : desktop(std::move(reached)),
+        connection(std::move(x)),
         queues(queueSet),
+        ownScreens(desktop ? nullptr : std::make_unique<X11Screens>(connection, queues.mainQueue())),
         loop(queues),
         defaults(queues, DefaultsFile::pathFromEnvironment()),
-        inputSources(desktop->connection()),
-        shortcuts(desktop->connection()->displayName(), queues.mainQueue(), shortcutHooks()),
-        views({desktop->connection(), *desktop->platform().screens, queues.mainQueue(), windowCallbacks()}),
-        watcher(DesktopWatcher::create(desktop->connection()->displayName(), queues.mainQueue())),
-        worker(queues.makeSerialQueue("com.brindlefox.jumplark.active-application")) {
-    watchDesktop();
+        files(PrivateFiles::folderFromEnvironment()),
+        services(desktop != nullptr, checkHealth),
+        loginItem(queues, AutostartFile::folderFromEnvironment(), AutostartFile::programFromSystem(), searchPath()),
+        inputSources(connection),
+        shortcuts(connection->displayName(), queues.mainQueue(), shortcutHooks()),
+        views({connection, screens(), queues.mainQueue(), windowCallbacks()}),
+        appViews(views, queues.mainQueue()) {
+    if (desktop) {
+      watcher = DesktopWatcher::create(connection->displayName(), queues.mainQueue());
+      worker = queues.makeSerialQueue("com.brindlefox.jumplark.active-application");
+      watchDesktop();
+    }
   }
+
+  Screens& screens() { return ownScreens ? *ownScreens : *desktop->platform().screens; }
 
   X11Shortcuts::Hooks shortcutHooks() {
     return {[this](uint32_t xTime) { desktop->windows().noteUserTime(xTime); },
@@ -37,7 +83,11 @@ struct LinuxProgram::Parts {
   }
 
   WindowCallbacks windowCallbacks() {
-    return {[this](uint32_t window) { desktop->windows().requestActive(window, true); },
+    return {[this](uint32_t window) {
+              if (desktop) {
+                desktop->windows().requestActive(window, true);
+              }
+            },
             [this] { shortcuts.keyboardArrived(); }};
   }
 
@@ -52,12 +102,20 @@ struct LinuxProgram::Parts {
   }
 
   std::unique_ptr<LinuxPlatform> desktop;
+  std::shared_ptr<X11Connection> connection;
   SystemQueues& queues;
+  std::unique_ptr<X11Screens> ownScreens;
   QtMainLoop loop;
   DefaultsFile defaults;
+  CurlHttp http;
+  PrivateFiles files;
+  LinuxFacts facts;
+  QtDesktopServices services;
+  AutostartFile loginItem;
   X11InputSources inputSources;
   X11Shortcuts shortcuts;
   QtViews views;
+  QtAppViews appViews;
   std::unique_ptr<DesktopWatcher> watcher;
   std::shared_ptr<TaskQueue> worker;
   Token activeApplication;
@@ -66,19 +124,29 @@ struct LinuxProgram::Parts {
 
 LinuxProgram::Opened LinuxProgram::open(SystemQueues& queues) {
   auto opened = LinuxPlatform::open(queues);
-  if (!opened.platform) {
+  std::shared_ptr<X11Connection> x = opened.platform ? opened.platform->connection() : X11Connection::open().connection;
+  if (!x) {
     return {nullptr, opened.error};
   }
-  auto parts = std::make_unique<Parts>(std::move(opened.platform), queues);
-  return {std::unique_ptr<LinuxProgram>(new LinuxProgram(std::move(parts))), {}};
+  auto parts = std::make_unique<Parts>(std::move(opened.platform), std::move(x), queues);
+  return {std::unique_ptr<LinuxProgram>(new LinuxProgram(std::move(parts))), opened.error};
 }
 
-LinuxProgram::LinuxProgram(std::unique_ptr<Parts> parts)
-    : parts_(std::move(parts)), platform_(parts_->desktop->platform()) {
+LinuxProgram::LinuxProgram(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {
+  if (parts_->desktop) {
+    platform_ = parts_->desktop->platform();
+  }
+  platform_.queues = &parts_->queues;
   platform_.defaults = &parts_->defaults;
   platform_.inputSources = &parts_->inputSources;
   platform_.shortcuts = &parts_->shortcuts;
   platform_.views = &parts_->views;
+  platform_.http = &parts_->http;
+  platform_.files = &parts_->files;
+  platform_.facts = &parts_->facts;
+  platform_.appViews = &parts_->appViews;
+  platform_.desktop = &parts_->services;
+  platform_.loginItem = &parts_->loginItem;
 }
 
 LinuxProgram::~LinuxProgram() = default;

@@ -15,8 +15,11 @@ class SystemQueues;
 class LinuxProgram {
  public:
   struct Opened {
-    std::unique_ptr<LinuxProgram> program;  ///< null when the desktop is out of reach
-    std::string error;                      ///< one sentence: what is missing and what to do about it
+    /// Null when there is no display. When only the accessibility of other programs is out of reach, a program that
+    /// can show messages: DesktopServices says that access is not granted, and accessibility, workspace and input are
+    /// null.
+    std::unique_ptr<LinuxProgram> program;
+    std::string error;  ///< one sentence: what is missing and what to do about it; empty when nothing is
   };
   /// Reaches the desktop that the environment names and makes the QApplication, so once a process. The queues outlive
   /// it.

@@ -89,11 +89,29 @@ void QtViews::showAlert(const Alert& alert, std::function<void(int button)> chos
 }
 
 void QtViews::activateIgnoringOtherApps() {
+  const bool queried = std::ranges::any_of(parts_->queryWindows,
+                                           [](const auto& window) { return !window.isNull() && window->isVisible(); });
+  if (queried) {
+    return;  // it came to the front as it was shown, and another window would take its keyboard
+  }
   for (QWidget* window : QApplication::topLevelWidgets()) {
-    if (window->isVisible() && !window->windowFlags().testFlag(Qt::BypassWindowManagerHint)) {
+    const bool isPopup = window->windowType() == Qt::Popup || window->windowType() == Qt::ToolTip;
+    if (window->isVisible() && !isPopup && !window->windowFlags().testFlag(Qt::BypassWindowManagerHint)) {
       parts_->bringToFront(*window);
     }
   }
+}
+
+NativeDisplay& QtViews::display() {
+  return parts_->display;
+}
+
+KeyTranslator& QtViews::keys() {
+  return parts_->keys;
+}
+
+void QtViews::bringToFront(QWidget& window) {
+  parts_->bringToFront(window);
 }
 
 void QtViews::synchronize() const {

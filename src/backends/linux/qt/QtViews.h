@@ -6,8 +6,11 @@
 #include "backends/linux/qt/QtQueryWindow.h"
 #include "platform/Views.h"
 
+class QWidget;
+
 namespace jumplark {
 
+class KeyTranslator;
 class NativeDisplay;
 class Screens;
 class TaskQueue;
@@ -36,6 +39,12 @@ class QtViews final : public Views {
   /// (clicks on panels take no focus from the query window, so that it would not learn of them). Pixels of the root
   /// with a top-left origin.
   void pointerPressedOutside(Point topLeft);
+
+  // For the other windows of this program.
+  NativeDisplay& display();
+  KeyTranslator& keys();
+  /// Shows a window in front of the others and gives it the keyboard.
+  void bringToFront(QWidget& window);
   /// Returns when the X server has carried out everything asked of it so far: what was drawn shows, as far as it is the
   /// server's to show it.
   void synchronize() const;

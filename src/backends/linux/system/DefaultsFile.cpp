@@ -1,5 +1,6 @@
 #include "backends/linux/system/DefaultsFile.h"
 
+#include <fmt/format.h>
 #include <spdlog/spdlog.h>
 
 #include <cerrno>
@@ -21,6 +22,9 @@ std::filesystem::path behindLinks(const std::filesystem::path& path) {
   }
   return path;
 }
+
+/// Under which problems are announced. Keys of settings are never empty.
+constexpr const char* kProblems = "";
 
 DefaultsValue member(const nlohmann::json& object, const std::string& key) {
   const auto found = object.find(key);
@@ -100,6 +104,26 @@ Token DefaultsFile::observe(const std::string& key, Observer observer) {
   return observers_.observe(key, std::move(observer));
 }
 
+Token DefaultsFile::observeProblems(std::function<void(const std::string& problem)> told) {
+  Token token = observers_.observe(
+      kProblems, [told = std::move(told)](const DefaultsValue& problem) { told(problem.get<std::string>()); });
+  const std::scoped_lock lock(mutex_);
+  isTold_ = true;
+  for (const std::string& problem : std::exchange(untold_, {})) {
+    observers_.announce(kProblems, problem);
+  }
+  return token;
+}
+
+void DefaultsFile::tell(const std::string& problem) {
+  const std::scoped_lock lock(mutex_);
+  if (isTold_) {
+    observers_.announce(kProblems, problem);
+  } else {
+    untold_.push_back(problem);
+  }
+}
+
 bool DefaultsFile::synchronize() {
   return exchange();
 }
@@ -146,9 +170,11 @@ bool DefaultsFile::mendFile(const JsonFile::Contents& contents) {
   if (!aside) {
     return fail(contents.problem);
   }
-  spdlog::error("The settings in {} cannot be read: {}. The file is now {}; {}", file_.path().string(),
-                contents.problem, aside->string(),
-                wasRead_ ? "the settings that held are written anew" : "every setting has its default");
+  const std::string problem = fmt::format(
+      "The settings in {} cannot be read: {}. The file is now {}; {}", file_.path().string(), contents.problem,
+      aside->string(), wasRead_ ? "the settings that held are written anew" : "every setting has its default");
+  spdlog::error("{}", problem);
+  tell(problem);
   nlohmann::json held = nlohmann::json::object();
   if (std::exchange(wasRead_, true)) {
     const std::scoped_lock lock(mutex_);
@@ -205,7 +231,10 @@ void DefaultsFile::adopt(nlohmann::json contents, const Changes& written) {
 
 bool DefaultsFile::fail(const std::string& problem) {
   if (!std::exchange(failureLogged_, true)) {
-    spdlog::warn("The settings in {} cannot be exchanged: {}. They are kept in memory", file_.path().string(), problem);
+    const std::string told = fmt::format("The settings in {} cannot be exchanged: {}. They are kept in memory",
+                                         file_.path().string(), problem);
+    spdlog::warn("{}", told);
+    tell(told);
   }
   return false;
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "backends/linux/system/JsonFile.h"
 #include "backends/threads/DefaultsObservers.h"
@@ -43,6 +44,7 @@ class DefaultsFile : public Defaults {
   void registerDefaults(const std::map<std::string, DefaultsValue>& values) override;
   bool synchronize() override;
   Token observe(const std::string& key, Observer observer) override;
+  Token observeProblems(std::function<void(const std::string& problem)> told) override;
 
  private:
   /// A change that is not in the file yet; a null value removes the key.
@@ -58,6 +60,7 @@ class DefaultsFile : public Defaults {
   bool store(const nlohmann::json& base, const Changes& changes, bool always);
   void adopt(nlohmann::json contents, const Changes& written);
   bool fail(const std::string& problem);
+  void tell(const std::string& problem);
   Changes pendingChanges() const;
 
   DefaultsObservers observers_;
@@ -72,6 +75,8 @@ class DefaultsFile : public Defaults {
   Changes pending_;
   std::map<std::string, DefaultsValue> registered_;
   uint64_t lastNumber_ = 0;
+  std::vector<std::string> untold_;  ///< problems that nobody observed yet
+  bool isTold_ = false;              ///< somebody observes problems
 
   std::unique_ptr<FolderWatch> watch_;
 };

@@ -89,6 +89,9 @@ std::string lineOf(const InstanceCommand& command) {
   if (command.kind == InstanceCommand::Kind::activate) {
     return "activate\n";
   }
+  if (command.kind == InstanceCommand::Kind::reopen) {
+    return "reopen\n";
+  }
   return command.pane.empty() ? "preferences\n" : "preferences " + command.pane + "\n";
 }
 

@@ -14,15 +14,15 @@ class Queues;
 
 /// What a second start asks of the running instance.
 struct InstanceCommand {
-  enum class Kind { activate, preferences };
+  enum class Kind { activate, preferences, reopen };
   Kind kind = Kind::activate;
   std::string pane;  ///< of the preferences; empty: the one that is shown, or the first
   bool operator==(const InstanceCommand&) const = default;
 };
 
 /// The way by which a second start reaches the running instance of the same user on the same display: a Unix socket,
-/// one line of text each way. `activate` and `preferences [PANE]` are the commands, `ok` and `error REASON` the
-/// answers. The other side's user is checked at both ends.
+/// one line of text each way. `activate`, `preferences [PANE]` and `reopen` (the program was started again) are the
+/// commands, `ok` and `error REASON` the answers. The other side's user is checked at both ends.
 class InstanceChannel {
  public:
   /// Called on the main queue; answers why it could not be done, or an empty text.

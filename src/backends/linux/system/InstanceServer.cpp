@@ -42,6 +42,9 @@ std::optional<InstanceCommand> parse(std::string_view line) {
   if (line == "activate") {
     return InstanceCommand{InstanceCommand::Kind::activate, {}};
   }
+  if (line == "reopen") {
+    return InstanceCommand{InstanceCommand::Kind::reopen, {}};
+  }
   const std::string_view name = line.substr(0, line.find(' '));
   if (name != kPreferences) {
     return std::nullopt;

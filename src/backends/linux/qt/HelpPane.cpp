@@ -1,0 +1,126 @@
+#include <QFrame>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QStyle>
+#include <QVBoxLayout>
+#include <array>
+
+#include "backends/linux/qt/PreferencePanes.h"
+
+namespace jumplark {
+namespace {
+
+constexpr int kPadding = 24;
+constexpr int kSpacing = 8;
+
+QIcon iconOf(const QStyle& style, HelpPaneModel::Finding::Level level) {
+  using Level = HelpPaneModel::Finding::Level;
+  constexpr std::array kIcons = {QStyle::SP_DialogApplyButton, QStyle::SP_MessageBoxWarning,
+                                 QStyle::SP_MessageBoxCritical};
+  return style.standardIcon(kIcons.at(level == Level::ok ? 0 : level == Level::warning ? 1 : 2));
+}
+
+QString wordOf(HelpPaneModel::Finding::Level level) {
+  using Level = HelpPaneModel::Finding::Level;
+  return level == Level::ok        ? QStringLiteral("in order")
+         : level == Level::warning ? QStringLiteral("warning")
+                                   : QStringLiteral("failed");
+}
+
+QLabel* makeText(const QString& text, QWidget* parent) {
+  auto* label = new QLabel(text, parent);
+  label->setTextFormat(Qt::PlainText);
+  label->setWordWrap(true);
+  label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  return label;
+}
+
+}  // namespace
+
+HelpPane::HelpPane(const PaneDelegate& delegate) : delegate_(delegate) {
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+  layout->setSpacing(kSpacing);
+  buttonColumn_ = new QVBoxLayout;
+  layout->addLayout(buttonColumn_);
+  auto* heading = new QHBoxLayout;
+  auto* title = new QLabel(QStringLiteral("This desktop"), this);
+  QFont bold = title->font();
+  bold.setBold(true);
+  title->setFont(bold);
+  check_ = new QPushButton(QStringLiteral("Check again"), this);
+  connect(check_, &QPushButton::clicked, this, [this] { delegate_([](auto& to) { to.healthRequested(); }); });
+  heading->addWidget(title);
+  heading->addStretch();
+  heading->addWidget(check_);
+  layout->addSpacing(kSpacing);
+  layout->addLayout(heading);
+  auto* scroll = new QScrollArea(this);
+  scroll->setWidgetResizable(true);
+  scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  health_ = new QWidget(scroll);
+  health_->setLayout(new QGridLayout);
+  scroll->setWidget(health_);
+  layout->addWidget(scroll, 1);
+}
+
+void HelpPane::setModel(const HelpPaneModel& model) {
+  showButtons(model);
+  check_->setEnabled(!model.isChecking);
+  check_->setText(model.isChecking ? QStringLiteral("Checking…") : QStringLiteral("Check again"));
+  showHealth(model);
+}
+
+void HelpPane::showButtons(const HelpPaneModel& model) {
+  while (buttons_.size() < model.buttons.size()) {
+    const size_t index = buttons_.size();
+    auto* button = new QPushButton(this);
+    connect(button, &QPushButton::clicked, this,
+            [this, index] { delegate_([index](auto& to) { to.helpButtonClicked(index); }); });
+    auto* row = new QHBoxLayout;
+    button->setMinimumWidth(200);
+    row->addWidget(button);
+    auto* note = new QLabel(this);
+    note->setEnabled(false);
+    button->setProperty("note", QVariant::fromValue(static_cast<QObject*>(note)));
+    row->addWidget(note);
+    row->addStretch();
+    buttonColumn_->addLayout(row);
+    buttons_.push_back(button);
+  }
+  for (size_t i = 0; i < model.buttons.size(); ++i) {
+    const HelpPaneModel::Button& button = model.buttons[i];
+    buttons_[i]->setText(QString::fromStdString(button.title));
+    buttons_[i]->setEnabled(button.note.empty());
+    if (auto* note = qobject_cast<QLabel*>(buttons_[i]->property("note").value<QObject*>())) {
+      note->setText(QString::fromStdString(button.note));
+    }
+  }
+}
+
+void HelpPane::showHealth(const HelpPaneModel& model) {
+  auto* grid = static_cast<QGridLayout*>(health_->layout());
+  while (QLayoutItem* item = grid->takeAt(0)) {
+    delete item->widget();
+    delete item;
+  }
+  const int size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+  int row = 0;
+  for (const HelpPaneModel::Finding& finding : model.health) {
+    auto* icon = new QLabel(health_);
+    icon->setPixmap(iconOf(*style(), finding.level).pixmap(size));
+    icon->setAccessibleName(wordOf(finding.level));
+    grid->addWidget(icon, row, 0, Qt::AlignTop);
+    QString text = QString::fromStdString(finding.name + ": " + finding.text);
+    if (!finding.remedy.empty()) {
+      text += QStringLiteral("\n") + QString::fromStdString(finding.remedy);
+    }
+    grid->addWidget(makeText(text, health_), row++, 1);
+  }
+  grid->setColumnStretch(1, 1);
+  grid->setRowStretch(row, 1);
+}
+
+}  // namespace jumplark

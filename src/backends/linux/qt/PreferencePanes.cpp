@@ -1,0 +1,202 @@
+#include "backends/linux/qt/PreferencePanes.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QLabel>
+#include <QSignalBlocker>
+#include <QVBoxLayout>
+
+#include "backends/linux/qt/PaneIcons.h"
+#include "backends/linux/qt/ShortcutField.h"
+
+namespace jumplark {
+namespace {
+
+constexpr int kPadding = 24;
+constexpr int kSpacing = 10;
+constexpr int kIndent = 24;  ///< of a note below its check box
+
+/// A paragraph in the weaker colour of hints.
+QLabel* makeNote(QWidget* parent) {
+  auto* note = new QLabel(parent);
+  note->setTextFormat(Qt::PlainText);
+  note->setWordWrap(true);
+  QPalette palette = note->palette();
+  palette.setColor(QPalette::WindowText, palette.color(QPalette::Disabled, QPalette::WindowText));
+  note->setPalette(palette);
+  note->setContentsMargins(kIndent, 0, 0, 0);
+  return note;
+}
+
+void setNote(QLabel& note, const std::string& text) {
+  note.setText(QString::fromStdString(text));
+  note.setVisible(!text.empty());
+}
+
+/// Changes what it shows without taking that for the user's doing.
+void setChecked(QCheckBox& box, bool checked) {
+  const QSignalBlocker quiet(box);
+  box.setChecked(checked);
+}
+
+QFormLayout* makeForm(QWidget* pane) {
+  auto* form = new QFormLayout(pane);
+  form->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+  form->setSpacing(kSpacing);
+  form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  return form;
+}
+
+}  // namespace
+
+GeneralPane::GeneralPane(KeyTranslator& keys, const PaneDelegate& delegate) {
+  recorder_ = new ShortcutField(
+      keys,
+      {[delegate] { delegate([](auto& to) { to.recorderClicked(); }); },
+       [delegate] { delegate([](auto& to) { to.recorderClearClicked(); }); },
+       [delegate](const KeyEvent& event) { delegate([&event](auto& to) { to.recorderKeyDown(event); }); },
+       [delegate] { delegate([](auto& to) { to.recorderLostKeyboard(); }); }},
+      this);
+  icon_ = new QCheckBox(QStringLiteral("Show the icon in the panel"), this);
+  iconNote_ = makeNote(this);
+  login_ = new QCheckBox(QStringLiteral("Start Jumplark at login"), this);
+  loginNote_ = makeNote(this);
+  auto* label = new QLabel(QStringLiteral("Activation shortcut:"), this);
+  label->setBuddy(recorder_->button());
+  QFormLayout* form = makeForm(this);
+  form->addRow(label, recorder_);
+  form->addRow(QString(), icon_);
+  form->addRow(QString(), iconNote_);
+  form->addRow(QString(), login_);
+  form->addRow(QString(), loginNote_);
+  connect(icon_, &QCheckBox::toggled, this,
+          [delegate](bool on) { delegate([on](auto& to) { to.showIconToggled(on); }); });
+  connect(login_, &QCheckBox::toggled, this,
+          [delegate](bool on) { delegate([on](auto& to) { to.launchAtLoginToggled(on); }); });
+}
+
+void GeneralPane::setModel(const GeneralPaneModel& model) {
+  recorder_->setModel(model.recorder);
+  setChecked(*icon_, model.showsIcon);
+  setNote(*iconNote_, model.iconNote);
+  setChecked(*login_, model.launchesAtLogin);
+  setNote(*loginNote_, model.loginNote);
+}
+
+AdvancedPane::AdvancedPane(const PaneDelegate& delegate) {
+  layouts_ = new QComboBox(this);
+  auto* label = new QLabel(QStringLiteral("Keyboard layout for queries:"), this);
+  label->setBuddy(layouts_);
+  metrics_ = new QCheckBox(QStringLiteral("Send anonymous usage metrics"), this);
+  metricsNote_ = makeNote(this);
+  metricsLink_ = new QLabel(this);
+  metricsLink_->setTextFormat(Qt::RichText);
+  metricsLink_->setTextInteractionFlags(Qt::TextBrowserInteraction);
+  metricsLink_->setContentsMargins(kIndent, 0, 0, 0);
+  QFormLayout* form = makeForm(this);
+  form->addRow(label, layouts_);
+  form->addRow(QString(), metrics_);
+  form->addRow(QString(), metricsNote_);
+  form->addRow(QString(), metricsLink_);
+  connect(layouts_, &QComboBox::activated, this,
+          [delegate](int index) { delegate([index](auto& to) { to.layoutChosen(static_cast<size_t>(index)); }); });
+  connect(metrics_, &QCheckBox::toggled, this,
+          [delegate](bool on) { delegate([on](auto& to) { to.metricsToggled(on); }); });
+  connect(metricsLink_, &QLabel::linkActivated, this,
+          [delegate] { delegate([](auto& to) { to.metricsLinkClicked(); }); });
+}
+
+void AdvancedPane::setModel(const AdvancedPaneModel& model) {
+  QStringList names;
+  for (const std::string& name : model.layouts) {
+    names << QString::fromStdString(name);
+  }
+  QStringList shown;
+  for (int i = 0; i < layouts_->count(); ++i) {
+    shown << layouts_->itemText(i);
+  }
+  if (shown != names) {
+    layouts_->clear();
+    layouts_->addItems(names);
+  }
+  layouts_->setCurrentIndex(static_cast<int>(model.selectedLayout));
+  setChecked(*metrics_, model.metricsEnabled);
+  metrics_->setEnabled(model.metricsCanChange);
+  setNote(*metricsNote_, model.metricsNote);
+  const QString link = QString::fromStdString(model.metricsLink).toHtmlEscaped();
+  metricsLink_->setText(QStringLiteral("<a href=\"%1\">%1</a>").arg(link));
+  metricsLink_->setVisible(!link.isEmpty());
+}
+
+UsagePane::UsagePane() {
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+  grid_ = new QGridLayout;
+  grid_->setHorizontalSpacing(kPadding);
+  grid_->setVerticalSpacing(kSpacing);
+  layout->addLayout(grid_);
+  layout->addStretch();
+  int column = 1;
+  for (const char* title : {"Today", "Yesterday", "Best day", "Total"}) {
+    auto* label = new QLabel(QString::fromUtf8(title), this);
+    QFont bold = label->font();
+    bold.setBold(true);
+    label->setFont(bold);
+    grid_->addWidget(label, 0, column++, Qt::AlignRight);
+  }
+  grid_->setColumnStretch(0, 1);
+}
+
+void UsagePane::setModel(const UsagePaneModel& model) {
+  while (cells_.size() < model.rows.size()) {
+    const int row = static_cast<int>(cells_.size()) + 1;
+    std::vector<QLabel*> cells;
+    for (int column = 0; column < 5; ++column) {
+      cells.push_back(new QLabel(this));
+      grid_->addWidget(cells.back(), row, column, Qt::AlignTop | (column == 0 ? Qt::AlignLeft : Qt::AlignRight));
+    }
+    cells_.push_back(cells);
+  }
+  for (size_t i = 0; i < model.rows.size(); ++i) {
+    const UsagePaneModel::Row& row = model.rows[i];
+    const std::string record = row.recordDate.empty() ? row.record : row.record + "\n" + row.recordDate;
+    const std::string* texts[] = {&row.title, &row.today, &row.yesterday, &record, &row.total};
+    for (size_t column = 0; column < std::size(texts); ++column) {
+      cells_[i][column]->setText(QString::fromStdString(*texts[column]));
+      cells_[i][column]->setAlignment(column == 0 ? Qt::AlignLeft : Qt::AlignRight);
+    }
+  }
+}
+
+AboutPane::AboutPane() {
+  auto* layout = new QVBoxLayout(this);
+  layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+  layout->setSpacing(kSpacing);
+  auto* icon = new QLabel(this);
+  icon->setPixmap(applicationIcon().pixmap(96));
+  layout->addStretch();
+  layout->addWidget(icon, 0, Qt::AlignHCenter);
+  for (QLabel** label : {&name_, &version_, &summary_}) {
+    *label = new QLabel(this);
+    (*label)->setTextFormat(Qt::PlainText);
+    (*label)->setAlignment(Qt::AlignHCenter);
+    layout->addWidget(*label);
+  }
+  QFont title = name_->font();
+  title.setBold(true);
+  title.setPointSizeF(title.pointSizeF() * 1.6);
+  name_->setFont(title);
+  version_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  summary_->setWordWrap(true);
+  layout->addStretch();
+}
+
+void AboutPane::setModel(const AboutPaneModel& model) {
+  name_->setText(QString::fromStdString(model.name));
+  version_->setText(QString::fromStdString(model.version));
+  summary_->setText(QString::fromStdString(model.summary));
+}
+
+}  // namespace jumplark

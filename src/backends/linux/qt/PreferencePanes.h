@@ -1,0 +1,87 @@
+#pragma once
+
+#include <QWidget>
+#include <functional>
+#include <vector>
+
+#include "platform/AppViews.h"
+
+class QCheckBox;
+class QComboBox;
+class QGridLayout;
+class QLabel;
+class QPushButton;
+class QVBoxLayout;
+
+/// What the panes of the preferences show. A pane tells what the user does to its delegate, found anew at each call
+/// since it may be none.
+namespace jumplark {
+
+class KeyTranslator;
+class ShortcutField;
+
+using PaneDelegate = std::function<void(const std::function<void(PreferencesViewDelegate&)>& call)>;
+
+class GeneralPane : public QWidget {
+ public:
+  GeneralPane(KeyTranslator& keys, const PaneDelegate& delegate);
+  void setModel(const GeneralPaneModel& model);
+
+ private:
+  ShortcutField* recorder_;
+  QCheckBox* icon_;
+  QLabel* iconNote_;
+  QCheckBox* login_;
+  QLabel* loginNote_;
+};
+
+class AdvancedPane : public QWidget {
+ public:
+  explicit AdvancedPane(const PaneDelegate& delegate);
+  void setModel(const AdvancedPaneModel& model);
+
+ private:
+  QComboBox* layouts_;
+  QCheckBox* metrics_;
+  QLabel* metricsNote_;
+  QLabel* metricsLink_;
+};
+
+class UsagePane : public QWidget {
+ public:
+  UsagePane();
+  void setModel(const UsagePaneModel& model);
+
+ private:
+  QGridLayout* grid_;
+  std::vector<std::vector<QLabel*>> cells_;
+};
+
+class HelpPane : public QWidget {
+ public:
+  explicit HelpPane(const PaneDelegate& delegate);
+  void setModel(const HelpPaneModel& model);
+
+ private:
+  void showButtons(const HelpPaneModel& model);
+  void showHealth(const HelpPaneModel& model);
+
+  PaneDelegate delegate_;
+  QVBoxLayout* buttonColumn_;
+  std::vector<QPushButton*> buttons_;
+  QPushButton* check_;
+  QWidget* health_;
+};
+
+class AboutPane : public QWidget {
+ public:
+  AboutPane();
+  void setModel(const AboutPaneModel& model);
+
+ private:
+  QLabel* name_;
+  QLabel* version_;
+  QLabel* summary_;
+};
+
+}  // namespace jumplark

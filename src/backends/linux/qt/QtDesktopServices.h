@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/DesktopServices.h"
+
+namespace jumplark {
+
+/// The desktop's programs for pages and for its accessibility settings.
+class QtDesktopServices final : public DesktopServices {
+ public:
+  using Check = std::vector<HealthFinding> (*)();
+
+  /// `granted`: whether the accessibility bus was reached. `check` looks at the desktop.
+  QtDesktopServices(bool granted, Check check) : granted_(granted), check_(check) {}
+
+  bool isAccessibilityGranted() override { return granted_; }
+  bool openURL(const std::string& url) override;
+  bool openAccessibilitySettings() override;
+  /// README.md in the documentation folder beside the program, or beside the folder it was built in.
+  std::string installedDocumentation() override;
+  std::vector<HealthFinding> checkHealth() override { return check_(); }
+
+ private:
+  const bool granted_;
+  const Check check_;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,216 @@
+#include "backends/linux/qt/QtPreferencesWindow.h"
+
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QShortcut>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
+
+#include "backends/linux/qt/AlertDialog.h"
+#include "backends/linux/qt/PaneIcons.h"
+#include "backends/linux/qt/PreferencePanes.h"
+#include "platform/Queues.h"
+
+namespace jumplark {
+namespace {
+
+constexpr int kWidth = 620;
+constexpr int kHeight = 440;
+constexpr int kIconSize = 32;
+
+}  // namespace
+
+/// Tells when it comes into view and goes. Minimizing is neither.
+class QtPreferencesWindow::Window : public QWidget {
+ public:
+  explicit Window(QtPreferencesWindow& owner) : owner_(owner) {}
+
+ protected:
+  void showEvent(QShowEvent* event) override {
+    QWidget::showEvent(event);
+    owner_.windowShown();
+  }
+  void hideEvent(QHideEvent* event) override {
+    QWidget::hideEvent(event);
+    if (!isMinimized()) {
+      owner_.windowHidden();
+    }
+  }
+
+ private:
+  QtPreferencesWindow& owner_;
+};
+
+QtPreferencesWindow::QtPreferencesWindow(Context context, const std::string& title,
+                                         const std::vector<std::optional<PaneDescription>>& panes)
+    : context_(std::move(context)), window_(std::make_unique<Window>(*this)) {
+  window_->setAttribute(Qt::WA_QuitOnClose, false);
+  window_->setWindowTitle(QString::fromStdString(title));
+  window_->setWindowIcon(applicationIcon());
+  auto* layout = new QVBoxLayout(window_.get());
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(0);
+  stack_ = new QStackedWidget(window_.get());
+  layout->addWidget(makeToolbar(panes));
+  auto* line = new QFrame(window_.get());
+  line->setFrameShape(QFrame::HLine);
+  line->setFrameShadow(QFrame::Sunken);
+  layout->addWidget(line);
+  layout->addWidget(stack_, 1);
+  window_->resize(kWidth, kHeight);
+  for (const auto& keys : {QKeySequence(Qt::Key_Escape), QKeySequence(Qt::CTRL | Qt::Key_W)}) {
+    auto* shortcut = new QShortcut(keys, window_.get());
+    QObject::connect(shortcut, &QShortcut::activated, window_.get(), &QWidget::close);
+  }
+  if (!entries_.empty()) {
+    selectPane(entries_.front().identifier);
+  }
+}
+
+QtPreferencesWindow::~QtPreferencesWindow() {
+  delegate_ = nullptr;
+  for (const auto& sheet : sheets_) {
+    if (sheet) {
+      sheet->dismiss();
+    }
+  }
+}
+
+QWidget* QtPreferencesWindow::makePane(const std::string& identifier) {
+  const PaneDelegate delegate = [this](const auto& call) { tell(call); };
+  if (identifier == "General") {
+    return general_ = new GeneralPane(context_.keys, delegate);
+  }
+  if (identifier == "Advanced") {
+    return advanced_ = new AdvancedPane(delegate);
+  }
+  if (identifier == "Usage") {
+    return usage_ = new UsagePane;
+  }
+  if (identifier == "Help") {
+    return help_ = new HelpPane(delegate);
+  }
+  return about_ = new AboutPane;
+}
+
+QWidget* QtPreferencesWindow::makeToolbar(const std::vector<std::optional<PaneDescription>>& panes) {
+  auto* toolbar = new QWidget(window_.get());
+  auto* layout = new QHBoxLayout(toolbar);
+  layout->setContentsMargins(8, 8, 8, 8);
+  layout->setSpacing(4);
+  for (const auto& description : panes) {
+    if (!description) {
+      layout->addStretch();
+      continue;
+    }
+    auto* button = new QToolButton(toolbar);
+    button->setText(QString::fromStdString(description->label));
+    button->setIcon(paneIcon(description->image, toolbar->palette().color(QPalette::WindowText)));
+    button->setIconSize({kIconSize, kIconSize});
+    button->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+    button->setMinimumWidth(84);
+    button->setAutoRaise(true);
+    button->setCheckable(true);
+    button->setAutoExclusive(true);
+    button->setFocusPolicy(Qt::StrongFocus);
+    QObject::connect(button, &QToolButton::clicked, button,
+                     [this, identifier = description->identifier] { selectPane(identifier); });
+    layout->addWidget(button);
+    QWidget* pane = makePane(description->identifier);
+    stack_->addWidget(pane);
+    entries_.push_back({description->identifier, button, pane});
+  }
+  return toolbar;
+}
+
+void QtPreferencesWindow::tell(const std::function<void(PreferencesViewDelegate&)>& call) const {
+  if (delegate_ != nullptr) {
+    call(*delegate_);
+  }
+}
+
+void QtPreferencesWindow::makeKeyAndOrderFront() {
+  if (window_->isMinimized()) {
+    window_->showNormal();
+  }
+  context_.bringToFront(*window_);
+}
+
+void QtPreferencesWindow::selectPane(const std::string& identifier) {
+  const auto entry = std::ranges::find(entries_, identifier, &Entry::identifier);
+  if (entry == entries_.end()) {
+    return;
+  }
+  entry->button->setChecked(true);
+  if (std::exchange(selected_, identifier) == identifier) {
+    return;
+  }
+  const bool shows = !appeared_.empty();
+  windowHidden();
+  stack_->setCurrentWidget(entry->pane);
+  if (shows) {
+    windowShown();
+  }
+}
+
+void QtPreferencesWindow::windowShown() {
+  if (appeared_.empty()) {
+    appeared_ = selected_;
+    tell([this](auto& to) { to.paneWillAppear(selected_); });
+  }
+}
+
+void QtPreferencesWindow::windowHidden() {
+  if (const std::string pane = std::exchange(appeared_, {}); !pane.empty()) {
+    tell([&pane](auto& to) { to.paneDidDisappear(pane); });
+  }
+}
+
+void QtPreferencesWindow::showSheet(const Alert& alert, std::function<void(int button)> chosen) {
+  std::erase_if(sheets_, [](const auto& shown) { return shown.isNull(); });
+  TaskQueue& mainQueue = context_.mainQueue;
+  auto* dialog = new AlertDialog(alert, [&mainQueue, chosen = std::move(chosen)](int button) {
+    if (chosen) {
+      mainQueue.post([chosen, button] { chosen(button); });
+    }
+  });
+  dialog->setParent(window_.get(), Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
+  dialog->setWindowModality(Qt::WindowModal);
+  sheets_.emplace_back(dialog);
+  context_.bringToFront(*dialog);
+}
+
+void QtPreferencesWindow::setGeneralPane(const GeneralPaneModel& model) {
+  if (general_) {
+    general_->setModel(model);
+  }
+}
+
+void QtPreferencesWindow::setAdvancedPane(const AdvancedPaneModel& model) {
+  if (advanced_) {
+    advanced_->setModel(model);
+  }
+}
+
+void QtPreferencesWindow::setUsagePane(const UsagePaneModel& model) {
+  if (usage_) {
+    usage_->setModel(model);
+  }
+}
+
+void QtPreferencesWindow::setHelpPane(const HelpPaneModel& model) {
+  if (help_) {
+    help_->setModel(model);
+  }
+}
+
+void QtPreferencesWindow::setAboutPane(const AboutPaneModel& model) {
+  if (about_) {
+    about_->setModel(model);
+  }
+}
+
+}  // namespace jumplark

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/AppViews.h"
+
+class QStackedWidget;
+class QToolButton;
+
+namespace jumplark {
+
+class AboutPane;
+class AdvancedPane;
+class AlertDialog;
+class GeneralPane;
+class HelpPane;
+class KeyTranslator;
+class TaskQueue;
+class UsagePane;
+
+/// The preferences: an ordinary window with a row of buttons above the chosen pane. Escape and Control+W close it.
+class QtPreferencesWindow final : public PreferencesWindowView {
+ public:
+  struct Context {
+    KeyTranslator& keys;
+    TaskQueue& mainQueue;
+    std::function<void(QWidget& window)> bringToFront;
+  };
+  QtPreferencesWindow(Context context, const std::string& title,
+                      const std::vector<std::optional<PaneDescription>>& panes);
+  ~QtPreferencesWindow() override;
+  QtPreferencesWindow(const QtPreferencesWindow&) = delete;
+  QtPreferencesWindow& operator=(const QtPreferencesWindow&) = delete;
+
+  void setDelegate(PreferencesViewDelegate* delegate) override { delegate_ = delegate; }
+  void makeKeyAndOrderFront() override;
+  void close() override { window_->close(); }
+  bool isVisible() const override { return window_->isVisible(); }
+  void selectPane(const std::string& identifier) override;
+  std::string selectedPane() const override { return selected_; }
+  void showSheet(const Alert& alert, std::function<void(int button)> chosen) override;
+  void setGeneralPane(const GeneralPaneModel& model) override;
+  void setAdvancedPane(const AdvancedPaneModel& model) override;
+  void setUsagePane(const UsagePaneModel& model) override;
+  void setHelpPane(const HelpPaneModel& model) override;
+  void setAboutPane(const AboutPaneModel& model) override;
+
+ private:
+  class Window;
+  struct Entry {
+    std::string identifier;
+    QToolButton* button;
+    QWidget* pane;
+  };
+
+  QWidget* makePane(const std::string& identifier);
+  QWidget* makeToolbar(const std::vector<std::optional<PaneDescription>>& panes);
+  void tell(const std::function<void(PreferencesViewDelegate&)>& call) const;
+  void windowShown();
+  void windowHidden();
+
+  Context context_;
+  PreferencesViewDelegate* delegate_ = nullptr;
+  std::string selected_;
+  std::string appeared_;  ///< the pane in view; empty for none
+  std::vector<Entry> entries_;
+  std::vector<QPointer<AlertDialog>> sheets_;
+  QPointer<GeneralPane> general_;
+  QPointer<AdvancedPane> advanced_;
+  QPointer<UsagePane> usage_;
+  QPointer<HelpPane> help_;
+  QPointer<AboutPane> about_;
+  QStackedWidget* stack_ = nullptr;
+  std::unique_ptr<QWidget> window_;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,90 @@
+#include "backends/linux/qt/StatusBarWatch.h"
+
+#include <xcb/xcb.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <cstdlib>
+#include <utility>
+
+#include "backends/linux/qt/NativeDisplay.h"
+
+namespace jumplark {
+namespace {
+
+// Names of the StatusNotifierItem specification.
+const QString kWatcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
+
+}  // namespace
+
+StatusBarWatch::StatusBarWatch(NativeDisplay& display) : display_(display) {
+  QDBusConnection bus = QDBusConnection::sessionBus();
+  if (bus.isConnected()) {
+    watcher_ = std::make_unique<QDBusServiceWatcher>(kWatcherService, bus, QDBusServiceWatcher::WatchForOwnerChange);
+    connect(watcher_.get(), &QDBusServiceWatcher::serviceRegistered, this, [this] { askWatcher(); });
+    connect(watcher_.get(), &QDBusServiceWatcher::serviceUnregistered, this, [this] { setHost(false); });
+    askWatcher();
+  }
+  // A tray that starts announces itself to clients of the root with a MANAGER message; its end is seen on its window.
+  events_ = display_.addEventHandler([this](const xcb_generic_event_t& event) {
+    const int type = event.response_type & 0x7F;
+    if (type == XCB_CLIENT_MESSAGE &&
+        reinterpret_cast<const xcb_client_message_event_t&>(event).type == display_.atom("MANAGER")) {
+      lookForTray();
+    }
+  });
+  lookForTray();
+}
+
+StatusBarWatch::~StatusBarWatch() = default;
+
+Token StatusBarWatch::onChanged(std::function<void()> changed) {
+  auto callback = std::make_shared<std::function<void()>>(std::move(changed));
+  callbacks_.push_back(callback);
+  return Token([this, callback] { std::erase(callbacks_, callback); });
+}
+
+void StatusBarWatch::askWatcher() {
+  QDBusMessage question = QDBusMessage::createMethodCall(
+      kWatcherService, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+  question << kWatcherService << QStringLiteral("IsStatusNotifierHostRegistered");
+  auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+  connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+    const QDBusPendingReply<QDBusVariant> reply = *answer;
+    setHost(!reply.isError() && reply.value().variant().toBool());
+    answer->deleteLater();
+  });
+}
+
+void StatusBarWatch::setHost(bool hasHost) {
+  const bool before = isAvailable();
+  hasHost_ = hasHost;
+  changedFrom(before);
+}
+
+void StatusBarWatch::lookForTray() {
+  const bool before = isAvailable();
+  xcb_connection_t* connection = display_.connection();
+  xcb_get_selection_owner_reply_t* owner = xcb_get_selection_owner_reply(
+      connection, xcb_get_selection_owner(connection, display_.atom("_NET_SYSTEM_TRAY_S0")), nullptr);
+  hasTray_ = owner != nullptr && owner->owner != XCB_WINDOW_NONE;
+  std::free(owner);
+  changedFrom(before);
+}
+
+void StatusBarWatch::changedFrom(bool before) {
+  if (before == isAvailable()) {
+    return;
+  }
+  const auto callbacks = callbacks_;
+  for (const auto& callback : callbacks) {
+    (*callback)();
+  }
+}
+
+}  // namespace jumplark

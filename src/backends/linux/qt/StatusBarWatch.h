@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QObject>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "platform/Token.h"
+
+class QDBusServiceWatcher;
+
+namespace jumplark {
+
+class NativeDisplay;
+
+/// Whether the desktop shows status items now: a host is registered with the session's StatusNotifierWatcher, or the
+/// screen has an XEmbed tray. Follows both as they come and go, without polling. Main thread only.
+class StatusBarWatch : public QObject {
+ public:
+  /// The display must outlive it.
+  explicit StatusBarWatch(NativeDisplay& display);
+  ~StatusBarWatch() override;
+
+  bool isAvailable() const { return hasHost_ || hasTray_; }
+  /// Calls back after every change until the token is destroyed.
+  Token onChanged(std::function<void()> changed);
+
+ private:
+  void askWatcher();
+  void setHost(bool hasHost);
+  void lookForTray();
+  void changedFrom(bool before);
+
+  NativeDisplay& display_;
+  bool hasHost_ = false;
+  bool hasTray_ = false;
+  std::unique_ptr<QDBusServiceWatcher> watcher_;
+  Token events_;
+  std::vector<std::shared_ptr<std::function<void()>>> callbacks_;
+};
+
+}  // namespace jumplark
