@@ -48,6 +48,12 @@ AttributeAnswer shownText(const Subject& subject) {
   return textOrNone(isBlank(text) ? element->name : text);
 }
 
+/// GTK 3 names a box after the first text of the chosen row, be it the name of an icon.
+std::string nameOf(const ElementFacts& element) {
+  const bool isIcon = element.role == role::comboBox && element.name.ends_with("-symbolic");
+  return isIcon ? std::string() : element.name;
+}
+
 AttributeAnswer comboValue(const Subject& subject) {
   const std::string own = textOf(subject);
   if (!isBlank(own)) {
@@ -66,7 +72,7 @@ AttributeAnswer comboValue(const Subject& subject) {
     }
     return AccessibilityError::noValue;
   }
-  return textOrNone(withGroups(subject, facts::texts)->name);
+  return textOrNone(nameOf(*withGroups(subject, facts::texts)));
 }
 
 /// Which kind of value an element has.
@@ -124,8 +130,8 @@ AttributeAnswer elementOrNone(const ElementRef& element) {
 
 AttributeAnswer titleOf(const Subject& subject) {
   const auto element = withGroups(subject, facts::texts);
-  if (!isBlank(element->name) || !mayBeLabelledByAnother(*element)) {
-    return textOrNone(element->name);
+  if (const std::string name = nameOf(*element); !isBlank(name) || !mayBeLabelledByAnother(*element)) {
+    return textOrNone(name);
   }
   const auto related = withGroups(subject, facts::relations);
   for (const auto& caption : related->labelledBy) {

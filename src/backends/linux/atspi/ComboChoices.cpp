@@ -1,6 +1,5 @@
 #include "backends/linux/atspi/ComboChoices.h"
 
-#include <string_view>
 #include <utility>
 
 #include "backends/linux/atspi/AtspiCalls.h"
@@ -23,11 +22,6 @@ const ElementRef* chooser(const ElementFacts& box) {
 }
 
 void keepChoice(ElementFacts& box, std::string choice) {
-  // GTK 3 names a box after the first text of the chosen row, be it the name of an icon.
-  constexpr std::string_view kIcon = "-symbolic";
-  if (box.name.ends_with(kIcon) && choice != box.name) {
-    box.name.clear();
-  }
   box.characterCount = codePointCount(choice);
   box.shortText = std::move(choice);
   box.known |= facts::text;
