@@ -1,5 +1,7 @@
 #include "app/JLPreferencesHelpViewController.h"
 
+#include <algorithm>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -78,6 +80,8 @@ void JLPreferencesHelpViewController::checkHealth() {
     for (const auto& found : Platform::current().desktop->checkHealth()) {
       findings.push_back(findingOf(found));
     }
+    // What is wrong first.
+    std::ranges::stable_sort(findings, std::greater<>(), &HelpPaneModel::Finding::level);
     Platform::current().queues->mainQueue().post([weak, findings = std::move(findings)] {
       if (const auto self = weak.lock()) {
         (*self)->model_.health = findings;

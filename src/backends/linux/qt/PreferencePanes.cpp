@@ -24,7 +24,9 @@ QLabel* makeNote(QWidget* parent) {
   note->setTextFormat(Qt::PlainText);
   note->setWordWrap(true);
   QPalette palette = note->palette();
-  palette.setColor(QPalette::WindowText, palette.color(QPalette::Disabled, QPalette::WindowText));
+  QColor weaker = palette.color(QPalette::WindowText);
+  weaker.setAlphaF(0.66F);
+  palette.setColor(QPalette::WindowText, weaker);
   note->setPalette(palette);
   note->setContentsMargins(kIndent, 0, 0, 0);
   return note;

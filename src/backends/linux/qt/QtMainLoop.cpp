@@ -115,7 +115,6 @@ QtMainLoop::QtMainLoop(SystemQueues& queues) : queues_(queues) {
   QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
   QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus, false);
   QCoreApplication::setApplicationName(QStringLiteral("Jumplark"));
-  QGuiApplication::setApplicationDisplayName(QStringLiteral("Jumplark"));
   application_ = std::make_unique<Application>();
   QGuiApplication::setQuitOnLastWindowClosed(false);
   QCoreApplication::setQuitLockEnabled(false);

@@ -1,7 +1,10 @@
 #include "backends/linux/qt/QtPreferencesWindow.h"
 
+#include <QCursor>
 #include <QFrame>
+#include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QScreen>
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -135,6 +138,11 @@ void QtPreferencesWindow::tell(const std::function<void(PreferencesViewDelegate&
 void QtPreferencesWindow::makeKeyAndOrderFront() {
   if (window_->isMinimized()) {
     window_->showNormal();
+  }
+  if (!std::exchange(placed_, true)) {
+    const QScreen* const screen = QGuiApplication::screenAt(QCursor::pos());
+    const QRect room = (screen != nullptr ? screen : QGuiApplication::primaryScreen())->availableGeometry();
+    window_->move(room.center() - window_->rect().center());
   }
   context_.bringToFront(*window_);
 }

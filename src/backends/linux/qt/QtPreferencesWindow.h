@@ -66,6 +66,7 @@ class QtPreferencesWindow final : public PreferencesWindowView {
   Context context_;
   PreferencesViewDelegate* delegate_ = nullptr;
   std::string selected_;
+  bool placed_ = false;   ///< later it stays where the user puts it
   std::string appeared_;  ///< the pane in view; empty for none
   std::vector<Entry> entries_;
   std::vector<QPointer<AlertDialog>> sheets_;

@@ -8,6 +8,7 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
+#include <chrono>
 #include <cstdlib>
 #include <utility>
 
@@ -20,13 +21,20 @@ namespace {
 const QString kWatcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 
+constexpr std::chrono::milliseconds kPatience{2000};
+constexpr std::chrono::milliseconds kPause{200};
+constexpr int kQuestions = 10;
+
 }  // namespace
 
 StatusBarWatch::StatusBarWatch(NativeDisplay& display) : display_(display) {
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (bus.isConnected()) {
     watcher_ = std::make_unique<QDBusServiceWatcher>(kWatcherService, bus, QDBusServiceWatcher::WatchForOwnerChange);
-    connect(watcher_.get(), &QDBusServiceWatcher::serviceRegistered, this, [this] { askWatcher(); });
+    connect(watcher_.get(), &QDBusServiceWatcher::serviceRegistered, this, [this] {
+      questions_ = 0;
+      askWatcher();
+    });
     connect(watcher_.get(), &QDBusServiceWatcher::serviceUnregistered, this, [this] { setHost(false); });
     askWatcher();
   }
@@ -38,6 +46,9 @@ StatusBarWatch::StatusBarWatch(NativeDisplay& display) : display_(display) {
       lookForTray();
     }
   });
+  waitForHost_.setSingleShot(true);
+  waitForHost_.setInterval(kPatience);
+  connect(&waitForHost_, &QTimer::timeout, this, [this] { changedFrom(false); });
   lookForTray();
 }
 
@@ -49,6 +60,7 @@ Token StatusBarWatch::onChanged(std::function<void()> changed) {
   return Token([this, callback] { std::erase(callbacks_, callback); });
 }
 
+/// The watcher comes a moment before its host.
 void StatusBarWatch::askWatcher() {
   QDBusMessage question = QDBusMessage::createMethodCall(
       kWatcherService, kWatcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
@@ -57,6 +69,9 @@ void StatusBarWatch::askWatcher() {
   connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
     const QDBusPendingReply<QDBusVariant> reply = *answer;
     setHost(!reply.isError() && reply.value().variant().toBool());
+    if (!reply.isError() && !hasHost_ && ++questions_ < kQuestions) {
+      QTimer::singleShot(kPause, this, [this] { askWatcher(); });
+    }
     answer->deleteLater();
   });
 }
@@ -69,11 +84,15 @@ void StatusBarWatch::setHost(bool hasHost) {
 
 void StatusBarWatch::lookForTray() {
   const bool before = isAvailable();
+  const bool hadTray = hasTray_;
   xcb_connection_t* connection = display_.connection();
   xcb_get_selection_owner_reply_t* owner = xcb_get_selection_owner_reply(
       connection, xcb_get_selection_owner(connection, display_.atom("_NET_SYSTEM_TRAY_S0")), nullptr);
   hasTray_ = owner != nullptr && owner->owner != XCB_WINDOW_NONE;
   std::free(owner);
+  if (hasTray_ && !hadTray && watcher_) {
+    waitForHost_.start();
+  }
   changedFrom(before);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QTimer>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -14,14 +15,15 @@ namespace jumplark {
 class NativeDisplay;
 
 /// Whether the desktop shows status items now: a host is registered with the session's StatusNotifierWatcher, or the
-/// screen has an XEmbed tray. Follows both as they come and go, without polling. Main thread only.
+/// screen has an XEmbed tray. Follows both as they come and go, without polling. A panel that has both announces them
+/// one after the other: a tray counts only when no host has come for a while. Main thread only.
 class StatusBarWatch : public QObject {
  public:
   /// The display must outlive it.
   explicit StatusBarWatch(NativeDisplay& display);
   ~StatusBarWatch() override;
 
-  bool isAvailable() const { return hasHost_ || hasTray_; }
+  bool isAvailable() const { return hasHost_ || (hasTray_ && !waitForHost_.isActive()); }
   /// Calls back after every change until the token is destroyed.
   Token onChanged(std::function<void()> changed);
 
@@ -34,6 +36,8 @@ class StatusBarWatch : public QObject {
   NativeDisplay& display_;
   bool hasHost_ = false;
   bool hasTray_ = false;
+  QTimer waitForHost_;
+  int questions_ = 0;
   std::unique_ptr<QDBusServiceWatcher> watcher_;
   Token events_;
   std::vector<std::shared_ptr<std::function<void()>>> callbacks_;
