@@ -30,7 +30,7 @@ void writeTo(const char* path, const std::string& text) {
   }
 }
 
-/// As root directly, else as the root of a user namespace in which this user keeps the own number.
+/// As root directly, else as the root of a user namespace: any other user of it loses the rights with the next program.
 void enterNamespace() {
   if (::unshare(CLONE_NEWNET) == 0) {
     return;
@@ -41,8 +41,8 @@ void enterNamespace() {
     giveUp("no network namespace of its own");
   }
   writeTo("/proc/self/setgroups", "deny");
-  writeTo("/proc/self/uid_map", fmt::format("{} {} 1", user, user));
-  writeTo("/proc/self/gid_map", fmt::format("{} {} 1", group, group));
+  writeTo("/proc/self/uid_map", fmt::format("0 {} 1", user));
+  writeTo("/proc/self/gid_map", fmt::format("0 {} 1", group));
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ using Program = std::unique_ptr<desktop::Process>;
 /// The whole way from a report to a server: real queues, network and files, in a process that can be killed.
 class UploadTest : public SystemFixture {
  protected:
-  Program start(const std::string& address, desktop::Environment environment = {}) {
+  Program start(const std::string& address, const desktop::Environment& environment = {}) {
     auto program =
         std::make_unique<desktop::Process>(desktop::Arguments{JUMPLARK_METRICS_PROGRAM, folder_.string(), address},
                                            environment, (folder_ / ("program" + std::to_string(++programs_))).string());

@@ -1,6 +1,6 @@
 #include "backends/linux/system/CurlHttp.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <chrono>
 
@@ -11,8 +11,6 @@ namespace jumplark {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 class CurlHttpTest : public SystemFixture {
  protected:
@@ -91,7 +89,6 @@ TEST_F(CurlHttpTest, TellsWhatWentWrong) {
     HttpError error;
   } cases[] = {
       {"nothing listens", "http://" + closed, HttpError::unreachable},
-      {"no such host", "http://host.invalid/", HttpError::unreachable},
       {"never answers", silent.address(), HttpError::timedOut},
       {"answers for ever", slow.address(), HttpError::timedOut},
       {"ends in the middle", broken.address(), HttpError::broken},

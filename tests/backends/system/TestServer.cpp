@@ -36,14 +36,14 @@ void check(bool good, const char* what) {
 }  // namespace
 
 TestCertificate TestCertificate::make(const std::string& host, int daysLeft) {
-  constexpr long kDay = 24 * 3600;
+  constexpr long kDay = 24L * 3600;
   EVP_PKEY* const key = EVP_EC_gen("P-256");
   X509* const certificate = X509_new();
   check(key && certificate, "no certificate");
   X509_set_version(certificate, 2);
   ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
-  X509_gmtime_adj(X509_getm_notBefore(certificate), -10 * kDay);
-  X509_gmtime_adj(X509_getm_notAfter(certificate), daysLeft * kDay);
+  X509_gmtime_adj(X509_getm_notBefore(certificate), -10L * kDay);
+  X509_gmtime_adj(X509_getm_notAfter(certificate), long{daysLeft} * kDay);
   X509_set_pubkey(certificate, key);
   X509_NAME* const name = X509_get_subject_name(certificate);
   X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>(host.c_str()), -1, -1, 0);
@@ -63,7 +63,7 @@ TestCertificate TestCertificate::make(const std::string& host, int daysLeft) {
 
 bool TestServer::Client::send(std::string_view bytes) {
   while (!bytes.empty()) {
-    const int size = static_cast<int>(std::min<size_t>(bytes.size(), 1 << 20));
+    const int size = static_cast<int>(std::min<size_t>(bytes.size(), size_t{1} << 20U));
     const ssize_t sent = ssl_ ? SSL_write(ssl_, bytes.data(), size) : ::send(socket_, bytes.data(), size, MSG_NOSIGNAL);
     if (sent <= 0 || ending_) {
       return false;
