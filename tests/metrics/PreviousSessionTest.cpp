@@ -154,6 +154,15 @@ TEST_F(PreviousSessionTest, AnUploadThatEndsAfterTheShutdownDoesNotDeleteTheNewF
   advance(7200s);
   EXPECT_EQ(names(json::parse(desktop.files().contents(kPath).value_or("{}"))["events"]), "a");
   EXPECT_EQ(requestCount(), 1U) << "nothing is sent after the shutdown";
+  desktop.http().setDelay(0s);
+  desktop.http().setResponder([this](const HttpRequest&) {
+    service->shutdown();  // as the server is about to say yes
+    HttpAnswer accepted;
+    accepted.status = 200;
+    return accepted;
+  });
+  start();
+  EXPECT_EQ(json::parse(desktop.files().contents(kPath).value_or("{}"))["session_id"], service->sessionID());
 }
 
 }  // namespace
