@@ -23,7 +23,6 @@
 namespace jumplark {
 namespace {
 
-constexpr const char* kBundleIdentifier = "jumplark";
 constexpr const char* kWelcomedKey = "shownHelpOnStart";
 constexpr double kMessagingTimeout = 0.5;  // seconds
 
@@ -169,7 +168,7 @@ void JLAppDelegate::finishStart() {
   usageTracker_ = std::make_unique<JLUsageTracker>();
   usageTracker_->registerForNotifications();
   platform.accessibility->setMessagingTimeout(platform.accessibility->systemWideElement(), kMessagingTimeout);
-  engine_ = std::make_unique<JLQueryEngine>(kBundleIdentifier);
+  engine_ = std::make_unique<JLQueryEngine>(kOwnBundleIdentifier);
   preferences_ = std::make_unique<JLPreferencesController>(
       [this] { return engine_->hotkeyPressed(); },
       JLPreferencesController::Context{addresses_, !collectorAddress_.empty(), [this] { terminate(); }});
@@ -185,7 +184,7 @@ void JLAppDelegate::giveFocusBack() {
   Workspace& workspace = *Platform::current().workspace;
   const auto applications = workspace.applicationsFrontToBack();
   const auto other = std::ranges::find_if(
-      applications, [](const auto& application) { return application.bundleIdentifier != kBundleIdentifier; });
+      applications, [](const auto& application) { return application.bundleIdentifier != kOwnBundleIdentifier; });
   if (other != applications.end()) {
     workspace.activate(other->pid, kActivateIgnoringOtherApps);
   }

@@ -23,6 +23,9 @@ inline constexpr uint32_t kActivateIgnoringOtherApps = 2;
 /// The bundle identifier under which the panel (dock) is found.
 inline constexpr const char* kDockBundleIdentifier = "com.apple.dock";
 
+/// The bundle identifier of this program.
+inline constexpr const char* kOwnBundleIdentifier = "jumplark";
+
 /// The applications that are running and which of them is in front. Calls may come from any thread and never wait for
 /// an application.
 class Workspace {

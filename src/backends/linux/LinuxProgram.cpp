@@ -7,6 +7,7 @@
 #include "backends/linux/DesktopCheck.h"
 #include "backends/linux/LinuxPlatform.h"
 #include "backends/linux/atspi/AtspiChecks.h"
+#include "backends/linux/atspi/WorkWhileWaiting.h"
 #include "backends/linux/qt/QtAppViews.h"
 #include "backends/linux/qt/QtDesktopServices.h"
 #include "backends/linux/qt/QtMainLoop.h"
@@ -88,7 +89,12 @@ struct LinuxProgram::Parts {
                 desktop->windows().requestActive(window, true);
               }
             },
-            [this] { shortcuts.keyboardArrived(); }};
+            [this] { shortcuts.keyboardArrived(); },
+            [this](uint32_t window) {
+              if (desktop) {
+                desktop->windows().passOver(window);
+              }
+            }};
   }
 
   void watchDesktop() {
@@ -118,6 +124,7 @@ struct LinuxProgram::Parts {
   QtAppViews appViews;
   std::unique_ptr<DesktopWatcher> watcher;
   std::shared_ptr<TaskQueue> worker;
+  Token ownAnswers = atspi::workWhileWaiting(&QtMainLoop::answerAccessibilityCalls);
   Token activeApplication;
   Token buttonPresses;
 };

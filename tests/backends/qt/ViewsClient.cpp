@@ -62,7 +62,8 @@ class Client {
   explicit Client(SystemQueues& queues) : loop_(queues), x_(X11Connection::open().connection), windows_(x_) {
     screens_ = std::make_unique<X11Screens>(x_, queues.mainQueue());
     WindowCallbacks callbacks{[this](uint32_t window) { windows_.requestActive(window, true); },
-                              [] { say("keyboard"); }};
+                              [] { say("keyboard"); },
+                              {}};
     views_ = std::make_unique<QtViews>(QtViews::World{x_, *screens_, queues.mainQueue(), std::move(callbacks)});
     query_ = views_->makeQueryWindow();
     query_->setDelegate(&reporter_);

@@ -4,11 +4,14 @@
 
 #include <algorithm>
 
+#include "backends/linux/atspi/WorkWhileWaiting.h"
+
 namespace jumplark::atspi {
 namespace {
 
 /// How much later than the deadline a waiting thread gives up by itself, should the accessibility thread be busy.
 constexpr auto kGrace = std::chrono::milliseconds(250);
+constexpr auto kWorkInterval = std::chrono::microseconds(500);
 
 Reply failed(AccessibilityError error) {
   Reply reply;
@@ -22,8 +25,16 @@ CallBatch::CallBatch(std::vector<MethodCall> batchCalls, TimePoint batchDeadline
     : calls(std::move(batchCalls)), deadline(batchDeadline), replies(calls.size()), remaining(calls.size()) {}
 
 std::vector<Reply> CallBatch::wait() {
+  const TimePoint end = deadline + kGrace;
+  const std::function<void()>* const work = workOfThisThread();
   std::unique_lock lock(mutex_);
-  if (finished_.wait_until(lock, deadline + kGrace, [this] { return done_; })) {
+  while (work != nullptr && !done_ && Clock::now() < end) {
+    finished_.wait_for(lock, kWorkInterval, [this] { return done_; });
+    lock.unlock();
+    (*work)();
+    lock.lock();
+  }
+  if (finished_.wait_until(lock, end, [this] { return done_; })) {
     return std::move(replies);
   }
   return std::vector<Reply>(calls.size());

@@ -137,6 +137,11 @@ void QtMainLoop::quit(int status) {
   queues_.mainQueue().post([status] { QCoreApplication::exit(status); });
 }
 
+// Messages of the accessibility bus are handed to the main thread as posted calls.
+void QtMainLoop::answerAccessibilityCalls() noexcept {
+  guarded([] { QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall); });
+}
+
 void QtMainLoop::guarded(const std::function<void()>& function) noexcept {
   try {
     function();

@@ -29,6 +29,10 @@ class QtMainLoop {
   /// Ends run(), or the next one, after what is posted already. From any thread.
   void quit(int status = 0);
 
+  /// Answers what assistive programs, this one among them, ask of the windows, without handling keys, clicks, timers or
+  /// tasks. For a moment in which the main thread waits for such an answer itself.
+  static void answerAccessibilityCalls() noexcept;
+
   /// Calls a function that must not throw through code that knows no exceptions; what it throws ends the loop.
   static void guarded(const std::function<void()>& function) noexcept;
 

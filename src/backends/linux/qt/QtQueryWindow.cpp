@@ -30,6 +30,9 @@ QtQueryWindow::QtQueryWindow(const Context& context) : context_(context) {
   });
   panel_.setTranslucent(context_.display.compositorRuns());
   window_ = static_cast<xcb_window_t>(panel_.winId());
+  if (context_.callbacks.queryWindowMade) {
+    context_.callbacks.queryWindowMade(window_);
+  }
   adoptCompositor();
   // Fonts, style and shadow are loaded by the first painting.
   panel_.grab();

@@ -27,6 +27,8 @@ struct WindowCallbacks {
   std::function<void(uint32_t window)> activateWindow;
   /// The X server has given the query window the keyboard: keys that come from now on are delivered to it.
   std::function<void()> keyboardArrived;
+  /// A query window was made. It never counts as the window that the user works in.
+  std::function<void(uint32_t window)> queryWindowMade;
 };
 
 /// The query window: a managed window without decorations, in front of the others. Its X window and its first picture

@@ -13,17 +13,13 @@ class ShortcutField::Button : public QPushButton {
  public:
   Button(KeyTranslator& keys, Events events, QWidget* parent)
       : QPushButton(parent), keys_(keys), events_(std::move(events)) {
-    setCheckable(true);
     setMinimumWidth(220);
-    connect(this, &QPushButton::clicked, this, [this] {
-      setChecked(recording_);  // as the model says, which the click may change
-      events_.clicked();
-    });
+    connect(this, &QPushButton::clicked, this, [this] { events_.clicked(); });
   }
   ~Button() override { setRecording(false); }
 
   void setRecording(bool recording) {
-    setChecked(recording);
+    setDown(recording);
     if (std::exchange(recording_, recording) == recording) {
       return;
     }

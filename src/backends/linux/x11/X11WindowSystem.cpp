@@ -34,7 +34,17 @@ X11WindowSystem::X11WindowSystem(std::shared_ptr<X11Connection> connection) : x_
 
 std::vector<WindowFacts> X11WindowSystem::windowsFrontToBack() {
   x_->dropEvents();
-  return present(x11::readWindowFacts(*x_, x11::managedWindows(*x_)));
+  auto managed = x11::managedWindows(*x_);
+  {
+    const std::scoped_lock lock(mutex_);
+    std::erase_if(managed, [this](uint32_t window) { return passedOver_.contains(window); });
+  }
+  return present(x11::readWindowFacts(*x_, managed));
+}
+
+void X11WindowSystem::passOver(uint32_t window) {
+  const std::scoped_lock lock(mutex_);
+  passedOver_.insert(window);
 }
 
 std::optional<WindowFacts> X11WindowSystem::window(uint32_t id) {

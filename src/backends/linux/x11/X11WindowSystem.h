@@ -4,7 +4,9 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "backends/linux/x11/WindowSystem.h"
@@ -31,6 +33,9 @@ class X11WindowSystem final : public WindowSystem {
   void noteUserTime(uint32_t time) { userTime_ = time; }
   uint32_t userTime() const { return userTime_; }
 
+  /// From now on the window is not among the managed ones: it is shown over the window the user works in, and does not
+  /// count as one.
+  void passOver(uint32_t window);
   /// True when the window belongs to this process.
   bool isOwn(const WindowFacts& facts) const;
 
@@ -40,6 +45,8 @@ class X11WindowSystem final : public WindowSystem {
 
   std::shared_ptr<X11Connection> x_;
   std::atomic<uint32_t> userTime_{0};
+  mutable std::mutex mutex_;  ///< leaf
+  std::set<uint32_t> passedOver_;
 };
 
 }  // namespace jumplark

@@ -44,7 +44,9 @@ RunningApplication X11Workspace::applicationOf(const WindowFacts& window) const 
   const std::string windowClass = window.className.empty() ? window.instanceName : window.className;
   const std::string program = windowClass.empty() ? executableName(result.pid) : windowClass;
   const auto entry = entries_.forWindow(window.applicationId, window.className, window.instanceName);
-  if (!window.applicationId.empty()) {
+  if (windows_.isOwn(window)) {
+    result.bundleIdentifier = kOwnBundleIdentifier;  // also where it is not installed
+  } else if (!window.applicationId.empty()) {
     result.bundleIdentifier = window.applicationId;
   } else {
     result.bundleIdentifier = entry ? entry->id : program;
