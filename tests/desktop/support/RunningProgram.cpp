@@ -2,7 +2,10 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
+#include <utility>
 
 #include "desktop/support/Applications.h"
 
@@ -11,10 +14,18 @@ namespace {
 
 constexpr const char* kReady = "Jumplark is running.";
 
+Process& startWith(PrivateSession& session, nlohmann::json defaults, const Environment& extra) {
+  defaults["shownHelpOnStart"] = true;
+  const std::filesystem::path folder = session.environment().at("XDG_CONFIG_HOME") + "/jumplark";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "defaults.json") << defaults;
+  return session.start({JUMPLARK_PROGRAM}, extra);
+}
+
 }  // namespace
 
-RunningProgram::RunningProgram(PrivateSession& session, const Environment& extra)
-    : session_(session), process_(session.start({JUMPLARK_PROGRAM}, extra)) {
+RunningProgram::RunningProgram(PrivateSession& session, nlohmann::json defaults, const Environment& extra)
+    : session_(session), process_(startWith(session, std::move(defaults), extra)) {
   const bool ready = waitUntil([&] { return process_.out().find(kReady) != std::string::npos || !process_.running(); });
   if (!ready || !process_.running()) {
     throw std::runtime_error("the program did not start: " + process_.out() + process_.err());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,9 +15,10 @@ class RunningProgram {
  public:
   static constexpr const char* kShortcut = "super+shift+space";
 
-  /// Returns when the shortcut can be pressed. Throws std::runtime_error with what the program said when it does not
-  /// come to that.
-  explicit RunningProgram(PrivateSession& session, const Environment& extra = {});
+  /// Returns when the shortcut can be pressed. `defaults` are the settings that its file holds, besides that the user
+  /// has been welcomed. Throws std::runtime_error with what the program said when it does not come to that.
+  explicit RunningProgram(PrivateSession& session, nlohmann::json defaults = nlohmann::json::object(),
+                          const Environment& extra = {});
   RunningProgram(const RunningProgram&) = delete;
   RunningProgram& operator=(const RunningProgram&) = delete;
   ~RunningProgram();
