@@ -8,6 +8,7 @@
 #include "app/JLAppDelegate.h"
 #include "app/JLPreferencesController.h"
 #include "app/JLStatusItemController.h"
+#include "app/JLUpdateChecker.h"
 #include "backends/linux/LinuxProgram.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/system/InstanceChannel.h"
@@ -95,6 +96,8 @@ class Background {
  private:
   JLAppDelegate::Collaborators collaborators() {
     JLAppDelegate::Collaborators all;
+    all.setUpdateFeedAddress = [this](const std::string& address) { updates_.setFeedAddress(address); };
+    all.checkForUpdates = [this] { updates_.checkForUpdates(); };
     all.terminate = [this] { program_.loop().quit(); };
     all.didStart = [this] { tellThatItRuns(delegate_); };
     return all;
@@ -102,6 +105,7 @@ class Background {
 
   LinuxProgram& program_;
   Token installed_;
+  JLUpdateChecker updates_;
   JLAppDelegate delegate_;
 };
 

@@ -158,6 +158,25 @@ class PreferencesWindowView {
   virtual void setAboutPane(const AboutPaneModel& model) = 0;
 };
 
+/// What the window about a new version shows.
+struct UpdateWindowModel {
+  bool isBusy = false;  ///< something moves that says so
+  std::string title;
+  std::string text;
+  std::string notes;                 ///< plain text of any length, in lines; empty for none
+  std::vector<std::string> buttons;  ///< the first is the default one
+  bool operator==(const UpdateWindowModel&) const = default;
+};
+
+/// The window about a new version, on screen from show() until its end. Main thread only.
+class UpdateWindowView {
+ public:
+  virtual ~UpdateWindowView() = default;
+  virtual void setModel(const UpdateWindowModel& model) = 0;
+  /// In front of the other windows; without the keyboard it leaves the user's typing alone.
+  virtual void show(bool takesKeyboard) = 0;
+};
+
 /// Makes what the user meets besides the query: the icon and the preferences. Main thread only.
 class AppViews {
  public:
@@ -169,6 +188,10 @@ class AppViews {
   /// the program that the window needs cannot be loaded.
   virtual std::unique_ptr<PreferencesWindowView> makePreferencesWindow(
       const std::string& title, const std::vector<std::optional<PaneDescription>>& panes) = 0;
+  /// `chosen` is called on the main queue with the index of the button pressed, or with -1 when the user wants the
+  /// window closed, which is for the caller to do; never after the view's end, and not for a model that was replaced
+  /// meanwhile.
+  virtual std::unique_ptr<UpdateWindowView> makeUpdateWindow(std::function<void(int button)> chosen) = 0;
 };
 
 }  // namespace jumplark

@@ -38,10 +38,11 @@ struct HttpRequest {
 
 struct HttpAnswer {
   HttpError error = HttpError::none;
-  std::string problem;     ///< a sentence for the log when there is an error
-  int32_t status = 0;      ///< 0 when none came
-  std::string body;        ///< at most `answerLimit` bytes
-  bool truncated = false;  ///< the body was longer; the rest was not fetched
+  std::string problem;      ///< a sentence for the log when there is an error
+  int32_t status = 0;       ///< 0 when none came
+  std::string body;         ///< at most `answerLimit` bytes
+  bool truncated = false;   ///< the body was longer; the rest was not fetched
+  std::string redirection;  ///< where a redirecting answer points, as a whole address; empty for any other
 
   bool isSuccess() const { return error == HttpError::none && status >= 200 && status <= 299; }
 };

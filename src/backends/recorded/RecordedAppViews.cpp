@@ -95,4 +95,34 @@ std::unique_ptr<PreferencesWindowView> RecordedAppViews::makePreferencesWindow(
   return window;
 }
 
+std::unique_ptr<UpdateWindowView> RecordedAppViews::makeUpdateWindow(std::function<void(int button)> chosen) {
+  class View final : public UpdateWindowView {
+   public:
+    explicit View(std::shared_ptr<ShownUpdate> shown) : shown_(std::move(shown)) {}
+    void setModel(const UpdateWindowModel& model) override { shown_->model = model; }
+    void show(bool takesKeyboard) override {
+      ++shown_->timesShown;
+      shown_->tookKeyboard = takesKeyboard;
+    }
+
+   private:
+    std::shared_ptr<ShownUpdate> shown_;
+  };
+  auto shown = std::make_shared<ShownUpdate>();
+  shown->chosen = std::move(chosen);
+  update_ = shown;
+  return std::make_unique<View>(std::move(shown));
+}
+
+void RecordedAppViews::answerUpdate(int button) {
+  const auto pressed = update_.lock();
+  queues_.mainQueue().post([weak = update_, model = pressed->model, button] {
+    if (const auto shown = weak.lock(); shown && shown->model == model) {
+      // The window may go meanwhile.
+      const auto chosen = shown->chosen;
+      chosen(button);
+    }
+  });
+}
+
 }  // namespace jumplark

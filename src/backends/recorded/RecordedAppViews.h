@@ -67,6 +67,8 @@ class RecordedAppViews final : public AppViews {
   std::unique_ptr<PreferencesWindowView> makePreferencesWindow(
       const std::string& title, const std::vector<std::optional<PaneDescription>>& panes) override;
 
+  std::unique_ptr<UpdateWindowView> makeUpdateWindow(std::function<void(int button)> chosen) override;
+
   struct ShownItem {
     StatusItem item;
     std::string menuTitle;
@@ -79,6 +81,17 @@ class RecordedAppViews final : public AppViews {
   /// The window that was made last; null before. It belongs to whoever asked for it and goes with it.
   RecordedPreferencesWindow* preferences() const { return preferences_; }
 
+  struct ShownUpdate {
+    UpdateWindowModel model;
+    int timesShown = 0;
+    bool tookKeyboard = false;  ///< at the last time
+    std::function<void(int button)> chosen;
+  };
+  /// The window about a new version; null while there is none.
+  std::shared_ptr<ShownUpdate> update() const { return update_.lock(); }
+  /// The user presses one of its buttons, or closes it (-1). The caller hears of it on the main queue.
+  void answerUpdate(int button);
+
   bool statusBar = true;   ///< whether this desktop has one
   bool isComplete = true;  ///< false: no preferences window can be made
   int preferencesMade = 0;
@@ -88,6 +101,7 @@ class RecordedAppViews final : public AppViews {
   std::shared_ptr<std::vector<std::shared_ptr<ShownItem>>> items_ =
       std::make_shared<std::vector<std::shared_ptr<ShownItem>>>();
   RecordedPreferencesWindow* preferences_ = nullptr;
+  std::weak_ptr<ShownUpdate> update_;
 };
 
 }  // namespace jumplark

@@ -1,10 +1,12 @@
 #include "backends/linux/qt/QtAppViews.h"
 
 #include <QApplication>
+#include <utility>
 
 #include "backends/linux/qt/PaneIcons.h"
 #include "backends/linux/qt/QtPreferencesWindow.h"
 #include "backends/linux/qt/QtStatusItem.h"
+#include "backends/linux/qt/QtUpdateWindow.h"
 #include "backends/linux/qt/QtViews.h"
 #include "backends/linux/qt/StatusBarWatch.h"
 
@@ -37,6 +39,11 @@ std::unique_ptr<PreferencesWindowView> QtAppViews::makePreferencesWindow(
       QtPreferencesWindow::Context{parts_->views.keys(), parts_->mainQueue,
                                    [&views = parts_->views](QWidget& window) { views.bringToFront(window); }},
       title, panes);
+}
+
+std::unique_ptr<UpdateWindowView> QtAppViews::makeUpdateWindow(std::function<void(int button)> chosen) {
+  return std::make_unique<QtUpdateWindow>(
+      parts_->mainQueue, [&views = parts_->views](QWidget& window) { views.bringToFront(window); }, std::move(chosen));
 }
 
 }  // namespace jumplark

@@ -163,6 +163,9 @@ class Transfer {
       return failure(error, problem_[0] != '\0' ? problem_.data() : curl_easy_strerror(code));
     }
     answer_.status = static_cast<int32_t>(status);
+    const char* redirection = nullptr;
+    curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &redirection);
+    answer_.redirection = redirection != nullptr ? redirection : "";
     return std::move(answer_);
   }
 
