@@ -39,6 +39,11 @@ const Alert kSecurityPrompt{
     "Relaunch Jumplark.\n\nPress 'Help' for more info.",
     {"Open Security", "Help", "Quit"}};
 
+const Alert kNoSettings{"This desktop has no settings for accessibility",
+                        "The command \"jumplark doctor\" says what is missing and how to mend it.\n\nThen start "
+                        "Jumplark again.",
+                        {"Quit"}};
+
 const Alert kWelcome{"Welcome to Jumplark!",
                      "It looks like this is the first time you've launched Jumplark!\nWe strongly suggest you read the "
                      "README to get the most out of Jumplark.",
@@ -124,8 +129,14 @@ void JLAppDelegate::checkAccessibilityIsEnabled(const std::function<void()>& nex
 
 void JLAppDelegate::answerAccessibilityPrompt(int button) {
   if (button == 0 && !Platform::current().desktop->openAccessibilitySettings()) {
-    spdlog::warn("This desktop has no settings for accessibility; 'jumplark doctor' says what is missing");
-  } else if (button == 1 && !openGettingStarted(addresses_, addresses_.allowAccess)) {
+    Platform::current().views->showAlert(kNoSettings, [weak = std::weak_ptr(self_)](int) {
+      if (const auto self = weak.lock()) {
+        (*self)->terminate();
+      }
+    });
+    return;
+  }
+  if (button == 1 && !openGettingStarted(addresses_, addresses_.allowAccess)) {
     spdlog::warn("There is no help page; 'jumplark doctor' says what is missing");
   }
   terminate();

@@ -18,7 +18,7 @@ JLPreferencesAboutViewController::JLPreferencesAboutViewController() {
 void JLPreferencesAboutViewController::loadView(PreferencesWindowView& view) {
   view.setAboutPane(
       {"Jumplark", fmt::format("Version {} ({})", shortVersion_, appVersion_),
-       "Operate any application's interface from the keyboard: type a few letters of what you see, click it."});
+       "Operate any application's interface from the keyboard:\ntype a few letters of what you see, and click it."});
 }
 
 }  // namespace jumplark

@@ -5,11 +5,10 @@
 #include <vector>
 
 #include "backends/linux/DesktopCheck.h"
+#include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
 #include "backends/linux/atspi/AtspiChecks.h"
 #include "backends/linux/system/SystemQueues.h"
-#include "backends/linux/x11/X11Checks.h"
-
 #include "cli/Commands.h"
 #include "cli/Snapshot.h"
 #include "platform/Platform.h"
@@ -71,9 +70,7 @@ Checks applicationChecks(const Target& target, SystemQueues& queues) {
 }  // namespace
 
 ExitStatus runDoctor(const Options& options, SystemQueues& queues) {
-  Checks checks = x11Checks();
-  const Checks buses = atspi::atspiChecks();
-  checks.insert(checks.end(), buses.begin(), buses.end());
+  Checks checks = desktopChecks();
   print(checks);
   if (mayReadApplications(checks)) {
     const Checks application = applicationChecks(options.target, queues);

@@ -1,12 +1,14 @@
 #include "backends/linux/LinuxProgram.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <utility>
 #include <vector>
 
 #include "backends/linux/DesktopCheck.h"
+#include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
-#include "backends/linux/atspi/AtspiChecks.h"
 #include "backends/linux/atspi/WorkWhileWaiting.h"
 #include "backends/linux/qt/QtAppViews.h"
 #include "backends/linux/qt/QtDesktopServices.h"
@@ -19,21 +21,36 @@
 #include "backends/linux/system/PrivateFiles.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "backends/linux/x11/DesktopWatcher.h"
-#include "backends/linux/x11/X11Checks.h"
 #include "backends/linux/x11/X11Connection.h"
 #include "backends/linux/x11/X11Input.h"
 #include "backends/linux/x11/X11InputSources.h"
 #include "backends/linux/x11/X11Screens.h"
 #include "backends/linux/x11/X11Shortcuts.h"
 #include "backends/linux/x11/X11WindowSystem.h"
+#include "platform/Workspace.h"
 
 namespace jumplark {
 namespace {
 
-std::vector<DesktopServices::HealthFinding> checkHealth() {
-  std::vector<DesktopCheck> checks = x11Checks();
-  const std::vector<DesktopCheck> buses = atspi::atspiChecks();
-  checks.insert(checks.end(), buses.begin(), buses.end());
+/// Of the application that is in front of all but this one. It is read over connections of its own, so that an
+/// activation which goes on meanwhile keeps its snapshot.
+std::vector<DesktopCheck> applicationChecks(SystemQueues& queues) {
+  const auto opened = LinuxPlatform::open(queues);
+  if (!opened.platform) {
+    return {};
+  }
+  for (const RunningApplication& application : opened.platform->platform().workspace->applicationsFrontToBack()) {
+    if (application.pid != ::getpid()) {
+      return opened.platform->readingChecks(application);
+    }
+  }
+  return {};
+}
+
+std::vector<DesktopServices::HealthFinding> checkHealth(SystemQueues& queues) {
+  std::vector<DesktopCheck> checks = desktopChecks();
+  const std::vector<DesktopCheck> application = applicationChecks(queues);
+  checks.insert(checks.end(), application.begin(), application.end());
   std::vector<DesktopServices::HealthFinding> findings;
   for (const DesktopCheck& check : checks) {
     using Level = DesktopServices::HealthFinding::Level;
@@ -63,7 +80,7 @@ struct LinuxProgram::Parts {
         loop(queues),
         defaults(queues, DefaultsFile::pathFromEnvironment()),
         files(PrivateFiles::folderFromEnvironment()),
-        services(desktop != nullptr, checkHealth),
+        services(desktop != nullptr, [this] { return checkHealth(queues); }),
         loginItem(queues, AutostartFile::folderFromEnvironment(), AutostartFile::programFromSystem(), searchPath()),
         inputSources(connection),
         shortcuts(connection->displayName(), queues.mainQueue(), shortcutHooks()),

@@ -8,6 +8,8 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "backends/linux/qt/PaneIcons.h"
+
 namespace jumplark {
 namespace {
 
@@ -64,7 +66,7 @@ void AlertDialog::addTexts(const Alert& alert, QVBoxLayout& layout) {
   layout.addLayout(row);
   auto* icon = new QLabel(this);
   const int size = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
-  icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxInformation, nullptr, this).pixmap(size));
+  icon->setPixmap(applicationIcon().pixmap(size));
   row->addWidget(icon, 0, Qt::AlignTop);
   auto* texts = new QVBoxLayout;
   row->addLayout(texts);

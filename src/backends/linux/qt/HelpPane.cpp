@@ -82,8 +82,7 @@ void HelpPane::showButtons(const HelpPaneModel& model) {
     auto* row = new QHBoxLayout;
     button->setMinimumWidth(200);
     row->addWidget(button);
-    auto* note = new QLabel(this);
-    note->setEnabled(false);
+    QLabel* note = makeHint(this);
     button->setProperty("note", QVariant::fromValue(static_cast<QObject*>(note)));
     row->addWidget(note);
     row->addStretch();

@@ -18,16 +18,10 @@ constexpr int kPadding = 24;
 constexpr int kSpacing = 10;
 constexpr int kIndent = 24;  ///< of a note below its check box
 
-/// A paragraph in the weaker colour of hints.
+/// A paragraph below a check box.
 QLabel* makeNote(QWidget* parent) {
-  auto* note = new QLabel(parent);
-  note->setTextFormat(Qt::PlainText);
+  QLabel* note = makeHint(parent);
   note->setWordWrap(true);
-  QPalette palette = note->palette();
-  QColor weaker = palette.color(QPalette::WindowText);
-  weaker.setAlphaF(0.66F);
-  palette.setColor(QPalette::WindowText, weaker);
-  note->setPalette(palette);
   note->setContentsMargins(kIndent, 0, 0, 0);
   return note;
 }
@@ -52,6 +46,17 @@ QFormLayout* makeForm(QWidget* pane) {
 }
 
 }  // namespace
+
+QLabel* makeHint(QWidget* parent) {
+  auto* hint = new QLabel(parent);
+  hint->setTextFormat(Qt::PlainText);
+  QPalette palette = hint->palette();
+  QColor weaker = palette.color(QPalette::WindowText);
+  weaker.setAlphaF(0.66F);
+  palette.setColor(QPalette::WindowText, weaker);
+  hint->setPalette(palette);
+  return hint;
+}
 
 GeneralPane::GeneralPane(KeyTranslator& keys, const PaneDelegate& delegate) {
   recorder_ = new ShortcutField(

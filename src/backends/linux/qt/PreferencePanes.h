@@ -22,6 +22,9 @@ class ShortcutField;
 
 using PaneDelegate = std::function<void(const std::function<void(PreferencesViewDelegate&)>& call)>;
 
+/// A line or paragraph in the weaker colour of hints, which can still be read.
+QLabel* makeHint(QWidget* parent);
+
 class GeneralPane : public QWidget {
  public:
   GeneralPane(KeyTranslator& keys, const PaneDelegate& delegate);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/DesktopServices.h"
@@ -10,10 +12,10 @@ namespace jumplark {
 /// The desktop's programs for pages and for its accessibility settings.
 class QtDesktopServices final : public DesktopServices {
  public:
-  using Check = std::vector<HealthFinding> (*)();
+  using Check = std::function<std::vector<HealthFinding>()>;
 
-  /// `granted`: whether the accessibility bus was reached. `check` looks at the desktop.
-  QtDesktopServices(bool granted, Check check) : granted_(granted), check_(check) {}
+  /// `granted`: whether the accessibility bus was reached. `check` looks at the desktop, on any thread.
+  QtDesktopServices(bool granted, Check check) : granted_(granted), check_(std::move(check)) {}
 
   bool isAccessibilityGranted() override { return granted_; }
   bool openURL(const std::string& url) override;

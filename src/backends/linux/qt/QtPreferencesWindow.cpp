@@ -24,6 +24,16 @@ constexpr int kWidth = 620;
 constexpr int kHeight = 440;
 constexpr int kIconSize = 32;
 
+/// The chosen button is told apart on dark palettes too, where a pressed button hardly differs from the window.
+QPalette toolbarPalette(QPalette palette) {
+  const QColor window = palette.color(QPalette::Window);
+  const QColor text = palette.color(QPalette::WindowText);
+  const auto mixed = [](int a, int b) { return (a * 4 + b) / 5; };
+  palette.setColor(QPalette::Button, QColor(mixed(window.red(), text.red()), mixed(window.green(), text.green()),
+                                            mixed(window.blue(), text.blue())));
+  return palette;
+}
+
 }  // namespace
 
 /// Tells when it comes into view and goes. Minimizing is neither.
@@ -110,6 +120,7 @@ QWidget* QtPreferencesWindow::makeToolbar(const std::vector<std::optional<PaneDe
       continue;
     }
     auto* button = new QToolButton(toolbar);
+    button->setPalette(toolbarPalette(toolbar->palette()));
     button->setText(QString::fromStdString(description->label));
     button->setIcon(paneIcon(description->image, toolbar->palette().color(QPalette::WindowText)));
     button->setIconSize({kIconSize, kIconSize});

@@ -1,0 +1,40 @@
+#include "backends/linux/DesktopChecks.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "backends/linux/atspi/AtspiChecks.h"
+#include "backends/linux/x11/X11Checks.h"
+
+namespace jumplark {
+namespace {
+
+/// Keeps the one that says most: a tray that is there, else what the bus, where most trays are, says.
+void keepOneTray(std::vector<DesktopCheck>& checks) {
+  const auto isTray = [](const DesktopCheck& check) { return check.name == "tray"; };
+  const auto isThere = [&](const DesktopCheck& check) { return isTray(check) && check.level == DesktopCheck::ok; };
+  auto kept = std::find_if(checks.begin(), checks.end(), isThere);
+  if (kept == checks.end()) {
+    const auto last = std::find_if(checks.rbegin(), checks.rend(), isTray);
+    kept = last != checks.rend() ? std::prev(last.base()) : checks.end();
+  }
+  std::vector<DesktopCheck> rest;
+  for (auto check = checks.begin(); check != checks.end(); ++check) {
+    if (check == kept || !isTray(*check)) {
+      rest.push_back(*check);
+    }
+  }
+  checks = std::move(rest);
+}
+
+}  // namespace
+
+std::vector<DesktopCheck> desktopChecks() {
+  std::vector<DesktopCheck> checks = x11Checks();
+  const std::vector<DesktopCheck> buses = atspi::atspiChecks();
+  checks.insert(checks.end(), buses.begin(), buses.end());
+  keepOneTray(checks);
+  return checks;
+}
+
+}  // namespace jumplark

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <vector>
+
+#include "backends/linux/DesktopCheck.h"
+
+namespace jumplark {
+
+/// How display and message buses stand, changing nothing. Where icons have a place, of whichever kind, nothing is said
+/// of the kinds that are missing. May take seconds; any thread.
+std::vector<DesktopCheck> desktopChecks();
+
+}  // namespace jumplark
