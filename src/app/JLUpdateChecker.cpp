@@ -28,6 +28,7 @@ constexpr const char* kLater = "Remind Me Later";
 constexpr const char* kSkip = "Skip This Version";
 constexpr const char* kCancel = "Cancel";
 constexpr const char* kOK = "OK";
+constexpr const char* kOption = "Look for updates once a day";
 
 std::string ownVersion() {
   SystemFacts* const facts = Platform::current().facts;
@@ -47,7 +48,11 @@ std::optional<AnnouncedVersion> newerVersion(const UpdateFeed& feed, const Produ
 }
 
 UpdateWindowModel messageOf(std::string title, std::string text) {
-  return {false, std::move(title), std::move(text), {}, {kOK}};
+  UpdateWindowModel model;
+  model.title = std::move(title);
+  model.text = std::move(text);
+  model.buttons = {kOK};
+  return model;
 }
 
 UpdateWindowModel offerOf(const AnnouncedVersion& announced, const std::string& own) {
@@ -78,6 +83,12 @@ void JLUpdateChecker::setFeedAddress(const std::string& address) {
     return;
   }
   Queues& queues = *Platform::current().queues;
+  setting_ = Platform::current().defaults->observe(automaticKey, [this](const DefaultsValue&) {
+    if (window_) {
+      model_.isOptionOn = Platform::current().defaults->boolean(automaticKey);
+      window_->setModel(model_);
+    }
+  });
   timer_ =
       queues.makeRepeatingTimer(queues.mainQueue(), kFirstLook, kBetweenLooks, kLeeway, [this] { checkWhenDue(); });
   timer_->resume();
@@ -110,7 +121,10 @@ void JLUpdateChecker::checkForUpdates() {
     window_->show(true);
     return;
   }
-  show({true, "Looking for updates\u2026", {}, {}, {kCancel}}, true);
+  UpdateWindowModel busy = messageOf("Looking for updates\u2026", {});
+  busy.isBusy = true;
+  busy.buttons = {kCancel};
+  show(std::move(busy), true);
   start(Asked::byUser);
 }
 
@@ -162,12 +176,16 @@ bool JLUpdateChecker::isSkipped(const AnnouncedVersion& announced) const {
   return skipped && announced.version == *skipped;
 }
 
-void JLUpdateChecker::show(const UpdateWindowModel& model, bool takesKeyboard) {
+void JLUpdateChecker::show(UpdateWindowModel model, bool takesKeyboard) {
   if (!window_) {
-    window_ = Platform::current().appViews->makeUpdateWindow([this](int button) { buttonPressed(button); });
+    window_ = Platform::current().appViews->makeUpdateWindow(
+        {[this](int button) { buttonPressed(button); },
+         [](bool on) { Platform::current().defaults->setValue(automaticKey, on); }});
   }
-  model_ = model;
-  window_->setModel(model);
+  model_ = std::move(model);
+  model_.option = address_.empty() ? std::string() : kOption;
+  model_.isOptionOn = Platform::current().defaults->boolean(automaticKey);
+  window_->setModel(model_);
   window_->show(takesKeyboard);
 }
 

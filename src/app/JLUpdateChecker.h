@@ -7,6 +7,7 @@
 
 #include "app/UpdateFeed.h"
 #include "platform/AppViews.h"
+#include "platform/Token.h"
 
 namespace jumplark {
 
@@ -39,7 +40,7 @@ class JLUpdateChecker {
   void checkWhenDue();
   void start(Asked asked);
   void finish(const UpdateFeed& feed);
-  void show(const UpdateWindowModel& model, bool takesKeyboard);
+  void show(UpdateWindowModel model, bool takesKeyboard);
   void buttonPressed(int button);
   bool isSkipped(const AnnouncedVersion& announced) const;
 
@@ -52,6 +53,7 @@ class JLUpdateChecker {
   UpdateWindowModel model_;
   std::shared_ptr<TaskQueue> queue_;
   std::unique_ptr<RepeatingTimer> timer_;
+  Token setting_;
 };
 
 }  // namespace jumplark

@@ -163,9 +163,19 @@ struct UpdateWindowModel {
   bool isBusy = false;  ///< something moves that says so
   std::string title;
   std::string text;
-  std::string notes;                 ///< plain text of any length, in lines; empty for none
+  std::string notes;   ///< plain text of any length, in lines; empty for none
+  std::string option;  ///< a check box; empty for none
+  bool isOptionOn = false;
   std::vector<std::string> buttons;  ///< the first is the default one
   bool operator==(const UpdateWindowModel&) const = default;
+};
+
+/// What the user does in the window about a new version. Called on the main queue; never after the view's end.
+struct UpdateWindowCallbacks {
+  /// The index of the button pressed, or -1 when the user wants the window closed, which is for the owner to do. Not
+  /// called for a model whose buttons were replaced meanwhile.
+  std::function<void(int button)> chosen;
+  std::function<void(bool on)> optionToggled;
 };
 
 /// The window about a new version, on screen from show() until its end. Main thread only.
@@ -188,10 +198,7 @@ class AppViews {
   /// the program that the window needs cannot be loaded.
   virtual std::unique_ptr<PreferencesWindowView> makePreferencesWindow(
       const std::string& title, const std::vector<std::optional<PaneDescription>>& panes) = 0;
-  /// `chosen` is called on the main queue with the index of the button pressed, or with -1 when the user wants the
-  /// window closed, which is for the caller to do; never after the view's end, and not for a model that was replaced
-  /// meanwhile.
-  virtual std::unique_ptr<UpdateWindowView> makeUpdateWindow(std::function<void(int button)> chosen) = 0;
+  virtual std::unique_ptr<UpdateWindowView> makeUpdateWindow(UpdateWindowCallbacks callbacks) = 0;
 };
 
 }  // namespace jumplark

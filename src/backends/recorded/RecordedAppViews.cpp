@@ -95,7 +95,7 @@ std::unique_ptr<PreferencesWindowView> RecordedAppViews::makePreferencesWindow(
   return window;
 }
 
-std::unique_ptr<UpdateWindowView> RecordedAppViews::makeUpdateWindow(std::function<void(int button)> chosen) {
+std::unique_ptr<UpdateWindowView> RecordedAppViews::makeUpdateWindow(UpdateWindowCallbacks callbacks) {
   class View final : public UpdateWindowView {
    public:
     explicit View(std::shared_ptr<ShownUpdate> shown) : shown_(std::move(shown)) {}
@@ -109,7 +109,7 @@ std::unique_ptr<UpdateWindowView> RecordedAppViews::makeUpdateWindow(std::functi
     std::shared_ptr<ShownUpdate> shown_;
   };
   auto shown = std::make_shared<ShownUpdate>();
-  shown->chosen = std::move(chosen);
+  shown->callbacks = std::move(callbacks);
   update_ = shown;
   return std::make_unique<View>(std::move(shown));
 }
@@ -117,9 +117,9 @@ std::unique_ptr<UpdateWindowView> RecordedAppViews::makeUpdateWindow(std::functi
 void RecordedAppViews::answerUpdate(int button) {
   const auto pressed = update_.lock();
   queues_.mainQueue().post([weak = update_, model = pressed->model, button] {
-    if (const auto shown = weak.lock(); shown && shown->model == model) {
+    if (const auto shown = weak.lock(); shown && shown->model.buttons == model.buttons) {
       // The window may go meanwhile.
-      const auto chosen = shown->chosen;
+      const auto chosen = shown->callbacks.chosen;
       chosen(button);
     }
   });

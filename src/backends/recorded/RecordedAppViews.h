@@ -67,7 +67,7 @@ class RecordedAppViews final : public AppViews {
   std::unique_ptr<PreferencesWindowView> makePreferencesWindow(
       const std::string& title, const std::vector<std::optional<PaneDescription>>& panes) override;
 
-  std::unique_ptr<UpdateWindowView> makeUpdateWindow(std::function<void(int button)> chosen) override;
+  std::unique_ptr<UpdateWindowView> makeUpdateWindow(UpdateWindowCallbacks callbacks) override;
 
   struct ShownItem {
     StatusItem item;
@@ -85,7 +85,7 @@ class RecordedAppViews final : public AppViews {
     UpdateWindowModel model;
     int timesShown = 0;
     bool tookKeyboard = false;  ///< at the last time
-    std::function<void(int button)> chosen;
+    UpdateWindowCallbacks callbacks;
   };
   /// The window about a new version; null while there is none.
   std::shared_ptr<ShownUpdate> update() const { return update_.lock(); }

@@ -41,9 +41,9 @@ std::unique_ptr<PreferencesWindowView> QtAppViews::makePreferencesWindow(
       title, panes);
 }
 
-std::unique_ptr<UpdateWindowView> QtAppViews::makeUpdateWindow(std::function<void(int button)> chosen) {
+std::unique_ptr<UpdateWindowView> QtAppViews::makeUpdateWindow(UpdateWindowCallbacks callbacks) {
   return std::make_unique<QtUpdateWindow>(
-      parts_->mainQueue, [&views = parts_->views](QWidget& window) { views.bringToFront(window); }, std::move(chosen));
+      parts_->mainQueue, [&views = parts_->views](QWidget& window) { views.bringToFront(window); }, std::move(callbacks));
 }
 
 }  // namespace jumplark

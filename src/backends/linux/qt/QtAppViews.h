@@ -23,7 +23,7 @@ class QtAppViews final : public AppViews {
   bool hasStatusBar() override;
   std::unique_ptr<PreferencesWindowView> makePreferencesWindow(
       const std::string& title, const std::vector<std::optional<PaneDescription>>& panes) override;
-  std::unique_ptr<UpdateWindowView> makeUpdateWindow(std::function<void(int button)> chosen) override;
+  std::unique_ptr<UpdateWindowView> makeUpdateWindow(UpdateWindowCallbacks callbacks) override;
 
  private:
   struct Parts;

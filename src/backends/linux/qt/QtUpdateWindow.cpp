@@ -1,5 +1,6 @@
 #include "backends/linux/qt/QtUpdateWindow.h"
 
+#include <QCheckBox>
 #include <QCloseEvent>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
@@ -7,6 +8,7 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 #include <utility>
 
@@ -51,10 +53,10 @@ class QtUpdateWindow::Window : public QDialog {
 };
 
 QtUpdateWindow::QtUpdateWindow(TaskQueue& mainQueue, std::function<void(QWidget& window)> bringToFront,
-                               std::function<void(int button)> chosen)
+                               UpdateWindowCallbacks callbacks)
     : mainQueue_(mainQueue),
       bringToFront_(std::move(bringToFront)),
-      chosen_(std::make_shared<std::function<void(int)>>(std::move(chosen))),
+      callbacks_(std::make_shared<UpdateWindowCallbacks>(std::move(callbacks))),
       window_(std::make_unique<Window>([this] { answer(-1); })) {
   QWidget* const window = window_.get();
   window->setAttribute(Qt::WA_QuitOnClose, false);
@@ -80,20 +82,26 @@ QtUpdateWindow::QtUpdateWindow(TaskQueue& mainQueue, std::function<void(QWidget&
   notes_->setReadOnly(true);
   notes_->setTabChangesFocus(true);
   notes_->setMinimumHeight(kNotesHeight);
+  option_ = new QCheckBox(window);
+  QObject::connect(option_, &QCheckBox::toggled, window, [this](bool on) {
+    mainQueue_.post([weak = std::weak_ptr(callbacks_), on] {
+      if (const auto to = weak.lock()) {
+        to->optionToggled(on);
+      }
+    });
+  });
   buttons_ = new QDialogButtonBox(window);
   column->addWidget(title_);
   column->addWidget(text_);
   column->addWidget(progress_);
   column->addWidget(notes_, 1);
-  column->addStretch();
+  column->addWidget(option_);
   column->addWidget(buttons_);
 }
 
 QtUpdateWindow::~QtUpdateWindow() = default;
 
 void QtUpdateWindow::setModel(const UpdateWindowModel& model) {
-  chosen_ = std::make_shared<std::function<void(int)>>(*chosen_);
-  model_ = model;
   title_->setText(QString::fromStdString(model.title));
   text_->setText(QString::fromStdString(model.text));
   text_->setVisible(!model.text.empty());
@@ -101,16 +109,23 @@ void QtUpdateWindow::setModel(const UpdateWindowModel& model) {
   notes_->setPlainText(QString::fromStdString(model.notes));
   notes_->setVisible(!model.notes.empty());
   window_->setAccessibleName(title_->text());
-  fillButtons(model);
+  option_->setText(QString::fromStdString(model.option));
+  option_->setVisible(!model.option.empty());
+  const QSignalBlocker quiet(option_);
+  option_->setChecked(model.isOptionOn);
+  if (shownButtons_ != model.buttons) {
+    shownButtons_ = model.buttons;
+    fillButtons();
+  }
   window_->adjustSize();
 }
 
-void QtUpdateWindow::fillButtons(const UpdateWindowModel& model) {
+void QtUpdateWindow::fillButtons() {
   buttons_->clear();
-  for (size_t i = 0; i < model.buttons.size(); ++i) {
+  for (size_t i = 0; i < shownButtons_.size(); ++i) {
     // The first stands where the desktop's style puts the one that agrees.
     QPushButton* const button = buttons_->addButton(
-        QString::fromStdString(model.buttons[i]), i == 0 ? QDialogButtonBox::AcceptRole : QDialogButtonBox::ActionRole);
+        QString::fromStdString(shownButtons_[i]), i == 0 ? QDialogButtonBox::AcceptRole : QDialogButtonBox::ActionRole);
     button->setDefault(i == 0);
     QObject::connect(button, &QPushButton::clicked, window_.get(), [this, i] { answer(static_cast<int>(i)); });
     if (i == 0) {
@@ -130,9 +145,9 @@ void QtUpdateWindow::show(bool takesKeyboard) {
 }
 
 void QtUpdateWindow::answer(int button) {
-  mainQueue_.post([weak = std::weak_ptr(chosen_), button] {
-    if (const auto chosen = weak.lock()) {
-      (*chosen)(button);
+  mainQueue_.post([this, weak = std::weak_ptr(callbacks_), buttons = shownButtons_, button] {
+    if (const auto to = weak.lock(); to && buttons == shownButtons_) {
+      to->chosen(button);
     }
   });
 }

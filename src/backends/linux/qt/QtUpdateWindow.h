@@ -1,12 +1,14 @@
 #pragma once
 
 #include <QDialog>
-#include <QPointer>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "platform/AppViews.h"
 
+class QCheckBox;
 class QDialogButtonBox;
 class QLabel;
 class QPlainTextEdit;
@@ -20,7 +22,7 @@ class TaskQueue;
 class QtUpdateWindow final : public UpdateWindowView {
  public:
   QtUpdateWindow(TaskQueue& mainQueue, std::function<void(QWidget& window)> bringToFront,
-                 std::function<void(int button)> chosen);
+                 UpdateWindowCallbacks callbacks);
   ~QtUpdateWindow() override;
   QtUpdateWindow(const QtUpdateWindow&) = delete;
   QtUpdateWindow& operator=(const QtUpdateWindow&) = delete;
@@ -31,19 +33,20 @@ class QtUpdateWindow final : public UpdateWindowView {
  private:
   class Window;
 
-  void fillButtons(const UpdateWindowModel& model);
+  void fillButtons();
   void answer(int button);
 
   TaskQueue& mainQueue_;
   const std::function<void(QWidget& window)> bringToFront_;
-  /// Gone with this, and replaced with the model: an answer on its way then reaches nobody.
-  std::shared_ptr<std::function<void(int button)>> chosen_;
-  UpdateWindowModel model_;
+  /// Gone with this: what is on its way then reaches nobody.
+  const std::shared_ptr<UpdateWindowCallbacks> callbacks_;
+  std::vector<std::string> shownButtons_;
   std::unique_ptr<Window> window_;
   QLabel* title_;
   QLabel* text_;
   QProgressBar* progress_;
   QPlainTextEdit* notes_;
+  QCheckBox* option_;
   QDialogButtonBox* buttons_;
 };
 

@@ -1,0 +1,200 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "app/JLUpdateChecker.h"
+#include "support/RecordedFixture.h"
+
+namespace jumplark {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using testing::RecordedFixture;
+
+constexpr const char* kAddress = "https://updates.example.org/updates/12.xml";
+
+std::string feedOf(const std::string& items) {
+  return "<rss><channel>" + items + "</channel></rss>";
+}
+
+std::string item(const std::string& version) {
+  return "<item><description>Notes of " + version + "</description><link>https://example.org/" + version +
+         "</link><enclosure version='" + version + "'/></item>";
+}
+
+/// The program has version 1.2.
+class UpdateChecker : public ::testing::Test {
+ protected:
+  UpdateChecker() { desktop_->facts().applicationFacts.version = "1.2"; }
+
+  void serve(const std::string& items) {
+    desktop_->http().setResponder([items](const HttpRequest&) {
+      HttpAnswer answer;
+      answer.status = 200;
+      answer.body = feedOf(items);
+      return answer;
+    });
+  }
+  void start(const std::string& address = kAddress) {
+    checker_.emplace();
+    checker_->setFeedAddress(address);
+  }
+  void run(std::chrono::nanoseconds duration = 1s) { desktop_->queues().advance(duration); }
+  void ask() {
+    checker_->checkForUpdates();
+    run();
+  }
+  void press(const std::string& button) {
+    const auto& buttons = window()->model.buttons;
+    const auto at = std::ranges::find(buttons, button);
+    ASSERT_NE(at, buttons.end()) << button;
+    desktop_->appViews().answerUpdate(static_cast<int>(at - buttons.begin()));
+    run();
+  }
+  std::shared_ptr<RecordedAppViews::ShownUpdate> window() { return desktop_->appViews().update(); }
+  size_t requests() { return desktop_->http().requests().size(); }
+
+  RecordedFixture desktop_{R"({"elements":{}})"};
+  std::optional<JLUpdateChecker> checker_;
+};
+
+TEST_F(UpdateChecker, TellsTheUserWhatCameOfTheQuestion) {
+  const struct {
+    const char* what;
+    std::string items;
+    const char* title;
+    const char* text;
+  } cases[] = {
+      {"newer", item("1.1") + item("1.10") + item("1.9"), "A new version of Jumplark is available",
+       "Jumplark 1.10 is available. This is version 1.2."},
+      {"the same", item("1.2.0"), "Jumplark is up to date", "Version 1.2 is the newest one."},
+      {"older", item("1.1"), "Jumplark is up to date", "Version 1.2 is the newest one."},
+      {"not final", item("1.3-beta"), "Jumplark is up to date", "Version 1.2 is the newest one."},
+      {"none", "", "Jumplark is up to date", "Version 1.2 is the newest one."},
+      {"no feed", "<", "Jumplark could not look for updates", "What the update server sent cannot be read."},
+  };
+  start();
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.what);
+    serve(example.items);
+    ask();
+    ASSERT_TRUE(window());
+    EXPECT_EQ(window()->model.title, example.title);
+    EXPECT_EQ(window()->model.text, example.text);
+    EXPECT_TRUE(window()->tookKeyboard);
+    desktop_->appViews().answerUpdate(-1);
+    run();
+    EXPECT_FALSE(window());
+  }
+  desktop_->http().setResponder(nullptr);
+  ask();
+  EXPECT_THAT(window()->model.text, HasSubstr("cannot be reached"));
+  EXPECT_TRUE(desktop_->services().opened.empty());
+  for (const HttpRequest& request : desktop_->http().requests()) {
+    EXPECT_EQ(request.address, kAddress);
+    EXPECT_TRUE(request.encryptedOnly);
+  }
+}
+
+TEST_F(UpdateChecker, OffersWhereTheVersionIsToBeHad) {
+  serve(item("1.3"));
+  start();
+  ask();
+  EXPECT_EQ(window()->model.notes, "Notes of 1.3");
+  EXPECT_THAT(window()->model.buttons, ElementsAre("Open Download Page", "Remind Me Later", "Skip This Version"));
+  ask();
+  EXPECT_EQ(requests(), 1U) << "it is on screen already";
+  EXPECT_EQ(window()->timesShown, 3);
+  press("Open Download Page");
+  EXPECT_THAT(desktop_->services().opened, ElementsAre("https://example.org/1.3"));
+  EXPECT_FALSE(window());
+  serve("<item><link>http://example.org/</link><enclosure version='1.4'/></item>");
+  ask();
+  EXPECT_THAT(window()->model.buttons, ElementsAre("Remind Me Later", "Skip This Version"));
+}
+
+TEST_F(UpdateChecker, CanBeCancelledWhileItWaits) {
+  serve(item("1.3"));
+  desktop_->http().setDelay(10s);
+  start();
+  ask();
+  EXPECT_TRUE(window()->model.isBusy);
+  press("Cancel");
+  EXPECT_FALSE(window());
+  run(1min);
+  EXPECT_FALSE(window()) << "the late answer is nobody's";
+  // What was pressed before the answer came does not count for what it brought.
+  checker_->checkForUpdates();
+  run(9s);
+  desktop_->queues().mainQueue().post([this] { desktop_->appViews().answerUpdate(0); });
+  run(1min);
+  EXPECT_TRUE(desktop_->services().opened.empty());
+  checker_->checkForUpdates();
+  checker_.reset();
+  run(1min);
+  EXPECT_FALSE(window());
+}
+
+TEST_F(UpdateChecker, AsksByItselfOnceADayAndOnlyWhereThatIsSwitchedOn) {
+  serve(item("1.2"));
+  start();
+  run(72h);
+  EXPECT_EQ(requests(), 0U);
+  ask();
+  EXPECT_FALSE(window()->model.isOptionOn);
+  window()->callbacks.optionToggled(true);
+  run(1s);
+  EXPECT_TRUE(window()->model.isOptionOn);
+  press("OK");
+  run(60h);
+  EXPECT_EQ(requests(), 1U + 3U);
+  EXPECT_FALSE(window()) << "no news";
+  checker_.reset();
+  start();
+  run(1h);
+  EXPECT_EQ(requests(), 4U) << "another start is no other day";
+  desktop_->http().setResponder(nullptr);
+  run(24h);
+  EXPECT_EQ(requests(), 5U);
+  EXPECT_FALSE(window()) << "no complaint either";
+
+  serve(item("1.3"));
+  run(24h);
+  ASSERT_TRUE(window());
+  EXPECT_FALSE(window()->tookKeyboard);
+  press("Skip This Version");
+  run(24h);
+  EXPECT_FALSE(window());
+  ask();
+  EXPECT_THAT(window()->model.text, HasSubstr("1.3")) << "but the user is told";
+  press("Remind Me Later");
+  serve(item("1.3") + item("1.4"));
+  run(24h);
+  ASSERT_TRUE(window());
+  EXPECT_THAT(window()->model.text, HasSubstr("1.4"));
+  press("Remind Me Later");
+  desktop_->defaults().setValue(JLUpdateChecker::automaticKey, false);
+  const size_t before = requests();
+  run(72h);
+  EXPECT_EQ(requests(), before);
+}
+
+TEST_F(UpdateChecker, WithoutAnAddressNothingIsAsked) {
+  desktop_->defaults().setValue(JLUpdateChecker::automaticKey, true);
+  start("");
+  run(72h);
+  EXPECT_FALSE(window());
+  ask();
+  EXPECT_THAT(window()->model.text, HasSubstr("no address"));
+  EXPECT_EQ(window()->model.option, "");
+  EXPECT_EQ(requests(), 0U);
+}
+
+}  // namespace
+}  // namespace jumplark
