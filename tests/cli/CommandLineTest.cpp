@@ -133,7 +133,7 @@ TEST_F(CommandLine, FailuresHaveTheirStatusAndOneSentence) {
       {"nothing to click", {"act", "--desktop", file("desktop.json"), "zzz"}, 1, "zzz"},
       {"no query", {"match", "--desktop", file("desktop.json")}, 2, "QUERY"},
       {"unknown option", {"match", "--nonsense", "q"}, 2, "--nonsense"},
-      {"no command", {}, 2, "subcommand"},
+      {"unknown command", {"nonsense"}, 2, "nonsense"},
       {"two targets", {"tree", "--pid", "1", "--app", "x"}, 2, "--app"},
       {"missing file", {"tree", "--desktop", file("none.json")}, 2, "none.json"},
       {"truncated file", {"tree", "--desktop", file("truncated.json")}, 2, "truncated.json"},
@@ -142,9 +142,12 @@ TEST_F(CommandLine, FailuresHaveTheirStatusAndOneSentence) {
       {"unknown application", {"tree", "--desktop", file("desktop.json"), "--app", "Zebra"}, 3, "Editor"},
       {"unknown process", {"tree", "--desktop", file("desktop.json"), "--pid", "9"}, 3, "9"},
       {"no display", {"tree"}, 3, "display"},
+      {"no display for the background", {}, 3, "display"},
+      {"nothing running", {"activate"}, 3, "not running"},
   };
   for (const Failing& c : cases) {
-    const auto finished = run(c.arguments);
+    // A runtime folder of its own, so that it is the only instance.
+    const auto finished = run(c.arguments, {{"XDG_RUNTIME_DIR", folder_.string()}});
     EXPECT_EQ(finished.status, c.status) << c.name << ": " << finished.err;
     EXPECT_NE(finished.err.find(c.says), std::string::npos) << c.name << ": " << finished.err;
     EXPECT_TRUE(finished.out.empty()) << c.name << ": " << finished.out;

@@ -1,9 +1,15 @@
+#include <gmock/gmock.h>
+
 #include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "SourceFixture.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/ChromiumReader.h"
+#include "desktop/support/Process.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -109,6 +115,33 @@ TEST_F(Browser, OfALongListTellsWhatIsInTheWindow) {
 TEST(BrowserAdvice, IsForBrowsersOnly) {
   EXPECT_EQ(adviceForSilentBrowser(getpid(), nullptr), "");
   EXPECT_EQ(adviceForSilentBrowser(-1, nullptr), "");
+}
+
+TEST(BrowserAdvice, IsGivenUntilAPageShowsSomething) {
+  namespace fs = std::filesystem;
+  std::string pattern = (fs::temp_directory_path() / "jumplark-shell-XXXXXX").string();
+  const fs::path folder = mkdtemp(pattern.data());
+  // Looks like a browser, and does nothing.
+  fs::copy_file("/bin/sleep", folder / "my-shell");
+  std::ofstream(folder / "chrome_100_percent.pak");
+  const desktop::Process program({(folder / "my-shell").string(), "1000"}, {}, (folder / "run").string());
+  const auto advice = [&](const Snapshot* snapshot) { return adviceForSilentBrowser(program.pid(), snapshot); };
+  const auto isGiven = testing::HasSubstr("my-shell shows nothing of its pages: start it with --force");
+
+  Snapshot snapshot;
+  const auto page = std::make_shared<ElementFacts>();
+  page->role = role::documentWeb;
+  EXPECT_THAT(advice(nullptr), isGiven) << "not on the bus at all";
+  EXPECT_THAT(advice(&snapshot), isGiven) << "without a page";
+  snapshot.elements.emplace(makeRef(":1.1", "/page"), page);
+  page->states = 1ULL << state::showing;
+  EXPECT_THAT(advice(&snapshot), isGiven) << "an empty page";
+  page->children = {makeRef(":1.1", "/link")};
+  page->states = 0;
+  EXPECT_THAT(advice(&snapshot), isGiven) << "another tab's page";
+  page->states = 1ULL << state::showing;
+  EXPECT_EQ(advice(&snapshot), "");
+  fs::remove_all(folder);
 }
 
 }  // namespace
