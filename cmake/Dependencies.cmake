@@ -12,6 +12,9 @@ find_package(CURL REQUIRED)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto SSL)
 
 pkg_check_modules(SDBUS REQUIRED IMPORTED_TARGET libsystemd)
+# Backward-cpp, which is one header, reads debug information with it.
+pkg_check_modules(DW REQUIRED IMPORTED_TARGET libdw)
+find_path(BACKWARD_INCLUDE_DIR backward.hpp REQUIRED)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
   xcb xcb-xinput xcb-xtest xcb-xkb xcb-shape xcb-randr xcb-xfixes xcb-res xcb-ewmh xcb-icccm xcb-keysyms
   xkbcommon xkbcommon-x11 xkbregistry)

@@ -8,6 +8,8 @@
 #include <system_error>
 #include <utility>
 
+#include "backends/threads/AlternateSignalStack.h"
+
 namespace jumplark {
 
 /// Address space that a stack may take; memory is used only as deep as the recursion goes. Element trees are walked
@@ -57,6 +59,7 @@ class LargeStackThread {
     return failure;
   }
   static void* run(void* argument) noexcept {
+    const AlternateSignalStack signalStack;
     const std::unique_ptr<std::function<void()>> body(static_cast<std::function<void()>*>(argument));
     (*body)();
     return nullptr;

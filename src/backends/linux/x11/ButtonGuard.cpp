@@ -13,6 +13,8 @@
 #include <csignal>
 #include <utility>
 
+#include "backends/linux/crash/CrashRelease.h"
+
 namespace jumplark {
 namespace {
 
@@ -111,7 +113,16 @@ std::unique_ptr<ButtonGuard> ButtonGuard::start(const X11Connection& x) {
   return waitForByte(sockets[0]) ? std::move(result) : nullptr;
 }
 
+ButtonGuard::ButtonGuard(std::shared_ptr<X11Connection> connection, pid_t child, int socket)
+    : x_(std::move(connection)),
+      child_(child),
+      socket_(socket),
+      endAtCrash_(shutDownAtCrash(socket, CrashRelease::guard)) {
+  x_->outliveCrash();  // the child needs it then
+}
+
 ButtonGuard::~ButtonGuard() {
+  endAtCrash_.reset();
   shutdown(socket_, SHUT_RDWR);
   close(socket_);
   while (waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {

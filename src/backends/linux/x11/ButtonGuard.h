@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "backends/linux/x11/X11Connection.h"
+#include "platform/Token.h"
 
 namespace jumplark {
 
@@ -27,12 +28,12 @@ class ButtonGuard {
   pid_t childPid() const { return child_; }
 
  private:
-  ButtonGuard(std::shared_ptr<X11Connection> connection, pid_t child, int socket)
-      : x_(std::move(connection)), child_(child), socket_(socket) {}
+  ButtonGuard(std::shared_ptr<X11Connection> connection, pid_t child, int socket);
 
   std::shared_ptr<X11Connection> x_;  ///< the child's connection, which closing here would end
   pid_t child_;
   int socket_;
+  Token endAtCrash_;
 };
 
 }  // namespace jumplark

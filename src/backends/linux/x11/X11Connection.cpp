@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <mutex>
 
+#include "backends/linux/crash/CrashRelease.h"
 #include "backends/linux/x11/Properties.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/XkbHeader.h"
@@ -116,9 +117,13 @@ X11Connection::Opened X11Connection::open(const std::string& display) {
 }
 
 X11Connection::X11Connection(xcb_connection_t* connection, xcb_screen_t* screen, std::string displayName)
-    : connection_(connection), screen_(screen), displayName_(std::move(displayName)) {}
+    : connection_(connection),
+      screen_(screen),
+      displayName_(std::move(displayName)),
+      shutDownAtCrash_(shutDownAtCrash(xcb_get_file_descriptor(connection), CrashRelease::display)) {}
 
 X11Connection::~X11Connection() {
+  shutDownAtCrash_.reset();  // before another file gets the number of its socket
   xcb_disconnect(connection_);
 }
 

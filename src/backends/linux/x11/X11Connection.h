@@ -8,6 +8,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/Token.h"
+
 namespace jumplark {
 
 /// Atoms that are asked for once, when a connection is opened.
@@ -93,6 +95,8 @@ class X11Connection {
   bool check(xcb_void_cookie_t cookie) const;
   /// Drops the events that every client gets unasked, so that a connection that reads none does not collect them.
   void dropEvents() const;
+  /// A crash closes this connection at the first moment, and so lets go of its grabs; not after this call.
+  void outliveCrash() { shutDownAtCrash_.reset(); }
   /// This process as the X server counts it, which in a sandbox is not what getpid() says; -1 when it does not tell.
   int32_t ownResourcePid() const { return ownResourcePid_; }
 
@@ -107,6 +111,7 @@ class X11Connection {
   std::array<xcb_atom_t, static_cast<size_t>(Atom::count)> atoms_{};
   X11Extensions extensions_;
   int32_t ownResourcePid_ = -1;
+  Token shutDownAtCrash_;
 };
 
 }  // namespace jumplark

@@ -1,0 +1,143 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "backends/linux/x11/Reply.h"
+#include "backends/system/SystemFixture.h"
+#include "backends/x11/X11Fixture.h"
+
+namespace jumplark {
+namespace {
+
+using desktop::waitUntil;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class Crash : public SystemFixture {
+ protected:
+  std::unique_ptr<desktop::Process> crash(const std::string& way) {
+    return std::make_unique<desktop::Process>(
+        desktop::Arguments{JUMPLARK_CRASHING, "crash", folder_ / "crashes", way, "planted-argument"},
+        desktop::Environment{{"PLANTED", "planted-environment"}}, (folder_ / "crashing").string());
+  }
+  std::vector<std::filesystem::path> rawReports() const {
+    std::vector<std::filesystem::path> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_ / "crashes")) {
+      if (entry.path().extension() == ".raw") {
+        found.push_back(entry.path());
+      }
+    }
+    return found;
+  }
+  /// As the next start reads them.
+  std::string reports() {
+    desktop::Process program({JUMPLARK_CRASHING, "reports", folder_ / "crashes"}, {}, (folder_ / "reading").string());
+    EXPECT_EQ(program.wait(), 0);
+    return program.out();
+  }
+};
+
+struct Way {
+  const char* way;
+  int signal;
+  std::vector<const char*> told;
+};
+
+TEST_F(Crash, LeavesAReportThatNamesTheFunctionAndEndsByItsSignal) {
+  const Way ways[] = {
+      {"reads nowhere", SIGSEGV, {"Signal: SIGSEGV (11), code 1, address 0x10000", "readsNowhere", "main"}},
+      {"calls nowhere", SIGSEGV, {"SIGSEGV", "callsNowhere"}},
+      {"divides", SIGFPE, {"SIGFPE", "divides"}},
+      {"is no instruction", SIGILL, {"SIGILL", "isNoInstruction"}},
+      {"traps", SIGTRAP, {"SIGTRAP", "stopsInVain"}},
+      {"reads behind the file", SIGBUS, {"SIGBUS", "readsBehindTheFile"}},
+      {"aborts", SIGABRT, {"SIGABRT", "aborts"}},
+      {"throws", SIGABRT, {"SIGABRT", "throwsToNobody", "Exception: std::runtime_error"}},
+      {"throws in a thread", SIGABRT, {"throwsToNobody", "Exception: std::runtime_error", "Thread: second"}},
+      {"recurses", SIGSEGV, {"SIGSEGV", "recurses"}},
+      {"recurses in a thread", SIGSEGV, {"recurses", "Thread: second"}},
+#ifndef __SANITIZE_ADDRESS__
+      {"breaks the heap", SIGABRT, {"SIGABRT", "malloc", "breaksTheHeap"}},
+#endif
+      {"everywhere", SIGSEGV, {"readsNowhere"}},
+  };
+  for (const auto& [way, signal, told] : ways) {
+    SCOPED_TRACE(way);
+    EXPECT_EQ(crash(way)->wait(), 128 + signal);
+    const auto raw = rawReports();
+    ASSERT_EQ(raw.size(), 1U);
+    struct stat status {};
+    ASSERT_EQ(::stat(raw[0].c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    const std::string text = read(raw[0]) + reports();
+    EXPECT_THAT(text,
+                AllOf(HasSubstr("Program: Crashing 1.0"), Not(HasSubstr("planted")), Not(HasSubstr("breaks off"))));
+    for (const char* part : told) {
+      EXPECT_THAT(text, HasSubstr(part));
+    }
+    EXPECT_THAT(rawReports(), IsEmpty()) << "a report is new once";
+    EXPECT_EQ(reports(), "");
+  }
+}
+
+TEST_F(Crash, CrashingInTheHandlerEndsTheProcessAndLeavesWhatIsWritten) {
+  EXPECT_EQ(crash("loses its stack")->wait(), 128 + SIGSEGV);
+  EXPECT_THAT(reports(), AllOf(HasSubstr("SIGSEGV"), HasSubstr("losesItsStack")));
+}
+
+TEST_F(Crash, BySignalFromOutsideIsReportedToo) {
+  const auto program = crash("waits");
+  ASSERT_TRUE(program->waitForLine("waiting"));
+  program->kill(SIGSEGV);
+  EXPECT_EQ(program->wait(), 128 + SIGSEGV);
+  EXPECT_THAT(reports(), AllOf(HasSubstr("SIGSEGV"), HasSubstr("waitsForASignal"), Not(HasSubstr("address"))));
+}
+
+TEST_F(Crash, IsToldWithoutNamesWhenLookingForThemHasEndedTheProgram) {
+  EXPECT_EQ(crash("aborts")->wait(), 128 + SIGABRT);
+  write(folder_ / "crashes" / "reading", "");
+  EXPECT_THAT(reports(), AllOf(HasSubstr("crashing-program+0x"), Not(HasSubstr("aborts"))));
+  EXPECT_EQ(crash("aborts")->wait(), 128 + SIGABRT);
+  EXPECT_THAT(reports(), HasSubstr("aborts"));
+}
+
+TEST_F(Crash, WithoutAPlaceForTheReportEndsByItsSignalAllTheSame) {
+  write(folder_ / "crashes", "no folder");
+  EXPECT_EQ(crash("reads nowhere")->wait(), 128 + SIGSEGV);
+  EXPECT_EQ(read(folder_ / "crashes"), "no folder");
+}
+
+class CrashOnADisplay : public X11Test {};
+
+// The process still lives, as one does while its core image is written.
+TEST_F(CrashOnADisplay, LetsGoOfButtonAndKeyboardFirst) {
+  start({.windowManager = desktop::WindowManager::none});
+  const auto buttonIsDown = [this] {
+    const auto reply = x11::takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));
+    return reply && (reply->mask & XCB_BUTTON_MASK_1) != 0;
+  };
+  const auto grabKeyboard = [this] {
+    const auto reply = x11::takeReply(
+        x_->get(), xcb_grab_keyboard_reply,
+        xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+  };
+  const std::string crashes = session_->folder() + "/crashes";
+  desktop::Process& program = session_->start({JUMPLARK_CRASHING, "crash-when-told", crashes});
+  ASSERT_TRUE(program.waitForLine("holding"));
+  EXPECT_TRUE(buttonIsDown());
+  EXPECT_FALSE(grabKeyboard());
+  program.kill(SIGUSR1);
+  ASSERT_TRUE(program.waitForLine("handed on"));
+  EXPECT_TRUE(waitUntil([&] { return !buttonIsDown(); }));
+  EXPECT_TRUE(waitUntil(grabKeyboard));
+  EXPECT_TRUE(program.running());
+  EXPECT_FALSE(std::filesystem::is_empty(crashes));
+}
+
+}  // namespace
+}  // namespace jumplark
