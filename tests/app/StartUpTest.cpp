@@ -1,0 +1,166 @@
+#include <utility>
+
+#include "app/AppFixture.h"
+#include "app/ShortcutRecord.h"
+#include "backends/recorded/RecordedQueryWindow.h"
+#include "metrics/JLMetrics.h"
+#include "metrics/JLMetricsService.h"
+#include "platform/Workspace.h"
+#include "query/engine/JLQueryEngine.h"
+
+namespace jumplark::testing {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+using StartUp = AppTest;
+
+TEST_F(StartUp, GreetsANewUserOnceAndGivesTheFocusBack) {
+  launch();
+  ASSERT_EQ(alerts().size(), 1U);
+  EXPECT_EQ(alerts()[0].title, "Welcome to Jumplark!");
+  EXPECT_EQ(alerts()[0].text,
+            "It looks like this is the first time you've launched Jumplark!\n"
+            "We strongly suggest you read the README to get the most out of Jumplark.");
+  EXPECT_THAT(alerts()[0].buttons, ElementsAre("Open README in browser", "No, thanks."));
+  EXPECT_THAT(steps, ElementsAre("crash reporter", "crash handlers", "feed https://u.example.org/updates/12.xml"));
+  EXPECT_FALSE(app->engine()) << "the rest waits for the answer";
+
+  answer(1);
+  EXPECT_EQ(steps.back(), "started");
+  EXPECT_EQ(desktop->defaults().storedValue("shownHelpOnStart"), true);
+  EXPECT_THAT(desktop->services().opened, IsEmpty());
+  EXPECT_EQ(shortcutFromRecord(desktop->defaults().storedValue("ActivationShortcut")), (Shortcut{49, 0x120000}));
+  EXPECT_THAT(desktop->workspace().activations(), ElementsAre(std::pair(501, kActivateIgnoringOtherApps)));
+
+  app->applicationWillTerminate();
+  app.reset();
+  launch();
+  EXPECT_THAT(alerts(), IsEmpty());
+  EXPECT_EQ(steps.back(), "started");
+}
+
+TEST_F(StartUp, OpensTheReadmeFromTheSiteOrFromThisMachine) {
+  for (const bool hasSite : {true, false}) {
+    desktop->defaults().setValue("shownHelpOnStart", nullptr);
+    addresses.gettingStarted = hasSite ? "https://help.example.org/start" : "";
+    desktop->services().documentation = "file:///usr/share/doc/jumplark/README.md";
+    launch();
+    answer(0);
+    EXPECT_EQ(desktop->services().opened.back(),
+              hasSite ? addresses.gettingStarted : desktop->services().documentation);
+    app->applicationWillTerminate();
+    app.reset();
+  }
+}
+
+TEST_F(StartUp, WithoutThePermissionItSaysHowToGetItAndEnds) {
+  const struct {
+    const char* version;
+    int button;
+    const char* first;
+    const char* opened;
+  } cases[] = {{"10.10.5", 0, "Open Security", "settings"},
+               {"10.9", 1, "Open Security", "https://help.example.org/start#allow-access"},
+               {"10.8.5", 0, "Open Universal Access", "settings"},
+               {"10.11", 2, "Open Universal Access", ""},
+               {"12", -1, "Open Universal Access", ""}};
+  desktop->services().granted = false;
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.version);
+    desktop->facts().operatingSystemFacts.version = example.version;
+    desktop->services().opened.clear();
+    desktop->services().settingsOpened = 0;
+    launch();
+    ASSERT_EQ(alerts().size(), 1U);
+    EXPECT_EQ(alerts()[0].title, "Enable access for Assistive Devices");
+    EXPECT_THAT(alerts()[0].buttons, ElementsAre(example.first, "Help", "Quit"));
+    EXPECT_EQ(alerts()[0].text,
+              alerts()[0].buttons[0] == "Open Security"
+                  ? "Jumplark requires the ability to control your computer for it to work.\n\nTo grant access to "
+                    "Jumplark:\n* Open Security preferences\n* Click the Privacy tab\n* Select Accessibility in "
+                    "sidebar\n* Ensure Jumplark is enabled\n* Relaunch Jumplark.\n\nPress 'Help' for more info."
+                  : "Jumplark requires access for assistive devices to be enabled for it to work.\n\nEnable access for "
+                    "assistive devices in the Universal Access preferences, then relaunch Jumplark.\n\nPress 'Help' "
+                    "for more info.");
+    answer(example.button);
+    EXPECT_EQ(steps.back(), "terminate");
+    EXPECT_EQ(desktop->services().settingsOpened, std::string(example.opened) == "settings" ? 1 : 0);
+    if (std::string(example.opened).starts_with("http")) {
+      EXPECT_THAT(desktop->services().opened, ElementsAre(example.opened));
+    }
+    EXPECT_FALSE(app->engine());
+    app->applicationWillTerminate();
+    app.reset();
+  }
+  EXPECT_EQ(desktop->defaults().storedValue("shownHelpOnStart"), nullptr);
+  EXPECT_EQ(desktop->defaults().storedValue("ActivationShortcut"), nullptr);
+}
+
+TEST_F(StartUp, NamesTheFeedOfThisSystemAndNoneWithoutAServer) {
+  for (const auto& [server, version, feed] :
+       {std::tuple("https://u.example.org", "10.9.5", "10.9.5.xml"),
+        std::tuple("https://u.example.org", "", "unknown.xml"), std::tuple("", "12", "")}) {
+    steps.clear();
+    addresses.updateServer = server;
+    desktop->facts().operatingSystemFacts.version = version;
+    launchWelcomed();
+    EXPECT_EQ(steps[2],
+              *server == '\0' ? std::string("feed ") : "feed https://u.example.org/updates/" + std::string(feed));
+    app->applicationWillTerminate();
+    app.reset();
+  }
+}
+
+TEST_F(StartUp, StartedAgainItShowsThePreferencesAndSaysWhy) {
+  launch();
+  EXPECT_FALSE(app->applicationShouldHandleReopenHasVisibleWindows(false)) << "still at the welcome";
+  EXPECT_EQ(desktop->appViews().preferencesMade, 0);
+  answer(1);
+  set("ShowMenuBarIcon", false);
+  app->engine()->hotkeyPressed();
+  run(1s);
+  for (int again = 0; again < 2; ++again) {
+    EXPECT_FALSE(app->applicationShouldHandleReopenHasVisibleWindows(true));
+    run();
+    EXPECT_TRUE(preferences().isVisible());
+    ASSERT_EQ(preferences().sheets().size(), 1U);
+    EXPECT_EQ(preferences().sheets()[0].title, "Jumplark is already running!");
+    EXPECT_EQ(preferences().sheets()[0].text,
+              "We've opened up the preferences for you in case you forgot the activation shortcut.\n\nYou can always "
+              "access the preferences by activating Jumplark, then hitting Command+,");
+    EXPECT_THAT(preferences().sheets()[0].buttons, ElementsAre("OK"));
+    EXPECT_FALSE(desktop->views().queryWindow()->isVisible());
+    preferences().answerSheet(0);
+    run();
+  }
+  EXPECT_EQ(desktop->appViews().preferencesMade, 1);
+}
+
+TEST_F(StartUp, AloneOnTheDesktopItActivatesNobody) {
+  desktop->workspace().removeApplication(501);
+  launchWelcomed();
+  EXPECT_THAT(desktop->workspace().activations(), IsEmpty());
+  EXPECT_EQ(steps.back(), "started");
+}
+
+TEST_F(StartUp, CountsAndReportsWhatTheEngineDoes) {
+  collector = "https://metrics.example.org";
+  launchWelcomed();
+  ASSERT_TRUE(JLMetrics::sharedInstance().isActive());
+  app->engine()->hotkeyPressed();
+  run(1s);
+  EXPECT_GT(JLMetrics::sharedInstance().service()->pendingEventCount(), 0U);
+  const int writes = desktop->defaults().synchronizeCount();
+  app->applicationWillTerminate();
+  EXPECT_EQ(desktop->defaults().synchronizeCount(), writes + 1);
+  EXPECT_FALSE(JLMetrics::sharedInstance().isActive());
+  const auto kept = desktop->files().contents(desktop->files().applicationSupportDirectory().path + "/Metrics.dat");
+  ASSERT_TRUE(kept);
+  EXPECT_THAT(*kept, ::testing::HasSubstr("\"name\":\"activation\""));
+}
+
+}  // namespace
+}  // namespace jumplark::testing
