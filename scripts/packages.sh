@@ -12,7 +12,8 @@ build=(g++ cmake ninja-build pkg-config ccache libicu-dev libxml2-dev nlohmann-j
 run=(xvfb xfwm4 dbus-daemon dbus-bin at-spi2-core x11-utils x11-xserver-utils xdotool imagemagick gtk-3-examples
   adwaita-icon-theme fonts-dejavu-core)
 test=("${run[@]}" libgtest-dev libgmock-dev libbenchmark-dev libatspi2.0-dev libgtk-3-dev openbox picom mousepad kcalc
-  gtk-4-examples chromium firefox-esr iproute2)
+  gtk-4-examples chromium firefox-esr iproute2
+  dpkg-dev lintian desktop-file-utils appstream fakeroot man-db zsh fish)
 lint=(clang-format clang-tidy git)
 
 wanted=()
