@@ -146,6 +146,24 @@ TEST_P(UseOnEachDesktop, losesNoLetterThatFollowsTheShortcutAtOnce) {
   EXPECT_THAT(use.demo.linesBeginning("text Name"), IsEmpty()) << "typed into the target";
 }
 
+// A person who knows what comes first does not wait to see it.
+TEST(Use, clicksWhatWasTypedThoughReturnFollowsAtOnce) {
+  Use use;
+  const std::pair<const char*, const char*> jobs[] = {{"apply", "clicked Apply"},
+                                                      {"cancel", "clicked Cancel"},
+                                                      {"ok", "clicked OK"},
+                                                      {"wrap", "checked Wrap text true"}};
+  for (const auto& [query, expected] : jobs) {
+    use.session().keys({"key", "--delay", "0", RunningProgram::kShortcut, "type", "--delay", "0", query});
+    use.session().keys({"key", "Return"});
+    EXPECT_TRUE(use.demo.process().waitForLine(expected)) << query << ": " << use.demo.process().out();
+    EXPECT_TRUE(use.program.waitUntilClosed());
+    ASSERT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
+    use.session().keys({"sleep", "0.7"});
+  }
+  EXPECT_EQ(use.demo.linesBeginning("pressed ").size(), std::size(jobs));
+}
+
 TEST(Use, movesThePointerOnATapOfControlAndFocusesOnTheSecond) {
   Use use;
   const PixelRect email = use.partNamed("Email");

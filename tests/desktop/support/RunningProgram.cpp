@@ -15,7 +15,9 @@ namespace {
 constexpr const char* kReady = "Jumplark is running.";
 
 Process& startWith(PrivateSession& session, nlohmann::json defaults, const Environment& extra) {
-  defaults["shownHelpOnStart"] = true;
+  for (const char* told : {"shownHelpOnStart", "toldOfMissingStatusBar"}) {
+    defaults.emplace(told, true);
+  }
   const std::filesystem::path folder = session.environment().at("XDG_CONFIG_HOME") + "/jumplark";
   std::filesystem::create_directories(folder);
   std::ofstream(folder / "defaults.json") << defaults;

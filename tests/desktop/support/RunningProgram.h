@@ -15,8 +15,9 @@ class RunningProgram {
  public:
   static constexpr const char* kShortcut = "super+shift+space";
 
-  /// Returns when the shortcut can be pressed. `defaults` are the settings that its file holds, besides that the user
-  /// has been welcomed. Throws std::runtime_error with what the program said when it does not come to that.
+  /// Returns when the shortcut can be pressed. `defaults` are the settings that its file holds, besides what says
+  /// that the user has been welcomed. Throws std::runtime_error with what the program said when it does not come to
+  /// that.
   explicit RunningProgram(PrivateSession& session, nlohmann::json defaults = nlohmann::json::object(),
                           const Environment& extra = {});
   RunningProgram(const RunningProgram&) = delete;

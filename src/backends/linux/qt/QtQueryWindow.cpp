@@ -164,7 +164,7 @@ bool QtQueryWindow::resignFieldFirstResponder() {
 
 void QtQueryWindow::setKeyMonitorInstalled(bool installed) {
   if (std::exchange(monitoring_, installed) != installed) {
-    installed ? qApp->installEventFilter(this) : qApp->removeEventFilter(this);
+    installed ? panel_.field().installEventFilter(this) : panel_.field().removeEventFilter(this);
   }
 }
 
@@ -190,8 +190,9 @@ void QtQueryWindow::announceSelection(const std::string& description) {
 }
 
 bool QtQueryWindow::eventFilter(QObject* watched, QEvent* event) {
-  // Each press passes here several times, once for its window and then for widgets; the first time decides.
-  if (event->type() == QEvent::KeyPress && watched->isWindowType() && delegate_) {
+  // Only where the field gets it is a press certain to come once and in order: while a screen reader or the like
+  // listens to keys, Qt takes each press away from its window and delivers a copy once the other program has answered.
+  if (event->type() == QEvent::KeyPress && watched == &panel_.field() && delegate_) {
     // A key that has ended the activation is used up: the field has the keyboard no more, and the window would get it.
     return keyPressed(static_cast<const QKeyEvent&>(*event)) || !monitoring_;
   }

@@ -218,13 +218,13 @@ void QueryPanel::closeEvent(QCloseEvent* event) {
 
 void QueryPanel::keyPressEvent(QKeyEvent* event) {
   // The field leaves alone what it has no use for; that has been shown to the key monitor already.
-  if (onKey && !field_.hasFocus()) {
+  if (onKey && focusWidget() != &field_) {
     onKey(*event);
   }
 }
 
 void QueryPanel::keyReleaseEvent(QKeyEvent* event) {
-  if (onKey && !field_.hasFocus()) {
+  if (onKey && focusWidget() != &field_) {
     onKey(*event);
   }
 }
