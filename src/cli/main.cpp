@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "backends/linux/system/SystemQueues.h"
+#include "backends/linux/system/TextCatalogue.h"
 #include "cli/CommandLine.h"
 #include "cli/Commands.h"
 #include "cli/OpenDesktop.h"
@@ -83,6 +84,7 @@ ExitStatus run(const Options& options) {
 }  // namespace
 
 int runProgram(int argc, char** argv) {
+  openTextCatalogue();
   const auto parsed = parseCommandLine(argc, argv);
   return static_cast<int>(std::holds_alternative<ExitStatus>(parsed) ? std::get<ExitStatus>(parsed)
                                                                      : run(std::get<Options>(parsed)));
