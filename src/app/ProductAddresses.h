@@ -13,6 +13,7 @@ struct ProductAddresses {
   std::string metricsExplanation;
   std::string composeMessage;  ///< composes a public short message to the product's account
   std::string updateServer;    ///< without the path
+  std::string crashCollector = {};  ///< takes crash reports that the user sends
 
   static ProductAddresses builtIn();
 };

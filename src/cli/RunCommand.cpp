@@ -1,15 +1,18 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "app/JLAppDelegate.h"
+#include "app/JLCrashReporter.h"
 #include "app/JLPreferencesController.h"
 #include "app/JLStatusItemController.h"
 #include "app/JLUpdateChecker.h"
 #include "backends/linux/LinuxProgram.h"
+#include "backends/linux/crash/Symbols.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/system/InstanceChannel.h"
 #include "backends/linux/system/SystemQueues.h"
@@ -98,6 +101,8 @@ class Background {
     JLAppDelegate::Collaborators all;
     all.setUpdateFeedAddress = [this](const std::string& address) { updates_.setFeedAddress(address); };
     all.checkForUpdates = [this] { updates_.checkForUpdates(); };
+    all.startCrashReporter = [this](const std::function<void()>& next) { crashReporter_.start(next); };
+    all.installCrashHandlers = [this] { program_.installCrashHandlers(); };
     all.terminate = [this] { program_.loop().quit(); };
     all.didStart = [this] { tellThatItRuns(delegate_); };
     return all;
@@ -106,6 +111,7 @@ class Background {
   LinuxProgram& program_;
   Token installed_;
   JLUpdateChecker updates_;
+  JLCrashReporter crashReporter_{ProductAddresses::builtIn().crashCollector};
   JLAppDelegate delegate_;
 };
 
@@ -120,6 +126,7 @@ ExitStatus runPreferences(const Options& options) {
 }
 
 ExitStatus runInBackground() {
+  keepSymbolsLocal();
   TerminationSignals signals;
   SystemQueues queues;
   Background* background = nullptr;

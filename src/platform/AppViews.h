@@ -187,6 +187,33 @@ class UpdateWindowView {
   virtual void show(bool takesKeyboard) = 0;
 };
 
+struct CrashWindowModel {
+  std::string title;
+  std::string text;
+  std::string report;          ///< lines, shown in full and unchanged
+  bool offersSending = false;  ///< there is a button "Send"
+  bool canSend = false;        ///< it can be pressed
+  std::string status;          ///< what came of the last button; empty for nothing
+  bool operator==(const CrashWindowModel&) const = default;
+};
+
+/// What the user does in the window about a crash. Called on the main queue; never after the view's end.
+struct CrashWindowCallbacks {
+  std::function<void()> copied;                             ///< the report is on the clipboard now
+  std::function<void(const std::string& path)> saveChosen;  ///< absolute; the user has agreed to replace a file there
+  std::function<void()> sendPressed;
+  std::function<void()> closed;  ///< the user wants the window closed, which is for the owner to do
+};
+
+/// The window about an earlier crash, with buttons to copy, to save, where it is offered to send, and to close; on
+/// screen from show() until its end. Main thread only.
+class CrashWindowView {
+ public:
+  virtual ~CrashWindowView() = default;
+  virtual void setModel(const CrashWindowModel& model) = 0;
+  virtual void show() = 0;
+};
+
 /// Makes what the user meets besides the query: the icon and the preferences. Main thread only.
 class AppViews {
  public:
@@ -199,6 +226,7 @@ class AppViews {
   virtual std::unique_ptr<PreferencesWindowView> makePreferencesWindow(
       const std::string& title, const std::vector<std::optional<PaneDescription>>& panes) = 0;
   virtual std::unique_ptr<UpdateWindowView> makeUpdateWindow(UpdateWindowCallbacks callbacks) = 0;
+  virtual std::unique_ptr<CrashWindowView> makeCrashWindow(CrashWindowCallbacks callbacks) = 0;
 };
 
 }  // namespace jumplark

@@ -6,6 +6,7 @@ namespace jumplark {
 
 class AccessibilityPlatform;
 class AppViews;
+class CrashReports;
 class Defaults;
 class DesktopServices;
 class FileStore;
@@ -40,6 +41,7 @@ struct Platform {
   AppViews* appViews = nullptr;
   DesktopServices* desktop = nullptr;
   LoginItem* loginItem = nullptr;
+  CrashReports* crashReports = nullptr;
 
   /// The installed set. Throws std::logic_error when none is.
   static const Platform& current();

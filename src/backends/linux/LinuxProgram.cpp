@@ -1,15 +1,19 @@
 #include "backends/linux/LinuxProgram.h"
 
+#include <spdlog/spdlog.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <utility>
 #include <vector>
 
+#include "backends/linux/CrashFacts.h"
 #include "backends/linux/DesktopCheck.h"
 #include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
 #include "backends/linux/atspi/WorkWhileWaiting.h"
+#include "backends/linux/crash/CrashFolder.h"
+#include "backends/linux/crash/CrashHandlers.h"
 #include "backends/linux/qt/QtAppViews.h"
 #include "backends/linux/qt/QtDesktopServices.h"
 #include "backends/linux/qt/QtMainLoop.h"
@@ -133,6 +137,7 @@ struct LinuxProgram::Parts {
   CurlHttp http;
   PrivateFiles files;
   LinuxFacts facts;
+  CrashFolder crashes{CrashFolder::pathFromEnvironment()};
   QtDesktopServices services;
   AutostartFile loginItem;
   X11InputSources inputSources;
@@ -171,9 +176,19 @@ LinuxProgram::LinuxProgram(std::unique_ptr<Parts> parts) : parts_(std::move(part
   platform_.appViews = &parts_->appViews;
   platform_.desktop = &parts_->services;
   platform_.loginItem = &parts_->loginItem;
+  platform_.crashReports = &parts_->crashes;
 }
 
 LinuxProgram::~LinuxProgram() = default;
+
+void LinuxProgram::installCrashHandlers() {
+  std::string problem;
+  static const FileDescriptor folder = parts_->crashes.open(problem);  // a crash may come at the very end
+  if (!problem.empty()) {
+    spdlog::warn("No crash report can be kept: {}", problem);
+  }
+  crash_handlers::install({folder.get(), crashFacts(*parts_->connection)});
+}
 
 QtMainLoop& LinuxProgram::loop() {
   return parts_->loop;

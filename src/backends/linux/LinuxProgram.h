@@ -30,6 +30,9 @@ class LinuxProgram {
   /// Every window of the core must have gone before.
   ~LinuxProgram();
 
+  /// From now on a crash leaves a report, once a process; where none can be left the log says why.
+  void installCrashHandlers();
+
   const Platform& platform() const { return platform_; }
   QtMainLoop& loop();
 

@@ -125,4 +125,20 @@ void RecordedAppViews::answerUpdate(int button) {
   });
 }
 
+std::unique_ptr<CrashWindowView> RecordedAppViews::makeCrashWindow(CrashWindowCallbacks callbacks) {
+  class View final : public CrashWindowView {
+   public:
+    explicit View(std::shared_ptr<ShownCrash> shown) : shown_(std::move(shown)) {}
+    void setModel(const CrashWindowModel& model) override { shown_->model = model; }
+    void show() override { shown_->isShown = true; }
+
+   private:
+    std::shared_ptr<ShownCrash> shown_;
+  };
+  const auto shown = std::make_shared<ShownCrash>();
+  shown->callbacks = std::move(callbacks);
+  crash_ = shown;
+  return std::make_unique<View>(shown);
+}
+
 }  // namespace jumplark

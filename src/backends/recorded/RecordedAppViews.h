@@ -69,6 +69,8 @@ class RecordedAppViews final : public AppViews {
 
   std::unique_ptr<UpdateWindowView> makeUpdateWindow(UpdateWindowCallbacks callbacks) override;
 
+  std::unique_ptr<CrashWindowView> makeCrashWindow(CrashWindowCallbacks callbacks) override;
+
   struct ShownItem {
     StatusItem item;
     std::string menuTitle;
@@ -92,6 +94,14 @@ class RecordedAppViews final : public AppViews {
   /// The user presses one of its buttons, or closes it (-1). The caller hears of it on the main queue.
   void answerUpdate(int button);
 
+  struct ShownCrash {
+    CrashWindowModel model;
+    bool isShown = false;
+    CrashWindowCallbacks callbacks;  ///< a test calls them as the user would
+  };
+  /// The window about a crash; null while there is none.
+  std::shared_ptr<ShownCrash> crash() const { return crash_.lock(); }
+
   bool statusBar = true;   ///< whether this desktop has one
   bool isComplete = true;  ///< false: no preferences window can be made
   int preferencesMade = 0;
@@ -102,6 +112,7 @@ class RecordedAppViews final : public AppViews {
       std::make_shared<std::vector<std::shared_ptr<ShownItem>>>();
   RecordedPreferencesWindow* preferences_ = nullptr;
   std::weak_ptr<ShownUpdate> update_;
+  std::weak_ptr<ShownCrash> crash_;
 };
 
 }  // namespace jumplark

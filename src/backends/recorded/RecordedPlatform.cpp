@@ -42,8 +42,9 @@ std::unique_ptr<RecordedPlatform> RecordedPlatform::fromText(std::string_view js
 }
 
 Platform RecordedPlatform::platform() {
-  return {&accessibility_, &workspace_, &screens_, &input_, &queues_, &random_,   &defaults_, &inputSources_,
-          &shortcuts_,     &views_,     &http_,    &files_, &facts_,  &appViews_, &services_, &loginItem_};
+  return {&accessibility_, &workspace_,    &screens_,   &input_,     &queues_,      &random_,
+          &defaults_,      &inputSources_, &shortcuts_, &views_,     &http_,        &files_,
+          &facts_,         &appViews_,     &services_,  &loginItem_, &crashReports_};
 }
 
 Token RecordedPlatform::install() {

@@ -6,6 +6,7 @@
 
 #include "backends/recorded/RecordedAccessibility.h"
 #include "backends/recorded/RecordedAppViews.h"
+#include "backends/recorded/RecordedCrashReports.h"
 #include "backends/recorded/RecordedDefaults.h"
 #include "backends/recorded/RecordedDesktop.h"
 #include "backends/recorded/RecordedDesktopServices.h"
@@ -64,6 +65,7 @@ class RecordedPlatform {
   RecordedAppViews& appViews() { return appViews_; }
   RecordedDesktopServices& services() { return services_; }
   RecordedLoginItem& loginItem() { return loginItem_; }
+  RecordedCrashReports& crashReports() { return crashReports_; }
 
   /// As when the application ends: it is in no list any more, and reads of its element fail with invalidElement.
   void terminate(int32_t pid);
@@ -86,6 +88,7 @@ class RecordedPlatform {
   RecordedAppViews appViews_;
   RecordedDesktopServices services_;
   RecordedLoginItem loginItem_;
+  RecordedCrashReports crashReports_;
 };
 
 }  // namespace jumplark

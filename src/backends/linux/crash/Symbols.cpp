@@ -2,6 +2,7 @@
 
 #define BACKWARD_HAS_DW 1
 #include <backward.hpp>
+#include <cstdlib>
 #include <filesystem>
 
 #include "backends/linux/crash/BuildId.h"
@@ -39,6 +40,10 @@ Symbols::Function functionAt(const std::string& name, const Location& place) {
 }
 
 }  // namespace
+
+void keepSymbolsLocal() {
+  ::unsetenv("DEBUGINFOD_URLS");
+}
 
 struct Symbols::Resolver {
   backward::TraceResolver impl;

@@ -8,6 +8,10 @@
 
 namespace jumplark {
 
+/// Keeps the library that reads symbols from asking servers for them, which the environment can tell it to do. To be
+/// called before there is another thread.
+void keepSymbolsLocal();
+
 /// Names the functions of the modules that this process has loaded. A module is known by its build id, so a name is
 /// never that of another build.
 class Symbols {

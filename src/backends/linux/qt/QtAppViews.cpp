@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "backends/linux/qt/PaneIcons.h"
+#include "backends/linux/qt/QtCrashWindow.h"
 #include "backends/linux/qt/QtPreferencesWindow.h"
 #include "backends/linux/qt/QtStatusItem.h"
 #include "backends/linux/qt/QtUpdateWindow.h"
@@ -43,7 +44,14 @@ std::unique_ptr<PreferencesWindowView> QtAppViews::makePreferencesWindow(
 
 std::unique_ptr<UpdateWindowView> QtAppViews::makeUpdateWindow(UpdateWindowCallbacks callbacks) {
   return std::make_unique<QtUpdateWindow>(
-      parts_->mainQueue, [&views = parts_->views](QWidget& window) { views.bringToFront(window); }, std::move(callbacks));
+      parts_->mainQueue, [&views = parts_->views](QWidget& window) { views.bringToFront(window); },
+      std::move(callbacks));
+}
+
+std::unique_ptr<CrashWindowView> QtAppViews::makeCrashWindow(CrashWindowCallbacks callbacks) {
+  return std::make_unique<QtCrashWindow>(
+      parts_->mainQueue, [&views = parts_->views](QWidget& window) { views.bringToFront(window); },
+      std::move(callbacks));
 }
 
 }  // namespace jumplark

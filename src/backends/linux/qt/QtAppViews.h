@@ -24,6 +24,7 @@ class QtAppViews final : public AppViews {
   std::unique_ptr<PreferencesWindowView> makePreferencesWindow(
       const std::string& title, const std::vector<std::optional<PaneDescription>>& panes) override;
   std::unique_ptr<UpdateWindowView> makeUpdateWindow(UpdateWindowCallbacks callbacks) override;
+  std::unique_ptr<CrashWindowView> makeCrashWindow(CrashWindowCallbacks callbacks) override;
 
  private:
   struct Parts;

@@ -1,0 +1,133 @@
+#include "app/JLCrashReporter.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <utility>
+#include <vector>
+
+#include "platform/CrashReports.h"
+#include "platform/FileStore.h"
+#include "platform/Http.h"
+#include "platform/Platform.h"
+#include "platform/Queues.h"
+
+namespace jumplark {
+namespace {
+
+constexpr const char* kTitle = "Jumplark ended unexpectedly the last time.";
+constexpr const char* kText =
+    "This report says where in the program that happened. It holds nothing that you typed, read or had on the screen.";
+constexpr const char* kNotSent = "It stays on this computer.";
+constexpr const char* kMaySend = "It stays on this computer unless you press \"Send\".";
+constexpr auto kSendingLimit = std::chrono::seconds(30);
+
+std::string joined(const std::vector<CrashReport>& reports) {
+  std::string text;
+  for (const CrashReport& report : reports) {
+    text += text.empty() ? "" : "\n----\n\n";
+    text += report.text;
+  }
+  return text;
+}
+
+}  // namespace
+
+JLCrashReporter::JLCrashReporter(std::string collectorAddress)
+    : collectorAddress_(std::move(collectorAddress)),
+      self_(std::make_shared<JLCrashReporter*>(this)),
+      cancelled_(std::make_shared<std::atomic<bool>>(false)) {}
+
+JLCrashReporter::~JLCrashReporter() {
+  *cancelled_ = true;
+}
+
+void JLCrashReporter::start(std::function<void()> done) {
+  done_ = std::move(done);
+  const Platform& platform = Platform::current();
+  if (platform.crashReports == nullptr || platform.appViews == nullptr) {
+    platform.queues->mainQueue().post([weak = std::weak_ptr(self_)] {
+      if (const auto self = weak.lock()) {
+        (*self)->finish();
+      }
+    });
+    return;
+  }
+  queue_ = platform.queues->makeSerialQueue("com.brindlefox.jumplark.crash-reports");
+  queue_->post([weak = std::weak_ptr(self_), reports = platform.crashReports, &main = platform.queues->mainQueue()] {
+    main.post([weak, text = joined(reports->takeNew())] {
+      const auto self = weak.lock();
+      if (!self) {
+        return;
+      }
+      (*self)->model_.report = text;
+      text.empty() ? (*self)->finish() : (*self)->show();
+    });
+  });
+}
+
+void JLCrashReporter::show() {
+  model_.title = kTitle;
+  model_.offersSending = !collectorAddress_.empty();
+  model_.canSend = model_.offersSending;
+  model_.text = fmt::format("{} {}", kText, model_.offersSending ? kMaySend : kNotSent);
+  window_ = Platform::current().appViews->makeCrashWindow({[this] { setStatus("Copied."); },
+                                                           [this](const std::string& path) { save(path); },
+                                                           [this] { send(); }, [this] { finish(); }});
+  window_->setModel(model_);
+  window_->show();
+}
+
+void JLCrashReporter::save(const std::string& path) {
+  const std::string problem = Platform::current().files->replace(path, model_.report);
+  setStatus(problem.empty() ? "Saved." : fmt::format("Could not be saved: {}", problem));
+}
+
+void JLCrashReporter::send() {
+  if (!model_.canSend) {
+    return;
+  }
+  model_.canSend = false;
+  setStatus("Sending…");
+  HttpRequest request;
+  request.method = HttpMethod::post;
+  request.address = collectorAddress_;
+  request.headers = {{"Content-Type", "text/plain; charset=utf-8"}};
+  request.body = model_.report;
+  request.encryptedOnly = true;
+  request.timeout = kSendingLimit;
+  request.isCancelled = [cancelled = cancelled_] { return cancelled->load(); };
+  const Platform& platform = Platform::current();
+  queue_->post([weak = std::weak_ptr(self_), request, http = platform.http, &main = platform.queues->mainQueue()] {
+    const HttpAnswer answer = http->send(request);
+    const std::string problem =
+        answer.error != HttpError::none ? answer.problem : fmt::format("the server answered {}", answer.status);
+    main.post([weak, accepted = answer.isSuccess(), problem] {
+      if (const auto self = weak.lock()) {
+        (*self)->sent(accepted, problem);
+      }
+    });
+  });
+}
+
+void JLCrashReporter::sent(bool accepted, const std::string& problem) {
+  model_.canSend = !accepted;
+  setStatus(accepted ? "Sent. Thank you." : fmt::format("Could not be sent: {}", problem));
+}
+
+void JLCrashReporter::setStatus(const std::string& status) {
+  model_.status = status;
+  if (window_) {
+    window_->setModel(model_);
+  }
+}
+
+void JLCrashReporter::finish() {
+  *cancelled_ = true;
+  window_.reset();
+  if (const auto done = std::exchange(done_, nullptr)) {
+    done();
+  }
+}
+
+}  // namespace jumplark

@@ -1,0 +1,60 @@
+#include "backends/linux/CrashFacts.h"
+
+#include <curl/curl.h>
+#include <fmt/format.h>
+#include <gnu/libc-version.h>
+#include <sys/utsname.h>
+
+#include <QtGlobal>
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+
+#include "backends/linux/system/LinuxFacts.h"
+#include "backends/linux/x11/X11Connection.h"
+
+namespace jumplark {
+namespace {
+
+constexpr size_t kLongestValue = 100;
+
+std::string plain(std::string_view text) {
+  std::string value(text.substr(0, kLongestValue));
+  std::ranges::replace_if(
+      value, [](char c) { return c < ' ' || c > '~'; }, '?');
+  return value;
+}
+
+/// Names of desktops are plain words; anything else is nobody's business.
+std::string desktopName() {
+  const char* const text = std::getenv("XDG_CURRENT_DESKTOP");
+  const std::string name = plain(text != nullptr ? text : "");
+  const bool isName = std::ranges::all_of(name, [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == ':' || c == '-' ||
+           c == '_';
+  });
+  return isName && !name.empty() ? name : "unknown";
+}
+
+}  // namespace
+
+std::string crashFacts(const X11Connection& x) {
+  LinuxFacts facts;
+  const auto application = facts.application();
+  const auto system = facts.operatingSystem();
+  utsname kernel{};
+  ::uname(&kernel);
+  const xcb_setup_t* const setup = xcb_get_setup(x.get());
+  const std::string_view vendor(xcb_setup_vendor(setup), static_cast<size_t>(xcb_setup_vendor_length(setup)));
+  return fmt::format(
+      "Program: Jumplark {}, build {}\n"
+      "Libraries: Qt {}, glibc {}, {}\n"
+      "X server: {}, release {}\n"
+      "System: version {}, {} {} {}\n"
+      "Desktop: {}\n",
+      plain(application.version), plain(application.build), qVersion(), gnu_get_libc_version(), plain(curl_version()),
+      plain(vendor), setup->release_number, plain(system.version), plain(kernel.sysname), plain(kernel.release),
+      plain(kernel.machine), desktopName());
+}
+
+}  // namespace jumplark
