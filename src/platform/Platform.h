@@ -4,6 +4,7 @@
 
 namespace jumplark {
 
+class AccessibilityNotifications;
 class AccessibilityPlatform;
 class AppViews;
 class CrashReports;
@@ -42,6 +43,7 @@ struct Platform {
   DesktopServices* desktop = nullptr;
   LoginItem* loginItem = nullptr;
   CrashReports* crashReports = nullptr;
+  AccessibilityNotifications* notifications = nullptr;
 
   /// The installed set. Throws std::logic_error when none is.
   static const Platform& current();

@@ -16,7 +16,8 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop)
       views_(queues_),
       http_(queues_),
       appViews_(queues_),
-      loginItem_(queues_) {}
+      loginItem_(queues_),
+      notifications_(queues_, accessibility_) {}
 
 RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queues)
     : queues_(queues),
@@ -29,7 +30,8 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queue
       views_(queues_),
       http_(queues_),
       appViews_(queues_),
-      loginItem_(queues_) {}
+      loginItem_(queues_),
+      notifications_(queues_, accessibility_) {}
 
 RecordedPlatform::~RecordedPlatform() {
   if (ownQueues_) {
@@ -42,9 +44,9 @@ std::unique_ptr<RecordedPlatform> RecordedPlatform::fromText(std::string_view js
 }
 
 Platform RecordedPlatform::platform() {
-  return {&accessibility_, &workspace_,    &screens_,   &input_,     &queues_,      &random_,
-          &defaults_,      &inputSources_, &shortcuts_, &views_,     &http_,        &files_,
-          &facts_,         &appViews_,     &services_,  &loginItem_, &crashReports_};
+  return {&accessibility_, &workspace_,    &screens_,   &input_,     &queues_,       &random_,
+          &defaults_,      &inputSources_, &shortcuts_, &views_,     &http_,         &files_,
+          &facts_,         &appViews_,     &services_,  &loginItem_, &crashReports_, &notifications_};
 }
 
 Token RecordedPlatform::install() {

@@ -14,6 +14,7 @@
 #include "backends/recorded/RecordedHttp.h"
 #include "backends/recorded/RecordedInput.h"
 #include "backends/recorded/RecordedInputSources.h"
+#include "backends/recorded/RecordedNotifications.h"
 #include "backends/recorded/RecordedRandom.h"
 #include "backends/recorded/RecordedScreens.h"
 #include "backends/recorded/RecordedShortcuts.h"
@@ -66,6 +67,7 @@ class RecordedPlatform {
   RecordedDesktopServices& services() { return services_; }
   RecordedLoginItem& loginItem() { return loginItem_; }
   RecordedCrashReports& crashReports() { return crashReports_; }
+  RecordedNotifications& notifications() { return notifications_; }
 
   /// As when the application ends: it is in no list any more, and reads of its element fail with invalidElement.
   void terminate(int32_t pid);
@@ -89,6 +91,7 @@ class RecordedPlatform {
   RecordedDesktopServices services_;
   RecordedLoginItem loginItem_;
   RecordedCrashReports crashReports_;
+  RecordedNotifications notifications_;
 };
 
 }  // namespace jumplark

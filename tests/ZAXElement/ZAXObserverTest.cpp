@@ -1,0 +1,144 @@
+#include "ZAXElement/ZAXObserver.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "support/RecordedFixture.h"
+
+namespace jumplark {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testing::RecordedFixture;
+
+constexpr const char* kDesktop = R"({
+  "applications":[{"pid":501,"name":"Editor","element":"app"},{"pid":502,"name":"Other","element":"other"}],
+  "elements":{"app":{"attributes":{"AXRole":"AXApplication","AXChildren":[{"ref":"field"},{"ref":"box"}]}},
+              "field":{"attributes":{"AXRole":"AXTextField","AXParent":{"ref":"app"}}},
+              "box":{"attributes":{"AXRole":"AXCheckBox","AXParent":{"ref":"app"}}},
+              "other":{"attributes":{"AXRole":"AXApplication"}}}})";
+
+class Observer : public ::testing::Test {
+ protected:
+  /// Notes what it is called with, after its name.
+  ZAXObserver::Handler block(const std::string& name) {
+    return [this, name](const JLElement::Pointer& element, const std::string& notification, ZAXObserver& observer) {
+      EXPECT_EQ(&observer, observer_.get());
+      calls_.push_back(name + " " + element->ref().text() + " " + notification);
+    };
+  }
+  bool subscribe(const std::string& notification, const std::string& id, const std::string& name) {
+    return observer_->subscribeToNotificationForElementWithBlock(notification, desktop_.element(id), block(name));
+  }
+  bool unsubscribe(const std::string& notification, const std::string& id) {
+    return observer_->unsubscribeFromNotificationForElement(notification, desktop_.element(id));
+  }
+  std::vector<std::string> notify(const std::string& notification, const std::string& id) {
+    calls_.clear();
+    desktop_->notifications().notify(id, notification);
+    run();
+    return calls_;
+  }
+  void run() { desktop_->queues().advance({}); }
+
+  RecordedFixture desktop_{kDesktop};
+  std::vector<std::string> calls_;
+  std::unique_ptr<ZAXObserver> observer_ = ZAXObserver::initWithPid(501);
+};
+
+TEST_F(Observer, IsNoneForAProcessWithoutAnInterface) {
+  EXPECT_TRUE(observer_);
+  EXPECT_FALSE(ZAXObserver::initWithPid(77));
+}
+
+TEST_F(Observer, CallsTheHandlerOfElementAndNotificationWithAFreshModel) {
+  EXPECT_TRUE(subscribe("AXValueChanged", "field", "field"));
+  EXPECT_TRUE(subscribe("AXValueChanged", "box", "box"));
+  JLElement::flushCache();
+  EXPECT_THAT(notify("AXValueChanged", "field"), ElementsAre("field field AXValueChanged"));
+  EXPECT_THAT(notify("AXValueChanged", "box"), ElementsAre("box box AXValueChanged"));
+  EXPECT_THAT(notify("AXTitleChanged", "box"), IsEmpty());
+  observer_->notificationReceivedForElement("AXTitleChanged", desktop_.element("box"));
+  EXPECT_THAT(calls_, IsEmpty());
+}
+
+TEST_F(Observer, KeepsTheFirstHandlerWhenASecondIsRefused) {
+  EXPECT_TRUE(subscribe("AXValueChanged", "field", "first"));
+  EXPECT_FALSE(subscribe("AXValueChanged", "field", "second"));
+  EXPECT_THAT(notify("AXValueChanged", "field"), ElementsAre("first field AXValueChanged"));
+  desktop_->notifications().acceptsAgain = true;
+  EXPECT_TRUE(subscribe("AXValueChanged", "field", "third"));
+  EXPECT_THAT(notify("AXValueChanged", "field"), ElementsAre("third field AXValueChanged"));
+}
+
+TEST_F(Observer, ChangesNothingWhereThePlatformRefuses) {
+  EXPECT_FALSE(subscribe("AXValueChanged", "other", "other")) << "an element of another process";
+  EXPECT_FALSE(subscribe("NoNotification", "field", "field"));
+  EXPECT_FALSE(unsubscribe("AXValueChanged", "field"));
+  EXPECT_TRUE(subscribe("AXValueChanged", "field", "field"));
+  EXPECT_FALSE(unsubscribe("AXTitleChanged", "field"));
+  EXPECT_THAT(notify("AXValueChanged", "field"), ElementsAre("field field AXValueChanged"));
+}
+
+TEST_F(Observer, IgnoresWhatComesAfterTheHandlerWasRemovedOrTheObserverStopped) {
+  EXPECT_TRUE(subscribe("AXValueChanged", "field", "field"));
+  desktop_->notifications().notify("field", "AXValueChanged");
+  EXPECT_TRUE(unsubscribe("AXValueChanged", "field"));
+  run();
+  EXPECT_THAT(calls_, IsEmpty()) << "it was on its way";
+  EXPECT_TRUE(subscribe("AXValueChanged", "field", "field"));
+  observer_->stop();
+  EXPECT_THAT(notify("AXValueChanged", "field"), IsEmpty());
+  observer_->start();
+  EXPECT_THAT(notify("AXValueChanged", "field"), ElementsAre("field field AXValueChanged"));
+  desktop_->notifications().notify("field", "AXValueChanged");
+  calls_.clear();
+  observer_.reset();
+  run();
+  EXPECT_THAT(calls_, IsEmpty());
+  EXPECT_THAT(desktop_->notifications().registered(), IsEmpty());
+}
+
+TEST_F(Observer, MayBeChangedAndDestroyedByItsHandlers) {
+  const auto field = desktop_.element("field");
+  const auto once = [&](const JLElement::Pointer& element, const std::string& name, ZAXObserver& observer) {
+    EXPECT_TRUE(observer.unsubscribeFromNotificationForElement(name, element));
+    calls_.push_back("once");
+  };
+  EXPECT_TRUE(observer_->subscribeToNotificationForElementWithBlock("AXValueChanged", field, once));
+  EXPECT_TRUE(observer_->subscribeToNotificationForElementWithBlock(
+      "AXTitleChanged", field,
+      [this](const JLElement::Pointer&, const std::string&, ZAXObserver&) { observer_.reset(); }));
+  EXPECT_THAT(notify("AXValueChanged", "field"), ElementsAre("once"));
+  EXPECT_THAT(notify("AXValueChanged", "field"), IsEmpty());
+  notify("AXTitleChanged", "field");
+  EXPECT_FALSE(observer_);
+}
+
+TEST_F(Observer, RefusesMistakesOfItsUser) {
+  const auto message = [](const std::function<void()>& mistake) -> std::string {
+    try {
+      mistake();
+    } catch (const std::logic_error& error) {
+      return error.what();
+    }
+    return "none";
+  };
+  const char* const kNoElement =
+      "Invalid parameter not satisfying: element != nil && [element isKindOfClass:[JLElement class]]";
+  EXPECT_EQ(message([&] { observer_->subscribeToNotificationForElementWithBlock("AXMoved", nullptr, block("")); }),
+            kNoElement);
+  EXPECT_EQ(message([&] {
+              observer_->subscribeToNotificationForElementWithBlock("AXMoved", desktop_.element("field"), nullptr);
+            }),
+            "Invalid parameter not satisfying: block != nil");
+  EXPECT_EQ(message([&] { observer_->unsubscribeFromNotificationForElement("AXMoved", nullptr); }), kNoElement);
+}
+
+}  // namespace
+}  // namespace jumplark
