@@ -16,6 +16,7 @@
 #include "platform/DesktopServices.h"
 #include "platform/Platform.h"
 #include "platform/SystemFacts.h"
+#include "platform/Texts.h"
 #include "platform/Views.h"
 #include "platform/Workspace.h"
 #include "query/engine/JLQueryEngine.h"
@@ -26,34 +27,46 @@ namespace {
 constexpr const char* kWelcomedKey = "shownHelpOnStart";
 constexpr double kMessagingTimeout = 0.5;  // seconds
 
-const Alert kUniversalAccessPrompt{
-    "Enable access for Assistive Devices",
-    "Jumplark requires access for assistive devices to be enabled for it to work.\n\nEnable access for assistive "
-    "devices in the Universal Access preferences, then relaunch Jumplark.\n\nPress 'Help' for more info.",
-    {"Open Universal Access", "Help", "Quit"}};
+Alert universalAccessPrompt() {
+  return {
+      localized("Enable access for Assistive Devices"),
+      localized(
+          "Jumplark requires access for assistive devices to be enabled for it to work.\n\nEnable access for assistive "
+          "devices in the Universal Access preferences, then relaunch Jumplark.\n\nPress 'Help' for more info."),
+      {localized("Open Universal Access"), localized("Help"), localized("Quit")}};
+}
 
-const Alert kSecurityPrompt{
-    "Enable access for Assistive Devices",
-    "Jumplark requires the ability to control your computer for it to work.\n\nTo grant access to Jumplark:\n* Open "
-    "Security preferences\n* Click the Privacy tab\n* Select Accessibility in sidebar\n* Ensure Jumplark is enabled\n* "
-    "Relaunch Jumplark.\n\nPress 'Help' for more info.",
-    {"Open Security", "Help", "Quit"}};
+Alert securityPrompt() {
+  return {localized("Enable access for Assistive Devices"),
+          localized("Jumplark requires the ability to control your computer for it to work.\n\nTo grant access to "
+                    "Jumplark:\n* Open "
+                    "Security preferences\n* Click the Privacy tab\n* Select Accessibility in sidebar\n* Ensure "
+                    "Jumplark is enabled\n* "
+                    "Relaunch Jumplark.\n\nPress 'Help' for more info."),
+          {localized("Open Security"), localized("Help"), localized("Quit")}};
+}
 
-const Alert kNoSettings{"This desktop has no settings for accessibility",
-                        "The command \"jumplark doctor\" says what is missing and how to mend it.\n\nThen start "
-                        "Jumplark again.",
-                        {"Quit"}};
+Alert noSettings() {
+  return {localized("This desktop has no settings for accessibility"),
+          localized("The command \"jumplark doctor\" says what is missing and how to mend it.\n\nThen start "
+                    "Jumplark again."),
+          {localized("Quit")}};
+}
 
-const Alert kWelcome{"Welcome to Jumplark!",
-                     "It looks like this is the first time you've launched Jumplark!\nWe strongly suggest you read the "
-                     "README to get the most out of Jumplark.",
-                     {"Open README in browser", "No, thanks."}};
+Alert welcome() {
+  return {localized("Welcome to Jumplark!"),
+          localized("It looks like this is the first time you've launched Jumplark!\nWe strongly suggest you read the "
+                    "README to get the most out of Jumplark."),
+          {localized("Open README in browser"), localized("No, thanks.")}};
+}
 
-const Alert kAlreadyRunning{
-    "Jumplark is already running!",
-    "We've opened up the preferences for you in case you forgot the activation shortcut.\n\nYou can always access the "
-    "preferences by activating Jumplark, then hitting Command+,",
-    {"OK"}};
+Alert alreadyRunning() {
+  return {localized("Jumplark is already running!"),
+          localized("We've opened up the preferences for you in case you forgot the activation shortcut.\n\nYou can "
+                    "always access the "
+                    "preferences by activating Jumplark, then hitting Command+,"),
+          {localized("OK")}};
+}
 
 void call(const std::function<void()>& function) {
   if (function) {
@@ -90,7 +103,8 @@ void JLAppDelegate::applicationDidFinishLaunching() {
 
 void JLAppDelegate::tellOfProblemsWithSettings() {
   problems_ = Platform::current().defaults->observeProblems([](const std::string& problem) {
-    Platform::current().views->showAlert({"There is a problem with Jumplark's settings", problem, {"OK"}}, {});
+    Platform::current().views->showAlert(
+        {localized("There is a problem with Jumplark's settings"), problem, {localized("OK")}}, {});
   });
 }
 
@@ -119,7 +133,7 @@ void JLAppDelegate::checkAccessibilityIsEnabled(const std::function<void()>& nex
     next();
     return;
   }
-  const Alert& prompt = usesSecurityVariant(systemVersion()) ? kSecurityPrompt : kUniversalAccessPrompt;
+  const Alert prompt = usesSecurityVariant(systemVersion()) ? securityPrompt() : universalAccessPrompt();
   Platform::current().views->showAlert(prompt, [weak = std::weak_ptr(self_)](int button) {
     if (const auto self = weak.lock()) {
       (*self)->answerAccessibilityPrompt(button);
@@ -129,7 +143,7 @@ void JLAppDelegate::checkAccessibilityIsEnabled(const std::function<void()>& nex
 
 void JLAppDelegate::answerAccessibilityPrompt(int button) {
   if (button == 0 && !Platform::current().desktop->openAccessibilitySettings()) {
-    Platform::current().views->showAlert(kNoSettings, [weak = std::weak_ptr(self_)](int) {
+    Platform::current().views->showAlert(noSettings(), [weak = std::weak_ptr(self_)](int) {
       if (const auto self = weak.lock()) {
         (*self)->terminate();
       }
@@ -160,7 +174,7 @@ void JLAppDelegate::promptUserToReadDocumentation(const std::function<void()>& n
     next();
     return;
   }
-  Platform::current().views->showAlert(kWelcome, [weak = std::weak_ptr(self_), next](int button) {
+  Platform::current().views->showAlert(welcome(), [weak = std::weak_ptr(self_), next](int button) {
     const auto self = weak.lock();
     if (!self) {
       return;
@@ -204,7 +218,7 @@ void JLAppDelegate::giveFocusBack() {
 bool JLAppDelegate::applicationShouldHandleReopenHasVisibleWindows(bool /*hasVisibleWindows*/) {
   showPreferences();
   if (preferences_ && preferences_->window() != nullptr) {
-    preferences_->window()->showSheet(kAlreadyRunning, {});
+    preferences_->window()->showSheet(alreadyRunning(), {});
   }
   return false;
 }

@@ -4,6 +4,7 @@
 
 #include "platform/Platform.h"
 #include "platform/SystemFacts.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 
@@ -16,9 +17,9 @@ JLPreferencesAboutViewController::JLPreferencesAboutViewController() {
 }
 
 void JLPreferencesAboutViewController::loadView(PreferencesWindowView& view) {
-  view.setAboutPane(
-      {"Jumplark", fmt::format("Version {} ({})", shortVersion_, appVersion_),
-       "Operate any application's interface from the keyboard:\ntype a few letters of what you see, and click it."});
+  view.setAboutPane({"Jumplark", localizedFormat("Version {} ({})", shortVersion_, appVersion_),
+                     localized("Operate any application's interface from the keyboard:\ntype a few letters of what you "
+                               "see, and click it.")});
 }
 
 }  // namespace jumplark

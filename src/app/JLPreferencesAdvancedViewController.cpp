@@ -6,6 +6,7 @@
 #include "platform/DesktopServices.h"
 #include "platform/Platform.h"
 #include "platform/SystemFacts.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -64,7 +65,7 @@ size_t JLPreferencesAdvancedViewController::selectedLayout() const {
 
 void JLPreferencesAdvancedViewController::show() {
   AdvancedPaneModel model;
-  model.layouts.emplace_back("The one in use");
+  model.layouts.emplace_back(localized("The one in use"));
   for (const ZMOKeyboardLayout& layout : layouts_.availableKeyboardLayouts()) {
     model.layouts.push_back(layout.label());
   }
@@ -72,13 +73,14 @@ void JLPreferencesAdvancedViewController::show() {
   model.metricsCanChange = hasCollector_ && !isTrackingRefused();
   model.metricsEnabled = model.metricsCanChange && Platform::current().defaults->boolean(kMetricsKey);
   if (!hasCollector_) {
-    model.metricsNote = "This build has no address to send metrics to: nothing is collected and nothing is sent.";
-  } else if (isTrackingRefused()) {
-    model.metricsNote = "DO_NOT_TRACK is set in the environment: nothing is collected and nothing is sent.";
-  } else {
     model.metricsNote =
+        localized("This build has no address to send metrics to: nothing is collected and nothing is sent.");
+  } else if (isTrackingRefused()) {
+    model.metricsNote = localized("DO_NOT_TRACK is set in the environment: nothing is collected and nothing is sent.");
+  } else {
+    model.metricsNote = localized(
         "How often and how fast it is used, never what you type or what is on your screen. A change takes effect the "
-        "next time Jumplark starts.";
+        "next time Jumplark starts.");
   }
   model.metricsLink = addresses_.metricsExplanation;
   view_->setAdvancedPane(model);

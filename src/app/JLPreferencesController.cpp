@@ -8,6 +8,7 @@
 #include "platform/Defaults.h"
 #include "platform/Input.h"
 #include "platform/Platform.h"
+#include "platform/Texts.h"
 #include "platform/Views.h"
 
 namespace jumplark {
@@ -97,11 +98,12 @@ void JLPreferencesController::makeWindowController() {
 }
 
 void JLPreferencesController::tellThatProgramMoved() {
-  const Alert alert{"Error!",
-                    "It appears you may have moved Jumplark since it started running. We couldn't load a resource we "
-                    "were looking for, so Jumplark has to quit.\n\nIf you relaunch Jumplark from where it is now, "
-                    "everything should work!",
-                    {"Quit"}};
+  const Alert alert{
+      localized("Error!"),
+      localized("It appears you may have moved Jumplark since it started running. We couldn't load a resource we "
+                "were looking for, so Jumplark has to quit.\n\nIf you relaunch Jumplark from where it is now, "
+                "everything should work!"),
+      {localized("Quit")}};
   Platform::current().views->showAlert(alert, [terminate = context_.terminate](int) {
     if (terminate) {
       terminate();

@@ -6,6 +6,7 @@
 #include "app/JLStatusItemController.h"
 #include "platform/Defaults.h"
 #include "platform/Platform.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 
@@ -53,7 +54,7 @@ void JLPreferencesGeneralViewController::show() {
     model.recorder = shortcutView_->model();
   }
   model.showsIcon = platform.defaults->boolean(JLStatusItemController::showIconKey);
-  model.iconNote = platform.appViews->hasStatusBar() ? "" : "This desktop shows no such icons now.";
+  model.iconNote = platform.appViews->hasStatusBar() ? "" : localized("This desktop shows no such icons now.");
   model.launchesAtLogin = login_.launchAtLogin().value();
   model.loginNote = loginProblem_;
   view_->setGeneralPane(model);

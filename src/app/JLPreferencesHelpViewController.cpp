@@ -9,11 +9,12 @@
 #include "platform/DesktopServices.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
 
-constexpr const char* kNoAddress = "This build has no address for it.";
+constexpr const char* kNoAddress = textForLater("This build has no address for it.");
 
 HelpPaneModel::Finding findingOf(const DesktopServices::HealthFinding& found) {
   using From = DesktopServices::HealthFinding::Level;
@@ -30,9 +31,10 @@ JLPreferencesHelpViewController::JLPreferencesHelpViewController(ProductAddresse
 JLPreferencesHelpViewController::~JLPreferencesHelpViewController() = default;
 
 void JLPreferencesHelpViewController::viewWillAppear() {
-  model_.buttons = {{"Open documentation", hasGettingStarted(addresses_) ? "" : kNoAddress},
-                    {"Open support page", addresses_.support.empty() ? kNoAddress : ""},
-                    {"Tell others about Jumplark", addresses_.composeMessage.empty() ? kNoAddress : ""}};
+  model_.buttons = {
+      {localized("Open documentation"), hasGettingStarted(addresses_) ? "" : localized(kNoAddress)},
+      {localized("Open support page"), addresses_.support.empty() ? localized(kNoAddress) : ""},
+      {localized("Tell others about Jumplark"), addresses_.composeMessage.empty() ? localized(kNoAddress) : ""}};
   checkHealth();
 }
 

@@ -7,6 +7,7 @@
 #include "metrics/JLUsageTracker.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -16,8 +17,8 @@ struct Counter {
   const char* title;
   const char* unit;
 };
-constexpr Counter kCounters[] = {{"elementsActioned", "Elements actioned", ""},
-                                 {"cursorMovement", "Pointer travel saved", " px"}};
+constexpr Counter kCounters[] = {{"elementsActioned", textForLater("Elements actioned"), ""},
+                                 {"cursorMovement", textForLater("Pointer travel saved"), " px"}};
 
 /// A whole number in groups of three digits.
 std::string amountText(double amount, const char* unit) {
@@ -68,7 +69,7 @@ void JLPreferencesUsageViewController::show() {
   const auto records = tracker.recordMetrics();
   UsagePaneModel model;
   for (const auto& [type, title, unit] : kCounters) {
-    UsagePaneModel::Row row{title,
+    UsagePaneModel::Row row{localized(title),
                             amountText(amountOf(today, type), unit),
                             amountText(amountOf(yesterday, type), unit),
                             amountText(0, unit),

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/Platform.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 
@@ -11,7 +12,7 @@ JLPreferencesWindowController::JLPreferencesWindowController(const Context& cont
       advanced_(context.addresses, context.hasCollector),
       help_(context.addresses),
       panes_{&general_, &advanced_, &usage_, nullptr, &help_, &about_} {
-  view_ = Platform::current().appViews->makePreferencesWindow("Jumplark Preferences", descriptions());
+  view_ = Platform::current().appViews->makePreferencesWindow(localized("Jumplark Preferences"), descriptions());
   if (!view_) {
     return;
   }

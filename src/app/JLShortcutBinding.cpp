@@ -11,6 +11,7 @@
 #include "platform/Input.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 #include "platform/Views.h"
 
 namespace jumplark {
@@ -33,18 +34,18 @@ constexpr Shortcut kCandidates[] = {
 Alert alertFor(ShortcutState state, const std::string& name, const std::optional<std::string>& freeName) {
   const std::string why =
       state == ShortcutState::taken
-          ? fmt::format(
+          ? localizedFormat(
                 "Another program already uses {}, so pressing it does not open Jumplark. As soon as that "
                 "program gives it up, it works here.",
                 name)
-          : fmt::format("This keyboard has no such key now, so {} cannot open Jumplark.", name);
-  Alert alert{fmt::format("The key combination {} cannot be used", name), why, {}};
+          : localizedFormat("This keyboard has no such key now, so {} cannot open Jumplark.", name);
+  Alert alert{localizedFormat("The key combination {} cannot be used", name), why, {}};
   if (freeName) {
-    alert.text += fmt::format("\n\n{} is free.", *freeName);
-    alert.buttons = {"Use " + *freeName, "Not now"};
+    alert.text += "\n\n" + localizedFormat("{} is free.", *freeName);
+    alert.buttons = {localizedFormat("Use {}", *freeName), localized("Not now")};
   } else {
-    alert.text += "\n\nThe command \"jumplark activate\" opens it too.";
-    alert.buttons = {"Not now"};
+    alert.text += std::string("\n\n") + localized("The command \"jumplark activate\" opens it too.");
+    alert.buttons = {localized("Not now")};
   }
   return alert;
 }

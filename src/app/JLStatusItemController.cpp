@@ -7,6 +7,7 @@
 #include "platform/Defaults.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -17,11 +18,13 @@ constexpr std::chrono::seconds kPatience{20};
 
 const StatusItem kStatusItem{26.0, "Jumplark", "jumplark-menu", "jumplark-menu-selected"};
 
-const Alert kNoStatusBar{"Jumplark has no icon on this desktop",
-                         "Jumplark is running, but this desktop has no place for its icon.\n\nTo open the preferences, "
-                         "start Jumplark again, "
-                         "or activate Jumplark and hit Command+, (the Command key is Super here).",
-                         {"OK"}};
+Alert noStatusBar() {
+  return {localized("Jumplark has no icon on this desktop"),
+          localized("Jumplark is running, but this desktop has no place for its icon.\n\nTo open the preferences, "
+                    "start Jumplark again, "
+                    "or activate Jumplark and hit Command+, (the Command key is Super here)."),
+          {localized("OK")}};
+}
 
 }  // namespace
 
@@ -54,14 +57,14 @@ void JLStatusItemController::setupStatusItem() {
 }
 
 void JLStatusItemController::setupMenu() {
-  statusItem_->setMenu("Jumplark", {{"About", [this] { showAbout(); }},
-                                    {"Help...", [this] { showHelp(); }},
-                                    {"Check for updates...", [this] { checkForUpdates(); }},
+  statusItem_->setMenu("Jumplark", {{localized("About"), [this] { showAbout(); }},
+                                    {localized("Help..."), [this] { showHelp(); }},
+                                    {localized("Check for updates..."), [this] { checkForUpdates(); }},
                                     {},
-                                    {"Preferences...", [this] { showPreferences(); }},
-                                    {"Usage...", [this] { showUsage(); }},
+                                    {localized("Preferences..."), [this] { showPreferences(); }},
+                                    {localized("Usage..."), [this] { showUsage(); }},
                                     {},
-                                    {"Quit", [this] { quit(); }}});
+                                    {localized("Quit"), [this] { quit(); }}});
 }
 
 void JLStatusItemController::removeStatusItem() {
@@ -76,7 +79,7 @@ void JLStatusItemController::tellWhenThereIsNoStatusBar() {
       return;
     }
     platform.defaults->setValue(kToldKey, true);
-    platform.views->showAlert(kNoStatusBar, {});
+    platform.views->showAlert(noStatusBar(), {});
   });
 }
 

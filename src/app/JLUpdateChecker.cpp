@@ -14,6 +14,7 @@
 #include "platform/Platform.h"
 #include "platform/Queues.h"
 #include "platform/SystemFacts.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -23,12 +24,12 @@ constexpr std::chrono::hours kBetweenLooks{1};
 constexpr std::chrono::minutes kLeeway{5};
 constexpr std::chrono::hours kBetweenChecks{24};
 
-constexpr const char* kGet = "Open Download Page";
-constexpr const char* kLater = "Remind Me Later";
-constexpr const char* kSkip = "Skip This Version";
-constexpr const char* kCancel = "Cancel";
-constexpr const char* kOK = "OK";
-constexpr const char* kOption = "Look for updates once a day";
+constexpr const char* kGet = textForLater("Open Download Page");
+constexpr const char* kLater = textForLater("Remind Me Later");
+constexpr const char* kSkip = textForLater("Skip This Version");
+constexpr const char* kCancel = textForLater("Cancel");
+constexpr const char* kOK = textForLater("OK");
+constexpr const char* kOption = textForLater("Look for updates once a day");
 
 std::string ownVersion() {
   SystemFacts* const facts = Platform::current().facts;
@@ -51,18 +52,18 @@ UpdateWindowModel messageOf(std::string title, std::string text) {
   UpdateWindowModel model;
   model.title = std::move(title);
   model.text = std::move(text);
-  model.buttons = {kOK};
+  model.buttons = {localized(kOK)};
   return model;
 }
 
 UpdateWindowModel offerOf(const AnnouncedVersion& announced, const std::string& own) {
   UpdateWindowModel model =
-      messageOf("A new version of Jumplark is available",
-                fmt::format("Jumplark {} is available. This is version {}.", announced.versionText, own));
+      messageOf(localized("A new version of Jumplark is available"),
+                localizedFormat("Jumplark {} is available. This is version {}.", announced.versionText, own));
   model.notes = announced.notes;
-  model.buttons = {kLater, kSkip};
+  model.buttons = {localized(kLater), localized(kSkip)};
   if (!announced.link.empty()) {
-    model.buttons.insert(model.buttons.begin(), kGet);
+    model.buttons.insert(model.buttons.begin(), localized(kGet));
   }
   return model;
 }
@@ -112,8 +113,9 @@ void JLUpdateChecker::checkWhenDue() {
 
 void JLUpdateChecker::checkForUpdates() {
   if (address_.empty()) {
-    show(messageOf("Jumplark cannot look for updates",
-                   "This build has no address of an update server. Updates come from where you got Jumplark."),
+    show(messageOf(
+             localized("Jumplark cannot look for updates"),
+             localized("This build has no address of an update server. Updates come from where you got Jumplark.")),
          true);
     return;
   }
@@ -121,9 +123,9 @@ void JLUpdateChecker::checkForUpdates() {
     window_->show(true);
     return;
   }
-  UpdateWindowModel busy = messageOf("Looking for updates\u2026", {});
+  UpdateWindowModel busy = messageOf(localized("Looking for updates…"), {});
   busy.isBusy = true;
-  busy.buttons = {kCancel};
+  busy.buttons = {localized(kCancel)};
   show(std::move(busy), true);
   start(Asked::byUser);
 }
@@ -157,7 +159,7 @@ void JLUpdateChecker::finish(const UpdateFeed& feed) {
   if (!feed.problem.empty()) {
     spdlog::warn("No answer about updates: {} ({})", feed.problem, feed.details);
     if (byUser) {
-      show(messageOf("Jumplark could not look for updates", feed.problem), true);
+      show(messageOf(localized("Jumplark could not look for updates"), feed.problem), true);
     }
     return;
   }
@@ -167,7 +169,7 @@ void JLUpdateChecker::finish(const UpdateFeed& feed) {
     offered_ = *newer;
     show(offerOf(*newer, own), byUser);
   } else if (byUser) {
-    show(messageOf("Jumplark is up to date", fmt::format("Version {} is the newest one.", own)), true);
+    show(messageOf(localized("Jumplark is up to date"), localizedFormat("Version {} is the newest one.", own)), true);
   }
 }
 
@@ -183,7 +185,7 @@ void JLUpdateChecker::show(UpdateWindowModel model, bool takesKeyboard) {
          [](bool on) { Platform::current().defaults->setValue(automaticKey, on); }});
   }
   model_ = std::move(model);
-  model_.option = address_.empty() ? std::string() : kOption;
+  model_.option = address_.empty() ? std::string() : localized(kOption);
   model_.isOptionOn = Platform::current().defaults->boolean(automaticKey);
   window_->setModel(model_);
   window_->show(takesKeyboard);
@@ -197,9 +199,9 @@ void JLUpdateChecker::buttonPressed(int button) {
   window_.reset();
   if (wasBusy && cancelled_) {
     *std::exchange(cancelled_, nullptr) = true;
-  } else if (offered && pressed == kSkip) {
+  } else if (offered && pressed == localized(kSkip)) {
     Platform::current().defaults->setValue(skippedKey, offered->versionText);
-  } else if (offered && pressed == kGet && !Platform::current().desktop->openURL(offered->link)) {
+  } else if (offered && pressed == localized(kGet) && !Platform::current().desktop->openURL(offered->link)) {
     spdlog::warn("There is no program that shows {}", offered->link);
   }
 }

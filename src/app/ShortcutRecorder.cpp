@@ -7,6 +7,7 @@
 #include "app/ShortcutRecord.h"
 #include "platform/Input.h"
 #include "platform/Platform.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -18,11 +19,12 @@ constexpr uint64_t kModifiers =
     modifier_flag::shift | modifier_flag::control | modifier_flag::option | modifier_flag::command;
 
 Alert refusalOf(const std::string& combination) {
-  return {fmt::format("The key combination {} cannot be used", combination),
-          "This combination cannot be used because it is already used by a system-wide keyboard shortcut.\nIf you "
-          "really want to use this key combination, most shortcuts can be changed in the Keyboard & Mouse panel in "
-          "System Preferences.",
-          {"OK"}};
+  return {localizedFormat("The key combination {} cannot be used", combination),
+          localized(
+              "This combination cannot be used because it is already used by a system-wide keyboard shortcut.\nIf you "
+              "really want to use this key combination, most shortcuts can be changed in the Keyboard & Mouse panel in "
+              "System Preferences."),
+          {localized("OK")}};
 }
 
 }  // namespace
@@ -50,16 +52,16 @@ RecorderModel ShortcutRecorder::model() const {
   RecorderModel model;
   model.isRecording = isRecording_;
   if (isRecording_) {
-    model.text = current ? "Type New Shortcut" : "Type Shortcut";
+    model.text = current ? localized("Type New Shortcut") : localized("Type Shortcut");
     model.toolTip = model.text;
     model.canClear = true;
-    model.clearToolTip = current ? "Use Old Shortcut" : "Cancel";
+    model.clearToolTip = current ? localized("Use Old Shortcut") : localized("Cancel");
     return model;
   }
-  model.text = current ? Platform::current().shortcuts->describe(*current) : "Record Shortcut";
-  model.toolTip = "Click to record new shortcut";
+  model.text = current ? Platform::current().shortcuts->describe(*current) : localized("Record Shortcut");
+  model.toolTip = localized("Click to record new shortcut");
   model.canClear = current.has_value();
-  model.clearToolTip = "Delete shortcut";
+  model.clearToolTip = localized("Delete shortcut");
   return model;
 }
 

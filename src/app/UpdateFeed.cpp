@@ -13,6 +13,7 @@
 #include "platform/Http.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -24,7 +25,7 @@ constexpr size_t kLongestLink = 2000;
 constexpr int kMostRedirections = 5;
 constexpr std::chrono::seconds kPatience{30};
 
-constexpr const char* kUnreadable = "What the update server sent cannot be read.";
+constexpr const char* kUnreadable = textForLater("What the update server sent cannot be read.");
 
 struct ContextEnd {
   void operator()(xmlParserCtxt* context) const { xmlFreeParserCtxt(context); }
@@ -126,15 +127,15 @@ std::optional<AnnouncedVersion> versionOf(const xmlNode* item) {
 std::string problemOf(HttpError error) {
   switch (error) {
     case HttpError::timedOut:
-      return "The update server did not answer in time.";
+      return localized("The update server did not answer in time.");
     case HttpError::untrusted:
-      return "The update server could not prove that it is the right one.";
+      return localized("The update server could not prove that it is the right one.");
     case HttpError::badAddress:
-      return "The update server's address cannot be used.";
+      return localized("The update server's address cannot be used.");
     case HttpError::broken:
-      return kUnreadable;
+      return localized(kUnreadable);
     default:
-      return "The update server cannot be reached. Is this computer connected to the internet?";
+      return localized("The update server cannot be reached. Is this computer connected to the internet?");
   }
 }
 
@@ -142,13 +143,13 @@ std::string problemOf(HttpError error) {
 
 UpdateFeed parseUpdateFeed(std::string_view xml) {
   if (xml.empty() || xml.size() > kLargestFeed) {
-    return failed(kUnreadable, fmt::format("a feed of {} bytes", xml.size()));
+    return failed(localized(kUnreadable), fmt::format("a feed of {} bytes", xml.size()));
   }
   const Document document = read(xml);
   const xmlNode* const root = document ? xmlDocGetRootElement(document.get()) : nullptr;
   const xmlNode* const channel = root != nullptr && isNamed(root, "rss") ? child(root, "channel") : nullptr;
   if (channel == nullptr) {
-    return failed(kUnreadable, document ? "it is not RSS" : "it is not well-formed, or has a document type");
+    return failed(localized(kUnreadable), document ? "it is not RSS" : "it is not well-formed, or has a document type");
   }
   UpdateFeed feed;
   for (const xmlNode* item = channel->children; item != nullptr && feed.versions.size() < kMostItems;
@@ -180,10 +181,11 @@ UpdateFeed fetchUpdateFeed(Http& http, const std::string& address, const std::fu
     return failed(problemOf(answer.error), answer.problem);
   }
   if (answer.truncated) {
-    return failed(kUnreadable, fmt::format("it is larger than {} bytes", kLargestFeed));
+    return failed(localized(kUnreadable), fmt::format("it is larger than {} bytes", kLargestFeed));
   }
   if (!answer.isSuccess()) {
-    return failed("The update server has no answer for this system.", fmt::format("HTTP status {}", answer.status));
+    return failed(localized("The update server has no answer for this system."),
+                  fmt::format("HTTP status {}", answer.status));
   }
   return parseUpdateFeed(answer.body);
 }
