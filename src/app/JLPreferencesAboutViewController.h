@@ -11,7 +11,7 @@ class JLPreferencesAboutViewController final : public JLPreferencesPane {
  public:
   JLPreferencesAboutViewController();
 
-  std::string identifier() const override { return "About"; }
+  std::string identifier() const override { return textForLater("About"); }
   PaneImage toolbarItemImage() const override { return PaneImage::application; }
   void loadView(PreferencesWindowView& view) override;
 

@@ -17,7 +17,7 @@ class JLPreferencesAdvancedViewController final : public JLPreferencesPane {
   JLPreferencesAdvancedViewController(ProductAddresses addresses, bool hasCollector);
   ~JLPreferencesAdvancedViewController() override;
 
-  std::string identifier() const override { return "Advanced"; }
+  std::string identifier() const override { return textForLater("Advanced"); }
   PaneImage toolbarItemImage() const override { return PaneImage::advanced; }
   void loadView(PreferencesWindowView& view) override;
   /// Asks the session for its layouts anew.

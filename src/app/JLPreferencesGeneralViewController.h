@@ -18,7 +18,7 @@ class JLPreferencesGeneralViewController final : public JLPreferencesPane {
   explicit JLPreferencesGeneralViewController(std::function<Token()> suspendShortcut);
   ~JLPreferencesGeneralViewController() override;
 
-  std::string identifier() const override { return "General"; }
+  std::string identifier() const override { return textForLater("General"); }
   PaneImage toolbarItemImage() const override { return PaneImage::general; }
   void loadView(PreferencesWindowView& view) override;
   /// Makes the recorder, the first time; it reads and writes the shortcut's setting from then on.

@@ -17,7 +17,7 @@ class JLPreferencesHelpViewController final : public JLPreferencesPane {
   explicit JLPreferencesHelpViewController(ProductAddresses addresses);
   ~JLPreferencesHelpViewController() override;
 
-  std::string identifier() const override { return "Help"; }
+  std::string identifier() const override { return textForLater("Help"); }
   PaneImage toolbarItemImage() const override { return PaneImage::caution; }
   void loadView(PreferencesWindowView& view) override { view_ = &view; }
   void viewWillAppear() override;

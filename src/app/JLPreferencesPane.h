@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/AppViews.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 
@@ -14,9 +15,9 @@ class JLPreferencesPane {
   JLPreferencesPane& operator=(const JLPreferencesPane&) = delete;
   virtual ~JLPreferencesPane() = default;
 
-  /// Also the label in the toolbar.
+  /// In English also the label in the toolbar.
   virtual std::string identifier() const = 0;
-  std::string toolbarItemLabel() const { return identifier(); }
+  std::string toolbarItemLabel() const { return localized(identifier().c_str()); }
   virtual PaneImage toolbarItemImage() const = 0;
 
   /// The window that shows the pane; it outlives the pane. Called once, before everything below.

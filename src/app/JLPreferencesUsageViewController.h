@@ -14,7 +14,7 @@ class JLPreferencesUsageViewController final : public JLPreferencesPane {
   JLPreferencesUsageViewController();
   ~JLPreferencesUsageViewController() override;
 
-  std::string identifier() const override { return "Usage"; }
+  std::string identifier() const override { return textForLater("Usage"); }
   PaneImage toolbarItemImage() const override { return PaneImage::info; }
   void loadView(PreferencesWindowView& view) override { view_ = &view; }
   /// Binds the pane to the shared tracker until viewDidDisappear().

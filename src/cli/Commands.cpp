@@ -7,6 +7,7 @@
 
 #include "accessibility/JLElement.h"
 #include "cli/Snapshot.h"
+#include "platform/Texts.h"
 #include "selection/JLElementActioner.h"
 #include "tree/JLElementTree.h"
 
@@ -48,6 +49,10 @@ void printMatches(const std::vector<LabelledMatch>& matches) {
   }
 }
 
+std::string nothingMatches(const std::string& query) {
+  return localizedFormat("nothing that shows matches '{}'.", query);
+}
+
 }  // namespace
 
 ExitStatus runTree(const Options& options) {
@@ -66,7 +71,7 @@ ExitStatus runMatch(const Options& options) {
     }
     fmt::print("{}\n", list.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
   } else if (matches.empty()) {
-    fmt::print(stderr, "jumplark: nothing that shows matches '{}'.\n", options.query);
+    fmt::print(stderr, "jumplark: {}\n", nothingMatches(options.query));
   } else {
     printMatches(matches);
   }
@@ -77,7 +82,7 @@ ExitStatus runAct(const Options& options) {
   const auto tree = takeSnapshot(findTarget(options.target), true);
   const auto matches = rankedMatches(tree, options.query);
   if (matches.empty()) {
-    throw CommandFailure(ExitStatus::nothingMatched, fmt::format("nothing that shows matches '{}'.", options.query));
+    throw CommandFailure(ExitStatus::nothingMatched, nothingMatches(options.query));
   }
   const JLElementMatch& best = matches.front().match;
   const std::string what = onOneLine(describe(best));

@@ -6,6 +6,7 @@
 #include "backends/recorded/DesktopRecorder.h"
 #include "cli/Commands.h"
 #include "cli/Snapshot.h"
+#include "platform/Texts.h"
 #include "tree/JLElementTree.h"
 
 namespace jumplark::cli {
@@ -25,7 +26,9 @@ ExitStatus runRecord(const Options& options, const Platform& platform) {
   } catch (const std::system_error& error) {
     throw CommandFailure(ExitStatus::badUsage, error.what());
   }
-  fmt::print(stderr, "Recorded {} elements of {} in {}\n", tree->elementCount(), application.name, *options.outputFile);
+  fmt::print(
+      stderr, "{}\n",
+      localizedFormat("Recorded {} elements of {} in {}", tree->elementCount(), application.name, *options.outputFile));
   return ExitStatus::done;
 }
 

@@ -21,6 +21,7 @@
 #include "metrics/JLMetrics.h"
 #include "platform/GlobalShortcuts.h"
 #include "platform/Platform.h"
+#include "platform/Texts.h"
 #include "platform/Views.h"
 #include "query/engine/JLQueryEngine.h"
 
@@ -32,7 +33,7 @@ ExitStatus answerOf(const InstanceChannel::Reply& reply) {
     case InstanceChannel::SendState::done:
       return ExitStatus::done;
     case InstanceChannel::SendState::notRunning:
-      throw CommandFailure(ExitStatus::outOfReach, "it is not running; 'jumplark' starts it.");
+      throw CommandFailure(ExitStatus::outOfReach, localized("it is not running; 'jumplark' starts it."));
     case InstanceChannel::SendState::failed:
       break;
   }
@@ -46,17 +47,18 @@ ExitStatus send(const InstanceCommand& command) {
 /// A second start shows how to reach the first.
 ExitStatus tellRunningInstance(const InstanceChannel& channel) {
   const auto reply = channel.send({InstanceCommand::Kind::reopen, {}});
-  fmt::print("Jumplark is already running!{}\n",
-             reply.state == InstanceChannel::SendState::done ? " Its preferences are open now." : "");
+  const bool shown = reply.state == InstanceChannel::SendState::done;
+  fmt::print("{}\n", shown ? localized("Jumplark is already running! Its preferences are open now.")
+                           : localized("Jumplark is already running!"));
   return ExitStatus::done;
 }
 
 void tellThatItRuns(const JLAppDelegate& delegate) {
   const std::optional<Shortcut> shortcut = delegate.preferencesController()->registeredShortcut();
-  fmt::print("Jumplark is running. {}\n",
+  fmt::print("{} {}\n", localized("Jumplark is running."),
              shortcut
-                 ? fmt::format("Press {} over any application.", Platform::current().shortcuts->describe(*shortcut))
-                 : "Its shortcut cannot be used now; 'jumplark activate' does the same.");
+                 ? localizedFormat("Press {} over any application.", Platform::current().shortcuts->describe(*shortcut))
+                 : localized("Its shortcut cannot be used now; 'jumplark activate' does the same."));
   std::fflush(stdout);
 }
 
@@ -71,7 +73,7 @@ class Background {
   std::string perform(const InstanceCommand& command) {
     if (delegate_.preferencesController() == nullptr || delegate_.statusItemController() == nullptr) {
       Platform::current().views->activateIgnoringOtherApps();
-      return "it is only just starting; answer its message first.";
+      return localized("it is only just starting; answer its message first.");
     }
     switch (command.kind) {
       case InstanceCommand::Kind::activate:

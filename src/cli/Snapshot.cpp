@@ -9,6 +9,7 @@
 
 #include "accessibility/JLElement.h"
 #include "platform/Platform.h"
+#include "platform/Texts.h"
 #include "query/matching/JLElementFilter.h"
 #include "query/matching/JLElementMatcher.h"
 #include "tree/JLElementTree.h"
@@ -62,8 +63,10 @@ RunningApplication findByName(const std::string& name, bool live) {
   for (const auto& application : applications) {
     names += (names.empty() ? "" : ", ") + application.name;
   }
-  throw CommandFailure(ExitStatus::outOfReach, fmt::format("No application named '{}' has a window here; there {}.",
-                                                           name, names.empty() ? "is none at all" : "is: " + names));
+  throw CommandFailure(
+      ExitStatus::outOfReach,
+      names.empty() ? localizedFormat("No application named '{}' has a window here; there is none at all.", name)
+                    : localizedFormat("No application named '{}' has a window here; there is: {}.", name, names));
 }
 
 std::string bestText(const JLElementNode& node) {
@@ -84,7 +87,7 @@ RunningApplication findTarget(const Target& target) {
     const auto running = workspace.runningApplicationWithPid(*target.pid);
     if (!running) {
       throw CommandFailure(ExitStatus::outOfReach,
-                           fmt::format("No application with a window has the process id {}.", *target.pid));
+                           localizedFormat("No application with a window has the process id {}.", *target.pid));
     }
     return *running;
   }
@@ -94,7 +97,7 @@ RunningApplication findTarget(const Target& target) {
   const auto frontmost = workspace.frontmostApplication();
   if (!frontmost) {
     throw CommandFailure(ExitStatus::outOfReach,
-                         "No application is in front: open one, or name one with --app or --pid.");
+                         localized("No application is in front: open one, or name one with --app or --pid."));
   }
   return *frontmost;
 }
@@ -104,9 +107,9 @@ std::shared_ptr<JLElementTree> takeSnapshot(const RunningApplication& applicatio
   auto tree = JLElementTreeEnumerator(element).enumerateElementsWithOptions({.visibleElements = visibleOnly});
   if (element->role().empty()) {
     throw CommandFailure(ExitStatus::outOfReach,
-                         fmt::format("{} does not answer on the accessibility bus; if it was started before "
-                                     "accessibility was switched on, start it again.",
-                                     application.name.empty() ? "The application" : application.name));
+                         localizedFormat("{} does not answer on the accessibility bus; if it was started before "
+                                         "accessibility was switched on, start it again.",
+                                         application.name.empty() ? localized("The application") : application.name));
   }
   return tree;
 }

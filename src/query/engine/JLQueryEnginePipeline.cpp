@@ -6,6 +6,7 @@
 #include "metrics/JLMetrics.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 #include "query/engine/JLQueryEngine.h"
 #include "query/engine/JLQueryWindowController.h"
 #include "query/engine/TargetNotice.h"
@@ -145,7 +146,8 @@ void JLQueryEngine::tellWhenNothingToChoose(const TargetElement& target, const J
   const std::string name = !application                 ? ""
                            : !application->name.empty() ? application->name
                                                         : application->bundleIdentifier;
-  const std::string notice = noticeForTarget(*target.element, tree, name.empty() ? "This application" : name);
+  const std::string notice =
+      noticeForTarget(*target.element, tree, name.empty() ? localized("This application") : name);
   postToMain([notice, activation = target.activation](JLQueryEngine& engine) {
     if (engine.isCurrent(activation)) {
       engine.window_->setNotice(notice);

@@ -7,6 +7,7 @@
 #include "accessibility/JLElement.h"
 #include "platform/Accessibility.h"
 #include "platform/Platform.h"
+#include "platform/Texts.h"
 #include "tree/JLElementTree.h"
 
 namespace jumplark {
@@ -51,11 +52,11 @@ std::string noticeForTarget(const JLElement& application, const JLElementTree& t
     case AccessibilityError::success:
     case AccessibilityError::noValue:
     case AccessibilityError::attributeUnsupported:
-      return fmt::format("{} shows nothing that can be chosen here.", name);
+      return localizedFormat("{} shows nothing that can be chosen here.", name);
     case AccessibilityError::cannotComplete:
-      return fmt::format("{} does not answer; F5 asks it again.", name);
+      return localizedFormat("{} does not answer; F5 asks it again.", name);
     default:
-      return fmt::format("{} does not tell what it shows; starting it again may help.", name);
+      return localizedFormat("{} does not tell what it shows; starting it again may help.", name);
   }
 }
 

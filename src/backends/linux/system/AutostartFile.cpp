@@ -15,6 +15,7 @@
 #include "backends/linux/system/WholeFile.h"
 #include "backends/threads/GuardedCallback.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -189,7 +190,7 @@ std::optional<fs::path> AutostartFile::freePlace() const {
 
 std::string AutostartFile::set(bool on) {
   if (folder_.empty() || program_.empty()) {
-    return "There is no folder for programs that start at login.";
+    return localized("There is no folder for programs that start at login.");
   }
   if (on) {
     if (isSet()) {
@@ -197,7 +198,7 @@ std::string AutostartFile::set(bool on) {
     }
     const auto place = freePlace();
     return place ? write(*place)
-                 : fmt::format("The files of that name in {} were not made by Jumplark.", folder_.string());
+                 : localizedFormat("The files of that name in {} were not made by Jumplark.", folder_.string());
   }
   for (const char* name : kFileNames) {
     const fs::path path = folder_ / name;
@@ -206,7 +207,7 @@ std::string AutostartFile::set(bool on) {
       return fmt::format("{}: {}", path.string(), std::generic_category().message(errno));
     }
     if (!entry.isOurs && starts(entry, program_)) {
-      return fmt::format("{} starts Jumplark, but was not made by it. Remove it by hand.", path.string());
+      return localizedFormat("{} starts Jumplark, but was not made by it. Remove it by hand.", path.string());
     }
   }
   return {};
@@ -231,7 +232,7 @@ std::string AutostartFile::command() const {
 
 std::string AutostartFile::write(const fs::path& path) const {
   if (program_.string().find_first_of("\n\r") != std::string::npos) {
-    return "The path of the program holds a line break, which no autostart file can.";
+    return localized("The path of the program holds a line break, which no autostart file can.");
   }
   if (std::string problem = makePrivateFolders(folder_); !problem.empty()) {
     return problem;

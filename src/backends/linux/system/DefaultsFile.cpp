@@ -10,6 +10,7 @@
 
 #include "backends/linux/system/FolderWatch.h"
 #include "backends/linux/system/WholeFile.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -170,9 +171,10 @@ bool DefaultsFile::mendFile(const JsonFile::Contents& contents) {
   if (!aside) {
     return fail(contents.problem);
   }
-  const std::string problem = fmt::format(
+  const std::string problem = localizedFormat(
       "The settings in {} cannot be read: {}. The file is now {}; {}", file_.path().string(), contents.problem,
-      aside->string(), wasRead_ ? "the settings that held are written anew" : "every setting has its default");
+      aside->string(),
+      wasRead_ ? localized("the settings that held are written anew") : localized("every setting has its default"));
   spdlog::error("{}", problem);
   tell(problem);
   nlohmann::json held = nlohmann::json::object();
@@ -231,8 +233,8 @@ void DefaultsFile::adopt(nlohmann::json contents, const Changes& written) {
 
 bool DefaultsFile::fail(const std::string& problem) {
   if (!std::exchange(failureLogged_, true)) {
-    const std::string told = fmt::format("The settings in {} cannot be exchanged: {}. They are kept in memory",
-                                         file_.path().string(), problem);
+    const std::string told = localizedFormat("The settings in {} cannot be exchanged: {}. They are kept in memory",
+                                             file_.path().string(), problem);
     spdlog::warn("{}", told);
     tell(told);
   }
