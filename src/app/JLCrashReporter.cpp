@@ -11,15 +11,16 @@
 #include "platform/Http.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
 
-constexpr const char* kTitle = "Jumplark ended unexpectedly the last time.";
-constexpr const char* kText =
-    "This report says where in the program that happened. It holds nothing that you typed, read or had on the screen.";
-constexpr const char* kNotSent = "It stays on this computer.";
-constexpr const char* kMaySend = "It stays on this computer unless you press \"Send\".";
+constexpr const char* kTitle = textForLater("Jumplark ended unexpectedly the last time.");
+constexpr const char* kText = textForLater(
+    "This report says where in the program that happened. It holds nothing that you typed, read or had on the screen.");
+constexpr const char* kNotSent = textForLater("It stays on this computer.");
+constexpr const char* kMaySend = textForLater("It stays on this computer unless you press \"Send\".");
 constexpr auto kSendingLimit = std::chrono::seconds(30);
 
 std::string joined(const std::vector<CrashReport>& reports) {
@@ -67,11 +68,11 @@ void JLCrashReporter::start(std::function<void()> done) {
 }
 
 void JLCrashReporter::show() {
-  model_.title = kTitle;
+  model_.title = localized(kTitle);
   model_.offersSending = !collectorAddress_.empty();
   model_.canSend = model_.offersSending;
-  model_.text = fmt::format("{} {}", kText, model_.offersSending ? kMaySend : kNotSent);
-  window_ = Platform::current().appViews->makeCrashWindow({[this] { setStatus("Copied."); },
+  model_.text = fmt::format("{} {}", localized(kText), localized(model_.offersSending ? kMaySend : kNotSent));
+  window_ = Platform::current().appViews->makeCrashWindow({[this] { setStatus(localized("Copied.")); },
                                                            [this](const std::string& path) { save(path); },
                                                            [this] { send(); }, [this] { finish(); }});
   window_->setModel(model_);
@@ -80,7 +81,7 @@ void JLCrashReporter::show() {
 
 void JLCrashReporter::save(const std::string& path) {
   const std::string problem = Platform::current().files->replace(path, model_.report);
-  setStatus(problem.empty() ? "Saved." : fmt::format("Could not be saved: {}", problem));
+  setStatus(problem.empty() ? localized("Saved.") : localizedFormat("Could not be saved: {}", problem));
 }
 
 void JLCrashReporter::send() {
@@ -88,7 +89,7 @@ void JLCrashReporter::send() {
     return;
   }
   model_.canSend = false;
-  setStatus("Sending…");
+  setStatus(localized("Sending…"));
   HttpRequest request;
   request.method = HttpMethod::post;
   request.address = collectorAddress_;
@@ -101,7 +102,7 @@ void JLCrashReporter::send() {
   queue_->post([weak = std::weak_ptr(self_), request, http = platform.http, &main = platform.queues->mainQueue()] {
     const HttpAnswer answer = http->send(request);
     const std::string problem =
-        answer.error != HttpError::none ? answer.problem : fmt::format("the server answered {}", answer.status);
+        answer.error != HttpError::none ? answer.problem : localizedFormat("the server answered {}", answer.status);
     main.post([weak, accepted = answer.isSuccess(), problem] {
       if (const auto self = weak.lock()) {
         (*self)->sent(accepted, problem);
@@ -112,7 +113,7 @@ void JLCrashReporter::send() {
 
 void JLCrashReporter::sent(bool accepted, const std::string& problem) {
   model_.canSend = !accepted;
-  setStatus(accepted ? "Sent. Thank you." : fmt::format("Could not be sent: {}", problem));
+  setStatus(accepted ? localized("Sent. Thank you.") : localizedFormat("Could not be sent: {}", problem));
 }
 
 void JLCrashReporter::setStatus(const std::string& status) {

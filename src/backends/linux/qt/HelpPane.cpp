@@ -8,6 +8,7 @@
 #include <array>
 
 #include "backends/linux/qt/PreferencePanes.h"
+#include "backends/linux/qt/QtText.h"
 
 namespace jumplark {
 namespace {
@@ -24,9 +25,9 @@ QIcon iconOf(const QStyle& style, HelpPaneModel::Finding::Level level) {
 
 QString wordOf(HelpPaneModel::Finding::Level level) {
   using Level = HelpPaneModel::Finding::Level;
-  return level == Level::ok        ? QStringLiteral("in order")
-         : level == Level::warning ? QStringLiteral("warning")
-                                   : QStringLiteral("failed");
+  return level == Level::ok        ? localizedText("in order")
+         : level == Level::warning ? localizedText("warning")
+                                   : localizedText("failed");
 }
 
 QLabel* makeText(const QString& text, QWidget* parent) {
@@ -46,11 +47,11 @@ HelpPane::HelpPane(const PaneDelegate& delegate) : delegate_(delegate) {
   buttonColumn_ = new QVBoxLayout;
   layout->addLayout(buttonColumn_);
   auto* heading = new QHBoxLayout;
-  auto* title = new QLabel(QStringLiteral("This desktop"), this);
+  auto* title = new QLabel(localizedText("This desktop"), this);
   QFont bold = title->font();
   bold.setBold(true);
   title->setFont(bold);
-  check_ = new QPushButton(QStringLiteral("Check again"), this);
+  check_ = new QPushButton(localizedText("Check again"), this);
   connect(check_, &QPushButton::clicked, this, [this] { delegate_([](auto& to) { to.healthRequested(); }); });
   heading->addWidget(title);
   heading->addStretch();
@@ -69,7 +70,7 @@ HelpPane::HelpPane(const PaneDelegate& delegate) : delegate_(delegate) {
 void HelpPane::setModel(const HelpPaneModel& model) {
   showButtons(model);
   check_->setEnabled(!model.isChecking);
-  check_->setText(model.isChecking ? QStringLiteral("Checking…") : QStringLiteral("Check again"));
+  check_->setText(model.isChecking ? localizedText("Checking…") : localizedText("Check again"));
   showHealth(model);
 }
 

@@ -9,6 +9,7 @@
 #include <QVBoxLayout>
 
 #include "backends/linux/qt/PaneIcons.h"
+#include "backends/linux/qt/QtText.h"
 #include "backends/linux/qt/ShortcutField.h"
 
 namespace jumplark {
@@ -66,11 +67,11 @@ GeneralPane::GeneralPane(KeyTranslator& keys, const PaneDelegate& delegate) {
        [delegate](const KeyEvent& event) { delegate([&event](auto& to) { to.recorderKeyDown(event); }); },
        [delegate] { delegate([](auto& to) { to.recorderLostKeyboard(); }); }},
       this);
-  icon_ = new QCheckBox(QStringLiteral("Show the icon in the panel"), this);
+  icon_ = new QCheckBox(localizedText("Show the icon in the panel"), this);
   iconNote_ = makeNote(this);
-  login_ = new QCheckBox(QStringLiteral("Start Jumplark at login"), this);
+  login_ = new QCheckBox(localizedText("Start Jumplark at login"), this);
   loginNote_ = makeNote(this);
-  auto* label = new QLabel(QStringLiteral("Activation shortcut:"), this);
+  auto* label = new QLabel(localizedText("Activation shortcut:"), this);
   label->setBuddy(recorder_->button());
   QFormLayout* form = makeForm(this);
   form->addRow(label, recorder_);
@@ -94,9 +95,9 @@ void GeneralPane::setModel(const GeneralPaneModel& model) {
 
 AdvancedPane::AdvancedPane(const PaneDelegate& delegate) {
   layouts_ = new QComboBox(this);
-  auto* label = new QLabel(QStringLiteral("Keyboard layout for queries:"), this);
+  auto* label = new QLabel(localizedText("Keyboard layout for queries:"), this);
   label->setBuddy(layouts_);
-  metrics_ = new QCheckBox(QStringLiteral("Send anonymous usage metrics"), this);
+  metrics_ = new QCheckBox(localizedText("Send anonymous usage metrics"), this);
   metricsNote_ = makeNote(this);
   metricsLink_ = new QLabel(this);
   metricsLink_->setTextFormat(Qt::RichText);
@@ -146,8 +147,9 @@ UsagePane::UsagePane() {
   layout->addLayout(grid_);
   layout->addStretch();
   int column = 1;
-  for (const char* title : {"Today", "Yesterday", "Best day", "Total"}) {
-    auto* label = new QLabel(QString::fromUtf8(title), this);
+  for (const char* title :
+       {textForLater("Today"), textForLater("Yesterday"), textForLater("Best day"), textForLater("Total")}) {
+    auto* label = new QLabel(localizedText(title), this);
     QFont bold = label->font();
     bold.setBold(true);
     label->setFont(bold);

@@ -14,6 +14,7 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "backends/linux/qt/QtText.h"
 #include "platform/Queues.h"
 
 namespace jumplark {
@@ -40,7 +41,7 @@ QPlainTextEdit* makePage(QWidget* parent) {
   page->setLineWrapMode(QPlainTextEdit::NoWrap);
   page->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   page->setMinimumSize(kReportWidth, kReportHeight);
-  page->setAccessibleName(QStringLiteral("Crash report"));
+  page->setAccessibleName(localizedText("Crash report"));
   return page;
 }
 
@@ -80,10 +81,10 @@ QtCrashWindow::QtCrashWindow(TaskQueue& mainQueue, std::function<void(QWidget& w
   report_ = makePage(window);
   status_ = makeText(window);
   auto* buttons = new QDialogButtonBox(window);
-  QPushButton* const close = buttons->addButton(QStringLiteral("Close"), QDialogButtonBox::RejectRole);
-  QPushButton* const copyButton = buttons->addButton(QStringLiteral("Copy"), QDialogButtonBox::ActionRole);
-  QPushButton* const save = buttons->addButton(QStringLiteral("Save…"), QDialogButtonBox::ActionRole);
-  send_ = buttons->addButton(QStringLiteral("Send"), QDialogButtonBox::ActionRole);
+  QPushButton* const close = buttons->addButton(localizedText("Close"), QDialogButtonBox::RejectRole);
+  QPushButton* const copyButton = buttons->addButton(localizedText("Copy"), QDialogButtonBox::ActionRole);
+  QPushButton* const save = buttons->addButton(localizedText("Save…"), QDialogButtonBox::ActionRole);
+  send_ = buttons->addButton(localizedText("Send"), QDialogButtonBox::ActionRole);
   QObject::connect(close, &QPushButton::clicked, window, [this] { window_->reject(); });
   QObject::connect(copyButton, &QPushButton::clicked, window, [this] { copy(); });
   QObject::connect(save, &QPushButton::clicked, window, [this] { chooseFile(); });
@@ -127,7 +128,7 @@ void QtCrashWindow::copy() {
 }
 
 void QtCrashWindow::chooseFile() {
-  auto* dialog = new QFileDialog(window_.get(), QStringLiteral("Save the crash report"), QDir::homePath());
+  auto* dialog = new QFileDialog(window_.get(), localizedText("Save the crash report"), QDir::homePath());
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setAcceptMode(QFileDialog::AcceptSave);
   dialog->setDefaultSuffix(QStringLiteral("txt"));

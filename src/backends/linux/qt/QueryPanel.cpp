@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "backends/linux/qt/QtText.h"
 #include "backends/linux/qt/SoftBlur.h"
 
 namespace jumplark {
@@ -44,8 +45,8 @@ QueryLineEdit::QueryLineEdit(QWidget* parent) : QLineEdit(parent) {
   setFrame(false);
   setContextMenuPolicy(Qt::NoContextMenu);
   setDragEnabled(false);
-  setAccessibleName(QStringLiteral("What to click"));
-  setPlaceholderText(QStringLiteral("What to click"));
+  setAccessibleName(localizedText("What to click"));
+  setPlaceholderText(localizedText("What to click"));
 }
 
 void QueryLineEdit::inputMethodEvent(QInputMethodEvent* event) {
