@@ -43,8 +43,8 @@ TypedCall<double> currentValue(const AtspiHandle& element);
 TypedCall<std::vector<std::string>> actionNames(const AtspiHandle& element);
 TypedCall<bool> doAction(const AtspiHandle& element, int32_t index);
 
-/// The elements below one that fit, in document order, at most `count`; of applications with the Collection interface.
-TypedCall<std::vector<ElementRef>> matches(const AtspiHandle& element, const MatchRule& rule, int32_t count);
+/// The children that fit, in order; of applications with the Collection interface.
+TypedCall<std::vector<ElementRef>> matchingChildren(const AtspiHandle& element, const MatchRule& rule);
 
 TypedCall<ElementRef> selectedChild(const AtspiHandle& container, int32_t index);
 

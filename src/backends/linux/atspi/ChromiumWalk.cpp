@@ -13,6 +13,8 @@ namespace {
 
 /// Chromium names the children of a long list in quadratic time: 1000 in some 10 ms, 10000 in a second.
 constexpr int64_t kMostChildren = 1500;
+/// Up to so many children are asked one by one.
+constexpr int64_t kFewChildren = 30;
 constexpr uint64_t kStatesOfFace =
     (1ULL << state::showing) | (1ULL << state::visible) | (1ULL << state::enabled) | (1ULL << state::sensitive);
 constexpr uint32_t kPlainInterfaces = interface_bit::component | interface_bit::text;
@@ -70,6 +72,15 @@ bool isBlank(const std::string& text) {
   return true;
 }
 
+/// The text of an element has this character for each thing in it that is not a text.
+constexpr std::string_view kObjectReplacement = "\xEF\xBF\xBC";
+constexpr int32_t kLongestLine = 1000;
+constexpr double kHighestLine = 40;
+
+bool isOneLineOfWords(const std::string& text) {
+  return !isBlank(text) && text.size() < kLongestLine && text.find(kObjectReplacement) == std::string::npos;
+}
+
 }  // namespace
 
 void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
@@ -78,7 +89,6 @@ void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
   if (auto first = claim(start, parent)) {
     start_ = first;
     level.push_back(std::move(first));
-    showing_ = ShowingElements::read(runner_, start, plan_.deadline);
   }
   while (!level.empty() && !stopped()) {
     readIdentities(level);
@@ -114,19 +124,16 @@ void ChromiumWalk::readIdentities(Level& level) {
   Level faces;
   for (const auto& element : level) {
     ElementFacts& e = *element;
-    const auto known = showing_ ? showing_->roleOf(e.ref) : std::nullopt;
-    if (known) {
-      e.role = *known;
-    } else {
-      batch.add<uint32_t>(
-          calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; }, noting());
-    }
-    if (isFaceOfItsParent(e)) {
+    const bool isFace = isFaceOfItsParent(e);
+    if (isFace) {
       faces.push_back(element);
-    } else if (known && isLeaf(*known)) {
-      e.states = kStatesOfFace;
-      e.known |= facts::identity;
-    } else {
+    }
+    if (e.has(facts::identity)) {
+      continue;
+    }
+    batch.add<uint32_t>(
+        calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; }, noting());
+    if (!isFace) {
       askStates(batch, e);
     }
   }
@@ -166,8 +173,12 @@ void ChromiumWalk::readDetails(const Level& level) {
       continue;
     }
     askTexts(batch, e);
-    if (const auto known = knownChildren(e)) {
-      e.childCount = static_cast<int64_t>(known->size());
+    if (e.role == role::link) {
+      batch.add<std::string>(calls::text(*handleOf(e.ref), 0, kLongestLine), [this, &e](std::string& text) {
+        if (isOneLineOfWords(text)) {
+          worded_.insert(&e);
+        }
+      });
     } else if (!isNamedByItsFace(e.role)) {
       askChildCount(batch, e);
     }
@@ -183,6 +194,7 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
   Level next;
   std::vector<std::pair<ElementFacts*, std::vector<ElementRef>>> found;
   std::vector<ElementFacts*> large;
+  std::vector<std::unique_ptr<ManyChildren>> many;
   for (const auto& element : level) {
     ElementFacts& e = *element;
     if (e.role == role::documentWeb && e.is(state::showing)) {
@@ -197,8 +209,13 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
       large.push_back(&e);
       continue;
     }
-    if (auto known = knownChildren(e)) {
-      found.emplace_back(&e, std::move(*known));
+    if (isOneLine(e)) {
+      e.childCount = 0;
+      continue;
+    }
+    if (e.childCount > kFewChildren) {
+      many.push_back(std::make_unique<ManyChildren>(e));
+      many.back()->ask(batch);
       continue;
     }
     batch.add<std::vector<ElementRef>>(
@@ -206,13 +223,25 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
         [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
   }
   batch.run(runner_, plan_.deadline);
+  for (const auto& asked : many) {
+    if (!asked->answered() && !stopped()) {
+      ElementFacts& e = *asked->container;
+      batch.add<std::vector<ElementRef>>(
+          calls::children(*handleOf(e.ref)),
+          [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
+    }
+  }
+  batch.run(runner_, plan_.deadline);
+  for (const auto& asked : many) {
+    adoptShowing(*asked, next);
+  }
   for (auto& [container, children] : found) {
     container->childCount = static_cast<int64_t>(children.size());
     // A container's text is that of its children; a caption is nevertheless read as one.
     if (!children.empty() && container->name.empty() && container->role != role::label) {
       container->interfaces &= ~interface_bit::text;
     }
-    adoptShowing(*container, children, next);
+    adopt(*container, children, next);
   }
   for (ElementFacts* container : large) {
     container->childrenAreVisibleOnly = true;
@@ -225,30 +254,25 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
   return next;
 }
 
-std::optional<std::vector<ElementRef>> ChromiumWalk::knownChildren(const ElementFacts& element) const {
-  const auto below = showing_ ? showing_->below(element.ref) : std::nullopt;
-  // Pages and lists of choices are asked themselves: what they hold matters though it does not show.
-  if (!below || below->size() > 1 || element.role == role::documentWeb || element.role == role::comboBox) {
-    return std::nullopt;
-  }
-  std::vector<ElementRef> children;
-  if (below->size() == 1) {
-    children.push_back(showing_->at(below->begin));
-  }
-  return children;
+bool ChromiumWalk::isOneLine(const ElementFacts& element) const {
+  return worded_.contains(&element) && !isBlank(element.name) && element.extents &&
+         element.extents->height <= kHighestLine;
 }
 
-void ChromiumWalk::adoptShowing(ElementFacts& parent, const std::vector<ElementRef>& children, Level& next) {
-  if (!showing_ || !showing_->below(parent.ref) || parent.role == role::comboBox) {
-    adopt(parent, children, next);
+void ChromiumWalk::adoptShowing(const ManyChildren& many, Level& next) {
+  if (!many.answered()) {
     return;
   }
-  showing_->noteChildren(parent.ref, children);
-  std::vector<ElementRef> shown;
-  std::copy_if(children.begin(), children.end(), std::back_inserter(shown),
-               [this](const ElementRef& child) { return showing_->holds(child); });
-  parent.childrenAreVisibleOnly = shown.size() < children.size();
-  adopt(parent, shown, next);
+  ElementFacts& container = *many.container;
+  container.childrenAreVisibleOnly = true;
+  if (container.name.empty() && container.role != role::label) {
+    container.interfaces &= ~interface_bit::text;
+  }
+  const size_t first = next.size();
+  adopt(container, many.showing(), next);
+  for (size_t i = first; i < next.size(); ++i) {
+    many.describe(*next[i]);
+  }
 }
 
 bool ChromiumWalk::isNoise(const ElementFacts& element) const {

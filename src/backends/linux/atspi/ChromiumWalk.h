@@ -1,9 +1,10 @@
 #pragma once
 
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
-#include "backends/linux/atspi/ShowingElements.h"
+#include "backends/linux/atspi/ManyChildren.h"
 #include "backends/linux/atspi/WalkSteps.h"
 
 namespace jumplark::atspi {
@@ -30,9 +31,9 @@ class ChromiumWalk : private WalkSteps {
 
  private:
   bool isFaceOfItsParent(const ElementFacts& element) const;
-  /// Children that need not be asked for, since the list of what shows tells them; none where it does not.
-  std::optional<std::vector<ElementRef>> knownChildren(const ElementFacts& element) const;
-  void adoptShowing(ElementFacts& parent, const std::vector<ElementRef>& children, Level& next);
+  /// True for a link that holds nothing but its face, so that its children need not be asked for.
+  bool isOneLine(const ElementFacts& element) const;
+  void adoptShowing(const ManyChildren& many, Level& next);
   void readIdentities(Level& level);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
@@ -41,7 +42,7 @@ class ChromiumWalk : private WalkSteps {
 
   std::shared_ptr<ElementFacts> start_;
   Level documents_;
-  std::optional<ShowingElements> showing_;
+  std::unordered_set<const ElementFacts*> worded_;  ///< links that hold words only
 };
 
 }  // namespace jumplark::atspi
