@@ -157,8 +157,8 @@ class Views {
   virtual std::unique_ptr<QueryWindowView> makeQueryWindow() = 0;
   virtual std::unique_ptr<OverlayView> makeOverlay() = 0;
   virtual std::unique_ptr<DiscoveryView> makeDiscovery() = 0;
-  /// Shows a message and calls back on the main queue with the index of the button chosen (-1: closed otherwise). Does
-  /// not wait.
+  /// Shows a message, after those that are not answered yet, and calls back on the main queue with the index of the
+  /// button chosen (-1: closed otherwise). Does not wait.
   virtual void showAlert(const Alert& alert, std::function<void(int button)> chosen) = 0;
   /// Brings this program in front of the others, as far as its windows are shown.
   virtual void activateIgnoringOtherApps() = 0;

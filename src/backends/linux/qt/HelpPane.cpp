@@ -96,6 +96,7 @@ void HelpPane::showButtons(const HelpPaneModel& model) {
     buttons_[i]->setEnabled(button.note.empty());
     if (auto* note = qobject_cast<QLabel*>(buttons_[i]->property("note").value<QObject*>())) {
       note->setText(QString::fromStdString(button.note));
+      note->setVisible(!button.note.empty());
     }
   }
 }

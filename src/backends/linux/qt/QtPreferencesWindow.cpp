@@ -164,6 +164,9 @@ void QtPreferencesWindow::selectPane(const std::string& identifier) {
     return;
   }
   entry->button->setChecked(true);
+  if (const QWidget* const focused = window_->focusWidget(); focused && focused->parent() == entry->button->parent()) {
+    entry->button->setFocus();
+  }
   if (std::exchange(selected_, identifier) == identifier) {
     return;
   }

@@ -38,6 +38,14 @@ struct QtViews::Parts {
     }
   }
 
+  /// The oldest message that nobody has answered, unless it is there already.
+  void showNextAlert() {
+    std::erase_if(alerts, [](const auto& shown) { return shown.isNull(); });
+    if (!alerts.empty() && !alerts.front()->isVisible()) {
+      bringToFront(*alerts.front());
+    }
+  }
+
   World world;
   NativeDisplay display;
   ScreenGeometry geometry;
@@ -49,7 +57,7 @@ struct QtViews::Parts {
   std::vector<QPointer<AlertDialog>> alerts;
 };
 
-QtViews::QtViews(World world) : parts_(std::make_unique<Parts>(std::move(world))) {}
+QtViews::QtViews(World world) : parts_(std::make_shared<Parts>(std::move(world))) {}
 
 QtViews::~QtViews() {
   for (const auto& alert : parts_->alerts) {
@@ -77,15 +85,20 @@ std::unique_ptr<DiscoveryView> QtViews::makeDiscovery() {
 }
 
 void QtViews::showAlert(const Alert& alert, std::function<void(int button)> chosen) {
-  std::erase_if(parts_->alerts, [](const auto& shown) { return shown.isNull(); });
   TaskQueue& mainQueue = parts_->world.mainQueue;
-  auto* dialog = new AlertDialog(alert, [&mainQueue, chosen = std::move(chosen)](int button) {
-    if (chosen) {
-      mainQueue.post([chosen, button] { chosen(button); });
-    }
+  const std::weak_ptr<Parts> weak = parts_;
+  auto* dialog = new AlertDialog(alert, [&mainQueue, weak, chosen = std::move(chosen)](int button) {
+    mainQueue.post([weak, chosen, button] {
+      if (chosen) {
+        chosen(button);
+      }
+      if (const auto parts = weak.lock()) {
+        parts->showNextAlert();
+      }
+    });
   });
   parts_->alerts.emplace_back(dialog);
-  parts_->bringToFront(*dialog);
+  parts_->showNextAlert();
 }
 
 void QtViews::activateIgnoringOtherApps() {

@@ -51,7 +51,7 @@ class QtViews final : public Views {
 
  private:
   struct Parts;
-  std::unique_ptr<Parts> parts_;
+  std::shared_ptr<Parts> parts_;
 };
 
 }  // namespace jumplark
