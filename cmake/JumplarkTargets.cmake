@@ -41,7 +41,7 @@ function(jumplark_test name)
   target_compile_options(${name} PRIVATE ${JUMPLARK_WARNINGS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
-  set(properties TIMEOUT ${ARG_TIMEOUT})
+  set(properties TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT LANGUAGE=en)  # texts are compared
   if(ARG_LABELS)
     list(APPEND properties LABELS "${ARG_LABELS}")
   endif()

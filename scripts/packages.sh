@@ -7,12 +7,12 @@ build=(g++ cmake ninja-build pkg-config ccache libicu-dev libxml2-dev nlohmann-j
   libspdlog-dev libsystemd-dev libxcb1-dev libxcb-xinput-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-shape0-dev
   libxcb-randr0-dev libxcb-xfixes0-dev libxcb-res0-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-keysyms1-dev
   libxkbcommon-dev libxkbcommon-x11-dev libxkbregistry-dev qt6-base-dev libcurl4-openssl-dev libssl-dev
-  libbackward-cpp-dev libdw-dev)
+  libbackward-cpp-dev libdw-dev gettext)
 # A session on a virtual screen, an application to try the program on, and pictures of it.
 run=(xvfb xfwm4 dbus-daemon dbus-bin at-spi2-core x11-utils x11-xserver-utils xdotool imagemagick gtk-3-examples
   adwaita-icon-theme fonts-dejavu-core)
 test=("${run[@]}" libgtest-dev libgmock-dev libbenchmark-dev libatspi2.0-dev libgtk-3-dev openbox picom mousepad kcalc
-  gtk-4-examples chromium firefox-esr iproute2
+  gtk-4-examples chromium firefox-esr iproute2 xfce4-panel
   dpkg-dev lintian desktop-file-utils appstream fakeroot man-db zsh fish)
 lint=(clang-format clang-tidy git)
 

@@ -50,13 +50,15 @@ cat >"$work/session.sh" <<'END'
 export PATH=$ROOT/usr/bin:$PATH XDG_DATA_DIRS=$ROOT/usr/share:/usr/local/share:/usr/share
 mkdir -p "$XDG_CONFIG_HOME/jumplark"
 echo '{"shownHelpOnStart": true, "toldOfMissingStatusBar": true}' >"$XDG_CONFIG_HOME/jumplark/defaults.json"
-jumplark >"$ROOT/out" 2>&1 & program=$!
+# The texts of another language come from where the program is.
+LANGUAGE=de LC_ALL=C.UTF-8 jumplark >"$ROOT/out" 2>&1 & program=$!
 trap 'kill -KILL $program 2>/dev/null' EXIT
-until grep -q 'Jumplark is running' "$ROOT/out"; do kill -0 $program && sleep 0.05 || exit 10; done
+until grep -q 'Jumplark läuft' "$ROOT/out"; do kill -0 $program && sleep 0.05 || exit 10; done
 jumplark preferences About || exit 11
 until jumplark match --json --pid $program version | grep -q "Version $VERSION "; do
   kill -0 $program && sleep 0.05 || exit 12
 done
+jumplark match --json --pid $program allgemein | grep -q '"Allgemein"' || exit 13
 kill -TERM $program && wait $program
 END
 ROOT=$root VERSION=${version%-*} quietly timeout -k 5 60 \
