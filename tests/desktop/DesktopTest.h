@@ -18,7 +18,8 @@ struct Desktop {
   static constexpr int kHeight = 900;
 
   explicit Desktop(WindowManager windowManager = WindowManager::xfwm4)
-      : session({.windowManager = windowManager, .width = kWidth, .height = kHeight}), jumplark(session, kHeight) {}
+      : Desktop(SessionOptions{.windowManager = windowManager, .width = kWidth, .height = kHeight}) {}
+  explicit Desktop(const SessionOptions& options) : session(options), jumplark(session, options.height) {}
 
   PrivateSession session;
   Jumplark jumplark;

@@ -1,42 +1,9 @@
-#include "desktop/DesktopTest.h"
-#include "desktop/support/RunningProgram.h"
+#include "desktop/Use.h"
 
 namespace jumplark::desktop {
 namespace {
 
 using testing::IsEmpty;
-
-/// A desktop with the demonstration program in front and the program in the background.
-struct Use {
-  explicit Use(WindowManager windowManager = WindowManager::xfwm4, const std::string& page = "Form")
-      : desktop(windowManager), demo(desktop.session, page), program(desktop.session) {}
-
-  PrivateSession& session() { return desktop.session; }
-  PixelRect partNamed(const std::string& name) {
-    for (const DemoPart& part : demo.parts()) {
-      if (part.name == name) {
-        return part.rect;
-      }
-    }
-    ADD_FAILURE() << "the window has no part " << name;
-    return {};
-  }
-  bool demoIsActive() {
-    const auto window = session().findWindow([this](const SessionWindow& candidate) {
-      return candidate.pid == demo.process().pid() && !candidate.overrideRedirect;
-    });
-    return window && session().activeWindow() == window->id;
-  }
-
-  Desktop desktop;
-  DemoProgram demo;
-  RunningProgram program;
-};
-
-/// A pixel of a box that neither its border nor its label covers.
-uint32_t boxPixel(PrivateSession& session, const PixelRect& rect) {
-  return session.pixel(rect.x + 4, rect.y + rect.height / 2);
-}
 
 class UseOnEachDesktop : public testing::TestWithParam<WindowManager> {};
 

@@ -260,6 +260,14 @@ uint32_t PrivateSession::pixel(int x, int y) const {
   return pixels({x, y, 1, 1}).at(0);
 }
 
+std::string PrivateSession::heldInput() const {
+  return display_->heldInput();
+}
+
+bool PrivateSession::keyboardIsFree() const {
+  return display_->keyboardIsFree();
+}
+
 std::vector<uint32_t> PrivateSession::pixels(const PixelRect& rect) const {
   return display_->pixels(rect);
 }

@@ -93,6 +93,11 @@ class PrivateSession {
   uint32_t pixel(int x, int y) const;
   /// What shows in a rectangle, row by row, 0xRRGGBB; the part outside the screen is left out.
   std::vector<uint32_t> pixels(const PixelRect& rect) const;
+  /// What is held down, by whomever: "button 1", "modifier 0x40", "key 65"; empty when nothing is.
+  std::string heldInput() const;
+  /// Whether no client holds the keyboard, so that what is typed reaches the focus.
+  bool keyboardIsFree() const;
+
   /// The whole screen as a PNG file; false when it could not be written.
   bool screenshot(const std::string& path);
   /// One call of xdotool with these arguments, for keys and pointer movements; throws when it fails.

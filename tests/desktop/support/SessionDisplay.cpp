@@ -157,4 +157,43 @@ std::vector<uint32_t> PrivateSession::Display::pixels(const PixelRect& rect) con
   return result;
 }
 
+std::string PrivateSession::Display::heldInput() const {
+  // Locks stay on without anybody holding a key.
+  constexpr unsigned kModifiers = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
+  const auto pointerCookie = xcb_query_pointer(connection_, screen_->root);
+  const auto keysCookie = xcb_query_keymap(connection_);
+  const auto pointer = own(xcb_query_pointer_reply(connection_, pointerCookie, nullptr));
+  const auto keys = own(xcb_query_keymap_reply(connection_, keysCookie, nullptr));
+  if (!pointer || !keys) {
+    return "unknown: the X server does not answer";
+  }
+  std::string held;
+  for (unsigned button = 1; button <= 5; ++button) {
+    if ((pointer->mask & (XCB_BUTTON_MASK_1 << (button - 1))) != 0) {
+      held += "button " + std::to_string(button) + ' ';
+    }
+  }
+  if ((pointer->mask & kModifiers) != 0) {
+    held += "modifiers " + std::to_string(pointer->mask & kModifiers) + ' ';
+  }
+  for (unsigned key = 8; key < 256; ++key) {
+    if ((keys->keys[key / 8] & (1U << (key % 8))) != 0) {
+      held += "key " + std::to_string(key) + ' ';
+    }
+  }
+  return held;
+}
+
+bool PrivateSession::Display::keyboardIsFree() const {
+  const auto cookie =
+      xcb_grab_keyboard(connection_, 1, screen_->root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+  const auto reply = own(xcb_grab_keyboard_reply(connection_, cookie, nullptr));
+  if (!reply || reply->status != XCB_GRAB_STATUS_SUCCESS) {
+    return false;
+  }
+  xcb_ungrab_keyboard(connection_, XCB_CURRENT_TIME);
+  xcb_flush(connection_);
+  return true;
+}
+
 }  // namespace jumplark::desktop

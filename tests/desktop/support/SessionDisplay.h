@@ -24,6 +24,8 @@ class PrivateSession::Display {
   void requestActive(xcb_window_t window) const;
   bool compositorRuns() const;
   std::vector<uint32_t> pixels(const PixelRect& rect) const;
+  std::string heldInput() const;
+  bool keyboardIsFree() const;
 
  private:
   xcb_atom_t atom(const char* name) const;

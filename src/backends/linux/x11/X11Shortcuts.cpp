@@ -6,6 +6,12 @@
 #include "backends/linux/x11/CallbackSlot.h"
 
 namespace jumplark {
+namespace {
+
+/// Who got nothing for so long has gone on with something else; what the shortcut opens would be in the way.
+constexpr std::chrono::seconds kPatienceOfUser{1};
+
+}  // namespace
 
 /// One registration.
 struct X11Shortcuts::Entry {
@@ -14,6 +20,7 @@ struct X11Shortcuts::Entry {
   std::mutex mutex;
   bool waiting = false;      ///< a call of the handler is on the queue and has not begun
   uint64_t latestPress = 0;  ///< what that call will answer
+  std::chrono::steady_clock::time_point pressedAt{};
 };
 
 struct X11Shortcuts::Entries {
@@ -46,6 +53,7 @@ struct X11Shortcuts::Entries {
     {
       const std::lock_guard lock(entry->mutex);
       entry->latestPress = press;
+      entry->pressedAt = std::chrono::steady_clock::now();
       if (std::exchange(entry->waiting, true)) {
         return;
       }
@@ -60,12 +68,14 @@ struct X11Shortcuts::Entries {
     }
     const auto begin = std::chrono::steady_clock::now();
     uint64_t press = 0;
+    bool isPast = false;
     {
       const std::lock_guard lock(entry.mutex);
       entry.waiting = false;
       press = entry.latestPress;
+      isPast = begin - entry.pressedAt > kPatienceOfUser;
     }
-    alive->answer(press, entry.slot.callOr(false), begin);
+    alive->answer(press, !isPast && entry.slot.callOr(false), begin);
   }
 };
 

@@ -18,7 +18,8 @@ namespace jumplark {
 /// the keyboard is handed over.
 ///
 /// A press while another client has grabbed the keyboard (a menu is open) closes the menu and counts all the same.
-/// Where a press is still waiting for the main queue, further ones are not added to it.
+/// Where a press is still waiting for the main queue, further ones are not added to it; the handler is not called for a
+/// press that has waited for more than a second.
 class X11Shortcuts final : public GlobalShortcuts {
  public:
   /// Both are called on the shortcut thread, must not wait, and may be empty.
