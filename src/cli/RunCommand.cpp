@@ -1,10 +1,12 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "app/JLAppDelegate.h"
 #include "app/JLCrashReporter.h"
@@ -62,6 +64,28 @@ void tellThatItRuns(const JLAppDelegate& delegate) {
   std::fflush(stdout);
 }
 
+/// When the display goes away, as at the end of a session, the toolkit ends the process from within its loop. What must
+/// be kept is kept then too, while this object lives.
+class KeepingAtExit {
+ public:
+  explicit KeepingAtExit(JLAppDelegate& delegate) {
+    JLMetrics::sharedInstance();  // made before the handler is registered, it outlives it
+    if (std::exchange(running, &delegate) == nullptr) {
+      std::atexit([] {
+        if (JLAppDelegate* const left = std::exchange(running, nullptr)) {
+          left->applicationWillTerminate();
+        }
+      });
+    }
+  }
+  KeepingAtExit(const KeepingAtExit&) = delete;
+  KeepingAtExit& operator=(const KeepingAtExit&) = delete;
+  ~KeepingAtExit() { running = nullptr; }
+
+ private:
+  static inline JLAppDelegate* running = nullptr;
+};
+
 /// The program in the background, on the main thread.
 class Background {
  public:
@@ -93,7 +117,11 @@ class Background {
   int run() {
     delegate_.applicationWillFinishLaunching();
     delegate_.applicationDidFinishLaunching();
-    const int status = program_.loop().run();
+    int status = 0;
+    {
+      const KeepingAtExit keeping(delegate_);
+      status = program_.loop().run();
+    }
     delegate_.applicationWillTerminate();
     return status;
   }
