@@ -1,46 +1,77 @@
 #!/bin/bash
 # Shows the program at work on an application, in the session that it is started in: demo.sh PROGRAM PICTURE-FOLDER
+# A separate program presses the keys, as a person would.
 set -eu
 program=$1
 pictures=$2
 executable=gtk3-widget-factory
 application="Widget Factory"
 output=$(mktemp -d)
-trap 'rm -rf "$output"' EXIT
+running=()
+trap 'kill ${running[@]+"${running[@]}"} 2>/dev/null; rm -rf "$output"' EXIT
 mkdir -p "$pictures"
 
 say() { printf '\n\033[1m%s\033[0m\n' "$1"; }
-show() { # show LINES COMMAND...: runs a command and prints the beginning of what it says
-  local lines=$1 total
-  shift
-  say "\$ jumplark$(printf ' %s' "${@/* */\'&\'}")"
-  "$program" "$@" >"$output/last" || { echo "jumplark $1 failed with status $?" >&2; exit 1; }
-  total=$(wc -l <"$output/last")
-  cut -c 1-150 "$output/last" | sed -n "1,${lines}p"
-  if [ "$total" -gt "$lines" ]; then echo "... ($total lines in all)"; fi
+fail() { # fail SENTENCE FILE
+  echo "$1" >&2
+  cat "$2" >&2
+  exit 1
+}
+wait_for() { # wait_for SECONDS SENTENCE FILE COMMAND...: until the command succeeds
+  local tries=$(($1 * 10)) sentence=$2 file=$3
+  shift 3
+  for (( ; tries > 0; --tries)); do
+    "$@" >/dev/null 2>&1 && return
+    sleep 0.1
+  done
+  fail "$sentence" "$file"
 }
 picture() {
+  sleep 1 # whatever moves has come to rest
   import -silent -window root "$pictures/$1"
   echo "Saved $pictures/$1"
 }
+press() {
+  say "Pressing $2"
+  xdotool key "$1"
+}
+query_window_is_open() { xdotool search --onlyvisible --pid "$jumplark" --name '^Jumplark$'; }
+query_window_is_closed() { ! query_window_is_open; }
 
 say "Starting $executable on a virtual screen ($DISPLAY)"
 $executable >"$output/application" 2>&1 &
-process=$!
-trap 'kill $process 2>/dev/null; rm -rf "$output"' EXIT
+running+=($!)
 # It is on the accessibility bus a little later than on the screen.
-for ((tries = 0; tries < 300; ++tries)); do
-  "$program" match --app "$application" togglebutton >/dev/null 2>&1 && break
-  kill -0 $process 2>/dev/null || { echo "It did not start:" >&2; cat "$output/application" >&2; exit 1; }
-  sleep 0.1
-done
+wait_for 30 "$executable did not start:" "$output/application" "$program" match --app "$application" togglebutton
+xdotool mousemove 200 330 # among what fits alike, the nearest to the pointer comes first
+picture 1-application.png
 
-show 14 tree --app "$application"
-xdotool mousemove 200 330 # among what fits alike, the nearest to the pointer is meant
-picture before.png
-show 6 match --app "$application" checkb
-show 3 act --app "$application" checkb
-show 3 act --app "$application" middle
-sleep 0.5 # the click has been sent; the application draws what it makes of it
-picture after.png
-say "Compare the two pictures: the check box at the pointer has changed, and the list 'Middle' is open."
+say "Starting jumplark in the background"
+# A first start welcomes its user, which is not shown here.
+mkdir -p "$XDG_CONFIG_HOME/jumplark"
+echo '{"shownHelpOnStart": true, "toldOfMissingStatusBar": true}' >"$XDG_CONFIG_HOME/jumplark/defaults.json"
+"$program" >"$output/jumplark" 2>&1 &
+jumplark=$!
+running+=("$jumplark")
+wait_for 30 "jumplark did not start:" "$output/jumplark" grep -q 'is running' "$output/jumplark"
+cat "$output/jumplark"
+
+press super+shift+space "Super+Shift+Space over the application: the query window opens"
+wait_for 10 "The query window did not open:" "$output/jumplark" query_window_is_open
+picture 2-query-window.png
+
+say "Typing 'butt': what fits is outlined and labelled, the best is blue"
+xdotool type --delay 60 butt
+picture 3-matches.png
+
+press Tab "Tab: the next best is selected"
+picture 4-next-selected.png
+
+press ctrl+d "Control+D, the letter of a label: that one is selected"
+picture 5-selected-by-label.png
+
+press Return "Return: the selected one is clicked, and the keyboard is the application's again"
+wait_for 10 "The query window did not close:" "$output/jumplark" query_window_is_closed
+picture 6-after-the-click.png
+
+say "The pictures in $pictures show each step; the last one, that the check box was clicked."
