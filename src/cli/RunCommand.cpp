@@ -52,6 +52,9 @@ ExitStatus tellRunningInstance(const InstanceChannel& channel) {
   const bool shown = reply.state == InstanceChannel::SendState::done;
   fmt::print("{}\n", shown ? localized("Jumplark is already running! Its preferences are open now.")
                            : localized("Jumplark is already running!"));
+  if (!shown) {
+    fmt::print(stderr, "jumplark: {}\n", reply.problem);
+  }
   return ExitStatus::done;
 }
 
