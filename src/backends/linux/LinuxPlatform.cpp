@@ -4,6 +4,7 @@
 
 #include "backends/linux/atspi/AtspiAccessibility.h"
 #include "backends/linux/atspi/AtspiElementSource.h"
+#include "backends/linux/atspi/AtspiNotifications.h"
 #include "backends/linux/system/SystemRandom.h"
 #include "backends/linux/x11/DesktopEntries.h"
 #include "backends/linux/x11/X11Connection.h"
@@ -25,7 +26,12 @@ struct LinuxPlatform::Parts {
         workspace(windows, entries, &screens),
         input(x),
         elements(windows),
-        accessibility(elements, windows) {}
+        accessibility(elements, windows),
+        notifications(queueSet, {[this](int32_t pid) { return elements.application(pid); },
+                                 [this](const ElementRef& application) {
+                                   const auto read = elements.facts(application, atspi::facts::children);
+                                   return read.ok() ? read.value->children : std::vector<ElementRef>();
+                                 }}) {}
 
   std::shared_ptr<X11Connection> connection;
   Queues& queues;
@@ -37,6 +43,7 @@ struct LinuxPlatform::Parts {
   SystemRandom random;
   atspi::AtspiElementSource elements;
   atspi::AtspiAccessibility accessibility;
+  atspi::AtspiNotifications notifications;
 };
 
 LinuxPlatform::Opened LinuxPlatform::open(Queues& queues) {
@@ -58,6 +65,7 @@ LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(pa
   platform_.input = &parts_->input;
   platform_.queues = &parts_->queues;
   platform_.random = &parts_->random;
+  platform_.notifications = &parts_->notifications;
 }
 
 LinuxPlatform::~LinuxPlatform() = default;

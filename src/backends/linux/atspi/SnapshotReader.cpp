@@ -44,8 +44,8 @@ void findLandmarks(Snapshot& snapshot) {
     if (e.role == role::menuBar && e.is(state::showing) && !snapshot.menuBar) {
       snapshot.menuBar = ref;
     }
-    // The deepest one counts: some containers say that they are focused as well.
-    if (e.is(state::focused)) {
+    // The deepest one counts: some containers say that they are focused as well, and in Qt every page tab in front does.
+    if (e.is(state::focused) && (e.role != role::pageTab || !snapshot.focusedElement)) {
       snapshot.focusedElement = ref;
     }
   }

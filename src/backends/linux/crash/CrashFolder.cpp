@@ -98,11 +98,10 @@ FileDescriptor CrashFolder::open(std::string& problem) const {
   }
   FileDescriptor folder(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
-  if (!folder || ::fstat(folder.get(), &status) != 0) {
-    problem = fmt::format("{}: {}", path_.string(), systemError());
-  } else if (status.st_uid != ::getuid()) {
+  const bool isThere = folder && ::fstat(folder.get(), &status) == 0;
+  if (isThere && status.st_uid != ::getuid()) {
     problem = fmt::format("{} belongs to another user", path_.string());
-  } else if ((status.st_mode & 077U) != 0 && ::fchmod(folder.get(), 0700) != 0) {
+  } else if (!isThere || ((status.st_mode & 077U) != 0 && ::fchmod(folder.get(), 0700) != 0)) {
     problem = fmt::format("{}: {}", path_.string(), systemError());
   }
   return problem.empty() ? std::move(folder) : FileDescriptor();

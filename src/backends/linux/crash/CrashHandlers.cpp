@@ -3,7 +3,6 @@
 #include <cxxabi.h>
 #include <fcntl.h>
 #include <sys/prctl.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <atomic>
 #include <climits>
 #include <cstdlib>
+#include <ctime>
 #include <exception>
 #include <string_view>
 #include <typeinfo>

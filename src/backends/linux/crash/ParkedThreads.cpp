@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/syscall.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <array>
@@ -10,6 +9,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 
 namespace jumplark {
 namespace {

@@ -101,6 +101,7 @@ struct Module {
 /// The module an address lies in; without a path when there is none. Takes no lock, unlike the other ways to ask.
 Module moduleAt(uintptr_t address, const char* program) noexcept {
   dl_find_object found{};
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel gives registers as numbers
   if (_dl_find_object(reinterpret_cast<void*>(address), &found) != 0 || found.dlfo_link_map == nullptr) {
     return {};
   }

@@ -24,6 +24,7 @@ std::string buildIdOf(const dl_phdr_info& module) {
   for (size_t i = 0; i < module.dlpi_phnum; ++i) {
     const ElfW(Phdr)& segment = module.dlpi_phdr[i];
     if (segment.p_type == PT_NOTE) {
+      // NOLINTNEXTLINE(performance-no-int-to-ptr): so the dynamic linker tells it
       const auto* notes = reinterpret_cast<const uint8_t*>(module.dlpi_addr + segment.p_vaddr);
       if (const BuildId id = findBuildId({notes, segment.p_memsz}); !id.empty()) {
         return hexadecimal(id);
@@ -72,6 +73,7 @@ std::vector<Symbols::Function> Symbols::at(const std::string& buildId, uint64_t 
   if (module == biases_.end()) {
     return {};
   }
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the sum of two numbers
   void* const address = reinterpret_cast<void*>(module->second + offset);
   const backward::ResolvedTrace trace = resolver_->impl.resolve(backward::ResolvedTrace(backward::Trace(address, 0)));
   const std::string& outermost = trace.object_function.empty() ? trace.source.function : trace.object_function;
