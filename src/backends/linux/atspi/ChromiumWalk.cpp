@@ -224,7 +224,9 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
   }
   batch.run(runner_, plan_.deadline);
   for (const auto& asked : many) {
-    if (!asked->answered() && !stopped()) {
+    if (asked->answered()) {
+      asked->askMore(batch);
+    } else if (!stopped()) {
       ElementFacts& e = *asked->container;
       batch.add<std::vector<ElementRef>>(
           calls::children(*handleOf(e.ref)),

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <array>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "backends/linux/atspi/ElementFacts.h"
@@ -21,21 +19,24 @@ class ManyChildren {
 
   /// Adds the questions. This stays where it is until the batch has run.
   void ask(TypedBatch& batch);
+  /// The same for what the first answers left open.
+  void askMore(TypedBatch& batch);
   /// False when the container did not tell.
   bool answered() const { return answered_; }
   /// In order.
   const std::vector<ElementRef>& showing() const { return showing_; }
-  /// Sets role and states of one of them, if it is of a frequent kind.
+  /// Sets role and states of one of them, if it is of a frequent kind and has not the focus.
   void describe(ElementFacts& child) const;
 
   ElementFacts* const container;
 
  private:
+  /// Of these the other states say nothing that anybody asks.
+  void askFor(uint32_t role, TypedBatch& batch);
+
   bool answered_ = false;
-  bool toldFocus_ = false;
   std::vector<ElementRef> showing_;
-  std::unordered_set<ElementRef, ElementRefHash> focused_;
-  std::unordered_map<ElementRef, uint32_t, ElementRefHash> roles_;
+  std::unordered_map<ElementRef, uint32_t, ElementRefHash> roles_;  ///< of what has not the focus
 };
 
 }  // namespace jumplark::atspi
