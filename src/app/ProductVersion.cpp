@@ -88,7 +88,7 @@ std::strong_ordering ProductVersion::operator<=>(const ProductVersion& other) co
   const auto compare = [](const Words& a, const Words& b) {
     return std::lexicographical_compare_three_way(a.begin(), a.end(), b.begin(), b.end(), compareWords);
   };
-  if (const auto order = compare(numbers_, other.numbers_); order != 0) {
+  if (const auto order = compare(numbers_, other.numbers_); std::is_neq(order)) {
     return order;
   }
   if (isPreRelease() != other.isPreRelease()) {

@@ -22,7 +22,7 @@ class ProductVersion {
   /// Numbers by value; then a pre-release before the final version; then its words in order, where numbers count by
   /// value and come before letters ("rc2" is "rc", 2), and the longer one comes later.
   std::strong_ordering operator<=>(const ProductVersion& other) const;
-  bool operator==(const ProductVersion& other) const { return (*this <=> other) == 0; }
+  bool operator==(const ProductVersion& other) const { return std::is_eq(*this <=> other); }
 
  private:
   using Words = std::vector<std::string>;  ///< each of digits only, without leading zeros, or without a digit
