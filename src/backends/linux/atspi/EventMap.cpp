@@ -58,7 +58,8 @@ bool EventKind::fits(const BusEvent& event) const {
 std::string EventKind::registration() const {
   std::string text = withHyphens(interface) + ":" + withHyphens(member);
   if (!detail.empty()) {
-    text += ":" + std::string(detail);
+    text += ':';
+    text += detail;
   }
   return text;
 }
