@@ -111,6 +111,16 @@ TEST_F(Crash, WithoutAPlaceForTheReportEndsByItsSignalAllTheSame) {
   EXPECT_EQ(read(folder_ / "crashes"), "no folder");
 }
 
+TEST_F(Crash, WithoutRoomForTheReportEndsByItsSignalAllTheSame) {
+  desktop::Process program({"bash", "-c", R"(ulimit -f 0; exec "$@")", "-", JUMPLARK_CRASHING, "crash",
+                            folder_ / "crashes", "reads nowhere"},
+                           desktop::Environment{{"PATH", "/usr/bin:/bin"}}, (folder_ / "crashing").string());
+  EXPECT_EQ(program.wait(), 128 + SIGSEGV);
+  ASSERT_EQ(rawReports().size(), 1U);
+  EXPECT_EQ(read(rawReports()[0]), "");
+  EXPECT_EQ(reports(), "") << "an empty one is nothing to show";
+}
+
 class CrashOnADisplay : public X11Test {};
 
 // The process still lives, as one does while its core image is written.

@@ -58,9 +58,11 @@ std::string_view nameOf(int signal) noexcept {
   }
 }
 
-/// Whatever the report waits for, the process ends in time.
+/// Whatever the report waits for, the process ends in time; and not for a file that may not grow.
 void limitTime() noexcept {
   struct sigaction action {};
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGXFSZ, &action, nullptr);
   action.sa_handler = SIG_DFL;
   sigaction(SIGALRM, &action, nullptr);
   sigset_t alarms;
