@@ -3,8 +3,11 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QEvent>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QSessionManager>
 #include <QTimer>
+#include <QTranslator>
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -111,11 +114,25 @@ class QtMainLoop::Drainer : public QObject {
   std::atomic<bool> woken_ = false;
 };
 
+namespace {
+
+/// The texts of Qt's own menus and dialogs, where the system has them in the user's language.
+void translateToolkit(QCoreApplication& application) {
+  auto* translator = new QTranslator(&application);
+  if (translator->load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                       QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+    QCoreApplication::installTranslator(translator);
+  }
+}
+
+}  // namespace
+
 QtMainLoop::QtMainLoop(SystemQueues& queues) : queues_(queues) {
   QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
   QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus, false);
   QCoreApplication::setApplicationName(QStringLiteral("Jumplark"));
   application_ = std::make_unique<Application>();
+  translateToolkit(*application_);
   QGuiApplication::setQuitOnLastWindowClosed(false);
   QCoreApplication::setQuitLockEnabled(false);
   QAccessible::setActive(true);
