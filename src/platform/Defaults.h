@@ -34,10 +34,7 @@ class Defaults {
   virtual Token observe(const std::string& key, Observer observer) = 0;
   /// Calls back on the main queue with a sentence for the user, once for each time that stored settings could not be
   /// read or kept, also for what happened before the call. One observer at a time, until the token is destroyed.
-  virtual Token observeProblems(std::function<void(const std::string& problem)> told) {
-    static_cast<void>(told);
-    return {};
-  }
+  virtual Token observeProblems(const std::function<void(const std::string& problem)>& /*told*/) { return {}; }
 
   bool boolean(const std::string& key, bool fallback = false) {
     const DefaultsValue found = value(key);

@@ -105,9 +105,9 @@ Token DefaultsFile::observe(const std::string& key, Observer observer) {
   return observers_.observe(key, std::move(observer));
 }
 
-Token DefaultsFile::observeProblems(std::function<void(const std::string& problem)> told) {
-  Token token = observers_.observe(
-      kProblems, [told = std::move(told)](const DefaultsValue& problem) { told(problem.get<std::string>()); });
+Token DefaultsFile::observeProblems(const std::function<void(const std::string& problem)>& told) {
+  Token token =
+      observers_.observe(kProblems, [told](const DefaultsValue& problem) { told(problem.get<std::string>()); });
   const std::scoped_lock lock(mutex_);
   isTold_ = true;
   for (const std::string& problem : std::exchange(untold_, {})) {

@@ -44,7 +44,7 @@ class DefaultsFile : public Defaults {
   void registerDefaults(const std::map<std::string, DefaultsValue>& values) override;
   bool synchronize() override;
   Token observe(const std::string& key, Observer observer) override;
-  Token observeProblems(std::function<void(const std::string& problem)> told) override;
+  Token observeProblems(const std::function<void(const std::string& problem)>& told) override;
 
  private:
   /// A change that is not in the file yet; a null value removes the key.

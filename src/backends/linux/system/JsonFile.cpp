@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <string_view>
 #include <thread>
 
 #include "backends/linux/system/WholeFile.h"
@@ -18,6 +19,15 @@ constexpr int kDeepest = 100;  // comparing and writing need stack for each leve
 
 JsonFile::Contents failure(JsonFile::State state, std::string problem) {
   return {state, nlohmann::json::object(), std::move(problem)};
+}
+
+/// "parse error at line 1, column 2" of the parser's message, which goes on with terms of its own.
+std::string placeOfError(std::string_view message) {
+  constexpr std::string_view kEndOfName = "] ";
+  if (const size_t name = message.find(kEndOfName); name != std::string_view::npos) {
+    message.remove_prefix(name + kEndOfName.size());
+  }
+  return std::string(message.substr(0, message.find(": ")));
 }
 
 JsonFile::Contents parse(const std::string& text) {
@@ -35,7 +45,7 @@ JsonFile::Contents parse(const std::string& text) {
     }
     return {JsonFile::State::read, std::move(object), {}};
   } catch (const nlohmann::json::exception& error) {
-    return failure(JsonFile::State::corrupt, error.what());
+    return failure(JsonFile::State::corrupt, fmt::format("it holds no JSON ({})", placeOfError(error.what())));
   }
 }
 
