@@ -66,9 +66,15 @@ class Panel {
   /// Opens the icon's menu with a button of the pointer and clicks the entry that is `steps` below the first.
   void choose(int steps, const char* button) const {
     ASSERT_TRUE(waitForIcon(true));
-    const auto [x, y] = *icon();
-    session_.keys({"mousemove", std::to_string(x + 2), std::to_string(y + 6), "click", button});
-    ASSERT_TRUE(waitUntil([&] { return menu().has_value(); }));
+    // The panel opens the menu once the program has told it the entries; a click meanwhile may be lost.
+    ASSERT_TRUE(waitUntil([&] {
+      const auto at = icon();
+      if (!at) {
+        return false;
+      }
+      session_.keys({"mousemove", std::to_string(at->first + 2), std::to_string(at->second + 6), "click", button});
+      return waitUntil([&] { return menu().has_value(); }, Milliseconds(3000));
+    }));
     Arguments keys = {"key"};
     keys.insert(keys.end(), static_cast<size_t>(steps) + 1, "Down");
     keys.emplace_back("Return");
@@ -120,6 +126,7 @@ TEST(Tray, theIconsMenuLeadsToEachPaneAndEndsTheProgram) {
   panel.choose(2, "1");
   windows.waitFor("label", "Jumplark cannot look for updates");
   program.key("Escape");
+  EXPECT_TRUE(program.waitUntilClosed());
   panel.choose(5, "1");
   EXPECT_EQ(program.process().wait(), 0) << program.process().err();
   EXPECT_TRUE(panel.waitForIcon(false));
