@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "backends/linux/system/InstanceServer.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -103,21 +104,23 @@ bool isOwnUser(const FileDescriptor& connection) {
 
 InstanceChannel::Reply exchange(const FileDescriptor& connection, const std::string& line, Clock::time_point deadline) {
   if (!isOwnUser(connection)) {
-    return failed("another user's program answers");
+    return failed(localized("another user's program answers"));
   }
   // A line is shorter than any socket's buffer.
   if (::send(connection.get(), line.data(), line.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(line.size())) {
-    return failed("the running instance has ended");
+    return failed(localized("the running instance has ended"));
   }
   const std::optional<std::string> answer = readLine(connection, deadline);
   if (!answer) {
-    return failed(Clock::now() >= deadline ? "the running instance does not answer" : "the running instance has ended");
+    return failed(Clock::now() >= deadline ? localized("the running instance does not answer")
+                                           : localized("the running instance has ended"));
   }
   if (*answer == "ok") {
     return {InstanceChannel::SendState::done, {}};
   }
   constexpr std::string_view kError = "error ";
-  return failed(answer->starts_with(kError) ? answer->substr(kError.size()) : "the running instance answers nonsense");
+  return failed(answer->starts_with(kError) ? answer->substr(kError.size())
+                                            : localized("the running instance answers nonsense"));
 }
 
 }  // namespace
@@ -162,7 +165,7 @@ InstanceChannel::Reply InstanceChannel::send(const InstanceCommand& command, std
       return {SendState::notRunning, {}};
     }
     if (Clock::now() >= deadline) {
-      return failed("the running instance does not answer");
+      return failed(localized("the running instance does not answer"));
     }
     std::this_thread::sleep_for(kRetryPause);
   }
