@@ -86,8 +86,14 @@ TEST_F(HitTest, ClipsWhatIsScrolledAway) {
   EXPECT_EQ(hit(250, 170), "box");
 }
 
-TEST_F(HitTest, AsksWhetherTheHitIsStillThere) {
+TEST_F(HitTest, AsksWhetherTheHitIsStillThereUnlessTheSnapshotHasJustBeenTaken) {
+  AtspiAccessibility trusting(source, windows, std::chrono::hours(1));
+  trusting.prepareSnapshot(source.ref("app"), true);
+  source.messages = 0;
+  EXPECT_EQ(trusting.copyElementAtPosition(trusting.systemWideElement(), 65, 25).value, source.ref("face"));
+  EXPECT_EQ(source.messages, 0);
   snapshot();
+  const Token live = platform.beginLiveReads();
   source.at("above").extents = Rect{300, 200, 100, 50};
   source.gone.insert(source.ref("face").text());
   EXPECT_EQ(hit(65, 25), "below");

@@ -51,10 +51,11 @@ int32_t actionIndex(const std::vector<std::string>& actions, std::initializer_li
 
 }  // namespace
 
-AtspiAccessibility::AtspiAccessibility(ElementSource& source, WindowSystem& windows)
+AtspiAccessibility::AtspiAccessibility(ElementSource& source, WindowSystem& windows,
+                                       std::chrono::steady_clock::duration trust)
     : source_(source),
       vocabulary_(std::make_unique<Vocabulary>(source, windows)),
-      hits_(std::make_unique<HitTest>(*vocabulary_)),
+      hits_(std::make_unique<HitTest>(*vocabulary_, trust)),
       systemWide_(std::make_shared<const SystemWideHandle>()) {}
 
 AtspiAccessibility::~AtspiAccessibility() = default;

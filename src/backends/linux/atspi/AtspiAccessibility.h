@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,7 +25,10 @@ struct Vocabulary;
 /// window system outlive it.
 class AtspiAccessibility final : public AccessibilityPlatform {
  public:
-  AtspiAccessibility(ElementSource& source, WindowSystem& windows);
+  /// `trust` is how long after a snapshot hit tests answer from it without asking whether it still holds: as long as
+  /// building a document takes, which hits the menu bar several times.
+  AtspiAccessibility(ElementSource& source, WindowSystem& windows,
+                     std::chrono::steady_clock::duration trust = std::chrono::milliseconds(250));
   ~AtspiAccessibility() override;
 
   AccessibilityResult<std::vector<std::string>> copyAttributeNames(const ElementRef& element) override;

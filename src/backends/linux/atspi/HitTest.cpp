@@ -83,7 +83,7 @@ void HitTest::snapshotPrepared(const ElementRef& application) {
     if (std::exchange(ended_, false)) {
       kept_.clear();
     }
-    kept_[handle->busName()] = {application, nullptr};
+    kept_[handle->busName()] = {application, nullptr, std::chrono::steady_clock::now()};
   }
 }
 
@@ -121,7 +121,9 @@ HitTest::GeometryPointer HitTest::geometryOf(const ElementRef& application) {
     made->byRef.emplace(element->ref, element);
   }
   const std::lock_guard lock(mutex_);
-  kept_[handle->busName()] = {application, made};
+  Kept& kept = kept_[handle->busName()];
+  kept.application = application;
+  kept.geometry = made;
   return made;
 }
 
@@ -139,6 +141,9 @@ AccessibilityResult<ElementRef> HitTest::elementAt(const ElementRef& application
     const auto found = candidates(*geometry, place);
     if (ElementRef told = topmostInDocument(*geometry, found, point)) {
       return told;
+    }
+    if (!found.empty() && hasJustBeenRead(owner, *found.front())) {
+      return found.front()->ref;
     }
     auto hit = firstStillThere(found, point);
     if (hit.ok() || hit.error == AccessibilityError::cannotComplete) {
@@ -213,6 +218,16 @@ ElementRef HitTest::topmostInDocument(const Geometry& geometry, const std::vecto
     here = above == geometry.byRef.end() ? nullptr : above->second.get();
   }
   return {};
+}
+
+bool HitTest::hasJustBeenRead(const ElementRef& application, const ElementFacts& element) {
+  // Not told in a scope of live reads, nor after the snapshot has ended.
+  if (!vocabulary_.source.snapshotFacts(element.ref)) {
+    return false;
+  }
+  const std::lock_guard lock(mutex_);
+  const auto kept = kept_.find(handleOf(application)->busName());
+  return kept != kept_.end() && std::chrono::steady_clock::now() - kept->second.since < trust_;
 }
 
 AccessibilityResult<ElementRef> HitTest::firstStillThere(const std::vector<FactsPointer>& candidates,
