@@ -93,10 +93,18 @@ std::filesystem::path userFolder(const char* variable, const char* belowHome) {
 
 std::string makePrivateFolders(const std::filesystem::path& folder) {
   std::filesystem::path made;
+  int refused = 0;
   for (const auto& part : folder) {
     made /= part;
-    if (::mkdir(made.c_str(), 0700) != 0 && errno != EEXIST && errno != EROFS && errno != EACCES) {
-      return systemError();
+    if (::mkdir(made.c_str(), 0700) == 0 || errno == EEXIST) {
+      continue;
+    }
+    // A folder above may be closed and the one in it be there all the same; else the first refusal is the reason.
+    if (refused == 0) {
+      refused = errno;
+    }
+    if (errno != EROFS && errno != EACCES) {
+      return std::generic_category().message(refused);
     }
   }
   std::error_code error;
