@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -12,10 +13,10 @@ namespace jumplark::desktop {
 struct Use {
   explicit Use(WindowManager windowManager = WindowManager::xfwm4, const std::string& page = "Form")
       : desktop(windowManager), demo(desktop.session, page), program(desktop.session) {}
-  /// On a session made otherwise.
+  /// In a session made otherwise, which `prepare` changes before anything is started in it.
   explicit Use(const SessionOptions& options, nlohmann::json defaults = nlohmann::json::object(),
-               const Environment& extra = {})
-      : desktop(options), demo(desktop.session), program(desktop.session, std::move(defaults), extra) {}
+               const std::function<void(PrivateSession&)>& prepare = {})
+      : desktop(options), demo(prepared(desktop.session, prepare)), program(desktop.session, std::move(defaults)) {}
 
   PrivateSession& session() { return desktop.session; }
   PixelRect partNamed(const std::string& name) {
@@ -32,6 +33,13 @@ struct Use {
       return candidate.pid == demo.process().pid() && !candidate.overrideRedirect;
     });
     return window && session().activeWindow() == window->id;
+  }
+
+  static PrivateSession& prepared(PrivateSession& session, const std::function<void(PrivateSession&)>& prepare) {
+    if (prepare) {
+      prepare(session);
+    }
+    return session;
   }
 
   Desktop desktop;

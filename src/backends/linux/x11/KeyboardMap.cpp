@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <set>
+#include <string_view>
+#include <utility>
 
 #include "backends/linux/x11/Reply.h"
 #include "platform/Input.h"
@@ -58,6 +61,18 @@ std::string characterOf(uint32_t symbol) {
   std::array<char, 8> buffer{};
   const int size = xkb_keysym_to_utf8(symbol, buffer.data(), buffer.size());
   return size > 1 ? std::string(buffer.data()) : std::string();
+}
+
+/// What the key has printed on it beside its own letter on keyboards of all non-Latin layouts: the letter of the US
+/// layout. Keycodes are those of the evdev rules, rows of which are without gaps.
+std::optional<uint32_t> letterByPlace(uint8_t keycode) {
+  constexpr std::pair<uint8_t, std::string_view> kRows[] = {{24, "qwertyuiop"}, {38, "asdfghjkl"}, {52, "zxcvbnm"}};
+  for (const auto& [first, letters] : kRows) {
+    if (keycode >= first && keycode < first + letters.size()) {
+      return static_cast<uint32_t>(letters[keycode - first]);  // keysyms of ASCII characters are their codes
+    }
+  }
+  return std::nullopt;
 }
 
 }  // namespace
@@ -143,8 +158,9 @@ KeyboardMap::Key KeyboardMap::key(uint8_t keycode, uint32_t group) const {
   }
   const Symbols& symbols = found->second;
   uint32_t symbol = symbols[group % symbols.size()];
-  if (isForeignCharacter(symbol) && latinGroup_ >= 0 && !isLatin(group)) {
-    symbol = symbols[static_cast<uint32_t>(latinGroup_) % symbols.size()];
+  if (isForeignCharacter(symbol) && !isLatin(group)) {
+    symbol = latinGroup_ >= 0 ? symbols[static_cast<uint32_t>(latinGroup_) % symbols.size()]
+                              : letterByPlace(keycode).value_or(symbol);
   }
   const bool isModifier = isModifierSymbol(symbol);
   return {codeOf(symbol), isModifier ? std::string() : characterOf(symbol), isModifier};

@@ -25,7 +25,7 @@ class KeyboardMap {
   static std::shared_ptr<const KeyboardMap> read(const X11Connection& x);
 
   /// The key's meaning without modifiers. Where the group is not a Latin one, symbols outside ASCII are replaced by
-  /// what the first Latin group has on that key.
+  /// what the first Latin group has on that key; without such a group, letters by the US letter of the key's place.
   Key key(uint8_t keycode, uint32_t group) const;
   /// Every key that has this virtual key code in any group.
   std::vector<uint8_t> keycodesFor(int64_t code) const;
