@@ -23,7 +23,8 @@ quietly lintian --fail-on error,warning "$package"
 mkdir -p "$root"/var/lib/dpkg/{info,updates}
 # The machine's packages: so the new one's dependencies are looked at too.
 cp /var/lib/dpkg/status "$root/var/lib/dpkg/"
-dpkg=("${as_root[@]}" dpkg --root="$root" --force-not-root --log=/dev/null)
+# Machines without documentation have dpkg leave it out.
+dpkg=("${as_root[@]}" dpkg --root="$root" --force-not-root --log=/dev/null --path-include="*")
 quietly "${dpkg[@]}" --install "$package"
 quietly "${dpkg[@]}" --verify jumplark
 quietly desktop-file-validate "$root/usr/share/applications/jumplark.desktop"
