@@ -20,7 +20,7 @@ HelpPaneModel::Finding findingOf(const DesktopServices::HealthFinding& found) {
   using From = DesktopServices::HealthFinding::Level;
   using To = HelpPaneModel::Finding::Level;
   const To level = found.level == From::ok ? To::ok : found.level == From::warning ? To::warning : To::failure;
-  return {level, found.name, found.finding, found.remedy};
+  return {level, localized(found.name.c_str()), localized(found.finding.c_str()), localized(found.remedy.c_str())};
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "backends/linux/atspi/SdBus.h"
+#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 
@@ -79,40 +80,43 @@ DesktopCheck busCheck(sd_bus* session) {
   std::string error;
   const std::string address = accessibilityAddress(session, error);
   if (address.empty()) {
-    return {"accessibility bus", Level::failure,
+    return {textForLater("accessibility bus"), Level::failure,
             fmt::format("The session has no accessibility bus ({}), so no application can be read.", error),
-            "Install the package at-spi2-core, then log out and in again."};
+            textForLater("Install the package at-spi2-core, then log out and in again.")};
   }
   if (const int result = connectTo(address); result < 0) {
-    return {"accessibility bus", Level::failure,
+    return {textForLater("accessibility bus"), Level::failure,
             fmt::format("The accessibility bus at {} does not let this program in ({}).", address, reason(result)),
-            "Run this program as the user of the session, then log out and in again if it persists."};
+            textForLater("Run this program as the user of the session, then log out and in again if it persists.")};
   }
-  return {"accessibility bus", Level::ok, "The accessibility bus answers.", ""};
+  return {textForLater("accessibility bus"), Level::ok, textForLater("The accessibility bus answers."), ""};
 }
 
 DesktopCheck switchCheck(sd_bus* session) {
   const auto enabled = isEnabled(session);
   if (enabled && *enabled) {
-    return {kSwitchCheck, Level::ok, "Accessibility is switched on.", ""};
+    return {kSwitchCheck, Level::ok, textForLater("Accessibility is switched on."), ""};
   }
-  const char* const remedy =
+  const char* const remedy = textForLater(
       "Start this program with the session, or run: busctl --user set-property org.a11y.Bus /org/a11y/bus "
-      "org.a11y.Status IsEnabled b true. Then start again the applications that stay empty.";
+      "org.a11y.Status IsEnabled b true. Then start again the applications that stay empty.");
   if (!enabled) {
-    return {kSwitchCheck, Level::failure, "It cannot be told whether accessibility is switched on.", remedy};
+    return {kSwitchCheck, Level::failure, textForLater("It cannot be told whether accessibility is switched on."),
+            remedy};
   }
   return {kSwitchCheck, Level::warning,
-          "Accessibility is switched off; applications that start meanwhile may offer nothing to find.", remedy};
+          textForLater("Accessibility is switched off; applications that start meanwhile may offer nothing to find."),
+          remedy};
 }
 
 DesktopCheck trayCheck(sd_bus* session) {
   if (hasOwner(session, "org.kde.StatusNotifierWatcher")) {
-    return {"tray", Level::ok, "The desktop has a tray for status icons.", ""};
+    return {textForLater("tray"), Level::ok, textForLater("The desktop has a tray for status icons."), ""};
   }
-  return {"tray", Level::warning, "The desktop has no tray for status icons; an older kind of tray is tried.",
-          "Add a status tray to the panel (on GNOME, the AppIndicator extension), or do without the icon: "
-          "the shortcut and 'jumplark preferences' work without it."};
+  return {textForLater("tray"), Level::warning,
+          textForLater("The desktop has no tray for status icons; an older kind of tray is tried."),
+          textForLater("Add a status tray to the panel (on GNOME, the AppIndicator extension), or do without the icon: "
+                       "the shortcut and 'jumplark preferences' work without it.")};
 }
 
 }  // namespace
@@ -122,16 +126,18 @@ std::vector<DesktopCheck> atspiChecks() {
   const int opened = sd_bus_open_user(&raw);
   const BusPointer session(raw);
   if (opened < 0) {
-    const std::string unreachable = "It cannot be asked without a session bus.";
-    const std::string remedy = "Mend the session bus first.";
-    return {{"session bus", Level::failure, fmt::format("The session bus cannot be reached ({}).", reason(opened)),
-             "Start this program from within the desktop session, where DBUS_SESSION_BUS_ADDRESS is set."},
-            {"accessibility bus", Level::failure, unreachable, remedy},
-            {kSwitchCheck, Level::failure, unreachable, remedy},
-            {"tray", Level::warning, unreachable, remedy}};
+    const std::string unreachable = textForLater("It cannot be asked without a session bus.");
+    const std::string remedy = textForLater("Mend the session bus first.");
+    return {
+        {textForLater("session bus"), Level::failure,
+         fmt::format("The session bus cannot be reached ({}).", reason(opened)),
+         textForLater("Start this program from within the desktop session, where DBUS_SESSION_BUS_ADDRESS is set.")},
+        {textForLater("accessibility bus"), Level::failure, unreachable, remedy},
+        {kSwitchCheck, Level::failure, unreachable, remedy},
+        {textForLater("tray"), Level::warning, unreachable, remedy}};
   }
   sd_bus_set_method_call_timeout(session.get(), kPatienceMicroseconds);
-  return {{"session bus", Level::ok, "The session bus answers.", ""},
+  return {{textForLater("session bus"), Level::ok, textForLater("The session bus answers."), ""},
           busCheck(session.get()),
           switchCheck(session.get()),
           trayCheck(session.get())};

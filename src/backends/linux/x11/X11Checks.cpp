@@ -13,6 +13,7 @@
 #include "backends/linux/x11/X11WindowSystem.h"
 #include "backends/linux/x11/X11Workspace.h"
 #include "platform/Input.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -27,10 +28,11 @@ std::string environment(const char* name) {
 DesktopCheck checkSession() {
   const bool wayland = !environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland";
   if (!wayland) {
-    return {"session", DesktopCheck::ok, "This is not a Wayland session.", {}};
+    return {textForLater("session"), DesktopCheck::ok, textForLater("This is not a Wayland session."), {}};
   }
-  return {"session", DesktopCheck::warning, "This is a Wayland session, where only X11 windows can be reached.",
-          "Log out and choose a session on X11 (Xorg) at the log-in screen."};
+  return {textForLater("session"), DesktopCheck::warning,
+          textForLater("This is a Wayland session, where only X11 windows can be reached."),
+          textForLater("Log out and choose a session on X11 (Xorg) at the log-in screen.")};
 }
 
 std::string versionText(int version) {
@@ -79,22 +81,26 @@ void checkExtensions(const X11Connection& x, std::vector<DesktopCheck>& checks) 
 DesktopCheck checkKeyboard(const X11Connection& x) {
   const auto map = KeyboardMap::read(x);
   if (map && !map->keycodesFor(key_code::returnKey).empty()) {
-    return {"keyboard", DesktopCheck::ok, "The keyboard map can be read.", {}};
+    return {textForLater("keyboard"), DesktopCheck::ok, textForLater("The keyboard map can be read."), {}};
   }
-  return {"keyboard", DesktopCheck::failure,
-          map ? "The keyboard map has no Return key." : "The keyboard map cannot be read.",
-          "Set a keyboard layout, for example with: setxkbmap us"};
+  return {textForLater("keyboard"), DesktopCheck::failure,
+          map ? textForLater("The keyboard map has no Return key.") : textForLater("The keyboard map cannot be read."),
+          textForLater("Set a keyboard layout, for example with: setxkbmap us")};
 }
 
 DesktopCheck checkWindowManager(const X11Connection& x) {
   const xcb_window_t window = x11::windowManagerWindow(x);
   if (window == 0) {
-    return {"window manager", DesktopCheck::failure,
-            "No running window manager follows the EWMH standard, so windows cannot be activated reliably.",
-            "Start a window manager such as xfwm4, openbox, kwin_x11 or mutter."};
+    return {
+        textForLater("window manager"), DesktopCheck::failure,
+        textForLater("No running window manager follows the EWMH standard, so windows cannot be activated reliably."),
+        textForLater("Start a window manager such as xfwm4, openbox, kwin_x11 or mutter.")};
   }
   const std::string name = x11::takeText(x, x11::askProperty(x, window, x.atom(Atom::netWmName)));
-  return {"window manager", DesktopCheck::ok, name.empty() ? "One that does not tell its name." : name + ".", {}};
+  return {textForLater("window manager"),
+          DesktopCheck::ok,
+          name.empty() ? textForLater("One that does not tell its name.") : name + ".",
+          {}};
 }
 
 bool hasOwner(const X11Connection& x, Atom selection) {
@@ -105,10 +111,11 @@ bool hasOwner(const X11Connection& x, Atom selection) {
 
 DesktopCheck checkCompositor(const X11Connection& x) {
   if (hasOwner(x, Atom::netWmCompositor)) {
-    return {"compositor", DesktopCheck::ok, "Running.", {}};
+    return {textForLater("compositor"), DesktopCheck::ok, textForLater("Running."), {}};
   }
-  return {"compositor", DesktopCheck::warning, "None: highlights are drawn without translucency.",
-          "Switch on compositing in the window manager's settings, or start a compositor such as picom."};
+  return {textForLater("compositor"), DesktopCheck::warning,
+          textForLater("None: highlights are drawn without translucency."),
+          textForLater("Switch on compositing in the window manager's settings, or start a compositor such as picom.")};
 }
 
 DesktopCheck checkPanel(X11WindowSystem& windows) {
@@ -116,19 +123,23 @@ DesktopCheck checkPanel(X11WindowSystem& windows) {
   X11Workspace workspace(windows, entries);
   const auto docks = workspace.runningApplicationsWithBundleIdentifier(kDockBundleIdentifier);
   if (!docks.empty()) {
-    return {
-        "panel", DesktopCheck::ok, docks.front().name + " (process " + std::to_string(docks.front().pid) + ").", {}};
+    return {textForLater("panel"),
+            DesktopCheck::ok,
+            docks.front().name + " (process " + std::to_string(docks.front().pid) + ").",
+            {}};
   }
-  return {"panel", DesktopCheck::warning, "None: there are no panel elements to choose from.",
-          "Start your desktop's panel, for example xfce4-panel, if you want to operate it."};
+  return {textForLater("panel"), DesktopCheck::warning,
+          textForLater("None: there are no panel elements to choose from."),
+          textForLater("Start your desktop's panel, for example xfce4-panel, if you want to operate it.")};
 }
 
 DesktopCheck checkTray(const X11Connection& x) {
   if (hasOwner(x, Atom::netSystemTray)) {
-    return {"tray", DesktopCheck::ok, "An XEmbed tray is there.", {}};
+    return {textForLater("tray"), DesktopCheck::ok, textForLater("An XEmbed tray is there."), {}};
   }
-  return {"tray", DesktopCheck::warning, "No XEmbed tray: the icon shows only where a StatusNotifier host runs.",
-          "Add a notification area (status tray) to your panel if the icon is missing."};
+  return {textForLater("tray"), DesktopCheck::warning,
+          textForLater("No XEmbed tray: the icon shows only where a StatusNotifier host runs."),
+          textForLater("Add a notification area (status tray) to your panel if the icon is missing.")};
 }
 
 }  // namespace
@@ -139,12 +150,12 @@ std::vector<DesktopCheck> x11Checks(const std::string& display) {
   if (!opened.connection) {
     // The explanation ends with what to do.
     const size_t sentence = opened.error.find(". ");
-    checks.push_back(
-        {"X display", DesktopCheck::failure, opened.error.substr(0, sentence + 1), opened.error.substr(sentence + 2)});
+    checks.push_back({textForLater("X display"), DesktopCheck::failure, opened.error.substr(0, sentence + 1),
+                      opened.error.substr(sentence + 2)});
     return checks;
   }
   const X11Connection& x = *opened.connection;
-  checks.push_back({"X display", DesktopCheck::ok, x.displayName() + " can be reached.", {}});
+  checks.push_back({textForLater("X display"), DesktopCheck::ok, x.displayName() + " can be reached.", {}});
   checkExtensions(x, checks);
   checks.push_back(checkKeyboard(x));
   X11WindowSystem windows(opened.connection);
