@@ -14,7 +14,6 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using testing::RecordedFixture;
 
 constexpr const char* kAddress = "https://crashes.example.org/";

@@ -36,6 +36,13 @@ std::string desktopName() {
   return isName && !name.empty() ? name : "unknown";
 }
 
+/// The library and what it encrypts with, of the long list that it gives.
+std::string httpLibraries() {
+  const std::string all = curl_version();
+  const size_t first = std::min(all.find(' '), all.size());
+  return plain(all.substr(0, all.find(' ', first + 1)));
+}
+
 }  // namespace
 
 std::string crashFacts(const X11Connection& x) {
@@ -52,7 +59,7 @@ std::string crashFacts(const X11Connection& x) {
       "X server: {}, release {}\n"
       "System: version {}, {} {} {}\n"
       "Desktop: {}\n",
-      plain(application.version), plain(application.build), qVersion(), gnu_get_libc_version(), plain(curl_version()),
+      plain(application.version), plain(application.build), qVersion(), gnu_get_libc_version(), httpLibraries(),
       plain(vendor), setup->release_number, plain(system.version), plain(kernel.sysname), plain(kernel.release),
       plain(kernel.machine), desktopName());
 }

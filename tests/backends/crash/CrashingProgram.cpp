@@ -42,10 +42,10 @@ volatile int limit = std::numeric_limits<int>::max();
 volatile int sum = 0;
 
 JUMPLARK_FAULTY void readsNowhere() {
-  sum = *reinterpret_cast<volatile int*>(nowhere);
+  sum = *reinterpret_cast<volatile int*>(nowhere);  // NOLINT(performance-no-int-to-ptr)
 }
 JUMPLARK_FAULTY void callsNowhere() {
-  reinterpret_cast<void (*)()>(nowhere)();
+  reinterpret_cast<void (*)()>(nowhere)();  // NOLINT(performance-no-int-to-ptr)
   sum = sum + 1;
 }
 JUMPLARK_FAULTY void divides() {
@@ -118,6 +118,7 @@ void inSecondThread(void (*fault)()) {
 void everywhere() {
   std::atomic<int> ready{0};
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&ready] {
       for (++ready; ready < 8;) {
