@@ -58,7 +58,7 @@ TEST(Doctor, tellsTheSwitchForABrowserThatShowsNoPage) {
   desktop.session.start(
       {"chromium", "--no-sandbox", "--disable-gpu", "--no-first-run", "--disable-component-update",
        "--disable-background-networking", "--disable-sync", "--user-data-dir=" + desktop.session.folder() + "/browser",
-       "file://" JUMPLARK_PAGES "/controls.html"},
+       std::string("file://") + JUMPLARK_PAGES + "/controls.html"},
       {{"DBUS_SESSION_BUS_ADDRESS", "disabled:"}});
   const SessionWindow window = desktop.session.waitForWindow(
       [](const SessionWindow& candidate) { return candidate.title.starts_with("Controls"); });

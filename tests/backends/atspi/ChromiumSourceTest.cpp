@@ -123,7 +123,7 @@ TEST(BrowserAdvice, IsGivenUntilAPageShowsSomething) {
   const fs::path folder = mkdtemp(pattern.data());
   // Looks like a browser, and does nothing.
   fs::copy_file("/bin/sleep", folder / "my-shell");
-  std::ofstream(folder / "chrome_100_percent.pak");
+  std::ofstream(folder / "chrome_100_percent.pak") << "pictures";
   const desktop::Process program({(folder / "my-shell").string(), "1000"}, {}, (folder / "run").string());
   const auto advice = [&](const Snapshot* snapshot) { return adviceForSilentBrowser(program.pid(), snapshot); };
   const auto isGiven = testing::HasSubstr("my-shell shows nothing of its pages: start it with --force");
