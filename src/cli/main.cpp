@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <spdlog/cfg/env.h>
 
 #include <chrono>
 #include <cstdio>
@@ -84,6 +85,8 @@ ExitStatus run(const Options& options) {
 }  // namespace
 
 int runProgram(int argc, char** argv) {
+  // SPDLOG_LEVEL=debug tells durations besides.
+  spdlog::cfg::load_env_levels();
   openTextCatalogue();
   const auto parsed = parseCommandLine(argc, argv);
   return static_cast<int>(std::holds_alternative<ExitStatus>(parsed) ? std::get<ExitStatus>(parsed)

@@ -154,12 +154,18 @@ TEST(Use, movesThePointerOnATapOfControlAndFocusesOnTheSecond) {
 
 TEST(Use, selectsByTheLabelTypedWithControl) {
   Use use;
+  const uint32_t plain = boxPixel(use.session(), use.partNamed("Apply"));
   use.program.open();
   use.program.type(".but");
   use.program.waitForQuery(".but");
   const std::vector<Match> matches = use.desktop.jumplark.match(kDemo, ".but");
   ASSERT_GT(matches.size(), 2U);
+  const auto shows = [&](uint32_t color) {
+    return waitUntil([&] { return similar(boxPixel(use.session(), matches[2].rect), tinted(color, plain)); });
+  };
+  EXPECT_TRUE(shows(kMatchColor));
   use.program.key("ctrl+" + std::string(1, static_cast<char>(matches[2].label[0] + 32)));
+  EXPECT_TRUE(shows(kSelectedColor));
   EXPECT_EQ(use.program.queryText(), ".but") << "the label went into the field";
   use.program.key("Return");
   EXPECT_TRUE(waitUntil([&] { return !use.demo.linesBeginning("pressed ").empty(); }));

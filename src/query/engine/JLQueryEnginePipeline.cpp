@@ -128,6 +128,7 @@ TargetTree JLQueryEngine::takeSnapshot(const TargetElement& target) {
   options.visibleElements = true;
   const Tree tree = JLElementTreeEnumerator(target.element).enumerateElementsWithOptions(options);
   const double duration = milliseconds(queues.monotonicNow() - start);
+  spdlog::debug("enumeration: {:.3f} ms, {} elements", duration, tree->elementCount());
   JLTrackEvent("enumeration", MetricData{{"duration_ms", duration},
                                          {"bundle_id", bundleIdentifierOf(*target.element)},
                                          {"element_count", static_cast<int64_t>(tree->elementCount())}});

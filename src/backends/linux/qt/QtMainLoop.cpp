@@ -3,11 +3,13 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QEvent>
+#include <QKeyEvent>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QSessionManager>
 #include <QTimer>
 #include <QTranslator>
+#include <QWindow>
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -31,6 +33,8 @@ struct ProgramArguments {
   int count = 3;
 };
 
+constexpr const char* kDirectKeys = "directKeys";
+
 /// A session that restores its programs must not start a second one beside that of the login item.
 void neverRestart(QSessionManager& session) {
   session.setRestartHint(QSessionManager::RestartNever);
@@ -47,6 +51,9 @@ class QtMainLoop::Application : private ProgramArguments, public QApplication {
 
   bool notify(QObject* receiver, QEvent* event) override {
     try {
+      if (event->spontaneous() && isKey(*event) && receiver->property(kDirectKeys).toBool()) {
+        return deliverDirectly(receiver, static_cast<QKeyEvent&>(*event));
+      }
       return QApplication::notify(receiver, event);
     } catch (...) {
       fail(std::current_exception());
@@ -63,6 +70,21 @@ class QtMainLoop::Application : private ProgramArguments, public QApplication {
   std::exception_ptr takeFailure() { return std::exchange(failure_, nullptr); }
 
  private:
+  static bool isKey(const QEvent& event) {
+    return event.type() == QEvent::KeyPress || event.type() == QEvent::KeyRelease;
+  }
+  // What filters the application's events tells the accessibility bus of keys that come from outside, and only of
+  // those.
+  bool deliverDirectly(QObject* receiver, QKeyEvent& event) {
+    QKeyEvent copy(event.type(), event.key(), event.modifiers(), event.nativeScanCode(), event.nativeVirtualKey(),
+                   event.nativeModifiers(), event.text(), event.isAutoRepeat(), static_cast<quint16>(event.count()),
+                   event.device());
+    copy.setTimestamp(event.timestamp());
+    const bool handled = QApplication::notify(receiver, &copy);
+    event.setAccepted(copy.isAccepted());
+    return handled;
+  }
+
   std::exception_ptr failure_;
 };
 
@@ -152,6 +174,10 @@ int QtMainLoop::run() {
 void QtMainLoop::quit(int status) {
   // As a task, so that it also counts when the loop is not running yet.
   queues_.mainQueue().post([status] { QCoreApplication::exit(status); });
+}
+
+void QtMainLoop::deliverKeysDirectly(QWindow& window) {
+  window.setProperty(kDirectKeys, true);
 }
 
 // Messages of the accessibility bus are handed to the main thread as posted calls.

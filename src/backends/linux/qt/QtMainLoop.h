@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 
+class QWindow;
+
 namespace jumplark {
 
 class SystemQueues;
@@ -32,6 +34,11 @@ class QtMainLoop {
   /// Answers what assistive programs, this one among them, ask of the windows, without handling keys, clicks, timers or
   /// tasks. For a moment in which the main thread waits for such an answer itself.
   static void answerAccessibilityCalls() noexcept;
+
+  /// Keys for this window are handled at once. Those of other windows wait, where accessibility is switched on, until
+  /// the accessibility bus has been told of each and has answered, as Qt does it for assistive programs that listen to
+  /// keys; an answer that does not come holds them back for many seconds.
+  static void deliverKeysDirectly(QWindow& window);
 
   /// Calls a function that must not throw through code that knows no exceptions; what it throws ends the loop.
   static void guarded(const std::function<void()>& function) noexcept;

@@ -13,6 +13,7 @@
 
 #include "backends/linux/qt/KeyTranslator.h"
 #include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/QueryWindowArea.h"
 #include "backends/linux/qt/RoundedShape.h"
 #include "backends/linux/qt/ScreenGeometry.h"
@@ -30,6 +31,7 @@ QtQueryWindow::QtQueryWindow(const Context& context) : context_(context) {
   });
   panel_.setTranslucent(context_.display.compositorRuns());
   window_ = static_cast<xcb_window_t>(panel_.winId());
+  QtMainLoop::deliverKeysDirectly(*panel_.windowHandle());
   if (context_.callbacks.queryWindowMade) {
     context_.callbacks.queryWindowMade(window_);
   }
@@ -190,8 +192,7 @@ void QtQueryWindow::announceSelection(const std::string& description) {
 }
 
 bool QtQueryWindow::eventFilter(QObject* watched, QEvent* event) {
-  // Only where the field gets it is a press certain to come once and in order: while a screen reader or the like
-  // listens to keys, Qt takes each press away from its window and delivers a copy once the other program has answered.
+  // Each press passes several objects, and comes to the field once.
   if (event->type() == QEvent::KeyPress && watched == &panel_.field() && delegate_) {
     // A key that has ended the activation is used up: the field has the keyboard no more, and the window would get it.
     return keyPressed(static_cast<const QKeyEvent&>(*event)) || !monitoring_;
