@@ -69,6 +69,9 @@ class AccessibilityPlatform {
   virtual void endSnapshot() = 0;
   /// While the token lives, reads on the calling thread bypass snapshots. Destroy it on the same thread.
   virtual Token beginLiveReads() = 0;
+  /// Reads at once what an action on the element is going to ask live: the element and what it stands in. Call it
+  /// before the action makes the application busy. May do nothing.
+  virtual void prepareAction(const ElementRef& element) { static_cast<void>(element); }
 };
 
 }  // namespace jumplark

@@ -107,6 +107,7 @@ JLQueryEngine::Element JLQueryEngine::endForDefaultAction() {
                                             {"total_matches", static_cast<int64_t>(selection_->matchCount())},
                                             {"selection_index", selection_->currentIndex()},
                                             {"duration_ms", milliseconds(latency)}});
+  platform.accessibility->prepareAction(element->ref());
   deactivate();
   return element;
 }

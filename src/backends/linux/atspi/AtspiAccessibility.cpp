@@ -281,4 +281,8 @@ Token AtspiAccessibility::beginLiveReads() {
   return source_.beginLiveReads();
 }
 
+void AtspiAccessibility::prepareAction(const ElementRef& element) {
+  source_.prepareAction(element);
+}
+
 }  // namespace jumplark::atspi

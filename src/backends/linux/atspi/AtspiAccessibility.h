@@ -57,6 +57,7 @@ class AtspiAccessibility final : public AccessibilityPlatform {
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
   void endSnapshot() override;
   Token beginLiveReads() override;
+  void prepareAction(const ElementRef& element) override;
 
  private:
   AccessibilityResult<Subject> subject(const ElementRef& element, uint32_t groups);

@@ -36,6 +36,18 @@ std::vector<ElementSource::Frame> framesFrom(const std::vector<MatchedFrame>& ma
   return frames;
 }
 
+/// The children of all, as long as they are few enough to be read in passing.
+std::vector<ElementRef> childrenOf(const std::vector<FactsPointer>& containers) {
+  constexpr size_t kMost = 400;
+  std::vector<ElementRef> children;
+  for (const FactsPointer& container : containers) {
+    if (container && children.size() + container->children.size() <= kMost) {
+      children.insert(children.end(), container->children.begin(), container->children.end());
+    }
+  }
+  return children;
+}
+
 }  // namespace
 
 AtspiElementSource::AtspiElementSource(BusConnection::Options options, WindowSystem& windows)
@@ -87,7 +99,7 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
   ReadRequest request;
   request.facts.ref = element;
   request.wanted = wanted;
-  if (const FactsPointer known = isLive() ? nullptr : store_.find(element)) {
+  if (const FactsPointer known = knownFacts(element)) {
     request.facts = *known;
   }
   const AtspiHandle* handle = handleOf(element);
@@ -113,17 +125,24 @@ FactsPointer AtspiElementSource::finish(ReadRequest& request, facts::Set before)
     }
   }
   auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
-  if (!isLive()) {
+  if (isLive()) {
+    recent_.add(facts);
+  } else {
     store_.update(facts);
   }
   return facts;
+}
+
+FactsPointer AtspiElementSource::knownFacts(const ElementRef& element) {
+  FactsPointer known = snapshotFacts(element);
+  return known ? known : recent_.find(element);
 }
 
 AccessibilityResult<FactsPointer> AtspiElementSource::facts(const ElementRef& element, facts::Set wanted) {
   if (!handleOf(element)) {
     return AccessibilityError::invalidElement;
   }
-  if (const FactsPointer known = snapshotFacts(element); known && known->has(wanted)) {
+  if (const FactsPointer known = isLive() ? recent_.find(element) : store_.find(element); known && known->has(wanted)) {
     return known;
   }
   std::vector<ReadRequest> requests{requestFor(element, wanted)};
@@ -141,7 +160,7 @@ std::vector<FactsPointer> AtspiElementSource::factsOfAll(const std::vector<Eleme
   std::vector<size_t> places;
   std::vector<facts::Set> before;
   for (size_t i = 0; i < elements.size(); ++i) {
-    found[i] = snapshotFacts(elements[i]);
+    found[i] = elements[i] ? knownFacts(elements[i]) : nullptr;
     if (handleOf(elements[i]) && !(found[i] && found[i]->has(wanted))) {
       found[i] = nullptr;
       requests.push_back(requestFor(elements[i], wanted));
@@ -206,13 +225,17 @@ AccessibilityResult<int32_t> AtspiElementSource::processIdentifier(const Element
                 : AccessibilityResult<int32_t>(AccessibilityError::invalidElement);
 }
 
-AtspiElementSource::Matched AtspiElementSource::matchNow(const ElementRef& application) {
-  Matched now;
+MatchedFrames AtspiElementSource::matchNow(const ElementRef& application) {
+  if (auto known = recent_.frames(application)) {
+    return *known;
+  }
+  MatchedFrames now;
   now.toolkit = registry_.toolkitOf(application);
   now.frames = registry_.framesOf(application, deadline());
   const std::vector<WindowFacts> windows = registry_.windowsOf(application);
   now.hasWindows = !windows.empty();
   now.matched = matchFrames(now.frames, windows, now.toolkit);
+  recent_.addFrames(application, now);
   return now;
 }
 
@@ -222,7 +245,7 @@ ElementRef AtspiElementSource::focusedWindow(const ElementRef& application) {
       return *known;
     }
   }
-  const Matched now = matchNow(application);
+  const MatchedFrames now = matchNow(application);
   return focusedFrame(now.matched, now.frames, now.hasWindows);
 }
 
@@ -388,6 +411,33 @@ std::vector<FactsPointer> AtspiElementSource::snapshotElements(const ElementRef&
 Token AtspiElementSource::beginLiveReads() {
   ++liveScopes;
   return Token([] { --liveScopes; });
+}
+
+void AtspiElementSource::prepareAction(const ElementRef& element) {
+  // Of what has more children, hit tests ask otherwise.
+  constexpr size_t kMostChildren = 200;
+  std::vector<ElementRef> chain;
+  std::vector<ElementRef> containers;
+  for (ElementRef at = element; handleOf(at) && chain.size() < kDeepest;) {
+    chain.push_back(at);
+    const FactsPointer known = store_.find(at);
+    if (known && known->childCount <= static_cast<int64_t>(kMostChildren)) {
+      containers.push_back(at);
+    }
+    at = known ? known->parent : ElementRef();
+  }
+  if (chain.empty()) {
+    return;
+  }
+  const Token live = beginLiveReads();
+  recent_.start();
+  matchNow(applicationOf(*handleOf(element)));
+  factsOfAll(chain, facts::identity | facts::extents | facts::texts);
+  // Hit tests look at what stands beside each and what that holds; windows are searched for sheets, some levels of
+  // whose surroundings are no elements of their own.
+  constexpr facts::Set kWanted = facts::identity | facts::extents | facts::children;
+  const std::vector<FactsPointer> beside = factsOfAll(childrenOf(factsOfAll(containers, kWanted)), kWanted);
+  factsOfAll(childrenOf(beside), facts::identity | facts::extents);
 }
 
 void AtspiElementSource::setMessagingTimeout(double seconds) {

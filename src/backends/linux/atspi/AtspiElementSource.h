@@ -12,6 +12,7 @@
 #include "backends/linux/atspi/BusConnection.h"
 #include "backends/linux/atspi/ElementFacts.h"
 #include "backends/linux/atspi/FactsReader.h"
+#include "backends/linux/atspi/RecentReads.h"
 #include "backends/linux/atspi/SnapshotReader.h"
 #include "backends/linux/atspi/SnapshotReport.h"
 #include "backends/linux/atspi/SnapshotStore.h"
@@ -54,16 +55,13 @@ class AtspiElementSource final : public ElementSource {
   void endSnapshot() override;
   std::vector<FactsPointer> snapshotElements(const ElementRef& application) override;
   Token beginLiveReads() override;
+  void prepareAction(const ElementRef& element) override;
   void setMessagingTimeout(double seconds) override;
 
  private:
-  struct Matched {
-    Toolkit toolkit;
-    std::vector<FrameFacts> frames;
-    std::vector<MatchedFrame> matched;
-    bool hasWindows = false;
-  };
-  Matched matchNow(const ElementRef& application);
+  MatchedFrames matchNow(const ElementRef& application);
+  /// Without a message: from the snapshot, or from what was read for an action.
+  FactsPointer knownFacts(const ElementRef& element);
   ReadRequest requestFor(const ElementRef& element, facts::Set wanted);
   /// What must be added to what the element says of its place.
   Point offsetNow(const AtspiHandle& element, const Toolkit& toolkit);
@@ -78,6 +76,7 @@ class AtspiElementSource final : public ElementSource {
   ApplicationRegistry registry_;
   SnapshotReader reader_;
   SnapshotStore store_;
+  RecentReads recent_;
   std::mutex placesMutex_;
   /// By bus name, of the last snapshot, which they outlive: what is clicked is read anew.
   std::unordered_map<std::string, Places> places_;

@@ -164,6 +164,8 @@ class ElementSource {
   /// The elements of the application's snapshot in document order (depth first, children in order); empty without one.
   virtual std::vector<FactsPointer> snapshotElements(const ElementRef& application) = 0;
   virtual Token beginLiveReads() = 0;
+  /// Reads an element and everything above it anew, in one go; live scopes are answered from that for 300 ms.
+  virtual void prepareAction(const ElementRef& element) { static_cast<void>(element); }
   virtual void setMessagingTimeout(double seconds) = 0;
 };
 

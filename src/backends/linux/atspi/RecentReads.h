@@ -1,0 +1,46 @@
+#pragma once
+
+#include <chrono>
+#include <mutex>
+#include <optional>
+#include <unordered_map>
+
+#include "backends/linux/atspi/ElementFacts.h"
+#include "backends/linux/atspi/FrameMatching.h"
+#include "backends/linux/atspi/MethodCall.h"
+#include "backends/linux/atspi/Toolkit.h"
+
+namespace jumplark::atspi {
+
+/// The frames of an application as they were told a moment ago, each with its X window where it has one.
+struct MatchedFrames {
+  Toolkit toolkit;
+  std::vector<FrameFacts> frames;
+  std::vector<MatchedFrame> matched;
+  bool hasWindows = false;
+};
+
+/// What was read for an action that is about to begin. An application that gets the focus back may be busy with its
+/// looks for some tenths of a second, in which every question waits for a picture to be drawn. Holds for 300 ms from
+/// start(); empty before and after. May be used from any thread.
+class RecentReads {
+ public:
+  static constexpr std::chrono::milliseconds kFresh{300};
+
+  void start();
+  /// Nothing happens unless reads are being remembered.
+  void add(const FactsPointer& facts);
+  void addFrames(const ElementRef& application, const MatchedFrames& frames);
+  FactsPointer find(const ElementRef& element) const;
+  std::optional<MatchedFrames> frames(const ElementRef& application) const;
+
+ private:
+  bool isFresh() const { return Clock::now() < end_; }
+
+  mutable std::mutex mutex_;  ///< leaf
+  TimePoint end_{};
+  std::unordered_map<ElementRef, FactsPointer, ElementRefHash> facts_;
+  std::unordered_map<ElementRef, MatchedFrames, ElementRefHash> frames_;
+};
+
+}  // namespace jumplark::atspi
