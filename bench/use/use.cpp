@@ -244,6 +244,8 @@ void measureAll(int runs) {
     print({"shortcut to first letter", 25, 120, repeat(runs, [&] { return stage.shortcutToLetter(); })}, baseline);
     print({"shortcut to tree, widget factory", 60, 200, repeat(runs, [&] { return stage.shortcutToTree(); })},
           baseline);
+    print({"Return to button down, widget factory", 162, 212, repeat(runs, [&] { return stage.returnToClick(); })},
+          baseline);
   }
   Stage stage({JUMPLARK_MANY_WIDGETS_GTK, "3"}, desktop::WindowManager::xfwm4Compositor);
   const double baseline = median(repeat(runs, [&] { return stage.plainWindow(); }));
