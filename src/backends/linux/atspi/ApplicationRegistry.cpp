@@ -193,10 +193,12 @@ std::vector<WindowFacts> ApplicationRegistry::ownOf(std::vector<WindowFacts> win
 
 std::vector<FrameFacts> ApplicationRegistry::framesOf(const ElementRef& application, TimePoint deadline) {
   const AtspiHandle* handle = handleOf(application);
-  if (!handle) {
-    return {};
-  }
-  auto children = callOnce(bus_, calls::children(*handle), deadline).value;
+  return handle ? framesFrom(bus_, callOnce(bus_, calls::children(*handle), deadline).value, deadline)
+                : std::vector<FrameFacts>();
+}
+
+std::vector<FrameFacts> ApplicationRegistry::framesFrom(CallRunner& runner, std::vector<ElementRef> children,
+                                                        TimePoint deadline) {
   children.resize(std::min(children.size(), kMostFrames));
   std::vector<FrameFacts> frames(children.size());
   TypedBatch batch;
@@ -211,7 +213,7 @@ std::vector<FrameFacts> ApplicationRegistry::framesOf(const ElementRef& applicat
     batch.add<std::string>(calls::name(child), [&frame](std::string& name) { frame.name = std::move(name); });
     batch.add<Rect>(calls::extents(child), [&frame](Rect& rect) { frame.reported = rect; });
   }
-  batch.run(bus_, deadline);
+  batch.run(runner, deadline);
   std::erase_if(frames, [](const FrameFacts& frame) { return !frame.element; });
   return frames;
 }

@@ -65,9 +65,13 @@ BusConnection::Reachability BusConnection::connect() {
 }
 
 std::vector<Reply> BusConnection::run(std::vector<MethodCall> calls, TimePoint deadline) {
+  return begin(std::move(calls), deadline)();
+}
+
+CallRunner::Wait BusConnection::begin(std::vector<MethodCall> calls, TimePoint deadline) {
   const auto batch = std::make_shared<CallBatch>(std::move(calls), deadline);
   post([this, batch] { scheduler_->add(batch); });
-  return batch->wait();
+  return [batch] { return batch->wait(); };
 }
 
 void BusConnection::usePeer(const std::string& busName, const std::string& address) {

@@ -38,6 +38,7 @@ class BusConnection final : public CallRunner {
   /// Connects if there is no connection yet; at most a few seconds.
   Reachability connect();
   std::vector<Reply> run(std::vector<MethodCall> calls, TimePoint deadline) override;
+  Wait begin(std::vector<MethodCall> calls, TimePoint deadline) override;
 
   /// From now on calls to this application go to its own socket, as long as that can be reached.
   void usePeer(const std::string& busName, const std::string& address);

@@ -3,6 +3,8 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <utility>
+#include <variant>
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/TypedBatch.h"
@@ -14,16 +16,48 @@ namespace {
 /// within the time that one activation may wait for it.
 constexpr auto kPatience = std::chrono::milliseconds(300);
 constexpr auto kTryOutPatience = std::chrono::seconds(2);
+/// An answer that may be asked for before anything else without holding that up.
+constexpr auto kQuick = std::chrono::milliseconds(100);
 constexpr size_t kMostRemembered = 1000;
 
 }  // namespace
 
+CallRunner::Wait CacheReader::begin(const Toolkit& toolkit, const std::string& busName) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!toolkit.keepsCache() || slow_.contains(busName) || !quick_.contains(busName)) {
+      return {};
+    }
+  }
+  std::vector<MethodCall> calls;
+  calls.push_back(calls::cacheItems(busName).call);
+  return runner_.begin(std::move(calls), Clock::now() + kPatience);
+}
+
+AccessibilityResult<std::vector<CacheItem>> CacheReader::ask(const std::string& busName, TimePoint deadline) {
+  const TimePoint started = Clock::now();
+  auto items = callOnce(runner_, calls::cacheItems(busName), deadline);
+  if (items.ok() && Clock::now() - started < kQuick) {
+    const std::lock_guard lock(mutex_);
+    if (quick_.size() >= kMostRemembered) {
+      quick_.clear();
+    }
+    quick_.insert(busName);
+  }
+  return items;
+}
+
 std::shared_ptr<const CachedTree> CacheReader::read(const Toolkit& toolkit, const std::string& busName,
-                                                    const std::vector<ElementRef>& frames, TimePoint deadline) {
+                                                    const std::vector<ElementRef>& frames, TimePoint deadline,
+                                                    const CallRunner::Wait& begun) {
   if (!toolkit.keepsCache() || isSlow(busName)) {
     return nullptr;
   }
-  auto items = callOnce(runner_, calls::cacheItems(busName), std::min(deadline, Clock::now() + kPatience));
+  std::vector<Reply> early = begun ? begun() : std::vector<Reply>();
+  auto* found = early.empty() ? nullptr : std::get_if<std::vector<CacheItem>>(&early[0].value);
+  const bool answered = found && early[0].error == AccessibilityError::success;
+  auto items = answered ? AccessibilityResult<std::vector<CacheItem>>(std::move(*found))
+                        : ask(busName, std::min(deadline, Clock::now() + kPatience));
   if (!items.ok()) {
     if (items.error == AccessibilityError::cannotComplete) {
       noteSlow(busName);
@@ -40,7 +74,7 @@ void CacheReader::tryOut(const Toolkit& toolkit, const std::string& busName) {
     return;
   }
   const TimePoint start = Clock::now();
-  const auto items = callOnce(runner_, calls::cacheItems(busName), start + kTryOutPatience);
+  const auto items = ask(busName, start + kTryOutPatience);
   if (items.error == AccessibilityError::cannotComplete || Clock::now() - start > kPatience) {
     noteSlow(busName);
   }

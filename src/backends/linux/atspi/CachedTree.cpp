@@ -19,6 +19,10 @@ CachedTree::CachedTree(std::vector<CacheItem> items) {
     items_.emplace(element, std::move(item));
   }
   for (auto& [parent, indexed] : byParent) {
+    std::vector<ElementRef>& all = anyOrder_[parent];
+    for (const auto& [index, child] : indexed) {
+      all.push_back(child);
+    }
     const CacheItem* above = find(parent);
     if (!above || above->childCount != static_cast<int64_t>(indexed.size())) {
       continue;
@@ -39,6 +43,11 @@ CachedTree::CachedTree(std::vector<CacheItem> items) {
 const CacheItem* CachedTree::find(const ElementRef& element) const {
   const auto found = items_.find(element);
   return found == items_.end() ? nullptr : &found->second;
+}
+
+const std::vector<ElementRef>* CachedTree::inAnyOrder(const ElementRef& parent) const {
+  const auto found = anyOrder_.find(parent);
+  return found == anyOrder_.end() ? nullptr : &found->second;
 }
 
 const std::vector<ElementRef>* CachedTree::childrenOf(const ElementRef& element) const {

@@ -5,7 +5,6 @@
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/TextUnits.h"
-#include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -30,26 +29,35 @@ void keepChoice(ElementFacts& box, std::string choice) {
 
 }  // namespace
 
-void readChoices(CallRunner& runner, const std::vector<std::shared_ptr<ElementFacts>>& elements, TimePoint deadline) {
-  TypedBatch batch;
-  std::vector<std::pair<ElementFacts*, ElementRef>> chosen;
+void ChoiceReader::begin(CallRunner& runner, const std::vector<std::shared_ptr<ElementFacts>>& elements,
+                         TimePoint deadline) {
   for (const auto& element : elements) {
     if (const ElementRef* asked = chooser(*element)) {
-      batch.add<ElementRef>(calls::selectedChild(*handleOf(*asked), 0),
-                            [&chosen, box = element.get()](ElementRef& entry) { chosen.emplace_back(box, entry); });
+      batch_.add<ElementRef>(calls::selectedChild(*handleOf(*asked), 0),
+                             [this, box = element](ElementRef& entry) { chosen_.emplace_back(box, entry); });
     }
   }
-  batch.run(runner, deadline);
-  for (const auto& [box, entry] : chosen) {
+  batch_.start(runner, deadline);
+}
+
+void ChoiceReader::finish(CallRunner& runner, TimePoint deadline) {
+  batch_.finish();
+  for (const auto& [box, entry] : chosen_) {
     if (handleOf(entry)) {
-      batch.add<std::string>(calls::name(*handleOf(entry)), [box = box](std::string& name) {
+      batch_.add<std::string>(calls::name(*handleOf(entry)), [box = box](std::string& name) {
         if (!isBlank(name)) {
           keepChoice(*box, std::move(name));
         }
       });
     }
   }
-  batch.run(runner, deadline);
+  batch_.run(runner, deadline);
+}
+
+void readChoices(CallRunner& runner, const std::vector<std::shared_ptr<ElementFacts>>& elements, TimePoint deadline) {
+  ChoiceReader reader;
+  reader.begin(runner, elements, deadline);
+  reader.finish(runner, deadline);
 }
 
 }  // namespace jumplark::atspi

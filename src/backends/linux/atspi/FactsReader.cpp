@@ -109,8 +109,18 @@ void readLargeContainer(CallRunner& runner, ReadRequest& request, TimePoint dead
 }  // namespace
 
 void FactsReader::read(std::vector<ReadRequest>& requests, TimePoint deadline) {
+  begin(requests, deadline);
+  finish(requests, deadline);
+}
+
+void FactsReader::begin(std::vector<ReadRequest>& requests, TimePoint deadline) {
   std::erase_if(requests, [](const ReadRequest& request) { return !handleOf(request.facts.ref); });
-  readFirst(requests, deadline);
+  addFirst(requests);
+  first_.start(runner_, deadline);
+}
+
+void FactsReader::finish(std::vector<ReadRequest>& requests, TimePoint deadline) {
+  first_.finish();
   for (ReadRequest& request : requests) {
     if (request.error == AccessibilityError::success && request.facts.is(state::defunct)) {
       request.error = AccessibilityError::invalidElement;
@@ -125,8 +135,8 @@ void FactsReader::read(std::vector<ReadRequest>& requests, TimePoint deadline) {
   }
 }
 
-void FactsReader::readFirst(std::vector<ReadRequest>& requests, TimePoint deadline) {
-  TypedBatch batch;
+void FactsReader::addFirst(std::vector<ReadRequest>& requests) {
+  TypedBatch& batch = first_;
   for (ReadRequest& request : requests) {
     ElementFacts& e = request.facts;
     const AtspiHandle& handle = *handleOf(e.ref);
@@ -150,7 +160,6 @@ void FactsReader::readFirst(std::vector<ReadRequest>& requests, TimePoint deadli
     addGroup<std::string>(batch, request, facts::localizedRole, calls::localizedRole(handle),
                           [&e](std::string& name) { e.localizedRole = std::move(name); });
   }
-  batch.run(runner_, deadline);
 }
 
 void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadline) {

@@ -6,6 +6,7 @@
 
 #include "backends/linux/atspi/MethodCall.h"
 #include "backends/linux/atspi/Toolkit.h"
+#include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
 
@@ -29,13 +30,17 @@ class FactsReader {
  public:
   explicit FactsReader(CallRunner& runner) : runner_(runner) {}
   void read(std::vector<ReadRequest>& requests, TimePoint deadline);
+  /// The two halves of read(), between which the first calls are under way and the requests stay where they are.
+  void begin(std::vector<ReadRequest>& requests, TimePoint deadline);
+  void finish(std::vector<ReadRequest>& requests, TimePoint deadline);
 
  private:
-  void readFirst(std::vector<ReadRequest>& requests, TimePoint deadline);
+  void addFirst(std::vector<ReadRequest>& requests);
   void readSecond(std::vector<ReadRequest>& requests, TimePoint deadline);
   void readTextGroups(std::vector<ReadRequest>& requests, TimePoint deadline);
 
   CallRunner& runner_;
+  TypedBatch first_;
 };
 
 }  // namespace jumplark::atspi

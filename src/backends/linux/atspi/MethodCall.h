@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -84,6 +85,14 @@ class CallRunner {
   /// One reply a call, in the order of the calls. Returns when all have been answered, or at the deadline with
   /// cannotComplete for the rest. Any thread.
   virtual std::vector<Reply> run(std::vector<MethodCall> calls, TimePoint deadline) = 0;
+
+  /// Waits for the replies, as run() gives them; to be called once at most.
+  using Wait = std::function<std::vector<Reply>()>;
+  /// The same without waiting, where the runner can: other calls may be under way at the same time. Those whose replies
+  /// nobody waits for are made nevertheless.
+  virtual Wait begin(std::vector<MethodCall> calls, TimePoint deadline) {
+    return [replies = run(std::move(calls), deadline)]() mutable { return std::move(replies); };
+  }
 };
 
 /// The longest text that is taken from a reply, in bytes; what is longer is cut between characters.

@@ -6,15 +6,21 @@
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
-#include "backends/linux/atspi/FactsReader.h"
 #include "backends/linux/atspi/OpenPopups.h"
+#include "backends/linux/atspi/ReadAhead.h"
 #include "backends/linux/atspi/TypedBatch.h"
+#include "backends/linux/atspi/Uninterrupted.h"
 
 namespace jumplark::atspi {
 namespace {
 
 bool isPanel(const std::vector<WindowFacts>& windows) {
   return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.type == WindowType::dock; });
+}
+
+/// Whether its windows change their look frame by frame when they lose the keyboard.
+bool animates(const Toolkit& toolkit) {
+  return toolkit.family == ToolkitFamily::gtk3;
 }
 
 Point offsetOf(const Snapshot& snapshot, const ElementRef& frame) {
@@ -35,6 +41,29 @@ Placement placementOf(const Snapshot& snapshot) {
   return {};
 }
 
+void addApplication(Snapshot& snapshot, const ElementFacts& read, const std::vector<FrameFacts>& frames) {
+  auto root = std::make_shared<ElementFacts>(read);
+  root->parent = ElementRef();
+  root->known |= facts::children | facts::extents;
+  root->childCount = static_cast<int64_t>(frames.size());
+  for (const FrameFacts& frame : frames) {
+    root->children.push_back(frame.element);
+  }
+  snapshot.elements[snapshot.application] = std::move(root);
+}
+
+/// The frame that will turn out to be the focused one, as far as a cache can tell, which knows no places.
+ElementRef likelyFocusedFrame(const CachedTree& cache, const std::vector<ElementRef>& children,
+                              const std::vector<WindowFacts>& windows, const Toolkit& toolkit) {
+  std::vector<FrameFacts> frames;
+  for (const ElementRef& child : children) {
+    if (const CacheItem* item = cache.find(child)) {
+      frames.push_back({child, item->role, item->states, item->name, {}});
+    }
+  }
+  return focusedFrame(matchFrames(frames, windows, toolkit), frames, !windows.empty());
+}
+
 void findLandmarks(Snapshot& snapshot) {
   for (const ElementRef& ref : snapshot.inDocumentOrder()) {
     const ElementFacts& e = *snapshot.elements.at(ref);
@@ -44,7 +73,8 @@ void findLandmarks(Snapshot& snapshot) {
     if (e.role == role::menuBar && e.is(state::showing) && !snapshot.menuBar) {
       snapshot.menuBar = ref;
     }
-    // The deepest one counts: some containers say that they are focused as well, and in Qt every page tab in front does.
+    // The deepest one counts: some containers say that they are focused as well, and in Qt every page tab in front
+    // does.
     if (e.is(state::focused) && (e.role != role::pageTab || !snapshot.focusedElement)) {
       snapshot.focusedElement = ref;
     }
@@ -89,13 +119,41 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   bus_.forgive(handle->busName());
   snapshot->pid = registry_.processOf(handle->busName()).value;
   snapshot->toolkit = registry_.toolkitOf(application);
-  const std::vector<FrameFacts> frames = registry_.framesOf(application, deadline);
   const std::vector<WindowFacts> windows = registry_.windowsOf(application);
+  // All under way at once, so that an application which answers between two of its frames only does so between the
+  // same.
+  const CallRunner::Wait cacheBegun = cache_.begin(snapshot->toolkit, handle->busName());
+  // Only where such an application is known to answer quickly.
+  Uninterrupted uninterrupted(bus_, handle->busName());
+  const bool hold = cacheBegun && animates(snapshot->toolkit);
+  CallRunner& runner = hold ? static_cast<CallRunner&>(uninterrupted) : bus_;
+  FactsReader applicationReader(bus_);
+  std::vector<ReadRequest> applicationRead(1);
+  applicationRead[0].facts.ref = application;
+  applicationRead[0].wanted = facts::identity | facts::texts;
+  applicationRead[0].context = {snapshot->toolkit, {}};
+  applicationReader.begin(applicationRead, deadline);
+  TypedBatch batch;
+  std::vector<ElementRef> children;
+  batch.add<std::vector<ElementRef>>(calls::children(*handle),
+                                     [&](std::vector<ElementRef>& answer) { children = std::move(answer); });
+  batch.run(runner, deadline);
+  auto cache = cacheBegun ? cache_.read(snapshot->toolkit, handle->busName(), children, deadline, cacheBegun) : nullptr;
+  std::shared_ptr<ReadAhead> ahead;
+  if (cache) {
+    ahead = std::make_shared<ReadAhead>(snapshot->toolkit, *cache, visibleOnly);
+    ahead->start(bus_, likelyFocusedFrame(*cache, children, windows, snapshot->toolkit), deadline);
+  }
+  const std::vector<FrameFacts> frames = ApplicationRegistry::framesFrom(runner, children, deadline);
+  applicationReader.finish(applicationRead, deadline);
+  if (ahead) {
+    ahead->finish();
+  }
   snapshot->frames = matchFrames(frames, windows, snapshot->toolkit);
   snapshot->focusedWindow = focusedFrame(snapshot->frames, frames, !windows.empty());
   snapshot->offset = offsetOf(*snapshot, snapshot->focusedWindow);
 
-  addApplication(*snapshot, frames, deadline);
+  addApplication(*snapshot, applicationRead[0].facts, frames);
   const bool whole = isPanel(windows);
   std::vector<ElementRef> others;
   std::vector<ElementRef> roots;
@@ -110,10 +168,13 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   addOtherFrames(*snapshot, others, deadline);
   // Windows that no frame is told of: the application is silent.
   snapshot->complete = !frames.empty() || windows.empty();
-  const auto cache = cache_.read(snapshot->toolkit, handle->busName(), roots, deadline);
+  if (!cacheBegun) {
+    cache = cache_.read(snapshot->toolkit, handle->busName(), roots, deadline);
+  }
   snapshot->fromCache = cache != nullptr;
   for (const ElementRef& root : roots) {
-    readRoot(*snapshot, root, {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache});
+    readRoot(*snapshot, root, runner,
+             {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache, ahead});
   }
   snapshot->places.placement = placementOf(*snapshot);
   placeInPixels(snapshot->toolkit, snapshot->places, snapshot->elements);
@@ -126,22 +187,6 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   findLandmarks(*snapshot);
   snapshot->took = Clock::now() - started;
   return snapshot;
-}
-
-void SnapshotReader::addApplication(Snapshot& snapshot, const std::vector<FrameFacts>& frames, TimePoint deadline) {
-  std::vector<ReadRequest> requests(1);
-  requests[0].facts.ref = snapshot.application;
-  requests[0].wanted = facts::identity | facts::texts;
-  requests[0].context = {snapshot.toolkit, {}};
-  FactsReader(bus_).read(requests, deadline);
-  auto root = std::make_shared<ElementFacts>(requests[0].facts);
-  root->parent = ElementRef();
-  root->known |= facts::children | facts::extents;
-  root->childCount = static_cast<int64_t>(frames.size());
-  for (const FrameFacts& frame : frames) {
-    root->children.push_back(frame.element);
-  }
-  snapshot.elements[snapshot.application] = std::move(root);
 }
 
 void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline) {
@@ -161,13 +206,13 @@ void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<Elemen
   }
 }
 
-void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan) {
+void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) {
   const size_t before = snapshot.elements.size();
   const auto started = Clock::now();
   if (snapshot.toolkit.family == ToolkitFamily::chromium && plan.visibleOnly) {
     snapshot.complete = chromium_.read(snapshot, frame, plan) && snapshot.complete;
   } else {
-    TreeWalk walk(bus_, plan, snapshot.elements, snapshot.texts);
+    TreeWalk walk(runner, plan, snapshot.elements, snapshot.texts);
     walk.walk(frame, snapshot.application);
     snapshot.complete = snapshot.complete && walk.complete();
   }

@@ -10,6 +10,7 @@
 #include "backends/linux/atspi/ApplicationRegistry.h"
 #include "backends/linux/atspi/CacheReader.h"
 #include "backends/linux/atspi/ChromiumReader.h"
+#include "backends/linux/atspi/FactsReader.h"
 #include "backends/linux/atspi/SnapshotStore.h"
 
 namespace jumplark::atspi {
@@ -36,10 +37,8 @@ class SnapshotReader {
   void wake(const ElementRef& application);
 
  private:
-  struct Reading;
-  void addApplication(Snapshot& snapshot, const std::vector<FrameFacts>& frames, TimePoint deadline);
   void addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline);
-  void readRoot(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan);
+  void readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan);
   void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
 
   BusConnection& bus_;

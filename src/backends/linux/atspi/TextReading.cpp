@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "backends/linux/atspi/AtspiCalls.h"
-#include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -16,17 +15,6 @@ struct Corners {
   int32_t first = -1;
   int32_t last = -1;
 };
-
-void readCounts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
-  TypedBatch batch;
-  for (TextRequest& request : requests) {
-    if (const AtspiHandle* handle = handleOf(request.element)) {
-      batch.add<int32_t>(calls::characterCount(*handle),
-                         [&](int32_t& count) { request.answer.count = std::max(count, 0); });
-    }
-  }
-  batch.run(runner, deadline);
-}
 
 std::vector<Corners> readCorners(CallRunner& runner, const std::vector<TextRequest>& requests, TimePoint deadline) {
   std::vector<Corners> corners(requests.size());
@@ -65,8 +53,18 @@ void decideRange(TextRequest& request, const Corners& corners) {
 
 }  // namespace
 
-void readTexts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
-  readCounts(runner, requests, deadline);
+void TextReader::begin(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
+  for (TextRequest& request : requests) {
+    if (const AtspiHandle* handle = handleOf(request.element)) {
+      counts_.add<int32_t>(calls::characterCount(*handle),
+                           [&](int32_t& count) { request.answer.count = std::max(count, 0); });
+    }
+  }
+  counts_.start(runner, deadline);
+}
+
+void TextReader::finish(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
+  counts_.finish();
   const std::vector<Corners> corners = readCorners(runner, requests, deadline);
   TypedBatch batch;
   for (size_t i = 0; i < requests.size(); ++i) {
@@ -82,6 +80,12 @@ void readTexts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint
         [&request](AccessibilityError) { request.answer = TextFacts{}; });
   }
   batch.run(runner, deadline);
+}
+
+void readTexts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
+  TextReader reader;
+  reader.begin(runner, requests, deadline);
+  reader.finish(runner, requests, deadline);
 }
 
 std::string codePoints(std::string_view text, int64_t base, int64_t start, int64_t end) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "backends/linux/atspi/MethodCall.h"
+#include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
 
@@ -34,6 +35,17 @@ inline constexpr int64_t kLongestPart = 16000;
 
 /// Reads the texts of all elements at once: a short one whole, of a longer one what lies between the characters at two
 /// corners of its visible part (the whole of a large text costs its application hundreds of times more).
+class TextReader {
+ public:
+  /// Asks how long the texts are. The calls are under way until finish(), and the requests stay where they are.
+  void begin(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline);
+  void finish(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline);
+
+ private:
+  TypedBatch counts_;
+};
+
+/// Both steps at once.
 void readTexts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline);
 
 /// The code points `start` to `end - 1` of a UTF-8 text whose first one has the offset `base`.

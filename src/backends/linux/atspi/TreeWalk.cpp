@@ -7,18 +7,20 @@
 #include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/ComboChoices.h"
 #include "backends/linux/atspi/Gtk4Tree.h"
+#include "backends/linux/atspi/ReadAhead.h"
 #include "backends/linux/atspi/TypedBatch.h"
 #include "backends/linux/atspi/VisibleChildren.h"
 
 namespace jumplark::atspi {
 namespace {
 
-constexpr size_t kMostAhead = 50'000;
 constexpr int64_t kMostChildren = 1000;
 constexpr int64_t kMostCells = 500;
 constexpr int64_t kMostManagedChildren = 60;
 /// Levels up to this size are asked for everything at once: a round more costs what some needless calls cost.
 constexpr size_t kSmallLevel = 6;
+/// With a cache to tell most of it, what is left is little, and rounds are what costs.
+constexpr size_t kSmallLevelBesideCache = 60;
 
 bool isShowing(uint64_t states) {
   return ((states >> static_cast<unsigned>(state::showing)) & 1U) != 0;
@@ -61,7 +63,7 @@ int64_t TreeWalk::mostChildren(const ElementFacts& container) {
 }
 
 void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
-  readExtentsAhead(start);
+  readAhead(start);
   Level all;
   Level level;
   if (auto first = claim(start, parent)) {
@@ -73,15 +75,18 @@ void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
     all.insert(all.end(), level.begin(), level.end());
     level = readChildren(level);
   }
-  complete_ = complete_ && level.empty();
+  // Only now: what the cache tells is used even when the application has fallen silent since.
+  complete_ = complete_ && level.empty() && (!ahead_ || ahead_->complete());
   if (plan_.toolkit.family == ToolkitFamily::gtk4) {
     Gtk4Tree(runner_, plan_, elements_).settle(all);
     std::erase_if(all, [this](const auto& element) { return !elements_.contains(element->ref); });
   }
-  readFurther(all);
+  ChoiceReader choices;
   if (plan_.toolkit.family == ToolkitFamily::gtk3 || plan_.toolkit.family == ToolkitFamily::other) {
-    readChoices(runner_, all, plan_.deadline);
+    choices.begin(runner_, all, plan_.deadline);
   }
+  readFurther(all);
+  choices.finish(runner_, plan_.deadline);
 }
 
 bool TreeWalk::fillFromCache(ElementFacts& e) const {
@@ -99,43 +104,29 @@ bool TreeWalk::fillFromCache(ElementFacts& e) const {
   return true;
 }
 
-void TreeWalk::readExtentsAhead(const ElementRef& start) {
+void TreeWalk::readAhead(const ElementRef& start) {
   if (!plan_.cache) {
     return;
   }
-  // All at once: a round for each level would cost more than the few that turn out to be hidden.
-  TypedBatch batch;
-  std::vector<ElementRef> pending{start};
-  while (!pending.empty() && extentsAhead_.size() < kMostAhead) {
-    const ElementRef element = pending.back();
-    pending.pop_back();
-    const CacheItem* item = plan_.cache->find(element);
-    if (!item || extentsAhead_.contains(element)) {
-      continue;
-    }
-    const bool hidden = plan_.toolkit.tellsShowing() && !isShowing(item->states);
-    if (hidden && plan_.visibleOnly) {
-      continue;
-    }
-    std::optional<Rect>& extents = extentsAhead_[element];
-    if (!hidden && (calls::interfaceBits(item->interfaces) & interface_bit::component) != 0) {
-      batch.add<Rect>(
-          calls::extents(*handleOf(element), plan_.toolkit.coordinates()),
-          [&](Rect& rect) { extents = screenExtents(rect, plan_.offset); }, noting());
-    }
-    if (const auto* children = plan_.cache->childrenOf(element)) {
-      pending.insert(pending.end(), children->begin(), children->end());
-    }
+  ahead_ = plan_.ahead;
+  if (!ahead_ || !ahead_->covers(start)) {
+    ahead_ = std::make_shared<ReadAhead>(plan_.toolkit, *plan_.cache, plan_.visibleOnly);
+    ahead_->start(runner_, start, plan_.deadline);
+    ahead_->finish();
   }
-  batch.run(runner_, plan_.deadline);
 }
 
 void TreeWalk::readIdentities(Level& level) {
   TypedBatch batch;
-  const bool small = level.size() <= kSmallLevel;
+  const size_t lacking =
+      plan_.cache ? static_cast<size_t>(std::count_if(level.begin(), level.end(),
+                                                      [&](const auto& e) { return !plan_.cache->find(e->ref); }))
+                  : level.size();
+  const bool small = lacking <= (plan_.cache ? kSmallLevelBesideCache : kSmallLevel);
   for (const auto& element : level) {
     ElementFacts& e = *element;
-    if (!fillFromCache(e)) {
+    const bool cached = fillFromCache(e);
+    if (!cached) {
       askStates(batch, e);
       batch.add<uint32_t>(calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; });
       if (small) {
@@ -150,12 +141,17 @@ void TreeWalk::readIdentities(Level& level) {
       }
     } else if (e.is(state::managesDescendants)) {
       // GTK 3 does not count the children of lists and tables there.
-      askChildCount(batch, e);
+      if (const auto count = ahead_->childCountOf(e.ref)) {
+        e.childCount = std::max(*count, -1);
+      } else {
+        askChildCount(batch, e);
+      }
     }
-    if (const auto ahead = extentsAhead_.find(e.ref); ahead != extentsAhead_.end()) {
-      e.extents = ahead->second;
+    if (ahead_ && ahead_->covers(e.ref)) {
+      const auto reported = ahead_->reported(e.ref);
+      e.extents = reported ? screenExtents(*reported, plan_.offset) : std::nullopt;
       e.known |= facts::extents;
-    } else if (!plan_.toolkit.tellsShowing() || small) {
+    } else if (!plan_.toolkit.tellsShowing() || (small && !cached)) {
       askExtents(batch, e);
       e.known |= facts::extents;
     }
@@ -221,6 +217,8 @@ TreeWalk::Level TreeWalk::readChildren(const Level& level) {
       large.push_back(&e);
     } else if (const auto* cached = plan_.cache ? plan_.cache->childrenOf(e.ref) : nullptr) {
       found.emplace_back(&e, *cached);
+    } else if (const auto* ahead = ahead_ ? ahead_->childrenOf(e.ref) : nullptr) {
+      found.emplace_back(&e, *ahead);
     } else if (e.childCount > 0 || isUncountedMenu(e)) {
       batch.add<std::vector<ElementRef>>(
           calls::children(*handleOf(e.ref)),

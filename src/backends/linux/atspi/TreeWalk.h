@@ -25,14 +25,14 @@ class TreeWalk : private WalkSteps {
 
  private:
   bool fillFromCache(ElementFacts& element) const;
-  void readExtentsAhead(const ElementRef& start);
+  void readAhead(const ElementRef& start);
   void readIdentities(Level& level);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
   void readVisibleChildren(ElementFacts& container, Level& next);
   bool isClosedMenu(const ElementFacts& element) const;
 
-  std::unordered_map<ElementRef, std::optional<Rect>, ElementRefHash> extentsAhead_;
+  std::shared_ptr<ReadAhead> ahead_;  ///< null without a cache
 };
 
 }  // namespace jumplark::atspi

@@ -30,17 +30,31 @@ class TypedBatch {
 
   /// Leaves the batch empty, for the next round.
   void run(CallRunner& runner, TimePoint deadline) {
-    if (calls_.empty()) {
-      return;
+    if (!calls_.empty()) {
+      handle(runner.run(std::exchange(calls_, {}), deadline));
     }
+  }
+  /// Sends the calls; nothing may be added before finish(), which waits for the replies and leaves the batch empty.
+  void start(CallRunner& runner, TimePoint deadline) {
+    if (!calls_.empty()) {
+      wait_ = runner.begin(std::exchange(calls_, {}), deadline);
+    }
+  }
+  void finish() {
+    if (wait_) {
+      handle(std::exchange(wait_, {})());
+    }
+  }
+
+ private:
+  void handle(std::vector<Reply> replies) {
     const auto handlers = std::exchange(handlers_, {});
-    std::vector<Reply> replies = runner.run(std::exchange(calls_, {}), deadline);
     for (size_t i = 0; i < handlers.size() && i < replies.size(); ++i) {
       handlers[i](replies[i]);
     }
   }
 
- private:
+  CallRunner::Wait wait_;
   std::vector<MethodCall> calls_;
   std::vector<std::function<void(Reply&)>> handlers_;
 };

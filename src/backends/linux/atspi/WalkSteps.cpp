@@ -149,16 +149,20 @@ void WalkSteps::readFurther(const Level& all) {
       withText.push_back(element);
     }
   }
+  std::vector<TextRequest> requests = textRequests(withText);
+  TextReader texts;
+  texts.begin(runner_, requests, plan_.deadline);
   batch.run(runner_, plan_.deadline);
   for (const auto& element : all) {
     if (element->has(facts::localizedRole)) {
       element->localizedRole = roleNames[element->role];
     }
   }
-  readTextsOf(withText);
+  texts.finish(runner_, requests, plan_.deadline);
+  keepTexts(withText, requests);
 }
 
-void WalkSteps::readTextsOf(const Level& elements) {
+std::vector<TextRequest> WalkSteps::textRequests(const Level& elements) const {
   std::vector<TextRequest> requests;
   for (const auto& element : elements) {
     const Rect part = visiblePart(*element);
@@ -168,7 +172,10 @@ void WalkSteps::readTextsOf(const Level& elements) {
     }
     requests.push_back({element->ref, element->is(state::multiLine), local, {}});
   }
-  readTexts(runner_, requests, plan_.deadline);
+  return requests;
+}
+
+void WalkSteps::keepTexts(const Level& elements, const std::vector<TextRequest>& requests) {
   for (size_t i = 0; i < requests.size(); ++i) {
     const TextFacts& text = requests[i].answer;
     elements[i]->characterCount = text.count;

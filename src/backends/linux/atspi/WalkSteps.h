@@ -14,6 +14,7 @@
 namespace jumplark::atspi {
 
 class CachedTree;
+class ReadAhead;
 class TypedBatch;
 
 /// Facts by reference, while they are being collected.
@@ -29,6 +30,8 @@ struct WalkPlan {
   std::function<bool()> cancelled;  ///< asked between rounds; may be empty
   /// What the application said at once of its elements, so that only the rest is asked; may be null.
   std::shared_ptr<const CachedTree> cache;
+  /// What has been asked already of what the cache names; may be null.
+  std::shared_ptr<ReadAhead> ahead;
 };
 
 /// What every walk through a tree does, whatever the toolkit: an element belongs to the first parent that names it, one
@@ -80,7 +83,8 @@ class WalkSteps {
   bool complete_ = true;
 
  private:
-  void readTextsOf(const Level& elements);
+  std::vector<TextRequest> textRequests(const Level& elements) const;
+  void keepTexts(const Level& elements, const std::vector<TextRequest>& requests);
 };
 
 }  // namespace jumplark::atspi

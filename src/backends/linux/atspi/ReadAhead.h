@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "backends/linux/atspi/CachedTree.h"
+#include "backends/linux/atspi/Toolkit.h"
+#include "backends/linux/atspi/TypedBatch.h"
+
+namespace jumplark::atspi {
+
+/// What a cache leaves out of the elements that it names (places, children of some), asked of all of them at once: a
+/// busy application answers between two of its frames only, so that each round of questions may cost the time of one.
+/// Asks a little more than a walk would, for the elements that turn out to be hidden or gone.
+class ReadAhead {
+ public:
+  /// `visibleOnly` leaves out what does not show, and what is below it. The cache outlives this.
+  ReadAhead(const Toolkit& toolkit, const CachedTree& cache, bool visibleOnly)
+      : toolkit_(toolkit), cache_(cache), visibleOnly_(visibleOnly) {}
+  ReadAhead(const ReadAhead&) = delete;
+  ReadAhead& operator=(const ReadAhead&) = delete;
+
+  /// Asks about an element and all that is below it; the answers are there after finish().
+  void start(CallRunner& runner, const ElementRef& root, TimePoint deadline);
+  void finish() { batch_.finish(); }
+
+  bool covers(const ElementRef& element) const { return asked_.contains(element); }
+  /// As the toolkit reported it; none for an element that has no place or was not asked.
+  std::optional<Rect> reported(const ElementRef& element) const;
+  /// None unless it was asked.
+  std::optional<int32_t> childCountOf(const ElementRef& element) const;
+  const std::vector<ElementRef>* childrenOf(const ElementRef& element) const;
+  /// False when the application did not answer all.
+  bool complete() const { return complete_; }
+
+ private:
+  struct Answers {
+    std::optional<Rect> extents;
+    std::optional<int32_t> childCount;
+    std::optional<std::vector<ElementRef>> children;
+  };
+  void ask(const CacheItem& item, Answers& answers);
+  const Answers* find(const ElementRef& element) const;
+
+  const Toolkit toolkit_;
+  const CachedTree& cache_;
+  const bool visibleOnly_;
+  TypedBatch batch_;
+  std::unordered_map<ElementRef, Answers, ElementRefHash> asked_;
+  bool complete_ = true;
+};
+
+}  // namespace jumplark::atspi
