@@ -11,8 +11,8 @@ struct ProductAddresses {
   std::string allowAccess;     ///< the anchor on it about accessibility access, without the '#'
   std::string support;
   std::string metricsExplanation;
-  std::string composeMessage;  ///< composes a public short message to the product's account
-  std::string updateServer;    ///< without the path
+  std::string composeMessage;       ///< composes a public short message to the product's account
+  std::string updateServer;         ///< without the path
   std::string crashCollector = {};  ///< takes crash reports that the user sends
 
   static ProductAddresses builtIn();

@@ -5,7 +5,7 @@
 namespace jumplark {
 struct Platform;
 class SystemQueues;
-}
+}  // namespace jumplark
 
 /// What each command does on the installed platform. They print to standard output and throw CommandFailure.
 namespace jumplark::cli {

@@ -61,9 +61,8 @@ class Client {
  public:
   explicit Client(SystemQueues& queues) : loop_(queues), x_(X11Connection::open().connection), windows_(x_) {
     screens_ = std::make_unique<X11Screens>(x_, queues.mainQueue());
-    WindowCallbacks callbacks{[this](uint32_t window) { windows_.requestActive(window, true); },
-                              [] { say("keyboard"); },
-                              {}};
+    WindowCallbacks callbacks{
+        [this](uint32_t window) { windows_.requestActive(window, true); }, [] { say("keyboard"); }, {}};
     views_ = std::make_unique<QtViews>(QtViews::World{x_, *screens_, queues.mainQueue(), std::move(callbacks)});
     query_ = views_->makeQueryWindow();
     query_->setDelegate(&reporter_);

@@ -1,8 +1,6 @@
 #include "backends/linux/qt/QtCrashWindow.h"
 
 #include <QClipboard>
-#include <QCloseEvent>
-#include <QDialog>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFileDialog>
@@ -14,6 +12,7 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "backends/linux/qt/OwnedDialog.h"
 #include "backends/linux/qt/QtText.h"
 #include "platform/Queues.h"
 
@@ -47,29 +46,12 @@ QPlainTextEdit* makePage(QWidget* parent) {
 
 }  // namespace
 
-/// Only its owner closes it.
-class QtCrashWindow::Window : public QDialog {
- public:
-  explicit Window(std::function<void()> closed)
-      : QDialog(nullptr, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint), closed_(std::move(closed)) {}
-  void reject() override { closed_(); }
-
- protected:
-  void closeEvent(QCloseEvent* event) override {
-    event->ignore();
-    closed_();
-  }
-
- private:
-  std::function<void()> closed_;
-};
-
 QtCrashWindow::QtCrashWindow(TaskQueue& mainQueue, std::function<void(QWidget& window)> bringToFront,
                              CrashWindowCallbacks callbacks)
     : mainQueue_(mainQueue),
       bringToFront_(std::move(bringToFront)),
       callbacks_(std::make_shared<CrashWindowCallbacks>(std::move(callbacks))),
-      window_(std::make_unique<Window>([this] { tell([](const auto& to) { to.closed(); }); })) {
+      window_(std::make_unique<OwnedDialog>([this] { tell([](const auto& to) { to.closed(); }); })) {
   QWidget* const window = window_.get();
   window->setAttribute(Qt::WA_QuitOnClose, false);
   window->setWindowTitle(QStringLiteral("Jumplark"));

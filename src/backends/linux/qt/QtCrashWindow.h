@@ -13,6 +13,8 @@ class QWidget;
 
 namespace jumplark {
 
+class OwnedDialog;
+
 class TaskQueue;
 
 /// The window about an earlier crash: a few words, the report in a scrolling page, a line of status, buttons.
@@ -28,8 +30,6 @@ class QtCrashWindow final : public CrashWindowView {
   void show() override;
 
  private:
-  class Window;
-
   void copy();
   void chooseFile();
   /// Calls back on the main queue, unless this has gone by then.
@@ -39,7 +39,7 @@ class QtCrashWindow final : public CrashWindowView {
   const std::function<void(QWidget& window)> bringToFront_;
   /// Gone with this: what is on its way then reaches nobody.
   const std::shared_ptr<CrashWindowCallbacks> callbacks_;
-  std::unique_ptr<Window> window_;
+  std::unique_ptr<OwnedDialog> window_;
   QLabel* title_;
   QLabel* text_;
   QPlainTextEdit* report_;

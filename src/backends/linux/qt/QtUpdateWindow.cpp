@@ -1,7 +1,6 @@
 #include "backends/linux/qt/QtUpdateWindow.h"
 
 #include <QCheckBox>
-#include <QCloseEvent>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -12,6 +11,7 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "backends/linux/qt/OwnedDialog.h"
 #include "backends/linux/qt/PaneIcons.h"
 #include "platform/Queues.h"
 
@@ -35,29 +35,12 @@ QLabel* makeText(QWidget* parent) {
 
 }  // namespace
 
-/// Only its owner closes it.
-class QtUpdateWindow::Window : public QDialog {
- public:
-  explicit Window(std::function<void()> closed)
-      : QDialog(nullptr, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint), closed_(std::move(closed)) {}
-  void reject() override { closed_(); }
-
- protected:
-  void closeEvent(QCloseEvent* event) override {
-    event->ignore();
-    closed_();
-  }
-
- private:
-  std::function<void()> closed_;
-};
-
 QtUpdateWindow::QtUpdateWindow(TaskQueue& mainQueue, std::function<void(QWidget& window)> bringToFront,
                                UpdateWindowCallbacks callbacks)
     : mainQueue_(mainQueue),
       bringToFront_(std::move(bringToFront)),
       callbacks_(std::make_shared<UpdateWindowCallbacks>(std::move(callbacks))),
-      window_(std::make_unique<Window>([this] { answer(-1); })) {
+      window_(std::make_unique<OwnedDialog>([this] { answer(-1); })) {
   QWidget* const window = window_.get();
   window->setAttribute(Qt::WA_QuitOnClose, false);
   window->setWindowTitle(QStringLiteral("Jumplark"));

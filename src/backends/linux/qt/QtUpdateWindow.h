@@ -16,6 +16,8 @@ class QProgressBar;
 
 namespace jumplark {
 
+class OwnedDialog;
+
 class TaskQueue;
 
 /// The window about a new version: title, text, a scrolling page of notes, buttons.
@@ -31,8 +33,6 @@ class QtUpdateWindow final : public UpdateWindowView {
   void show(bool takesKeyboard) override;
 
  private:
-  class Window;
-
   void fillButtons();
   void answer(int button);
 
@@ -41,7 +41,7 @@ class QtUpdateWindow final : public UpdateWindowView {
   /// Gone with this: what is on its way then reaches nobody.
   const std::shared_ptr<UpdateWindowCallbacks> callbacks_;
   std::vector<std::string> shownButtons_;
-  std::unique_ptr<Window> window_;
+  std::unique_ptr<OwnedDialog> window_;
   QLabel* title_;
   QLabel* text_;
   QProgressBar* progress_;
