@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <limits>
 #include <thread>
 
 #include "backends/linux/atspi/AtspiCalls.h"
-#include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/TypedBatch.h"
 #include "backends/linux/atspi/VisibleChildren.h"
 
@@ -18,10 +16,6 @@ constexpr auto kBeyondSilence = std::chrono::milliseconds(20);
 constexpr int kDeepest = 100;
 
 thread_local int liveScopes = 0;
-
-bool isLive() {
-  return liveScopes > 0;
-}
 
 ElementRef applicationOf(const AtspiHandle& element) {
   return makeRef(element.busName(), calls::kRootPath);
@@ -50,6 +44,10 @@ std::vector<ElementRef> childrenOf(const std::vector<FactsPointer>& containers) 
 
 }  // namespace
 
+bool AtspiElementSource::isLive() {
+  return liveScopes > 0;
+}
+
 AtspiElementSource::AtspiElementSource(BusConnection::Options options, WindowSystem& windows)
     : windows_(windows),
       bus_(std::move(options)),
@@ -69,10 +67,7 @@ void AtspiElementSource::applicationBecameActive(int32_t pid) {
 
 Point AtspiElementSource::offsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
   const Point offset = toolkit.extentsAreWindowRelative() ? frameOffsetNow(element, toolkit) : Point{};
-  const std::lock_guard lock(placesMutex_);
-  const auto kept = places_.find(element.busName());
-  const Point shift =
-      kept == places_.end() ? Point{} : kept->second.shiftOf(makeRef(element.busName(), element.path()));
+  const Point shift = places_.shiftOf(makeRef(element.busName(), element.path()));
   return {offset.x + shift.x, offset.y + shift.y};
 }
 
@@ -118,11 +113,7 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
 
 FactsPointer AtspiElementSource::finish(ReadRequest& request, facts::Set before) {
   if ((before & facts::extents) == 0 && request.facts.extents) {
-    const std::lock_guard lock(placesMutex_);
-    const auto kept = places_.find(handleOf(request.facts.ref)->busName());
-    if (kept != places_.end()) {
-      request.facts.extents = kept->second.toPixels(request.facts.ref, *request.facts.extents);
-    }
+    request.facts.extents = places_.toPixels(request.facts.ref, *request.facts.extents);
   }
   auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
   if (isLive()) {
@@ -284,66 +275,6 @@ ElementRef AtspiElementSource::focusedElement(const ElementRef& application) {
   return reader_.read(application, true, {})->focusedElement;
 }
 
-AccessibilityError AtspiElementSource::textAllowed(const ElementRef& element, FactsPointer& found) {
-  auto read = facts(element, facts::identity | facts::extents);
-  if (!read.ok()) {
-    return read.error;
-  }
-  found = read.value;
-  const bool readable = !mayHoldSecret(*found) && (found->interfaces & interface_bit::text) != 0;
-  return readable ? AccessibilityError::success : AccessibilityError::attributeUnsupported;
-}
-
-AccessibilityResult<std::string> AtspiElementSource::textInRange(const ElementRef& element, int64_t start,
-                                                                 int64_t end) {
-  constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
-  if (start < 0 || end < start || end > kMost) {
-    return AccessibilityError::illegalArgument;
-  }
-  if (!isLive()) {
-    if (const auto text = store_.text(element); text && text->holds(start, std::min(end, text->count))) {
-      return codePoints(text->fetched, text->fetchedStart, start, end);
-    }
-  }
-  FactsPointer found;
-  if (const AccessibilityError error = textAllowed(element, found); error != AccessibilityError::success) {
-    return error;
-  }
-  const auto last = static_cast<int32_t>(std::min(end, start + kLongestPart));
-  return callOnce(calls_, calls::text(*handleOf(element), static_cast<int32_t>(start), last), deadline());
-}
-
-AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleTextRange(const ElementRef& element) {
-  if (!isLive()) {
-    if (const auto text = store_.text(element)) {
-      return std::pair(text->visibleStart, text->visibleEnd);
-    }
-  }
-  FactsPointer found;
-  if (const AccessibilityError error = textAllowed(element, found); error != AccessibilityError::success) {
-    return error;
-  }
-  const AtspiHandle& handle = *handleOf(element);
-  const Toolkit toolkit = registry_.toolkitOf(applicationOf(handle));
-  std::optional<Rect> local = toolkit.tellsCharacterAtPoint() ? found->extents : std::nullopt;
-  if (local) {
-    const Point offset = offsetNow(handle, toolkit);
-    const std::lock_guard lock(placesMutex_);
-    if (const auto kept = places_.find(handle.busName()); kept != places_.end()) {
-      local = kept->second.fromPixels(element, *local);
-    }
-    local->x -= offset.x;
-    local->y -= offset.y;
-  }
-  std::vector<TextRequest> requests{{element, found->is(state::multiLine), local, {}}};
-  readTexts(calls_, requests, deadline());
-  const TextFacts& text = requests[0].answer;
-  if (text.count < 0) {
-    return AccessibilityError::cannotComplete;
-  }
-  return std::pair(text.visibleStart, text.visibleEnd);
-}
-
 ElementRef AtspiElementSource::topmostInDocument(const ElementRef& document, Point point) {
   const AtspiHandle* handle = handleOf(document);
   if (!handle || !isLive() || registry_.toolkitOf(applicationOf(*handle)).family != ToolkitFamily::chromium) {
@@ -390,10 +321,7 @@ void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool vis
   const uint64_t era = store_.era();
   const TimePoint started = Clock::now();
   auto snapshot = reader_.read(application, visibleOnly, [this, era] { return store_.era() != era; });
-  {
-    const std::lock_guard lock(placesMutex_);
-    places_[handleOf(application)->busName()] = snapshot->places;
-  }
+  places_.keep(handleOf(application)->busName(), snapshot->places);
   if (store_.keep(std::move(snapshot), era)) {
     calls_.allow(handleOf(application)->busName(), SnapshotReader::kLimit - (Clock::now() - started));
   }

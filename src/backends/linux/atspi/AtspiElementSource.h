@@ -1,9 +1,7 @@
 #pragma once
 
-#include <mutex>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -12,6 +10,7 @@
 #include "backends/linux/atspi/BusConnection.h"
 #include "backends/linux/atspi/ElementFacts.h"
 #include "backends/linux/atspi/FactsReader.h"
+#include "backends/linux/atspi/KeptPlaces.h"
 #include "backends/linux/atspi/RecentReads.h"
 #include "backends/linux/atspi/SnapshotReader.h"
 #include "backends/linux/atspi/SnapshotReport.h"
@@ -59,6 +58,8 @@ class AtspiElementSource final : public ElementSource {
   void setMessagingTimeout(double seconds) override;
 
  private:
+  /// Whether the calling thread is inside a live scope.
+  static bool isLive();
   MatchedFrames matchNow(const ElementRef& application);
   /// Without a message: from the snapshot, or from what was read for an action.
   FactsPointer knownFacts(const ElementRef& element);
@@ -77,9 +78,7 @@ class AtspiElementSource final : public ElementSource {
   SnapshotReader reader_;
   SnapshotStore store_;
   RecentReads recent_;
-  std::mutex placesMutex_;
-  /// By bus name, of the last snapshot, which they outlive: what is clicked is read anew.
-  std::unordered_map<std::string, Places> places_;
+  KeptPlaces places_;
 };
 
 }  // namespace jumplark::atspi
