@@ -177,6 +177,28 @@ TEST(Use, selectsByTheLabelTypedWithControl) {
   EXPECT_TRUE(matches[2].rect.contains(x, y)) << pressed[0] << ", wanted " << matches[2].rect;
 }
 
+TEST(Use, tellsAScreenReaderWhatIsSelectedAndItsLabel) {
+  Use use;
+  use.program.open();
+  use.program.type(".but");
+  use.program.waitForQuery(".but");
+  const std::vector<Match> matches = use.desktop.jumplark.match(kDemo, ".but");
+  ASSERT_GT(matches.size(), 1U);
+  std::optional<AccessibleElement> field;
+  const auto tells = [&](const Match& match) {
+    return waitUntil([&] {
+      const auto elements = readApplication(use.session(), "Jumplark");
+      field = findElement(elements, "text", "What to click");
+      const size_t comma = field ? field->description.rfind(", ") : std::string::npos;
+      return findElement(elements, "dialog", "Jumplark") && comma != std::string::npos && field->is("focused") &&
+             match.hasText(field->description.substr(0, comma)) && field->description.substr(comma + 2) == match.label;
+    });
+  };
+  EXPECT_TRUE(tells(matches[0])) << (field ? field->description : "no field");
+  use.program.key("Tab");
+  EXPECT_TRUE(tells(matches[1])) << (field ? field->description : "no field");
+}
+
 TEST(Use, makesAClickADoubleOneOnAReturnRightAfterIt) {
   Use use(WindowManager::xfwm4, "List");
   use.program.open();

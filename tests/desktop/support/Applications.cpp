@@ -82,8 +82,8 @@ std::vector<AccessibleElement> readApplication(PrivateSession& session, const st
   std::vector<AccessibleElement> elements;
   if (finished.status == 0) {
     for (const nlohmann::json& entry : nlohmann::json::parse(finished.out)) {
-      elements.push_back(
-          {entry.at("role"), entry.at("name"), entry.at("text"), entry.at("states"), rectOf(entry.at("rect"))});
+      elements.push_back({entry.at("role"), entry.at("name"), entry.at("description"), entry.at("text"),
+                          entry.at("states"), rectOf(entry.at("rect"))});
     }
   }
   return elements;

@@ -44,6 +44,7 @@ class DemoProgram {
 struct AccessibleElement {
   std::string role;  ///< as the accessibility library names it, "push button"
   std::string name;
+  std::string description;
   std::string text;
   std::vector<std::string> states;
   PixelRect rect;

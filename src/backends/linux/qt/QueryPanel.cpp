@@ -1,5 +1,6 @@
 #include "backends/linux/qt/QueryPanel.h"
 
+#include <QAccessibleWidget>
 #include <QCloseEvent>
 #include <QEvent>
 #include <QInputMethodEvent>
@@ -39,6 +40,12 @@ bool isDark(const QPalette& palette) {
   return palette.color(QPalette::Base).lightnessF() < 0.5;
 }
 
+/// A window that is a plain widget has no role of its own, and screen readers do not announce it.
+QAccessibleInterface* makePanelAccessible(const QString& /*className*/, QObject* object) {
+  auto* const panel = dynamic_cast<QueryPanel*>(object);
+  return panel != nullptr ? new QAccessibleWidget(panel, QAccessible::Dialog) : nullptr;
+}
+
 }  // namespace
 
 QueryLineEdit::QueryLineEdit(QWidget* parent) : QLineEdit(parent) {
@@ -73,6 +80,7 @@ QueryPanel::QueryPanel()
       field_(this),
       spinner_(this),
       notice_(this) {
+  QAccessible::installFactory(makePanelAccessible);
   setAttribute(Qt::WA_TranslucentBackground);
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowTitle(QStringLiteral("Jumplark"));
