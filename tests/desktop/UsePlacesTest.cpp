@@ -8,8 +8,6 @@
 namespace jumplark::desktop {
 namespace {
 
-using testing::IsEmpty;
-
 /// The best match is framed where the element is, and Return clicks there.
 void expectFramedAndClicked(Use& use, const std::string& query, const std::string& name, int scale = 1) {
   PixelRect part = use.partNamed(name);
