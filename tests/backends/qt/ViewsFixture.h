@@ -53,19 +53,4 @@ class ViewsTest : public X11Test {
   std::unique_ptr<ViewsClient> views_;
 };
 
-inline std::string nameOf(desktop::WindowManager windowManager) {
-  switch (windowManager) {
-    case desktop::WindowManager::xfwm4:
-      return "xfwm4";
-    case desktop::WindowManager::xfwm4Compositor:
-      return "xfwm4WithCompositor";
-    case desktop::WindowManager::openbox:
-      return "openbox";
-    case desktop::WindowManager::openboxPicom:
-      return "openboxWithPicom";
-    default:
-      return "none";
-  }
-}
-
 }  // namespace jumplark

@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/X11Input.h"
 #include "backends/x11/X11Fixture.h"
 
@@ -94,16 +93,6 @@ class X11InputTest : public X11Test {
     auto client = std::make_unique<WindowClient>(*session_, desktop::Arguments{"200x100+0+0", "--title", "Focused"});
     EXPECT_TRUE(windows_->requestActive(client->window(), true));
     return client;
-  }
-  // True once nobody holds the keyboard.
-  bool keyboardIsFree() const {
-    return desktop::waitUntil([&] {
-      const auto reply = x11::takeReply(
-          x_->get(), xcb_grab_keyboard_reply,
-          xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-      x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
-      return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
-    });
   }
 
   std::unique_ptr<X11Input> input_;

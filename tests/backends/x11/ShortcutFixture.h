@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "backends/linux/x11/EventThread.h"
-#include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/X11Shortcuts.h"
 #include "backends/x11/X11Fixture.h"
 #include "platform/Input.h"
@@ -123,22 +122,6 @@ class ShortcutTest : public X11Test {
       const auto releases = target_->lines("keyrelease");
       return !releases.empty() && releases.back().starts_with("keyrelease " + std::to_string(keycode) + " ");
     });
-  }
-  bool noKeyIsDown() const {
-    return desktop::waitUntil([&] {
-      const auto keymap = x11::takeReply(x_->get(), xcb_query_keymap_reply, xcb_query_keymap(x_->get()));
-      return keymap && std::all_of(std::begin(keymap->keys), std::end(keymap->keys), [](uint8_t b) { return b == 0; });
-    });
-  }
-  uint8_t grabKeyboard() const {
-    const auto reply = x11::takeReply(
-        x_->get(), xcb_grab_keyboard_reply,
-        xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-    x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
-    return reply ? reply->status : 0xFF;
-  }
-  bool keyboardIsFree() const {
-    return desktop::waitUntil([&] { return grabKeyboard() == XCB_GRAB_STATUS_SUCCESS; });
   }
 
   ManualQueue queue_;

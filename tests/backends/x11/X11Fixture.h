@@ -51,14 +51,28 @@ class ManualQueue final : public TaskQueue {
   std::vector<Task> tasks_;
 };
 
+/// For the names of cases.
+inline std::string nameOf(desktop::WindowManager windowManager) {
+  constexpr const char* kNames[] = {"xfwm4", "xfwm4Compositor", "openbox", "openboxPicom", "none"};
+  return kNames[static_cast<size_t>(windowManager)];
+}
+
 /// A session without accessibility, and the window system of this process in it.
-class X11Test : public testing::Test {
+class X11Test : public ::testing::Test {
  protected:
   void start(desktop::SessionOptions options = {});
   void TearDown() override;
   /// Returns when the window manager has taken a window into its care. One that has just started says that it is there
   /// before it sees every request to map a window.
   void waitUntilWindowsAreManaged();
+  /// True once nobody holds the keyboard.
+  bool keyboardIsFree() const {
+    return desktop::waitUntil([&] { return session_->keyboardIsFree(); });
+  }
+  /// True once nobody holds a key or a button.
+  bool nothingIsHeld() const {
+    return desktop::waitUntil([&] { return session_->heldInput().empty(); });
+  }
 
   std::unique_ptr<desktop::PrivateSession> session_;
   std::shared_ptr<X11Connection> x_;

@@ -25,13 +25,6 @@ class X11ScreensTest : public X11Test {
   std::unique_ptr<X11Screens> screens_;
 };
 
-TEST_F(X11ScreensTest, oneMonitorIsTheWholeScreen) {
-  startWith({});
-  EXPECT_THAT(screens_->frames(), ElementsAre(Rect{0, 0, 1000, 800}));
-  session_->keys({"mousemove", "10", "20"});
-  EXPECT_EQ(screens_->pointerLocation(), (Point{10, 779}));
-}
-
 TEST_F(X11ScreensTest, framesCountFromTheLowerLeftCornerOfTheFirst) {
   startWith({{0, 0, 600, 500}, {600, 100, 400, 700}});
   EXPECT_THAT(screens_->frames(), ElementsAre(Rect{0, 0, 600, 500}, Rect{600, -300, 400, 700}));

@@ -3,40 +3,33 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "backends/linux/x11/X11Screens.h"
 #include "backends/x11/X11Fixture.h"
+#include "support/TemporaryFolder.h"
 
 namespace jumplark {
 namespace {
 
 namespace fs = std::filesystem;
 using desktop::waitUntil;
-using testing::IsEmpty;
+using ::testing::IsEmpty;
+using testing::writeFile;
 
-void write(const fs::path& file, const std::string& text) {
-  fs::create_directories(file.parent_path());
-  std::ofstream(file) << text;
-}
-
-class DesktopEntriesTest : public testing::Test {
+class DesktopEntriesTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "jumplark-entries.XXXXXX").string();
-    folder_ = mkdtemp(name.data());
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-  fs::path folder_;
+  testing::TemporaryFolder temporary_;
+  fs::path folder_ = temporary_.path();
 };
 
 TEST_F(DesktopEntriesTest, findsAnApplicationByIdByClassAndByFileName) {
   const fs::path apps = folder_ / "applications";
-  write(apps / "org.example.Editor.desktop",
-        "[Desktop Action New]\nName=New Window\n[Desktop Entry]\nType=Application\nName=Editor\nName[de]=Schreiber\n"
-        "Name[de_AT]=Schreiberl\nStartupWMClass=WeirdClass\n");
-  write(apps / "kde" / "org.kde.viewer.desktop", "[Desktop Entry]\nType = Application\nName=View\\ser\\\\\n");
-  write(apps / "link.desktop", "[Desktop Entry]\nType=Link\nName=Link\n");
+  writeFile(
+      apps / "org.example.Editor.desktop",
+      "[Desktop Action New]\nName=New Window\n[Desktop Entry]\nType=Application\nName=Editor\nName[de]=Schreiber\n"
+      "Name[de_AT]=Schreiberl\nStartupWMClass=WeirdClass\n");
+  writeFile(apps / "kde" / "org.kde.viewer.desktop", "[Desktop Entry]\nType = Application\nName=View\\ser\\\\\n");
+  writeFile(apps / "link.desktop", "[Desktop Entry]\nType=Link\nName=Link\n");
   DesktopEntries entries({folder_}, "de_CH.UTF-8");
   const struct {
     const char* applicationId;
@@ -64,10 +57,10 @@ TEST_F(DesktopEntriesTest, findsAnApplicationByIdByClassAndByFileName) {
 }
 
 TEST_F(DesktopEntriesTest, theFirstFolderWinsAndMayHideAnEntry) {
-  write(folder_ / "system/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=System A\n");
-  write(folder_ / "system/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=System B\n");
-  write(folder_ / "user/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=My A\n");
-  write(folder_ / "user/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=B\nHidden=true\n");
+  writeFile(folder_ / "system/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=System A\n");
+  writeFile(folder_ / "system/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=System B\n");
+  writeFile(folder_ / "user/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=My A\n");
+  writeFile(folder_ / "user/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=B\nHidden=true\n");
   DesktopEntries entries({folder_ / "user", folder_ / "system", folder_ / "absent"}, "C");
   EXPECT_EQ(entries.forWindow("a", "", "")->name, "My A");
   EXPECT_FALSE(entries.forWindow("b", "", ""));
@@ -79,7 +72,7 @@ TEST_F(DesktopEntriesTest, noticesAnApplicationThatIsInstalledLater) {
   EXPECT_FALSE(entries.forWindow("later", "", ""));
   fs::last_write_time(folder_ / "applications", fs::file_time_type{});
   EXPECT_FALSE(entries.forWindow("later", "", ""));
-  write(folder_ / "applications/later.desktop", "[Desktop Entry]\nType=Application\nName=Later\n");
+  writeFile(folder_ / "applications/later.desktop", "[Desktop Entry]\nType=Application\nName=Later\n");
   EXPECT_TRUE(entries.forWindow("later", "", ""));
 }
 
@@ -88,8 +81,8 @@ class X11WorkspaceTest : public X11Test {
   void SetUp() override {
     start();
     const fs::path data = fs::path(session_->folder()) / "data";
-    write(data / "applications/org.example.Editor.desktop",
-          "[Desktop Entry]\nType=Application\nName=Editor\nStartupWMClass=editor-class\n");
+    writeFile(data / "applications/org.example.Editor.desktop",
+              "[Desktop Entry]\nType=Application\nName=Editor\nStartupWMClass=editor-class\n");
     screens_ = std::make_unique<X11Screens>(x_, queue_);
     entries_ = std::make_unique<DesktopEntries>(std::vector{data}, "C");
     workspace_ = std::make_unique<X11Workspace>(*windows_, *entries_, screens_.get());
@@ -171,15 +164,6 @@ TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
   session_->keys({"windowminimize", std::to_string(framed.window())});
   EXPECT_TRUE(waitUntil([&] { return !workspace_->focusedWindowFrame(framed.pid()); }));
   EXPECT_FALSE(workspace_->focusedWindowFrame(1));
-}
-
-TEST_F(X11WorkspaceTest, aDialogIsItsApplicationsTopmostWindow) {
-  const WindowClient main(*session_, {"300x200+10+50", "--title", "Main"});
-  const WindowClient dialog(*session_, {"100x80+50+90", "--title", "Dialog", "--type", "DIALOG"});
-  ASSERT_TRUE(becomesFrontmost(dialog));
-  EXPECT_EQ(workspace_->topmostWindow(dialog.pid())->id, dialog.window());
-  EXPECT_EQ(workspace_->topmostWindow(main.pid())->id, main.window());
-  EXPECT_FALSE(workspace_->topmostWindow(1));
 }
 
 // A window of this process is in front only if no other shows above the rest.
