@@ -25,9 +25,6 @@ class LinuxContractDesktop : public ContractDesktop {
   int32_t targetPid() override { return process_.pid(); }
   std::string buttonTitle() override { return "link button"; }
   int32_t absentPid() override { return 4'000'000; }
-  bool waitUntil(const std::function<bool()>& condition) override { return desktop::waitUntil(condition); }
-  void typeKey(int64_t /*keyCode*/) override { throw std::logic_error("no case here types"); }
-  void holdModifier(uint64_t /*flag*/, bool /*down*/) override { throw std::logic_error("no case here types"); }
 
  private:
   desktop::PrivateSession session_;

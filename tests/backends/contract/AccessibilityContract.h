@@ -11,19 +11,18 @@
 #include <vector>
 
 #include "platform/Accessibility.h"
-#include "platform/Input.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
 #include "platform/Screens.h"
 #include "platform/Workspace.h"
 
-/// What accessibility, workspace, screens and input promise on every desktop that shows one application with a window
+/// What accessibility, workspace and screens promise on every desktop that shows one application with a window
 /// that holds a button and a text field. A backend derives ContractDesktop and instantiates the suite:
 ///
 ///     INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract,
 ///                              testing::Values(ContractDesktopKind{"recorded", &makeRecordedDesktop}));
 ///
-/// The cases are in DesktopContractCases.h and InputContractCases.h, which the same file includes.
+/// The cases are in DesktopContractCases.h, which the same file includes.
 namespace jumplark::contract {
 
 /// A desktop with the application, on screen, in front and with all of the button visible.
@@ -37,13 +36,6 @@ class ContractDesktop {
   virtual std::string buttonTitle() = 0;
   /// A process id that no application has.
   virtual int32_t absentPid() = 0;
-
-  /// Lets things happen until the condition holds; false when that takes absurdly long.
-  virtual bool waitUntil(const std::function<bool()>& condition) = 0;
-  /// What a user does: press and release a key (a virtual key code), hold or let go one modifier (a modifier flag). May
-  /// return before anybody has seen it.
-  virtual void typeKey(int64_t keyCode) = 0;
-  virtual void holdModifier(uint64_t flag, bool down) = 0;
 };
 
 /// A kind of desktop, by name.
@@ -76,7 +68,6 @@ class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
   AccessibilityPlatform& accessibility() { return *platform_.accessibility; }
   Workspace& workspace() { return *platform_.workspace; }
   Screens& screens() { return *platform_.screens; }
-  InputPlatform& input() { return *platform_.input; }
 
   ElementRef application() const { return application_; }
   ElementRef window() const { return window_; }
@@ -121,9 +112,6 @@ class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
       element = elementOf(element, "AXParent");
     }
     return false;
-  }
-  void waitUntil(const std::function<bool()>& condition) {
-    ASSERT_TRUE(desktop_->waitUntil(condition)) << "what the case waits for never came";
   }
 
  private:

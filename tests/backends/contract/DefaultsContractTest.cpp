@@ -2,10 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,6 +9,7 @@
 #include "backends/linux/system/SystemQueues.h"
 #include "backends/recorded/RecordedDefaults.h"
 #include "backends/recorded/VirtualQueues.h"
+#include "support/TemporaryFolder.h"
 
 namespace jumplark {
 namespace {
@@ -25,18 +22,10 @@ struct InMemory {
   void settle() { queues.runPending(); }
 };
 
-struct TemporaryFolder {
-  std::string path = (std::filesystem::temp_directory_path() / "jumplark-test-XXXXXX").string();
-  TemporaryFolder() { EXPECT_TRUE(::mkdtemp(path.data())); }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder() { std::filesystem::remove_all(path); }
-};
-
 struct InFile {
-  TemporaryFolder folder;
+  testing::TemporaryFolder folder;
   SystemQueues queues;
-  DefaultsFile defaults{queues, folder.path + "/jumplark/defaults.json"};
+  DefaultsFile defaults{queues, folder / "jumplark/defaults.json"};
   void settle() { queues.drainMainQueue(); }
 };
 

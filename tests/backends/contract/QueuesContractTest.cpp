@@ -1,42 +1,194 @@
-#include "backends/contract/QueuesContract.h"
-#include "backends/contract/TimersContract.h"
-#include "backends/linux/system/SystemQueues.h"
-#include "backends/recorded/VirtualQueues.h"
+#include "backends/contract/QueuesFixture.h"
 
 namespace jumplark::contract {
 namespace {
 
-class VirtualHarness {
- public:
-  Queues& queues() { return queues_; }
-  bool waitUntil(const std::function<bool()>& condition) { return queues_.advanceUntil(condition, 1h); }
+/// Tasks, waits and the ends of queues.
+template <typename Harness>
+class QueuesContract : public QueuesFixture<Harness> {};
 
- private:
-  VirtualQueues queues_;
-};
+TYPED_TEST_SUITE(QueuesContract, Harnesses);
 
-class SystemHarness {
- public:
-  Queues& queues() { return queues_; }
-  bool waitUntil(const std::function<bool()>& condition) {
-    const Duration end = queues_.monotonicNow() + 30s;
-    while (!condition() && queues_.monotonicNow() < end) {
-      // A condition that another thread makes true does not wake this one: look again after a moment.
-      bool lookAgain = false;
-      queues_.mainQueue().postAfter(1ms, [&] { lookAgain = true; });
-      queues_.runMainQueueUntil([&] { return lookAgain; });
+TYPED_TEST(QueuesContract, RunsDelayedTasksByDueTimeThenByPosting) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    Log log;
+    // Posted in one go by a task, so that none of them is due before all are there.
+    queue.post([&] {
+      queue.postAfter(300ms, log.adding("late"));
+      queue.postAfter(20ms, log.adding("early"));
+      queue.postAfter(0ms, log.adding("first"));
+      queue.post(log.adding("second"));
+      queue.postAfter(-5ms, log.adding("third"));
+      log.add("posted");
+    });
+    this->waitUntil([&] { return log.size() == 6; });
+    EXPECT_EQ(log.entries().front(), "posted");
+    EXPECT_EQ(log.entries()[4], "early");
+    EXPECT_EQ(log.entries()[5], "late");
+    EXPECT_THAT(log.entries(), ::testing::IsSupersetOf({"first", "second", "third"}));
+  });
+}
+
+TYPED_TEST(QueuesContract, NeverRunsADelayedTaskEarly) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    const Duration posted = this->queues().monotonicNow();
+    std::atomic<Duration::rep> ran{0};
+    queue.postAfter(15ms, [&] { ran = this->queues().monotonicNow().count(); });
+    this->waitUntil([&] { return ran != 0; });
+    EXPECT_GE(Duration(ran) - posted, 15ms);
+  });
+}
+
+TYPED_TEST(QueuesContract, RunsWhatATaskPostsAfterTheTasksThatWait) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    Log log;
+    queue.post([&] {
+      queue.post([&] {
+        log.add("outer");
+        queue.post(log.adding("inner"));
+        log.add("outer ends");
+      });
+      queue.post(log.adding("waiting"));
+    });
+    this->waitUntil([&] { return log.size() == 4; });
+    EXPECT_THAT(log.entries(), ::testing::ElementsAre("outer", "outer ends", "waiting", "inner"));
+  });
+}
+
+TYPED_TEST(QueuesContract, KnowsWhichQueueIsCurrent) {
+  this->onEachQueue([&](TaskQueue& queue) {
+    const auto other = this->queues().makeSerialQueue("other");
+    this->runOn(queue, [&] {
+      EXPECT_TRUE(queue.isCurrent());
+      EXPECT_FALSE(other->isCurrent());
+    });
+    this->runOn(*other, [&] {
+      EXPECT_FALSE(queue.isCurrent());
+      EXPECT_TRUE(other->isCurrent());
+    });
+  });
+}
+
+TYPED_TEST(QueuesContract, OtherQueuesRunWhileOneSleeps) {
+  const auto sleeper = this->queues().makeSerialQueue("sleeper");
+  const auto other = this->queues().makeSerialQueue("other");
+  Log log;
+  sleeper->post([&] {
+    log.add("falls asleep");
+    other->postAfter(5ms, log.adding("other"));
+    while (log.size() < 2) {
+      this->queues().sleep(10ms);
     }
-    return condition();
+    log.add("wakes");
+  });
+  sleeper->post(log.adding("next"));
+  this->waitUntil([&] { return log.size() == 4; });
+  EXPECT_THAT(log.entries(), ::testing::ElementsAre("falls asleep", "other", "wakes", "next"));
+}
+
+TYPED_TEST(QueuesContract, AWaitEndsWhileALaterOneGoesOn) {
+  const auto first = this->queues().makeSerialQueue("first");
+  const auto second = this->queues().makeSerialQueue("second");
+  const auto started = this->queues().makeCompletion();
+  const auto ended = this->queues().makeCompletion();
+  Log log;
+  first->post([&] {
+    log.add(started->wait(1h) ? "second waits" : "second never started");
+    this->queues().sleep(5ms);
+    log.add("first ends");
+    ended->signal();
+  });
+  second->post([&] {
+    started->signal();
+    log.add(ended->wait(1h) ? "second ends" : "second timed out");
+  });
+  this->waitUntil([&] { return log.size() == 3; });
+  EXPECT_THAT(log.entries(), ::testing::ElementsAre("second waits", "first ends", "second ends"));
+}
+
+TYPED_TEST(QueuesContract, ACompletionEndsTheWaitOfAnotherQueue) {
+  const auto waiter = this->queues().makeSerialQueue("waiter");
+  const auto completion = this->queues().makeCompletion();
+  Log log;
+  waiter->post([&] { log.add(completion->wait(1h) ? "signalled" : "timed out"); });
+  this->queues().highPriorityQueue().postAfter(5ms, [&] {
+    log.add("signals");
+    completion->signal();
+    completion->signal();
+  });
+  this->waitUntil([&] { return log.size() == 2; });
+  EXPECT_THAT(log.entries(), ::testing::ElementsAre("signals", "signalled"));
+  EXPECT_TRUE(completion->wait(0ms));
+  EXPECT_TRUE(completion->wait(Duration::max()));
+}
+
+TYPED_TEST(QueuesContract, AWaitThatNobodyEndsTimesOut) {
+  const auto completion = this->queues().makeCompletion();
+  const Duration start = this->queues().monotonicNow();
+  EXPECT_FALSE(completion->wait(10ms));
+  EXPECT_GE(this->queues().monotonicNow() - start, 10ms);
+  EXPECT_FALSE(completion->wait(0ms));
+  EXPECT_FALSE(completion->wait(-1ms));
+}
+
+TYPED_TEST(QueuesContract, SeveralWaitersAreAllReleased) {
+  const auto completion = this->queues().makeCompletion();
+  std::vector<std::shared_ptr<TaskQueue>> waiters;
+  std::atomic<int> released{0};
+  for (int i = 0; i < 4; ++i) {
+    waiters.push_back(this->queues().makeSerialQueue("waiter"));
+    waiters.back()->post([&] { released += completion->wait(1h) ? 1 : 0; });
   }
+  this->queues().mainQueue().postAfter(5ms, [&] { completion->signal(); });
+  this->waitUntil([&] { return released == 4; });
+}
 
- private:
-  SystemQueues queues_;
-};
+TYPED_TEST(QueuesContract, DestroyingASerialQueueDropsWhatHasNotStartedAndWaitsForWhatRuns) {
+  auto queue = this->queues().makeSerialQueue("short-lived");
+  Log log;
+  std::atomic<bool> started{false};
+  const auto held = std::make_shared<int>(0);
+  queue->post([&] {
+    started = true;
+    this->queues().sleep(30ms);
+    log.add("ran");
+  });
+  queue->post([&log, held] { log.add("dropped"); });
+  queue->postAfter(1ms, [&log, held] { log.add("dropped too"); });
+  this->waitUntil([&] { return started.load(); });
+  queue.reset();
+  EXPECT_THAT(log.entries(), ::testing::ElementsAre("ran"));
+  EXPECT_EQ(held.use_count(), 1);
+  this->letPass(20ms);
+  EXPECT_EQ(log.size(), 1U);
+}
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, QueuesContract, VirtualHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(System, QueuesContract, SystemHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, TimersContract, VirtualHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(System, TimersContract, SystemHarness);
+TYPED_TEST(QueuesContract, ASerialQueueMayBeDestroyedByItsOwnTask) {
+  auto queue = this->queues().makeSerialQueue("short-lived");
+  Log log;
+  queue->post([&] {
+    queue->post(log.adding("dropped"));
+    queue.reset();
+    log.add("ran");
+  });
+  this->waitUntil([&] { return log.size() == 1; });
+  this->letPass(10ms);
+  EXPECT_THAT(log.entries(), ::testing::ElementsAre("ran"));
+}
+
+/// Uses about 4 kB of stack a level.
+inline int descend(int levels) {
+  volatile char frame[4096];
+  frame[0] = static_cast<char>(levels);
+  return levels == 0 ? 0 : descend(levels - 1) + (frame[0] == static_cast<char>(levels) ? 1 : 0);
+}
+
+TYPED_TEST(QueuesContract, TheHighPriorityQueueHasRoomForDeepRecursion) {
+  constexpr int kLevels = 30'000;
+  std::atomic<int> reached{0};
+  this->queues().highPriorityQueue().post([&] { reached = descend(kLevels); });
+  this->waitUntil([&] { return reached == kLevels; });
+}
 
 }  // namespace
 }  // namespace jumplark::contract

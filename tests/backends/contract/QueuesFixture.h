@@ -12,19 +12,45 @@
 #include <utility>
 #include <vector>
 
+#include "backends/linux/system/SystemQueues.h"
+#include "backends/recorded/VirtualQueues.h"
 #include "platform/Queues.h"
 
-/// What every kind of queues promises. A backend instantiates both suites with a harness of its own:
-///
-///     INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, QueuesContract, VirtualHarness);
-///     INSTANTIATE_TYPED_TEST_SUITE_P(Virtual, TimersContract, VirtualHarness);
-///
-/// A harness has `Queues& queues()` and `bool waitUntil(condition)`, which lets time pass and the main queue run until
-/// the condition holds, and gives up (false) when that takes absurdly long. No case measures how long something takes;
-/// to see that something does not happen, a case waits for something that is due later.
+/// What every kind of queues promises. No case measures how long something takes; to see that something does not
+/// happen, a case waits for something that is due later.
 namespace jumplark::contract {
 
 using namespace std::chrono_literals;
+
+/// A harness lets time pass and the main queue run until a condition holds, and gives up when that takes absurdly long.
+class VirtualHarness {
+ public:
+  Queues& queues() { return queues_; }
+  bool waitUntil(const std::function<bool()>& condition) { return queues_.advanceUntil(condition, 1h); }
+
+ private:
+  VirtualQueues queues_;
+};
+
+class SystemHarness {
+ public:
+  Queues& queues() { return queues_; }
+  bool waitUntil(const std::function<bool()>& condition) {
+    const Duration end = queues_.monotonicNow() + 30s;
+    while (!condition() && queues_.monotonicNow() < end) {
+      // A condition that another thread makes true does not wake this one: look again after a moment.
+      bool lookAgain = false;
+      queues_.mainQueue().postAfter(1ms, [&] { lookAgain = true; });
+      queues_.runMainQueueUntil([&] { return lookAgain; });
+    }
+    return condition();
+  }
+
+ private:
+  SystemQueues queues_;
+};
+
+using Harnesses = ::testing::Types<VirtualHarness, SystemHarness>;
 
 /// What happened, in order; written by any thread.
 class Log {

@@ -1,5 +1,4 @@
 #include "backends/contract/DesktopContractCases.h"
-#include "backends/contract/InputContractCases.h"
 #include "backends/recorded/RecordedPlatform.h"
 
 namespace jumplark::contract {
@@ -35,14 +34,6 @@ class RecordedContractDesktop : public ContractDesktop {
   int32_t targetPid() override { return 501; }
   std::string buttonTitle() override { return "Save"; }
   int32_t absentPid() override { return 99; }
-  bool waitUntil(const std::function<bool()>& condition) override {
-    return recorded_->queues().advanceUntil(condition, std::chrono::minutes(1));
-  }
-  void typeKey(int64_t keyCode) override {
-    recorded_->input().injectKey(event_type::keyDown, keyCode);
-    recorded_->input().injectKey(event_type::keyUp, keyCode);
-  }
-  void holdModifier(uint64_t flag, bool down) override { recorded_->input().injectFlags(down ? flag : 0); }
 
  private:
   std::unique_ptr<RecordedPlatform> recorded_ = RecordedPlatform::fromText(kDesktop);

@@ -1,26 +1,15 @@
-#pragma once
-
 #include "backends/contract/QueuesFixture.h"
 
 namespace jumplark::contract {
+namespace {
 
 /// Repeating timers.
 template <typename Harness>
 class TimersContract : public QueuesFixture<Harness> {};
 
-TYPED_TEST_SUITE_P(TimersContract);
+TYPED_TEST_SUITE(TimersContract, Harnesses);
 
-TYPED_TEST_P(TimersContract, ATimerIsMadeSuspended) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    Log log;
-    const auto timer = this->queues().makeRepeatingTimer(queue, 1ms, 1ms, 0ms, log.adding("tick"));
-    this->letPass(20ms);
-    this->runOn(queue, [] {});
-    EXPECT_EQ(log.size(), 0U);
-  });
-}
-
-TYPED_TEST_P(TimersContract, ATimerCallsAtItsStartAndThenAtEveryInterval) {
+TYPED_TEST(TimersContract, ATimerCallsAtItsStartAndThenAtEveryInterval) {
   this->onEachQueue([&](TaskQueue& queue) {
     std::mutex mutex;
     std::vector<Duration> ticks;
@@ -42,16 +31,7 @@ TYPED_TEST_P(TimersContract, ATimerCallsAtItsStartAndThenAtEveryInterval) {
   });
 }
 
-TYPED_TEST_P(TimersContract, ATimerOfZeroStartCallsAtOnce) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    std::atomic<int> ticks{0};
-    const auto timer = this->queues().makeRepeatingTimer(queue, 0ms, 24h, 0ms, [&] { ++ticks; });
-    timer->resume();
-    this->waitUntil([&] { return ticks == 1; });
-  });
-}
-
-TYPED_TEST_P(TimersContract, TicksThatWereMissedAreNotMadeUpFor) {
+TYPED_TEST(TimersContract, TicksThatWereMissedAreNotMadeUpFor) {
   const auto queue = this->queues().makeSerialQueue("timer");
   std::atomic<int> ticks{0};
   const auto timer = this->queues().makeRepeatingTimer(*queue, 1ms, 50ms, 0ms, [&] {
@@ -66,10 +46,13 @@ TYPED_TEST_P(TimersContract, TicksThatWereMissedAreNotMadeUpFor) {
   EXPECT_GE(this->queues().monotonicNow() - start, 551ms);
 }
 
-TYPED_TEST_P(TimersContract, ASuspendedTimerStaysSilentAndStartsAfresh) {
+TYPED_TEST(TimersContract, ATimerIsMadeSuspendedAndASuspendedOneStaysSilentAndStartsAfresh) {
   this->onEachQueue([&](TaskQueue& queue) {
     std::atomic<int> ticks{0};
     const auto timer = this->queues().makeRepeatingTimer(queue, 2ms, 2ms, 0ms, [&] { ++ticks; });
+    this->letPass(20ms);
+    this->runOn(queue, [] {});
+    EXPECT_EQ(ticks, 0);
     timer->resume();
     this->waitUntil([&] { return ticks >= 2; });
     timer->suspend();
@@ -82,7 +65,7 @@ TYPED_TEST_P(TimersContract, ASuspendedTimerStaysSilentAndStartsAfresh) {
   });
 }
 
-TYPED_TEST_P(TimersContract, ADestroyedTimerCallsNoMore) {
+TYPED_TEST(TimersContract, ADestroyedTimerCallsNoMore) {
   this->onEachQueue([&](TaskQueue& queue) {
     std::atomic<int> ticks{0};
     auto timer = this->queues().makeRepeatingTimer(queue, 2ms, 2ms, 0ms, [&] { ++ticks; });
@@ -96,7 +79,7 @@ TYPED_TEST_P(TimersContract, ADestroyedTimerCallsNoMore) {
   });
 }
 
-TYPED_TEST_P(TimersContract, DestroyingATimerWaitsForItsRunningCallAndFreesWhatItHeld) {
+TYPED_TEST(TimersContract, DestroyingATimerWaitsForItsRunningCallAndFreesWhatItHeld) {
   const auto queue = this->queues().makeSerialQueue("timer");
   std::atomic<bool> started{false};
   std::atomic<bool> ended{false};
@@ -114,7 +97,7 @@ TYPED_TEST_P(TimersContract, DestroyingATimerWaitsForItsRunningCallAndFreesWhatI
   EXPECT_EQ(held.use_count(), 1);
 }
 
-TYPED_TEST_P(TimersContract, ATimerMayBeDestroyedByItsOwnCall) {
+TYPED_TEST(TimersContract, ATimerMayBeDestroyedByItsOwnCall) {
   this->onEachQueue([&](TaskQueue& queue) {
     std::atomic<int> ticks{0};
     std::unique_ptr<RepeatingTimer> timer;
@@ -135,7 +118,7 @@ TYPED_TEST_P(TimersContract, ATimerMayBeDestroyedByItsOwnCall) {
   });
 }
 
-TYPED_TEST_P(TimersContract, ATimerMayOutliveItsQueue) {
+TYPED_TEST(TimersContract, ATimerMayOutliveItsQueue) {
   auto queue = this->queues().makeSerialQueue("short-lived");
   std::atomic<int> ticks{0};
   const auto timer = this->queues().makeRepeatingTimer(*queue, 1ms, 1ms, 0ms, [&] { ++ticks; });
@@ -149,10 +132,5 @@ TYPED_TEST_P(TimersContract, ATimerMayOutliveItsQueue) {
   EXPECT_EQ(ticks, atEnd);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(TimersContract, ATimerIsMadeSuspended, ATimerCallsAtItsStartAndThenAtEveryInterval,
-                            ATimerOfZeroStartCallsAtOnce, TicksThatWereMissedAreNotMadeUpFor,
-                            ASuspendedTimerStaysSilentAndStartsAfresh, ADestroyedTimerCallsNoMore,
-                            DestroyingATimerWaitsForItsRunningCallAndFreesWhatItHeld, ATimerMayBeDestroyedByItsOwnCall,
-                            ATimerMayOutliveItsQueue);
-
+}  // namespace
 }  // namespace jumplark::contract
