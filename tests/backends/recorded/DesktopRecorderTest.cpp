@@ -3,16 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
 
 #include "backends/recorded/RecordedPlatform.h"
 #include "backends/recorded/RecordedValues.h"
+#include "support/TemporaryFolder.h"
 
 namespace jumplark {
 namespace {
@@ -191,18 +189,6 @@ TEST(DesktopRecorder, AFieldWhoseKindWasNotReadIsAskedBeforeItsValueIsWritten) {
   EXPECT_THAT(text, HasSubstr("public"));
 }
 
-TEST(DesktopRecorder, ReferencesThatWereOnlySeenAreInTheFile) {
-  const auto live = RecordedPlatform::fromText(kDesktop);
-  DesktopRecorder recorder(live->platform());
-  auto& ax = *recorder.platform().accessibility;
-  ax.copyAttributeValue(live->accessibility().element("w"), "AXChildren");
-  const RecordedDesktop loaded = RecordedDesktop::fromText(recorder.text(), "recording");
-  for (const char* id : {"web", "gone", "slow", "secret"}) {
-    EXPECT_NE(loaded.elements.find(std::string_view(id)), nullptr) << id;
-  }
-  EXPECT_EQ(loaded.elements.find(std::string_view("found")), nullptr) << "nobody saw it";
-}
-
 TEST(DesktopRecorder, ListsKeepTheirLengthAndOrderHoweverTheyWereRead) {
   const auto live = RecordedPlatform::fromText(R"({"elements": {"e": {"attributes": {
       "Sliced":[0,1,2,3,4,5,6], "Counted":[1,2,3], "Whole":[1,2]}}}})");
@@ -237,19 +223,17 @@ TEST(DesktopRecorder, WritesTextsThatAreNotWellFormed) {
 }
 
 TEST(DesktopRecorder, ReplacesAFileOnlyWhenAllIsWritten) {
-  const auto folder = std::filesystem::temp_directory_path() / ("jumplark-recorder-" + std::to_string(::getpid()));
-  std::filesystem::create_directory(folder);
+  const testing::TemporaryFolder folder;
   const std::string path = folder / "desktop.json";
   const auto live = RecordedPlatform::fromText(kDesktop);
   DesktopRecorder recorder(live->platform());
   recorder.save(path);
   recorder.save(path);
   EXPECT_EQ(RecordedDesktop::fromFile(path).applications.size(), 3U);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1) << "nothing unfinished is left";
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1) << "nothing unfinished is left";
   EXPECT_EQ(std::filesystem::status(path).permissions(),
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
-  EXPECT_THROW(recorder.save(folder / "missing" / "desktop.json"), std::system_error);
-  std::filesystem::remove_all(folder);
+  EXPECT_THROW(recorder.save(folder / "missing/desktop.json"), std::system_error);
 }
 
 TEST(RecordedValues, WhatIsWrittenIsReadBack) {

@@ -178,22 +178,6 @@ TEST_F(RecordedAccessibilityTest, ASlowReadTakesItsTimeAndTooSlowAOneTimesOut) {
   EXPECT_EQ(now() - start, 100ms) << "other elements are not slow";
 }
 
-TEST_F(RecordedAccessibilityTest, OtherQueuesRunWhileAReadIsSlow) {
-  ax().setDelay("orphan", 400);
-  std::vector<std::string> log;
-  recorded_->queues().highPriorityQueue().post([&] {
-    EXPECT_TRUE(ax().copyAttributeValue(ref("orphan"), "AXTitle").ok());
-    log.emplace_back("read");
-  });
-  recorded_->queues().mainQueue().postAfter(100ms, [&] {
-    log.emplace_back("main");
-    ax().removeAttribute("orphan", "AXTitle");
-    ax().setAttribute("orphan", "AXTitle", "changed meanwhile");
-  });
-  recorded_->queues().advance(1s);
-  EXPECT_THAT(log, ElementsAre("main", "read"));
-}
-
 TEST_F(RecordedAccessibilityTest, EveryReadOfAnElementWithAnErrorFailsWithIt) {
   const ElementRef broken = ref("broken");
   EXPECT_EQ(ax().copyAttributeNames(broken).error, AccessibilityError::failure);
@@ -205,31 +189,6 @@ TEST_F(RecordedAccessibilityTest, EveryReadOfAnElementWithAnErrorFailsWithIt) {
   ax().removeElement("broken");
   EXPECT_EQ(ax().copyAttributeValue(broken, "AXSize").error, AccessibilityError::invalidElement);
   EXPECT_EQ(ax().copyAttributeValue(ElementRef(), "AXSize").error, AccessibilityError::invalidElement);
-}
-
-TEST_F(RecordedAccessibilityTest, WritesAndActionsAreNotedAndWritesTakeEffect) {
-  std::vector<std::string> told;
-  ax().setOperationHandler([&](const RecordedOperation& operation) {
-    told.push_back(operation.name);
-    EXPECT_TRUE(ax().copyAttributeNames(operation.element).ok());  // may come back here
-  });
-  EXPECT_EQ(ax().setAttributeValue(ref("orphan"), "AXTitle", "new"), AccessibilityError::success);
-  EXPECT_EQ(ax().setAttributeValue(ref("orphan"), "AXFocused", true), AccessibilityError::attributeUnsupported);
-  EXPECT_EQ(ax().performAction(ref("orphan"), "AXPress"), AccessibilityError::success);
-  EXPECT_EQ(ax().performAction(ref("orphan"), "AXRaise"), AccessibilityError::actionUnsupported);
-  EXPECT_EQ(ax().copyAttributeValue(ref("orphan"), "AXTitle").value, AttributeValue("new"));
-  EXPECT_THAT(told, ElementsAre("AXTitle", "AXFocused", "AXPress", "AXRaise"));
-  const auto operations = ax().operations();
-  ASSERT_EQ(operations.size(), 4U);
-  EXPECT_EQ(operations[1].result, AccessibilityError::attributeUnsupported);
-  EXPECT_EQ(operations[1].value, AttributeValue(true));
-  EXPECT_TRUE(operations[2].isAction);
-}
-
-TEST_F(RecordedAccessibilityTest, AnUnknownFrontmostProcessMeansNoApplication) {
-  EXPECT_EQ(recorded_->workspace().frontmostApplication()->pid, 1);
-  recorded_->workspace().setFrontmost(77);
-  EXPECT_FALSE(recorded_->workspace().frontmostApplication());
 }
 
 TEST(RecordedWorkspace, TheDockIsTheApplicationThatTheRecordingNames) {

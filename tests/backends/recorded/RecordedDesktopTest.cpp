@@ -54,33 +54,6 @@ const char* const kWhole = R"({ "screens": [[0,0,1440,900],[1440,0,800,600]], "p
                         "actions": ["AXPress"] },
                 "e2": { "error": -25202, "delay_ms": 12.5 } } })";
 
-TEST(RecordedDesktop, HoldsEverythingThatTheFileSays) {
-  const RecordedDesktop desktop = load(kWhole);
-  EXPECT_THAT(desktop.screens, ElementsAre(Rect{0, 0, 1440, 900}, Rect{1440, 0, 800, 600}));
-  EXPECT_EQ(desktop.pointer, (Point{700, 450.5}));
-  EXPECT_EQ(desktop.frontmost, 501);
-  ASSERT_EQ(desktop.applications.size(), 2U);
-  EXPECT_EQ(desktop.applications[0].bundleIdentifier, "org.example.editor");
-  EXPECT_EQ(desktop.applications[0].name, "Editor");
-  EXPECT_EQ(desktop.applications[0].element.text(), "e1");
-  EXPECT_FALSE(desktop.applications[1].element);
-  EXPECT_EQ(desktop.dockBundleIdentifier, "org.example.panel");
-  ASSERT_EQ(desktop.hits.size(), 2U);
-  EXPECT_EQ(desktop.hits[0].y, 2.5F);
-  EXPECT_EQ(desktop.hits[0].element.hash(), fnv1a64("e2"));
-  EXPECT_FALSE(desktop.hits[1].element);
-  const RecordedElement* first = desktop.elements.find(std::string_view("e1"));
-  const RecordedElement* second = desktop.elements.find(std::string_view("e2"));
-  ASSERT_TRUE(first && second);
-  EXPECT_EQ(*desktop.elements.attribute(*first, "AXChildren"), AttributeValue::List{second->ref});
-  EXPECT_TRUE(desktop.elements.attribute(*first, "AXHelp")->isNone());
-  EXPECT_EQ(desktop.elements.attribute(*first, "AXTitle"), nullptr);
-  EXPECT_THAT(first->actions, ElementsAre("AXPress"));
-  EXPECT_EQ(second->error, AccessibilityError::invalidElement);
-  EXPECT_EQ(second->delayMilliseconds, 12.5);
-  EXPECT_THAT(desktop.warnings, IsEmpty());
-}
-
 TEST(RecordedDesktop, ReadsEveryKindOfValue) {
   const struct {
     const char* json;

@@ -28,18 +28,6 @@ class VirtualQueuesTest : public ::testing::Test {
   VirtualQueues queues_;
 };
 
-TEST_F(VirtualQueuesTest, NothingRunsUntilTimePasses) {
-  queues_.mainQueue().post(logging("main"));
-  queues_.highPriorityQueue().postAfter(10ms, logging("high"));
-  EXPECT_THAT(log_, IsEmpty());
-  queues_.runPending();
-  EXPECT_THAT(log_, ElementsAre("main@0"));
-  queues_.advance(9ms);
-  EXPECT_EQ(log_.size(), 1U);
-  queues_.advance(1ms);
-  EXPECT_THAT(log_, ElementsAre("main@0", "high@10"));
-}
-
 TEST_F(VirtualQueuesTest, AllQueuesTogetherRunByDueTimeThenByPosting) {
   const auto serial = queues_.makeSerialQueue("serial");
   serial->postAfter(20ms, logging("a"));
@@ -113,17 +101,6 @@ TEST_F(VirtualQueuesTest, AnExceptionOfATaskComesOutWhereTimePasses) {
   EXPECT_EQ(log_.size(), 2U) << "the queues go on";
 }
 
-TEST_F(VirtualQueuesTest, StopsAsSoonAsTheConditionHolds) {
-  int ticks = 0;
-  const auto timer = queues_.makeRepeatingTimer(queues_.mainQueue(), 10ms, 10ms, 0ms, [&] { ++ticks; });
-  timer->resume();
-  EXPECT_TRUE(queues_.advanceUntil([&] { return ticks == 3; }, 1s));
-  EXPECT_EQ(queues_.monotonicNow(), 30ms);
-  EXPECT_FALSE(queues_.advanceUntil([&] { return ticks == 1000; }, 100ms));
-  EXPECT_EQ(queues_.monotonicNow(), 130ms);
-  EXPECT_EQ(ticks, 13);
-}
-
 TEST_F(VirtualQueuesTest, ALateTickDoesNotShiftLaterOnes) {
   const auto queue = queues_.makeSerialQueue("timer");
   const auto timer = queues_.makeRepeatingTimer(*queue, 10ms, 10ms, 0ms, [&] {
@@ -133,13 +110,6 @@ TEST_F(VirtualQueuesTest, ALateTickDoesNotShiftLaterOnes) {
   timer->resume();
   queues_.advance(60ms);
   EXPECT_THAT(log_, ElementsAre("tick@10", "tick@40", "tick@50", "tick@60"));
-}
-
-TEST_F(VirtualQueuesTest, TheWallClockGoesWithTheTimeThatItWasSetTo) {
-  queues_.setWallClock(1000s);
-  queues_.advance(5s);
-  EXPECT_EQ(queues_.wallClockNow(), 1005s);
-  EXPECT_EQ(queues_.monotonicNow(), 5s);
 }
 
 TEST(VirtualQueues, ClosingEndsWaitsAndDropsTheRest) {
@@ -191,6 +161,27 @@ TEST(RecordedInput, OnlyAnActiveTapSwallowsAndOnlyTheKeysThatItNamed) {
   EXPECT_TRUE(passes(key_code::returnKey));
 }
 
+TEST(RecordedInput, ATapSeesWhatItsMaskNamesWhileItIsEnabled) {
+  const auto recorded = RecordedPlatform::fromText("{}");
+  EventTapConfiguration configuration;
+  configuration.mask = 1U << event_type::keyUp;
+  std::vector<int64_t> seen;
+  const auto tap = recorded->input().createEventTap(configuration, [&](uint32_t, const InputEvent& event) {
+    seen.push_back(event.keyCode);
+    return true;
+  });
+  const std::pair<bool, int64_t> strokes[] = {
+      {false, key_code::escape}, {true, key_code::tab}, {false, key_code::space}};
+  EXPECT_FALSE(tap->isEnabled());
+  for (const auto& [enabled, key] : strokes) {
+    tap->setEnabled(enabled);
+    recorded->input().injectKey(event_type::keyDown, key);
+    recorded->input().injectKey(event_type::keyUp, key);
+    recorded->input().injectFlags(modifier_flag::shift);
+  }
+  EXPECT_THAT(seen, ElementsAre(key_code::tab));
+}
+
 TEST(RecordedInput, DestroyingATapWaitsForItsRunningCall) {
   const auto recorded = RecordedPlatform::fromText("{}");
   EventTapConfiguration configuration;
@@ -228,25 +219,6 @@ TEST(RecordedInput, ATapMayEndItselfInItsCall) {
   recorded->input().injectKey(event_type::keyDown, key_code::tab);
   recorded->input().injectKey(event_type::keyDown, key_code::tab);
   EXPECT_EQ(calls, 1);
-}
-
-TEST(RecordedScreens, ObserversHearOfChangesUntilTheirTokenEnds) {
-  const auto recorded = RecordedPlatform::fromText(R"({"screens": [[0,0,100,100]]})");
-  int changes = 0;
-  Token token = recorded->screens().onFramesChanged([&] {
-    ++changes;
-    EXPECT_TRUE(recorded->queues().mainQueue().isCurrent());
-  });
-  recorded->screens().setFrames({{0, 0, 100, 100}});
-  recorded->queues().runPending();
-  EXPECT_EQ(changes, 0) << "nothing differs";
-  recorded->screens().setFrames({{0, 0, 200, 100}});
-  recorded->queues().runPending();
-  EXPECT_EQ(changes, 1);
-  recorded->screens().setFrames({});
-  token.reset();
-  recorded->queues().runPending();
-  EXPECT_EQ(changes, 1) << "a notice under way is dropped";
 }
 
 }  // namespace
