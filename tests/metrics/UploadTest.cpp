@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <atomic>
 #include <csignal>
@@ -51,11 +50,8 @@ TEST_F(UploadTest, WhatARunReportsArrivesSignedInTheNext) {
   const TestServer server(TestServer::answering(202));
   Program first = start(server.address());
   end(first);
-  struct stat status {};
-  ASSERT_EQ(::stat(path_.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0600U);
-  ASSERT_EQ(::stat(path_.parent_path().c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+  EXPECT_EQ(modeOf(path_), 0600U);
+  EXPECT_EQ(modeOf(path_.parent_path()), 0700U);
   const json left = kept();
   ASSERT_EQ(left["events"].size(), 1U);
   EXPECT_EQ(server.requests().size(), 0U) << "nothing goes out before its time";

@@ -12,12 +12,12 @@
 namespace jumplark {
 namespace {
 
-using testing::AllOf;
-using testing::Eq;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
-using testing::SizeIs;
+using ::testing::AllOf;
+using ::testing::Eq;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
 
 namespace fs = std::filesystem;
 
@@ -71,9 +71,7 @@ TEST_F(CrashFolderTest, IsClosedToOthersOrNotUsed) {
   std::string problem;
   ::chmod(crashes().c_str(), 0755);
   EXPECT_TRUE(CrashFolder(crashes()).open(problem));
-  struct stat status {};
-  ::stat(crashes().c_str(), &status);
-  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+  EXPECT_EQ(modeOf(crashes()), 0700U);
 
   fs::create_directory_symlink(crashes(), folder_ / "link");
   write(folder_ / "file", "");
@@ -95,7 +93,7 @@ TEST(ReportReader, MakesLinesForPeopleOfWhateverThereIs) {
   const std::string page(400, 'a');
   const struct {
     std::string raw;
-    testing::Matcher<std::string> expected;
+    ::testing::Matcher<std::string> expected;
   } cases[] = {
       {"", Eq("\nThe report breaks off here.\n")},
       {"Time: 1795272843\nEnd\n", Eq("Time: 2026-11-21 14:54:03 UTC\n")},

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
@@ -12,10 +11,10 @@ namespace jumplark {
 namespace {
 
 using desktop::waitUntil;
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
 
 class Crash : public SystemFixture {
  protected:
@@ -70,9 +69,7 @@ TEST_F(Crash, LeavesAReportThatNamesTheFunctionAndEndsByItsSignal) {
     EXPECT_EQ(crash(way)->wait(), 128 + signal);
     const auto raw = rawReports();
     ASSERT_EQ(raw.size(), 1U);
-    struct stat status {};
-    ASSERT_EQ(::stat(raw[0].c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    EXPECT_EQ(modeOf(raw[0]), 0600U);
     const std::string text = read(raw[0]) + reports();
     EXPECT_THAT(text,
                 AllOf(HasSubstr("Program: Crashing 1.0"), Not(HasSubstr("planted")), Not(HasSubstr("breaks off"))));

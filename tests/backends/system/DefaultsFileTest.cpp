@@ -28,10 +28,6 @@ class DefaultsFileTest : public SystemFixture {
     json object = json::parse(read(path_), nullptr, false);
     return object.is_object() ? object : json::object();
   }
-  static unsigned modeOf(const std::filesystem::path& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
-  }
   std::vector<std::string> filesBeside() {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(path_.parent_path())) {

@@ -223,9 +223,7 @@ TEST_F(InstanceChannelTest, LivesOnlyInAFolderOfTheUsersOwn) {
   EXPECT_EQ(environmentPlace("relative").socket.parent_path(), own);
   ::chmod(runtime().c_str(), 0755);
   EXPECT_EQ(environmentPlace(runtime()).socket.parent_path(), own) << "others can reach the runtime folder";
-  struct stat status {};
-  ASSERT_EQ(::stat(own.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+  EXPECT_EQ(modeOf(own), 0700U);
 
   std::filesystem::remove(own);
   std::filesystem::create_directory_symlink(folder_, own);

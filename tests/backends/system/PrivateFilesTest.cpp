@@ -1,10 +1,7 @@
 #include "backends/linux/system/PrivateFiles.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-
-#include <csignal>
 
 #include "backends/linux/system/LinuxFacts.h"
 #include "backends/system/SystemFixture.h"
@@ -14,11 +11,6 @@ namespace {
 
 class PrivateFilesTest : public SystemFixture {
  protected:
-  static unsigned modeOf(const std::filesystem::path& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
-  }
-
   std::filesystem::path own_ = folder_ / "data" / "jumplark";
   std::string path_ = (own_ / "Metrics.dat").string();
   PrivateFiles files_{own_};
@@ -60,38 +52,6 @@ TEST_F(PrivateFilesTest, SaysWhatIsInTheWay) {
   EXPECT_EQ(files_.replace(path_, "x"), "");
   std::filesystem::resize_file(path_, (16U << 20U) + 1);
   EXPECT_EQ(files_.read(path_).problem, "it is larger than 16 MiB");
-}
-
-TEST_F(PrivateFilesTest, ADiskThatIsFullKeepsTheOldFileWhole) {
-  files_.applicationSupportDirectory();
-  ASSERT_EQ(files_.replace(path_, "old"), "");
-  rlimit before{};
-  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-  const rlimit none{16, before.rlim_max};
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &none), 0);
-  const std::string problem = files_.replace(path_, std::string(5000, 'x'));
-  ::setrlimit(RLIMIT_FSIZE, &before);
-  std::signal(SIGXFSZ, handler);
-  EXPECT_NE(problem, "");
-  EXPECT_EQ(read(path_), "old");
-  EXPECT_FALSE(std::filesystem::exists(path_ + ".new"));
-}
-
-TEST_F(PrivateFilesTest, AWriterThatIsKilledLeavesTheOldFileOrTheNew) {
-  files_.applicationSupportDirectory();
-  for (int round = 0; round < 20; ++round) {
-    const auto writer = help({"replace", path_});
-    ASSERT_TRUE(writer->waitForLine("replacing")) << writer->err();
-    const std::string before = read(path_);
-    ASSERT_TRUE(desktop::waitUntil([&] { return read(path_) != before; }));
-    writer->kill(SIGKILL);
-    const std::string left = read(path_);
-    ASSERT_GE(left.size(), 1000U);
-    EXPECT_EQ(left, std::string(static_cast<size_t>(left[0] - '0') * 100000 + 1000, left[0])) << "torn";
-  }
-  EXPECT_EQ(files_.replace(path_, "after"), "") << "the lock went with its holder";
-  EXPECT_EQ(read(path_), "after");
 }
 
 TEST(LinuxFactsTest, ReadsWhatDistributionsWrite) {

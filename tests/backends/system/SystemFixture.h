@@ -3,20 +3,18 @@
 #include <gtest/gtest.h>
 #include <spdlog/sinks/ostream_sink.h>
 #include <spdlog/spdlog.h>
+#include <sys/stat.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 
 #include "backends/linux/system/SystemQueues.h"
 #include "desktop/support/Process.h"
+#include "support/TemporaryFolder.h"
 
 namespace jumplark {
 
@@ -24,18 +22,10 @@ namespace jumplark {
 class SystemFixture : public ::testing::Test {
  protected:
   SystemFixture() : logger_(spdlog::default_logger()) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "jumplark-test-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) {
-      throw std::runtime_error("no temporary folder");
-    }
-    folder_ = pattern;
     spdlog::set_default_logger(
         std::make_shared<spdlog::logger>("test", std::make_shared<spdlog::sinks::ostream_sink_mt>(log_, true)));
   }
-  ~SystemFixture() override {
-    spdlog::set_default_logger(logger_);
-    std::filesystem::remove_all(folder_);
-  }
+  ~SystemFixture() override { spdlog::set_default_logger(logger_); }
 
   /// Runs the main queue until the state is there.
   bool await(const std::function<bool()>& state) {
@@ -49,19 +39,20 @@ class SystemFixture : public ::testing::Test {
     return std::make_unique<desktop::Process>(arguments, desktop::Environment(),
                                               (folder_ / ("helper" + std::to_string(++helpers_))).string());
   }
-  static std::string read(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
-  static void write(const std::filesystem::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
+  static std::string read(const std::filesystem::path& path) { return testing::readFile(path); }
+  static void write(const std::filesystem::path& path, const std::string& text) { testing::writeFile(path, text); }
+  /// Who may do what with a file or folder; 0 when there is none.
+  static unsigned modeOf(const std::filesystem::path& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0;
   }
   size_t logLines() const {
     const std::string text = log_.str();
     return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
   }
 
-  std::filesystem::path folder_;
+  testing::TemporaryFolder temporary_;
+  std::filesystem::path folder_ = temporary_.path();
   std::ostringstream log_;
   SystemQueues queues_;
 

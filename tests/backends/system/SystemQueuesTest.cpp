@@ -37,14 +37,6 @@ class Loop {
   bool woken_ = false;
 };
 
-TEST(SystemQueues, TheMainQueueIsCurrentOnTheThreadThatMadeThem) {
-  SystemQueues queues;
-  EXPECT_TRUE(queues.mainQueue().isCurrent());
-  bool elsewhere = true;
-  std::thread([&] { elsewhere = queues.mainQueue().isCurrent(); }).join();
-  EXPECT_FALSE(elsewhere);
-}
-
 TEST(SystemQueues, ALoopOfItsOwnIsWokenForWhatAnotherThreadPosts) {
   SystemQueues queues;
   Loop loop;
