@@ -19,12 +19,12 @@ namespace jumplark {
 // In the order in which each needs those before it.
 struct LinuxPlatform::Parts {
   Parts(std::shared_ptr<X11Connection> x, Queues& queueSet)
-      : connection(x),
+      : connection(std::move(x)),
         queues(queueSet),
-        windows(x),
-        screens(x, queueSet.mainQueue()),
+        windows(connection),
+        screens(connection, queueSet.mainQueue()),
         workspace(windows, entries, &screens),
-        input(x),
+        input(connection),
         elements(windows),
         accessibility(elements, windows),
         notifications(queueSet, {[this](int32_t pid) { return elements.application(pid); },
