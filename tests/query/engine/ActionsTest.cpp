@@ -59,18 +59,6 @@ TEST(Keys, AComposingInputMethodKeepsItsKeys) {
   EXPECT_FALSE(fixture.isActive());
 }
 
-TEST(Keys, WithoutPreferencesCommandCommaDoesNothing) {
-  EngineFixture fixture;
-  fixture.open();
-  fixture.pressCharacter(",", modifier_flag::command);
-  EXPECT_EQ(fixture.preferences.shown, 1);
-  fixture.engine->setPreferencesWindow(nullptr);
-  fixture.open();
-  fixture.pressCharacter(",", modifier_flag::command);
-  EXPECT_TRUE(fixture.isActive());
-  EXPECT_EQ(fixture.window().text(), "");
-}
-
 TEST(Return, ClicksTheSelectedMatchOfTheTarget) {
   EngineFixture fixture;
   fixture.open();

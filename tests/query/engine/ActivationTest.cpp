@@ -122,19 +122,6 @@ TEST(Activation, WithoutAnyApplicationItBeepsAndStaysIdle) {
   EXPECT_EQ(fixture.desktop->input().beepCount(), 1);
 }
 
-TEST(Activation, ReportsTheSnapshot) {
-  EngineFixture fixture;
-  fixture.desktop->accessibility().setDelay("e", 10);
-  fixture.open();
-  fixture.advance(milliseconds(1000));
-  const auto events = fixture.metrics.eventsNamed("enumeration");
-  ASSERT_EQ(events.size(), 1U);
-  EXPECT_EQ(events[0].at("bundle_id"), AttributeValue("org.example.editor"));
-  EXPECT_EQ(events[0].at("element_count"), AttributeValue(7));
-  EXPECT_GE(*events[0].at("duration_ms").number(), 10.0);
-  EXPECT_EQ(events[0].size(), 3U);
-}
-
 TEST(QueryWindow, IsPlacedBelowItsTargetAndInsideTheWorkArea) {
   const std::vector<Rect> screens = {{0, 0, 1000, 800}, {1000, 0, 800, 600}};
   const std::vector<Rect> areas = {{0, 40, 1000, 730}, {1000, 0, 800, 600}};

@@ -79,14 +79,6 @@ TEST_F(JLElementMatcherTest, FindsLettersInOrderAndScoresWhatStandsAtWordStarts)
   EXPECT_EQ(titlesFound(tree, "2"), Texts{}) << "no letters: every node is a candidate, the score decides";
 }
 
-TEST_F(JLElementMatcherTest, LettersHaveToStandInOneText) {
-  const Tree tree = JLElementTree::tree();
-  JLElementNode* node = JLElementNode::nodeWithRoleAttributes(*tree, "Button", {{"Title", "sa"}, {"Value", "ve"}});
-  tree->addChild(tree->rootElement(), node);
-  EXPECT_TRUE(found(tree, "save").empty());
-  EXPECT_EQ(found(tree, "ve").size(), 1U);
-}
-
 TEST_F(JLElementMatcherTest, OtherScriptsAreFoundByTheirLettersAndByLatinOnes) {
   const Tree tree = treeOf({"Щука", "Файл", "漢字"});
   EXPECT_EQ(titlesFound(tree, "Щук"), Texts{"Щука"});
@@ -94,15 +86,6 @@ TEST_F(JLElementMatcherTest, OtherScriptsAreFoundByTheirLettersAndByLatinOnes) {
   EXPECT_EQ(titlesFound(tree, "suk"), Texts{"Щука"});
   EXPECT_EQ(titlesFound(tree, "fa"), Texts{"Файл"});
   EXPECT_EQ(titlesFound(tree, "hanzi"), Texts{"漢字"});
-}
-
-TEST_F(JLElementMatcherTest, OnlyRolesThatCanBeActedOnMatch) {
-  const Tree tree = JLElementTree::tree();
-  add(tree, "Group", "Save");
-  add(tree, "ButtonBar", "Save");
-  const JLElementNode* dockItem = add(tree, "DockItem", "Save");
-  ASSERT_EQ(found(tree, "save").size(), 1U);
-  EXPECT_EQ(found(tree, "save").front().node, dockItem);
 }
 
 TEST_F(JLElementMatcherTest, RoleQueriesLookAtRoleAndSubrole) {
@@ -205,12 +188,6 @@ TEST_F(JLElementMatcherTest, SearchRunsOnSubscriptionAndDeliversOnTheHighPriorit
       [&] { matches = JLElementMatcher::resultsForElementTreeWithQuery(tree, "save"); });
   desktop_->queues().runPending();
   EXPECT_EQ(matches.size(), 1U) << "asked on that queue itself";
-}
-
-TEST_F(JLElementMatcherTest, MatchesKeepTheirTree) {
-  auto matches = JLElementMatcher::resultsForElementTreeWithQuery(treeOf({"Save"}), "save");
-  ASSERT_EQ(matches.size(), 1U);
-  EXPECT_EQ(matches.front().node()->textDictionary().front().second, "Save");
 }
 
 TEST_F(JLElementMatcherTest, XPathReportsErrorsInsteadOfPrintingThem) {

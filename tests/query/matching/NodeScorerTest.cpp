@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "query/matching/JLElementFilter.h"
 #include "query/matching/JLElementMatcher.h"
 #include "query/matching/JLElementNodeScorer.h"
@@ -111,17 +109,6 @@ TEST_F(NodeScorerTest, TooSmallMatchesArePruned) {
   EXPECT_EQ(pruned[1].node().get(), node("far"));
   const auto none = JLElementFilter::pruneElements(Stream<JLElementMatch>::of({JLElementMatch(nullptr, 2)}));
   EXPECT_TRUE(none.collect().empty());
-}
-
-TEST_F(NodeScorerTest, MatchesAreEqualByNodeAndScore) {
-  const JLElementMatch match(tree_->handle(node("near")), 1.5F);
-  JLElementMatch copy = match;
-  EXPECT_EQ(match, copy);
-  EXPECT_EQ(match.hash(), node("near")->hash());
-  copy.setScore(std::nextafter(1.5F, 2.0F));
-  EXPECT_FALSE(match == copy);
-  EXPECT_FALSE(match == JLElementMatch(tree_->handle(node("far")), 1.5F));
-  EXPECT_EQ(match.description(), "<JLElementMatch - element: " + node("near")->description() + " score: 1.500000");
 }
 
 TEST(NodeScorer, OnlyTheFirstThousandCharactersOfATextAreScored) {

@@ -15,25 +15,6 @@ using testing::RandomTexts;
 
 constexpr double kTolerance = 1e-6;
 
-TEST(WordsOfAText, AreSplitAtSeparatorsAndInFrontOfCapitals) {
-  const std::vector<std::pair<std::string, Words>> cases = {
-      {"", {}},
-      {"open file", {"open", "file"}},
-      {"saveAsPDF", {"save", "As", "P", "D", "F"}},
-      {"Save", {"Save"}},
-      {"Save As", {"Save", "", "As"}},
-      {"Save…", {"Save", ""}},
-      {"…More", {"", "", "More"}},
-      {"a-B", {"a", "", "B"}},
-      {"snake_case2 3", {"snake", "case2", "3"}},
-      {"éa中b", {"éa", "中b"}},
-      {"...", {"", ""}},
-  };
-  for (const auto& [text, words] : cases) {
-    EXPECT_EQ(JLTextScorer::wordsForText(text), words) << text;
-  }
-}
-
 struct Case {
   std::string text;
   std::string query;

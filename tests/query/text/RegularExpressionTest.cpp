@@ -7,22 +7,6 @@ namespace {
 
 using Case = RegularExpression::Case;
 
-TEST(RegularExpression, InvalidPatternsAreNone) {
-  for (const char16_t* pattern : {u"(", u"[", u"\\", u"*", u"a{", u"(?<", u"\\p{nonsense}"}) {
-    EXPECT_FALSE(RegularExpression::compile(pattern).has_value());
-  }
-  EXPECT_FALSE(RegularExpression::compile(std::u16string(10000, u'(')).has_value());
-}
-
-TEST(RegularExpression, FindsAnywhereAndReportsGroups) {
-  auto expression = RegularExpression::compile(u"\\W(\\w+)as|x");
-  ASSERT_TRUE(expression);
-  EXPECT_EQ(expression->captureInFirstMatch(u"Save alias", 1), (Range{5, 3}));
-  EXPECT_EQ(expression->captureInFirstMatch(u"x", 1), std::nullopt) << "the group took no part";
-  EXPECT_FALSE(expression->matchesWithin(u" AS"));
-  EXPECT_TRUE(RegularExpression::compile(u"ss", Case::insensitive)->matchesWithin(u"GROß"));
-}
-
 TEST(RegularExpression, RunawayPatternsEndWithoutAMatch) {
   auto expression = RegularExpression::compile(u"(a*)*b");
   ASSERT_TRUE(expression);
