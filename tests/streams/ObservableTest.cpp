@@ -127,21 +127,6 @@ TEST_F(ObservableTest, AReplaySubjectGivesLateSubscribersItsLastValueAndItsEnd) 
   EXPECT_EQ(completions_, 3);
 }
 
-TEST_F(ObservableTest, MulticastRunsItsSourceOnceForAll) {
-  Property<int> property(1);
-  int runs = 0;
-  ReplaySubject<int> shared;
-  const Token connection = property.observe().map([&runs](int i) { return ++runs, i * 10; }).multicast(shared);
-  Ints first;
-  Ints second;
-  const Token a = collect(shared.observe(), first);
-  const Token b = collect(shared.observe(), second);
-  property.set(2);
-  EXPECT_EQ(runs, 2);
-  EXPECT_EQ(first, (Ints{10, 20}));
-  EXPECT_EQ(second, first);
-}
-
 TEST_F(ObservableTest, DebouncePassesAValueAfterTheQuietInterval) {
   struct Step {
     int at;  ///< milliseconds
