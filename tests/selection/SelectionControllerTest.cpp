@@ -86,14 +86,6 @@ TEST(Selection, OrdersLabelsAndSelectsTheBest) {
   EXPECT_THAT(test.announced, ElementsAre("0", "2"));
 }
 
-TEST(Selection, KeepsOnlyAsManyMatchesAsThereAreLabels) {
-  Selecting test(9000);
-  EXPECT_EQ(test.controller.matchCount(), 8841U);
-  EXPECT_EQ(test.controller.elementMatchesByScore().back().node()->attribute("Role"), "8840");
-  test.type({"Z", "V", "V"});
-  EXPECT_EQ(test.selected(), "8840") << "the last label";
-}
-
 TEST(Selection, MovesRoundAndRound) {
   struct Case {
     const char* moves;  ///< n: next, p: previous, x: an index that does not exist

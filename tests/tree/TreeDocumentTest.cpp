@@ -72,17 +72,6 @@ TEST(JLElementNode, TitleElementGivesASecondText) {
   EXPECT_EQ(JLElementNode::nodeWithJLElement(*tree, nullptr), nullptr);
 }
 
-TEST(JLElementNode, SyntheticNodesHaveTextsButNoElement) {
-  RecordedFixture desktop(R"({"elements":{}})");
-  const auto tree = JLElementTree::tree();
-  JLElementNode* node = JLElementNode::nodeWithRoleAttributes(*tree, "AXGroup", {{"AXTitle", "Été"}});
-  tree->addChild(tree->rootElement(), node);
-  EXPECT_EQ(node->attribute("Role"), "AXGroup") << "the role stays as given";
-  EXPECT_EQ(node->attribute("Hash"), std::nullopt);
-  EXPECT_EQ(node->textDictionary(), (Attributes{{"AXTitle", "Été"}, {"AXTitle_Plain", "Ete"}}));
-  EXPECT_EQ(node->bounds(), Rect{});
-}
-
 TEST(JLElementTree, VisibleBoundsAreClippedFromTheRootDown) {
   RecordedFixture desktop(R"({"screens":[[0,0,1000,1000]],"elements":{
     "app":{"attributes":{"AXRole":"AXApplication","AXSize":{"size":[1,1]}}},
