@@ -89,17 +89,6 @@ TEST(JLElement, ASheetOfALaterBatchReplacesAnEarlierOne) {
   EXPECT_EQ(desktop.element("win")->sheet()->ref().text(), "late");
 }
 
-TEST(JLElement, KnowsWhatIsAboveIt) {
-  RecordedFixture desktop(kDesktop);
-  const auto field = desktop.element("field");
-  EXPECT_TRUE(field->hasParent(*desktop.element("win")));
-  EXPECT_TRUE(field->hasParent(*desktop.element("app")));
-  EXPECT_FALSE(field->hasParent(*field));
-  EXPECT_FALSE(desktop.element("win")->hasParent(*field));
-  ASSERT_EQ(field->ancestorsAndSelf().size(), 4U);
-  EXPECT_EQ(field->ancestorsAndSelf().front(), desktop.element("app"));
-}
-
 TEST(JLElement, RingsOfParentsEndAndAreFreed) {
   RecordedFixture desktop(kDesktop);
   std::weak_ptr<JLElement> watched;

@@ -60,18 +60,6 @@ TEST_F(ForceKeyboardLayout, TheStoredChoiceHoldsFromTheStartAndFollowsTheSetting
   EXPECT_FALSE(controller.forceKeyboardLayout().value());
 }
 
-TEST_F(ForceKeyboardLayout, OffersTheSessionsLayoutsInTheirOrder) {
-  ZMOForceKeyboardLayoutController controller;
-  std::vector<std::string> labels;
-  for (const ZMOKeyboardLayout& layout : controller.availableKeyboardLayouts()) {
-    labels.push_back(layout.label());
-  }
-  EXPECT_EQ(labels, (std::vector<std::string>{"English (US)", "Russian", "German (Neo 2)"}));
-  EXPECT_FALSE(controller.keyboardLayoutForInputSourceID(std::nullopt));
-  desktop_->inputSources().setLayouts({{"ru", "first"}, {"ru", "second"}});
-  EXPECT_EQ(controller.keyboardLayoutForInputSourceID("ru")->label(), "first");
-}
-
 TEST_F(ForceKeyboardLayout, WithoutAChoiceTheLayoutIsNeverTouched) {
   ZMOForceKeyboardLayoutController controller;
   EXPECT_TRUE(controller.activate());

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 
 #include "support/RecordedFixture.h"
 
@@ -13,7 +14,6 @@ using std::chrono::milliseconds;
 using testing::RecordedFixture;
 
 constexpr uint64_t kKeyDowns = uint64_t{1} << event_type::keyDown;
-const char* const kEmptyDesktop = R"({"elements":{}})";
 
 InputEvent keyDown(int64_t keyCode) {
   InputEvent event;
@@ -22,80 +22,73 @@ InputEvent keyDown(int64_t keyCode) {
   return event;
 }
 
-TEST(ZMOEventTap, AsksTheSubscriberOfTheTypeAndSwallowsOnItsWord) {
-  RecordedFixture desktop(kEmptyDesktop);
-  ZMOEventTap tap(kKeyDowns);
-  tap.setSwallowedKeyCodes({1, key_code::returnKey});
+/// A tap that may swallow Return and one more key, and the block that tells it to.
+class EventTap : public ::testing::Test {
+ protected:
+  EventTap() { tap_->setSwallowedKeyCodes({1, key_code::returnKey}); }
+  void stopEverything() {
+    tap_->subscribeToEventWithBlock(event_type::keyDown, [](const InputEvent&, bool& stop) { stop = true; });
+  }
+  bool passes(int64_t keyCode) { return desktop_->input().inject(keyDown(keyCode)); }
+  void pass(int time) { desktop_->queues().advance(milliseconds(time)); }
+
+  RecordedFixture desktop_{R"({"elements":{}})"};
+  std::optional<ZMOEventTap> tap_{kKeyDowns};
+};
+
+TEST_F(EventTap, AsksTheSubscriberOfTheTypeAndSwallowsOnItsWord) {
   int calls = 0;
-  tap.subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent&, bool&) { calls += 100; });
-  tap.subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent& event, bool& stop) {
+  tap_->subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent&, bool&) { calls += 100; });
+  tap_->subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent& event, bool& stop) {
     ++calls;
     stop = event.keyCode == key_code::returnKey;
   });
-  EXPECT_TRUE(desktop->input().inject(keyDown(key_code::returnKey))) << "not active yet";
-  tap.activate();
-  EXPECT_TRUE(tap.isActive());
-  EXPECT_FALSE(desktop->input().inject(keyDown(key_code::returnKey)));
-  EXPECT_TRUE(desktop->input().inject(keyDown(key_code::tab)));
+  EXPECT_TRUE(passes(key_code::returnKey)) << "not active yet";
+  tap_->activate();
+  EXPECT_FALSE(passes(key_code::returnKey));
+  EXPECT_TRUE(passes(key_code::tab));
   EXPECT_EQ(calls, 2) << "the second block replaced the first";
-  tap.unsubscribeFromEvent(event_type::keyDown);
-  EXPECT_TRUE(desktop->input().inject(keyDown(key_code::returnKey)));
+  tap_->unsubscribeFromEvent(event_type::keyDown);
+  EXPECT_TRUE(passes(key_code::returnKey));
   EXPECT_EQ(calls, 2);
 }
 
-TEST(ZMOEventTap, WindsDownWithinFiftyMillisecondsAndMayStartAgain) {
-  RecordedFixture desktop(kEmptyDesktop);
-  ZMOEventTap tap(kKeyDowns);
-  tap.setSwallowedKeyCodes({1, key_code::returnKey});
-  tap.subscribeToEventWithBlock(event_type::keyDown, [](const InputEvent&, bool& stop) { stop = true; });
+TEST_F(EventTap, WindsDownWithinFiftyMillisecondsAndMayStartAgain) {
+  stopEverything();
   for (int round = 0; round < 2; ++round) {
-    tap.activate();
-    EXPECT_FALSE(desktop->input().inject(keyDown(1))) << round;
-    tap.deactivate();
-    desktop->queues().advance(milliseconds(50));
-    EXPECT_FALSE(tap.isActive()) << round;
-    EXPECT_TRUE(desktop->input().inject(keyDown(1))) << round;
+    tap_->activate();
+    EXPECT_FALSE(passes(1)) << round;
+    tap_->deactivate();
+    pass(50);
+    EXPECT_FALSE(tap_->isActive()) << round;
+    EXPECT_TRUE(passes(1)) << round;
   }
+  tap_->activate();
+  tap_->deactivate();
+  tap_->activate();
+  pass(100);
+  EXPECT_TRUE(tap_->isActive()) << "activated again before it wound down";
+  EXPECT_FALSE(passes(1));
 }
 
-TEST(ZMOEventTap, ActivatedAgainBeforeItWoundDownStaysActive) {
-  RecordedFixture desktop(kEmptyDesktop);
-  ZMOEventTap tap(kKeyDowns);
-  tap.setSwallowedKeyCodes({1, key_code::returnKey});
-  tap.subscribeToEventWithBlock(event_type::keyDown, [](const InputEvent&, bool& stop) { stop = true; });
-  tap.activate();
-  tap.deactivate();
-  tap.activate();
-  desktop->queues().advance(milliseconds(100));
-  EXPECT_TRUE(tap.isActive());
-  EXPECT_FALSE(desktop->input().inject(keyDown(1)));
-}
-
-TEST(ZMOEventTap, NoBlockRunsAfterItsEnd) {
-  RecordedFixture desktop(kEmptyDesktop);
+TEST_F(EventTap, NoBlockRunsAfterItsEnd) {
   int calls = 0;
-  {
-    ZMOEventTap tap(kKeyDowns);
-    tap.setSwallowedKeyCodes({1, key_code::returnKey});
-    tap.subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent&, bool&) { ++calls; });
-    tap.activate();
-    desktop->input().inject(keyDown(1));
-  }
-  EXPECT_TRUE(desktop->input().inject(keyDown(1)));
-  desktop->queues().advance(milliseconds(100));
+  tap_->subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent&, bool&) { ++calls; });
+  tap_->activate();
+  passes(1);
+  tap_.reset();
+  EXPECT_TRUE(passes(1));
+  pass(100);
   EXPECT_EQ(calls, 1);
 }
 
-TEST(ZMOEventTap, StaysInactiveWhereNoTapIsPermittedAndMayBeTriedAgain) {
-  RecordedFixture desktop(kEmptyDesktop);
-  desktop->input().permitTaps(false);
-  ZMOEventTap tap(kKeyDowns);
-  tap.setSwallowedKeyCodes({1, key_code::returnKey});
-  tap.activate();
-  EXPECT_FALSE(tap.isActive());
-  desktop->input().permitTaps(true);
-  tap.activate();
-  EXPECT_TRUE(tap.isActive());
+TEST_F(EventTap, StaysInactiveWhereNoTapIsPermittedAndMayBeTriedAgain) {
+  desktop_->input().permitTaps(false);
+  tap_->activate();
+  EXPECT_FALSE(tap_->isActive());
+  desktop_->input().permitTaps(true);
+  tap_->activate();
+  EXPECT_TRUE(tap_->isActive());
 }
 
 }  // namespace
