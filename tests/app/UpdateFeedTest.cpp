@@ -2,11 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -16,6 +13,7 @@
 #include "backends/system/TestServer.h"
 #include "platform/Http.h"
 #include "support/RecordedFixture.h"
+#include "support/TemporaryFolder.h"
 
 namespace jumplark {
 namespace {
@@ -127,10 +125,8 @@ class FetchedFeed : public ::testing::Test {
     for (const char* name : {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
       ::unsetenv(name);
     }
-    file_ = ::testing::TempDir() + "authorities-" + std::to_string(::getpid()) + ".pem";
-    std::ofstream(file_) << certificate_.certificate;
+    testing::writeFile(file_, certificate_.certificate);
   }
-  ~FetchedFeed() override { std::filesystem::remove(file_); }
 
   static TestServer::Handler redirecting(const std::string& target) {
     return [target](TestServer::Client& client, const TestServer::Request&) {
@@ -140,7 +136,8 @@ class FetchedFeed : public ::testing::Test {
 
   testing::RecordedFixture desktop_{R"({"elements":{}})"};
   const TestCertificate certificate_ = TestCertificate::make("localhost");
-  std::string file_;
+  const testing::TemporaryFolder folder_;
+  const std::string file_ = folder_ / "authorities.pem";
 };
 
 TEST_F(FetchedFeed, ComesOverTrustedConnectionsOnlyAndInBounds) {
