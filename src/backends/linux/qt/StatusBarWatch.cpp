@@ -28,6 +28,9 @@ constexpr int kQuestions = 10;
 }  // namespace
 
 StatusBarWatch::StatusBarWatch(NativeDisplay& display) : display_(display) {
+  askAgain_.setSingleShot(true);
+  askAgain_.setInterval(kPause);
+  connect(&askAgain_, &QTimer::timeout, this, [this] { askWatcher(); });
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (bus.isConnected()) {
     watcher_ = std::make_unique<QDBusServiceWatcher>(kWatcherService, bus, QDBusServiceWatcher::WatchForOwnerChange);
@@ -70,7 +73,7 @@ void StatusBarWatch::askWatcher() {
     const QDBusPendingReply<QDBusVariant> reply = *answer;
     setHost(!reply.isError() && reply.value().variant().toBool());
     if (!reply.isError() && !hasHost_ && ++questions_ < kQuestions) {
-      QTimer::singleShot(kPause, this, [this] { askWatcher(); });
+      askAgain_.start();
     }
     answer->deleteLater();
   });

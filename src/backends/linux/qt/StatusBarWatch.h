@@ -37,6 +37,7 @@ class StatusBarWatch : public QObject {
   bool hasHost_ = false;
   bool hasTray_ = false;
   QTimer waitForHost_;
+  QTimer askAgain_;
   int questions_ = 0;
   std::unique_ptr<QDBusServiceWatcher> watcher_;
   Token events_;
