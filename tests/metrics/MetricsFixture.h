@@ -7,6 +7,7 @@
 #include <chrono>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -66,6 +67,27 @@ class MetricsFixture : public ::testing::Test {
  private:
   Token installed_;
   std::shared_ptr<spdlog::logger> logger_;
+};
+
+/// The service on its own, with a collector, a file and an environment.
+class ServiceFixture : public MetricsFixture {
+ protected:
+  ServiceFixture() {
+    settings.collectorURL = "https://metrics.example.org/events";
+    settings.storagePath = kPath;
+    settings.environment = {{"uuid", "U"}};
+  }
+  void restart() {
+    service = std::make_unique<JLMetricsService>();
+    service->setSettings(settings);
+  }
+  void track(const std::string& name, const std::optional<MetricData>& data = std::nullopt) {
+    service->trackEventWithData(name, data);
+    desktop.queues().runPending();
+  }
+
+  JLMetricsService::Settings settings;
+  std::unique_ptr<JLMetricsService> service;
 };
 
 }  // namespace jumplark::testing

@@ -15,31 +15,14 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-class MetricsServiceTest : public MetricsFixture {
+class MetricsServiceTest : public ServiceFixture {
  protected:
-  MetricsServiceTest() {
-    settings.collectorURL = "https://metrics.example.org/events";
-    settings.storagePath = kPath;
-    settings.environment = {{"uuid", "U"}};
-    restart();
-  }
-
-  void restart() {
-    service = std::make_unique<JLMetricsService>();
-    service->setSettings(settings);
-  }
-  void track(const std::string& name, const std::optional<MetricData>& data = std::nullopt) {
-    service->trackEventWithData(name, data);
-    desktop.queues().runPending();
-  }
+  MetricsServiceTest() { restart(); }
   /// The pending events, as the file shows them.
   json pending() {
     service->shutdown();
     return json::parse(desktop.files().contents(kPath).value_or("{}")).value("events", json());
   }
-
-  JLMetricsService::Settings settings;
-  std::unique_ptr<JLMetricsService> service;
 };
 
 TEST_F(MetricsServiceTest, QueuesWhatJSONCanSayAndDropsTheRest) {
@@ -99,36 +82,6 @@ TEST_F(MetricsServiceTest, DropsTheOldestEventsAtTheCap) {
   track("e");
   EXPECT_EQ(service->pendingEventCount(), 4U);
   EXPECT_EQ(names(pending()), "b c d e");
-}
-
-TEST_F(MetricsServiceTest, PostsSignedJSON) {
-  desktop.queues().setWallClock(1600000000500ms);
-  HttpRequest seen;
-  settings.flushEventsHook = [&](HttpRequest& request, const std::string& payload, const std::string& sessionID,
-                                 const json& environment) {
-    request.headers["X-Test"] = sessionID + environment.dump() + (payload == request.body ? "same" : "other");
-  };
-  restart();
-  track("a", MetricData{{"n", 1}});
-  track("b");
-  advance(600s);
-  EXPECT_TRUE(service->flush());
-  ASSERT_EQ(requestCount(), 1U);
-  const HttpRequest request = lastRequest();
-  EXPECT_EQ(request.method, HttpMethod::post);
-  EXPECT_EQ(request.address, "https://metrics.example.org/events");
-  EXPECT_EQ(request.timeout, 30s);
-  EXPECT_EQ(request.headers.at("Content-Type"), "application/json");
-  EXPECT_EQ(request.headers.at("X-Test"), service->sessionID() + R"({"uuid":"U"}same)");
-  EXPECT_THAT(service->sessionID(),
-              ::testing::MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-8[0-9A-F]{3}-[0-9A-F]{12}"));
-  EXPECT_EQ(request.body, json({{"client_timestamp", 1600000600.5},
-                                {"environment", {{"uuid", "U"}}},
-                                {"events",
-                                 {{{"client_timestamp", 1600000000.5}, {"data", {{"n", 1}}}, {"name", "a"}},
-                                  {{"client_timestamp", 1600000000.5}, {"name", "b"}}}},
-                                {"session_id", service->sessionID()}})
-                              .dump());
 }
 
 TEST_F(MetricsServiceTest, FlushesNoMoreOftenThanTheMinimumInterval) {

@@ -13,32 +13,24 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-class PreviousSessionTest : public MetricsFixture {
+class PreviousSessionTest : public ServiceFixture {
  protected:
   PreviousSessionTest() {
-    settings.collectorURL = "https://metrics.example.org/events";
-    settings.storagePath = kPath;
-    settings.environment = {{"uuid", "U"}};
     settings.flushEventsHook = [](HttpRequest& request, const std::string&, const std::string& sessionID, const json&) {
       request.headers["Session"] = sessionID;
     };
   }
   void start() {
-    service = std::make_unique<JLMetricsService>();
-    service->setSettings(settings);
+    restart();
     service->initialize();
     desktop.queues().runPending();
   }
-
-  JLMetricsService::Settings settings;
-  std::unique_ptr<JLMetricsService> service;
 };
 
 TEST_F(PreviousSessionTest, GoesOutUnderItsOwnNameAndIsThenDeleted) {
   start();
   EXPECT_EQ(requestCount(), 0U) << "there is none yet";
-  service->trackEventWithData("a", MetricData{{"n", 1}});
-  desktop.queues().runPending();
+  track("a", MetricData{{"n", 1}});
   const std::string session = service->sessionID();
   service->shutdown();
   EXPECT_EQ(json::parse(*desktop.files().contents(kPath)),
@@ -148,8 +140,7 @@ TEST_F(PreviousSessionTest, AnUploadThatEndsAfterTheShutdownDoesNotDeleteTheNewF
   start();
   advance(10s);
   ASSERT_EQ(requestCount(), 1U);
-  service->trackEventWithData("a", std::nullopt);
-  desktop.queues().runPending();
+  track("a");
   service->shutdown();
   advance(7200s);
   EXPECT_EQ(names(json::parse(desktop.files().contents(kPath).value_or("{}"))["events"]), "a");

@@ -69,47 +69,6 @@ TEST_F(UploadTest, WhatARunReportsArrivesSignedInTheNext) {
   EXPECT_THAT(seen[0].headers, HasSubstr("Content-Type: application/json\r\n"));
 }
 
-TEST_F(UploadTest, AServerThatDoesNotTakeItLosesNothing) {
-  const TestServer refusing(TestServer::answering(500, "not now"));
-  const TestServer silent([](TestServer::Client& client, const TestServer::Request&) { client.stall(); });
-  const TestServer stranger(TestServer::answering(200), TestCertificate::make("localhost"));
-  std::string nobody;
-  { nobody = TestServer(TestServer::answering(200)).address(); }
-  Program before = start(nobody);
-  end(before);
-  const std::string left = read(path_);
-  const struct {
-    const char* what;
-    std::string address;
-    const char* log;
-  } cases[] = {
-      {"refuses", refusing.address(), "Got a non-200 status code: 500 - not now"},
-      {"is not there", nobody, "[Line 337] Error while sending metrics: "},
-      {"is a stranger", stranger.address("localhost"), "[Line 337] Error while sending metrics: SSL certificate"},
-      {"never answers", silent.address(), nullptr},
-  };
-  for (const auto& example : cases) {
-    SCOPED_TRACE(example.what);
-    Program program = start(example.address);
-    if (example.log) {
-      EXPECT_TRUE(desktop::waitUntil([&] {
-        return (program->out() + program->err()).find(example.log) != std::string::npos;
-      })) << program->out()
-          << program->err();
-    } else {
-      silent.waitForRequests(1);
-    }
-    EXPECT_EQ(read(path_), left);
-    program->kill(SIGKILL);
-    EXPECT_EQ(read(path_), left);
-  }
-  EXPECT_EQ(stranger.requests().size(), 0U) << "nothing is said to a stranger";
-  Program program = start(silent.address());
-  silent.waitForRequests(2);
-  end(program);
-  EXPECT_NE(kept()["session_id"], json::parse(left)["session_id"]) << "a running upload does not hold up the end";
-}
-
 TEST_F(UploadTest, OnlyASessionThatWasSentAndNotYetDeletedGoesTwice) {
   std::atomic<bool> kills{false};
   std::promise<pid_t> next;
@@ -141,17 +100,6 @@ TEST_F(UploadTest, OnlyASessionThatWasSentAndNotYetDeletedGoesTwice) {
   for (const auto& request : seen) {
     EXPECT_EQ(json::parse(request.body)["session_id"], json::parse(left)["session_id"]);
   }
-}
-
-TEST_F(UploadTest, WhoRefusesTrackingIsLeftAlone) {
-  const TestServer server(TestServer::answering(200));
-  Program first = start(server.address());
-  end(first);
-  ASSERT_EQ(kept()["events"].size(), 1U);
-  Program second = start(server.address(), {{"DO_NOT_TRACK", "1"}});
-  end(second);
-  EXPECT_EQ(server.requests().size(), 0U);
-  EXPECT_EQ(kept()["events"], json::array());
 }
 
 }  // namespace
