@@ -51,18 +51,6 @@ class RecordedAccessibilityTest : public ::testing::Test {
   std::unique_ptr<RecordedPlatform> recorded_ = RecordedPlatform::fromText(kDesktop);
 };
 
-TEST_F(RecordedAccessibilityTest, TellsMissingAttributesFromMissingValues) {
-  const ElementRef element = ref("orphan");
-  EXPECT_EQ(ax().copyAttributeValue(element, "AXTitle").value, AttributeValue("o"));
-  EXPECT_EQ(ax().copyAttributeValue(element, "AXHelp").error, AccessibilityError::noValue);
-  EXPECT_EQ(ax().copyAttributeValue(element, "AXValue").error, AccessibilityError::attributeUnsupported);
-  EXPECT_EQ(ax().copyAttributeValue(element, "AXBad").value, AttributeValue(AccessibilityError::cannotComplete));
-  EXPECT_EQ(ax().attributeValueCount(element, "AXHelp").error, AccessibilityError::noValue);
-  EXPECT_EQ(ax().attributeValueCount(element, "AXRows").value, 3);
-  EXPECT_THAT(ax().copyAttributeNames(element).value, ElementsAre("AXBad", "AXHelp", "AXParent", "AXRows", "AXTitle"));
-  EXPECT_THAT(ax().copyParameterizedAttributeNames(element).value, ElementsAre("Any", "Search", "Text"));
-}
-
 TEST_F(RecordedAccessibilityTest, AParameterizedAttributeAnswersTheFirstEntryWhoseConditionIsMet) {
   using D = AttributeValue::Dictionary;
   const struct {
@@ -128,21 +116,6 @@ TEST_F(RecordedAccessibilityTest, AHitTestOfOneApplicationLooksOnlyThere) {
   EXPECT_EQ(hit(8, 8, "front"), "nothing");
 }
 
-TEST_F(RecordedAccessibilityTest, HitTestsFollowChangesOfTheDesktop) {
-  EXPECT_EQ(hit(130, 130), "second");
-  ax().removeElement("second");
-  EXPECT_EQ(hit(130, 130), "first");
-  ax().setAttribute("first", "AXPosition", Point{0, 0});
-  EXPECT_EQ(hit(130, 130), "window");
-  recorded_->workspace().activate(2, 0);
-  EXPECT_EQ(hit(130, 130), "wide");
-  ax().setOwnProcess(2);
-  EXPECT_EQ(hit(130, 130), "window");
-  recorded_->terminate(1);
-  EXPECT_EQ(hit(130, 130), "nothing");
-  EXPECT_EQ(ax().copyAttributeNames(ref("front")).error, AccessibilityError::invalidElement);
-}
-
 TEST_F(RecordedAccessibilityTest, FindsTheProcessOfAnElement) {
   EXPECT_EQ(ax().processIdentifier(ref("panel")).value, 3);
   EXPECT_EQ(ax().processIdentifier(ref("inner")).value, 1) << "by the tree, without AXParent";
@@ -189,16 +162,6 @@ TEST_F(RecordedAccessibilityTest, EveryReadOfAnElementWithAnErrorFailsWithIt) {
   ax().removeElement("broken");
   EXPECT_EQ(ax().copyAttributeValue(broken, "AXSize").error, AccessibilityError::invalidElement);
   EXPECT_EQ(ax().copyAttributeValue(ElementRef(), "AXSize").error, AccessibilityError::invalidElement);
-}
-
-TEST(RecordedWorkspace, TheDockIsTheApplicationThatTheRecordingNames) {
-  const auto desktop = RecordedPlatform::fromText(
-      R"({"applications": [{"pid":1,"bundle_id":"a"},{"pid":2,"bundle_id":"panel"},{"pid":3,"bundle_id":"com.apple.dock"}],
-          "dock": "panel"})");
-  const auto docks = desktop->workspace().runningApplicationsWithBundleIdentifier(kDockBundleIdentifier);
-  ASSERT_EQ(docks.size(), 1U);
-  EXPECT_EQ(docks[0].pid, 2);
-  EXPECT_EQ(desktop->workspace().applicationsFrontToBack().size(), 2U) << "the dock is not among them";
 }
 
 TEST(RecordedAccessibility, HitTestsAndOwnersOfVeryDeepTreesNeedNoDeepStack) {

@@ -43,26 +43,6 @@ TEST_F(VirtualQueuesTest, AllQueuesTogetherRunByDueTimeThenByPosting) {
   EXPECT_THAT(log_, ElementsAre("b@10", "e@10", "g@10", "a@20", "c@20", "d@20", "f@20"));
 }
 
-TEST_F(VirtualQueuesTest, EachWaitEndsAtItsOwnTimeWhateverOthersWaitFor) {
-  const auto slow = queues_.makeSerialQueue("slow");
-  const auto quick = queues_.makeSerialQueue("quick");
-  const auto completion = queues_.makeCompletion();
-  quick->post([&] {
-    queues_.sleep(10ms);
-    log("quick");
-    queues_.sleep(10ms);
-    log("quick again");
-    completion->signal();
-  });
-  slow->postAfter(5ms, [&] {
-    queues_.sleep(100ms);
-    log("slow");
-  });
-  queues_.highPriorityQueue().post([&] { log(completion->wait(1s) ? "signalled" : "timed out"); });
-  queues_.advance(1s);
-  EXPECT_THAT(log_, ElementsAre("quick@10", "quick again@20", "signalled@20", "slow@105"));
-}
-
 TEST_F(VirtualQueuesTest, AWaitOfTheMainQueueHoldsUpOnlyThatQueue) {
   queues_.mainQueue().post([&] {
     queues_.mainQueue().post(logging("next"));
@@ -73,18 +53,6 @@ TEST_F(VirtualQueuesTest, AWaitOfTheMainQueueHoldsUpOnlyThatQueue) {
   queues_.advance(20ms);
   EXPECT_THAT(log_, ElementsAre("high@10", "main@50", "next@50"));
   EXPECT_EQ(queues_.monotonicNow(), 50ms);
-}
-
-TEST_F(VirtualQueuesTest, AWaitOfTheTestLetsAllQueuesRun) {
-  queues_.mainQueue().postAfter(10ms, logging("main"));
-  queues_.highPriorityQueue().postAfter(30ms, logging("high"));
-  queues_.sleep(20ms);
-  EXPECT_THAT(log_, ElementsAre("main@10"));
-  const auto completion = queues_.makeCompletion();
-  queues_.mainQueue().postAfter(15ms, [&] { completion->signal(); });
-  EXPECT_TRUE(completion->wait(1h));
-  EXPECT_THAT(log_, ElementsAre("main@10", "high@30"));
-  EXPECT_EQ(queues_.monotonicNow(), 35ms);
 }
 
 TEST_F(VirtualQueuesTest, AWaitThatNothingCanEndIsAnError) {
