@@ -3,14 +3,12 @@
 #include <csignal>
 #include <filesystem>
 
-#include "backends/linux/x11/Reply.h"
 #include "backends/system/SystemFixture.h"
 #include "backends/x11/X11Fixture.h"
 
 namespace jumplark {
 namespace {
 
-using desktop::waitUntil;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -123,25 +121,15 @@ class CrashOnADisplay : public X11Test {};
 // The process still lives, as one does while its core image is written.
 TEST_F(CrashOnADisplay, LetsGoOfButtonAndKeyboardFirst) {
   start({.windowManager = desktop::WindowManager::none});
-  const auto buttonIsDown = [this] {
-    const auto reply = x11::takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));
-    return reply && (reply->mask & XCB_BUTTON_MASK_1) != 0;
-  };
-  const auto grabKeyboard = [this] {
-    const auto reply = x11::takeReply(
-        x_->get(), xcb_grab_keyboard_reply,
-        xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
-  };
   const std::string crashes = session_->folder() + "/crashes";
   desktop::Process& program = session_->start({JUMPLARK_CRASHING, "crash-when-told", crashes});
   ASSERT_TRUE(program.waitForLine("holding"));
-  EXPECT_TRUE(buttonIsDown());
-  EXPECT_FALSE(grabKeyboard());
+  EXPECT_THAT(session_->heldInput(), HasSubstr("button 1"));
+  EXPECT_FALSE(session_->keyboardIsFree());
   program.kill(SIGUSR1);
   ASSERT_TRUE(program.waitForLine("handed on"));
-  EXPECT_TRUE(waitUntil([&] { return !buttonIsDown(); }));
-  EXPECT_TRUE(waitUntil(grabKeyboard));
+  EXPECT_TRUE(nothingIsHeld());
+  EXPECT_TRUE(keyboardIsFree());
   EXPECT_TRUE(program.running());
   EXPECT_FALSE(std::filesystem::is_empty(crashes));
 }
