@@ -89,42 +89,5 @@ TEST(PrivateSession, givesProgramsItsOwnDisplayBusAndHome) {
   EXPECT_EQ(before, std::getenv("HOME") ? std::getenv("HOME") : "");
 }
 
-TEST(PrivateSession, killsAProgramThatDoesNotEndAndStopsOneOnRequest) {
-  PrivateSession session({.windowManager = WindowManager::none});
-  const Finished finished = session.run({"sleep", "100"}, Milliseconds(50));
-  EXPECT_FALSE(finished.status.has_value());
-
-  Process& counter = session.start({"sh", "-c", "while :; do echo tick; sleep 0.01; done"});
-  ASSERT_TRUE(counter.waitForLine("tick"));
-  counter.stop();
-  const size_t stopped = counter.countOfLine("tick");
-  counter.resume();
-  EXPECT_TRUE(waitUntil([&] { return counter.countOfLine("tick") > stopped; }));
-  counter.kill(SIGTERM);
-  EXPECT_EQ(counter.wait(), 128 + SIGTERM);
-}
-
-TEST(PrivateSession, leavesOutTheBusesOnRequest) {
-  const Arguments ask = {"dbus-send",           "--session",     "--print-reply",
-                         "--dest=org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress"};
-  {
-    PrivateSession session({.windowManager = WindowManager::none});
-    EXPECT_EQ(session.run(ask).status, 0);
-  }
-  {
-    PrivateSession session({.windowManager = WindowManager::none, .accessibility = false});
-    EXPECT_NE(session.run(ask).status, 0);
-    EXPECT_EQ(session
-                  .run({"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus", "/",
-                        "org.freedesktop.DBus.ListNames"})
-                  .status,
-              0);
-  }
-  {
-    PrivateSession session({.windowManager = WindowManager::none, .sessionBus = false});
-    EXPECT_EQ(session.environment().count("DBUS_SESSION_BUS_ADDRESS"), 0U);
-  }
-}
-
 }  // namespace
 }  // namespace jumplark::desktop
