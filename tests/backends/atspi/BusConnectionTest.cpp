@@ -23,14 +23,6 @@ TEST(BusConnection, SaysWhatToDoWithoutASessionBus) {
   EXPECT_EQ(callOnce(connection, calls::name(anybody), soon()).error, apiDisabled);
 }
 
-TEST(BusConnection, SaysWhatToDoWithoutAnAccessibilityBus) {
-  const PrivateBus bus;
-  BusConnection connection({bus.address()});
-  const auto reached = connection.connect();
-  EXPECT_FALSE(reached.reachable);
-  EXPECT_THAT(reached.advice, HasSubstr("at-spi2-core"));
-}
-
 TEST(BusConnection, SwitchesAccessibilityOn) {
   const PrivateBus bus;
   const FakeDesktop desktop(bus);
@@ -54,27 +46,6 @@ TEST(BusConnection, AnswersManyMoreCallsThanTheWindowInOrder) {
   for (int i = 0; i < 2000; ++i) {
     EXPECT_EQ(std::get<std::string>(replies[static_cast<size_t>(i)].value), "name " + std::to_string(i));
   }
-}
-
-TEST(BusConnection, FindsANewBusAfterTheOldOneHasGone) {
-  PrivateBus bus;
-  auto desktop = std::make_unique<FakeDesktop>(bus);
-  auto app = std::make_unique<FakeApplication>(bus);
-  BusConnection connection({bus.address()});
-  EXPECT_TRUE(callOnce(connection, calls::role(*handleOf(app->root())), soon()).ok());
-  const uint64_t generation = connection.generation();
-  app.reset();
-  desktop.reset();
-  bus.restart();
-  desktop = std::make_unique<FakeDesktop>(bus);
-  app = std::make_unique<FakeApplication>(bus);
-  // The first use may still meet the old connection; one of the next must not.
-  AccessibilityError error = failure;
-  for (const TimePoint limit = soon(); error != success && Clock::now() < limit;) {
-    error = callOnce(connection, calls::role(*handleOf(app->root())), soon()).error;
-  }
-  EXPECT_EQ(error, success);
-  EXPECT_NE(connection.generation(), generation);
 }
 
 TEST(BusConnection, ACallWithAnImpossiblePathFailsAlone) {

@@ -1,9 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "SourceFixture.h"
@@ -42,12 +40,6 @@ class Browser : public SourceFixture {
   std::atomic<int> looks{0};
 };
 
-TEST_F(Browser, ThatSleepsIsWokenAndReadWhenItsPageHasFilled) {
-  someTimeAfterWaking([this] { addLinks("page"); });
-  read();
-  EXPECT_NE(source().snapshotFacts(browser.ref("link2")), nullptr);
-}
-
 TEST_F(Browser, WhosePageIsReplacedByTheOneThatFillsIsReadWithThat) {
   someTimeAfterWaking([this] {
     browser.remove("page");
@@ -68,65 +60,19 @@ TEST_F(Browser, IsWaitedForOnceForEachBlankPage) {
   EXPECT_LE(looks, waiting + 1);
 }
 
-TEST_F(Browser, TellsEachThingOnceAndNoEmptyTexts) {
-  addLinks("page");
-  browser.add("link0", "face", element(role::staticText, "link", {100, 100, 50, 20}));
-  browser.add("link1", "box", element(role::section, "", {100, 100, 50, 20}));
-  browser.add("box", "inner", element(role::pushButton, "Inner", {100, 100, 50, 20}));
-  browser.add("page", "space", element(role::staticText, " \xC2\xA0", {150, 100, 5, 20}));
-  browser.add("page", "entry", element(role::listItem, "", {120, 200, 50, 20}));
-  browser.add("entry", "bullet", element(role::staticText, "\xE2\x80\xA2 ", {100, 200, 7, 20}));
-  browser.add("entry", "words", element(role::staticText, "Words", {120, 200, 50, 20}));
-  read();
-  ASSERT_NE(source().snapshotFacts(browser.ref("link0")), nullptr);
-  EXPECT_FALSE(browser.wasAsked("Component.GetExtents face"));
-  EXPECT_NE(source().snapshotFacts(browser.ref("inner")), nullptr) << "a link may hold more than its text";
-  EXPECT_EQ(source().snapshotFacts(browser.ref("space")), nullptr);
-  EXPECT_EQ(source().snapshotFacts(browser.ref("bullet")), nullptr);
-  EXPECT_NE(source().snapshotFacts(browser.ref("words")), nullptr);
-  const auto entry = source().snapshotFacts(browser.ref("entry"));
-  ASSERT_NE(entry, nullptr);
-  EXPECT_EQ(entry->children, std::vector{browser.ref("words")});
-}
-
-TEST_F(Browser, OfALongListTellsWhatIsInTheWindow) {
-  constexpr int kRows = 3000;
-  constexpr int kFirstShown = 1800;
-  constexpr int kShown = 12;  // 250 pixels of rows 20 high, and a rest
-  browser.add("page", "list", element(role::section, "", {100, 100 - 20.0 * kFirstShown, 400, 20.0 * kRows}));
-  for (int i = 0; i < kRows; ++i) {
-    FakeElement row = element(role::link, "row", {100, 100 + 20.0 * (i - kFirstShown), 400, 20});
-    if (i < kFirstShown || i > kFirstShown + kShown) {
-      row.states &= ~(1ULL << state::showing);
-    }
-    browser.add("list", "row" + std::to_string(i), row);
-  }
-  read();
-  for (const int i : {kFirstShown, kFirstShown + 5, kFirstShown + kShown}) {
-    EXPECT_NE(source().snapshotFacts(browser.ref("row" + std::to_string(i))), nullptr) << i;
-  }
-  EXPECT_FALSE(browser.wasAsked("Accessible.GetChildren list"));
-  const auto list = source().snapshotFacts(browser.ref("list"));
-  ASSERT_NE(list, nullptr);
-  EXPECT_EQ(list->childCount, kRows);
-  EXPECT_LT(list->children.size(), 100U);
-}
-
 TEST(BrowserAdvice, IsForBrowsersOnly) {
   EXPECT_EQ(adviceForSilentBrowser(getpid(), nullptr), "");
   EXPECT_EQ(adviceForSilentBrowser(-1, nullptr), "");
 }
 
 TEST(BrowserAdvice, IsGivenUntilAPageShowsSomething) {
-  namespace fs = std::filesystem;
-  std::string pattern = (fs::temp_directory_path() / "jumplark-shell-XXXXXX").string();
-  const fs::path folder = mkdtemp(pattern.data());
+  const testing::TemporaryFolder folder;
   // Looks like a browser, and does nothing.
-  fs::copy_file("/bin/sleep", folder / "my-shell");
-  std::ofstream(folder / "chrome_100_percent.pak") << "pictures";
+  std::filesystem::copy_file("/bin/sleep", folder / "my-shell");
+  testing::writeFile(folder / "chrome_100_percent.pak", "pictures");
   const desktop::Process program({(folder / "my-shell").string(), "1000"}, {}, (folder / "run").string());
   const auto advice = [&](const Snapshot* snapshot) { return adviceForSilentBrowser(program.pid(), snapshot); };
-  const auto isGiven = testing::HasSubstr("my-shell shows nothing of its pages: start it with --force");
+  const auto isGiven = ::testing::HasSubstr("my-shell shows nothing of its pages: start it with --force");
 
   Snapshot snapshot;
   const auto page = std::make_shared<ElementFacts>();
@@ -141,7 +87,6 @@ TEST(BrowserAdvice, IsGivenUntilAPageShowsSomething) {
   EXPECT_THAT(advice(&snapshot), isGiven) << "another tab's page";
   page->states = 1ULL << state::showing;
   EXPECT_EQ(advice(&snapshot), "");
-  fs::remove_all(folder);
 }
 
 }  // namespace

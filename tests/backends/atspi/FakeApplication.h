@@ -12,7 +12,6 @@
 
 #include "backends/atspi/PrivateBus.h"
 #include "backends/linux/atspi/ElementFacts.h"
-#include "backends/linux/x11/WindowSystem.h"
 
 namespace jumplark::atspi {
 
@@ -33,6 +32,9 @@ struct FakeElement {
   int32_t columns = 0;  ///< a table: its children are the cells, row by row
   int32_t rowHeight = 20;
 };
+
+/// Replies with an array whose entries `append` adds.
+bool replyArray(sd_bus_message* message, const char* type, const std::function<void(sd_bus_message*)>& append);
 
 /// A scripted application on a private bus. Its root has the children of the element "root".
 class FakeApplication {
@@ -69,6 +71,7 @@ class FakeApplication {
   bool answerPlace(sd_bus_message* message, const std::string& member, const FakeElement& element);
   bool answerTable(sd_bus_message* message, const std::string& member, const FakeElement& element);
   int replyReference(sd_bus_message* message, const std::string& id) const;
+  /// The null path for no id.
   static std::string pathOf(const std::string& id);
 
   std::string toolkit_;
@@ -102,20 +105,6 @@ class FakeDesktop {
   std::vector<std::string> applications_;
   std::unique_ptr<FakePeer> launcher_;
   std::unique_ptr<FakePeer> registry_;
-};
-
-/// X windows as a test says, front to back.
-class FakeWindows final : public WindowSystem {
- public:
-  std::vector<WindowFacts> windowsFrontToBack() override { return windows; }
-  std::optional<WindowFacts> window(uint32_t id) override;
-  uint32_t activeWindow() override { return windows.empty() ? 0 : windows[0].id; }
-  std::optional<WindowFacts> topmostWindowAt(Point) override { return std::nullopt; }
-  std::vector<WindowFacts> unmanagedWindows() override { return popups; }
-  bool requestActive(uint32_t, bool) override { return false; }
-
-  std::vector<WindowFacts> windows;
-  std::vector<WindowFacts> popups;
 };
 
 }  // namespace jumplark::atspi

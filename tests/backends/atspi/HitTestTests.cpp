@@ -44,11 +44,7 @@ TEST_F(HitTest, SeesNothingOfACoveredWindow) {
   source.add("front", role::frame, "other", Rect{0, 0, 60, 60});
   source.processes[30] = source.ref("other");
   source.framesOnScreen.push_back({source.ref("front"), 3});
-  WindowFacts cover;
-  cover.id = 3;
-  cover.pid = 30;
-  cover.frame = {0, 0, 60, 60};
-  windows.windows.insert(windows.windows.begin(), cover);
+  windows.addInFront(3, 30, {0, 0, 60, 60});
   snapshot();
   EXPECT_EQ(hit(20, 20), "front");
   EXPECT_EQ(hit(20, 20, source.ref("app")), kNoValue);
@@ -67,12 +63,7 @@ TEST_F(HitTest, KeepsTheWindowsOfOneApplicationApart) {
 TEST_F(HitTest, FindsAnOpenMenuInItsOwnWindowOnly) {
   source.add("menu", role::menu, "win", Rect{0, 0, 120, 80});
   source.add("item", role::menuItem, "menu", Rect{0, 0, 120, 20});
-  WindowFacts popup;
-  popup.id = 9;
-  popup.pid = 10;
-  popup.frame = {0, 0, 120, 80};
-  popup.overrideRedirect = true;
-  windows.windows.insert(windows.windows.begin(), popup);
+  windows.addInFront(9, 10, {0, 0, 120, 80}).overrideRedirect = true;
   snapshot();
   EXPECT_EQ(hit(65, 10), "item");
   EXPECT_EQ(hit(65, 50), "menu") << "not the button behind it";

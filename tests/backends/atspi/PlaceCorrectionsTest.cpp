@@ -1,12 +1,7 @@
-#include <gmock/gmock.h>
-
 #include "backends/atspi/SourceFixture.h"
 
 namespace jumplark::atspi {
 namespace {
-
-using ::testing::Contains;
-using ::testing::Not;
 
 /// The place that a snapshot says, after checking that a later read of the application says the same.
 std::optional<Rect> placeOf(AtspiElementSource& source, const ElementRef& element) {
@@ -16,43 +11,6 @@ std::optional<Rect> placeOf(AtspiElementSource& source, const ElementRef& elemen
   EXPECT_TRUE(now.ok());
   EXPECT_EQ(now.ok() ? now.value->extents : std::nullopt, known ? known->extents : std::nullopt);
   return known ? known->extents : std::nullopt;
-}
-
-class Gtk4Places : public SourceFixture {
- protected:
-  Gtk4Places() : SourceFixture("GTK", "4.8.3") {}
-};
-
-TEST_F(Gtk4Places, APopoverIsWhereItsOwnWindowIs) {
-  const auto put = [&](const std::string& parent, const std::string& id, uint32_t role, Rect rect) {
-    FakeElement made = element(role, id, rect);
-    made.states = bit(state::visible) | bit(state::sensitive);
-    app.add(parent, id, made);
-  };
-  put("frame", "button", role::pushButton, {350, 10, 40, 30});
-  put("button", "popover", role::menu, {350, 16, 120, 94});
-  put("popover", "item", role::menuItem, {360, 30, 100, 20});
-  put("frame", "other", role::pushButton, {0, 0, 120, 100});
-  WindowFacts popup = windows.windows[0];
-  popup.id = 8;
-  popup.client = popup.frame = {330, 95, 120, 100};
-  windows.popups.push_back(popup);
-  prepare();
-  EXPECT_EQ(placeOf(source(), app.ref("popover")), (Rect{330, 101, 120, 94}));
-  EXPECT_EQ(placeOf(source(), app.ref("item")), (Rect{340, 115, 100, 20}));
-  EXPECT_EQ(placeOf(source(), app.ref("other")), (Rect{100, 50, 120, 100}));
-  EXPECT_THAT(read("frame")->children, Contains(app.ref("popover")));
-  EXPECT_THAT(read("button")->children, Not(Contains(app.ref("popover"))));
-}
-
-// An application of twice the resolution counts in units of two pixels.
-TEST_F(Gtk4Places, CountInPixelsWhateverTheApplicationCountsIn) {
-  windows.windows[0].client = windows.windows[0].frame = {100, 50, 820, 620};
-  FakeElement ok = element(role::pushButton, "OK", {10, 20, 80, 30});
-  ok.states = bit(state::visible) | bit(state::sensitive);
-  app.add("frame", "ok", ok);
-  prepare();
-  EXPECT_EQ(placeOf(source(), app.ref("ok")), (Rect{130, 100, 160, 60}));
 }
 
 class QtPlaces : public SourceFixture {};

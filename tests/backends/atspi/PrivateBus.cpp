@@ -1,18 +1,11 @@
 #include "backends/atspi/PrivateBus.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/eventfd.h>
-#include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
-#include <csignal>
 
 #include <array>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 namespace jumplark::atspi {
@@ -26,61 +19,18 @@ void check(int result, const char* what) {
 
 }  // namespace
 
-PrivateBus::PrivateBus() {
-  std::string name = std::filesystem::temp_directory_path() / "jumplark-bus.XXXXXX";
-  if (!mkdtemp(name.data())) {
-    throw std::runtime_error("mkdtemp");
-  }
-  folder_ = name;
-  address_ = "unix:path=" + folder_ + "/bus";
-  std::ofstream(folder_ + "/config") << "<busconfig><type>session</type><listen>" << address_
-                                     << "</listen><policy context=\"default\"><allow send_destination=\"*\"/>"
-                                        "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy>"
-                                        // As the accessibility bus has it; the default is fewer than a window.
-                                        "<limit name=\"max_replies_per_connection\">50000</limit></busconfig>";
-  start();
-}
-
-PrivateBus::~PrivateBus() {
-  stop();
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
-}
-
-void PrivateBus::restart() {
-  stop();
-  start();
-}
-
-void PrivateBus::start() {
-  std::array<int, 2> ready{};
-  check(pipe(ready.data()), "pipe");
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, ready[1], 1);
-  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addclose(&actions, ready[0]);
-  std::string config = "--config-file=" + folder_ + "/config";
-  std::string program = "dbus-daemon";
-  std::string foreground = "--nofork";
-  std::string print = "--print-address=1";
-  std::array<char*, 5> arguments{program.data(), config.data(), foreground.data(), print.data(), nullptr};
-  const int result = posix_spawnp(&daemon_, "dbus-daemon", &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  close(ready[1]);
-  std::array<char, 256> line{};
-  const ssize_t got = result == 0 ? read(ready[0], line.data(), line.size()) : -1;
-  close(ready[0]);
-  if (got <= 0) {
-    throw std::runtime_error("dbus-daemon did not start");
-  }
-}
-
-void PrivateBus::stop() {
-  if (daemon_ > 0) {
-    kill(daemon_, SIGKILL);
-    waitpid(daemon_, nullptr, 0);
-    daemon_ = -1;
+PrivateBus::PrivateBus() : address_("unix:path=" + folder_.path() + "/bus") {
+  testing::writeFile(folder_ / "config", "<busconfig><type>session</type><listen>" + address_ +
+                                             "</listen><policy context=\"default\"><allow send_destination=\"*\"/>"
+                                             "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy>"
+                                             // As the accessibility bus has it; the default is fewer than a window.
+                                             "<limit name=\"max_replies_per_connection\">50000</limit></busconfig>");
+  const desktop::Arguments arguments = {"dbus-daemon", "--nofork", "--print-address=1",
+                                        "--config-file=" + folder_.path() + "/config"};
+  daemon_ = std::make_unique<desktop::Process>(arguments, desktop::Environment{{"PATH", "/usr/bin:/bin"}},
+                                               folder_.path() + "/daemon");
+  if (!desktop::waitUntil([&] { return daemon_->out().starts_with(address_); })) {
+    throw std::runtime_error("dbus-daemon did not start: " + daemon_->err());
   }
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
+
+#include "desktop/support/Process.h"
+#include "support/TemporaryFolder.h"
 
 struct sd_bus;
 struct sd_bus_message;
@@ -17,21 +19,13 @@ class PrivateBus {
  public:
   /// Throws std::runtime_error when the daemon does not come up.
   PrivateBus();
-  PrivateBus(const PrivateBus&) = delete;
-  PrivateBus& operator=(const PrivateBus&) = delete;
-  ~PrivateBus();
 
   const std::string& address() const { return address_; }
-  /// Ends the daemon and starts another one at the same address.
-  void restart();
 
  private:
-  void start();
-  void stop();
-
-  std::string folder_;
+  testing::TemporaryFolder folder_;
   std::string address_;
-  pid_t daemon_ = -1;
+  std::unique_ptr<desktop::Process> daemon_;
 };
 
 /// A connection with a thread of its own that answers method calls. Everything that is not answered gets UnknownObject.

@@ -154,45 +154,6 @@ TEST_F(SourceFixture, OfALargeTableTheVisibleRowsAreRead) {
   EXPECT_THAT(page.value, ElementsAre(app.ref("cell500"), app.ref("cell501"), app.ref("cell502")));
 }
 
-TEST_F(SourceFixture, OfALongTextTheVisiblePartIsRead) {
-  FakeElement text = element(role::text, "", {100, 50, 100, 60});
-  text.interfaces = {"Component", "Text"};
-  text.states = kShown | bit(state::multiLine);
-  for (int line = 0; line < 500; ++line) {
-    text.text += "line " + std::to_string(1000 + line) + "\n";
-  }
-  app.add("frame", "text", text);
-  prepare();
-  const int before = app.peer().received();
-  const auto range = source().visibleTextRange(app.ref("text"));
-  ASSERT_TRUE(range.ok());
-  EXPECT_EQ(range.value, (std::pair<int64_t, int64_t>(0, 60)));  // six lines of ten
-  EXPECT_EQ(source().textInRange(app.ref("text"), 10, 19).value, "line 1001");
-  EXPECT_EQ(app.peer().received(), before);
-  EXPECT_EQ(source().textInRange(app.ref("text"), 1000, 1009).value, "line 1100");
-}
-
-TEST_F(SourceFixture, WindowRelativeExtentsAreMovedToTheScreen) {
-  FakeApplication gtk4(bus, "GTK", "4.8.3");
-  FakeElement frame = element(role::frame, "Window", {0, 0, 352, 252});
-  frame.states = kShown;
-  gtk4.add("root", "frame", frame);
-  FakeElement button = element(role::pushButton, "OK", {10, 20, 80, 30});
-  button.states = bit(state::visible);
-  gtk4.add("frame", "ok", button);
-  FakeElement noSize = element(role::pushButton, "none", {0, 0, 0, 0});
-  noSize.states = bit(state::visible);
-  gtk4.add("frame", "none", noSize);
-  windows.windows[0].hasGtkFrameExtents = true;
-  windows.windows[0].gtkFrameExtents = {26, 22, 23, 25};
-  source().prepareSnapshot(gtk4.root(), true);
-  EXPECT_EQ(source().snapshotFacts(gtk4.ref("ok"))->extents, (Rect{100 + 26 + 10, 50 + 23 + 20, 80, 30}));
-  EXPECT_FALSE(source().snapshotFacts(gtk4.ref("none"))->extents.has_value());
-  windows.windows[0].client.x += 1000;
-  const auto live = source().beginLiveReads();
-  EXPECT_EQ(source().facts(gtk4.ref("ok"), facts::extents).value->extents->x, 1100 + 26 + 10);
-}
-
 TEST_F(SourceFixture, ASandboxedApplicationIsFoundByItsXClientOrByItsWindows) {
   constexpr int32_t kInside = 999'999;  // the process as its own namespace counts it
   windows.windows[0].pid = kInside;
@@ -205,13 +166,6 @@ TEST_F(SourceFixture, ASandboxedApplicationIsFoundByItsXClientOrByItsWindows) {
   windows.windows[0].title = "Something else";
   EXPECT_EQ(source().application(kInside + 1), ElementRef());
   EXPECT_EQ(source().application(kInside + 2), ElementRef());
-}
-
-TEST_F(SourceFixture, FocusAndActionsReachTheElement) {
-  app.add("frame", "ok", element(role::pushButton, "OK"));
-  EXPECT_EQ(source().grabFocus(app.ref("ok")), AccessibilityError::success);
-  EXPECT_TRUE(app.wasAsked("Component.GrabFocus ok"));
-  EXPECT_NE(source().doAction(app.ref("ok"), 0), AccessibilityError::success);  // it has no actions
 }
 
 }  // namespace

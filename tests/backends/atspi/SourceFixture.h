@@ -8,6 +8,7 @@
 #include <string>
 
 #include "backends/atspi/FakeApplication.h"
+#include "backends/atspi/FakeWindows.h"
 #include "backends/linux/atspi/AtspiElementSource.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 
@@ -33,12 +34,9 @@ class SourceFixture : public ::testing::Test {
       : app(bus, toolkit, version) {
     app.add("root", "frame", element(role::frame, "Window", {100, 50, 400, 300}));
     desktop.list(app);
-    WindowFacts window;
-    window.id = 7;
-    window.pid = window.resourcePid = getpid();
+    WindowFacts& window = windows.add(7, getpid(), {100, 50, 400, 300});
+    window.resourcePid = getpid();
     window.title = "Window";
-    window.client = window.frame = {100, 50, 400, 300};
-    windows.windows.push_back(window);
   }
 
   AtspiElementSource& source() {

@@ -27,48 +27,11 @@ TEST_F(AtspiVocabulary, LeavesOtherMenuBarsWhereTheyAre) {
   EXPECT_EQ(*get("inner", "AXParent").value.element(), source.ref("page"));
 }
 
-TEST_F(AtspiVocabulary, ShowsNothingInAClosedMenu) {
-  source.add("bar", role::menuBar, "win");
-  source.add("file", role::menu, "bar");
-  FakeSource::hide(source.add("open", role::menuItem, "file"));
-  source.add("edit", role::menu, "bar");
-  source.add("copy", role::menuItem, "edit");
-  source.add("combo", role::comboBox, "win");
-  FakeSource::hide(source.add("choices", role::menu, "combo"));
-  EXPECT_EQ(list("file", "AXChildren"), "");
-  EXPECT_EQ(list("edit", "AXChildren"), "copy");
-  EXPECT_EQ(list("combo", "AXChildren"), "");
-}
-
-TEST_F(AtspiVocabulary, PutsThePageOfATabBesideIt) {
-  source.add("tabs", role::pageTabList, "win", Rect{0, 0, 400, 300});
-  source.add("first", role::pageTab, "tabs", Rect{0, 0, 50, 20});
-  source.add("page", role::panel, "first", Rect{0, 20, 400, 280});
-  source.add("second", role::pageTab, "tabs", Rect{50, 0, 50, 20});
-  source.add("icon", role::image, "second", Rect{52, 2, 16, 16});
-  EXPECT_EQ(list("tabs", "AXChildren"), "first page second");
-  EXPECT_EQ(list("first", "AXChildren"), "");
-  EXPECT_EQ(list("second", "AXChildren"), "icon");
-  EXPECT_EQ(*get("page", "AXParent").value.element(), source.ref("tabs"));
-  EXPECT_EQ(*get("icon", "AXParent").value.element(), source.ref("second"));
-}
-
 TEST_F(AtspiVocabulary, ShowsThePageOfALoneTabThatIsHidden) {
   source.add("tabs", role::pageTabList, "win", Rect{0, 0, 400, 300});
   source.add("tab", role::pageTab, "tabs", std::nullopt);
   source.add("page", role::panel, "tab", Rect{0, 0, 400, 300});
   EXPECT_EQ(list("tabs", "AXVisibleChildren"), "page");
-}
-
-TEST_F(AtspiVocabulary, ParksWhatAnExpanderDisclosesBesideItsTriangle) {
-  source.add("box", role::panel, "win", Rect{0, 0, 400, 300});
-  source.add("more", role::toggleButton, "box", Rect{0, 10, 400, 120}).states |= 1ULL << state::expandable;
-  source.add("details", role::label, "more", Rect{5, 30, 390, 90});
-  EXPECT_EQ(list("box", "AXVisibleChildren"), "more details");
-  EXPECT_EQ(list("more", "AXChildren"), "");
-  EXPECT_EQ(*get("details", "AXParent").value.element(), source.ref("box"));
-  EXPECT_EQ(*get("more", "AXSize").value.size(), (Size{20, 20}));
-  EXPECT_EQ(*get("more", "AXPosition").value.point(), (Point{0, 10}));
 }
 
 TEST_F(AtspiVocabulary, ListsVisibleChildrenOfContainersOnly) {
@@ -102,27 +65,6 @@ TEST_F(AtspiVocabulary, StandsAPopoverWhereItsWindowHoldsIt) {
   EXPECT_EQ(*get("inside", "AXParent").value.element(), source.ref("button"));
 }
 
-TEST_F(AtspiVocabulary, ShowsTheOpenListOfAComboBoxBeyondItsEdges) {
-  source.add("combo", role::comboBox, "win", Rect{0, 100, 100, 20});
-  source.add("choices", role::list, "combo", Rect{0, 100, 100, 60});
-  source.add("third", role::listItem, "choices", Rect{0, 140, 100, 20});
-  EXPECT_EQ(list("choices", "AXVisibleChildren"), "third");
-}
-
-TEST_F(AtspiVocabulary, GivesRowsOrCellsBetweenTheEdgesOfTheViewport) {
-  source.add("pane", role::scrollPane, "win", Rect{0, 100, 400, 50});
-  source.add("table", role::treeTable, "pane", Rect{0, 80, 400, 1000});
-  const Rect inside{0, 110, 200, 20};
-  source.add("above", role::tableCell, "table", Rect{0, 80, 200, 20});
-  source.add("in", role::tableCell, "table", inside);
-  source.add("aside", role::tableCell, "table", Rect{500, 110, 200, 20});
-  source.add("below", role::tableCell, "table", Rect{0, 150, 200, 20});
-  source.add("row", role::tableRow, "table", Rect{-50, 140, 900, 20});
-  EXPECT_EQ(list("table", "AXVisibleRows"), "in row");
-  EXPECT_EQ(list("table", "AXRows"), "above in aside below row");
-  EXPECT_EQ(list("pane", "AXRows"), kUnsupported);
-}
-
 TEST_F(AtspiVocabulary, ReadsLargeTablesPageByPage) {
   auto& table = source.add("table", role::table, "win");
   for (int i = 0; i < 400; ++i) {
@@ -134,16 +76,6 @@ TEST_F(AtspiVocabulary, ReadsLargeTablesPageByPage) {
   const auto page = platform.copyAttributeValues(source.ref("table"), "AXRows", 390, 50);
   EXPECT_EQ(ids(page.value), "c390 c391 c392 c393 c394 c395 c396 c397 c398 c399");
   EXPECT_LT(source.messages, 10);
-}
-
-TEST_F(AtspiVocabulary, RefusesSlicesThatAreNone) {
-  source.add("button", role::pushButton, "win");
-  const ElementRef win = source.ref("win");
-  EXPECT_EQ(platform.copyAttributeValues(win, "AXChildren", 2, 5).error, AccessibilityError::illegalArgument);
-  EXPECT_EQ(platform.copyAttributeValues(win, "AXChildren", -1, 5).error, AccessibilityError::illegalArgument);
-  EXPECT_EQ(platform.copyAttributeValues(win, "AXTitle", 0, 5).error, AccessibilityError::illegalArgument);
-  EXPECT_EQ(platform.attributeValueCount(win, "AXTitle").error, AccessibilityError::illegalArgument);
-  EXPECT_EQ(platform.attributeValueCount(win, "AXRows").error, AccessibilityError::attributeUnsupported);
 }
 
 TEST_F(AtspiVocabulary, SurvivesParentsThatRunInACircle) {
