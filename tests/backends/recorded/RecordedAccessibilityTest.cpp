@@ -164,19 +164,5 @@ TEST_F(RecordedAccessibilityTest, EveryReadOfAnElementWithAnErrorFailsWithIt) {
   EXPECT_EQ(ax().copyAttributeValue(ElementRef(), "AXSize").error, AccessibilityError::invalidElement);
 }
 
-TEST(RecordedAccessibility, HitTestsAndOwnersOfVeryDeepTreesNeedNoDeepStack) {
-  std::string text = R"({"applications": [{"pid":1,"element":"e0"}], "elements": {)";
-  const int levels = 10'000;
-  for (int i = 0; i <= levels; ++i) {
-    const std::string next = i == levels ? "" : "{\"ref\":\"e" + std::to_string(i + 1) + "\"}";
-    text += (i ? ",\"e" : "\"e") + std::to_string(i) +
-            R"(":{"attributes":{"AXPosition":{"point":[0,0]},"AXSize":{"size":[9,9]},"AXChildren":[)" + next + "]}}";
-  }
-  const auto desktop = RecordedPlatform::fromText(text + "}}");
-  auto& ax = desktop->accessibility();
-  EXPECT_EQ(ax.copyElementAtPosition(ax.systemWideElement(), 1, 1).value.text(), "e10000");
-  EXPECT_EQ(ax.processIdentifier(ax.element("e10000")).value, 1);
-}
-
 }  // namespace
 }  // namespace jumplark

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
 #include <string>
 
 namespace jumplark {
@@ -168,17 +166,11 @@ TEST(RecordedDesktop, RefusesJsonThatIsNestedTooDeep) {
   EXPECT_EQ(errorOf(attribute(repeated("[", 90) + repeated("]", 90))), "");
 }
 
-TEST(RecordedDesktop, AcceptsCirclesAndVeryDeepTrees) {
+TEST(RecordedDesktop, AcceptsCircles) {
   EXPECT_EQ(
       errorOf(R"({"elements": {"a": {"attributes": {"AXParent":{"ref":"b"}, "AXChildren":[{"ref":"a"},{"ref":"b"}]}},
                                      "b": {"attributes": {"AXParent":{"ref":"a"}, "AXChildren":[{"ref":"a"}]}}}})"),
       "");
-  std::string deep = R"({"elements": {"e0": {})";
-  for (int i = 1; i <= 10'000; ++i) {
-    deep +=
-        ",\"e" + std::to_string(i) + R"(":{"attributes":{"AXChildren":[{"ref":"e)" + std::to_string(i - 1) + "\"}]}}";
-  }
-  EXPECT_EQ(load(deep + "}}").elements.all().size(), 10'001U);
 }
 
 TEST(RecordedDesktop, LeavesWhatIsNotSaidAtItsDefault) {
@@ -201,17 +193,6 @@ TEST(RecordedDesktop, TellsOfMembersThatMeanNothing) {
       load(R"({"pionter": [1,2], "_note": 1, "elements": {"e": {"comment": "x", "atributes": {}}}})");
   EXPECT_THAT(desktop.warnings,
               ElementsAre(HasSubstr("pionter"), AllOf(HasSubstr("atributes"), HasSubstr("element \"e\""))));
-}
-
-TEST(RecordedDesktop, NamesTheFileThatCannotBeRead) {
-  for (const char* path : {"/nonexistent/desktop.json", "/", ""}) {
-    try {
-      RecordedDesktop::fromFile(path);
-      ADD_FAILURE() << path << " was read";
-    } catch (const RecordingError& error) {
-      EXPECT_THAT(error.what(), AllOf(StartsWith(path), HasSubstr("cannot be read")));
-    }
-  }
 }
 
 TEST(RecordedDesktop, AStoreKnowsReferencesOfOthersByTheirText) {
