@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
 
 #include "desktop/support/Process.h"
 #include "platform/AttributeValue.h"
+#include "support/TemporaryFolder.h"
 
 namespace jumplark {
 namespace {
@@ -39,14 +38,9 @@ const char* const kDesktop = R"({"screens":[[0,0,1440,900]],"pointer":[700,450],
 
 class CommandLine : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "jumplark-cli-XXXXXX").string();
-    folder_ = mkdtemp(pattern.data());
-    write("desktop.json", kDesktop);
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
+  CommandLine() { write("desktop.json", kDesktop); }
 
-  void write(const std::string& name, const std::string& content) const { std::ofstream(folder_ / name) << content; }
+  void write(const std::string& name, const std::string& content) const { testing::writeFile(folder_ / name, content); }
   std::string file(const std::string& name) const { return (folder_ / name).string(); }
 
   desktop::Finished run(const Arguments& arguments, const Environment& environment = {}) const {
@@ -62,7 +56,7 @@ class CommandLine : public ::testing::Test {
     return run(arguments);
   }
 
-  std::filesystem::path folder_;
+  testing::TemporaryFolder folder_;
 };
 
 TEST_F(CommandLine, MatchPrintsJSONBestFirst) {
@@ -107,16 +101,6 @@ TEST_F(CommandLine, ActSaysWhatItClickedAndWhere) {
   EXPECT_EQ(done.out, "clicked Button \"Save\" at 50,19\n");
 }
 
-TEST_F(CommandLine, RecordWritesADesktopThatMatchesTheSame) {
-  ASSERT_EQ(onDesktop("record", {"-o", file("copy.json")}).status, 0);
-  const auto original = onDesktop("match", {"--json", "s"});
-  const auto copy = run({"match", "--desktop", file("copy.json"), "--json", "s"});
-  EXPECT_EQ(original.status, 0);
-  EXPECT_EQ(copy.out, original.out);
-  EXPECT_NE(copy.out.find("saveAs"), std::string::npos);
-  EXPECT_EQ(run({"tree", "--desktop", file("copy.json")}).out, onDesktop("tree", {}).out);
-}
-
 struct Failing {
   std::string name;
   Arguments arguments;
@@ -147,7 +131,7 @@ TEST_F(CommandLine, FailuresHaveTheirStatusAndOneSentence) {
   };
   for (const Failing& c : cases) {
     // A runtime folder of its own, so that it is the only instance.
-    const auto finished = run(c.arguments, {{"XDG_RUNTIME_DIR", folder_.string()}});
+    const auto finished = run(c.arguments, {{"XDG_RUNTIME_DIR", folder_.path()}});
     EXPECT_EQ(finished.status, c.status) << c.name << ": " << finished.err;
     EXPECT_NE(finished.err.find(c.says), std::string::npos) << c.name << ": " << finished.err;
     EXPECT_TRUE(finished.out.empty()) << c.name << ": " << finished.out;
@@ -159,17 +143,6 @@ TEST_F(CommandLine, FindsApplicationsByNameAndIdentifier) {
     EXPECT_EQ(run({"match", "--desktop", file("desktop.json"), "--app", name, "save"}).status, 0) << name;
   }
   EXPECT_EQ(run({"match", "--desktop", file("desktop.json"), "--pid", "502", "save"}).status, 1);
-}
-
-TEST_F(CommandLine, HelpAndVersionGoToStandardOutput) {
-  const auto version = run({"--version"});
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, "jumplark " JUMPLARK_VERSION "\n");
-  const auto help = run({"--help"});
-  EXPECT_EQ(help.status, 0);
-  for (const char* word : {"tree", "match", "act", "record", "doctor", "--version"}) {
-    EXPECT_NE(help.out.find(word), std::string::npos) << word;
-  }
 }
 
 TEST_F(CommandLine, SurvivesTheDeepestTrees) {
