@@ -1,5 +1,3 @@
-#include <nlohmann/json.hpp>
-
 #include "backends/qt/ViewsFixture.h"
 
 namespace jumplark {
@@ -36,30 +34,6 @@ TEST_P(Alerts, TakeTheKeyboardAndTellTheAnswer) {
 
 INSTANTIATE_TEST_SUITE_P(On, Alerts, testing::Values(WindowManager::xfwm4, WindowManager::openbox),
                          [](const auto& info) { return nameOf(info.param); });
-
-TEST(QueryWindowAccessibility, ScreenReaderFindsTheFieldAndTheSelectedMatch) {
-  desktop::PrivateSession session({.windowManager = WindowManager::openbox});
-  ViewsClient views(session);
-  views.showQueryWindow(300, 300);
-  session.keys({"type", "sav"});
-  ASSERT_TRUE(views.says("text sav"));
-  views.command("announce Save as, label S");
-  const auto field = [&] {
-    const auto read = session.run({JUMPLARK_ACCESSIBLE_READER, "Jumplark"});
-    for (const auto& element : nlohmann::json::parse(read.out, nullptr, false)) {
-      if (element.is_object() && element["name"] == "What to click") {
-        return element;
-      }
-    }
-    return nlohmann::json::object();
-  };
-  ASSERT_TRUE(waitUntil([&] { return !field().empty(); }));
-  const auto found = field();
-  EXPECT_EQ(found["role"], "text");
-  EXPECT_EQ(found["text"], "sav");
-  EXPECT_EQ(found["description"], "Save as, label S");
-  EXPECT_NE(found["states"].dump().find("focused"), std::string::npos) << found;
-}
 
 }  // namespace
 }  // namespace jumplark

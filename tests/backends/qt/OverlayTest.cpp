@@ -16,8 +16,8 @@ constexpr uint32_t kBlueOnWhite = 0x79B8E5;    // 60 % of 2088d4
 
 class Overlay : public ViewsTest, public testing::WithParamInterface<WindowManager> {
  protected:
-  void startOn(std::vector<desktop::PixelRect> monitors = {}, const desktop::Environment& extra = {}) {
-    startViews({.windowManager = GetParam(), .width = 1000, .height = 600, .monitors = std::move(monitors)}, extra);
+  void SetUp() override {
+    startViews({.windowManager = GetParam(), .width = 1000, .height = 600});
     // Unmanaged, so that it lies exactly there; not as large as the screen, which xfwm4 would stop compositing then.
     ground_ = std::make_unique<WindowClient>(*session_,
                                              desktop::Arguments{"1000x590+0+0", "--title", "g", "--override-redirect"});
@@ -30,7 +30,6 @@ class Overlay : public ViewsTest, public testing::WithParamInterface<WindowManag
 };
 
 TEST_P(Overlay, DrawsBoxesOnTheirPixelsAndLetsClicksThrough) {
-  startOn();
   views_->command("overlay 1");
   views_->command("boxes 100,50,200,60,ffde5c,A 400,50,200,60,2088d4,S 500,80,50,100,ffde5c,");
   EXPECT_TRUE(shows(140, 60, kYellowOnWhite));
@@ -67,7 +66,6 @@ TEST_P(Overlay, DrawsBoxesOnTheirPixelsAndLetsClicksThrough) {
 }
 
 TEST_P(Overlay, LeavesTheQueryWindowFree) {
-  startOn();
   views_->showQueryWindow(300, 300);
   views_->command("overlay 1");
   views_->command("boxes 250,250,600,250,2088d4,");
@@ -79,37 +77,7 @@ TEST_P(Overlay, LeavesTheQueryWindowFree) {
   EXPECT_TRUE(shows(frame[0] + 200, frame[1] + 4, kBlueOnWhite));
 }
 
-// Not with xfwm4's compositor, which leaves monitors black that are not the graphics card's own.
-class OverlayOnMonitors : public Overlay {};
-
-TEST_P(OverlayOnMonitors, CoversThemAll) {
-  startOn({{0, 0, 500, 600}, {500, 0, 500, 400}});
-  views_->command("overlay 1");
-  views_->command("boxes 450,100,100,80,ffde5c, 700,300,100,80,2088d4,");
-  EXPECT_TRUE(shows(480, 120, kYellowOnWhite));
-  EXPECT_TRUE(shows(520, 120, kYellowOnWhite));
-  EXPECT_TRUE(shows(720, 320, kBlueOnWhite));
-}
-
-TEST_P(Overlay, FollowsTheScaleFactor) {
-  startOn({}, {{"QT_SCALE_FACTOR", "2"}});
-  views_->command("overlay 1");
-  views_->command("boxes 100,50,200,120,ffde5c,");
-  for (const auto& [y, color] : {std::pair(49, kWhite), {50, kBlack}, {51, kBlack}, {52, kYellowOnWhite}}) {
-    EXPECT_TRUE(shows(200, y, color));
-  }
-  views_->showQueryWindow(300, 300);
-  views_->command("frame");
-  const auto frame = views_->numbers("frame");
-  EXPECT_EQ(frame[0], 300);
-  EXPECT_EQ(frame[1], 300);
-  EXPECT_GE(frame[3], 100) << "twice as high";
-  session_->keys({"type", "ab"});
-  EXPECT_TRUE(views_->says("text ab"));
-}
-
 TEST_P(Overlay, ShowsADescriptionBesideAnElement) {
-  startOn();
   const bool translucent = GetParam() == WindowManager::openboxPicom || GetParam() == WindowManager::xfwm4Compositor;
   views_->command("anchor 300 300 200 40 0000ff");
   views_->command("bubble Type: Button");
@@ -130,9 +98,6 @@ TEST_P(Overlay, ShowsADescriptionBesideAnElement) {
 INSTANTIATE_TEST_SUITE_P(On, Overlay,
                          testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor,
                                          WindowManager::openboxPicom),
-                         [](const auto& info) { return nameOf(info.param); });
-
-INSTANTIATE_TEST_SUITE_P(On, OverlayOnMonitors, testing::Values(WindowManager::xfwm4, WindowManager::openboxPicom),
                          [](const auto& info) { return nameOf(info.param); });
 
 class OverlayAndCompositor : public ViewsTest {};

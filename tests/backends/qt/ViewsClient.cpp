@@ -2,7 +2,7 @@
 // the FIFO, one a line, and prints "done N" after the Nth has reached the X server. Between them it prints what the
 // windows report: "text T", "key CODE FLAGS IGNORING", "equivalent CODE", "windowkey CODE", "resign", "keyboard",
 // "chosen N". Places have a top-left origin.
-//   place X Y | show | hide | text T | notice T | work 0|1 | announce T | monitor 0|1 | unfocus | pressed X Y | frame
+//   place X Y | show | hide | text T | notice T | monitor 0|1 | unfocus | pressed X Y | frame
 //   boxes [X,Y,W,H,RRGGBB,LABEL]... | overlay 0|1 | anchor X Y W H RRGGBB | bubble T | nothing | alert
 //   TITLE|TEXT|BUTTON... quit
 #include <unistd.h>
@@ -100,13 +100,8 @@ class Client {
     commands_["hide"] = [this](const std::string&) { query_->orderOut(); };
     commands_["text"] = [this](const std::string& text) { query_->setText(text); };
     commands_["notice"] = [this](const std::string& text) { query_->setNotice(text); };
-    commands_["announce"] = [this](const std::string& text) { query_->announceSelection(text); };
     commands_["monitor"] = [this](const std::string& on) { query_->setKeyMonitorInstalled(on == "1"); };
     commands_["unfocus"] = [this](const std::string&) { query_->resignFieldFirstResponder(); };
-    commands_["work"] = [this](const std::string& on) {
-      query_->startSpinner();
-      query_->setSpinnerOpacity(on == "1" ? 1 : 0, std::chrono::milliseconds(100));
-    };
     commands_["pressed"] = [this](const std::string& arguments) {
       std::istringstream in(arguments);
       Point point;
@@ -152,12 +147,7 @@ class Client {
       discovery_->setAnchorColor(color);
       discovery_->orderFrontRegardless();
     };
-    commands_["bubble"] = [this](std::string text) {
-      for (size_t at = 0; (at = text.find("\\n", at)) != std::string::npos;) {
-        text.replace(at, 2, "\n");
-      }
-      discovery_->showPopover(text);
-    };
+    commands_["bubble"] = [this](const std::string& text) { discovery_->showPopover(text); };
     commands_["nothing"] = [this](const std::string&) {
       discovery_->closePopover();
       discovery_->orderOut();

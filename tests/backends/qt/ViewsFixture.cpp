@@ -12,7 +12,7 @@ namespace jumplark {
 
 using desktop::waitUntil;
 
-ViewsClient::ViewsClient(desktop::PrivateSession& session, const desktop::Environment& extra)
+ViewsClient::ViewsClient(desktop::PrivateSession& session)
     : session_(session),
       fifo_(session.folder() + "/commands"),
       process_((
@@ -22,7 +22,7 @@ ViewsClient::ViewsClient(desktop::PrivateSession& session, const desktop::Enviro
               throw std::runtime_error("no FIFO");
             }
           }(),
-          session.start({JUMPLARK_VIEWS_CLIENT, fifo_}, extra))) {
+          session.start({JUMPLARK_VIEWS_CLIENT, fifo_}))) {
   pipe_ = ::open(fifo_.c_str(), O_RDWR | O_CLOEXEC);
   if (pipe_ < 0 || !process_.waitForLine("ready")) {
     throw std::runtime_error("the windows did not come up: " + process_.err());

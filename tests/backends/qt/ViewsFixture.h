@@ -11,7 +11,7 @@ namespace jumplark {
 /// The windows in a process of their own (ViewsClient.cpp), told what to do.
 class ViewsClient {
  public:
-  explicit ViewsClient(desktop::PrivateSession& session, const desktop::Environment& extra = {});
+  explicit ViewsClient(desktop::PrivateSession& session);
   ~ViewsClient();
   ViewsClient(const ViewsClient&) = delete;
   ViewsClient& operator=(const ViewsClient&) = delete;
@@ -39,9 +39,9 @@ class ViewsClient {
 
 class ViewsTest : public X11Test {
  protected:
-  void startViews(const desktop::SessionOptions& options, const desktop::Environment& extra = {}) {
+  void startViews(const desktop::SessionOptions& options) {
     start(options);
-    views_ = std::make_unique<ViewsClient>(*session_, extra);
+    views_ = std::make_unique<ViewsClient>(*session_);
   }
   void TearDown() override {
     views_.reset();
