@@ -1,7 +1,5 @@
 #include "backends/linux/x11/DesktopWatcher.h"
 
-#include <csignal>
-
 #include "backends/x11/X11Fixture.h"
 
 namespace jumplark {
@@ -30,31 +28,6 @@ class DesktopWatcherTest : public X11Test {
   ManualQueue queue_;
   std::unique_ptr<DesktopWatcher> watcher_;
 };
-
-TEST_F(DesktopWatcherTest, tellsOfCompositorsAndWindowManagers) {
-  startWith(desktop::WindowManager::none);
-  std::vector<bool> compositor;
-  int managers = 0;
-  const Token token = watcher_->onCompositorChanged([&](bool runs) { compositor.push_back(runs); });
-  const Token other = watcher_->onWindowManagerStarted([&] { ++managers; });
-  EXPECT_FALSE(watcher_->compositorRuns());
-  for (const int signal : {SIGTERM, SIGKILL}) {
-    compositor.clear();
-    managers = 0;
-    desktop::Process& manager = session_->start({"openbox", "--sm-disable"});
-    desktop::Process& picom = session_->start({"picom", "--backend", "xrender"});
-    EXPECT_TRUE(becomes(compositor, {true}));
-    EXPECT_TRUE(waitUntil([&] {
-      queue_.runAll();
-      return managers > 0;
-    }));
-    EXPECT_TRUE(watcher_->compositorRuns());
-    picom.kill(signal);
-    EXPECT_TRUE(becomes(compositor, {true, false}));
-    EXPECT_FALSE(watcher_->compositorRuns());
-    manager.kill(SIGKILL);
-  }
-}
 
 TEST_F(DesktopWatcherTest, tellsWhichApplicationBecomesActive) {
   startWith(desktop::WindowManager::xfwm4);

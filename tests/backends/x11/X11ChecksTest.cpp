@@ -33,21 +33,6 @@ void expectRemediesWhereNeeded(const std::vector<DesktopCheck>& checks) {
 
 class X11ChecksTest : public X11Test {};
 
-TEST_F(X11ChecksTest, aFullSessionHasWhatIsNeeded) {
-  start({.windowManager = WindowManager::xfwm4Compositor});
-  const auto adopted = session_->adoptEnvironment();
-  const WindowClient panel(*session_, {"300x30+0+0", "--type", "DOCK", "--class", "p", "Panel", "--title", "p"});
-  ASSERT_TRUE(waitUntil([&] { return named(x11Checks(), "compositor").level == DesktopCheck::ok; }));
-  const auto checks = x11Checks();
-  expectRemediesWhereNeeded(checks);
-  for (const DesktopCheck& check : checks) {
-    EXPECT_TRUE(check.level == DesktopCheck::ok || check.name == "tray") << check.name << ": " << check.finding;
-  }
-  EXPECT_EQ(named(checks, "window manager").finding, "Xfwm4.");
-  EXPECT_EQ(named(checks, "panel").finding, "Panel (process " + std::to_string(panel.pid()) + ").");
-  EXPECT_EQ(named(checks, "extension RANDR").finding.substr(0, 9), "Version 1");
-}
-
 TEST_F(X11ChecksTest, saysWhatIsMissingAndHowToMendIt) {
   start({.windowManager = WindowManager::none});
   const auto adopted = session_->adoptEnvironment();
@@ -85,12 +70,6 @@ TEST_F(X11ChecksTest, aServerWithoutExtensionsFailsTheChecks) {
   EXPECT_TRUE(input.createEventTap({}, [](uint32_t, const InputEvent&) { return true; }));
   server.kill(SIGTERM);
   EXPECT_TRUE(server.wait().has_value());
-}
-
-TEST_F(X11ChecksTest, withoutADisplayThereIsOneFailure) {
-  const auto checks = x11Checks(":987");
-  expectRemediesWhereNeeded(checks);
-  EXPECT_EQ(named(checks, "X display").level, DesktopCheck::failure);
 }
 
 }  // namespace

@@ -108,19 +108,6 @@ TEST_F(X11InputTest, tapsDoNotSeeTheModifierReleasesOfAClick) {
   EXPECT_THAT(recorder.flags(), ElementsAre(modifier_flag::control, modifier_flag::control, 0));
 }
 
-TEST_F(X11InputTest, tapsSeeTheLeftButtonWhenTheirMaskHasIt) {
-  Recorder recorder;
-  EventTapConfiguration configuration;
-  configuration.mask = 0x6;
-  const auto tap = input_->createEventTap(configuration, recorder.callback());
-  tap->setEnabled(true);
-  session_->keys({"keydown", "ctrl", "click", "3", "click", "1", "keyup", "ctrl"});
-  ASSERT_TRUE(waitUntil([&] { return recorder.events().size() == 2; }));
-  EXPECT_EQ(recorder.events()[0].type, event_type::leftMouseDown);
-  EXPECT_EQ(recorder.events()[1].type, event_type::leftMouseUp);
-  EXPECT_EQ(recorder.events()[0].flags, modifier_flag::control);
-}
-
 TEST_F(X11InputTest, aTapDoesNotSeeWhatHappenedBeforeItWasEnabled) {
   std::promise<void> blocked;
   std::promise<void> unblock;

@@ -1,7 +1,6 @@
 #include "backends/linux/x11/X11WindowSystem.h"
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 
@@ -147,21 +146,6 @@ TEST_F(X11WindowSystemTest, findsTheTopmostWindowThatTakesTheClick) {
   EXPECT_EQ(idAt(170, 170), menu.window()) << "beside the bounding shape";
   EXPECT_EQ(idAt(215, 170), shaped.window());
   EXPECT_THAT(idsOf(windows_->unmanagedWindows()), ElementsAre(shaped.window(), menu.window()));
-}
-
-// A process of its own, since the windows of this one are what is being ignored.
-TEST_F(X11WindowSystemTest, seesThroughWindowsOfItsOwnProcess) {
-  start({.windowManager = WindowManager::none});
-  const WindowClient client(*session_, {"200x200+100+100", "--title", "Other"});
-  const auto own = X11Connection::open(session_->display()).connection;
-  ASSERT_TRUE(own);
-  const xcb_window_t cover = xcb_generate_id(own->get());
-  const uint32_t overrideRedirect = 1;
-  xcb_create_window(own->get(), XCB_COPY_FROM_PARENT, cover, own->root(), 0, 0, 500, 500, 0,
-                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &overrideRedirect);
-  ASSERT_TRUE(own->check(xcb_map_window_checked(own->get(), cover)));
-  EXPECT_EQ(idAt(150, 150), client.window());
-  EXPECT_EQ(idAt(50, 50), 0U);
 }
 
 TEST_F(X11WindowSystemTest, windowsThatVanishMeanwhileAreLeftOut) {
