@@ -4,9 +4,7 @@
 #include <utility>
 
 #include "overlay/Colors.h"
-#include "overlay/JLElementHighlightLayer.h"
 #include "overlay/JLElementHighlighter.h"
-#include "overlay/JLOverlayWindow.h"
 #include "overlay/ScreenFrames.h"
 #include "support/OnMainThread.h"
 #include "support/RecordedMetrics.h"
@@ -227,28 +225,6 @@ TEST(Highlighter, HoldsNothingOnScreenWhenItIsGone) {
   highlighter = nullptr;
   desktop->queues().runPending();
   EXPECT_FALSE(desktop->views().overlay().visible());
-}
-
-TEST(OverlayWindow, OutlinesOneRectangleBesideTheBoxes) {
-  Highlighting test;
-  onMainThread(test.desktop, [&] {
-    JLOverlayWindow window;
-    window.show();
-    const auto box = JLElementHighlightLayer::initWithOverlayAndElement(&window, test.node("button").get());
-    window.addHighlightLayer(*box);
-    window.setOutlineRect(Rect{1, 2, 3, 4});
-    window.setOutlineRect(Rect{5, 6, 7, 8});
-    ASSERT_EQ(test.screen().shownLayers().size(), 2U);
-    const BoxLayer outline = test.screen().shownLayers()[1];
-    EXPECT_EQ(outline.frame, (Rect{5, 6, 7, 8}));
-    EXPECT_EQ(outline.border, (Color{0, 0x58 / 255.0, 1, 0.8}));
-    EXPECT_EQ(outline.borderWidth, 2);
-    EXPECT_EQ(outline.background.alpha, 0);
-    window.setOutlineRect(std::nullopt);
-    EXPECT_EQ(test.screen().shownLayers().size(), 1U);
-    EXPECT_EQ(window.outlineRect(), (Rect{5, 6, 7, 8})) << "the last that was given";
-  });
-  EXPECT_FALSE(test.screen().visible()) << "gone with the window";
 }
 
 TEST(OverlayGeometry, ReadsColoursAndMergesScreens) {

@@ -4,10 +4,9 @@
 #include <atomic>
 #include <thread>
 
-#include "platform/Views.h"
 #include "selection/JLElementSelectionController.h"
 #include "streams/NotificationCenter.h"
-#include "support/OnMainThread.h"
+#include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 
 namespace jumplark {
@@ -165,40 +164,6 @@ TEST(Selection, ForgetsLettersWithNewMatchesButNotWithoutAny) {
   test.controller.selectMatchInDirection(SelectionDirection::down);
   EXPECT_EQ(test.selected(), "1");
   EXPECT_EQ(test.announced.size(), announcements);
-}
-
-const char* const kButtons = R"({"screens":[[0,0,1000,900]],"pointer":[0,0],"elements":{
-  "w":{"attributes":{"AXRole":"AXWindow"}},
-  "a":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXPosition":{"point":[0,0]},"AXSize":{"size":[50,20]}}},
-  "b":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXPosition":{"point":[0,30]},"AXSize":{"size":[50,20]}}}}})";
-
-TEST(Selection, IsSeenOnTheOverlay) {
-  RecordedFixture desktop(kButtons);
-  const auto tree = JLElementTree::tree();
-  JLElementSelectionController controller;
-  const auto match = [&](const char* id, float score) {
-    return JLElementMatch(tree->handle(JLElementNode::nodeWithJLElement(*tree, desktop.element(id))), score);
-  };
-  const auto labels = [&] {
-    std::string all;
-    for (const BoxLayer& box : desktop->views().overlay().shownLayers()) {
-      all += box.label.text;
-    }
-    return all;
-  };
-  controller.setElementMatches({match("a", 1), match("b", 2)});
-  desktop->queues().runPending();
-  EXPECT_EQ(labels(), "EA") << "shown with its boxes at once";
-  controller.selectNextMatch();
-  desktop->queues().runPending();
-  EXPECT_EQ(labels(), "AE");
-
-  controller.setElementMatches({match("a", 1), match("a", 1)});
-  desktop->queues().runPending();
-  EXPECT_EQ(labels(), "A") << "an element that was found twice alike has one label";
-  controller.setElementMatches({});
-  desktop->queues().runPending();
-  EXPECT_FALSE(desktop->views().overlay().visible());
 }
 
 TEST(Selection, IsWholeAtEachMomentWhileKeysAndMatchesArrive) {

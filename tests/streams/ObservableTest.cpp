@@ -171,22 +171,6 @@ TEST_F(ObservableTest, DebouncePassesAValueAfterTheQuietInterval) {
   EXPECT_EQ(completions_, 1);
 }
 
-TEST_F(ObservableTest, DeliveryOnAQueueTakesOneTaskForEachValue) {
-  TaskQueue& queue = queues_.highPriorityQueue();
-  Subject<int> subject;
-  std::vector<std::string> seen;
-  const Token token = subject.observe().deliverOn(queue).subscribe([&](const int& value) {
-    EXPECT_TRUE(queue.isCurrent());
-    seen.push_back(std::to_string(value));
-  });
-  subject.send(1);
-  queue.post([&] { seen.emplace_back("between"); });
-  subject.send(2);
-  EXPECT_TRUE(seen.empty());
-  queues_.runPending();
-  EXPECT_EQ(seen, (std::vector<std::string>{"1", "between", "2"}));
-}
-
 TEST_F(ObservableTest, CombineLatestWaitsForBothAndThenFollowsEither) {
   Subject<int> numbers;
   ReplaySubject<std::string> words;

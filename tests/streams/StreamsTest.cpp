@@ -34,30 +34,6 @@ TEST(Stream, RunsItsProducerForEachSubscriberOnly) {
   EXPECT_EQ(runs, 2);
 }
 
-TEST(Stream, DeliversOnAQueueInOrderAndCompletesThereLast) {
-  VirtualQueues queues;
-  const Token installed = Platform::install(platformWith(queues));
-  TaskQueue& queue = queues.highPriorityQueue();
-  std::vector<int> seen;
-  bool completed = false;
-  Stream<int>::of({1, 2, 3}).deliverOn(queue).subscribe(
-      [&](int value) {
-        EXPECT_TRUE(queue.isCurrent());
-        EXPECT_FALSE(completed);
-        seen.push_back(value);
-      },
-      [&] { completed = true; });
-  EXPECT_TRUE(seen.empty());
-  queues.advance(Duration::zero());
-  EXPECT_TRUE(completed);
-  EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
-  EXPECT_EQ(Stream<int>::of({4, 5}).deliverOn(queue).collect(), (std::vector<int>{4, 5})) << "from another queue";
-  std::vector<int> within;
-  queue.post([&] { within = Stream<int>::of({6}).deliverOn(queue).collect(); });
-  queues.advance(Duration::zero());
-  EXPECT_EQ(within, (std::vector<int>{6})) << "from the queue itself";
-}
-
 TEST(NotificationCenter, ReachesObserversOfTheNameUntilTheirTokenEnds) {
   NotificationCenter center;
   std::vector<std::string> heard;
