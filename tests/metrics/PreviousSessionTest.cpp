@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <string>
 
 #include "metrics/JLMetricsService.h"

@@ -1,6 +1,4 @@
-#include <chrono>
 #include <stdexcept>
-#include <thread>
 
 #include "backends/contract/DesktopContractCases.h"
 #include "backends/linux/LinuxPlatform.h"

@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <atomic>
-
 #include "backends/atspi/SourceFixture.h"
 
 namespace jumplark::atspi {

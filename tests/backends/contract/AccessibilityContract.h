@@ -13,10 +13,9 @@
 #include "platform/Accessibility.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
-#include "platform/Screens.h"
 #include "platform/Workspace.h"
 
-/// What accessibility, workspace and screens promise on every desktop that shows one application with a window
+/// What accessibility and workspace promise on every desktop that shows one application with a window
 /// that holds a button and a text field. A backend derives ContractDesktop and instantiates the suite:
 ///
 ///     INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract,
@@ -67,7 +66,6 @@ class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
   ContractDesktop& desktop() { return *desktop_; }
   AccessibilityPlatform& accessibility() { return *platform_.accessibility; }
   Workspace& workspace() { return *platform_.workspace; }
-  Screens& screens() { return *platform_.screens; }
 
   ElementRef application() const { return application_; }
   ElementRef window() const { return window_; }

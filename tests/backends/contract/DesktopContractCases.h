@@ -4,11 +4,10 @@
 
 #include "backends/contract/AccessibilityContract.h"
 
-/// The cases of DesktopContract about accessibility, workspace and screens. Include once in a program.
+/// The cases of DesktopContract about accessibility and workspace. Include once in a program.
 namespace jumplark::contract {
 
 using ::testing::Contains;
-using ::testing::Each;
 using ::testing::IsEmpty;
 
 inline constexpr const char* kUnknownName = "AXJumplarkUnknown";
@@ -141,16 +140,6 @@ TEST_P(DesktopContract, TheParentOfAChildLeadsBack) {
   EXPECT_EQ(elementOf(button(), "AXWindow"), window());
 }
 
-TEST_P(DesktopContract, TheButtonIsInsideItsWindowAndOnAScreen) {
-  const Rect frame = frameOf(button());
-  EXPECT_TRUE(intersects(frame, frameOf(window())));
-  const std::vector<Rect> frames = screens().frames();
-  ASSERT_FALSE(frames.empty());
-  const double top = frames.front().maxY();
-  const Point centre{frame.midX(), top - frame.midY()};
-  EXPECT_TRUE(std::any_of(frames.begin(), frames.end(), [&](const Rect& screen) { return screen.contains(centre); }));
-}
-
 TEST_P(DesktopContract, AHitTestFindsTheButton) {
   const Rect frame = frameOf(button());
   const auto x = static_cast<float>(frame.midX());
@@ -198,17 +187,6 @@ TEST_P(DesktopContract, ReadsMayComeFromSeveralThreads) {
   std::thread other(read);
   read();
   other.join();
-}
-
-TEST_P(DesktopContract, ThereAreScreensAndThePointerIsOnOne) {
-  const std::vector<Rect> frames = screens().frames();
-  ASSERT_FALSE(frames.empty());
-  for (const Rect& frame : frames) {
-    EXPECT_GT(frame.width, 0);
-    EXPECT_GT(frame.height, 0);
-  }
-  const Point pointer = screens().pointerLocation();
-  EXPECT_TRUE(std::any_of(frames.begin(), frames.end(), [&](const Rect& screen) { return screen.contains(pointer); }));
 }
 
 }  // namespace jumplark::contract

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
 
@@ -240,15 +239,10 @@ TEST(RecordedValues, WhatIsWrittenIsReadBack) {
   const double inf = std::numeric_limits<double>::infinity();
   const std::pair<AttributeValue, AttributeValue> cases[] = {
       {Rect{0.1, -2, 1e300, 3}, Rect{0.1, -2, 1e300, 3}},
-      {0.1, 0.1},
       {3.0, 3.0},
-      {Range{Range::kNotFound, -1}, Range{Range::kNotFound, -1}},
-      {AccessibilityError::noValue, AccessibilityError::noValue},
       {inf, {}},
       {Point{inf, 0}, {}},
       {ElementRef(), {}},
-      {AttributeValue::List{AttributeValue::List{}, AttributeValue()},
-       AttributeValue::List{AttributeValue::List{}, AttributeValue()}},
   };
   for (const auto& [value, expected] : cases) {
     const auto json = nlohmann::json::parse(recorded_values::toJson(value).dump());

@@ -9,7 +9,6 @@ namespace jumplark {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::ElementsAre;
 
 constexpr const char* kDesktop = R"({
   "applications": [{"pid":1, "bundle_id":"front", "element":"front"}, {"pid":2, "bundle_id":"back", "element":"back"},

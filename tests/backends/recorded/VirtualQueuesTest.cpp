@@ -15,7 +15,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class VirtualQueuesTest : public ::testing::Test {
  protected:
@@ -105,30 +104,6 @@ TEST(VirtualQueues, ClosingEndsWaitsAndDropsTheRest) {
   EXPECT_EQ(log.size(), 2U);
 }
 
-TEST(RecordedInput, OnlyAnActiveTapSwallowsAndOnlyTheKeysThatItNamed) {
-  const auto recorded = RecordedPlatform::fromText("{}");
-  const auto tapWith = [&](uint32_t options, std::vector<int64_t> keys) {
-    EventTapConfiguration configuration;
-    configuration.options = options;
-    configuration.mask = 1U << event_type::keyDown;
-    configuration.swallowedKeyCodes = std::move(keys);
-    auto tap = recorded->input().createEventTap(configuration, [](uint32_t, const InputEvent&) { return false; });
-    tap->setEnabled(true);
-    return tap;
-  };
-  const auto passes = [&](int64_t key) { return recorded->input().injectKey(event_type::keyDown, key); };
-  {
-    const auto listening = tapWith(1, {key_code::returnKey});
-    EXPECT_TRUE(passes(key_code::returnKey));
-  }
-  const auto active = tapWith(0, {key_code::returnKey});
-  EXPECT_FALSE(passes(key_code::returnKey));
-  EXPECT_TRUE(passes(key_code::tab));
-  recorded->input().disableTaps(event_type::tapDisabledByTimeout);
-  EXPECT_FALSE(active->isEnabled());
-  EXPECT_TRUE(passes(key_code::returnKey));
-}
-
 TEST(RecordedInput, ATapSeesWhatItsMaskNamesWhileItIsEnabled) {
   const auto recorded = RecordedPlatform::fromText("{}");
   EventTapConfiguration configuration;
@@ -170,23 +145,6 @@ TEST(RecordedInput, DestroyingATapWaitsForItsRunningCall) {
   recorded->queues().advance(1s);
   EXPECT_EQ(tap, nullptr);
   EXPECT_EQ(recorded->input().tapCount(), 0);
-}
-
-TEST(RecordedInput, ATapMayEndItselfInItsCall) {
-  const auto recorded = RecordedPlatform::fromText("{}");
-  EventTapConfiguration configuration;
-  configuration.mask = 1U << event_type::keyDown;
-  int calls = 0;
-  std::unique_ptr<EventTapHandle> tap;
-  tap = recorded->input().createEventTap(configuration, [&](uint32_t, const InputEvent&) {
-    tap.reset();
-    ++calls;
-    return true;
-  });
-  tap->setEnabled(true);
-  recorded->input().injectKey(event_type::keyDown, key_code::tab);
-  recorded->input().injectKey(event_type::keyDown, key_code::tab);
-  EXPECT_EQ(calls, 1);
 }
 
 }  // namespace
