@@ -241,24 +241,5 @@ TEST_F(DefaultsFileTest, AWriterThatIsKilledLeavesAWholeFile) {
   EXPECT_EQ(filesBeside(), std::vector<std::string>{"defaults.json"});
 }
 
-TEST(DefaultsFilePath, TakesOnlyAbsolutePathsFromTheEnvironment) {
-  const struct {
-    const char* config;
-    const char* home;
-    const char* path;
-  } cases[] = {
-      {"/x/config", "/home/me", "/x/config/jumplark/defaults.json"},
-      {"config", "/home/me", "/home/me/.config/jumplark/defaults.json"},
-      {"", "/home/me", "/home/me/.config/jumplark/defaults.json"},
-  };
-  for (const auto& example : cases) {
-    ::setenv("XDG_CONFIG_HOME", example.config, 1);
-    ::setenv("HOME", example.home, 1);
-    EXPECT_EQ(DefaultsFile::pathFromEnvironment(), example.path);
-  }
-  ::setenv("HOME", "me", 1);
-  EXPECT_TRUE(DefaultsFile::pathFromEnvironment().is_absolute()) << "from the list of users";
-}
-
 }  // namespace
 }  // namespace jumplark

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include "backends/linux/system/DefaultsFile.h"
 #include "backends/linux/system/LinuxFacts.h"
 #include "backends/system/SystemFixture.h"
 
@@ -52,6 +53,25 @@ TEST_F(PrivateFilesTest, SaysWhatIsInTheWay) {
   EXPECT_EQ(files_.replace(path_, "x"), "");
   std::filesystem::resize_file(path_, (16U << 20U) + 1);
   EXPECT_EQ(files_.read(path_).problem, "it is larger than 16 MiB");
+}
+
+TEST(DefaultsFilePath, TakesOnlyAbsolutePathsFromTheEnvironment) {
+  const struct {
+    const char* config;
+    const char* home;
+    const char* path;
+  } cases[] = {
+      {"/x/config", "/home/me", "/x/config/jumplark/defaults.json"},
+      {"config", "/home/me", "/home/me/.config/jumplark/defaults.json"},
+      {"", "/home/me", "/home/me/.config/jumplark/defaults.json"},
+  };
+  for (const auto& example : cases) {
+    ::setenv("XDG_CONFIG_HOME", example.config, 1);
+    ::setenv("HOME", example.home, 1);
+    EXPECT_EQ(DefaultsFile::pathFromEnvironment(), example.path);
+  }
+  ::setenv("HOME", "me", 1);
+  EXPECT_TRUE(DefaultsFile::pathFromEnvironment().is_absolute()) << "from the list of users";
 }
 
 TEST(LinuxFactsTest, ReadsWhatDistributionsWrite) {

@@ -10,7 +10,6 @@
 #include <stdexcept>
 #include <thread>
 
-
 namespace jumplark {
 namespace {
 

@@ -15,6 +15,7 @@
 namespace jumplark {
 
 inline constexpr Shortcut kShortcut{key_code::space, modifier_flag::command | modifier_flag::shift};
+inline constexpr const char* kPress = "super+shift+space";  ///< the same for xdotool
 inline constexpr uint8_t kSpaceKeycode = 65;
 
 /// Stands for the query window: takes the keyboard when it is shown and tells when it has it.

@@ -1,0 +1,184 @@
+#include <gmock/gmock.h>
+
+#include "backends/linux/x11/Reply.h"
+#include "backends/x11/ShortcutFixture.h"
+
+namespace jumplark {
+namespace {
+
+using desktop::waitUntil;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// What becomes of the keys around a press.
+class ShortcutHandOverTest : public ShortcutTest {};
+
+TEST_F(ShortcutHandOverTest, noLetterTypedRightAfterThePressIsLost) {
+  const Token token = registered(true);
+  for (int round = 1; round <= 20; ++round) {
+    session_->keys({"key", "--delay", "0", kPress, "type", "--delay", "0", "hello"});
+    ASSERT_TRUE(waitForPresses(round));
+    ASSERT_TRUE(waitUntil([&] { return typing_->typed().size() == 5; }));
+    ASSERT_THAT(typing_->takeTyped(), ElementsAre(43, 26, 46, 46, 32));
+    ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+    ASSERT_TRUE(keyboardIsFree());
+    typing_->hide(target_->window());
+  }
+  EXPECT_THAT(target_->lines("key"), testing::Each(testing::Not(testing::HasSubstr(" 65 "))));
+  EXPECT_EQ(target_->count("key 43 0x0"), 0U);
+  EXPECT_NE(windows_->userTime(), 0U);
+  EXPECT_EQ(windows_->userTime(), shortcuts_->lastHandOver().xTime);
+  EXPECT_GT(shortcuts_->lastFrozenInterval(), Duration(0));
+  EXPECT_TRUE(nothingIsHeld());
+}
+
+TEST_F(ShortcutHandOverTest, arrivalCountsOnlyAfterThePressAndWithTheHandlersAnswer) {
+  const Token token = registered(true);
+  shortcuts_->keyboardArrived();
+  session_->keys({"key", kPress});
+  ASSERT_TRUE(waitUntil([&] { return queue_.size() == 1; }));
+  shortcuts_->keyboardArrived();
+  EXPECT_EQ(shortcuts_->lastHandOver().end, ShortcutHandOver::End::pending);
+  queue_.runAll();
+  EXPECT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+}
+
+TEST_F(ShortcutHandOverTest, keysTypedAfterARefusalReachTheTarget) {
+  const Token token = registered(false);
+  session_->keys({"keydown", "super", "keydown", "shift", "keydown", "space", "key", "b", "keyup", "space", "keyup",
+                  "shift", "keyup", "super", "type", "--delay", "0", "ab"});
+  ASSERT_TRUE(waitForPresses(1));
+  ASSERT_TRUE(target_->prints("key 56 0x0"));
+  EXPECT_EQ(target_->count("key 56 0x41"), 1U) << "struck while the shortcut was still down";
+  EXPECT_EQ(target_->count("key 38 0x0"), 1U);
+  EXPECT_TRUE(keyboardIsFree());
+}
+
+TEST_F(ShortcutHandOverTest, aBlockedMainThreadHoldsTheKeyboardNoLongerThanTheDeadline) {
+  const Token token = registered(true);
+  session_->keys({"key", kPress, "type", "--delay", "0", "hi"});
+  ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::deadline));
+  EXPECT_TRUE(target_->prints("key 31 0x0"));
+  EXPECT_GE(shortcuts_->lastFrozenInterval(), ShortcutThread::kDeadline);
+  // Pressed again out of impatience: the window opens once.
+  session_->keys({"key", kPress});
+  ASSERT_TRUE(waitUntil([&] { return shortcuts_->lastHandOver().press == 2; }));
+  EXPECT_TRUE(waitForPresses(1));
+  EXPECT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+  EXPECT_EQ(queue_.runAll(), 0U);
+}
+
+TEST_F(ShortcutHandOverTest, holdingTheShortcutIsOnePress) {
+  ASSERT_EQ(session_->run({"xset", "r", "on", "r", "rate", "30", "100"}).status, 0);
+  const Token token = registered(true);
+  // The user holds it for a while, then goes on typing.
+  session_->keys({"keydown", "super", "keydown", "shift", "keydown", "space"});
+  ASSERT_TRUE(waitForPresses(1));
+  ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+  session_->keys({"sleep", "0.2", "keydown", "space", "keyup", "super", "sleep", "0.2", "keyup", "shift", "sleep",
+                  "0.1", "keyup", "space", "key", "a"});
+  ASSERT_TRUE(waitUntil([&] { return !typing_->typed().empty(); }));
+  EXPECT_THAT(typing_->typed(), ElementsAre(38));
+  EXPECT_EQ(queue_.runAll(), 0U);
+  EXPECT_EQ(shortcuts_->lastHandOver().press, 1U);
+  session_->keys({"key", kPress});
+  EXPECT_TRUE(waitForPresses(2));
+}
+
+TEST_F(ShortcutHandOverTest, endingTheRegistrationLetsTheKeyboardGo) {
+  Token token = registered(true);
+  session_->keys({"key", kPress, "key", "a"});
+  ASSERT_TRUE(waitUntil([&] { return queue_.size() == 1; }));
+  token.reset();
+  EXPECT_TRUE(targetHasSeen(38));
+  queue_.runAll();
+  EXPECT_EQ(presses_, 0);
+  session_->keys({"key", kPress, "key", "b"});
+  EXPECT_TRUE(targetHasSeen(56));
+  EXPECT_TRUE(target_->prints("key 65 0x41")) << "the target's again";
+}
+
+TEST_F(ShortcutHandOverTest, theEndOfTheShortcutsLetsTheKeyboardGo) {
+  const Token token = registered(true);
+  session_->keys({"key", kPress, "key", "a"});
+  ASSERT_TRUE(waitUntil([&] { return queue_.size() == 1; }));
+  typing_.reset();
+  shortcuts_.reset();
+  EXPECT_TRUE(targetHasSeen(38));
+  queue_.runAll();
+  EXPECT_TRUE(keyboardIsFree());
+}
+
+TEST_F(ShortcutHandOverTest, aStoppedAndKilledProcessLosesNoKey) {
+  desktop::Process& holder = session_->start({JUMPLARK_SHORTCUT_HOLDER});
+  ASSERT_TRUE(holder.waitForLine("registered"));
+  session_->keys({"key", kPress});
+  ASSERT_TRUE(holder.waitForLine("pressed"));
+  holder.stop();
+  session_->keys({"type", "--delay", "0", "ab"});
+  // The stop may come after the deadline on a busy machine; what matters is that nothing is lost.
+  holder.kill(SIGKILL);
+  EXPECT_TRUE(targetHasSeen(56));
+  EXPECT_EQ(target_->count("key 38 0x0"), 1U);
+  EXPECT_TRUE(keyboardIsFree());
+  EXPECT_TRUE(nothingIsHeld());
+  const Token token = registered();
+}
+
+/// Presses while another client has the keyboard.
+class ShortcutUnderGrabTest : public ShortcutTest {
+ protected:
+  std::unique_ptr<WindowClient> openMenu(const char* levels) {
+    auto menu = std::make_unique<WindowClient>(
+        *session_, desktop::Arguments{"50x50+400+0", "--title", "Menu", "--menu", levels, "--override-redirect"});
+    EXPECT_TRUE(menu->prints("menu"));
+    return menu;
+  }
+};
+
+TEST_F(ShortcutUnderGrabTest, anOpenMenuIsClosedAndThePressCountsOnce) {
+  const Token token = registered(true);
+  int round = 0;
+  for (const char* levels : {"1", "3"}) {
+    const auto menu = openMenu(levels);
+    // The modifiers are held as by a slow hand.
+    session_->keys({"keydown", "super", "keydown", "shift", "key", "space"});
+    ASSERT_TRUE(waitForPresses(++round)) << levels;
+    ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived)) << levels;
+    EXPECT_TRUE(shortcuts_->lastHandOver().throughMenu);
+    session_->keys({"keyup", "shift", "keyup", "super", "key", "a", "key", "shift+b"});
+    ASSERT_TRUE(waitUntil([&] { return typing_->typed().size() == 3; }));
+    EXPECT_THAT(typing_->takeTyped(), ElementsAre(38, 50, 56));
+    EXPECT_EQ(menu->count("key 9 0x0"), static_cast<size_t>(std::stoi(levels)));
+    EXPECT_EQ(queue_.runAll(), 0U);
+    EXPECT_TRUE(keyboardIsFree());
+    EXPECT_TRUE(nothingIsHeld());
+    typing_->hide(target_->window());
+  }
+  EXPECT_THAT(target_->lines("key"), IsEmpty()) << "no Escape too many";
+}
+
+TEST_F(ShortcutUnderGrabTest, aClientThatKeepsTheKeyboardKeepsIt) {
+  const Token token = registered(true);
+  ASSERT_EQ(x11::takeReply(
+                x_->get(), xcb_grab_keyboard_reply,
+                xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC))
+                ->status,
+            XCB_GRAB_STATUS_SUCCESS);
+  session_->keys({"key", kPress});
+  // One Escape, and no more.
+  int escapes = 0;
+  ASSERT_TRUE(waitUntil([&] {
+    while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(x_->get())}) {
+      const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(*event);
+      escapes += (event->response_type & 0x7F) == XCB_KEY_PRESS && key.detail == 9 ? 1 : 0;
+    }
+    return escapes > 0;
+  }));
+  x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
+  EXPECT_TRUE(waitForPresses(1)) << "it let go in time";
+  EXPECT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+}
+
+}  // namespace
+}  // namespace jumplark
