@@ -156,8 +156,9 @@ TEST_F(CommandLine, SurvivesTheDeepestTrees) {
     const std::string number = std::to_string(i);
     const std::string children =
         i + 1 < kLevels ? R"(,"AXChildren":[{"ref":"n)" + std::to_string(i + 1) + R"("}])" : std::string();
-    elements += R"(,"n)" + number + R"(":{"attributes":{"AXRole":"AXButton","AXTitle":"level )" + number +
-                R"(","AXPosition":{"point":[0,0]},"AXSize":{"size":[50,50]})" + children + "}}";
+    elements.append(R"(,"n)").append(number);
+    elements.append(R"(":{"attributes":{"AXRole":"AXButton","AXTitle":"level )").append(number);
+    elements.append(R"(","AXPosition":{"point":[0,0]},"AXSize":{"size":[50,50]})").append(children).append("}}");
   }
   write("deep.json", R"({"screens":[[0,0,100,100]],"frontmost":1,
     "applications":[{"pid":1,"bundle_id":"b","name":"n","element":"app"}],"elements":{)" +
