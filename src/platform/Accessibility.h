@@ -63,6 +63,9 @@ class AccessibilityPlatform {
   /// The longest that one read of `element` (for the system-wide element: of every element) may take.
   virtual void setMessagingTimeout(const ElementRef& element, double seconds) = 0;
 
+  /// A snapshot of this process is about to be asked for, and its window about to lose the keyboard. Waits for nothing;
+  /// may do nothing.
+  virtual void expectSnapshot(int32_t pid) { static_cast<void>(pid); }
   /// Fetches in bulk what an enumeration of the application is about to read; may do nothing.
   virtual void prepareSnapshot(const ElementRef& application, bool visibleOnly) = 0;
   /// Drops every snapshot: later reads are live until the next prepareSnapshot.

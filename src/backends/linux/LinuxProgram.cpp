@@ -125,6 +125,12 @@ struct LinuxProgram::Parts {
     // Asks the application, which may be slow: not on the main thread.
     activeApplication = watcher->onActiveApplicationChanged(
         [this](int32_t pid) { worker->post([this, pid] { desktop->applicationBecameActive(pid); }); });
+    // The one that is in front already tells nobody so.
+    worker->post([this] {
+      if (const auto front = desktop->platform().workspace->frontmostApplication()) {
+        desktop->applicationBecameActive(front->pid);
+      }
+    });
     buttonPresses = watcher->onButtonPress([this](Point position) { views.pointerPressedOutside(position); });
   }
 

@@ -131,17 +131,28 @@ AccessibilityResult<int32_t> ApplicationRegistry::processOf(const std::string& b
   return pids_[busName] = static_cast<int32_t>(answer.value);
 }
 
+ElementRef ApplicationRegistry::knownApplicationOfProcess(int32_t pid) {
+  const std::lock_guard lock(mutex_);
+  forgetOldConnection();
+  const auto known = std::find_if(pids_.begin(), pids_.end(), [pid](const auto& entry) { return entry.second == pid; });
+  return known == pids_.end() ? ElementRef() : makeRef(known->first, calls::kRootPath);
+}
+
+std::optional<Toolkit> ApplicationRegistry::knownToolkitOf(const ElementRef& application) {
+  const AtspiHandle* handle = handleOf(application);
+  const std::lock_guard lock(mutex_);
+  forgetOldConnection();
+  const auto known = handle ? toolkits_.find(handle->busName()) : toolkits_.end();
+  return known == toolkits_.end() ? std::nullopt : std::optional(known->second);
+}
+
 Toolkit ApplicationRegistry::toolkitOf(const ElementRef& application) {
   const AtspiHandle* given = handleOf(application);
   if (!given) {
     return {};
   }
-  {
-    const std::lock_guard lock(mutex_);
-    forgetOldConnection();
-    if (const auto known = toolkits_.find(given->busName()); known != toolkits_.end()) {
-      return known->second;
-    }
+  if (const auto known = knownToolkitOf(application)) {
+    return *known;
   }
   const AtspiHandle root(given->busName(), calls::kRootPath);
   Toolkit toolkit;

@@ -23,6 +23,9 @@ class ApplicationRegistry {
   ElementRef applicationOfProcess(int32_t pid);
   AccessibilityResult<int32_t> processOf(const std::string& busName);
   /// Also switches to the application's own socket where it has one.
+  /// The application of a process and its toolkit, if they were found out before; no message.
+  ElementRef knownApplicationOfProcess(int32_t pid);
+  std::optional<Toolkit> knownToolkitOf(const ElementRef& application);
   Toolkit toolkitOf(const ElementRef& application);
 
   /// The managed windows of an application that are on screen, front to back.

@@ -260,6 +260,10 @@ void AtspiAccessibility::setMessagingTimeout(const ElementRef& /*element*/, doub
   source_.setMessagingTimeout(seconds);
 }
 
+void AtspiAccessibility::expectSnapshot(int32_t pid) {
+  source_.expectSnapshot(pid);
+}
+
 void AtspiAccessibility::prepareSnapshot(const ElementRef& application, bool visibleOnly) {
   if (handleOf(application) == nullptr) {
     return;

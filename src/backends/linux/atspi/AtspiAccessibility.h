@@ -54,6 +54,7 @@ class AtspiAccessibility final : public AccessibilityPlatform {
   AccessibilityResult<ElementRef> copyElementAtPosition(const ElementRef& application, float x, float y) override;
   void setMessagingTimeout(const ElementRef& element, double seconds) override;
 
+  void expectSnapshot(int32_t pid) override;
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
   void endSnapshot() override;
   Token beginLiveReads() override;

@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "backends/linux/atspi/AtspiCalls.h"
-#include "backends/linux/atspi/TypedBatch.h"
 #include "backends/linux/atspi/VisibleChildren.h"
 
 namespace jumplark::atspi {
@@ -28,18 +27,6 @@ std::vector<ElementSource::Frame> framesFrom(const std::vector<MatchedFrame>& ma
     frames.push_back({m.frame.element, m.window.id});
   }
   return frames;
-}
-
-/// The children of all, as long as they are few enough to be read in passing.
-std::vector<ElementRef> childrenOf(const std::vector<FactsPointer>& containers) {
-  constexpr size_t kMost = 400;
-  std::vector<ElementRef> children;
-  for (const FactsPointer& container : containers) {
-    if (container && children.size() + container->children.size() <= kMost) {
-      children.insert(children.end(), container->children.begin(), container->children.end());
-    }
-  }
-  return children;
 }
 
 }  // namespace
@@ -296,22 +283,8 @@ ElementRef AtspiElementSource::topmostInDocument(const ElementRef& document, Poi
   return ask().value;
 }
 
-AccessibilityError AtspiElementSource::grabFocus(const ElementRef& element) {
-  const AtspiHandle* handle = handleOf(element);
-  if (!handle) {
-    return AccessibilityError::invalidElement;
-  }
-  const auto answer = callOnce(bus_, calls::grabFocus(*handle), deadline());
-  return answer.ok() && !answer.value ? AccessibilityError::failure : answer.error;
-}
-
-AccessibilityError AtspiElementSource::doAction(const ElementRef& element, int32_t index) {
-  const AtspiHandle* handle = handleOf(element);
-  if (!handle) {
-    return AccessibilityError::invalidElement;
-  }
-  const auto answer = callOnce(bus_, calls::doAction(*handle, index), deadline());
-  return answer.ok() && !answer.value ? AccessibilityError::failure : answer.error;
+void AtspiElementSource::expectSnapshot(int32_t pid) {
+  reader_.expect(registry_.knownApplicationOfProcess(pid));
 }
 
 void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool visibleOnly) {
@@ -329,6 +302,7 @@ void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool vis
 
 void AtspiElementSource::endSnapshot() {
   store_.clear();
+  reader_.expectNothing();
   calls_.clear();
 }
 
@@ -339,33 +313,6 @@ std::vector<FactsPointer> AtspiElementSource::snapshotElements(const ElementRef&
 Token AtspiElementSource::beginLiveReads() {
   ++liveScopes;
   return Token([] { --liveScopes; });
-}
-
-void AtspiElementSource::prepareAction(const ElementRef& element) {
-  // Of what has more children, hit tests ask otherwise.
-  constexpr size_t kMostChildren = 200;
-  std::vector<ElementRef> chain;
-  std::vector<ElementRef> containers;
-  for (ElementRef at = element; handleOf(at) && chain.size() < kDeepest;) {
-    chain.push_back(at);
-    const FactsPointer known = store_.find(at);
-    if (known && known->childCount <= static_cast<int64_t>(kMostChildren)) {
-      containers.push_back(at);
-    }
-    at = known ? known->parent : ElementRef();
-  }
-  if (chain.empty()) {
-    return;
-  }
-  const Token live = beginLiveReads();
-  recent_.start();
-  matchNow(applicationOf(*handleOf(element)));
-  factsOfAll(chain, facts::identity | facts::extents | facts::texts);
-  // Hit tests look at what stands beside each and what that holds; windows are searched for sheets, some levels of
-  // whose surroundings are no elements of their own.
-  constexpr facts::Set kWanted = facts::identity | facts::extents | facts::children;
-  const std::vector<FactsPointer> beside = factsOfAll(childrenOf(factsOfAll(containers, kWanted)), kWanted);
-  factsOfAll(childrenOf(beside), facts::identity | facts::extents);
 }
 
 void AtspiElementSource::setMessagingTimeout(double seconds) {

@@ -50,6 +50,7 @@ class AtspiElementSource final : public ElementSource {
   ElementRef topmostInDocument(const ElementRef& document, Point point) override;
   AccessibilityError grabFocus(const ElementRef& element) override;
   AccessibilityError doAction(const ElementRef& element, int32_t index) override;
+  void expectSnapshot(int32_t pid) override;
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
   void endSnapshot() override;
   std::vector<FactsPointer> snapshotElements(const ElementRef& application) override;
@@ -68,6 +69,12 @@ class AtspiElementSource final : public ElementSource {
   Point offsetNow(const AtspiHandle& element, const Toolkit& toolkit);
   Point frameOffsetNow(const AtspiHandle& element, const Toolkit& toolkit);
   FactsPointer finish(ReadRequest& request, facts::Set before);
+  /// In a live scope; children that are as many as in the snapshot are the same.
+  std::vector<FactsPointer> withChildren(const std::vector<ElementRef>& containers);
+  /// Live scopes are answered from the snapshot of what stands below these: an action that finds its element where it
+  /// was takes the rest as it was, but for what is new.
+  void keepSurroundings(const std::vector<FactsPointer>& containers);
+  std::vector<FactsPointer> readSurroundings(const std::vector<ElementRef>& elements);
   AccessibilityError textAllowed(const ElementRef& element, FactsPointer& found);
   TimePoint deadline() const;
 

@@ -22,7 +22,7 @@ constexpr size_t kMostRemembered = 1000;
 
 }  // namespace
 
-CallRunner::Wait CacheReader::begin(const Toolkit& toolkit, const std::string& busName) {
+CallRunner::Wait CacheReader::begin(CallRunner& runner, const Toolkit& toolkit, const std::string& busName) {
   {
     const std::lock_guard lock(mutex_);
     if (!toolkit.keepsCache() || slow_.contains(busName) || !quick_.contains(busName)) {
@@ -31,12 +31,13 @@ CallRunner::Wait CacheReader::begin(const Toolkit& toolkit, const std::string& b
   }
   std::vector<MethodCall> calls;
   calls.push_back(calls::cacheItems(busName).call);
-  return runner_.begin(std::move(calls), Clock::now() + kPatience);
+  return runner.begin(std::move(calls), Clock::now() + kPatience);
 }
 
-AccessibilityResult<std::vector<CacheItem>> CacheReader::ask(const std::string& busName, TimePoint deadline) {
+AccessibilityResult<std::vector<CacheItem>> CacheReader::ask(CallRunner& runner, const std::string& busName,
+                                                             TimePoint deadline) {
   const TimePoint started = Clock::now();
-  auto items = callOnce(runner_, calls::cacheItems(busName), deadline);
+  auto items = callOnce(runner, calls::cacheItems(busName), deadline);
   if (items.ok() && Clock::now() - started < kQuick) {
     const std::lock_guard lock(mutex_);
     if (quick_.size() >= kMostRemembered) {
@@ -47,9 +48,9 @@ AccessibilityResult<std::vector<CacheItem>> CacheReader::ask(const std::string& 
   return items;
 }
 
-std::shared_ptr<const CachedTree> CacheReader::read(const Toolkit& toolkit, const std::string& busName,
-                                                    const std::vector<ElementRef>& frames, TimePoint deadline,
-                                                    const CallRunner::Wait& begun) {
+std::shared_ptr<const CachedTree> CacheReader::read(CallRunner& runner, const Toolkit& toolkit,
+                                                    const std::string& busName, const std::vector<ElementRef>& frames,
+                                                    TimePoint deadline, const CallRunner::Wait& begun) {
   if (!toolkit.keepsCache() || isSlow(busName)) {
     return nullptr;
   }
@@ -57,7 +58,7 @@ std::shared_ptr<const CachedTree> CacheReader::read(const Toolkit& toolkit, cons
   auto* found = early.empty() ? nullptr : std::get_if<std::vector<CacheItem>>(&early[0].value);
   const bool answered = found && early[0].error == AccessibilityError::success;
   auto items = answered ? AccessibilityResult<std::vector<CacheItem>>(std::move(*found))
-                        : ask(busName, std::min(deadline, Clock::now() + kPatience));
+                        : ask(runner, busName, std::min(deadline, Clock::now() + kPatience));
   if (!items.ok()) {
     if (items.error == AccessibilityError::cannotComplete) {
       noteSlow(busName);
@@ -69,12 +70,12 @@ std::shared_ptr<const CachedTree> CacheReader::read(const Toolkit& toolkit, cons
   return holdsAny ? tree : nullptr;
 }
 
-void CacheReader::tryOut(const Toolkit& toolkit, const std::string& busName) {
+void CacheReader::tryOut(CallRunner& runner, const Toolkit& toolkit, const std::string& busName) {
   if (!toolkit.keepsCache() || isSlow(busName)) {
     return;
   }
   const TimePoint start = Clock::now();
-  const auto items = ask(busName, start + kTryOutPatience);
+  const auto items = ask(runner, busName, start + kTryOutPatience);
   if (items.error == AccessibilityError::cannotComplete || Clock::now() - start > kPatience) {
     noteSlow(busName);
   }

@@ -17,25 +17,22 @@ namespace jumplark::atspi {
 /// then on at once. Calls may come from any thread.
 class CacheReader {
  public:
-  explicit CacheReader(CallRunner& runner) : runner_(runner) {}
-
   /// Asks for what read() will need, if it is known from earlier that the answer comes quickly; gives nothing
   /// otherwise.
-  CallRunner::Wait begin(const Toolkit& toolkit, const std::string& busName);
+  CallRunner::Wait begin(CallRunner& runner, const Toolkit& toolkit, const std::string& busName);
   /// Null when the toolkit keeps no cache, when it is too slow, or when it holds none of the frames. `begun` is what
   /// begin() gave; where that has no answer it is asked anew.
-  std::shared_ptr<const CachedTree> read(const Toolkit& toolkit, const std::string& busName,
+  std::shared_ptr<const CachedTree> read(CallRunner& runner, const Toolkit& toolkit, const std::string& busName,
                                          const std::vector<ElementRef>& frames, TimePoint deadline,
                                          const CallRunner::Wait& begun = {});
   /// Finds out, with more patience, whether the cache is quick enough.
-  void tryOut(const Toolkit& toolkit, const std::string& busName);
+  void tryOut(CallRunner& runner, const Toolkit& toolkit, const std::string& busName);
 
  private:
-  AccessibilityResult<std::vector<CacheItem>> ask(const std::string& busName, TimePoint deadline);
+  AccessibilityResult<std::vector<CacheItem>> ask(CallRunner& runner, const std::string& busName, TimePoint deadline);
   bool isSlow(const std::string& busName) const;
   void noteSlow(const std::string& busName);
 
-  CallRunner& runner_;
   mutable std::mutex mutex_;
   std::unordered_set<std::string> slow_;
   std::unordered_set<std::string> quick_;

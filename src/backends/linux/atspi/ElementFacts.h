@@ -159,6 +159,8 @@ class ElementSource {
   virtual AccessibilityError grabFocus(const ElementRef& element) = 0;
   virtual AccessibilityError doAction(const ElementRef& element, int32_t index) = 0;
 
+  /// See Accessibility.
+  virtual void expectSnapshot(int32_t pid) { static_cast<void>(pid); }
   virtual void prepareSnapshot(const ElementRef& application, bool visibleOnly) = 0;
   virtual void endSnapshot() = 0;
   /// The elements of the application's snapshot in document order (depth first, children in order); empty without one.

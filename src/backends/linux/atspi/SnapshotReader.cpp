@@ -9,18 +9,12 @@
 #include "backends/linux/atspi/OpenPopups.h"
 #include "backends/linux/atspi/ReadAhead.h"
 #include "backends/linux/atspi/TypedBatch.h"
-#include "backends/linux/atspi/Uninterrupted.h"
 
 namespace jumplark::atspi {
 namespace {
 
 bool isPanel(const std::vector<WindowFacts>& windows) {
   return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.type == WindowType::dock; });
-}
-
-/// Whether its windows change their look frame by frame when they lose the keyboard.
-bool animates(const Toolkit& toolkit) {
-  return toolkit.family == ToolkitFamily::gtk3;
 }
 
 Point offsetOf(const Snapshot& snapshot, const ElementRef& frame) {
@@ -106,7 +100,32 @@ ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vec
   return {};
 }
 
+void SnapshotReader::expect(const ElementRef& application) {
+  if (const AtspiHandle* handle = handleOf(application)) {
+    const std::optional<Toolkit> toolkit = registry_.knownToolkitOf(application);
+    if (toolkit && toolkit->drawsBetweenAnswers()) {
+      bus_.forgive(handle->busName());
+      rehearsals_.begin(handle->busName(), Clock::now() + kLimit);
+    }
+  }
+}
+
 std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bool visibleOnly,
+                                               const std::function<bool()>& cancelled) {
+  const AtspiHandle* handle = handleOf(application);
+  if (!handle || !visibleOnly || !registry_.toolkitOf(application).drawsBetweenAnswers()) {
+    return read(bus_, application, visibleOnly, cancelled);
+  }
+  bus_.forgive(handle->busName());
+  const auto calls = rehearsals_.take(handle->busName(), Clock::now() + kLimit);
+  auto snapshot = read(*calls, application, visibleOnly, cancelled);
+  if (snapshot->complete) {
+    rehearsals_.keep(handle->busName(), calls->asked());
+  }
+  return snapshot;
+}
+
+std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
                                                const std::function<bool()>& cancelled) {
   auto snapshot = std::make_unique<Snapshot>();
   snapshot->application = application;
@@ -122,12 +141,8 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   const std::vector<WindowFacts> windows = registry_.windowsOf(application);
   // All under way at once, so that an application which answers between two of its frames only does so between the
   // same.
-  const CallRunner::Wait cacheBegun = cache_.begin(snapshot->toolkit, handle->busName());
-  // Only where such an application is known to answer quickly.
-  Uninterrupted uninterrupted(bus_, handle->busName());
-  const bool hold = cacheBegun && animates(snapshot->toolkit);
-  CallRunner& runner = hold ? static_cast<CallRunner&>(uninterrupted) : bus_;
-  FactsReader applicationReader(bus_);
+  const CallRunner::Wait cacheBegun = cache_.begin(runner, snapshot->toolkit, handle->busName());
+  FactsReader applicationReader(runner);
   std::vector<ReadRequest> applicationRead(1);
   applicationRead[0].facts.ref = application;
   applicationRead[0].wanted = facts::identity | facts::texts;
@@ -138,11 +153,12 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   batch.add<std::vector<ElementRef>>(calls::children(*handle),
                                      [&](std::vector<ElementRef>& answer) { children = std::move(answer); });
   batch.run(runner, deadline);
-  auto cache = cacheBegun ? cache_.read(snapshot->toolkit, handle->busName(), children, deadline, cacheBegun) : nullptr;
+  auto cache =
+      cacheBegun ? cache_.read(runner, snapshot->toolkit, handle->busName(), children, deadline, cacheBegun) : nullptr;
   std::shared_ptr<ReadAhead> ahead;
   if (cache) {
     ahead = std::make_shared<ReadAhead>(snapshot->toolkit, *cache, visibleOnly);
-    ahead->start(bus_, likelyFocusedFrame(*cache, children, windows, snapshot->toolkit), deadline);
+    ahead->start(runner, likelyFocusedFrame(*cache, children, windows, snapshot->toolkit), deadline);
   }
   const std::vector<FrameFacts> frames = ApplicationRegistry::framesFrom(runner, children, deadline);
   applicationReader.finish(applicationRead, deadline);
@@ -165,11 +181,11 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
       openPopups.push_back(frame.element);
     }
   }
-  addOtherFrames(*snapshot, others, deadline);
+  addOtherFrames(runner, *snapshot, others, deadline);
   // Windows that no frame is told of: the application is silent.
   snapshot->complete = !frames.empty() || windows.empty();
   if (!cacheBegun) {
-    cache = cache_.read(snapshot->toolkit, handle->busName(), roots, deadline);
+    cache = cache_.read(runner, snapshot->toolkit, handle->busName(), roots, deadline);
   }
   snapshot->fromCache = cache != nullptr;
   for (const ElementRef& root : roots) {
@@ -189,7 +205,8 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   return snapshot;
 }
 
-void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline) {
+void SnapshotReader::addOtherFrames(CallRunner& runner, Snapshot& snapshot, const std::vector<ElementRef>& frames,
+                                    TimePoint deadline) {
   std::vector<ReadRequest> requests;
   for (const ElementRef& frame : frames) {
     ReadRequest request;
@@ -198,7 +215,7 @@ void SnapshotReader::addOtherFrames(Snapshot& snapshot, const std::vector<Elemen
     request.context = {snapshot.toolkit, offsetOf(snapshot, frame)};
     requests.push_back(std::move(request));
   }
-  FactsReader(bus_).read(requests, deadline);
+  FactsReader(runner).read(requests, deadline);
   for (ReadRequest& request : requests) {
     request.facts.parent = snapshot.application;
     const ElementRef ref = request.facts.ref;
@@ -236,10 +253,11 @@ void SnapshotReader::wake(const ElementRef& application) {
   if (toolkit.family == ToolkitFamily::chromium) {
     const TimePoint deadline = Clock::now() + bus_.messagingTimeout();
     wakeFrames(registry_.framesOf(application, deadline), deadline);
-  } else if (toolkit.family == ToolkitFamily::gtk4) {
+  } else if (toolkit.keepsCache()) {
+    if (toolkit.family == ToolkitFamily::gtk3) {
+      cache_.tryOut(bus_, toolkit, handle->busName());
+    }
     read(application, true, {});
-  } else {
-    cache_.tryOut(toolkit, handle->busName());
   }
 }
 

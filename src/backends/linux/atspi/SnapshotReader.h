@@ -11,6 +11,7 @@
 #include "backends/linux/atspi/CacheReader.h"
 #include "backends/linux/atspi/ChromiumReader.h"
 #include "backends/linux/atspi/FactsReader.h"
+#include "backends/linux/atspi/RehearsedCalls.h"
 #include "backends/linux/atspi/SnapshotStore.h"
 
 namespace jumplark::atspi {
@@ -25,19 +26,28 @@ class SnapshotReader {
   static constexpr auto kLimit = std::chrono::seconds(3);
 
   SnapshotReader(BusConnection& bus, ApplicationRegistry& registry)
-      : bus_(bus), registry_(registry), cache_(bus), chromium_(bus) {}
+      : bus_(bus), registry_(registry), chromium_(bus), rehearsals_(bus) {}
+
+  /// A read() of what shows of this application follows at once; its first questions go out now. Waits for nothing.
+  void expect(const ElementRef& application);
+  /// What was expected does not come.
+  void expectNothing() { rehearsals_.drop(); }
 
   /// At most kLimit; less when the application does not answer or `cancelled` says so. Never null: what could
   /// not be read is missing from it.
   std::unique_ptr<Snapshot> read(const ElementRef& application, bool visibleOnly,
                                  const std::function<bool()>& cancelled);
   /// Gets ready what makes the first snapshot slow: browsers show an empty frame until somebody asks for more than
-  /// names, GTK 4 makes elements when they are first asked for, and nobody knows how long a cache takes to be told.
+  /// names, GTK 4 makes elements when they are first asked for, nobody knows how long a cache takes to be told, and
+  /// only what was read once can be rehearsed.
   /// Browsers, which open further windows, are asked each time; others once.
   void wake(const ElementRef& application);
 
  private:
-  void addOtherFrames(Snapshot& snapshot, const std::vector<ElementRef>& frames, TimePoint deadline);
+  std::unique_ptr<Snapshot> read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
+                                 const std::function<bool()>& cancelled);
+  void addOtherFrames(CallRunner& runner, Snapshot& snapshot, const std::vector<ElementRef>& frames,
+                      TimePoint deadline);
   void readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan);
   void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
 
@@ -45,6 +55,7 @@ class SnapshotReader {
   ApplicationRegistry& registry_;
   CacheReader cache_;
   ChromiumReader chromium_;
+  Rehearsals rehearsals_;
   std::mutex mutex_;
   std::unordered_set<std::string> woken_;  ///< bus names
 };

@@ -25,6 +25,8 @@ struct Toolkit {
   /// GTK 3 tells all of its elements in one answer, GTK 4 those that somebody has asked for before, at a tenth of the
   /// cost of asking each.
   bool keepsCache() const { return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4; }
+  /// Its windows change their looks picture by picture when they lose or get the keyboard.
+  bool drawsBetweenAnswers() const { return family == ToolkitFamily::gtk3; }
   /// GTK 4 never answers which character lies at a point of a text, so that waiting for it would cost a time-out.
   bool tellsCharacterAtPoint() const { return family != ToolkitFamily::gtk4; }
 };
