@@ -1,5 +1,6 @@
 #include "desktop/support/RunningProgram.h"
 
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -98,7 +99,8 @@ bool RunningProgram::waitForQuery(const std::string& text) {
 uint32_t tinted(uint32_t over, uint32_t under) {
   uint32_t result = 0;
   for (int shift = 0; shift <= 16; shift += 8) {
-    const auto part = static_cast<uint32_t>(0.6 * ((over >> shift) & 0xff) + 0.4 * ((under >> shift) & 0xff) + 0.5);
+    const auto part =
+        static_cast<uint32_t>(std::lround(0.6 * ((over >> shift) & 0xff) + 0.4 * ((under >> shift) & 0xff)));
     result |= part << shift;
   }
   return result;
