@@ -71,9 +71,10 @@ JLElementNode* JLElementEnumerator::enumerateNodeOnAttributeWithOptions(JLElemen
                                                                         const EnumerationOptions& options) {
   // Collected first and gone into afterwards, so that a level of the tree takes few stack frames.
   std::vector<std::shared_ptr<JLElement>> children;
-  node->element()->enumerateAttributeUsingBlock(attribute, [&](const AttributeValue& value, size_t, bool&) {
+  node->element()->enumerateAttributeUsingBlock(attribute, [&](const AttributeValue& value, size_t, bool& stop) {
     const ElementRef* ref = value.element();
-    if (!ref || !*ref) {
+    stop = !options.goOn();
+    if (!ref || !*ref || stop) {
       return;
     }
     auto child = JLElement::elementWithElementRef(*ref);
@@ -101,7 +102,7 @@ JLElementNode* JLElementEnumerator::addElementToParentAndEnumerateWithOptions(co
                                                                               JLElementNode* parent, bool enumerate,
                                                                               const EnumerationOptions& options) {
   // Only what is in the tree already can be on the path; nearly nothing is, so the walk upwards is rare.
-  if (!element || (parent->rootTree()->nodeForElement(*element) && isOnPath(*element, parent))) {
+  if (!element || !options.goOn() || (parent->rootTree()->nodeForElement(*element) && isOnPath(*element, parent))) {
     return nullptr;
   }
   return addNodeToParentAndEnumerateWithOptions(JLElementNode::nodeWithJLElement(*parent->rootTree(), element), parent,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -18,6 +19,11 @@ struct EnumerationOptions {
   bool visibleElements = false;
   /// The children found become nodes, but are not enumerated further.
   bool noRecursion = false;
+  /// Asked before each element; once it says so, nothing more is read or added. Never, if empty. Without its snapshot,
+  /// which ends with the activation, each element would cost messages of its own.
+  std::function<bool()> isUnwanted = {};
+
+  bool goOn() const { return !isUnwanted || !isUnwanted(); }
 };
 
 /// Decides which children of an element become nodes of the tree, and whether they are enumerated in turn. The base

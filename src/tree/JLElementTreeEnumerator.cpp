@@ -24,8 +24,12 @@ std::shared_ptr<JLElementTree> JLElementTreeEnumerator::enumerateElementsWithOpt
   JLElementNode* application = JLElementNode::nodeWithJLElement(*tree, element_);
   tree->addChild(tree->rootElement(), application);
   JLElementEnumerator::dispatchNodeWithOptions(application, options);
-  addDock(*tree);
-  markElementUnderPointer(*tree);
+  if (options.goOn()) {
+    addDock(*tree);
+  }
+  if (options.goOn()) {
+    markElementUnderPointer(*tree);
+  }
   // Numbered elements let XPath compare document positions at once.
   xmlXPathOrderDocElems(tree->document());
   return tree;

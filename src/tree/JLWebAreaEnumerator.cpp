@@ -88,6 +88,9 @@ JLElementNode* JLWebAreaEnumerator::enumerateVisibleChildrenViaHitTestingOnNodeW
   int probes = 0;
   for (double x = std::trunc(visible.minX()); x < visible.maxX() && probes < kMostProbes; x += kColumnStep) {
     for (double y = std::trunc(visible.minY()); y < visible.maxY() && probes < kMostProbes; y += kRowStep, ++probes) {
+      if (!options.goOn()) {
+        return node;
+      }
       const auto hit = JLElement::elementAtPointFromBottomLeftForApplication({x, y}, *application);
       if (!hit || *hit == *node->element()) {
         continue;

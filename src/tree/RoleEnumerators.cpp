@@ -16,8 +16,11 @@ JLElementNode* JLApplicationEnumerator::enumerateNodeWithOptions(JLElementNode* 
 
 JLElementNode* JLMenuBarEnumerator::enumerateNodeWithOptions(JLElementNode* node,
                                                              const EnumerationOptions& options) const {
-  JLElementEnumerator::enumerateNodeWithOptions(node, {.visibleElements = false, .noRecursion = true});
-  JLMenuExtrasEnumerator().enumerateNodeWithOptions(node, options);
+  JLElementEnumerator::enumerateNodeWithOptions(
+      node, {.visibleElements = false, .noRecursion = true, .isUnwanted = options.isUnwanted});
+  if (options.goOn()) {
+    JLMenuExtrasEnumerator().enumerateNodeWithOptions(node, options);
+  }
   return node;
 }
 

@@ -88,6 +88,25 @@ TEST(Enumeration, ApplicationCollectsFocusedWindowAndMenuBarOnly) {
   EXPECT_FALSE(prepared[1].second);
 }
 
+TEST(Enumeration, ReadsNothingFurtherOnceItIsUnwanted) {
+  RecordedFixture desktop(
+      desktopOf({at("app", "AXApplication", "0,0 0,0", ref("AXFocusedWindow", "w") + "," + ref("AXMenuBar", "bar")),
+                 at("w", "AXWindow", "0,0 100,100", refs("AXChildren", {"a", "b", "c"})),
+                 at("a", "AXGroup", "0,0 50,50", refs("AXChildren", {"inner"})), at("inner", "AXButton", "1,1 10,10"),
+                 at("b", "AXButton", "1,1 10,10"), at("c", "AXButton", "1,1 10,10"),
+                 at("bar", "AXMenuBar", "0,0 100,20", refs("AXChildren", {"file"})),
+                 at("file", "AXMenuBarItem", "0,0 0,0"), at("dock", "AXApplication", "0,900 100,100")}));
+  const auto endedAfter = [&](int questions) {
+    EnumerationOptions options{.visibleElements = true, .isUnwanted = [&questions] { return questions-- <= 0; }};
+    return outline(
+        JLElementTreeEnumerator(desktop.element("app")).enumerateElementsWithOptions(options)->rootElement());
+  };
+  EXPECT_EQ(endedAfter(0), "Root(app)");
+  EXPECT_EQ(endedAfter(1), "Root(app(w))") << "not its children, the menu bar or the dock";
+  EXPECT_EQ(endedAfter(5), "Root(app(w(a)))") << "not what was found before";
+  EXPECT_EQ(endedAfter(1000), "Root(app(w(a(inner) b c) bar(file MenuExtras)) dock)");
+}
+
 TEST(Enumeration, MissingPartsAreSkipped) {
   RecordedFixture desktop(desktopOf({at("app", "AXApplication", "0,0 0,0")}, kNoDock));
   EXPECT_EQ(enumerated(desktop, true), "Root(app)");

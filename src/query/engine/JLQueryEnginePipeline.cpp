@@ -126,6 +126,7 @@ TargetTree JLQueryEngine::takeSnapshot(const TargetElement& target) {
   const Duration start = queues.monotonicNow();
   EnumerationOptions options;
   options.visibleElements = true;
+  options.isUnwanted = [this, activation = target.activation] { return !isCurrent(activation); };
   const Tree tree = JLElementTreeEnumerator(target.element).enumerateElementsWithOptions(options);
   const double duration = milliseconds(queues.monotonicNow() - start);
   spdlog::debug("enumeration: {:.3f} ms, {} elements", duration, tree->elementCount());
