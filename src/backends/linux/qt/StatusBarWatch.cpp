@@ -17,7 +17,7 @@
 namespace jumplark {
 namespace {
 
-// Names of the StatusNotifierItem specification.
+// Names of the StatusNotifierItem protocol.
 const QString kWatcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
 

@@ -47,7 +47,7 @@ std::string unescaped(std::string_view value) {
   return text;
 }
 
-/// The first word of the key Exec, by the quoting rules of the desktop entry specification.
+/// The first word of the key Exec, by the quoting rules of XDG desktop entries.
 std::string firstWord(const std::string& exec) {
   std::string word;
   const bool quoted = exec.starts_with('"');

@@ -11,7 +11,7 @@ namespace jumplark {
 
 class Queues;
 
-/// The start at login as an autostart file, by the XDG desktop application autostart specification: `jumplark.desktop`
+/// The start at login as an autostart file, by the XDG rules for autostart: `jumplark.desktop`
 /// in the user's autostart folder. It carries a mark of its own. A file of that name without the mark is somebody
 /// else's and is never changed; where it starts something else, the entry gets another name.
 ///

@@ -27,7 +27,7 @@ class FolderWatch;
 class DefaultsFile : public Defaults {
  public:
   /// `jumplark/defaults.json` in the user's configuration folder: $XDG_CONFIG_HOME, else ~/.config. Paths of the
-  /// environment count only when they are absolute, as the XDG base directory specification demands. An empty path
+  /// environment count only when they are absolute, as the XDG rules for base directories demand. An empty path
   /// when the user has no home.
   static std::filesystem::path pathFromEnvironment();
 

@@ -11,7 +11,7 @@
 namespace jumplark {
 
 /// $VARIABLE, or `belowHome` below the user's home folder. Paths of the environment count only when they are absolute,
-/// as the XDG base directory specification demands. An empty path when the user has no home.
+/// as the XDG rules for base directories demand. An empty path when the user has no home.
 std::filesystem::path userFolder(const char* variable, const char* belowHome);
 
 /// Creates the folder and those that it lies in, each for the user alone (0700); an existing one is left as it is.
