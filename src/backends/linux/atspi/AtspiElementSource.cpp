@@ -105,23 +105,32 @@ FactsPointer AtspiElementSource::finish(ReadRequest& request, facts::Set before)
   auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
   if (isLive()) {
     recent_.add(facts);
-  } else {
+  } else if (store_.find(facts->ref)) {
     store_.update(facts);
+  } else {
+    outside_.add(facts);
   }
   return facts;
 }
 
 FactsPointer AtspiElementSource::knownFacts(const ElementRef& element) {
-  FactsPointer known = snapshotFacts(element);
-  return known ? known : recent_.find(element);
+  for (const FactsPointer& known : {snapshotFacts(element), recent_.find(element)}) {
+    if (known) {
+      return known;
+    }
+  }
+  return isLive() ? nullptr : outside_.find(element);
 }
 
 AccessibilityResult<FactsPointer> AtspiElementSource::facts(const ElementRef& element, facts::Set wanted) {
   if (!handleOf(element)) {
     return AccessibilityError::invalidElement;
   }
-  if (const FactsPointer known = isLive() ? recent_.find(element) : store_.find(element); known && known->has(wanted)) {
-    return known;
+  for (const FactsPointer& known :
+       {isLive() ? recent_.find(element) : store_.find(element), isLive() ? nullptr : outside_.find(element)}) {
+    if (known && known->has(wanted)) {
+      return known;
+    }
   }
   std::vector<ReadRequest> requests{requestFor(element, wanted)};
   const facts::Set before = requests[0].facts.known;
@@ -297,11 +306,13 @@ void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool vis
   places_.keep(handleOf(application)->busName(), snapshot->places);
   if (store_.keep(std::move(snapshot), era)) {
     calls_.allow(handleOf(application)->busName(), SnapshotReader::kLimit - (Clock::now() - started));
+    outside_.start();
   }
 }
 
 void AtspiElementSource::endSnapshot() {
   store_.clear();
+  outside_.end();
   reader_.expectNothing();
   calls_.clear();
 }

@@ -84,7 +84,11 @@ class AtspiElementSource final : public ElementSource {
   ApplicationRegistry registry_;
   SnapshotReader reader_;
   SnapshotStore store_;
+  /// Read for an action that is about to begin. An application that gets the focus back may be busy with its looks for
+  /// some tenths of a second, in which every question waits for a picture to be drawn.
   RecentReads recent_;
+  /// Read while a snapshot is being enumerated, of elements that it does not hold.
+  RecentReads outside_;
   KeptPlaces places_;
 };
 

@@ -9,6 +9,13 @@ void RecentReads::start() {
   end_ = Clock::now() + kFresh;
 }
 
+void RecentReads::end() {
+  const std::lock_guard lock(mutex_);
+  facts_.clear();
+  frames_.clear();
+  end_ = {};
+}
+
 void RecentReads::add(const FactsPointer& facts) {
   const std::lock_guard lock(mutex_);
   if (facts && isFresh()) {

@@ -20,14 +20,14 @@ struct MatchedFrames {
   bool hasWindows = false;
 };
 
-/// What was read for an action that is about to begin. An application that gets the focus back may be busy with its
-/// looks for some tenths of a second, in which every question waits for a picture to be drawn. Holds for 300 ms from
-/// start(); empty before and after. May be used from any thread.
+/// What was read a moment ago, so that it is not asked again for each attribute. Holds for 300 ms from start(); empty
+/// before and after. May be used from any thread.
 class RecentReads {
  public:
   static constexpr std::chrono::milliseconds kFresh{300};
 
   void start();
+  void end();
   /// Nothing happens unless reads are being remembered.
   void add(const FactsPointer& facts);
   void addFrames(const ElementRef& application, const MatchedFrames& frames);

@@ -26,7 +26,7 @@ struct Toolkit {
   /// cost of asking each.
   bool keepsCache() const { return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4; }
   /// Its windows change their looks picture by picture when they lose or get the keyboard.
-  bool drawsBetweenAnswers() const { return family == ToolkitFamily::gtk3; }
+  bool drawsBetweenAnswers() const { return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4; }
   /// GTK 4 never answers which character lies at a point of a text, so that waiting for it would cost a time-out.
   bool tellsCharacterAtPoint() const { return family != ToolkitFamily::gtk4; }
 };
