@@ -19,7 +19,6 @@
 namespace jumplark::bench {
 namespace {
 
-using desktop::PixelRect;
 using desktop::PrivateSession;
 using desktop::RunningProgram;
 
@@ -224,6 +223,7 @@ double median(std::vector<double> times) {
 template <typename Measure>
 std::vector<double> repeat(int runs, Measure measure) {
   std::vector<double> times;
+  times.reserve(static_cast<size_t>(runs));
   for (int i = 0; i < runs; ++i) {
     times.push_back(measure());
   }
