@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <future>
@@ -71,10 +72,11 @@ TEST_F(UploadTest, WhatARunReportsArrivesSignedInTheNext) {
 
 TEST_F(UploadTest, OnlyASessionThatWasSentAndNotYetDeletedGoesTwice) {
   std::atomic<bool> kills{false};
-  std::promise<pid_t> next;
+  std::array<std::promise<pid_t>, 3> victims;
+  std::atomic<size_t> killed{0};
   const TestServer server([&](TestServer::Client& client, const TestServer::Request& request) {
     if (kills) {
-      ::kill(next.get_future().get(), SIGKILL);
+      ::kill(victims.at(killed++).get_future().get(), SIGKILL);
     }
     TestServer::answering(200)(client, request);
   });
@@ -83,11 +85,10 @@ TEST_F(UploadTest, OnlyASessionThatWasSentAndNotYetDeletedGoesTwice) {
   const std::string left = read(path_);
   ASSERT_EQ(kept()["events"].size(), 1U);
   kills = true;
-  for (size_t round = 1; round <= 3; ++round) {
-    next = {};
+  for (size_t round = 0; round < victims.size(); ++round) {
     desktop::Process victim({JUMPLARK_METRICS_PROGRAM, folder_.string(), server.address()}, {},
                             (folder_ / ("victim" + std::to_string(round))).string());
-    next.set_value(victim.pid());
+    victims.at(round).set_value(victim.pid());
     EXPECT_EQ(victim.wait(), 128 + SIGKILL);
     EXPECT_EQ(read(path_), left);
   }

@@ -182,14 +182,20 @@ class SystemQueues::Queue : public TaskQueue {
   Queue& operator=(const Queue&) = delete;
 
   const std::string& name() const override { return core_->name; }
-  void post(Task task) override { core_->postAt(clockNow(), std::move(task)); }
-  void postAfter(Duration delay, Task task) override { core_->postAt(after(delay), std::move(task)); }
+  void post(Task task) override { postAt(clockNow(), std::move(task)); }
+  void postAfter(Duration delay, Task task) override { postAt(after(delay), std::move(task)); }
   bool isCurrent() const override {
     return thread_ ? core_->isRunning(std::this_thread::get_id()) : mainThread_ == std::this_thread::get_id();
   }
   const std::shared_ptr<Core>& core() const { return core_; }
 
  private:
+  void postAt(Duration due, Task task) {
+    // The task may end the program, and with it the queue, before its poster is done.
+    const std::shared_ptr<Core> core = core_;
+    core->postAt(due, std::move(task));
+  }
+
   std::shared_ptr<Core> core_;
   std::thread::id mainThread_;
   std::unique_ptr<LargeStackThread> thread_;
