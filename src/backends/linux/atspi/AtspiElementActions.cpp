@@ -102,10 +102,10 @@ void AtspiElementSource::keepSurroundings(const std::vector<FactsPointer>& conta
     std::vector<ElementRef> unread;
     for (const FactsPointer& container : level) {
       for (const ElementRef& child : container ? container->children : std::vector<ElementRef>()) {
-        const FactsPointer known = store_.find(child);
         if (recent_.find(child)) {
           continue;
         }
+        const FactsPointer known = store_.find(child);
         if (known && known->has(kAround)) {
           recent_.add(known);
           next.push_back(known);

@@ -115,8 +115,8 @@ const std::vector<Reply>& RehearsedCalls::repliesOf(Part& part) {
   return part.replies;
 }
 
-void RehearsedCalls::startContents() {
-  if (std::exchange(asking_, true)) {
+void RehearsedCalls::prepareToAnswer() {
+  if (std::exchange(prepared_, true)) {
     return;
   }
   if (!contents_.calls.empty()) {
@@ -144,7 +144,7 @@ std::vector<Reply> RehearsedCalls::run(std::vector<MethodCall> calls, TimePoint 
 }
 
 CallRunner::Wait RehearsedCalls::begin(std::vector<MethodCall> calls, TimePoint deadline) {
-  startContents();
+  prepareToAnswer();
   asked_.insert(asked_.end(), calls.begin(), calls.end());
   std::vector<Place> places;
   std::vector<MethodCall> others;

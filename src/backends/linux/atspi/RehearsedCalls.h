@@ -47,8 +47,8 @@ class RehearsedCalls final : public CallRunner {
 
   void start(Part& part);
   static const std::vector<Reply>& repliesOf(Part& part);
-  /// At the first question.
-  void startContents();
+  /// At the first question: asks for contents, and notes where each answer will be.
+  void prepareToAnswer();
   void findPlaces(Part& part);
   /// Each rehearsed call answers one question; no part for what was not rehearsed.
   Place claim(const MethodCall& call);
@@ -56,7 +56,7 @@ class RehearsedCalls final : public CallRunner {
   CallRunner& runner_;
   const Calls lastTime_;
   const TimePoint deadline_;
-  bool asking_ = false;
+  bool prepared_ = false;
   Part cache_;
   Part facts_;
   Part contents_;
