@@ -23,6 +23,9 @@ constexpr auto kConnectLimit = std::chrono::seconds(3);
 /// After a failed attempt calls fail at once for this long, so that no row of them waits for the limit each.
 constexpr auto kRetryPause = std::chrono::seconds(1);
 
+/// Longer than an application takes from one answer to the next while it does nothing else.
+constexpr auto kStayAwake = std::chrono::milliseconds(1);
+
 }  // namespace
 
 BusConnection::BusConnection(Options options)
@@ -153,12 +156,30 @@ void BusConnection::sleepUntil(TimePoint next) {
   for (const auto& [busName, link] : peers_) {
     add(*link);
   }
+  if (looksAgain(requests)) {
+    return;
+  }
   int milliseconds = -1;
   if (next != TimePoint::max()) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
     milliseconds = static_cast<int>(std::clamp<int64_t>(left.count(), 0, 60'000));
   }
   poll(requests.data(), requests.size(), milliseconds);
+}
+
+bool BusConnection::looksAgain(std::vector<pollfd>& requests) const {
+  static const bool severalProcessors = std::thread::hardware_concurrency() > 1;
+  if (!severalProcessors || !scheduler_->awaitsOtherThan(main_.get())) {
+    return false;
+  }
+  const TimePoint end = Clock::now() + kStayAwake;
+  do {
+    if (poll(requests.data(), requests.size(), 0) != 0) {
+      return true;
+    }
+    std::this_thread::yield();
+  } while (Clock::now() < end);
+  return false;
 }
 
 BusLink* BusConnection::linkOf(const std::string& busName) {

@@ -11,6 +11,8 @@
 
 #include "backends/linux/atspi/MethodCall.h"
 
+struct pollfd;
+
 namespace jumplark::atspi {
 
 class BusLink;
@@ -57,6 +59,10 @@ class BusConnection final : public CallRunner {
   void runPosted();
   bool processLinks();
   void sleepUntil(TimePoint next);
+  /// Looks for answers without sleeping while an application gives one after the other on its own socket, for as long
+  /// as that takes; true when there is one. To wake this thread for each would cost the application half as much time
+  /// as to answer does. Not for what comes by the bus, whose daemon needs a processor too.
+  bool looksAgain(std::vector<pollfd>& requests) const;
   void dropDeadLinks();
   BusLink* mainLink();
   BusLink* linkOf(const std::string& busName);

@@ -222,6 +222,10 @@ void CallScheduler::forgive(const std::string& busName) {
   }
 }
 
+bool CallScheduler::awaitsOtherThan(const BusLink* link) const {
+  return std::any_of(underWay_.begin(), underWay_.end(), [&](const UnderWay& call) { return call.link != link; });
+}
+
 bool CallScheduler::isHung(const std::string& busName) const {
   const auto found = applications_.find(busName);
   return found != applications_.end() && found->second->hung;

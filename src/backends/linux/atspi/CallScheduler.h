@@ -54,6 +54,8 @@ class CallScheduler {
   /// Fails the calls under way on a link that has died.
   void linkLost(const BusLink* link);
   void forgive(const std::string& busName);
+  /// True while a call is under way on any other link than this one.
+  bool awaitsOtherThan(const BusLink* link) const;
   bool isHung(const std::string& busName) const;
   /// Fails everything.
   void abandonAll();
