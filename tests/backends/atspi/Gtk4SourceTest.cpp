@@ -48,5 +48,74 @@ TEST_F(Gtk4Source, OnlyWhatTheCacheLacksIsAskedOneByOne) {
   }
 }
 
+TEST_F(Gtk4Source, OfWhatOnlyRepeatsItsButtonNoPlaceIsAsked) {
+  put("frame", "same", role::pushButton, "_Save", {0, 0, 50, 20});
+  put("same", "sameText", role::label, "Save", {5, 0, 40, 20});
+  put("same", "picture", role::image, "GtkImage", {0, 0, 5, 5});
+  put("frame", "other", role::pushButton, "2", {60, 0, 50, 20});
+  put("other", "otherText", role::label, "Two", {65, 0, 40, 20});
+  put("frame", "row", role::listItem, "Row", {0, 40, 50, 20});
+  put("row", "rowText", role::label, "Row", {0, 40, 50, 20});
+  app.cache({"frame", "same", "sameText", "picture", "other", "otherText", "row", "rowText"});
+  prepare();
+  EXPECT_EQ(names(), "same other row rowText");
+  EXPECT_EQ(read("same")->name, "Save");
+  EXPECT_EQ(read("other")->name, "2");
+  for (const char* id : {"sameText", "picture"}) {
+    EXPECT_FALSE(app.wasAsked("Component.GetExtents " + std::string(id))) << id;
+  }
+  for (const char* id : {"same", "otherText", "rowText"}) {
+    EXPECT_TRUE(app.wasAsked("Component.GetExtents " + std::string(id))) << id;
+  }
+}
+
+TEST_F(Gtk4Source, APageThatDidNotShowIsLookedIntoAsSoonAsItDoes) {
+  put("frame", "first", role::panel, "", {0, 0, 400, 200});
+  put("first", "one", role::pushButton, "One", {0, 0, 50, 20});
+  FakeElement second = put("frame", "second", role::panel, "", {0, 0, 0, 0});
+  put("second", "box", role::panel, "", {0, 0, 0, 0});
+  put("box", "two", role::pushButton, "Two", {0, 0, 0, 0});
+  app.cache({"frame", "first", "one", "second", "box", "two"});
+  prepare();
+  prepare();
+  const size_t before = app.timesAsked("Component.GetExtents two");
+  prepare();
+  EXPECT_EQ(names(), "first one second");
+  EXPECT_EQ(app.timesAsked("Component.GetExtents two"), before) << "nothing below a hidden page can show";
+
+  for (const char* id : {"second", "box", "two"}) {
+    FakeElement shown = element(id == std::string("two") ? role::pushButton : role::panel, "Two", {0, 0, 50, 20});
+    shown.states = bit(state::visible) | bit(state::sensitive);
+    if (id == std::string("second")) {
+      shown.children = {"box"};
+      shown.parent = "frame";
+    } else {
+      shown.parent = id == std::string("box") ? "second" : "box";
+      shown.children = id == std::string("box") ? std::vector<std::string>{"two"} : std::vector<std::string>();
+    }
+    app.set(id, shown);
+  }
+  prepare();
+  EXPECT_EQ(names(), "first one second box two");
+}
+
+TEST_F(Gtk4Source, AnEntryIsReadWithoutAskingForItsLength) {
+  const auto entry = [&](const std::string& id, const std::string& text) {
+    FakeElement& made = put("frame", id, role::entry, "GtkEntry", {0, 0, 100, 20});
+    made.interfaces = {"Component", "Text"};
+    made.text = text;
+  };
+  entry("empty", "");
+  entry("short", "Lorem ipsum");
+  entry("long", std::string(1500, 'x'));
+  prepare();
+  EXPECT_EQ(read("empty")->shortText, "");
+  EXPECT_EQ(read("empty")->characterCount, 0);
+  EXPECT_EQ(read("short")->shortText, "Lorem ipsum");
+  EXPECT_EQ(read("short")->characterCount, 11);
+  EXPECT_EQ(read("long")->shortText, std::string(1500, 'x'));
+  EXPECT_EQ(app.timesAsked("Properties.Get short") + 1, app.timesAsked("Properties.Get long")) << "its length";
+}
+
 }  // namespace
 }  // namespace jumplark::atspi

@@ -49,14 +49,12 @@ AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleText
   }
   const AtspiHandle& handle = *handleOf(element);
   const Toolkit toolkit = registry_.toolkitOf(makeRef(handle.busName(), calls::kRootPath));
-  std::optional<Rect> local = toolkit.tellsCharacterAtPoint() ? found->extents : std::nullopt;
-  if (local) {
-    const Point offset = offsetNow(handle, toolkit);
-    local = places_.fromPixels(element, *local);
-    local->x -= offset.x;
-    local->y -= offset.y;
+  std::optional<Rect> visible = found->extents;
+  if (visible) {
+    visible = places_.fromPixels(element, *visible);
   }
-  std::vector<TextRequest> requests{{element, found->is(state::multiLine), local, {}}};
+  const Point offset = toolkit.tellsCharacterAtPoint() ? offsetNow(handle, toolkit) : Point{};
+  std::vector<TextRequest> requests{textRequestOf(*found, toolkit, visible, offset)};
   readTexts(calls_, requests, deadline());
   const TextFacts& text = requests[0].answer;
   if (text.count < 0) {

@@ -205,12 +205,7 @@ void FactsReader::readTextGroups(std::vector<ReadRequest>& requests, TimePoint d
     if (mayHoldSecret(e) || (e.interfaces & interface_bit::text) == 0) {
       continue;
     }
-    std::optional<Rect> local = request.context.toolkit.tellsCharacterAtPoint() ? e.extents : std::nullopt;
-    if (local) {
-      local->x -= request.context.offset.x;
-      local->y -= request.context.offset.y;
-    }
-    texts.push_back({e.ref, e.is(state::multiLine), local, {}});
+    texts.push_back(textRequestOf(e, request.context.toolkit, e.extents, request.context.offset));
     owners.push_back(&e);
   }
   readTexts(runner_, texts, deadline);

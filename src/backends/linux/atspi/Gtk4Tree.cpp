@@ -7,6 +7,7 @@
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/Gtk4Decorations.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
@@ -16,38 +17,6 @@ namespace {
 constexpr std::array<std::pair<double, double>, 5> kProbes{
     {{0.5, 0.47}, {0.23, 0.21}, {0.77, 0.23}, {0.21, 0.79}, {0.79, 0.77}}};
 constexpr int kMostAncestors = 100;
-
-bool isControl(uint32_t number) {
-  switch (number) {
-    case role::pushButton:
-    case role::toggleButton:
-    case role::checkBox:
-    case role::radioButton:
-    case role::link:
-    case role::menuItem:
-    case role::checkMenuItem:
-    case role::radioMenuItem:
-    case role::pageTab:
-      return true;
-    default:
-      return false;
-  }
-}
-
-bool isPlainDecoration(uint32_t number) {
-  switch (number) {
-    case role::label:
-    case role::staticText:
-    case role::image:
-    case role::icon:
-    case role::panel:
-    case role::filler:
-    case role::separator:
-      return true;
-    default:
-      return false;
-  }
-}
 
 bool isButton(uint32_t number) {
   return number == role::pushButton || number == role::toggleButton;
@@ -68,11 +37,6 @@ bool hasPlaceOfItsOwn(const ElementFacts& element) {
   return (element.interfaces & interface_bit::component) != 0;
 }
 
-std::string withoutUnderscores(std::string text) {
-  std::erase(text, '_');
-  return text;
-}
-
 }  // namespace
 
 void Gtk4Tree::settle(const Elements& all) {
@@ -83,7 +47,7 @@ void Gtk4Tree::settle(const Elements& all) {
     if (!(*element)->is(state::showing)) {
       continue;
     }
-    if (isControl((*element)->role)) {
+    if (isGtk4Control((*element)->role)) {
       foldControl(**element);
     } else if ((*element)->role == role::comboBox) {
       foldComboBox(**element);
@@ -235,8 +199,8 @@ void Gtk4Tree::foldControl(ElementFacts& control) {
     }
   }
   // The name of a tab may be "Tab", that of a button its text with the underscore of its shortcut, and both.
-  const bool isWrong = control.role == role::pageTab || control.name.ends_with(' ' + labels) ||
-                       withoutUnderscores(control.name) == labels;
+  const bool isWrong =
+      control.role == role::pageTab || control.name.ends_with(' ' + labels) || isSameText(control.name, labels);
   if (!labels.empty() && (control.name.empty() || isWrong)) {
     control.name = labels;
   }

@@ -4,6 +4,7 @@
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/Gtk4Decorations.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -29,19 +30,27 @@ void ReadAhead::start(CallRunner& runner, const ElementRef& root, TimePoint dead
       continue;
     }
     Answers& answers = asked_[element];
+    const bool leftToWalk = visibleOnly_ && hidden_->contains(element);
     if (!hidden) {
-      ask(*item, answers);
+      ask(*item, answers, leftToWalk);
+    }
+    if (leftToWalk) {
+      continue;
     }
     // Where it can be told what shows, also children whose order the cache leaves open.
     const auto* children = toolkit_.tellsShowing() ? cache_.inAnyOrder(element) : cache_.childrenOf(element);
-    if (children) {
+    if (!toolkit_.tellsShowing() && isOnlyDecorated(cache_, *item)) {
+      for (const ElementRef& child : *children) {
+        asked_[child].takesPlaceOf = element;
+      }
+    } else if (children) {
       pending.insert(pending.end(), children->begin(), children->end());
     }
   }
   batch_.start(runner, deadline);
 }
 
-void ReadAhead::ask(const CacheItem& item, Answers& answers) {
+void ReadAhead::ask(const CacheItem& item, Answers& answers, bool placeOnly) {
   const AtspiHandle& handle = *handleOf(item.element);
   const auto noteError = [this](AccessibilityError error) {
     complete_ = complete_ && error != AccessibilityError::cannotComplete && error != AccessibilityError::apiDisabled;
@@ -49,6 +58,9 @@ void ReadAhead::ask(const CacheItem& item, Answers& answers) {
   if ((calls::interfaceBits(item.interfaces) & interface_bit::component) != 0) {
     batch_.add<Rect>(
         calls::extents(handle, toolkit_.coordinates()), [&answers](Rect& rect) { answers.extents = rect; }, noteError);
+  }
+  if (placeOnly) {
+    return;
   }
   if (has(item, state::managesDescendants)) {
     batch_.add<int32_t>(
@@ -71,6 +83,9 @@ const ReadAhead::Answers* ReadAhead::find(const ElementRef& element) const {
 
 std::optional<Rect> ReadAhead::reported(const ElementRef& element) const {
   const Answers* answers = find(element);
+  if (answers && answers->takesPlaceOf) {
+    answers = find(answers->takesPlaceOf);
+  }
   return answers ? answers->extents : std::nullopt;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "backends/linux/atspi/CachedTree.h"
@@ -15,9 +18,13 @@ namespace jumplark::atspi {
 /// Asks a little more than a walk would, for the elements that turn out to be hidden or gone.
 class ReadAhead {
  public:
-  /// `visibleOnly` leaves out what does not show, and what is below it. The cache outlives this.
-  ReadAhead(const Toolkit& toolkit, const CachedTree& cache, bool visibleOnly)
-      : toolkit_(toolkit), cache_(cache), visibleOnly_(visibleOnly) {}
+  using Set = std::unordered_set<ElementRef, ElementRefHash>;
+
+  /// `visibleOnly` leaves out what does not show, and what is below it. What is below the `hidden`, which did not show
+  /// the last time, is left to the walk. The cache outlives this.
+  ReadAhead(const Toolkit& toolkit, const CachedTree& cache, bool visibleOnly,
+            std::shared_ptr<const Set> hidden = std::make_shared<const Set>())
+      : toolkit_(toolkit), cache_(cache), visibleOnly_(visibleOnly), hidden_(std::move(hidden)) {}
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
 
@@ -39,13 +46,15 @@ class ReadAhead {
     std::optional<Rect> extents;
     std::optional<int32_t> childCount;
     std::optional<std::vector<ElementRef>> children;
+    ElementRef takesPlaceOf;  ///< the control that this decorates, instead of a place of its own
   };
-  void ask(const CacheItem& item, Answers& answers);
+  void ask(const CacheItem& item, Answers& answers, bool placeOnly);
   const Answers* find(const ElementRef& element) const;
 
   const Toolkit toolkit_;
   const CachedTree& cache_;
   const bool visibleOnly_;
+  const std::shared_ptr<const Set> hidden_;
   TypedBatch batch_;
   std::unordered_map<ElementRef, Answers, ElementRefHash> asked_;
   bool complete_ = true;

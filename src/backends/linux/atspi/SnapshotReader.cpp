@@ -7,7 +7,7 @@
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/OpenPopups.h"
-#include "backends/linux/atspi/ReadAhead.h"
+#include "backends/linux/atspi/RoleNames.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
@@ -100,6 +100,9 @@ ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vec
   return {};
 }
 
+SnapshotReader::SnapshotReader(BusConnection& bus, ApplicationRegistry& registry)
+    : bus_(bus), registry_(registry), chromium_(bus), rehearsals_(bus), roleNames_(std::make_shared<RoleNames>()) {}
+
 void SnapshotReader::expect(const ElementRef& application) {
   if (const AtspiHandle* handle = handleOf(application)) {
     const std::optional<Toolkit> toolkit = registry_.knownToolkitOf(application);
@@ -120,6 +123,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   const auto calls = rehearsals_.take(handle->busName(), Clock::now() + kLimit);
   auto snapshot = read(*calls, application, visibleOnly, cancelled);
   if (snapshot->complete) {
+    rememberHidden(*snapshot);
     rehearsals_.keep(handle->busName(), calls->asked());
   }
   return snapshot;
@@ -157,7 +161,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
       cacheBegun ? cache_.read(runner, snapshot->toolkit, handle->busName(), children, deadline, cacheBegun) : nullptr;
   std::shared_ptr<ReadAhead> ahead;
   if (cache) {
-    ahead = std::make_shared<ReadAhead>(snapshot->toolkit, *cache, visibleOnly);
+    ahead = std::make_shared<ReadAhead>(snapshot->toolkit, *cache, visibleOnly, hiddenLastTime());
     ahead->start(runner, likelyFocusedFrame(*cache, children, windows, snapshot->toolkit), deadline);
   }
   const std::vector<FrameFacts> frames = ApplicationRegistry::framesFrom(runner, children, deadline);
@@ -188,9 +192,10 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
     cache = cache_.read(runner, snapshot->toolkit, handle->busName(), roots, deadline);
   }
   snapshot->fromCache = cache != nullptr;
+  const auto roleNames = snapshot->toolkit.namesRolesAlike() ? roleNames_ : nullptr;
   for (const ElementRef& root : roots) {
     readRoot(*snapshot, root, runner,
-             {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache, ahead});
+             {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache, ahead, roleNames});
   }
   snapshot->places.placement = placementOf(*snapshot);
   placeInPixels(snapshot->toolkit, snapshot->places, snapshot->elements);
@@ -203,6 +208,24 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
   findLandmarks(*snapshot);
   snapshot->took = Clock::now() - started;
   return snapshot;
+}
+
+std::shared_ptr<const ReadAhead::Set> SnapshotReader::hiddenLastTime() {
+  const std::lock_guard lock(mutex_);
+  return hidden_;
+}
+
+void SnapshotReader::rememberHidden(const Snapshot& snapshot) {
+  auto hidden = std::make_shared<ReadAhead::Set>();
+  if (!snapshot.toolkit.tellsShowing()) {
+    for (const auto& [ref, element] : snapshot.elements) {
+      if (element->has(facts::extents) && !element->is(state::showing)) {
+        hidden->insert(ref);
+      }
+    }
+  }
+  const std::lock_guard lock(mutex_);
+  hidden_ = std::move(hidden);
 }
 
 void SnapshotReader::addOtherFrames(CallRunner& runner, Snapshot& snapshot, const std::vector<ElementRef>& frames,

@@ -11,6 +11,7 @@
 #include "backends/linux/atspi/CacheReader.h"
 #include "backends/linux/atspi/ChromiumReader.h"
 #include "backends/linux/atspi/FactsReader.h"
+#include "backends/linux/atspi/ReadAhead.h"
 #include "backends/linux/atspi/RehearsedCalls.h"
 #include "backends/linux/atspi/SnapshotStore.h"
 
@@ -25,8 +26,7 @@ class SnapshotReader {
   /// The longest time that reading takes.
   static constexpr auto kLimit = std::chrono::seconds(3);
 
-  SnapshotReader(BusConnection& bus, ApplicationRegistry& registry)
-      : bus_(bus), registry_(registry), chromium_(bus), rehearsals_(bus) {}
+  SnapshotReader(BusConnection& bus, ApplicationRegistry& registry);
 
   /// A read() of what shows of this application follows at once; its first questions go out now. Waits for nothing.
   void expect(const ElementRef& application);
@@ -46,6 +46,8 @@ class SnapshotReader {
  private:
   std::unique_ptr<Snapshot> read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
                                  const std::function<bool()>& cancelled);
+  std::shared_ptr<const ReadAhead::Set> hiddenLastTime();
+  void rememberHidden(const Snapshot& snapshot);
   void addOtherFrames(CallRunner& runner, Snapshot& snapshot, const std::vector<ElementRef>& frames,
                       TimePoint deadline);
   void readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan);
@@ -56,8 +58,11 @@ class SnapshotReader {
   CacheReader cache_;
   ChromiumReader chromium_;
   Rehearsals rehearsals_;
+  std::shared_ptr<RoleNames> roleNames_;
   std::mutex mutex_;
   std::unordered_set<std::string> woken_;  ///< bus names
+  /// What the last snapshot named and did not show, of an application whose cache cannot tell that; never null.
+  std::shared_ptr<const ReadAhead::Set> hidden_ = std::make_shared<const ReadAhead::Set>();
 };
 
 /// The frame that has, or would get, the keyboard: of the topmost normal window or dialog.

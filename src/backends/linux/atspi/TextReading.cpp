@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/FactsWorthReading.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -15,6 +17,35 @@ struct Corners {
   int32_t first = -1;
   int32_t last = -1;
 };
+
+bool isWhole(const TextFacts& text) {
+  return text.count >= 0 && text.holds(0, text.count) && text.fetchedEnd == text.count;
+}
+
+int64_t countCodePoints(std::string_view text) {
+  return std::count_if(text.begin(), text.end(),
+                       [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; });
+}
+
+void askCount(TypedBatch& batch, TextRequest& request) {
+  if (const AtspiHandle* handle = handleOf(request.element)) {
+    batch.add<int32_t>(calls::characterCount(*handle),
+                       [&request](int32_t& count) { request.answer.count = std::max(count, 0); });
+  }
+}
+
+/// One character more than a short text has, to tell whether there is more.
+void askAtOnce(TypedBatch& batch, TextRequest& request) {
+  if (const AtspiHandle* handle = handleOf(request.element)) {
+    batch.add<std::string>(calls::text(*handle, 0, static_cast<int32_t>(kShortText + 1)),
+                           [&request](std::string& text) {
+                             const int64_t count = countCodePoints(text);
+                             if (count <= kShortText) {
+                               request.answer = {count, 0, count, 0, count, std::move(text)};
+                             }
+                           });
+  }
+}
 
 std::vector<Corners> readCorners(CallRunner& runner, const std::vector<TextRequest>& requests, TimePoint deadline) {
   std::vector<Corners> corners(requests.size());
@@ -53,23 +84,43 @@ void decideRange(TextRequest& request, const Corners& corners) {
 
 }  // namespace
 
+TextRequest textRequestOf(const ElementFacts& element, const Toolkit& toolkit, const std::optional<Rect>& visible,
+                          Point offset) {
+  TextRequest request;
+  request.element = element.ref;
+  request.multiLine = element.is(state::multiLine);
+  request.atOnce = !request.multiLine && isTextEntry(element) && toolkit.endsTextsItself();
+  if (visible && toolkit.tellsCharacterAtPoint()) {
+    request.visible = Rect{visible->x - offset.x, visible->y - offset.y, visible->width, visible->height};
+  }
+  return request;
+}
+
 void TextReader::begin(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
   for (TextRequest& request : requests) {
-    if (const AtspiHandle* handle = handleOf(request.element)) {
-      counts_.add<int32_t>(calls::characterCount(*handle),
-                           [&](int32_t& count) { request.answer.count = std::max(count, 0); });
+    if (request.atOnce) {
+      askAtOnce(first_, request);
+    } else {
+      askCount(first_, request);
     }
   }
-  counts_.start(runner, deadline);
+  first_.start(runner, deadline);
 }
 
 void TextReader::finish(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline) {
-  counts_.finish();
+  first_.finish();
+  TypedBatch counts;
+  for (TextRequest& request : requests) {
+    if (std::exchange(request.atOnce, false) && !isWhole(request.answer)) {
+      askCount(counts, request);
+    }
+  }
+  counts.run(runner, deadline);
   const std::vector<Corners> corners = readCorners(runner, requests, deadline);
   TypedBatch batch;
   for (size_t i = 0; i < requests.size(); ++i) {
     TextRequest& request = requests[i];
-    if (request.answer.count <= 0) {
+    if (request.answer.count <= 0 || isWhole(request.answer)) {
       continue;
     }
     decideRange(request, corners[i]);

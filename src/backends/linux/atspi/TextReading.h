@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "backends/linux/atspi/MethodCall.h"
+#include "backends/linux/atspi/Toolkit.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
@@ -25,9 +26,14 @@ struct TextFacts {
 struct TextRequest {
   ElementRef element;
   bool multiLine = false;
+  bool atOnce = false;          ///< an entry that ends its text itself: a short one needs no question how long it is
   std::optional<Rect> visible;  ///< the part that shows, in the coordinates that its toolkit takes; none: unknown
   TextFacts answer;             ///< count stays -1 when the text could not be read
 };
+
+/// `visible`: what shows of the element on the screen, if known; `offset` as extents need it.
+TextRequest textRequestOf(const ElementFacts& element, const Toolkit& toolkit, const std::optional<Rect>& visible,
+                          Point offset);
 
 /// The longest text that is read whole, and the longest part that is read of a longer one, in code points.
 inline constexpr int64_t kShortText = 1000;
@@ -37,12 +43,13 @@ inline constexpr int64_t kLongestPart = 16000;
 /// corners of its visible part (the whole of a large text costs its application hundreds of times more).
 class TextReader {
  public:
-  /// Asks how long the texts are. The calls are under way until finish(), and the requests stay where they are.
+  /// Asks how long the texts are, or for what is likely to be the whole of them. The calls are under way until
+  /// finish(), and the requests stay where they are.
   void begin(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline);
   void finish(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline);
 
  private:
-  TypedBatch counts_;
+  TypedBatch first_;
 };
 
 /// Both steps at once.

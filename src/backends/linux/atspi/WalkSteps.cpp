@@ -5,6 +5,7 @@
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
+#include "backends/linux/atspi/RoleNames.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
@@ -140,11 +141,7 @@ void WalkSteps::readFurther(const Level& all) {
     const facts::Set wanted = factsWorthReading(*element);
     element->known |= kExtras;
     addExtraCalls(batch, *element, wanted);
-    // The same for all elements of a role.
-    if (const auto [name, isNew] = roleNames.try_emplace(element->role); isNew) {
-      batch.add<std::string>(calls::localizedRole(*handleOf(element->ref)),
-                             [&text = name->second](std::string& answer) { text = std::move(answer); });
-    }
+    askRoleName(batch, *element, roleNames);
     if ((wanted & facts::text) != 0 && !mayHoldSecret(*element)) {
       withText.push_back(element);
     }
@@ -162,15 +159,32 @@ void WalkSteps::readFurther(const Level& all) {
   keepTexts(withText, requests);
 }
 
+void WalkSteps::askRoleName(TypedBatch& batch, const ElementFacts& e,
+                            std::unordered_map<uint32_t, std::string>& names) {
+  // The same for all elements of a role.
+  const auto [name, isNew] = names.try_emplace(e.role);
+  const AtspiHandle& handle = *handleOf(e.ref);
+  if (!isNew) {
+    return;
+  }
+  if (const auto known = plan_.roleNames ? plan_.roleNames->find(handle.busName(), e.role) : std::nullopt) {
+    name->second = *known;
+    return;
+  }
+  batch.add<std::string>(calls::localizedRole(handle), [this, &handle, &e, &text = name->second](std::string& answer) {
+    text = std::move(answer);
+    if (plan_.roleNames) {
+      plan_.roleNames->keep(handle.busName(), e.role, text);
+    }
+  });
+}
+
 std::vector<TextRequest> WalkSteps::textRequests(const Level& elements) const {
   std::vector<TextRequest> requests;
   for (const auto& element : elements) {
     const Rect part = visiblePart(*element);
-    std::optional<Rect> local;
-    if (!part.isNull() && plan_.toolkit.tellsCharacterAtPoint()) {
-      local = Rect{part.x - plan_.offset.x, part.y - plan_.offset.y, part.width, part.height};
-    }
-    requests.push_back({element->ref, element->is(state::multiLine), local, {}});
+    requests.push_back(
+        textRequestOf(*element, plan_.toolkit, part.isNull() ? std::nullopt : std::optional(part), plan_.offset));
   }
   return requests;
 }

@@ -15,6 +15,7 @@ namespace jumplark::atspi {
 
 class CachedTree;
 class ReadAhead;
+class RoleNames;
 class TypedBatch;
 
 /// Facts by reference, while they are being collected.
@@ -32,6 +33,8 @@ struct WalkPlan {
   std::shared_ptr<const CachedTree> cache;
   /// What has been asked already of what the cache names; may be null.
   std::shared_ptr<ReadAhead> ahead;
+  /// What is known of the roles' names from earlier; may be null.
+  std::shared_ptr<RoleNames> roleNames;
 };
 
 /// What every walk through a tree does, whatever the toolkit: an element belongs to the first parent that names it, one
@@ -83,6 +86,8 @@ class WalkSteps {
   bool complete_ = true;
 
  private:
+  /// Adds what asks for the name of the element's role, unless that is known.
+  void askRoleName(TypedBatch& batch, const ElementFacts& element, std::unordered_map<uint32_t, std::string>& names);
   std::vector<TextRequest> textRequests(const Level& elements) const;
   void keepTexts(const Level& elements, const std::vector<TextRequest>& requests);
 };
