@@ -52,11 +52,40 @@ TEST_F(Gtk3Places, WhatIsOpenBelongsToTheWindowInFront) {
   app.add("closed", "closed_list", element(role::menu, "", {110, 140, 100, 20}));
   app.add("root", "context", element(role::window, "", {450, 300, 80, 90}));
   app.add("context", "context_menu", element(role::menu, "", {450, 300, 80, 90}));
+  app.add("frame", "button", element(role::toggleButton, "Settings", {300, 60, 20, 20}));
+  app.add("button", "undock", element(role::menuItem, "Undock", {300, 80, 90, 20}));
+  app.add("button", "more", element(role::menu, "More", {300, 100, 90, 20}));
+  app.add("button", "dock", element(role::menuItem, "Dock")).states = 0;
   prepare();
-  EXPECT_EQ(names(), "box closed closed_list context context_menu list right");
+  EXPECT_EQ(names(), "box closed closed_list button dock context context_menu list right undock more");
   EXPECT_EQ(read("list")->parent, app.ref("frame"));
   EXPECT_EQ(read("context")->parent, app.ref("frame"));
   EXPECT_EQ(read("closed_list")->parent, app.ref("closed"));
+  EXPECT_EQ(read("undock")->parent, app.ref("frame"));
+  EXPECT_EQ(read("more")->role, role::menuItem) << "opens a menu, and is none";
+}
+
+// A tool item carries the words for the button that it is made of, and a group of them says nothing of its members.
+TEST_F(Gtk3Places, WhatHasNoWordsIsCalledAsWhatHoldsItAlone) {
+  app.add("frame", "bar", element(role::panel, "Bar", {100, 50, 400, 34}));
+  app.add("bar", "item", element(role::panel, "", {110, 50, 30, 34})).description = "Styles (Ctrl+2)";
+  app.add("item", "styles", element(role::toggleButton, "", {110, 50, 30, 34}));
+  app.add("bar", "font", element(role::panel, "Font Name", {150, 50, 120, 34}));
+  app.add("font", "box", element(role::filler, "", {150, 51, 120, 32}));
+  app.add("box", "entry", element(role::text, "", {150, 51, 90, 32})).text = "Sans";
+  app.add("box", "arrow", element(role::toggleButton, "", {240, 51, 30, 32}));
+  app.add("bar", "pair", element(role::panel, "Zoom", {280, 50, 60, 34}));
+  app.add("pair", "in", element(role::pushButton, "", {280, 50, 30, 34}));
+  app.add("pair", "out", element(role::pushButton, "", {310, 50, 30, 34}));
+  app.add("frame", "tall", element(role::panel, "Canvas", {100, 100, 400, 200}));
+  app.add("tall", "low", element(role::pushButton, "", {100, 100, 400, 30}));
+  prepare();
+  EXPECT_EQ(read("styles")->description, "Styles (Ctrl+2)");
+  EXPECT_EQ(read("entry")->name, "Font Name");
+  EXPECT_EQ(read("arrow")->name, "Font Name");
+  for (const char* id : {"in", "out", "low"}) {
+    EXPECT_EQ(read(id)->name, "") << id;
+  }
 }
 
 }  // namespace

@@ -22,9 +22,36 @@ bool isListOrMenu(uint32_t number) {
   }
 }
 
+bool isMenuEntry(uint32_t number) {
+  switch (number) {
+    case role::menu:
+    case role::menuItem:
+    case role::checkMenuItem:
+    case role::radioMenuItem:
+      return true;
+    default:
+      return false;
+  }
+}
+
 ElementFacts* find(const ElementRef& element, FactsMap& elements) {
   const auto found = elements.find(element);
   return found == elements.end() ? nullptr : found->second.get();
+}
+
+/// A button of GTK 3's that opens a menu has the entries themselves for children, and says whether they show.
+void hangMenuOfButton(const ElementRef& frame, const ElementFacts& button, FactsMap& elements) {
+  const std::vector<ElementRef> children = button.children;
+  for (const ElementRef& child : children) {
+    ElementFacts* entry = find(child, elements);
+    if (entry && isMenuEntry(entry->role) && entry->is(state::showing) && entry->extents) {
+      if (entry->role == role::menu) {
+        // Below the window it would be the open menu itself, not the entry that opens it.
+        entry->role = role::menuItem;
+      }
+      hangOn(frame, child, elements);
+    }
+  }
 }
 
 }  // namespace
@@ -52,7 +79,11 @@ void hangOn(const ElementRef& frame, const ElementRef& popup, FactsMap& elements
 
 void hangPopupsOn(const ElementRef& frame, const std::vector<ElementRef>& popups, FactsMap& elements) {
   std::vector<ElementRef> found = popups;
+  std::vector<const ElementFacts*> buttons;
   for (const auto& [ref, element] : elements) {
+    if ((element->role == role::toggleButton || element->role == role::pushButton) && !element->children.empty()) {
+      buttons.push_back(element.get());
+    }
     const ElementFacts* above = find(element->parent, elements);
     if (above && above->role == role::comboBox && isListOrMenu(element->role) && element->is(state::showing) &&
         element->extents && !(above->extents && *above->extents == *element->extents)) {
@@ -61,6 +92,9 @@ void hangPopupsOn(const ElementRef& frame, const std::vector<ElementRef>& popups
   }
   for (const ElementRef& popup : found) {
     hangOn(frame, popup, elements);
+  }
+  for (const ElementFacts* button : buttons) {
+    hangMenuOfButton(frame, *button, elements);
   }
 }
 

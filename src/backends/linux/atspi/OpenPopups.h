@@ -11,9 +11,9 @@ namespace jumplark::atspi {
 /// window, and shows.
 bool isOpenPopup(const FrameFacts& frame, const std::vector<MatchedFrame>& matched);
 
-/// Open lists of combo boxes and open menus lie in windows of their own, over other things than the box that they
-/// belong to or over none. Those that were read become children of the focused frame, after all others, so that they
-/// are found there whatever they cover.
+/// Open lists of combo boxes and open menus (of a button: their entries) lie in windows of their own, over other things
+/// than the box that they belong to or over none. Those that were read become children of the focused frame, after all
+/// others, so that they are found there whatever they cover.
 void hangPopupsOn(const ElementRef& frame, const std::vector<ElementRef>& popups, FactsMap& elements);
 
 /// The same for one element.

@@ -1,0 +1,78 @@
+#include "backends/linux/atspi/HolderNames.h"
+
+#include <cmath>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/FactsWorthReading.h"
+#include "backends/linux/atspi/TextUnits.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// A border around the control.
+constexpr double kTolerance = 4;
+/// LibreOffice's fields stand seven deep in what names them.
+constexpr int kMostSteps = 10;
+
+bool hasWords(const ElementFacts& element) {
+  return !isBlank(element.name) || !isBlank(element.description);
+}
+
+bool isButton(const ElementFacts& element) {
+  return element.role == role::pushButton || element.role == role::toggleButton;
+}
+
+bool lacksWords(const ElementFacts& element) {
+  const bool isField = element.role == role::text || element.role == role::entry;
+  return (isField || (isButton(element) && isBlank(element.shortText))) && element.is(state::showing) &&
+         element.extents && !hasWords(element) && element.labelledBy.empty();
+}
+
+bool endsLike(const ElementFacts& holder, const ElementFacts& control) {
+  return holder.extents && std::abs(holder.extents->y - control.extents->y) <= kTolerance &&
+         std::abs(holder.extents->maxY() - control.extents->maxY()) <= kTolerance;
+}
+
+/// Null when nothing around the control speaks for it.
+const ElementFacts* holderOf(const ElementFacts& control, const FactsMap& elements) {
+  auto above = elements.find(control.parent);
+  for (int step = 0; step < kMostSteps && above != elements.end(); ++step) {
+    const ElementFacts& holder = *above->second;
+    if (!(holder.role == role::panel || holder.role == role::filler) || !endsLike(holder, control)) {
+      return nullptr;
+    }
+    if (hasWords(holder)) {
+      return &holder;
+    }
+    above = elements.find(holder.parent);
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements) {
+  if (toolkit.family != ToolkitFamily::gtk3) {
+    return;
+  }
+  std::map<std::pair<const ElementFacts*, bool>, std::vector<ElementFacts*>> held;
+  for (const auto& [ref, element] : elements) {
+    if (!lacksWords(*element)) {
+      continue;
+    }
+    if (const ElementFacts* holder = holderOf(*element, elements)) {
+      held[{holder, isButton(*element)}].push_back(element.get());
+    }
+  }
+  for (const auto& [place, controls] : held) {
+    if (controls.size() == 1) {
+      controls.front()->name = place.first->name;
+      controls.front()->description = place.first->description;
+    }
+  }
+}
+
+}  // namespace jumplark::atspi

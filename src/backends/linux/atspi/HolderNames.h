@@ -1,0 +1,13 @@
+#pragma once
+
+#include "backends/linux/atspi/Toolkit.h"
+#include "backends/linux/atspi/TreeWalk.h"
+
+namespace jumplark::atspi {
+
+/// Gives buttons and entries without a word of their own the name and the tool tip of what holds them. GTK 3 puts what
+/// stands in a tool bar into items that carry the words: a button alone with its picture, a field with an arrow for its
+/// list. A holder ends where its control does, above and below, and holds no other one of that kind without words.
+void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements);
+
+}  // namespace jumplark::atspi
