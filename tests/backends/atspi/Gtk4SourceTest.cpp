@@ -1,3 +1,5 @@
+#include <systemd/sd-bus.h>
+
 #include "backends/atspi/SourceFixture.h"
 
 namespace jumplark::atspi {
@@ -108,12 +110,22 @@ TEST_F(Gtk4Source, AnEntryIsReadWithoutAskingForItsLength) {
   entry("empty", "");
   entry("short", "Lorem ipsum");
   entry("long", std::string(1500, 'x'));
+  entry("strict", "exactly");
+  app.answerInstead([](sd_bus_message* message, const std::string& id, const std::string& member) {
+    int32_t start = 0;
+    int32_t end = 0;
+    if (id != "strict" || member != "GetText" || sd_bus_message_read(message, "ii", &start, &end) < 0) {
+      return false;
+    }
+    return sd_bus_reply_method_return(message, "s", end == 7 ? "exactly" : "") >= 0;
+  });
   prepare();
   EXPECT_EQ(read("empty")->shortText, "");
   EXPECT_EQ(read("empty")->characterCount, 0);
   EXPECT_EQ(read("short")->shortText, "Lorem ipsum");
   EXPECT_EQ(read("short")->characterCount, 11);
   EXPECT_EQ(read("long")->shortText, std::string(1500, 'x'));
+  EXPECT_EQ(read("strict")->shortText, "exactly") << "though it gives nothing for more than there is";
   EXPECT_EQ(app.timesAsked("Properties.Get short") + 1, app.timesAsked("Properties.Get long")) << "its length";
 }
 

@@ -40,7 +40,9 @@ void askAtOnce(TypedBatch& batch, TextRequest& request) {
     batch.add<std::string>(calls::text(*handle, 0, static_cast<int32_t>(kShortText + 1)),
                            [&request](std::string& text) {
                              const int64_t count = countCodePoints(text);
-                             if (count <= kShortText) {
+                             // Programs that draw entries of their own say nothing where more was asked for than there
+                             // is.
+                             if (count > 0 && count <= kShortText) {
                                request.answer = {count, 0, count, 0, count, std::move(text)};
                              }
                            });

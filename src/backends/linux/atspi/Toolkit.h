@@ -29,10 +29,13 @@ struct Toolkit {
   bool drawsBetweenAnswers() const { return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4; }
   /// GTK 4 never answers which character lies at a point of a text, so that waiting for it would cost a time-out.
   bool tellsCharacterAtPoint() const { return family != ToolkitFamily::gtk4; }
-  /// Its entries end their texts where they end, however much was asked for.
-  bool endsTextsItself() const { return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4; }
+  /// Its single-line entries end their texts where they end, however much was asked for.
+  bool endsTextsItself() const { return isWidgetToolkit(); }
   /// All elements of a role have the same name for it.
-  bool namesRolesAlike() const {
+  bool namesRolesAlike() const { return isWidgetToolkit(); }
+
+ private:
+  bool isWidgetToolkit() const {
     return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4 || family == ToolkitFamily::qt;
   }
 };
