@@ -24,7 +24,7 @@ FakeApplication::FakeApplication(const PrivateBus& bus, std::string toolkit, std
   root.parent = "";
   root.states = 0;
   elements_["root"] = root;
-  peer_ = std::make_unique<FakePeer>(bus.address(), "", [this](sd_bus_message* message) { return answer(message); });
+  peer_ = std::make_unique<FakePeer>(bus.address(), "", handler());
 }
 
 FakeElement& FakeApplication::set(const std::string& id, FakeElement element) {
@@ -59,6 +59,11 @@ void FakeApplication::answerInstead(Answer answer) {
   instead_ = std::move(answer);
 }
 
+void FakeApplication::tellSocket(const std::string& address) {
+  const std::lock_guard lock(mutex_);
+  socket_ = address;
+}
+
 ElementRef FakeApplication::ref(const std::string& id) const {
   return makeRef(peer_->uniqueName(), pathOf(id));
 }
@@ -88,6 +93,7 @@ bool FakeApplication::answer(sd_bus_message* message) {
   FakeElement element;
   std::function<void(const std::string&, const std::string&)> before;
   Answer instead;
+  std::string socket;
   {
     const std::lock_guard lock(mutex_);
     before = before_;
@@ -107,9 +113,13 @@ bool FakeApplication::answer(sd_bus_message* message) {
       return false;
     }
     element = found->second;
+    socket = socket_;
   }
   if (instead && instead(message, id, member)) {
     return true;
+  }
+  if (member == "GetApplicationBusAddress" && !socket.empty()) {
+    return sd_bus_reply_method_return(message, "s", socket.c_str()) >= 0;
   }
   if (interface == "Accessible") {
     return answerAccessible(message, member, element);

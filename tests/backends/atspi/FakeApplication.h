@@ -55,6 +55,13 @@ class FakeApplication {
   using Answer = std::function<bool(sd_bus_message* message, const std::string& id, const std::string& member)>;
   void answerInstead(Answer answer);
 
+  /// The address of its own socket, which it tells whoever asks; until then it has none.
+  void tellSocket(const std::string& address);
+  /// Answers as the application does, on any thread.
+  FakePeer::Handler handler() {
+    return [this](sd_bus_message* message) { return answer(message); };
+  }
+
   ElementRef ref(const std::string& id) const;
   ElementRef root() const { return ref("root"); }
   FakePeer& peer() { return *peer_; }
@@ -79,6 +86,7 @@ class FakeApplication {
   mutable std::mutex mutex_;
   std::map<std::string, FakeElement> elements_;
   std::optional<std::vector<std::string>> cached_;
+  std::string socket_;
   std::multiset<std::string> asked_;
   std::function<void(const std::string&, const std::string&)> before_;
   Answer instead_;

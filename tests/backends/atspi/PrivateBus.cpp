@@ -46,6 +46,21 @@ FakePeer::FakePeer(const std::string& address, const std::string& wellKnownName,
   const char* name = nullptr;
   check(sd_bus_get_unique_name(bus_, &name), "unique name");
   uniqueName_ = name;
+  begin();
+}
+
+FakePeer::FakePeer(int connected, Handler handler)
+    : handler_(std::move(handler)), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  sd_id128_t id{};
+  check(sd_id128_randomize(&id), "id");
+  check(sd_bus_new(&bus_), "sd_bus_new");
+  check(sd_bus_set_fd(bus_, connected, connected), "socket");
+  check(sd_bus_set_server(bus_, 1, id), "server");
+  check(sd_bus_start(bus_), "start");
+  begin();
+}
+
+void FakePeer::begin() {
   check(sd_bus_add_filter(
             bus_, nullptr,
             [](sd_bus_message* message, void* data, sd_bus_error*) { return onMessage(message, data, nullptr); }, this),

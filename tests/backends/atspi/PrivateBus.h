@@ -35,6 +35,8 @@ class FakePeer {
   using Handler = std::function<bool(sd_bus_message* message)>;
 
   FakePeer(const std::string& address, const std::string& wellKnownName, Handler handler);
+  /// The answering end of a connection without a bus, which it closes.
+  FakePeer(int connected, Handler handler);
   FakePeer(const FakePeer&) = delete;
   FakePeer& operator=(const FakePeer&) = delete;
   ~FakePeer();
@@ -49,6 +51,7 @@ class FakePeer {
 
  private:
   static int onMessage(sd_bus_message* message, void* data, void*);
+  void begin();
   void loop();
   void wake() const;
 

@@ -79,6 +79,10 @@ CallRunner::Wait BusConnection::begin(std::vector<MethodCall> calls, TimePoint d
 
 void BusConnection::usePeer(const std::string& busName, const std::string& address) {
   post([this, busName, address] {
+    // Two threads may have found the address; the first one's calls are under way already.
+    if (const auto known = peers_.find(busName); known != peers_.end() && known->second->alive()) {
+      return;
+    }
     if (auto link = BusLink::open(address, BusLink::Kind::peer)) {
       peers_[busName] = std::move(link);
     }

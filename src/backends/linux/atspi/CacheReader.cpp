@@ -18,14 +18,19 @@ constexpr auto kPatience = std::chrono::milliseconds(300);
 constexpr auto kTryOutPatience = std::chrono::seconds(2);
 /// An answer that may be asked for before anything else without holding that up.
 constexpr auto kQuick = std::chrono::milliseconds(100);
+/// A text that could not be read is seldom there for long, or for as long as its application.
+constexpr auto kUnreadablePause = std::chrono::minutes(1);
 constexpr size_t kMostRemembered = 1000;
 
 }  // namespace
 
 CallRunner::Wait CacheReader::begin(CallRunner& runner, const Toolkit& toolkit, const std::string& busName) {
+  if (isToBeWalked(toolkit, busName)) {
+    return {};
+  }
   {
     const std::lock_guard lock(mutex_);
-    if (!toolkit.keepsCache() || slow_.contains(busName) || !quick_.contains(busName)) {
+    if (!quick_.contains(busName)) {
       return {};
     }
   }
@@ -51,7 +56,7 @@ AccessibilityResult<std::vector<CacheItem>> CacheReader::ask(CallRunner& runner,
 std::shared_ptr<const CachedTree> CacheReader::read(CallRunner& runner, const Toolkit& toolkit,
                                                     const std::string& busName, const std::vector<ElementRef>& frames,
                                                     TimePoint deadline, const CallRunner::Wait& begun) {
-  if (!toolkit.keepsCache() || isSlow(busName)) {
+  if (isToBeWalked(toolkit, busName)) {
     return nullptr;
   }
   std::vector<Reply> early = begun ? begun() : std::vector<Reply>();
@@ -59,10 +64,12 @@ std::shared_ptr<const CachedTree> CacheReader::read(CallRunner& runner, const To
   const bool answered = found && early[0].error == AccessibilityError::success;
   auto items = answered ? AccessibilityResult<std::vector<CacheItem>>(std::move(*found))
                         : ask(runner, busName, std::min(deadline, Clock::now() + kPatience));
+  if (items.error == AccessibilityError::cannotComplete) {
+    noteSlow(busName);
+  } else if (items.error == AccessibilityError::failure) {
+    noteUnreadable(busName);
+  }
   if (!items.ok()) {
-    if (items.error == AccessibilityError::cannotComplete) {
-      noteSlow(busName);
-    }
     return nullptr;
   }
   auto tree = std::make_shared<const CachedTree>(std::move(items.value));
@@ -71,7 +78,7 @@ std::shared_ptr<const CachedTree> CacheReader::read(CallRunner& runner, const To
 }
 
 void CacheReader::tryOut(CallRunner& runner, const Toolkit& toolkit, const std::string& busName) {
-  if (!toolkit.keepsCache() || isSlow(busName)) {
+  if (isToBeWalked(toolkit, busName)) {
     return;
   }
   const TimePoint start = Clock::now();
@@ -81,9 +88,20 @@ void CacheReader::tryOut(CallRunner& runner, const Toolkit& toolkit, const std::
   }
 }
 
-bool CacheReader::isSlow(const std::string& busName) const {
+bool CacheReader::isToBeWalked(const Toolkit& toolkit, const std::string& busName) const {
   const std::lock_guard lock(mutex_);
-  return slow_.contains(busName);
+  const auto unreadable = unreadableUntil_.find(busName);
+  return !toolkit.keepsCache() || slow_.contains(busName) ||
+         (unreadable != unreadableUntil_.end() && Clock::now() < unreadable->second);
+}
+
+void CacheReader::noteUnreadable(const std::string& busName) {
+  spdlog::debug("The cache of {} cannot be read", busName);
+  const std::lock_guard lock(mutex_);
+  if (unreadableUntil_.size() >= kMostRemembered) {
+    unreadableUntil_.clear();
+  }
+  unreadableUntil_[busName] = Clock::now() + kUnreadablePause;
 }
 
 void CacheReader::noteSlow(const std::string& busName) {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -14,7 +15,8 @@ namespace jumplark::atspi {
 
 /// Asks applications for all that their caches hold, where that is quicker than walking. Nobody tells beforehand how
 /// much that is, and the answer is made in one go: an application that needs too long for it is walked instead, from
-/// then on at once. Calls may come from any thread.
+/// then on at once. One whose answer cannot be read, of which a single text that is no UTF-8 is enough, is walked for
+/// a while. Calls may come from any thread.
 class CacheReader {
  public:
   /// Asks for what read() will need, if it is known from earlier that the answer comes quickly; gives nothing
@@ -30,11 +32,14 @@ class CacheReader {
 
  private:
   AccessibilityResult<std::vector<CacheItem>> ask(CallRunner& runner, const std::string& busName, TimePoint deadline);
-  bool isSlow(const std::string& busName) const;
+  /// Whether to walk the application without asking.
+  bool isToBeWalked(const Toolkit& toolkit, const std::string& busName) const;
   void noteSlow(const std::string& busName);
+  void noteUnreadable(const std::string& busName);
 
   mutable std::mutex mutex_;
   std::unordered_set<std::string> slow_;
+  std::unordered_map<std::string, TimePoint> unreadableUntil_;
   std::unordered_set<std::string> quick_;
 };
 
