@@ -88,5 +88,59 @@ TEST_F(Gtk3Places, WhatHasNoWordsIsCalledAsWhatHoldsItAlone) {
   }
 }
 
+class SwingPlaces : public SourceFixture {
+ protected:
+  SwingPlaces() : SourceFixture("J2SE-access-bridge", "1.0") {
+    app.set("frame", element(role::frame, "Window", {-1, -1, -1, -1}));
+    app.add("frame", "tabs", element(role::pageTabList, "", {110, 60, 380, 280}));
+    app.add("tabs", "tab", element(role::pageTab, "Second", {300, 60, 60, 20}));
+  }
+  /// What tells its place as if the page lay in the tab.
+  void addPage(const FakeElement& content) {
+    app.add("tab", "page", element(role::scrollPane, "", {302, 84, 376, 254}));
+    app.add("page", "content", content);
+  }
+};
+
+TEST_F(SwingPlaces, OfATablePageWhatShowsIsReadFromItsFirstColumnOn) {
+  FakeElement table = element(role::table, "", {112, 84, 376, 10000});
+  table.interfaces = {"Component", "Table"};
+  table.columns = 2;
+  addPage(table);
+  for (int i = 0; i < 1000; ++i) {
+    FakeElement cell = element(role::label, "cell", {112.0 + i % 2 * 180, 84.0 + i / 2 * 20, 180, 20});
+    app.add("content", "cell" + std::to_string(i), cell);
+  }
+  prepare();
+  EXPECT_EQ(placeOf(source(), app.ref("page")), (Rect{112, 84, 376, 254}));
+  EXPECT_EQ(placeOf(source(), app.ref("cell2")), (Rect{112, 104, 180, 20}));
+  EXPECT_TRUE(read("content")->childrenAreVisibleOnly);
+  EXPECT_FALSE(read("cell100"));
+}
+
+TEST_F(SwingPlaces, EntriesOfATreeStandBelowTheTree) {
+  addPage(element(role::tree, "", {112, 84, 376, 254}));
+  app.add("content", "all", element(role::label, "All", {112, 84, 40, 20}));
+  app.add("all", "fruit", element(role::label, "Fruit", {132, 104, 40, 20}));
+  app.add("fruit", "apple", element(role::label, "Apple", {152, 124, 40, 20}));
+  app.add("all", "stone", element(role::label, "Stone", {132, 144, 40, 20}));
+  prepare();
+  EXPECT_EQ(names(), "tabs tab page content all fruit apple stone");
+  EXPECT_EQ(read("apple")->parent, app.ref("content"));
+  EXPECT_TRUE(read("all")->children.empty());
+}
+
+TEST_F(SwingPlaces, ADialogIsWhereItsWindowIsNotWhereItSaysItIs) {
+  app.add("root", "dialog", element(role::dialog, "Window", {220, 110, 300, 200}));
+  app.remove("frame");
+  app.add("dialog", "yes", element(role::pushButton, "Yes", {130, 70, 60, 30}));
+  app.add("dialog", "count", element(role::spinButton, "", {200, 70, 60, 30}));
+  app.add("count", "field", element(role::text, "", {200, 70, 40, 30}));
+  prepare();
+  EXPECT_EQ(placeOf(source(), app.ref("dialog")), std::nullopt);
+  EXPECT_EQ(placeOf(source(), app.ref("yes")), (Rect{130, 70, 60, 30}));
+  EXPECT_EQ(names(), "dialog yes count") << "a counter and its field are one";
+}
+
 }  // namespace
 }  // namespace jumplark::atspi

@@ -52,6 +52,19 @@ TEST_F(AtspiVocabulary, MakesRowsOfItemsWithParts) {
   EXPECT_EQ(text("item", "AXRole"), "AXRow");
 }
 
+TEST_F(AtspiVocabulary, MakesCellsOfLabelsThatAreEntries) {
+  source.add("tree", role::tree, "win");
+  source.add("node", role::label, "tree").interfaces |= interface_bit::action;
+  source.add("leaf", role::label, "node").interfaces |= interface_bit::action;
+  source.add("table", role::table, "win");
+  source.add("cell", role::label, "table").interfaces |= interface_bit::tableCell;
+  source.add("caption", role::label, "win").interfaces |= interface_bit::action;
+  for (const char* id : {"node", "leaf", "cell"}) {
+    EXPECT_EQ(text(id, "AXRole"), "AXCell") << id;
+  }
+  EXPECT_EQ(text("caption", "AXRole"), "AXStaticText");
+}
+
 TEST_F(AtspiVocabulary, ReadsParagraphsAsTextOnlyWhenNothingStandsInThem) {
   source.add("plain", role::paragraph, "win").interfaces |= interface_bit::text;
   source.add("rich", role::paragraph, "win").interfaces |= interface_bit::text;

@@ -176,11 +176,12 @@ void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadl
       if (!e.is(state::showing)) {
         e.extents.reset();
       }
+      dropWrongPlace(request.context.toolkit, e);
     }
     addValueCall(batch, request);
     addGroup<std::vector<std::string>>(batch, request, facts::actions, calls::actionNames(handle),
                                        [&e](std::vector<std::string>& names) { e.actionNames = std::move(names); });
-    if (wants(request, facts::children) && e.childCount > TreeWalk::mostChildren(e)) {
+    if (wants(request, facts::children) && e.childCount > TreeWalk::mostChildren(request.context.toolkit, e)) {
       large.push_back(&request);
     } else if (e.childCount >= 0) {
       addGroup<std::vector<ElementRef>>(batch, request, facts::children, calls::children(handle),

@@ -66,6 +66,20 @@ class Corrections {
     return std::move(shifts_);
   }
 
+  Shifts placePages() {
+    for (const auto& [ref, element] : elements_) {
+      const ElementFacts* tab = find(element->parent);
+      const ElementFacts* tabs = tab && tab->role == role::pageTab ? find(tab->parent) : nullptr;
+      if (tabs && tab->extents && tabs->extents && element->extents) {
+        const Point shift = between(*tab, *tabs);
+        shifts_.emplace(ref, shift);
+        element->extents->x += shift.x;
+        element->extents->y += shift.y;
+      }
+    }
+    return std::move(shifts_);
+  }
+
  private:
   ElementFacts* find(const ElementRef& element) const {
     const auto found = elements_.find(element);
@@ -188,6 +202,8 @@ Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& pop
       return popups.empty() ? Shifts() : corrections.placePopovers();
     case ToolkitFamily::gtk3:
       return corrections.placeDrawnParts();
+    case ToolkitFamily::swing:
+      return corrections.placePages();
     default:
       return {};
   }

@@ -38,6 +38,8 @@ void placeInPixels(const Toolkit& toolkit, Places& places, FactsMap& elements);
 /// What LibreOffice draws itself counts from the top of the window, though GTK's menu bar stands there: its root pane
 /// is as large as the panel around it and is where that is. Parts of GTK's in between tell their right places.
 ///
+/// The page of a tab in a Java program tells its place as if it lay in its tab; what is in it tells its right place.
+///
 /// `popups` are the unmanaged X windows of the application.
 Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& popups, const ElementRef& frame,
                      FactsMap& elements);

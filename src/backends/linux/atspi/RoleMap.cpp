@@ -19,7 +19,7 @@ namespace {
 constexpr int kMostAncestors = 100;
 
 /// How a role number becomes an "AX" role.
-enum class Kind { fixed, window, button, combo, menu, text, icon, image, row, prose, container, unknown };
+enum class Kind { fixed, window, button, combo, menu, text, label, icon, image, row, prose, container, unknown };
 
 struct Rule {
   Kind kind;
@@ -53,7 +53,7 @@ const std::unordered_map<uint32_t, Rule>& rules() {
       {role::spinButton, {Kind::fixed, "AXTextField"}},
       {role::dateEditor, {Kind::fixed, "AXTextField"}},
       {role::terminal, {Kind::fixed, "AXTextArea"}},
-      {role::label, {Kind::fixed, "AXStaticText"}},
+      {role::label, {Kind::label, {}}},
       {role::staticText, {Kind::fixed, "AXStaticText"}},
       {role::heading, {Kind::fixed, "AXStaticText"}},
       {role::link, {Kind::fixed, "AXLink"}},
@@ -155,6 +155,8 @@ std::string_view RoleMap::role(const ElementFacts& element) const {
       return menuRole(element);
     case Kind::text:
       return element.is(state::multiLine) ? "AXTextArea" : "AXTextField";
+    case Kind::label:
+      return isEntry(element) ? "AXCell" : "AXStaticText";
     case Kind::image:
       return "AXImage";
     case Kind::icon:
@@ -268,6 +270,17 @@ std::string_view RoleMap::iconRole(const ElementFacts& element) const {
 
 std::string_view RoleMap::containerRole(const ElementFacts& element) const {
   return holdsRadioButtons(element) ? "AXRadioGroup" : "AXGroup";
+}
+
+bool RoleMap::isEntry(const ElementFacts& label) const {
+  // Only what can be pressed, or stands in a table, is worth the question what it stands in.
+  if (!implements(label, interface_bit::action) && !implements(label, interface_bit::tableCell)) {
+    return false;
+  }
+  const auto above = neighbours_.parentOf(label);
+  constexpr std::array kHolders = {role::list, role::table, role::tree, role::treeTable};
+  return above && (std::find(kHolders.begin(), kHolders.end(), above->role) != kHolders.end() ||
+                   (above->role == role::label && hasChildren(*above)));
 }
 
 bool RoleMap::hasChildren(const ElementFacts& element) const {

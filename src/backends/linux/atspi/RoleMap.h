@@ -36,6 +36,8 @@ class RoleMap {
   std::string_view menuRole(const ElementFacts& element) const;
   std::string_view iconRole(const ElementFacts& element) const;
   std::string_view containerRole(const ElementFacts& element) const;
+  /// Java's lists, tables and trees make their entries of labels.
+  bool isEntry(const ElementFacts& label) const;
   bool hasChildren(const ElementFacts& element) const;
   bool holdsRadioButtons(const ElementFacts& element) const;
   bool isUnderPanelFrame(const ElementFacts& element) const;

@@ -7,6 +7,7 @@
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/HolderNames.h"
+#include "backends/linux/atspi/NestedEntries.h"
 #include "backends/linux/atspi/OpenPopups.h"
 #include "backends/linux/atspi/RoleNames.h"
 #include "backends/linux/atspi/TypedBatch.h"
@@ -205,6 +206,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
   for (const ElementRef& root : roots) {
     snapshot->places.shifts.merge(correctPlaces(snapshot->toolkit, popups, root, snapshot->elements));
   }
+  liftNestedEntries(snapshot->toolkit, snapshot->elements);
   nameAfterHolders(snapshot->toolkit, snapshot->elements);
   hangPopupsOn(snapshot->focusedWindow, openPopups, snapshot->elements);
   findLandmarks(*snapshot);

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "backends/linux/atspi/AtspiCalls.h"
+#include "backends/linux/atspi/AtspiRoles.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -37,6 +38,9 @@ ToolkitFamily familyOf(const std::string& name, const std::string& version) {
   if (name == "Qt") {
     return ToolkitFamily::qt;
   }
+  if (name == "J2SE-access-bridge") {
+    return ToolkitFamily::swing;
+  }
   return name == "Chromium" ? ToolkitFamily::chromium : ToolkitFamily::other;
 }
 
@@ -50,6 +54,13 @@ std::optional<Rect> screenExtents(const Rect& reported, Point offset) {
     return std::nullopt;
   }
   return Rect{reported.x + offset.x, reported.y + offset.y, reported.width, reported.height};
+}
+
+void dropWrongPlace(const Toolkit& toolkit, ElementFacts& element) {
+  const bool isWindow = element.role == role::frame || element.role == role::dialog || element.role == role::window;
+  if (toolkit.family == ToolkitFamily::swing && isWindow) {
+    element.extents.reset();
+  }
 }
 
 bool shows(const Toolkit& toolkit, uint64_t states, const std::optional<Rect>& extents) {

@@ -7,7 +7,8 @@
 namespace jumplark::atspi {
 
 /// Families of toolkits whose trees are read differently.
-enum class ToolkitFamily { gtk3, gtk4, qt, chromium, other };
+/// Swing stands for every Java program whose accessibility the ATK wrapper tells.
+enum class ToolkitFamily { gtk3, gtk4, qt, chromium, swing, other };
 
 /// What an application said about the library that draws it, and which ways there are to read its tree.
 struct Toolkit {
@@ -45,6 +46,9 @@ ToolkitFamily familyOf(const std::string& name, const std::string& version);
 /// What GetExtents said, as the place of an element on the screen: none for the answers that toolkits give for elements
 /// without one (smallest integers, empty or negative sizes). `offset` is added.
 std::optional<Rect> screenExtents(const Rect& reported, Point offset);
+
+/// Takes away the place that an element cannot know: Swing counts that of a dialog from the window that it belongs to.
+void dropWrongPlace(const Toolkit& toolkit, ElementFacts& element);
 
 /// Whether the element shows, by the states that its toolkit sets. `reported` is its uncorrected rectangle.
 bool shows(const Toolkit& toolkit, uint64_t states, const std::optional<Rect>& extents);

@@ -50,13 +50,18 @@ bool isUncountedMenu(const ElementFacts& element) {
 }
 
 bool isLeaf(const Toolkit& toolkit, uint32_t number) {
+  if (toolkit.family == ToolkitFamily::swing) {
+    // It has the text of its field, which stands in it a second time.
+    return number == role::spinButton;
+  }
   return toolkit.family == ToolkitFamily::qt && (number == role::checkBox || number == role::radioButton);
 }
 
 }  // namespace
 
-int64_t TreeWalk::mostChildren(const ElementFacts& container) {
-  if (container.is(state::managesDescendants)) {
+int64_t TreeWalk::mostChildren(const Toolkit& toolkit, const ElementFacts& container) {
+  const bool makesEntries = toolkit.family == ToolkitFamily::swing && container.role == role::list;
+  if (makesEntries || container.is(state::managesDescendants)) {
     return kMostManagedChildren;
   }
   return (container.interfaces & interface_bit::table) != 0 ? kMostCells : kMostChildren;
@@ -82,7 +87,8 @@ void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
     std::erase_if(all, [this](const auto& element) { return !elements_.contains(element->ref); });
   }
   ChoiceReader choices;
-  if (plan_.toolkit.family == ToolkitFamily::gtk3 || plan_.toolkit.family == ToolkitFamily::other) {
+  if (plan_.toolkit.family == ToolkitFamily::gtk3 || plan_.toolkit.family == ToolkitFamily::swing ||
+      plan_.toolkit.family == ToolkitFamily::other) {
     choices.begin(runner_, all, plan_.deadline);
   }
   readFurther(all);
@@ -198,6 +204,9 @@ void TreeWalk::readDetails(const Level& level) {
     }
   }
   batch.run(runner_, plan_.deadline);
+  for (const auto& element : level) {
+    dropWrongPlace(plan_.toolkit, *element);
+  }
 }
 
 TreeWalk::Level TreeWalk::readChildren(const Level& level) {
@@ -210,10 +219,10 @@ TreeWalk::Level TreeWalk::readChildren(const Level& level) {
     if (!e.has(facts::children)) {
       continue;
     }
-    if (isClosedMenu(e)) {
+    if (isClosedMenu(e) || isLeaf(plan_.toolkit, e.role)) {
       e.childCount = 0;
     }
-    if (e.childCount > mostChildren(e)) {
+    if (e.childCount > mostChildren(plan_.toolkit, e)) {
       large.push_back(&e);
     } else if (const auto* cached = plan_.cache ? plan_.cache->childrenOf(e.ref) : nullptr) {
       found.emplace_back(&e, *cached);

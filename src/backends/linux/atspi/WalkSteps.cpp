@@ -81,11 +81,18 @@ const ElementFacts* WalkSteps::parentOf(const ElementFacts& element) const {
   return parent == elements_.end() ? nullptr : parent->second.get();
 }
 
+/// Swing counts the place of a page from its tab, though it lies beside all tabs.
+bool WalkSteps::isMisplacedPage(const ElementFacts& element) const {
+  const ElementFacts* above = plan_.toolkit.family == ToolkitFamily::swing ? parentOf(element) : nullptr;
+  return above && above->role == role::pageTab;
+}
+
 Rect WalkSteps::visiblePart(const ElementFacts& element) const {
   Rect part = element.extents.value_or(Rect::null());
   // The walk made the parents, so that following them ends.
   for (const ElementFacts* above = parentOf(element); above; above = parentOf(*above)) {
-    if (above->extents) {
+    if (above->extents && !isMisplacedPage(*above) &&
+        !(above->role == role::pageTab && !intersects(part, *above->extents))) {
       part = intersection(part, *above->extents);
     }
   }

@@ -58,7 +58,8 @@ class WalkSteps {
   /// Takes out of the level, and of the tree, what has gone since its parent named it.
   void leaveOutVanished(Level& level);
   const ElementFacts* parentOf(const ElementFacts& element) const;
-  /// What is to be seen of an element: its extents clipped by those around it; null when nothing.
+  /// What is to be seen of an element: its extents clipped by those around it; null when nothing. A tab is not around
+  /// the page that it shows.
   Rect visiblePart(const ElementFacts& element) const;
 
   /// Each adds the calls for what it names to the batch.
@@ -86,6 +87,7 @@ class WalkSteps {
   bool complete_ = true;
 
  private:
+  bool isMisplacedPage(const ElementFacts& element) const;
   /// Adds what asks for the name of the element's role, unless that is known.
   void askRoleName(TypedBatch& batch, const ElementFacts& element, std::unordered_map<uint32_t, std::string>& names);
   std::vector<TextRequest> textRequests(const Level& elements) const;

@@ -1,0 +1,56 @@
+#include "backends/linux/atspi/NestedEntries.h"
+
+#include <utility>
+#include <vector>
+
+#include "backends/linux/atspi/AtspiRoles.h"
+
+namespace jumplark::atspi {
+namespace {
+
+class Lifting {
+ public:
+  Lifting(ElementFacts& tree, FactsMap& elements) : tree_(tree), elements_(elements) {}
+
+  void run() {
+    for (const ElementRef& child : std::exchange(tree_.children, {})) {
+      lift(child);
+    }
+    tree_.childCount = static_cast<int64_t>(tree_.children.size());
+  }
+
+ private:
+  void lift(const ElementRef& ref) {
+    const auto found = elements_.find(ref);
+    if (found == elements_.end()) {
+      return;
+    }
+    ElementFacts& entry = *found->second;
+    tree_.children.push_back(ref);
+    entry.parent = tree_.ref;
+    if (entry.role == role::label) {
+      entry.childCount = 0;
+      for (const ElementRef& child : std::exchange(entry.children, {})) {
+        lift(child);
+      }
+    }
+  }
+
+  ElementFacts& tree_;
+  FactsMap& elements_;
+};
+
+}  // namespace
+
+void liftNestedEntries(const Toolkit& toolkit, FactsMap& elements) {
+  if (toolkit.family != ToolkitFamily::swing) {
+    return;
+  }
+  for (const auto& [ref, element] : elements) {
+    if (element->role == role::tree && !element->children.empty()) {
+      Lifting(*element, elements).run();
+    }
+  }
+}
+
+}  // namespace jumplark::atspi
