@@ -101,6 +101,18 @@ TEST_F(Gtk4Source, APageThatDidNotShowIsLookedIntoAsSoonAsItDoes) {
   EXPECT_EQ(names(), "first one second box two");
 }
 
+TEST_F(Gtk4Source, WhatAControlIsLabelledByIsNotAPartOfIt) {
+  put("frame", "caption", role::label, "Volume", {0, 0, 50, 20});
+  put("frame", "volume", role::slider, "GtkScale", {60, 0, 50, 20}).labelledBy = {"caption", "picture"};
+  FakeElement picture = element(role::image, "GtkImage");
+  picture.parent = "volume";  // which does not count it among its children
+  app.set("picture", picture);
+  app.cache({"frame", "caption", "volume", "picture"});
+  prepare();
+  ASSERT_EQ(read("volume")->labelledBy.size(), 1U);
+  EXPECT_EQ(read("volume")->labelledBy[0], app.ref("caption"));
+}
+
 TEST_F(Gtk4Source, AnEntryIsReadWithoutAskingForItsLength) {
   const auto entry = [&](const std::string& id, const std::string& text) {
     FakeElement& made = put("frame", id, role::entry, "GtkEntry", {0, 0, 100, 20});

@@ -285,6 +285,10 @@ void SnapshotReader::wake(const ElementRef& application) {
       cache_.tryOut(bus_, toolkit, handle->busName());
     }
     read(application, true, {});
+    if (toolkit.family == ToolkitFamily::gtk4) {
+      // Only now its cache tells of all that the first time made.
+      read(application, true, {});
+    }
   }
 }
 

@@ -1,9 +1,11 @@
 #include "backends/linux/atspi/WalkSteps.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/RoleNames.h"
 #include "backends/linux/atspi/TypedBatch.h"
@@ -15,13 +17,20 @@ constexpr facts::Set kExtras = facts::relations | facts::attributes | facts::val
 /// Far more than any window shows; a tree without end must not fill the memory before the deadline.
 constexpr size_t kMostElements = 50'000;
 
-void addExtraCalls(TypedBatch& batch, ElementFacts& e, facts::Set wanted) {
+/// GTK 4 names a button after the picture in it, which tells nothing that the button does not.
+bool isPartOf(const CachedTree* cache, const ElementRef& caption, const ElementFacts& element) {
+  const CacheItem* item = cache ? cache->find(caption) : nullptr;
+  return item && item->parent == element.ref;
+}
+
+void addExtraCalls(TypedBatch& batch, ElementFacts& e, facts::Set wanted, const CachedTree* cache) {
   const AtspiHandle& handle = *handleOf(e.ref);
   if ((wanted & facts::relations) != 0) {
-    batch.add<RelationSet>(calls::relations(handle), [&e](RelationSet& set) {
+    batch.add<RelationSet>(calls::relations(handle), [&e, cache](RelationSet& set) {
       for (auto& [type, targets] : set) {
         if (type == calls::kRelationLabelledBy) {
-          e.labelledBy.insert(e.labelledBy.end(), targets.begin(), targets.end());
+          std::copy_if(targets.begin(), targets.end(), std::back_inserter(e.labelledBy),
+                       [&](const ElementRef& caption) { return !isPartOf(cache, caption, e); });
         }
       }
     });
@@ -147,7 +156,7 @@ void WalkSteps::readFurther(const Level& all) {
     }
     const facts::Set wanted = factsWorthReading(*element);
     element->known |= kExtras;
-    addExtraCalls(batch, *element, wanted);
+    addExtraCalls(batch, *element, wanted, plan_.cache.get());
     askRoleName(batch, *element, roleNames);
     if ((wanted & facts::text) != 0 && !mayHoldSecret(*element)) {
       withText.push_back(element);
