@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 #include "desktop/DesktopTest.h"
 
@@ -271,6 +272,46 @@ TEST(Act, choosesFromTheOpenListOfAQtProgram) {
   ASSERT_TRUE(waitUntil([&] { return find(desktop.jumplark.match(kDemo, "brazil"), "Cell", "Brazil") != nullptr; }));
   ASSERT_EQ(act(desktop, DemoProgram::kName, "brazil").status, 0);
   EXPECT_TRUE(demo.process().waitForLine("combo Country Brazil"));
+}
+
+TEST(Act, reachesWhatAQtProgramHasNoRoomFor) {
+  Desktop desktop;
+  DemoProgram demo(desktop.session, "Crowded");
+  const auto found = [&](const std::string& query, const std::string& role, const std::string& text) {
+    const std::vector<Match> matches = desktop.jumplark.match(kDemo, query);
+    const Match* match = find(matches, role, text);
+    return match ? std::optional(match->rect) : std::nullopt;
+  };
+  const auto showsAll = [&] { return found("posterise", "Button", "Posterise").has_value(); };
+  EXPECT_FALSE(showsAll());
+  for (const char* more : {"more", ">>"}) {
+    ASSERT_EQ(act(desktop, DemoProgram::kName, more).status, 0) << more;
+    ASSERT_TRUE(waitUntil(showsAll));
+    // The tool bar closes when the pointer leaves it.
+    desktop.session.keys({"mousemove", "5", "5"});
+    ASSERT_TRUE(waitUntil([&] { return !showsAll(); }));
+  }
+  ASSERT_EQ(act(desktop, DemoProgram::kName, "more").status, 0);
+  ASSERT_TRUE(waitUntil(showsAll));
+  ASSERT_EQ(act(desktop, DemoProgram::kName, "posterise").status, 0);
+  EXPECT_TRUE(demo.process().waitForLine("triggered Posterise"));
+
+  const std::optional<PixelRect> fill = found("fill", "Button", "Fill");
+  ASSERT_TRUE(fill);
+  constexpr int kIntoArrow = 5;
+  desktop.session.keys({"mousemove", std::to_string(fill->x + fill->width - kIntoArrow),
+                        std::to_string(fill->y + fill->height / 2), "click", "1"});
+  ASSERT_TRUE(demo.process().waitForLine("menu-opened Fill"));
+  ASSERT_EQ(act(desktop, DemoProgram::kName, "pattern").status, 0);
+  EXPECT_TRUE(demo.process().waitForLine("triggered Pattern"));
+
+  // Rows scrolled below the header show as little as those above it.
+  const std::vector<Match> matches = desktop.jumplark.everything(kDemo);
+  for (const DemoPart& part : demo.parts()) {
+    if (part.kind == "item" && part.name.starts_with("Layer")) {
+      EXPECT_EQ(find(matches, "Cell", part.name) != nullptr, part.shown) << part.name;
+    }
+  }
 }
 
 TEST(Act, opensAndClosesAnExpander) {

@@ -25,6 +25,15 @@ TEST_F(HitTest, TakesTheDeepestOfTheLastElementsThatHoldThePoint) {
   EXPECT_EQ(hit(900, 900), kNoValue);
 }
 
+TEST_F(HitTest, TakesTheHeaderOfATableForWhatLiesOverTheRowsScrolledBelowIt) {
+  source.add("table", role::table, "box", Rect{200, 0, 100, 100});
+  source.add("header", role::tableColumnHeader, "table", Rect{200, 0, 100, 20});
+  source.add("row", role::tableCell, "table", Rect{200, 12, 100, 20});
+  snapshot();
+  EXPECT_EQ(hit(210, 15), "header");
+  EXPECT_EQ(hit(210, 25), "row");
+}
+
 TEST_F(HitTest, FindsTheSameWithoutASnapshot) {
   EXPECT_EQ(hit(65, 25), "face");
   EXPECT_EQ(hit(20, 20), "below");

@@ -166,5 +166,44 @@ TEST_F(SourceFixture, ASandboxedApplicationIsFoundByItsXClientOrByItsWindows) {
   EXPECT_EQ(source().application(kInside + 2), ElementRef());
 }
 
+// As Qt tells it: rows that were scrolled below the header, and tabs below the buttons of their row, say that they
+// show.
+TEST_F(SourceFixture, WhatQtDrawsSomethingOverIsHidden) {
+  app.add("frame", "tree", element(role::tree, "", {100, 100, 300, 100}));
+  app.add("tree", "header", element(role::tableColumnHeader, "Name", {101, 101, 100, 18}));
+  app.add("tree", "number", element(role::tableRowHeader, "1", {101, 119, 20, 14}));
+  const std::vector<std::pair<const char*, Rect>> items{{"above", {130, 91, 80, 14}},  {"below", {130, 105, 80, 14}},
+                                                        {"half", {130, 112, 80, 14}},  {"left", {101, 140, 19, 14}},
+                                                        {"right", {110, 140, 80, 14}}, {"beside", {300, 102, 80, 14}}};
+  for (const auto& [name, rect] : items) {
+    app.add("tree", name, element(role::tableCell, name, rect));
+  }
+  app.add("frame", "row", element(role::pageTabList, "", {100, 210, 200, 30}));
+  app.add("row", "first", element(role::pageTab, "first", {100, 210, 120, 30}));
+  app.add("row", "second", element(role::pageTab, "second", {220, 210, 40, 30}));
+  app.add("row", "third", element(role::pageTab, "third", {270, 210, 120, 30}));
+  app.add("row", "back", element(role::pushButton, "back", {265, 210, 20, 30}));
+  app.add("row", "forth", element(role::pushButton, "forth", {285, 210, 15, 30}));
+  prepare();
+  std::string shown;
+  for (const FactsPointer& e : source().snapshotElements(app.root())) {
+    shown += e->is(state::showing) && e->extents ? ' ' + e->name : "";
+  }
+  EXPECT_EQ(shown, " Window  Name 1 half right  first second back forth");
+}
+
+TEST_F(SourceFixture, TheButtonForWhatAQtToolBarHasNoRoomForHasAName) {
+  app.add("frame", "bar", element(role::toolBar, "Main"));
+  app.add("bar", "extension", element(role::checkBox, ""));
+  app.add("bar", "bold", element(role::checkBox, ""));
+  app.add("frame", "other", element(role::toolBar, "Other"));
+  app.add("other", "named", element(role::checkBox, "Italic"));
+  prepare();
+  EXPECT_EQ(read("extension")->name, "More");
+  EXPECT_EQ(read("extension")->description, ">>");
+  EXPECT_EQ(read("bold")->name, "");
+  EXPECT_EQ(read("named")->name, "Italic");
+}
+
 }  // namespace
 }  // namespace jumplark::atspi

@@ -9,6 +9,10 @@
 #include "Pages.h"
 #include "Report.h"
 
+namespace {
+constexpr const char* kCrowded = "Crowded";
+}
+
 DemoWindow::DemoWindow() : tabs_(new QTabWidget) {
   setWindowTitle("Demo");
   makeMenus();
@@ -26,6 +30,9 @@ DemoWindow::DemoWindow() : tabs_(new QTabWidget) {
 }
 
 void DemoWindow::showPage(const QString& title) {
+  if (title == kCrowded) {
+    tabs_->addTab(demo::makeCrowdedPage(), kCrowded);
+  }
   for (int i = 0; i < tabs_->count(); ++i) {
     if (tabs_->tabText(i) == title) {
       tabs_->setCurrentIndex(i);

@@ -9,7 +9,7 @@ class QTabWidget;
 class DemoWindow : public QMainWindow {
  public:
   DemoWindow();
-  /// Shows the page with this title; an unknown one changes nothing.
+  /// Shows the page with this title; an unknown one changes nothing. The page "Crowded" is there only when asked for.
   void showPage(const QString& title);
 
  protected:

@@ -20,6 +20,10 @@ constexpr size_t kMostSiblings = 500;
 constexpr double kPopupTolerance = 12;
 constexpr double kPopupShare = 0.5;
 
+bool isHeader(const ElementFacts& element) {
+  return element.role == role::tableColumnHeader || element.role == role::tableRowHeader;
+}
+
 bool holds(const ElementFacts& element, Point point) {
   return element.extents && element.extents->contains(point);
 }
@@ -177,6 +181,11 @@ std::vector<FactsPointer> HitTest::candidates(const Geometry& geometry, const Pl
         isReachable(geometry, **element, place)) {
       found.push_back(*element);
     }
+  }
+  // The cells of a table, which come after its headers, are scrolled below them.
+  const auto header = std::find_if(found.begin(), found.end(), [](const auto& e) { return isHeader(*e); });
+  if (header != found.end() && (*header)->parent == found.front()->parent) {
+    std::rotate(found.begin(), header, header + 1);
   }
   return found;
 }

@@ -8,6 +8,7 @@
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
 #include "backends/linux/atspi/TextUnits.h"
+#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -71,6 +72,22 @@ void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements) {
     if (controls.size() == 1) {
       controls.front()->name = place.first->name;
       controls.front()->description = place.first->description;
+    }
+  }
+}
+
+void nameExtensionsOfToolBars(const Toolkit& toolkit, FactsMap& elements) {
+  if (toolkit.family != ToolkitFamily::qt) {
+    return;
+  }
+  for (const auto& [ref, bar] : elements) {
+    if (bar->role != role::toolBar || bar->children.empty()) {
+      continue;
+    }
+    const auto first = elements.find(bar->children.front());
+    if (first != elements.end() && first->second->role == role::checkBox && !hasWords(*first->second)) {
+      first->second->name = localized("More");
+      first->second->description = ">>";
     }
   }
 }

@@ -10,4 +10,8 @@ namespace jumplark::atspi {
 /// list. A holder ends where its control does, above and below, and holds no other one of that kind without words.
 void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements);
 
+/// Names the button at the end of a Qt tool bar too narrow for its actions, which has no word of its own and shows two
+/// arrows: "More" and ">>". A tool bar makes it before anything else, so that it comes first in it.
+void nameExtensionsOfToolBars(const Toolkit& toolkit, FactsMap& elements);
+
 }  // namespace jumplark::atspi

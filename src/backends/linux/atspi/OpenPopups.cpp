@@ -39,12 +39,14 @@ ElementFacts* find(const ElementRef& element, FactsMap& elements) {
   return found == elements.end() ? nullptr : found->second.get();
 }
 
-/// A button of GTK 3's that opens a menu has the entries themselves for children, and says whether they show.
+/// A button of GTK 3's that opens a menu has the entries themselves for children, and says whether they show. One of
+/// Qt's that has an arrow for its menu beside it has the menu.
 void hangMenuOfButton(const ElementRef& frame, const ElementFacts& button, FactsMap& elements) {
   const std::vector<ElementRef> children = button.children;
   for (const ElementRef& child : children) {
     ElementFacts* entry = find(child, elements);
-    if (entry && isMenuEntry(entry->role) && entry->is(state::showing) && entry->extents) {
+    if (entry && (isMenuEntry(entry->role) || entry->role == role::popupMenu) && entry->is(state::showing) &&
+        entry->extents) {
       if (entry->role == role::menu) {
         // Below the window it would be the open menu itself, not the entry that opens it.
         entry->role = role::menuItem;

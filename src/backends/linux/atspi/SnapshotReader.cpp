@@ -6,6 +6,7 @@
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/CoveredItems.h"
 #include "backends/linux/atspi/HolderNames.h"
 #include "backends/linux/atspi/NestedEntries.h"
 #include "backends/linux/atspi/OpenPopups.h"
@@ -208,6 +209,8 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
   }
   liftNestedEntries(snapshot->toolkit, snapshot->elements);
   nameAfterHolders(snapshot->toolkit, snapshot->elements);
+  nameExtensionsOfToolBars(snapshot->toolkit, snapshot->elements);
+  hideCoveredItems(snapshot->toolkit, snapshot->elements);
   hangPopupsOn(snapshot->focusedWindow, openPopups, snapshot->elements);
   findLandmarks(*snapshot);
   snapshot->took = Clock::now() - started;
