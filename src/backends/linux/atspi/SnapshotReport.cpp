@@ -7,6 +7,7 @@
 
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/ChromiumReader.h"
+#include "backends/linux/atspi/JavaAdvice.h"
 #include "backends/linux/atspi/SnapshotReader.h"
 #include "backends/linux/atspi/SnapshotStore.h"
 
@@ -140,7 +141,10 @@ std::vector<DesktopCheck> readingChecks(const std::string& name, int32_t pid,
                                         const std::optional<SnapshotReport>& report) {
   const std::string who = fmt::format("{} (process {})", name.empty() ? "The application" : name, pid);
   if (!report) {
-    const std::string advice = adviceForSilentBrowser(pid, nullptr);
+    std::string advice = adviceForSilentBrowser(pid, nullptr);
+    if (advice.empty()) {
+      advice = adviceForSilentJava(pid);
+    }
     return {{"application", Level::warning, who + " is not on the accessibility bus, so nothing of it can be found.",
              advice.empty() ? "Start it again, now that accessibility is switched on; some programs offer nothing."
                             : advice}};
