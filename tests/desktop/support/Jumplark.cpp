@@ -79,6 +79,20 @@ const Match* findAt(const std::vector<Match>& matches, const std::string& role, 
   return found == matches.end() ? nullptr : &*found;
 }
 
+std::vector<std::string> notThereOnce(const std::vector<Match>& matches,
+                                      const std::vector<std::pair<const char*, const char*>>& expected) {
+  std::vector<std::string> wrong;
+  for (const auto& [role, text] : expected) {
+    const auto count = std::count_if(matches.begin(), matches.end(), [r = role, t = text](const Match& match) {
+      return match.role == r && match.hasText(t);
+    });
+    if (count != 1) {
+      wrong.push_back(std::to_string(count) + " of " + role + " '" + text + "'");
+    }
+  }
+  return wrong;
+}
+
 std::set<std::string> allTexts(const std::vector<Match>& matches) {
   std::set<std::string> texts;
   for (const Match& match : matches) {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "desktop/support/PrivateSession.h"
@@ -50,6 +51,9 @@ class Jumplark {
 const Match* find(const std::vector<Match>& matches, const std::string& role, const std::string& text);
 /// The match with this role and rectangle; null when there is none.
 const Match* findAt(const std::vector<Match>& matches, const std::string& role, const PixelRect& rect);
+/// What is not there exactly once of these roles and texts, "2 of Button 'OK'".
+std::vector<std::string> notThereOnce(const std::vector<Match>& matches,
+                                      const std::vector<std::pair<const char*, const char*>>& expected);
 /// Every text of every match.
 std::set<std::string> allTexts(const std::vector<Match>& matches);
 
