@@ -26,6 +26,7 @@ struct FakeElement {
   std::string parent = "root";
   std::vector<std::string> interfaces{"Component"};
   std::map<std::string, std::string> attributes;
+  std::vector<std::string> labelFor;
   std::vector<std::string> labelledBy;
   std::string text;
   double value = 0;

@@ -77,12 +77,15 @@ bool FakeApplication::answerAccessible(sd_bus_message* message, const std::strin
   }
   if (member == "GetRelationSet") {
     return replyArray(message, "(ua(so))", [&](sd_bus_message* m) {
-      if (!element.labelledBy.empty()) {
+      for (const auto& [type, targets] : {std::pair(1, element.labelFor), std::pair(2, element.labelledBy)}) {
+        if (targets.empty()) {
+          continue;
+        }
         sd_bus_message_open_container(m, 'r', "ua(so)");
-        sd_bus_message_append(m, "u", 2);
+        sd_bus_message_append(m, "u", type);
         sd_bus_message_open_container(m, 'a', "(so)");
-        for (const std::string& label : element.labelledBy) {
-          sd_bus_message_append(m, "(so)", peer_->uniqueName().c_str(), pathOf(label).c_str());
+        for (const std::string& target : targets) {
+          sd_bus_message_append(m, "(so)", peer_->uniqueName().c_str(), pathOf(target).c_str());
         }
         sd_bus_message_close_container(m);
         sd_bus_message_close_container(m);

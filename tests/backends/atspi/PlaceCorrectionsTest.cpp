@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "backends/atspi/SourceFixture.h"
 
 namespace jumplark::atspi {
@@ -74,6 +76,9 @@ TEST_F(Gtk3Places, WhatHasNoWordsIsCalledAsWhatHoldsItAlone) {
   app.add("font", "box", element(role::filler, "", {150, 51, 120, 32}));
   app.add("box", "entry", element(role::text, "", {150, 51, 90, 32})).text = "Sans";
   app.add("box", "arrow", element(role::toggleButton, "", {240, 51, 30, 32}));
+  app.add("frame", "caption", element(role::label, "Next style:", {100, 310, 90, 34})).labelFor = {"chooser"};
+  app.add("frame", "chooser", element(role::filler, "", {200, 310, 200, 34}));
+  app.add("chooser", "choose", element(role::toggleButton, "", {200, 310, 200, 34}));
   app.add("bar", "pair", element(role::panel, "Zoom", {280, 50, 60, 34}));
   app.add("pair", "in", element(role::pushButton, "", {280, 50, 30, 34}));
   app.add("pair", "out", element(role::pushButton, "", {310, 50, 30, 34}));
@@ -83,6 +88,7 @@ TEST_F(Gtk3Places, WhatHasNoWordsIsCalledAsWhatHoldsItAlone) {
   EXPECT_EQ(read("styles")->description, "Styles (Ctrl+2)");
   EXPECT_EQ(read("entry")->name, "Font Name");
   EXPECT_EQ(read("arrow")->name, "Font Name");
+  EXPECT_THAT(read("choose")->labelledBy, ::testing::ElementsAre(app.ref("caption")));
   for (const char* id : {"in", "out", "low"}) {
     EXPECT_EQ(read(id)->name, "") << id;
   }

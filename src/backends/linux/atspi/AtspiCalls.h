@@ -14,6 +14,7 @@ inline constexpr const char* kRootPath = "/org/a11y/atspi/accessible/root";
 /// Coordinate types: pixels of the screen, pixels of the window.
 inline constexpr uint32_t kScreen = 0;
 inline constexpr uint32_t kWindow = 1;
+inline constexpr uint32_t kRelationLabelFor = 1;
 inline constexpr uint32_t kRelationLabelledBy = 2;
 
 TypedCall<uint64_t> states(const AtspiHandle& element);

@@ -1,5 +1,6 @@
 #include "backends/linux/atspi/HolderNames.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <utility>
@@ -45,7 +46,7 @@ const ElementFacts* holderOf(const ElementFacts& control, const FactsMap& elemen
     if (!(holder.role == role::panel || holder.role == role::filler) || !endsLike(holder, control)) {
       return nullptr;
     }
-    if (hasWords(holder)) {
+    if (hasWords(holder) || !holder.labelledBy.empty()) {
       return &holder;
     }
     above = elements.find(holder.parent);
@@ -72,8 +73,20 @@ void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements) {
     if (controls.size() == 1) {
       controls.front()->name = place.first->name;
       controls.front()->description = place.first->description;
+      if (!hasWords(*place.first)) {
+        controls.front()->labelledBy = place.first->labelledBy;
+      }
     }
   }
+}
+
+bool mayNameAButton(const Toolkit& toolkit, const ElementFacts& element, const FactsMap& elements) {
+  return toolkit.family == ToolkitFamily::gtk3 && element.role == role::filler && !hasWords(element) &&
+         std::any_of(element.children.begin(), element.children.end(), [&](const ElementRef& child) {
+           const auto found = elements.find(child);
+           return found != elements.end() && isButton(*found->second) && lacksWords(*found->second) &&
+                  endsLike(element, *found->second);
+         });
 }
 
 void nameExtensionsOfToolBars(const Toolkit& toolkit, FactsMap& elements) {

@@ -7,6 +7,7 @@
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
+#include "backends/linux/atspi/HolderNames.h"
 #include "backends/linux/atspi/RoleNames.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
@@ -162,6 +163,7 @@ void WalkSteps::readFurther(const Level& all) {
       withText.push_back(element);
     }
   }
+  askCaptions(batch, all);
   std::vector<TextRequest> requests = textRequests(withText);
   TextReader texts;
   texts.begin(runner_, requests, plan_.deadline);
@@ -173,6 +175,29 @@ void WalkSteps::readFurther(const Level& all) {
   }
   texts.finish(runner_, requests, plan_.deadline);
   keepTexts(withText, requests);
+}
+
+void WalkSteps::askCaptions(TypedBatch& batch, const Level& all) {
+  std::unordered_set<ElementRef, ElementRefHash> surroundings;
+  for (const auto& element : all) {
+    if (mayNameAButton(plan_.toolkit, *element, elements_)) {
+      surroundings.insert(element->parent);
+    }
+  }
+  for (const auto& element : all) {
+    if (element->role != role::label || !element->is(state::showing) || !surroundings.contains(element->parent)) {
+      continue;
+    }
+    batch.add<RelationSet>(calls::relations(*handleOf(element->ref)), [this, label = element->ref](RelationSet& set) {
+      for (const auto& [type, targets] : set) {
+        const auto named = targets.empty() ? elements_.end() : elements_.find(targets.front());
+        if (type == calls::kRelationLabelFor && named != elements_.end() &&
+            mayNameAButton(plan_.toolkit, *named->second, elements_)) {
+          named->second->labelledBy.push_back(label);
+        }
+      }
+    });
+  }
 }
 
 void WalkSteps::askRoleName(TypedBatch& batch, const ElementFacts& e,

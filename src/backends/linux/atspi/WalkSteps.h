@@ -88,6 +88,8 @@ class WalkSteps {
 
  private:
   bool isMisplacedPage(const ElementFacts& element) const;
+  /// Adds what asks the labels beside boxes that may name a button which of them they caption; the boxes do not say.
+  void askCaptions(TypedBatch& batch, const Level& all);
   /// Adds what asks for the name of the element's role, unless that is known.
   void askRoleName(TypedBatch& batch, const ElementFacts& element, std::unordered_map<uint32_t, std::string>& names);
   std::vector<TextRequest> textRequests(const Level& elements) const;
