@@ -56,14 +56,21 @@ TEST_F(Gtk4Source, OfWhatOnlyRepeatsItsButtonNoPlaceIsAsked) {
   put("same", "picture", role::image, "GtkImage", {0, 0, 5, 5});
   put("frame", "other", role::pushButton, "2", {60, 0, 50, 20});
   put("other", "otherText", role::label, "Two", {65, 0, 40, 20});
+  put("frame", "menu", role::pushButton, "GtkMenuButton", {120, 0, 50, 20});
+  put("menu", "inner", role::toggleButton, "Basic", {120, 0, 50, 20});
+  put("inner", "innerText", role::label, "Basic", {125, 0, 30, 20});
   put("frame", "row", role::listItem, "Row", {0, 40, 50, 20});
   put("row", "rowText", role::label, "Row", {0, 40, 50, 20});
-  app.cache({"frame", "same", "sameText", "picture", "other", "otherText", "row", "rowText"});
+  app.cache(
+      {"frame", "same", "sameText", "picture", "other", "otherText", "menu", "inner", "innerText", "row", "rowText"});
   prepare();
-  EXPECT_EQ(names(), "same other row rowText");
+  EXPECT_EQ(names(), "same other menu row rowText");
+  EXPECT_EQ(read("menu")->name, "Basic") << "a button in a button";
   EXPECT_EQ(read("same")->name, "Save");
+  EXPECT_EQ(read("same")->description, "");
   EXPECT_EQ(read("other")->name, "2");
-  for (const char* id : {"sameText", "picture"}) {
+  EXPECT_EQ(read("other")->description, "Two") << "what it says on the screen";
+  for (const char* id : {"sameText", "picture", "innerText"}) {
     EXPECT_FALSE(app.wasAsked("Component.GetExtents " + std::string(id))) << id;
   }
   for (const char* id : {"same", "otherText", "rowText"}) {

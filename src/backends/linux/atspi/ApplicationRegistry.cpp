@@ -204,12 +204,15 @@ std::vector<WindowFacts> ApplicationRegistry::ownOf(std::vector<WindowFacts> win
 
 std::vector<FrameFacts> ApplicationRegistry::framesOf(const ElementRef& application, TimePoint deadline) {
   const AtspiHandle* handle = handleOf(application);
-  return handle ? framesFrom(bus_, callOnce(bus_, calls::children(*handle), deadline).value, deadline)
-                : std::vector<FrameFacts>();
+  if (!handle) {
+    return {};
+  }
+  const Toolkit toolkit = knownToolkitOf(application).value_or(Toolkit{});
+  return framesFrom(bus_, toolkit, callOnce(bus_, calls::children(*handle), deadline).value, deadline);
 }
 
-std::vector<FrameFacts> ApplicationRegistry::framesFrom(CallRunner& runner, std::vector<ElementRef> children,
-                                                        TimePoint deadline) {
+std::vector<FrameFacts> ApplicationRegistry::framesFrom(CallRunner& runner, const Toolkit& toolkit,
+                                                        std::vector<ElementRef> children, TimePoint deadline) {
   children.resize(std::min(children.size(), kMostFrames));
   std::vector<FrameFacts> frames(children.size());
   TypedBatch batch;
@@ -222,7 +225,7 @@ std::vector<FrameFacts> ApplicationRegistry::framesFrom(CallRunner& runner, std:
     });
     batch.add<uint32_t>(calls::role(child), [&frame](uint32_t& role) { frame.role = role; });
     batch.add<std::string>(calls::name(child), [&frame](std::string& name) { frame.name = std::move(name); });
-    batch.add<Rect>(calls::extents(child), [&frame](Rect& rect) { frame.reported = rect; });
+    batch.add<Rect>(calls::extents(child, toolkit.coordinates()), [&frame](Rect& rect) { frame.reported = rect; });
   }
   batch.run(runner, deadline);
   std::erase_if(frames, [](const FrameFacts& frame) { return !frame.element; });

@@ -35,7 +35,8 @@ class ApplicationRegistry {
   /// Its frames and dialogs as they are now.
   std::vector<FrameFacts> framesOf(const ElementRef& application, TimePoint deadline);
   /// The same of the application's children, which have been asked for already.
-  static std::vector<FrameFacts> framesFrom(CallRunner& runner, std::vector<ElementRef> children, TimePoint deadline);
+  static std::vector<FrameFacts> framesFrom(CallRunner& runner, const Toolkit& toolkit,
+                                            std::vector<ElementRef> children, TimePoint deadline);
 
  private:
   struct Listed {

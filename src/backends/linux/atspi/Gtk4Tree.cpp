@@ -33,6 +33,19 @@ void clearShowing(ElementFacts& element) {
   element.extents.reset();
 }
 
+/// What a control says on the screen is looked for as well when its name is another.
+void describeBy(ElementFacts& control, const std::string& labels) {
+  if (control.description.empty() && labels != control.name) {
+    control.description = labels;
+  }
+}
+
+void addLabel(const ElementFacts& element, std::string& text) {
+  if (element.is(state::showing) && !element.name.empty()) {
+    text += (text.empty() ? "" : " ") + element.name;
+  }
+}
+
 bool hasPlaceOfItsOwn(const ElementFacts& element) {
   return (element.interfaces & interface_bit::component) != 0;
 }
@@ -170,8 +183,8 @@ bool Gtk4Tree::isDecoration(const ElementFacts& element, bool insideCombo) const
 }
 
 void Gtk4Tree::addLabels(const ElementFacts& element, std::string& text) const {
-  if (element.is(state::showing) && element.role == role::label && !element.name.empty()) {
-    text += (text.empty() ? "" : " ") + element.name;
+  if (element.role == role::label) {
+    addLabel(element, text);
   }
   for (const ElementFacts* child : childrenOf(element)) {
     addLabels(*child, text);
@@ -190,8 +203,10 @@ void Gtk4Tree::foldControl(ElementFacts& control) {
   std::vector<ElementFacts*> decorations;
   for (ElementFacts* child : childrenOf(control)) {
     // A menu button is a button in a button.
-    const bool isInner = isButton(control.role) && isButton(child->role) && child->children.empty();
-    if (isInner || isDecoration(*child, false)) {
+    if (isButton(control.role) && isButton(child->role) && child->children.empty()) {
+      addLabel(*child, labels);
+      decorations.push_back(child);
+    } else if (isDecoration(*child, false)) {
       addLabels(*child, labels);
       decorations.push_back(child);
     } else if (control.role == role::pageTab) {
@@ -204,6 +219,7 @@ void Gtk4Tree::foldControl(ElementFacts& control) {
   if (!labels.empty() && (control.name.empty() || isWrong)) {
     control.name = labels;
   }
+  describeBy(control, labels);
   for (ElementFacts* child : decorations) {
     const ElementRef ref = child->ref;
     remove(*child);
@@ -228,9 +244,12 @@ void Gtk4Tree::foldComboBox(ElementFacts& combo) {
     }
     elements_.erase(boxRef);
   } else {
+    std::string labels;
+    addLabels(box, labels);
     if (combo.name.empty()) {
-      addLabels(box, combo.name);
+      combo.name = labels;
     }
+    describeBy(combo, labels);
     remove(box);
   }
   const auto at = std::find(combo.children.begin(), combo.children.end(), boxRef);

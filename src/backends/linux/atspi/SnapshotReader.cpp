@@ -167,7 +167,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
     ahead = std::make_shared<ReadAhead>(snapshot->toolkit, *cache, visibleOnly, hiddenLastTime());
     ahead->start(runner, likelyFocusedFrame(*cache, children, windows, snapshot->toolkit), deadline);
   }
-  const std::vector<FrameFacts> frames = ApplicationRegistry::framesFrom(runner, children, deadline);
+  const std::vector<FrameFacts> frames = ApplicationRegistry::framesFrom(runner, snapshot->toolkit, children, deadline);
   applicationReader.finish(applicationRead, deadline);
   if (ahead) {
     ahead->finish();
