@@ -32,6 +32,7 @@ struct FakeElement {
   double value = 0;
   int32_t columns = 0;  ///< a table: its children are the cells, row by row
   int32_t rowHeight = 20;
+  int32_t columnWidth = 0;  ///< what a point hits does not depend on its distance from the left edge where it is 0
 };
 
 /// Replies with an array whose entries `append` adds.

@@ -124,6 +124,21 @@ TEST_F(SwingPlaces, OfATablePageWhatShowsIsReadFromItsFirstColumnOn) {
   EXPECT_FALSE(read("cell100"));
 }
 
+TEST_F(SwingPlaces, OfALongListWithSeveralColumnsAllThatShowAreRead) {
+  FakeElement list = element(role::list, "", {112, 84, 376, 1000});
+  list.columns = 4;
+  list.columnWidth = 94;
+  addPage(list);
+  for (int i = 0; i < 200; ++i) {
+    app.add("content", "entry" + std::to_string(i),
+            element(role::label, "entry", {112.0 + i % 4 * 94, 84.0 + i / 4 * 20, 94, 20}));
+  }
+  prepare();
+  const auto& shown = read("content")->children;
+  ASSERT_EQ(shown.size(), 52U) << "thirteen rows begin above the edge of the page";
+  EXPECT_EQ(shown.back(), app.ref("entry51"));
+}
+
 TEST_F(SwingPlaces, EntriesOfATreeStandBelowTheTree) {
   addPage(element(role::tree, "", {112, 84, 376, 254}));
   app.add("content", "all", element(role::label, "All", {112, 84, 40, 20}));

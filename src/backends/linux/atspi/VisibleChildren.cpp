@@ -64,6 +64,17 @@ RefSet probe(CallRunner& runner, const AtspiHandle& container, const Rect& visib
   return hits;
 }
 
+/// Entries may stand beside one another, so that the first and the last one are not at the same edge.
+RefSet probeList(CallRunner& runner, const AtspiHandle& container, const Rect& visible, TimePoint deadline,
+                 uint32_t coordinates) {
+  RefSet hits = probe(runner, container, visible, deadline, coordinates);
+  constexpr double kInset = 12;
+  for (const double x : {visible.midX(), std::max(visible.midX(), visible.maxX() - kInset)}) {
+    probeColumn(runner, container, visible, x, deadline, coordinates, hits);
+  }
+  return hits;
+}
+
 /// Climbs from the hits to the container's own children.
 std::vector<ElementRef> directChildren(CallRunner& runner, const ElementRef& container, RefSet hits,
                                        TimePoint deadline) {
@@ -158,8 +169,9 @@ std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& 
   if (toolkit.family == ToolkitFamily::qt && !isTable) {
     return childrenOneByOne(runner, *handle, 0, container.childCount, deadline);
   }
-  const auto direct =
-      directChildren(runner, container.ref, probe(runner, *handle, visible, deadline, toolkit.coordinates()), deadline);
+  const auto search = isTable ? probe : probeList;
+  const auto direct = directChildren(runner, container.ref,
+                                     search(runner, *handle, visible, deadline, toolkit.coordinates()), deadline);
   const auto indexes = indexesOf(runner, direct, deadline);
   if (isTable) {
     auto cells = visibleCells(runner, *handle, indexes, toolkit.family == ToolkitFamily::qt, deadline);
