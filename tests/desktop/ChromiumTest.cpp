@@ -227,6 +227,8 @@ TEST(Chromium, pressesThePartOfALinkThatIsNotCovered) {
   Desktop desktop;
   Browser browser(desktop, writeBlocks(desktop.session), "Blocks");
   const std::vector<Match> matches = browser.matchesWith("Link", "Block 5");
+  EXPECT_TRUE(waitUntil([&] { return !find(desktop.jumplark.everything(kBrowser), "Link", "Block 4"); }))
+      << "what can be seen of it in the window lies below the header";
   const PixelRect window = browser.waitForTitle("Blocks").rect;
   for (const Match& match : matches) {
     EXPECT_LE(match.rect.y + match.rect.height, window.y + window.height) << match.rect;

@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <systemd/sd-bus.h>
 
 #include <atomic>
 #include <filesystem>
@@ -58,6 +59,50 @@ TEST_F(Browser, IsWaitedForOnceForEachBlankPage) {
   EXPECT_GT(waiting, 3);
   read();
   EXPECT_LE(looks, waiting + 1);
+}
+
+struct Cover {
+  const char* what;
+  const char* guess;   ///< what the browser says at first lies at a point
+  const char* answer;  ///< what the page does
+  bool hides;
+};
+
+TEST_F(Browser, HidesWhatThePageSaysIsBelowSomethingElse) {
+  browser.add("page", "header", element(role::landmark, "", {100, 100, 400, 60}));
+  browser.add("header", "home", element(role::link, "home", {110, 105, 50, 20}));
+  browser.add("page", "list", element(role::list, "", {100, 60, 400, 600}));
+  for (int i = 0; i < 5; ++i) {
+    browser.add("list", "link" + std::to_string(i), element(role::link, "link", {200, 85 + 20.0 * i, 50, 20}));
+  }
+  std::atomic<int> asked{0};
+  Cover now{};
+  browser.answerInstead([&](sd_bus_message* message, const std::string& id, const std::string& member) {
+    if (id != "page" || member != "GetAccessibleAtPoint") {
+      return false;
+    }
+    const ElementRef hit = browser.ref(++asked == 1 ? now.guess : now.answer);
+    return sd_bus_reply_method_return(message, "(so)", handleOf(hit)->busName().c_str(),
+                                      handleOf(hit)->path().c_str()) >= 0;
+  });
+  for (const Cover& cover : std::vector<Cover>{{"a header", "link1", "header", true},
+                                               {"a link of the header's", "link1", "home", false},
+                                               {"a busy page", "link1", "link1", false},
+                                               {"what may be the browser's guess", "header", "header", false}}) {
+    SCOPED_TRACE(cover.what);
+    now = cover;
+    asked = 0;
+    read();
+    for (const auto& [id, below] : {std::pair("link0", true), {"link1", true}, {"link2", true}, {"link3", false}}) {
+      EXPECT_EQ(source().snapshotFacts(browser.ref(id))->extents.has_value(), !(below && cover.hides)) << id;
+    }
+    EXPECT_TRUE(source().snapshotFacts(browser.ref("home"))->extents);
+    EXPECT_LE(asked, 3);
+  }
+  browser.set("header", element(role::landmark, "", {100, 100, 400, 60}));
+  asked = 0;
+  read();
+  EXPECT_EQ(asked, 0) << "nothing holds anything of another";
 }
 
 TEST(BrowserAdvice, IsForBrowsersOnly) {

@@ -6,6 +6,7 @@
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/ChildrenByPlace.h"
 #include "backends/linux/atspi/ComboChoices.h"
+#include "backends/linux/atspi/PageCovers.h"
 #include "backends/linux/atspi/TypedBatch.h"
 
 namespace jumplark::atspi {
@@ -98,7 +99,10 @@ void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
   }
   complete_ = complete_ && level.empty();
   leaveOutNoise(all);
+  PageCovers covers(runner_, plan_.deadline);
+  covers.begin(all);
   readFurther(all);
+  covers.finish();
   readChoices(runner_, all, plan_.deadline);
 }
 
