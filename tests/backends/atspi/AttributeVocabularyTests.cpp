@@ -61,6 +61,8 @@ TEST_F(AtspiVocabulary, ReadsNumbersAndTextsAsValues) {
   auto& spin = source.add("spin", role::spinButton, "win");
   spin.interfaces |= interface_bit::value;
   spin.currentValue = 7;
+  source.add("item", role::menuItem, "win").interfaces |= interface_bit::value;
+  EXPECT_EQ(text("item", "AXValue"), kUnsupported) << "what nobody sees";
   auto& field = source.add("field", role::entry, "win");
   field.interfaces |= interface_bit::text;
   field.shortText = "typed \xEF\xBF\xBC";

@@ -115,7 +115,9 @@ ValueKind valueKind(const Subject& subject) {
   if (role == "AXCell" && AttributeText::isReadable(element)) {
     return ValueKind::cell;
   }
-  return (element.interfaces & interface_bit::value) != 0 ? ValueKind::number : ValueKind::none;
+  // An entry of a menu in a Java program has a number that nobody sees.
+  const bool counts = (element.interfaces & interface_bit::value) != 0 && role != "AXMenuItem";
+  return counts ? ValueKind::number : ValueKind::none;
 }
 
 }  // namespace

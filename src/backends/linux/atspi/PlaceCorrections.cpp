@@ -25,6 +25,11 @@ Point between(const ElementFacts& from, const ElementFacts& to) {
   return {to.extents->x - from.extents->x, to.extents->y - from.extents->y};
 }
 
+bool lacksPlace(const ElementFacts& element) {
+  return element.is(state::showing) && !element.extents &&
+         (element.role == role::frame || element.role == role::dialog || element.role == role::window);
+}
+
 bool isZero(Point shift) {
   return isNear(shift.x, 0) && isNear(shift.y, 0);
 }
@@ -66,8 +71,12 @@ class Corrections {
     return std::move(shifts_);
   }
 
-  Shifts placePages() {
+  Shifts placePagesAndWindows() {
     for (const auto& [ref, element] : elements_) {
+      const ElementFacts* content = element->children.empty() ? nullptr : find(element->children.front());
+      if (lacksPlace(*element) && content) {
+        element->extents = content->extents;
+      }
       const ElementFacts* tab = find(element->parent);
       const ElementFacts* tabs = tab && tab->role == role::pageTab ? find(tab->parent) : nullptr;
       if (tabs && tab->extents && tabs->extents && element->extents) {
@@ -203,7 +212,7 @@ Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& pop
     case ToolkitFamily::gtk3:
       return corrections.placeDrawnParts();
     case ToolkitFamily::swing:
-      return corrections.placePages();
+      return corrections.placePagesAndWindows();
     default:
       return {};
   }
