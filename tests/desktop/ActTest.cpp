@@ -304,6 +304,10 @@ TEST(Act, reachesWhatAQtProgramHasNoRoomFor) {
   ASSERT_TRUE(demo.process().waitForLine("menu-opened Fill"));
   ASSERT_EQ(act(desktop, DemoProgram::kName, "pattern").status, 0);
   EXPECT_TRUE(demo.process().waitForLine("triggered Pattern"));
+  ASSERT_EQ(act(desktop, DemoProgram::kName, "line").status, 0);
+  ASSERT_TRUE(demo.process().waitForLine("menu-opened Line"));
+  ASSERT_EQ(act(desktop, DemoProgram::kName, "dashed").status, 0);
+  EXPECT_TRUE(demo.process().waitForLine("triggered Dashed"));
 
   // Rows scrolled below the header show as little as those above it.
   const std::vector<Match> matches = desktop.jumplark.everything(kDemo);

@@ -198,9 +198,13 @@ TEST_F(SourceFixture, TheButtonForWhatAQtToolBarHasNoRoomForHasAName) {
   app.add("bar", "bold", element(role::checkBox, ""));
   app.add("frame", "other", element(role::toolBar, "Other"));
   app.add("other", "named", element(role::checkBox, "Italic"));
+  app.add("frame", "popup", element(role::toolBar, "In no main window"));
+  app.add("popup", "menu", element(role::pushButton, ""));
   prepare();
-  EXPECT_EQ(read("extension")->name, "More");
-  EXPECT_EQ(read("extension")->description, ">>");
+  for (const char* id : {"extension", "menu"}) {
+    EXPECT_EQ(read(id)->name, "More") << id;
+    EXPECT_EQ(read(id)->description, ">>") << id;
+  }
   EXPECT_EQ(read("bold")->name, "");
   EXPECT_EQ(read("named")->name, "Italic");
 }

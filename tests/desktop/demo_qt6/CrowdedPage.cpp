@@ -13,18 +13,23 @@
 namespace demo {
 namespace {
 
-void fillToolBar(QToolBar* bar) {
-  auto* split = new QToolButton;
-  split->setText("Fill");
-  split->setPopupMode(QToolButton::MenuButtonPopup);
-  auto* menu = new QMenu(split);
-  for (const char* name : {"Solid", "Pattern"}) {
-    reportAction(menu->addAction(name));
+void addMenuButton(QToolBar* bar, const QString& text, QToolButton::ToolButtonPopupMode mode,
+                   const QStringList& items) {
+  auto* button = new QToolButton;
+  button->setText(text);
+  button->setPopupMode(mode);
+  auto* menu = new QMenu(text, button);
+  for (const QString& item : items) {
+    reportAction(menu->addAction(item));
   }
   reportMenu(menu);
-  menu->setTitle("Fill");
-  split->setMenu(menu);
-  bar->addWidget(split);
+  button->setMenu(menu);
+  bar->addWidget(button);
+}
+
+void fillToolBar(QToolBar* bar) {
+  addMenuButton(bar, "Fill", QToolButton::MenuButtonPopup, {"Solid", "Pattern"});
+  addMenuButton(bar, "Line", QToolButton::InstantPopup, {"Dotted", "Dashed"});
   for (const char* name : {"Rotate", "Mirror", "Shear", "Scale", "Crop", "Sharpen", "Blur", "Posterise"}) {
     reportAction(bar->addAction(name));
   }

@@ -98,7 +98,11 @@ void nameExtensionsOfToolBars(const Toolkit& toolkit, FactsMap& elements) {
       continue;
     }
     const auto first = elements.find(bar->children.front());
-    if (first != elements.end() && first->second->role == role::checkBox && !hasWords(*first->second)) {
+    if (first == elements.end() || hasWords(*first->second)) {
+      continue;
+    }
+    // In a main window it opens the tool bar, elsewhere a menu.
+    if (first->second->role == role::checkBox || first->second->role == role::pushButton) {
       first->second->name = localized("More");
       first->second->description = ">>";
     }

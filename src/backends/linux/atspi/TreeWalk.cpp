@@ -49,6 +49,13 @@ bool isUncountedMenu(const ElementFacts& element) {
   return element.childCount < 0 && element.role == role::menu && isShowing(element.states);
 }
 
+/// A tool button of Qt's counts its menu among its children only where an arrow beside it opens that; it gives the menu
+/// nevertheless, and is down while that is open.
+bool mayHaveOpenMenu(const Toolkit& toolkit, const ElementFacts& element) {
+  return toolkit.family == ToolkitFamily::qt && element.role == role::pushButton && element.childCount == 0 &&
+         element.is(state::pressed);
+}
+
 bool isLeaf(const Toolkit& toolkit, uint32_t number) {
   if (toolkit.family == ToolkitFamily::swing) {
     // It has the text of its field, which stands in it a second time.
@@ -232,6 +239,9 @@ TreeWalk::Level TreeWalk::readChildren(const Level& level) {
       batch.add<std::vector<ElementRef>>(
           calls::children(*handleOf(e.ref)),
           [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
+    } else if (mayHaveOpenMenu(plan_.toolkit, e)) {
+      batch.add<ElementRef>(calls::childAt(*handleOf(e.ref), 0),
+                            [&](ElementRef& menu) { found.emplace_back(&e, std::vector{std::move(menu)}); });
     }
   }
   batch.run(runner_, plan_.deadline);
