@@ -16,8 +16,8 @@ QWidget* makeTreePage();
 QWidget* makeListPage();
 /// Buttons "Entry 1" to "Entry 60", most of them below the fold.
 QWidget* makeScrollPage();
-/// More than there is room for: a tool bar that is too narrow, whose button "Fill" has an arrow for its menu while "Line"
-/// has nothing else, a row of twenty tabs, and a list of "Layer 1" to "Layer 100" that is scrolled by forty.
+/// More than there is room for: a tool bar that is too narrow, whose button "Fill" has an arrow for its menu while
+/// "Line" has nothing else, a row of twenty tabs, and a list of "Layer 1" to "Layer 100" that is scrolled by forty.
 QWidget* makeCrowdedPage();
 
 }  // namespace demo
