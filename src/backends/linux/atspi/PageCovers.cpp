@@ -174,14 +174,17 @@ bool PageCovers::isAnswered(const Group& group) const {
 
 PageCovers::Question PageCovers::questionFor(const Group& group) const {
   const Node& bar = nodes_[static_cast<size_t>(group.bar)];
-  const auto holdsOneOfTheBar = [&](int member) {
+  // Where the bar itself answers, it does so for all that it covers; nor should another bar answer for it.
+  const auto isAmbiguous = [&](int member) {
     const Point point = middleOf(nodes_[static_cast<size_t>(member)].part);
     return std::any_of(nodes_.begin() + group.bar + 1, nodes_.end(),
-                       [&](const Node& node) { return node.parent == group.bar && node.part.contains(point); });
+                       [&](const Node& node) { return node.parent == group.bar && node.part.contains(point); }) ||
+           std::any_of(groups_.begin(), groups_.end(), [&](const Group& other) {
+             return other.bar != group.bar && nodes_[static_cast<size_t>(other.bar)].part.contains(point);
+           });
   };
-  // Where the bar itself answers, it does so for all that it covers.
-  const auto free = std::find_if_not(group.members.begin(), group.members.end(), holdsOneOfTheBar);
-  const int member = free == group.members.end() ? group.members.front() : *free;
+  const auto clear = std::find_if_not(group.members.begin(), group.members.end(), isAmbiguous);
+  const int member = clear == group.members.end() ? group.members.front() : *clear;
   const Node& document = nodes_[static_cast<size_t>(bar.document)];
   return {handleOf(document.element->ref), middleOf(nodes_[static_cast<size_t>(member)].part)};
 }
@@ -203,13 +206,15 @@ const PageCovers::Node* PageCovers::partOfBar(const Group& group, const std::vec
 }
 
 void PageCovers::askElsewhere() {
-  const Node& bar = nodes_[static_cast<size_t>(covered_.back().bar)];
+  const int bar = covered_.back().bar;
+  const Node& cover = nodes_[static_cast<size_t>(bar)];
   const auto other = std::find_if(nodes_.begin(), nodes_.end(), [&](const Node& node) {
-    return node.document == bar.document && node.part.width > 0 && isActedOn(node.element->role) &&
-           !bar.part.contains(middleOf(node.part));
+    const bool isOutside = !cover.part.contains(middleOf(node.part));
+    return node.document == cover.document && node.part.width > 0 && isActedOn(node.element->role) &&
+           (isOutside || isWithin(static_cast<int>(&node - nodes_.data()), bar));
   });
   if (other != nodes_.end()) {
-    ask({handleOf(nodes_[static_cast<size_t>(bar.document)].element->ref), middleOf(other->part)});
+    ask({handleOf(nodes_[static_cast<size_t>(cover.document)].element->ref), middleOf(other->part)});
   }
 }
 

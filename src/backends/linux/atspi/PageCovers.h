@@ -11,10 +11,10 @@ namespace jumplark::atspi {
 /// browser tells the places of both and not which is above. Whether two parts of a page lie over each other is seen
 /// from the places; then the page is asked at one point, of a few such pairs at most.
 ///
-/// The browser passes the question on to the page, answers at first by what it guesses meanwhile, which is what comes
-/// last in the tree there, and remembers the page's answer for whoever asks again a little later. An answer that is no
-/// longer the guess is the page's; another may be either. So only what is covered by something before it in the tree is
-/// found out, and nothing is hidden that a busy page has not been heard about.
+/// The browser passes the question on to the page, answers at first by what it guesses meanwhile, and remembers the
+/// page's answer for whoever asks again a little later. An answer that is no longer the guess is the page's; the same
+/// one may be either. So nothing is hidden that a busy page has not been heard about, and what the browser would guess
+/// anyway is not found out.
 class PageCovers {
  public:
   PageCovers(CallRunner& runner, TimePoint deadline) : runner_(runner), deadline_(deadline) {}
