@@ -113,6 +113,8 @@ TEST_F(SwingPlaces, OfATablePageWhatShowsIsReadFromItsFirstColumnOn) {
   table.interfaces = {"Component", "Table"};
   table.columns = 2;
   addPage(table);
+  app.add("page", "header", element(role::label, "Word", {112, 70, 180, 0}));
+  app.add("page", "blank", element(role::label, "", {112, 70, 180, 0}));
   for (int i = 0; i < 1000; ++i) {
     const int row = i / 2;
     FakeElement cell = element(role::label, "cell", {112.0 + i % 2 * 180, 84.0 + row * 20, 180, 20});
@@ -123,6 +125,8 @@ TEST_F(SwingPlaces, OfATablePageWhatShowsIsReadFromItsFirstColumnOn) {
   EXPECT_EQ(placeOf(source(), app.ref("cell2")), (Rect{112, 104, 180, 20}));
   EXPECT_TRUE(read("content")->childrenAreVisibleOnly);
   EXPECT_FALSE(read("cell100"));
+  EXPECT_EQ(placeOf(source(), app.ref("header")), (Rect{112, 70, 180, 14}));
+  EXPECT_EQ(read("blank")->extents, std::nullopt);
 }
 
 TEST_F(SwingPlaces, OfALongListWithSeveralColumnsAllThatShowAreRead) {

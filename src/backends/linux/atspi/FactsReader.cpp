@@ -152,7 +152,7 @@ void FactsReader::addFirst(std::vector<ReadRequest>& requests) {
           knownUnlessLate(e, facts::children));
     }
     addGroup<Rect>(batch, request, facts::extents, calls::extents(handle, request.context.toolkit.coordinates()),
-                   [&](Rect& rect) { e.extents = screenExtents(rect, request.context.offset); });
+                   [&](Rect& rect) { e.extents = placeTold(request.context.toolkit, rect, request.context.offset); });
     addGroup<RelationSet>(batch, request, facts::relations, calls::relations(handle),
                           [&e](RelationSet& set) { keepLabels(e, set); });
     addGroup<AttributeMap>(batch, request, facts::attributes, calls::attributes(handle),
@@ -176,7 +176,7 @@ void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadl
       if (!e.is(state::showing)) {
         e.extents.reset();
       }
-      dropWrongPlace(request.context.toolkit, e);
+      settlePlace(request.context.toolkit, e);
     }
     addValueCall(batch, request);
     addGroup<std::vector<std::string>>(batch, request, facts::actions, calls::actionNames(handle),

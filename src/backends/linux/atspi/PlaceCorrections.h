@@ -39,7 +39,7 @@ void placeInPixels(const Toolkit& toolkit, Places& places, FactsMap& elements);
 /// is as large as the panel around it and is where that is. Parts of GTK's in between tell their right places.
 ///
 /// The page of a tab in a Java program tells its place as if it lay in its tab; what is in it tells its right place.
-/// Its windows cannot tell theirs (see dropWrongPlace), but what fills them can.
+/// Its windows cannot tell theirs (see settlePlace), but what fills them can.
 ///
 /// `popups` are the unmanaged X windows of the application.
 Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& popups, const ElementRef& frame,

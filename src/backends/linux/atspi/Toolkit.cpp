@@ -6,12 +6,16 @@
 
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/TextUnits.h"
 
 namespace jumplark::atspi {
 namespace {
 
 /// Larger than any arrangement of screens, smaller than the "nowhere" of GTK 3 (the smallest integer).
 constexpr double kFarthest = 1'000'000;
+
+/// Of a line of text, which every look of Swing's makes higher.
+constexpr double kHeaderHeight = 14;
 
 bool has(uint64_t states, int number) {
   return ((states >> static_cast<unsigned>(number)) & 1U) != 0;
@@ -56,10 +60,30 @@ std::optional<Rect> screenExtents(const Rect& reported, Point offset) {
   return Rect{reported.x + offset.x, reported.y + offset.y, reported.width, reported.height};
 }
 
-void dropWrongPlace(const Toolkit& toolkit, ElementFacts& element) {
+std::optional<Rect> placeTold(const Toolkit& toolkit, const Rect& reported, Point offset) {
+  Rect rect = reported;
+  const bool mayBeHeader = toolkit.family == ToolkitFamily::swing && rect.height == 0;
+  if (mayBeHeader) {
+    rect.height = kHeaderHeight;
+  }
+  auto place = screenExtents(rect, offset);
+  if (place && mayBeHeader) {
+    place->height = 0;
+  }
+  return place;
+}
+
+void settlePlace(const Toolkit& toolkit, ElementFacts& element) {
+  if (toolkit.family != ToolkitFamily::swing || !element.extents) {
+    return;
+  }
   const bool isWindow = element.role == role::frame || element.role == role::dialog || element.role == role::window;
-  if (toolkit.family == ToolkitFamily::swing && isWindow) {
+  const bool isFlat = element.extents->height == 0;
+  const bool mayBeHeader = element.role == role::label && !(element.has(facts::texts) && isBlank(element.name));
+  if (isWindow || (isFlat && !mayBeHeader)) {
     element.extents.reset();
+  } else if (isFlat) {
+    element.extents->height = kHeaderHeight;
   }
 }
 

@@ -47,8 +47,12 @@ ToolkitFamily familyOf(const std::string& name, const std::string& version);
 /// without one (smallest integers, empty or negative sizes). `offset` is added.
 std::optional<Rect> screenExtents(const Rect& reported, Point offset);
 
-/// Takes away the place that an element cannot know: Swing counts that of a dialog from the window that it belongs to.
-void dropWrongPlace(const Toolkit& toolkit, ElementFacts& element);
+/// The same of one toolkit's answer, as far as settlePlace() can make a place of it.
+std::optional<Rect> placeTold(const Toolkit& toolkit, const Rect& reported, Point offset);
+
+/// Settles, once its role and name are known too, the place that an element told: Swing counts that of a dialog from
+/// the window that it belongs to, which is no place, and gives the headers of columns no height, which is a line's.
+void settlePlace(const Toolkit& toolkit, ElementFacts& element);
 
 /// Whether the element shows, by the states that its toolkit sets. `reported` is its uncorrected rectangle.
 bool shows(const Toolkit& toolkit, uint64_t states, const std::optional<Rect>& extents);

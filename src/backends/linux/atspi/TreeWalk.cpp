@@ -212,7 +212,7 @@ void TreeWalk::readDetails(const Level& level) {
   }
   batch.run(runner_, plan_.deadline);
   for (const auto& element : level) {
-    dropWrongPlace(plan_.toolkit, *element);
+    settlePlace(plan_.toolkit, *element);
   }
 }
 

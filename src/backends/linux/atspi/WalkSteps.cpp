@@ -133,7 +133,7 @@ void WalkSteps::askTexts(TypedBatch& batch, ElementFacts& e) {
 void WalkSteps::askExtents(TypedBatch& batch, ElementFacts& e) {
   batch.add<Rect>(
       calls::extents(*handleOf(e.ref), plan_.toolkit.coordinates()),
-      [&](Rect& rect) { e.extents = screenExtents(rect, plan_.offset); }, noting());
+      [&](Rect& rect) { e.extents = placeTold(plan_.toolkit, rect, plan_.offset); }, noting());
 }
 
 void WalkSteps::askInterfaces(TypedBatch& batch, ElementFacts& e) {
