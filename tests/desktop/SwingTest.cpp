@@ -100,6 +100,7 @@ TEST_F(Swing, showsEachThingOnceAndDoesWhatAClickWouldDo) {
   act("item 12", "Did list Item 12");
   act("numbers", "Did tab Numbers");
   const std::vector<Match> rows = matchesWith("Cell", "Row 7");
+  EXPECT_TRUE(find(rows, "StaticText", "Square")) << describe(rows);
   EXPECT_EQ(std::count_if(rows.begin(), rows.end(), [](const Match& match) { return match.hasText("Row 7"); }), 1);
   EXPECT_FALSE(find(rows, "Cell", "Row 100") || find(rows, "Cell", "Item 1"));
   act("row 7", "Did row 7");

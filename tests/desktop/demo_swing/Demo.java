@@ -208,6 +208,7 @@ public final class Demo {
     JPopupMenu menu = new JPopupMenu();
     menu.add(reporting(new JMenuItem("First Offer"), "first offer"));
     menu.add(reporting(new JMenuItem("Second Offer"), "second offer"));
-    menu.show(at, 10, at.getHeight());
+    // Beyond the edge of the window, so that it gets one of its own.
+    menu.show(at, -60, at.getHeight());
   }
 }

@@ -30,11 +30,28 @@ Finished Jumplark::run(const Arguments& arguments, const Environment& extra) {
   return session_.run(all, kPatience, extra);
 }
 
+namespace {
+
+Arguments arguments(const Arguments& target, const std::string& query) {
+  Arguments all = {"match", "--json"};
+  all.insert(all.end(), target.begin(), target.end());
+  all.push_back(query);
+  return all;
+}
+
+}  // namespace
+
 std::vector<Match> Jumplark::match(const Arguments& target, const std::string& query) {
-  Arguments arguments = {"match", "--json"};
-  arguments.insert(arguments.end(), target.begin(), target.end());
-  arguments.push_back(query);
-  const Finished finished = run(arguments);
+  return matchesIn(run(arguments(target, query)), query);
+}
+
+std::vector<Match> Jumplark::matchIfAnswered(const Arguments& target, const std::string& query) {
+  constexpr int kOutOfReach = 3;
+  const Finished finished = run(arguments(target, query));
+  return finished.status == kOutOfReach ? std::vector<Match>() : matchesIn(finished, query);
+}
+
+std::vector<Match> Jumplark::matchesIn(const Finished& finished, const std::string& query) const {
   const auto matches = parse(finished.out);
   if (!matches || !finished.status || *finished.status != (matches->empty() ? 1 : 0)) {
     ADD_FAILURE() << "match '" << query << "' ended with status " << finished.status.value_or(-1) << "\nand printed "

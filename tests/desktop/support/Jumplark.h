@@ -37,10 +37,13 @@ class Jumplark {
   /// `match --json`; empty when nothing matched. Fails the running test, and returns nothing, when the program fails or
   /// prints anything else than the promised list.
   std::vector<Match> match(const Arguments& target, const std::string& query);
+  /// The same, but nothing matches while the application does not answer: one that is starting is busy now and then.
+  std::vector<Match> matchIfAnswered(const Arguments& target, const std::string& query);
   /// Everything that could be chosen: the matches of the role query ".".
   std::vector<Match> everything(const Arguments& target) { return match(target, "."); }
 
  private:
+  std::vector<Match> matchesIn(const Finished& finished, const std::string& query) const;
   std::optional<std::vector<Match>> parse(const std::string& json) const;
 
   PrivateSession& session_;
