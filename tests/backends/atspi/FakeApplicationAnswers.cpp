@@ -172,7 +172,7 @@ bool FakeApplication::answerPlace(sd_bus_message* message, const std::string& me
     sd_bus_message_read(message, "iiu", &x, &y, &type);
     const int32_t row = (y - static_cast<int32_t>(r.y)) / element.rowHeight;
     const int32_t column = element.columnWidth > 0 ? (x - static_cast<int32_t>(r.x)) / element.columnWidth : 0;
-    const auto index = static_cast<size_t>(row * std::max(element.columns, 1) + column);
+    const auto index = static_cast<size_t>(int64_t{row} * std::max(element.columns, 1) + column);
     const bool hit = r.contains({static_cast<double>(x), static_cast<double>(y)}) && index < element.children.size();
     return replyReference(message, hit ? element.children[index] : "") >= 0;
   }
