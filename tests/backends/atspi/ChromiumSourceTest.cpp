@@ -75,29 +75,36 @@ TEST_F(Browser, HidesWhatThePageSaysIsBelowSomethingElse) {
   for (int i = 0; i < 5; ++i) {
     browser.add("list", "link" + std::to_string(i), element(role::link, "link", {200, 85 + 20.0 * i, 50, 20}));
   }
+  const std::vector<Cover> covers{{"a header", "link1", "header", true},
+                                  {"a link of the header's", "link1", "home", false},
+                                  {"a busy page", "link1", "link1", false},
+                                  {"what may be the browser's guess", "header", "header", false}};
   std::atomic<int> asked{0};
-  Cover now{};
+  std::atomic<const Cover*> now{nullptr};
+  std::pair<int32_t, int32_t> last;  // the browser's thread only
   browser.answerInstead([&](sd_bus_message* message, const std::string& id, const std::string& member) {
-    if (id != "page" || member != "GetAccessibleAtPoint") {
+    std::pair<int32_t, int32_t> point;
+    if (id != "page" || member != "GetAccessibleAtPoint" ||
+        sd_bus_message_read(message, "ii", &point.first, &point.second) < 0) {
       return false;
     }
-    const ElementRef hit = browser.ref(++asked == 1 ? now.guess : now.answer);
+    ++asked;
+    // Only who asks for the same place again is told what the page has said meanwhile.
+    const bool again = std::exchange(last, point) == point;
+    const ElementRef hit = browser.ref(again ? now.load()->answer : now.load()->guess);
     return sd_bus_reply_method_return(message, "(so)", handleOf(hit)->busName().c_str(),
                                       handleOf(hit)->path().c_str()) >= 0;
   });
-  for (const Cover& cover : std::vector<Cover>{{"a header", "link1", "header", true},
-                                               {"a link of the header's", "link1", "home", false},
-                                               {"a busy page", "link1", "link1", false},
-                                               {"what may be the browser's guess", "header", "header", false}}) {
+  for (const Cover& cover : covers) {
     SCOPED_TRACE(cover.what);
-    now = cover;
+    now = &cover;
     asked = 0;
     read();
     for (const auto& [id, below] : {std::pair("link0", true), {"link1", true}, {"link2", true}, {"link3", false}}) {
       EXPECT_EQ(source().snapshotFacts(browser.ref(id))->extents.has_value(), !(below && cover.hides)) << id;
     }
     EXPECT_TRUE(source().snapshotFacts(browser.ref("home"))->extents);
-    EXPECT_LE(asked, 3);
+    EXPECT_LE(asked, 4) << "three times, and the last question of the reading before may come late";
   }
   browser.set("header", element(role::landmark, "", {100, 100, 400, 60}));
   asked = 0;
