@@ -4,19 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+
+#include "support/TemporaryFolder.h"
 
 namespace jumplark::repository {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-std::string readFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using jumplark::testing::readFile;
 
 std::vector<Source> sourcesBelow(const std::filesystem::path& root) {
   std::vector<Source> sources;
@@ -30,21 +26,6 @@ std::vector<Source> sourcesBelow(const std::filesystem::path& root) {
 
 const std::vector<std::string> kOrder = {"platform",          "query/text",         "tree",
                                          "backends/recorded", "backends/linux/x11", "cli"};
-
-TEST(Layers, areReadFromTheBuildFiles) {
-  EXPECT_THAT(addedFolders("# add\nadd_subdirectory(platform)\nadd_subdirectory(query/text)\n"),
-              ElementsAre("platform", "query/text"));
-}
-
-TEST(Layers, allowWhatLiesAbove) {
-  EXPECT_THAT(
-      layerOffences({{"tree/A.h", "#pragma once\n#include <string>\n#include \"query/text/T.h\"\n"},
-                     {"tree/A.cpp", "#include \"tree/A.h\"\n#include <unicode/uchar.h>\n#if 0\n#endif\n"},
-                     {"backends/linux/x11/X.cpp", "#include <xcb/xcb.h>\n#include \"platform/P.h\"\n#ifdef __linux__"},
-                     {"cli/main.cpp", "#include \"tree/A.h\"\n#include \"backends/recorded/R.h\"\n"}},
-                    kOrder),
-      IsEmpty());
-}
 
 TEST(Layers, refuseEveryWayOut) {
   const struct {

@@ -86,18 +86,6 @@ TEST(TextScore, AgreesWithTheRulesAsStatedBitByBit) {
   EXPECT_GT(hits, 1200U) << "the texts and queries have to have something in common";
 }
 
-TEST(TextScore, SplitsRandomTextsAsTheRegularExpressionDoes) {
-  RandomTexts random(7);
-  for (int round = 0; round < 5000; ++round) {
-    const std::u16string text = random.text(40);
-    Words expected;
-    for (const std::u16string& word : reference::wordsForText(text)) {
-      expected.push_back(toUTF8(word));
-    }
-    ASSERT_EQ(JLTextScorer::wordsForText(toUTF8(text)), expected) << toUTF8(text);
-  }
-}
-
 TEST(TextScore, IsBoundedForTextsAndQueriesThatInviteBacktracking) {
   std::string oneLetterWords;
   for (int i = 0; i < 50; ++i) {

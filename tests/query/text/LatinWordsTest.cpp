@@ -21,15 +21,11 @@ TEST(LatinWords, AreTheWordsOfATextInLatinLetters) {
       {"Αρχείο", {"Archeío"}},
       {"ok 😀", {"ok"}},
       {"bad \xFF byte", {"bad", "byte"}},
-  };
-  for (const auto& [text, words] : cases) {
-    EXPECT_EQ(JLTextUtils::latinWordsForText(text), words) << text;
-  }
-}
-
-TEST(LatinWords, AreJoinedByATildeBetweenThemOnly) {
-  const std::vector<std::pair<std::string, Words>> cases = {
-      {"a~b", {"a~b"}}, {"a~b~1", {"a~b~1"}}, {"a~~b", {"a", "b"}}, {"~a~", {"a"}}, {"a ~b", {"a", "b"}},
+      {"a~b", {"a~b"}},  // a tilde joins, between words only
+      {"a~b~1", {"a~b~1"}},
+      {"a~~b", {"a", "b"}},
+      {"~a~", {"a"}},
+      {"a ~b", {"a", "b"}},
   };
   for (const auto& [text, words] : cases) {
     EXPECT_EQ(JLTextUtils::latinWordsForText(text), words) << text;
