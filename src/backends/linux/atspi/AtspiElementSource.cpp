@@ -114,23 +114,23 @@ FactsPointer AtspiElementSource::finish(ReadRequest& request, facts::Set before)
 }
 
 FactsPointer AtspiElementSource::knownFacts(const ElementRef& element) {
-  for (const FactsPointer& known : {snapshotFacts(element), recent_.find(element)}) {
-    if (known) {
-      return known;
-    }
+  FactsPointer known = snapshotFacts(element);
+  if (!known) {
+    known = recent_.find(element);
   }
-  return isLive() ? nullptr : outside_.find(element);
+  return known || isLive() ? known : outside_.find(element);
 }
 
 AccessibilityResult<FactsPointer> AtspiElementSource::facts(const ElementRef& element, facts::Set wanted) {
   if (!handleOf(element)) {
     return AccessibilityError::invalidElement;
   }
-  for (const FactsPointer& known :
-       {isLive() ? recent_.find(element) : store_.find(element), isLive() ? nullptr : outside_.find(element)}) {
-    if (known && known->has(wanted)) {
-      return known;
-    }
+  FactsPointer known = isLive() ? recent_.find(element) : store_.find(element);
+  if (!known && !isLive()) {
+    known = outside_.find(element);
+  }
+  if (known && known->has(wanted)) {
+    return known;
   }
   std::vector<ReadRequest> requests{requestFor(element, wanted)};
   const facts::Set before = requests[0].facts.known;

@@ -30,9 +30,8 @@ std::string adviceForSilentJava(int32_t pid) {
   std::error_code error;
   const bool isInstalled = std::filesystem::exists(kWrapper, error);
   return fmt::format(
-      "It is a Java program, and those show what they hold only with the Java ATK wrapper: {}start it again with this "
-      "in "
-      "its environment: JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies="
+      "It is a Java program, and those show what they hold only with the Java ATK wrapper: {}start it again with "
+      "this in its environment: JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies="
       "org.GNOME.Accessibility.AtkWrapper -Xbootclasspath/a:{}'.",
       isInstalled ? "" : "install it (on Debian the package libatk-wrapper-java-jni), and ", kWrapper);
 }

@@ -113,7 +113,7 @@ void TextReader::finish(CallRunner& runner, std::vector<TextRequest>& requests, 
   first_.finish();
   TypedBatch counts;
   for (TextRequest& request : requests) {
-    if (std::exchange(request.atOnce, false) && !isWhole(request.answer)) {
+    if (request.atOnce && !isWhole(request.answer)) {
       askCount(counts, request);
     }
   }
