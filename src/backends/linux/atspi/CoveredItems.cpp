@@ -25,12 +25,12 @@ bool isTable(const ElementFacts& element) {
   return element.role == role::table || element.role == role::tree || element.role == role::treeTable;
 }
 
-std::vector<ElementFacts*> placedChildren(const ElementFacts& element, FactsMap& elements) {
+std::vector<ElementFacts*> placedChildren(const ElementFacts& element, const FactsMap& elements) {
   std::vector<ElementFacts*> children;
   for (const ElementRef& ref : element.children) {
-    const auto child = elements.find(ref);
-    if (child != elements.end() && child->second->extents) {
-      children.push_back(child->second.get());
+    ElementFacts* child = find(ref, elements);
+    if (child && child->extents) {
+      children.push_back(child);
     }
   }
   return children;
@@ -99,8 +99,7 @@ void hideCoveredItems(const Toolkit& toolkit, FactsMap& elements) {
     const auto covers = coversIn(*element, children);
     for (ElementFacts* child : children) {
       if (!covers.empty() && mayBeCovered(*child) && isCovered(*child->extents, *element->extents, covers)) {
-        child->states &= ~(uint64_t{1} << static_cast<unsigned>(state::showing));
-        child->extents.reset();
+        child->hide();
       }
     }
   }

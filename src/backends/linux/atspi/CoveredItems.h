@@ -1,7 +1,7 @@
 #pragma once
 
+#include "backends/linux/atspi/FactsMap.h"
 #include "backends/linux/atspi/Toolkit.h"
-#include "backends/linux/atspi/TreeWalk.h"
 
 namespace jumplark::atspi {
 

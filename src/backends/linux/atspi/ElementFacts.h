@@ -102,6 +102,11 @@ struct ElementFacts {
 
   bool has(facts::Set set) const { return (known & set) == set; }
   bool is(int stateNumber) const { return (states >> stateNumber) & 1U; }
+  /// Nobody sees it, whatever it said.
+  void hide() {
+    states &= ~(uint64_t{1} << static_cast<unsigned>(state::showing));
+    extents.reset();
+  }
 };
 
 using FactsPointer = std::shared_ptr<const ElementFacts>;

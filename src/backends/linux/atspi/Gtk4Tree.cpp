@@ -28,11 +28,6 @@ Rect united(const Rect& a, const Rect& b) {
   return {x, y, std::max(a.maxX(), b.maxX()) - x, std::max(a.maxY(), b.maxY()) - y};
 }
 
-void clearShowing(ElementFacts& element) {
-  element.states &= ~(uint64_t{1} << static_cast<unsigned>(state::showing));
-  element.extents.reset();
-}
-
 /// What a control says on the screen is looked for as well when its name is another.
 void describeBy(ElementFacts& control, const std::string& labels) {
   if (control.description.empty() && labels != control.name) {
@@ -68,15 +63,10 @@ void Gtk4Tree::settle(const Elements& all) {
   }
 }
 
-ElementFacts* Gtk4Tree::find(const ElementRef& element) const {
-  const auto found = elements_.find(element);
-  return found == elements_.end() ? nullptr : found->second.get();
-}
-
 std::vector<ElementFacts*> Gtk4Tree::childrenOf(const ElementFacts& element) const {
   std::vector<ElementFacts*> children;
   for (const ElementRef& ref : element.children) {
-    if (ElementFacts* child = find(ref)) {
+    if (ElementFacts* child = find(ref, elements_)) {
       children.push_back(child);
     }
   }
@@ -95,7 +85,7 @@ void Gtk4Tree::placePages(const Elements& all) {
       }
     }
     if (!page.extents) {
-      clearShowing(page);
+      page.hide();
     }
   }
 }
@@ -127,7 +117,7 @@ void Gtk4Tree::hideUnreachable(const Elements& all) {
   std::vector<std::vector<ElementRef>> hits(groups.size());
   TypedBatch batch;
   for (size_t i = 0; i < groups.size(); ++i) {
-    const ElementFacts* parent = find(groups[i].front()->parent);
+    const ElementFacts* parent = find(groups[i].front()->parent, elements_);
     if (!parent || !hasPlaceOfItsOwn(*parent)) {
       continue;
     }
@@ -149,27 +139,27 @@ void Gtk4Tree::hideUnreachable(const Elements& all) {
     for (ElementFacts* rival : groups[i]) {
       // Where nothing was hit nothing is known: then all of them stay.
       if (!reached.empty() && std::find(reached.begin(), reached.end(), rival) == reached.end()) {
-        hide(*rival);
+        hideWithChildren(*rival);
       }
     }
   }
 }
 
 ElementFacts* Gtk4Tree::rivalAbove(const ElementRef& hit, const Rivals& rivals) const {
-  ElementFacts* here = find(hit);
+  ElementFacts* here = find(hit, elements_);
   for (int i = 0; i < kMostAncestors && here; ++i) {
     if (std::find(rivals.begin(), rivals.end(), here) != rivals.end()) {
       return here;
     }
-    here = find(here->parent);
+    here = find(here->parent, elements_);
   }
   return nullptr;
 }
 
-void Gtk4Tree::hide(ElementFacts& element) {
-  clearShowing(element);
+void Gtk4Tree::hideWithChildren(ElementFacts& element) {
+  element.hide();
   for (ElementFacts* child : childrenOf(element)) {
-    hide(*child);
+    hideWithChildren(*child);
   }
 }
 

@@ -26,13 +26,12 @@ class Gtk4Tree {
   /// Siblings that take the same place, of which the pointer can reach one.
   using Rivals = std::vector<ElementFacts*>;
 
-  ElementFacts* find(const ElementRef& element) const;
   std::vector<ElementFacts*> childrenOf(const ElementFacts& element) const;
   void placePages(const Elements& all);
   std::vector<Rivals> rivalsIn(const Elements& all) const;
   void hideUnreachable(const Elements& all);
   ElementFacts* rivalAbove(const ElementRef& hit, const Rivals& rivals) const;
-  void hide(ElementFacts& element);
+  void hideWithChildren(ElementFacts& element);
 
   void foldControl(ElementFacts& control);
   void foldComboBox(ElementFacts& combo);

@@ -21,16 +21,15 @@ class Lifting {
 
  private:
   void lift(const ElementRef& ref) {
-    const auto found = elements_.find(ref);
-    if (found == elements_.end()) {
+    ElementFacts* entry = find(ref, elements_);
+    if (!entry) {
       return;
     }
-    ElementFacts& entry = *found->second;
     tree_.children.push_back(ref);
-    entry.parent = tree_.ref;
-    if (entry.role == role::label) {
-      entry.childCount = 0;
-      for (const ElementRef& child : std::exchange(entry.children, {})) {
+    entry->parent = tree_.ref;
+    if (entry->role == role::label) {
+      entry->childCount = 0;
+      for (const ElementRef& child : std::exchange(entry->children, {})) {
         lift(child);
       }
     }

@@ -34,11 +34,6 @@ bool isMenuEntry(uint32_t number) {
   }
 }
 
-ElementFacts* find(const ElementRef& element, FactsMap& elements) {
-  const auto found = elements.find(element);
-  return found == elements.end() ? nullptr : found->second.get();
-}
-
 /// A button of GTK 3's that opens a menu has the entries themselves for children, and says whether they show. One of
 /// Qt's that has an arrow for its menu beside it has the menu.
 void hangMenuOfButton(const ElementRef& frame, const ElementFacts& button, FactsMap& elements) {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "backends/linux/atspi/FactsMap.h"
 #include "backends/linux/atspi/FrameMatching.h"
-#include "backends/linux/atspi/TreeWalk.h"
 
 namespace jumplark::atspi {
 

@@ -224,8 +224,7 @@ void PageCovers::hideBelow(const Group& group, const Rect& cover) {
     const int self = static_cast<int>(i);
     if (node.document >= 0 && lies(node.part, cover) && !isWithin(self, group.bar) && !isWithin(group.bar, self) &&
         sideOf(self, group.bar) == group.side) {
-      node.element->states &= ~(uint64_t{1} << static_cast<unsigned>(state::showing));
-      node.element->extents.reset();
+      node.element->hide();
     }
   }
 }

@@ -48,7 +48,7 @@ class Corrections {
         }
       }
       if (found) {
-        const ElementFacts& opener = *find(found->parent);
+        const ElementFacts& opener = *find(found->parent, elements_);
         move(*found, {popup.client.x - opener.extents->x, popup.client.y - opener.extents->y});
         hangOn(frame_, found->ref, elements_);
       }
@@ -59,26 +59,26 @@ class Corrections {
   Shifts placeDrawnParts() {
     std::vector<ElementFacts*> panes;
     for (const auto& [ref, element] : elements_) {
-      const ElementFacts* above = find(element->parent);
+      const ElementFacts* above = find(element->parent, elements_);
       if (element->role == role::rootPane && above && haveSameSize(*element, *above) &&
           !isZero(between(*element, *above))) {
         panes.push_back(element.get());
       }
     }
     for (ElementFacts* pane : panes) {
-      moveDrawn(*pane, between(*pane, *find(pane->parent)));
+      moveDrawn(*pane, between(*pane, *find(pane->parent, elements_)));
     }
     return std::move(shifts_);
   }
 
   Shifts placePagesAndWindows() {
     for (const auto& [ref, element] : elements_) {
-      const ElementFacts* content = element->children.empty() ? nullptr : find(element->children.front());
+      const ElementFacts* content = element->children.empty() ? nullptr : find(element->children.front(), elements_);
       if (lacksPlace(*element) && content) {
         element->extents = content->extents;
       }
-      const ElementFacts* tab = find(element->parent);
-      const ElementFacts* tabs = tab && tab->role == role::pageTab ? find(tab->parent) : nullptr;
+      const ElementFacts* tab = find(element->parent, elements_);
+      const ElementFacts* tabs = tab && tab->role == role::pageTab ? find(tab->parent, elements_) : nullptr;
       if (tabs && tab->extents && tabs->extents && element->extents) {
         const Point shift = between(*tab, *tabs);
         shifts_.emplace(ref, shift);
@@ -90,14 +90,9 @@ class Corrections {
   }
 
  private:
-  ElementFacts* find(const ElementRef& element) const {
-    const auto found = elements_.find(element);
-    return found == elements_.end() ? nullptr : found->second.get();
-  }
-
   /// The element's far corner is the window's, counted from the control that opens it.
   bool fills(const ElementFacts& element, const WindowFacts& popup) const {
-    const ElementFacts* opener = find(element.parent);
+    const ElementFacts* opener = find(element.parent, elements_);
     if (!opener || !opener->extents || !element.extents || element.parent == frame_ || !element.is(state::showing)) {
       return false;
     }
@@ -107,12 +102,12 @@ class Corrections {
   }
 
   bool isOutside(const ElementFacts& outer, const ElementFacts& inner) const {
-    const ElementFacts* up = find(inner.parent);
+    const ElementFacts* up = find(inner.parent, elements_);
     for (size_t step = 0; up && step < elements_.size(); ++step) {
       if (up == &outer) {
         return true;
       }
-      up = find(up->parent);
+      up = find(up->parent, elements_);
     }
     return false;
   }
@@ -123,7 +118,7 @@ class Corrections {
       element.extents->y += shift.y;
     }
     for (const ElementRef& ref : element.children) {
-      if (ElementFacts* child = find(ref)) {
+      if (ElementFacts* child = find(ref, elements_)) {
         move(*child, shift);
       }
     }
@@ -131,7 +126,7 @@ class Corrections {
 
   void moveDrawn(ElementFacts& element, Point shift) {
     for (const ElementRef& ref : element.children) {
-      ElementFacts* child = find(ref);
+      ElementFacts* child = find(ref, elements_);
       const bool isRight = child && haveSameSize(element, *child) &&
                            isZero({between(element, *child).x - shift.x, between(element, *child).y - shift.y});
       if (child && !isRight) {

@@ -4,8 +4,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "backends/linux/atspi/FactsMap.h"
 #include "backends/linux/atspi/FrameMatching.h"
-#include "backends/linux/atspi/TreeWalk.h"
 #include "backends/linux/x11/WindowSystem.h"
 
 namespace jumplark::atspi {

@@ -7,11 +7,11 @@
 #include "backends/linux/atspi/AtspiCalls.h"
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/CoveredItems.h"
-#include "backends/linux/atspi/HolderNames.h"
 #include "backends/linux/atspi/NestedEntries.h"
 #include "backends/linux/atspi/OpenPopups.h"
 #include "backends/linux/atspi/RoleNames.h"
 #include "backends/linux/atspi/TypedBatch.h"
+#include "backends/linux/atspi/WordlessControls.h"
 
 namespace jumplark::atspi {
 namespace {

@@ -7,9 +7,9 @@
 #include "backends/linux/atspi/AtspiRoles.h"
 #include "backends/linux/atspi/CachedTree.h"
 #include "backends/linux/atspi/FactsWorthReading.h"
-#include "backends/linux/atspi/HolderNames.h"
 #include "backends/linux/atspi/RoleNames.h"
 #include "backends/linux/atspi/TypedBatch.h"
+#include "backends/linux/atspi/WordlessControls.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -87,8 +87,7 @@ void WalkSteps::leaveOutVanished(Level& level) {
 }
 
 const ElementFacts* WalkSteps::parentOf(const ElementFacts& element) const {
-  const auto parent = elements_.find(element.parent);
-  return parent == elements_.end() ? nullptr : parent->second.get();
+  return find(element.parent, elements_);
 }
 
 /// Swing counts the place of a page from its tab, though it lies beside all tabs.
@@ -190,10 +189,9 @@ void WalkSteps::askCaptions(TypedBatch& batch, const Level& all) {
     }
     batch.add<RelationSet>(calls::relations(*handleOf(element->ref)), [this, label = element->ref](RelationSet& set) {
       for (const auto& [type, targets] : set) {
-        const auto named = targets.empty() ? elements_.end() : elements_.find(targets.front());
-        if (type == calls::kRelationLabelFor && named != elements_.end() &&
-            mayNameAButton(plan_.toolkit, *named->second, elements_)) {
-          named->second->labelledBy.push_back(label);
+        ElementFacts* named = targets.empty() ? nullptr : find(targets.front(), elements_);
+        if (type == calls::kRelationLabelFor && named && mayNameAButton(plan_.toolkit, *named, elements_)) {
+          named->labelledBy.push_back(label);
         }
       }
     });

@@ -7,6 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "backends/linux/atspi/FactsMap.h"
 #include "backends/linux/atspi/MethodCall.h"
 #include "backends/linux/atspi/TextReading.h"
 #include "backends/linux/atspi/Toolkit.h"
@@ -18,8 +19,6 @@ class ReadAhead;
 class RoleNames;
 class TypedBatch;
 
-/// Facts by reference, while they are being collected.
-using FactsMap = std::unordered_map<ElementRef, std::shared_ptr<ElementFacts>, ElementRefHash>;
 using TextMap = std::unordered_map<ElementRef, TextFacts, ElementRefHash>;
 
 struct WalkPlan {

@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/HolderNames.h"
+#include "backends/linux/atspi/WordlessControls.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,16 +40,15 @@ bool endsLike(const ElementFacts& holder, const ElementFacts& control) {
 
 /// Null when nothing around the control speaks for it.
 const ElementFacts* holderOf(const ElementFacts& control, const FactsMap& elements) {
-  auto above = elements.find(control.parent);
-  for (int step = 0; step < kMostSteps && above != elements.end(); ++step) {
-    const ElementFacts& holder = *above->second;
-    if (!(holder.role == role::panel || holder.role == role::filler) || !endsLike(holder, control)) {
+  const ElementFacts* holder = find(control.parent, elements);
+  for (int step = 0; step < kMostSteps && holder; ++step) {
+    if (!(holder->role == role::panel || holder->role == role::filler) || !endsLike(*holder, control)) {
       return nullptr;
     }
-    if (hasWords(holder) || !holder.labelledBy.empty()) {
-      return &holder;
+    if (hasWords(*holder) || !holder->labelledBy.empty()) {
+      return holder;
     }
-    above = elements.find(holder.parent);
+    holder = find(holder->parent, elements);
   }
   return nullptr;
 }
@@ -70,12 +69,15 @@ void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements) {
     }
   }
   for (const auto& [place, controls] : held) {
-    if (controls.size() == 1) {
-      controls.front()->name = place.first->name;
-      controls.front()->description = place.first->description;
-      if (!hasWords(*place.first)) {
-        controls.front()->labelledBy = place.first->labelledBy;
-      }
+    if (controls.size() != 1) {
+      continue;
+    }
+    const ElementFacts& holder = *place.first;
+    ElementFacts& control = *controls.front();
+    control.name = holder.name;
+    control.description = holder.description;
+    if (!hasWords(holder)) {
+      control.labelledBy = holder.labelledBy;
     }
   }
 }
@@ -83,9 +85,8 @@ void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements) {
 bool mayNameAButton(const Toolkit& toolkit, const ElementFacts& element, const FactsMap& elements) {
   return toolkit.family == ToolkitFamily::gtk3 && element.role == role::filler && !hasWords(element) &&
          std::any_of(element.children.begin(), element.children.end(), [&](const ElementRef& child) {
-           const auto found = elements.find(child);
-           return found != elements.end() && isButton(*found->second) && lacksWords(*found->second) &&
-                  endsLike(element, *found->second);
+           const ElementFacts* inner = find(child, elements);
+           return inner && isButton(*inner) && lacksWords(*inner) && endsLike(element, *inner);
          });
 }
 
@@ -97,14 +98,11 @@ void nameExtensionsOfToolBars(const Toolkit& toolkit, FactsMap& elements) {
     if (bar->role != role::toolBar || bar->children.empty()) {
       continue;
     }
-    const auto first = elements.find(bar->children.front());
-    if (first == elements.end() || hasWords(*first->second)) {
-      continue;
-    }
+    ElementFacts* first = find(bar->children.front(), elements);
     // In a main window it opens the tool bar, elsewhere a menu.
-    if (first->second->role == role::checkBox || first->second->role == role::pushButton) {
-      first->second->name = localized("More");
-      first->second->description = ">>";
+    if (first && !hasWords(*first) && (first->role == role::checkBox || first->role == role::pushButton)) {
+      first->name = localized("More");
+      first->description = ">>";
     }
   }
 }
