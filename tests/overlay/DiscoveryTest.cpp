@@ -135,8 +135,12 @@ TEST(Discovery, TheSelectionIsExplainedAfterASecondWithoutTheBox) {
   EXPECT_EQ(test.shown(), "nothing");
 }
 
-TEST(Discovery, StopsAtOnceWhenDeactivated) {
+TEST(Discovery, StopsAtOnceWhenDeactivatedAndDoesNotStartWhileItIsSwitchedOff) {
   Discovery test;
+  test.controller->setEnabled(false);
+  test.activate();
+  EXPECT_FALSE(test.controller->isActive());
+  test.controller->setEnabled(true);
   test.activate();
   test.activate();
   test.pointTo({10, 10});
@@ -191,16 +195,6 @@ TEST(Discovery, ALookUpThatOutlivesTheActivationShowsNothingAndHoldsNobodyUp) {
     EXPECT_EQ(test.screen().popoversShown(), 0) << hitTime << " " << readTime;
     test.controller = nullptr;
   }
-}
-
-TEST(Discovery, DoesNotStartWhileItIsSwitchedOff) {
-  Discovery test;
-  test.controller->setEnabled(false);
-  test.activate();
-  EXPECT_FALSE(test.controller->isActive());
-  test.pointTo({10, 10});
-  test.pass(2000);
-  EXPECT_EQ(test.screen().popoversShown(), 0);
 }
 
 }  // namespace

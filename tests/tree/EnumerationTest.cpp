@@ -160,16 +160,13 @@ std::string barDesktop(const std::string& hits) {
       kNoDock + "\"hits\":[" + hits + "],");
 }
 
-TEST(Enumeration, MenuExtrasAreFoundFromTheRightUntilTheFourthMiss) {
+TEST(Enumeration, MenuExtrasAreFoundFromTheRightUntilTheFourthMissWithoutTheBarsOwnItems) {
   // The bar's middle row is y = 990 (bottom-left), which is row 9 from the top.
   RecordedFixture desktop(barDesktop(R"([385,9,"clock"],[355,9,"net"],[325,9,"button"],[310,9,"button"],[295,9,null],
                                         [280,9,null],[265,9,"far"])"));
   EXPECT_EQ(enumerated(desktop, true), "Root(app(bar(file MenuExtras(clock net))))");
-}
-
-TEST(Enumeration, MenuExtrasLeaveOutTheBarsOwnItems) {
-  RecordedFixture desktop(barDesktop(R"([385,9,"file"])"));
-  EXPECT_EQ(enumerated(desktop, true), "Root(app(bar(file MenuExtras)))");
+  RecordedFixture ownItem(barDesktop(R"([385,9,"file"])"));
+  EXPECT_EQ(enumerated(ownItem, true), "Root(app(bar(file MenuExtras)))");
 }
 
 std::string pageDesktop(const std::string& parameterized, const std::string& hits = "") {

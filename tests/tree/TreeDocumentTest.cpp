@@ -33,6 +33,7 @@ TEST(JLElementNode, AddsVariantsOnlyWhereTheyDiffer) {
       {R"(3.0)", {{"Title", "3"}}},
       {R"(true)", {{"Title", "1"}}},
       {R"("<&\"'>")", {{"Title", "<&\"'>"}}},
+      {R"("a\u0001b\u0000c")", {{"Title", "a\uFFFDb\uFFFDc"}, {"Title_Latin", "a b c"}}},
   };
   for (const Case& c : cases) {
     RecordedFixture desktop(desktopWithTitle(c.title));
@@ -40,14 +41,6 @@ TEST(JLElementNode, AddsVariantsOnlyWhereTheyDiffer) {
     const JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element("e"));
     EXPECT_EQ(node->textDictionary(), c.expected) << c.title;
   }
-}
-
-TEST(JLElementNode, ControlCharactersBecomeReplacementCharacters) {
-  RecordedFixture desktop(desktopWithTitle(R"("a\u0001b\u0000c")"));
-  const auto tree = JLElementTree::tree();
-  const JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element("e"));
-  ASSERT_FALSE(node->textDictionary().empty());
-  EXPECT_EQ(node->textDictionary().front().second, "a\uFFFDb\uFFFDc");
 }
 
 TEST(JLElementNode, TitleElementGivesASecondText) {

@@ -100,12 +100,6 @@ TEST_F(Crash, IsToldWithoutNamesWhenLookingForThemHasEndedTheProgram) {
   EXPECT_THAT(reports(), HasSubstr("aborts"));
 }
 
-TEST_F(Crash, WithoutAPlaceForTheReportEndsByItsSignalAllTheSame) {
-  write(folder_ / "crashes", "no folder");
-  EXPECT_EQ(crash("reads nowhere")->wait(), 128 + SIGSEGV);
-  EXPECT_EQ(read(folder_ / "crashes"), "no folder");
-}
-
 TEST_F(Crash, WithoutRoomForTheReportEndsByItsSignalAllTheSame) {
   desktop::Process program({"bash", "-c", R"(ulimit -f 0; exec "$@")", "-", JUMPLARK_CRASHING, "crash",
                             folder_ / "crashes", "reads nowhere"},

@@ -40,8 +40,8 @@ TEST_P(Overlay, DrawsBoxesOnTheirPixelsAndLetsClicksThrough) {
   for (const int y : {50, 109}) {
     EXPECT_TRUE(shows(150, y, kBlack)) << "upper and lower edges";
   }
-  for (const auto& [x, y] : {std::pair(99, 80), {300, 80}, {150, 49}, {150, 110}, {101, 51}}) {
-    EXPECT_TRUE(x == 101 || shows(x, y, kWhite));
+  for (const auto& [x, y] : {std::pair(99, 80), {300, 80}, {150, 49}, {150, 110}}) {
+    EXPECT_TRUE(shows(x, y, kWhite));
   }
   // The later box lies in front of the earlier.
   EXPECT_TRUE(shows(500, 100, kBlack));

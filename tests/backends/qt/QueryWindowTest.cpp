@@ -12,11 +12,6 @@ namespace {
 using desktop::waitUntil;
 using desktop::WindowManager;
 
-struct Place {
-  int x;
-  int y;
-};
-
 class QueryWindow : public ViewsTest, public testing::WithParamInterface<WindowManager> {
  protected:
   void SetUp() override {
@@ -47,10 +42,7 @@ class QueryWindow : public ViewsTest, public testing::WithParamInterface<WindowM
 };
 
 TEST_P(QueryWindow, TakesTheKeyboardAtItsPlaceAndGivesItBack) {
-  const std::vector<Place> places = {{300, 500}, {0, 0}, {540, 620}};
-  for (const auto& place : places) {
-    const int x = place.x;
-    const int y = place.y;
+  for (const auto& [x, y] : {std::pair(300, 500), {0, 0}, {540, 620}}) {
     views_->showQueryWindow(x, y);
     const uint32_t window = views_->queryWindow();
     EXPECT_TRUE(isActive(window));

@@ -166,13 +166,6 @@ TEST(RecordedDesktop, RefusesJsonThatIsNestedTooDeep) {
   EXPECT_EQ(errorOf(attribute(repeated("[", 90) + repeated("]", 90))), "");
 }
 
-TEST(RecordedDesktop, AcceptsCircles) {
-  EXPECT_EQ(
-      errorOf(R"({"elements": {"a": {"attributes": {"AXParent":{"ref":"b"}, "AXChildren":[{"ref":"a"},{"ref":"b"}]}},
-                                     "b": {"attributes": {"AXParent":{"ref":"a"}, "AXChildren":[{"ref":"a"}]}}}})"),
-      "");
-}
-
 TEST(RecordedDesktop, LeavesWhatIsNotSaidAtItsDefault) {
   const RecordedDesktop empty = load("{}");
   EXPECT_THAT(empty.screens, IsEmpty());

@@ -100,21 +100,6 @@ TEST_F(DefaultsFileTest, NoticesWhatOtherProgramsDoToTheFile) {
   EXPECT_TRUE(await([&] { return heard == "null"; })) << "the folder that was moved away is no longer ours";
 }
 
-TEST_F(DefaultsFileTest, LosesNoKeyThatAnotherProgramWrote) {
-  open();
-  for (int number = 0; number < 50; ++number) {
-    json theirs = std::filesystem::exists(path_) ? stored() : json::object();
-    theirs["Theirs"] = number;
-    write(folder_ / "edited", theirs.dump());
-    std::filesystem::create_directories(path_.parent_path());
-    std::filesystem::rename(folder_ / "edited", path_);
-    defaults_->setValue("Ours" + std::to_string(number), number);
-    ASSERT_TRUE(defaults_->synchronize());
-    ASSERT_EQ(stored().value("Theirs", -1), number);
-  }
-  EXPECT_EQ(stored().size(), 51U);
-}
-
 TEST_F(DefaultsFileTest, TwoInstancesThatWriteAtOnceLoseNothing) {
   open();
   SystemQueues otherQueues;

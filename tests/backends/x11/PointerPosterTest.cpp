@@ -15,7 +15,6 @@ namespace jumplark {
 namespace {
 
 using desktop::waitUntil;
-using desktop::WindowManager;
 using testing::ElementsAre;
 
 constexpr MouseEvent moved(double x, double y) {
@@ -30,6 +29,7 @@ constexpr MouseEvent up(double x, double y, int64_t clickState = 1) {
 
 class PointerPosterTest : public X11Test {
  protected:
+  void SetUp() override { start({.windowManager = desktop::WindowManager::none}); }
   xcb_query_pointer_reply_t pointer() const {
     const auto reply = x11::takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));
     return reply ? *reply : xcb_query_pointer_reply_t{};
@@ -60,7 +60,6 @@ class PointerPosterTest : public X11Test {
 };
 
 TEST_F(PointerPosterTest, clicksThePixelMeant) {
-  start({.windowManager = WindowManager::none});
   WindowClient client(*session_, {"200x100+50+60", "--title", "Target"});
   PointerPoster poster(x_);
   poster.post(moved(123, 87));
@@ -82,7 +81,6 @@ TEST_F(PointerPosterTest, clicksThePixelMeant) {
 }
 
 TEST_F(PointerPosterTest, aSecondPressOrReleaseChangesNothing) {
-  start({.windowManager = WindowManager::none});
   WindowClient client(*session_, {"200x100+0+0", "--title", "Target"});
   PointerPoster poster(x_);
   poster.post(up(10, 10));
@@ -97,7 +95,6 @@ TEST_F(PointerPosterTest, aSecondPressOrReleaseChangesNothing) {
 }
 
 TEST_F(PointerPosterTest, pressesTheLeftButtonOfALeftHandedMapping) {
-  start({.windowManager = WindowManager::none});
   WindowClient client(*session_, {"200x100+0+0", "--title", "Target"});
   ASSERT_EQ(session_->run({"xmodmap", "-e", "pointer = 3 2 1 4 5"}).status, 0);
   PointerPoster poster(x_);
@@ -108,7 +105,6 @@ TEST_F(PointerPosterTest, pressesTheLeftButtonOfALeftHandedMapping) {
 }
 
 TEST_F(PointerPosterTest, heldModifiersDoNotColourTheClickAndLocksStayOn) {
-  start({.windowManager = WindowManager::none});
   WindowClient client(*session_, {"200x100+0+0", "--title", "Target"});
   session_->keys({"key", "Caps_Lock", "key", "Num_Lock"});
   session_->keys({"keydown", "Super_L", "keydown", "Shift_L", "keydown", "Control_R", "keydown", "Alt_L"});
@@ -124,7 +120,6 @@ TEST_F(PointerPosterTest, heldModifiersDoNotColourTheClickAndLocksStayOn) {
 }
 
 TEST_F(PointerPosterTest, theButtonComesUpWhenTheProcessEndsInWhateverWay) {
-  start({.windowManager = WindowManager::none});
   const std::pair<const char*, std::function<void(pid_t)>> deaths[] = {
       {"killed", [](pid_t child) { kill(child, SIGKILL); }},
       {"interrupted with all of its group", [](pid_t child) { kill(-child, SIGINT); }},
@@ -146,7 +141,6 @@ TEST_F(PointerPosterTest, theButtonComesUpWhenTheProcessEndsInWhateverWay) {
 }
 
 TEST_F(PointerPosterTest, destructionReleasesTheButtonAndEndsTheGuard) {
-  start({.windowManager = WindowManager::none});
   {
     PointerPoster poster(x_);
     poster.post(down(10, 10));
@@ -163,7 +157,6 @@ TEST_F(PointerPosterTest, destructionReleasesTheButtonAndEndsTheGuard) {
 
 // The guard outlives the process for a moment; what the process had grabbed must not.
 TEST_F(PointerPosterTest, theGuardKeepsNoOtherConnectionOpen) {
-  start({.windowManager = WindowManager::none});
   std::shared_ptr<X11Connection> grabbing;
   std::shared_ptr<PointerPoster> poster;
   const auto grab = [](const X11Connection& x) {
@@ -187,7 +180,6 @@ TEST_F(PointerPosterTest, theGuardKeepsNoOtherConnectionOpen) {
 }
 
 TEST_F(PointerPosterTest, aLostServerIsNoHindrance) {
-  start({.windowManager = WindowManager::none});
   X11Input input(x_);
   input.postMouseEvent(down(10, 10), event_location::session);
   session_.reset();

@@ -15,10 +15,12 @@
 #include <xcb/xcb.h>
 #include <xcb/xcb_icccm.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -27,6 +29,8 @@ namespace {
 xcb_connection_t* connection;
 xcb_screen_t* screen;
 uint32_t menuLevels = 0;
+bool wantsPid = true;
+bool churns = false;
 std::vector<xcb_window_t> menu;
 
 xcb_atom_t atom(const std::string& name) {
@@ -76,69 +80,66 @@ struct Options {
   char** end;
   const char* text() { return next < end ? *next++ : ""; }
   uint32_t number() { return static_cast<uint32_t>(std::strtoul(text(), nullptr, 0)); }
+  std::vector<uint32_t> numbers(size_t count) {
+    std::vector<uint32_t> result(count);
+    std::generate(result.begin(), result.end(), [this] { return number(); });
+    return result;
+  }
 };
 
-xcb_rectangle_t rectangle(Options& options) {
-  xcb_rectangle_t r{};
-  r.x = static_cast<int16_t>(options.number());
-  r.y = static_cast<int16_t>(options.number());
-  r.width = static_cast<uint16_t>(options.number());
-  r.height = static_cast<uint16_t>(options.number());
-  return r;
-}
-
-void shape(xcb_window_t window, xcb_shape_sk_t kind, const xcb_rectangle_t& r) {
+void shape(xcb_window_t window, xcb_shape_sk_t kind, Options& options) {
+  const auto x = static_cast<int16_t>(options.number());
+  const auto y = static_cast<int16_t>(options.number());
+  const auto width = static_cast<uint16_t>(options.number());
+  const xcb_rectangle_t r{x, y, width, static_cast<uint16_t>(options.number())};
   xcb_shape_rectangles(connection, XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, window, 0, 0, 1, &r);
 }
 
-void apply(const std::string& name, Options& options, xcb_window_t window, bool& wantsPid, bool& churns) {
-  if (name == "--title") {
-    setText(window, atom("_NET_WM_NAME"), atom("UTF8_STRING"), options.text());
-  } else if (name == "--latin1-title") {
-    setText(window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, options.text());
-  } else if (name == "--class") {
-    const std::string instance = options.text();
-    setText(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, instance + '\0' + options.text() + '\0');
-  } else if (name == "--type") {
-    const std::string type = options.text();
-    setNumbers(window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, {atom("_NET_WM_WINDOW_TYPE_" + type)});
-  } else if (name == "--modal") {
-    setNumbers(window, "_NET_WM_STATE", XCB_ATOM_ATOM, {atom("_NET_WM_STATE_MODAL")});
-  } else if (name == "--transient") {
-    setNumbers(window, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, {options.number()});
-  } else if (name == "--application-id") {
-    setText(window, atom("_GTK_APPLICATION_ID"), atom("UTF8_STRING"), options.text());
-  } else if (name == "--input") {
-    shape(window, XCB_SHAPE_SK_INPUT, rectangle(options));
-  } else if (name == "--bounding") {
-    shape(window, XCB_SHAPE_SK_BOUNDING, rectangle(options));
-  } else if (name == "--gtk-extents") {
-    const uint32_t left = options.number();
-    const uint32_t right = options.number();
-    const uint32_t top = options.number();
-    setNumbers(window, "_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, {left, right, top, options.number()});
-  } else if (name == "--strut") {
-    std::vector<uint32_t> values(12, 0);
-    for (size_t side = 0; side < 4; ++side) {
-      values[side] = options.number();
+std::vector<uint32_t> strut(Options& options) {
+  std::vector<uint32_t> values = options.numbers(4);
+  const std::vector<uint32_t> extent = options.numbers(2);
+  for (size_t side = 0; side < 4; ++side) {
+    for (const uint32_t end : extent) {
+      values.push_back(values[side] > 0 ? end : 0);
     }
-    const uint32_t begin = options.number();
-    const uint32_t end = options.number();
-    for (size_t side = 0; side < 4; ++side) {
-      values[4 + 2 * side] = values[side] > 0 ? begin : 0;
-      values[5 + 2 * side] = values[side] > 0 ? end : 0;
-    }
-    setNumbers(window, "_NET_WM_STRUT_PARTIAL", XCB_ATOM_CARDINAL, values);
-  } else if (name == "--menu") {
-    menuLevels = options.number();
-  } else if (name == "--no-pid") {
-    wantsPid = false;
-  } else if (name == "--churn") {
-    churns = true;
-  } else if (name != "--override-redirect") {
+  }
+  return values;
+}
+
+/// What each argument does to the window.
+const std::map<std::string, void (*)(xcb_window_t, Options&)> kArguments = {
+    {"--title", [](auto w, auto& o) { setText(w, atom("_NET_WM_NAME"), atom("UTF8_STRING"), o.text()); }},
+    {"--latin1-title", [](auto w, auto& o) { setText(w, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, o.text()); }},
+    {"--class",
+     [](auto w, auto& o) {
+       const std::string instance = o.text();
+       setText(w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, instance + '\0' + o.text() + '\0');
+     }},
+    {"--type",
+     [](auto w, auto& o) {
+       setNumbers(w, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, {atom(std::string("_NET_WM_WINDOW_TYPE_") + o.text())});
+     }},
+    {"--modal", [](auto w, auto&) { setNumbers(w, "_NET_WM_STATE", XCB_ATOM_ATOM, {atom("_NET_WM_STATE_MODAL")}); }},
+    {"--transient", [](auto w, auto& o) { setNumbers(w, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, {o.number()}); }},
+    {"--application-id",
+     [](auto w, auto& o) { setText(w, atom("_GTK_APPLICATION_ID"), atom("UTF8_STRING"), o.text()); }},
+    {"--input", [](auto w, auto& o) { shape(w, XCB_SHAPE_SK_INPUT, o); }},
+    {"--bounding", [](auto w, auto& o) { shape(w, XCB_SHAPE_SK_BOUNDING, o); }},
+    {"--gtk-extents", [](auto w, auto& o) { setNumbers(w, "_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, o.numbers(4)); }},
+    {"--strut", [](auto w, auto& o) { setNumbers(w, "_NET_WM_STRUT_PARTIAL", XCB_ATOM_CARDINAL, strut(o)); }},
+    {"--menu", [](auto, auto& o) { menuLevels = o.number(); }},
+    {"--no-pid", [](auto, auto&) { wantsPid = false; }},
+    {"--churn", [](auto, auto&) { churns = true; }},
+    {"--override-redirect", [](auto, auto&) {}},
+};
+
+void apply(const std::string& name, Options& options, xcb_window_t window) {
+  const auto argument = kArguments.find(name);
+  if (argument == kArguments.end()) {
     std::fprintf(stderr, "unknown argument %s\n", name.c_str());
     std::exit(2);
   }
+  argument->second(window, options);
 }
 
 void churn() {
@@ -181,28 +182,18 @@ void closeLevel(const xcb_key_press_event_t& key) {
 }
 
 void print(const xcb_generic_event_t* event) {
-  switch (event->response_type & 0x7F) {
-    case XCB_BUTTON_PRESS:
-    case XCB_BUTTON_RELEASE: {
-      const auto* e = reinterpret_cast<const xcb_button_press_event_t*>(event);
-      const bool press = (event->response_type & 0x7F) == XCB_BUTTON_PRESS;
-      std::printf("%s %d %d %d 0x%x\n", press ? "press" : "release", e->detail, e->event_x, e->event_y, e->state);
-      break;
-    }
-    case XCB_KEY_PRESS:
-    case XCB_KEY_RELEASE: {
-      const auto* e = reinterpret_cast<const xcb_key_press_event_t*>(event);
-      const bool press = (event->response_type & 0x7F) == XCB_KEY_PRESS;
-      std::printf("%s %d 0x%x\n", press ? "key" : "keyrelease", e->detail, e->state);
-      if (press) {
-        closeLevel(*e);
-      }
-      break;
-    }
-    default:
-      break;
+  const int type = event->response_type & 0x7F;
+  const auto* e = reinterpret_cast<const xcb_button_press_event_t*>(event);  // those of keys are alike
+  if (type == XCB_BUTTON_PRESS || type == XCB_BUTTON_RELEASE) {
+    const char* const word = type == XCB_BUTTON_PRESS ? "press" : "release";
+    std::printf("%s %d %d %d 0x%x\n", word, e->detail, e->event_x, e->event_y, e->state);
+  } else if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
+    std::printf("%s %d 0x%x\n", type == XCB_KEY_PRESS ? "key" : "keyrelease", e->detail, e->state);
   }
   std::fflush(stdout);
+  if (type == XCB_KEY_PRESS) {
+    closeLevel(*reinterpret_cast<const xcb_key_press_event_t*>(event));
+  }
 }
 
 }  // namespace
@@ -218,12 +209,9 @@ int main(int argc, char** argv) {
     overrideRedirect = overrideRedirect || std::strcmp(argv[i], "--override-redirect") == 0;
   }
   const xcb_window_t window = createWindow(argv[1], overrideRedirect);
-  bool wantsPid = true;
-  bool churns = false;
   Options options{argv + 2, argv + argc};
   while (options.next < options.end) {
-    const std::string name = options.text();
-    apply(name, options, window, wantsPid, churns);
+    apply(options.text(), options, window);
   }
   if (wantsPid) {
     setNumbers(window, "_NET_WM_PID", XCB_ATOM_CARDINAL, {static_cast<uint32_t>(getpid())});

@@ -92,16 +92,6 @@ TEST(Return, WithoutAQueryClicksWhereThePointerIs) {
   EXPECT_EQ(fixture.metrics.eventsNamed("action.click.no-target"), std::vector<MetricData>{{}});
 }
 
-TEST(Return, WithNothingSelectedBeepsAndStays) {
-  EngineFixture fixture;
-  fixture.open();
-  fixture.typeAndSettle("zzz");
-  fixture.press(key_code::returnKey);
-  EXPECT_TRUE(fixture.isActive());
-  EXPECT_EQ(fixture.desktop->input().beepCount(), 1);
-  EXPECT_TRUE(fixture.clicks().empty());
-}
-
 struct Meanwhile {
   const char* name;
   std::function<void(EngineFixture&)> act;  ///< after Return and before its matches
@@ -230,10 +220,14 @@ TEST(ControlTaps, MoveThePointerAndThenFocus) {
   EXPECT_TRUE(fixture.clicks().empty());
 }
 
-TEST(ControlTaps, FocusingWithoutAMatchOnlyEnds) {
+TEST(Keys, WithoutAMatchReturnBeepsAndFocusingOnlyEnds) {
   EngineFixture fixture;
   fixture.open();
   fixture.typeAndSettle("zzz");
+  fixture.press(key_code::returnKey);
+  EXPECT_TRUE(fixture.isActive());
+  EXPECT_EQ(fixture.desktop->input().beepCount(), 1);
+  EXPECT_TRUE(fixture.clicks().empty());
   fixture.tapControl();
   EXPECT_TRUE(fixture.isActive());
   fixture.tapControl();

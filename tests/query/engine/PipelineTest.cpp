@@ -12,12 +12,15 @@ size_t snapshotsTaken(EngineFixture& fixture) {
   return fixture.metrics.eventsNamed("enumeration").size();
 }
 
-TEST(QueryPipeline, MatchesWhatIsTypedAfterTheQuietInterval) {
+TEST(QueryPipeline, MatchesWhatIsTypedAfterTheQuietIntervalAndIsWorkingOnlyWithoutACompletedQuery) {
   EngineFixture fixture;
+  EXPECT_TRUE(fixture.engine->isWorking().value()) << "no completed query is unequal to the empty one";
   fixture.open();
+  EXPECT_FALSE(fixture.engine->isWorking().value());
   EXPECT_TRUE(fixture.window().isKey());
   EXPECT_EQ(fixture.completedQuery(), "") << "matches of the empty query are in place";
   fixture.type("sa");
+  EXPECT_FALSE(fixture.engine->isWorking().value()) << "typing alone does not count";
   fixture.advance(milliseconds(99));
   EXPECT_TRUE(fixture.matches().empty());
   fixture.advance(milliseconds(2));
@@ -27,6 +30,8 @@ TEST(QueryPipeline, MatchesWhatIsTypedAfterTheQuietInterval) {
   EXPECT_FALSE(fixture.engine->isWorking().value());
   EXPECT_EQ(fixture.desktop->views().overlay().shownLayers().size(), 2U);
   EXPECT_EQ(snapshotsTaken(fixture), 1U) << "one for the tree and the matching together, none for a keystroke";
+  fixture.press(key_code::escape);
+  EXPECT_TRUE(fixture.engine->isWorking().value());
 }
 
 TEST(QueryPipeline, ANewerKeystrokeReplacesThePendingOne) {
@@ -47,19 +52,6 @@ TEST(QueryPipeline, ANewerKeystrokeReplacesThePendingOne) {
   fixture.onMain([&] { fixture.window().typeText("e"); });
   fixture.advance(milliseconds(101));
   EXPECT_EQ(completed, (Strings{"se", "se"}));
-}
-
-TEST(QueryPipeline, IsWorkingFollowsTheCompletedQueryAlone) {
-  EngineFixture fixture;
-  EXPECT_TRUE(fixture.engine->isWorking().value()) << "no completed query is unequal to the empty one";
-  fixture.open();
-  EXPECT_FALSE(fixture.engine->isWorking().value());
-  fixture.type("sa");
-  EXPECT_FALSE(fixture.engine->isWorking().value()) << "typing alone does not count";
-  fixture.advance(milliseconds(101));
-  EXPECT_FALSE(fixture.engine->isWorking().value());
-  fixture.press(key_code::escape);
-  EXPECT_TRUE(fixture.engine->isWorking().value());
 }
 
 TEST(QueryPipeline, RefreshTakesANewSnapshotAndMatchesTheQueryAgain) {
