@@ -4,10 +4,10 @@
 #include <chrono>
 #include <vector>
 
-#include "backends/linux/DesktopCheck.h"
+#include "backends/linux/system/DesktopCheck.h"
 #include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
-#include "backends/linux/atspi/AtspiChecks.h"
+#include "backends/linux/atspi/bus/AtspiChecks.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "cli/Commands.h"
 #include "cli/Snapshot.h"

@@ -5,6 +5,8 @@
 #include <regex>
 #include <sstream>
 
+#include "support/TemporaryFolder.h"
+
 namespace jumplark::repository {
 namespace {
 
@@ -92,11 +94,15 @@ class Layers {
 
 }  // namespace
 
-std::vector<std::string> addedFolders(const std::string& cmakeText) {
+std::vector<std::string> addedFolders(const std::filesystem::path& root, const std::string& folder) {
   static const std::regex kAdded(R"(add_subdirectory\(([^)\s]+)\))");
+  const std::string cmakeText = testing::readFile(root / folder / "CMakeLists.txt");
   std::vector<std::string> folders;
   for (std::sregex_iterator match(cmakeText.begin(), cmakeText.end(), kAdded), end; match != end; ++match) {
-    folders.push_back((*match)[1]);
+    const std::string added = (folder.empty() ? "" : folder + "/") + (*match)[1].str();
+    const std::vector<std::string> below = addedFolders(root, added);
+    folders.insert(folders.end(), below.begin(), below.end());
+    folders.push_back(added);
   }
   return folders;
 }

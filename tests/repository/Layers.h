@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -11,8 +12,8 @@ struct Source {
   std::string text;
 };
 
-/// The folders that a CMake file adds, in its order.
-std::vector<std::string> addedFolders(const std::string& cmakeText);
+/// The folders below `folder` that the CMake files of `root` add, in their order, what a folder adds itself before it.
+std::vector<std::string> addedFolders(const std::filesystem::path& root, const std::string& folder = "");
 
 /// What breaks the layers, one sentence an offence, with path and line:
 /// - an include of a folder that comes after the file's own in `order`, or that is not in it;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "backends/linux/atspi/AtspiChecks.h"
+#include "backends/linux/atspi/bus/AtspiChecks.h"
 #include "backends/linux/x11/X11Checks.h"
 
 namespace jumplark {

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "backends/linux/DesktopCheck.h"
+#include "backends/linux/system/DesktopCheck.h"
 
 namespace jumplark {
 

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "backends/linux/atspi/AtspiAccessibility.h"
-#include "backends/linux/atspi/AtspiElementSource.h"
-#include "backends/linux/atspi/AtspiNotifications.h"
+#include "backends/linux/atspi/source/AtspiElementSource.h"
+#include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
+#include "backends/linux/atspi/vocabulary/AtspiNotifications.h"
 #include "backends/linux/system/SystemRandom.h"
 #include "backends/linux/x11/DesktopEntries.h"
 #include "backends/linux/x11/X11Connection.h"

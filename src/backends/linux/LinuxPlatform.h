@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "backends/linux/DesktopCheck.h"
+#include "backends/linux/system/DesktopCheck.h"
 #include "platform/Platform.h"
 #include "platform/Workspace.h"
 

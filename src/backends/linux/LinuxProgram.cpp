@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "backends/linux/CrashFacts.h"
-#include "backends/linux/DesktopCheck.h"
 #include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
-#include "backends/linux/atspi/WorkWhileWaiting.h"
+#include "backends/linux/atspi/bus/WorkWhileWaiting.h"
 #include "backends/linux/crash/CrashFolder.h"
 #include "backends/linux/crash/CrashHandlers.h"
 #include "backends/linux/qt/QtAppViews.h"
@@ -21,6 +20,7 @@
 #include "backends/linux/system/AutostartFile.h"
 #include "backends/linux/system/CurlHttp.h"
 #include "backends/linux/system/DefaultsFile.h"
+#include "backends/linux/system/DesktopCheck.h"
 #include "backends/linux/system/LinuxFacts.h"
 #include "backends/linux/system/PrivateFiles.h"
 #include "backends/linux/system/SystemQueues.h"

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
 #include "backends/atspi/SourceFixture.h"
-#include "backends/linux/atspi/AtspiCalls.h"
-#include "backends/linux/atspi/TypedBatch.h"
+#include "backends/linux/atspi/bus/AtspiCalls.h"
+#include "backends/linux/atspi/bus/TypedBatch.h"
 
 namespace jumplark::atspi {
 namespace {

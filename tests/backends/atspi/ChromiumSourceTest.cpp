@@ -6,8 +6,8 @@
 #include <string>
 
 #include "SourceFixture.h"
-#include "backends/linux/atspi/AtspiRoles.h"
-#include "backends/linux/atspi/ChromiumReader.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/ChromiumReader.h"
 #include "desktop/support/Process.h"
 
 namespace jumplark::atspi {

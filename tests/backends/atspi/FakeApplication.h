@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "backends/atspi/PrivateBus.h"
-#include "backends/linux/atspi/ElementFacts.h"
+#include "backends/linux/atspi/element/ElementFacts.h"
 
 namespace jumplark::atspi {
 

@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "backends/linux/atspi/AtspiRoles.h"
-#include "backends/linux/atspi/ElementFacts.h"
-#include "backends/linux/atspi/TextUnits.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/element/TextUnits.h"
+#include "backends/linux/atspi/source/ElementSource.h"
 
 namespace jumplark::atspi {
 

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
-#include "backends/linux/atspi/AtspiRoles.h"
-#include "backends/linux/atspi/FrameMatching.h"
-#include "backends/linux/atspi/SnapshotReader.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/FrameMatching.h"
+#include "backends/linux/atspi/reading/SnapshotReader.h"
 
 namespace jumplark::atspi {
 namespace {

@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "backends/atspi/SourceFixture.h"
-#include "backends/linux/atspi/AllowedCalls.h"
-#include "backends/linux/atspi/AtspiAccessibility.h"
+#include "backends/linux/atspi/bus/TimeBudget.h"
+#include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -57,10 +57,10 @@ struct Eager final : CallRunner {
   }
 };
 
-TEST(AllowedCalls, FailAtOnceWhenTheTimeOfTheirApplicationIsSpent) {
+TEST(TimeBudget, FailAtOnceWhenTheTimeOfTheirApplicationIsSpent) {
   Eager eager;
   bool unlimited = false;
-  AllowedCalls allowed(eager, [&] { return unlimited; });
+  TimeBudget allowed(eager, [&] { return unlimited; });
   const auto errorOf = [&](const std::string& busName) {
     return allowed.run({{busName, "/", "i", "m", {}, nullptr}}, TimePoint::max())[0].error;
   };

@@ -9,8 +9,8 @@
 
 #include "backends/atspi/FakeApplication.h"
 #include "backends/atspi/FakeWindows.h"
-#include "backends/linux/atspi/AtspiElementSource.h"
-#include "backends/linux/atspi/AtspiRoles.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/source/AtspiElementSource.h"
 
 namespace jumplark::atspi {
 

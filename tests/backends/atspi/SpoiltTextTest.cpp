@@ -5,7 +5,7 @@
 
 #include "backends/atspi/SourceFixture.h"
 #include "backends/atspi/SpoiltSocket.h"
-#include "backends/linux/atspi/AtspiAccessibility.h"
+#include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 
 namespace jumplark::atspi {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "backends/atspi/FakeSource.h"
 #include "backends/atspi/FakeWindows.h"
-#include "backends/linux/atspi/AtspiAccessibility.h"
+#include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 
 namespace jumplark::atspi {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "backends/linux/DesktopCheck.h"
+#include "backends/linux/system/DesktopCheck.h"
 
 namespace jumplark {
 

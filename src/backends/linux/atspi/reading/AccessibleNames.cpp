@@ -1,0 +1,110 @@
+#include "backends/linux/atspi/reading/AccessibleNames.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "backends/linux/atspi/element/FactsWorthReading.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/element/TextUnits.h"
+#include "platform/Texts.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// A border around the control.
+constexpr double kTolerance = 4;
+/// LibreOffice's fields stand seven deep in what names them.
+constexpr int kMostSteps = 10;
+
+bool hasWords(const ElementFacts& element) {
+  return !isBlank(element.name) || !isBlank(element.description);
+}
+
+bool isButton(const ElementFacts& element) {
+  return element.role == role::pushButton || element.role == role::toggleButton;
+}
+
+bool lacksWords(const ElementFacts& element) {
+  const bool isField = element.role == role::text || element.role == role::entry;
+  return (isField || (isButton(element) && isBlank(element.shortText))) && element.is(state::showing) &&
+         element.extents && !hasWords(element) && element.labelledBy.empty();
+}
+
+bool endsLike(const ElementFacts& holder, const ElementFacts& control) {
+  return holder.extents && std::abs(holder.extents->y - control.extents->y) <= kTolerance &&
+         std::abs(holder.extents->maxY() - control.extents->maxY()) <= kTolerance;
+}
+
+/// Null when nothing around the control speaks for it.
+const ElementFacts* holderOf(const ElementFacts& control, const FactsMap& elements) {
+  const ElementFacts* holder = find(control.parent, elements);
+  for (int step = 0; step < kMostSteps && holder; ++step) {
+    if (!(holder->role == role::panel || holder->role == role::filler) || !endsLike(*holder, control)) {
+      return nullptr;
+    }
+    if (hasWords(*holder) || !holder->labelledBy.empty()) {
+      return holder;
+    }
+    holder = find(holder->parent, elements);
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements) {
+  if (toolkit.family != ToolkitFamily::gtk3) {
+    return;
+  }
+  std::map<std::pair<const ElementFacts*, bool>, std::vector<ElementFacts*>> held;
+  for (const auto& [ref, element] : elements) {
+    if (!lacksWords(*element)) {
+      continue;
+    }
+    if (const ElementFacts* holder = holderOf(*element, elements)) {
+      held[{holder, isButton(*element)}].push_back(element.get());
+    }
+  }
+  for (const auto& [place, controls] : held) {
+    if (controls.size() != 1) {
+      continue;
+    }
+    const ElementFacts& holder = *place.first;
+    ElementFacts& control = *controls.front();
+    control.name = holder.name;
+    control.description = holder.description;
+    if (!hasWords(holder)) {
+      control.labelledBy = holder.labelledBy;
+    }
+  }
+}
+
+bool mayNameAButton(const Toolkit& toolkit, const ElementFacts& element, const FactsMap& elements) {
+  return toolkit.family == ToolkitFamily::gtk3 && element.role == role::filler && !hasWords(element) &&
+         std::any_of(element.children.begin(), element.children.end(), [&](const ElementRef& child) {
+           const ElementFacts* inner = find(child, elements);
+           return inner && isButton(*inner) && lacksWords(*inner) && endsLike(element, *inner);
+         });
+}
+
+void nameExtensionsOfToolBars(const Toolkit& toolkit, FactsMap& elements) {
+  if (toolkit.family != ToolkitFamily::qt) {
+    return;
+  }
+  for (const auto& [ref, bar] : elements) {
+    if (bar->role != role::toolBar || bar->children.empty()) {
+      continue;
+    }
+    ElementFacts* first = find(bar->children.front(), elements);
+    // In a main window it opens the tool bar, elsewhere a menu.
+    if (first && !hasWords(*first) && (first->role == role::checkBox || first->role == role::pushButton)) {
+      first->name = localized("More");
+      first->description = ">>";
+    }
+  }
+}
+
+}  // namespace jumplark::atspi

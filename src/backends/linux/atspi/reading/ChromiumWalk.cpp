@@ -1,0 +1,313 @@
+#include "backends/linux/atspi/reading/ChromiumWalk.h"
+
+#include <algorithm>
+
+#include "backends/linux/atspi/bus/AtspiCalls.h"
+#include "backends/linux/atspi/bus/TypedBatch.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/ChildrenByPlace.h"
+#include "backends/linux/atspi/reading/ComboChoices.h"
+#include "backends/linux/atspi/reading/PageOcclusion.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Chromium names the children of a long list in quadratic time: 1000 in some 10 ms, 10000 in a second.
+constexpr int64_t kMostChildren = 1500;
+/// Up to so many children are asked one by one.
+constexpr int64_t kFewChildren = 30;
+constexpr uint64_t kStatesOfFace =
+    (1ULL << state::showing) | (1ULL << state::visible) | (1ULL << state::enabled) | (1ULL << state::sensitive);
+constexpr uint32_t kPlainInterfaces = interface_bit::component | interface_bit::text;
+
+bool isLeaf(uint32_t number) {
+  return number == role::staticText || number == role::image || number == role::separator;
+}
+
+/// Elements that consist of what they say.
+bool isNamedByItsFace(uint32_t number) {
+  switch (number) {
+    case role::link:
+    case role::heading:
+    case role::pushButton:
+    case role::toggleButton:
+    case role::checkBox:
+    case role::radioButton:
+    case role::pageTab:
+    case role::menuItem:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool hasFurtherInterfaces(uint32_t number) {
+  switch (number) {
+    case role::slider:
+    case role::dial:
+    case role::spinButton:
+    case role::progressBar:
+    case role::levelBar:
+    case role::scrollBar:
+    case role::dateEditor:
+    case role::splitPane:
+    case role::table:
+    case role::treeTable:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool isBlank(const std::string& text) {
+  constexpr std::string_view kNoBreakSpace = "\xC2\xA0";
+  for (size_t at = 0; at < text.size();) {
+    if (text.compare(at, kNoBreakSpace.size(), kNoBreakSpace) == 0) {
+      at += kNoBreakSpace.size();
+    } else if (text[at] == ' ' || (text[at] >= '\t' && text[at] <= '\r')) {
+      ++at;
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// The text of an element has this character for each thing in it that is not a text.
+constexpr std::string_view kObjectReplacement = "\xEF\xBF\xBC";
+constexpr int32_t kLongestLine = 1000;
+constexpr double kHighestLine = 40;
+
+bool isOneLineOfWords(const std::string& text) {
+  return !isBlank(text) && text.size() < kLongestLine && text.find(kObjectReplacement) == std::string::npos;
+}
+
+}  // namespace
+
+void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
+  Level all;
+  Level level;
+  if (auto first = claim(start, parent)) {
+    start_ = first;
+    level.push_back(std::move(first));
+  }
+  while (!level.empty() && !stopped()) {
+    readIdentities(level);
+    readDetails(level);
+    all.insert(all.end(), level.begin(), level.end());
+    level = readChildren(level);
+  }
+  complete_ = complete_ && level.empty();
+  leaveOutNoise(all);
+  PageOcclusion covers(runner_, plan_.deadline);
+  covers.begin(all);
+  readFurther(all);
+  covers.finish();
+  readChoices(runner_, all, plan_.deadline);
+}
+
+FactsPointer ChromiumWalk::emptyPage() const {
+  if (documents_.empty() && start_ && start_->childCount == 0) {
+    return start_;
+  }
+  for (const auto& document : documents_) {
+    if (document->is(state::showing) && document->childCount == 0) {
+      return document;
+    }
+  }
+  return nullptr;
+}
+
+bool ChromiumWalk::isFaceOfItsParent(const ElementFacts& element) const {
+  const ElementFacts* parent = parentOf(element);
+  return parent && isNamedByItsFace(parent->role) && !isBlank(parent->name);
+}
+
+void ChromiumWalk::readIdentities(Level& level) {
+  TypedBatch batch;
+  Level faces;
+  for (const auto& element : level) {
+    ElementFacts& e = *element;
+    const bool isFace = isFaceOfItsParent(e);
+    if (isFace) {
+      faces.push_back(element);
+    }
+    if (e.has(facts::identity)) {
+      continue;
+    }
+    batch.add<uint32_t>(
+        calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; }, noting());
+    if (!isFace) {
+      askStates(batch, e);
+    }
+  }
+  batch.run(runner_, plan_.deadline);
+  for (const auto& face : faces) {
+    if (isLeaf(face->role)) {
+      face->states = kStatesOfFace;
+      face->interfaces = kPlainInterfaces;
+      face->childCount = 0;
+      face->known |= facts::identity | facts::children;
+    } else {
+      askStates(batch, *face);
+    }
+  }
+  batch.run(runner_, plan_.deadline);
+  leaveOutVanished(level);
+}
+
+void ChromiumWalk::readDetails(const Level& level) {
+  TypedBatch batch;
+  for (const auto& element : level) {
+    ElementFacts& e = *element;
+    if (!e.is(state::showing)) {
+      e.known |= facts::extents;
+      continue;
+    }
+    if (e.has(facts::children)) {
+      continue;  // a face
+    }
+    e.known |= kRead;
+    e.interfaces = kPlainInterfaces;
+    askExtents(batch, e);
+    if (isLeaf(e.role)) {
+      // The description of a picture would say what its name says.
+      askName(batch, e);
+      e.childCount = 0;
+      continue;
+    }
+    askTexts(batch, e);
+    if (e.role == role::link) {
+      batch.add<std::string>(calls::text(*handleOf(e.ref), 0, kLongestLine), [this, &e](std::string& text) {
+        if (isOneLineOfWords(text)) {
+          worded_.insert(&e);
+        }
+      });
+    } else if (!isNamedByItsFace(e.role)) {
+      askChildCount(batch, e);
+    }
+    if (hasFurtherInterfaces(e.role)) {
+      askInterfaces(batch, e);
+    }
+  }
+  batch.run(runner_, plan_.deadline);
+}
+
+ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
+  TypedBatch batch;
+  Level next;
+  std::vector<std::pair<ElementFacts*, std::vector<ElementRef>>> found;
+  std::vector<ElementFacts*> large;
+  std::vector<std::unique_ptr<ManyChildren>> many;
+  for (const auto& element : level) {
+    ElementFacts& e = *element;
+    if (e.role == role::documentWeb && e.is(state::showing)) {
+      documents_.push_back(element);
+    }
+    const ElementFacts* parent = parentOf(e);
+    const bool isClosedMenu = parent && parent->role == role::menuBar;
+    if (!e.has(kRead) || e.childCount == 0 || isClosedMenu) {
+      continue;
+    }
+    if (e.childCount > kMostChildren) {
+      large.push_back(&e);
+      continue;
+    }
+    if (isOneLine(e)) {
+      e.childCount = 0;
+      continue;
+    }
+    if (e.childCount > kFewChildren) {
+      many.push_back(std::make_unique<ManyChildren>(e));
+      many.back()->ask(batch);
+      continue;
+    }
+    batch.add<std::vector<ElementRef>>(
+        calls::children(*handleOf(e.ref)),
+        [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
+  }
+  batch.run(runner_, plan_.deadline);
+  for (const auto& asked : many) {
+    if (asked->answered()) {
+      asked->askMore(batch);
+    } else if (!stopped()) {
+      ElementFacts& e = *asked->container;
+      batch.add<std::vector<ElementRef>>(
+          calls::children(*handleOf(e.ref)),
+          [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
+    }
+  }
+  batch.run(runner_, plan_.deadline);
+  for (const auto& asked : many) {
+    adoptShowing(*asked, next);
+  }
+  for (auto& [container, children] : found) {
+    container->childCount = static_cast<int64_t>(children.size());
+    // A container's text is that of its children; a caption is nevertheless read as one.
+    if (!children.empty() && container->name.empty() && container->role != role::label) {
+      container->interfaces &= ~interface_bit::text;
+    }
+    adopt(*container, children, next);
+  }
+  for (ElementFacts* container : large) {
+    container->childrenAreVisibleOnly = true;
+    container->interfaces &= ~interface_bit::text;
+    const Rect part = visiblePart(*container);
+    if (!stopped() && !part.isNull()) {
+      adopt(*container, childrenByPlace(runner_, *container, part, plan_.deadline), next);
+    }
+  }
+  return next;
+}
+
+bool ChromiumWalk::isOneLine(const ElementFacts& element) const {
+  return worded_.contains(&element) && !isBlank(element.name) && element.extents &&
+         element.extents->height <= kHighestLine;
+}
+
+void ChromiumWalk::adoptShowing(const ManyChildren& many, Level& next) {
+  if (!many.answered()) {
+    return;
+  }
+  ElementFacts& container = *many.container;
+  container.childrenAreVisibleOnly = true;
+  if (container.name.empty() && container.role != role::label) {
+    container.interfaces &= ~interface_bit::text;
+  }
+  const size_t first = next.size();
+  adopt(container, many.showing(), next);
+  for (size_t i = first; i < next.size(); ++i) {
+    many.describe(*next[i]);
+  }
+}
+
+bool ChromiumWalk::isNoise(const ElementFacts& element) const {
+  if (element.role != role::staticText || !element.has(kRead)) {
+    return false;
+  }
+  if (isBlank(element.name)) {
+    return true;
+  }
+  const ElementFacts* parent = parentOf(element);
+  if (!parent || parent->role != role::listItem || !element.extents || !parent->extents) {
+    return false;
+  }
+  const Rect& entry = *parent->extents;
+  return element.extents->maxX() <= entry.minX() || element.extents->minX() >= entry.maxX();
+}
+
+void ChromiumWalk::leaveOutNoise(Level& all) {
+  std::erase_if(all, [this](const auto& element) {
+    if (!isNoise(*element)) {
+      return false;
+    }
+    if (const auto parent = elements_.find(element->parent); parent != elements_.end()) {
+      std::erase(parent->second->children, element->ref);
+      parent->second->childCount = std::max<int64_t>(parent->second->childCount - 1, 0);
+    }
+    elements_.erase(element->ref);
+    return true;
+  });
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,250 @@
+#include "backends/linux/atspi/reading/Gtk4Tree.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <tuple>
+
+#include "backends/linux/atspi/bus/AtspiCalls.h"
+#include "backends/linux/atspi/bus/TypedBatch.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/Gtk4Decorations.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Points at which rivals are told apart, as parts of their common place; off the middle, where a gap is likely.
+constexpr std::array<std::pair<double, double>, 5> kProbes{
+    {{0.5, 0.47}, {0.23, 0.21}, {0.77, 0.23}, {0.21, 0.79}, {0.79, 0.77}}};
+constexpr int kMostAncestors = 100;
+
+bool isButton(uint32_t number) {
+  return number == role::pushButton || number == role::toggleButton;
+}
+
+Rect united(const Rect& a, const Rect& b) {
+  const double x = std::min(a.minX(), b.minX());
+  const double y = std::min(a.minY(), b.minY());
+  return {x, y, std::max(a.maxX(), b.maxX()) - x, std::max(a.maxY(), b.maxY()) - y};
+}
+
+/// What a control says on the screen is looked for as well when its name is another.
+void describeBy(ElementFacts& control, const std::string& labels) {
+  if (control.description.empty() && labels != control.name) {
+    control.description = labels;
+  }
+}
+
+void addLabel(const ElementFacts& element, std::string& text) {
+  if (element.is(state::showing) && !element.name.empty()) {
+    text += (text.empty() ? "" : " ") + element.name;
+  }
+}
+
+bool hasPlaceOfItsOwn(const ElementFacts& element) {
+  return (element.interfaces & interface_bit::component) != 0;
+}
+
+}  // namespace
+
+void Gtk4Tree::settle(const Elements& all) {
+  placePages(all);
+  hideUnreachable(all);
+  // The innermost first, so that a button in a button is bare already when the outer one is looked at.
+  for (auto element = all.rbegin(); element != all.rend(); ++element) {
+    if (!(*element)->is(state::showing)) {
+      continue;
+    }
+    if (isGtk4Control((*element)->role)) {
+      foldControl(**element);
+    } else if ((*element)->role == role::comboBox) {
+      foldComboBox(**element);
+    }
+  }
+}
+
+std::vector<ElementFacts*> Gtk4Tree::childrenOf(const ElementFacts& element) const {
+  std::vector<ElementFacts*> children;
+  for (const ElementRef& ref : element.children) {
+    if (ElementFacts* child = find(ref, elements_)) {
+      children.push_back(child);
+    }
+  }
+  return children;
+}
+
+void Gtk4Tree::placePages(const Elements& all) {
+  for (auto element = all.rbegin(); element != all.rend(); ++element) {
+    ElementFacts& page = **element;
+    if (hasPlaceOfItsOwn(page) || page.role == role::frame || !page.is(state::showing)) {
+      continue;
+    }
+    for (const ElementFacts* child : childrenOf(page)) {
+      if (child->is(state::showing) && child->extents) {
+        page.extents = page.extents ? united(*page.extents, *child->extents) : *child->extents;
+      }
+    }
+    if (!page.extents) {
+      page.hide();
+    }
+  }
+}
+
+std::vector<Gtk4Tree::Rivals> Gtk4Tree::rivalsIn(const Elements& all) const {
+  std::vector<Rivals> found;
+  for (const auto& parent : all) {
+    std::map<std::tuple<double, double, double, double>, Rivals> byPlace;
+    Rivals pages;
+    for (ElementFacts* child : childrenOf(*parent)) {
+      if (!child->is(state::showing) || !child->extents || child->children.empty()) {
+        continue;
+      }
+      const Rect& r = *child->extents;
+      (hasPlaceOfItsOwn(*child) ? byPlace[{r.x, r.y, r.width, r.height}] : pages).push_back(child);
+    }
+    byPlace[{0, 0, -1, -1}] = std::move(pages);
+    for (auto& [place, rivals] : byPlace) {
+      if (rivals.size() > 1) {
+        found.push_back(std::move(rivals));
+      }
+    }
+  }
+  return found;
+}
+
+void Gtk4Tree::hideUnreachable(const Elements& all) {
+  const std::vector<Rivals> groups = rivalsIn(all);
+  std::vector<std::vector<ElementRef>> hits(groups.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < groups.size(); ++i) {
+    const ElementFacts* parent = find(groups[i].front()->parent, elements_);
+    if (!parent || !hasPlaceOfItsOwn(*parent)) {
+      continue;
+    }
+    const Rect& place = *groups[i].front()->extents;
+    for (const auto& [right, down] : kProbes) {
+      const auto x = static_cast<int32_t>(place.x - plan_.offset.x + place.width * right);
+      const auto y = static_cast<int32_t>(place.y - plan_.offset.y + place.height * down);
+      batch.add<ElementRef>(calls::accessibleAtPoint(*handleOf(parent->ref), x, y, plan_.toolkit.coordinates()),
+                            [&hits, i](ElementRef& hit) { hits[i].push_back(hit); });
+    }
+  }
+  batch.run(runner_, plan_.deadline);
+  for (size_t i = 0; i < groups.size(); ++i) {
+    std::vector<const ElementFacts*> reached;
+    for (const ElementRef& hit : hits[i]) {
+      reached.push_back(rivalAbove(hit, groups[i]));
+    }
+    std::erase(reached, nullptr);
+    for (ElementFacts* rival : groups[i]) {
+      // Where nothing was hit nothing is known: then all of them stay.
+      if (!reached.empty() && std::find(reached.begin(), reached.end(), rival) == reached.end()) {
+        hideWithChildren(*rival);
+      }
+    }
+  }
+}
+
+ElementFacts* Gtk4Tree::rivalAbove(const ElementRef& hit, const Rivals& rivals) const {
+  ElementFacts* here = find(hit, elements_);
+  for (int i = 0; i < kMostAncestors && here; ++i) {
+    if (std::find(rivals.begin(), rivals.end(), here) != rivals.end()) {
+      return here;
+    }
+    here = find(here->parent, elements_);
+  }
+  return nullptr;
+}
+
+void Gtk4Tree::hideWithChildren(ElementFacts& element) {
+  element.hide();
+  for (ElementFacts* child : childrenOf(element)) {
+    hideWithChildren(*child);
+  }
+}
+
+bool Gtk4Tree::isDecoration(const ElementFacts& element, bool insideCombo) const {
+  if (element.is(state::showing) && !isPlainDecoration(element.role) && !(insideCombo && isButton(element.role))) {
+    return false;
+  }
+  const auto children = childrenOf(element);
+  return std::all_of(children.begin(), children.end(),
+                     [&](const ElementFacts* child) { return isDecoration(*child, insideCombo); });
+}
+
+void Gtk4Tree::addLabels(const ElementFacts& element, std::string& text) const {
+  if (element.role == role::label) {
+    addLabel(element, text);
+  }
+  for (const ElementFacts* child : childrenOf(element)) {
+    addLabels(*child, text);
+  }
+}
+
+void Gtk4Tree::remove(const ElementFacts& element) {
+  for (const ElementFacts* child : childrenOf(element)) {
+    remove(*child);
+  }
+  elements_.erase(ElementRef(element.ref));
+}
+
+void Gtk4Tree::foldControl(ElementFacts& control) {
+  std::string labels;
+  std::vector<ElementFacts*> decorations;
+  for (ElementFacts* child : childrenOf(control)) {
+    // A menu button is a button in a button.
+    if (isButton(control.role) && isButton(child->role) && child->children.empty()) {
+      addLabel(*child, labels);
+      decorations.push_back(child);
+    } else if (isDecoration(*child, false)) {
+      addLabels(*child, labels);
+      decorations.push_back(child);
+    } else if (control.role == role::pageTab) {
+      addLabels(*child, labels);
+    }
+  }
+  // The name of a tab may be "Tab", that of a button its text with the underscore of its shortcut, and both.
+  const bool isWrong =
+      control.role == role::pageTab || control.name.ends_with(' ' + labels) || isSameText(control.name, labels);
+  if (!labels.empty() && (control.name.empty() || isWrong)) {
+    control.name = labels;
+  }
+  describeBy(control, labels);
+  for (ElementFacts* child : decorations) {
+    const ElementRef ref = child->ref;
+    remove(*child);
+    std::erase(control.children, ref);
+  }
+  control.childCount = static_cast<int64_t>(control.children.size());
+}
+
+void Gtk4Tree::foldComboBox(ElementFacts& combo) {
+  // Its only child is a box, with an entry and a button, or with the button that covers it.
+  const auto boxes = childrenOf(combo);
+  if (boxes.empty() || boxes.front()->role != role::panel) {
+    return;
+  }
+  ElementFacts& box = *boxes.front();
+  const ElementRef boxRef = box.ref;
+  std::vector<ElementRef> parts;
+  if (!isDecoration(box, true)) {
+    parts = box.children;
+    for (ElementFacts* part : childrenOf(box)) {
+      part->parent = combo.ref;
+    }
+    elements_.erase(boxRef);
+  } else {
+    std::string labels;
+    addLabels(box, labels);
+    if (combo.name.empty()) {
+      combo.name = labels;
+    }
+    describeBy(combo, labels);
+    remove(box);
+  }
+  const auto at = std::find(combo.children.begin(), combo.children.end(), boxRef);
+  combo.children.insert(combo.children.erase(at), parts.begin(), parts.end());
+  combo.childCount = static_cast<int64_t>(combo.children.size());
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,108 @@
+#include "backends/linux/atspi/reading/Occlusion.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "backends/linux/atspi/element/Roles.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Pixels of an edge, which tell nobody what it is.
+constexpr double kLeastPart = 4;
+
+/// What is left of a part when something lies over one of its ends.
+void cutOff(double& from, double& to, double coverFrom, double coverTo) {
+  if (coverFrom <= from) {
+    from = std::max(from, coverTo);
+  } else if (coverTo >= to) {
+    to = std::min(to, coverFrom);
+  }
+}
+
+bool isTable(const ElementFacts& element) {
+  return element.role == role::table || element.role == role::tree || element.role == role::treeTable;
+}
+
+std::vector<ElementFacts*> placedChildren(const ElementFacts& element, const FactsMap& elements) {
+  std::vector<ElementFacts*> children;
+  for (const ElementRef& ref : element.children) {
+    ElementFacts* child = find(ref, elements);
+    if (child && child->extents) {
+      children.push_back(child);
+    }
+  }
+  return children;
+}
+
+/// The buttons of a row of tabs, or the strips that the headers of a table fill.
+std::vector<Rect> coversIn(const ElementFacts& container, const std::vector<ElementFacts*>& children) {
+  const Rect& whole = *container.extents;
+  std::vector<Rect> covers;
+  std::optional<Rect> top;
+  std::optional<Rect> side;
+  for (const ElementFacts* child : children) {
+    const Rect& r = *child->extents;
+    if (child->role == role::pushButton && !isTable(container)) {
+      covers.push_back(r);
+    } else if (child->role == role::tableColumnHeader) {
+      top = Rect{whole.x, r.y, whole.width, r.height};
+    } else if (child->role == role::tableRowHeader) {
+      side = Rect{r.x, whole.y, r.width, whole.height};
+    }
+  }
+  for (const auto& strip : {top, side}) {
+    if (strip) {
+      covers.push_back(*strip);
+    }
+  }
+  return covers;
+}
+
+bool mayBeOccluded(const ElementFacts& item) {
+  return item.role == role::pageTab || item.role == role::tableCell || item.role == role::listItem ||
+         item.role == role::treeItem;
+}
+
+/// `covers` are each as long or as high as what they lie over.
+bool isOccluded(const Rect& item, const Rect& container, const std::vector<Rect>& covers) {
+  const Rect part = intersection(item, container);
+  double left = part.minX();
+  double right = part.maxX();
+  double top = part.minY();
+  double bottom = part.maxY();
+  // The one at the end first, then the one before it.
+  for (size_t round = 0; round < covers.size(); ++round) {
+    for (const Rect& cover : covers) {
+      if (cover.minY() <= top && cover.maxY() >= bottom) {
+        cutOff(left, right, cover.minX(), cover.maxX());
+      } else if (cover.minX() <= left && cover.maxX() >= right) {
+        cutOff(top, bottom, cover.minY(), cover.maxY());
+      }
+    }
+  }
+  return right - left < kLeastPart || bottom - top < kLeastPart;
+}
+
+}  // namespace
+
+void hideOccludedItems(const Toolkit& toolkit, FactsMap& elements) {
+  if (toolkit.family != ToolkitFamily::qt) {
+    return;
+  }
+  for (const auto& [ref, element] : elements) {
+    if (!element->extents || !(element->role == role::pageTabList || isTable(*element))) {
+      continue;
+    }
+    const auto children = placedChildren(*element, elements);
+    const auto covers = coversIn(*element, children);
+    for (ElementFacts* child : children) {
+      if (!covers.empty() && mayBeOccluded(*child) && isOccluded(*child->extents, *element->extents, covers)) {
+        child->hide();
+      }
+    }
+  }
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,98 @@
+#include "backends/linux/atspi/reading/Popups.h"
+
+#include <algorithm>
+
+#include "backends/linux/atspi/element/Roles.h"
+
+namespace jumplark::atspi {
+namespace {
+
+bool isListOrMenu(uint32_t number) {
+  switch (number) {
+    case role::menu:
+    case role::popupMenu:
+    case role::list:
+    case role::listBox:
+    case role::tree:
+    case role::treeTable:
+    case role::table:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool isMenuEntry(uint32_t number) {
+  switch (number) {
+    case role::menu:
+    case role::menuItem:
+    case role::checkMenuItem:
+    case role::radioMenuItem:
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// A button of GTK 3's that opens a menu has the entries themselves for children, and says whether they show. One of
+/// Qt's that has an arrow for its menu beside it has the menu.
+void reparentMenuOfButton(const ElementRef& frame, const ElementFacts& button, FactsMap& elements) {
+  const std::vector<ElementRef> children = button.children;
+  for (const ElementRef& child : children) {
+    ElementFacts* entry = find(child, elements);
+    if (entry && (isMenuEntry(entry->role) || entry->role == role::popupMenu) && entry->is(state::showing) &&
+        entry->extents) {
+      if (entry->role == role::menu) {
+        // Below the window it would be the open menu itself, not the entry that opens it.
+        entry->role = role::menuItem;
+      }
+      reparent(frame, child, elements);
+    }
+  }
+}
+
+}  // namespace
+
+bool isOpenPopup(const FrameFacts& frame, const std::vector<MatchedFrame>& matched) {
+  const bool isKind = frame.role == role::window || frame.role == role::menu || frame.role == role::popupMenu;
+  const bool shows = ((frame.states >> static_cast<unsigned>(state::showing)) & 1U) != 0;
+  return isKind && shows && std::none_of(matched.begin(), matched.end(), [&](const MatchedFrame& one) {
+           return one.frame.element == frame.element;
+         });
+}
+
+void reparent(const ElementRef& frame, const ElementRef& popup, FactsMap& elements) {
+  ElementFacts* element = find(popup, elements);
+  ElementFacts* window = find(frame, elements);
+  if (!element || !window || element == window || element->parent == frame) {
+    return;
+  }
+  if (ElementFacts* above = find(element->parent, elements)) {
+    std::erase(above->children, popup);
+  }
+  window->children.push_back(popup);
+  element->parent = frame;
+}
+
+void reparentPopups(const ElementRef& frame, const std::vector<ElementRef>& popups, FactsMap& elements) {
+  std::vector<ElementRef> found = popups;
+  std::vector<const ElementFacts*> buttons;
+  for (const auto& [ref, element] : elements) {
+    if ((element->role == role::toggleButton || element->role == role::pushButton) && !element->children.empty()) {
+      buttons.push_back(element.get());
+    }
+    const ElementFacts* above = find(element->parent, elements);
+    if (above && above->role == role::comboBox && isListOrMenu(element->role) && element->is(state::showing) &&
+        element->extents && !(above->extents && *above->extents == *element->extents)) {
+      found.push_back(ref);
+    }
+  }
+  for (const ElementRef& popup : found) {
+    reparent(frame, popup, elements);
+  }
+  for (const ElementFacts* button : buttons) {
+    reparentMenuOfButton(frame, *button, elements);
+  }
+}
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_set>
+
+#include "backends/linux/atspi/bus/ReplayedCalls.h"
+#include "backends/linux/atspi/reading/ApplicationRegistry.h"
+#include "backends/linux/atspi/reading/CacheReader.h"
+#include "backends/linux/atspi/reading/ChromiumReader.h"
+#include "backends/linux/atspi/reading/FactsReader.h"
+#include "backends/linux/atspi/reading/Prefetch.h"
+#include "backends/linux/atspi/reading/Snapshot.h"
+
+namespace jumplark::atspi {
+
+/// Reads what an enumeration of one application is about to ask: the focused window whole, of the other windows only
+/// what they are. Of an application that owns a panel (a dock window) every frame is read whole.
+///
+/// Every toolkit answers the walk; what a toolkit's cache tells of its elements at once is not asked again.
+class SnapshotReader {
+ public:
+  /// The longest time that reading takes.
+  static constexpr auto kLimit = std::chrono::seconds(3);
+
+  SnapshotReader(BusConnection& bus, ApplicationRegistry& registry);
+
+  /// A read() of what shows of this application follows at once; its first questions go out now. Waits for nothing.
+  void expect(const ElementRef& application);
+  /// What was expected does not come.
+  void expectNothing() { replays_.drop(); }
+
+  /// At most kLimit; less when the application does not answer or `cancelled` says so. Never null: what could
+  /// not be read is missing from it.
+  std::unique_ptr<Snapshot> read(const ElementRef& application, bool visibleOnly,
+                                 const std::function<bool()>& cancelled);
+  /// Gets ready what makes the first snapshot slow: browsers show an empty frame until somebody asks for more than
+  /// names, GTK 4 makes elements when they are first asked for, nobody knows how long a cache takes to be told, and
+  /// only what was read once can be replayed.
+  /// Browsers, which open further windows, are asked each time; others once.
+  void wake(const ElementRef& application);
+
+ private:
+  std::unique_ptr<Snapshot> read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
+                                 const std::function<bool()>& cancelled);
+  std::shared_ptr<const Prefetch::Set> hiddenLastTime();
+  void rememberHidden(const Snapshot& snapshot);
+  void addOtherFrames(CallRunner& runner, Snapshot& snapshot, const std::vector<ElementRef>& frames,
+                      TimePoint deadline);
+  void readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan);
+  void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
+
+  BusConnection& bus_;
+  ApplicationRegistry& registry_;
+  CacheReader cache_;
+  ChromiumReader chromium_;
+  Replays replays_;
+  std::shared_ptr<RoleNames> roleNames_;
+  std::mutex mutex_;
+  std::unordered_set<std::string> woken_;  ///< bus names
+  /// What the last snapshot named and did not show, of an application whose cache cannot tell that; never null.
+  std::shared_ptr<const Prefetch::Set> hidden_ = std::make_shared<const Prefetch::Set>();
+};
+
+/// The frame that has, or would get, the keyboard: of the topmost normal window or dialog.
+ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vector<FrameFacts>& frames,
+                        bool hasWindows);
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,43 @@
+#include "backends/linux/atspi/source/KeptTransforms.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Applications that ended long ago are forgotten with all others.
+constexpr size_t kMostRemembered = 100;
+
+}  // namespace
+
+void KeptTransforms::keep(const std::string& busName, const CoordinateTransform& places) {
+  const std::lock_guard lock(mutex_);
+  if (places_.size() >= kMostRemembered && !places_.contains(busName)) {
+    places_.clear();
+  }
+  places_[busName] = places;
+}
+
+const CoordinateTransform* KeptTransforms::find(const ElementRef& element) const {
+  const AtspiHandle* handle = handleOf(element);
+  const auto found = handle ? places_.find(handle->busName()) : places_.end();
+  return found == places_.end() ? nullptr : &found->second;
+}
+
+Rect KeptTransforms::toPixels(const ElementRef& element, const Rect& told) const {
+  const std::lock_guard lock(mutex_);
+  const CoordinateTransform* places = find(element);
+  return places ? places->toPixels(element, told) : told;
+}
+
+Rect KeptTransforms::fromPixels(const ElementRef& element, const Rect& pixels) const {
+  const std::lock_guard lock(mutex_);
+  const CoordinateTransform* places = find(element);
+  return places ? places->fromPixels(element, pixels) : pixels;
+}
+
+Point KeptTransforms::shiftOf(const ElementRef& element) const {
+  const std::lock_guard lock(mutex_);
+  const CoordinateTransform* places = find(element);
+  return places ? places->shiftOf(element) : Point{};
+}
+
+}  // namespace jumplark::atspi

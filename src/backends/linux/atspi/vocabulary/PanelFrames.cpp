@@ -1,0 +1,64 @@
+#include "backends/linux/atspi/vocabulary/PanelFrames.h"
+
+#include <utility>
+
+#include "backends/linux/x11/WindowSystem.h"
+
+namespace jumplark::atspi {
+
+void PanelFrames::refresh() {
+  const std::lock_guard lock(mutex_);
+  known_ = false;
+  framesKnown_ = false;
+}
+
+PanelFrames::Applications PanelFrames::applications() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (known_) {
+      return applications_;
+    }
+  }
+  Applications found;
+  for (const auto& window : windows_.windowsFrontToBack()) {
+    if (window.type != WindowType::dock || window.pid < 0) {
+      continue;
+    }
+    const ElementRef application = source_.application(window.pid);
+    if (const AtspiHandle* handle = handleOf(application)) {
+      found.emplace(handle->busName(), application);
+    }
+  }
+  const std::lock_guard lock(mutex_);
+  applications_ = found;
+  known_ = true;
+  return found;
+}
+
+bool PanelFrames::isPanelApplication(const std::string& busName) {
+  return applications().contains(busName);
+}
+
+bool PanelFrames::isPanelFrame(const ElementRef& frame) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (known_ && framesKnown_) {
+      return frames_.contains(frame);
+    }
+  }
+  std::unordered_set<ElementRef, ElementRefHash> found;
+  for (const auto& [busName, application] : applications()) {
+    for (const auto& candidate : source_.frames(application)) {
+      const auto window = windows_.window(candidate.window);
+      if (window && window->type == WindowType::dock) {
+        found.insert(candidate.element);
+      }
+    }
+  }
+  const std::lock_guard lock(mutex_);
+  frames_ = std::move(found);
+  framesKnown_ = true;
+  return frames_.contains(frame);
+}
+
+}  // namespace jumplark::atspi

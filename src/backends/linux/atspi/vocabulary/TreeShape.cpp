@@ -1,0 +1,328 @@
+#include "backends/linux/atspi/vocabulary/TreeShape.h"
+
+#include <algorithm>
+
+#include "backends/linux/atspi/element/FactsWorthReading.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/vocabulary/Neighbours.h"
+#include "backends/linux/atspi/vocabulary/RoleMap.h"
+
+namespace jumplark::atspi {
+
+namespace {
+
+/// How far up the walks go; real trees hold cycles.
+constexpr int kMostAncestors = 100;
+/// A longer list is not looked through for menu bars and tabs.
+constexpr auto kLongList = static_cast<int64_t>(Neighbours::kMostLiveChildren);
+
+bool isMenuLike(const ElementFacts& element) {
+  switch (element.role) {
+    case role::menu:
+    case role::menuItem:
+    case role::checkMenuItem:
+    case role::radioMenuItem:
+    case role::popupMenu:
+    case role::comboBox:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool isOpenMenu(const ElementFacts& element) {
+  return element.role == role::menu || element.role == role::popupMenu;
+}
+
+/// A tab with its page, an expander with what it discloses.
+bool stripsContent(const ElementFacts& element) {
+  return element.role == role::pageTab || isDisclosure(element);
+}
+
+bool isRowObject(const ElementFacts& element) {
+  return element.role == role::tableRow || element.role == role::listItem || element.role == role::treeItem;
+}
+
+bool hasArea(const ElementFacts& element) {
+  return element.extents && element.extents->width > 0 && element.extents->height > 0;
+}
+
+bool overlapsVertically(const Rect& a, const Rect& b) {
+  return a.minY() < b.maxY() && b.minY() < a.maxY();
+}
+
+TreeShape::List listOf(const std::vector<FactsPointer>& all) {
+  std::vector<ElementRef> elements;
+  elements.reserve(all.size());
+  for (const auto& one : all) {
+    if (one) {
+      elements.push_back(one->ref);
+    }
+  }
+  const auto count = static_cast<int64_t>(elements.size());
+  return {count, std::make_shared<const std::vector<ElementRef>>(std::move(elements))};
+}
+
+}  // namespace
+
+void TreeShape::snapshotsChanged() {
+  const std::lock_guard lock(mutex_);
+  lists_.clear();
+  clips_.clear();
+  documentClips_.clear();
+  ++generation_;
+}
+
+bool TreeShape::isShowing(const ElementFacts& element) const {
+  if (!element.is(state::showing) || element.is(state::defunct)) {
+    return false;
+  }
+  return !element.has(facts::extents) || element.extents.has_value();
+}
+
+bool TreeShape::isReparentedMenuBar(const ElementFacts& element) const {
+  return element.role == role::menuBar && source_.menuBar(window(element)) == element.ref;
+}
+
+bool TreeShape::isBesideTab(const ElementFacts& content, const ElementFacts& tab) const {
+  if (tab.role != role::pageTab) {
+    return content.extents.has_value();
+  }
+  // A lone tab is hidden in some notebooks: it has no place, its page shows nevertheless.
+  return content.extents && !(tab.extents && intersects(*content.extents, *tab.extents));
+}
+
+ElementRef TreeShape::parent(const ElementFacts& element) const {
+  if (element.role == role::menuBar && isReparentedMenuBar(element)) {
+    return application(element);
+  }
+  const auto above = neighbours_.parentOf(element);
+  if (above && stripsContent(*above)) {
+    const auto tab = neighbours_.with(above, facts::extents);
+    const auto content = element.has(facts::extents) ? nullptr : neighbours_.get(element.ref, facts::extents);
+    if (tab->parent && isBesideTab(content ? *content : element, *tab)) {
+      return tab->parent;
+    }
+  }
+  return above && isStrayPopover(element, *above) ? window(element) : element.parent;
+}
+
+bool TreeShape::isStrayPopover(const ElementFacts& element, const ElementFacts& above) const {
+  if (element.role != role::panel || isContainerRole(roles_.role(above))) {
+    return false;
+  }
+  const auto claimed = neighbours_.get(above.ref, facts::children);
+  return claimed &&
+         std::find(claimed->children.begin(), claimed->children.end(), element.ref) == claimed->children.end();
+}
+
+ElementRef TreeShape::window(const ElementFacts& element) const {
+  if (element.role == role::application || !element.parent) {
+    return {};
+  }
+  ElementRef here = element.ref;
+  ElementRef up = element.parent;
+  for (int step = 0; step < kMostAncestors && up; ++step) {
+    const auto above = neighbours_.get(up, facts::identity);
+    if (!above) {
+      return {};
+    }
+    if (above->role == role::application) {
+      return here;
+    }
+    here = up;
+    up = above->parent;
+  }
+  return here;
+}
+
+ElementRef TreeShape::application(const ElementFacts& element) const {
+  if (element.role == role::application) {
+    return element.ref;
+  }
+  const auto frame = neighbours_.get(window(element), facts::identity);
+  return frame ? frame->parent : ElementRef();
+}
+
+Rect TreeShape::visibleRect(const ElementFacts& element) const {
+  if (!element.extents) {
+    return Rect::null();
+  }
+  // An open menu lies in a window of its own.
+  return isOpenMenu(element) ? *element.extents : intersection(*element.extents, clipAround(element, 0));
+}
+
+Rect TreeShape::clipAround(const ElementFacts& element, int depth) const {
+  const auto above = neighbours_.get(parent(element), facts::identity | facts::extents);
+  // What a menu or a combo box opens lies in a window of its own.
+  if (!above || above->role == role::application || isMenuLike(*above) || depth > kMostAncestors) {
+    return Rect::infinite();
+  }
+  uint64_t generation = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto known = clips_.find(above->ref);
+    if (known != clips_.end()) {
+      return known->second;
+    }
+    generation = generation_;
+  }
+  Rect clip = clipAround(*above, depth + 1);
+  if (hasArea(*above)) {
+    clip = intersection(clip, *above->extents);
+  }
+  if (neighbours_.isInSnapshot(above->ref)) {
+    const std::lock_guard lock(mutex_);
+    if (generation == generation_) {
+      clips_.emplace(above->ref, clip);
+    }
+  }
+  return clip;
+}
+
+Rect TreeShape::documentClip(const ElementFacts& element) const {
+  return documentClip(element, 0);
+}
+
+Rect TreeShape::documentClip(const ElementFacts& element, int depth) const {
+  if (element.role == role::application || depth > kMostAncestors) {
+    return Rect::infinite();
+  }
+  uint64_t generation = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto known = documentClips_.find(element.parent);
+    if (known != documentClips_.end()) {
+      return known->second;
+    }
+    generation = generation_;
+  }
+  const auto above = neighbours_.get(element.parent, facts::identity | facts::extents);
+  if (!above) {
+    return Rect::infinite();
+  }
+  const Rect clip = above->role == role::documentWeb ? visibleRect(*above) : documentClip(*above, depth + 1);
+  if (neighbours_.isInSnapshot(above->ref)) {
+    const std::lock_guard lock(mutex_);
+    if (generation == generation_) {
+      documentClips_.emplace(above->ref, clip);
+    }
+  }
+  return clip;
+}
+
+void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const {
+  to.push_back(tab);
+  const auto withExtents = neighbours_.with(tab, facts::extents | facts::children);
+  for (auto& content : neighbours_.childrenOf(*withExtents, facts::identity | facts::extents)) {
+    if (content && isBesideTab(*content, *withExtents)) {
+      to.push_back(std::move(content));
+    }
+  }
+}
+
+std::vector<FactsPointer> TreeShape::presented(const ElementFacts& element) const {
+  std::vector<FactsPointer> result;
+  const bool isTab = stripsContent(element);
+  const auto self = isTab ? neighbours_.get(element.ref, facts::identity | facts::extents) : nullptr;
+  for (auto& child : neighbours_.childrenOf(element, facts::identity | facts::extents)) {
+    if (!child || (isMenuLike(element) && !isShowing(*child)) || isReparentedMenuBar(*child)) {
+      continue;
+    }
+    if (stripsContent(*child)) {
+      addTabWithPage(child, result);
+    } else if (!(self && isBesideTab(*child, *self))) {
+      result.push_back(std::move(child));
+    }
+  }
+  if (element.role == role::application) {
+    if (auto bar = neighbours_.get(source_.menuBar(source_.focusedWindow(element.ref)), facts::identity)) {
+      result.push_back(std::move(bar));
+    }
+  }
+  return result;
+}
+
+TreeShape::List TreeShape::make(const ElementFacts& element, Which which) const {
+  auto all = presented(element);
+  if (which == Which::children) {
+    return listOf(all);
+  }
+  const auto self = neighbours_.get(element.ref, facts::identity | facts::extents);
+  const bool clips = self && hasArea(*self);
+  const Rect viewport = clips ? visibleRect(*self) : Rect::infinite();
+  std::erase_if(all, [&](const FactsPointer& child) {
+    if (!isShowing(*child) || !clips || !child->extents) {
+      return !isShowing(*child);
+    }
+    if (viewport.isNull()) {
+      return true;
+    }
+    // Rows are often wider than what shows of them, or begin left of it.
+    const bool isRow = which == Which::visibleRows && isRowObject(*child);
+    const bool isSeen = isRow ? overlapsVertically(*child->extents, viewport) : intersects(*child->extents, viewport);
+    return !isSeen && hasArea(*child);
+  });
+  return listOf(all);
+}
+
+TreeShape::List TreeShape::remembered(const ElementFacts& element, Which which) const {
+  if (!neighbours_.isInSnapshot(element.ref)) {
+    return make(element, which);
+  }
+  const std::pair key(element.ref.text(), which);
+  uint64_t generation = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto known = lists_.find(key);
+    if (known != lists_.end()) {
+      return known->second;
+    }
+    generation = generation_;
+  }
+  List made = make(element, which);
+  const std::lock_guard lock(mutex_);
+  if (generation == generation_) {
+    lists_.emplace(key, made);
+  }
+  return made;
+}
+
+TreeShape::List TreeShape::children(const ElementFacts& element) const {
+  const auto self = neighbours_.get(element.ref, facts::children);
+  if (!self) {
+    return {0, std::make_shared<const std::vector<ElementRef>>()};
+  }
+  const auto held = static_cast<int64_t>(self->children.size());
+  // What does not show of a large container is not read one by one for a snapshot: that would take minutes.
+  if (self->childrenAreVisibleOnly && neighbours_.isInSnapshot(element.ref)) {
+    return remembered(element, Which::children);
+  }
+  if (self->childrenAreVisibleOnly || self->childCount > std::max(held, kLongList)) {
+    return {std::max(self->childCount, held), nullptr};
+  }
+  if (held > kLongList) {
+    return {held, Elements(self, &self->children)};
+  }
+  return remembered(element, Which::children);
+}
+
+TreeShape::List TreeShape::visibleChildren(const ElementFacts& element) const {
+  return remembered(element, Which::visibleChildren);
+}
+
+TreeShape::List TreeShape::visibleRows(const ElementFacts& element) const {
+  return remembered(element, Which::visibleRows);
+}
+
+AccessibilityResult<std::vector<ElementRef>> TreeShape::slice(const ElementFacts& element, const List& list,
+                                                              int64_t index, int64_t count) const {
+  count = std::clamp<int64_t>(count, 0, list.count - index);
+  if (!list.elements) {
+    return source_.childrenInRange(element.ref, index, count);
+  }
+  const auto from = list.elements->begin() + index;
+  return std::vector<ElementRef>(from, from + count);
+}
+
+}  // namespace jumplark::atspi
