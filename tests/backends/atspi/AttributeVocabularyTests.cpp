@@ -112,9 +112,9 @@ TEST_F(AtspiVocabulary, TakesAWindowsPlaceFromTheXServerWithoutItsShadow) {
   auto& window = windows.windows.front();
   window.frame = {95, 75, 410, 330};
   EXPECT_EQ(get("win", "AXPosition").value, AttributeValue(Point{95, 75}));
-  window.client = {100, 100, 400, 300};
-  window.hasGtkFrameExtents = true;
-  window.gtkFrameExtents = {10, 10, 5, 15};
+  window.surface = {100, 100, 400, 300};
+  window.tellsShadow = true;
+  window.shadow = {10, 10, 5, 15};
   EXPECT_EQ(get("win", "AXPosition").value, AttributeValue(Point{110, 105}));
   EXPECT_EQ(get("win", "AXSize").value, AttributeValue(Size{380, 280}));
 }
@@ -195,7 +195,7 @@ TEST_F(AtspiVocabulary, PerformsTheActionsThatAreThere) {
   EXPECT_EQ(platform.performAction(source.ref("label"), "AXPress"), AccessibilityError::actionUnsupported);
   EXPECT_EQ(source.done, (std::vector<std::string>{"action app/button 0", "action app/button 1"}));
   EXPECT_EQ(platform.performAction(source.ref("win"), "AXRaise"), AccessibilityError::success);
-  EXPECT_EQ(windows.activations, (std::vector<std::pair<uint32_t, bool>>{{1, true}}));
+  EXPECT_EQ(windows.activations, (std::vector<std::pair<WindowId, bool>>{{1, true}}));
 }
 
 TEST_F(AtspiVocabulary, PassesErrorsOfTheApplicationOn) {

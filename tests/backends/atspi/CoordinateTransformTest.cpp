@@ -18,7 +18,7 @@ std::optional<Rect> placeOf(AtspiElementSource& source, const ElementRef& elemen
 class QtPlaces : public SourceFixture {};
 
 TEST_F(QtPlaces, CountInPixelsWhateverTheApplicationCountsIn) {
-  windows.windows[0].client = {200, 130, 600, 450};
+  windows.windows[0].surface = {200, 130, 600, 450};
   windows.windows[0].frame = {195, 100, 610, 485};
   app.add("frame", "ok", element(role::pushButton, "OK", {120, 60, 80, 30}));
   prepare();

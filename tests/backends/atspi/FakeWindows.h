@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 
@@ -14,35 +14,35 @@ namespace jumplark::atspi {
 class FakeWindows final : public WindowSystem {
  public:
   std::vector<WindowFacts> windows;
-  std::vector<std::pair<uint32_t, bool>> activations;
+  std::vector<std::pair<WindowId, bool>> activations;
 
-  WindowFacts& add(uint32_t id, int32_t pid, Rect frame, WindowType type = WindowType::normal) {
+  WindowFacts& add(WindowId id, int32_t pid, Rect frame, WindowType type = WindowType::normal) {
     return *windows.insert(windows.end(), made(id, pid, frame, type));
   }
-  WindowFacts& addInFront(uint32_t id, int32_t pid, Rect frame) {
+  WindowFacts& addInFront(WindowId id, int32_t pid, Rect frame) {
     return *windows.insert(windows.begin(), made(id, pid, frame, WindowType::normal));
   }
 
   std::vector<WindowFacts> windowsFrontToBack() override { return windows; }
-  std::optional<WindowFacts> window(uint32_t id) override {
+  std::optional<WindowFacts> window(WindowId id) override {
     return first([id](const WindowFacts& one) { return one.id == id; });
   }
-  uint32_t activeWindow() override { return windows.empty() ? 0 : windows.front().id; }
+  WindowId activeWindow() override { return windows.empty() ? WindowId() : windows.front().id; }
   std::optional<WindowFacts> topmostWindowAt(Point topLeft) override {
     return first([topLeft](const WindowFacts& one) { return one.frame.contains(topLeft); });
   }
-  std::vector<WindowFacts> unmanagedWindows() override { return {}; }
-  bool requestActive(uint32_t id, bool force) override {
+  std::vector<WindowFacts> popupsFrontToBack() override { return {}; }
+  bool requestActive(WindowId id, bool force) override {
     activations.emplace_back(id, force);
     return true;
   }
 
  private:
-  static WindowFacts made(uint32_t id, int32_t pid, Rect frame, WindowType type) {
+  static WindowFacts made(WindowId id, int32_t pid, Rect frame, WindowType type) {
     WindowFacts window;
     window.id = id;
     window.pid = pid;
-    window.client = window.frame = frame;
+    window.surface = window.frame = frame;
     window.type = type;
     return window;
   }

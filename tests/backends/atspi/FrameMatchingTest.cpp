@@ -15,7 +15,7 @@ WindowFacts window(uint32_t id, const std::string& title, Rect client, WindowTyp
   WindowFacts facts;
   facts.id = id;
   facts.title = title;
-  facts.client = client;
+  facts.surface = client;
   facts.frame = {client.x - 5, client.y - 24, client.width + 10, client.height + 29};
   facts.type = type;
   return facts;
@@ -31,7 +31,7 @@ std::string matches(const std::vector<FrameFacts>& frames, const std::vector<Win
                     const Toolkit& toolkit) {
   std::string text;
   for (const MatchedFrame& m : matchFrames(frames, windows, toolkit)) {
-    text += std::to_string(m.window.id) + ":" + handleOf(m.frame.element)->path().substr(1) + " ";
+    text += std::to_string(m.window.id.low) + ":" + handleOf(m.frame.element)->path().substr(1) + " ";
   }
   return text;
 }
@@ -44,8 +44,8 @@ TEST(FrameMatching, EveryToolkitsIdeaOfAFrameIsRecognised) {
   const Toolkit qt = toolkit("Qt", "6.4.2");
   const Toolkit browser = toolkit("Chromium", "120");
   WindowFacts shadowed = window(1, "Title", kClient);
-  shadowed.gtkFrameExtents = {26, 26, 23, 29};
-  shadowed.hasGtkFrameExtents = true;
+  shadowed.shadow = {26, 26, 23, 29};
+  shadowed.tellsShadow = true;
   const std::vector<WindowFacts> plain{window(1, "Title", kClient), window(2, "Other", {0, 0, 50, 50})};
   const std::vector<WindowFacts> shadow{shadowed, window(2, "Other", {0, 0, 50, 50})};
   const FrameFacts other = frame("other", "Other", {0, 0, 50, 50});

@@ -72,7 +72,7 @@ TEST_F(HitTest, KeepsTheWindowsOfOneApplicationApart) {
 TEST_F(HitTest, FindsAnOpenMenuInItsOwnWindowOnly) {
   source.add("menu", role::menu, "win", Rect{0, 0, 120, 80});
   source.add("item", role::menuItem, "menu", Rect{0, 0, 120, 20});
-  windows.addInFront(9, 10, {0, 0, 120, 80}).overrideRedirect = true;
+  windows.addInFront(9, 10, {0, 0, 120, 80}).isPopup = true;
   snapshot();
   EXPECT_EQ(hit(65, 10), "item");
   EXPECT_EQ(hit(65, 50), "menu") << "not the button behind it";

@@ -155,12 +155,12 @@ TEST_F(SourceFixture, OfALargeTableTheVisibleRowsAreRead) {
 TEST_F(SourceFixture, ASandboxedApplicationIsFoundByItsXClientOrByItsWindows) {
   constexpr int32_t kInside = 999'999;  // the process as its own namespace counts it
   windows.windows[0].pid = kInside;
-  EXPECT_EQ(source().application(kInside), app.root()) << "by the X client's process";
-  windows.windows[0].resourcePid = kInside;
+  EXPECT_EQ(source().application(kInside), app.root()) << "by the process that holds the windows' connection";
+  windows.windows[0].connectionPid = kInside;
   EXPECT_EQ(source().application(kInside), app.root()) << "by title and place";
   prepare();
   EXPECT_EQ(source().focusedWindow(app.root()), app.ref("frame"));
-  windows.windows[0].pid = windows.windows[0].resourcePid = kInside + 1;
+  windows.windows[0].pid = windows.windows[0].connectionPid = kInside + 1;
   windows.windows[0].title = "Something else";
   EXPECT_EQ(source().application(kInside + 1), ElementRef());
   EXPECT_EQ(source().application(kInside + 2), ElementRef());

@@ -35,7 +35,7 @@ class SourceFixture : public ::testing::Test {
     app.add("root", "frame", element(role::frame, "Window", {100, 50, 400, 300}));
     desktop.list(app);
     WindowFacts& window = windows.add(7, getpid(), {100, 50, 400, 300});
-    window.resourcePid = getpid();
+    window.connectionPid = getpid();
     window.title = "Window";
   }
 

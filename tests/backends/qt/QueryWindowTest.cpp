@@ -32,10 +32,10 @@ class QueryWindow : public ViewsTest, public testing::WithParamInterface<WindowM
     if (!facts) {
       return {};
     }
-    const auto& shadow = facts->gtkFrameExtents;
-    return {static_cast<int>(facts->client.x + shadow.left), static_cast<int>(facts->client.y + shadow.top),
-            static_cast<int>(facts->client.width - shadow.left - shadow.right),
-            static_cast<int>(facts->client.height - shadow.top - shadow.bottom)};
+    const auto& shadow = facts->shadow;
+    return {static_cast<int>(facts->surface.x + shadow.left), static_cast<int>(facts->surface.y + shadow.top),
+            static_cast<int>(facts->surface.width - shadow.left - shadow.right),
+            static_cast<int>(facts->surface.height - shadow.top - shadow.bottom)};
   }
 
   std::unique_ptr<WindowClient> other_;

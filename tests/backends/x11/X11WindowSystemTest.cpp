@@ -16,7 +16,9 @@ using testing::ElementsAre;
 
 std::vector<uint32_t> idsOf(const std::vector<WindowFacts>& windows) {
   std::vector<uint32_t> result;
-  std::ranges::transform(windows, std::back_inserter(result), &WindowFacts::id);
+  for (const WindowFacts& window : windows) {
+    result.push_back(static_cast<uint32_t>(window.id.low));
+  }
   return result;
 }
 
@@ -28,7 +30,7 @@ class X11WindowSystemTest : public X11Test {
   // What topmostWindowAt answers, 0 for none.
   uint32_t idAt(double x, double y) {
     const auto window = windows_->topmostWindowAt({x, y});
-    return window ? window->id : 0;
+    return window ? static_cast<uint32_t>(window->id.low) : 0;
   }
 };
 
@@ -39,7 +41,7 @@ TEST_P(X11EveryWindowManagerTest, listsWindowsFrontToBackAndActivatesTheOneAsked
   const WindowClient first(*session_, {"200x100+50+60", "--title", "First"});
   const WindowClient second(*session_, {"200x100+90+90", "--title", "Second"});
   const WindowClient third(*session_, {"200x100+400+300", "--title", "Third"});
-  EXPECT_THAT(idsOf(windows_->unmanagedWindows()), testing::IsEmpty());
+  EXPECT_THAT(idsOf(windows_->popupsFrontToBack()), testing::IsEmpty());
   const bool managed = GetParam() != WindowManager::none;
   ASSERT_TRUE(waitUntil([&] {
     return idsOf(windows_->windowsFrontToBack()) ==
@@ -63,11 +65,11 @@ TEST_P(X11EveryWindowManagerTest, tellsWhereTheClientsPixelsReallyAre) {
   const WindowClient client(*session_, {"300x200+150+120", "--title", "White"});
   ASSERT_TRUE(waitUntil([&] {
     const auto facts = windows_->window(client.window());
-    return facts && session_->pixel(static_cast<int>(facts->client.x), static_cast<int>(facts->client.y)) == 0xFFFFFF;
+    return facts && session_->pixel(static_cast<int>(facts->surface.x), static_cast<int>(facts->surface.y)) == 0xFFFFFF;
   }));
   const auto facts = windows_->window(client.window());
   ASSERT_TRUE(facts);
-  const Rect& c = facts->client;
+  const Rect& c = facts->surface;
   EXPECT_EQ((Size{c.width, c.height}), (Size{300, 200}));
   const int left = static_cast<int>(c.x);
   const int top = static_cast<int>(c.y);
@@ -104,14 +106,14 @@ TEST_F(X11WindowSystemTest, readsEveryFactOfAWindow) {
   EXPECT_EQ(facts->className, "Class");
   EXPECT_EQ(facts->applicationId, "org.example.App");
   EXPECT_EQ(facts->pid, main.pid());
-  EXPECT_EQ(facts->resourcePid, main.pid());
+  EXPECT_EQ(facts->connectionPid, main.pid());
   EXPECT_EQ(facts->type, WindowType::normal);
-  EXPECT_TRUE(facts->hasGtkFrameExtents);
-  EXPECT_EQ(facts->gtkFrameExtents.left, 26);
-  EXPECT_EQ(facts->gtkFrameExtents.right, 27);
-  EXPECT_EQ(facts->gtkFrameExtents.top, 23);
-  EXPECT_EQ(facts->gtkFrameExtents.bottom, 29);
-  EXPECT_FALSE(facts->modal || facts->hidden || facts->overrideRedirect || facts->transientFor != 0);
+  EXPECT_TRUE(facts->tellsShadow);
+  EXPECT_EQ(facts->shadow.left, 26);
+  EXPECT_EQ(facts->shadow.right, 27);
+  EXPECT_EQ(facts->shadow.top, 23);
+  EXPECT_EQ(facts->shadow.bottom, 29);
+  EXPECT_FALSE(facts->modal || facts->hidden || facts->isPopup || facts->transientFor);
 
   const auto second = windows_->window(dialog.window());
   ASSERT_TRUE(second);
@@ -120,7 +122,7 @@ TEST_F(X11WindowSystemTest, readsEveryFactOfAWindow) {
   EXPECT_EQ(second->type, WindowType::dialog) << "a transient window without a type";
   EXPECT_EQ(second->transientFor, main.window());
   EXPECT_TRUE(second->modal);
-  EXPECT_FALSE(second->hasGtkFrameExtents);
+  EXPECT_FALSE(second->tellsShadow);
 }
 
 TEST_F(X11WindowSystemTest, findsTheTopmostWindowThatTakesTheClick) {
@@ -128,8 +130,8 @@ TEST_F(X11WindowSystemTest, findsTheTopmostWindowThatTakesTheClick) {
   const WindowClient below(*session_, {"400x300+100+100", "--title", "Below"});
   const WindowClient above(*session_, {"200x150+150+150", "--title", "Above"});
   ASSERT_TRUE(becomesActive(above));
-  const Rect top = windows_->window(above.window())->client;
-  const Rect bottom = windows_->window(below.window())->client;
+  const Rect top = windows_->window(above.window())->surface;
+  const Rect bottom = windows_->window(below.window())->surface;
   EXPECT_EQ(idAt(top.midX(), top.midY()), above.window());
   EXPECT_EQ(idAt(bottom.maxX() - 5, bottom.maxY() - 5), below.window());
   EXPECT_EQ(idAt(5, 890), 0U) << "only the root";
@@ -139,13 +141,13 @@ TEST_F(X11WindowSystemTest, findsTheTopmostWindowThatTakesTheClick) {
                                       "POPUP_MENU", "--input", "0", "0", "120", "50"});
   EXPECT_EQ(idAt(200, 180), menu.window());
   EXPECT_EQ(idAt(200, 230), idAt(200, 262)) << "through the input shape";
-  EXPECT_EQ(idsOf(windows_->unmanagedWindows()), std::vector<uint32_t>{menu.window()});
+  EXPECT_EQ(idsOf(windows_->popupsFrontToBack()), std::vector<uint32_t>{menu.window()});
 
   const WindowClient shaped(
       *session_, {"100x100+160+160", "--override-redirect", "--title", "Shaped", "--bounding", "50", "0", "50", "100"});
   EXPECT_EQ(idAt(170, 170), menu.window()) << "beside the bounding shape";
   EXPECT_EQ(idAt(215, 170), shaped.window());
-  EXPECT_THAT(idsOf(windows_->unmanagedWindows()), ElementsAre(shaped.window(), menu.window()));
+  EXPECT_THAT(idsOf(windows_->popupsFrontToBack()), ElementsAre(shaped.window(), menu.window()));
 }
 
 TEST_F(X11WindowSystemTest, windowsThatVanishMeanwhileAreLeftOut) {
@@ -155,7 +157,7 @@ TEST_F(X11WindowSystemTest, windowsThatVanishMeanwhileAreLeftOut) {
   for (int i = 0; i < 300; ++i) {
     EXPECT_THAT(idsOf(windows_->windowsFrontToBack()), Contains(steady.window()));
     EXPECT_TRUE(windows_->topmostWindowAt({250, 250}));
-    windows_->unmanagedWindows();
+    windows_->popupsFrontToBack();
     windows_->topmostWindowAt({20, 20});
   }
 }
@@ -186,9 +188,9 @@ TEST_F(X11WindowSystemTest, aLostServerGivesEmptyAnswers) {
   session_.reset();
   EXPECT_TRUE(waitUntil([&] { return !windows_->window(client.window()); }));
   EXPECT_TRUE(windows_->windowsFrontToBack().empty());
-  EXPECT_TRUE(windows_->unmanagedWindows().empty());
+  EXPECT_TRUE(windows_->popupsFrontToBack().empty());
   EXPECT_FALSE(windows_->topmostWindowAt({150, 150}));
-  EXPECT_EQ(windows_->activeWindow(), 0U);
+  EXPECT_FALSE(windows_->activeWindow());
   EXPECT_FALSE(windows_->requestActive(client.window(), true));
   EXPECT_FALSE(x_->alive());
 }

@@ -84,7 +84,7 @@ int32_t DesktopWatcher::Impl::activeApplication() const {
   }
   const auto facts = x11::readWindowFacts(*x_, {active->front()}).front();
   const bool isOwn =
-      facts && (facts->pid == getpid() || (facts->resourcePid > 0 && facts->resourcePid == x_->ownResourcePid()));
+      facts && (facts->pid == getpid() || (facts->connectionPid > 0 && facts->connectionPid == x_->ownResourcePid()));
   return facts && !isOwn ? facts->pid : -1;
 }
 

@@ -87,12 +87,12 @@ std::pair<std::string, std::string> splitClass(const std::string& property) {
   return {property.substr(0, end), rest.substr(0, rest.find('\0'))};
 }
 
-std::optional<FrameExtents> extentsOf(const std::optional<std::vector<uint32_t>>& numbers) {
+std::optional<Insets> extentsOf(const std::optional<std::vector<uint32_t>>& numbers) {
   if (!numbers || numbers->size() < 4) {
     return std::nullopt;
   }
   const auto& n = *numbers;
-  return FrameExtents{double(n[0]), double(n[1]), double(n[2]), double(n[3])};
+  return Insets{double(n[0]), double(n[1]), double(n[2]), double(n[3])};
 }
 
 void takeProperties(const X11Connection& x, const Questions& q, WindowFacts& facts) {
@@ -102,21 +102,22 @@ void takeProperties(const X11Connection& x, const Questions& q, WindowFacts& fac
   std::tie(facts.instanceName, facts.className) = splitClass(takeText(x, q.wmClass));
   const auto pid = takeNumbers(x, q.pid);
   facts.applicationId = takeText(x, q.applicationId);
-  const auto extents = extentsOf(takeNumbers(x, q.frameExtents)).value_or(FrameExtents{});
-  facts.frame = {facts.client.x - extents.left, facts.client.y - extents.top,
-                 facts.client.width + extents.left + extents.right, facts.client.height + extents.top + extents.bottom};
+  const auto extents = extentsOf(takeNumbers(x, q.frameExtents)).value_or(Insets{});
+  facts.frame = {facts.surface.x - extents.left, facts.surface.y - extents.top,
+                 facts.surface.width + extents.left + extents.right,
+                 facts.surface.height + extents.top + extents.bottom};
   const auto gtkExtents = extentsOf(takeNumbers(x, q.gtkFrameExtents));
-  facts.hasGtkFrameExtents = gtkExtents.has_value();
-  facts.gtkFrameExtents = gtkExtents.value_or(FrameExtents{});
+  facts.tellsShadow = gtkExtents.has_value();
+  facts.shadow = gtkExtents.value_or(Insets{});
   const auto types = takeNumbers(x, q.types).value_or(std::vector<uint32_t>{});
   const auto transientFor = takeNumbers(x, q.transientFor).value_or(std::vector<uint32_t>{});
-  facts.transientFor = transientFor.empty() ? 0 : transientFor.front();
-  facts.type = typeOf(x, types, facts.transientFor != 0);
+  facts.transientFor = transientFor.empty() ? WindowId() : WindowId(transientFor.front());
+  facts.type = typeOf(x, types, static_cast<bool>(facts.transientFor));
   const auto states = takeNumbers(x, q.states).value_or(std::vector<uint32_t>{});
   facts.modal = std::ranges::find(states, x.atom(Atom::netWmStateModal)) != states.end();
   facts.hidden = facts.hidden || std::ranges::find(states, x.atom(Atom::netWmStateHidden)) != states.end();
-  facts.resourcePid = q.resourcePid ? takeClientPid(x, *q.resourcePid) : -1;
-  facts.pid = pid && !pid->empty() ? static_cast<int32_t>(pid->front()) : facts.resourcePid;
+  facts.connectionPid = q.resourcePid ? takeClientPid(x, *q.resourcePid) : -1;
+  facts.pid = pid && !pid->empty() ? static_cast<int32_t>(pid->front()) : facts.connectionPid;
 }
 
 std::optional<WindowFacts> take(const X11Connection& x, xcb_window_t window, const Questions& q) {
@@ -126,10 +127,10 @@ std::optional<WindowFacts> take(const X11Connection& x, xcb_window_t window, con
   const auto geometry = takeReply(x.get(), xcb_get_geometry_reply, q.geometry);
   const auto origin = takeReply(x.get(), xcb_translate_coordinates_reply, q.origin);
   if (geometry && origin) {
-    facts.client = {double(origin->dst_x), double(origin->dst_y), double(geometry->width), double(geometry->height)};
+    facts.surface = {double(origin->dst_x), double(origin->dst_y), double(geometry->width), double(geometry->height)};
   }
   facts.hidden = attributes && attributes->map_state != XCB_MAP_STATE_VIEWABLE;
-  facts.overrideRedirect = attributes && attributes->override_redirect != 0;
+  facts.isPopup = attributes && attributes->override_redirect != 0;
   takeProperties(x, q, facts);
   const bool exists = attributes && geometry && origin;
   return exists && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT ? std::optional(std::move(facts)) : std::nullopt;

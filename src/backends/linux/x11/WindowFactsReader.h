@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 #include "backends/linux/x11/X11Connection.h"
 
 namespace jumplark::x11 {

@@ -15,6 +15,10 @@ namespace {
 
 using x11::takeReply;
 
+xcb_window_t xidOf(WindowId id) {
+  return static_cast<xcb_window_t>(id.low);
+}
+
 /// Who asks for an activation, as EWMH numbers it. Window managers may refuse applications, not pagers.
 enum class Source : uint32_t { application = 1, pager = 2 };
 
@@ -47,19 +51,19 @@ void X11WindowSystem::passOver(uint32_t window) {
   passedOver_.insert(window);
 }
 
-std::optional<WindowFacts> X11WindowSystem::window(uint32_t id) {
-  return x11::readWindowFacts(*x_, {id}).front();
+std::optional<WindowFacts> X11WindowSystem::window(WindowId id) {
+  return x11::readWindowFacts(*x_, {xidOf(id)}).front();
 }
 
-uint32_t X11WindowSystem::activeWindow() {
+WindowId X11WindowSystem::activeWindow() {
   const auto active = x11::readNumbers(*x_, x_->root(), x_->atom(Atom::netActiveWindow), 1);
   return active && !active->empty() ? active->front() : 0;
 }
 
 bool X11WindowSystem::isOwn(const WindowFacts& facts) const {
   // In a sandbox getpid() counts in a name space of its own, and so may another application's _NET_WM_PID.
-  if (facts.resourcePid > 0 && x_->ownResourcePid() > 0) {
-    return facts.resourcePid == x_->ownResourcePid();
+  if (facts.connectionPid > 0 && x_->ownResourcePid() > 0) {
+    return facts.connectionPid == x_->ownResourcePid();
   }
   return facts.pid == getpid();
 }
@@ -80,7 +84,7 @@ std::optional<WindowFacts> X11WindowSystem::topmostWindowAt(Point topLeft) {
   return std::nullopt;
 }
 
-std::vector<WindowFacts> X11WindowSystem::unmanagedWindows() {
+std::vector<WindowFacts> X11WindowSystem::popupsFrontToBack() {
   std::vector<xcb_window_t> ids;
   const auto root = takeReply(x_->get(), xcb_get_geometry_reply, xcb_get_geometry(x_->get(), x_->root()));
   const Rect screen = root ? Rect{0, 0, double(root->width), double(root->height)} : Rect{};
@@ -93,15 +97,15 @@ std::vector<WindowFacts> X11WindowSystem::unmanagedWindows() {
   return present(x11::readWindowFacts(*x_, ids));
 }
 
-bool X11WindowSystem::requestActive(uint32_t id, bool force) {
+bool X11WindowSystem::requestActive(WindowId id, bool force) {
   if (x11::windowManagerWindow(*x_) == 0) {
-    return activateDirectly(id);
+    return activateDirectly(xidOf(id));
   }
   if (!window(id)) {
     return false;
   }
-  const uint32_t active = activeWindow();
-  return (active == id && !force) || activateThroughWindowManager(id, force, active);
+  const WindowId active = activeWindow();
+  return (active == id && !force) || activateThroughWindowManager(xidOf(id), force, xidOf(active));
 }
 
 bool X11WindowSystem::activateThroughWindowManager(uint32_t id, bool force, uint32_t active) {

@@ -9,7 +9,7 @@
 #include <set>
 #include <vector>
 
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 #include "backends/linux/x11/X11Connection.h"
 
 namespace jumplark {
@@ -22,11 +22,11 @@ class X11WindowSystem final : public WindowSystem {
   explicit X11WindowSystem(std::shared_ptr<X11Connection> connection);
 
   std::vector<WindowFacts> windowsFrontToBack() override;
-  std::optional<WindowFacts> window(uint32_t id) override;
-  uint32_t activeWindow() override;
+  std::optional<WindowFacts> window(WindowId id) override;
+  WindowId activeWindow() override;
   std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
-  std::vector<WindowFacts> unmanagedWindows() override;
-  bool requestActive(uint32_t id, bool force) override;
+  std::vector<WindowFacts> popupsFrontToBack() override;
+  bool requestActive(WindowId id, bool force) override;
 
   /// The X time of the user's last key event that concerns us, which a forced activation names. Zero (no time) at
   /// first.

@@ -67,8 +67,8 @@ std::vector<RunningApplication> X11Workspace::owners(const std::vector<WindowFac
 }
 
 std::optional<WindowFacts> X11Workspace::frontmostWindow(const std::vector<WindowFacts>& windows) {
-  const uint32_t active = windows_.activeWindow();
-  if (auto facts = active != 0 ? windows_.window(active) : std::nullopt;
+  const WindowId active = windows_.activeWindow();
+  if (auto facts = active ? windows_.window(active) : std::nullopt;
       facts && !windows_.isOwn(*facts) && facts->pid > 0) {
     return facts;
   }
@@ -134,7 +134,7 @@ std::optional<Rect> X11Workspace::focusedWindowFrame(int32_t pid) {
     return std::nullopt;
   }
   const Rect& outer = window->frame;
-  const FrameExtents& shadow = window->gtkFrameExtents;
+  const Insets& shadow = window->shadow;
   const double bottom = outer.maxY() - shadow.bottom;
   return Rect{outer.x + shadow.left, screens_->primaryFrame().maxY() - bottom, outer.width - shadow.left - shadow.right,
               outer.height - shadow.top - shadow.bottom};

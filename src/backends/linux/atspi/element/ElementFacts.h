@@ -81,7 +81,7 @@ struct ElementFacts {
   std::string description;  ///< valid UTF-8
   std::string localizedRole;
 
-  /// Pixels of the root window, top-left origin, already corrected for toolkits that answer relative to the window;
+  /// Points of the screen, top-left origin, already corrected for toolkits that answer relative to the window;
   /// none when the element has no place on screen (scrolled away, closed menu, no Component interface).
   std::optional<Rect> extents;
 

@@ -76,10 +76,10 @@ ElementRef ApplicationRegistry::applicationOfProcess(int32_t pid) {
     return application;
   }
   for (const WindowFacts& window : windows_.windowsFrontToBack()) {
-    if (window.pid != pid || window.resourcePid == pid) {
+    if (window.pid != pid || window.connectionPid == pid) {
       continue;
     }
-    if (ElementRef application = ofProcess(window.resourcePid)) {
+    if (ElementRef application = ofProcess(window.connectionPid)) {
       const std::lock_guard lock(mutex_);
       sandboxed_[pid] = handleOf(application)->busName();
       return application;
@@ -93,7 +93,7 @@ ElementRef ApplicationRegistry::byWindowPlaces(int32_t pid, const std::vector<Li
   std::set<int32_t> withWindows;
   for (WindowFacts& window : windows_.windowsFrontToBack()) {
     withWindows.insert(window.pid);
-    withWindows.insert(window.resourcePid);
+    withWindows.insert(window.connectionPid);
     if (window.pid == pid && !window.hidden) {
       wanted.push_back(std::move(window));
     }
@@ -186,7 +186,7 @@ std::vector<WindowFacts> ApplicationRegistry::windowsOf(const ElementRef& applic
 }
 
 std::vector<WindowFacts> ApplicationRegistry::popupsOf(const ElementRef& application) {
-  return handleOf(application) ? ownOf(windows_.unmanagedWindows(), application) : std::vector<WindowFacts>{};
+  return handleOf(application) ? ownOf(windows_.popupsFrontToBack(), application) : std::vector<WindowFacts>{};
 }
 
 std::vector<WindowFacts> ApplicationRegistry::ownOf(std::vector<WindowFacts> windows, const ElementRef& application) {
@@ -195,7 +195,7 @@ std::vector<WindowFacts> ApplicationRegistry::ownOf(std::vector<WindowFacts> win
   const std::lock_guard lock(mutex_);
   std::erase_if(windows, [&](const WindowFacts& window) {
     const auto sandbox = sandboxed_.find(window.pid);
-    const bool own = pid > 0 && (window.pid == pid || window.resourcePid == pid);
+    const bool own = pid > 0 && (window.pid == pid || window.connectionPid == pid);
     const bool sandboxed = sandbox != sandboxed_.end() && sandbox->second == handle->busName();
     return window.hidden || !(own || sandboxed);
   });

@@ -18,8 +18,8 @@ class ApplicationRegistry {
   ApplicationRegistry(BusConnection& bus, WindowSystem& windows) : bus_(bus), windows_(windows) {}
 
   /// The application of a process: by the process of its bus connection; else, for a process that has windows only
-  /// (a sandboxed application is known to the bus by its proxy), by the X client's process; else by the titles and
-  /// places of its windows. Empty when there is none.
+  /// (a sandboxed application is known to the bus by its proxy), by the process that holds the windows' connection;
+  /// else by the titles and places of its windows. Empty when there is none.
   ElementRef applicationOfProcess(int32_t pid);
   AccessibilityResult<int32_t> processOf(const std::string& busName);
   /// Also switches to the application's own socket where it has one.

@@ -49,7 +49,7 @@ class Corrections {
       }
       if (found) {
         const ElementFacts& opener = *find(found->parent, elements_);
-        move(*found, {popup.client.x - opener.extents->x, popup.client.y - opener.extents->y});
+        move(*found, {popup.surface.x - opener.extents->x, popup.surface.y - opener.extents->y});
         reparent(frame_, found->ref, elements_);
       }
     }
@@ -97,8 +97,8 @@ class Corrections {
       return false;
     }
     const Point near = between(*opener, element);
-    return near.x >= 0 && near.y >= 0 && isNear(near.x + element.extents->width, popup.client.width) &&
-           isNear(near.y + element.extents->height, popup.client.height);
+    return near.x >= 0 && near.y >= 0 && isNear(near.x + element.extents->width, popup.surface.width) &&
+           isNear(near.y + element.extents->height, popup.surface.height);
   }
 
   bool isOutside(const ElementFacts& outer, const ElementFacts& inner) const {
@@ -167,33 +167,33 @@ Point CoordinateTransform::shiftOf(const ElementRef& element) const {
   return shift == shifts.end() ? Point{} : shift->second;
 }
 
-Rect CoordinateTransform::toPixels(const ElementRef& element, const Rect& told) const {
-  if (placement.isIdentity() || inPixels.contains(element)) {
+Rect CoordinateTransform::toScreen(const ElementRef& element, const Rect& told) const {
+  if (placement.isIdentity() || onScreen.contains(element)) {
     return told;
   }
   const Point shift = shiftOf(element);
-  const Rect pixels = placement.toPixels({told.x - shift.x, told.y - shift.y, told.width, told.height});
-  return {pixels.x + shift.x, pixels.y + shift.y, pixels.width, pixels.height};
+  const Rect placed = placement.toScreen({told.x - shift.x, told.y - shift.y, told.width, told.height});
+  return {placed.x + shift.x, placed.y + shift.y, placed.width, placed.height};
 }
 
-Rect CoordinateTransform::fromPixels(const ElementRef& element, const Rect& pixels) const {
-  if (placement.isIdentity() || inPixels.contains(element)) {
-    return pixels;
+Rect CoordinateTransform::fromScreen(const ElementRef& element, const Rect& place) const {
+  if (placement.isIdentity() || onScreen.contains(element)) {
+    return place;
   }
   const Point shift = shiftOf(element);
-  const Rect told = placement.fromPixels({pixels.x - shift.x, pixels.y - shift.y, pixels.width, pixels.height});
+  const Rect told = placement.fromScreen({place.x - shift.x, place.y - shift.y, place.width, place.height});
   return {told.x + shift.x, told.y + shift.y, told.width, told.height};
 }
 
-void placeInPixels(const Toolkit& toolkit, CoordinateTransform& places, FactsMap& elements) {
+void placeOnScreen(const Toolkit& toolkit, CoordinateTransform& places, FactsMap& elements) {
   if (places.placement.isIdentity()) {
     return;
   }
   for (auto& [ref, element] : elements) {
     if (toolkit.family == ToolkitFamily::chromium && isInPage(*element, elements)) {
-      places.inPixels.insert(ref);
+      places.onScreen.insert(ref);
     } else if (element->extents) {
-      element->extents = places.placement.toPixels(*element->extents);
+      element->extents = places.placement.toScreen(*element->extents);
     }
   }
 }

@@ -6,32 +6,32 @@
 
 #include "backends/linux/atspi/element/FactsMap.h"
 #include "backends/linux/atspi/reading/FrameMatching.h"
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 
 /// By how much elements were moved from where their application says they are; those that were not are absent.
 using Shifts = std::unordered_map<ElementRef, Point, ElementRefHash>;
 
-/// How all places of an application become pixels of the root window, and what differs for some.
+/// How all places of an application become Points of the screen, and what differs for some.
 struct CoordinateTransform {
   Placement placement;
-  std::unordered_set<ElementRef, ElementRefHash> inPixels;  ///< tell their places in pixels already
-  Shifts shifts;                                            ///< in pixels
+  std::unordered_set<ElementRef, ElementRefHash> onScreen;  ///< tell where they are on the screen already
+  Shifts shifts;                                            ///< in points
 
   /// What an element told, its shift already added to it.
-  Rect toPixels(const ElementRef& element, const Rect& told) const;
-  Rect fromPixels(const ElementRef& element, const Rect& pixels) const;
+  Rect toScreen(const ElementRef& element, const Rect& told) const;
+  Rect fromScreen(const ElementRef& element, const Rect& place) const;
   Point shiftOf(const ElementRef& element) const;
 };
 
-/// Makes pixels of the places of all elements. A browser scales its own controls, and tells the places in its pages as
-/// they are on the screen.
-void placeInPixels(const Toolkit& toolkit, CoordinateTransform& places, FactsMap& elements);
+/// Makes points of the screen of the places of all elements. A browser scales its own controls, and tells the places in
+/// its pages as they are on the screen.
+void placeOnScreen(const Toolkit& toolkit, CoordinateTransform& places, FactsMap& elements);
 
 /// Moves elements below a frame to where they show, where that is known better than the application tells:
 ///
-/// A popover of GTK 4 has an X window of its own, which the window system places. The application tells the places in
+/// A popover of GTK 4 has a window of its own, which the window system places. The application tells the places in
 /// it as if that window began where the control is that opens it. The popover becomes a child of the frame, since it
 /// mostly lies outside its control.
 ///
@@ -41,7 +41,7 @@ void placeInPixels(const Toolkit& toolkit, CoordinateTransform& places, FactsMap
 /// The page of a tab in a Java program tells its place as if it lay in its tab; what is in it tells its right place.
 /// Its windows cannot tell theirs (see settlePlace), but what fills them can.
 ///
-/// `popups` are the unmanaged X windows of the application.
+/// `popups` are the pop-up windows of the application.
 Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& popups, const ElementRef& frame,
                      FactsMap& elements);
 

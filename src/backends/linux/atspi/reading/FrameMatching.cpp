@@ -23,12 +23,6 @@ bool isNear(double a, double b) {
   return std::abs(a - b) <= kTolerance;
 }
 
-Rect withoutShadow(const WindowFacts& window) {
-  const FrameExtents& e = window.gtkFrameExtents;
-  return {window.client.x + e.left, window.client.y + e.top, window.client.width - e.left - e.right,
-          window.client.height - e.top - e.bottom};
-}
-
 double likenessOfTitles(const std::string& name, const std::string& title) {
   if (name.empty() || title.empty()) {
     return 0;
@@ -55,7 +49,7 @@ double scaleBetween(const Rect& reported, const Rect& rect) {
 }
 
 std::array<Rect, 3> rectsOf(const WindowFacts& window) {
-  return {window.client, window.frame, withoutShadow(window)};
+  return {window.surface, window.frame, window.withoutShadow()};
 }
 
 double likenessOfRects(const Rect& reported, const WindowFacts& window, bool hasPosition) {
@@ -73,7 +67,7 @@ double wholeScale(const WindowFacts& window, const Rect& reported) {
   if (!(reported.width > 0) || !(reported.height > 0)) {
     return 1;
   }
-  const Rect content = withoutShadow(window);
+  const Rect content = window.withoutShadow();
   const double across = std::round(content.width / reported.width);
   const double down = std::round(content.height / reported.height);
   return across == down && across >= 1 ? across : 1;
@@ -127,21 +121,22 @@ Point extentsOffset(const Toolkit& toolkit, const WindowFacts& window, const Rec
   if (!toolkit.extentsAreWindowRelative()) {
     return {0, 0};
   }
-  if (window.hasGtkFrameExtents) {
-    return {window.client.x + window.gtkFrameExtents.left, window.client.y + window.gtkFrameExtents.top};
+  if (window.tellsShadow) {
+    const Rect seen = window.withoutShadow();
+    return {seen.x, seen.y};
   }
   const double scale = wholeScale(window, reportedFrame);
-  return {window.client.x + (window.client.width - reportedFrame.width * scale) / 2,
-          window.client.y + (window.client.height - reportedFrame.height * scale) / 2};
+  return {window.surface.x + (window.surface.width - reportedFrame.width * scale) / 2,
+          window.surface.y + (window.surface.height - reportedFrame.height * scale) / 2};
 }
 
-Rect Placement::toPixels(const Rect& told) const {
+Rect Placement::toScreen(const Rect& told) const {
   return {to.x + (told.x - from.x) * scale, to.y + (told.y - from.y) * scale, told.width * scale, told.height * scale};
 }
 
-Rect Placement::fromPixels(const Rect& pixels) const {
-  return {from.x + (pixels.x - to.x) / scale, from.y + (pixels.y - to.y) / scale, pixels.width / scale,
-          pixels.height / scale};
+Rect Placement::fromScreen(const Rect& place) const {
+  return {from.x + (place.x - to.x) / scale, from.y + (place.y - to.y) / scale, place.width / scale,
+          place.height / scale};
 }
 
 Placement placementIn(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame) {

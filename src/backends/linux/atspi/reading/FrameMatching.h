@@ -5,7 +5,7 @@
 
 #include "backends/linux/atspi/element/ElementFacts.h"
 #include "backends/linux/atspi/reading/Toolkit.h"
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 
@@ -18,7 +18,7 @@ struct FrameFacts {
   Rect reported;
 };
 
-/// An X window together with the accessible frame that shows in it.
+/// A window together with the accessible frame that shows in it.
 struct MatchedFrame {
   FrameFacts frame;
   WindowFacts window;
@@ -26,7 +26,7 @@ struct MatchedFrame {
 
 /// How well a frame fits a window, by title and geometry; 0 and less: not at all. Toolkits disagree about what a
 /// frame's rectangle covers: the window with its decorations and shadow (GTK 3), its content (GTK 4, at no position),
-/// the client area (Qt), the whole X window (Chromium).
+/// the client area (Qt), the whole surface (Chromium).
 double likeness(const FrameFacts& frame, const WindowFacts& window, const Toolkit& toolkit);
 
 /// Gives every window its best frame, each frame once, in the order of the windows. A single frame and a single window
@@ -34,7 +34,7 @@ double likeness(const FrameFacts& frame, const WindowFacts& window, const Toolki
 std::vector<MatchedFrame> matchFrames(std::vector<FrameFacts> frames, const std::vector<WindowFacts>& windows,
                                       const Toolkit& toolkit);
 
-/// How places that an application tells become pixels of the root window, where it counts in larger units (a screen of
+/// How places that an application tells become Points of the screen, where it counts in larger units (a screen of
 /// twice the resolution): `to` is where its point `from` is.
 struct Placement {
   Point from;
@@ -42,14 +42,14 @@ struct Placement {
   double scale = 1;
 
   bool isIdentity() const { return scale == 1; }
-  Rect toPixels(const Rect& told) const;
-  Rect fromPixels(const Rect& pixels) const;
+  Rect toScreen(const Rect& told) const;
+  Rect fromScreen(const Rect& place) const;
 };
 
 /// From the sizes of a window and of its frame; toolkits differ in what they scale by: GTK by whole numbers.
 Placement placementIn(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame);
 
-/// What must be added to reported extents inside this window to get pixels of the root window.
+/// What must be added to reported extents inside this window to get points of the screen.
 Point extentsOffset(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame);
 
 /// True for windows in which an application keeps what a user works with.

@@ -9,7 +9,7 @@
 namespace jumplark::atspi {
 namespace {
 
-/// Pixels of an edge, which tell nobody what it is.
+/// Points of an edge, which tell nobody what it is.
 constexpr double kLeastPart = 4;
 
 /// What is left of a part when something lies over one of its ends.

@@ -201,7 +201,7 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
              {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache, ahead, roleNames});
   }
   snapshot->places.placement = placementOf(*snapshot);
-  placeInPixels(snapshot->toolkit, snapshot->places, snapshot->elements);
+  placeOnScreen(snapshot->toolkit, snapshot->places, snapshot->elements);
   const auto popups =
       snapshot->toolkit.family == ToolkitFamily::gtk4 ? registry_.popupsOf(application) : std::vector<WindowFacts>{};
   for (const ElementRef& root : roots) {

@@ -100,7 +100,7 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
 
 FactsPointer AtspiElementSource::finish(ReadRequest& request, facts::Set before) {
   if ((before & facts::extents) == 0 && request.facts.extents) {
-    request.facts.extents = places_.toPixels(request.facts.ref, *request.facts.extents);
+    request.facts.extents = places_.toScreen(request.facts.ref, *request.facts.extents);
   }
   auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
   if (isLive()) {

@@ -51,7 +51,7 @@ AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleText
   const Toolkit toolkit = registry_.toolkitOf(makeRef(handle.busName(), calls::kRootPath));
   std::optional<Rect> visible = found->extents;
   if (visible) {
-    visible = places_.fromPixels(element, *visible);
+    visible = places_.fromScreen(element, *visible);
   }
   const Point offset = toolkit.tellsCharacterAtPoint() ? offsetNow(handle, toolkit) : Point{};
   std::vector<TextRequest> requests{textRequestOf(*found, toolkit, visible, offset)};

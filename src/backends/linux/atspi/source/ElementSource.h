@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "backends/linux/atspi/element/ElementFacts.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 /// The seam between the bus (below: connection, walks, snapshots) and the vocabulary (above: what roles, states and
 /// interfaces mean as "AX" attributes).
@@ -37,11 +38,11 @@ class ElementSource {
   /// The accessible frame of the application's topmost normal window or dialog (title and geometry decide, not the
   /// ACTIVE state); empty when it has none.
   virtual ElementRef focusedWindow(const ElementRef& application) = 0;
-  /// The frames and dialogs of the application that are on screen, front to back, with the X window that each belongs
+  /// The frames and dialogs of the application that are on screen, front to back, with the window that each belongs
   /// to.
   struct Frame {
     ElementRef element;
-    uint32_t window = 0;
+    WindowId window;
   };
   virtual std::vector<Frame> frames(const ElementRef& application) = 0;
   /// The menu bar inside a window, and the element that has keyboard focus; empty when there is none.
@@ -53,7 +54,7 @@ class ElementSource {
   /// Code-point offsets of the characters at the corners of what shows of a text, end exclusive.
   virtual AccessibilityResult<std::pair<int64_t, int64_t>> visibleTextRange(const ElementRef& element) = 0;
 
-  /// What the application itself says lies on top at a point (pixels of the root) in one of its documents: only where
+  /// What the application itself says lies on top at a point (points of the screen) in one of its documents: only where
   /// its word is better than its elements' places, and inside a live scope, since it takes time. Empty otherwise.
   virtual ElementRef topmostInDocument(const ElementRef& document, Point point) {
     static_cast<void>(document);

@@ -22,16 +22,16 @@ const CoordinateTransform* KeptTransforms::find(const ElementRef& element) const
   return found == places_.end() ? nullptr : &found->second;
 }
 
-Rect KeptTransforms::toPixels(const ElementRef& element, const Rect& told) const {
+Rect KeptTransforms::toScreen(const ElementRef& element, const Rect& told) const {
   const std::lock_guard lock(mutex_);
   const CoordinateTransform* places = find(element);
-  return places ? places->toPixels(element, told) : told;
+  return places ? places->toScreen(element, told) : told;
 }
 
-Rect KeptTransforms::fromPixels(const ElementRef& element, const Rect& pixels) const {
+Rect KeptTransforms::fromScreen(const ElementRef& element, const Rect& place) const {
   const std::lock_guard lock(mutex_);
   const CoordinateTransform* places = find(element);
-  return places ? places->fromPixels(element, pixels) : pixels;
+  return places ? places->fromScreen(element, place) : place;
 }
 
 Point KeptTransforms::shiftOf(const ElementRef& element) const {

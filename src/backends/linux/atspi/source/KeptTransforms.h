@@ -8,14 +8,14 @@
 
 namespace jumplark::atspi {
 
-/// How the places of each application became pixels in its last snapshot, which they outlive: what is clicked is read
-/// anew. Elements of applications without a snapshot are where they say. May be used from any thread.
+/// How the places of each application became points of the screen in its last snapshot, which they outlive: what is
+/// clicked is read anew. Elements of applications without a snapshot are where they say. May be used from any thread.
 class KeptTransforms {
  public:
   void keep(const std::string& busName, const CoordinateTransform& places);
   /// See CoordinateTransform.
-  Rect toPixels(const ElementRef& element, const Rect& told) const;
-  Rect fromPixels(const ElementRef& element, const Rect& pixels) const;
+  Rect toScreen(const ElementRef& element, const Rect& told) const;
+  Rect fromScreen(const ElementRef& element, const Rect& place) const;
   Point shiftOf(const ElementRef& element) const;
 
  private:

@@ -12,7 +12,7 @@
 
 namespace jumplark::atspi {
 
-/// The frames of an application as they were told a moment ago, each with its X window where it has one.
+/// The frames of an application as they were told a moment ago, each with its window where it has one.
 struct MatchedFrames {
   Toolkit toolkit;
   std::vector<FrameFacts> frames;

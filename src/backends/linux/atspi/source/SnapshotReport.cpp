@@ -16,7 +16,7 @@ namespace {
 
 using Level = DesktopCheck::Level;
 
-/// Of an area without a name and without anything in it, in pixels.
+/// Of an area without a name and without anything in it, in points.
 constexpr double kLargestBlank = 100 * 100;
 /// Of an ordinary container, as part of its window: smaller ones are just empty.
 constexpr double kLargestEmpty = 0.25;

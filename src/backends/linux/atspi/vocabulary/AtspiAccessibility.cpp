@@ -8,7 +8,7 @@
 #include "backends/linux/atspi/vocabulary/HitTest.h"
 #include "backends/linux/atspi/vocabulary/Vocabulary.h"
 #include "backends/linux/atspi/vocabulary/WebSearch.h"
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 

@@ -21,7 +21,7 @@ struct Vocabulary;
 /// The accessibility of a Linux desktop: elements of the AT-SPI bus in the "AX" vocabulary. During a snapshot reads
 /// cost no message except where they need facts that no enumeration reads.
 ///
-/// Geometry is in pixels of the root window with a top-left origin. Calls may come from any thread. The source and the
+/// Geometry is in points of the screen with a top-left origin. Calls may come from any thread. The source and the
 /// window system outlive it.
 class AtspiAccessibility final : public AccessibilityPlatform {
  public:

@@ -5,7 +5,7 @@
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/element/TextUnits.h"
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 
@@ -233,7 +233,7 @@ std::optional<Rect> placeOf(const Subject& subject) {
   if (subject.role == "AXWindow") {
     const auto window = subject.vocabulary->frames.windowOf(subject.element->ref, subject.element->parent);
     if (window) {
-      return FrameWindows::visibleFrame(*window);
+      return window->visible();
     }
   }
   const auto place = withGroups(subject, facts::extents)->extents;

@@ -20,7 +20,7 @@ AttributeAnswer roleDescriptionOf(const Subject& subject);
 bool hasValue(const Subject& subject);
 AttributeAnswer valueOf(const Subject& subject);
 
-/// Where the element is, pixels of the root window with a top-left origin; a window's comes from the X server.
+/// Where the element is, points of the screen with a top-left origin; a window's comes from the window system.
 std::optional<Rect> placeOf(const Subject& subject);
 
 }  // namespace jumplark::atspi

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 
@@ -12,28 +12,28 @@ void FrameWindows::forget() {
 }
 
 std::optional<WindowFacts> FrameWindows::windowOf(const ElementRef& frame, const ElementRef& application) {
-  uint32_t id = 0;
+  WindowId id;
   {
     const std::lock_guard lock(mutex_);
     const auto known = ids_.find(frame);
-    id = known == ids_.end() ? 0 : known->second;
+    id = known == ids_.end() ? WindowId() : known->second;
   }
-  if (id != 0) {
+  if (id) {
     if (auto window = windows_.window(id)) {
       return window;
     }
   }
-  const uint32_t gone = id;
+  const WindowId gone = id;
   learn(application);
   {
     const std::lock_guard lock(mutex_);
     const auto known = ids_.find(frame);
-    id = known == ids_.end() ? 0 : known->second;
+    id = known == ids_.end() ? WindowId() : known->second;
   }
-  return id == 0 || id == gone ? std::nullopt : windows_.window(id);
+  return !id || id == gone ? std::nullopt : windows_.window(id);
 }
 
-ElementRef FrameWindows::frameOf(uint32_t window, const ElementRef& application) {
+ElementRef FrameWindows::frameOf(WindowId window, const ElementRef& application) {
   const auto find = [&]() -> ElementRef {
     const std::lock_guard lock(mutex_);
     for (const auto& [frame, id] : ids_) {
@@ -58,16 +58,6 @@ void FrameWindows::learn(const ElementRef& application) {
   for (const auto& one : frames) {
     ids_[one.element] = one.window;
   }
-}
-
-Rect FrameWindows::visibleFrame(const WindowFacts& window) {
-  if (!window.hasGtkFrameExtents) {
-    return window.frame;
-  }
-  const FrameExtents& shadow = window.gtkFrameExtents;
-  return {window.client.x + shadow.left, window.client.y + shadow.top,
-          std::max(0.0, window.client.width - shadow.left - shadow.right),
-          std::max(0.0, window.client.height - shadow.top - shadow.bottom)};
 }
 
 }  // namespace jumplark::atspi

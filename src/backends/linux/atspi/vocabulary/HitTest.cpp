@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 
@@ -16,7 +16,7 @@ constexpr size_t kMostChecks = 4;
 /// Elements that one hit may read from an application without a snapshot.
 constexpr int kMostReads = 3000;
 constexpr size_t kMostSiblings = 500;
-/// How far a pop-up's element may reach beyond its X window, and how much of that it covers at least.
+/// How far a pop-up's element may reach beyond its window, and how much of that it covers at least.
 constexpr double kPopupTolerance = 12;
 constexpr double kPopupShare = 0.5;
 
@@ -159,8 +159,8 @@ AccessibilityResult<ElementRef> HitTest::elementAt(const ElementRef& application
 
 ElementRef HitTest::applicationOf(const WindowFacts& window, const ElementRef& wanted) const {
   ElementRef owner = window.pid >= 0 ? vocabulary_.source.application(window.pid) : ElementRef();
-  if (!owner && window.resourcePid >= 0) {
-    owner = vocabulary_.source.application(window.resourcePid);
+  if (!owner && window.connectionPid >= 0) {
+    owner = vocabulary_.source.application(window.connectionPid);
   }
   if (!wanted || owner == wanted) {
     return owner;

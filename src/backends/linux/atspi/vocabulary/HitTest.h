@@ -17,12 +17,12 @@ struct WindowFacts;
 namespace jumplark::atspi {
 
 /// Finds the element at a point of the screen. Toolkits' own hit tests are wrong too often, so this one uses the
-/// geometry of the application's last snapshot, below the X window that shows at the point, and asks the application
+/// geometry of the application's last snapshot, below the window that shows at the point, and asks the application
 /// only whether the element is still there; nothing at all while the snapshot has only just been taken. The geometry
 /// outlives its snapshot until the next one is prepared, since clicks come after the snapshot has ended. Without any,
 /// the frame is read down to the point.
 ///
-/// Points are pixels of the root, top-left origin. Calls may come from any thread.
+/// Points are points of the screen, top-left origin. Calls may come from any thread.
 class HitTest {
  public:
   /// `trust` is how long a snapshot is taken for what is there, unless reads are to be live.

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "backends/linux/x11/WindowSystem.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 

@@ -13,7 +13,7 @@ class WindowSystem;
 
 namespace jumplark::atspi {
 
-/// Knows which accessible frames are panels: those whose X window has the type "dock". Asked for every button, so it
+/// Knows which accessible frames are panels: those whose window has the type "dock". Asked for every button, so it
 /// answers from what it learned at the last refresh; the frames of a panel's application are asked for once.
 ///
 /// Calls may come from any thread.

@@ -56,7 +56,7 @@ class TreeShape {
 
   bool isShowing(const ElementFacts& element) const;
   /// What is to be seen of an element: its extents clipped by those of everything around it; null when nothing.
-  /// Top-left origin, pixels.
+  /// Top-left origin, points.
   Rect visibleRect(const ElementFacts& element) const;
   /// The part of the screen where the document that an element stands in is to be seen; infinite outside of documents.
   Rect documentClip(const ElementFacts& element) const;
