@@ -89,7 +89,8 @@ void LinuxPlatform::applicationBecameActive(int32_t pid) {
 std::vector<DesktopCheck> LinuxPlatform::readingChecks(const RunningApplication& application) {
   const ElementRef element = parts_->elements.application(application.pid);
   parts_->elements.prepareSnapshot(element, true);
-  auto checks = atspi::readingChecks(application.name, application.pid, parts_->elements.report(element));
+  auto checks = atspi::readingChecks(application.name, application.pid, parts_->elements.report(element),
+                                     parts_->elements.adviceForSilent(application.pid));
   parts_->elements.endSnapshot();
   return checks;
 }

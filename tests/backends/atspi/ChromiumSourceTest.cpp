@@ -7,7 +7,8 @@
 
 #include "SourceFixture.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/reading/ChromiumReader.h"
+#include "backends/linux/atspi/reading/Snapshot.h"
+#include "backends/linux/atspi/toolkits/chromium/Chromium.h"
 #include "desktop/support/Process.h"
 
 namespace jumplark::atspi {
@@ -113,8 +114,8 @@ TEST_F(Browser, HidesWhatThePageSaysIsBelowSomethingElse) {
 }
 
 TEST(BrowserAdvice, IsForBrowsersOnly) {
-  EXPECT_EQ(adviceForSilentBrowser(getpid(), nullptr), "");
-  EXPECT_EQ(adviceForSilentBrowser(-1, nullptr), "");
+  EXPECT_EQ(Chromium().adviceForSilent(getpid(), nullptr), "");
+  EXPECT_EQ(Chromium().adviceForSilent(-1, nullptr), "");
 }
 
 TEST(BrowserAdvice, IsGivenUntilAPageShowsSomething) {
@@ -123,7 +124,7 @@ TEST(BrowserAdvice, IsGivenUntilAPageShowsSomething) {
   std::filesystem::copy_file("/bin/sleep", folder / "my-shell");
   testing::writeFile(folder / "chrome_100_percent.pak", "pictures");
   const desktop::Process program({(folder / "my-shell").string(), "1000"}, {}, (folder / "run").string());
-  const auto advice = [&](const Snapshot* snapshot) { return adviceForSilentBrowser(program.pid(), snapshot); };
+  const auto advice = [&](const Snapshot* snapshot) { return Chromium().adviceForSilent(program.pid(), snapshot); };
   const auto isGiven = ::testing::HasSubstr("my-shell shows nothing of its pages: start it with --force");
 
   Snapshot snapshot;

@@ -30,8 +30,21 @@ class Gtk3Places : public SourceFixture {
   Gtk3Places() : SourceFixture("gtk", "3.24.38") {}
 };
 
-// LibreOffice draws most of its window itself, with widgets of GTK's around it and in between.
-TEST_F(Gtk3Places, WhatIsDrawnBelowAMenuBarIsNotMovedOntoIt) {
+// LibreOffice draws most of its window itself, with widgets of the toolkit's around it and in between.
+class OfficePlaces : public SourceFixture, public ::testing::WithParamInterface<std::pair<const char*, const char*>> {
+ protected:
+  OfficePlaces() : SourceFixture(GetParam().first, GetParam().second) {
+    FakeElement root = element(role::application, "soffice");
+    root.states = 0;
+    root.children = {"frame"};
+    app.set("root", root);
+  }
+};
+INSTANTIATE_TEST_SUITE_P(Toolkits, OfficePlaces,
+                         ::testing::Values(std::pair("gtk", "3.24.38"), std::pair("Qt", "5.15.8"),
+                                           std::pair("other", "1")));
+
+TEST_P(OfficePlaces, WhatIsDrawnBelowAMenuBarIsNotMovedOntoIt) {
   app.add("frame", "menu_bar", element(role::menuBar, "", {100, 50, 400, 25}));
   app.add("frame", "panel", element(role::panel, "", {100, 75, 400, 275}));
   app.add("panel", "pane", element(role::rootPane, "", {100, 50, 400, 275}));

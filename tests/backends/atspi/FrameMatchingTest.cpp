@@ -3,12 +3,14 @@
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/FrameMatching.h"
 #include "backends/linux/atspi/reading/SnapshotReader.h"
+#include "backends/linux/atspi/toolkits/Toolkits.h"
 
 namespace jumplark::atspi {
 namespace {
 
-Toolkit toolkit(const std::string& name, const std::string& version) {
-  return {familyOf(name, version), name, version, ""};
+const Toolkit& toolkit(const std::string& name, const std::string& version) {
+  static const Toolkits all;
+  return all.of({name, version, "", ""});
 }
 
 WindowFacts window(uint32_t id, const std::string& title, Rect client, WindowType type = WindowType::normal) {
@@ -39,10 +41,10 @@ std::string matches(const std::vector<FrameFacts>& frames, const std::vector<Win
 const Rect kClient{100, 50, 400, 300};
 
 TEST(FrameMatching, EveryToolkitsIdeaOfAFrameIsRecognised) {
-  const Toolkit gtk3 = toolkit("gtk", "3.24.38");
-  const Toolkit gtk4 = toolkit("GTK", "4.8.3");
-  const Toolkit qt = toolkit("Qt", "6.4.2");
-  const Toolkit browser = toolkit("Chromium", "120");
+  const Toolkit& gtk3 = toolkit("gtk", "3.24.38");
+  const Toolkit& gtk4 = toolkit("GTK", "4.8.3");
+  const Toolkit& qt = toolkit("Qt", "6.4.2");
+  const Toolkit& browser = toolkit("Chromium", "120");
   WindowFacts shadowed = window(1, "Title", kClient);
   shadowed.shadow = {26, 26, 23, 29};
   shadowed.tellsShadow = true;
@@ -57,7 +59,7 @@ TEST(FrameMatching, EveryToolkitsIdeaOfAFrameIsRecognised) {
 }
 
 TEST(FrameMatching, TitlesDecideBetweenWindowsOfOneSizeAndPlacesBetweenWindowsOfOneTitle) {
-  const Toolkit qt = toolkit("Qt", "5.15.8");
+  const Toolkit& qt = toolkit("Qt", "5.15.8");
   const Rect there{600, 50, 400, 300};
   EXPECT_EQ(matches({frame("a", "A", kClient), frame("b", "B", kClient)},
                     {window(1, "B", kClient), window(2, "A", kClient)}, qt),
@@ -71,11 +73,36 @@ TEST(FrameMatching, TitlesDecideBetweenWindowsOfOneSizeAndPlacesBetweenWindowsOf
 }
 
 TEST(FrameMatching, WhatIsAlikeInNothingIsNotMatchedUnlessItIsAlone) {
-  const Toolkit qt = toolkit("Qt", "6.4.2");
+  const Toolkit& qt = toolkit("Qt", "6.4.2");
   const FrameFacts odd = frame("odd", "Odd", {1, 1, 2, 2});
   EXPECT_EQ(matches({odd, frame("a", "A", kClient)}, {window(1, "A", kClient), window(2, "B", {0, 0, 9, 9})}, qt),
             "1:a ");
   EXPECT_EQ(matches({odd}, {window(1, "A", kClient)}, qt), "1:odd ");
+}
+
+// A window of 400 by 300 that a person sees at (100, 50), as its surface holds it and its frame tells of itself.
+TEST(FrameMatching, WhoDoesNotKnowItsPlaceCountsFromWhereItsToolkitDoes) {
+  const Rect shadowed{74, 27, 452, 352};
+  const struct {
+    const char* toolkit;
+    const char* version;
+    Rect surface;
+    Rect reported;
+    Point origin;
+  } cases[] = {
+      {"gtk", "3.24.38", shadowed, {0, 0, 452, 352}, {74, 27}},
+      {"GTK", "4.8.3", shadowed, {0, 0, 400, 300}, {100, 50}},
+      {"Qt", "6.4.2", {100, 50, 400, 300}, {0, 0, 400, 300}, {100, 50}},
+      {"Qt", "6.4.2", {97, 20, 406, 333}, {0, 0, 400, 300}, {100, 50}},
+      {"Chromium", "156", shadowed, {0, 0, 452, 352}, {74, 27}},
+  };
+  for (const auto& [name, version, surface, reported, origin] : cases) {
+    WindowFacts facts;
+    facts.knowsItsPlace = false;
+    facts.surface = surface;
+    facts.frame = {100, 50, 400, 300};
+    EXPECT_EQ(toolkit(name, version).originIn(facts, reported), origin) << name;
+  }
 }
 
 TEST(FrameMatching, TheTopmostNormalWindowOrDialogHasTheFocus) {

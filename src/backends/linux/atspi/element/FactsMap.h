@@ -16,4 +16,18 @@ inline ElementFacts* find(const ElementRef& element, const FactsMap& elements) {
   return found == elements.end() ? nullptr : found->second.get();
 }
 
+/// The nearest element around this one that is `wanted`; null without one. The walk that fills a map makes a tree of
+/// it; the limit only says so.
+template <typename Wanted>
+ElementFacts* findAbove(const ElementFacts& element, const FactsMap& elements, Wanted wanted) {
+  ElementFacts* above = find(element.parent, elements);
+  for (size_t step = 0; above && step < elements.size(); ++step) {
+    if (wanted(*above)) {
+      return above;
+    }
+    above = find(above->parent, elements);
+  }
+  return nullptr;
+}
+
 }  // namespace jumplark::atspi

@@ -9,7 +9,6 @@
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/element/TextUnits.h"
-#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -18,10 +17,6 @@ namespace {
 constexpr double kTolerance = 4;
 /// LibreOffice's fields stand seven deep in what names them.
 constexpr int kMostSteps = 10;
-
-bool hasWords(const ElementFacts& element) {
-  return !isBlank(element.name) || !isBlank(element.description);
-}
 
 bool isButton(const ElementFacts& element) {
   return element.role == role::pushButton || element.role == role::toggleButton;
@@ -55,10 +50,11 @@ const ElementFacts* holderOf(const ElementFacts& control, const FactsMap& elemen
 
 }  // namespace
 
-void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements) {
-  if (toolkit.family != ToolkitFamily::gtk3) {
-    return;
-  }
+bool hasWords(const ElementFacts& element) {
+  return !isBlank(element.name) || !isBlank(element.description);
+}
+
+void nameAfterHolders(FactsMap& elements) {
   std::map<std::pair<const ElementFacts*, bool>, std::vector<ElementFacts*>> held;
   for (const auto& [ref, element] : elements) {
     if (!lacksWords(*element)) {
@@ -82,29 +78,12 @@ void nameAfterHolders(const Toolkit& toolkit, FactsMap& elements) {
   }
 }
 
-bool mayNameAButton(const Toolkit& toolkit, const ElementFacts& element, const FactsMap& elements) {
-  return toolkit.family == ToolkitFamily::gtk3 && element.role == role::filler && !hasWords(element) &&
+bool mayNameAButton(const ElementFacts& element, const FactsMap& elements) {
+  return element.role == role::filler && !hasWords(element) &&
          std::any_of(element.children.begin(), element.children.end(), [&](const ElementRef& child) {
            const ElementFacts* inner = find(child, elements);
            return inner && isButton(*inner) && lacksWords(*inner) && endsLike(element, *inner);
          });
-}
-
-void nameExtensionsOfToolBars(const Toolkit& toolkit, FactsMap& elements) {
-  if (toolkit.family != ToolkitFamily::qt) {
-    return;
-  }
-  for (const auto& [ref, bar] : elements) {
-    if (bar->role != role::toolBar || bar->children.empty()) {
-      continue;
-    }
-    ElementFacts* first = find(bar->children.front(), elements);
-    // In a main window it opens the tool bar, elsewhere a menu.
-    if (first && !hasWords(*first) && (first->role == role::checkBox || first->role == role::pushButton)) {
-      first->name = localized("More");
-      first->description = ">>";
-    }
-  }
 }
 
 }  // namespace jumplark::atspi

@@ -102,7 +102,7 @@ ElementRef ApplicationRegistry::byWindowPlaces(int32_t pid, const std::vector<Li
     if (wanted.empty() || withWindows.contains(entry.pid)) {
       continue;
     }
-    const Toolkit toolkit = toolkitOf(entry.application);
+    const Toolkit& toolkit = *toolkitOf(entry.application).toolkit;
     for (const FrameFacts& frame : framesOf(entry.application, deadline())) {
       if (std::any_of(wanted.begin(), wanted.end(),
                       [&](const WindowFacts& w) { return likeness(frame, w, toolkit) >= kSurelyTheSame; })) {
@@ -138,7 +138,7 @@ ElementRef ApplicationRegistry::knownApplicationOfProcess(int32_t pid) {
   return known == pids_.end() ? ElementRef() : makeRef(known->first, calls::kRootPath);
 }
 
-std::optional<Toolkit> ApplicationRegistry::knownToolkitOf(const ElementRef& application) {
+std::optional<ApplicationRegistry::Drawn> ApplicationRegistry::knownToolkitOf(const ElementRef& application) {
   const AtspiHandle* handle = handleOf(application);
   const std::lock_guard lock(mutex_);
   forgetOldConnection();
@@ -146,16 +146,17 @@ std::optional<Toolkit> ApplicationRegistry::knownToolkitOf(const ElementRef& app
   return known == toolkits_.end() ? std::nullopt : std::optional(known->second);
 }
 
-Toolkit ApplicationRegistry::toolkitOf(const ElementRef& application) {
+ApplicationRegistry::Drawn ApplicationRegistry::toolkitOf(const ElementRef& application) {
   const AtspiHandle* given = handleOf(application);
   if (!given) {
-    return {};
+    return {{}, &toolkitFor_({})};
   }
   if (const auto known = knownToolkitOf(application)) {
     return *known;
   }
   const AtspiHandle root(given->busName(), calls::kRootPath);
-  Toolkit toolkit;
+  Drawn drawn;
+  ToolkitFacts& facts = drawn.facts;
   TypedBatch batch;
   // What came too late is asked again next time: half of the answers would name another toolkit for good.
   bool answered = true;
@@ -166,19 +167,20 @@ Toolkit ApplicationRegistry::toolkitOf(const ElementRef& application) {
     batch.add<std::string>(
         std::move(call), [&answer](std::string& text) { answer = std::move(text); }, onError);
   };
-  ask(calls::toolkitName(root), toolkit.name);
-  ask(calls::toolkitVersion(root), toolkit.version);
-  ask(calls::peerAddress(root), toolkit.peerAddress);
+  ask(calls::toolkitName(root), facts.name);
+  ask(calls::toolkitVersion(root), facts.version);
+  ask(calls::name(root), facts.application);
+  ask(calls::peerAddress(root), facts.peerAddress);
   batch.run(bus_, deadline());
-  toolkit.family = familyOf(toolkit.name, toolkit.version);
-  if (!toolkit.peerAddress.empty()) {
-    bus_.usePeer(given->busName(), toolkit.peerAddress);
+  drawn.toolkit = &toolkitFor_(facts);
+  if (!facts.peerAddress.empty()) {
+    bus_.usePeer(given->busName(), facts.peerAddress);
   }
   const std::lock_guard lock(mutex_);
   if (answered) {
-    toolkits_[given->busName()] = toolkit;
+    toolkits_[given->busName()] = drawn;
   }
-  return toolkit;
+  return drawn;
 }
 
 std::vector<WindowFacts> ApplicationRegistry::windowsOf(const ElementRef& application) {
@@ -207,8 +209,9 @@ std::vector<FrameFacts> ApplicationRegistry::framesOf(const ElementRef& applicat
   if (!handle) {
     return {};
   }
-  const Toolkit toolkit = knownToolkitOf(application).value_or(Toolkit{});
-  return framesFrom(bus_, toolkit, callOnce(bus_, calls::children(*handle), deadline).value, deadline);
+  const auto drawn = knownToolkitOf(application);
+  return framesFrom(bus_, drawn ? *drawn->toolkit : toolkitFor_({}),
+                    callOnce(bus_, calls::children(*handle), deadline).value, deadline);
 }
 
 std::vector<FrameFacts> ApplicationRegistry::framesFrom(CallRunner& runner, const Toolkit& toolkit,

@@ -1,19 +1,30 @@
 #pragma once
 
+#include <array>
 #include <unordered_map>
 #include <unordered_set>
-#include <vector>
 
 #include "backends/linux/atspi/element/FactsMap.h"
-#include "backends/linux/atspi/reading/FrameMatching.h"
 #include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 
+/// How places that an application tells become points of the screen, where it counts in larger units (a screen of twice
+/// the resolution): `to` is where its point `from` is.
+struct Placement {
+  Point from;
+  Point to;
+  double scale = 1;
+
+  bool isIdentity() const { return scale == 1; }
+  Rect toScreen(const Rect& told) const;
+  Rect fromScreen(const Rect& place) const;
+};
+
 /// By how much elements were moved from where their application says they are; those that were not are absent.
 using Shifts = std::unordered_map<ElementRef, Point, ElementRefHash>;
 
-/// How all places of an application become Points of the screen, and what differs for some.
+/// How all places of an application become points of the screen, and what differs for some.
 struct CoordinateTransform {
   Placement placement;
   std::unordered_set<ElementRef, ElementRefHash> onScreen;  ///< tell where they are on the screen already
@@ -23,26 +34,18 @@ struct CoordinateTransform {
   Rect toScreen(const ElementRef& element, const Rect& told) const;
   Rect fromScreen(const ElementRef& element, const Rect& place) const;
   Point shiftOf(const ElementRef& element) const;
+  /// Moves an element, once, and notes by how much.
+  void move(ElementFacts& element, Point shift);
 };
 
-/// Makes points of the screen of the places of all elements. A browser scales its own controls, and tells the places in
-/// its pages as they are on the screen.
-void placeOnScreen(const Toolkit& toolkit, CoordinateTransform& places, FactsMap& elements);
+/// What of a window its frame may tell: the surface, that with what the window system adds, and that without shadow.
+std::array<Rect, 3> rectsOf(const WindowFacts& window);
+/// How much larger a rectangle is than reported, when all of it is; 0 when they do not fit.
+double scaleBetween(const Rect& reported, const Rect& rect);
+/// The same in whole numbers, of a frame that tells of its content alone, so that sizes give the scale only nearly.
+double wholeScale(const WindowFacts& window, const Rect& reported);
 
-/// Moves elements below a frame to where they show, where that is known better than the application tells:
-///
-/// A popover of GTK 4 has a window of its own, which the window system places. The application tells the places in
-/// it as if that window began where the control is that opens it. The popover becomes a child of the frame, since it
-/// mostly lies outside its control.
-///
-/// What LibreOffice draws itself counts from the top of the window, though GTK's menu bar stands there: its root pane
-/// is as large as the panel around it and is where that is. Parts of GTK's in between tell their right places.
-///
-/// The page of a tab in a Java program tells its place as if it lay in its tab; what is in it tells its right place.
-/// Its windows cannot tell theirs (see settlePlace), but what fills them can.
-///
-/// `popups` are the pop-up windows of the application.
-Shifts correctPlaces(const Toolkit& toolkit, const std::vector<WindowFacts>& popups, const ElementRef& frame,
-                     FactsMap& elements);
+/// The same but for rounding, or for a border that is counted or not.
+bool isNear(double a, double b, double tolerance = 1);
 
 }  // namespace jumplark::atspi

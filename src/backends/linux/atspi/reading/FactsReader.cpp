@@ -6,7 +6,6 @@
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/reading/TextReading.h"
-#include "backends/linux/atspi/reading/TreeWalk.h"
 #include "backends/linux/atspi/reading/VisibleChildren.h"
 
 namespace jumplark::atspi {
@@ -24,12 +23,12 @@ std::function<void(AccessibilityError)> knownUnlessLate(ElementFacts& e, facts::
 /// Groups that ask for nothing beyond what the element itself answers.
 void addTextCalls(TypedBatch& batch, ReadRequest& request) {
   ElementFacts& e = request.facts;
-  const Toolkit& toolkit = request.context.toolkit;
+  const Toolkit& toolkit = *request.context.toolkit;
   const AtspiHandle& handle = *handleOf(e.ref);
   batch.add<std::string>(
       calls::name(handle),
       [&e, &toolkit](std::string& name) {
-        e.name = nameForPeople(toolkit, name);
+        e.name = toolkit.nameForPeople(name);
         e.known |= facts::texts;
       },
       knownUnlessLate(e, facts::texts));
@@ -102,7 +101,7 @@ void readLargeContainer(CallRunner& runner, ReadRequest& request, TimePoint dead
   if (e.extents) {
     const Point offset = request.context.offset;
     const Rect local{e.extents->x - offset.x, e.extents->y - offset.y, e.extents->width, e.extents->height};
-    e.children = visibleChildren(runner, e, request.context.toolkit, local, deadline);
+    e.children = visibleChildren(runner, e, *request.context.toolkit, local, deadline);
   }
 }
 
@@ -151,8 +150,8 @@ void FactsReader::addFirst(std::vector<ReadRequest>& requests) {
           calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, 0); },
           knownUnlessLate(e, facts::children));
     }
-    addGroup<Rect>(batch, request, facts::extents, calls::extents(handle, request.context.toolkit.coordinates()),
-                   [&](Rect& rect) { e.extents = placeTold(request.context.toolkit, rect, request.context.offset); });
+    addGroup<Rect>(batch, request, facts::extents, calls::extents(handle, request.context.toolkit->coordinates()),
+                   [&](Rect& rect) { e.extents = request.context.toolkit->placeTold(rect, request.context.offset); });
     addGroup<RelationSet>(batch, request, facts::relations, calls::relations(handle),
                           [&e](RelationSet& set) { keepLabels(e, set); });
     addGroup<AttributeMap>(batch, request, facts::attributes, calls::attributes(handle),
@@ -172,16 +171,16 @@ void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadl
       continue;
     }
     if (e.has(facts::extents)) {
-      e.states = statesWithShowing(request.context.toolkit, e);
+      e.states = request.context.toolkit->statesWithShowing(e);
       if (!e.is(state::showing)) {
         e.extents.reset();
       }
-      settlePlace(request.context.toolkit, e);
+      request.context.toolkit->settlePlace(e);
     }
     addValueCall(batch, request);
     addGroup<std::vector<std::string>>(batch, request, facts::actions, calls::actionNames(handle),
                                        [&e](std::vector<std::string>& names) { e.actionNames = std::move(names); });
-    if (wants(request, facts::children) && e.childCount > TreeWalk::mostChildren(request.context.toolkit, e)) {
+    if (wants(request, facts::children) && e.childCount > request.context.toolkit->mostChildren(e)) {
       large.push_back(&request);
     } else if (e.childCount >= 0) {
       addGroup<std::vector<ElementRef>>(batch, request, facts::children, calls::children(handle),
@@ -206,7 +205,7 @@ void FactsReader::readTextGroups(std::vector<ReadRequest>& requests, TimePoint d
     if (mayHoldSecret(e) || (e.interfaces & interface_bit::text) == 0) {
       continue;
     }
-    texts.push_back(textRequestOf(e, request.context.toolkit, e.extents, request.context.offset));
+    texts.push_back(textRequestOf(e, *request.context.toolkit, e.extents, request.context.offset));
     owners.push_back(&e);
   }
   readTexts(runner_, texts, deadline);

@@ -12,8 +12,8 @@ namespace jumplark::atspi {
 
 /// What must be known of its application and window to understand an element's answers.
 struct ReadContext {
-  Toolkit toolkit;
-  Point offset;  ///< see extentsOffset
+  const Toolkit* toolkit = nullptr;  ///< never null where something is read
+  Point offset;                      ///< see Toolkit::originIn
 };
 
 /// One element to read: what is known of it already, and the groups that are wanted.

@@ -1,8 +1,6 @@
 #include "backends/linux/atspi/reading/FrameMatching.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 
 #include "backends/linux/atspi/element/Roles.h"
 
@@ -19,10 +17,6 @@ constexpr double kPositionAlone = 1;
 /// Only decides between frames that are alike otherwise: the keyboard may be elsewhere by now.
 constexpr double kActive = 0.5;
 
-bool isNear(double a, double b) {
-  return std::abs(a - b) <= kTolerance;
-}
-
 double likenessOfTitles(const std::string& name, const std::string& title) {
   if (name.empty() || title.empty()) {
     return 0;
@@ -34,43 +28,15 @@ double likenessOfTitles(const std::string& name, const std::string& title) {
   return part ? kTitlePart : -1;
 }
 
-/// Of smaller windows the sizes are alike by chance, in one scale or another.
-constexpr double kTellingSize = 60;
-
-/// How much larger a window is than its frame says, when all of it is; 0 when they do not fit.
-double scaleBetween(const Rect& reported, const Rect& rect) {
-  for (const double scale : {1.0, 2.0, 3.0, 1.25, 1.5, 1.75, 2.25, 2.5, 4.0}) {
-    const bool tells = scale == 1 || std::min(rect.width, rect.height) >= kTellingSize;
-    if (tells && isNear(reported.width * scale, rect.width) && isNear(reported.height * scale, rect.height)) {
-      return scale;
-    }
-  }
-  return 0;
-}
-
-std::array<Rect, 3> rectsOf(const WindowFacts& window) {
-  return {window.surface, window.frame, window.withoutShadow()};
-}
-
 double likenessOfRects(const Rect& reported, const WindowFacts& window, bool hasPosition) {
   double best = 0;
   for (const Rect& rect : rectsOf(window)) {
     const bool size = scaleBetween(reported, rect) > 0;
-    const bool position = hasPosition && isNear(reported.x, rect.x) && isNear(reported.y, rect.y);
+    const bool position =
+        hasPosition && isNear(reported.x, rect.x, kTolerance) && isNear(reported.y, rect.y, kTolerance);
     best = std::max(best, size ? kSize + (position ? kPosition : 0) : position ? kPositionAlone : 0);
   }
   return best;
-}
-
-/// GTK 4 tells of its content alone, so that sizes give the scale only nearly.
-double wholeScale(const WindowFacts& window, const Rect& reported) {
-  if (!(reported.width > 0) || !(reported.height > 0)) {
-    return 1;
-  }
-  const Rect content = window.withoutShadow();
-  const double across = std::round(content.width / reported.width);
-  const double down = std::round(content.height / reported.height);
-  return across == down && across >= 1 ? across : 1;
 }
 
 size_t bestFrame(const std::vector<FrameFacts>& frames, const std::vector<bool>& taken, const WindowFacts& window,
@@ -91,7 +57,8 @@ size_t bestFrame(const std::vector<FrameFacts>& frames, const std::vector<bool>&
 
 double likeness(const FrameFacts& frame, const WindowFacts& window, const Toolkit& toolkit) {
   const double titles = likenessOfTitles(frame.name, window.title);
-  const double rects = likenessOfRects(frame.reported, window, !toolkit.extentsAreWindowRelative());
+  const double rects =
+      likenessOfRects(frame.reported, window, !toolkit.extentsAreWindowRelative() && window.knowsItsPlace);
   if (titles <= 0 && rects < kSize) {
     return 0;
   }
@@ -115,41 +82,6 @@ std::vector<MatchedFrame> matchFrames(std::vector<FrameFacts> frames, const std:
     }
   }
   return matched;
-}
-
-Point extentsOffset(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame) {
-  if (!toolkit.extentsAreWindowRelative()) {
-    return {0, 0};
-  }
-  if (window.tellsShadow) {
-    const Rect seen = window.withoutShadow();
-    return {seen.x, seen.y};
-  }
-  const double scale = wholeScale(window, reportedFrame);
-  return {window.surface.x + (window.surface.width - reportedFrame.width * scale) / 2,
-          window.surface.y + (window.surface.height - reportedFrame.height * scale) / 2};
-}
-
-Rect Placement::toScreen(const Rect& told) const {
-  return {to.x + (told.x - from.x) * scale, to.y + (told.y - from.y) * scale, told.width * scale, told.height * scale};
-}
-
-Rect Placement::fromScreen(const Rect& place) const {
-  return {from.x + (place.x - to.x) / scale, from.y + (place.y - to.y) / scale, place.width / scale,
-          place.height / scale};
-}
-
-Placement placementIn(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame) {
-  if (toolkit.extentsAreWindowRelative()) {
-    const Point offset = extentsOffset(toolkit, window, reportedFrame);
-    return {offset, offset, wholeScale(window, reportedFrame)};
-  }
-  for (const Rect& rect : rectsOf(window)) {
-    if (const double scale = scaleBetween(reportedFrame, rect); scale > 0) {
-      return scale == 1 ? Placement() : Placement{{reportedFrame.x, reportedFrame.y}, {rect.x, rect.y}, scale};
-    }
-  }
-  return {};
 }
 
 bool isNormalOrDialog(const WindowFacts& window) {

@@ -34,24 +34,6 @@ double likeness(const FrameFacts& frame, const WindowFacts& window, const Toolki
 std::vector<MatchedFrame> matchFrames(std::vector<FrameFacts> frames, const std::vector<WindowFacts>& windows,
                                       const Toolkit& toolkit);
 
-/// How places that an application tells become Points of the screen, where it counts in larger units (a screen of
-/// twice the resolution): `to` is where its point `from` is.
-struct Placement {
-  Point from;
-  Point to;
-  double scale = 1;
-
-  bool isIdentity() const { return scale == 1; }
-  Rect toScreen(const Rect& told) const;
-  Rect fromScreen(const Rect& place) const;
-};
-
-/// From the sizes of a window and of its frame; toolkits differ in what they scale by: GTK by whole numbers.
-Placement placementIn(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame);
-
-/// What must be added to reported extents inside this window to get points of the screen.
-Point extentsOffset(const Toolkit& toolkit, const WindowFacts& window, const Rect& reportedFrame);
-
 /// True for windows in which an application keeps what a user works with.
 bool isNormalOrDialog(const WindowFacts& window);
 

@@ -4,7 +4,6 @@
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/reading/Gtk4Decorations.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -39,7 +38,7 @@ void Prefetch::start(CallRunner& runner, const ElementRef& root, TimePoint deadl
     }
     // Where it can be told what shows, also children whose order the cache leaves open.
     const auto* children = toolkit_.tellsShowing() ? cache_.inAnyOrder(element) : cache_.childrenOf(element);
-    if (!toolkit_.tellsShowing() && isOnlyDecorated(cache_, *item)) {
+    if (toolkit_.isOnlyDecorated(cache_, *item)) {
       for (const ElementRef& child : *children) {
         asked_[child].takesPlaceOf = element;
       }

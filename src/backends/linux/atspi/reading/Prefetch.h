@@ -51,7 +51,7 @@ class Prefetch {
   void ask(const CacheItem& item, Answers& answers, bool placeOnly);
   const Answers* find(const ElementRef& element) const;
 
-  const Toolkit toolkit_;
+  const Toolkit& toolkit_;
   const CachedTree& cache_;
   const bool visibleOnly_;
   const std::shared_ptr<const Set> hidden_;

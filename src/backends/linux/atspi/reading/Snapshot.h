@@ -12,15 +12,16 @@ namespace jumplark::atspi {
 struct Snapshot {
   ElementRef application;
   int32_t pid = -1;
-  Toolkit toolkit;
+  ToolkitFacts toolkitFacts;
+  const Toolkit* toolkit = nullptr;  ///< never null once it is read
   std::vector<MatchedFrame> frames;  ///< front to back
   ElementRef focusedWindow;
   ElementRef menuBar;         ///< of the focused window
   ElementRef focusedElement;  ///< has keyboard focus
   FactsMap elements;          ///< not changed any more once the snapshot is kept
   TextMap texts;
-  CoordinateTransform places;
-  Point offset;  ///< see extentsOffset, of the focused window
+  CoordinateTransform transform;
+  Point offset;  ///< see Toolkit::originIn, of the focused window
   bool complete = false;
   bool fromCache = false;  ///< what the application's cache told was not asked again
   Clock::duration took{0};

@@ -7,9 +7,7 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/reading/AccessibleNames.h"
-#include "backends/linux/atspi/reading/NestedEntries.h"
-#include "backends/linux/atspi/reading/Occlusion.h"
+#include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/reading/Popups.h"
 #include "backends/linux/atspi/reading/RoleNames.h"
 
@@ -23,7 +21,7 @@ bool isPanel(const std::vector<WindowFacts>& windows) {
 Point offsetOf(const Snapshot& snapshot, const ElementRef& frame) {
   for (const MatchedFrame& matched : snapshot.frames) {
     if (matched.frame.element == frame) {
-      return extentsOffset(snapshot.toolkit, matched.window, matched.frame.reported);
+      return snapshot.toolkit->originIn(matched.window, matched.frame.reported);
     }
   }
   return {};
@@ -32,7 +30,7 @@ Point offsetOf(const Snapshot& snapshot, const ElementRef& frame) {
 Placement placementOf(const Snapshot& snapshot) {
   for (const MatchedFrame& matched : snapshot.frames) {
     if (matched.frame.element == snapshot.focusedWindow) {
-      return placementIn(snapshot.toolkit, matched.window, matched.frame.reported);
+      return snapshot.toolkit->placementIn(matched.window, matched.frame.reported);
     }
   }
   return {};
@@ -104,12 +102,12 @@ ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vec
 }
 
 SnapshotReader::SnapshotReader(BusConnection& bus, ApplicationRegistry& registry)
-    : bus_(bus), registry_(registry), chromium_(bus), replays_(bus), roleNames_(std::make_shared<RoleNames>()) {}
+    : bus_(bus), registry_(registry), replays_(bus), roleNames_(std::make_shared<RoleNames>()) {}
 
 void SnapshotReader::expect(const ElementRef& application) {
   if (const AtspiHandle* handle = handleOf(application)) {
-    const std::optional<Toolkit> toolkit = registry_.knownToolkitOf(application);
-    if (toolkit && toolkit->drawsBetweenAnswers()) {
+    const auto drawn = registry_.knownToolkitOf(application);
+    if (drawn && drawn->toolkit->drawsBetweenAnswers()) {
       bus_.forgive(handle->busName());
       replays_.begin(handle->busName(), Clock::now() + kLimit);
     }
@@ -119,7 +117,7 @@ void SnapshotReader::expect(const ElementRef& application) {
 std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bool visibleOnly,
                                                const std::function<bool()>& cancelled) {
   const AtspiHandle* handle = handleOf(application);
-  if (!handle || !visibleOnly || !registry_.toolkitOf(application).drawsBetweenAnswers()) {
+  if (!handle || !visibleOnly || !registry_.toolkitOf(application).toolkit->drawsBetweenAnswers()) {
     return read(bus_, application, visibleOnly, cancelled);
   }
   bus_.forgive(handle->busName());
@@ -144,35 +142,37 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
   const TimePoint deadline = started + kLimit;
   bus_.forgive(handle->busName());
   snapshot->pid = registry_.processOf(handle->busName()).value;
-  snapshot->toolkit = registry_.toolkitOf(application);
+  ApplicationRegistry::Drawn drawn = registry_.toolkitOf(application);
+  snapshot->toolkitFacts = std::move(drawn.facts);
+  snapshot->toolkit = drawn.toolkit;
+  const Toolkit& toolkit = *drawn.toolkit;
   const std::vector<WindowFacts> windows = registry_.windowsOf(application);
   // All under way at once, so that an application which answers between two of its frames only does so between the
   // same.
-  const CallRunner::Wait cacheBegun = cache_.begin(runner, snapshot->toolkit, handle->busName());
+  const CallRunner::Wait cacheBegun = cache_.begin(runner, toolkit, handle->busName());
   FactsReader applicationReader(runner);
   std::vector<ReadRequest> applicationRead(1);
   applicationRead[0].facts.ref = application;
   applicationRead[0].wanted = facts::identity | facts::texts;
-  applicationRead[0].context = {snapshot->toolkit, {}};
+  applicationRead[0].context = {&toolkit, {}};
   applicationReader.begin(applicationRead, deadline);
   TypedBatch batch;
   std::vector<ElementRef> children;
   batch.add<std::vector<ElementRef>>(calls::children(*handle),
                                      [&](std::vector<ElementRef>& answer) { children = std::move(answer); });
   batch.run(runner, deadline);
-  auto cache =
-      cacheBegun ? cache_.read(runner, snapshot->toolkit, handle->busName(), children, deadline, cacheBegun) : nullptr;
+  auto cache = cacheBegun ? cache_.read(runner, toolkit, handle->busName(), children, deadline, cacheBegun) : nullptr;
   std::shared_ptr<Prefetch> ahead;
   if (cache) {
-    ahead = std::make_shared<Prefetch>(snapshot->toolkit, *cache, visibleOnly, hiddenLastTime());
-    ahead->start(runner, likelyFocusedFrame(*cache, children, windows, snapshot->toolkit), deadline);
+    ahead = std::make_shared<Prefetch>(toolkit, *cache, visibleOnly, hiddenLastTime());
+    ahead->start(runner, likelyFocusedFrame(*cache, children, windows, toolkit), deadline);
   }
-  const std::vector<FrameFacts> frames = ApplicationRegistry::framesFrom(runner, snapshot->toolkit, children, deadline);
+  const std::vector<FrameFacts> frames = ApplicationRegistry::framesFrom(runner, toolkit, children, deadline);
   applicationReader.finish(applicationRead, deadline);
   if (ahead) {
     ahead->finish();
   }
-  snapshot->frames = matchFrames(frames, windows, snapshot->toolkit);
+  snapshot->frames = matchFrames(frames, windows, toolkit);
   snapshot->focusedWindow = focusedFrame(snapshot->frames, frames, !windows.empty());
   snapshot->offset = offsetOf(*snapshot, snapshot->focusedWindow);
 
@@ -192,26 +192,20 @@ std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const Element
   // Windows that no frame is told of: the application is silent.
   snapshot->complete = !frames.empty() || windows.empty();
   if (!cacheBegun) {
-    cache = cache_.read(runner, snapshot->toolkit, handle->busName(), roots, deadline);
+    cache = cache_.read(runner, toolkit, handle->busName(), roots, deadline);
   }
   snapshot->fromCache = cache != nullptr;
-  const auto roleNames = snapshot->toolkit.namesRolesAlike() ? roleNames_ : nullptr;
+  const auto roleNames = toolkit.namesRolesAlike() ? roleNames_ : nullptr;
   for (const ElementRef& root : roots) {
     readRoot(*snapshot, root, runner,
-             {snapshot->toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache, ahead, roleNames});
+             {&toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache, ahead, roleNames});
   }
-  snapshot->places.placement = placementOf(*snapshot);
-  placeOnScreen(snapshot->toolkit, snapshot->places, snapshot->elements);
-  const auto popups =
-      snapshot->toolkit.family == ToolkitFamily::gtk4 ? registry_.popupsOf(application) : std::vector<WindowFacts>{};
-  for (const ElementRef& root : roots) {
-    snapshot->places.shifts.merge(correctPlaces(snapshot->toolkit, popups, root, snapshot->elements));
-  }
-  reparentNestedEntries(snapshot->toolkit, snapshot->elements);
-  nameAfterHolders(snapshot->toolkit, snapshot->elements);
-  nameExtensionsOfToolBars(snapshot->toolkit, snapshot->elements);
-  hideOccludedItems(snapshot->toolkit, snapshot->elements);
-  reparentPopups(snapshot->focusedWindow, openPopups, snapshot->elements);
+  snapshot->transform.placement = placementOf(*snapshot);
+  Reading reading{
+      snapshot->elements,    snapshot->transform,
+      std::move(roots),      snapshot->focusedWindow,
+      std::move(openPopups), toolkit.placesByPopups() ? registry_.popupsOf(application) : std::vector<WindowFacts>{}};
+  putRight(toolkit, reading);
   findLandmarks(*snapshot);
   snapshot->took = Clock::now() - started;
   return snapshot;
@@ -224,7 +218,7 @@ std::shared_ptr<const Prefetch::Set> SnapshotReader::hiddenLastTime() {
 
 void SnapshotReader::rememberHidden(const Snapshot& snapshot) {
   auto hidden = std::make_shared<Prefetch::Set>();
-  if (!snapshot.toolkit.tellsShowing()) {
+  if (!snapshot.toolkit->tellsShowing()) {
     for (const auto& [ref, element] : snapshot.elements) {
       if (element->has(facts::extents) && !element->is(state::showing)) {
         hidden->insert(ref);
@@ -256,13 +250,7 @@ void SnapshotReader::addOtherFrames(CallRunner& runner, Snapshot& snapshot, cons
 void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) {
   const size_t before = snapshot.elements.size();
   const auto started = Clock::now();
-  if (snapshot.toolkit.family == ToolkitFamily::chromium && plan.visibleOnly) {
-    snapshot.complete = chromium_.read(snapshot, frame, plan) && snapshot.complete;
-  } else {
-    TreeWalk walk(runner, plan, snapshot.elements, snapshot.texts);
-    walk.walk(frame, snapshot.application);
-    snapshot.complete = snapshot.complete && walk.complete();
-  }
+  snapshot.complete = snapshot.toolkit->readWindow(snapshot, frame, runner, plan) && snapshot.complete;
   spdlog::debug("Read {} elements in {:.1f} ms", snapshot.elements.size() - before,
                 std::chrono::duration<double, std::milli>(Clock::now() - started).count());
 }
@@ -272,30 +260,27 @@ void SnapshotReader::wake(const ElementRef& application) {
   if (!handle) {
     return;
   }
-  const Toolkit toolkit = registry_.toolkitOf(application);
+  const Toolkit& toolkit = *registry_.toolkitOf(application).toolkit;
+  const Toolkit::Waking waking = toolkit.waking();
   {
     const std::lock_guard lock(mutex_);
-    const bool isNew = woken_.insert(handle->busName()).second;
-    if (!isNew && toolkit.family != ToolkitFamily::chromium) {
+    if (!woken_.insert(handle->busName()).second && !waking.eachTime) {
       return;
     }
   }
-  if (toolkit.family == ToolkitFamily::chromium) {
+  if (waking.asksAttributes) {
     const TimePoint deadline = Clock::now() + bus_.messagingTimeout();
-    wakeFrames(registry_.framesOf(application, deadline), deadline);
-  } else if (toolkit.keepsCache()) {
-    if (toolkit.family == ToolkitFamily::gtk3) {
-      cache_.tryOut(bus_, toolkit, handle->busName());
-    }
+    askAttributes(registry_.framesOf(application, deadline), deadline);
+  }
+  if (waking.triesCache) {
+    cache_.tryOut(bus_, toolkit, handle->busName());
+  }
+  for (int i = 0; i < waking.reads; ++i) {
     read(application, true, {});
-    if (toolkit.family == ToolkitFamily::gtk4) {
-      // Only now its cache tells of all that the first time made.
-      read(application, true, {});
-    }
   }
 }
 
-void SnapshotReader::wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline) {
+void SnapshotReader::askAttributes(const std::vector<FrameFacts>& frames, TimePoint deadline) {
   TypedBatch batch;
   for (const FrameFacts& frame : frames) {
     batch.add<AttributeMap>(calls::attributes(*handleOf(frame.element)), [](AttributeMap&) {});

@@ -10,7 +10,6 @@
 #include "backends/linux/atspi/bus/ReplayedCalls.h"
 #include "backends/linux/atspi/reading/ApplicationRegistry.h"
 #include "backends/linux/atspi/reading/CacheReader.h"
-#include "backends/linux/atspi/reading/ChromiumReader.h"
 #include "backends/linux/atspi/reading/FactsReader.h"
 #include "backends/linux/atspi/reading/Prefetch.h"
 #include "backends/linux/atspi/reading/Snapshot.h"
@@ -37,10 +36,8 @@ class SnapshotReader {
   /// not be read is missing from it.
   std::unique_ptr<Snapshot> read(const ElementRef& application, bool visibleOnly,
                                  const std::function<bool()>& cancelled);
-  /// Gets ready what makes the first snapshot slow: browsers show an empty frame until somebody asks for more than
-  /// names, GTK 4 makes elements when they are first asked for, nobody knows how long a cache takes to be told, and
-  /// only what was read once can be replayed.
-  /// Browsers, which open further windows, are asked each time; others once.
+  /// Gets ready what makes the first snapshot slow, as the toolkit says: elements may be made when they are first asked
+  /// for, nobody knows how long a cache takes to be told, and only what was read once can be replayed.
   void wake(const ElementRef& application);
 
  private:
@@ -51,12 +48,11 @@ class SnapshotReader {
   void addOtherFrames(CallRunner& runner, Snapshot& snapshot, const std::vector<ElementRef>& frames,
                       TimePoint deadline);
   void readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan);
-  void wakeFrames(const std::vector<FrameFacts>& frames, TimePoint deadline);
+  void askAttributes(const std::vector<FrameFacts>& frames, TimePoint deadline);
 
   BusConnection& bus_;
   ApplicationRegistry& registry_;
   CacheReader cache_;
-  ChromiumReader chromium_;
   Replays replays_;
   std::shared_ptr<RoleNames> roleNames_;
   std::mutex mutex_;

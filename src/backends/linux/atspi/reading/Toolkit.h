@@ -1,67 +1,149 @@
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "backends/linux/atspi/element/ElementFacts.h"
+#include "backends/linux/atspi/bus/MethodCall.h"
+#include "backends/linux/atspi/element/FactsMap.h"
+#include "backends/linux/atspi/reading/CoordinateTransform.h"
+#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
 
-/// Families of toolkits whose trees are read differently.
-/// Swing stands for every Java program whose accessibility the ATK wrapper tells.
-enum class ToolkitFamily { gtk3, gtk4, qt, chromium, swing, other };
+class CachedTree;
+struct Reading;
+struct Snapshot;
+struct WalkPlan;
 
-/// What an application said about the library that draws it, and which ways there are to read its tree.
-struct Toolkit {
-  ToolkitFamily family = ToolkitFamily::other;
+/// What an application said of the library that draws it.
+struct ToolkitFacts {
   std::string name;
   std::string version;
+  std::string application;  ///< what it calls itself
   std::string peerAddress;  ///< the application's own socket; empty without
-
-  /// GTK 4 sets SHOWING on the window only, so that VISIBLE and a size must decide.
-  bool tellsShowing() const { return family != ToolkitFamily::gtk4; }
-  /// GTK 4 answers extents relative to the content of its window.
-  bool extentsAreWindowRelative() const { return family == ToolkitFamily::gtk4; }
-  /// The coordinate type to ask extents in: GTK 4 knows no place on the screen, and from 4.10 on says so by zeros.
-  uint32_t coordinates() const;
-  /// GTK 3 tells all of its elements in one answer, GTK 4 those that somebody has asked for before, at a tenth of the
-  /// cost of asking each.
-  bool keepsCache() const { return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4; }
-  /// Its windows change their looks picture by picture when they lose or get the keyboard.
-  bool drawsBetweenAnswers() const { return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4; }
-  /// GTK 4 never answers which character lies at a point of a text, so that waiting for it would cost a time-out.
-  bool tellsCharacterAtPoint() const { return family != ToolkitFamily::gtk4; }
-  /// Its single-line entries end their texts where they end, however much was asked for.
-  bool endsTextsItself() const { return isWidgetToolkit(); }
-  /// All elements of a role have the same name for it.
-  bool namesRolesAlike() const { return isWidgetToolkit(); }
-
- private:
-  bool isWidgetToolkit() const {
-    return family == ToolkitFamily::gtk3 || family == ToolkitFamily::gtk4 || family == ToolkitFamily::qt;
-  }
 };
 
-ToolkitFamily familyOf(const std::string& name, const std::string& version);
+/// How an application tells what it shows. This class is AT-SPI's own word, which holds for whatever is not known
+/// better; a toolkit that differs is a class of its own that says in what (see toolkits/). Nobody else asks which
+/// toolkit it is.
+///
+/// Calls may come from any thread.
+class Toolkit {
+ public:
+  virtual ~Toolkit() = default;
+  /// Whether an application is of this toolkit.
+  static bool draws(const ToolkitFacts&) { return true; }
 
-/// What GetExtents said, as the place of an element on the screen: none for the answers that toolkits give for elements
-/// without one (smallest integers, empty or negative sizes). `offset` is added.
+  /// \name What shows, and what it is called
+  /// @{
+
+  /// False where SHOWING is set on windows only, so that VISIBLE and a size must decide.
+  virtual bool tellsShowing() const { return true; }
+  /// The name that an element has for a person.
+  virtual std::string nameForPeople(const std::string& name) const { return name; }
+  /// All elements of a role have the same name for it.
+  virtual bool namesRolesAlike() const { return false; }
+
+  /// @}
+  /// \name Where it is
+  /// @{
+
+  /// Extents count from the window, whose place on the screen is not known to the application.
+  virtual bool extentsAreWindowRelative() const { return false; }
+  /// What must be added to extents told inside this window to get points of the screen.
+  virtual Point originIn(const WindowFacts& window, const Rect& reportedFrame) const;
+  /// How places become points, from the sizes of a window and of its frame.
+  virtual Placement placementIn(const WindowFacts& window, const Rect& reportedFrame) const;
+  /// What GetExtents said, as the place of an element: none for the answers that toolkits give for elements without
+  /// one. `offset` is added.
+  virtual std::optional<Rect> placeTold(const Rect& reported, Point offset) const;
+  /// Settles the place that an element told, once its role and name are known too.
+  virtual void settlePlace(ElementFacts& /*element*/) const {}
+  /// True for what tells a place from which it cannot be told yet whether it shows.
+  virtual bool isMisplaced(const ElementFacts& /*element*/, const ElementFacts& /*parent*/) const { return false; }
+  /// True for an element that tells its place in points of the screen whatever the window's scale.
+  virtual bool tellsScreenPlace(const ElementFacts& /*element*/, const FactsMap& /*elements*/) const { return false; }
+  /// What the application itself says lies on top at a point (as it counts) in one of its documents, where its word is
+  /// better than its elements' places. Takes time.
+  virtual ElementRef topmostInDocument(CallRunner& /*runner*/, const AtspiHandle& /*document*/, Point /*point*/,
+                                       TimePoint /*deadline*/) const {
+    return {};
+  }
+
+  /// @}
+  /// \name How it is read
+  /// @{
+
+  /// It tells many of its elements in one answer, at a tenth of the cost of asking each.
+  virtual bool keepsCache() const { return false; }
+  /// Its windows change their looks picture by picture when they lose or get the keyboard.
+  virtual bool drawsBetweenAnswers() const { return false; }
+  /// What to do long before the first snapshot, so that it is quick.
+  struct Waking {
+    bool eachTime = false;        ///< not at the first activation only
+    bool asksAttributes = false;  ///< of the frames
+    bool triesCache = false;      ///< how quick the cache is
+    int reads = 0;                ///< whole snapshots
+  };
+  virtual Waking waking() const { return {}; }
+
+  /// Adds a window to the snapshot; false when something is missing.
+  virtual bool readWindow(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) const;
+  /// A container with more children than this is not asked for all of them at once.
+  virtual int64_t mostChildren(const ElementFacts& container) const;
+  /// Of what has more, those that show are found by asking what lies at points of it, not one by one.
+  virtual bool findsChildrenAtPoints() const { return true; }
+  virtual bool hasRowHeaders() const { return false; }
+  /// Roles whose elements hold nothing that matters.
+  virtual bool isLeaf(uint32_t /*role*/) const { return false; }
+  /// Roles that are nothing but themselves: they implement what every element does.
+  virtual bool isPlain(uint32_t /*role*/) const { return false; }
+  /// Gives an open menu though it counts no children.
+  virtual bool mayHaveOpenMenu(const ElementFacts& /*element*/) const { return false; }
+  /// True when the element is all that a person sees of it and what stands in it, going by the cache.
+  virtual bool isOnlyDecorated(const CachedTree& /*cache*/, const CacheItem& /*item*/) const { return false; }
+  /// What is chosen in its combo boxes is told by a selection.
+  virtual bool tellsChoices() const { return true; }
+  /// False where the question which character lies at a point of a text is never answered.
+  virtual bool tellsCharacterAtPoint() const { return true; }
+  /// Single-line entries end their texts where they end, however much was asked for.
+  virtual bool endsTextsItself() const { return false; }
+  /// True for a box whose caption is worth asking for. All below it has been read.
+  virtual bool mayBeCaptioned(const ElementFacts& /*element*/, const FactsMap& /*elements*/) const { return false; }
+  /// Puts right what a walk has read, parents before their children, before more is asked of it.
+  virtual void settle(CallRunner& /*runner*/, const WalkPlan& /*plan*/, FactsMap& /*elements*/,
+                      std::vector<std::shared_ptr<ElementFacts>>& /*walked*/) const {}
+
+  /// @}
+  /// \name What is put right afterwards, in the order that Corrections.cpp states
+  /// @{
+
+  /// The correction of places wants to know the pop-up windows.
+  virtual bool placesByPopups() const { return false; }
+  virtual void correctPlaces(Reading& /*reading*/) const {}
+  virtual void reparent(FactsMap& /*elements*/) const {}
+  virtual void nameControls(FactsMap& /*elements*/) const {}
+  /// Hides what lies below something else though it says that it shows.
+  virtual void hideOccluded(FactsMap& /*elements*/) const {}
+
+  /// @}
+
+  /// What to tell a person whose program shows nothing on the accessibility bus, or nothing of its pages; empty when
+  /// the process does not use this toolkit. `snapshot` is null when it is not on the bus at all.
+  virtual std::string adviceForSilent(int32_t /*pid*/, const Snapshot* /*snapshot*/) const { return {}; }
+
+  /// The coordinate type to ask extents in.
+  uint32_t coordinates() const;
+  /// Whether an element shows, by the states that it sets and its place.
+  bool shows(uint64_t states, const std::optional<Rect>& extents) const;
+  /// The element's states with SHOWING as shows() decides. What has no place of its own shows as far as is known, until
+  /// its children tell.
+  uint64_t statesWithShowing(const ElementFacts& element) const;
+};
+
+/// Reported extents as a place: none for smallest integers, empty and negative sizes. `offset` is added.
 std::optional<Rect> screenExtents(const Rect& reported, Point offset);
-
-/// The same of one toolkit's answer, as far as settlePlace() can make a place of it.
-std::optional<Rect> placeTold(const Toolkit& toolkit, const Rect& reported, Point offset);
-
-/// Settles, once its role and name are known too, the place that an element told: Swing counts that of a dialog from
-/// the window that it belongs to, which is no place, and gives the headers of columns no height, which is a line's.
-void settlePlace(const Toolkit& toolkit, ElementFacts& element);
-
-/// Whether the element shows, by the states that its toolkit sets. `reported` is its uncorrected rectangle.
-bool shows(const Toolkit& toolkit, uint64_t states, const std::optional<Rect>& extents);
-
-/// The element's states with SHOWING as shows() decides, for toolkits that do not tell it. What has no place of its own
-/// (the pages of a GTK 4 stack) shows as far as is known, until its children tell.
-uint64_t statesWithShowing(const Toolkit& toolkit, const ElementFacts& element);
-
-/// The name that an element has for a person: GTK 4 gives widgets without one the name of their type ("GtkEntry").
-std::string nameForPeople(const Toolkit& toolkit, const std::string& name);
 
 }  // namespace jumplark::atspi

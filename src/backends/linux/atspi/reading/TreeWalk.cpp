@@ -7,16 +7,12 @@
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/CachedTree.h"
 #include "backends/linux/atspi/reading/ComboChoices.h"
-#include "backends/linux/atspi/reading/Gtk4Tree.h"
 #include "backends/linux/atspi/reading/Prefetch.h"
 #include "backends/linux/atspi/reading/VisibleChildren.h"
 
 namespace jumplark::atspi {
 namespace {
 
-constexpr int64_t kMostChildren = 1000;
-constexpr int64_t kMostCells = 500;
-constexpr int64_t kMostManagedChildren = 60;
 /// Levels up to this size are asked for everything at once: a round more costs what some needless calls cost.
 constexpr size_t kSmallLevel = 6;
 /// With a cache to tell most of it, what is left is little, and rounds are what costs.
@@ -26,53 +22,12 @@ bool isShowing(uint64_t states) {
   return ((states >> static_cast<unsigned>(state::showing)) & 1U) != 0;
 }
 
-/// Widgets of Qt that are nothing but themselves: they implement what every widget does.
-bool isPlain(const Toolkit& toolkit, uint32_t number) {
-  if (toolkit.family != ToolkitFamily::qt) {
-    return false;
-  }
-  switch (number) {
-    case role::pushButton:
-    case role::checkBox:
-    case role::radioButton:
-    case role::pageTab:
-    case role::menuItem:
-    case role::filler:
-      return true;
-    default:
-      return false;
-  }
-}
-
 /// The cache of GTK 3 counts no children of menus.
 bool isUncountedMenu(const ElementFacts& element) {
   return element.childCount < 0 && element.role == role::menu && isShowing(element.states);
 }
 
-/// A tool button of Qt's counts its menu among its children only where an arrow beside it opens that; it gives the menu
-/// nevertheless, and is down while that is open.
-bool mayHaveOpenMenu(const Toolkit& toolkit, const ElementFacts& element) {
-  return toolkit.family == ToolkitFamily::qt && element.role == role::pushButton && element.childCount == 0 &&
-         element.is(state::pressed);
-}
-
-bool isLeaf(const Toolkit& toolkit, uint32_t number) {
-  if (toolkit.family == ToolkitFamily::swing) {
-    // It has the text of its field, which stands in it a second time.
-    return number == role::spinButton;
-  }
-  return toolkit.family == ToolkitFamily::qt && (number == role::checkBox || number == role::radioButton);
-}
-
 }  // namespace
-
-int64_t TreeWalk::mostChildren(const Toolkit& toolkit, const ElementFacts& container) {
-  const bool makesEntries = toolkit.family == ToolkitFamily::swing && container.role == role::list;
-  if (makesEntries || container.is(state::managesDescendants)) {
-    return kMostManagedChildren;
-  }
-  return (container.interfaces & interface_bit::table) != 0 ? kMostCells : kMostChildren;
-}
 
 void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
   readAhead(start);
@@ -89,13 +44,9 @@ void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
   }
   // Only now: what the cache tells is used even when the application has fallen silent since.
   complete_ = complete_ && level.empty() && (!ahead_ || ahead_->complete());
-  if (plan_.toolkit.family == ToolkitFamily::gtk4) {
-    Gtk4Tree(runner_, plan_, elements_).settle(all);
-    std::erase_if(all, [this](const auto& element) { return !elements_.contains(element->ref); });
-  }
+  plan_.toolkit->settle(runner_, plan_, elements_, all);
   ChoiceReader choices;
-  if (plan_.toolkit.family == ToolkitFamily::gtk3 || plan_.toolkit.family == ToolkitFamily::swing ||
-      plan_.toolkit.family == ToolkitFamily::other) {
+  if (plan_.toolkit->tellsChoices()) {
     choices.begin(runner_, all, plan_.deadline);
   }
   readFurther(all);
@@ -111,7 +62,7 @@ bool TreeWalk::fillFromCache(ElementFacts& e) const {
   e.role = item->role;
   e.interfaces = calls::interfaceBits(item->interfaces);
   e.childCount = std::max(item->childCount, -1);
-  e.name = nameForPeople(plan_.toolkit, item->name);
+  e.name = plan_.toolkit->nameForPeople(item->name);
   e.description = item->description;
   e.known |= facts::identity | facts::texts;
   return true;
@@ -123,7 +74,7 @@ void TreeWalk::readAhead(const ElementRef& start) {
   }
   ahead_ = plan_.ahead;
   if (!ahead_ || !ahead_->covers(start)) {
-    ahead_ = std::make_shared<Prefetch>(plan_.toolkit, *plan_.cache, plan_.visibleOnly);
+    ahead_ = std::make_shared<Prefetch>(*plan_.toolkit, *plan_.cache, plan_.visibleOnly);
     ahead_->start(runner_, start, plan_.deadline);
     ahead_->finish();
   }
@@ -147,7 +98,7 @@ void TreeWalk::readIdentities(Level& level) {
         e.known |= facts::texts;
       }
       // Without interfaces it cannot be told what has no place at all, and shows as its children do.
-      if (small || !plan_.toolkit.tellsShowing()) {
+      if (small || !plan_.toolkit->tellsShowing()) {
         askInterfaces(batch, e);
         askChildCount(batch, e);
         e.known |= facts::children;
@@ -164,14 +115,14 @@ void TreeWalk::readIdentities(Level& level) {
       const auto reported = ahead_->reported(e.ref);
       e.extents = reported ? screenExtents(*reported, plan_.offset) : std::nullopt;
       e.known |= facts::extents;
-    } else if (!plan_.toolkit.tellsShowing() || (small && !cached)) {
+    } else if (!plan_.toolkit->tellsShowing() || (small && !cached)) {
       askExtents(batch, e);
       e.known |= facts::extents;
     }
   }
   batch.run(runner_, plan_.deadline);
   for (const auto& element : level) {
-    element->states = statesWithShowing(plan_.toolkit, *element);
+    element->states = plan_.toolkit->statesWithShowing(*element);
   }
   leaveOutVanished(level);
 }
@@ -195,12 +146,12 @@ void TreeWalk::readDetails(const Level& level) {
       askTexts(batch, e);
     }
     if ((known & facts::children) == 0 && !fromCache) {
-      if (isPlain(plan_.toolkit, e.role)) {
+      if (plan_.toolkit->isPlain(e.role)) {
         e.interfaces = interface_bit::component | interface_bit::action;
       } else {
         askInterfaces(batch, e);
       }
-      if (!isLeaf(plan_.toolkit, e.role)) {
+      if (!plan_.toolkit->isLeaf(e.role)) {
         askChildCount(batch, e);
       } else {
         e.childCount = 0;
@@ -212,7 +163,7 @@ void TreeWalk::readDetails(const Level& level) {
   }
   batch.run(runner_, plan_.deadline);
   for (const auto& element : level) {
-    settlePlace(plan_.toolkit, *element);
+    plan_.toolkit->settlePlace(*element);
   }
 }
 
@@ -226,10 +177,10 @@ TreeWalk::Level TreeWalk::readChildren(const Level& level) {
     if (!e.has(facts::children)) {
       continue;
     }
-    if (isClosedMenu(e) || isLeaf(plan_.toolkit, e.role)) {
+    if (isClosedMenu(e) || plan_.toolkit->isLeaf(e.role)) {
       e.childCount = 0;
     }
-    if (e.childCount > mostChildren(plan_.toolkit, e)) {
+    if (e.childCount > plan_.toolkit->mostChildren(e)) {
       large.push_back(&e);
     } else if (const auto* cached = plan_.cache ? plan_.cache->childrenOf(e.ref) : nullptr) {
       found.emplace_back(&e, *cached);
@@ -239,7 +190,7 @@ TreeWalk::Level TreeWalk::readChildren(const Level& level) {
       batch.add<std::vector<ElementRef>>(
           calls::children(*handleOf(e.ref)),
           [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
-    } else if (mayHaveOpenMenu(plan_.toolkit, e)) {
+    } else if (plan_.toolkit->mayHaveOpenMenu(e)) {
       batch.add<ElementRef>(calls::childAt(*handleOf(e.ref), 0),
                             [&](ElementRef& menu) { found.emplace_back(&e, std::vector{std::move(menu)}); });
     }
@@ -261,7 +212,7 @@ void TreeWalk::readVisibleChildren(ElementFacts& container, Level& next) {
     return;
   }
   const Rect local{part.x - plan_.offset.x, part.y - plan_.offset.y, part.width, part.height};
-  adopt(container, visibleChildren(runner_, container, plan_.toolkit, local, plan_.deadline), next);
+  adopt(container, visibleChildren(runner_, container, *plan_.toolkit, local, plan_.deadline), next);
 }
 
 bool TreeWalk::isClosedMenu(const ElementFacts& element) const {

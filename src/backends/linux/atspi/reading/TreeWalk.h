@@ -12,11 +12,6 @@ namespace jumplark::atspi {
 /// what there is, at the deadline and when the application stops answering.
 class TreeWalk : private WalkSteps {
  public:
-  /// A container with more children than this is not asked for all of them at once: Qt takes half a second to name
-  /// 2500 siblings, and tables, which make their cells on demand, need much memory as well, and so do the lists of
-  /// Swing.
-  static int64_t mostChildren(const Toolkit& toolkit, const ElementFacts& container);
-
   TreeWalk(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts)
       : WalkSteps(runner, std::move(plan), elements, texts) {}
 

@@ -166,7 +166,7 @@ std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& 
     return {};
   }
   const bool isTable = (container.interfaces & interface_bit::table) != 0;
-  if (toolkit.family == ToolkitFamily::qt && !isTable) {
+  if (!toolkit.findsChildrenAtPoints() && !isTable) {
     return childrenOneByOne(runner, *handle, 0, container.childCount, deadline);
   }
   const auto search = isTable ? probe : probeList;
@@ -174,7 +174,7 @@ std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& 
                                      search(runner, *handle, visible, deadline, toolkit.coordinates()), deadline);
   const auto indexes = indexesOf(runner, direct, deadline);
   if (isTable) {
-    auto cells = visibleCells(runner, *handle, indexes, toolkit.family == ToolkitFamily::qt, deadline);
+    auto cells = visibleCells(runner, *handle, indexes, toolkit.hasRowHeaders(), deadline);
     if (!cells.empty()) {
       return cells;
     }

@@ -9,9 +9,8 @@ namespace jumplark::atspi {
 
 /// The children of a large container that show, found by asking what lies at some points of it: for a table the cells
 /// of the rows between the first and the last one hit, with the column headers before them; for any other container the
-/// children in between. Asking for all children costs a large table's application more than a second. Of a Qt container
-/// that is not a table the first children are read one by one: Qt compares a point with every child in a way that takes
-/// it a second with some thousands.
+/// children in between. Asking for all children costs a large table's application more than a second. Where a toolkit
+/// is slow at that, the first children of what is not a table are read one by one.
 ///
 /// `visible` is what shows of the container, in the coordinates that its toolkit takes. Empty when nothing was hit.
 std::vector<ElementRef> visibleChildren(CallRunner& runner, const ElementFacts& container, const Toolkit& toolkit,

@@ -7,7 +7,6 @@
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/reading/AccessibleNames.h"
 #include "backends/linux/atspi/reading/CachedTree.h"
 #include "backends/linux/atspi/reading/RoleNames.h"
 
@@ -90,17 +89,12 @@ const ElementFacts* WalkSteps::parentOf(const ElementFacts& element) const {
   return find(element.parent, elements_);
 }
 
-/// Swing counts the place of a page from its tab, though it lies beside all tabs.
-bool WalkSteps::isMisplacedPage(const ElementFacts& element) const {
-  const ElementFacts* above = plan_.toolkit.family == ToolkitFamily::swing ? parentOf(element) : nullptr;
-  return above && above->role == role::pageTab;
-}
-
 Rect WalkSteps::visiblePart(const ElementFacts& element) const {
   Rect part = element.extents.value_or(Rect::null());
   // The walk made the parents, so that following them ends.
   for (const ElementFacts* above = parentOf(element); above; above = parentOf(*above)) {
-    if (above->extents && !isMisplacedPage(*above) &&
+    const ElementFacts* around = parentOf(*above);
+    if (above->extents && !(around && plan_.toolkit->isMisplaced(*above, *around)) &&
         !(above->role == role::pageTab && !intersects(part, *above->extents))) {
       part = intersection(part, *above->extents);
     }
@@ -120,7 +114,7 @@ void WalkSteps::askStates(TypedBatch& batch, ElementFacts& e) {
 
 void WalkSteps::askName(TypedBatch& batch, ElementFacts& e) {
   batch.add<std::string>(
-      calls::name(*handleOf(e.ref)), [&](std::string& name) { e.name = nameForPeople(plan_.toolkit, name); }, noting());
+      calls::name(*handleOf(e.ref)), [&](std::string& name) { e.name = plan_.toolkit->nameForPeople(name); }, noting());
 }
 
 void WalkSteps::askTexts(TypedBatch& batch, ElementFacts& e) {
@@ -131,8 +125,8 @@ void WalkSteps::askTexts(TypedBatch& batch, ElementFacts& e) {
 
 void WalkSteps::askExtents(TypedBatch& batch, ElementFacts& e) {
   batch.add<Rect>(
-      calls::extents(*handleOf(e.ref), plan_.toolkit.coordinates()),
-      [&](Rect& rect) { e.extents = placeTold(plan_.toolkit, rect, plan_.offset); }, noting());
+      calls::extents(*handleOf(e.ref), plan_.toolkit->coordinates()),
+      [&](Rect& rect) { e.extents = plan_.toolkit->placeTold(rect, plan_.offset); }, noting());
 }
 
 void WalkSteps::askInterfaces(TypedBatch& batch, ElementFacts& e) {
@@ -179,7 +173,7 @@ void WalkSteps::readFurther(const Level& all) {
 void WalkSteps::askCaptions(TypedBatch& batch, const Level& all) {
   std::unordered_set<ElementRef, ElementRefHash> surroundings;
   for (const auto& element : all) {
-    if (mayNameAButton(plan_.toolkit, *element, elements_)) {
+    if (plan_.toolkit->mayBeCaptioned(*element, elements_)) {
       surroundings.insert(element->parent);
     }
   }
@@ -190,7 +184,7 @@ void WalkSteps::askCaptions(TypedBatch& batch, const Level& all) {
     batch.add<RelationSet>(calls::relations(*handleOf(element->ref)), [this, label = element->ref](RelationSet& set) {
       for (const auto& [type, targets] : set) {
         ElementFacts* named = targets.empty() ? nullptr : find(targets.front(), elements_);
-        if (type == calls::kRelationLabelFor && named && mayNameAButton(plan_.toolkit, *named, elements_)) {
+        if (type == calls::kRelationLabelFor && named && plan_.toolkit->mayBeCaptioned(*named, elements_)) {
           named->labelledBy.push_back(label);
         }
       }
@@ -223,7 +217,7 @@ std::vector<TextRequest> WalkSteps::textRequests(const Level& elements) const {
   for (const auto& element : elements) {
     const Rect part = visiblePart(*element);
     requests.push_back(
-        textRequestOf(*element, plan_.toolkit, part.isNull() ? std::nullopt : std::optional(part), plan_.offset));
+        textRequestOf(*element, *plan_.toolkit, part.isNull() ? std::nullopt : std::optional(part), plan_.offset));
   }
   return requests;
 }

@@ -22,8 +22,8 @@ class TypedBatch;
 using TextMap = std::unordered_map<ElementRef, TextFacts, ElementRefHash>;
 
 struct WalkPlan {
-  Toolkit toolkit;
-  Point offset;  ///< what extents that are reported need, see extentsOffset
+  const Toolkit* toolkit = nullptr;  ///< never null
+  Point offset;                      ///< what extents that are reported need, see Toolkit::originIn
   /// Descend only into what shows. What does not is still named in its parent's children, with its identity.
   bool visibleOnly = true;
   TimePoint deadline;
@@ -86,7 +86,6 @@ class WalkSteps {
   bool complete_ = true;
 
  private:
-  bool isMisplacedPage(const ElementFacts& element) const;
   /// Adds what asks the labels beside boxes that may name a button which of them they caption; the boxes do not say.
   void askCaptions(TypedBatch& batch, const Level& all);
   /// Adds what asks for the name of the element's role, unless that is known.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <thread>
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/reading/VisibleChildren.h"
@@ -39,7 +38,7 @@ AtspiElementSource::AtspiElementSource(BusConnection::Options options, WindowSys
     : windows_(windows),
       bus_(std::move(options)),
       calls_(bus_, isLive),
-      registry_(bus_, windows),
+      registry_(bus_, windows, [this](const ToolkitFacts& facts) -> const Toolkit& { return toolkits_.of(facts); }),
       reader_(bus_, registry_) {}
 
 TimePoint AtspiElementSource::deadline() const {
@@ -68,7 +67,7 @@ Point AtspiElementSource::frameOffsetNow(const AtspiHandle& element, const Toolk
   for (int i = 0; i < kDeepest && handleOf(above); ++i) {
     for (const MatchedFrame& m : frames) {
       if (m.frame.element == above) {
-        return extentsOffset(toolkit, m.window, m.frame.reported);
+        return toolkit.originIn(m.window, m.frame.reported);
       }
     }
     const FactsPointer parent = store_.find(above);
@@ -86,14 +85,14 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
   }
   const AtspiHandle* handle = handleOf(element);
   if (handle && !request.facts.has(wanted)) {
-    request.context.toolkit = registry_.toolkitOf(applicationOf(*handle));
-    if (!request.context.toolkit.tellsShowing() && !request.facts.has(facts::identity)) {
+    request.context.toolkit = registry_.toolkitOf(applicationOf(*handle)).toolkit;
+    if (!request.context.toolkit->tellsShowing() && !request.facts.has(facts::identity)) {
       // Only its size tells whether it shows.
       request.wanted |= facts::extents;
       wanted |= facts::extents;
     }
     const bool needsPlace = (wanted & ~request.facts.known & (facts::extents | facts::text)) != 0;
-    request.context.offset = needsPlace ? offsetNow(*handle, request.context.toolkit) : Point{};
+    request.context.offset = needsPlace ? offsetNow(*handle, *request.context.toolkit) : Point{};
   }
   return request;
 }
@@ -194,7 +193,12 @@ AccessibilityResult<std::vector<ElementRef>> AtspiElementSource::childrenInRange
 }
 
 std::optional<SnapshotReport> AtspiElementSource::report(const ElementRef& application) {
-  return store_.ask<SnapshotReport>(application, reportOn);
+  auto report = store_.ask<SnapshotReport>(application, reportOn);
+  if (report) {
+    report->advice = *store_.ask<std::string>(
+        application, [this](const Snapshot& s) { return toolkits_.adviceForSilent(s.pid, &s); });
+  }
+  return report;
 }
 
 ElementRef AtspiElementSource::application(int32_t pid) {
@@ -217,11 +221,11 @@ MatchedFrames AtspiElementSource::matchNow(const ElementRef& application) {
     return *known;
   }
   MatchedFrames now;
-  now.toolkit = registry_.toolkitOf(application);
+  const Toolkit& toolkit = *registry_.toolkitOf(application).toolkit;
   now.frames = registry_.framesOf(application, deadline());
   const std::vector<WindowFacts> windows = registry_.windowsOf(application);
   now.hasWindows = !windows.empty();
-  now.matched = matchFrames(now.frames, windows, now.toolkit);
+  now.matched = matchFrames(now.frames, windows, toolkit);
   recent_.addFrames(application, now);
   return now;
 }
@@ -273,23 +277,9 @@ ElementRef AtspiElementSource::focusedElement(const ElementRef& application) {
 
 ElementRef AtspiElementSource::topmostInDocument(const ElementRef& document, Point point) {
   const AtspiHandle* handle = handleOf(document);
-  if (!handle || !isLive() || registry_.toolkitOf(applicationOf(*handle)).family != ToolkitFamily::chromium) {
-    return {};
-  }
-  // The browser passes the question on to the page and answers at first by what it guesses meanwhile, but remembers the
-  // page's answer for whoever asks again.
-  constexpr auto kPageAnswers = std::chrono::milliseconds(20);
-  const auto ask = [&] {
-    return callOnce(
-        calls_,
-        calls::accessibleAtPoint(*handle, static_cast<int32_t>(point.x), static_cast<int32_t>(point.y), calls::kScreen),
-        deadline());
-  };
-  if (!ask().ok()) {
-    return {};
-  }
-  std::this_thread::sleep_for(kPageAnswers);
-  return ask().value;
+  return handle && isLive() ? registry_.toolkitOf(applicationOf(*handle))
+                                  .toolkit->topmostInDocument(calls_, *handle, point, deadline())
+                            : ElementRef();
 }
 
 void AtspiElementSource::expectSnapshot(int32_t pid) {
@@ -303,7 +293,7 @@ void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool vis
   const uint64_t era = store_.era();
   const TimePoint started = Clock::now();
   auto snapshot = reader_.read(application, visibleOnly, [this, era] { return store_.era() != era; });
-  places_.keep(handleOf(application)->busName(), snapshot->places);
+  places_.keep(handleOf(application)->busName(), snapshot->transform);
   if (store_.keep(std::move(snapshot), era)) {
     calls_.allow(handleOf(application)->busName(), SnapshotReader::kLimit - (Clock::now() - started));
     outside_.start();

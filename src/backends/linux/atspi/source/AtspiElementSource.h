@@ -15,6 +15,7 @@
 #include "backends/linux/atspi/source/RecentReads.h"
 #include "backends/linux/atspi/source/SnapshotReport.h"
 #include "backends/linux/atspi/source/SnapshotStore.h"
+#include "backends/linux/atspi/toolkits/Toolkits.h"
 
 namespace jumplark::atspi {
 
@@ -39,6 +40,8 @@ class AtspiElementSource final : public ElementSource {
                                                                int64_t count) override;
   /// How the snapshot that is kept of an application was read; none without one.
   std::optional<SnapshotReport> report(const ElementRef& application);
+  /// What to tell a person whose process is not on the bus; empty when nothing is known to help.
+  std::string adviceForSilent(int32_t pid) const { return toolkits_.adviceForSilent(pid, nullptr); }
   ElementRef application(int32_t pid) override;
   AccessibilityResult<int32_t> processIdentifier(const ElementRef& element) override;
   ElementRef focusedWindow(const ElementRef& application) override;
@@ -81,6 +84,7 @@ class AtspiElementSource final : public ElementSource {
   WindowSystem& windows_;
   BusConnection bus_;
   TimeBudget calls_;  ///< for what a snapshot lacks
+  const Toolkits toolkits_;
   ApplicationRegistry registry_;
   SnapshotReader reader_;
   SnapshotStore store_;

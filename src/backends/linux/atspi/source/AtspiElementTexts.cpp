@@ -48,7 +48,7 @@ AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleText
     return error;
   }
   const AtspiHandle& handle = *handleOf(element);
-  const Toolkit toolkit = registry_.toolkitOf(makeRef(handle.busName(), calls::kRootPath));
+  const Toolkit& toolkit = *registry_.toolkitOf(makeRef(handle.busName(), calls::kRootPath)).toolkit;
   std::optional<Rect> visible = found->extents;
   if (visible) {
     visible = places_.fromScreen(element, *visible);

@@ -8,13 +8,11 @@
 #include "backends/linux/atspi/bus/MethodCall.h"
 #include "backends/linux/atspi/element/ElementFacts.h"
 #include "backends/linux/atspi/reading/FrameMatching.h"
-#include "backends/linux/atspi/reading/Toolkit.h"
 
 namespace jumplark::atspi {
 
 /// The frames of an application as they were told a moment ago, each with its window where it has one.
 struct MatchedFrames {
-  Toolkit toolkit;
   std::vector<FrameFacts> frames;
   std::vector<MatchedFrame> matched;
   bool hasWindows = false;

@@ -6,8 +6,6 @@
 #include <string_view>
 
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/reading/ChromiumReader.h"
-#include "backends/linux/atspi/reading/JavaAdvice.h"
 #include "backends/linux/atspi/reading/SnapshotReader.h"
 #include "backends/linux/atspi/source/SnapshotStore.h"
 
@@ -124,7 +122,7 @@ DesktopCheck readingCheck(const SnapshotReport& report) {
 
 SnapshotReport reportOn(const Snapshot& snapshot) {
   SnapshotReport report;
-  report.toolkit = snapshot.toolkit;
+  report.toolkit = snapshot.toolkitFacts;
   report.fromCache = snapshot.fromCache;
   report.complete = snapshot.complete;
   report.milliseconds = std::chrono::duration<double, std::milli>(snapshot.took).count();
@@ -133,18 +131,13 @@ SnapshotReport reportOn(const Snapshot& snapshot) {
       static_cast<size_t>(std::count_if(snapshot.elements.begin(), snapshot.elements.end(),
                                         [](const auto& entry) { return entry.second->is(state::showing); }));
   report.leftOut = sentences(countLeftOut(snapshot));
-  report.advice = adviceForSilentBrowser(snapshot.pid, &snapshot);
   return report;
 }
 
 std::vector<DesktopCheck> readingChecks(const std::string& name, int32_t pid,
-                                        const std::optional<SnapshotReport>& report) {
+                                        const std::optional<SnapshotReport>& report, const std::string& advice) {
   const std::string who = fmt::format("{} (process {})", name.empty() ? "The application" : name, pid);
   if (!report) {
-    std::string advice = adviceForSilentBrowser(pid, nullptr);
-    if (advice.empty()) {
-      advice = adviceForSilentJava(pid);
-    }
     return {{"application", Level::warning, who + " is not on the accessibility bus, so nothing of it can be found.",
              advice.empty() ? "Start it again, now that accessibility is switched on; some programs offer nothing."
                             : advice}};

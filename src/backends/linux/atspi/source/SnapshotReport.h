@@ -14,7 +14,7 @@ struct Snapshot;
 
 /// How the reading of one application went, for people.
 struct SnapshotReport {
-  Toolkit toolkit;
+  ToolkitFacts toolkit;
   bool fromCache = false;
   bool complete = false;
   double milliseconds = 0;
@@ -24,11 +24,12 @@ struct SnapshotReport {
   std::string advice;                ///< how to start a browser that shows no page; else empty
 };
 
+/// Without advice.
 SnapshotReport reportOn(const Snapshot& snapshot);
 
 /// What to say of the application called `name`: how it is read, how long that took, whether it was cut short, what was
-/// left out. Without a report it is not on the accessibility bus.
+/// left out. Without a report it is not on the accessibility bus, and `advice` may say what to do about it.
 std::vector<DesktopCheck> readingChecks(const std::string& name, int32_t pid,
-                                        const std::optional<SnapshotReport>& report);
+                                        const std::optional<SnapshotReport>& report, const std::string& advice);
 
 }  // namespace jumplark::atspi

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -27,7 +28,7 @@ class SnapshotStore {
 
   /// What `read` says of the snapshot of an application; none without one.
   template <typename T>
-  std::optional<T> ask(const ElementRef& application, T (*read)(const Snapshot&)) const {
+  std::optional<T> ask(const ElementRef& application, const std::function<T(const Snapshot&)>& read) const {
     const std::lock_guard lock(mutex_);
     const Kept* kept = keptOf(application);
     return kept ? std::optional<T>(read(*kept->snapshot)) : std::nullopt;

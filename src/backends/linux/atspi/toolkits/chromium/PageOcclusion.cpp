@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/reading/PageOcclusion.h"
+#include "backends/linux/atspi/toolkits/chromium/PageOcclusion.h"
 
 #include <algorithm>
 #include <thread>
@@ -192,8 +192,8 @@ PageOcclusion::Question PageOcclusion::questionFor(const Group& group) const {
 CallRunner::Wait PageOcclusion::ask(const Question& question) {
   askedAt_ = Clock::now();
   std::vector<MethodCall> calls;
-  calls.push_back(calls::accessibleAtPoint(*question.document, static_cast<int32_t>(question.point.x),
-                                           static_cast<int32_t>(question.point.y), calls::kScreen)
+  calls.push_back(calls::accessibleAtPoint(*question.document, static_cast<int32_t>(question.point.x - offset_.x),
+                                           static_cast<int32_t>(question.point.y - offset_.y), calls::kScreen)
                       .call);
   return runner_.begin(std::move(calls), deadline_);
 }

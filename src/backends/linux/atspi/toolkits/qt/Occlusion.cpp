@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/reading/Occlusion.h"
+#include "backends/linux/atspi/toolkits/qt/Occlusion.h"
 
 #include <algorithm>
 #include <optional>
@@ -87,10 +87,7 @@ bool isOccluded(const Rect& item, const Rect& container, const std::vector<Rect>
 
 }  // namespace
 
-void hideOccludedItems(const Toolkit& toolkit, FactsMap& elements) {
-  if (toolkit.family != ToolkitFamily::qt) {
-    return;
-  }
+void hideOccludedItems(FactsMap& elements) {
   for (const auto& [ref, element] : elements) {
     if (!element->extents || !(element->role == role::pageTabList || isTable(*element))) {
       continue;

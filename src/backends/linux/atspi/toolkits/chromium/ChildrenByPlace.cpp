@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/reading/ChildrenByPlace.h"
+#include "backends/linux/atspi/toolkits/chromium/ChildrenByPlace.h"
 
 #include <algorithm>
 #include <map>

@@ -1,13 +1,13 @@
-#include "backends/linux/atspi/reading/ChromiumWalk.h"
+#include "backends/linux/atspi/toolkits/chromium/ChromiumWalk.h"
 
 #include <algorithm>
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/reading/ChildrenByPlace.h"
 #include "backends/linux/atspi/reading/ComboChoices.h"
-#include "backends/linux/atspi/reading/PageOcclusion.h"
+#include "backends/linux/atspi/toolkits/chromium/ChildrenByPlace.h"
+#include "backends/linux/atspi/toolkits/chromium/PageOcclusion.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -99,7 +99,7 @@ void ChromiumWalk::walk(const ElementRef& start, const ElementRef& parent) {
   }
   complete_ = complete_ && level.empty();
   leaveOutNoise(all);
-  PageOcclusion covers(runner_, plan_.deadline);
+  PageOcclusion covers(runner_, plan_.offset, plan_.deadline);
   covers.begin(all);
   readFurther(all);
   covers.finish();
@@ -254,7 +254,8 @@ ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
     container->interfaces &= ~interface_bit::text;
     const Rect part = visiblePart(*container);
     if (!stopped() && !part.isNull()) {
-      adopt(*container, childrenByPlace(runner_, *container, part, plan_.deadline), next);
+      const Rect local{part.x - plan_.offset.x, part.y - plan_.offset.y, part.width, part.height};
+      adopt(*container, childrenByPlace(runner_, *container, local, plan_.deadline), next);
     }
   }
   return next;

@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/reading/Gtk4Decorations.h"
+#include "backends/linux/atspi/toolkits/gtk4/Gtk4Decorations.h"
 
 #include <algorithm>
 

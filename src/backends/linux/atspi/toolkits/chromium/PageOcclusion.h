@@ -17,7 +17,9 @@ namespace jumplark::atspi {
 /// anyway is not found out.
 class PageOcclusion {
  public:
-  PageOcclusion(CallRunner& runner, TimePoint deadline) : runner_(runner), deadline_(deadline) {}
+  /// `offset` is what places that the browser tells need, see Toolkit::originIn.
+  PageOcclusion(CallRunner& runner, Point offset, TimePoint deadline)
+      : runner_(runner), offset_(offset), deadline_(deadline) {}
 
   /// Looks at the places, and asks the first question where there is one. `all` is what a walk has read, parents before
   /// their children.
@@ -59,6 +61,7 @@ class PageOcclusion {
   void askElsewhere();
 
   CallRunner& runner_;
+  const Point offset_;
   const TimePoint deadline_;
   std::vector<Node> nodes_;
   std::vector<Group> groups_;

@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/reading/ChromiumReader.h"
+#include "backends/linux/atspi/toolkits/chromium/Chromium.h"
 
 #include <fmt/format.h>
 
@@ -9,7 +9,8 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/reading/ChromiumWalk.h"
+#include "backends/linux/atspi/reading/Snapshot.h"
+#include "backends/linux/atspi/toolkits/chromium/ChromiumWalk.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -39,15 +40,40 @@ bool showsContent(const Snapshot& snapshot) {
 
 }  // namespace
 
-bool ChromiumReader::read(Snapshot& snapshot, const ElementRef& frame, const WalkPlan& plan) {
+bool Chromium::tellsScreenPlace(const ElementFacts& element, const FactsMap& elements) const {
+  const auto isPage = [](const ElementFacts& one) { return one.role == role::documentWeb; };
+  return isPage(element) || findAbove(element, elements, isPage) != nullptr;
+}
+
+ElementRef Chromium::topmostInDocument(CallRunner& runner, const AtspiHandle& document, Point point,
+                                       TimePoint deadline) const {
+  // The browser passes the question on to the page and answers at first by what it guesses meanwhile, but remembers the
+  // page's answer for whoever asks again.
+  constexpr auto kPageAnswers = std::chrono::milliseconds(20);
+  const auto ask = [&] {
+    return callOnce(runner,
+                    calls::accessibleAtPoint(document, static_cast<int32_t>(point.x), static_cast<int32_t>(point.y)),
+                    deadline);
+  };
+  if (!ask().ok()) {
+    return {};
+  }
+  std::this_thread::sleep_for(kPageAnswers);
+  return ask().value;
+}
+
+bool Chromium::readWindow(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) const {
+  if (!plan.visibleOnly) {
+    return Toolkit::readWindow(snapshot, frame, runner, plan);
+  }
   const TimePoint wakeDeadline = std::min(plan.deadline, Clock::now() + kWakeLimit);
-  callOnce(runner_, calls::attributes(*handleOf(frame)), wakeDeadline);
+  callOnce(runner, calls::attributes(*handleOf(frame)), wakeDeadline);
   const FactsMap before = snapshot.elements;
   for (;;) {
-    ChromiumWalk walk(runner_, plan, snapshot.elements, snapshot.texts);
+    ChromiumWalk walk(runner, plan, snapshot.elements, snapshot.texts);
     walk.walk(frame, snapshot.application);
     const FactsPointer page = walk.emptyPage();
-    if (!walk.complete() || !page || isKnownToBeBlank(page->ref) || !fills(*page, plan, wakeDeadline)) {
+    if (!walk.complete() || !page || isKnownToBeBlank(page->ref) || !fills(runner, *page, plan, wakeDeadline)) {
       return walk.complete();
     }
     snapshot.elements = before;
@@ -55,12 +81,12 @@ bool ChromiumReader::read(Snapshot& snapshot, const ElementRef& frame, const Wal
   }
 }
 
-bool ChromiumReader::isKnownToBeBlank(const ElementRef& page) {
+bool Chromium::isKnownToBeBlank(const ElementRef& page) const {
   const std::lock_guard lock(mutex_);
   return blank_.contains(page);
 }
 
-bool ChromiumReader::fills(const ElementFacts& page, const WalkPlan& plan, TimePoint deadline) {
+bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPlan& plan, TimePoint deadline) const {
   while (Clock::now() < deadline && !(plan.cancelled && plan.cancelled())) {
     TypedBatch batch;
     // The page that fills may be another object, which takes the place of this one.
@@ -71,7 +97,7 @@ bool ChromiumReader::fills(const ElementFacts& page, const WalkPlan& plan, TimeP
     batch.add<std::vector<ElementRef>>(calls::children(*handleOf(page.parent)), [&](std::vector<ElementRef>& children) {
       changed = changed || std::find(children.begin(), children.end(), page.ref) == children.end();
     });
-    batch.run(runner_, deadline);
+    batch.run(runner, deadline);
     if (changed) {
       return true;
     }
@@ -85,7 +111,7 @@ bool ChromiumReader::fills(const ElementFacts& page, const WalkPlan& plan, TimeP
   return false;
 }
 
-std::string adviceForSilentBrowser(int32_t pid, const Snapshot* snapshot) {
+std::string Chromium::adviceForSilent(int32_t pid, const Snapshot* snapshot) const {
   const std::string program = programOf(pid);
   if (!isBrowserEngine(program) || (snapshot && showsContent(*snapshot))) {
     return {};

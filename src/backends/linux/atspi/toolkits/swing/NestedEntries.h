@@ -1,12 +1,11 @@
 #pragma once
 
 #include "backends/linux/atspi/element/FactsMap.h"
-#include "backends/linux/atspi/reading/Toolkit.h"
 
 namespace jumplark::atspi {
 
 /// Java's trees hold their entries in one another, though each lies below the one that holds it, not in it. All become
 /// children of the tree, in the order in which they show, so that only the tree and what is around it clips them.
-void reparentNestedEntries(const Toolkit& toolkit, FactsMap& elements);
+void reparentNestedEntries(FactsMap& elements);
 
 }  // namespace jumplark::atspi

@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/reading/Gtk4Tree.h"
+#include "backends/linux/atspi/toolkits/gtk4/Gtk4Tree.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/reading/Gtk4Decorations.h"
+#include "backends/linux/atspi/toolkits/gtk4/Gtk4Decorations.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -16,7 +16,6 @@ namespace {
 /// Points at which rivals are told apart, as parts of their common place; off the middle, where a gap is likely.
 constexpr std::array<std::pair<double, double>, 5> kProbes{
     {{0.5, 0.47}, {0.23, 0.21}, {0.77, 0.23}, {0.21, 0.79}, {0.79, 0.77}}};
-constexpr int kMostAncestors = 100;
 
 bool isButton(uint32_t number) {
   return number == role::pushButton || number == role::toggleButton;
@@ -125,7 +124,7 @@ void Gtk4Tree::hideUnreachable(const Elements& all) {
     for (const auto& [right, down] : kProbes) {
       const auto x = static_cast<int32_t>(place.x - plan_.offset.x + place.width * right);
       const auto y = static_cast<int32_t>(place.y - plan_.offset.y + place.height * down);
-      batch.add<ElementRef>(calls::accessibleAtPoint(*handleOf(parent->ref), x, y, plan_.toolkit.coordinates()),
+      batch.add<ElementRef>(calls::accessibleAtPoint(*handleOf(parent->ref), x, y, plan_.toolkit->coordinates()),
                             [&hits, i](ElementRef& hit) { hits[i].push_back(hit); });
     }
   }
@@ -146,14 +145,11 @@ void Gtk4Tree::hideUnreachable(const Elements& all) {
 }
 
 ElementFacts* Gtk4Tree::rivalAbove(const ElementRef& hit, const Rivals& rivals) const {
+  const auto isRival = [&](const ElementFacts& one) {
+    return std::find(rivals.begin(), rivals.end(), &one) != rivals.end();
+  };
   ElementFacts* here = find(hit, elements_);
-  for (int i = 0; i < kMostAncestors && here; ++i) {
-    if (std::find(rivals.begin(), rivals.end(), here) != rivals.end()) {
-      return here;
-    }
-    here = find(here->parent, elements_);
-  }
-  return nullptr;
+  return !here || isRival(*here) ? here : findAbove(*here, elements_, isRival);
 }
 
 void Gtk4Tree::hideWithChildren(ElementFacts& element) {

@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/reading/NestedEntries.h"
+#include "backends/linux/atspi/toolkits/swing/NestedEntries.h"
 
 #include <utility>
 #include <vector>
@@ -41,10 +41,7 @@ class Reparenting {
 
 }  // namespace
 
-void reparentNestedEntries(const Toolkit& toolkit, FactsMap& elements) {
-  if (toolkit.family != ToolkitFamily::swing) {
-    return;
-  }
+void reparentNestedEntries(FactsMap& elements) {
   for (const auto& [ref, element] : elements) {
     if (element->role == role::tree && !element->children.empty()) {
       Reparenting(*element, elements).run();

@@ -4,8 +4,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "backends/linux/atspi/reading/ManyChildren.h"
 #include "backends/linux/atspi/reading/WalkSteps.h"
+#include "backends/linux/atspi/toolkits/chromium/ManyChildren.h"
 
 namespace jumplark::atspi {
 

@@ -1,4 +1,4 @@
-#include "backends/linux/atspi/reading/ManyChildren.h"
+#include "backends/linux/atspi/toolkits/chromium/ManyChildren.h"
 
 #include <algorithm>
 

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <vector>
+
+#include "backends/linux/atspi/element/FactsMap.h"
+#include "backends/linux/atspi/reading/CoordinateTransform.h"
+
+namespace jumplark::atspi {
+
+class Toolkit;
+
+/// All that has been read of an application, while it is put right.
+struct Reading {
+  FactsMap& elements;
+  CoordinateTransform& transform;
+  std::vector<ElementRef> roots;  ///< frames and open menus that were read whole
+  ElementRef focusedWindow;
+  std::vector<ElementRef> openPopups;     ///< of the roots
+  std::vector<WindowFacts> popupWindows;  ///< where the toolkit wants to know them
+};
+
+/// Makes of what an application said what a person sees, step by step; toolkits say what there is to do in each.
+void putRight(const Toolkit& toolkit, Reading& reading);
+
+}  // namespace jumplark::atspi

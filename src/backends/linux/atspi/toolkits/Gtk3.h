@@ -1,0 +1,21 @@
+#pragma once
+
+#include "backends/linux/atspi/reading/Toolkit.h"
+
+namespace jumplark::atspi {
+
+/// GTK 3: a cache that is complete but for places and the children of lists and tables.
+class Gtk3 : public Toolkit {
+ public:
+  static bool draws(const ToolkitFacts& facts);
+
+  bool namesRolesAlike() const override { return true; }
+  bool keepsCache() const override { return true; }
+  bool drawsBetweenAnswers() const override { return true; }
+  Waking waking() const override { return {.triesCache = true, .reads = 1}; }
+  bool endsTextsItself() const override { return true; }
+  bool mayBeCaptioned(const ElementFacts& element, const FactsMap& elements) const override;
+  void nameControls(FactsMap& elements) const override;
+};
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <mutex>
+#include <unordered_set>
+
+#include "backends/linux/atspi/reading/Toolkit.h"
+
+namespace jumplark::atspi {
+
+/// A browser, or an application that is a browser inside. Its pages show nothing on the accessibility bus until
+/// somebody asks for attributes; then they fill within some tens of milliseconds, a large page within some hundreds.
+class Chromium final : public Toolkit {
+ public:
+  static bool draws(const ToolkitFacts& facts) { return facts.name == "Chromium"; }
+
+  /// It opens further windows, which are asleep.
+  Waking waking() const override { return {.eachTime = true, .asksAttributes = true}; }
+  /// It scales its own controls, and tells the places in its pages as they are on the screen.
+  bool tellsScreenPlace(const ElementFacts& element, const FactsMap& elements) const override;
+  ElementRef topmostInDocument(CallRunner& runner, const AtspiHandle& document, Point point,
+                               TimePoint deadline) const override;
+  /// Wakes the window, reads it, and waits for a page that is still empty: once for each page, and for less than a
+  /// second.
+  bool readWindow(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) const override;
+  bool tellsChoices() const override { return false; }
+  /// Which switch to start it with. Looks at the files beside the process's program.
+  std::string adviceForSilent(int32_t pid, const Snapshot* snapshot) const override;
+
+ private:
+  bool isKnownToBeBlank(const ElementRef& page) const;
+  bool fills(CallRunner& runner, const ElementFacts& page, const WalkPlan& plan, TimePoint deadline) const;
+
+  mutable std::mutex mutex_;
+  mutable std::unordered_set<ElementRef, ElementRefHash> blank_;  ///< pages that stayed empty
+};
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "backends/linux/atspi/reading/Toolkit.h"
+
+namespace jumplark::atspi {
+
+/// Qt 5 and 6: no cache, no socket of its own; each element is asked.
+class Qt : public Toolkit {
+ public:
+  static bool draws(const ToolkitFacts& facts) { return facts.name == "Qt"; }
+
+  bool namesRolesAlike() const override { return true; }
+  /// Counts from the client area, inside decorations that it may draw itself.
+  Point originIn(const WindowFacts& window, const Rect& reportedFrame) const override;
+  /// It compares a point with every child in a way that takes it a second with some thousands.
+  bool findsChildrenAtPoints() const override { return false; }
+  bool hasRowHeaders() const override { return true; }
+  bool isLeaf(uint32_t number) const override;
+  bool isPlain(uint32_t number) const override;
+  /// A tool button counts its menu among its children only where an arrow beside it opens that; it gives the menu
+  /// nevertheless, and is down while that is open.
+  bool mayHaveOpenMenu(const ElementFacts& element) const override;
+  bool tellsChoices() const override { return false; }
+  bool endsTextsItself() const override { return true; }
+  /// Names the button at the end of a tool bar too narrow for its actions, which has no word of its own and shows two
+  /// arrows: "More" and ">>". A tool bar makes it before anything else, so that it comes first in it.
+  void nameControls(FactsMap& elements) const override;
+  void hideOccluded(FactsMap& elements) const override;
+};
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,106 @@
+#include "backends/linux/atspi/toolkits/swing/Swing.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/element/TextUnits.h"
+#include "backends/linux/atspi/reading/Corrections.h"
+#include "backends/linux/atspi/toolkits/swing/NestedEntries.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Of a line of text, which every look of Swing's makes higher.
+constexpr double kHeaderHeight = 14;
+constexpr int64_t kMostEntries = 60;
+constexpr const char* kWrapper = "/usr/share/java/java-atk-wrapper.jar";
+
+bool isWindow(const ElementFacts& element) {
+  return element.role == role::frame || element.role == role::dialog || element.role == role::window;
+}
+
+/// Every launcher, also one that a program brings along, loads the machine from this library.
+bool holdsJavaMachine(int32_t pid) {
+  std::ifstream maps(fmt::format("/proc/{}/maps", pid));
+  for (std::string line; std::getline(maps, line);) {
+    if (line.ends_with("/libjvm.so")) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+std::optional<Rect> Swing::placeTold(const Rect& reported, Point offset) const {
+  if (reported.height != 0) {
+    return screenExtents(reported, offset);
+  }
+  auto place = screenExtents({reported.x, reported.y, reported.width, kHeaderHeight}, offset);
+  if (place) {
+    place->height = 0;
+  }
+  return place;
+}
+
+void Swing::settlePlace(ElementFacts& element) const {
+  if (!element.extents) {
+    return;
+  }
+  const bool isFlat = element.extents->height == 0;
+  const bool mayBeHeader = element.role == role::label && !(element.has(facts::texts) && isBlank(element.name));
+  if (isWindow(element) || (isFlat && !mayBeHeader)) {
+    element.extents.reset();
+  } else if (isFlat) {
+    element.extents->height = kHeaderHeight;
+  }
+}
+
+bool Swing::isMisplaced(const ElementFacts& /*element*/, const ElementFacts& parent) const {
+  return parent.role == role::pageTab;
+}
+
+int64_t Swing::mostChildren(const ElementFacts& container) const {
+  return container.role == role::list ? kMostEntries : Toolkit::mostChildren(container);
+}
+
+bool Swing::isLeaf(uint32_t number) const {
+  return number == role::spinButton;
+}
+
+void Swing::correctPlaces(Reading& reading) const {
+  for (const auto& [ref, element] : reading.elements) {
+    const ElementFacts* content =
+        element->children.empty() ? nullptr : find(element->children.front(), reading.elements);
+    if (isWindow(*element) && element->is(state::showing) && !element->extents && content) {
+      element->extents = content->extents;
+    }
+    const ElementFacts* tab = find(element->parent, reading.elements);
+    const ElementFacts* tabs = tab && tab->role == role::pageTab ? find(tab->parent, reading.elements) : nullptr;
+    if (tabs && tab->extents && tabs->extents) {
+      reading.transform.move(*element, {tabs->extents->x - tab->extents->x, tabs->extents->y - tab->extents->y});
+    }
+  }
+}
+
+void Swing::reparent(FactsMap& elements) const {
+  reparentNestedEntries(elements);
+}
+
+std::string Swing::adviceForSilent(int32_t pid, const Snapshot* snapshot) const {
+  if (snapshot || !holdsJavaMachine(pid)) {
+    return {};
+  }
+  std::error_code error;
+  const bool isInstalled = std::filesystem::exists(kWrapper, error);
+  return fmt::format(
+      "It is a Java program, and those show what they hold only with the Java ATK wrapper: {}start it again with "
+      "this in its environment: JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies="
+      "org.GNOME.Accessibility.AtkWrapper -Xbootclasspath/a:{}'.",
+      isInstalled ? "" : "install it (on Debian the package libatk-wrapper-java-jni), and ", kWrapper);
+}
+
+}  // namespace jumplark::atspi
