@@ -2,6 +2,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace jumplark::atspi {
@@ -15,6 +16,23 @@ std::string lastPart(const char* name, char separator) {
   return text.substr(text.rfind(separator) + 1);
 }
 
+/// The interface that a call, or the property that it reads, belongs to.
+std::string interfaceOf(sd_bus_message* message) {
+  const std::string own = lastPart(sd_bus_message_get_interface(message), '.');
+  const char* of = nullptr;
+  if (own != "Properties" || sd_bus_message_read(message, "s", &of) <= 0) {
+    return own;
+  }
+  const std::string name = lastPart(of, '.');
+  sd_bus_message_rewind(message, 1);
+  return name;
+}
+
+bool has(const FakeElement& element, const std::string& interface) {
+  return interface == "Accessible" ||
+         std::find(element.interfaces.begin(), element.interfaces.end(), interface) != element.interfaces.end();
+}
+
 }  // namespace
 
 FakeApplication::FakeApplication(const PrivateBus& bus, std::string toolkit, std::string version)
@@ -23,6 +41,7 @@ FakeApplication::FakeApplication(const PrivateBus& bus, std::string toolkit, std
   root.role = 75;
   root.parent = "";
   root.states = 0;
+  root.interfaces = {"Application"};
   elements_["root"] = root;
   peer_ = std::make_unique<FakePeer>(bus.address(), "", handler());
 }
@@ -77,6 +96,11 @@ size_t FakeApplication::timesAsked(const std::string& call) const {
   return asked_.count(call);
 }
 
+std::multiset<std::string> FakeApplication::complaints() const {
+  const std::lock_guard lock(mutex_);
+  return complaints_;
+}
+
 std::string FakeApplication::pathOf(const std::string& id) {
   return id.empty() ? kNull : kPrefix + id;
 }
@@ -114,6 +138,9 @@ bool FakeApplication::answer(sd_bus_message* message) {
     }
     element = found->second;
     socket = socket_;
+    if (!has(element, interfaceOf(message))) {
+      complaints_.insert(interface + "." + member + " " + id);
+    }
   }
   if (instead && instead(message, id, member)) {
     return true;

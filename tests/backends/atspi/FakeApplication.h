@@ -70,6 +70,9 @@ class FakeApplication {
   /// "Interface.Member id" of every call so far.
   bool wasAsked(const std::string& call) const;
   size_t timesAsked(const std::string& call) const;
+  /// What was asked of interfaces that an element does not have, as above: programs of ATK write a complaint about
+  /// each.
+  std::multiset<std::string> complaints() const;
 
  private:
   bool answer(sd_bus_message* message);
@@ -90,6 +93,7 @@ class FakeApplication {
   std::optional<std::vector<std::string>> cached_;
   std::string socket_;
   std::multiset<std::string> asked_;
+  std::multiset<std::string> complaints_;
   std::function<void(const std::string&, const std::string&)> before_;
   Answer instead_;
   std::unique_ptr<FakePeer> peer_;

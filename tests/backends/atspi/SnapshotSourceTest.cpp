@@ -117,6 +117,21 @@ TEST_F(SourceFixture, ALiveScopeSeesWhatHasChangedSince) {
   EXPECT_THAT(source().snapshotElements(app.root()), IsEmpty());
 }
 
+TEST_F(SourceFixture, AnActionAsksOnlyWhatHasAPlaceWhereItIs) {
+  app.add("frame", "ok", element(role::pushButton, "OK", {110, 60, 80, 30}));
+  prepare();
+  app.add("frame", "page", element(role::panel, "")).interfaces = {};
+  app.add("page", "new", element(role::pushButton, "New", {10, 10, 80, 30}));
+  app.set("ok", element(role::pushButton, "OK", {200, 60, 80, 30})).parent = "frame";
+  source().prepareAction(app.ref("ok"));
+  const auto live = source().beginLiveReads();
+  const auto placeOf = [&](const ElementRef& ref) { return source().facts(ref, facts::extents).value->extents; };
+  EXPECT_EQ(placeOf(app.ref("ok")), (Rect{200, 60, 80, 30}));
+  EXPECT_EQ(placeOf(app.ref("new")), (Rect{10, 10, 80, 30}));
+  EXPECT_EQ(placeOf(app.ref("page")), std::nullopt);
+  EXPECT_EQ(placeOf(app.root()), std::nullopt);
+}
+
 TEST_F(SourceFixture, GroupsThatASnapshotLacksAreReadOnceAndKept) {
   FakeElement hidden = element(role::panel, "hidden page");
   hidden.states = 0;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "backends/atspi/FakeApplication.h"
@@ -37,6 +38,10 @@ class SourceFixture : public ::testing::Test {
     WindowFacts& window = windows.add(7, getpid(), {100, 50, 400, 300});
     window.connectionPid = getpid();
     window.title = "Window";
+  }
+
+  void TearDown() override {
+    EXPECT_EQ(app.complaints(), std::multiset<std::string>()) << "asked of elements that do not have that interface";
   }
 
   AtspiElementSource& source() {

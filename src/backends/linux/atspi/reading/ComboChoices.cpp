@@ -9,15 +9,8 @@
 namespace jumplark::atspi {
 namespace {
 
-/// Who tells what is selected: the box itself (GTK 3), or the closed list below it (browsers).
-const ElementRef* chooser(const ElementFacts& box) {
-  if (box.role != role::comboBox || box.is(state::editable) || !box.is(state::showing)) {
-    return nullptr;
-  }
-  if ((box.interfaces & interface_bit::selection) != 0) {
-    return &box.ref;
-  }
-  return box.children.size() == 1 ? &box.children[0] : nullptr;
+bool isClosedChooser(const ElementFacts& box) {
+  return box.role == role::comboBox && !box.is(state::editable) && box.is(state::showing);
 }
 
 void keepChoice(ElementFacts& box, std::string choice) {
@@ -29,12 +22,27 @@ void keepChoice(ElementFacts& box, std::string choice) {
 
 }  // namespace
 
+void ChoiceReader::askChoice(const std::shared_ptr<ElementFacts>& box, const ElementRef& holder) {
+  batch_.add<ElementRef>(calls::selectedChild(*handleOf(holder), 0),
+                         [this, box](ElementRef& entry) { chosen_.emplace_back(box, entry); });
+}
+
 void ChoiceReader::begin(CallRunner& runner, const std::vector<std::shared_ptr<ElementFacts>>& elements,
                          TimePoint deadline) {
   for (const auto& element : elements) {
-    if (const ElementRef* asked = chooser(*element)) {
-      batch_.add<ElementRef>(calls::selectedChild(*handleOf(*asked), 0),
-                             [this, box = element](ElementRef& entry) { chosen_.emplace_back(box, entry); });
+    if (!isClosedChooser(*element)) {
+      continue;
+    }
+    // What is selected is told by the box itself (GTK 3) or by the closed list below it (browsers), if that is one.
+    if ((element->interfaces & interface_bit::selection) != 0) {
+      askChoice(element, element->ref);
+    } else if (element->children.size() == 1) {
+      batch_.add<std::vector<std::string>>(calls::interfaces(*handleOf(element->children[0])),
+                                           [this, box = element](std::vector<std::string>& names) {
+                                             if ((calls::interfaceBits(names) & interface_bit::selection) != 0) {
+                                               lists_.emplace_back(box, box->children[0]);
+                                             }
+                                           });
     }
   }
   batch_.start(runner, deadline);
@@ -42,6 +50,10 @@ void ChoiceReader::begin(CallRunner& runner, const std::vector<std::shared_ptr<E
 
 void ChoiceReader::finish(CallRunner& runner, TimePoint deadline) {
   batch_.finish();
+  for (const auto& [box, list] : lists_) {
+    askChoice(box, list);
+  }
+  batch_.run(runner, deadline);
   for (const auto& [box, entry] : chosen_) {
     if (handleOf(entry)) {
       batch_.add<std::string>(calls::name(*handleOf(entry)), [box = box](std::string& name) {

@@ -18,7 +18,10 @@ class ChoiceReader {
   void finish(CallRunner& runner, TimePoint deadline);
 
  private:
+  void askChoice(const std::shared_ptr<ElementFacts>& box, const ElementRef& holder);
+
   TypedBatch batch_;
+  std::vector<std::pair<std::shared_ptr<ElementFacts>, ElementRef>> lists_;  ///< boxes, and what tells their choice
   std::vector<std::pair<std::shared_ptr<ElementFacts>, ElementRef>> chosen_;
 };
 

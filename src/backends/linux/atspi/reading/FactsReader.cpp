@@ -94,6 +94,28 @@ void addValueCall(TypedBatch& batch, ReadRequest& request) {
                    [&e](double& value) { e.currentValue = value; });
 }
 
+/// Its place, as soon as it is known to have one; none of what is known to have none.
+void addPlaceCall(TypedBatch& batch, ReadRequest& request) {
+  ElementFacts& e = request.facts;
+  const bool hasComponent = request.hasComponent || (e.interfaces & interface_bit::component) != 0;
+  if (!hasComponent) {
+    e.known |= e.has(facts::identity) ? facts::extents & request.wanted : 0;
+    return;
+  }
+  addGroup<Rect>(batch, request, facts::extents,
+                 calls::extents(*handleOf(e.ref), request.context.toolkit->coordinates()),
+                 [&](Rect& rect) { e.extents = request.context.toolkit->placeTold(rect, request.context.offset); });
+}
+
+void addActionsCall(TypedBatch& batch, ReadRequest& request) {
+  ElementFacts& e = request.facts;
+  if ((e.interfaces & interface_bit::action) == 0) {
+    e.known |= facts::actions & request.wanted;
+  }
+  addGroup<std::vector<std::string>>(batch, request, facts::actions, calls::actionNames(*handleOf(e.ref)),
+                                     [&e](std::vector<std::string>& names) { e.actionNames = std::move(names); });
+}
+
 void readLargeContainer(CallRunner& runner, ReadRequest& request, TimePoint deadline) {
   ElementFacts& e = request.facts;
   e.childrenAreVisibleOnly = true;
@@ -120,11 +142,16 @@ void FactsReader::begin(std::vector<ReadRequest>& requests, TimePoint deadline) 
 
 void FactsReader::finish(std::vector<ReadRequest>& requests, TimePoint deadline) {
   first_.finish();
+  TypedBatch places;
   for (ReadRequest& request : requests) {
     if (request.error == AccessibilityError::success && request.facts.is(state::defunct)) {
       request.error = AccessibilityError::invalidElement;
     }
+    if (request.error == AccessibilityError::success) {
+      addPlaceCall(places, request);
+    }
   }
+  places.run(runner_, deadline);
   readSecond(requests, deadline);
   readTextGroups(requests, deadline);
   for (ReadRequest& request : requests) {
@@ -150,8 +177,7 @@ void FactsReader::addFirst(std::vector<ReadRequest>& requests) {
           calls::childCount(handle), [&e](int32_t& count) { e.childCount = std::max(count, 0); },
           knownUnlessLate(e, facts::children));
     }
-    addGroup<Rect>(batch, request, facts::extents, calls::extents(handle, request.context.toolkit->coordinates()),
-                   [&](Rect& rect) { e.extents = request.context.toolkit->placeTold(rect, request.context.offset); });
+    addPlaceCall(batch, request);
     addGroup<RelationSet>(batch, request, facts::relations, calls::relations(handle),
                           [&e](RelationSet& set) { keepLabels(e, set); });
     addGroup<AttributeMap>(batch, request, facts::attributes, calls::attributes(handle),
@@ -178,8 +204,7 @@ void FactsReader::readSecond(std::vector<ReadRequest>& requests, TimePoint deadl
       request.context.toolkit->settlePlace(e);
     }
     addValueCall(batch, request);
-    addGroup<std::vector<std::string>>(batch, request, facts::actions, calls::actionNames(handle),
-                                       [&e](std::vector<std::string>& names) { e.actionNames = std::move(names); });
+    addActionsCall(batch, request);
     if (wants(request, facts::children) && e.childCount > request.context.toolkit->mostChildren(e)) {
       large.push_back(&request);
     } else if (e.childCount >= 0) {

@@ -21,11 +21,14 @@ struct ReadRequest {
   ElementFacts facts;  ///< gets what was read; `ref` must be set
   facts::Set wanted = 0;
   ReadContext context;
+  /// It is known to have the Component interface, though its identity is read anew.
+  bool hasComponent = false;
   AccessibilityError error = AccessibilityError::success;
 };
 
 /// Reads chosen groups of single elements, all elements at once. Text and value of a password are never asked for: the
-/// role is read before them.
+/// role is read before them. Nor is an interface asked for that an element does not have: programs write a complaint
+/// about each such call, and end when those are made fatal.
 class FactsReader {
  public:
   explicit FactsReader(CallRunner& runner) : runner_(runner) {}

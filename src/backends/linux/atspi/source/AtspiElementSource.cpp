@@ -83,6 +83,9 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
   if (const FactsPointer known = knownFacts(element)) {
     request.facts = *known;
   }
+  if (const FactsPointer before = store_.find(element)) {
+    request.hasComponent = (before->interfaces & interface_bit::component) != 0;
+  }
   const AtspiHandle* handle = handleOf(element);
   if (handle && !request.facts.has(wanted)) {
     request.context.toolkit = registry_.toolkitOf(applicationOf(*handle)).toolkit;

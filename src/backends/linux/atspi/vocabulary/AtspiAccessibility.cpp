@@ -169,11 +169,13 @@ AccessibilityResult<AttributeValue::List> AtspiAccessibility::copyMultipleAttrib
 
 AccessibilityError AtspiAccessibility::setAttributeValue(const ElementRef& element, const std::string& name,
                                                          const AttributeValue& value) {
+  // Snapshots take the interfaces of most elements for granted.
+  const Token live = source_.beginLiveReads();
   const auto of = subject(element, facts::identity);
   if (!of.ok()) {
     return of.error;
   }
-  if (name != "AXFocused") {
+  if (name != "AXFocused" || (of.value.element->interfaces & interface_bit::component) == 0) {
     return AccessibilityError::attributeUnsupported;
   }
   const bool* wanted = value.boolean();
@@ -198,6 +200,7 @@ AccessibilityError AtspiAccessibility::performAction(const ElementRef& element, 
 }
 
 AccessibilityError AtspiAccessibility::press(const Subject& of) {
+  const Token live = source_.beginLiveReads();
   const auto element = vocabulary_->neighbours.with(of.element, facts::actions);
   if (element->actionNames.empty()) {
     return AccessibilityError::actionUnsupported;
@@ -206,6 +209,7 @@ AccessibilityError AtspiAccessibility::press(const Subject& of) {
 }
 
 AccessibilityError AtspiAccessibility::showMenu(const Subject& of) {
+  const Token live = source_.beginLiveReads();
   const auto element = vocabulary_->neighbours.with(of.element, facts::actions);
   const int32_t index = actionIndex(element->actionNames, {"showmenu", "showcontextmenu", "menu", "contextmenu"});
   return index < 0 ? AccessibilityError::actionUnsupported : source_.doAction(element->ref, index);
