@@ -29,7 +29,14 @@ const std::pair<AtspiStateType, const char*> kStates[] = {
     {ATSPI_STATE_PRESSED, "pressed"},     {ATSPI_STATE_EXPANDED, "expanded"}, {ATSPI_STATE_ACTIVE, "active"},
     {ATSPI_STATE_SENSITIVE, "sensitive"}, {ATSPI_STATE_SHOWING, "showing"},   {ATSPI_STATE_VISIBLE, "visible"}};
 
-nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states) {
+/// GTK 4 warns of screen coordinates, which it does not know.
+AtspiCoordType coordinatesOf(AtspiAccessible* element) {
+  const bool gtk4 = take(atspi_accessible_get_toolkit_name(element, nullptr)) == "GTK" &&
+                    take(atspi_accessible_get_toolkit_version(element, nullptr)).starts_with("4.");
+  return gtk4 ? ATSPI_COORD_TYPE_WINDOW : ATSPI_COORD_TYPE_SCREEN;
+}
+
+nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, AtspiCoordType coordinates) {
   nlohmann::json entry = {{"role", take(atspi_accessible_get_role_name(element, nullptr))},
                           {"name", take(atspi_accessible_get_name(element, nullptr))},
                           {"description", take(atspi_accessible_get_description(element, nullptr))},
@@ -45,7 +52,7 @@ nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states) {
     entry["text"] = take(atspi_text_get_text(text.get(), 0, 200, nullptr));
   }
   if (const Owned<AtspiComponent> component{atspi_accessible_get_component_iface(element)}) {
-    if (AtspiRect* rect = atspi_component_get_extents(component.get(), ATSPI_COORD_TYPE_SCREEN, nullptr)) {
+    if (AtspiRect* rect = atspi_component_get_extents(component.get(), coordinates, nullptr)) {
       entry["rect"] = {rect->x, rect->y, rect->width, rect->height};
       g_free(rect);
     }
@@ -53,19 +60,20 @@ nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states) {
   return entry;
 }
 
-void collect(AtspiAccessible* element, bool isApplication, bool all, nlohmann::json& entries) {
+void collect(AtspiAccessible* element, bool isApplication, bool all, AtspiCoordType coordinates,
+             nlohmann::json& entries) {
   const Owned<AtspiStateSet> states{atspi_accessible_get_state_set(element)};
   if (!isApplication) {
     if (!states || !(all || atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))) {
       return;
     }
-    entries.push_back(describe(element, states.get()));
+    entries.push_back(describe(element, states.get(), coordinates));
   }
   constexpr int kMostChildren = 400;
   const int count = std::min(atspi_accessible_get_child_count(element, nullptr), kMostChildren);
   for (int i = 0; i < count; ++i) {
     if (const Owned<AtspiAccessible> child{atspi_accessible_get_child_at_index(element, i, nullptr)}) {
-      collect(child.get(), false, all, entries);
+      collect(child.get(), false, all, coordinates, entries);
     }
   }
 }
@@ -83,7 +91,7 @@ int main(int argc, char** argv) {
     const Owned<AtspiAccessible> application{atspi_accessible_get_child_at_index(desktop.get(), i, nullptr)};
     if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == wanted) {
       nlohmann::json entries = nlohmann::json::array();
-      collect(application.get(), true, all, entries);
+      collect(application.get(), true, all, coordinatesOf(application.get()), entries);
       std::printf("%s\n", entries.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
       return 0;
     }
