@@ -133,7 +133,7 @@ class DiscoveryView {
   virtual void setLevel(int level) = 0;
   /// Screen coordinates with a bottom-left origin; may be empty.
   virtual void setAnchorFrame(const Rect& frame) = 0;
-  /// The colour over the anchor's frame; alpha 0 shows nothing.
+  /// The colour over the anchor's frame, and by its alpha how much of it shows; alpha 0 shows nothing.
   virtual void setAnchorColor(const Color& color) = 0;
   virtual void orderFrontRegardless() = 0;
   virtual void orderOut() = 0;

@@ -70,6 +70,20 @@ TEST_P(UseOnEachDesktop, typesMovesAndClicks) {
   EXPECT_THAT(use.demo.linesBeginning("text Name"), IsEmpty()) << "typed into the target";
 }
 
+TEST_P(UseOnEachDesktop, tintsWhatThePointerRestsOn) {
+  Use use(GetParam());
+  const PixelRect email = use.partNamed("Email");
+  // Not where the pointer stands.
+  const auto pixel = [&] { return use.session().pixel(email.x + email.width - 8, email.y + email.height / 2); };
+  const uint32_t plain = pixel();
+  use.program.open();
+  use.session().keys({"mousemove", std::to_string(email.x + 20), std::to_string(email.y + 8)});
+  EXPECT_TRUE(waitUntil([&] { return similar(pixel(), tinted(kDescribedColor, plain, kDescribedAlpha), 2); }))
+      << std::hex << pixel() << " on " << plain;
+  use.session().keys({"mousemove", "5", "5"});
+  EXPECT_TRUE(waitUntil([&] { return pixel() == plain; })) << std::hex << pixel();
+}
+
 TEST_P(UseOnEachDesktop, endsOnEscapeOnTheShortcutAndWhenTheUserGoesElsewhere) {
   Use use(GetParam());
   use.program.open();

@@ -11,8 +11,9 @@ using desktop::WindowManager;
 
 constexpr uint32_t kWhite = 0xFFFFFF;
 constexpr uint32_t kBlack = 0x000000;
-constexpr uint32_t kYellowOnWhite = 0xFFEB9D;  // 60 % of ffde5c
-constexpr uint32_t kBlueOnWhite = 0x79B8E5;    // 60 % of 2088d4
+constexpr uint32_t kYellowOnWhite = 0xFFEB9D;         // 60 % of ffde5c
+constexpr uint32_t kBlueOnWhite = 0x79B8E5;           // 60 % of 2088d4
+constexpr uint32_t kDiscoveryBlueOnWhite = 0xB2B2FF;  // 30 %
 
 class Overlay : public ViewsTest, public testing::WithParamInterface<WindowManager> {
  protected:
@@ -78,11 +79,12 @@ TEST_P(Overlay, LeavesTheQueryWindowFree) {
 }
 
 TEST_P(Overlay, ShowsADescriptionBesideAnElement) {
-  const bool translucent = GetParam() == WindowManager::openboxPicom || GetParam() == WindowManager::xfwm4Compositor;
   views_->command("anchor 300 300 200 40 0000ff");
   views_->command("bubble Type: Button");
-  EXPECT_TRUE(shows(300, 320, translucent ? 0xB2B2FF : 0x0000FF));
-  EXPECT_TRUE(shows(400, 320, translucent ? 0xB2B2FF : kWhite));
+  for (const auto& [x, y] : {std::pair(300, 300), {400, 320}, {499, 339}}) {
+    EXPECT_TRUE(shows(x, y, kDiscoveryBlueOnWhite));
+  }
+  EXPECT_TRUE(shows(299, 320, kWhite));
   EXPECT_TRUE(waitUntil([&] { return session_->pixel(400, 285) != kWhite; })) << "the bubble lies above";
   session_->keys({"mousemove", "400", "285", "click", "1"});
   EXPECT_TRUE(ground_->prints("press 1 400 285 0x0"));

@@ -142,7 +142,7 @@ class Client {
       std::string hex;
       in >> rect[0] >> rect[1] >> rect[2] >> rect[3] >> hex;
       Color color = colorOf(hex);
-      color.alpha = 1;
+      color.alpha = 0.3;
       discovery_->setAnchorFrame(core(rect[0], rect[1], rect[2], rect[3]));
       discovery_->setAnchorColor(color);
       discovery_->orderFrontRegardless();

@@ -96,11 +96,11 @@ bool RunningProgram::waitForQuery(const std::string& text) {
   return waitUntil([&] { return queryText() == text; });
 }
 
-uint32_t tinted(uint32_t over, uint32_t under) {
+uint32_t tinted(uint32_t over, uint32_t under, double alpha) {
   uint32_t result = 0;
   for (int shift = 0; shift <= 16; shift += 8) {
     const auto part =
-        static_cast<uint32_t>(std::lround(0.6 * ((over >> shift) & 0xff) + 0.4 * ((under >> shift) & 0xff)));
+        static_cast<uint32_t>(std::lround(alpha * ((over >> shift) & 0xff) + (1 - alpha) * ((under >> shift) & 0xff)));
     result |= part << shift;
   }
   return result;

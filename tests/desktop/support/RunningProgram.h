@@ -52,12 +52,14 @@ class RunningProgram {
   Process& process_;
 };
 
-/// The colour that `over` at alpha 0.6 gives on `under`; both 0xRRGGBB.
-uint32_t tinted(uint32_t over, uint32_t under);
+/// The colour that `over` gives on `under`; both 0xRRGGBB.
+uint32_t tinted(uint32_t over, uint32_t under, double alpha = 0.6);
 /// Whether two colours differ by at most `tolerance` in each part.
 bool similar(uint32_t a, uint32_t b, int tolerance = 6);
 
 inline constexpr uint32_t kSelectedColor = 0x2088d4;
 inline constexpr uint32_t kMatchColor = 0xffde5c;
+inline constexpr uint32_t kDescribedColor = 0x0000ff;
+inline constexpr double kDescribedAlpha = 0.3;
 
 }  // namespace jumplark::desktop

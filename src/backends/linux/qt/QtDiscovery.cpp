@@ -1,10 +1,12 @@
 #include "backends/linux/qt/QtDiscovery.h"
 
 #include <QColor>
+#include <QPainter>
 #include <QScreen>
 #include <algorithm>
 #include <cmath>
 
+#include "backends/linux/qt/Backdrop.h"
 #include "backends/linux/qt/DiscoveryBubble.h"
 #include "backends/linux/qt/NativeDisplay.h"
 #include "backends/linux/qt/QueryWindowArea.h"
@@ -13,23 +15,12 @@
 namespace jumplark {
 namespace {
 
-/// How much of the box's colour shows.
-constexpr double kAnchorAlpha = 0.3;
-/// Of the outline that stands for the box where nothing can be translucent; in points.
-constexpr double kOutline = 2;
 /// Between anchor and bubble; in points.
 constexpr double kGap = 6;
 
-QColor colorOf(const Color& color, double alpha) {
+QColor colorOf(const Color& color) {
   return QColor::fromRgbF(static_cast<float>(color.red), static_cast<float>(color.green),
-                          static_cast<float>(color.blue), static_cast<float>(alpha));
-}
-
-void fill(ClickThroughWindow& window, const QColor& color) {
-  QImage image(window.geometry().size(), window.imageFormat());
-  image.fill(color);
-  window.put(image, {});
-  window.refresh({QRect(QPoint(), window.geometry().size())});
+                          static_cast<float>(color.blue), static_cast<float>(color.alpha));
 }
 
 }  // namespace
@@ -38,7 +29,11 @@ QtDiscovery::QtDiscovery(NativeDisplay& display, WindowStack& stack, const Scree
                          const QueryWindowArea& area)
     : display_(display), stack_(stack), geometry_(geometry), area_(area) {
   compositorChanged_ = display_.onCompositorChanged([this] {
-    rebuildAnchor();
+    anchor_.reset();
+    // Otherwise what lies below has not been painted yet, and cannot be copied.
+    if (display_.compositorRuns()) {
+      rebuildAnchor();
+    }
     if (popover_) {
       showPopover(text_);
     }
@@ -77,14 +72,19 @@ void QtDiscovery::rebuildAnchor() {
 
 std::unique_ptr<ClickThroughWindow> QtDiscovery::makeAnchor() const {
   auto anchor = std::make_unique<ClickThroughWindow>(display_, stack_, anchorFrame_, display_.compositorRuns());
-  if (anchor->isTranslucent()) {
-    fill(*anchor, colorOf(anchorColor_, anchorColor_.alpha * kAnchorAlpha));
-    return anchor;
+  const QRect whole(QPoint(), anchor->geometry().size());
+  QImage image(whole.size(), anchor->imageFormat());
+  image.fill(Qt::transparent);
+  if (!anchor->isTranslucent()) {
+    Backdrop backdrop(display_, anchor->geometry());
+    backdrop.take({whole});
+    image = backdrop.read(backdrop.ask(whole));
+    // What is typed would stand still in the copy.
+    anchor->setShape({whole}, area_.rect().translated(-anchor->geometry().topLeft()) & whole);
   }
-  fill(*anchor, colorOf(anchorColor_, 1));
-  const QRect whole(QPoint(), anchorFrame_.size());
-  const auto width = static_cast<int>(std::lround(kOutline * ScreenGeometry::scaleAt(anchorFrame_.center())));
-  anchor->setShape({whole}, whole.adjusted(width, width, -width, -width));
+  QPainter(&image).fillRect(whole, colorOf(anchorColor_));
+  anchor->put(image, {});
+  anchor->refresh({whole});
   return anchor;
 }
 

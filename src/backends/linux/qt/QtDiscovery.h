@@ -14,8 +14,7 @@ class NativeDisplay;
 class QueryWindowArea;
 class ScreenGeometry;
 
-/// The box over one element and the bubble beside it. Without a compositor the box is an outline only, so that the
-/// element stays visible below it.
+/// The box over one element and the bubble beside it. Without a compositor the box shows a copy of what was below it.
 class QtDiscovery final : public DiscoveryView {
  public:
   QtDiscovery(NativeDisplay& display, WindowStack& stack, const ScreenGeometry& geometry, const QueryWindowArea& area);
