@@ -6,6 +6,7 @@
 #include <cctype>
 #include <filesystem>
 #include <system_error>
+#include <unordered_set>
 
 #include "accessibility/JLElement.h"
 #include "platform/Platform.h"
@@ -69,14 +70,24 @@ RunningApplication findByName(const std::string& name, bool live) {
                     : localizedFormat("No application named '{}' has a window here; there is: {}.", name, names));
 }
 
-std::string bestText(const JLElementNode& node) {
+std::string ownText(const JLElementNode& node) {
   for (const auto& [key, text] : node.textDictionary()) {
     if (!text.empty()) {
       return text;
     }
   }
-  const JLElementNode* title = node.titleNode();
-  return title && title != &node ? bestText(*title) : std::string();
+  return {};
+}
+
+/// The node's text, else its title's, and so on; titles that lead back to one of them have no more to say.
+std::string bestText(const JLElementNode& node) {
+  std::unordered_set<const JLElementNode*> seen;
+  for (const JLElementNode* step = &node; step && seen.insert(step).second; step = step->titleNode()) {
+    if (std::string text = ownText(*step); !text.empty()) {
+      return text;
+    }
+  }
+  return {};
 }
 
 }  // namespace

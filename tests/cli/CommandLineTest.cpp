@@ -145,6 +145,24 @@ TEST_F(CommandLine, FindsApplicationsByNameAndIdentifier) {
   EXPECT_EQ(run({"match", "--desktop", file("desktop.json"), "--pid", "502", "save"}).status, 1);
 }
 
+TEST_F(CommandLine, ElementsThatOnlyTitleEachOtherHaveNoText) {
+  const auto button = [](const std::string& id, const std::string& title) {
+    return "\"" + id + R"(":{"attributes":{"AXRole":"AXButton","AXTitleUIElement":{"ref":")" + title +
+           R"("},"AXPosition":{"point":[0,0]},"AXSize":{"size":[50,50]}}})";
+  };
+  write("desktop.json", R"({"screens":[[0,0,100,100]],"frontmost":1,
+    "applications":[{"pid":1,"bundle_id":"b","name":"n","element":"app"}],"elements":{
+    "app":{"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"w"}}},
+    "w":{"attributes":{"AXRole":"AXWindow","AXPosition":{"point":[0,0]},"AXSize":{"size":[90,90]},
+         "AXChildren":[{"ref":"a"},{"ref":"b"},{"ref":"self"}]}},)" +
+                            button("a", "b") + "," + button("b", "a") + "," + button("self", "self") + "}}");
+  const auto matched = onDesktop("match", {".but"});
+  ASSERT_EQ(matched.status, 0) << matched.err;
+  EXPECT_NE(matched.out.find("Button \"\"  at 0,50 size 50x50\n"), std::string::npos) << matched.out;
+  const auto dry = onDesktop("act", {"--dry-run", ".but"});
+  EXPECT_EQ(dry.out, "would click Button \"\" near 25,75 (bottom-left origin)\n") << dry.err;
+}
+
 TEST_F(CommandLine, SurvivesTheDeepestTrees) {
   std::string elements = R"("app":{"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"n0"}}})";
 #ifdef __SANITIZE_THREAD__
