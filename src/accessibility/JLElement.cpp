@@ -35,7 +35,17 @@ JLElement::JLElement(std::shared_ptr<JLAXElement> axElement) : axElement_(std::m
 JLElement::JLElement(const JLElement& other)
     : std::enable_shared_from_this<JLElement>(other), axElement_(other.axElement_) {}
 
-JLElement::~JLElement() = default;
+JLElement::~JLElement() {
+  // A long chain of parents would otherwise be freed by as many calls within each other.
+  for (Pointer above = std::move(parent_); above.use_count() == 1;) {
+    Pointer next;
+    {
+      const std::lock_guard lock(above->lazyMutex_);
+      next.swap(above->parent_);
+    }
+    above = std::move(next);
+  }
+}
 
 JLElement::Pointer JLElement::elementWithElementRef(const ElementRef& ref) {
   return cachedOrNewElementForElementRef(ref);
@@ -245,6 +255,9 @@ JLElement::Pointer JLElement::parent() const {
     }
   }
   Pointer found = getElementAttribute("AXParent");
+  // One at a time: of a ring's parents that two threads remember at once each would find the ring still open.
+  static std::mutex remembering;
+  const std::lock_guard one(remembering);
   if (!found || isBelowItself(found)) {
     return found;  // remembering it would make a ring of models that keep each other alive
   }
@@ -310,18 +323,20 @@ bool JLElement::hasParent(const JLElement& element) const {
 }
 
 void JLElement::focus() const {
-  const std::string own = role();
-  if (own == "AXApplication") {
-    Platform::current().workspace->activate(pid(), kActivateIgnoringOtherApps);
-  } else if (own == "AXWindow") {
-    if (const Pointer containing = window()) {
-      if (const Pointer owner = containing->application()) {
-        owner->focus();
-      }
-      containing->performAction("AXRaise");
-    }
-  } else {
-    axElement_->setAttributeValue("AXFocused", true);
+  // What a window names as its application may be a window too, and in the end the window itself.
+  OrderedSet windows;
+  std::unordered_set<uint64_t> seen;
+  Pointer step = std::const_pointer_cast<JLElement>(shared_from_this());
+  for (; step && step->role() == "AXWindow" && seen.insert(step->hash()).second; step = step->parent()) {
+    windows.push_back(step);
+  }
+  if (step && step->role() == "AXApplication") {
+    Platform::current().workspace->activate(step->pid(), kActivateIgnoringOtherApps);
+  } else if (step && step->role() != "AXWindow") {
+    step->axElement_->setAttributeValue("AXFocused", true);
+  }
+  for (auto window = windows.rbegin(); window != windows.rend(); ++window) {
+    (*window)->performAction("AXRaise");
   }
 }
 

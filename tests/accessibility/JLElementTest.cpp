@@ -29,7 +29,11 @@ const char* const kDesktop = R"({"screens":[[0,0,1440,900]], "frontmost":501,
   "cell":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"row"},"AXWindow":{"ref":"sheet"}}},
   "ringA":{"attributes":{"AXRole":"AXGroup","AXParent":{"ref":"ringB"},"AXSize":{"size":[5,5]}}},
   "ringB":{"attributes":{"AXRole":"AXGroup","AXParent":{"ref":"ringA"},"AXSize":{"size":[5,5]}}},
-  "cellRing":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"cellRing"}}}
+  "cellRing":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"cellRing"}}},
+  "dialog":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"win"}}},
+  "winA":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"winB"},"AXWindow":{"ref":"winB"}}},
+  "winB":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"winA"},"AXWindow":{"ref":"winA"}}},
+  "winSelf":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"winSelf"},"AXWindow":{"ref":"winSelf"}}}
  }})";
 
 TEST(JLElement, OneModelAReferenceUntilTheCacheIsFlushed) {
@@ -104,6 +108,19 @@ TEST(JLElement, RingsOfParentsEndAndAreFreed) {
   EXPECT_TRUE(watched.expired());
 }
 
+TEST(JLElement, AChainOfParentsIsFreedHoweverLongItIs) {
+  RecordedFixture desktop(kDesktop);
+  std::string last = "scroll";
+  for (int i = 0; i < 100'000; ++i) {
+    const std::string next = "n" + std::to_string(i);
+    desktop->accessibility().setAttribute(next, "AXParent", desktop->accessibility().element(last));
+    last = next;
+  }
+  const std::weak_ptr<JLElement> window = desktop.element("win");
+  EXPECT_TRUE(desktop.element(last)->hasParent(*desktop.element("win")));
+  EXPECT_TRUE(window.expired());
+}
+
 TEST(JLElement, FocusBringsApplicationAndWindowForward) {
   RecordedFixture desktop(kDesktop);
   desktop.element("win")->focus();
@@ -114,6 +131,21 @@ TEST(JLElement, FocusBringsApplicationAndWindowForward) {
   EXPECT_EQ(operations[0].name, "AXRaise");
   EXPECT_EQ(operations[1].name, "AXFocused");
   EXPECT_EQ(operations[1].value, AttributeValue(true));
+}
+
+TEST(JLElement, FocusOfAWindowRaisesWhatItLiesInFirstAndEachOnce) {
+  const std::vector<std::pair<const char*, const char*>> raisedByFocusOf = {
+      {"win", "win "}, {"dialog", "win dialog "}, {"winA", "winB winA "}, {"winSelf", "winSelf "}};
+  for (const auto& [id, expected] : raisedByFocusOf) {
+    RecordedFixture desktop(kDesktop);
+    desktop.element(id)->focus();
+    std::string raised;
+    for (const auto& operation : desktop->accessibility().operations()) {
+      EXPECT_EQ(operation.name, "AXRaise") << id;
+      raised += operation.element.text() + " ";
+    }
+    EXPECT_EQ(raised, expected) << id;
+  }
 }
 
 TEST(JLElement, ElementsByIdentifierAndPoint) {
