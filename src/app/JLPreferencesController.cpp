@@ -1,5 +1,7 @@
 #include "app/JLPreferencesController.h"
 
+#include <spdlog/spdlog.h>
+
 #include <atomic>
 #include <stdexcept>
 #include <utility>
@@ -59,6 +61,12 @@ void JLPreferencesController::registerShortcut() {
   }
   if (!hasShortcutSet()) {
     Defaults& defaults = *Platform::current().defaults;
+    if (!defaults.value(activationShortcutKey).is_null()) {
+      spdlog::warn(
+          "\"{}\" in the settings is no shortcut (a function key, or a key with Super, Control or Alt); {} takes "
+          "its place",
+          activationShortcutKey, Platform::current().shortcuts->describe(kDefaultShortcut));
+    }
     defaults.setValue(activationShortcutKey, recordOfShortcut(kDefaultShortcut));
     defaults.synchronize();
   }

@@ -82,7 +82,10 @@ Token JLShortcutBinding::suspend() {
 void JLShortcutBinding::follow(const DefaultsValue& record) {
   const std::optional<Shortcut> shortcut = shortcutFromRecord(record);
   if (!shortcut && !record.is_null()) {
-    spdlog::warn("\"{}\" in the settings is no shortcut; none is registered until it is set", defaultsKey_);
+    spdlog::warn(
+        "\"{}\" in the settings is no shortcut (a function key, or a key with Super, Control or Alt); none is "
+        "registered until it is set",
+        defaultsKey_);
   }
   if (shortcut == wanted_ && registration_) {
     return;

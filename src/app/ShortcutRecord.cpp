@@ -11,6 +11,8 @@ constexpr const char* kKeyCode = "KeyCode";
 constexpr const char* kModifierFlags = "ModifierFlags";
 /// Virtual key codes and symbols have 31 bits at most, modifier flags 32.
 constexpr uint64_t kLargestKeyCode = 0x7FFFFFFF;
+constexpr int64_t kFirstFunctionKey = key_code::symbolBase + 0xFFBE;
+constexpr int64_t kLastFunctionKey = kFirstFunctionKey + 34;
 constexpr uint64_t kModifiers =
     modifier_flag::shift | modifier_flag::control | modifier_flag::option | modifier_flag::command;
 
@@ -27,6 +29,12 @@ std::optional<uint64_t> unsignedMember(const DefaultsValue& record, const char* 
 
 }  // namespace
 
+bool isUsableShortcut(const Shortcut& shortcut) {
+  const bool isFunctionKey = shortcut.keyCode >= kFirstFunctionKey && shortcut.keyCode <= kLastFunctionKey;
+  return isFunctionKey ||
+         (shortcut.modifierFlags & (modifier_flag::command | modifier_flag::control | modifier_flag::option)) != 0;
+}
+
 std::optional<Shortcut> shortcutFromRecord(const DefaultsValue& record) {
   if (!record.is_object()) {
     return std::nullopt;
@@ -36,7 +44,8 @@ std::optional<Shortcut> shortcutFromRecord(const DefaultsValue& record) {
   if (!keyCode || !flags) {
     return std::nullopt;
   }
-  return Shortcut{static_cast<int64_t>(*keyCode), *flags & kModifiers};
+  const Shortcut shortcut{static_cast<int64_t>(*keyCode), *flags & kModifiers};
+  return isUsableShortcut(shortcut) ? std::optional(shortcut) : std::nullopt;
 }
 
 DefaultsValue recordOfShortcut(const Shortcut& shortcut) {

@@ -12,8 +12,6 @@
 namespace jumplark {
 namespace {
 
-constexpr int64_t kFirstFunctionKey = key_code::symbolBase + 0xFFBE;
-constexpr int64_t kLastFunctionKey = kFirstFunctionKey + 34;
 constexpr int64_t kDeleteKey = key_code::symbolBase + 0xFFFF;
 constexpr uint64_t kModifiers =
     modifier_flag::shift | modifier_flag::control | modifier_flag::option | modifier_flag::command;
@@ -28,12 +26,6 @@ Alert refusalOf(const std::string& combination) {
 }
 
 }  // namespace
-
-bool isUsableShortcut(const Shortcut& shortcut) {
-  const bool isFunctionKey = shortcut.keyCode >= kFirstFunctionKey && shortcut.keyCode <= kLastFunctionKey;
-  return isFunctionKey ||
-         (shortcut.modifierFlags & (modifier_flag::command | modifier_flag::control | modifier_flag::option)) != 0;
-}
 
 ShortcutRecorder::ShortcutRecorder(std::string defaultsKey, Hooks hooks)
     : defaultsKey_(std::move(defaultsKey)), hooks_(std::move(hooks)) {

@@ -47,8 +47,4 @@ class ShortcutRecorder {
   Token observation_;
 };
 
-/// Whether a combination can be a global shortcut without taking a key from ordinary typing: a function key, or any key
-/// with Command, Control or Option.
-bool isUsableShortcut(const Shortcut& shortcut);
-
 }  // namespace jumplark

@@ -80,9 +80,12 @@ TEST_F(ActivationShortcut, AFreshStartStoresTheDefaultAndAValidRecordIsKept) {
 TEST_F(ActivationShortcut, WhatIsNoRecordIsReplacedByTheDefaultAtTheStart) {
   for (const char* broken :
        {R"("Super+Space")", "49", "[49,1]", "{}", R"({"KeyCode":49})", R"({"ModifierFlags":1})",
-        R"({"KeyCode":-1,"ModifierFlags":0})", R"({"KeyCode":1.5,"ModifierFlags":0})",
-        R"({"KeyCode":true,"ModifierFlags":0})", R"({"KeyCode":"49","ModifierFlags":0})",
-        R"({"KeyCode":99999999999,"ModifierFlags":0})", R"({"KeyCode":49,"ModifierFlags":18446744073709551615})"}) {
+        R"({"KeyCode":-1,"ModifierFlags":262144})", R"({"KeyCode":1.5,"ModifierFlags":262144})",
+        R"({"KeyCode":true,"ModifierFlags":262144})", R"({"KeyCode":"49","ModifierFlags":262144})",
+        R"({"KeyCode":99999999999,"ModifierFlags":262144})", R"({"KeyCode":49,"ModifierFlags":18446744073709551615})",
+        // They would take a key from typing: Space, with Shift, with a lock key alone.
+        R"({"KeyCode":49,"ModifierFlags":0})", R"({"KeyCode":49,"ModifierFlags":131072})",
+        R"({"KeyCode":49,"ModifierFlags":65536})"}) {
     SCOPED_TRACE(broken);
     controller_.reset();
     set(DefaultsValue::parse(broken));
@@ -98,9 +101,15 @@ TEST_F(ActivationShortcut, FollowsTheSettingWhileItRuns) {
   EXPECT_THAT(shortcuts().registered(), ElementsAre(kOther)) << "a lock key's bit does not count";
   EXPECT_FALSE(press(kDefault));
   EXPECT_TRUE(press(kOther));
-  set("broken");
-  EXPECT_THAT(shortcuts().registered(), ElementsAre());
-  EXPECT_FALSE(controller_->hasShortcutSet());
+  for (const DefaultsValue& refused : {DefaultsValue("broken"), recordOfShortcut({kOther.keyCode, 0}),
+                                       recordOfShortcut({kOther.keyCode, modifier_flag::shift})}) {
+    set(refused);
+    EXPECT_THAT(shortcuts().registered(), ElementsAre()) << refused;
+    EXPECT_FALSE(controller_->hasShortcutSet()) << refused;
+  }
+  const Shortcut functionKey{key_code::symbolBase + 0xFFC9, 0};
+  set(recordOfShortcut(functionKey));
+  EXPECT_THAT(shortcuts().registered(), ElementsAre(functionKey)) << "nobody types with it";
   set(recordOfShortcut(kDefault));
   EXPECT_EQ(controller_->registeredShortcut(), kDefault);
   set(nullptr);
