@@ -45,6 +45,9 @@ struct ZMOModifierTapDetector::State {
   std::mutex blocksMutex;
   std::map<uint64_t, Block> blocksByModifierKey;
 
+  std::atomic<bool> isNew{false};  ///< activated, and no modifier has changed since
+  uint64_t heldSinceBefore = 0;    ///< modifiers that were held at the activation and have not been let go since
+
   PendingClears candidateClears;
   PendingClears countClears;
   Duration lastTime{0};
@@ -85,6 +88,11 @@ bool ZMOModifierTapDetector::State::isRepeat(uint64_t flags, Duration time) cons
 void ZMOModifierTapDetector::State::handleFlagsChangedEvent(const InputEvent& event, ZMOModifierTapDetector& detector) {
   moveTo(event.time);
   const uint64_t flags = event.flags & modifier_flag::deviceIndependentMask;
+  if (isNew.exchange(false)) {
+    heldSinceBefore = event.previousFlags;
+    previousModifierState = 0;
+  }
+  heldSinceBefore &= flags;
   const uint64_t candidate = previousModifierState;
   const bool repeat = isRepeat(flags, event.time);
   if (flags == 0 && lastFlags != 0) {
@@ -95,7 +103,7 @@ void ZMOModifierTapDetector::State::handleFlagsChangedEvent(const InputEvent& ev
   if (candidate != 0 && flags == 0) {
     previousModifierState = 0;
     handleTapEvent(candidate, event.time, detector);
-  } else if (std::has_single_bit(flags) && !repeat) {
+  } else if (std::has_single_bit(flags) && (flags & heldSinceBefore) == 0 && !repeat) {
     previousModifierState = flags;
     candidateClears.add(event.time + fromSeconds(tapTimeout));
   }
@@ -173,6 +181,7 @@ void ZMOModifierTapDetector::unsubscribeFromModifierTap(uint64_t modifierFlag) {
 }
 
 void ZMOModifierTapDetector::activate() {
+  state_->isNew = true;
   eventTap_.activate();
 }
 

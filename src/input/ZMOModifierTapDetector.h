@@ -9,7 +9,8 @@
 namespace jumplark {
 
 /// Recognises taps of a lone modifier key (pressed and released with nothing else, within tapTimeout) and counts
-/// successive ones. It only watches: no key is swallowed, and none but the modifiers' state is remembered.
+/// successive ones. It only watches: no key is swallowed, and none but the modifiers' state is remembered. A modifier
+/// that is held when it is activated, as those of a shortcut are, makes no tap before it has been let go.
 ///
 /// Everything is judged by the time at which an event happened, never by when it arrived: a keyboard that was frozen
 /// meanwhile changes no result. A candidate lapses tapTimeout after each press that made one, the count falls back to 0

@@ -57,6 +57,7 @@ struct InputEvent {
   bool isRepeat = false;
   std::string charactersIgnoringModifiers;  ///< UTF-8
   std::chrono::milliseconds time{0};        ///< when it happened, on the input system's own clock
+  uint64_t previousFlags = 0;               ///< of flagsChanged: modifiers held before the event
 };
 
 /// One synthetic pointer event with the left button. The position has a top-left origin, in points.

@@ -116,6 +116,43 @@ TEST_F(ModifierTaps, AreToldWithTheirCount) {
   }
 }
 
+TEST_F(ModifierTaps, AreNotMadeByKeysThatWereHeldAtTheActivation) {
+  const struct {
+    const char* what;
+    uint64_t held;
+    Story story;
+    Taps taps;
+  } cases[] = {
+      {"a shortcut's keys let go, then a tap",
+       kCommand | kShift,
+       {{0, kShift}, {100, 0}, {200, kControl}, {250, 0}},
+       {{kControl, 1}}},
+      {"a single key", kControl, {{0, 0}, {100, kControl}, {150, 0}}, {{kControl, 1}}},
+      {"one is let go and pressed again",
+       kCommand | kShift,
+       {{0, kShift}, {50, kShift | kCommand}, {100, kShift}, {150, 0}},
+       {}},
+      {"another key meanwhile", kCommand, {{0, kCommand | kControl}, {50, kControl}, {100, 0}}, {{kControl, 1}}},
+      {"none", 0, {{0, kShift}, {100, 0}}, {{kShift, 1}}},
+  };
+  int start = 0;
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.what);
+    detector_->deactivate();
+    desktop_->queues().advance(milliseconds(50));
+    taps_.clear();
+    start += 10'000;
+    play({{start, example.held}});
+    detector_->activate();
+    Story story = example.story;
+    for (auto& [time, flags] : story) {
+      time += start + 100;
+    }
+    play(story);
+    EXPECT_EQ(taps_, example.taps);
+  }
+}
+
 TEST_F(ModifierTaps, AreJudgedByTheTimeOfTheEventsNotOfTheirArrival) {
   play({{0, kControl}});
   desktop_->queues().advance(milliseconds(2000));

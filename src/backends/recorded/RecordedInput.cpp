@@ -143,6 +143,10 @@ bool RecordedInput::inject(InputEvent event) {
   if (event.time == std::chrono::milliseconds::zero()) {
     event.time = eventNow(event.type).time;
   }
+  if (event.type == event_type::flagsChanged) {
+    const std::scoped_lock lock(mutex_);
+    event.previousFlags = std::exchange(flags_, event.flags);
+  }
   for (const auto& tap : tapsFor(event.type)) {
     if (!callAndWait(tap, event.type, event) && tap->maySwallow(event)) {
       return false;

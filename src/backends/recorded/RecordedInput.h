@@ -34,7 +34,7 @@ class RecordedInput : public InputPlatform {
 
   /// Plays one event of the keyboard: each enabled tap that wants its type sees it in turn, and this waits for it.
   /// False when one of them swallowed it, which needs an active tap and a key that the tap named. An event without a
-  /// time gets the present one.
+  /// time gets the present one; what a change of the modifiers tells of those before is what the last one left.
   bool inject(InputEvent event);
   bool injectKey(uint32_t type, int64_t keyCode, uint64_t flags = 0);
   bool injectFlags(uint64_t flags);
@@ -66,6 +66,7 @@ class RecordedInput : public InputPlatform {
   std::vector<PostedMouseEvent> posted_;
   int beeps_ = 0;
   bool permitted_ = true;
+  uint64_t flags_ = 0;  ///< of the last change of the modifiers
 };
 
 }  // namespace jumplark

@@ -2,6 +2,8 @@
 
 #include <xcb/xproto.h>
 
+#include <utility>
+
 namespace jumplark {
 namespace {
 
@@ -60,13 +62,13 @@ std::optional<InputEvent> KeyTracker::state(uint8_t modifiers, uint8_t group, ui
   if (flags == flags_) {
     return std::nullopt;
   }
-  flags_ = flags;
+  const uint64_t before = std::exchange(flags_, flags);
   if (ofLastKey && lastWasOwnRelease_) {
     return std::nullopt;
   }
   // The notification carries the time at which it was sent, which is late where the keyboard was frozen.
   const int64_t code = keycode != 0 && map_ ? map_->key(keycode, group).code : 0;
-  return InputEvent{event_type::flagsChanged, code, flags_, false, {}, extended(ofLastKey ? lastTime_ : time)};
+  return InputEvent{event_type::flagsChanged, code, flags_, false, {}, extended(ofLastKey ? lastTime_ : time), before};
 }
 
 InputEvent KeyTracker::button(bool press, uint32_t time) {
