@@ -46,7 +46,7 @@ struct JLDiscoveryController::State {
   Point lastPosition;
   Element currentElement;
   uint64_t activations = 0;
-  uint64_t selections = 0;
+  uint64_t selections = 0;  ///< grows with all that makes the details void that a selection waits for
 
   void tickIfActive();
   void tick(uint64_t activation);
@@ -145,6 +145,7 @@ void JLDiscoveryController::activate() {
   const Point pointer = pointerLocation();
   {
     const std::lock_guard lock(state_->mutex);
+    ++state_->selections;
     if (!state_->enabled || state_->isActive) {
       return;
     }
@@ -158,6 +159,7 @@ void JLDiscoveryController::activate() {
 void JLDiscoveryController::deactivate() {
   {
     const std::lock_guard lock(state_->mutex);
+    ++state_->selections;
     if (!state_->isActive) {
       return;
     }
@@ -239,12 +241,12 @@ void JLDiscoveryController::hideElementDetails() {
 
 void JLDiscoveryController::selectionChanged(const Notification& notification) {
   const auto* node = std::any_cast<std::shared_ptr<JLElementNode>>(&notification.object);
+  uint64_t selection = 0;
+  {
+    const std::lock_guard lock(state_->mutex);
+    selection = ++state_->selections;
+  }
   if (node && *node) {
-    uint64_t selection = 0;
-    {
-      const std::lock_guard lock(state_->mutex);
-      selection = ++state_->selections;
-    }
     queue_->postAfter(kSelectionRest, [weak = std::weak_ptr(state_), selection, element = (*node)->element()] {
       if (const auto state = weak.lock()) {
         state->pass(selection, element);

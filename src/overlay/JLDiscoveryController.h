@@ -26,9 +26,9 @@ class JLDiscoveryController {
   JLDiscoveryController& operator=(const JLDiscoveryController&) = delete;
   ~JLDiscoveryController();
 
-  /// Starts; does nothing while not enabled or already active.
+  /// Starts; does nothing while not enabled or already active, but that what was selected before is not explained.
   void activate();
-  /// Stops and hides at once; a look-up that is under way shows nothing any more.
+  /// Stops and hides at once; a look-up that is under way shows nothing any more, nor what was selected.
   void deactivate();
 
   bool enabled() const;
@@ -46,7 +46,8 @@ class JLDiscoveryController {
   /// Reads the element on the calling thread, then shows it. Null shows an empty box and an empty type.
   void showDetailsOfElementHighlight(const std::shared_ptr<JLElement>& element, bool highlight);
   void hideElementDetails();
-  /// The observer of "ElementSelectionChanged", whose object is the selected node (a shared pointer) or nothing.
+  /// The observer of "ElementSelectionChanged", whose object is the selected node (a shared pointer) or nothing. Each
+  /// one takes the place of the one before.
   void selectionChanged(const Notification& notification);
 
  private:

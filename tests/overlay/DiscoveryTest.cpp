@@ -53,6 +53,9 @@ struct Discovery {
     const auto node = tree->handle(JLElementNode::nodeWithJLElement(*tree, desktop.element(id)));
     onMainThread(desktop, [&] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", node, {}}); });
   }
+  void selectNothing() {
+    onMainThread(desktop, [] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", {}, {}}); });
+  }
   std::string shown() { return screen().popoverText().value_or("nothing"); }
 };
 
@@ -131,8 +134,26 @@ TEST(Discovery, TheSelectionIsExplainedAfterASecondWithoutTheBox) {
   EXPECT_EQ(test.shown(), "Type: Button\nDescription: Keeps all\nTitle: OK");
   EXPECT_EQ(test.screen().color().alpha, 0);
   EXPECT_EQ(test.screen().popoversShown(), 2);
-  onMainThread(test.desktop, [] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", {}, {}}); });
+  test.selectNothing();
   EXPECT_EQ(test.shown(), "nothing");
+}
+
+TEST(Discovery, WhatIsNotSelectedAnyMoreIsNotExplained) {
+  const std::vector<std::pair<const char*, std::function<void(Discovery&)>>> changes = {
+      {"nothing is selected", [](auto& test) { test.selectNothing(); }},
+      {"the activation ends", [](auto& test) { test.deactivate(); }},
+      {"the next one has begun", [](auto& test) { test.deactivate(), test.activate(); }},
+      {"one begins anew", [](auto& test) { test.activate(); }},
+  };
+  for (const auto& [name, change] : changes) {
+    Discovery test;
+    test.activate();
+    test.select("ok");
+    test.pass(500);
+    change(test);
+    test.pass(3000);
+    EXPECT_EQ(test.screen().popoversShown(), 0) << name;
+  }
 }
 
 TEST(Discovery, StopsAtOnceWhenDeactivatedAndDoesNotStartWhileItIsSwitchedOff) {
