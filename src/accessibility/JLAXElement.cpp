@@ -200,12 +200,13 @@ AttributeValue::List JLAXElement::getMultipleAttributes(const std::vector<std::s
   return values;
 }
 
-void JLAXElement::enumerateAttributeUsingBlock(const std::string& name, const Visitor& visitor) const {
+void JLAXElement::enumerateAttributeUsingBlock(const std::string& name, const Visitor& visitor,
+                                               const std::function<bool()>& goOn) const {
   if (!attributeExists(name)) {
     return;
   }
   const int64_t count = getAttributeArrayCount(name);
-  for (int64_t start = 0; start < count; start += kBatchSize) {
+  for (int64_t start = 0; start < count && (!goOn || goOn()); start += kBatchSize) {
     const AttributeValue::List batch = getArrayAttributeStartIndexMaxLength(name, start, kBatchSize);
     bool stop = false;
     for (size_t index = 0; index < batch.size() && !stop; ++index) {

@@ -68,9 +68,10 @@ class JLAXElement {
   AttributeValue::List getMultipleAttributes(const std::vector<std::string>& names) const;
 
   /// Visits a list attribute in batches of 50, so that a huge list is never copied whole. Index and stop flag concern
-  /// the current batch only: the next batch is fetched and visited all the same. A visitor that must stop for good
-  /// keeps a flag of its own.
-  void enumerateAttributeUsingBlock(const std::string& name, const Visitor& visitor) const;
+  /// the current batch only: the next batch is fetched and visited all the same, unless `goOn`, asked before each
+  /// batch, says no. A visitor that must stop for good keeps a flag of its own.
+  void enumerateAttributeUsingBlock(const std::string& name, const Visitor& visitor,
+                                    const std::function<bool()>& goOn = {}) const;
 
   bool setAttributeValue(const std::string& name, const AttributeValue& value) const;
   bool performAction(const std::string& action) const;

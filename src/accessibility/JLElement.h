@@ -67,8 +67,9 @@ class JLElement : public std::enable_shared_from_this<JLElement> {
   AttributeValue getAttributeWithParameter(const std::string& name, const AttributeValue& parameter) const {
     return axElement_->getAttributeWithParameter(name, parameter);
   }
-  void enumerateAttributeUsingBlock(const std::string& name, const JLAXElement::Visitor& visitor) const {
-    axElement_->enumerateAttributeUsingBlock(name, visitor);
+  void enumerateAttributeUsingBlock(const std::string& name, const JLAXElement::Visitor& visitor,
+                                    const std::function<bool()>& goOn = {}) const {
+    axElement_->enumerateAttributeUsingBlock(name, visitor, goOn);
   }
   AttributeValue::List getMultipleAttributes(const std::vector<std::string>& names) const {
     return axElement_->getMultipleAttributes(names);
@@ -109,7 +110,8 @@ class JLElement : public std::enable_shared_from_this<JLElement> {
   /// True when `element` is somewhere above this one, the application excluded as a starting point.
   bool hasParent(const JLElement& element) const;
 
-  /// Brings an application or a window to the front; gives any other element the keyboard focus.
+  /// Brings an application, or a window with the application and the windows that it lies in, to the front; gives any
+  /// other element the keyboard focus.
   void focus() const;
 
   /// {"role": roles, "size": {"width", "height"}}, for metric events.

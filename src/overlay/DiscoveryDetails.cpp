@@ -25,6 +25,9 @@ DiscoveryDetails::~DiscoveryDetails() = default;
 
 void DiscoveryDetails::show(uint64_t request, const std::shared_ptr<JLElement>& element, bool highlight) {
   const Rect frame = element ? element->visibleBounds() : Rect{};
+  if (request != requests_) {
+    return;
+  }
   const std::string text = JLDiscoveryViewController::controllerForElement(element).text();
   onMainThread(request, [this, frame, text, highlight] {
     hideNow();

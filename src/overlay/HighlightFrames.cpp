@@ -40,15 +40,20 @@ Rect VisibleBoundsReader::visibleBoundsOf(const std::shared_ptr<JLElement>& elem
   return visible;
 }
 
-std::vector<Rect> HighlightFrames::framesOf(const HighlightOptionMap& elements) {
+std::vector<Rect> HighlightFrames::framesOf(const HighlightOptionMap& elements,
+                                            const std::function<bool()>& isUnwanted) {
   const std::shared_ptr<JLElementNode> first = elements.empty() ? nullptr : elements.front().first.node();
   const std::shared_ptr<JLElementTree> tree = first ? first->rootTree()->shared_from_this() : nullptr;
   std::vector<Rect> frames(elements.size());
-  const std::vector<size_t> missing = takeKnown(tree, elements, frames);
+  std::vector<size_t> missing = takeKnown(tree, elements, frames);
   VisibleBoundsReader reader;
-  for (const size_t i : missing) {
-    const auto& node = elements[i].first.node();
-    frames[i] = node ? reader.boundsOf(node->element()) : Rect{};
+  for (size_t done = 0; done < missing.size(); ++done) {
+    if (isUnwanted()) {
+      missing.resize(done);
+      break;
+    }
+    const auto& node = elements[missing[done]].first.node();
+    frames[missing[done]] = node ? reader.boundsOf(node->element()) : Rect{};
   }
   const std::lock_guard lock(mutex_);
   for (const size_t i : missing) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -29,8 +30,9 @@ class VisibleBoundsReader {
 /// lock is held while elements are read.
 class HighlightFrames {
  public:
-  /// In the order of the map. Bottom-left origin.
-  std::vector<Rect> framesOf(const HighlightOptionMap& elements);
+  /// In the order of the map. Bottom-left origin. `isUnwanted` is asked before each element that has to be read; once
+  /// it says so, nothing more is read, and the frames are good for nothing.
+  std::vector<Rect> framesOf(const HighlightOptionMap& elements, const std::function<bool()>& isUnwanted);
   void forget();
 
  private:

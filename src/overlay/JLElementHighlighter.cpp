@@ -177,9 +177,14 @@ bool JLElementHighlighter::visible() const {
   return requests_->isVisible();
 }
 
-void JLElementHighlighter::setHighlightedElements(HighlightOptionMap elements) {
+void JLElementHighlighter::setHighlightedElements(HighlightOptionMap elements,
+                                                  const std::function<bool()>& isUnwanted) {
   const uint64_t number = requests_->askForRedraw();
-  std::vector<Rect> frames = requests_->frames.framesOf(elements);
+  const auto isOver = [&] { return requests_->isOutdatedRedraw(number) || (isUnwanted && isUnwanted()); };
+  std::vector<Rect> frames = requests_->frames.framesOf(elements, isOver);
+  if (isOver()) {
+    return;
+  }
   mainQueue().post([requests = requests_, weak = std::weak_ptr(drawing_), number, map = std::move(elements),
                     frames = std::move(frames)] {
     const auto drawing = weak.lock();

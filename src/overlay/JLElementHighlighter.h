@@ -27,8 +27,10 @@ class JLElementHighlighter {
   void setVisible(bool visible);
   /// The value last set, which the screen follows.
   bool visible() const;
-  /// Asks for a redraw and returns at once. The order of the map is that of drawing, later ones in front.
-  void setHighlightedElements(HighlightOptionMap elements);
+  /// Asks for a redraw; what has to be read of the elements is read before it returns. The order of the map is that of
+  /// drawing, later ones in front. Nothing more is read or drawn once `isUnwanted` (any thread; never, if empty) says
+  /// so, a newer redraw is asked for or the overlay is hidden at once.
+  void setHighlightedElements(HighlightOptionMap elements, const std::function<bool()>& isUnwanted = {});
   /// Always empty: the setter draws the map and does not keep it.
   HighlightOptionMap highlightedElements() const;
   /// Makes or reuses the node's box and adds it to the overlay. Main thread.

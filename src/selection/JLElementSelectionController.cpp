@@ -76,7 +76,7 @@ JLElementSelectionController::JLElementSelectionController()
 
 JLElementSelectionController::~JLElementSelectionController() = default;
 
-void JLElementSelectionController::setElementMatches(Matches matches) {
+void JLElementSelectionController::setElementMatches(Matches matches, const std::function<bool()>& isUnwanted) {
   if (matches.empty()) {
     highlighter_->setVisible(false);
     postSelection(*state_.change([](State& state) {
@@ -93,7 +93,7 @@ void JLElementSelectionController::setElementMatches(Matches matches) {
   });
   // Visible first: boxes that are made while there is no window are never seen.
   highlighter_->setVisible(true);
-  updateHighlightsOf(*now);
+  updateHighlightsOf(*now, isUnwanted);
 }
 
 void JLElementSelectionController::selectNextMatch() {
@@ -158,12 +158,12 @@ void JLElementSelectionController::resetSelectionEntry() {
   state_.change([](State& state) { state.currentShortcut.clear(); });
 }
 
-void JLElementSelectionController::updateHighlights() {
-  updateHighlightsOf(*state_.load());
+void JLElementSelectionController::updateHighlights(const std::function<bool()>& isUnwanted) {
+  updateHighlightsOf(*state_.load(), isUnwanted);
 }
 
-void JLElementSelectionController::updateHighlightsOf(const State& state) {
-  highlighter_->setHighlightedElements(highlightOptionsOf(state));
+void JLElementSelectionController::updateHighlightsOf(const State& state, const std::function<bool()>& isUnwanted) {
+  highlighter_->setHighlightedElements(highlightOptionsOf(state), isUnwanted);
   postSelection(state);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,8 +37,9 @@ class JLElementSelectionController {
   JLElementSelectionController& operator=(const JLElementSelectionController&) = delete;
   ~JLElementSelectionController();
 
-  /// Replaces everything: orders, labels, selects the best and shows the overlay; without matches hides it.
-  void setElementMatches(Matches matches);
+  /// Replaces everything: orders, labels, selects the best and shows the overlay; without matches hides it. Once
+  /// `isUnwanted` says so (any thread; never, if empty), nothing more is read of the matches and nothing drawn.
+  void setElementMatches(Matches matches, const std::function<bool()>& isUnwanted = {});
   /// Wrap around; from no selection to the first and to the last.
   void selectNextMatch();
   void selectPreviousMatch();
@@ -50,8 +52,8 @@ class JLElementSelectionController {
   void selectionKeyReceived(const KeyEvent& event);
   /// Forgets the letters typed so far.
   void resetSelectionEntry();
-  /// Draws what is selected now and posts the notification.
-  void updateHighlights();
+  /// Draws what is selected now, unless it is unwanted, and posts the notification.
+  void updateHighlights(const std::function<bool()>& isUnwanted = {});
   /// Each match with its label, the selected one with its colour; in the order of drawing: the worst first, and the
   /// selected one last, in front of all.
   HighlightOptionMap elementMatchesWithHighlightOptions() const;
@@ -79,7 +81,7 @@ class JLElementSelectionController {
   struct State;
   using StatePointer = std::shared_ptr<const State>;
 
-  void updateHighlightsOf(const State& state);
+  void updateHighlightsOf(const State& state, const std::function<bool()>& isUnwanted = {});
   static HighlightOptionMap highlightOptionsOf(const State& state);
   static void postSelection(const State& state);
   /// Selects the match that the typed letters name, else the best one; whether they named one.

@@ -55,6 +55,9 @@ const JLElementEnumerator& JLElementEnumerator::enumeratorForRole(const std::opt
 }
 
 JLElementNode* JLElementEnumerator::dispatchNodeWithOptions(JLElementNode* node, const EnumerationOptions& options) {
+  if (!options.goOn()) {
+    return node;
+  }
   const std::shared_ptr<JLElement>& element = node->element();
   return enumeratorForRole(element ? std::optional(element->role()) : std::nullopt)
       .enumerateNodeWithOptions(node, options);
@@ -71,7 +74,7 @@ JLElementNode* JLElementEnumerator::enumerateNodeOnAttributeWithOptions(JLElemen
                                                                         const EnumerationOptions& options) {
   // Collected first and gone into afterwards, so that a level of the tree takes few stack frames.
   std::vector<std::shared_ptr<JLElement>> children;
-  node->element()->enumerateAttributeUsingBlock(attribute, [&](const AttributeValue& value, size_t, bool& stop) {
+  const auto visit = [&](const AttributeValue& value, size_t, bool& stop) {
     const ElementRef* ref = value.element();
     stop = !options.goOn();
     if (!ref || !*ref || stop) {
@@ -81,7 +84,8 @@ JLElementNode* JLElementEnumerator::enumerateNodeOnAttributeWithOptions(JLElemen
     if (!options.visibleElements || intersects(node->bounds(), child->bounds())) {
       children.push_back(std::move(child));
     }
-  });
+  };
+  node->element()->enumerateAttributeUsingBlock(attribute, visit, [&options] { return options.goOn(); });
   for (const auto& child : children) {
     addElementToParentAndEnumerateWithOptions(child, node, !options.noRecursion, options);
   }

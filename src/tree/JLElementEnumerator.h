@@ -19,8 +19,9 @@ struct EnumerationOptions {
   bool visibleElements = false;
   /// The children found become nodes, but are not enumerated further.
   bool noRecursion = false;
-  /// Asked before each element; once it says so, nothing more is read or added. Never, if empty. Without its snapshot,
-  /// which ends with the activation, each element would cost messages of its own.
+  /// Asked before each element, batch of a list, search and hit test; once it says so, nothing more is read or added.
+  /// Never, if empty. Without its snapshot, which ends with the activation, each element would cost messages of its
+  /// own.
   std::function<bool()> isUnwanted = {};
 
   bool goOn() const { return !isUnwanted || !isUnwanted(); }

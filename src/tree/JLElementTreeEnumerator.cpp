@@ -25,7 +25,7 @@ std::shared_ptr<JLElementTree> JLElementTreeEnumerator::enumerateElementsWithOpt
   tree->addChild(tree->rootElement(), application);
   JLElementEnumerator::dispatchNodeWithOptions(application, options);
   if (options.goOn()) {
-    addDock(*tree);
+    addDock(*tree, options);
   }
   if (options.goOn()) {
     markElementUnderPointer(*tree);
@@ -35,7 +35,7 @@ std::shared_ptr<JLElementTree> JLElementTreeEnumerator::enumerateElementsWithOpt
   return tree;
 }
 
-void JLElementTreeEnumerator::addDock(JLElementTree& tree) {
+void JLElementTreeEnumerator::addDock(JLElementTree& tree, const EnumerationOptions& options) {
   const auto dock = JLElement::elementWithBundleID(kDockBundleIdentifier);
   if (!dock) {
     return;
@@ -44,7 +44,10 @@ void JLElementTreeEnumerator::addDock(JLElementTree& tree) {
   JLElementNode* node = JLElementNode::nodeWithJLElement(tree, dock);
   tree.addChild(tree.rootElement(), node);
   // Collected whole, without the visibility rules, whatever was asked for the application.
-  JLElementEnumerator::enumeratorForRole("Default").enumerateNodeWithOptions(node, {});
+  const EnumerationOptions whole{.isUnwanted = options.isUnwanted};
+  if (whole.goOn()) {
+    JLElementEnumerator::enumeratorForRole("Default").enumerateNodeWithOptions(node, whole);
+  }
 }
 
 void JLElementTreeEnumerator::markElementUnderPointer(JLElementTree& tree) {

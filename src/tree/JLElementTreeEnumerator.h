@@ -19,7 +19,7 @@ class JLElementTreeEnumerator {
   std::shared_ptr<JLElementTree> enumerateElementsWithOptions(const EnumerationOptions& options) const;
 
  private:
-  static void addDock(JLElementTree& tree);
+  static void addDock(JLElementTree& tree, const EnumerationOptions& options);
   static void markElementUnderPointer(JLElementTree& tree);
 
   std::shared_ptr<JLElement> element_;

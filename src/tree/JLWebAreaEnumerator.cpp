@@ -69,6 +69,9 @@ JLElementNode* JLWebAreaEnumerator::enumerateVisibleChildrenViaPredicateSearchWi
 
 void JLWebAreaEnumerator::enumerateWebAreasViaPredicateSearchWithOptions(JLElementNode* node,
                                                                          const EnumerationOptions& options) {
+  if (!options.goOn()) {
+    return;
+  }
   EnumerationOptions whole = options;
   whole.visibleElements = false;
   for (const auto& element : search(*node->element(), "AXFrameSearchKey", false)) {

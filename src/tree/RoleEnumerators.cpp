@@ -24,7 +24,8 @@ JLElementNode* JLMenuBarEnumerator::enumerateNodeWithOptions(JLElementNode* node
   return node;
 }
 
-JLElementNode* JLMenuExtrasEnumerator::enumerateNodeWithOptions(JLElementNode* node, const EnumerationOptions&) const {
+JLElementNode* JLMenuExtrasEnumerator::enumerateNodeWithOptions(JLElementNode* node,
+                                                                const EnumerationOptions& options) const {
   constexpr double kStep = 15;  // points
   constexpr int kMostMisses = 4;
 
@@ -32,7 +33,7 @@ JLElementNode* JLMenuExtrasEnumerator::enumerateNodeWithOptions(JLElementNode* n
   xmlNode* extras = tree.newGroup("MenuExtras");
   const Rect bar = node->element() ? node->element()->bounds() : Rect{};
   Point point{bar.maxX() - kStep, bar.midY()};
-  for (int misses = 0; bar.contains(point) && misses < kMostMisses;) {
+  for (int misses = 0; bar.contains(point) && misses < kMostMisses && options.goOn();) {
     const auto hit = JLElement::elementAtPointFromBottomLeft(point);
     if (hit && !(*hit == *node->element()) && hit->role() == "AXMenuBarItem") {
       const Rect item = hit->bounds();

@@ -159,6 +159,27 @@ TEST(Highlighter, ReadsEachElementOnceASnapshotAndNothingWhileDrawing) {
   EXPECT_EQ(test.screen().shownLayers().at(0).frame, (Rect{0, 880, 100, 20})) << "a new snapshot is read anew";
 }
 
+TEST(Highlighter, NeitherReadsOnNorDrawsWhatIsUnwantedOrOutOfDate) {
+  Highlighting test;
+  const auto map = test.options({"button", "half", "below", "file"});
+  const auto messagesOf = [&](const std::function<bool()>& isUnwanted) {
+    const uint64_t before = test.desktop->accessibility().messageCount();
+    test.highlighter.setVisible(true);
+    test.highlighter.setHighlightedElements(map, isUnwanted);
+    test.run();
+    return test.desktop->accessibility().messageCount() - before;
+  };
+  EXPECT_EQ(messagesOf([] { return true; }), 0U);
+  const auto hides = [&] {
+    test.highlighter.hideImmediately();
+    return false;
+  };
+  EXPECT_LE(messagesOf(hides), 10U) << "of the first element and what it lies in";
+  EXPECT_EQ(test.screen().redraws(), 0);
+  EXPECT_GT(messagesOf([] { return false; }), 10U);
+  EXPECT_EQ(test.screen().redraws(), 1);
+}
+
 TEST(Highlighter, NothingThatWaitsShowsAfterHidingAtOnce) {
   Highlighting test;
   test.highlighter.setVisible(true);
@@ -203,8 +224,8 @@ TEST(Highlighter, ShowsOnlyWhileItsConditionHolds) {
 TEST(Highlighter, ReportsAShareOfItsRedraws) {
   Highlighting test;
   testing::RecordedMetrics metrics;
-  const uint32_t never = 0x7FFFFFFF;
-  test.desktop->random().prepare({0, never});
+  // The draw that equals 0.05, in single precision, is the first that is not reported.
+  test.desktop->random().prepare({107374183, 107374184});
   for (const auto& ids : {std::vector<std::string>{"button", "thin"}, {}, {"link"}}) {
     test.highlighter.setHighlightedElements(test.options(ids));
     test.run();

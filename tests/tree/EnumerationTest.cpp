@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <stdexcept>
 
 #include "support/RecordedFixture.h"
@@ -86,25 +88,6 @@ TEST(Enumeration, ApplicationCollectsFocusedWindowAndMenuBarOnly) {
   EXPECT_TRUE(prepared[0].second);
   EXPECT_EQ(prepared[1].first.text(), "dock");
   EXPECT_FALSE(prepared[1].second);
-}
-
-TEST(Enumeration, ReadsNothingFurtherOnceItIsUnwanted) {
-  RecordedFixture desktop(
-      desktopOf({at("app", "AXApplication", "0,0 0,0", ref("AXFocusedWindow", "w") + "," + ref("AXMenuBar", "bar")),
-                 at("w", "AXWindow", "0,0 100,100", refs("AXChildren", {"a", "b", "c"})),
-                 at("a", "AXGroup", "0,0 50,50", refs("AXChildren", {"inner"})), at("inner", "AXButton", "1,1 10,10"),
-                 at("b", "AXButton", "1,1 10,10"), at("c", "AXButton", "1,1 10,10"),
-                 at("bar", "AXMenuBar", "0,0 100,20", refs("AXChildren", {"file"})),
-                 at("file", "AXMenuBarItem", "0,0 0,0"), at("dock", "AXApplication", "0,900 100,100")}));
-  const auto endedAfter = [&](int questions) {
-    EnumerationOptions options{.visibleElements = true, .isUnwanted = [&questions] { return questions-- <= 0; }};
-    return outline(
-        JLElementTreeEnumerator(desktop.element("app")).enumerateElementsWithOptions(options)->rootElement());
-  };
-  EXPECT_EQ(endedAfter(0), "Root(app)");
-  EXPECT_EQ(endedAfter(1), "Root(app(w))") << "not its children, the menu bar or the dock";
-  EXPECT_EQ(endedAfter(5), "Root(app(w(a)))") << "not what was found before";
-  EXPECT_EQ(endedAfter(1000), "Root(app(w(a(inner) b c) bar(file MenuExtras)) dock)");
 }
 
 TEST(Enumeration, MissingPartsAreSkipped) {
@@ -199,6 +182,74 @@ TEST(Enumeration, AWebAreaWithoutSearchIsHitOnAGrid) {
   RecordedFixture desktop(pageDesktop("", R"([0,39,"l1"],[0,24,"web"],[200,9,"l2"],[200,24,"w"])"));
   EXPECT_EQ(enumerated(desktop, true), "Root(app(w(web(whole))))")
       << "both links lie in the same child, the window is above";
+}
+
+/// `count` elements of a role at one place; their references go to `list`.
+std::string many(const std::string& id, const std::string& role, int count, std::string& list) {
+  std::string elements;
+  for (int i = 0; i < count; ++i) {
+    const std::string name = id + std::to_string(i);
+    elements += (i ? ",\n" : "") + at(name, role, "0,0 50,10", ref("AXParent", "w"));
+    list += (i ? "," : "") + std::string("{\"ref\":\"") + name + "\"}";
+  }
+  return elements;
+}
+
+/// Long lists (one with thousands of entries that are no elements), rows, menu extras, pages with and without search, a
+/// frame and a long dock.
+std::string longDesktop() {
+  std::string items, rows, links, inner, docked;
+  const std::string lists = many("i", "AXButton", 60, items) + "," + many("r", "AXRow", 60, rows) + "," +
+                            many("l", "AXLink", 60, links) + "," + many("f", "AXButton", 60, inner) + "," +
+                            many("d", "AXDockItem", 60, docked);
+  for (int i = 0; i < 2000; ++i) {
+    items += ",0";
+  }
+  return desktopOf(
+      {lists, at("app", "AXApplication", "0,0 0,0", ref("AXFocusedWindow", "w") + "," + ref("AXMenuBar", "bar")),
+       at("w", "AXWindow", "0,0 400,400",
+          ref("AXParent", "app") + "," + refs("AXChildren", {"list", "table", "page", "plain"})),
+       at("list", "AXGroup", "0,0 400,400", "\"AXVisibleChildren\":[" + items + "]"),
+       at("table", "AXTable", "0,0 400,400", "\"AXVisibleRows\":[" + rows + "]"),
+       at("page", "AXWebArea", "0,0 400,400", "",
+          R"("AXUIElementsForSearchPredicate":[{"when":{"AXVisibleOnly":true},"value":[)" + links +
+              R"(]},{"value":[{"ref":"frame"}]}])"),
+       at("frame", "AXWebArea", "0,0 400,400", "\"AXChildren\":[" + inner + "]"),
+       at("plain", "AXWebArea", "0,0 400,400", ref("AXParent", "w") + "," + ref("AXWindow", "w")),
+       at("bar", "AXMenuBar", "0,0 400,20", refs("AXChildren", {"file"})), at("file", "AXMenuBarItem", "0,0 20,20"),
+       at("clock", "AXMenuBarItem", "370,0 30,20"), at("net", "AXMenuBarItem", "340,0 30,20"),
+       at("mail", "AXMenuBarItem", "310,0 30,20"), at("disk", "AXMenuBarItem", "280,0 30,20"),
+       at("dock", "AXApplication", "0,900 100,100", "\"AXChildren\":[" + docked + "]")},
+      R"("hits":[[385,9,"clock"],[355,9,"net"],[325,9,"mail"],[295,9,"disk"]],)");
+}
+
+TEST(Enumeration, ReadsNothingFurtherOnceItIsUnwanted) {
+  RecordedFixture desktop(longDesktop());
+  struct Messages {
+    uint64_t whenToldSo;
+    uint64_t all;
+  };
+  const auto messagesIfUnwantedAfter = [&](uint64_t limit) {
+    JLElement::flushCache();
+    const uint64_t before = desktop->accessibility().messageCount();
+    const auto spent = [&] { return desktop->accessibility().messageCount() - before; };
+    uint64_t whenToldSo = UINT64_MAX;
+    const auto isUnwanted = [&] {
+      whenToldSo = spent() < limit ? whenToldSo : std::min(whenToldSo, spent());
+      return spent() >= limit;
+    };
+    JLElementTreeEnumerator(desktop.element("app"))
+        .enumerateElementsWithOptions({.visibleElements = true, .isUnwanted = isUnwanted});
+    return Messages{whenToldSo, spent()};
+  };
+  const uint64_t whole = messagesIfUnwantedAfter(UINT64_MAX).all;
+  ASSERT_GT(whole, 2000U);
+  constexpr uint64_t kOneElement = 10;
+  for (uint64_t limit = 0; limit + kOneElement < whole; limit += kOneElement) {
+    const Messages messages = messagesIfUnwantedAfter(limit);
+    ASSERT_LE(messages.whenToldSo, limit + kOneElement) << "it asks at each element";
+    ASSERT_EQ(messages.all, messages.whenToldSo) << limit;
+  }
 }
 
 TEST(Enumeration, MarksTheElementUnderThePointer) {

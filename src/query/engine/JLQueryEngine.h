@@ -125,6 +125,8 @@ class JLQueryEngine {
   const Property<std::string>& query() const { return query_; }
   const Property<CompletedQuery>& completedQuery() const { return completedQuery_; }
   const Property<bool>& isWorking() const { return isWorking_; }
+  /// The matches of a snapshot that has been asked for, at the beginning or by a refresh, are not in place yet.
+  const Property<bool>& isCollecting() const { return isCollecting_; }
   const Property<bool>& isActive() const { return isActive_; }
   const Property<Application>& currentApp() const { return currentApp_; }
   const Property<TargetElement>& currentAppElement() const { return currentAppElement_; }
@@ -161,9 +163,10 @@ class JLQueryEngine {
 
   TargetElement elementOf(const TargetElement& asked, const Application& application) const;
   TargetElement focusedWindowOf(const TargetElement& target) const;
-  TargetTree takeSnapshot(const TargetElement& target);
+  TargetTree takeSnapshot(const TreeRequest& request);
   void tellWhenNothingToChoose(const TargetElement& target, const JLElementTree& tree);
   void deliverMatches(const MatchingElements& found);
+  void updateCollecting();
   void announceSelection();
 
   bool isCurrent(uint64_t activation) const { return activation_.load() == activation; }
@@ -179,6 +182,7 @@ class JLQueryEngine {
   void commandKeyDown(const KeyEvent& event);
   void controlTapped(uint64_t tapCount);
   void commandTapped(uint64_t tapCount);
+  void lookUpElementUnderPointer() const;
 
   Element selectedElement() const;
   void clickAtPointer();
@@ -204,6 +208,7 @@ class JLQueryEngine {
   Property<std::string> query_;
   Property<CompletedQuery> completedQuery_;
   Property<bool> isWorking_{false};
+  Property<bool> isCollecting_{false};
   Property<bool> isActive_{false};
   Property<Application> currentApp_;
   Property<TargetElement> currentAppElement_;
@@ -217,10 +222,12 @@ class JLQueryEngine {
   Observable<TargetTree> elementTreeSignal_;
   Observable<MatchingElements> matchingElementsSignal_;
   ReplaySubject<bool> refreshSignal_;
+  Subject<uint64_t> commandTaps_;  ///< the activation of each
 
   std::atomic<uint64_t> activation_{0};
   std::atomic<uint64_t> lastTreeRequest_{0};
   std::atomic<uint64_t> lastMatching_{0};
+  TargetTree matched_;  ///< the last whose matches are in place, without its tree; main thread
 
   std::vector<std::unique_ptr<MatchingWait>> waits_;  ///< main thread
   std::shared_ptr<TaskQueue> warmQueue_;

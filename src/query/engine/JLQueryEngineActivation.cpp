@@ -50,6 +50,7 @@ void JLQueryEngine::start() {
   isActive_.set(true);
   startTime_.set(static_cast<uint64_t>(now.count()));
   ++activation_;
+  updateCollecting();
   platform.accessibility->expectSnapshot(chosen.target->pid);
   // The window first, and without asking the target: the keyboard is frozen until it has come.
   window_->displayWindowOverApplication(chosen.target->pid);
@@ -73,6 +74,7 @@ void JLQueryEngine::end() {
   selection_->setElementMatches({});
   currentApp_.set(std::nullopt);
   isActive_.set(false);
+  updateCollecting();
 }
 
 void JLQueryEngine::endAndSwitchToTarget() {

@@ -75,6 +75,11 @@ void JLQueryEngine::subscribeToModifierTaps() {
   taps_->subscribeToModifierTapWithBlock(modifier_flag::command, [this](uint64_t tapCount, auto& /*detector*/) {
     postToMain([tapCount](JLQueryEngine& engine) { engine.commandTapped(tapCount); });
   });
+  // Hit tests can wait for applications, so they are made there.
+  tokens_.push_back(commandTaps_.observe()
+                        .deliverOn(Platform::current().queues->highPriorityQueue())
+                        .filter([this](uint64_t activation) { return isCurrent(activation); })
+                        .subscribe([this](uint64_t) { lookUpElementUnderPointer(); }));
   taps_->subscribeToModifierTapWithBlock(modifier_flag::option, [](uint64_t /*tapCount*/, auto& /*detector*/) {});
 }
 
@@ -90,16 +95,18 @@ void JLQueryEngine::controlTapped(uint64_t tapCount) {
 }
 
 void JLQueryEngine::commandTapped(uint64_t tapCount) {
-  if (tapCount != 1) {
-    return;
+  if (tapCount == 1) {
+    commandTaps_.send(activation_);
   }
-  // Looked up, and nothing made of it. Hit tests can wait for applications, so not here.
-  Platform::current().queues->highPriorityQueue().post([tree = currentTree_.value()] {
-    const auto element = JLElement::elementAtPointFromBottomLeft(Platform::current().screens->pointerLocation());
-    if (element && tree) {
-      tree->nodeForElement(*element);
-    }
-  });
+}
+
+/// Looked up, and nothing made of it.
+void JLQueryEngine::lookUpElementUnderPointer() const {
+  const auto element = JLElement::elementAtPointFromBottomLeft(Platform::current().screens->pointerLocation());
+  const Tree tree = currentTree_.value();
+  if (element && tree) {
+    tree->nodeForElement(*element);
+  }
 }
 
 void JLQueryEngine::observeSelection() {

@@ -54,7 +54,9 @@ void JLQueryEngine::connectQuery() {
                                         return TypedQuery{text, activation_};
                                       })
                               .debounce(kQueryQuietInterval, Platform::current().queues->mainQueue());
-  tokens_.push_back(isWorking_.observe().bindTo(window_->isWorking()));
+  tokens_.push_back(combineLatest(isWorking_.observe(), isCollecting_.observe())
+                        .map([](const auto& either) { return either.first || either.second; })
+                        .bindTo(window_->isWorking()));
 }
 
 void JLQueryEngine::connectTarget() {
@@ -91,11 +93,13 @@ void JLQueryEngine::connectTree() {
   // One that is asked for before the one before it has begun takes its place.
   tokens_.push_back(combineLatest(currentAppElementSignal_, refreshSignal_.observe())
                         .map([this](const auto& latest) {
-                          return TreeRequest{latest.first, ++lastTreeRequest_};
+                          const TreeRequest request{latest.first, ++lastTreeRequest_};
+                          postToMain([](JLQueryEngine& engine) { engine.updateCollecting(); });
+                          return request;
                         })
                         .deliverOn(highPriorityQueue())
                         .filter([this](const TreeRequest& request) { return request.number == lastTreeRequest_; })
-                        .map([this](const TreeRequest& request) { return takeSnapshot(request.target); })
+                        .map([this](const TreeRequest& request) { return takeSnapshot(request); })
                         .multicast(trees));
   // After the snapshot, which has fetched what this reads.
   tokens_.push_back(currentAppElementSignal_.deliverOn(highPriorityQueue())
@@ -111,16 +115,18 @@ TargetElement JLQueryEngine::focusedWindowOf(const TargetElement& target) const 
   if (window) {
     // What focusing the window reads is remembered by the models: the main thread then asks the target for nothing.
     window->role();
-    if (const Element application = window->application()) {
-      application->role();
+    for (const Element& above : window->ancestors()) {
+      above->role();
     }
   }
   return {window, target.activation};
 }
 
-TargetTree JLQueryEngine::takeSnapshot(const TargetElement& target) {
+TargetTree JLQueryEngine::takeSnapshot(const TreeRequest& request) {
+  const TargetElement& target = request.target;
+  TargetTree taken{nullptr, target.activation, request.number};
   if (!target.element || !isCurrent(target.activation)) {
-    return {nullptr, target.activation};
+    return taken;
   }
   Queues& queues = *Platform::current().queues;
   const Duration start = queues.monotonicNow();
@@ -128,19 +134,20 @@ TargetTree JLQueryEngine::takeSnapshot(const TargetElement& target) {
   options.visibleElements = true;
   options.isUnwanted = [this, activation = target.activation] { return !isCurrent(activation); };
   const Tree tree = JLElementTreeEnumerator(target.element).enumerateElementsWithOptions(options);
+  if (!isCurrent(target.activation)) {
+    // What this has read since the activation ended must not be taken for the next one's.
+    JLElement::flushCache();
+    return taken;
+  }
   const double duration = milliseconds(queues.monotonicNow() - start);
   spdlog::debug("enumeration: {:.3f} ms, {} elements", duration, tree->elementCount());
   JLTrackEvent("enumeration", MetricData{{"duration_ms", duration},
                                          {"bundle_id", bundleIdentifierOf(*target.element)},
                                          {"element_count", static_cast<int64_t>(tree->elementCount())}});
-  if (!isCurrent(target.activation)) {
-    // What this has read since the activation ended must not be taken for the next one's.
-    JLElement::flushCache();
-    return {nullptr, target.activation};
-  }
   tellWhenNothingToChoose(target, *tree);
   JLElementMatcher::prepare(*tree);
-  return {tree, target.activation};
+  taken.tree = tree;
+  return taken;
 }
 
 void JLQueryEngine::tellWhenNothingToChoose(const TargetElement& target, const JLElementTree& tree) {
@@ -176,17 +183,17 @@ void JLQueryEngine::connectMatching() {
 }
 
 void JLQueryEngine::deliverMatches(const MatchingElements& found) {
-  const auto isWanted = [&] { return isCurrent(found.tree.activation); };
-  if (!isWanted() || found.number != lastMatching_) {
+  const auto isUnwanted = [this, activation = found.tree.activation] { return !isCurrent(activation); };
+  if (isUnwanted() || found.number != lastMatching_) {
     return;
   }
   const auto matches = found.matches.collect();
-  if (!isWanted()) {
+  if (isUnwanted()) {
     return;
   }
-  selection_->setElementMatches(matches);
-  selection_->updateHighlights();
-  if (!isWanted()) {
+  selection_->setElementMatches(matches, isUnwanted);
+  selection_->updateHighlights(isUnwanted);
+  if (isUnwanted()) {
     // The activation ended in between and has hidden the overlay; nothing may stay selected.
     selection_->setElementMatches({});
     return;
@@ -194,6 +201,14 @@ void JLQueryEngine::deliverMatches(const MatchingElements& found) {
   if (found.tree.tree) {
     completedQuery_.set({found.query, found.tree.activation});
   }
+  postToMain([activation = found.tree.activation, request = found.tree.request](JLQueryEngine& engine) {
+    engine.matched_ = {nullptr, activation, request};
+    engine.updateCollecting();
+  });
+}
+
+void JLQueryEngine::updateCollecting() {
+  isCollecting_.set(isActive_.value() && !(isCurrent(matched_.activation) && matched_.request == lastTreeRequest_));
 }
 
 void JLQueryEngine::connectWindow() {

@@ -9,6 +9,7 @@
 #include "platform/Workspace.h"
 #include "query/engine/JLQueryEngine.h"
 #include "query/engine/QueryWindowPlacement.h"
+#include "streams/CombineLatest.h"
 
 namespace jumplark {
 namespace {
@@ -34,10 +35,13 @@ void JLQueryWindowController::windowDidLoad() {
   TaskQueue& mainQueue = Platform::current().queues->mainQueue();
   observations_.push_back(targetApp_.observe().subscribe([this](const auto& target) { targetAppChanged(target); }));
   window_.view().startSpinner();
-  observations_.push_back(
-      isWorking_.observe().debounce(kWorkingQuietInterval, mainQueue).subscribe([this](const bool& isWorking) {
-        window_.view().setSpinnerOpacity(isWorking ? 1.0 : 0.0, kSpinnerFade);
-      }));
+  observations_.push_back(combineLatest(isWorking_.observe(), isShown_.observe())
+                              .map([](const auto& both) { return both.first && both.second; })
+                              .distinctUntilChanged()
+                              .debounce(kWorkingQuietInterval, mainQueue)
+                              .subscribe([this](const bool& isSeenWorking) {
+                                window_.view().setSpinnerOpacity(isSeenWorking ? 1.0 : 0.0, kSpinnerFade);
+                              }));
 }
 
 void JLQueryWindowController::targetAppChanged(const std::shared_ptr<JLElement>& target) {
@@ -58,6 +62,7 @@ void JLQueryWindowController::displayWindowOverApplication(int32_t pid) {
 }
 
 void JLQueryWindowController::displayWindow() {
+  isShown_.set(true);
   makeWindowKey();
   window_.queryField().becomeFirstResponder();
 }
@@ -69,6 +74,8 @@ void JLQueryWindowController::makeWindowKey() {
 }
 
 void JLQueryWindowController::hideWindow() {
+  isShown_.set(false);
+  window_.view().setSpinnerOpacity(0, Duration::zero());
   window_.view().orderOut();
   window_.queryField().setText("");
   window_.queryField().resignFirstResponder();

@@ -13,9 +13,9 @@ namespace jumplark {
 class JLElement;
 class JLQueryEngine;
 
-/// Shows, places and hides the query window, shows that matches are being looked for, and passes every key press on to
-/// the engine. The window is shown while `targetApp` is an element, and follows it at once. Main thread only, but for
-/// `isWorking`, which may be set on any.
+/// Shows, places and hides the query window, shows that matches are being looked for once that has taken 0.1 s since
+/// the window was shown, and passes every key press on to the engine. The window is shown while `targetApp` is an
+/// element, and follows it at once. Main thread only, but for `isWorking`, which may be set on any.
 class JLQueryWindowController : public JLQueryFieldDelegate {
  public:
   /// The engine outlives the controller.
@@ -59,6 +59,7 @@ class JLQueryWindowController : public JLQueryFieldDelegate {
   JLQueryWindow window_;
   Property<std::shared_ptr<JLElement>> targetApp_;
   Property<bool> isWorking_{false};
+  Property<bool> isShown_{false};
   std::string announced_;
   std::vector<Token> observations_;
 };

@@ -15,10 +15,11 @@ struct TargetElement {
   uint64_t activation = 0;
 };
 
-/// A snapshot of the target; no tree when there is no target.
+/// A snapshot of the target, and the number of the request for it; no tree when there is no target.
 struct TargetTree {
   std::shared_ptr<JLElementTree> tree;
   uint64_t activation = 0;
+  uint64_t request = 0;
 };
 
 }  // namespace jumplark

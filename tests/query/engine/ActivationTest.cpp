@@ -10,6 +10,8 @@ namespace {
 
 TEST(Activation, TheShortcutOpensAndCloses) {
   EngineFixture fixture;
+  RecordedInputSources& layouts = fixture.desktop->inputSources();
+  layouts.setLayouts({{"us", "English (US)"}, {"ru", "Russian"}});
   fixture.desktop->defaults().setValue("ForceKeyboardLayout", "ru");
   fixture.desktop->queues().runPending();
   EXPECT_TRUE(fixture.hotkey());
@@ -20,6 +22,7 @@ TEST(Activation, TheShortcutOpensAndCloses) {
   EXPECT_EQ(fixture.engine->currentApp().value()->pid, 501);
   EXPECT_TRUE(fixture.engine->discoveryController().isActive());
   EXPECT_EQ(fixture.desktop->views().activations(), 1);
+  EXPECT_EQ(layouts.currentKeyboardLayout()->identifier, "ru");
   fixture.advance(milliseconds(5));
   EXPECT_TRUE(fixture.engine->modifierTapDetector().isActive());
   const int flushes = fixture.desktop->accessibility().endedSnapshots();
@@ -28,6 +31,7 @@ TEST(Activation, TheShortcutOpensAndCloses) {
   EXPECT_FALSE(fixture.window().isVisible());
   EXPECT_FALSE(fixture.window().isKeyMonitorInstalled());
   EXPECT_FALSE(fixture.engine->discoveryController().isActive());
+  EXPECT_EQ(layouts.currentKeyboardLayout()->identifier, "us");
   EXPECT_EQ(fixture.desktop->accessibility().endedSnapshots(), flushes + 1);
   fixture.advance(milliseconds(60));
   EXPECT_FALSE(fixture.engine->modifierTapDetector().isActive());
@@ -60,8 +64,10 @@ TEST(Activation, EachRoadOutLeavesNothingOnTheScreen) {
     EXPECT_EQ(fixture.window().text(), "") << c.name;
     EXPECT_FALSE(fixture.overlayShows()) << c.name;
     EXPECT_TRUE(fixture.matches().empty()) << c.name;
-    const auto activations = fixture.desktop->workspace().activations();
-    EXPECT_EQ(activations.empty(), !c.switchesBack) << c.name;
+    using Activations = std::vector<std::pair<int32_t, uint32_t>>;
+    EXPECT_EQ(fixture.desktop->workspace().activations(),
+              c.switchesBack ? (Activations{{501, 0}, {501, kActivateIgnoringOtherApps}}) : Activations())
+        << c.name << ": the application, then with its window";
     EXPECT_EQ(fixture.completedQuery(), c.switchesBack ? "(none)" : "save") << c.name;
     const auto operations = fixture.desktop->accessibility().operations();
     ASSERT_EQ(operations.size(), c.switchesBack ? 1U : 0U) << c.name;
@@ -158,18 +164,78 @@ TEST(QueryWindow, StandsOverTheTargetsWindowOrElseTheMainScreen) {
 }
 
 TEST(QueryWindow, TheSpinnerShowsOnlyWorkThatLasts) {
+  const auto slow = [](EngineFixture& f) { f.desktop->accessibility().setDelay("save", 60); };
+  const auto closed = [](EngineFixture& f, uint64_t flags) {
+    f.open();
+    f.typeAndSettle("save");
+    flags == 0 ? f.onMain([&] { f.window().resignKey(); }) : f.press(key_code::escape);
+    f.advance(milliseconds(500));
+  };
+  struct Case {
+    const char* name;
+    std::function<void(EngineFixture&)> before;
+    std::function<void(EngineFixture&)> work;
+    bool shown;
+  };
+  const std::vector<Case> cases = {
+      {"opening at last", [](auto&) {}, [](auto& f) { f.open(); }, false},
+      {"opening after Escape", [=](auto& f) { closed(f, 1); }, [](auto& f) { f.open(); }, false},
+      {"opening after a click elsewhere", [=](auto& f) { closed(f, 0); }, [](auto& f) { f.open(); }, false},
+      {"opening a slow application", [=](auto& f) { closed(f, 1), slow(f); }, [](auto& f) { f.open(); }, true},
+      {"the same after a click elsewhere", [=](auto& f) { closed(f, 0), slow(f); }, [](auto& f) { f.open(); }, true},
+      {"F5", [](auto& f) { f.open(); }, [](auto& f) { f.press(key_code::f5); }, false},
+      {"F5 in a slow application", [=](auto& f) { f.open(), f.advance(milliseconds(500)), slow(f); },
+       [](auto& f) { f.press(key_code::f5); }, true},
+      {"typing", [](auto& f) { f.open(); }, [](auto& f) { f.typeAndSettle("save"); }, false},
+  };
+  for (const Case& c : cases) {
+    EngineFixture fixture;
+    c.before(fixture);
+    EXPECT_EQ(fixture.window().spinnerOpacity(), 0) << c.name;
+    c.work(fixture);
+    EXPECT_EQ(fixture.window().spinnerOpacity(), 0) << c.name << ": at once";
+    fixture.advance(milliseconds(150));
+    EXPECT_EQ(fixture.window().spinnerOpacity(), c.shown ? 1 : 0) << c.name;
+    fixture.advance(std::chrono::seconds(5));
+    EXPECT_EQ(fixture.window().spinnerOpacity(), 0) << c.name << ": when it is done";
+  }
+}
+
+TEST(QueryWindow, HidesItsSpinnerWithItself) {
   EngineFixture fixture;
   EXPECT_TRUE(fixture.window().spinnerRuns());
+  fixture.desktop->accessibility().setDelay("save", 60);
   fixture.open();
-  fixture.advance(milliseconds(300));
-  const size_t before = fixture.window().spinnerChanges().size();
+  fixture.advance(milliseconds(150));
+  ASSERT_EQ(fixture.window().spinnerOpacity(), 1);
   fixture.press(key_code::escape);
-  fixture.advance(milliseconds(50));
-  fixture.open();
-  fixture.advance(milliseconds(300));
-  EXPECT_EQ(fixture.window().spinnerChanges().size(), before + 1);
-  EXPECT_EQ(fixture.window().spinnerChanges().back(), (std::pair<double, Duration>{0.0, milliseconds(100)}))
-      << "50 ms of work were never shown";
+  EXPECT_EQ(fixture.window().spinnerChanges().back(), (std::pair<double, Duration>{0.0, Duration::zero()}));
+  fixture.advance(milliseconds(500));
+  EXPECT_EQ(fixture.window().spinnerOpacity(), 0);
+}
+
+TEST(QueryField, TakesOnlyReturnWithCommandForAnEquivalent) {
+  EngineFixture fixture;
+  struct Case {
+    int64_t keyCode;
+    uint64_t flags;
+    bool taken;
+  };
+  const std::vector<Case> cases = {
+      {key_code::returnKey, modifier_flag::command, true},
+      {key_code::returnKey, modifier_flag::command | modifier_flag::shift, true},
+      {key_code::returnKey, 0, false},
+      {key_code::returnKey, modifier_flag::control, false},
+      {key_code::escape, modifier_flag::command, false},
+      {key_code::tab, modifier_flag::command, false},
+      {key_code::symbolBase + 'r', modifier_flag::command, false},
+      {key_code::symbolBase + ',', modifier_flag::command, false},
+  };
+  JLQueryField field(fixture.window());
+  for (const Case& c : cases) {
+    EXPECT_EQ(field.performKeyEquivalent(KeyEvent{c.keyCode, c.flags, {}, {}, false}), c.taken)
+        << c.keyCode << " " << c.flags;
+  }
 }
 
 }  // namespace

@@ -29,7 +29,14 @@ TEST(QueryPipeline, MatchesWhatIsTypedAfterTheQuietIntervalAndIsWorkingOnlyWitho
   EXPECT_EQ(fixture.completedQuery(), "sa");
   EXPECT_FALSE(fixture.engine->isWorking().value());
   EXPECT_EQ(fixture.desktop->views().overlay().shownLayers().size(), 2U);
-  EXPECT_EQ(snapshotsTaken(fixture), 1U) << "one for the tree and the matching together, none for a keystroke";
+  const auto snapshots = fixture.metrics.eventsNamed("enumeration");
+  ASSERT_EQ(snapshots.size(), 1U) << "one for the tree and the matching together, none for a keystroke";
+  EXPECT_EQ(snapshots[0].at("bundle_id"), AttributeValue("org.example.editor"));
+  EXPECT_EQ(snapshots[0].at("element_count"), AttributeValue(7)) << "the application, its window and what is in it";
+  EXPECT_TRUE(snapshots[0].contains("duration_ms"));
+  fixture.typeAndSettle("zzz");
+  EXPECT_TRUE(fixture.matches().empty());
+  EXPECT_FALSE(fixture.desktop->views().overlay().visible());
   fixture.press(key_code::escape);
   EXPECT_TRUE(fixture.engine->isWorking().value());
 }
@@ -75,6 +82,7 @@ TEST(QueryPipeline, RefreshTakesANewSnapshotAndMatchesTheQueryAgain) {
        },
        2},
       {"Command-Shift-R", [=](auto& f) { f.pressCharacter("r", command | modifier_flag::shift); }, 1},
+      {"Command-T", [=](auto& f) { f.pressCharacter("t", command); }, 1},
       {"Option-F5", [](auto& f) { f.press(key_code::f5, modifier_flag::option); }, 1},
   };
   for (const Case& c : cases) {
@@ -123,7 +131,7 @@ TEST(QueryPipeline, AResultOfAnEndedActivationReachesNothing) {
        [](auto& f) {
          f.open();
          readSlowly(f);
-         f.typeAndSettle("save");
+         f.typeAndSettle(".");
        }},
       {"while its search waits for a refresh",
        [](auto& f) {
@@ -142,7 +150,9 @@ TEST(QueryPipeline, AResultOfAnEndedActivationReachesNothing) {
     fixture.press(key_code::escape);
     EXPECT_EQ(fixture.desktop->queues().monotonicNow(), before) << c.name << ": ending waits for nothing";
     EXPECT_FALSE(fixture.window().isVisible()) << c.name;
+    const uint64_t messages = fixture.desktop->accessibility().messageCount();
     fixture.advance(milliseconds(2000));
+    EXPECT_LE(fixture.desktop->accessibility().messageCount(), messages + 10) << c.name << ": of one element at most";
     EXPECT_TRUE(fixture.matches().empty()) << c.name;
     EXPECT_EQ(fixture.selected(), "") << c.name;
     EXPECT_FALSE(fixture.overlayShows()) << c.name;
