@@ -148,15 +148,24 @@ TEST(JLAXElement, ReportsTheCallCountOnceAndOnlyWhenThereIsOne) {
   EXPECT_TRUE(later.eventsNamed("ax_call_count").empty()) << "what nobody collects is not kept either";
 }
 
-TEST(JLTrackSampledEvent, KeepsNothingAtRateZeroAndAllAtRateOne) {
+TEST(JLTrackSampledEvent, KeepsAnEventWhoseDrawIsBelowTheRate) {
   RecordedFixture desktop(kDesktop);
-  const RecordedMetrics metrics;
-  for (int i = 0; i < 200; ++i) {
-    JLTrackSampledEvent("never", std::nullopt, 0.0F);
-    JLTrackSampledEvent("always", std::nullopt, 1.0F);
+  constexpr uint32_t kHalf = 1U << 30;
+  const struct {
+    float rate;
+    uint32_t draw;  ///< in 2^-31
+    bool kept;
+  } cases[] = {{0.0F, 0, false},
+               {0.5F, kHalf - 1, true},
+               {0.5F, kHalf, false},
+               {0.5F, 2 * kHalf - 1, false},
+               {1.0F, 2 * kHalf - 1, true}};
+  for (const auto& example : cases) {
+    const RecordedMetrics metrics;
+    desktop->random().prepare({example.draw});
+    JLTrackSampledEvent("event", std::nullopt, example.rate);
+    EXPECT_EQ(metrics.eventsNamed("event").size(), example.kept ? 1U : 0U) << example.rate << " " << example.draw;
   }
-  EXPECT_EQ(metrics.eventsNamed("never").size(), 0U);
-  EXPECT_EQ(metrics.eventsNamed("always").size(), 200U);
 }
 
 }  // namespace

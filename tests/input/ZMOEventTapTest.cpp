@@ -82,6 +82,17 @@ TEST_F(EventTap, NoBlockRunsAfterItsEnd) {
   EXPECT_EQ(calls, 1);
 }
 
+TEST_F(EventTap, IsEnabledAgainAtOnceAfterATimeOutAndOnRequestAfterTheUser) {
+  stopEverything();
+  tap_->activate();
+  desktop_->input().disableTaps(event_type::tapDisabledByTimeout);
+  EXPECT_FALSE(passes(1));
+  desktop_->input().disableTaps(event_type::tapDisabledByUserInput);
+  EXPECT_TRUE(passes(1));
+  tap_->activate();
+  EXPECT_FALSE(passes(1));
+}
+
 TEST_F(EventTap, StaysInactiveWhereNoTapIsPermittedAndMayBeTriedAgain) {
   desktop_->input().permitTaps(false);
   tap_->activate();
