@@ -22,7 +22,7 @@ std::string childrenList(int count) {
 
 const char* const kDesktop = R"({"screens":[[0,0,1440,900]], "elements":{
   "e":{"attributes":{"AXTitle":"T","AXNull":null,"AXNumber":7,"AXPosition":{"point":[1,2]},
-       "AXBroken":{"error":-25204},"AXUnsupportedInside":{"error":-25205}}},
+       "AXBroken":{"error":-25204}},"parameterized":{"AXStringForRange":[]}},
   "slow":{"delay_ms":600,"attributes":{"AXTitle":"late"}}}})";
 
 JLAXElement wrapped(RecordedFixture& desktop, const char* id) {
@@ -58,12 +58,17 @@ TEST(JLAXElement, AsksForNamesOnceUnlessAskingFails) {
   EXPECT_TRUE(element.attributeExists("AXTitle"));
   EXPECT_FALSE(element.attributeExists("AXValue"));
   EXPECT_EQ(desktop->accessibility().messageCount(), before + 1);
+  EXPECT_TRUE(element.parameterizedAttributeExists("AXStringForRange"));
+  EXPECT_FALSE(element.parameterizedAttributeExists("AXTitle"));
+  EXPECT_EQ(desktop->accessibility().messageCount(), before + 2);
 
   desktop->accessibility().setError("e", AccessibilityError::failure);
   const JLAXElement failing = wrapped(desktop, "e");
   EXPECT_FALSE(failing.attributeExists("AXTitle"));
+  EXPECT_FALSE(failing.parameterizedAttributeExists("AXStringForRange"));
   desktop->accessibility().setError("e", AccessibilityError::success);
   EXPECT_TRUE(failing.attributeExists("AXTitle"));
+  EXPECT_TRUE(failing.parameterizedAttributeExists("AXStringForRange"));
 }
 
 TEST(JLAXElement, MissingValuesAreNeutral) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <tuple>
+
 #include "accessibility/ScreenCoordinates.h"
 #include "support/RecordedFixture.h"
 
@@ -84,13 +87,48 @@ TEST(JLElement, FindsItsWindowApplicationAndFocus) {
 TEST(JLElement, ASheetOfALaterBatchReplacesAnEarlierOne) {
   std::string children;
   for (int i = 0; i < 60; ++i) {
-    children += (i ? "," : "") + std::string(i == 2 || i == 3 ? R"({"ref":"early"})"
-                                                              : (i == 55 ? R"({"ref":"late"})" : R"({"ref":"other"})"));
+    const char* sheet = i == 2 ? "early" : i == 55 ? "late" : i == 56 ? "latest" : "other";
+    children += (i ? "," : "") + std::string(R"({"ref":")") + sheet + "\"}";
   }
   RecordedFixture desktop(R"({"elements":{"win":{"attributes":{"AXRole":"AXWindow","AXChildren":[)" + children +
                           R"(]}},"early":{"attributes":{"AXRole":"AXSheet"}},"late":{"attributes":{"AXRole":"AXSheet"}},
-                          "other":{"attributes":{"AXRole":"AXGroup"}}}})");
-  EXPECT_EQ(desktop.element("win")->sheet()->ref().text(), "late");
+                          "latest":{"attributes":{"AXRole":"AXSheet"}},"other":{"attributes":{"AXRole":"AXGroup"}}}})");
+  EXPECT_EQ(desktop.element("win")->sheet()->ref().text(), "late") << "the first of the last batch that has one";
+}
+
+TEST(JLElement, RemembersRoleParentAndAncestorsButNoFailure) {
+  RecordedFixture desktop(kDesktop);
+  const auto field = desktop.element("field");
+  const auto messagesOf = [&](const auto& read) {
+    const uint64_t before = desktop->accessibility().messageCount();
+    read();
+    return desktop->accessibility().messageCount() - before;
+  };
+  const auto role = [&] { field->role(); };
+  const auto parent = [&] { field->parent(); };
+  const auto ancestors = [&] { field->ancestors(); };
+  desktop->accessibility().setError("field", AccessibilityError::failure);
+  EXPECT_EQ(field->role(), "");
+  EXPECT_EQ(field->parent(), nullptr);
+  desktop->accessibility().setError("field", AccessibilityError::success);
+  EXPECT_EQ(messagesOf(role), 1U);
+  EXPECT_EQ(messagesOf(parent), 1U);
+  EXPECT_EQ(messagesOf(ancestors), 3U) << "of the parents of the scroll area, the window and the application";
+  for (const std::function<void()>& again : {std::function<void()>(role), {parent}, {ancestors}}) {
+    EXPECT_EQ(messagesOf(again), 0U);
+  }
+  const JLElement copy = *field;
+  EXPECT_EQ(messagesOf([&] { copy.role(); }), 1U) << "a copy remembers nothing";
+}
+
+TEST(JLElement, KnowsWhatItIsInside) {
+  RecordedFixture desktop(kDesktop);
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {"field", "scroll", true}, {"field", "win", true},     {"field", "app", true}, {"field", "field", false},
+      {"field", "sheet", false}, {"scroll", "field", false}, {"app", "win", false},  {"ringA", "ringB", true}};
+  for (const auto& [inner, outer, is] : cases) {
+    EXPECT_EQ(desktop.element(inner)->hasParent(*desktop.element(outer)), is) << inner << " in " << outer;
+  }
 }
 
 TEST(JLElement, RingsOfParentsEndAndAreFreed) {

@@ -177,6 +177,22 @@ TEST_F(Panes, HelpOpensWhatThereIsAndShowsWhatIsWrongFirst) {
   EXPECT_THAT(desktop->services().opened, ElementsAre(addresses.gettingStarted, addresses.composeMessage));
 }
 
+TEST_F(Panes, TellWhatWasDoneOnWhichDayAndWhichVersionThisIs) {
+  // The recorded clock starts with the year 2020, at midnight in Greenwich; noon is the same day nearly everywhere.
+  run(12h);
+  desktop->defaults().setValue("UsageMetrics", nlohmann::json::parse(R"({
+      "2020-01-01":{"elementsActioned":3},"2019-12-31":{"elementsActioned":1200},
+      "2019-12-24":{"elementsActioned":5000}})"));
+  show("Usage");
+  const auto& rows = preferences().usage.rows;
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(rows[0],
+            (UsagePaneModel::Row{"Elements actioned", "3", "1\u202F200", "5\u202F000", "2019-12-24", "6\u202F203"}));
+  EXPECT_EQ(rows[1], (UsagePaneModel::Row{"Pointer travel saved", "0 px", "0 px", "0 px", "", "0 px"}));
+  show("About");
+  EXPECT_EQ(preferences().about.version, "Version 1.2 (34)");
+}
+
 TEST_F(Panes, AWindowThatCannotBeMadeEndsTheProgram) {
   desktop->appViews().isComplete = false;
   launchWelcomed();

@@ -1,6 +1,8 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 
 #include "selection/JLElementActioner.h"
 #include "streams/NotificationCenter.h"
@@ -10,6 +12,7 @@ namespace jumplark {
 namespace {
 
 using std::chrono::milliseconds;
+using ::testing::ElementsAre;
 using testing::RecordedFixture;
 
 /// A window of 400 by 300 with one element of each kind; nothing is covered but "covered" and all of "half" but its
@@ -50,19 +53,27 @@ std::vector<MouseEvent> buttonEvents(RecordedFixture& desktop) {
 
 struct Case {
   const char* id;
-  Point clicked;  ///< top-left origin
+  Point clicked;             ///< top-left origin
+  std::optional<Size> size;  ///< other than that of the desktop
 };
 
 TEST(JLElementActioner, ClicksWhereTheElementIs) {
   const std::vector<Case> cases = {
-      {"button", {60, 19}},    // the midpoint, one row up as the point conversion has it
-      {"check", {20, 47}},     // on the box, not on the caption
-      {"square", {22, 67}},    // too narrow for a caption
-      {"covered", {20, 119}},  // no point is on top: the midpoint all the same
-      {"empty", {50, 199}},
+      {"button", {60, 19}, {}},    // the midpoint, one row up as the point conversion has it
+      {"check", {20, 47}, {}},     // on the box, not on the caption
+      {"square", {22, 67}, {}},    // too narrow for a caption
+      {"covered", {20, 119}, {}},  // no point is on top: the midpoint all the same
+      {"empty", {50, 199}, {}},
+      // The lowest and narrowest that have a caption, and those that are just none.
+      {"check", {20, 49}, Size{40, 20}},
+      {"check", {29.5, 49}, Size{39, 20}},
+      {"check", {60, 49.5}, Size{100, 21}},
   };
   for (const Case& c : cases) {
     RecordedFixture desktop(kDesktop);
+    if (c.size) {
+      desktop->accessibility().setAttribute(c.id, "AXSize", *c.size);
+    }
     JLElementActioner actioner;
     actioner.actionElement(desktop.element(c.id));
     const auto events = buttonEvents(desktop);
@@ -74,27 +85,54 @@ TEST(JLElementActioner, ClicksWhereTheElementIs) {
   }
 }
 
-TEST(JLElementActioner, LooksForAPointThatIsNotCovered) {
-  RecordedFixture desktop(kDesktop);
-  JLElementActioner actioner;
-  const Point point = actioner.findClickablePointForElement(desktop.element("half"));
-  EXPECT_GE(point.x, 150);
-  EXPECT_LT(point.x, 210);
-  EXPECT_EQ(actioner.findClickablePointForElement(nullptr), Point{});
+/// What the pointer does, with place and time: "5@0 at 0" is a move that is posted to the devices at the beginning.
+std::vector<std::string> pointerHistory(RecordedFixture& desktop, Duration start = {}) {
+  std::vector<std::string> history;
+  for (const auto& [event, location, time] : desktop->input().postedMouseEvents()) {
+    history.push_back(std::to_string(event.type) + "@" + std::to_string(location) + " at " +
+                      std::to_string((time - start) / milliseconds(1)));
+  }
+  return history;
 }
 
 TEST(JLElementActioner, MovesFirstThenRaisesThenClicksWithItsWaits) {
   RecordedFixture desktop(kDesktop);
+  desktop->accessibility().setAttribute("sheet", "AXRole", "AXSheet");
+  desktop->accessibility().setAttribute("sheet", "AXFocused", false);
+  desktop->accessibility().setAttribute(
+      "w", "AXChildren",
+      AttributeValue::List{desktop->accessibility().element("button"), desktop->accessibility().element("sheet")});
+  std::vector<std::string> asked;
+  desktop->accessibility().setOperationHandler([&](const RecordedOperation& operation) {
+    asked.push_back(operation.element.text() + " " + operation.name + " after " +
+                    std::to_string(desktop->input().postedMouseEvents().size()));
+  });
   JLElementActioner actioner;
-  const Duration start = desktop->queues().monotonicNow();
   actioner.clickElement(desktop.element("button"));
-  const auto posted = desktop->input().postedMouseEvents();
-  ASSERT_EQ(posted.size(), 3U);
-  EXPECT_EQ(posted[0].event.type, event_type::mouseMoved);
-  EXPECT_EQ(posted[0].location, event_location::hid);
-  EXPECT_EQ(posted[1].location, event_location::session);
+  EXPECT_THAT(asked, ElementsAre("w AXRaise after 1", "sheet AXFocused after 1"));
   // The double-click tap gets its millisecond's head start between the wait for the window and the press.
-  EXPECT_EQ(desktop->queues().monotonicNow() - start, milliseconds(150 + 1 + 20));
+  EXPECT_THAT(pointerHistory(desktop), ElementsAre("5@0 at 0", "1@1 at 151", "2@1 at 171"));
+}
+
+TEST(JLElementActioner, TriesFiftyPointsUntilOneIsNotCovered) {
+  for (const auto& [misses, x] : {std::pair(49, 180.0), std::pair(50, 110.0)}) {
+    RecordedFixture desktop(kDesktop);
+    for (int i = 0; i < misses; ++i) {
+      desktop->random().prepare({0, 0});
+    }
+    desktop->random().prepare({170, 0});
+    EXPECT_EQ(JLElementActioner().findClickablePointForElement(desktop.element("half")).x, x) << misses;
+  }
+}
+
+TEST(JLElementActioner, TakesWhatLiesInsideForTheElementAndPerformsActionsWithoutThePointer) {
+  RecordedFixture desktop(kDesktop);
+  JLElementActioner actioner;
+  EXPECT_EQ(actioner.findClickablePointForElement(desktop.element("w")), (Point{200, 850})) << "the cover is its child";
+  actioner.performActionOnElement("AXRaise", desktop.element("w"));
+  ASSERT_EQ(desktop->accessibility().operations().size(), 1U);
+  EXPECT_EQ(desktop->accessibility().operations()[0].name, "AXRaise");
+  EXPECT_THAT(pointerHistory(desktop), ElementsAre());
 }
 
 TEST(JLElementActioner, ASliderIsFocusedAndNeverClicked) {
@@ -139,11 +177,9 @@ TEST(JLElementActioner, ReturnSoonAfterAClickIsTheSecondClick) {
   JLElementActioner actioner;
   actioner.click();
   EXPECT_FALSE(pressReturn(desktop)) << "swallowed";
-  auto events = buttonEvents(desktop);
-  ASSERT_EQ(events.size(), 4U);
-  EXPECT_EQ(events[2].type, event_type::leftMouseDown);
-  EXPECT_EQ(events[2].clickState, 2);
-  EXPECT_EQ(events[3].type, event_type::leftMouseUp);
+  EXPECT_THAT(pointerHistory(desktop), ElementsAre("1@1 at 1", "2@1 at 21", "1@1 at 21", "2@1 at 26"));
+  EXPECT_EQ(buttonEvents(desktop)[2].clickState, 2);
+  EXPECT_EQ(buttonEvents(desktop)[3].clickState, 2);
   InputEvent other;
   other.type = event_type::keyDown;
   other.keyCode = key_code::space;

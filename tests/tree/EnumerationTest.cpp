@@ -139,15 +139,17 @@ std::string barDesktop(const std::string& hits) {
       {at("app", "AXApplication", "0,0 0,0", ref("AXMenuBar", "bar")),
        at("bar", "AXMenuBar", "0,0 400,20", refs("AXChildren", {"file"})), at("file", "AXMenuBarItem", "0,0 200,20"),
        at("clock", "AXMenuBarItem", "370,0 30,20"), at("net", "AXMenuBarItem", "340,0 30,20"),
-       at("far", "AXMenuBarItem", "205,0 10,20"), at("button", "AXButton", "0,0 1,1")},
+       at("far", "AXMenuBarItem", "285,0 15,20"), at("farther", "AXMenuBarItem", "250,0 10,20"),
+       at("last", "AXMenuBarItem", "215,0 10,20"), at("button", "AXButton", "0,0 1,1")},
       kNoDock + "\"hits\":[" + hits + "],");
 }
 
 TEST(Enumeration, MenuExtrasAreFoundFromTheRightUntilTheFourthMissWithoutTheBarsOwnItems) {
-  // The bar's middle row is y = 990 (bottom-left), which is row 9 from the top.
-  RecordedFixture desktop(barDesktop(R"([385,9,"clock"],[355,9,"net"],[325,9,"button"],[310,9,"button"],[295,9,null],
-                                        [280,9,null],[265,9,"far"])"));
-  EXPECT_EQ(enumerated(desktop, true), "Root(app(bar(file MenuExtras(clock net))))");
+  // The bar's middle row is y = 990 (bottom-left), which is row 9 from the top. From an item the walk goes on 15 points
+  // left of its left edge; a hit forgives no miss.
+  RecordedFixture desktop(barDesktop(R"([385,9,"clock"],[355,9,"net"],[325,9,"button"],[310,9,null],[295,9,"far"],
+                                        [270,9,"button"],[255,9,"farther"],[235,9,"bar"],[220,9,"last"])"));
+  EXPECT_EQ(enumerated(desktop, true), "Root(app(bar(file MenuExtras(clock net far farther))))");
   RecordedFixture ownItem(barDesktop(R"([385,9,"file"])"));
   EXPECT_EQ(enumerated(ownItem, true), "Root(app(bar(file MenuExtras)))");
 }
@@ -155,10 +157,12 @@ TEST(Enumeration, MenuExtrasAreFoundFromTheRightUntilTheFourthMissWithoutTheBars
 std::string pageDesktop(const std::string& parameterized, const std::string& hits = "") {
   return desktopOf(
       {at("app", "AXApplication", "0,0 0,0", ref("AXFocusedWindow", "w")),
-       at("w", "AXWindow", "0,0 400,40", ref("AXParent", "app") + "," + refs("AXChildren", {"web"})),
-       at("web", "AXWebArea", "0,0 400,40",
+       at("w", "AXWindow", "0,0 500,50", ref("AXParent", "app") + "," + refs("AXChildren", {"web"})),
+       at("web", "AXWebArea", "10.6,0 400,40.5",
           ref("AXParent", "w") + "," + ref("AXWindow", "w") + "," + refs("AXChildren", {"whole"}), parameterized),
-       at("whole", "AXGroup", "0,0 400,40", ref("AXParent", "web")),
+       at("whole", "AXGroup", "10,0 400,40", ref("AXParent", "web")),
+       at("c1", "AXLink", "9,9 9,9", ref("AXParent", "web")), at("c2", "AXLink", "9,9 9,9", ref("AXParent", "web")),
+       at("off", "AXLink", "9,9 9,9", ref("AXParent", "web")),
        at("l1", "AXLink", "0,0 10,10", ref("AXParent", "whole")),
        at("l2", "AXLink", "0,900 10,10", ref("AXParent", "whole")),
        at("frame", "AXWebArea", "0,0 100,100", refs("AXChildren", {"hidden"})),
@@ -178,9 +182,10 @@ TEST(Enumeration, AWebAreaIsSearchedAndItsFramesWalkedWhole) {
 }
 
 TEST(Enumeration, AWebAreaWithoutSearchIsHitOnAGrid) {
-  // Grid rows 960, 975, 990 from the bottom are rows 39, 24, 9 from the top; columns 0 and 200.
-  RecordedFixture desktop(pageDesktop("", R"([0,39,"l1"],[0,24,"web"],[200,9,"l2"],[200,24,"w"])"));
-  EXPECT_EQ(enumerated(desktop, true), "Root(app(w(web(whole))))")
+  // Grid rows 959, 974, 989 from the bottom are rows 40, 25, 10 from the top; columns 10, 210 and 410.
+  RecordedFixture desktop(pageDesktop("", R"([10,40,"l1"],[10,25,"c1"],[10,10,"web"],[210,10,"l2"],[210,25,"w"],
+      [410,40,"c2"],[10,35,"off"],[10,32.5,"off"],[110,40,"off"])"));
+  EXPECT_EQ(enumerated(desktop, true), "Root(app(w(web(whole c1 c2))))")
       << "both links lie in the same child, the window is above";
 }
 

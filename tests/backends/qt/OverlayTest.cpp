@@ -41,8 +41,9 @@ TEST_P(Overlay, DrawsBoxesOnTheirPixelsAndLetsClicksThrough) {
   for (const int y : {50, 109}) {
     EXPECT_TRUE(shows(150, y, kBlack)) << "upper and lower edges";
   }
-  for (const auto& [x, y] : {std::pair(99, 80), {300, 80}, {150, 49}, {150, 110}}) {
-    EXPECT_TRUE(shows(x, y, kWhite));
+  // Around it, and at its rounded corners.
+  for (const auto& [x, y] : {std::pair(99, 80), {300, 80}, {150, 49}, {150, 110}, {100, 50}, {299, 109}}) {
+    EXPECT_TRUE(shows(x, y, kWhite)) << x << " " << y;
   }
   // The later box lies in front of the earlier.
   EXPECT_TRUE(shows(500, 100, kBlack));

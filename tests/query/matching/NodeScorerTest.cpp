@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "query/matching/JLElementFilter.h"
 #include "query/matching/JLElementMatcher.h"
 #include "query/matching/JLElementNodeScorer.h"
@@ -98,6 +100,22 @@ TEST_F(NodeScorerTest, MatcherGivesWhatTheScorerGivesAlsoForTitles) {
     const auto matches = JLElementMatcher::resultsForElementTreeWithQuery(tree_, query);
     ASSERT_EQ(matches.size(), 1U) << query;
     EXPECT_EQ(matches.front().node().get(), node("field"));
+  }
+}
+
+TEST_F(NodeScorerTest, AMatchScoresMoreThanATenth) {
+  desktop_->accessibility().setAttribute("far", "AXTitle", "s" + std::string(905, 'y'));
+  for (const auto& [x, isMatch] : {std::pair(993.684, false), std::pair(993.6, true)}) {
+    desktop_->accessibility().setAttribute("far", "AXPosition", Point{x, 10});
+    tree_ = JLElementTreeEnumerator(desktop_.element("app")).enumerateElements();
+    const float score =
+        JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode(node("far"), "s", tree_->focusedNode());
+    EXPECT_EQ(score > 0.1F, isMatch) << score;
+    EXPECT_GE(score, 0.1F);
+    const auto matches = JLElementMatcher::resultsForElementTreeWithQuery(tree_, "s");
+    EXPECT_EQ(std::ranges::count(matches, node("far"), [](const auto& match) { return match.node().get(); }),
+              isMatch ? 1 : 0)
+        << x;
   }
 }
 
