@@ -1,27 +1,25 @@
 #include <gtest/gtest.h>
 
 #include "accessibility/JLElementAttributeExtractor.h"
+#include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 
 namespace jumplark {
 namespace {
 
+using testing::DesktopText;
 using testing::RecordedFixture;
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-const char* const kDesktop = R"({"elements":{
-  "button":{"attributes":{"AXRole":"AXButton","AXTitle":"OK","AXValue":1}},
-  "search":{"attributes":{"AXRole":"AXTextField","AXSubrole":"AXSearchField","AXValue":"v","AXPlaceholderValue":"p",
-            "AXRoleDescription":"search"}},
-  "area":{"attributes":{"AXRole":"AXTextArea","AXValue":"everything","AXVisibleCharacterRange":{"range":[5,3]}},
-          "parameterized":{"AXStringForRange":[{"when":{"range":[5,3]},"value":"vis"}]}},
-  "bar":{"attributes":{"AXRole":"AXMenuBar","AXTitle":"ignored","AXParent":{"ref":"owner"}}},
-  "owner":{"attributes":{"AXRole":"AXApplication","AXTitle":"Editor"}},
-  "file":{"attributes":{"AXRole":"AXMenuBarItem","AXTitle":"File","AXDescription":"d","AXHelp":"h",
-          "AXParent":{"ref":"bar"}}},
-  "untitled":{"attributes":{"AXRole":"AXMenuBarItem","AXTitle":"","AXParent":{"ref":"bar"}}},
-  "twice":{"attributes":{"AXRole":"AXOther","AXSubrole":"AXMore","AXTitle":"t","AXValue":"v","AXDescription":"d"}}
- }})";
+const std::string kDesktop = DesktopText::of(R"(
+  button AXButton AXTitle="OK" AXValue=1
+  search AXTextField AXSubrole="AXSearchField" AXValue="v" AXPlaceholderValue="p" AXRoleDescription="search"
+  area AXTextArea AXValue="everything" AXVisibleCharacterRange={"range":[5,3]}
+  owner AXApplication AXTitle="Editor"
+    bar AXMenuBar AXTitle="ignored"
+      file AXMenuBarItem AXTitle="File" AXDescription="d" AXHelp="h"
+      untitled AXMenuBarItem AXTitle=""
+  twice AXOther AXSubrole="AXMore" AXTitle="t" AXValue="v" AXDescription="d")");
 
 struct Case {
   const char* id;
@@ -30,6 +28,7 @@ struct Case {
 
 TEST(JLElementAttributeExtractor, PairsNamesAndValuesByPosition) {
   RecordedFixture desktop(kDesktop);
+  desktop->accessibility().setParameterized("area", "AXStringForRange", {{Range{5, 3}, "vis"}});
   const std::vector<Case> cases = {
       {"button", {{"AXTitle", "OK"}, {"AXValue", "1"}, {"AXDescription", "-"}}},
       {"search",

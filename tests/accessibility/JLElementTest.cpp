@@ -6,45 +6,40 @@
 #include <tuple>
 
 #include "accessibility/ScreenCoordinates.h"
+#include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 
 namespace jumplark {
 namespace {
 
+using testing::DesktopText;
 using testing::RecordedFixture;
 
-const char* const kDesktop = R"({"screens":[[0,0,1440,900]], "frontmost":501,
- "applications":[{"pid":501,"bundle_id":"org.example.editor","name":"Editor","element":"app"}],
- "elements":{
-  "app":{"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"win"},"AXFocusedUIElement":{"ref":"field"},
-         "AXChildren":[{"ref":"win"}],"AXPosition":{"point":[0,0]},"AXSize":{"size":[10,10]}}},
-  "win":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"app"},"AXChildren":[{"ref":"scroll"},{"ref":"sheet"}],
-         "AXPosition":{"point":[0,0]},"AXSize":{"size":[800,600]}},"actions":["AXRaise"]},
-  "sheet":{"attributes":{"AXRole":"AXSheet","AXParent":{"ref":"win"},"AXWindow":{"ref":"win"}}},
-  "scroll":{"attributes":{"AXRole":"AXScrollArea","AXParent":{"ref":"win"},"AXWindow":{"ref":"win"},
-         "AXPosition":{"point":[100,100]},"AXSize":{"size":[200,100]}}},
-  "field":{"attributes":{"AXRole":"AXTextField","AXSubrole":"AXSearchField","AXParent":{"ref":"scroll"},
-         "AXWindow":{"ref":"win"},"AXFocused":false,
-         "AXPosition":{"point":[250,50]},"AXSize":{"size":[100,100]}}},
-  "outside":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"scroll"},
-         "AXPosition":{"point":[500,500]},"AXSize":{"size":[20,20]}}},
-  "row":{"attributes":{"AXRole":"AXRow","AXParent":{"ref":"scroll"},"AXWindow":{"ref":"win"}}},
-  "cell":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"row"},"AXWindow":{"ref":"sheet"}}},
-  "ringA":{"attributes":{"AXRole":"AXGroup","AXParent":{"ref":"ringB"},"AXSize":{"size":[5,5]}}},
-  "ringB":{"attributes":{"AXRole":"AXGroup","AXParent":{"ref":"ringA"},"AXSize":{"size":[5,5]}}},
-  "cellRing":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"cellRing"}}},
-  "dialog":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"win"}}},
-  "winA":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"winB"},"AXWindow":{"ref":"winB"}}},
-  "winB":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"winA"},"AXWindow":{"ref":"winA"}}},
-  "winSelf":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"winSelf"},"AXWindow":{"ref":"winSelf"}}}
- }})";
+const std::string kDesktop = DesktopText::of(R"(
+  app AXApplication 0,0/10,10 AXFocusedWindow=@win AXFocusedUIElement=@field
+    win AXWindow 0,0/800,600 !AXRaise
+      scroll AXScrollArea 100,100/200,100
+        field AXTextField 250,50/100,100 AXSubrole="AXSearchField" AXFocused=false
+        outside AXButton 500,500/20,20
+        row AXRow
+          cell AXCell AXWindow=@sheet
+      sheet AXSheet
+      dialog AXWindow AXWindow=@dialog
+  ringA AXGroup 0,0/5,5 AXParent=@ringB
+  ringB AXGroup 0,0/5,5 AXParent=@ringA
+  cellRing AXCell AXParent=@cellRing
+  winA AXWindow AXParent=@winB AXWindow=@winB
+  winB AXWindow AXParent=@winA AXWindow=@winA
+  winSelf AXWindow AXParent=@winSelf AXWindow=@winSelf
+  )",
+                                             R"("screens":[[0,0,1440,900]],)");
 
 TEST(JLElement, OneModelAReferenceUntilTheCacheIsFlushed) {
   RecordedFixture desktop(kDesktop);
   const auto first = desktop.element("win");
   EXPECT_EQ(first, desktop.element("win"));
-  EXPECT_NE(JLElement::elementWithPID(501), JLElement::elementWithPID(501));
-  EXPECT_EQ(*JLElement::elementWithPID(501), *desktop.element("app"));
+  EXPECT_NE(JLElement::elementWithPID(1), JLElement::elementWithPID(1));
+  EXPECT_EQ(*JLElement::elementWithPID(1), *desktop.element("app"));
   JLElement::flushCache();
   EXPECT_NE(first, desktop.element("win"));
   EXPECT_EQ(*first, *desktop.element("win"));
@@ -162,7 +157,7 @@ TEST(JLElement, AChainOfParentsIsFreedHoweverLongItIs) {
 TEST(JLElement, FocusBringsApplicationAndWindowForward) {
   RecordedFixture desktop(kDesktop);
   desktop.element("win")->focus();
-  EXPECT_EQ(desktop->workspace().activations(), (std::vector<std::pair<int32_t, uint32_t>>{{501, 2}}));
+  EXPECT_EQ(desktop->workspace().activations(), (std::vector<std::pair<int32_t, uint32_t>>{{1, 2}}));
   desktop.element("field")->focus();
   const auto operations = desktop->accessibility().operations();
   ASSERT_EQ(operations.size(), 2U);
@@ -190,7 +185,7 @@ TEST(JLElement, ElementsByIdentifierAndPoint) {
   RecordedFixture desktop(kDesktop);
   EXPECT_EQ(JLElement::elementWithBundleID(""), nullptr);
   EXPECT_EQ(JLElement::elementWithBundleID("org.example.none"), nullptr);
-  EXPECT_EQ(JLElement::elementWithBundleID("org.example.editor")->pid(), 501);
+  EXPECT_EQ(JLElement::elementWithBundleID("b")->pid(), 1);
   EXPECT_EQ(JLElement::elementAtPointFromBottomLeft({150, 750}), desktop.element("scroll"));
   EXPECT_EQ(JLElement::elementAtPointFromTopLeft({299.5, 199.5}), desktop.element("scroll"));
   EXPECT_EQ(JLElement::elementAtPointFromTopLeft({1300, 10}), nullptr);

@@ -3,6 +3,7 @@
 #include "overlay/JLDiscoveryController.h"
 #include "overlay/JLDiscoveryViewController.h"
 #include "streams/NotificationCenter.h"
+#include "support/DesktopText.h"
 #include "support/OnMainThread.h"
 #include "tree/JLElementTree.h"
 
@@ -10,23 +11,20 @@ namespace jumplark {
 namespace {
 
 using std::chrono::milliseconds;
+using testing::DesktopText;
 using testing::onMainThread;
 using testing::RecordedFixture;
 
 constexpr Color kTranslucentBlue{0, 0, 1, 0.3};
 
 /// Two buttons side by side in the upper left corner of a screen 900 high. Positions have a top-left origin.
-const char* const kDesktop = R"({"screens":[[0,0,1000,900]],"pointer":[500,500],"frontmost":1,
- "applications":[{"pid":1,"bundle_id":"b","name":"n","element":"app"}],
- "elements":{
-  "app":{"attributes":{"AXRole":"AXApplication","AXChildren":[{"ref":"w"}]}},
-  "w":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"app"},"AXPosition":{"point":[0,0]},"AXSize":{"size":[400,300]},
-    "AXChildren":[{"ref":"ok"},{"ref":"close"}]}},
-  "ok":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXTitle":"OK","AXDescription":"Keeps\nall","AXValue":"",
-    "AXPosition":{"point":[0,0]},"AXSize":{"size":[100,20]}}},
-  "close":{"attributes":{"AXRole":"AXButton","AXSubrole":"AXCloseButton","AXParent":{"ref":"w"},"AXTitle":"Close",
-    "AXPosition":{"point":[100,0]},"AXSize":{"size":[100,20]}}}
- }})";
+const std::string kDesktop = DesktopText::of(R"(
+  app AXApplication
+    w AXWindow 0,0/400,300
+      ok AXButton 0,0/100,20 AXTitle="OK" AXDescription="Keeps\nall" AXValue=""
+      close AXButton 100,0/100,20 AXSubrole="AXCloseButton" AXTitle="Close"
+  )",
+                                             R"("screens":[[0,0,1000,900]],"pointer":[500,500],)");
 
 struct Discovery {
   RecordedFixture desktop{kDesktop};

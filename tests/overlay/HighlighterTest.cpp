@@ -6,6 +6,7 @@
 #include "overlay/Colors.h"
 #include "overlay/JLElementHighlighter.h"
 #include "overlay/ScreenFrames.h"
+#include "support/DesktopText.h"
 #include "support/OnMainThread.h"
 #include "support/RecordedMetrics.h"
 #include "tree/JLElementTree.h"
@@ -13,6 +14,7 @@
 namespace jumplark {
 namespace {
 
+using testing::DesktopText;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using testing::onMainThread;
@@ -23,19 +25,18 @@ constexpr Color kBlue{0x20 / 255.0, 0x88 / 255.0, 0xd4 / 255.0, 0.6};
 
 /// A window of 400 by 300 whose scroll area shows the upper 100 points of a long list. Positions have a top-left
 /// origin.
-const char* const kDesktop = R"({"screens":[[0,0,1000,900],[1000,-100,500,400]],"pointer":[0,0],"frontmost":1,
- "applications":[{"pid":1,"bundle_id":"b","name":"n","element":"app"}],
- "elements":{
-  "app":{"attributes":{"AXRole":"AXApplication","AXChildren":[{"ref":"w"}]}},
-  "w":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"app"},"AXPosition":{"point":[0,0]},"AXSize":{"size":[400,300]}}},
-  "scroll":{"attributes":{"AXRole":"AXScrollArea","AXParent":{"ref":"w"},"AXPosition":{"point":[0,50]},"AXSize":{"size":[400,100]}}},
-  "button":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXPosition":{"point":[10,10]},"AXSize":{"size":[100,20]}}},
-  "link":{"attributes":{"AXRole":"AXLink","AXParent":{"ref":"w"},"AXPosition":{"point":[10,200]},"AXSize":{"size":[50,2]}}},
-  "thin":{"attributes":{"AXRole":"AXLink","AXParent":{"ref":"w"},"AXPosition":{"point":[10,210]},"AXSize":{"size":[50,1.5]}}},
-  "half":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"scroll"},"AXPosition":{"point":[0,140]},"AXSize":{"size":[400,40]}}},
-  "below":{"attributes":{"AXRole":"AXCell","AXParent":{"ref":"scroll"},"AXPosition":{"point":[0,180]},"AXSize":{"size":[400,40]}}},
-  "file":{"attributes":{"AXRole":"AXMenuBarItem","AXParent":{"ref":"w"},"AXPosition":{"point":[380,0]},"AXSize":{"size":[60,20]}}}
- }})";
+const std::string kDesktop = DesktopText::of(R"(
+  app AXApplication
+    w AXWindow 0,0/400,300
+      scroll AXScrollArea 0,50/400,100
+        half AXCell 0,140/400,40
+        below AXCell 0,180/400,40
+      button AXButton 10,10/100,20
+      link AXLink 10,200/50,2
+      thin AXLink 10,210/50,1.5
+      file AXMenuBarItem 380,0/60,20
+  )",
+                                             R"("screens":[[0,0,1000,900],[1000,-100,500,400]],"pointer":[0,0],)");
 
 struct Highlighting {
   RecordedFixture desktop{kDesktop};

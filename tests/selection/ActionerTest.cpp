@@ -6,40 +6,32 @@
 
 #include "selection/JLElementActioner.h"
 #include "streams/NotificationCenter.h"
+#include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 
 namespace jumplark {
 namespace {
 
 using std::chrono::milliseconds;
+using testing::DesktopText;
 using ::testing::ElementsAre;
 using testing::RecordedFixture;
 
 /// A window of 400 by 300 with one element of each kind; nothing is covered but "covered" and all of "half" but its
 /// right end. Positions have a top-left origin.
-const char* const kDesktop = R"({"screens":[[0,0,1000,1000]],"pointer":[300,299],"frontmost":1,
- "applications":[{"pid":1,"bundle_id":"b","name":"n","element":"app"}],
- "elements":{
-  "app":{"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"w"},"AXChildren":[{"ref":"w"}]}},
-  "w":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"app"},"AXPosition":{"point":[0,0]},"AXSize":{"size":[400,300]},
-    "AXChildren":[{"ref":"button"},{"ref":"check"},{"ref":"square"},{"ref":"slider"},{"ref":"covered"},{"ref":"half"},
-                  {"ref":"cover"},{"ref":"empty"}]},"actions":["AXRaise"]},
-  "button":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
-    "AXPosition":{"point":[10,10]},"AXSize":{"size":[100,20]}}},
-  "check":{"attributes":{"AXRole":"AXCheckBox","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
-    "AXPosition":{"point":[10,40]},"AXSize":{"size":[80,16]}}},
-  "square":{"attributes":{"AXRole":"AXRadioButton","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
-    "AXPosition":{"point":[10,60]},"AXSize":{"size":[24,16]}}},
-  "slider":{"attributes":{"AXRole":"AXSlider","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},"AXFocused":false,
-    "AXPosition":{"point":[10,80]},"AXSize":{"size":[100,20]}}},
-  "covered":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
-    "AXPosition":{"point":[10,110]},"AXSize":{"size":[20,20]}}},
-  "half":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
-    "AXPosition":{"point":[10,140]},"AXSize":{"size":[200,20]}}},
-  "cover":{"attributes":{"AXRole":"AXGroup","AXParent":{"ref":"w"},"AXPosition":{"point":[0,105]},"AXSize":{"size":[150,60]}}},
-  "empty":{"attributes":{"AXRole":"AXButton","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
-    "AXPosition":{"point":[50,200]},"AXSize":{"size":[0,0]}}}
- }})";
+const std::string kDesktop = DesktopText::of(R"(
+  app AXApplication AXFocusedWindow=@w
+    w AXWindow 0,0/400,300 !AXRaise
+      button AXButton 10,10/100,20
+      check AXCheckBox 10,40/80,16
+      square AXRadioButton 10,60/24,16
+      slider AXSlider 10,80/100,20 AXFocused=false
+      covered AXButton 10,110/20,20
+      half AXButton 10,140/200,20
+      cover AXGroup 0,105/150,60
+      empty AXButton 50,200/0,0
+  )",
+                                             R"("screens":[[0,0,1000,1000]],"pointer":[300,299],)");
 
 std::vector<MouseEvent> buttonEvents(RecordedFixture& desktop) {
   std::vector<MouseEvent> events;

@@ -91,8 +91,9 @@ TEST(Selection, MovesRoundAndRound) {
     int count;
     int64_t index;
   };
-  const std::vector<Case> cases = {{"n", 3, 1},  {"nn", 3, 2}, {"nnn", 3, 0}, {"p", 3, 2}, {"pp", 3, 1}, {"xn", 3, 0},
-                                   {"xp", 3, 2}, {"x", 3, -1}, {"n", 1, 0},   {"p", 1, 0}, {"n", 0, -1}, {"p", 0, -1}};
+  const std::vector<Case> cases = {{"n", 3, 1},  {"nn", 3, 2}, {"nnn", 3, 0}, {"p", 3, 2},  {"pp", 3, 1},
+                                   {"np", 3, 0}, {"xn", 3, 0}, {"xp", 3, 2},  {"x", 3, -1}, {"n", 1, 0},
+                                   {"p", 1, 0},  {"n", 0, -1}, {"p", 0, -1}};
   for (const Case& c : cases) {
     Selecting test(c.count);
     for (const char* move = c.moves; *move != '\0'; ++move) {

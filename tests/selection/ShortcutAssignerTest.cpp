@@ -38,6 +38,7 @@ TEST(ShortcutAssigner, OrdersByScoreKeepsTiesAndCutsAtTheTable) {
   EXPECT_EQ(ordered[0].node()->attribute("Role"), "8998");
   EXPECT_EQ(ordered[1].node()->attribute("Role"), "8999") << "equal scores stay in their order";
   EXPECT_EQ(ordered[2].node()->attribute("Role"), "8996");
+  EXPECT_EQ(JLElementShortcutAssigner::assignShortcutsToMatches(ordered).size(), ordered.size()) << "one each";
 }
 
 }  // namespace

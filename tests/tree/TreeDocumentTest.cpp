@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 #include "tree/JLElementTreeEnumerator.h"
@@ -8,6 +9,7 @@
 namespace jumplark {
 namespace {
 
+using testing::DesktopText;
 using testing::RecordedFixture;
 using Attributes = JLElementNode::Attributes;
 
@@ -44,11 +46,11 @@ TEST(JLElementNode, AddsVariantsOnlyWhereTheyDiffer) {
 }
 
 TEST(JLElementNode, TitleElementGivesASecondText) {
-  RecordedFixture desktop(R"({"screens":[[0,0,100,100]],"elements":{
-    "label":{"attributes":{"AXRole":"AXStaticText","AXValue":"Name:"}},
-    "field":{"attributes":{"AXRole":"AXTextField","AXSubrole":"AXAXOdd","AXValue":"Ada","AXTitleUIElement":{"ref":"label"},
-             "AXPosition":{"point":[1,2]},"AXSize":{"size":[3,4]}}},
-    "plain":{"attributes":{"AXRole":"AXGroup"}}}})");
+  RecordedFixture desktop(DesktopText::of(R"(
+    label AXStaticText AXValue="Name:"
+    field AXTextField 1,2/3,4 AXSubrole="AXAXOdd" AXValue="Ada" AXTitleUIElement=@label
+    plain AXGroup)",
+                                          R"("screens":[[0,0,100,100]],)"));
   const auto tree = JLElementTree::tree();
   JLElementNode* field = JLElementNode::nodeWithJLElement(*tree, desktop.element("field"));
   JLElementNode* label = JLElementNode::nodeWithJLElement(*tree, desktop.element("label"));
@@ -66,11 +68,11 @@ TEST(JLElementNode, TitleElementGivesASecondText) {
 }
 
 TEST(JLElementTree, VisibleBoundsAreClippedFromTheRootDown) {
-  RecordedFixture desktop(R"({"screens":[[0,0,1000,1000]],"elements":{
-    "app":{"attributes":{"AXRole":"AXApplication","AXSize":{"size":[1,1]}}},
-    "box":{"attributes":{"AXRole":"AXGroup","AXPosition":{"point":[0,0]},"AXSize":{"size":[100,100]}}},
-    "in":{"attributes":{"AXRole":"AXButton","AXPosition":{"point":[90,0]},"AXSize":{"size":[20,20]}}},
-    "out":{"attributes":{"AXRole":"AXButton","AXPosition":{"point":[100,0]},"AXSize":{"size":[20,20]}}}}})");
+  RecordedFixture desktop(DesktopText::of(R"(
+    app AXApplication 0,0/1,1
+    box AXGroup 0,0/100,100
+    in AXButton 90,0/20,20
+    out AXButton 100,0/20,20)"));
   const auto tree = JLElementTree::tree();
   const auto add = [&](xmlNode* parent, const char* id) {
     JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element(id));

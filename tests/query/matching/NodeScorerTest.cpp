@@ -5,6 +5,7 @@
 #include "query/matching/JLElementFilter.h"
 #include "query/matching/JLElementMatcher.h"
 #include "query/matching/JLElementNodeScorer.h"
+#include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 #include "tree/JLElementTreeEnumerator.h"
@@ -12,6 +13,7 @@
 namespace jumplark {
 namespace {
 
+using testing::DesktopText;
 using testing::RecordedFixture;
 
 TEST(NearnessMultiplier, FallsFromThreeWithTheGapBetweenTheRectangles) {
@@ -43,23 +45,17 @@ TEST(NearnessMultiplier, FallsFromThreeWithTheGapBetweenTheRectangles) {
   }
 }
 
-constexpr const char* kDesktop = R"({"screens":[[0,0,2000,1000]],"pointer":[15,985],"frontmost":1,
-  "applications":[{"pid":1,"bundle_id":"a","name":"A","element":"app"}],
-  "elements":{
-    "app":{"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"win"}}},
-    "win":{"attributes":{"AXRole":"AXWindow","AXPosition":{"point":[0,0]},"AXSize":{"size":[2000,1000]},
-           "AXParent":{"ref":"app"},"AXChildren":[{"ref":"near"},{"ref":"far"},{"ref":"tiny"},{"ref":"label"},{"ref":"field"}]}},
-    "near":{"attributes":{"AXRole":"AXButton","AXTitle":"save","AXPosition":{"point":[10,10]},"AXSize":{"size":[10,10]},
-            "AXParent":{"ref":"win"}}},
-    "far":{"attributes":{"AXRole":"AXButton","AXTitle":"save","AXPosition":{"point":[120,10]},"AXSize":{"size":[10,5]},
-            "AXParent":{"ref":"win"}}},
-    "tiny":{"attributes":{"AXRole":"AXButton","AXTitle":"save","AXPosition":{"point":[10,10]},"AXSize":{"size":[4,10]},
-            "AXParent":{"ref":"win"}}},
-    "label":{"attributes":{"AXRole":"AXGroup","AXTitle":"street","AXPosition":{"point":[10,10]},"AXSize":{"size":[10,10]},
-            "AXParent":{"ref":"win"}}},
-    "field":{"attributes":{"AXRole":"AXTextField","AXValue":"Ada","AXTitleUIElement":{"ref":"label"},"AXPosition":{"point":[10,10]},
-            "AXSize":{"size":[10,10]},"AXParent":{"ref":"win"}}}},
-  "hits":[[15,14,"near"]]})";
+const std::string kDesktop =
+    DesktopText::of(R"(
+  app AXApplication AXFocusedWindow=@win
+    win AXWindow 0,0/2000,1000
+      near AXButton 10,10/10,10 AXTitle="save"
+      far AXButton 120,10/10,5 AXTitle="save"
+      tiny AXButton 10,10/4,10 AXTitle="save"
+      label AXGroup 10,10/10,10 AXTitle="street"
+      field AXTextField 10,10/10,10 AXValue="Ada" AXTitleUIElement=@label
+  )",
+                    R"("screens":[[0,0,2000,1000]],"pointer":[15,985],"hits":[[15,14,"near"]],)");
 
 class NodeScorerTest : public ::testing::Test {
  protected:
