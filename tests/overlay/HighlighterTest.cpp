@@ -5,6 +5,7 @@
 
 #include "overlay/Colors.h"
 #include "overlay/JLElementHighlighter.h"
+#include "overlay/JLOverlayWindow.h"
 #include "overlay/ScreenFrames.h"
 #include "support/DesktopText.h"
 #include "support/OnMainThread.h"
@@ -249,6 +250,19 @@ TEST(Highlighter, HoldsNothingOnScreenWhenItIsGone) {
   EXPECT_FALSE(desktop->views().overlay().visible());
 }
 
+TEST(OverlayWindow, HasOneOutlineAtATime) {
+  RecordedFixture desktop(kDesktop);
+  JLOverlayWindow window;
+  const auto& drawn = desktop->views().overlay().layers();
+  window.setOutlineRect(Rect{1, 2, 3, 4});
+  window.setOutlineRect(Rect{5, 6, 7, 8});
+  ASSERT_EQ(drawn.size(), 1U);
+  EXPECT_EQ(drawn[0].frame, (Rect{5, 6, 7, 8}));
+  EXPECT_EQ(drawn[0].border, (Color{0, 0x58 / 255.0, 1, 0.8}));
+  window.setOutlineRect(std::nullopt);
+  EXPECT_THAT(drawn, IsEmpty());
+}
+
 TEST(OverlayGeometry, ReadsColoursAndMergesScreens) {
   EXPECT_EQ(colorWithHexString("#ff0033", 0.5), (Color{1, 0, 0.2, 0.5}));
   EXPECT_THROW(colorWithHexString("#ff00", 1), std::logic_error);
@@ -256,6 +270,8 @@ TEST(OverlayGeometry, ReadsColoursAndMergesScreens) {
   EXPECT_EQ(mergedScreenFrame(), (Rect{0, -100, 1500, 1000}));
   desktop->screens().setFrames({{100, 50, 200, 100}});
   EXPECT_EQ(mergedScreenFrame(), (Rect{0, 0, 300, 150})) << "the origin is always inside";
+  desktop->screens().setFrames({{-100, 50, 200, 100}});
+  EXPECT_EQ(mergedScreenFrame(), (Rect{-100, 0, 200, 150}));
 }
 
 }  // namespace

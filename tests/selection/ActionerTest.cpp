@@ -107,13 +107,13 @@ TEST(JLElementActioner, MovesFirstThenRaisesThenClicksWithItsWaits) {
 }
 
 TEST(JLElementActioner, TriesFiftyPointsUntilOneIsNotCovered) {
-  for (const auto& [misses, x] : {std::pair(49, 180.0), std::pair(50, 110.0)}) {
+  for (const auto& [misses, point] : {std::pair(49, Point{180, 847}), std::pair(50, Point{110, 850})}) {
     RecordedFixture desktop(kDesktop);
     for (int i = 0; i < misses; ++i) {
       desktop->random().prepare({0, 0});
     }
-    desktop->random().prepare({170, 0});
-    EXPECT_EQ(JLElementActioner().findClickablePointForElement(desktop.element("half")).x, x) << misses;
+    desktop->random().prepare({170, 7});
+    EXPECT_EQ(JLElementActioner().findClickablePointForElement(desktop.element("half")), point) << misses;
   }
 }
 

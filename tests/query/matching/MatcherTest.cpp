@@ -201,6 +201,8 @@ TEST_F(JLElementMatcherTest, XPathReportsErrorsInsteadOfPrintingThem) {
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "//Element[matches(@Role)]"), std::nullopt);
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "1 + 1"), std::nullopt);
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "//Element[matches('Button', 'b', 'i')]")->size(), 1U);
+  EXPECT_EQ(ElementXPath::nodesForXPath(*tree, JLElementMatcher::expressionForText("sav"))->size(), 1U);
+  EXPECT_EQ(ElementXPath::nodesForXPath(*tree, JLElementMatcher::expressionForText("w"))->size(), 0U);
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 

@@ -96,6 +96,11 @@ TEST(TextPattern, LettersTakeLinearTimeAndOtherPatternsABudget) {
   }
   EXPECT_TRUE(runaway.matches(u"ab")) << "what ends soon still matches";
   EXPECT_LE(budget.stepsLeft, 0) << "a thousand texts share what one query may cost";
+
+  MatchBudget another;
+  TextPattern folding(u"s.*?s.*?b|ssb", TextPattern::Case::insensitive, another);
+  EXPECT_FALSE(folding.matches(std::u16string(20000, u'ß')));
+  EXPECT_LT(another.stepsLeft, MatchBudget::kStepsPerQuery) << "the engine was asked, since folding changes the length";
 }
 
 }  // namespace
