@@ -223,6 +223,20 @@ TEST(Highlighter, ShowsOnlyWhileItsConditionHolds) {
   EXPECT_THAT(test.shownLabels(), ElementsAre("button")) << "a showing that was refused can be asked for again";
 }
 
+TEST(Highlighter, BoxesOneElementInTheWindowThatItIsGiven) {
+  Highlighting test;
+  test.highlighter.setOverlay(std::make_shared<JLOverlayWindow>());
+  test.highlighter.overlay()->show();
+  test.highlighter.highlightElementWithOptions(test.node("button"), {"first", std::nullopt});
+  test.highlighter.highlightElementWithOptions(test.node("button"), {"again", std::nullopt});
+  test.highlighter.highlightElementWithOptions(test.node("half"), {"half", "2088d4"});
+  EXPECT_THAT(test.shownLabels(), ElementsAre("again", "half"));
+  EXPECT_EQ(test.screen().layers()[1].frame, (Rect{0, 750, 400, 10}));
+  EXPECT_EQ(test.screen().layers()[1].background, kBlue);
+  test.highlighter.highlightElementWithOptions(test.node("half"), {"half", std::nullopt});
+  EXPECT_EQ(test.screen().layers()[1].background, kBlue) << "without a colour it stays as it is";
+}
+
 TEST(Highlighter, ReportsAShareOfItsRedraws) {
   Highlighting test;
   testing::RecordedMetrics metrics;

@@ -158,6 +158,8 @@ TEST(Enumeration, AWebAreaWithoutSearchIsHitOnAGrid) {
       [10,10,"web"],[210,10,"l2"],[210,25,"w"],[410,40,"c2"],[10,35,"off"],[10,32.5,"off"],[110,40,"off"]],)"));
   EXPECT_EQ(enumerated(desktop, true), "Root(app(w(web(whole c1 c2))))")
       << "both links lie in the same child, the window is above";
+  EXPECT_EQ(enumerated(desktop, true, "web"), "Root(web)");
+  EXPECT_LT(desktop->accessibility().messageCount(), 1000U) << "without a clip there is no end to walk to";
 }
 
 /// `count` lines of elements of a role at one place; their references go to `list`.
