@@ -153,6 +153,12 @@ TEST_F(PreviousSessionTest, AnUploadThatEndsAfterTheShutdownDoesNotDeleteTheNewF
   });
   start();
   EXPECT_EQ(json::parse(desktop.files().contents(kPath).value_or("{}"))["session_id"], service->sessionID());
+  goOffline();
+  start();
+  service->shutdown();
+  const size_t requests = requestCount();
+  advance(7200s);
+  EXPECT_EQ(requestCount(), requests) << "nor tried again";
 }
 
 }  // namespace

@@ -142,6 +142,7 @@ TEST(Selection, FollowsTheLettersOfLabels) {
     test.type(c.keys);
     const std::string name = ::testing::PrintToString(c.keys) + " of " + std::to_string(c.count);
     EXPECT_EQ(test.selected(), c.selected) << name;
+    EXPECT_EQ(test.announced.empty() ? "" : test.announced.back(), c.selected) << name;
     EXPECT_EQ(test.controller.currentIndex(), c.index) << name;
     EXPECT_EQ(test.controller.currentShortcut(), c.letters) << name;
     EXPECT_EQ(test.beeps(), c.beeps) << name;

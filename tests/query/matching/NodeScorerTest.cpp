@@ -133,6 +133,8 @@ TEST(NodeScorer, OnlyTheFirstThousandCharactersOfATextAreScored) {
   JLElementNode* beyond = JLElementNode::nodeWithRoleAttributes(*tree, "Button", {{"Title", filler + "xsave"}});
   EXPECT_FLOAT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(within, "save", false), 4 - 0.996F);
   EXPECT_FLOAT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(beyond, "save", false), -0.996F);
+  const JLElementNode* wordless = JLElementNode::nodeWithRoleAttributes(*tree, "Button", {});
+  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(wordless, "save", false), 0);
 }
 
 }  // namespace

@@ -40,6 +40,7 @@ TEST(TextCleaning, ReplacesWhatADocumentCannotHold) {
       {"lone \xED\xA0\x80 surrogate", "lone \uFFFD surrogate"},
       {"cut \xE4\xB8", "cut \uFFFD"},
       {"\xC0\x80", "\uFFFD\uFFFD"},
+      {"end\x80", "end\uFFFD"},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(sanitizedForXML(c.text), c.expected);
