@@ -2,8 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace jumplark {
 namespace {
+
+TEST(TextUtilities, CountInUTF16Units) {
+  EXPECT_EQ(objectAtIndexedSubscript(u"ab", 1), u"b");
+  EXPECT_EQ(objectAtIndexedSubscript(u"ab", 2), std::nullopt);
+  EXPECT_THROW(objectAtIndexedSubscript(u"", 0), std::out_of_range);
+  EXPECT_EQ(range(u"a😀"), (Range{0, 3}));
+  EXPECT_EQ(characters(u"a😀"), (std::vector<std::u16string>{u"a", {0xD83D}, {0xDE00}}));
+  EXPECT_EQ(scanWithPattern("FF80é", ".."), (std::vector<std::string>{"FF", "80"}));
+  EXPECT_TRUE(scanWithPattern("FF", "(").empty());
+}
 
 TEST(Base64, IsThatOfTheUTF8Bytes) {
   const std::vector<std::pair<std::string, std::string>> cases = {
