@@ -19,7 +19,7 @@ NUMBER = re.compile(r"(?<![\w.])(0x[\da-fA-F]+|\d+(?:\.\d+)?)(?=[uUlLfF]*(?![\w.
 BOOLEAN = re.compile(r"\b(true|false)\b")
 NOT = re.compile(r"!(?=[\w(*:])")
 CONDITION = re.compile(r"\b(?:if|while) \(")
-RETURN = re.compile(r"\breturn (?!(?:\{\}|nullptr|false|true|0);)")
+RETURN = re.compile(r"\breturn (?!(?:\{\}|nullptr|std::nullopt|false|true|0);)")
 # A call whose result is not used, or an assignment; a declaration has a blank between two words before that.
 STATEMENT = re.compile(r"(?<=[;{}])\s*(?!(?:return|throw|if|for|while|switch|do|else|case|using|static_cast)\b)"
                        r"((?:\+\+|--|\*)?[A-Za-z_][\w:]*(?:<[^;(){}]*>)?(?:\(|\.|->|\[| [-+*/|&]?= |\+\+|--))")

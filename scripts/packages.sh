@@ -15,7 +15,7 @@ test=("${run[@]}" libgtest-dev libgmock-dev libbenchmark-dev libatspi2.0-dev lib
   gtk-4-examples chromium firefox-esr iproute2 xfce4-panel
   libreoffice-writer libreoffice-gtk3 default-jre ecj libatk-wrapper-java-jni
   dpkg-dev lintian desktop-file-utils appstream fakeroot man-db zsh fish)
-lint=(clang-format clang-tidy git)
+lint=(clang-format clang-tidy git python3)
 
 wanted=()
 for list in "$@"; do
