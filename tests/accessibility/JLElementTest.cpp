@@ -23,6 +23,7 @@ const std::string kDesktop = DesktopText::of(R"(
         outside AXButton 500,500/20,20
         row AXRow
           cell AXCell AXWindow=@sheet
+            inner AXCell
       sheet AXSheet
       dialog AXWindow AXWindow=@dialog
   ringA AXGroup 0,0/5,5 AXParent=@ringB
@@ -70,6 +71,7 @@ TEST(JLElement, VisibleBoundsAreClippedBelowTheApplication) {
 TEST(JLElement, FindsItsWindowApplicationAndFocus) {
   RecordedFixture desktop(kDesktop);
   EXPECT_EQ(desktop.element("cell")->window(), desktop.element("win")) << "not the window that the cell reports";
+  EXPECT_EQ(desktop.element("inner")->window(), desktop.element("win")) << "a cell in a cell";
   EXPECT_EQ(desktop.element("win")->window(), desktop.element("win"));
   EXPECT_EQ(desktop.element("field")->application(), desktop.element("app"));
   EXPECT_EQ(desktop.element("app")->focusedElement(), desktop.element("field"));

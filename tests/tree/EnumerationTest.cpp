@@ -60,8 +60,12 @@ TEST(Enumeration, ApplicationCollectsFocusedWindowAndMenuBarOnly) {
 }
 
 TEST(Enumeration, MissingPartsAreSkipped) {
-  RecordedFixture desktop(DesktopText::of("app AXApplication"));
+  RecordedFixture desktop(DesktopText::of("app AXApplication\nw AXWindow\nb AXButton"));
   EXPECT_EQ(enumerated(desktop, true), "Root(app)");
+  desktop->accessibility().setAttribute("app", "AXFocusedWindow", desktop->accessibility().element("w"));
+  desktop->accessibility().setAttribute("w", "AXChildren",
+                                        AttributeValue::List{ElementRef(), 7, desktop->accessibility().element("b")});
+  EXPECT_EQ(enumerated(desktop, false), "Root(app(w(b)))");
   EXPECT_THROW(JLElementTreeEnumerator(nullptr), std::logic_error);
 }
 
