@@ -117,6 +117,12 @@ TEST(JLElementActioner, TriesFiftyPointsUntilOneIsNotCovered) {
   }
 }
 
+TEST(JLElementActioner, TriesNoPointsWhereThereIsNoRoom) {
+  RecordedFixture desktop(kDesktop);
+  EXPECT_EQ(JLElementActioner().findClickablePointForElement(desktop.element("empty")), (Point{50, 800}));
+  EXPECT_LT(desktop->accessibility().messageCount(), 50U);
+}
+
 TEST(JLElementActioner, TakesWhatLiesInsideForTheElementAndPerformsActionsWithoutThePointer) {
   RecordedFixture desktop(kDesktop);
   JLElementActioner actioner;

@@ -63,6 +63,8 @@ TEST(JLElementNode, TitleElementGivesASecondText) {
   tree->addChild(tree->rootElement(), label);
   EXPECT_EQ(field->titleNode(), label);
   EXPECT_TRUE(tree->debugDescription().starts_with("<Root>\n  <Element Role=\"TextField\""));
+  EXPECT_EQ(*field, *JLElementNode::nodeWithJLElement(*tree, desktop.element("field")));
+  EXPECT_FALSE(*field == *label);
   EXPECT_EQ(field->bounds(), (Rect{1, 94, 3, 4}));
   EXPECT_EQ(plain->textNode(), nullptr);
   EXPECT_EQ(JLElementNode::nodeWithJLElement(*tree, nullptr), nullptr);

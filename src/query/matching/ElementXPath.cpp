@@ -95,8 +95,9 @@ void matchesFunction(xmlXPathParserContext* parser, int argumentCount) {
 
 void noteError(void* evaluation, xmlError* error) {
   auto& note = static_cast<Evaluation*>(evaluation)->error;
-  if (note.empty() && error != nullptr && error->message != nullptr) {
-    note = error->message;
+  if (note.empty() && error != nullptr) {
+    // Errors of XPath come with a place, but without a text.
+    note = "the expression or a pattern in it is wrong near character " + std::to_string(error->int1);
   }
 }
 

@@ -195,11 +195,12 @@ TEST_F(JLElementMatcherTest, XPathReportsErrorsInsteadOfPrintingThem) {
   ::testing::internal::CaptureStderr();
   std::string error;
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "//Element[", &error), std::nullopt);
-  EXPECT_FALSE(error.empty());
+  EXPECT_EQ(error, "the expression or a pattern in it is wrong near character 10");
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "//Element[matches(@Role, '(')]"), std::nullopt);
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "//Element[matches(@Role, 'a', 'q')]"), std::nullopt);
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "//Element[matches(@Role)]"), std::nullopt);
-  EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "1 + 1"), std::nullopt);
+  EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "1 + 1", &error), std::nullopt);
+  EXPECT_EQ(error, "the expression selects no nodes");
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, "//Element[matches('Button', 'b', 'i')]")->size(), 1U);
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, JLElementMatcher::expressionForText("sav"))->size(), 1U);
   EXPECT_EQ(ElementXPath::nodesForXPath(*tree, JLElementMatcher::expressionForText("w"))->size(), 0U);
