@@ -25,10 +25,10 @@ const std::string kDesktop = DesktopText::of(R"(
           cell AXCell AXWindow=@sheet
             inner AXCell
       sheet AXSheet
-      dialog AXWindow AXWindow=@dialog
   ringA AXGroup 0,0/5,5 AXParent=@ringB
   ringB AXGroup 0,0/5,5 AXParent=@ringA
   cellRing AXCell AXParent=@cellRing
+  dialog AXWindow AXParent=@win
   winA AXWindow AXParent=@winB AXWindow=@winB
   winB AXWindow AXParent=@winA AXWindow=@winA
   winSelf AXWindow AXParent=@winSelf AXWindow=@winSelf
