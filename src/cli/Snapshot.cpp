@@ -2,13 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cctype>
-#include <filesystem>
-#include <system_error>
 #include <unordered_set>
 
 #include "accessibility/JLElement.h"
+#include "cli/NamedApplication.h"
 #include "platform/Platform.h"
 #include "platform/Texts.h"
 #include "query/matching/JLElementFilter.h"
@@ -18,57 +15,6 @@
 
 namespace jumplark::cli {
 namespace {
-
-std::string lowered(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-  return text;
-}
-
-/// 0 for another application; higher the better the name fits.
-int fitOfName(const RunningApplication& application, const std::string& wanted) {
-  const std::string name = lowered(application.name);
-  const std::string identifier = lowered(application.bundleIdentifier);
-  if (name == wanted || identifier == wanted) {
-    return 3;
-  }
-  const auto lastPart = identifier.substr(identifier.rfind('.') + 1);
-  if (lastPart == wanted || name.starts_with(wanted)) {
-    return 2;
-  }
-  return name.find(wanted) != std::string::npos || identifier.find(wanted) != std::string::npos ? 1 : 0;
-}
-
-/// The file name of a process's program; empty where it cannot be told.
-std::string programName(int32_t pid) {
-  std::error_code error;
-  return std::filesystem::read_symlink(fmt::format("/proc/{}/exe", pid), error).filename().string();
-}
-
-RunningApplication findByName(const std::string& name, bool live) {
-  const auto applications = Platform::current().workspace->applicationsFrontToBack();
-  const std::string wanted = lowered(name);
-  const auto best = std::max_element(applications.begin(), applications.end(), [&](const auto& a, const auto& b) {
-    return fitOfName(a, wanted) < fitOfName(b, wanted);
-  });
-  if (best != applications.end() && fitOfName(*best, wanted) > 0) {
-    return *best;
-  }
-  // The processes of a recording are not those of this machine.
-  const auto program = std::find_if(applications.begin(), applications.end(), [&](const auto& application) {
-    return live && lowered(programName(application.pid)) == wanted;
-  });
-  if (program != applications.end()) {
-    return *program;
-  }
-  std::string names;
-  for (const auto& application : applications) {
-    names += (names.empty() ? "" : ", ") + application.name;
-  }
-  throw CommandFailure(
-      ExitStatus::outOfReach,
-      names.empty() ? localizedFormat("No application named '{}' has a window here; there is none at all.", name)
-                    : localizedFormat("No application named '{}' has a window here; there is: {}.", name, names));
-}
 
 std::string ownText(const JLElementNode& node) {
   for (const auto& [key, text] : node.textDictionary()) {
@@ -103,7 +49,7 @@ RunningApplication findTarget(const Target& target) {
     return *running;
   }
   if (target.application) {
-    return findByName(*target.application, !target.desktopFile);
+    return applicationNamed(*target.application);
   }
   const auto frontmost = workspace.frontmostApplication();
   if (!frontmost) {

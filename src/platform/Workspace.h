@@ -17,6 +17,13 @@ struct RunningApplication {
   bool operator==(const RunningApplication&) const = default;
 };
 
+/// What a person may call a running application; some may be empty, and the same.
+struct ApplicationNames {
+  std::vector<std::string> own;
+  /// Of other applications that its program is when it is started otherwise: an office's calculator and its drawings.
+  std::vector<std::string> ofItsProgram;
+};
+
 /// Option of Workspace::activate: bring the application in front even if the user is working in another.
 inline constexpr uint32_t kActivateIgnoringOtherApps = 2;
 
@@ -37,6 +44,10 @@ class Workspace {
   virtual std::vector<RunningApplication> applicationsFrontToBack() = 0;
   virtual std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) = 0;
   virtual std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) = 0;
+  /// Those that are known without asking it, also when it shows another one at the moment.
+  virtual ApplicationNames namesOf(const RunningApplication& application) {
+    return {{application.bundleIdentifier, application.name}, {}};
+  }
   /// The frame of the application's focused window; none when it has no window. Bottom-left origin, in points.
   virtual std::optional<Rect> focusedWindowFrame(int32_t pid) {
     static_cast<void>(pid);

@@ -60,7 +60,7 @@ class Office : public testing::Test {
                           {{"SAL_USE_VCLPLUGIN", "gtk3"}});
     const SessionWindow window = desktop.session.waitForWindow(
         [](const SessionWindow& candidate) { return candidate.title.starts_with("letter.fodt - "); });
-    target = {"--pid", std::to_string(window.pid)};
+    target = {"--app", "writer"};
     EXPECT_TRUE(desktop.session.activate(window.id));
     EXPECT_TRUE(waitUntil([&] { return !readApplication(desktop.session, "soffice").empty(); }));
   }
@@ -105,6 +105,9 @@ class Office : public testing::Test {
 // Its menu bar, side bar and fields are GTK's; it draws its tool bars, status bar and document itself.
 TEST_F(Office, showsEachThingOnceAndDoesWhatAClickWouldDo) {
   matchesWith("StaticText", "Plain paragraph.");
+  for (const char* name : {"soffice", "libreoffice-writer", "LibreOffice Writer", "startcenter"}) {
+    EXPECT_EQ(desktop.jumplark.run({"match", "--app", name, "bold"}).status, 0) << name;
+  }
   const std::vector<Match> matches = matchesWith("Button", "Bold");
   EXPECT_THAT(notThereOnce(matches, {{"MenuBarItem", "File"},
                                      {"MenuBarItem", "Help"},

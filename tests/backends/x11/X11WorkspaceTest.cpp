@@ -14,6 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using desktop::waitUntil;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
 using testing::writeFile;
 
 class DesktopEntriesTest : public ::testing::Test {
@@ -56,6 +57,24 @@ TEST_F(DesktopEntriesTest, findsAnApplicationByIdByClassAndByFileName) {
   EXPECT_EQ(DesktopEntries({folder_}, "").forWindow("", "Editor", "")->name, "Editor");
 }
 
+TEST_F(DesktopEntriesTest, findsApplicationsByTheProgramThatTheyRun) {
+  const fs::path program = fs::canonical(folder_) / "office";
+  writeFile(program, "");
+  const std::string exec = "Exec=env LANG=C \"" + program.string() + "\" --calc %U\n";
+  writeFile(folder_ / "applications/calc.desktop",
+            "[Desktop Entry]\nType=Application\nName=Calc\nName[de]=Tabellen\n" + exec);
+  writeFile(folder_ / "applications/hidden.desktop", "[Desktop Entry]\nType=Application\nHidden=true\n" + exec);
+  writeFile(folder_ / "applications/other.desktop", "[Desktop Entry]\nType=Application\nExec=sh -c office\n");
+  DesktopEntries entries({folder_}, "de");
+  for (const fs::path& path : {program, fs::path(program.string() + ".bin")}) {
+    const auto found = entries.forProgram(path);
+    ASSERT_EQ(found.size(), 1U) << path;
+    EXPECT_EQ(found[0].name + ", " + found[0].plainName, "Tabellen, Calc");
+  }
+  EXPECT_THAT(entries.forProgram({}), IsEmpty());
+  EXPECT_EQ(entries.forProgram(fs::canonical("/bin/sh")).at(0).id, "other");
+}
+
 TEST_F(DesktopEntriesTest, theFirstFolderWinsAndMayHideAnEntry) {
   writeFile(folder_ / "system/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=System A\n");
   writeFile(folder_ / "system/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=System B\n");
@@ -83,6 +102,8 @@ class X11WorkspaceTest : public X11Test {
     const fs::path data = fs::path(session_->folder()) / "data";
     writeFile(data / "applications/org.example.Editor.desktop",
               "[Desktop Entry]\nType=Application\nName=Editor\nStartupWMClass=editor-class\n");
+    writeFile(data / "applications/other.desktop",
+              "[Desktop Entry]\nType=Application\nName=Otherwise\nExec=" JUMPLARK_WINDOW_CLIENT "\n");
     screens_ = std::make_unique<X11Screens>(x_, queue_);
     entries_ = std::make_unique<DesktopEntries>(std::vector{data}, "C");
     workspace_ = std::make_unique<X11Workspace>(*windows_, *entries_, screens_.get());
@@ -117,6 +138,9 @@ TEST_F(X11WorkspaceTest, namesApplications) {
   EXPECT_EQ(named(bare), (RunningApplication{bare.pid(), "x11_window_client", "x11_window_client"}));
   EXPECT_EQ(workspace_->runningApplicationsWithBundleIdentifier("org.example.Editor"),
             std::vector<RunningApplication>{*named(byClass)});
+  const ApplicationNames names = workspace_->namesOf(*named(byClass));
+  EXPECT_THAT(names.own, IsSupersetOf({"org.example.Editor", "Editor", "x", "Editor-Class", "x11_window_client"}));
+  EXPECT_THAT(names.ofItsProgram, IsSupersetOf({"other", "Otherwise"}));
   EXPECT_THAT(workspace_->runningApplicationsWithBundleIdentifier("org.example.None"), IsEmpty());
   EXPECT_FALSE(workspace_->runningApplicationWithPid(1));
 }

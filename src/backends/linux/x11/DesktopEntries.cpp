@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <fstream>
+#include <iomanip>
 #include <sstream>
 #include <utility>
 
@@ -78,6 +79,32 @@ std::map<std::string, std::string> keysOf(const fs::path& file) {
   return keys;
 }
 
+// The first word of a command line that is neither "env" nor a variable's value.
+std::string programOf(const std::string& commandLine) {
+  std::istringstream words(commandLine);
+  for (std::string word; words >> std::quoted(word);) {
+    if (word != "env" && word.find('=') == std::string::npos) {
+      return word;
+    }
+  }
+  return {};
+}
+
+// Where a program lies, behind all links; empty when it is not there.
+fs::path locate(const std::string& program) {
+  std::error_code error;
+  if (program.empty() || program.starts_with('/')) {
+    return fs::canonical(program, error);
+  }
+  std::stringstream folders(environment("PATH"));
+  for (std::string folder; std::getline(folders, folder, ':');) {
+    if (fs::path found = fs::canonical(fs::path(folder) / program, error); !error) {
+      return found;
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 DesktopEntries::DesktopEntries()
@@ -100,6 +127,22 @@ std::optional<DesktopEntry> DesktopEntries::forWindow(const std::string& applica
   }
   readAll();
   return find(applicationId, className, instanceName);
+}
+
+std::vector<DesktopEntry> DesktopEntries::forProgram(const fs::path& program) {
+  const std::lock_guard lock(mutex_);
+  if (!isRead_) {
+    readAll();
+  }
+  const fs::path starter = program.extension() == ".bin" ? fs::path(program).replace_extension() : program;
+  std::vector<DesktopEntry> found;
+  for (const auto& [id, entry] : byId_) {
+    const fs::path file = entry.program.empty() ? fs::path() : locate(entry.program);
+    if (!file.empty() && (file == program || file == starter)) {
+      found.push_back(entry);
+    }
+  }
+  return found;
 }
 
 std::optional<DesktopEntry> DesktopEntries::find(const std::string& applicationId, const std::string& className,
@@ -178,7 +221,7 @@ void DesktopEntries::add(const fs::path& file, const std::string& id) {
     byId_.emplace(id, DesktopEntry{});
     return;
   }
-  DesktopEntry entry{id, value("Name"), value("StartupWMClass")};
+  DesktopEntry entry{id, value("Name"), value("StartupWMClass"), value("Name"), programOf(value("Exec"))};
   for (const std::string& variant : localeVariants_) {
     if (const std::string name = value("Name[" + variant + "]"); !name.empty()) {
       entry.name = name;

@@ -14,6 +14,8 @@ struct DesktopEntry {
   std::string id;    ///< the file's path below "applications", '/' as '-', without ".desktop"
   std::string name;  ///< "Name" in the user's language
   std::string startupWmClass;
+  std::string plainName;  ///< "Name" in no particular language
+  std::string program;    ///< what "Exec" runs, as it stands there
 };
 
 /// The desktop files in the XDG data folders, read at the first question and again after a folder has changed. Calls
@@ -29,6 +31,9 @@ class DesktopEntries {
   /// window's class, alone or as the last part of a reversed domain name. Empty texts match nothing.
   std::optional<DesktopEntry> forWindow(const std::string& applicationId, const std::string& className,
                                         const std::string& instanceName);
+  /// Those that run this program, an absolute path; what starts a file of that name ending in ".bin" beside itself runs
+  /// that one.
+  std::vector<DesktopEntry> forProgram(const std::filesystem::path& program);
 
  private:
   using Times = std::map<std::filesystem::path, std::filesystem::file_time_type>;

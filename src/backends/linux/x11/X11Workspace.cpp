@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
+
+#include "backends/linux/x11/ProcessProgram.h"
 
 namespace jumplark {
 namespace {
@@ -13,26 +13,32 @@ bool isApplicationWindow(const WindowFacts& window) {
   return window.type == WindowType::normal || window.type == WindowType::dialog;
 }
 
-// The name of the program that a process runs; empty when the process has gone.
-std::string executableName(int32_t pid) {
-  const std::filesystem::path folder = "/proc/" + std::to_string(pid);
-  std::error_code error;
-  const std::filesystem::path target = std::filesystem::read_symlink(folder / "exe", error);
-  if (!error && target.has_filename()) {
-    const std::string name = target.filename().string();
-    constexpr std::string_view deleted = " (deleted)";
-    return name.ends_with(deleted) ? name.substr(0, name.size() - deleted.size()) : name;
-  }
-  std::ifstream comm(folder / "comm");
-  std::string name;
-  std::getline(comm, name);
-  return name;
-}
-
 }  // namespace
 
 X11Workspace::X11Workspace(X11WindowSystem& windows, DesktopEntries& entries, Screens* screens)
     : windows_(windows), entries_(entries), screens_(screens) {}
+
+ApplicationNames X11Workspace::namesOf(const RunningApplication& application) {
+  ApplicationNames names{{application.bundleIdentifier, application.name}, {}};
+  const auto add = [](std::vector<std::string>& to, const DesktopEntry& entry) {
+    to.insert(to.end(), {entry.id, entry.name, entry.plainName});
+  };
+  for (const WindowFacts& window : windows_.windowsFrontToBack()) {
+    if (pidOf(window) != application.pid) {
+      continue;
+    }
+    names.own.insert(names.own.end(), {window.applicationId, window.className, window.instanceName});
+    if (const auto entry = entries_.forWindow(window.applicationId, window.className, window.instanceName)) {
+      add(names.own, *entry);
+    }
+  }
+  const ProcessProgram program = programOfProcess(application.pid);
+  names.own.insert(names.own.end(), program.names.begin(), program.names.end());
+  for (const DesktopEntry& entry : entries_.forProgram(program.path)) {
+    add(names.ofItsProgram, entry);
+  }
+  return names;
+}
 
 int32_t X11Workspace::pidOf(const WindowFacts& window) const {
   return windows_.isOwn(window) ? static_cast<int32_t>(getpid()) : window.pid;
@@ -42,7 +48,7 @@ RunningApplication X11Workspace::applicationOf(const WindowFacts& window) const 
   RunningApplication result;
   result.pid = pidOf(window);
   const std::string windowClass = window.className.empty() ? window.instanceName : window.className;
-  const std::string program = windowClass.empty() ? executableName(result.pid) : windowClass;
+  const std::string program = windowClass.empty() ? programOfProcess(result.pid).name() : windowClass;
   const auto entry = entries_.forWindow(window.applicationId, window.className, window.instanceName);
   if (windows_.isOwn(window)) {
     result.bundleIdentifier = kOwnBundleIdentifier;  // also where it is not installed

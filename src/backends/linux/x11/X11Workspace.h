@@ -28,6 +28,7 @@ class X11Workspace final : public Workspace {
   std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) override;
   /// With the window manager's decorations, without the shadow that a toolkit draws around its own. None when all
   /// windows of the process are minimised or on another desktop.
+  ApplicationNames namesOf(const RunningApplication& application) override;
   std::optional<Rect> focusedWindowFrame(int32_t pid) override;
   bool activate(int32_t pid, uint32_t options) override;
 
