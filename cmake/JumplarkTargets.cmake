@@ -1,7 +1,10 @@
 # One target a folder. jumplark_library(NAME SOURCES ... DEPENDS ...) makes the static library of the folder it is called
 # in; every folder includes headers by their path below src/, so a look at an #include tells the layer.
 
-set(JUMPLARK_WARNINGS -Wall -Wextra -Werror)
+set(JUMPLARK_WARNINGS -Wall -Wextra)
+if(JUMPLARK_WARNINGS_AS_ERRORS)
+  list(APPEND JUMPLARK_WARNINGS -Werror)
+endif()
 if(JUMPLARK_SANITIZE)
   add_compile_options(-fsanitize=${JUMPLARK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   # With sanitizers GCC 12 takes members of its own <regex> for uninitialized.

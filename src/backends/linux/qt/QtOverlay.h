@@ -46,7 +46,6 @@ class OverlaySheets {
   LayerPainters painters_;
   std::vector<std::unique_ptr<OverlaySheet>> sheets_;
   std::vector<PlacedLayer> layers_;
-  bool translucent_ = false;
   const OverlayView* user_ = nullptr;  ///< while shown
   int level_ = 0;
   QTimer settling_;  ///< runs while programs repaint what a window hid
