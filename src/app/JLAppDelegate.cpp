@@ -1,7 +1,6 @@
 #include "app/JLAppDelegate.h"
 
 #include <fmt/format.h>
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <utility>
@@ -150,8 +149,13 @@ void JLAppDelegate::answerAccessibilityPrompt(int button) {
     });
     return;
   }
-  if (button == 1 && !openGettingStarted(addresses_, addresses_.allowAccess)) {
-    spdlog::warn("There is no help page; 'jumplark doctor' says what is missing");
+  if (button == 1) {
+    openGettingStarted(addresses_, addresses_.allowAccess, [weak = std::weak_ptr(self_)] {
+      if (const auto self = weak.lock()) {
+        (*self)->terminate();
+      }
+    });
+    return;
   }
   terminate();
 }
@@ -179,8 +183,8 @@ void JLAppDelegate::promptUserToReadDocumentation(const std::function<void()>& n
     if (!self) {
       return;
     }
-    if (button == 0 && !openGettingStarted((*self)->addresses_)) {
-      spdlog::warn("There is no README to open, or no program that shows it");
+    if (button == 0) {
+      openGettingStarted((*self)->addresses_);
     }
     Platform::current().defaults->setValue(kWelcomedKey, true);
     next();

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "app/ProductPages.h"
 #include "platform/Defaults.h"
-#include "platform/DesktopServices.h"
 #include "platform/Platform.h"
 #include "platform/SystemFacts.h"
 #include "platform/Texts.h"
@@ -48,7 +48,7 @@ void JLPreferencesAdvancedViewController::setMetricsEnabled(bool enabled) {
 
 void JLPreferencesAdvancedViewController::openMetricsLink() {
   if (!addresses_.metricsExplanation.empty()) {
-    Platform::current().desktop->openURL(addresses_.metricsExplanation);
+    openPage(addresses_.metricsExplanation);
   }
 }
 

@@ -52,7 +52,7 @@ void JLPreferencesHelpViewController::openTweetCompose() {
 
 void JLPreferencesHelpViewController::openURL(const std::string& url) {
   if (!url.empty()) {
-    Platform::current().desktop->openURL(url);
+    openPage(url);
   }
 }
 

@@ -9,8 +9,8 @@
 #include <optional>
 #include <utility>
 
+#include "app/ProductPages.h"
 #include "platform/Defaults.h"
-#include "platform/DesktopServices.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
 #include "platform/SystemFacts.h"
@@ -201,8 +201,8 @@ void JLUpdateChecker::buttonPressed(int button) {
     *std::exchange(cancelled_, nullptr) = true;
   } else if (offered && pressed == localized(kSkip)) {
     Platform::current().defaults->setValue(skippedKey, offered->versionText);
-  } else if (offered && pressed == localized(kGet) && !Platform::current().desktop->openURL(offered->link)) {
-    spdlog::warn("There is no program that shows {}", offered->link);
+  } else if (offered && pressed == localized(kGet)) {
+    openPage(offered->link);
   }
 }
 

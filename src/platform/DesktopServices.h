@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,12 +20,13 @@ class DesktopServices {
   virtual ~DesktopServices() = default;
   /// Whether other programs' interfaces may be read and operated.
   virtual bool isAccessibilityGranted() = 0;
-  /// Opens an address (https, http, mailto, or a file of this machine) in the program the user has for it; false when
-  /// there is none. Main thread only.
-  virtual bool openURL(const std::string& url) = 0;
+  /// Opens an address (https, http or mailto) or a file, given by its absolute path, in the program the user has for
+  /// it. `done` is called once, before this returns or later: false when there is no such program, or none that works.
+  /// Main thread only.
+  virtual void openURL(const std::string& url, std::function<void(bool opened)> done) = 0;
   /// Opens the desktop's own settings for accessibility; false when it has none. Main thread only.
   virtual bool openAccessibilitySettings() = 0;
-  /// The documentation that was installed with the program, as an address; empty when there is none.
+  /// The path of the guide that was installed with the program; empty when there is none.
   virtual std::string installedDocumentation() = 0;
   /// Looks at everything the program needs and changes nothing. May take seconds; any thread.
   virtual std::vector<HealthFinding> checkHealth() = 0;

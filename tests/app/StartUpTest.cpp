@@ -39,15 +39,35 @@ TEST_F(StartUp, GreetsANewUserOnceAndGivesTheFocusBack) {
   EXPECT_EQ(steps.back(), "started");
 }
 
-TEST_F(StartUp, OpensTheReadmeFromTheSiteOrFromThisMachine) {
-  for (const bool hasSite : {true, false}) {
+TEST_F(StartUp, OpensTheGuideOfTheSiteOrOfThisMachineOrSaysWhereItIs) {
+  const std::string site = "https://help.example.org/start";
+  const std::string file = "/usr/share/jumplark/guide/index.html";
+  const struct {
+    std::string site, installed;
+    bool hasBrowser;
+    std::vector<std::string> opened;
+    std::string said;
+  } cases[] = {{site, file, true, {site}, ""},
+               {"", file, true, {file}, ""},
+               {site, file, false, {site}, site},
+               {"", file, false, {file}, file},
+               {"", "", true, {}, "was not installed"}};
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.site + " " + example.said);
     desktop->defaults().setValue("shownHelpOnStart", nullptr);
-    addresses.gettingStarted = hasSite ? "https://help.example.org/start" : "";
-    desktop->services().documentation = "file:///usr/share/doc/jumplark/README.md";
+    desktop->services().opened.clear();
+    addresses.gettingStarted = example.site;
+    desktop->services().documentation = example.installed;
+    desktop->services().hasBrowser = example.hasBrowser;
     launch();
     answer(0);
-    EXPECT_EQ(desktop->services().opened.back(),
-              hasSite ? addresses.gettingStarted : desktop->services().documentation);
+    EXPECT_EQ(desktop->services().opened, example.opened);
+    ASSERT_EQ(alerts().size(), example.said.empty() ? 0U : 1U);
+    EXPECT_EQ(steps.back(), "started");
+    if (!example.said.empty()) {
+      EXPECT_THAT(alerts()[0].text, ::testing::HasSubstr(example.said));
+      answer(0);
+    }
     app->applicationWillTerminate();
     app.reset();
   }
@@ -59,8 +79,10 @@ TEST_F(StartUp, WithoutThePermissionItSaysHowToGetItAndEnds) {
     int button;
     const char* first;
     const char* opened;
+    bool hasBrowser = true;
   } cases[] = {{"10.10.5", 0, "Open Security", "settings"},
                {"10.9", 1, "Open Security", "https://help.example.org/start#allow-access"},
+               {"10.8.5", 1, "Open Universal Access", "https://help.example.org/start#allow-access", false},
                {"10.8.5", 0, "Open Universal Access", "settings"},
                {"10.11", 2, "Open Universal Access", ""},
                {"12", -1, "Open Universal Access", ""}};
@@ -70,11 +92,16 @@ TEST_F(StartUp, WithoutThePermissionItSaysHowToGetItAndEnds) {
     desktop->facts().operatingSystemFacts.version = example.version;
     desktop->services().opened.clear();
     desktop->services().settingsOpened = 0;
+    desktop->services().hasBrowser = example.hasBrowser;
     launch();
     ASSERT_EQ(alerts().size(), 1U);
     EXPECT_EQ(alerts()[0].title, "Enable access for Assistive Devices");
     EXPECT_THAT(alerts()[0].buttons, ElementsAre(example.first, "Help", "Quit"));
     answer(example.button);
+    if (!example.hasBrowser) {
+      EXPECT_NE(steps.back(), "terminate") << "not before the message was read";
+      answer(0);
+    }
     EXPECT_THAT(steps, ElementsAre("crash reporter", "crash handlers", "terminate"));
     steps.clear();
     EXPECT_EQ(desktop->services().settingsOpened, std::string(example.opened) == "settings" ? 1 : 0);

@@ -43,7 +43,7 @@ TEST(App, greetsAtTheFirstStartKeepsItsSettingsPrivateAndEndsWhenAsked) {
   windows.click("push button", "Open README in browser");
   EXPECT_TRUE(waitUntilReady(first)) << first.err();
   EXPECT_TRUE(waitUntil([&] { return fakes.callOf("xdg-open").has_value(); }));
-  EXPECT_THAT(fakes.callOf("xdg-open").value_or(""), HasSubstr("README.md"));
+  EXPECT_THAT(fakes.callOf("xdg-open").value_or(""), HasSubstr("/guide/index.html"));
   EXPECT_TRUE(windows.waitForSetting("shownHelpOnStart", true));
   EXPECT_TRUE(windows.waitForSetting("ActivationShortcut", {{"KeyCode", 49}, {"ModifierFlags", 0x120000}}));
   first.kill(SIGTERM);
@@ -56,6 +56,45 @@ TEST(App, greetsAtTheFirstStartKeepsItsSettingsPrivateAndEndsWhenAsked) {
   Process& second = session.start({JUMPLARK_PROGRAM});
   EXPECT_TRUE(waitUntilReady(second)) << second.err();
   EXPECT_FALSE(windows.shows("label", "Welcome to Jumplark!"));
+}
+
+TEST(App, saysWhereTheGuideIsWhereNothingShowsIt) {
+  PrivateSession session;
+  AppWindows windows(session);
+  const fs::path folder = session.folder() + "/alone";
+  const auto setOpener = [&folder](const std::string& script) {
+    const fs::path path = folder / "xdg-open";
+    std::ofstream(path.string() + ".new") << "#!/bin/sh\n" << script << '\n';
+    fs::permissions(path.string() + ".new", fs::perms::owner_all);
+    fs::rename(path.string() + ".new", path);
+  };
+  const auto guideOfMessage = [&windows] {
+    const std::string text = windows.waitFor("label", "No program on this desktop shows it.").name;
+    windows.click("push button", "OK");
+    EXPECT_TRUE(windows.waitUntilGone("push button", "OK"));
+    return text.substr(text.find('/'));
+  };
+  fs::create_directories(folder);
+  Process& program = session.start({JUMPLARK_PROGRAM}, {{"PATH", folder.string()}});
+  windows.click("push button", "Open README in browser");
+  const std::string guide = guideOfMessage();
+  EXPECT_TRUE(fs::is_regular_file(guide)) << guide;
+  EXPECT_TRUE(waitUntilReady(program));
+
+  setOpener("exit 3");
+  EXPECT_EQ(session.run({JUMPLARK_PROGRAM, "preferences", "Help"}).status, 0);
+  windows.click("push button", "Open documentation");
+  EXPECT_EQ(guideOfMessage(), guide);
+
+  const fs::path opened = folder / "opened";
+  setOpener("echo \"$*\" >'" + opened.string() + "'");
+  windows.click("push button", "Open documentation");
+  EXPECT_TRUE(waitUntil([&] {
+    std::ifstream file(opened);
+    std::string line;
+    return std::getline(file, line) && line == guide;
+  }));
+  EXPECT_FALSE(windows.shows("label", "No program on this desktop shows it."));
 }
 
 TEST(App, startedAgainItOpensThePreferencesInsteadOfASecondQuery) {
@@ -92,8 +131,9 @@ TEST(App, withoutTheAccessibilityBusItOpensWhatHelpsAndEnds) {
     const char* keys;
     std::optional<std::string> called;
     const char* with;
-  } cases[] = {
-      {"Return", "xfce4-accessibility-settings", ""}, {"Tab", "xdg-open", "README.md"}, {"Tab Tab", std::nullopt, ""}};
+  } cases[] = {{"Return", "xfce4-accessibility-settings", ""},
+               {"Tab", "xdg-open", "/guide/index.html"},
+               {"Tab Tab", std::nullopt, ""}};
   for (const bool sessionBus : {true, false}) {
     PrivateSession session({.windowManager = WindowManager::openbox, .accessibility = false, .sessionBus = sessionBus});
     for (const auto& example : cases) {

@@ -16,9 +16,9 @@ namespace jumplark {
 class RecordedDesktopServices final : public DesktopServices {
  public:
   bool isAccessibilityGranted() override { return granted; }
-  bool openURL(const std::string& url) override {
+  void openURL(const std::string& url, std::function<void(bool opened)> done) override {
     opened.push_back(url);
-    return true;
+    done(hasBrowser);
   }
   bool openAccessibilitySettings() override {
     ++settingsOpened;
@@ -28,6 +28,7 @@ class RecordedDesktopServices final : public DesktopServices {
   std::vector<HealthFinding> checkHealth() override { return health; }
 
   bool granted = true;
+  bool hasBrowser = true;
   std::vector<std::string> opened;
   int settingsOpened = 0;
   std::string documentation;

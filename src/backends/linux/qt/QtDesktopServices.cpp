@@ -1,12 +1,13 @@
 #include "backends/linux/qt/QtDesktopServices.h"
 
 #include <QCoreApplication>
-#include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QUrl>
+#include <utility>
+
+#include "backends/linux/qt/ProgramStart.h"
 
 namespace jumplark {
 namespace {
@@ -30,16 +31,55 @@ const std::vector<SettingsProgram>& settingsPrograms() {
 
 bool start(const SettingsProgram& settings) {
   const QString program = QStandardPaths::findExecutable(QString::fromUtf8(settings.program));
-  return !program.isEmpty() && QProcess::startDetached(program, settings.arguments);
+  if (program.isEmpty()) {
+    return false;
+  }
+  startProgram(program, settings.arguments, {});
+  return true;
+}
+
+struct Opener {
+  const char* program;
+  QStringList arguments;  ///< before the address
+};
+
+/// What hands an address to the program that the user has chosen for its kind, then what shows pages itself.
+const std::vector<Opener>& openers() {
+  static const std::vector<Opener> programs = {
+      {"xdg-open", {}}, {"gio", {QStringLiteral("open")}}, {"x-www-browser", {}}, {"firefox", {}}, {"chromium", {}}};
+  return programs;
+}
+
+/// Tries them from the one of that number on, each after the failure of the one before.
+void openWith(size_t number, const QString& address, std::function<void(bool opened)> done) {
+  if (number >= openers().size()) {
+    done(false);
+    return;
+  }
+  const Opener& opener = openers()[number];
+  const QString program = QStandardPaths::findExecutable(QString::fromUtf8(opener.program));
+  auto next = [number, address, done = std::move(done)](bool opened) mutable {
+    opened ? done(true) : openWith(number + 1, address, std::move(done));
+  };
+  if (program.isEmpty()) {
+    next(false);
+  } else {
+    startProgram(program, opener.arguments + QStringList(address), std::move(next));
+  }
 }
 
 }  // namespace
 
-bool QtDesktopServices::openURL(const std::string& url) {
+void QtDesktopServices::openURL(const std::string& url, std::function<void(bool opened)> done) {
   const QUrl address(QString::fromStdString(url), QUrl::StrictMode);
-  const QStringList known = {QStringLiteral("https"), QStringLiteral("http"), QStringLiteral("mailto"),
-                             QStringLiteral("file")};
-  return address.isValid() && known.contains(address.scheme()) && QDesktopServices::openUrl(address);
+  const QStringList known = {QStringLiteral("https"), QStringLiteral("http"), QStringLiteral("mailto")};
+  if (url.starts_with('/')) {
+    openWith(0, QString::fromStdString(url), std::move(done));
+  } else if (address.isValid() && known.contains(address.scheme())) {
+    openWith(0, address.toString(QUrl::FullyEncoded), std::move(done));
+  } else {
+    done(false);
+  }
 }
 
 bool QtDesktopServices::openAccessibilitySettings() {
@@ -56,10 +96,10 @@ bool QtDesktopServices::openAccessibilitySettings() {
 
 std::string QtDesktopServices::installedDocumentation() {
   const QDir folder(QCoreApplication::applicationDirPath());
-  for (const char* place : {"../share/doc/jumplark/README.md", "../../README.md"}) {
+  for (const char* place : {"../share/jumplark/guide/index.html", "guide/index.html"}) {
     const QFileInfo file(folder.filePath(QString::fromUtf8(place)));
     if (file.isFile() && file.isReadable()) {
-      return QUrl::fromLocalFile(file.canonicalFilePath()).toString(QUrl::FullyEncoded).toStdString();
+      return file.canonicalFilePath().toStdString();
     }
   }
   return {};

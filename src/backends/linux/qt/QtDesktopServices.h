@@ -18,9 +18,9 @@ class QtDesktopServices final : public DesktopServices {
   QtDesktopServices(bool granted, Check check) : granted_(granted), check_(std::move(check)) {}
 
   bool isAccessibilityGranted() override { return granted_; }
-  bool openURL(const std::string& url) override;
+  void openURL(const std::string& url, std::function<void(bool opened)> done) override;
   bool openAccessibilitySettings() override;
-  /// README.md in the documentation folder beside the program, or beside the folder it was built in.
+  /// The user's guide where it is installed with the program, or where the build laid it beside the program.
   std::string installedDocumentation() override;
   std::vector<HealthFinding> checkHealth() override { return check_(); }
 
