@@ -1,4 +1,4 @@
-# What `cmake --install` lays out, and `cpack -G DEB`, which makes a Debian package of it.
+# What `cmake --install` lays out, and `cpack`, which makes a Debian package and an RPM of it.
 include(GNUInstallDirs)
 
 set(JUMPLARK_MAINTAINER "Jumplark developers <jumplark@brindlefox.com>" CACHE STRING
@@ -14,7 +14,7 @@ endif()
 set(packaging ${PROJECT_SOURCE_DIR}/packaging)
 set(made ${PROJECT_BINARY_DIR}/packaging)
 set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
-set(docs ${CMAKE_INSTALL_DATADIR}/doc/jumplark)  # where the program looks, whatever the packager's habits
+set(docs ${CMAKE_INSTALL_DATADIR}/doc/jumplark)
 
 configure_file(${packaging}/com.brindlefox.jumplark.metainfo.xml.in ${made}/com.brindlefox.jumplark.metainfo.xml @ONLY)
 configure_file(${packaging}/debian/changelog.in ${made}/changelog.Debian @ONLY)
@@ -25,10 +25,19 @@ foreach(document IN ITEMS ${packaging}/jumplark.1 ${made}/changelog.Debian)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${document})
 endforeach()
 
+# The program opens the guide, so it does not lie among the documents, which some machines go without. In the build it
+# lies beside the program, where that finds it like the installed one.
+set(guide index.html after.png details.png help.png matches.png selected.png)
+foreach(file IN LISTS guide)
+  configure_file(${PROJECT_SOURCE_DIR}/docs/guide/${file} ${PROJECT_BINARY_DIR}/guide/${file} COPYONLY)
+  install(FILES docs/guide/${file} DESTINATION ${CMAKE_INSTALL_DATADIR}/jumplark/guide)
+endforeach()
+
 install(TARGETS jumplark RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES ${packaging}/jumplark.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${made}/com.brindlefox.jumplark.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
-foreach(size IN ITEMS 16 22 24 32 48 64 128 256)
+set(icon_sizes 16 22 24 32 48 64 128 256)
+foreach(size IN LISTS icon_sizes)
   install(FILES ${packaging}/icons/jumplark-${size}.png DESTINATION ${icons}/${size}x${size}/apps RENAME jumplark.png)
 endforeach()
 install(FILES ${packaging}/icons/jumplark.svg DESTINATION ${icons}/scalable/apps)
@@ -36,16 +45,24 @@ install(FILES ${packaging}/icons/jumplark-symbolic.svg DESTINATION ${icons}/symb
 install(FILES ${made}/jumplark.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${packaging}/completions/jumplark.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME jumplark)
-install(FILES ${packaging}/completions/_jumplark DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+install(FILES ${packaging}/completions/_jumplark DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 install(FILES ${packaging}/completions/jumplark.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
-install(FILES ${packaging}/debian/copyright README.md DESTINATION ${docs})
-install(FILES docs/recorded-desktop.md DESTINATION ${docs}/docs)
-install(DIRECTORY docs/images DESTINATION ${docs}/docs FILES_MATCHING PATTERN *.png)
-install(FILES ${made}/changelog.Debian.gz DESTINATION ${docs})
-install(FILES ${packaging}/debian/lintian-overrides
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME jumplark)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/licenses/jumplark)
+install(FILES docs/recorded-desktop.md DESTINATION ${docs})
+# Where people look for it.
+file(CREATE_LINK ../../jumplark/guide ${made}/guide SYMBOLIC)
+install(FILES ${made}/guide DESTINATION ${docs})
 
-set(CPACK_GENERATOR DEB)
+# Those kinds of packages that this machine has the tools for.
+find_program(JUMPLARK_SHLIBDEPS dpkg-shlibdeps)
+find_program(JUMPLARK_RPMBUILD rpmbuild)
+set(CPACK_GENERATOR "")
+if(JUMPLARK_SHLIBDEPS)
+  list(APPEND CPACK_GENERATOR DEB)
+endif()
+if(JUMPLARK_RPMBUILD)
+  list(APPEND CPACK_GENERATOR RPM)
+endif()
 set(CPACK_PACKAGE_NAME jumplark)
 set(CPACK_PACKAGE_VENDOR "The Jumplark developers")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "operate any application's interface from the keyboard")
@@ -57,8 +74,11 @@ gives each a short label, and clicks the one you mean.
 It reads the interfaces of applications through the accessibility bus of the
 desktop, and needs an X11 session.")
 set(CPACK_PACKAGE_HOMEPAGE_URL "${JUMPLARK_HOMEPAGE_URL}")
-set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PackagePermissions.cmake)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PackageLayout.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PackageChecksums.cmake)
+set(CPACK_JUMPLARK_MADE ${made})
 set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGE_RELOCATABLE OFF)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
@@ -70,4 +90,32 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS at-spi2-core)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "ca-certificates, qt6-translations-l10n, xdg-utils")
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_PACKAGE_RELEASE 1)
+set(CPACK_RPM_PACKAGE_LICENSE MIT)
+set(CPACK_RPM_PACKAGE_GROUP "User Interface/X")
+string(REPLACE "\n.\n" "\n\n" CPACK_RPM_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
+set(CPACK_RPM_SPEC_INSTALL_POST /bin/true)  # stripped already
+# Libraries are found by what the program is linked to. The second one owns the folders of the icons.
+set(CPACK_RPM_PACKAGE_REQUIRES "at-spi2-core, hicolor-icon-theme")
+# The same sources give the same package where SOURCE_DATE_EPOCH is set.
+set(CPACK_RPM_SPEC_MORE_DEFINE "Recommends: xdg-utils, ca-certificates
+%define _build_id_links none
+%define _buildhost localhost
+%define use_source_date_epoch_as_buildtime 1
+%define clamp_mtime_to_source_date_epoch 1")
+set(CPACK_RPM_USER_FILELIST "%license /usr/share/licenses/jumplark/LICENSE"
+    "%lang(de) /usr/share/locale/de/LC_MESSAGES/jumplark.mo")
+# Folders of others.
+set(folders_of_others applications bash-completion/completions fish/vendor_completions.d icons/hicolor/scalable/apps
+    icons/hicolor/symbolic/apps licenses locale/de/LC_MESSAGES man/man1 metainfo zsh/site-functions)
+foreach(size IN LISTS icon_sizes)
+  list(APPEND folders_of_others icons/hicolor/${size}x${size}/apps)
+endforeach()
+foreach(folder IN LISTS folders_of_others)
+  while(folder)
+    list(APPEND CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION /usr/share/${folder})
+    cmake_path(GET folder PARENT_PATH folder)
+  endwhile()
+endforeach()
 include(CPack)

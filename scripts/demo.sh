@@ -26,9 +26,9 @@ wait_for() { # wait_for SECONDS SENTENCE FILE COMMAND...: until the command succ
   done
   fail "$sentence" "$file"
 }
-picture() {
+picture() { # picture FILE [WINDOW]
   sleep 1 # whatever moves has come to rest
-  import -silent -window root "$pictures/$1"
+  import -silent -window "${2:-root}" "$pictures/$1"
   echo "Saved $pictures/$1"
 }
 press() {
@@ -37,6 +37,8 @@ press() {
 }
 query_window_is_open() { xdotool search --onlyvisible --pid "$jumplark" --name '^Jumplark$'; }
 query_window_is_closed() { ! query_window_is_open; }
+windows_of_jumplark() { xdotool search --onlyvisible --pid "$jumplark" | wc -l; }
+more_windows_than() { [ "$(windows_of_jumplark)" -gt "$1" ]; }
 
 say "Starting $executable on a virtual screen ($DISPLAY)"
 $executable >"$output/application" 2>&1 &
@@ -74,4 +76,18 @@ press Return "Return: the selected one is clicked, and the keyboard is the appli
 wait_for 10 "The query window did not close:" "$output/jumplark" query_window_is_closed
 picture 6-after-the-click.png
 
-say "The pictures in $pictures show each step; the last one, that the check box was clicked."
+press super+shift+space "Super+Shift+Space again, and the pointer rests on something: a bubble says what it is"
+wait_for 10 "The query window did not open:" "$output/jumplark" query_window_is_open
+windows=$(windows_of_jumplark)
+xdotool mousemove 190 400 mousemove 192 407
+wait_for 10 "The bubble did not come:" "$output/jumplark" more_windows_than "$windows"
+picture 7-details.png
+press Escape "Escape: the query window closes"
+wait_for 10 "The query window did not close:" "$output/jumplark" query_window_is_closed
+
+say "jumplark preferences Help: what this desktop lacks"
+"$program" preferences Help
+wait_for 10 "The preferences did not open:" "$output/jumplark" xdotool search --onlyvisible --name 'Jumplark Preferences'
+picture 8-help.png "$(xdotool search --onlyvisible --name 'Jumplark Preferences' | head -1)"
+
+say "The pictures in $pictures show each step; the sixth, that the check box was clicked."
