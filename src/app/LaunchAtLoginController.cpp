@@ -6,17 +6,19 @@
 namespace jumplark {
 
 LaunchAtLoginController::LaunchAtLoginController() {
-  LoginItem& item = *Platform::current().loginItem;
-  observation_ = item.observe([this, &item] { launchAtLogin_.set(item.isSet()); });
-  launchAtLogin_.set(item.isSet());
+  observation_ = Platform::current().loginItem->observe([this] { update(); });
+  update();
 }
 
 LaunchAtLoginController::~LaunchAtLoginController() = default;
 
+void LaunchAtLoginController::update() {
+  launchAtLogin_.set(Platform::current().loginItem->isSet());
+}
+
 std::string LaunchAtLoginController::setLaunchAtLogin(bool launch) {
-  LoginItem& item = *Platform::current().loginItem;
-  std::string problem = item.set(launch);
-  launchAtLogin_.set(item.isSet());
+  std::string problem = Platform::current().loginItem->set(launch);
+  update();
   return problem;
 }
 

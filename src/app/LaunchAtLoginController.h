@@ -17,6 +17,8 @@ class LaunchAtLoginController {
 
   /// Follows the list, whoever changes it.
   const Property<bool>& launchAtLogin() const { return launchAtLogin_; }
+  /// Looks at the list again: not every place that it is made of can be watched.
+  void update();
   /// Adds or removes this program's one entry. What went wrong, for the user to read, or an empty text.
   std::string setLaunchAtLogin(bool launch);
 

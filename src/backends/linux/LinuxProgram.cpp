@@ -3,7 +3,6 @@
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -66,11 +65,6 @@ std::vector<DesktopServices::HealthFinding> checkHealth(SystemQueues& queues) {
   return findings;
 }
 
-std::string searchPath() {
-  const char* const path = std::getenv("PATH");
-  return path != nullptr ? path : "";
-}
-
 }  // namespace
 
 // In the order in which each needs those before it.
@@ -85,7 +79,7 @@ struct LinuxProgram::Parts {
         defaults(queues, DefaultsFile::pathFromEnvironment()),
         files(PrivateFiles::folderFromEnvironment()),
         services(desktop != nullptr, [this] { return checkHealth(queues); }),
-        loginItem(queues, AutostartFile::folderFromEnvironment(), AutostartFile::programFromSystem(), searchPath()),
+        loginItem(queues, AutostartFile::Session::fromEnvironment(), AutostartFile::programFromSystem()),
         inputSources(connection),
         shortcuts(connection->displayName(), queues.mainQueue(), shortcutHooks()),
         views({connection, screens(), queues.mainQueue(), windowCallbacks()}),

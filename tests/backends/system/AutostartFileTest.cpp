@@ -1,6 +1,7 @@
 #include "backends/linux/system/AutostartFile.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "backends/system/SystemFixture.h"
 
@@ -9,6 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 class AutostartFileTest : public SystemFixture {
  protected:
@@ -20,12 +22,17 @@ class AutostartFileTest : public SystemFixture {
     fs::permissions(path, fs::perms::owner_all);
   }
   AutostartFile item(const fs::path& program, const std::string& searchPath = {}) {
-    return {queues_, autostart_, program, searchPath};
+    return {queues_, {autostart_, {system_}, searchPath, desktops_}, program};
   }
   AutostartFile item() { return item(program_); }
   std::string own() const { return read(autostart_ / "jumplark.desktop"); }
+  static std::string entry(const fs::path& program, const std::string& rest = {}) {
+    return "[Desktop Entry]\nExec=" + program.string() + "\n" + rest;
+  }
 
   fs::path autostart_ = folder_ / "config" / "autostart";
+  fs::path system_ = folder_ / "etc" / "autostart";
+  std::string desktops_ = "ubuntu:GNOME";
   fs::path program_ = folder_ / "opt" / "jumplark";
 };
 
@@ -57,7 +64,19 @@ TEST_F(AutostartFileTest, NamesTheProgramSoThatEverySessionFindsIt) {
     EXPECT_TRUE(fs::is_empty(autostart_));
   }
   EXPECT_THAT(item(folder_ / "a\nb").set(true), HasSubstr("line break"));
-  EXPECT_THAT(AutostartFile(queues_, {}, program_, {}).set(true), HasSubstr("no folder"));
+  EXPECT_THAT(AutostartFile(queues_, {}, program_).set(true), HasSubstr("no folder"));
+}
+
+TEST_F(AutostartFileTest, SaysWhyItsFileCannotBeWritten) {
+  const fs::path closed = folder_ / "closed";
+  fs::create_directory(closed);
+  fs::permissions(closed, fs::perms::owner_read | fs::perms::owner_exec);
+  fs::permissions(folder_, fs::perms::others_exec, fs::perm_options::add);
+  AutostartFile item(queues_, {closed / "autostart", {}, {}, {}}, program_);
+  const bool isRoot = ::geteuid() == 0 && ::seteuid(65534) == 0;  // for whom no folder is closed
+  const std::string problem = item.set(true);
+  EXPECT_TRUE(!isRoot || ::seteuid(0) == 0);
+  EXPECT_EQ(problem, closed.string() + "/autostart/jumplark.desktop cannot be changed: Permission denied.");
 }
 
 TEST_F(AutostartFileTest, IsMendedAtTheNextStartAfterTheProgramMoved) {
@@ -83,11 +102,15 @@ TEST_F(AutostartFileTest, IsMendedAtTheNextStartAfterTheProgramMoved) {
 
 TEST_F(AutostartFileTest, LeavesFilesOfOthersAsTheyAre) {
   fs::create_directories(autostart_);
+  const fs::path other = folder_ / "usr" / "jumplark";
+  makeProgram(other);
   const struct {
     std::string text;
     bool starts;  ///< this program
   } cases[] = {{"[Desktop Entry]\nType=Application\nExec=backup\n", false},
-               {"[Desktop Entry]\nExec=/usr/bin/jumplark --quiet\n", true},
+               {"[Desktop Entry]\nExec=" + program_.string() + " --quiet\n", true},
+               {entry(other), false},
+               {entry(other, "X-Jumplark-LoginItem=true\n"), false},
                {"[Desktop Entry]\nExec=jumplark\nHidden=true\n", false},
                {"[Other]\nX-Jumplark-LoginItem=true\nExec=jumplark\n", false},
                {"", false},
@@ -117,7 +140,53 @@ TEST_F(AutostartFileTest, LeavesFilesOfOthersAsTheyAre) {
   EXPECT_EQ(read(folder_ / "kept"), marked);
 }
 
+TEST_F(AutostartFileTest, FollowsTheSystemsEntryAsASessionDoes) {
+  fs::create_directories(system_);
+  fs::create_directories(autostart_);
+  const fs::path other = folder_ / "usr" / "jumplark";
+  makeProgram(other);
+  const std::string ours = entry(program_);
+  const struct {
+    std::string systems;
+    std::string users;  ///< empty for no file
+    bool starts;
+  } cases[] = {
+      {ours, "", true},
+      {entry(other), "", false},
+      {ours, "[Desktop Entry]\nHidden=true\n", false},
+      {ours, entry(other), false},
+      {entry(other), ours, true},
+      {entry(program_, "Hidden=true\n"), "", false},
+      {entry(program_, "X-GNOME-Autostart-enabled = false \r\n"), "", false},
+      {entry(program_, "OnlyShowIn=XFCE;GNOME;\n"), "", true},
+      {entry(program_, "OnlyShowIn=XFCE;\n"), "", false},
+      {entry(program_, "NotShowIn=GNOME\n"), "", false},
+      {entry(program_, "NotShowIn=XFCE\n"), "", true},
+      {entry(program_, "NotShowIn=GNOME;\nOnlyShowIn=ubuntu;\n"), "", true},  // the first name that is listed
+      {entry(program_, "TryExec=/nowhere/jumplark\n"), "", false},
+      {entry(program_, "TryExec=" + program_.string() + "\n"), "", true},
+  };
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.systems + example.users);
+    write(system_ / "jumplark.desktop", example.systems);
+    if (!example.users.empty()) {
+      write(autostart_ / "jumplark.desktop", example.users);
+    }
+    AutostartFile item = this->item();
+    EXPECT_EQ(item.isSet(), example.starts);
+    if (example.users.empty()) {
+      for (const bool on : {true, false, true, false}) {
+        EXPECT_EQ(item.set(on), "");
+        EXPECT_EQ(item.isSet(), on);
+      }
+    }
+    EXPECT_EQ(read(system_ / "jumplark.desktop"), example.systems);
+    fs::remove(autostart_ / "jumplark.desktop");
+  }
+}
+
 TEST_F(AutostartFileTest, TellsOfChangesByOthersUntilTheTokenGoes) {
+  fs::create_directories(system_);
   AutostartFile item = this->item();
   int changes = 0;
   Token token = item.observe([&] { ++changes; });
@@ -132,6 +201,15 @@ TEST_F(AutostartFileTest, TellsOfChangesByOthersUntilTheTokenGoes) {
   EXPECT_EQ(item.set(true), "");
   queues_.drainMainQueue();
   EXPECT_EQ(changes, last);
+
+  // Of the system's folder too; each is looked at once at first.
+  AutostartFile other(queues_, {folder_ / "home", {system_}, {}, {}}, program_);
+  int told = 0;
+  token = other.observe([&] { ++told; });
+  ASSERT_TRUE(await([&] { return told == 2; }));
+  write(system_ / "jumplark.desktop", entry(program_));
+  EXPECT_TRUE(await([&] { return told > 2; }));
+  EXPECT_TRUE(other.isSet());
 }
 
 }  // namespace

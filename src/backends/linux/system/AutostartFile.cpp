@@ -6,11 +6,14 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
+#include <memory>
 #include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
+#include "backends/linux/system/AutostartEntry.h"
 #include "backends/linux/system/FolderWatch.h"
 #include "backends/linux/system/WholeFile.h"
 #include "backends/threads/GuardedCallback.h"
@@ -22,121 +25,44 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kMark = "X-Jumplark-LoginItem";
 /// The second one where the first is somebody else's.
 constexpr std::array kFileNames = {"jumplark.desktop", "jumplark-login.desktop"};
 
-struct Entry {
-  bool exists = false;
-  bool isOurs = false;
-  bool isOn = false;
-  std::string command;  ///< the first word of Exec, unquoted
-};
-
-/// A value of the kind "string", without its escapes.
-std::string unescaped(std::string_view value) {
-  std::string text;
-  for (size_t i = 0; i < value.size(); ++i) {
-    if (value[i] == '\\' && i + 1 < value.size()) {
-      const char c = value[++i];
-      text += c == 's' ? ' ' : c == 't' ? '\t' : c == 'n' ? '\n' : c == 'r' ? '\r' : c;
-    } else {
-      text += value[i];
-    }
-  }
-  return text;
-}
-
-/// The first word of the key Exec, by the quoting rules of XDG desktop entries.
-std::string firstWord(const std::string& exec) {
-  std::string word;
-  const bool quoted = exec.starts_with('"');
-  for (size_t i = quoted ? 1 : 0; i < exec.size(); ++i) {
-    const char c = exec[i];
-    if (quoted ? c == '"' : c == ' ' || c == '\t') {
-      break;
-    }
-    const bool escape = (quoted && c == '\\') || (c == '%' && i + 1 < exec.size() && exec[i + 1] == '%');
-    if (escape && i + 1 < exec.size()) {
-      ++i;
-    }
-    word += exec[i];
-  }
-  return word;
-}
-
-void readLine(const std::string& line, Entry& entry) {
-  const size_t equals = line.find('=');
-  if (equals == std::string::npos) {
-    return;
-  }
-  const std::string key = line.substr(0, line.find_last_not_of(" \t", equals - 1) + 1);
-  const size_t begin = line.find_first_not_of(" \t", equals + 1);
-  const std::string value = begin == std::string::npos ? std::string() : line.substr(begin);
-  if (key == "Exec") {
-    entry.command = firstWord(unescaped(value));
-  } else if (key == kMark) {
-    entry.isOurs = value == "true";
-  } else if ((key == "Hidden" && value == "true") || (key == "X-GNOME-Autostart-enabled" && value == "false")) {
-    entry.isOn = false;
-  }
-}
-
-Entry readEntry(const fs::path& path) {
-  std::error_code error;
-  const fs::file_status status = fs::symlink_status(path, error);
-  Entry entry;
-  entry.exists = status.type() != fs::file_type::not_found;
-  if (!fs::exists(status)) {
-    return entry;
-  }
-  const WholeFile file = readWholeFile(path);
-  if (file.state != WholeFile::State::read) {
-    return entry;
-  }
-  entry.isOn = true;
-  std::istringstream lines(file.text);
-  bool inGroup = false;
-  for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with('[')) {
-      inGroup = line.starts_with("[Desktop Entry]");
-    } else if (inGroup) {
-      readLine(line, entry);
-    }
-  }
-  // Behind a link lies a file that somebody keeps elsewhere.
-  entry.isOurs = entry.isOurs && fs::is_regular_file(status);
-  return entry;
-}
-
-bool starts(const Entry& entry, const fs::path& program) {
-  return entry.isOn && fs::path(entry.command).filename() == program.filename();
-}
-
-std::string quoted(const std::string& path) {
-  std::string result = "\"";
-  for (const char c : path) {
-    if (c == '"' || c == '`' || c == '$') {
-      result += "\\\\";
-    } else if (c == '\\') {
-      result += "\\\\\\";
-    } else if (c == '%') {
-      result += '%';
-    }
-    result += c;
-  }
-  return result + '"';
+std::string variable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value != nullptr ? value : "";
 }
 
 bool isProgram(const fs::path& path) {
   return ::access(path.c_str(), X_OK) == 0;
 }
 
+std::string cannotChange(const fs::path& path, const std::string& reason) {
+  return localizedFormat("{} cannot be changed: {}.", path.string(), reason);
+}
+
+std::string removeFile(const fs::path& path) {
+  const bool gone = ::unlink(path.c_str()) == 0 || errno == ENOENT;
+  return gone ? std::string() : cannotChange(path, std::generic_category().message(errno));
+}
+
 }  // namespace
 
-fs::path AutostartFile::folderFromEnvironment() {
-  const fs::path folder = userFolder("XDG_CONFIG_HOME", ".config");
-  return folder.empty() ? folder : folder / "autostart";
+AutostartFile::Session AutostartFile::Session::fromEnvironment() {
+  Session session;
+  if (const fs::path folder = userFolder("XDG_CONFIG_HOME", ".config"); !folder.empty()) {
+    session.folder = folder / "autostart";
+  }
+  const std::string listed = variable("XDG_CONFIG_DIRS");
+  std::istringstream folders(listed.empty() ? "/etc/xdg" : listed);
+  for (std::string folder; std::getline(folders, folder, ':');) {
+    if (folder.starts_with('/')) {
+      session.systemFolders.push_back(fs::path(folder) / "autostart");
+    }
+  }
+  session.searchPath = variable("PATH");
+  session.desktops = variable("XDG_CURRENT_DESKTOP");
+  return session;
 }
 
 fs::path AutostartFile::programFromSystem() {
@@ -150,119 +76,166 @@ fs::path AutostartFile::programFromSystem() {
   return path;
 }
 
-AutostartFile::AutostartFile(Queues& queues, fs::path folder, fs::path program, std::string searchPath)
-    : queues_(queues), folder_(std::move(folder)), program_(std::move(program)), searchPath_(std::move(searchPath)) {
-  if (!folder_.empty() && !program_.empty()) {
+AutostartFile::AutostartFile(Queues& queues, Session session, fs::path program)
+    : queues_(queues), session_(std::move(session)), program_(std::move(program)) {
+  if (!session_.folder.empty() && !program_.empty()) {
     mend();
   }
 }
 
 void AutostartFile::mend() const {
   for (const char* name : kFileNames) {
-    const Entry entry = readEntry(folder_ / name);
+    const AutostartEntry entry = usersEntry(name);
     const bool leadsNowhere = entry.command.starts_with('/') && !isProgram(entry.command);
     if (entry.isOurs && entry.isOn && leadsNowhere) {
-      if (const std::string problem = write(folder_ / name); !problem.empty()) {
-        spdlog::warn("{}: {}", (folder_ / name).string(), problem);
+      if (const std::string problem = write(session_.folder / name, false); !problem.empty()) {
+        spdlog::warn("{}", problem);
       }
     }
   }
 }
 
+AutostartEntry AutostartFile::usersEntry(const char* name) const {
+  return AutostartEntry::read(session_.folder / name);
+}
+
+AutostartEntry AutostartFile::systemsEntry(const char* name) const {
+  for (const fs::path& folder : session_.systemFolders) {
+    if (AutostartEntry entry = AutostartEntry::read(folder / name); entry.exists) {
+      return entry;
+    }
+  }
+  return {};
+}
+
+/// What a session runs for the first word of a command; empty when there is none.
+fs::path AutostartFile::programNamed(const std::string& command) const {
+  if (command.find('/') != std::string::npos) {
+    return command.starts_with('/') && isProgram(command) ? fs::path(command) : fs::path();
+  }
+  std::istringstream folders(session_.searchPath);
+  for (std::string folder; !command.empty() && std::getline(folders, folder, ':');) {
+    if (const fs::path found = fs::path(folder) / command; folder.starts_with('/') && isProgram(found)) {
+      return found;
+    }
+  }
+  return {};
+}
+
+bool AutostartFile::starts(const AutostartEntry& entry) const {
+  const bool isWanted = entry.isOn && entry.isForDesktop(session_.desktops) &&
+                        (entry.required.empty() || !programNamed(entry.required).empty());
+  const fs::path started = isWanted ? programNamed(entry.command) : fs::path();
+  std::error_code error;
+  return !started.empty() && fs::equivalent(started, program_, error);
+}
+
+/// Whether this program may change the user's file: no other copy of it relies on that.
+bool AutostartFile::isMine(const AutostartEntry& entry) const {
+  const fs::path started = programNamed(entry.command);
+  std::error_code error;
+  return entry.isOurs && (started.empty() || fs::equivalent(started, program_, error));
+}
+
 bool AutostartFile::isSet() {
   for (const char* name : kFileNames) {
-    if (starts(readEntry(folder_ / name), program_)) {
+    const AutostartEntry users = usersEntry(name);
+    if (starts(users.exists ? users : systemsEntry(name))) {
       return true;
     }
   }
   return false;
 }
 
-std::optional<fs::path> AutostartFile::freePlace() const {
-  for (const char* name : kFileNames) {
-    const Entry entry = readEntry(folder_ / name);
-    if (!entry.exists || entry.isOurs) {
-      return folder_ / name;
-    }
-  }
-  return std::nullopt;
-}
-
 std::string AutostartFile::set(bool on) {
-  if (folder_.empty() || program_.empty()) {
+  if (session_.folder.empty() || program_.empty()) {
     return localized("There is no folder for programs that start at login.");
   }
   if (on) {
-    if (isSet()) {
-      return {};
-    }
-    const auto place = freePlace();
-    return place ? write(*place)
-                 : localizedFormat("The files of that name in {} were not made by Jumplark.", folder_.string());
+    return isSet() ? std::string() : switchOn();
   }
   for (const char* name : kFileNames) {
-    const fs::path path = folder_ / name;
-    const Entry entry = readEntry(path);
-    if (entry.isOurs && ::unlink(path.c_str()) != 0 && errno != ENOENT) {
-      return fmt::format("{}: {}", path.string(), std::generic_category().message(errno));
-    }
-    if (!entry.isOurs && starts(entry, program_)) {
-      return localizedFormat("{} starts Jumplark, but was not made by it. Remove it by hand.", path.string());
+    if (std::string problem = switchOff(name); !problem.empty()) {
+      return problem;
     }
   }
   return {};
 }
 
-bool AutostartFile::isFoundByName() const {
-  std::istringstream folders(searchPath_);
-  for (std::string folder; std::getline(folders, folder, ':');) {
-    const fs::path found = fs::path(folder) / program_.filename();
-    if (!folder.starts_with('/') || !isProgram(found)) {
-      continue;
+std::string AutostartFile::switchOn() const {
+  std::optional<fs::path> place;
+  for (const char* name : kFileNames) {
+    const AutostartEntry users = usersEntry(name);
+    if (users.exists && isMine(users) && starts(systemsEntry(name))) {
+      return removeFile(session_.folder / name);  // it only hides the system's
     }
-    std::error_code error;
-    return fs::equivalent(found, program_, error);
+    if (!place && (!users.exists || isMine(users))) {
+      place = session_.folder / name;
+    }
   }
-  return false;
+  return place ? write(*place, false)
+               : localizedFormat("The files of that name in {} were not made by Jumplark.", session_.folder.string());
+}
+
+std::string AutostartFile::switchOff(const char* name) const {
+  const fs::path path = session_.folder / name;
+  const AutostartEntry users = usersEntry(name);
+  if (users.exists && !isMine(users)) {
+    return starts(users)
+               ? localizedFormat("{} starts Jumplark, but was not made by it. Remove it by hand.", path.string())
+               : std::string();
+  }
+  if (starts(systemsEntry(name))) {
+    return users.exists && !users.isOn ? std::string() : write(path, true);
+  }
+  return users.exists ? removeFile(path) : std::string();
 }
 
 std::string AutostartFile::command() const {
-  return isFoundByName() ? program_.filename().string() : quoted(program_.string());
+  const std::string name = program_.filename().string();
+  const fs::path found = programNamed(name);
+  std::error_code error;
+  return !found.empty() && fs::equivalent(found, program_, error) ? name : quotedForExec(program_.string());
 }
 
-std::string AutostartFile::write(const fs::path& path) const {
+std::string AutostartFile::write(const fs::path& path, bool hidden) const {
   if (program_.string().find_first_of("\n\r") != std::string::npos) {
     return localized("The path of the program holds a line break, which no autostart file can.");
   }
-  if (std::string problem = makePrivateFolders(folder_); !problem.empty()) {
-    return problem;
+  std::string problem = makePrivateFolders(session_.folder);
+  if (problem.empty()) {
+    problem = replaceWholeFile(path, fmt::format("[Desktop Entry]\n"
+                                                 "Type=Application\n"
+                                                 "Name=Jumplark\n"
+                                                 "Comment=Operate any application from the keyboard\n"
+                                                 "Icon=jumplark\n"
+                                                 "Exec={}\n"
+                                                 "Terminal=false\n"
+                                                 "{}{}=true\n",
+                                                 command(), hidden ? "Hidden=true\n" : "", AutostartEntry::mark));
   }
-  return replaceWholeFile(path, fmt::format("[Desktop Entry]\n"
-                                            "Type=Application\n"
-                                            "Name=Jumplark\n"
-                                            "Comment=Operate any application from the keyboard\n"
-                                            "Icon=jumplark\n"
-                                            "Exec={}\n"
-                                            "Terminal=false\n"
-                                            "{}=true\n",
-                                            command(), kMark));
+  return problem.empty() ? problem : cannotChange(path, problem);
 }
 
 Token AutostartFile::observe(std::function<void()> changed) {
-  if (folder_.empty()) {
+  if (session_.folder.empty()) {
     return {};
   }
   auto callback = std::make_shared<GuardedCallback<>>(std::move(changed));
-  auto watch =
-      std::make_shared<FolderWatch>(folder_, kFileNames[0], [&queues = queues_, weak = std::weak_ptr(callback)] {
-        queues.mainQueue().post([&queues, weak] {
-          if (const auto alive = weak.lock()) {
-            alive->call(queues);
-          }
-        });
-      });
-  return Token([callback, watch]() mutable {
-    watch.reset();
+  const auto happened = [&queues = queues_, weak = std::weak_ptr(callback)] {
+    queues.mainQueue().post([&queues, weak] {
+      if (const auto alive = weak.lock()) {
+        alive->call(queues);
+      }
+    });
+  };
+  auto watches = std::make_shared<std::vector<std::unique_ptr<FolderWatch>>>();
+  watches->push_back(std::make_unique<FolderWatch>(session_.folder, std::string(), happened));
+  for (const fs::path& folder : session_.systemFolders) {
+    watches->push_back(std::make_unique<FolderWatch>(folder, std::string(), happened, FolderWatch::Missing::leave));
+  }
+  return Token([callback, watches]() mutable {
+    watches.reset();
     callback->end();
   });
 }

@@ -1,31 +1,41 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/LoginItem.h"
 
 namespace jumplark {
 
+struct AutostartEntry;
 class Queues;
 
-/// The start at login as an autostart file, by the XDG rules for autostart: `jumplark.desktop`
-/// in the user's autostart folder. It carries a mark of its own. A file of that name without the mark is somebody
-/// else's and is never changed; where it starts something else, the entry gets another name.
+/// The start at login as an autostart file, by the XDG rules for autostart: `jumplark.desktop` in the user's autostart
+/// folder, which stands before a file of that name in the system's. It carries a mark of its own. A file without the
+/// mark, or one that starts another copy of the program, is somebody else's and is never changed; where it has the
+/// name, the entry gets another one. An entry of the system's that starts this program is switched off by a file of the
+/// user's that hides it.
 ///
 /// The file names the program plainly where that finds it, so that it lasts over upgrades, else by its path. When a
 /// path leads nowhere any more, because the program was moved, the next start writes it anew.
 class AutostartFile : public LoginItem {
  public:
-  /// `autostart` in the user's configuration folder: $XDG_CONFIG_HOME, else ~/.config. Empty when the user has no home.
-  static std::filesystem::path folderFromEnvironment();
+  /// What the environment says of the session.
+  struct Session {
+    std::filesystem::path folder;                      ///< the user's autostart folder; empty when the user has no home
+    std::vector<std::filesystem::path> systemFolders;  ///< the system's, the one that counts most first
+    std::string searchPath;                            ///< as in PATH
+    std::string desktops;                              ///< as in XDG_CURRENT_DESKTOP
+
+    static Session fromEnvironment();
+  };
   /// The file that this process was started from.
   static std::filesystem::path programFromSystem();
 
-  /// `searchPath` as in the environment variable PATH. The queues outlive it and its tokens.
-  AutostartFile(Queues& queues, std::filesystem::path folder, std::filesystem::path program, std::string searchPath);
+  /// The queues outlive it and its tokens.
+  AutostartFile(Queues& queues, Session session, std::filesystem::path program);
 
   bool isSet() override;
   std::string set(bool on) override;
@@ -35,15 +45,19 @@ class AutostartFile : public LoginItem {
   std::string command() const;
 
  private:
-  std::optional<std::filesystem::path> freePlace() const;
-  std::string write(const std::filesystem::path& path) const;
-  bool isFoundByName() const;
+  std::filesystem::path programNamed(const std::string& command) const;
+  bool starts(const AutostartEntry& entry) const;
+  bool isMine(const AutostartEntry& entry) const;
+  AutostartEntry usersEntry(const char* name) const;
+  AutostartEntry systemsEntry(const char* name) const;
+  std::string switchOn() const;
+  std::string switchOff(const char* name) const;
+  std::string write(const std::filesystem::path& path, bool hidden) const;
   void mend() const;
 
   Queues& queues_;
-  const std::filesystem::path folder_;
+  const Session session_;
   const std::filesystem::path program_;
-  const std::string searchPath_;
 };
 
 }  // namespace jumplark

@@ -25,10 +25,12 @@ constexpr uint32_t kFolderGone = IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN
 
 }  // namespace
 
-FolderWatch::FolderWatch(std::filesystem::path folder, std::string fileName, std::function<void()> onChange)
+FolderWatch::FolderWatch(std::filesystem::path folder, std::string fileName, std::function<void()> onChange,
+                         Missing missing)
     : folder_(std::move(folder)),
       fileName_(std::move(fileName)),
       onChange_(std::move(onChange)),
+      missing_(missing),
       wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       notify_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
   if (!wake_) {
@@ -54,9 +56,11 @@ bool FolderWatch::watchFolder() {
   if (watch_ >= 0) {
     return false;
   }
-  makePrivateFolders(folder_);
+  if (missing_ == Missing::make) {
+    makePrivateFolders(folder_);
+  }
   watch_ = ::inotify_add_watch(notify_.get(), folder_.c_str(), kEvents);
-  if (watch_ < 0 && !std::exchange(warned_, true)) {
+  if (watch_ < 0 && missing_ == Missing::make && !std::exchange(warned_, true)) {
     spdlog::warn("{} cannot be watched ({}): what other programs change there is not noticed",
                  (folder_ / fileName_).string(), std::generic_category().message(errno));
   }
@@ -79,7 +83,7 @@ bool FolderWatch::takeEvents() {
         ::inotify_rm_watch(notify_.get(), watch_);  // a folder that was moved away is still watched
         watch_ = -1;
       }
-      happened = happened || overflow || watch_ < 0 || (event.wd == watch_ && fileName_ == name);
+      happened = happened || overflow || watch_ < 0 || (event.wd == watch_ && (fileName_.empty() || fileName_ == name));
     }
   }
   return happened;

@@ -108,8 +108,11 @@ std::string makePrivateFolders(const std::filesystem::path& folder) {
     }
   }
   std::error_code error;
-  return std::filesystem::is_directory(folder, error) ? std::string()
-                                                      : fmt::format("there is no folder {}", folder.string());
+  if (std::filesystem::is_directory(folder, error)) {
+    return {};
+  }
+  return refused != 0 ? std::generic_category().message(refused)
+                      : fmt::format("there is no folder {}", folder.string());
 }
 
 WholeFile readWholeFile(const std::filesystem::path& path) {
