@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -30,6 +31,9 @@ class DesktopServices {
   virtual std::string installedDocumentation() = 0;
   /// Looks at everything the program needs and changes nothing. May take seconds; any thread.
   virtual std::vector<HealthFinding> checkHealth() = 0;
+  /// What the user can do so that an application of which the last snapshot holds nothing shows something: one or more
+  /// sentences; empty when nothing is known. For any thread but the main one.
+  virtual std::string adviceForSilence(int32_t pid) = 0;
 };
 
 }  // namespace jumplark

@@ -95,4 +95,14 @@ std::vector<DesktopCheck> LinuxPlatform::readingChecks(const RunningApplication&
   return checks;
 }
 
+std::string LinuxPlatform::adviceForSilence(int32_t pid) {
+  const auto report = parts_->elements.report(parts_->elements.application(pid));
+  for (const DesktopCheck& check : atspi::readingChecks({}, pid, report)) {
+    if (!check.remedy.empty()) {
+      return check.remedy;
+    }
+  }
+  return {};
+}
+
 }  // namespace jumplark

@@ -39,6 +39,8 @@ class LinuxPlatform {
   void applicationBecameActive(int32_t pid);
   /// Reads an application as a snapshot does, and says how that went.
   std::vector<DesktopCheck> readingChecks(const RunningApplication& application);
+  /// What those say that the user can do, of the last snapshot; empty when there is nothing.
+  std::string adviceForSilence(int32_t pid);
 
  private:
   struct Parts;

@@ -26,6 +26,7 @@ class RecordedDesktopServices final : public DesktopServices {
   }
   std::string installedDocumentation() override { return documentation; }
   std::vector<HealthFinding> checkHealth() override { return health; }
+  std::string adviceForSilence(int32_t /*pid*/) override { return advice; }
 
   bool granted = true;
   bool hasBrowser = true;
@@ -33,6 +34,7 @@ class RecordedDesktopServices final : public DesktopServices {
   int settingsOpened = 0;
   std::string documentation;
   std::vector<HealthFinding> health;
+  std::string advice;
 };
 
 /// A session's start-up list with at most this program in it. Main thread only.

@@ -39,7 +39,7 @@ class JLQueryWindowController : public JLQueryFieldDelegate {
   void hideWindow();
   void makeWindowKey();
 
-  /// One line that tells why there is nothing to choose; empty removes it.
+  /// A text that tells why there is nothing to choose; empty removes it.
   void setNotice(const std::string& notice);
   /// What a screen reader says of the selected match; the same text is not said twice in a row.
   void announceSelection(const std::string& description);

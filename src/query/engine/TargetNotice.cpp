@@ -6,6 +6,7 @@
 
 #include "accessibility/JLElement.h"
 #include "platform/Accessibility.h"
+#include "platform/DesktopServices.h"
 #include "platform/Platform.h"
 #include "platform/Texts.h"
 #include "tree/JLElementTree.h"
@@ -41,6 +42,10 @@ bool hasChoices(const JLElementTree& tree) {
   return false;
 }
 
+std::string withAdvice(const std::string& finding, const std::string& advice) {
+  return advice.empty() ? finding : finding + " " + advice;
+}
+
 }  // namespace
 
 std::string noticeForTarget(const JLElement& application, const JLElementTree& tree, const std::string& name) {
@@ -48,15 +53,19 @@ std::string noticeForTarget(const JLElement& application, const JLElementTree& t
     return {};
   }
   const auto role = Platform::current().accessibility->copyAttributeValue(application.ref(), "AXRole");
+  if (role.error == AccessibilityError::cannotComplete) {
+    return localizedFormat("{} does not answer; F5 asks it again.", name);
+  }
+  DesktopServices* const desktop = Platform::current().desktop;
+  const std::string advice = desktop != nullptr ? desktop->adviceForSilence(application.pid()) : std::string();
   switch (role.error) {
     case AccessibilityError::success:
     case AccessibilityError::noValue:
     case AccessibilityError::attributeUnsupported:
-      return localizedFormat("{} shows nothing that can be chosen here.", name);
-    case AccessibilityError::cannotComplete:
-      return localizedFormat("{} does not answer; F5 asks it again.", name);
+      return withAdvice(localizedFormat("{} shows nothing that can be chosen here.", name), advice);
     default:
-      return localizedFormat("{} does not tell what it shows; starting it again may help.", name);
+      return advice.empty() ? localizedFormat("{} does not tell what it shows; starting it again may help.", name)
+                            : withAdvice(localizedFormat("{} does not tell what it shows.", name), advice);
   }
 }
 

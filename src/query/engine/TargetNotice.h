@@ -7,8 +7,8 @@ namespace jumplark {
 class JLElement;
 class JLElementTree;
 
-/// One line for the user when a snapshot of an application has nothing of it to choose from, which tells why; empty
-/// when there is something. Reads the application's element; not for the main thread.
+/// A text for the user when a snapshot of an application has nothing of it to choose from, which tells why and what can
+/// be done about it; empty when there is something. Reads the application's element; not for the main thread.
 std::string noticeForTarget(const JLElement& application, const JLElementTree& tree, const std::string& name);
 
 }  // namespace jumplark

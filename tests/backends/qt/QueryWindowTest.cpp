@@ -188,6 +188,13 @@ TEST_F(QueryKeys, WindowGrowsByTheNoticeWithinTheScreen) {
   EXPECT_GT(with[3], before[3]);
   EXPECT_LE(with[1] + with[3], 600);
   EXPECT_EQ(with[0], before[0]);
+  // In as many lines as it needs, also for what has no spaces.
+  views_->command("notice Start it with JAVA_TOOL_OPTIONS=-Dassistive=org.example.Wrapper" + std::string(300, 'x'));
+  views_->command("frame");
+  const auto tall = views_->numbers("frame");
+  EXPECT_GT(tall[3] - before[3], 4 * (with[3] - before[3]) / 2);
+  EXPECT_LE(tall[1] + tall[3], 600);
+  EXPECT_EQ(tall[2], before[2]);
   views_->command("notice ");
   views_->command("frame");
   EXPECT_EQ(views_->numbers("frame")[3], before[3]);

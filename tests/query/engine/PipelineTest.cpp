@@ -205,16 +205,21 @@ TEST(QueryPipeline, SaysInOneLineWhyThereIsNothingToChoose) {
   struct Case {
     const char* application;
     const char* notice;
+    const char* advice = "";
   };
   const std::vector<Case> cases = {
       {R"({"attributes":{"AXRole":"AXApplication"},"delay_ms":900})", "Plan does not answer; F5 asks it again."},
       {R"({"error":-25202})", "Plan does not tell what it shows; starting it again may help."},
       {R"({"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"w"}}})",
        "Plan shows nothing that can be chosen here."},
-      {R"({"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"v"}}})", ""},
+      {R"({"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"v"}}})", "", "Not needed."},
+      {R"({"error":-25202})", "Plan does not tell what it shows. Wrap it.", "Wrap it."},
+      {R"({"attributes":{"AXRole":"AXApplication","AXFocusedWindow":{"ref":"w"}}})",
+       "Plan shows nothing that can be chosen here. Wrap it.", "Wrap it."},
   };
   for (const Case& c : cases) {
     EngineFixture fixture(desktopWith(c.application));
+    fixture.desktop->services().advice = c.advice;
     fixture.hotkey();
     EXPECT_TRUE(fixture.window().isKey()) << c.notice << ": shown at once, whatever the target does";
     fixture.advance(std::chrono::seconds(60));

@@ -40,6 +40,28 @@ bool isDark(const QPalette& palette) {
   return palette.color(QPalette::Base).lightnessF() < 0.5;
 }
 
+/// The text with places in its long words, such as paths and settings, where a line may end, and with none behind the
+/// dash that a switch begins with.
+QString breakable(const QString& text) {
+  constexpr QChar kLineMayEnd(0x200B);
+  constexpr QChar kStaysTogether(0x2060);
+  constexpr int kLongestPiece = 24;
+  const QString kSigns = QStringLiteral("=/:.,-_");
+  QString result;
+  int piece = 0;
+  for (const QChar c : text) {
+    result += c;
+    piece = c.isSpace() ? 0 : piece + 1;
+    if (c == u'-' && piece <= 2) {
+      result += kStaysTogether;
+    } else if (!c.isHighSurrogate() && (piece >= kLongestPiece || (piece >= kLongestPiece / 2 && kSigns.contains(c)))) {
+      result += kLineMayEnd;
+      piece = 0;
+    }
+  }
+  return result;
+}
+
 /// A window that is a plain widget has no role of its own, and screen readers do not announce it.
 QAccessibleInterface* makePanelAccessible(const QString& /*className*/, QObject* object) {
   auto* const panel = dynamic_cast<QueryPanel*>(object);
@@ -85,6 +107,7 @@ QueryPanel::QueryPanel()
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowTitle(QStringLiteral("Jumplark"));
   notice_.setTextFormat(Qt::PlainText);
+  notice_.setWordWrap(true);
   notice_.hide();
   setFocusProxy(&field_);
   applyFontsAndColors();
@@ -92,7 +115,8 @@ QueryPanel::QueryPanel()
 }
 
 void QueryPanel::setNotice(const QString& notice) {
-  notice_.setText(notice);
+  notice_.setText(breakable(notice));
+  notice_.setAccessibleName(notice);
   notice_.setVisible(!notice.isEmpty());
   layOut();
 }
@@ -133,14 +157,14 @@ void QueryPanel::applyFontsAndColors() {
 void QueryPanel::layOut() {
   const int fieldHeight = QFontMetrics(field_.font()).height() + 4;
   rowHeight_ = fieldHeight + 2 * kRowPadding;
-  noticeHeight_ = notice_.text().isEmpty() ? 0 : notice_.fontMetrics().height() + 2 * kNoticePadding;
   const QRect place = row();
   const int fieldLeft = place.left() + kSidePadding + kGlassSize + kGap;
   const int spinnerLeft = place.right() + 1 - kSidePadding - kSpinnerSize;
   field_.setGeometry(fieldLeft, place.top() + kRowPadding, spinnerLeft - kGap - fieldLeft, fieldHeight);
   spinner_.setGeometry(spinnerLeft, place.center().y() - kSpinnerSize / 2 + 1, kSpinnerSize, kSpinnerSize);
-  notice_.setGeometry(fieldLeft + kTextMargin, place.bottom() + 1, place.right() - kSidePadding - fieldLeft,
-                      noticeHeight_);
+  const int noticeWidth = place.right() - kSidePadding - fieldLeft;
+  noticeHeight_ = notice_.text().isEmpty() ? 0 : notice_.heightForWidth(noticeWidth) + 2 * kNoticePadding;
+  notice_.setGeometry(fieldLeft + kTextMargin, place.bottom() + 1, noticeWidth, noticeHeight_);
   const int margin = place.left();
   const QSize whole = card().size() + QSize(2 * margin, 2 * margin);
   if (whole != size()) {

@@ -28,8 +28,8 @@ class QueryLineEdit : public QLineEdit {
 };
 
 /// What the query window looks like: a rounded card with a magnifying glass, the field, a spinner at its right and
-/// below them, when there is one, a line of text; around it, where translucency is to be had, a soft shadow. Sizes in
-/// Qt's logical pixels. It follows the desktop's palette and font.
+/// below them, when there is one, a text in as many lines as it needs; around it, where translucency is to be had, a
+/// soft shadow. Sizes in Qt's logical pixels. It follows the desktop's palette and font.
 class QueryPanel : public QWidget {
  public:
   QueryPanel();
