@@ -53,7 +53,7 @@ class QueryWindowViewDelegate {
   virtual void didResignKey() = 0;
 };
 
-/// The window into which the user types: a single-line field, a spinner and a line of text below them. It exists from
+/// The window into which the user types: a single-line field, a spinner and a text below them. It exists from
 /// its making on, hidden, so that showing it is quick. Main thread only. Rectangles are in screen coordinates with a
 /// bottom-left origin.
 class QueryWindowView {
@@ -83,7 +83,7 @@ class QueryWindowView {
   virtual void startSpinner() = 0;
   /// 0 hidden to 1 shown; changes gradually in `duration`.
   virtual void setSpinnerOpacity(double opacity, Duration duration) = 0;
-  /// One line under the field that tells why there is nothing to choose; empty removes it.
+  /// A text under the field, of any length, that tells why there is nothing to choose; empty removes it.
   virtual void setNotice(const std::string& notice) = 0;
   /// What a screen reader says of the selected match: its text and its label. Empty when nothing is selected.
   virtual void announceSelection(const std::string& description) = 0;
@@ -148,6 +148,7 @@ struct Alert {
   std::string title;
   std::string text;
   std::vector<std::string> buttons;  ///< the first is the default one
+  bool takesKeyboard = true;         ///< false: what the user types goes on to where it went
 };
 
 /// Makes the windows of this program. Calls come from the main thread.

@@ -32,6 +32,33 @@ TEST_P(Alerts, TakeTheKeyboardAndTellTheAnswer) {
   EXPECT_EQ(views_->process().err(), "");
 }
 
+TEST_P(Alerts, WaitWhileTheUserSearchesAndLeaveTheKeyboardWhereItIs) {
+  startViews({.windowManager = GetParam(), .width = 800, .height = 600});
+  const WindowClient editor(*session_, {"300x200+20+20", "--title", "Editor"});
+  ASSERT_TRUE(session_->activate(editor.window()));
+  views_->command("quiet-alert There is no icon||OK");
+  const auto isShown = [&] { return views_->queryWindow() != 0; };  // the only managed window
+  ASSERT_TRUE(waitUntil(isShown));
+  const uint32_t alert = views_->queryWindow();
+  const auto typingReachesTheEditor = [&] {
+    const size_t before = editor.lines("key").size();
+    session_->keys({"key", "a"});
+    return waitUntil([&] { return editor.lines("key").size() > before; }) &&
+           session_->activeWindow() == editor.window();
+  };
+  EXPECT_TRUE(typingReachesTheEditor());
+  views_->showQueryWindow(100, 400);
+  EXPECT_TRUE(waitUntil([&] { return isShown() && views_->queryWindow() != alert; })) << "it gets no click";
+  views_->command("alert There is more||Yes");
+  views_->command("hide");
+  ASSERT_TRUE(session_->activate(editor.window()));
+  EXPECT_TRUE(waitUntil([&] { return views_->queryWindow() == alert; }));
+  EXPECT_TRUE(typingReachesTheEditor());
+  ASSERT_TRUE(session_->activate(alert));
+  session_->keys({"key", "Return"});
+  EXPECT_TRUE(waitUntil([&] { return isShown() && views_->queryWindow() != alert; })) << "one after the other";
+}
+
 INSTANTIATE_TEST_SUITE_P(On, Alerts, testing::Values(WindowManager::xfwm4, WindowManager::openbox),
                          [](const auto& info) { return nameOf(info.param); });
 

@@ -3,8 +3,8 @@
 // windows report: "text T", "key CODE FLAGS IGNORING", "equivalent CODE", "windowkey CODE", "resign", "keyboard",
 // "chosen N". Places have a top-left origin.
 //   place X Y | show | hide | text T | notice T | monitor 0|1 | unfocus | pressed X Y | frame
-//   boxes [X,Y,W,H,RRGGBB,LABEL]... | overlay 0|1 | anchor X Y W H RRGGBB | bubble T | nothing | alert
-//   TITLE|TEXT|BUTTON... quit
+//   boxes [X,Y,W,H,RRGGBB,LABEL]... | overlay 0|1 | anchor X Y W H RRGGBB | bubble T | nothing |
+//   alert TITLE|TEXT|BUTTON... | quiet-alert TITLE|TEXT|BUTTON... | quit
 #include <unistd.h>
 
 #include <cstdio>
@@ -152,9 +152,10 @@ class Client {
       discovery_->closePopover();
       discovery_->orderOut();
     };
-    commands_["alert"] = [this](const std::string& arguments) {
+    const auto showAlert = [this](const std::string& arguments, bool takesKeyboard) {
       std::istringstream in(arguments);
       Alert alert;
+      alert.takesKeyboard = takesKeyboard;
       std::getline(in, alert.title, '|');
       std::getline(in, alert.text, '|');
       for (std::string button; std::getline(in, button, '|');) {
@@ -162,6 +163,8 @@ class Client {
       }
       views_->showAlert(alert, [](int button) { say("chosen " + std::to_string(button)); });
     };
+    commands_["alert"] = [showAlert](const std::string& arguments) { showAlert(arguments, true); };
+    commands_["quiet-alert"] = [showAlert](const std::string& arguments) { showAlert(arguments, false); };
     commands_["quit"] = [this](const std::string&) { loop_.quit(); };
   }
 

@@ -2,6 +2,7 @@
 
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
@@ -28,8 +29,11 @@ QLabel* makeText(const std::string& text, QWidget* parent) {
 }  // namespace
 
 AlertDialog::AlertDialog(const Alert& alert, std::function<void(int button)> chosen)
-    : QDialog(nullptr, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint | Qt::WindowStaysOnTopHint),
+    : QDialog(nullptr, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint),
+      takesKeyboard_(alert.takesKeyboard),
       chosen_(std::move(chosen)) {
+  setWindowFlag(Qt::WindowStaysOnTopHint, takesKeyboard_);
+  setAttribute(Qt::WA_ShowWithoutActivating, !takesKeyboard_);
   setAttribute(Qt::WA_DeleteOnClose);
   setAttribute(Qt::WA_QuitOnClose, false);
   setWindowTitle(QStringLiteral("Jumplark"));
@@ -45,6 +49,7 @@ AlertDialog::AlertDialog(const Alert& alert, std::function<void(int button)> cho
     // The first stands where the desktop's style puts the one that agrees.
     QPushButton* button = buttons->addButton(QString::fromStdString(alert.buttons[i]),
                                              i == 0 ? QDialogButtonBox::AcceptRole : QDialogButtonBox::ActionRole);
+    button->installEventFilter(this);
     button->setAutoDefault(true);
     button->setDefault(i == 0);
     connect(button, &QPushButton::clicked, this, [this, i] { answer(static_cast<int>(i)); });
@@ -58,6 +63,18 @@ AlertDialog::~AlertDialog() {
   if (chosen_) {
     chosen_(button_);
   }
+}
+
+/// A button takes the space bar with whatever is held, and so a shortcut that the program does not own yet.
+bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
+    const auto& key = static_cast<const QKeyEvent&>(*event);
+    const bool isShortcut = (key.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) != 0;
+    if (isShortcut && key.key() == Qt::Key_Space) {
+      return true;
+    }
+  }
+  return QDialog::eventFilter(watched, event);
 }
 
 void AlertDialog::addTexts(const Alert& alert, QVBoxLayout& layout) {
@@ -78,6 +95,12 @@ void AlertDialog::addTexts(const Alert& alert, QVBoxLayout& layout) {
   if (!alert.text.empty()) {
     texts->addWidget(makeText(alert.text, this));
   }
+}
+
+void AlertDialog::giveWay() {
+  takesKeyboard_ = false;
+  setAttribute(Qt::WA_ShowWithoutActivating);
+  hide();
 }
 
 void AlertDialog::answer(int button) {

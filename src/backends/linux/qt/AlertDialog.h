@@ -17,11 +17,16 @@ class AlertDialog : public QDialog {
   ~AlertDialog() override;
   /// Nothing will be called.
   void dismiss() { chosen_ = nullptr; }
+  bool takesKeyboard() const { return takesKeyboard_; }
+  /// Hides, and leaves the keyboard alone when it is shown again.
+  void giveWay();
 
  private:
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void addTexts(const Alert& alert, QVBoxLayout& layout);
   void answer(int button);
 
+  bool takesKeyboard_;
   std::function<void(int button)> chosen_;
   int button_ = -1;
 };

@@ -32,8 +32,8 @@ QtQueryWindow::QtQueryWindow(const Context& context) : context_(context) {
   panel_.setTranslucent(context_.display.compositorRuns());
   window_ = static_cast<xcb_window_t>(panel_.winId());
   QtMainLoop::deliverKeysDirectly(*panel_.windowHandle());
-  if (context_.callbacks.queryWindowMade) {
-    context_.callbacks.queryWindowMade(window_);
+  if (context_.callbacks.passOver) {
+    context_.callbacks.passOver(window_);
   }
   adoptCompositor();
   // Fonts, style and shadow are loaded by the first painting.
@@ -123,6 +123,7 @@ void QtQueryWindow::setHints() {
 void QtQueryWindow::makeKeyAndOrderFront() {
   setHints();
   if (!panel_.isVisible()) {
+    context_.willShow();
     shownAt_ = context_.display.markNow();
     focused_ = false;
   }
@@ -140,6 +141,7 @@ void QtQueryWindow::makeKeyAndOrderFront() {
 
 void QtQueryWindow::orderOut() {
   panel_.hide();
+  context_.didHide();
   focused_ = false;
   publishArea();
   context_.display.flush();

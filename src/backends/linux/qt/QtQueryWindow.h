@@ -27,8 +27,8 @@ struct WindowCallbacks {
   std::function<void(uint32_t window)> activateWindow;
   /// The X server has given the query window the keyboard: keys that come from now on are delivered to it.
   std::function<void()> keyboardArrived;
-  /// A query window was made. It never counts as the window that the user works in.
-  std::function<void(uint32_t window)> queryWindowMade;
+  /// A query window or a message was made, which never counts as the window that the user works in.
+  std::function<void(uint32_t window)> passOver;
 };
 
 /// The query window: a managed window without decorations, in front of the others. Its X window and its first picture
@@ -41,6 +41,8 @@ class QtQueryWindow final : public QObject, public QueryWindowView {
     KeyTranslator& keys;
     QueryWindowArea& area;
     const WindowCallbacks& callbacks;
+    std::function<void()> willShow;
+    std::function<void()> didHide;
   };
   explicit QtQueryWindow(const Context& context);
   ~QtQueryWindow() override;

@@ -1,9 +1,13 @@
 #include "backends/linux/qt/QtViews.h"
 
 #include <QApplication>
+#include <QDialog>
+#include <QMetaObject>
 #include <QPointer>
+#include <QTimer>
 #include <QWidget>
 #include <algorithm>
+#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -18,6 +22,22 @@
 #include "platform/Queues.h"
 
 namespace jumplark {
+namespace {
+
+/// An action of the query has its click behind it by then.
+constexpr std::chrono::seconds kPauseOfAlerts{3};
+
+/// The message over the window that nobody has answered, over that the next one; the window itself without.
+QWidget& topmostOver(QWidget& window) {
+  for (const QDialog* dialog : window.findChildren<QDialog*>(Qt::FindDirectChildrenOnly)) {
+    if (dialog->isVisible() && dialog->isModal()) {
+      return topmostOver(const_cast<QDialog&>(*dialog));
+    }
+  }
+  return window;
+}
+
+}  // namespace
 
 // In the order in which each needs those before it.
 struct QtViews::Parts {
@@ -25,12 +45,22 @@ struct QtViews::Parts {
       : world(std::move(given)),
         geometry(world.screens),
         keys(world.x, display),
-        sheets({display, stack, geometry, world.screens, area}) {}
+        sheets({display, stack, geometry, world.screens, area}) {
+    alertsReturn.setSingleShot(true);
+    alertsReturn.setInterval(kPauseOfAlerts);
+    QObject::connect(&alertsReturn, &QTimer::timeout, &alertsReturn, [this] { showNextAlert(); });
+    focusEvents = display.addEventHandler([this](const xcb_generic_event_t& event) { passFocusOn(event); });
+  }
 
-  void bringToFront(QWidget& window) {
+  void bringToFront(QWidget& wanted) {
+    wanted.show();
+    wanted.raise();
+    // The message over a window has its keyboard; the window itself could do nothing with a key.
+    QWidget& window = topmostOver(wanted);
     window.show();
     window.raise();
     window.activateWindow();
+    latest = &window;
     // Over another connection: the window manager must have heard of the window by then.
     display.synchronize();
     if (world.callbacks.activateWindow) {
@@ -38,11 +68,46 @@ struct QtViews::Parts {
     }
   }
 
-  /// The oldest message that nobody has answered, unless it is there already.
+  /// Some window managers give the keyboard to a window that is clicked, whatever lies over it.
+  void passFocusOn(const xcb_generic_event_t& event) {
+    const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
+    const bool isGrab = focus.mode == XCB_NOTIFY_MODE_GRAB || focus.mode == XCB_NOTIFY_MODE_UNGRAB;
+    if ((event.response_type & 0x7F) != XCB_FOCUS_IN || isGrab || focus.detail == XCB_NOTIFY_DETAIL_POINTER) {
+      return;
+    }
+    QWidget* const window = QWidget::find(focus.event);
+    if (window != nullptr && &topmostOver(*window) != window) {
+      // Not before Qt has had the event too.
+      QMetaObject::invokeMethod(
+          window, [this, window] { bringToFront(*window); }, Qt::QueuedConnection);
+    }
+  }
+
+  bool isQuerying() const {
+    return std::ranges::any_of(queryWindows,
+                               [](const auto& window) { return !window.isNull() && window->isVisible(); });
+  }
+
+  /// The oldest message that nobody has answered, unless it is there already. While the user searches it waits.
   void showNextAlert() {
     std::erase_if(alerts, [](const auto& shown) { return shown.isNull(); });
-    if (!alerts.empty() && !alerts.front()->isVisible()) {
-      bringToFront(*alerts.front());
+    if (alerts.empty() || alerts.front()->isVisible() || isQuerying()) {
+      return;
+    }
+    AlertDialog& alert = *alerts.front();
+    if (world.callbacks.passOver) {
+      world.callbacks.passOver(static_cast<uint32_t>(alert.winId()));
+    }
+    alert.takesKeyboard() ? bringToFront(alert) : alert.show();
+  }
+
+  /// A message would get the click that is meant for what lies below it.
+  void letAlertsWait() {
+    alertsReturn.stop();
+    for (const auto& alert : alerts) {
+      if (alert && alert->isVisible()) {
+        alert->giveWay();
+      }
     }
   }
 
@@ -55,6 +120,9 @@ struct QtViews::Parts {
   OverlaySheets sheets;
   std::vector<QPointer<QtQueryWindow>> queryWindows;
   std::vector<QPointer<AlertDialog>> alerts;
+  QTimer alertsReturn;
+  Token focusEvents;
+  QPointer<QWidget> latest;  ///< the last one that was brought to the front
 };
 
 QtViews::QtViews(World world) : parts_(std::make_shared<Parts>(std::move(world))) {}
@@ -71,7 +139,8 @@ QtViews::~QtViews() {
 std::unique_ptr<QueryWindowView> QtViews::makeQueryWindow() {
   Parts& parts = *parts_;
   auto window = std::make_unique<QtQueryWindow>(
-      QtQueryWindow::Context{parts.display, parts.geometry, parts.keys, parts.area, parts.world.callbacks});
+      QtQueryWindow::Context{parts.display, parts.geometry, parts.keys, parts.area, parts.world.callbacks,
+                             [&parts] { parts.letAlertsWait(); }, [&parts] { parts.alertsReturn.start(); }});
   parts.queryWindows.emplace_back(window.get());
   return window;
 }
@@ -102,16 +171,23 @@ void QtViews::showAlert(const Alert& alert, std::function<void(int button)> chos
 }
 
 void QtViews::activateIgnoringOtherApps() {
-  const bool queried = std::ranges::any_of(parts_->queryWindows,
-                                           [](const auto& window) { return !window.isNull() && window->isVisible(); });
-  if (queried) {
+  if (parts_->isQuerying()) {
     return;  // it came to the front as it was shown, and another window would take its keyboard
   }
+  QWidget* last = nullptr;
   for (QWidget* window : QApplication::topLevelWidgets()) {
     const bool isPopup = window->windowType() == Qt::Popup || window->windowType() == Qt::ToolTip;
     if (window->isVisible() && !isPopup && !window->windowFlags().testFlag(Qt::BypassWindowManagerHint)) {
-      parts_->bringToFront(*window);
+      window->raise();
+      last = last == nullptr || window == parts_->latest ? window : last;
     }
+  }
+  const auto& alerts = parts_->alerts;
+  const auto waiting = std::ranges::find_if(
+      alerts, [](const auto& alert) { return alert && alert->isVisible() && alert->takesKeyboard(); });
+  last = waiting != alerts.end() ? waiting->data() : last;
+  if (last != nullptr) {
+    parts_->bringToFront(*last);
   }
 }
 
