@@ -3,7 +3,6 @@ include(GNUInstallDirs)
 
 set(JUMPLARK_MAINTAINER "Jumplark developers <jumplark@brindlefox.com>" CACHE STRING
     "Who looks after the package, as in a Debian control file")
-set(JUMPLARK_HOMEPAGE_URL "" CACHE STRING "The product's page, for the package's description; may be empty")
 # Of PROJECT_VERSION. Not the day of the build, so that the same sources give the same package.
 set(JUMPLARK_RELEASE_DATE "2026-11-20")
 set(JUMPLARK_RELEASE_DATE_RFC "Fri, 20 Nov 2026 12:00:00 +0000")

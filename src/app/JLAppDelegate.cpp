@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "app/JLPreferencesController.h"
-#include "app/JLStatusItemController.h"
 #include "app/ProductPages.h"
 #include "metrics/JLMetrics.h"
 #include "metrics/JLUsageTracker.h"
@@ -203,10 +202,19 @@ void JLAppDelegate::finishStart() {
       JLPreferencesController::Context{addresses_, !collectorAddress_.empty(), [this] { terminate(); }});
   engine_->setPreferencesWindow(preferences_.get());
   preferences_->setupPreferences();
-  statusItemController_ = std::make_unique<JLStatusItemController>(
-      JLStatusItemController::Actions{collaborators_.checkForUpdates, [this] { terminate(); }});
+  statusItemController_ = std::make_unique<JLStatusItemController>(menuActions());
   giveFocusBack();
   call(collaborators_.didStart);
+}
+
+JLStatusItemController::Actions JLAppDelegate::menuActions() {
+  const auto openQueryWindow = [this] {
+    if (!engine_->isActive().value()) {
+      engine_->hotkeyPressed();
+    }
+  };
+  return {openQueryWindow, addresses_.updateServer.empty() ? nullptr : collaborators_.checkForUpdates,
+          [this] { terminate(); }};
 }
 
 void JLAppDelegate::giveFocusBack() {
@@ -221,8 +229,12 @@ void JLAppDelegate::giveFocusBack() {
 
 bool JLAppDelegate::applicationShouldHandleReopenHasVisibleWindows(bool /*hasVisibleWindows*/) {
   showPreferences();
-  if (preferences_ && preferences_->window() != nullptr) {
-    preferences_->window()->showSheet(alreadyRunning(), {});
+  if (preferences_ && preferences_->window() != nullptr && !std::exchange(saysAlreadyRunning_, true)) {
+    preferences_->window()->showSheet(alreadyRunning(), [weak = std::weak_ptr(self_)](int) {
+      if (const auto self = weak.lock()) {
+        (*self)->saysAlreadyRunning_ = false;
+      }
+    });
   }
   return false;
 }

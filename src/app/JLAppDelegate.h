@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "app/JLStatusItemController.h"
 #include "app/ProductAddresses.h"
 #include "platform/Token.h"
 
@@ -11,7 +12,6 @@ namespace jumplark {
 
 class JLPreferencesController;
 class JLQueryEngine;
-class JLStatusItemController;
 class JLUsageTracker;
 
 /// Starts the program step by step, asks for what it cannot work without, greets a new user, and ends it in order. Owns
@@ -43,7 +43,8 @@ class JLAppDelegate {
   void applicationDidFinishLaunching();
   /// All the rest of the start, once a process.
   void showMainApplicationWindow();
-  /// The user has started the program again: shows the preferences and says why. False: nothing else is to be done.
+  /// The user has started the program again: shows the preferences and says why, once however often that happens until
+  /// the answer. False: nothing else is to be done.
   bool applicationShouldHandleReopenHasVisibleWindows(bool hasVisibleWindows);
   /// Writes the settings, then keeps what metrics are left.
   void applicationWillTerminate();
@@ -65,6 +66,7 @@ class JLAppDelegate {
   void setUpdateURL();
   void promptUserToReadDocumentation(const std::function<void()>& next);
   void finishStart();
+  JLStatusItemController::Actions menuActions();
   void giveFocusBack();
   std::string systemVersion() const;
   void terminate();
@@ -74,6 +76,7 @@ class JLAppDelegate {
   const Collaborators collaborators_;
   std::shared_ptr<JLAppDelegate*> self_;  ///< for answers that come after the end
   bool hasStarted_ = false;
+  bool saysAlreadyRunning_ = false;
   Token problems_;
   std::unique_ptr<JLUsageTracker> usageTracker_;
   std::unique_ptr<JLQueryEngine> engine_;

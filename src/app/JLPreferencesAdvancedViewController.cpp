@@ -70,6 +70,7 @@ void JLPreferencesAdvancedViewController::show() {
     model.layouts.push_back(layout.label());
   }
   model.selectedLayout = selectedLayout();
+  model.offersMetrics = hasCollector_;
   model.metricsCanChange = hasCollector_ && !isTrackingRefused();
   model.metricsEnabled = model.metricsCanChange && Platform::current().defaults->boolean(kMetricsKey);
   if (!hasCollector_) {
@@ -79,8 +80,11 @@ void JLPreferencesAdvancedViewController::show() {
     model.metricsNote = localized("DO_NOT_TRACK is set in the environment: nothing is collected and nothing is sent.");
   } else {
     model.metricsNote = localized(
-        "How often and how fast it is used, never what you type or what is on your screen. A change takes effect the "
-        "next time Jumplark starts.");
+        "Sent are how often and how fast it is used, in which applications (by their ids) and on elements of what kind "
+        "and size, with an identifier of this installation and one of each run, the language, the system's version, "
+        "and "
+        "this computer's processor and memory; never what you type or the texts on your screen. A change takes effect "
+        "the next time Jumplark starts.");
   }
   model.metricsLink = addresses_.metricsExplanation;
   view_->setAdvancedPane(model);

@@ -8,15 +8,12 @@
 
 #include "app/ShortcutRecord.h"
 #include "platform/Defaults.h"
-#include "platform/Input.h"
 #include "platform/Platform.h"
 #include "platform/Texts.h"
 #include "platform/Views.h"
 
 namespace jumplark {
 namespace {
-
-constexpr Shortcut kDefaultShortcut{key_code::space, modifier_flag::command | modifier_flag::shift};
 
 std::atomic<JLPreferencesController*> theSharedInstance{nullptr};
 
@@ -65,9 +62,9 @@ void JLPreferencesController::registerShortcut() {
       spdlog::warn(
           "\"{}\" in the settings is no shortcut (a function key, or a key with Super, Control or Alt); {} takes "
           "its place",
-          activationShortcutKey, Platform::current().shortcuts->describe(kDefaultShortcut));
+          activationShortcutKey, Platform::current().shortcuts->describe(standardShortcut));
     }
-    defaults.setValue(activationShortcutKey, recordOfShortcut(kDefaultShortcut));
+    defaults.setValue(activationShortcutKey, recordOfShortcut(standardShortcut));
     defaults.synchronize();
   }
   binding_ = std::make_unique<JLShortcutBinding>(activationShortcutKey, activationShortcutPressed_);

@@ -7,6 +7,8 @@
 #include "app/JLPreferencesWindowController.h"
 #include "app/JLShortcutBinding.h"
 #include "app/ProductAddresses.h"
+#include "platform/GlobalShortcuts.h"
+#include "platform/Input.h"
 #include "query/engine/PreferencesWindow.h"
 
 namespace jumplark {
@@ -16,6 +18,7 @@ namespace jumplark {
 class JLPreferencesController final : public PreferencesWindow {
  public:
   static constexpr const char* activationShortcutKey = "ActivationShortcut";
+  static constexpr Shortcut standardShortcut{key_code::space, modifier_flag::command | modifier_flag::shift};
 
   struct Context {
     ProductAddresses addresses;

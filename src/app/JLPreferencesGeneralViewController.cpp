@@ -4,31 +4,41 @@
 
 #include "app/JLPreferencesController.h"
 #include "app/JLStatusItemController.h"
+#include "app/JLUpdateChecker.h"
 #include "platform/Defaults.h"
 #include "platform/Platform.h"
 #include "platform/Texts.h"
 
 namespace jumplark {
+namespace {
 
-JLPreferencesGeneralViewController::JLPreferencesGeneralViewController(std::function<Token()> suspendShortcut)
-    : suspendShortcut_(std::move(suspendShortcut)) {}
+/// The query window comes back after an action.
+constexpr const char* kStaysOpenKey = "ModalModeEnabled";
+
+}  // namespace
+
+JLPreferencesGeneralViewController::JLPreferencesGeneralViewController(std::function<Token()> suspendShortcut,
+                                                                       bool hasUpdateServer)
+    : suspendShortcut_(std::move(suspendShortcut)), hasUpdateServer_(hasUpdateServer) {}
 
 JLPreferencesGeneralViewController::~JLPreferencesGeneralViewController() = default;
 
 void JLPreferencesGeneralViewController::loadView(PreferencesWindowView& view) {
   view_ = &view;
-  icon_ = Platform::current().defaults->observe(JLStatusItemController::showIconKey,
-                                                [this](const DefaultsValue&) { show(); });
+  for (const char* key : {JLStatusItemController::showIconKey, kStaysOpenKey, JLUpdateChecker::automaticKey}) {
+    settings_.push_back(Platform::current().defaults->observe(key, [this](const DefaultsValue&) { show(); }));
+  }
   launch_ = login_.launchAtLogin().observe().subscribe([this](bool) { show(); });
 }
 
 void JLPreferencesGeneralViewController::viewWillAppear() {
   if (!shortcutView_) {
     shortcutView_ = std::make_unique<ShortcutRecorder>(
-        JLPreferencesController::activationShortcutKey,
+        JLPreferencesController::activationShortcutKey, JLPreferencesController::standardShortcut,
         ShortcutRecorder::Hooks{suspendShortcut_, [this] { show(); },
                                 [this](const Alert& refusal) { view_->showSheet(refusal, {}); }});
   }
+  login_.update();
   show();
 }
 
@@ -47,6 +57,14 @@ void JLPreferencesGeneralViewController::setLaunchAtLogin(bool launch) {
   show();
 }
 
+void JLPreferencesGeneralViewController::setStaysOpen(bool stays) {
+  Platform::current().defaults->setValue(kStaysOpenKey, stays);
+}
+
+void JLPreferencesGeneralViewController::setLooksForUpdates(bool looks) {
+  Platform::current().defaults->setValue(JLUpdateChecker::automaticKey, looks);
+}
+
 void JLPreferencesGeneralViewController::show() {
   const Platform& platform = Platform::current();
   GeneralPaneModel model;
@@ -57,6 +75,9 @@ void JLPreferencesGeneralViewController::show() {
   model.iconNote = platform.appViews->hasStatusBar() ? "" : localized("This desktop shows no such icons now.");
   model.launchesAtLogin = login_.launchAtLogin().value();
   model.loginNote = loginProblem_;
+  model.staysOpen = platform.defaults->boolean(kStaysOpenKey);
+  model.offersUpdates = hasUpdateServer_;
+  model.looksForUpdates = platform.defaults->boolean(JLUpdateChecker::automaticKey);
   view_->setGeneralPane(model);
 }
 

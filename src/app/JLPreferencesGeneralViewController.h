@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "app/JLPreferencesPane.h"
 #include "app/LaunchAtLoginController.h"
@@ -11,11 +12,11 @@
 
 namespace jumplark {
 
-/// The activation shortcut, the icon in the panel, and the start at login.
+/// The activation shortcut, the icon in the panel, the start at login, what follows a click, and the look for updates.
 class JLPreferencesGeneralViewController final : public JLPreferencesPane {
  public:
   /// `suspendShortcut` lets the registered shortcut go for as long as the token lives.
-  explicit JLPreferencesGeneralViewController(std::function<Token()> suspendShortcut);
+  JLPreferencesGeneralViewController(std::function<Token()> suspendShortcut, bool hasUpdateServer);
   ~JLPreferencesGeneralViewController() override;
 
   std::string identifier() const override { return textForLater("General"); }
@@ -29,16 +30,19 @@ class JLPreferencesGeneralViewController final : public JLPreferencesPane {
   ShortcutRecorder* shortcutView() const { return shortcutView_.get(); }
   void setShowsMenuBarIcon(bool shows);
   void setLaunchAtLogin(bool launch);
+  void setStaysOpen(bool stays);
+  void setLooksForUpdates(bool looks);
 
  private:
   void show();
 
   std::function<Token()> suspendShortcut_;
+  const bool hasUpdateServer_;
   PreferencesWindowView* view_ = nullptr;
   LaunchAtLoginController login_;
   std::string loginProblem_;
   std::unique_ptr<ShortcutRecorder> shortcutView_;
-  Token icon_;
+  std::vector<Token> settings_;
   Token launch_;
 };
 

@@ -14,8 +14,6 @@
 namespace jumplark {
 namespace {
 
-constexpr const char* kNoAddress = textForLater("This build has no address for it.");
-
 HelpPaneModel::Finding findingOf(const DesktopServices::HealthFinding& found) {
   using From = DesktopServices::HealthFinding::Level;
   using To = HelpPaneModel::Finding::Level;
@@ -31,10 +29,18 @@ JLPreferencesHelpViewController::JLPreferencesHelpViewController(ProductAddresse
 JLPreferencesHelpViewController::~JLPreferencesHelpViewController() = default;
 
 void JLPreferencesHelpViewController::viewWillAppear() {
-  model_.buttons = {
-      {localized("Open documentation"), hasGettingStarted(addresses_) ? "" : localized(kNoAddress)},
-      {localized("Open support page"), addresses_.support.empty() ? localized(kNoAddress) : ""},
-      {localized("Tell others about Jumplark"), addresses_.composeMessage.empty() ? localized(kNoAddress) : ""}};
+  using Self = JLPreferencesHelpViewController;
+  model_.buttons.clear();
+  effects_.clear();
+  const auto offer = [this](bool leadsSomewhere, const char* title, void (Self::*effect)()) {
+    if (leadsSomewhere) {
+      model_.buttons.emplace_back(title);
+      effects_.push_back(effect);
+    }
+  };
+  offer(hasGettingStarted(addresses_), localized("Open documentation"), &Self::openDocumentation);
+  offer(!addresses_.support.empty(), localized("Open support page"), &Self::openSupportPage);
+  offer(!addresses_.composeMessage.empty(), localized("Tell others about Jumplark"), &Self::openTweetCompose);
   checkHealth();
 }
 
@@ -57,15 +63,8 @@ void JLPreferencesHelpViewController::openURL(const std::string& url) {
 }
 
 void JLPreferencesHelpViewController::pressButton(size_t index) {
-  switch (index) {
-    case 0:
-      return openDocumentation();
-    case 1:
-      return openSupportPage();
-    case 2:
-      return openTweetCompose();
-    default:
-      return;
+  if (index < effects_.size()) {
+    (this->*effects_[index])();
   }
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "app/JLPreferencesPane.h"
 #include "app/ProductAddresses.h"
@@ -11,7 +12,7 @@ namespace jumplark {
 
 class TaskQueue;
 
-/// Three buttons that lead to pages, and how the desktop stands with all that the program needs.
+/// Buttons that lead to pages, where there are such, and how the desktop stands with all that the program needs.
 class JLPreferencesHelpViewController final : public JLPreferencesPane {
  public:
   explicit JLPreferencesHelpViewController(ProductAddresses addresses);
@@ -26,7 +27,7 @@ class JLPreferencesHelpViewController final : public JLPreferencesPane {
   void openSupportPage();
   void openTweetCompose();
   void openURL(const std::string& url);
-  /// The buttons' effects in their order.
+  /// The effects of the buttons that show, in their order.
   void pressButton(size_t index);
   /// Looks at the desktop, in the background; one look at a time.
   void checkHealth();
@@ -37,7 +38,8 @@ class JLPreferencesHelpViewController final : public JLPreferencesPane {
   const ProductAddresses addresses_;
   PreferencesWindowView* view_ = nullptr;
   HelpPaneModel model_;
-  std::shared_ptr<JLPreferencesHelpViewController*> self_;  ///< for what comes after the end
+  std::vector<void (JLPreferencesHelpViewController::*)()> effects_;  ///< of the model's buttons
+  std::shared_ptr<JLPreferencesHelpViewController*> self_;            ///< for what comes after the end
   std::shared_ptr<TaskQueue> queue_;
 };
 

@@ -8,9 +8,10 @@
 namespace jumplark {
 
 JLPreferencesWindowController::JLPreferencesWindowController(const Context& context)
-    : general_(context.suspendShortcut),
+    : general_(context.suspendShortcut, !context.addresses.updateServer.empty()),
       advanced_(context.addresses, context.hasCollector),
       help_(context.addresses),
+      about_(context.addresses.homepage),
       panes_{&general_, &advanced_, &usage_, nullptr, &help_, &about_} {
   view_ = Platform::current().appViews->makePreferencesWindow(localized("Jumplark Preferences"), descriptions());
   if (!view_) {
@@ -77,6 +78,12 @@ void JLPreferencesWindowController::recorderClicked() {
 void JLPreferencesWindowController::recorderClearClicked() {
   if (ShortcutRecorder* const recorder = general_.shortcutView()) {
     recorder->clear();
+  }
+}
+
+void JLPreferencesWindowController::recorderResetClicked() {
+  if (ShortcutRecorder* const recorder = general_.shortcutView()) {
+    recorder->reset();
   }
 }
 

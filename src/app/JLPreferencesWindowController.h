@@ -44,15 +44,19 @@ class JLPreferencesWindowController final : private PreferencesViewDelegate {
   void paneDidDisappear(const std::string& identifier) override;
   void recorderClicked() override;
   void recorderClearClicked() override;
+  void recorderResetClicked() override;
   void recorderKeyDown(const KeyEvent& event) override;
   void recorderLostKeyboard() override;
   void showIconToggled(bool on) override { general_.setShowsMenuBarIcon(on); }
   void launchAtLoginToggled(bool on) override { general_.setLaunchAtLogin(on); }
+  void staysOpenToggled(bool on) override { general_.setStaysOpen(on); }
+  void updatesToggled(bool on) override { general_.setLooksForUpdates(on); }
   void layoutChosen(size_t index) override { advanced_.chooseLayout(index); }
   void metricsToggled(bool on) override { advanced_.setMetricsEnabled(on); }
   void metricsLinkClicked() override { advanced_.openMetricsLink(); }
   void helpButtonClicked(size_t index) override { help_.pressButton(index); }
   void healthRequested() override { help_.checkHealth(); }
+  void aboutLinkClicked() override { about_.openLink(); }
 
   std::unique_ptr<PreferencesWindowView> view_;
   JLPreferencesGeneralViewController general_;

@@ -2,9 +2,12 @@
 
 #include <chrono>
 #include <utility>
+#include <vector>
 
 #include "app/JLPreferencesController.h"
+#include "app/ShortcutRecord.h"
 #include "platform/Defaults.h"
+#include "platform/GlobalShortcuts.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
 #include "platform/Texts.h"
@@ -23,7 +26,8 @@ Alert noStatusBar() {
           localized("Jumplark is running, but this desktop has no place for its icon.\n\nTo open the preferences, "
                     "start Jumplark again, "
                     "or activate Jumplark and hit Command+, (the Command key is Super here)."),
-          {localized("OK")}};
+          {localized("OK")},
+          false};
 }
 
 }  // namespace
@@ -39,6 +43,11 @@ void JLStatusItemController::bindToDefaults() {
   Defaults& defaults = *Platform::current().defaults;
   observation_ = defaults.observe(
       showIconKey, [this](const DefaultsValue&) { follow(Platform::current().defaults->boolean(showIconKey)); });
+  shortcut_ = defaults.observe(JLPreferencesController::activationShortcutKey, [this](const DefaultsValue&) {
+    if (statusItem_) {
+      setupMenu();
+    }
+  });
   follow(defaults.boolean(showIconKey));
 }
 
@@ -57,14 +66,22 @@ void JLStatusItemController::setupStatusItem() {
 }
 
 void JLStatusItemController::setupMenu() {
-  statusItem_->setMenu("Jumplark", {{localized("About"), [this] { showAbout(); }},
-                                    {localized("Help..."), [this] { showHelp(); }},
-                                    {localized("Check for updates..."), [this] { checkForUpdates(); }},
+  const Platform& platform = Platform::current();
+  const auto shortcut = shortcutFromRecord(platform.defaults->value(JLPreferencesController::activationShortcutKey));
+  std::vector<MenuEntry> entries = {{localized("Open the query window"), [this] { openQueryWindow(); },
+                                     shortcut ? platform.shortcuts->describe(*shortcut) : std::string()},
                                     {},
-                                    {localized("Preferences..."), [this] { showPreferences(); }},
-                                    {localized("Usage..."), [this] { showUsage(); }},
-                                    {},
-                                    {localized("Quit"), [this] { quit(); }}});
+                                    {localized("About"), [this] { showAbout(); }},
+                                    {localized("Help..."), [this] { showHelp(); }}};
+  if (actions_.checkForUpdates) {
+    entries.push_back({localized("Check for updates..."), [this] { checkForUpdates(); }});
+  }
+  entries.insert(entries.end(), {{},
+                                 {localized("Preferences..."), [this] { showPreferences(); }},
+                                 {localized("Usage..."), [this] { showUsage(); }},
+                                 {},
+                                 {localized("Quit"), [this] { quit(); }}});
+  statusItem_->setMenu("Jumplark", std::move(entries));
 }
 
 void JLStatusItemController::removeStatusItem() {
@@ -81,6 +98,12 @@ void JLStatusItemController::tellWhenThereIsNoStatusBar() {
     platform.defaults->setValue(kToldKey, true);
     platform.views->showAlert(noStatusBar(), {});
   });
+}
+
+void JLStatusItemController::openQueryWindow() {
+  if (actions_.openQueryWindow) {
+    actions_.openQueryWindow();
+  }
 }
 
 void JLStatusItemController::showAbout() {

@@ -17,7 +17,8 @@ class JLStatusItemController {
   static constexpr const char* showIconKey = "ShowMenuBarIcon";
 
   struct Actions {
-    std::function<void()> checkForUpdates;
+    std::function<void()> openQueryWindow;  ///< over the application that was in front when the menu opened
+    std::function<void()> checkForUpdates;  ///< null in a build that cannot; then the menu does not offer it
     std::function<void()> quit;
   };
 
@@ -34,6 +35,7 @@ class JLStatusItemController {
   void setupMenu();
   void removeStatusItem();
 
+  void openQueryWindow();
   void showAbout();
   void showHelp();
   void checkForUpdates();
@@ -49,6 +51,7 @@ class JLStatusItemController {
   std::shared_ptr<JLStatusItemController*> self_;  ///< for what comes after the end
   std::unique_ptr<StatusItemView> statusItem_;
   Token observation_;
+  Token shortcut_;
 };
 
 }  // namespace jumplark

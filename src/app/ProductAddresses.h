@@ -14,6 +14,7 @@ struct ProductAddresses {
   std::string composeMessage;       ///< composes a public short message to the product's account
   std::string updateServer;         ///< without the path
   std::string crashCollector = {};  ///< takes crash reports that the user sends
+  std::string homepage = {};        ///< the product's page
 
   static ProductAddresses builtIn();
 };

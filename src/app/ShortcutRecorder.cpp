@@ -27,8 +27,8 @@ Alert refusalOf(const std::string& combination) {
 
 }  // namespace
 
-ShortcutRecorder::ShortcutRecorder(std::string defaultsKey, Hooks hooks)
-    : defaultsKey_(std::move(defaultsKey)), hooks_(std::move(hooks)) {
+ShortcutRecorder::ShortcutRecorder(std::string defaultsKey, const Shortcut& standard, Hooks hooks)
+    : defaultsKey_(std::move(defaultsKey)), standard_(standard), hooks_(std::move(hooks)) {
   observation_ =
       Platform::current().defaults->observe(defaultsKey_, [this](const DefaultsValue&) { hooks_.changed(); });
 }
@@ -43,6 +43,7 @@ RecorderModel ShortcutRecorder::model() const {
   const std::optional<Shortcut> current = shortcut();
   RecorderModel model;
   model.isRecording = isRecording_;
+  model.hint = hint_;
   if (isRecording_) {
     model.text = current ? localized("Type New Shortcut") : localized("Type Shortcut");
     model.toolTip = model.text;
@@ -54,6 +55,9 @@ RecorderModel ShortcutRecorder::model() const {
   model.toolTip = localized("Click to record new shortcut");
   model.canClear = current.has_value();
   model.clearToolTip = localized("Delete shortcut");
+  if (current != standard_) {
+    model.resetTitle = localizedFormat("Use {}", Platform::current().shortcuts->describe(standard_));
+  }
   return model;
 }
 
@@ -63,6 +67,7 @@ void ShortcutRecorder::click() {
     return;
   }
   isRecording_ = true;
+  hint_.clear();
   suspension_ = hooks_.suspendShortcut();
   hooks_.changed();
 }
@@ -75,11 +80,17 @@ void ShortcutRecorder::clear() {
   }
 }
 
+void ShortcutRecorder::reset() {
+  stop();
+  record(standard_);
+}
+
 void ShortcutRecorder::stop() {
   if (!isRecording_) {
     return;
   }
   isRecording_ = false;
+  hint_.clear();
   suspension_.reset();
   hooks_.changed();
 }
@@ -97,15 +108,28 @@ void ShortcutRecorder::keyDown(const KeyEvent& event) {
   } else if (isUsableShortcut(pressed)) {
     record(pressed);
   } else {
-    Platform::current().input->beep();
+    refuse(localizedFormat("{} would be taken from every other program. Hold Control, Alt or Super as well.",
+                           Platform::current().shortcuts->describe(pressed)));
   }
+}
+
+void ShortcutRecorder::refuse(const std::string& reason) {
+  hint_ = reason;
+  Platform::current().input->beep();
+  hooks_.changed();
 }
 
 void ShortcutRecorder::record(const Shortcut& shortcut) {
   GlobalShortcuts& shortcuts = *Platform::current().shortcuts;
-  if (shortcut != this->shortcut() && shortcuts.probe(shortcut) == ShortcutState::taken) {
+  const ShortcutState state = shortcut == this->shortcut() ? ShortcutState::registered : shortcuts.probe(shortcut);
+  const std::string name = shortcuts.describe(shortcut);
+  if (state == ShortcutState::noSuchKey) {
+    refuse(localizedFormat("This keyboard has no such key now, so {} cannot open Jumplark.", name));
+    return;
+  }
+  if (state == ShortcutState::taken) {
     stop();
-    hooks_.refuse(refusalOf(shortcuts.describe(shortcut)));
+    hooks_.refuse(refusalOf(name));
     return;
   }
   store(shortcut);
@@ -113,6 +137,7 @@ void ShortcutRecorder::record(const Shortcut& shortcut) {
 }
 
 void ShortcutRecorder::store(const std::optional<Shortcut>& shortcut) {
+  hint_.clear();
   Defaults& defaults = *Platform::current().defaults;
   defaults.setValue(defaultsKey_, shortcut ? recordOfShortcut(*shortcut) : DefaultsValue());
   defaults.synchronize();

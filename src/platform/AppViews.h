@@ -15,6 +15,7 @@ namespace jumplark {
 struct MenuEntry {
   std::string title;
   std::function<void()> chosen;  ///< called on the main queue
+  std::string shortcut = {};     ///< shown beside it, as GlobalShortcuts::describe() writes it; empty for none
 };
 
 /// How the program's icon in the panel looks. Images are named as in an icon theme.
@@ -49,6 +50,8 @@ struct RecorderModel {
   bool isRecording = false;
   bool canClear = false;  ///< there is a second, smaller button
   std::string clearToolTip;
+  std::string resetTitle;  ///< of a button that brings the standard shortcut back; empty for none
+  std::string hint;        ///< why the last key was not taken; empty for nothing
   bool operator==(const RecorderModel&) const = default;
 };
 
@@ -58,12 +61,16 @@ struct GeneralPaneModel {
   std::string iconNote;
   bool launchesAtLogin = false;
   std::string loginNote;
+  bool staysOpen = false;
+  bool offersUpdates = false;  ///< there is a switch for the next one
+  bool looksForUpdates = false;
   bool operator==(const GeneralPaneModel&) const = default;
 };
 
 struct AdvancedPaneModel {
   std::vector<std::string> layouts;  ///< the first stands for "none"
   size_t selectedLayout = 0;
+  bool offersMetrics = false;  ///< there is a switch for them
   bool metricsEnabled = false;
   bool metricsCanChange = false;
   std::string metricsNote;
@@ -86,11 +93,6 @@ struct UsagePaneModel {
 };
 
 struct HelpPaneModel {
-  struct Button {
-    std::string title;
-    std::string note;  ///< why it is disabled; empty when it is not
-    bool operator==(const Button&) const = default;
-  };
   struct Finding {
     enum class Level { ok, warning, failure };
     Level level = Level::ok;
@@ -99,7 +101,7 @@ struct HelpPaneModel {
     std::string remedy;  ///< empty when all is well
     bool operator==(const Finding&) const = default;
   };
-  std::vector<Button> buttons;
+  std::vector<std::string> buttons;
   bool isChecking = false;
   std::vector<Finding> health;
   bool operator==(const HelpPaneModel&) const = default;
@@ -109,6 +111,8 @@ struct AboutPaneModel {
   std::string name;
   std::string version;
   std::string summary;
+  std::string licence;
+  std::string link;  ///< text and target; empty for none
   bool operator==(const AboutPaneModel&) const = default;
 };
 
@@ -122,6 +126,7 @@ class PreferencesViewDelegate {
 
   virtual void recorderClicked() = 0;
   virtual void recorderClearClicked() = 0;
+  virtual void recorderResetClicked() = 0;
   /// While it is recording: a key that is no modifier.
   virtual void recorderKeyDown(const KeyEvent& event) = 0;
   /// The recorder no longer gets the keys.
@@ -129,11 +134,14 @@ class PreferencesViewDelegate {
 
   virtual void showIconToggled(bool on) = 0;
   virtual void launchAtLoginToggled(bool on) = 0;
+  virtual void staysOpenToggled(bool on) = 0;
+  virtual void updatesToggled(bool on) = 0;
   virtual void layoutChosen(size_t index) = 0;
   virtual void metricsToggled(bool on) = 0;
   virtual void metricsLinkClicked() = 0;
   virtual void helpButtonClicked(size_t index) = 0;
   virtual void healthRequested() = 0;
+  virtual void aboutLinkClicked() = 0;
 };
 
 /// The one preferences window: a row of buttons, one a pane, above the chosen pane. It stays on screen when the program
@@ -148,7 +156,8 @@ class PreferencesWindowView {
   virtual bool isVisible() const = 0;
   virtual void selectPane(const std::string& identifier) = 0;
   virtual std::string selectedPane() const = 0;
-  /// A message that belongs to this window. Calls back like Views::showAlert.
+  /// A message that belongs to this window: it keeps the keyboard from the window, and goes with it. One at a time, in
+  /// their order. Calls back like Views::showAlert.
   virtual void showSheet(const Alert& alert, std::function<void(int button)> chosen) = 0;
 
   virtual void setGeneralPane(const GeneralPaneModel& model) = 0;

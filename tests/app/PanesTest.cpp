@@ -3,6 +3,7 @@
 #include "app/AppFixture.h"
 #include "app/ShortcutRecord.h"
 #include "platform/Input.h"
+#include "query/engine/JLQueryEngine.h"
 #include "streams/NotificationCenter.h"
 
 namespace jumplark::testing {
@@ -53,6 +54,7 @@ TEST_F(Panes, WhereThereIsNoPlaceForAnIconThatIsSaidOnce) {
   run(1min);
   ASSERT_EQ(alerts().size(), 1U);
   EXPECT_THAT(alerts()[0].text, HasSubstr("start Jumplark again"));
+  EXPECT_FALSE(alerts()[0].takesKeyboard) << "the user types on meanwhile";
   answer(0);
   show("General");
   EXPECT_EQ(preferences().general.iconNote, "This desktop shows no such icons now.");
@@ -87,12 +89,23 @@ TEST_F(Panes, TheRecorderSaysWhatItDoesAndRefusesWhatIsTaken) {
 
   desktop->shortcuts().setTaken(wanted, false);
   user().recorderClicked();
-  press(kJ, modifier_flag::shift);  // not enough for a shortcut
+  const Shortcut typing{kJ, modifier_flag::shift};
+  press(typing.keyCode, typing.modifierFlags);
   EXPECT_TRUE(preferences().general.recorder.isRecording);
+  EXPECT_THAT(preferences().general.recorder.hint, HasSubstr(desktop->shortcuts().describe(typing)));
+  desktop->shortcuts().setKeyMissing(kJ + 1);
+  press(kJ + 1, modifier_flag::command);
+  EXPECT_THAT(preferences().general.recorder.hint, HasSubstr("This keyboard has no such key now"));
+  EXPECT_EQ(preferences().general.recorder.resetTitle, "");
   press(wanted.keyCode, wanted.modifierFlags);
+  EXPECT_EQ(preferences().general.recorder.hint, "");
   EXPECT_FALSE(preferences().general.recorder.isRecording);
   EXPECT_EQ(stored(), wanted);
   EXPECT_TRUE(desktop->shortcuts().press(wanted));
+  EXPECT_EQ(preferences().general.recorder.resetTitle, "Use " + standard);
+  user().recorderResetClicked();
+  EXPECT_EQ(stored(), JLPreferencesController::standardShortcut);
+  EXPECT_EQ(preferences().general.recorder.resetTitle, "");
 
   const std::pair<int64_t, bool> endings[] = {{key_code::escape, true}, {key_code::backspace, false}};
   for (const auto& [key, keeps] : endings) {
@@ -112,6 +125,9 @@ TEST_F(Panes, SwitchesFollowTheSettingsWhoeverChangesThem) {
   desktop->inputSources().setLayouts({{"us", "English"}, {"de", "German"}});
   show("Advanced");
   EXPECT_TRUE(preferences().advanced.metricsEnabled);
+  for (const char* sent : {"applications (by their ids)", "identifier of this installation", "processor"}) {
+    EXPECT_THAT(preferences().advanced.metricsNote, HasSubstr(sent));
+  }
   EXPECT_EQ(preferences().advanced.metricsLink, addresses.metricsExplanation);
   user().metricsLinkClicked();
   EXPECT_THAT(desktop->services().opened, ElementsAre(addresses.metricsExplanation));
@@ -129,6 +145,23 @@ TEST_F(Panes, SwitchesFollowTheSettingsWhoeverChangesThem) {
   EXPECT_EQ(preferences().advanced.selectedLayout, 1U);
 
   show("General");
+  const struct {
+    const char* key;
+    void (PreferencesViewDelegate::*toggled)(bool on);
+    bool GeneralPaneModel::*shown;
+  } switches[] = {
+      {"ShowMenuBarIcon", &PreferencesViewDelegate::showIconToggled, &GeneralPaneModel::showsIcon},
+      {"ModalModeEnabled", &PreferencesViewDelegate::staysOpenToggled, &GeneralPaneModel::staysOpen},
+      {"CheckForUpdates", &PreferencesViewDelegate::updatesToggled, &GeneralPaneModel::looksForUpdates},
+  };
+  for (const auto& [key, toggled, shown] : switches) {
+    const bool before = preferences().general.*shown;
+    (user().*toggled)(!before);
+    run();
+    EXPECT_EQ(desktop->defaults().storedValue(key), !before) << key;
+    set(key, before);
+    EXPECT_EQ(preferences().general.*shown, before) << key;
+  }
   user().launchAtLoginToggled(true);
   user().launchAtLoginToggled(true);
   EXPECT_EQ(desktop->loginItem().entries, 1);
@@ -153,9 +186,49 @@ TEST_F(Panes, SayWhyNoMetricsAreSent) {
     show("Advanced");
     EXPECT_FALSE(preferences().advanced.metricsEnabled);
     EXPECT_FALSE(preferences().advanced.metricsCanChange);
+    EXPECT_EQ(preferences().advanced.offersMetrics, !collector.empty());
     EXPECT_THAT(preferences().advanced.metricsNote, HasSubstr(example.note));
     app->applicationWillTerminate();
     app.reset();
+  }
+}
+
+TEST_F(Panes, OfferOnlyWhatTheBuildHasAnAddressFor) {
+  addresses.homepage = "https://example.org/";
+  show("About");
+  EXPECT_EQ(preferences().about.link, addresses.homepage);
+  EXPECT_THAT(preferences().about.licence, HasSubstr("MIT"));
+  user().aboutLinkClicked();
+  EXPECT_THAT(desktop->services().opened, ElementsAre(addresses.homepage));
+  show("General");
+  EXPECT_TRUE(preferences().general.offersUpdates);
+  EXPECT_TRUE(desktop->appViews().choose("Check for updates..."));
+  run();
+  EXPECT_EQ(steps.back(), "check for updates");
+  app->applicationWillTerminate();
+  app.reset();
+
+  addresses = {};
+  show("Help");
+  EXPECT_THAT(preferences().help.buttons, IsEmpty());
+  show("About");
+  EXPECT_EQ(preferences().about.link, "");
+  show("General");
+  EXPECT_FALSE(preferences().general.offersUpdates);
+  EXPECT_FALSE(desktop->appViews().choose("Check for updates..."));
+}
+
+TEST_F(Panes, TheIconsMenuOpensTheQueryWindowOverTheApplicationInFront) {
+  launchWelcomed();
+  const auto shortcutShown = [this] { return desktop->appViews().statusItems().at(0)->menu.at(0).shortcut; };
+  EXPECT_EQ(shortcutShown(), "Super+Shift+Space");
+  set("ActivationShortcut", recordOfShortcut({kJ, modifier_flag::command}));
+  EXPECT_EQ(shortcutShown(), desktop->shortcuts().describe({kJ, modifier_flag::command}));
+  for (int times = 0; times < 2; ++times) {
+    ASSERT_TRUE(desktop->appViews().choose("Open the query window"));
+    run(1s);
+    ASSERT_TRUE(app->engine()->isActive().value()) << "it does not close it";
+    EXPECT_EQ(app->engine()->currentApp().value()->pid, 501);
   }
 }
 
@@ -169,9 +242,8 @@ TEST_F(Panes, HelpOpensWhatThereIsAndShowsWhatIsWrongFirst) {
   EXPECT_EQ(help.health[0].name, "b");
   EXPECT_EQ(help.health[0].remedy, "mend it");
   EXPECT_FALSE(help.isChecking);
-  EXPECT_EQ(help.buttons[0].note, "");
-  EXPECT_NE(help.buttons[1].note, "");
-  for (size_t button = 0; button < 4; ++button) {
+  EXPECT_THAT(help.buttons, ElementsAre("Open documentation", "Tell others about Jumplark"));
+  for (size_t button = 0; button < 3; ++button) {
     user().helpButtonClicked(button);
   }
   EXPECT_THAT(desktop->services().opened, ElementsAre(addresses.gettingStarted, addresses.composeMessage));

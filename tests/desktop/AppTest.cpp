@@ -40,6 +40,9 @@ TEST(App, greetsAtTheFirstStartKeepsItsSettingsPrivateAndEndsWhenAsked) {
                             "read the README to get the most out of Jumplark."));
   EXPECT_TRUE(windows.shows("push button", "No, thanks."));
   EXPECT_EQ(first.out().find(kReady), std::string::npos);
+  // A shortcut is not for its buttons: the last key of this one would press the one that has the keyboard.
+  session.keys({"key", RunningProgram::kShortcut, "Tab", RunningProgram::kShortcut, "shift+Tab"});
+  EXPECT_TRUE(windows.waitForState("push button", "Open README in browser", "focused"));
   windows.click("push button", "Open README in browser");
   EXPECT_TRUE(waitUntilReady(first)) << first.err();
   EXPECT_TRUE(waitUntil([&] { return fakes.callOf("xdg-open").has_value(); }));
@@ -97,8 +100,10 @@ TEST(App, saysWhereTheGuideIsWhereNothingShowsIt) {
   EXPECT_FALSE(windows.shows("label", "No program on this desktop shows it."));
 }
 
-TEST(App, startedAgainItOpensThePreferencesInsteadOfASecondQuery) {
-  Desktop desktop;
+class StartedAgain : public testing::TestWithParam<WindowManager> {};
+
+TEST_P(StartedAgain, itOpensThePreferencesWithOneMessageThatHasTheKeyboard) {
+  Desktop desktop(GetParam());
   AppWindows windows(desktop.session);
   const DemoProgram demo(desktop.session);
   RunningProgram program(desktop.session, {{"ShowMenuBarIcon", false}});
@@ -111,13 +116,30 @@ TEST(App, startedAgainItOpensThePreferencesInsteadOfASecondQuery) {
                             "We've opened up the preferences for you in case you forgot the activation "
                             "shortcut.\n\nYou can always access the preferences by activating Jumplark, then hitting "
                             "Command+,"));
-  EXPECT_TRUE(waitUntil([&] {
-    const auto query = windows.find("text", "What to click");
-    return !query;
-  })) << "the query window is still there";
-  windows.click("push button", "OK");
-  EXPECT_TRUE(windows.waitUntilGone("label", "Jumplark is already running!"));
-  EXPECT_TRUE(windows.shows("check box", "General"));
+  EXPECT_TRUE(waitUntil([&] { return !windows.find("text", "What to click"); })) << "the query window is still there";
+
+  const auto isInFront = [&](const std::string& title) {
+    const auto window = desktop.session.findWindow([&](const auto& each) { return each.title == title; });
+    return window && desktop.session.activeWindow() == window->id;
+  };
+  const auto click = [&](const PixelRect& rect) {
+    desktop.session.keys(
+        {"mousemove", std::to_string(rect.x + rect.width / 2), std::to_string(rect.y + 4), "click", "1"});
+  };
+  for (const char* key : {"Return", "Escape"}) {
+    SCOPED_TRACE(key);
+    // Twice more, beside and after each other, and a click on what lies below.
+    Process& beside = desktop.session.start({JUMPLARK_PROGRAM});
+    EXPECT_EQ(desktop.session.run({JUMPLARK_PROGRAM}).status, 0);
+    EXPECT_EQ(beside.wait(), 0);
+    EXPECT_TRUE(waitUntil([&] { return isInFront("Jumplark"); }));
+    click(windows.waitFor("check box", "About").rect);
+    EXPECT_TRUE(waitUntil([&] { return isInFront("Jumplark"); }));
+    desktop.session.keys({"key", key});
+    EXPECT_TRUE(windows.waitUntilGone("label", "Jumplark is already running!"));
+    EXPECT_TRUE(waitUntil([&] { return isInFront("Jumplark Preferences"); }));
+    EXPECT_TRUE(windows.shows("check box", "General"));
+  }
   program.key("Escape");
   EXPECT_TRUE(program.waitUntilClosed());
   EXPECT_EQ(desktop.session.run({JUMPLARK_PROGRAM, "activate"}).status, 0);
@@ -125,6 +147,9 @@ TEST(App, startedAgainItOpensThePreferencesInsteadOfASecondQuery) {
   program.key("Escape");
   program.waitUntilClosed();
 }
+
+INSTANTIATE_TEST_SUITE_P(On, StartedAgain, testing::Values(WindowManager::xfwm4, WindowManager::openbox),
+                         [](const auto& info) { return info.param == WindowManager::xfwm4 ? "xfwm4" : "openbox"; });
 
 TEST(App, withoutTheAccessibilityBusItOpensWhatHelpsAndEnds) {
   const struct {
@@ -208,6 +233,7 @@ TEST(App, worksInAHomeThatCannotBeWrittenAndSaysSo) {
   EXPECT_EQ(session.run({JUMPLARK_PROGRAM, "preferences"}).status, 0);
   windows.click("check box", "Start Jumplark at login");
   EXPECT_TRUE(windows.waitForState("check box", "Start Jumplark at login", "checked", false));
+  windows.waitFor("label", nowhere + "/config/autostart/jumplark.desktop cannot be changed: Not a directory.");
   program.kill(SIGTERM);
   EXPECT_EQ(program.wait(), 0);
 }
@@ -221,6 +247,17 @@ TEST(App, offersAFreeShortcutWhereItsOwnIsTaken) {
   RunningProgram program(session);
   EXPECT_THAT(program.process().out(), HasSubstr("jumplark activate"));
   windows.waitFor("label", "The key combination Super+Shift+Space cannot be used");
+  // The message is nothing to search in, even with the keyboard.
+  ASSERT_TRUE(session.activate(program.queryWindow().value_or(SessionWindow()).id));
+  EXPECT_EQ(session.run({JUMPLARK_PROGRAM, "activate"}).status, 0);
+  windows.waitFor("text", "What to click");
+  program.type("reload");
+  EXPECT_TRUE(waitUntil([&] { return !program.overlayWindows().empty(); }));
+  program.key("Escape");
+  EXPECT_TRUE(windows.waitUntilGone("text", "What to click"));
+  // It has given way meanwhile, and comes back without the keyboard.
+  windows.waitFor("push button", "Use Control+Alt+Space");
+  ASSERT_TRUE(session.activate(program.queryWindow().value_or(SessionWindow()).id));
   windows.click("push button", "Use Control+Alt+Space");
   EXPECT_TRUE(windows.waitForSetting("ActivationShortcut", {{"KeyCode", 49}, {"ModifierFlags", 0xC0000}}));
   EXPECT_TRUE(windows.waitUntilGone("push button", "Use Control+Alt+Space"));

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 
 #include "desktop/DesktopTest.h"
@@ -17,7 +18,8 @@ constexpr uint32_t kIconColor = 0x2088d4;
 /// A panel along the top edge with nothing but a place for status icons.
 class Panel {
  public:
-  explicit Panel(PrivateSession& session) : session_(session) {
+  /// `theme` of GTK.
+  explicit Panel(PrivateSession& session, std::string theme = "Adwaita") : session_(session), theme_(std::move(theme)) {
     const fs::path folder =
         fs::path(session.environment().at("XDG_CONFIG_HOME")) / "xfce4" / "xfconf" / "xfce-perchannel-xml";
     fs::create_directories(folder);
@@ -41,7 +43,7 @@ class Panel {
   }
 
   void start() {
-    process_ = &session_.start({"xfce4-panel", "--disable-wm-check"});
+    process_ = &session_.start({"xfce4-panel", "--disable-wm-check"}, {{"GTK_THEME", theme_}});
     session_.waitForWindow(
         [](const SessionWindow& window) { return window.className.find("panel") != std::string::npos; });
   }
@@ -59,6 +61,15 @@ class Panel {
     }
     const auto index = static_cast<int>(found - pixels.begin());
     return std::pair(index % Desktop::kWidth, index / Desktop::kWidth);
+  }
+  /// How many pixels where the icon is are far lighter or darker than the empty panel.
+  long contrast() const {
+    const auto lightness = [](uint32_t pixel) {
+      return static_cast<int>((pixel >> 16U & 0xFF) + (pixel >> 8U & 0xFF) + (pixel & 0xFF)) / 3;
+    };
+    const int empty = lightness(session_.pixel(Desktop::kWidth / 2, kPanelHeight / 2));
+    const auto pixels = session_.pixels({0, 0, kPanelHeight, kPanelHeight});
+    return std::ranges::count_if(pixels, [&](uint32_t pixel) { return std::abs(lightness(pixel) - empty) > 120; });
   }
   bool waitForIcon(bool shown) const {
     return waitUntil([&] { return icon().has_value() == shown; });
@@ -89,6 +100,7 @@ class Panel {
   }
 
   PrivateSession& session_;
+  const std::string theme_;
   Process* process_ = nullptr;
 };
 
@@ -102,8 +114,8 @@ TEST(Tray, theIconsMenuLeadsToEachPaneAndEndsTheProgram) {
     const char* button;
     const char* pane;
     const char* shows;
-  } cases[] = {{0, "1", "About", "Version "},
-               {1, "3", "Help", "This desktop"},
+  } cases[] = {{1, "1", "About", "Version "},
+               {2, "3", "Help", "This desktop"},
                {3, "1", "General", "Activation shortcut:"},
                {4, "3", "Usage", "Elements actioned"}};
   for (const auto& example : cases) {
@@ -123,13 +135,30 @@ TEST(Tray, theIconsMenuLeadsToEachPaneAndEndsTheProgram) {
   EXPECT_TRUE(program.waitUntilClosed());
   panel.end();
   panel.start();
-  panel.choose(2, "1");
-  windows.waitFor("label", "Jumplark cannot look for updates");
+  const DemoProgram demo(desktop.session);
+  panel.choose(0, "1");
+  EXPECT_TRUE(program.waitUntilOpen()) << "the query window";
+  program.type("reload");
+  EXPECT_TRUE(waitUntil([&] { return !program.overlayWindows().empty(); })) << "over what was in front before the menu";
   program.key("Escape");
   EXPECT_TRUE(program.waitUntilClosed());
   panel.choose(5, "1");
   EXPECT_EQ(program.process().wait(), 0) << program.process().err();
   EXPECT_TRUE(panel.waitForIcon(false));
+}
+
+TEST(Tray, theInstalledIconTakesTheColourOfThePanelsTexts) {
+  for (const char* theme : {"Adwaita", "Adwaita:dark"}) {
+    SCOPED_TRACE(theme);
+    Desktop desktop;
+    const fs::path icons = fs::path(desktop.session.environment().at("XDG_DATA_HOME")) / "icons/hicolor/symbolic/apps";
+    fs::create_directories(icons);
+    fs::copy(JUMPLARK_ICONS "/jumplark-symbolic.svg", icons);
+    const Panel panel(desktop.session, theme);
+    const RunningProgram program(desktop.session);
+    EXPECT_TRUE(waitUntil([&] { return panel.contrast() > 100; })) << panel.contrast();
+    EXPECT_FALSE(panel.icon()) << "not in colours of its own";
+  }
 }
 
 }  // namespace

@@ -80,24 +80,14 @@ void HelpPane::showButtons(const HelpPaneModel& model) {
     auto* button = new QPushButton(this);
     connect(button, &QPushButton::clicked, this,
             [this, index] { delegate_([index](auto& to) { to.helpButtonClicked(index); }); });
-    auto* row = new QHBoxLayout;
     button->setMinimumWidth(200);
-    row->addWidget(button);
-    QLabel* note = makeHint(this);
-    button->setProperty("note", QVariant::fromValue(static_cast<QObject*>(note)));
-    row->addWidget(note);
-    row->addStretch();
-    buttonColumn_->addLayout(row);
+    buttonColumn_->addWidget(button, 0, Qt::AlignLeft);
     buttons_.push_back(button);
   }
-  for (size_t i = 0; i < model.buttons.size(); ++i) {
-    const HelpPaneModel::Button& button = model.buttons[i];
-    buttons_[i]->setText(QString::fromStdString(button.title));
-    buttons_[i]->setEnabled(button.note.empty());
-    if (auto* note = qobject_cast<QLabel*>(buttons_[i]->property("note").value<QObject*>())) {
-      note->setText(QString::fromStdString(button.note));
-      note->setVisible(!button.note.empty());
-    }
+  for (size_t i = 0; i < buttons_.size(); ++i) {
+    const bool shows = i < model.buttons.size();
+    buttons_[i]->setVisible(shows);
+    buttons_[i]->setText(shows ? QString::fromStdString(model.buttons[i]) : QString());
   }
 }
 

@@ -1,9 +1,11 @@
 #include "backends/linux/qt/PaneIcons.h"
 
 #include <QFont>
+#include <QIconEngine>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
+#include <QStandardPaths>
 #include <cmath>
 #include <functional>
 #include <numbers>
@@ -94,6 +96,35 @@ void paintSign(QPainter& painter, const QColor& color, bool triangle) {
   }
 }
 
+/// A picture that goes by a name of the icon theme where names are understood. QIcon::fromTheme() would know the name
+/// only where Qt itself can read the file, which takes a plug-in for SVG.
+class NamedPicture final : public QIconEngine {
+ public:
+  NamedPicture(QString name, QIcon picture) : name_(std::move(name)), picture_(std::move(picture)) {}
+
+  QString iconName() override { return name_; }
+  QString key() const override { return QStringLiteral("NamedPicture"); }
+  QIconEngine* clone() const override { return new NamedPicture(*this); }
+  void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
+    picture_.paint(painter, rect, Qt::AlignCenter, mode, state);
+  }
+  QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+    return picture_.pixmap(size, mode, state);
+  }
+  QList<QSize> availableSizes(QIcon::Mode mode, QIcon::State state) override {
+    return picture_.availableSizes(mode, state);
+  }
+
+ private:
+  QString name_;
+  QIcon picture_;
+};
+
+bool isInstalled(const QString& symbolicIcon) {
+  const QString file = QStringLiteral("icons/hicolor/symbolic/apps/%1.svg").arg(symbolicIcon);
+  return !QStandardPaths::locate(QStandardPaths::GenericDataLocation, file).isEmpty();
+}
+
 }  // namespace
 
 QIcon applicationIcon() {
@@ -101,12 +132,14 @@ QIcon applicationIcon() {
 }
 
 QIcon statusIcon(const QString& name) {
-  return QIcon::fromTheme(name, painted([](QPainter& painter) {
-                            painter.setPen(Qt::NoPen);
-                            painter.setBrush(kBlue);
-                            painter.drawRoundedRect(QRectF(1, 1, 30, 30), 7, 7);
-                            paintLetter(painter, Qt::white, 4.4);
-                          }));
+  const QIcon picture = painted([](QPainter& painter) {
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(kBlue);
+    painter.drawRoundedRect(QRectF(1, 1, 30, 30), 7, 7);
+    paintLetter(painter, Qt::white, 4.4);
+  });
+  const QString symbolic = QStringLiteral("jumplark-symbolic");
+  return QIcon::fromTheme(name, isInstalled(symbolic) ? QIcon(new NamedPicture(symbolic, picture)) : picture);
 }
 
 QIcon paneIcon(PaneImage image, const QColor& color) {

@@ -19,11 +19,12 @@ constexpr int kPadding = 24;
 constexpr int kSpacing = 10;
 constexpr int kIndent = 24;  ///< of a note below its check box
 
-/// A paragraph below a check box.
-QLabel* makeNote(QWidget* parent) {
-  QLabel* note = makeHint(parent);
+/// A paragraph below a control, so far to the right of it.
+QLabel* addNote(QFormLayout& form, int indent) {
+  QLabel* note = makeHint(form.parentWidget());
   note->setWordWrap(true);
-  note->setContentsMargins(kIndent, 0, 0, 0);
+  note->setContentsMargins(indent, 0, 0, 0);
+  form.addRow(QString(), note);
   return note;
 }
 
@@ -36,6 +37,19 @@ void setNote(QLabel& note, const std::string& text) {
 void setChecked(QCheckBox& box, bool checked) {
   const QSignalBlocker quiet(box);
   box.setChecked(checked);
+}
+
+QLabel* makeLink(QWidget* parent) {
+  auto* link = new QLabel(parent);
+  link->setTextFormat(Qt::RichText);
+  link->setTextInteractionFlags(Qt::TextBrowserInteraction);
+  return link;
+}
+
+/// Text and target are the same.
+void setLink(QLabel& label, const std::string& address) {
+  label.setText(QStringLiteral("<a href=\"%1\">%1</a>").arg(QString::fromStdString(address).toHtmlEscaped()));
+  label.setVisible(!address.empty());
 }
 
 QFormLayout* makeForm(QWidget* pane) {
@@ -64,49 +78,56 @@ GeneralPane::GeneralPane(KeyTranslator& keys, const PaneDelegate& delegate) {
       keys,
       {[delegate] { delegate([](auto& to) { to.recorderClicked(); }); },
        [delegate] { delegate([](auto& to) { to.recorderClearClicked(); }); },
+       [delegate] { delegate([](auto& to) { to.recorderResetClicked(); }); },
        [delegate](const KeyEvent& event) { delegate([&event](auto& to) { to.recorderKeyDown(event); }); },
        [delegate] { delegate([](auto& to) { to.recorderLostKeyboard(); }); }},
       this);
-  icon_ = new QCheckBox(localizedText("Show the icon in the panel"), this);
-  iconNote_ = makeNote(this);
-  login_ = new QCheckBox(localizedText("Start Jumplark at login"), this);
-  loginNote_ = makeNote(this);
   auto* label = new QLabel(localizedText("Activation shortcut:"), this);
   label->setBuddy(recorder_->button());
   QFormLayout* form = makeForm(this);
   form->addRow(label, recorder_);
-  form->addRow(QString(), icon_);
-  form->addRow(QString(), iconNote_);
-  form->addRow(QString(), login_);
-  form->addRow(QString(), loginNote_);
-  connect(icon_, &QCheckBox::toggled, this,
-          [delegate](bool on) { delegate([on](auto& to) { to.showIconToggled(on); }); });
-  connect(login_, &QCheckBox::toggled, this,
-          [delegate](bool on) { delegate([on](auto& to) { to.launchAtLoginToggled(on); }); });
+  recorderHint_ = addNote(*form, 0);
+  using To = PreferencesViewDelegate;
+  icon_ = addBox(*form, localizedText("Show the icon in the panel"), delegate, &To::showIconToggled);
+  iconNote_ = addNote(*form, kIndent);
+  login_ = addBox(*form, localizedText("Start Jumplark at login"), delegate, &To::launchAtLoginToggled);
+  loginNote_ = addNote(*form, kIndent);
+  staysOpen_ = addBox(*form, localizedText("Stay open after a click"), delegate, &To::staysOpenToggled);
+  updates_ = addBox(*form, localizedText("Look for updates once a day"), delegate, &To::updatesToggled);
+}
+
+QCheckBox* GeneralPane::addBox(QFormLayout& form, const QString& text, const PaneDelegate& delegate,
+                               void (PreferencesViewDelegate::*toggled)(bool on)) {
+  auto* box = new QCheckBox(text, this);
+  form.addRow(QString(), box);
+  connect(box, &QCheckBox::toggled, this,
+          [delegate, toggled](bool on) { delegate([on, toggled](auto& to) { (to.*toggled)(on); }); });
+  return box;
 }
 
 void GeneralPane::setModel(const GeneralPaneModel& model) {
   recorder_->setModel(model.recorder);
+  setNote(*recorderHint_, model.recorder.hint);
   setChecked(*icon_, model.showsIcon);
   setNote(*iconNote_, model.iconNote);
   setChecked(*login_, model.launchesAtLogin);
   setNote(*loginNote_, model.loginNote);
+  setChecked(*staysOpen_, model.staysOpen);
+  setChecked(*updates_, model.looksForUpdates);
+  updates_->setVisible(model.offersUpdates);
 }
 
 AdvancedPane::AdvancedPane(const PaneDelegate& delegate) {
   layouts_ = new QComboBox(this);
   auto* label = new QLabel(localizedText("Keyboard layout for queries:"), this);
   label->setBuddy(layouts_);
-  metrics_ = new QCheckBox(localizedText("Send anonymous usage metrics"), this);
-  metricsNote_ = makeNote(this);
-  metricsLink_ = new QLabel(this);
-  metricsLink_->setTextFormat(Qt::RichText);
-  metricsLink_->setTextInteractionFlags(Qt::TextBrowserInteraction);
+  metrics_ = new QCheckBox(localizedText("Send usage metrics"), this);
+  metricsLink_ = makeLink(this);
   metricsLink_->setContentsMargins(kIndent, 0, 0, 0);
   QFormLayout* form = makeForm(this);
   form->addRow(label, layouts_);
   form->addRow(QString(), metrics_);
-  form->addRow(QString(), metricsNote_);
+  metricsNote_ = addNote(*form, kIndent);
   form->addRow(QString(), metricsLink_);
   connect(layouts_, &QComboBox::activated, this,
           [delegate](int index) { delegate([index](auto& to) { to.layoutChosen(static_cast<size_t>(index)); }); });
@@ -131,11 +152,11 @@ void AdvancedPane::setModel(const AdvancedPaneModel& model) {
   }
   layouts_->setCurrentIndex(static_cast<int>(model.selectedLayout));
   setChecked(*metrics_, model.metricsEnabled);
+  metrics_->setVisible(model.offersMetrics);
   metrics_->setEnabled(model.metricsCanChange);
+  metricsNote_->setContentsMargins(model.offersMetrics ? kIndent : 0, 0, 0, 0);
   setNote(*metricsNote_, model.metricsNote);
-  const QString link = QString::fromStdString(model.metricsLink).toHtmlEscaped();
-  metricsLink_->setText(QStringLiteral("<a href=\"%1\">%1</a>").arg(link));
-  metricsLink_->setVisible(!link.isEmpty());
+  setLink(*metricsLink_, model.metricsLink);
 }
 
 UsagePane::UsagePane() {
@@ -179,7 +200,7 @@ void UsagePane::setModel(const UsagePaneModel& model) {
   }
 }
 
-AboutPane::AboutPane() {
+AboutPane::AboutPane(const PaneDelegate& delegate) {
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
   layout->setSpacing(kSpacing);
@@ -187,7 +208,7 @@ AboutPane::AboutPane() {
   icon->setPixmap(applicationIcon().pixmap(96));
   layout->addStretch();
   layout->addWidget(icon, 0, Qt::AlignHCenter);
-  for (QLabel** label : {&name_, &version_, &summary_}) {
+  for (QLabel** label : {&name_, &version_, &summary_, &licence_}) {
     *label = new QLabel(this);
     (*label)->setTextFormat(Qt::PlainText);
     (*label)->setAlignment(Qt::AlignHCenter);
@@ -199,6 +220,9 @@ AboutPane::AboutPane() {
   name_->setFont(title);
   version_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   summary_->setWordWrap(true);
+  link_ = makeLink(this);
+  layout->addWidget(link_, 0, Qt::AlignHCenter);
+  connect(link_, &QLabel::linkActivated, this, [delegate] { delegate([](auto& to) { to.aboutLinkClicked(); }); });
   layout->addStretch();
 }
 
@@ -206,6 +230,8 @@ void AboutPane::setModel(const AboutPaneModel& model) {
   name_->setText(QString::fromStdString(model.name));
   version_->setText(QString::fromStdString(model.version));
   summary_->setText(QString::fromStdString(model.summary));
+  licence_->setText(QString::fromStdString(model.licence));
+  setLink(*link_, model.link);
 }
 
 }  // namespace jumplark

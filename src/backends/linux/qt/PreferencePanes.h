@@ -8,6 +8,7 @@
 
 class QCheckBox;
 class QComboBox;
+class QFormLayout;
 class QGridLayout;
 class QLabel;
 class QPushButton;
@@ -31,11 +32,17 @@ class GeneralPane : public QWidget {
   void setModel(const GeneralPaneModel& model);
 
  private:
+  QCheckBox* addBox(QFormLayout& form, const QString& text, const PaneDelegate& delegate,
+                    void (PreferencesViewDelegate::*toggled)(bool on));
+
   ShortcutField* recorder_;
+  QLabel* recorderHint_;
   QCheckBox* icon_;
   QLabel* iconNote_;
   QCheckBox* login_;
   QLabel* loginNote_;
+  QCheckBox* staysOpen_;
+  QCheckBox* updates_;
 };
 
 class AdvancedPane : public QWidget {
@@ -78,13 +85,15 @@ class HelpPane : public QWidget {
 
 class AboutPane : public QWidget {
  public:
-  AboutPane();
+  explicit AboutPane(const PaneDelegate& delegate);
   void setModel(const AboutPaneModel& model);
 
  private:
   QLabel* name_;
   QLabel* version_;
   QLabel* summary_;
+  QLabel* licence_;
+  QLabel* link_;
 };
 
 }  // namespace jumplark

@@ -50,6 +50,7 @@ class QtPreferencesWindow::Window : public QWidget {
     QWidget::hideEvent(event);
     if (!isMinimized()) {
       owner_.windowHidden();
+      owner_.endSheets();
     }
   }
 
@@ -59,7 +60,9 @@ class QtPreferencesWindow::Window : public QWidget {
 
 QtPreferencesWindow::QtPreferencesWindow(Context context, const std::string& title,
                                          const std::vector<std::optional<PaneDescription>>& panes)
-    : context_(std::move(context)), window_(std::make_unique<Window>(*this)) {
+    : context_(std::move(context)),
+      window_(std::make_unique<Window>(*this)),
+      self_(std::make_shared<QtPreferencesWindow*>(this)) {
   window_->setAttribute(Qt::WA_QuitOnClose, false);
   window_->setWindowTitle(QString::fromStdString(title));
   window_->setWindowIcon(applicationIcon());
@@ -85,10 +88,8 @@ QtPreferencesWindow::QtPreferencesWindow(Context context, const std::string& tit
 
 QtPreferencesWindow::~QtPreferencesWindow() {
   delegate_ = nullptr;
-  for (const auto& sheet : sheets_) {
-    if (sheet) {
-      sheet->dismiss();
-    }
+  if (sheet_) {
+    sheet_->dismiss();
   }
 }
 
@@ -106,7 +107,7 @@ QWidget* QtPreferencesWindow::makePane(const std::string& identifier) {
   if (identifier == "Help") {
     return help_ = new HelpPane(delegate);
   }
-  return about_ = new AboutPane;
+  return about_ = new AboutPane(delegate);
 }
 
 QWidget* QtPreferencesWindow::makeToolbar(const std::vector<std::optional<PaneDescription>>& panes) {
@@ -192,17 +193,46 @@ void QtPreferencesWindow::windowHidden() {
 }
 
 void QtPreferencesWindow::showSheet(const Alert& alert, std::function<void(int button)> chosen) {
-  std::erase_if(sheets_, [](const auto& shown) { return shown.isNull(); });
+  sheets_.push_back({alert, std::move(chosen)});
+  showNextSheet();
+}
+
+/// Two at once would each keep the keyboard from the other.
+void QtPreferencesWindow::showNextSheet() {
+  if (sheet_ || sheets_.empty()) {
+    return;
+  }
   TaskQueue& mainQueue = context_.mainQueue;
-  auto* dialog = new AlertDialog(alert, [&mainQueue, chosen = std::move(chosen)](int button) {
-    if (chosen) {
-      mainQueue.post([chosen, button] { chosen(button); });
-    }
+  sheet_ = new AlertDialog(sheets_.front().alert, [&mainQueue, weak = std::weak_ptr(self_)](int button) {
+    mainQueue.post([weak, button] {
+      if (const auto self = weak.lock()) {
+        (*self)->sheetAnswered(button);
+      }
+    });
   });
-  dialog->setParent(window_.get(), Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
-  dialog->setWindowModality(Qt::WindowModal);
-  sheets_.emplace_back(dialog);
-  context_.bringToFront(*dialog);
+  sheet_->setParent(window_.get(), Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
+  sheet_->setWindowModality(Qt::WindowModal);
+  context_.bringToFront(*sheet_);
+}
+
+void QtPreferencesWindow::sheetAnswered(int button) {
+  std::vector<Sheet> answered;
+  do {
+    answered.push_back(std::move(sheets_.front()));
+    sheets_.pop_front();
+  } while (!sheets_.empty() && !window_->isVisible());  // they go with their window
+  showNextSheet();
+  for (const Sheet& sheet : answered) {
+    if (sheet.chosen) {
+      sheet.chosen(std::exchange(button, -1));
+    }
+  }
+}
+
+void QtPreferencesWindow::endSheets() {
+  if (sheet_) {
+    sheet_->close();
+  }
 }
 
 void QtPreferencesWindow::setGeneralPane(const GeneralPaneModel& model) {

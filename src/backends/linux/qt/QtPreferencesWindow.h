@@ -2,7 +2,9 @@
 
 #include <QPointer>
 #include <QWidget>
+#include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,7 +24,8 @@ class KeyTranslator;
 class TaskQueue;
 class UsagePane;
 
-/// The preferences: an ordinary window with a row of buttons above the chosen pane. Escape and Control+W close it.
+/// The preferences: an ordinary window with a row of buttons above the chosen pane. Escape and Control+W close it. A
+/// message over it has the keyboard until it is answered.
 class QtPreferencesWindow final : public PreferencesWindowView {
  public:
   struct Context {
@@ -57,11 +60,19 @@ class QtPreferencesWindow final : public PreferencesWindowView {
     QWidget* pane;
   };
 
+  struct Sheet {
+    Alert alert;
+    std::function<void(int button)> chosen;
+  };
+
   QWidget* makePane(const std::string& identifier);
   QWidget* makeToolbar(const std::vector<std::optional<PaneDescription>>& panes);
   void tell(const std::function<void(PreferencesViewDelegate&)>& call) const;
   void windowShown();
   void windowHidden();
+  void showNextSheet();
+  void sheetAnswered(int button);
+  void endSheets();
 
   Context context_;
   PreferencesViewDelegate* delegate_ = nullptr;
@@ -69,7 +80,8 @@ class QtPreferencesWindow final : public PreferencesWindowView {
   bool placed_ = false;   ///< later it stays where the user puts it
   std::string appeared_;  ///< the pane in view; empty for none
   std::vector<Entry> entries_;
-  std::vector<QPointer<AlertDialog>> sheets_;
+  std::deque<Sheet> sheets_;  ///< the first one is the dialog, where there is one
+  QPointer<AlertDialog> sheet_;
   QPointer<GeneralPane> general_;
   QPointer<AdvancedPane> advanced_;
   QPointer<UsagePane> usage_;
@@ -77,6 +89,7 @@ class QtPreferencesWindow final : public PreferencesWindowView {
   QPointer<AboutPane> about_;
   QStackedWidget* stack_ = nullptr;
   std::unique_ptr<QWidget> window_;
+  std::shared_ptr<QtPreferencesWindow*> self_;  ///< for answers that come after the end
 };
 
 }  // namespace jumplark

@@ -22,7 +22,12 @@ void QtStatusItem::setMenu(const std::string& title, std::vector<MenuEntry> entr
       menu_.addSeparator();
       continue;
     }
-    QAction* action = menu_.addAction(QString::fromStdString(entry.title));
+    QString text = QString::fromStdString(entry.title);
+    if (!entry.shortcut.empty()) {
+      // Menus put what follows into a column of its own; of an action's own shortcut many panels show nothing.
+      text += u'\t' + QString::fromStdString(entry.shortcut);
+    }
+    QAction* action = menu_.addAction(text);
     connect(action, &QAction::triggered, this,
             [this, chosen = std::move(entry.chosen)] { mainQueue_.post([chosen] { chosen(); }); });
   }

@@ -76,9 +76,12 @@ ShortcutField::ShortcutField(KeyTranslator& keys, Events events, QWidget* parent
   clear_->setAutoRaise(true);
   clear_->setFocusPolicy(Qt::NoFocus);  // a click on it must not end the recording by itself
   connect(clear_, &QToolButton::clicked, this, events.clearClicked);
+  reset_ = new QPushButton(this);
+  connect(reset_, &QPushButton::clicked, this, events.resetClicked);
   button_ = new Button(keys, std::move(events), this);
   layout->addWidget(button_);
   layout->addWidget(clear_);
+  layout->addWidget(reset_);
   layout->addStretch();
 }
 
@@ -95,6 +98,8 @@ void ShortcutField::setModel(const RecorderModel& model) {
   clear_->setToolTip(QString::fromStdString(model.clearToolTip));
   clear_->setAccessibleName(QString::fromStdString(model.clearToolTip));
   clear_->setVisible(model.canClear);
+  reset_->setText(QString::fromStdString(model.resetTitle));
+  reset_->setVisible(!model.resetTitle.empty());
 }
 
 }  // namespace jumplark
