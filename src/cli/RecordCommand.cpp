@@ -6,6 +6,7 @@
 #include "backends/recorded/DesktopRecorder.h"
 #include "cli/Commands.h"
 #include "cli/Snapshot.h"
+#include "platform/SystemErrors.h"
 #include "platform/Texts.h"
 #include "tree/JLElementTree.h"
 
@@ -24,7 +25,8 @@ ExitStatus runRecord(const Options& options, const Platform& platform) {
   try {
     recorder.save(*options.outputFile);
   } catch (const std::system_error& error) {
-    throw CommandFailure(ExitStatus::badUsage, error.what());
+    throw CommandFailure(ExitStatus::badUsage, localizedFormat("{} cannot be written: {}", *options.outputFile,
+                                                               textOfSystemError(error.code().value())));
   }
   fmt::print(
       stderr, "{}\n",

@@ -1,28 +1,27 @@
 #include "backends/recorded/RecordedDesktop.h"
 
-#include <fmt/format.h>
-
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "backends/recorded/RecordingReader.h"
+#include "platform/SystemErrors.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 
 RecordedDesktop RecordedDesktop::fromFile(const std::string& path) {
   std::error_code failure;
   if (std::filesystem::is_directory(path, failure)) {
-    throw RecordingError(fmt::format("{}: cannot be read: it is a folder", path));
+    throw RecordingError(localizedFormat("{} cannot be read: {}", path, textOfSystemError(EISDIR)));
   }
   errno = 0;
   std::ifstream file(path, std::ios::binary);
   std::ostringstream text;
   text << file.rdbuf();
   if (!file || text.bad()) {
-    throw RecordingError(fmt::format("{}: cannot be read: {}", path, std::strerror(errno ? errno : EIO)));
+    throw RecordingError(localizedFormat("{} cannot be read: {}", path, textOfSystemError(errno ? errno : EIO)));
   }
   return fromText(text.view(), path);
 }

@@ -1,13 +1,13 @@
 #include "backends/recorded/RecordedValues.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+
+#include "platform/Texts.h"
 
 namespace jumplark::recorded_values {
 namespace {
@@ -29,7 +29,7 @@ std::array<double, N> numbers(const json& value, const std::string& kind) {
     result[i] = fits ? value[i].get<double>() : 0;
   }
   if (!fits) {
-    throw std::invalid_argument(fmt::format("\"{}\" must be a list of {} numbers", kind, N));
+    throw std::invalid_argument(localizedFormat("\"{}\" must be a list of {} numbers", kind, N));
   }
   return result;
 }
@@ -42,7 +42,7 @@ bool isWhole(const json& value) {
 
 AttributeValue rangeFromJson(const json& value) {
   if (!value.is_array() || value.size() != 2 || !isWhole(value[0]) || !isWhole(value[1])) {
-    throw std::invalid_argument("\"range\" must be a list of 2 whole numbers");
+    throw std::invalid_argument(localized("\"range\" must be a list of 2 whole numbers"));
   }
   return Range{value[0].get<int64_t>(), value[1].get<int64_t>()};
 }
@@ -50,7 +50,7 @@ AttributeValue rangeFromJson(const json& value) {
 AttributeValue errorFromJson(const json& value) {
   const int64_t code = isWhole(value) ? value.get<int64_t>() : std::numeric_limits<int64_t>::max();
   if (code < std::numeric_limits<int32_t>::min() || code > std::numeric_limits<int32_t>::max()) {
-    throw std::invalid_argument("\"error\" must be a whole number of 32 bits");
+    throw std::invalid_argument(localized("\"error\" must be a whole number of 32 bits"));
   }
   return static_cast<AccessibilityError>(code);
 }
@@ -58,7 +58,7 @@ AttributeValue errorFromJson(const json& value) {
 AttributeValue kindFromJson(const std::string& kind, const json& value, const ReferenceMaker& makeReference) {
   if (kind == "ref") {
     if (!value.is_string()) {
-      throw std::invalid_argument("\"ref\" must be the id of an element");
+      throw std::invalid_argument(localized("\"ref\" must be the id of an element"));
     }
     return makeReference(value.get_ref<const std::string&>());
   }
@@ -80,7 +80,7 @@ AttributeValue kindFromJson(const std::string& kind, const json& value, const Re
   if (kind == "error") {
     return errorFromJson(value);
   }
-  throw std::invalid_argument(fmt::format("unknown kind of value \"{}\"", kind));
+  throw std::invalid_argument(localizedFormat("unknown kind of value \"{}\"", kind));
 }
 
 AttributeValue listFromJson(const json& values, const ReferenceMaker& makeReference) {
@@ -148,7 +148,7 @@ AttributeValue fromJson(const json& value, const ReferenceMaker& makeReference) 
       return listFromJson(value, makeReference);
     case json::value_t::object:
       if (value.size() != 1) {
-        throw std::invalid_argument("an object must have one member, which tells the kind of value");
+        throw std::invalid_argument(localized("an object must have one member, which tells the kind of value"));
       }
       return kindFromJson(value.begin().key(), value.begin().value(), makeReference);
     default:

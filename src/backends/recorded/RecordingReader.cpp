@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "backends/recorded/RecordedValues.h"
+#include "platform/Texts.h"
 #include "platform/Workspace.h"
 
 namespace jumplark {
@@ -38,7 +39,7 @@ RecordingReader::RecordingReader(std::string_view text, std::string sourceName)
 
 RecordedDesktop RecordingReader::read() {
   if (!json::sax_parse(text_.begin(), text_.end(), this)) {
-    fail("not a recording");
+    fail(localized("not a recording"));
   }
   checkReferences();
   chooseDefaults();
@@ -66,7 +67,7 @@ bool RecordingReader::key(string_t& name) {
     default:
       memberName_ = std::move(name);
       if (!membersSeen_.insert(memberName_).second) {
-        fail(fmt::format("\"{}\" occurs twice", memberName_));
+        fail(localizedFormat("\"{}\" occurs twice", memberName_));
       }
   }
   return true;
@@ -86,10 +87,10 @@ bool RecordingReader::open(json container) {
   const Place where = place();
   const bool isObject = container.is_object();
   if (++depth_ > kDeepestNesting) {
-    fail(fmt::format("nested more than {} levels deep", kDeepestNesting));
+    fail(localizedFormat("nested more than {} levels deep", kDeepestNesting));
   }
   if (where == Place::file && !isObject) {
-    fail("must be an object");
+    fail(localized("must be an object"));
   }
   if (where == Place::member && memberName_ == "elements" && isObject) {
     inElements_ = true;
@@ -126,7 +127,7 @@ json& RecordingReader::insert(json v) {
 
 void RecordingReader::finish(Place where, const json& v) {
   if (where == Place::file) {
-    fail("must be an object");
+    fail(localized("must be an object"));
   }
   if (where == Place::member) {
     readMember(v);
@@ -140,37 +141,37 @@ void RecordingReader::readMember(const json& v) {
     readScreens(v);
   } else if (memberName_ == "pointer") {
     if (!isNumbers(v, 2)) {
-      fail("\"pointer\" must be a list of 2 numbers");
+      fail(localized("\"pointer\" must be a list of 2 numbers"));
     }
     desktop_.pointer = {v[0].get<double>(), v[1].get<double>()};
   } else if (memberName_ == "frontmost") {
     if (!v.is_null() && !isInt32(v)) {
-      fail("\"frontmost\" must be a process id");
+      fail(localized("\"frontmost\" must be a process id"));
     }
     desktop_.frontmost = v.is_null() ? std::nullopt : std::optional(v.get<int32_t>());
   } else if (memberName_ == "applications") {
     readApplications(v);
   } else if (memberName_ == "dock") {
     if (!v.is_null() && !v.is_string()) {
-      fail("\"dock\" must be a bundle identifier");
+      fail(localized("\"dock\" must be a bundle identifier"));
     }
     desktop_.dockBundleIdentifier = v.is_null() ? std::nullopt : std::optional(v.get<std::string>());
   } else if (memberName_ == "hits") {
     readHits(v);
   } else if (memberName_ == "elements") {
-    fail("\"elements\" must be an object");
+    fail(localized("\"elements\" must be an object"));
   } else if (!isRemark(memberName_)) {
-    desktop_.warnings.push_back(fmt::format("unknown member \"{}\"", memberName_));
+    desktop_.warnings.push_back(localizedFormat("unknown member \"{}\"", memberName_));
   }
 }
 
 void RecordingReader::readScreens(const json& v) {
   if (!v.is_array()) {
-    fail("\"screens\" must be a list of rectangles");
+    fail(localized("\"screens\" must be a list of rectangles"));
   }
   for (const json& screen : v) {
     if (!isNumbers(screen, 4)) {
-      fail("each of \"screens\" must be a list of 4 numbers");
+      fail(localized("each of \"screens\" must be a list of 4 numbers"));
     }
     desktop_.screens.push_back(
         {screen[0].get<double>(), screen[1].get<double>(), screen[2].get<double>(), screen[3].get<double>()});
@@ -179,15 +180,15 @@ void RecordingReader::readScreens(const json& v) {
 
 void RecordingReader::readApplications(const json& v) {
   if (!v.is_array()) {
-    fail("\"applications\" must be a list");
+    fail(localized("\"applications\" must be a list"));
   }
   for (const json& entry : v) {
-    const std::string where = fmt::format("application {}", desktop_.applications.size() + 1);
+    const std::string where = localizedFormat("application {}", desktop_.applications.size() + 1);
     RecordedApplication read = application(entry, where);
     const bool known = std::any_of(desktop_.applications.begin(), desktop_.applications.end(),
                                    [&](const RecordedApplication& other) { return other.pid == read.pid; });
     if (known) {
-      fail(fmt::format("{}: another application has the \"pid\" {} already", where, read.pid));
+      fail(localizedFormat("{}: another application has the \"pid\" {} already", where, read.pid));
     }
     desktop_.applications.push_back(std::move(read));
   }
@@ -195,27 +196,27 @@ void RecordingReader::readApplications(const json& v) {
 
 RecordedApplication RecordingReader::application(const json& v, const std::string& where) {
   if (!v.is_object() || !v.contains("pid")) {
-    fail(fmt::format("{}: must be an object with a \"pid\"", where));
+    fail(localizedFormat("{}: must be an object with a \"pid\"", where));
   }
   RecordedApplication result;
   for (const auto& [name, member] : v.items()) {
     if (name == "pid") {
       if (!isInt32(member)) {
-        fail(fmt::format("{}: \"pid\" must be a process id", where));
+        fail(localizedFormat("{}: \"pid\" must be a process id", where));
       }
       result.pid = member.get<int32_t>();
     } else if (name == "bundle_id" || name == "name" || name == "element") {
       if (!member.is_string()) {
-        fail(fmt::format("{}: \"{}\" must be a text", where, name));
+        fail(localizedFormat("{}: \"{}\" must be a text", where, name));
       }
       const auto& text = member.get_ref<const std::string&>();
       if (name == "element") {
-        result.element = reference(text, where);
+        result.element = reference(text, [&] { return where; });
       } else {
         (name == "name" ? result.name : result.bundleIdentifier) = text;
       }
     } else if (!isRemark(name)) {
-      desktop_.warnings.push_back(fmt::format("{}: unknown member \"{}\"", where, name));
+      desktop_.warnings.push_back(localizedFormat("{}: unknown member \"{}\"", where, name));
     }
   }
   return result;
@@ -227,10 +228,11 @@ void RecordingReader::readHits(const json& v) {
            (hit[2].is_string() || hit[2].is_null());
   };
   if (!v.is_array() || !std::all_of(v.begin(), v.end(), isHit)) {
-    fail("\"hits\" must be a list of [x, y, element id]");
+    fail(localized("\"hits\" must be a list of [x, y, element id]"));
   }
   for (const json& hit : v) {
-    ElementRef element = hit[2].is_null() ? ElementRef() : reference(hit[2].get_ref<const std::string&>(), "\"hits\"");
+    ElementRef element =
+        hit[2].is_null() ? ElementRef() : reference(hit[2].get_ref<const std::string&>(), [] { return "\"hits\""; });
     desktop_.hits.push_back(
         {static_cast<float>(hit[0].get<double>()), static_cast<float>(hit[1].get<double>()), std::move(element)});
   }
@@ -238,10 +240,10 @@ void RecordingReader::readHits(const json& v) {
 
 void RecordingReader::readElement(const json& v) {
   if (!v.is_object()) {
-    fail(fmt::format("{}: must be an object", elementPlace()));
+    fail(localizedFormat("{}: must be an object", elementPlace()));
   }
   if (const RecordedElement* known = desktop_.elements.find(std::string_view(elementId_)); known && known->present) {
-    fail(fmt::format("{}: occurs twice", elementPlace()));
+    fail(localizedFormat("{}: occurs twice", elementPlace()));
   }
   missing_.erase(elementId_);
   RecordedElement element;
@@ -253,21 +255,21 @@ void RecordingReader::readElement(const json& v) {
     } else if (name == "actions") {
       const auto isText = [](const json& action) { return action.is_string(); };
       if (!member.is_array() || !std::all_of(member.begin(), member.end(), isText)) {
-        fail(fmt::format("{}: \"actions\" must be a list of texts", elementPlace()));
+        fail(localizedFormat("{}: \"actions\" must be a list of texts", elementPlace()));
       }
       element.actions = member.get<std::vector<std::string>>();
     } else if (name == "error") {
       if (!isInt32(member) || member.get<int32_t>() == 0) {
-        fail(fmt::format("{}: \"error\" must be a whole number other than 0", elementPlace()));
+        fail(localizedFormat("{}: \"error\" must be a whole number other than 0", elementPlace()));
       }
       element.error = static_cast<AccessibilityError>(member.get<int32_t>());
     } else if (name == "delay_ms") {
       if (!member.is_number() || member.get<double>() < 0) {
-        fail(fmt::format("{}: \"delay_ms\" must be a number of milliseconds", elementPlace()));
+        fail(localizedFormat("{}: \"delay_ms\" must be a number of milliseconds", elementPlace()));
       }
       element.delayMilliseconds = member.get<double>();
     } else if (!isRemark(name)) {
-      desktop_.warnings.push_back(fmt::format("{}: unknown member \"{}\"", elementPlace(), name));
+      desktop_.warnings.push_back(localizedFormat("{}: unknown member \"{}\"", elementPlace(), name));
     }
   }
   // Only now: a reference inside the element may have made the store grow.
@@ -279,44 +281,44 @@ void RecordingReader::readElement(const json& v) {
 
 void RecordingReader::readAttributes(RecordedElement& element, const json& v) {
   if (!v.is_object()) {
-    fail(fmt::format("{}: \"attributes\" must be an object", elementPlace()));
+    fail(localizedFormat("{}: \"attributes\" must be an object", elementPlace()));
   }
   element.attributes.reserve(v.size());
   for (const auto& [name, member] : v.items()) {
-    const std::string where = elementPlace(name);
+    const auto where = [&, &attribute = name] { return elementPlace(attribute); };
     try {
       desktop_.elements.setAttribute(element, name, recorded_values::fromJson(member, [&](const std::string& id) {
                                        return reference(id, where);
                                      }));
     } catch (const std::invalid_argument& error) {
-      fail(fmt::format("{}: {}", where, error.what()));
+      fail(fmt::format("{}: {}", where(), error.what()));
     }
   }
 }
 
 void RecordingReader::readParameterized(RecordedElement& element, const json& v) {
   if (!v.is_object()) {
-    fail(fmt::format("{}: \"parameterized\" must be an object", elementPlace()));
+    fail(localizedFormat("{}: \"parameterized\" must be an object", elementPlace()));
   }
   for (const auto& [name, member] : v.items()) {
-    const std::string where = elementPlace(name);
+    const auto where = [&, &attribute = name] { return elementPlace(attribute); };
     try {
       desktop_.elements.setAnswers(element, name, answers(member, where));
     } catch (const std::invalid_argument& error) {
-      fail(fmt::format("{}: {}", where, error.what()));
+      fail(fmt::format("{}: {}", where(), error.what()));
     }
   }
 }
 
-std::vector<RecordedAnswer> RecordingReader::answers(const json& v, const std::string& where) {
+std::vector<RecordedAnswer> RecordingReader::answers(const json& v, const PlaceText& where) {
   const auto makeReference = [&](const std::string& id) { return reference(id, where); };
   std::vector<RecordedAnswer> result;
   if (!v.is_array()) {
-    throw std::invalid_argument("must be a list of objects with \"when\" and \"value\"");
+    throw std::invalid_argument(localized("must be a list of objects with \"when\" and \"value\""));
   }
   for (const json& entry : v) {
     if (!entry.is_object() || !entry.contains("value")) {
-      throw std::invalid_argument("each entry must be an object with a \"value\"");
+      throw std::invalid_argument(localized("each entry must be an object with a \"value\""));
     }
     RecordedAnswer answer;
     if (entry.contains("when")) {
@@ -331,7 +333,7 @@ std::vector<RecordedAnswer> RecordingReader::answers(const json& v, const std::s
 void RecordingReader::checkReferences() const {
   if (!missing_.empty()) {
     const auto& [id, where] = *missing_.begin();
-    fail(fmt::format("{}: refers to \"{}\", which is not among the elements", where, id));
+    fail(localizedFormat("{}: refers to \"{}\", which is not among the elements", where, id));
   }
 }
 
@@ -350,31 +352,25 @@ void RecordingReader::chooseDefaults() {
   }
 }
 
-ElementRef RecordingReader::reference(const std::string& id, const std::string& where) {
+ElementRef RecordingReader::reference(const std::string& id, const PlaceText& where) {
   ElementRef ref = desktop_.elements.mention(id);
   const bool mayBeMissing = id != elementId_ || !inElements_;
   if (mayBeMissing && !desktop_.elements.find(ref)->present) {
-    missing_.try_emplace(id, where);
+    if (!missing_.contains(id)) {
+      missing_.emplace(id, where());
+    }
   }
   return ref;
 }
 
-bool RecordingReader::parse_error(size_t position, const std::string& /*token*/, const json::exception& error) {
+bool RecordingReader::parse_error(size_t position, const std::string& /*token*/, const json::exception& /*error*/) {
   const std::string_view before = text_.substr(0, std::min(position, text_.size()));
   const auto line = std::count(before.begin(), before.end(), '\n') + 1;
   const size_t lastBreak = before.rfind('\n');
   const size_t column = lastBreak == std::string_view::npos ? before.size() : before.size() - lastBreak - 1;
-  // The parser's own text: its class in brackets, its idea of the place, a colon, and what is wrong.
-  std::string_view what = error.what();
-  for (const std::string_view skipped : {"] ", ": "}) {
-    const size_t at = what.find(skipped);
-    what.remove_prefix(at == std::string_view::npos ? 0 : at + skipped.size());
-  }
-  // It quotes the last word in full, however long that is.
-  constexpr size_t kEnough = 200;
-  const char* const more = what.size() > kEnough ? "..." : "";
-  fail(fmt::format("line {}, column {}: {}{}", line, std::max<size_t>(column, 1),
-                   recorded_values::wellFormedUtf8(what.substr(0, kEnough)), more));
+  const bool isAtEnd = position >= text_.size();
+  fail(isAtEnd ? localizedFormat("line {}, column {}: the file ends too early", line, std::max<size_t>(column, 1))
+               : localizedFormat("line {}, column {}: this is no JSON", line, std::max<size_t>(column, 1)));
 }
 
 void RecordingReader::fail(const std::string& message) const {
@@ -382,8 +378,8 @@ void RecordingReader::fail(const std::string& message) const {
 }
 
 std::string RecordingReader::elementPlace(const std::string& attribute) const {
-  return attribute.empty() ? fmt::format("element \"{}\"", elementId_)
-                           : fmt::format("element \"{}\", attribute \"{}\"", elementId_, attribute);
+  return attribute.empty() ? localizedFormat("element \"{}\"", elementId_)
+                           : localizedFormat("element \"{}\", attribute \"{}\"", elementId_, attribute);
 }
 
 }  // namespace jumplark

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -35,6 +36,8 @@ class RecordingReader : public nlohmann::json_sax<nlohmann::json> {
  private:
   /// What the next value is: the whole file, a member of it, an element, or a part of one of these.
   enum class Place { file, member, element, inside };
+  /// How a place reads, put together only where it is told.
+  using PlaceText = std::function<std::string()>;
 
   Place place() const;
   bool value(nlohmann::json v);
@@ -51,12 +54,12 @@ class RecordingReader : public nlohmann::json_sax<nlohmann::json> {
   void readElement(const nlohmann::json& v);
   void readAttributes(RecordedElement& element, const nlohmann::json& v);
   void readParameterized(RecordedElement& element, const nlohmann::json& v);
-  std::vector<RecordedAnswer> answers(const nlohmann::json& v, const std::string& where);
+  std::vector<RecordedAnswer> answers(const nlohmann::json& v, const PlaceText& where);
   void checkReferences() const;
   void chooseDefaults();
 
   /// A reference, noted with the place that it stands in.
-  ElementRef reference(const std::string& id, const std::string& where);
+  ElementRef reference(const std::string& id, const PlaceText& where);
   [[noreturn]] void fail(const std::string& message) const;
   std::string elementPlace(const std::string& attribute = {}) const;
 

@@ -164,7 +164,7 @@ TEST_F(DefaultsFileTest, WhereNothingCanBeWrittenValuesStayInMemoryAndTheLogSays
   EXPECT_FALSE(defaults_->synchronize());
   EXPECT_EQ(defaults_->value("Key"), 2);
   EXPECT_TRUE(await([&] { return heard == "2"; }));
-  EXPECT_THAT(log_.str(), HasSubstr("kept in memory"));
+  EXPECT_THAT(log_.str(), HasSubstr("will be lost when Jumplark ends"));
   std::filesystem::remove(folder_ / "config");
   EXPECT_TRUE(defaults_->synchronize()) << "tried again";
   EXPECT_EQ(stored(), (json{{"Key", 2}}));
@@ -188,6 +188,7 @@ TEST_F(DefaultsFileTest, ADiskThatIsFullKeepsTheOldFileWhole) {
   EXPECT_EQ(stored(), (json{{"Key", "old"}}));
   EXPECT_EQ(filesBeside(), std::vector<std::string>{"defaults.json"});
   EXPECT_EQ(logLines(), 1U) << log_.str();
+  EXPECT_THAT(log_.str(), HasSubstr("cannot be saved in " + path_.string() + ": it would become too large"));
   EXPECT_TRUE(defaults_->synchronize());
   EXPECT_EQ(stored().value("Key", "").size(), 5000U);
 }

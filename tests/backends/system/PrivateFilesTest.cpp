@@ -40,7 +40,7 @@ TEST_F(PrivateFilesTest, SaysWhatIsInTheWay) {
   const auto folder = files_.applicationSupportDirectory();
   EXPECT_EQ(folder.path, "");
   EXPECT_NE(folder.problem, "");
-  EXPECT_EQ(PrivateFiles({}).applicationSupportDirectory().problem, "the user has no home folder");
+  EXPECT_EQ(PrivateFiles({}).applicationSupportDirectory().problem, "there is no home folder");
   std::filesystem::remove(folder_ / "data");
   files_.applicationSupportDirectory();
   std::filesystem::create_directory(path_);
@@ -49,7 +49,7 @@ TEST_F(PrivateFilesTest, SaysWhatIsInTheWay) {
   EXPECT_NE(files_.remove(path_), "");
   std::filesystem::remove(path_);
   ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
-  EXPECT_EQ(files_.read(path_).problem, "it is not a regular file") << "and nobody waits for its writer";
+  EXPECT_EQ(files_.read(path_).problem, "it is not an ordinary file") << "and nobody waits for its writer";
   EXPECT_EQ(files_.replace(path_, "x"), "");
   std::filesystem::resize_file(path_, (16U << 20U) + 1);
   EXPECT_EQ(files_.read(path_).problem, "it is larger than 16 MiB");

@@ -17,6 +17,8 @@
 #include "backends/linux/crash/ReportReader.h"
 #include "backends/linux/crash/Symbols.h"
 #include "backends/linux/system/WholeFile.h"
+#include "platform/SystemErrors.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -25,7 +27,7 @@ constexpr off_t kLargestReport = off_t{256} << 10U;
 constexpr const char* kReadingMark = "reading";  ///< is there while the names of functions are looked up
 
 std::string systemError() {
-  return std::generic_category().message(errno);
+  return textOfSystemError(errno);
 }
 
 /// "SECONDS-PID" and the ending.
@@ -92,7 +94,7 @@ std::filesystem::path CrashFolder::pathFromEnvironment() {
 }
 
 FileDescriptor CrashFolder::open(std::string& problem) const {
-  problem = path_.empty() ? "the user has no home folder" : makePrivateFolders(path_);
+  problem = path_.empty() ? localized("there is no home folder") : makePrivateFolders(path_);
   if (!problem.empty()) {
     return {};
   }
@@ -100,7 +102,7 @@ FileDescriptor CrashFolder::open(std::string& problem) const {
   struct stat status {};
   const bool isThere = folder && ::fstat(folder.get(), &status) == 0;
   if (isThere && status.st_uid != ::getuid()) {
-    problem = fmt::format("{} belongs to another user", path_.string());
+    problem = localizedFormat("{} belongs to another user", path_.string());
   } else if (!isThere || ((status.st_mode & 077U) != 0 && ::fchmod(folder.get(), 0700) != 0)) {
     problem = fmt::format("{}: {}", path_.string(), systemError());
   }

@@ -18,6 +18,7 @@
 #include "backends/linux/system/WholeFile.h"
 #include "backends/threads/GuardedCallback.h"
 #include "platform/Queues.h"
+#include "platform/SystemErrors.h"
 #include "platform/Texts.h"
 
 namespace jumplark {
@@ -43,7 +44,7 @@ std::string cannotChange(const fs::path& path, const std::string& reason) {
 
 std::string removeFile(const fs::path& path) {
   const bool gone = ::unlink(path.c_str()) == 0 || errno == ENOENT;
-  return gone ? std::string() : cannotChange(path, std::generic_category().message(errno));
+  return gone ? std::string() : cannotChange(path, textOfSystemError(errno));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "backends/linux/system/FolderWatch.h"
 #include "backends/linux/system/WholeFile.h"
+#include "platform/SystemErrors.h"
 #include "platform/Texts.h"
 
 namespace jumplark {
@@ -27,6 +28,11 @@ std::filesystem::path behindLinks(const std::filesystem::path& path) {
 /// Under which problems are announced. Keys of settings are never empty.
 constexpr const char* kProblems = "";
 
+constexpr const char* kNotRead = textForLater(
+    "The settings in {} cannot be read: {}. As long as that is so, what you change will be lost when Jumplark ends.");
+constexpr const char* kNotSaved = textForLater(
+    "The settings cannot be saved in {}: {}. As long as that is so, what you change will be lost when Jumplark ends.");
+
 DefaultsValue member(const nlohmann::json& object, const std::string& key) {
   const auto found = object.find(key);
   return found != object.end() ? *found : DefaultsValue();
@@ -42,7 +48,9 @@ std::filesystem::path DefaultsFile::pathFromEnvironment() {
 DefaultsFile::DefaultsFile(Queues& queues, const std::filesystem::path& path)
     : observers_(queues), file_(behindLinks(path)) {
   if (file_.path().empty()) {
-    spdlog::warn("There is no folder for settings: they last only until this program ends");
+    const std::string problem = localized("There is no folder for settings, so they will be lost when Jumplark ends.");
+    spdlog::warn("{}", problem);
+    tell(problem);
     return;
   }
   exchange();
@@ -143,7 +151,7 @@ bool DefaultsFile::exchange() {
   const Changes changes = pendingChanges();
   if (!changes.empty()) {
     if (const std::string problem = makePrivateFolders(file_.path().parent_path()); !problem.empty()) {
-      return fail(problem);
+      return fail(kNotSaved, problem);
     }
   }
   std::optional<FileDescriptor> lock = changes.empty() ? std::nullopt : file_.lock();
@@ -153,15 +161,15 @@ bool DefaultsFile::exchange() {
     contents = file_.read();  // another instance may have mended it
   }
   if (contents.state == JsonFile::State::unreadable) {
-    return fail(contents.problem);
+    return fail(kNotRead, contents.problem);
   }
   if (contents.state == JsonFile::State::corrupt) {
-    return lock ? mendFile(contents) : fail(contents.problem);
+    return lock ? mendFile(contents) : fail(kNotRead, contents.problem);
   }
   wasRead_ = true;
   if (!changes.empty() && !lock) {
     adopt(contents.object, {});
-    return fail("another program keeps it locked");
+    return fail(kNotSaved, textOfSystemError(EAGAIN));
   }
   return store(contents.object, changes, false);
 }
@@ -169,12 +177,12 @@ bool DefaultsFile::exchange() {
 bool DefaultsFile::mendFile(const JsonFile::Contents& contents) {
   const std::optional<std::filesystem::path> aside = file_.setAside();
   if (!aside) {
-    return fail(contents.problem);
+    return fail(kNotRead, contents.problem);
   }
   const std::string problem = localizedFormat(
-      "The settings in {} cannot be read: {}. The file is now {}; {}", file_.path().string(), contents.problem,
+      "The settings in {} cannot be read: {}. That file is called {} now. {}", file_.path().string(), contents.problem,
       aside->string(),
-      wasRead_ ? localized("the settings that held are written anew") : localized("every setting has its default"));
+      wasRead_ ? localized("The settings stay as they were.") : localized("All settings start from their defaults."));
   spdlog::error("{}", problem);
   tell(problem);
   nlohmann::json held = nlohmann::json::object();
@@ -199,7 +207,7 @@ bool DefaultsFile::store(const nlohmann::json& base, const Changes& changes, boo
   if (always || merged != base) {
     if (const std::string problem = file_.write(merged); !problem.empty()) {
       adopt(base, {});
-      return fail(problem);
+      return fail(kNotSaved, problem);
     }
   }
   adopt(std::move(merged), changes);
@@ -231,10 +239,11 @@ void DefaultsFile::adopt(nlohmann::json contents, const Changes& written) {
   }
 }
 
-bool DefaultsFile::fail(const std::string& problem) {
+/// `what` has the places of the file and of its problem.
+bool DefaultsFile::fail(const char* what, const std::string& problem) {
   if (!std::exchange(failureLogged_, true)) {
-    const std::string told = localizedFormat("The settings in {} cannot be exchanged: {}. They are kept in memory",
-                                             file_.path().string(), problem);
+    const std::string file = file_.path().string();
+    const std::string told = localizedWith(what, fmt::make_format_args(file, problem));
     spdlog::warn("{}", told);
     tell(told);
   }

@@ -59,7 +59,7 @@ class DefaultsFile : public Defaults {
   bool mendFile(const JsonFile::Contents& contents);
   bool store(const nlohmann::json& base, const Changes& changes, bool always);
   void adopt(nlohmann::json contents, const Changes& written);
-  bool fail(const std::string& problem);
+  bool fail(const char* what, const std::string& problem);
   void tell(const std::string& problem);
   Changes pendingChanges() const;
 

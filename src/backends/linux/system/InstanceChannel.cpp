@@ -10,10 +10,10 @@
 #include <cerrno>
 #include <cstring>
 #include <optional>
-#include <system_error>
 #include <thread>
 
 #include "backends/linux/system/InstanceServer.h"
+#include "platform/SystemErrors.h"
 #include "platform/Texts.h"
 
 namespace jumplark {
@@ -26,7 +26,7 @@ constexpr auto kRetryPause = std::chrono::milliseconds(10);
 constexpr size_t kLongestAnswer = 4096;
 
 std::string systemError() {
-  return std::generic_category().message(errno);
+  return textOfSystemError(errno);
 }
 
 sockaddr_un addressOf(const std::filesystem::path& socket) {
@@ -104,23 +104,24 @@ bool isOwnUser(const FileDescriptor& connection) {
 
 InstanceChannel::Reply exchange(const FileDescriptor& connection, const std::string& line, Clock::time_point deadline) {
   if (!isOwnUser(connection)) {
-    return failed(localized("another user's program answers"));
+    return failed(localized("another user's program answers in place of Jumplark"));
   }
   // A line is shorter than any socket's buffer.
   if (::send(connection.get(), line.data(), line.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(line.size())) {
-    return failed(localized("the running instance has ended"));
+    return failed(localized("the running Jumplark has ended"));
   }
   const std::optional<std::string> answer = readLine(connection, deadline);
   if (!answer) {
-    return failed(Clock::now() >= deadline ? localized("the running instance does not answer")
-                                           : localized("the running instance has ended"));
+    return failed(Clock::now() >= deadline ? localized("the running Jumplark does not answer")
+                                           : localized("the running Jumplark has ended"));
   }
   if (*answer == "ok") {
     return {InstanceChannel::SendState::done, {}};
   }
   constexpr std::string_view kError = "error ";
-  return failed(answer->starts_with(kError) ? answer->substr(kError.size())
-                                            : localized("the running instance answers nonsense"));
+  return failed(answer->starts_with(kError)
+                    ? answer->substr(kError.size())
+                    : localized("the running Jumplark gives an answer that cannot be understood"));
 }
 
 }  // namespace
@@ -165,7 +166,7 @@ InstanceChannel::Reply InstanceChannel::send(const InstanceCommand& command, std
       return {SendState::notRunning, {}};
     }
     if (Clock::now() >= deadline) {
-      return failed(localized("the running instance does not answer"));
+      return failed(localized("the running Jumplark does not answer"));
     }
     std::this_thread::sleep_for(kRetryPause);
   }

@@ -9,9 +9,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <optional>
-#include <system_error>
 
 #include "platform/AttributeValue.h"
+#include "platform/SystemErrors.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -37,21 +38,21 @@ std::string fileNameOf(std::string display) {
 std::string faultOf(const std::filesystem::path& folder) {
   struct stat status {};
   if (::lstat(folder.c_str(), &status) != 0) {
-    return std::generic_category().message(errno);
+    return textOfSystemError(errno);
   }
   if (!S_ISDIR(status.st_mode)) {
-    return "it is not a folder";
+    return localized("it is not a folder");
   }
   if (status.st_uid != ::getuid()) {
-    return "it belongs to another user";
+    return localized("it belongs to another user");
   }
-  return (status.st_mode & 077U) != 0 ? "other users can reach it" : "";
+  return (status.st_mode & 077U) != 0 ? localized("other users can reach it") : "";
 }
 
 /// Makes the folder where there is none; its fault.
 std::string makeOwnFolder(const std::filesystem::path& folder) {
   if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-    return std::generic_category().message(errno);
+    return textOfSystemError(errno);
   }
   return faultOf(folder);
 }
@@ -73,14 +74,14 @@ std::filesystem::path temporaryFolder() {
 InstancePlace InstancePlace::inFolder(const std::filesystem::path& folder, const std::string& display) {
   InstancePlace place;
   if (std::string fault = makeOwnFolder(folder); !fault.empty()) {
-    place.problem = fmt::format("{} cannot be used: {}", folder.string(), fault);
+    place.problem = localizedFormat("{} cannot be used: {}", folder.string(), fault);
     return place;
   }
   const std::string name = fileNameOf(display);
   place.socket = folder / ("display" + name + ".socket");
   place.lock = folder / ("display" + name + ".lock");
   if (place.socket.native().size() >= sizeof(sockaddr_un::sun_path)) {
-    return {{}, {}, fmt::format("{} cannot be used: the path is too long for a socket", folder.string())};
+    return {{}, {}, localizedFormat("{} cannot be used: {}", folder.string(), textOfSystemError(ENAMETOOLONG))};
   }
   return place;
 }
@@ -100,7 +101,7 @@ InstancePlace InstancePlace::fromEnvironment() {
 FileDescriptor InstancePlace::takeLock(std::string& trouble) const {
   FileDescriptor file(::open(lock.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file) {
-    trouble = fmt::format("{}: {}", lock.string(), std::generic_category().message(errno));
+    trouble = fmt::format("{}: {}", lock.string(), textOfSystemError(errno));
     return {};
   }
   struct flock whole {};
@@ -108,7 +109,7 @@ FileDescriptor InstancePlace::takeLock(std::string& trouble) const {
   whole.l_whence = SEEK_SET;
   if (::fcntl(file.get(), F_OFD_SETLK, &whole) != 0) {
     if (errno != EAGAIN && errno != EACCES) {
-      trouble = fmt::format("{}: {}", lock.string(), std::generic_category().message(errno));
+      trouble = fmt::format("{}: {}", lock.string(), textOfSystemError(errno));
     }
     return {};
   }

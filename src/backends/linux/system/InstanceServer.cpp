@@ -17,6 +17,7 @@
 #include "backends/linux/system/QuietThread.h"
 #include "backends/threads/GuardedCallback.h"
 #include "platform/Queues.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -194,7 +195,7 @@ bool InstanceServer::readFrom(Client& client) {
   const size_t end = client.received.find('\n');
   if (std::min(end, client.received.size()) > kLongestLine) {
     client.asked = true;
-    client.toSend = answerLine("the line is too long");
+    client.toSend = answerLine(localized("the running Jumplark does not know this command"));
   } else if (end != std::string::npos) {
     client.asked = true;
     ask(client, client.received.substr(0, end));
@@ -205,7 +206,7 @@ bool InstanceServer::readFrom(Client& client) {
 void InstanceServer::ask(Client& client, const std::string& line) {
   const std::optional<InstanceCommand> command = parse(line);
   if (!command) {
-    client.toSend = answerLine("unknown command");
+    client.toSend = answerLine(localized("the running Jumplark does not know this command"));
     return;
   }
   queues_.mainQueue().post(

@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <string_view>
 #include <thread>
 
 #include "backends/linux/system/WholeFile.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -21,13 +23,10 @@ JsonFile::Contents failure(JsonFile::State state, std::string problem) {
   return {state, nlohmann::json::object(), std::move(problem)};
 }
 
-/// "parse error at line 1, column 2" of the parser's message, which goes on with terms of its own.
-std::string placeOfError(std::string_view message) {
-  constexpr std::string_view kEndOfName = "] ";
-  if (const size_t name = message.find(kEndOfName); name != std::string_view::npos) {
-    message.remove_prefix(name + kEndOfName.size());
-  }
-  return std::string(message.substr(0, message.find(": ")));
+/// The parser names it in English and in terms of its own.
+std::string unreadableAt(std::string_view before) {
+  const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+  return localizedFormat("line {} cannot be understood", line);
 }
 
 JsonFile::Contents parse(const std::string& text) {
@@ -38,14 +37,16 @@ JsonFile::Contents parse(const std::string& text) {
       return !isTooDeep;
     });
     if (isTooDeep) {
-      return failure(JsonFile::State::corrupt, "it is nested too deeply");
+      return failure(JsonFile::State::corrupt, localized("it is nested too deeply"));
     }
     if (!object.is_object()) {
-      return failure(JsonFile::State::corrupt, "it holds no JSON object");
+      return failure(JsonFile::State::corrupt, localized("it does not hold settings"));
     }
     return {JsonFile::State::read, std::move(object), {}};
-  } catch (const nlohmann::json::exception& error) {
-    return failure(JsonFile::State::corrupt, fmt::format("it holds no JSON ({})", placeOfError(error.what())));
+  } catch (const nlohmann::json::parse_error& error) {
+    return failure(JsonFile::State::corrupt, unreadableAt(std::string_view(text).substr(0, error.byte)));
+  } catch (const nlohmann::json::exception&) {
+    return failure(JsonFile::State::corrupt, localized("it does not hold settings"));
   }
 }
 

@@ -6,16 +6,17 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
 #include "backends/linux/system/WholeFile.h"
+#include "platform/SystemErrors.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
 
 std::string systemError() {
-  return std::generic_category().message(errno);
+  return textOfSystemError(errno);
 }
 
 /// What keeps a folder from being the user's alone, once that has been tried; an empty text when nothing does.
@@ -26,7 +27,7 @@ std::string closeToOthers(const std::filesystem::path& folder) {
     return fmt::format("{}: {}", folder.string(), systemError());
   }
   if (status.st_uid != ::getuid()) {
-    return fmt::format("{} belongs to another user", folder.string());
+    return localizedFormat("{} belongs to another user", folder.string());
   }
   if ((status.st_mode & 077U) != 0 && ::fchmod(opened.get(), 0700) != 0) {
     return fmt::format("{}: {}", folder.string(), systemError());
@@ -43,7 +44,7 @@ std::filesystem::path PrivateFiles::folderFromEnvironment() {
 
 FileStore::Folder PrivateFiles::applicationSupportDirectory() {
   if (folder_.empty()) {
-    return {{}, "the user has no home folder"};
+    return {{}, localized("there is no home folder")};
   }
   std::string problem = makePrivateFolders(folder_);
   if (problem.empty()) {

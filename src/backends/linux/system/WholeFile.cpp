@@ -14,6 +14,9 @@
 #include <thread>
 #include <utility>
 
+#include "platform/SystemErrors.h"
+#include "platform/Texts.h"
+
 namespace jumplark {
 namespace {
 
@@ -22,7 +25,7 @@ constexpr auto kLockPatience = std::chrono::milliseconds(500);
 constexpr auto kLockPause = std::chrono::milliseconds(1);
 
 std::string systemError() {
-  return std::generic_category().message(errno);
+  return textOfSystemError(errno);
 }
 
 WholeFile unreadable(std::string problem) {
@@ -104,15 +107,14 @@ std::string makePrivateFolders(const std::filesystem::path& folder) {
       refused = errno;
     }
     if (errno != EROFS && errno != EACCES) {
-      return std::generic_category().message(refused);
+      return textOfSystemError(refused);
     }
   }
   std::error_code error;
   if (std::filesystem::is_directory(folder, error)) {
     return {};
   }
-  return refused != 0 ? std::generic_category().message(refused)
-                      : fmt::format("there is no folder {}", folder.string());
+  return refused != 0 ? textOfSystemError(refused) : localizedFormat("there is no folder {}", folder.string());
 }
 
 WholeFile readWholeFile(const std::filesystem::path& path) {
@@ -126,10 +128,10 @@ WholeFile readWholeFile(const std::filesystem::path& path) {
     return unreadable(systemError());
   }
   if (!S_ISREG(status.st_mode)) {
-    return unreadable("it is not a regular file");
+    return unreadable(localized("it is not an ordinary file"));
   }
   if (status.st_size > kLargestFile) {
-    return {WholeFile::State::tooLarge, {}, "it is larger than 16 MiB"};
+    return {WholeFile::State::tooLarge, {}, localized("it is larger than 16 MiB")};
   }
   std::optional<std::string> text = readAll(file.get(), static_cast<size_t>(status.st_size));
   return text ? WholeFile{WholeFile::State::read, std::move(*text), {}} : unreadable(systemError());

@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <exception>
 #include <string_view>
 
 #include "backends/linux/atspi/bus/SdBus.h"
+#include "platform/SystemErrors.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -130,7 +130,7 @@ std::unique_ptr<BusLink> BusLink::open(const std::string& address, Kind kind, st
   }
   if (r < 0) {
     if (why) {
-      *why = std::strerror(-r);
+      *why = textOfSystemError(-r);
     }
     return nullptr;
   }
