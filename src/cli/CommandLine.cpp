@@ -1,32 +1,84 @@
 #include "cli/CommandLine.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <functional>
 #include <iostream>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "cli/Arguments.h"
+#include "cli/BadUsage.h"
+#include "platform/Texts.h"
 
 namespace jumplark::cli {
 namespace {
 
 using Command = Options::Command;
 
+constexpr const char* kPanes[] = {"General", "Advanced", "Usage", "Help", "About"};
 constexpr const char* kTargetGroup = "TARGET (without one: the frontmost application)";
+
+// Each checks a value and tells, in the user's language, what is wrong with it.
+
+std::string problemOfPid(std::string& value) {
+  int32_t pid = 0;
+  const bool isPid = CLI::detail::lexical_cast(value, pid) && pid > 0;
+  return isPid ? std::string() : localizedFormat("'{}' is no process id.", value);
+}
+
+std::string problemOfWait(std::string& value) {
+  constexpr int kLongest = 86400;
+  double seconds = 0;
+  const bool isTime = CLI::detail::lexical_cast(value, seconds) && seconds >= 0 && seconds <= kLongest;
+  return isTime ? std::string() : localizedFormat("'{}' is no number of seconds from 0 to {}.", value, kLongest);
+}
 
 void addLiveTarget(CLI::App& command, Target& target) {
   const std::string group = kTargetGroup;
   auto* pid = command.add_option("--pid", target.pid, "The application with this process id")->option_text("N");
   auto* name = command.add_option("--app", target.application, "The application of this name")->option_text("NAME");
-  pid->group(group)->excludes(name);
-  name->group(group);
+  pid->group(group)->excludes(name)->check(CLI::Validator(problemOfPid, std::string()))->take_last();
+  name->group(group)->take_last();
   command.add_option("--wait", target.waitSeconds, "Wait this long before looking at the desktop")
       ->option_text("SECONDS")
-      ->check(CLI::Range(0.0, 86400.0))
+      ->check(CLI::Validator(problemOfWait, std::string()))
+      ->take_last()
       ->group(group);
 }
 
 void addTarget(CLI::App& command, Target& target) {
   command.add_option("--desktop", target.desktopFile, "Read a recorded desktop instead of the live one")
       ->option_text("FILE")
+      ->take_last()
       ->group(kTargetGroup);
   addLiveTarget(command, target);
+}
+
+void addQuery(CLI::App& command, std::string& query) {
+  command.add_option("QUERY", query, "Letters of the text to find; with a leading . of the role")->required();
+}
+
+/// Panes may be named in small letters as well; `value` becomes the name that the preferences know.
+std::string problemOfPane(std::string& value) {
+  const auto* const known = std::ranges::find_if(
+      kPanes, [&](std::string_view name) { return std::ranges::equal(name, value, {}, ::tolower, ::tolower); });
+  if (known == std::end(kPanes)) {
+    return localizedFormat("'{}' is no pane. There are {}.", value, fmt::join(kPanes, ", "));
+  }
+  value = *known;
+  return {};
+}
+
+void addPane(CLI::App& command, std::string& pane) {
+  command.add_option("PANE", pane, "General, Advanced, Usage, Help or About")
+      ->transform(CLI::Validator(problemOfPane, std::string()));
 }
 
 CLI::App* addCommand(CLI::App& app, Options& options, const char* name, const char* help, Command command) {
@@ -39,7 +91,7 @@ void addCommands(CLI::App& app, Options& options) {
   addCommand(app, options, "activate", "Show or hide the query window of the running instance", Command::activate);
   auto* preferences =
       addCommand(app, options, "preferences", "Open the preferences of the running instance", Command::preferences);
-  preferences->add_option("PANE", options.pane, "General, Advanced, Usage, Help or About");
+  addPane(*preferences, options.pane);
 
   auto* tree = addCommand(app, options, "tree", "Print the snapshot of an application as XML", Command::tree);
   addTarget(*tree, options.target);
@@ -48,12 +100,12 @@ void addCommands(CLI::App& app, Options& options) {
   auto* match = addCommand(app, options, "match", "Print the ranked, labelled matches of a query", Command::match);
   addTarget(*match, options.target);
   match->add_flag("--json", options.json, "Print a JSON list, best first");
-  match->add_option("QUERY", options.query, "Letters of the text to find; with a leading . of the role")->required();
+  addQuery(*match, options.query);
 
   auto* act = addCommand(app, options, "act", "Click the best match of a query", Command::act);
   addTarget(*act, options.target);
   act->add_flag("--dry-run", options.dryRun, "Only say what would be clicked");
-  act->add_option("QUERY", options.query, "Letters of the text to find; with a leading . of the role")->required();
+  addQuery(*act, options.query);
 
   auto* record =
       addCommand(app, options, "record", "Save what a snapshot reads as a recorded desktop", Command::record);
@@ -61,10 +113,24 @@ void addCommands(CLI::App& app, Options& options) {
   record->add_option("-o,--output", options.outputFile, "Where to write it; standard output without")
       ->option_text("FILE");
 
-  auto* doctor = addCommand(
-      app, options, "doctor",
-      "Check this desktop, say how to mend what is missing, and how the application in front is read", Command::doctor);
+  auto* doctor =
+      addCommand(app, options, "doctor", "Say whether all is well here, and how to mend what is not", Command::doctor);
   addLiveTarget(*doctor, options.target);
+  doctor->add_flag("--all", options.all, "Also what is well, and how the application in front is read");
+}
+
+/// As the parser takes them: the last one first.
+std::vector<std::string> argumentsFor(const CLI::App& app, std::vector<std::string> given) {
+  const auto commands = app.get_subcommands([&](const CLI::App* command) {
+    return !given.empty() && command->get_name() == given.front() && command->get_option_no_throw("QUERY") != nullptr;
+  });
+  if (!commands.empty()) {
+    const std::vector<std::string> ordered = withQueryLast(*commands.front(), {given.begin() + 1, given.end()});
+    given.resize(1);
+    given.insert(given.end(), ordered.begin(), ordered.end());
+  }
+  std::ranges::reverse(given);
+  return given;
 }
 
 }  // namespace
@@ -81,10 +147,14 @@ std::variant<Options, ExitStatus> parseCommandLine(int argc, const char* const* 
       "3 desktop, accessibility or running instance out of reach.");
   addCommands(app, options);
   try {
-    app.parse(argc, argv);
+    app.parse(argumentsFor(app, {argv + std::min(argc, 1), argv + argc}));
   } catch (const CLI::ParseError& error) {
-    const bool asked = app.exit(error, std::cout, std::cerr) == 0;
-    return asked ? ExitStatus::done : ExitStatus::badUsage;
+    if (error.get_exit_code() == 0) {
+      app.exit(error, std::cout, std::cerr);
+      return ExitStatus::done;
+    }
+    fmt::print(stderr, "jumplark: {}\n{}\n", sentenceOn(app, error), whereToReadOn(app));
+    return ExitStatus::badUsage;
   }
   return options;
 }

@@ -23,7 +23,7 @@ struct Options {
   Command command = Command::run;  ///< without a command the program runs in the background
   Target target;
   std::string query;
-  bool all = false;     ///< tree: invisible elements too
+  bool all = false;     ///< tree: invisible elements too; doctor: what is well too
   bool json = false;    ///< match
   bool dryRun = false;  ///< act
   std::optional<std::string> outputFile;

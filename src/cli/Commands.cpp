@@ -44,8 +44,9 @@ std::string onOneLine(std::string text) {
 void printMatches(const std::vector<LabelledMatch>& matches) {
   for (const LabelledMatch& labelled : matches) {
     const Rect& bounds = labelled.match.node()->bounds();
-    fmt::print("{:<4}{:>8.3f}  {}  at {},{} size {}x{}\n", labelled.label, labelled.match.score(),
-               onOneLine(describe(labelled.match)), bounds.x, bounds.y, bounds.width, bounds.height);
+    fmt::print("{}\n",
+               localizedFormat("{:<4}{:>8.3f}  {}  at {},{} size {}x{}", labelled.label, labelled.match.score(),
+                               onOneLine(describe(labelled.match)), bounds.x, bounds.y, bounds.width, bounds.height));
   }
 }
 
@@ -89,14 +90,15 @@ ExitStatus runAct(const Options& options) {
   JLElementActioner& actioner = JLElementActioner::sharedInstance();
   if (options.dryRun) {
     const Point middle = best.node()->element()->midpoint();
-    fmt::print("would click {} near {},{} (bottom-left origin)\n", what, middle.x, middle.y);
+    fmt::print("{}\n", localizedFormat("would click {} near {},{} (bottom-left origin)", what, middle.x, middle.y));
     return ExitStatus::done;
   }
   actioner.setWaitsForDoubleClick(false);
   actioner.actionElement(best.node()->element());
   const Point where = actioner.getCursorPosition();
   const bool moved = best.node()->element()->role() == "AXSlider";
-  fmt::print("{} {} at {},{}\n", moved ? "moved to" : "clicked", what, where.x, where.y);
+  fmt::print("{}\n", moved ? localizedFormat("moved to {} at {},{}", what, where.x, where.y)
+                           : localizedFormat("clicked {} at {},{}", what, where.x, where.y));
   return ExitStatus::done;
 }
 

@@ -35,7 +35,7 @@ ExitStatus answerOf(const InstanceChannel::Reply& reply) {
     case InstanceChannel::SendState::done:
       return ExitStatus::done;
     case InstanceChannel::SendState::notRunning:
-      throw CommandFailure(ExitStatus::outOfReach, localized("it is not running; 'jumplark' starts it."));
+      throw CommandFailure(ExitStatus::outOfReach, localized("Jumplark is not running; 'jumplark' starts it."));
     case InstanceChannel::SendState::failed:
       break;
   }
@@ -63,7 +63,7 @@ void tellThatItRuns(const JLAppDelegate& delegate) {
   fmt::print("{} {}\n", localized("Jumplark is running."),
              shortcut
                  ? localizedFormat("Press {} over any application.", Platform::current().shortcuts->describe(*shortcut))
-                 : localized("Its shortcut cannot be used now; 'jumplark activate' does the same."));
+                 : localized("Its shortcut cannot be used now; 'jumplark activate' does what it would do."));
   std::fflush(stdout);
 }
 
@@ -100,7 +100,7 @@ class Background {
   std::string perform(const InstanceCommand& command) {
     if (delegate_.preferencesController() == nullptr || delegate_.statusItemController() == nullptr) {
       Platform::current().views->activateIgnoringOtherApps();
-      return localized("it is only just starting; answer its message first.");
+      return localized("Jumplark is only just starting; answer its message first.");
     }
     switch (command.kind) {
       case InstanceCommand::Kind::activate:

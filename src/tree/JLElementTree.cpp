@@ -10,6 +10,8 @@
 namespace jumplark {
 
 JLElementTree::JLElementTree() : document_(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0")), &xmlFreeDoc) {
+  // Without it the text form has a reference for every character that is not ASCII.
+  document_->encoding = xmlStrdup(reinterpret_cast<const xmlChar*>("UTF-8"));
   // Names shared through a dictionary make both building and XPath's name tests cheaper.
   document_->dict = xmlDictCreate();
   xmlDocSetRootElement(document_.get(), newGroup("Root"));

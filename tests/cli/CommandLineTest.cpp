@@ -21,7 +21,8 @@ const char* const kDesktop = R"({"screens":[[0,0,1440,900]],"pointer":[700,450],
   "app":{"attributes":{"AXRole":"AXApplication","AXTitle":"Editor","AXFocusedWindow":{"ref":"w"},"AXChildren":[{"ref":"w"}]}},
   "w":{"attributes":{"AXRole":"AXWindow","AXTitle":"Document","AXParent":{"ref":"app"},
        "AXPosition":{"point":[0,0]},"AXSize":{"size":[800,600]},
-       "AXChildren":[{"ref":"save"},{"ref":"saveAs"},{"ref":"tiny"},{"ref":"hidden"},{"ref":"search"}]}},
+       "AXChildren":[{"ref":"save"},{"ref":"saveAs"},{"ref":"tiny"},{"ref":"hidden"},{"ref":"search"},
+                       {"ref":"++"},{"ref":"--"},{"ref":"-x"}]}},
   "save":{"attributes":{"AXRole":"AXButton","AXTitle":"Save","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
        "AXPosition":{"point":[10,10]},"AXSize":{"size":[80,20]}},"actions":["AXPress"]},
   "saveAs":{"attributes":{"AXRole":"AXButton","AXTitle":"Save As…","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},
@@ -33,6 +34,12 @@ const char* const kDesktop = R"({"screens":[[0,0,1440,900]],"pointer":[700,450],
   "search":{"attributes":{"AXRole":"AXTextField","AXSubrole":"AXSearchField","AXValue":"","AXParent":{"ref":"w"},
        "AXWindow":{"ref":"w"},"AXRoleDescription":"search text field",
        "AXPosition":{"point":[10,50]},"AXSize":{"size":[80,20]}}},
+  "++":{"attributes":{"AXRole":"AXButton","AXTitle":"++","AXParent":{"ref":"w"},
+       "AXPosition":{"point":[10,90]},"AXSize":{"size":[80,20]}}},
+  "--":{"attributes":{"AXRole":"AXButton","AXTitle":"--","AXParent":{"ref":"w"},
+       "AXPosition":{"point":[10,130]},"AXSize":{"size":[80,20]}}},
+  "-x":{"attributes":{"AXRole":"AXButton","AXTitle":"-x tree","AXParent":{"ref":"w"},
+       "AXPosition":{"point":[10,170]},"AXSize":{"size":[80,20]}}},
   "other":{"attributes":{"AXRole":"AXApplication","AXTitle":"Other"}}
  }})";
 
@@ -90,6 +97,26 @@ TEST_F(CommandLine, TreeShowsWhatIsVisibleOrEverything) {
   EXPECT_NE(visible.out.find("<Element Role=\"Button\" Hash=\"" + std::to_string(fnv1a64("save")) + "\">"),
             std::string::npos);
   EXPECT_NE(all.out.find("Save hidden"), std::string::npos);
+  EXPECT_NE(all.out.find("\"Save As…\""), std::string::npos) << "as people read it: " << all.out;
+}
+
+TEST_F(CommandLine, WhatLooksLikeAMarkOrACommandIsAQueryToo) {
+  const std::pair<Arguments, const char*> cases[] = {
+      {{"++"}, "++"},         {{"++", "--json"}, "++"},
+      {{"--"}, "--"},         {{"--json", "--"}, "--"},
+      {{"--", "--"}, "--"},   {{"--", "++"}, "++"},
+      {{"--", "-x"}, "-x"},   {{"tree"}, "-x"},
+      {{"tree", "--"}, "-x"}, {{"--app", "Editor", "++"}, "++"},
+  };
+  for (const auto& [arguments, id] : cases) {
+    Arguments dry = arguments;
+    std::erase(dry, "--json");
+    dry.insert(dry.begin(), "--dry-run");
+    const auto act = onDesktop("act", dry);
+    EXPECT_EQ(act.out.find(std::string("would click Button \"") + id), 0U) << act.out << act.err;
+    const auto match = onDesktop("match", arguments);
+    EXPECT_NE(match.out.find(id), std::string::npos) << match.out << match.err;
+  }
 }
 
 TEST_F(CommandLine, ActSaysWhatItClickedAndWhere) {
@@ -117,6 +144,14 @@ TEST_F(CommandLine, FailuresHaveTheirStatusAndOneSentence) {
       {"nothing to click", {"act", "--desktop", file("desktop.json"), "zzz"}, 1, "zzz"},
       {"no query", {"match", "--desktop", file("desktop.json")}, 2, "QUERY"},
       {"unknown option", {"match", "--nonsense", "q"}, 2, "--nonsense"},
+      {"a query like an option", {"match", "-x"}, 2, "comes after --"},
+      {"two queries", {"match", "open", "file"}, 2, "'file' is one word too many"},
+      {"two queries like marks", {"act", "++", "--", "--"}, 2, "'--' is"},
+      {"no value", {"tree", "--desktop"}, 2, "--desktop needs"},
+      {"no process id", {"tree", "--pid", "7x"}, 2, "'7x' is no process id"},
+      {"no time", {"tree", "--wait", "-1"}, 2, "'-1' is no number of seconds"},
+      {"unknown pane", {"preferences", "NOSUCH"}, 2, "General, Advanced, Usage, Help, About"},
+      {"known pane, in small letters", {"preferences", "help"}, 3, "not running"},
       {"unknown command", {"nonsense"}, 2, "nonsense"},
       {"two targets", {"tree", "--pid", "1", "--app", "x"}, 2, "--app"},
       {"missing file", {"tree", "--desktop", file("none.json")}, 2, "none.json"},
@@ -136,6 +171,9 @@ TEST_F(CommandLine, FailuresHaveTheirStatusAndOneSentence) {
     EXPECT_NE(finished.err.find(c.says), std::string::npos) << c.name << ": " << finished.err;
     EXPECT_TRUE(finished.out.empty()) << c.name << ": " << finished.out;
   }
+  const auto doctor = run({"doctor"});
+  EXPECT_EQ(doctor.status, 3);
+  EXPECT_NE(doctor.out.find("thing"), std::string::npos) << doctor.out;
 }
 
 TEST_F(CommandLine, FindsApplicationsByNameAndIdentifier) {
