@@ -33,7 +33,7 @@ _jumplark() {
     match) words="$target --json --help -h" ;;
     act) words="$target --dry-run --help -h" ;;
     record) words="$target --output -o --help -h" ;;
-    doctor) words="$live --help -h" ;;
+    doctor) words="$live --all --help -h" ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/HealthSummary.h"
 #include "app/ProductPages.h"
 #include "platform/DesktopServices.h"
 #include "platform/Platform.h"
@@ -18,7 +19,7 @@ HelpPaneModel::Finding findingOf(const DesktopServices::HealthFinding& found) {
   using From = DesktopServices::HealthFinding::Level;
   using To = HelpPaneModel::Finding::Level;
   const To level = found.level == From::ok ? To::ok : found.level == From::warning ? To::warning : To::failure;
-  return {level, localized(found.name.c_str()), localized(found.finding.c_str()), localized(found.remedy.c_str())};
+  return {level, found.name, found.finding, found.remedy};
 }
 
 }  // namespace
@@ -85,7 +86,7 @@ void JLPreferencesHelpViewController::checkHealth() {
     std::ranges::stable_sort(findings, std::greater<>(), &HelpPaneModel::Finding::level);
     Platform::current().queues->mainQueue().post([weak, findings = std::move(findings)] {
       if (const auto self = weak.lock()) {
-        (*self)->model_.health = findings;
+        (*self)->findings_ = findings;
         (*self)->model_.isChecking = false;
         (*self)->show();
       }
@@ -93,7 +94,24 @@ void JLPreferencesHelpViewController::checkHealth() {
   });
 }
 
+void JLPreferencesHelpViewController::setShowsAll(bool all) {
+  model_.showsAll = all;
+  show();
+}
+
 void JLPreferencesHelpViewController::show() {
+  using Level = HelpPaneModel::Finding::Level;
+  const auto countOf = [this](Level level) {
+    return static_cast<size_t>(std::ranges::count(findings_, level, &HelpPaneModel::Finding::level));
+  };
+  if (!findings_.empty()) {
+    model_.summary = healthSummary(countOf(Level::failure), countOf(Level::warning));
+    model_.worst = std::ranges::max(findings_, {}, &HelpPaneModel::Finding::level).level;
+  }
+  model_.health = findings_;
+  if (!model_.showsAll) {
+    std::erase_if(model_.health, [](const auto& finding) { return finding.level == Level::ok; });
+  }
   view_->setHelpPane(model_);
 }
 

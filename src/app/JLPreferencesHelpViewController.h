@@ -31,13 +31,16 @@ class JLPreferencesHelpViewController final : public JLPreferencesPane {
   void pressButton(size_t index);
   /// Looks at the desktop, in the background; one look at a time.
   void checkHealth();
+  /// Also what is well, or only what is not.
+  void setShowsAll(bool all);
 
  private:
   void show();
 
   const ProductAddresses addresses_;
   PreferencesWindowView* view_ = nullptr;
-  HelpPaneModel model_;
+  HelpPaneModel model_;  ///< its findings are chosen when it is shown
+  std::vector<HelpPaneModel::Finding> findings_;
   std::vector<void (JLPreferencesHelpViewController::*)()> effects_;  ///< of the model's buttons
   std::shared_ptr<JLPreferencesHelpViewController*> self_;            ///< for what comes after the end
   std::shared_ptr<TaskQueue> queue_;

@@ -57,6 +57,7 @@ class JLPreferencesWindowController final : private PreferencesViewDelegate {
   void helpButtonClicked(size_t index) override { help_.pressButton(index); }
   void healthRequested() override { help_.checkHealth(); }
   void aboutLinkClicked() override { about_.openLink(); }
+  void allHealthToggled(bool on) override { help_.setShowsAll(on); }
 
   std::unique_ptr<PreferencesWindowView> view_;
   JLPreferencesGeneralViewController general_;

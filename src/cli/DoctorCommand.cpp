@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <vector>
 
-#include "backends/linux/system/DesktopCheck.h"
+#include "app/HealthSummary.h"
 #include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
-#include "backends/linux/atspi/bus/AtspiChecks.h"
+#include "backends/linux/system/DesktopCheck.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "cli/Commands.h"
 #include "cli/Snapshot.h"
@@ -31,7 +32,17 @@ const char* mark(Level level) {
   return "";
 }
 
-void print(const Checks& checks) {
+size_t countOf(const Checks& checks, Level level) {
+  return static_cast<size_t>(std::ranges::count(checks, level, &DesktopCheck::level));
+}
+
+/// Whether all is well, then what is not, the worst first; or all that was looked at, in its order.
+void print(Checks checks, bool all) {
+  fmt::print("{}\n", healthSummary(countOf(checks, Level::failure), countOf(checks, Level::warning)));
+  if (!all) {
+    std::erase_if(checks, [](const DesktopCheck& check) { return check.level == Level::ok; });
+    std::ranges::stable_sort(checks, std::greater<>(), &DesktopCheck::level);
+  }
   for (const DesktopCheck& check : checks) {
     fmt::print("{}{}: {}\n", mark(check.level), check.name, check.finding);
     if (!check.remedy.empty()) {
@@ -40,15 +51,11 @@ void print(const Checks& checks) {
   }
 }
 
-bool anyFailed(const Checks& checks) {
-  return std::any_of(checks.begin(), checks.end(), [](const auto& check) { return check.level == Level::failure; });
-}
-
 /// Reaching for the applications would switch accessibility on, and this command changes nothing.
 bool mayReadApplications(const Checks& checks) {
-  return !anyFailed(checks) && std::none_of(checks.begin(), checks.end(), [](const DesktopCheck& check) {
-    return check.name == atspi::kSwitchCheck && check.level != Level::ok;
-  });
+  return countOf(checks, Level::failure) == 0 && std::ranges::none_of(checks, [](const DesktopCheck& check) {
+           return check.subject == DesktopCheck::Subject::accessibilitySwitch && check.level != Level::ok;
+         });
 }
 
 Checks applicationChecks(const Target& target, SystemQueues& queues) {
@@ -71,13 +78,18 @@ Checks applicationChecks(const Target& target, SystemQueues& queues) {
 
 ExitStatus runDoctor(const Options& options, SystemQueues& queues) {
   Checks checks = desktopChecks();
-  print(checks);
   if (mayReadApplications(checks)) {
-    const Checks application = applicationChecks(options.target, queues);
-    print(application);
-    checks.insert(checks.end(), application.begin(), application.end());
+    try {
+      const Checks application = applicationChecks(options.target, queues);
+      checks.insert(checks.end(), application.begin(), application.end());
+    } catch (const CommandFailure&) {
+      // Of an application that is not there: that is no fault of the desktop.
+      print(checks, options.all);
+      throw;
+    }
   }
-  return anyFailed(checks) ? ExitStatus::outOfReach : ExitStatus::done;
+  print(checks, options.all);
+  return countOf(checks, Level::failure) > 0 ? ExitStatus::outOfReach : ExitStatus::done;
 }
 
 }  // namespace jumplark::cli

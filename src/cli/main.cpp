@@ -12,6 +12,7 @@
 #include "cli/CommandLine.h"
 #include "cli/Commands.h"
 #include "cli/OpenDesktop.h"
+#include "platform/Texts.h"
 
 namespace jumplark::cli {
 namespace {
@@ -77,6 +78,10 @@ ExitStatus run(const Options& options) {
       return reportingFailure(runActivate);
     case Options::Command::preferences:
       return reportingFailure([&] { return runPreferences(options); });
+    case Options::Command::doctor:
+      // Who is asked for help reads it too.
+      setTextCatalogue(nullptr);
+      return runWithDeepStack(options);
     default:
       return runWithDeepStack(options);
   }

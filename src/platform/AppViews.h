@@ -103,7 +103,10 @@ struct HelpPaneModel {
   };
   std::vector<std::string> buttons;
   bool isChecking = false;
-  std::vector<Finding> health;
+  std::string summary;  ///< whether all is well; empty before anything was looked at
+  Finding::Level worst = Finding::Level::ok;
+  bool showsAll = false;        ///< also what is well
+  std::vector<Finding> health;  ///< what is to be shown
   bool operator==(const HelpPaneModel&) const = default;
 };
 
@@ -142,6 +145,7 @@ class PreferencesViewDelegate {
   virtual void helpButtonClicked(size_t index) = 0;
   virtual void healthRequested() = 0;
   virtual void aboutLinkClicked() = 0;
+  virtual void allHealthToggled(bool on) = 0;
 };
 
 /// The one preferences window: a row of buttons, one a pane, above the chosen pane. It stays on screen when the program

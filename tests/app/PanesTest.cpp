@@ -179,7 +179,7 @@ TEST_F(Panes, SayWhyNoMetricsAreSent) {
     const char* collector;
     bool refused;
     const char* note;
-  } cases[] = {{"", false, "no address"}, {"https://metrics.example.org", true, "DO_NOT_TRACK"}};
+  } cases[] = {{"", false, "collects no usage metrics"}, {"https://metrics.example.org", true, "DO_NOT_TRACK"}};
   for (const auto& example : cases) {
     collector = example.collector;
     desktop->facts().refused = example.refused;
@@ -234,13 +234,30 @@ TEST_F(Panes, TheIconsMenuOpensTheQueryWindowOverTheApplicationInFront) {
 
 TEST_F(Panes, HelpOpensWhatThereIsAndShowsWhatIsWrongFirst) {
   using Level = DesktopServices::HealthFinding::Level;
-  desktop->services().health = {{Level::ok, "a", "fine", ""}, {Level::failure, "b", "gone", "mend it"}};
+  desktop->services().health = {
+      {Level::ok, "a", "fine", ""}, {Level::warning, "b", "so-so", "try it"}, {Level::failure, "c", "gone", "mend it"}};
   addresses.support.clear();
   show("Help");
   const auto& help = preferences().help;
-  ASSERT_EQ(help.health.size(), 2U);
-  EXPECT_EQ(help.health[0].name, "b");
+  const auto names = [&help] {
+    std::string joined;
+    for (const auto& finding : help.health) {
+      joined += finding.name;
+    }
+    return joined;
+  };
+  EXPECT_EQ(help.summary, "One thing keeps Jumplark from working here.");
+  EXPECT_EQ(help.worst, HelpPaneModel::Finding::Level::failure);
+  EXPECT_EQ(names(), "cb") << "only what is not well";
   EXPECT_EQ(help.health[0].remedy, "mend it");
+  user().allHealthToggled(true);
+  EXPECT_EQ(names(), "cba");
+  desktop->services().health.resize(1);
+  user().allHealthToggled(false);
+  user().healthRequested();
+  run();
+  EXPECT_EQ(help.summary, "All is well: Jumplark has all that it needs here.");
+  EXPECT_EQ(names(), "");
   EXPECT_FALSE(help.isChecking);
   EXPECT_THAT(help.buttons, ElementsAre("Open documentation", "Tell others about Jumplark"));
   for (size_t button = 0; button < 3; ++button) {

@@ -50,7 +50,7 @@ TEST(PreferencesWindow, showsEachPaneOnAClickOnItsButton) {
       {"About", "label", "Free software under the MIT licence."},
       {"Advanced", "label", "This build has no address to send metrics to: nothing is collected and nothing is sent."},
       {"Usage", "label", "Elements actioned"},
-      {"Help", "label", "X display: "},
+      {"Help", "label", "Jumplark works here."},
       {"General", "label", "Activation shortcut:"},
   };
   for (const auto& example : cases) {
@@ -69,6 +69,9 @@ TEST(PreferencesWindow, showsEachPaneOnAClickOnItsButton) {
 
   // The health page tells what the doctor tells, of the application behind the preferences too.
   open.windows.click("check box", "Help");
+  open.windows.waitFor("label", "Jumplark works here.");
+  EXPECT_FALSE(open.windows.shows("label", "accessibility bus: "));
+  open.windows.click("check box", "Show all");
   open.windows.waitFor("label", "reading: ");
   EXPECT_TRUE(open.windows.shows("label", "accessibility bus: "));
   open.program.key("Escape");

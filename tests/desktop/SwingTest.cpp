@@ -120,10 +120,11 @@ TEST_F(Swing, showsEachThingOnceAndDoesWhatAClickWouldDo) {
 
 TEST_F(Swing, isToldHowToStartAProgramThatShowsNothing) {
   start(false);
-  EXPECT_THAT(desktop.jumplark.run({"doctor"}).out,
-              testing::AllOf(HasSubstr("is not on the accessibility bus"), HasSubstr("It is a Java program"),
-                             HasSubstr("JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies="
-                                       "org.GNOME.Accessibility.AtkWrapper ")));
+  EXPECT_THAT(
+      desktop.jumplark.run({"doctor"}).out,
+      testing::AllOf(HasSubstr("is not on the accessibility bus"), HasSubstr("Java programs show what they hold"),
+                     HasSubstr("JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies="
+                               "org.GNOME.Accessibility.AtkWrapper ")));
 }
 
 }  // namespace

@@ -57,13 +57,16 @@ TEST(Trouble, theDoctorSaysWhatIsMissingAndWhatIsNot) {
     Desktop desktop;
     const Finished finished = desktop.jumplark.run({"doctor"});
     EXPECT_EQ(finished.status, 0) << finished.out << finished.err;
-    EXPECT_FALSE(finished.out.empty());
+    EXPECT_TRUE(finished.out.starts_with("Jumplark works here.")) << "there is no panel: " << finished.out;
+    EXPECT_EQ(finished.out.find("session bus"), std::string::npos) << "what is well is not told: " << finished.out;
+    EXPECT_NE(desktop.jumplark.run({"doctor", "--all"}).out.find("session bus"), std::string::npos);
   }
   PrivateSession session({.windowManager = WindowManager::openbox, .accessibility = false});
   const Finished finished = Jumplark(session, 900).run({"doctor"});
   EXPECT_EQ(finished.status, 3) << finished.out << finished.err;
-  EXPECT_NE((finished.out + finished.err).find("at-spi2-core"), std::string::npos)
-      << "how to mend it: " << finished.out << finished.err;
+  EXPECT_TRUE(finished.out.starts_with("2 things keep Jumplark from working here.\nFAILED  accessibility bus"))
+      << finished.out << finished.err;
+  EXPECT_NE(finished.out.find("at-spi2-core"), std::string::npos) << "how to mend it: " << finished.out;
 }
 
 TEST(Trouble, anApplicationThatIsNotThereIsNamed) {

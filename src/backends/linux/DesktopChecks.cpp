@@ -9,18 +9,18 @@
 namespace jumplark {
 namespace {
 
-/// Keeps the one that says most: a tray that is there, else what the bus, where most trays are, says.
-void keepOneTray(std::vector<DesktopCheck>& checks) {
-  const auto isTray = [](const DesktopCheck& check) { return check.name == "tray"; };
-  const auto isThere = [&](const DesktopCheck& check) { return isTray(check) && check.level == DesktopCheck::ok; };
+/// Keeps the one that says most: a place for icons that is there, of whichever kind.
+void keepOneOfIcon(std::vector<DesktopCheck>& checks) {
+  const auto isOfIcon = [](const DesktopCheck& check) { return check.subject == DesktopCheck::Subject::icon; };
+  const auto isThere = [&](const DesktopCheck& check) { return isOfIcon(check) && check.level == DesktopCheck::ok; };
   auto kept = std::find_if(checks.begin(), checks.end(), isThere);
   if (kept == checks.end()) {
-    const auto last = std::find_if(checks.rbegin(), checks.rend(), isTray);
+    const auto last = std::find_if(checks.rbegin(), checks.rend(), isOfIcon);
     kept = last != checks.rend() ? std::prev(last.base()) : checks.end();
   }
   std::vector<DesktopCheck> rest;
   for (auto check = checks.begin(); check != checks.end(); ++check) {
-    if (check == kept || !isTray(*check)) {
+    if (check == kept || !isOfIcon(*check)) {
       rest.push_back(*check);
     }
   }
@@ -33,7 +33,7 @@ std::vector<DesktopCheck> desktopChecks() {
   std::vector<DesktopCheck> checks = x11Checks();
   const std::vector<DesktopCheck> buses = atspi::atspiChecks();
   checks.insert(checks.end(), buses.begin(), buses.end());
-  keepOneTray(checks);
+  keepOneOfIcon(checks);
   return checks;
 }
 

@@ -41,7 +41,7 @@ TEST_F(X11ChecksTest, saysWhatIsMissingAndHowToMendIt) {
   expectRemediesWhereNeeded(checks);
   EXPECT_EQ(named(checks, "window manager").level, DesktopCheck::failure);
   EXPECT_EQ(named(checks, "session").level, DesktopCheck::warning);
-  EXPECT_EQ(named(checks, "compositor").level, DesktopCheck::warning);
+  EXPECT_EQ(named(checks, "transparency").level, DesktopCheck::warning);
   EXPECT_EQ(named(checks, "panel").level, DesktopCheck::warning);
   EXPECT_EQ(named(checks, "X display").level, DesktopCheck::ok);
 }
@@ -54,11 +54,11 @@ TEST_F(X11ChecksTest, aServerWithoutExtensionsFailsTheChecks) {
   const std::string display = ":" + server.out().substr(0, server.out().size() - 1);
   const auto checks = x11Checks(display);
   expectRemediesWhereNeeded(checks);
-  EXPECT_EQ(named(checks, "extension XTEST").level, DesktopCheck::failure);
-  EXPECT_EQ(named(checks, "extension RANDR").level, DesktopCheck::warning);
-  EXPECT_EQ(named(checks, "extension X-Resource").level, DesktopCheck::warning);
-  EXPECT_EQ(named(checks, "extension XInputExtension").level, DesktopCheck::ok);
-  EXPECT_THAT(named(checks, "extension XTEST").finding, HasSubstr("Missing"));
+  EXPECT_EQ(named(checks, "X extension XTEST").level, DesktopCheck::failure);
+  EXPECT_EQ(named(checks, "X extension RANDR").level, DesktopCheck::warning);
+  EXPECT_EQ(named(checks, "X extension X-Resource").level, DesktopCheck::warning);
+  EXPECT_EQ(named(checks, "X extension XInputExtension").level, DesktopCheck::ok);
+  EXPECT_THAT(named(checks, "X extension XTEST").finding, HasSubstr("missing"));
 
   // What needs them does without.
   const auto x = X11Connection::open(display).connection;

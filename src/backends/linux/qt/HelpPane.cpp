@@ -1,8 +1,10 @@
+#include <QCheckBox>
 #include <QFrame>
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QSignalBlocker>
 #include <QStyle>
 #include <QVBoxLayout>
 #include <array>
@@ -51,10 +53,13 @@ HelpPane::HelpPane(const PaneDelegate& delegate) : delegate_(delegate) {
   QFont bold = title->font();
   bold.setBold(true);
   title->setFont(bold);
+  all_ = new QCheckBox(localizedText("Show all"), this);
+  connect(all_, &QCheckBox::toggled, this, [this](bool on) { delegate_([on](auto& to) { to.allHealthToggled(on); }); });
   check_ = new QPushButton(localizedText("Check again"), this);
   connect(check_, &QPushButton::clicked, this, [this] { delegate_([](auto& to) { to.healthRequested(); }); });
   heading->addWidget(title);
   heading->addStretch();
+  heading->addWidget(all_);
   heading->addWidget(check_);
   layout->addSpacing(kSpacing);
   layout->addLayout(heading);
@@ -69,6 +74,8 @@ HelpPane::HelpPane(const PaneDelegate& delegate) : delegate_(delegate) {
 
 void HelpPane::setModel(const HelpPaneModel& model) {
   showButtons(model);
+  const QSignalBlocker quiet(all_);
+  all_->setChecked(model.showsAll);
   check_->setEnabled(!model.isChecking);
   check_->setText(model.isChecking ? localizedText("Checking…") : localizedText("Check again"));
   showHealth(model);
@@ -97,21 +104,36 @@ void HelpPane::showHealth(const HelpPaneModel& model) {
     delete item->widget();
     delete item;
   }
-  const int size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+  for (int old = 0; old < grid->rowCount(); ++old) {
+    grid->setRowStretch(old, 0);
+  }
   int row = 0;
+  if (!model.summary.empty()) {
+    addFinding(row++, model.worst, QString::fromStdString(model.summary), true);
+  }
   for (const HelpPaneModel::Finding& finding : model.health) {
-    auto* icon = new QLabel(health_);
-    icon->setPixmap(iconOf(*style(), finding.level).pixmap(size));
-    icon->setAccessibleName(wordOf(finding.level));
-    grid->addWidget(icon, row, 0, Qt::AlignTop);
     QString text = QString::fromStdString(finding.name + ": " + finding.text);
     if (!finding.remedy.empty()) {
       text += QStringLiteral("\n") + QString::fromStdString(finding.remedy);
     }
-    grid->addWidget(makeText(text, health_), row++, 1);
+    addFinding(row++, finding.level, text, false);
   }
   grid->setColumnStretch(1, 1);
   grid->setRowStretch(row, 1);
+}
+
+void HelpPane::addFinding(int row, HelpPaneModel::Finding::Level level, const QString& text, bool isBold) {
+  auto* grid = static_cast<QGridLayout*>(health_->layout());
+  const int size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+  auto* icon = new QLabel(health_);
+  icon->setPixmap(iconOf(*style(), level).pixmap(size));
+  icon->setAccessibleName(wordOf(level));
+  grid->addWidget(icon, row, 0, Qt::AlignTop);
+  QLabel* const label = makeText(text, health_);
+  QFont font = label->font();
+  font.setBold(isBold);
+  label->setFont(font);
+  grid->addWidget(label, row, 1);
 }
 
 }  // namespace jumplark

@@ -75,10 +75,12 @@ class HelpPane : public QWidget {
  private:
   void showButtons(const HelpPaneModel& model);
   void showHealth(const HelpPaneModel& model);
+  void addFinding(int row, HelpPaneModel::Finding::Level level, const QString& text, bool isBold);
 
   PaneDelegate delegate_;
   QVBoxLayout* buttonColumn_;
   std::vector<QPushButton*> buttons_;
+  QCheckBox* all_;
   QPushButton* check_;
   QWidget* health_;
 };

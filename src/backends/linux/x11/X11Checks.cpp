@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "backends/linux/x11/DesktopEntries.h"
@@ -28,11 +29,11 @@ std::string environment(const char* name) {
 DesktopCheck checkSession() {
   const bool wayland = !environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland";
   if (!wayland) {
-    return {textForLater("session"), DesktopCheck::ok, textForLater("This is not a Wayland session."), {}};
+    return {localized("session"), DesktopCheck::ok, localized("This is not a Wayland session."), {}};
   }
-  return {textForLater("session"), DesktopCheck::warning,
-          textForLater("This is a Wayland session, where only X11 windows can be reached."),
-          textForLater("Log out and choose a session on X11 (Xorg) at the log-in screen.")};
+  return {localized("session"), DesktopCheck::warning,
+          localized("This is a Wayland session, in which only the windows of X11 programs can be operated."),
+          localized("Log out and choose a session on X11 (Xorg) at the log-in screen.")};
 }
 
 std::string versionText(int version) {
@@ -49,29 +50,33 @@ struct Requirement {
 };
 
 DesktopCheck checkExtension(const Requirement& r) {
-  const std::string name = std::string("extension ") + r.name;
+  const std::string name = localizedFormat("X extension {}", r.name);
   if (r.found >= r.needed) {
-    return {name, DesktopCheck::ok, "Version " + versionText(r.found) + ".", {}};
+    return {name, DesktopCheck::ok, localizedFormat("Version {}.", versionText(r.found)), {}};
   }
-  const std::string finding =
-      r.found == 0 ? "Missing" : "Version " + versionText(r.found) + " instead of " + versionText(r.needed);
-  return {name, r.without, finding + ": " + r.consequence,
-          std::string("Use an X server that offers ") + r.name + " " + versionText(r.needed) +
-              ", such as X.Org 1.17 or later, and make sure that its configuration does not disable the extension."};
+  const char* const consequence = localized(r.consequence);
+  return {name, r.without,
+          r.found == 0 ? localizedFormat("It is missing: {}", consequence)
+                       : localizedFormat("It has version {} and not {}: {}", versionText(r.found),
+                                         versionText(r.needed), consequence),
+          localizedFormat("Use an X server that offers {} {}, such as X.Org 1.17 or later, and make sure that its "
+                          "configuration does not disable the extension.",
+                          r.name, versionText(r.needed))};
 }
 
 void checkExtensions(const X11Connection& x, std::vector<DesktopCheck>& checks) {
   const X11Extensions& e = x.extensions();
   const Requirement requirements[] = {
-      {"XTEST", e.xtest, 200, DesktopCheck::failure, "elements cannot be clicked."},
+      {"XTEST", e.xtest, 200, DesktopCheck::failure, textForLater("nothing can be clicked.")},
       {"XInputExtension", e.xinput, 202, DesktopCheck::failure,
-       "taps of a modifier key and a second Return for a double click are not seen."},
-      {"XKEYBOARD", e.xkb, 100, DesktopCheck::failure, "keys cannot be told apart."},
-      {"SHAPE", e.shape, 101, DesktopCheck::warning, "clicks may be aimed at windows that let them through."},
-      {"XFIXES", e.xfixes, 200, DesktopCheck::warning, "the coming and going of a compositor is not noticed."},
-      {"RANDR", e.randr, 105, DesktopCheck::warning, "all monitors count as one screen."},
+       textForLater("taps of Control and a second Return for a double click are not noticed.")},
+      {"XKEYBOARD", e.xkb, 100, DesktopCheck::failure, textForLater("keys cannot be told apart.")},
+      {"SHAPE", e.shape, 101, DesktopCheck::warning, textForLater("a click may go to a window that lets it through.")},
+      {"XFIXES", e.xfixes, 200, DesktopCheck::warning,
+       textForLater("transparency that is switched on or off meanwhile is not noticed.")},
+      {"RANDR", e.randr, 105, DesktopCheck::warning, textForLater("all monitors count as one screen.")},
       {"X-Resource", e.xresource, 102, DesktopCheck::warning,
-       "windows that do not name their process cannot be assigned to an application."},
+       textForLater("some windows cannot be told to be of their program.")},
   };
   for (const Requirement& requirement : requirements) {
     checks.push_back(checkExtension(requirement));
@@ -81,25 +86,25 @@ void checkExtensions(const X11Connection& x, std::vector<DesktopCheck>& checks) 
 DesktopCheck checkKeyboard(const X11Connection& x) {
   const auto map = KeyboardMap::read(x);
   if (map && !map->keycodesFor(key_code::returnKey).empty()) {
-    return {textForLater("keyboard"), DesktopCheck::ok, textForLater("The keyboard map can be read."), {}};
+    return {localized("keyboard"), DesktopCheck::ok, localized("The keyboard layout can be read."), {}};
   }
-  return {textForLater("keyboard"), DesktopCheck::failure,
-          map ? textForLater("The keyboard map has no Return key.") : textForLater("The keyboard map cannot be read."),
-          textForLater("Set a keyboard layout, for example with: setxkbmap us")};
+  return {localized("keyboard"), DesktopCheck::failure,
+          map ? localized("The keyboard layout has no Return key.") : localized("The keyboard layout cannot be read."),
+          localized("Set a keyboard layout, for example with: setxkbmap us")};
 }
 
 DesktopCheck checkWindowManager(const X11Connection& x) {
   const xcb_window_t window = x11::windowManagerWindow(x);
   if (window == 0) {
     return {
-        textForLater("window manager"), DesktopCheck::failure,
-        textForLater("No running window manager follows the EWMH standard, so windows cannot be activated reliably."),
-        textForLater("Start a window manager such as xfwm4, openbox, kwin_x11 or mutter.")};
+        localized("window manager"), DesktopCheck::failure,
+        localized("There is none that follows the EWMH standard, so windows cannot be brought to the front reliably."),
+        localized("Start a window manager such as xfwm4, openbox, kwin_x11 or mutter.")};
   }
   const std::string name = x11::takeText(x, x11::askProperty(x, window, x.atom(Atom::netWmName)));
-  return {textForLater("window manager"),
+  return {localized("window manager"),
           DesktopCheck::ok,
-          name.empty() ? textForLater("One that does not tell its name.") : name + ".",
+          name.empty() ? localized("One that does not tell its name runs.") : localizedFormat("{} runs.", name),
           {}};
 }
 
@@ -111,11 +116,12 @@ bool hasOwner(const X11Connection& x, Atom selection) {
 
 DesktopCheck checkCompositor(const X11Connection& x) {
   if (hasOwner(x, Atom::netWmCompositor)) {
-    return {textForLater("compositor"), DesktopCheck::ok, textForLater("Running."), {}};
+    return {localized("transparency"), DesktopCheck::ok, localized("The desktop can draw translucent boxes."), {}};
   }
-  return {textForLater("compositor"), DesktopCheck::warning,
-          textForLater("None: highlights are drawn without translucency."),
-          textForLater("Switch on compositing in the window manager's settings, or start a compositor such as picom.")};
+  return {localized("transparency"), DesktopCheck::warning,
+          localized("The desktop draws nothing translucent: what is behind the boxes over an application stands still "
+                    "as long as they show."),
+          localized("Switch on compositing in the window manager's settings, or start a compositor such as picom.")};
 }
 
 DesktopCheck checkPanel(X11WindowSystem& windows) {
@@ -123,23 +129,29 @@ DesktopCheck checkPanel(X11WindowSystem& windows) {
   X11Workspace workspace(windows, entries);
   const auto docks = workspace.runningApplicationsWithBundleIdentifier(kDockBundleIdentifier);
   if (!docks.empty()) {
-    return {textForLater("panel"),
+    return {localized("panel"),
             DesktopCheck::ok,
-            docks.front().name + " (process " + std::to_string(docks.front().pid) + ").",
+            localizedFormat("{} (process {}) can be operated too.", docks.front().name, docks.front().pid),
             {}};
   }
-  return {textForLater("panel"), DesktopCheck::warning,
-          textForLater("None: there are no panel elements to choose from."),
-          textForLater("Start your desktop's panel, for example xfce4-panel, if you want to operate it.")};
+  return {localized("panel"), DesktopCheck::warning, localized("No panel was found, so only windows can be operated."),
+          localized("Start your desktop's panel, for example xfce4-panel, if you want to operate it.")};
 }
 
 DesktopCheck checkTray(const X11Connection& x) {
   if (hasOwner(x, Atom::netSystemTray)) {
-    return {textForLater("tray"), DesktopCheck::ok, textForLater("An XEmbed tray is there."), {}};
+    return {localized("icon"),
+            DesktopCheck::ok,
+            localized("The desktop has a place for icons."),
+            {},
+            DesktopCheck::Subject::icon};
   }
-  return {textForLater("tray"), DesktopCheck::warning,
-          textForLater("No XEmbed tray: the icon shows only where a StatusNotifier host runs."),
-          textForLater("Add a notification area (status tray) to your panel if the icon is missing.")};
+  return {
+      localized("icon"), DesktopCheck::warning,
+      localized("The desktop has no place for icons, so Jumplark shows none."),
+      localized("Add a status tray to the panel (on GNOME, the AppIndicator extension), or do without the icon: the "
+                "shortcut and 'jumplark preferences' work without it."),
+      DesktopCheck::Subject::icon};
 }
 
 }  // namespace
@@ -149,13 +161,14 @@ std::vector<DesktopCheck> x11Checks(const std::string& display) {
   const auto opened = X11Connection::open(display);
   if (!opened.connection) {
     // The explanation ends with what to do.
-    const size_t sentence = opened.error.find(". ");
-    checks.push_back({textForLater("X display"), DesktopCheck::failure, opened.error.substr(0, sentence + 1),
-                      opened.error.substr(sentence + 2)});
+    const size_t sentence = std::min(opened.error.find(". ") + 1, opened.error.size());
+    checks.push_back({localized("X display"), DesktopCheck::failure, opened.error.substr(0, sentence),
+                      opened.error.substr(std::min(sentence + 1, opened.error.size()))});
     return checks;
   }
   const X11Connection& x = *opened.connection;
-  checks.push_back({textForLater("X display"), DesktopCheck::ok, x.displayName() + " can be reached.", {}});
+  checks.push_back(
+      {localized("X display"), DesktopCheck::ok, localizedFormat("{} can be reached.", x.displayName()), {}});
   checkExtensions(x, checks);
   checks.push_back(checkKeyboard(x));
   X11WindowSystem windows(opened.connection);

@@ -15,6 +15,7 @@
 #include "backends/linux/x11/Properties.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/XkbHeader.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -72,15 +73,19 @@ void ignoreBrokenPipes() {
 
 std::string connectionError(const std::string& name, int code) {
   if (name.empty()) {
-    return "There is no X display: the environment variable DISPLAY is not set. Start the program from within an X11 "
-           "session, or set DISPLAY (for example DISPLAY=:0).";
+    return localized(
+        "There is no X display: the environment variable DISPLAY is not set. Start Jumplark from within an X11 "
+        "session, "
+        "or set DISPLAY (for example DISPLAY=:0).");
   }
   if (code == XCB_CONN_CLOSED_PARSE_ERR) {
-    return "\"" + name + "\" is not the name of an X display. Set DISPLAY to one such as \":0\".";
+    return localizedFormat("\"{}\" is not the name of an X display. Set DISPLAY to one such as \":0\".", name);
   }
-  return "The X display \"" + name +
-         "\" cannot be reached. Check that the X server runs and that you may connect to it (DISPLAY and XAUTHORITY "
-         "must be those of your session).";
+  return localizedFormat(
+      "The X display \"{}\" cannot be reached. Check that the X server runs and that you may connect to it (DISPLAY "
+      "and "
+      "XAUTHORITY must be those of your session).",
+      name);
 }
 
 xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {

@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <string>
 
 #include "backends/linux/atspi/bus/SdBus.h"
+#include "platform/SystemErrors.h"
 #include "platform/Texts.h"
 
 namespace jumplark::atspi {
@@ -15,10 +15,12 @@ namespace jumplark::atspi {
 namespace {
 
 using Level = DesktopCheck::Level;
+using Subject = DesktopCheck::Subject;
+constexpr const char* kSwitch = textForLater("accessibility");
 constexpr uint64_t kPatienceMicroseconds = 2'000'000;
 
 std::string reason(int negativeErrno) {
-  return std::strerror(-negativeErrno);
+  return textOfSystemError(-negativeErrno);
 }
 
 /// Empty when the service does not answer; `error` then says why.
@@ -33,7 +35,7 @@ std::string accessibilityAddress(sd_bus* session, std::string& error) {
   if (called >= 0 && sd_bus_message_read(reply.get(), "s", &text) >= 0) {
     address = text;
   } else {
-    error = failure.message != nullptr ? failure.message : reason(called < 0 ? called : -EBADMSG);
+    error = reason(called < 0 ? called : -EHOSTUNREACH);  // the bus says it in English
   }
   sd_bus_error_free(&failure);
   return address;
@@ -80,43 +82,44 @@ DesktopCheck busCheck(sd_bus* session) {
   std::string error;
   const std::string address = accessibilityAddress(session, error);
   if (address.empty()) {
-    return {textForLater("accessibility bus"), Level::failure,
-            fmt::format("The session has no accessibility bus ({}), so no application can be read.", error),
-            textForLater("Install the package at-spi2-core, then log out and in again.")};
+    return {localized("accessibility bus"), Level::failure,
+            localizedFormat("The session has no accessibility bus ({}), so no application can be read.", error),
+            localized("Install the package at-spi2-core, then log out and in again.")};
   }
   if (const int result = connectTo(address); result < 0) {
-    return {textForLater("accessibility bus"), Level::failure,
-            fmt::format("The accessibility bus at {} does not let this program in ({}).", address, reason(result)),
-            textForLater("Run this program as the user of the session, then log out and in again if it persists.")};
+    return {localized("accessibility bus"), Level::failure,
+            localizedFormat("The accessibility bus does not let Jumplark in ({}).", reason(result)),
+            localized("Start Jumplark as the user of the session. If it was, log out and in again.")};
   }
-  return {textForLater("accessibility bus"), Level::ok, textForLater("The accessibility bus answers."), ""};
+  return {localized("accessibility bus"), Level::ok, localized("The accessibility bus answers."), ""};
 }
 
 DesktopCheck switchCheck(sd_bus* session) {
   const auto enabled = isEnabled(session);
   if (enabled && *enabled) {
-    return {kSwitchCheck, Level::ok, textForLater("Accessibility is switched on."), ""};
+    return {localized(kSwitch), Level::ok, localized("Accessibility is switched on."), "",
+            Subject::accessibilitySwitch};
   }
-  const char* const remedy = textForLater(
-      "Start this program with the session, or run: busctl --user set-property org.a11y.Bus /org/a11y/bus "
-      "org.a11y.Status IsEnabled b true. Then start again the applications that stay empty.");
+  const char* const remedy = localized(
+      "Start Jumplark with the session, or run: busctl --user set-property org.a11y.Bus /org/a11y/bus org.a11y.Status "
+      "IsEnabled b true. Then start again the programs in which nothing is found.");
   if (!enabled) {
-    return {kSwitchCheck, Level::failure, textForLater("It cannot be told whether accessibility is switched on."),
-            remedy};
+    return {localized(kSwitch), Level::failure, localized("It cannot be told whether accessibility is switched on."),
+            remedy, Subject::accessibilitySwitch};
   }
-  return {kSwitchCheck, Level::warning,
-          textForLater("Accessibility is switched off; applications that start meanwhile may offer nothing to find."),
-          remedy};
+  return {localized(kSwitch), Level::warning,
+          localized("Accessibility is switched off: in programs that are started meanwhile nothing may be found."),
+          remedy, Subject::accessibilitySwitch};
 }
 
-DesktopCheck trayCheck(sd_bus* session) {
+DesktopCheck iconCheck(sd_bus* session) {
   if (hasOwner(session, "org.kde.StatusNotifierWatcher")) {
-    return {textForLater("tray"), Level::ok, textForLater("The desktop has a tray for status icons."), ""};
+    return {localized("icon"), Level::ok, localized("The desktop has a place for icons."), "", Subject::icon};
   }
-  return {textForLater("tray"), Level::warning,
-          textForLater("The desktop has no tray for status icons; an older kind of tray is tried."),
-          textForLater("Add a status tray to the panel (on GNOME, the AppIndicator extension), or do without the icon: "
-                       "the shortcut and 'jumplark preferences' work without it.")};
+  return {localized("icon"), Level::warning, localized("The desktop has no place for icons, so Jumplark shows none."),
+          localized("Add a status tray to the panel (on GNOME, the AppIndicator extension), or do without the icon: "
+                    "the shortcut and 'jumplark preferences' work without it."),
+          Subject::icon};
 }
 
 }  // namespace
@@ -126,21 +129,20 @@ std::vector<DesktopCheck> atspiChecks() {
   const int opened = sd_bus_open_user(&raw);
   const BusPointer session(raw);
   if (opened < 0) {
-    const std::string unreachable = textForLater("It cannot be asked without a session bus.");
-    const std::string remedy = textForLater("Mend the session bus first.");
-    return {
-        {textForLater("session bus"), Level::failure,
-         fmt::format("The session bus cannot be reached ({}).", reason(opened)),
-         textForLater("Start this program from within the desktop session, where DBUS_SESSION_BUS_ADDRESS is set.")},
-        {textForLater("accessibility bus"), Level::failure, unreachable, remedy},
-        {kSwitchCheck, Level::failure, unreachable, remedy},
-        {textForLater("tray"), Level::warning, unreachable, remedy}};
+    const std::string unreachable = localized("This cannot be told without a session bus.");
+    const std::string remedy = localized("Mend the session bus first.");
+    return {{localized("session bus"), Level::failure,
+             localizedFormat("The session bus cannot be reached ({}).", reason(opened)),
+             localized("Start Jumplark from within the desktop session, where DBUS_SESSION_BUS_ADDRESS is set.")},
+            {localized("accessibility bus"), Level::failure, unreachable, remedy},
+            {localized(kSwitch), Level::failure, unreachable, remedy, Subject::accessibilitySwitch},
+            {localized("icon"), Level::warning, unreachable, remedy, Subject::icon}};
   }
   sd_bus_set_method_call_timeout(session.get(), kPatienceMicroseconds);
-  return {{textForLater("session bus"), Level::ok, textForLater("The session bus answers."), ""},
+  return {{localized("session bus"), Level::ok, localized("The session bus answers."), ""},
           busCheck(session.get()),
           switchCheck(session.get()),
-          trayCheck(session.get())};
+          iconCheck(session.get())};
 }
 
 }  // namespace jumplark::atspi

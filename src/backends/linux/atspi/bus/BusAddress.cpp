@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "backends/linux/atspi/bus/BusLink.h"
+#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -35,22 +36,24 @@ BusAddress unreachable(std::string advice) {
 BusAddress findAccessibilityBus(const std::string& sessionAddress, TimePoint deadline) {
   const std::string session = sessionAddress.empty() ? sessionAddressFromEnvironment() : sessionAddress;
   if (session.empty()) {
-    return unreachable("There is no session bus: start Jumplark inside a desktop session or with dbus-run-session.");
+    return unreachable(
+        localized("There is no session bus: start Jumplark inside a desktop session or with dbus-run-session."));
   }
   std::string why;
   const auto link = BusLink::open(session, BusLink::Kind::bus, &why);
   if (!link) {
     return unreachable(
-        fmt::format("The session bus cannot be reached ({}): start Jumplark inside a desktop session.", why));
+        localizedFormat("The session bus cannot be reached ({}): start Jumplark inside a desktop session.", why));
   }
   const Reply reply =
       link->callAndWait({kBusName, kBusPath, "org.a11y.Bus", "GetAddress", {}, decoding::text}, deadline);
   const auto* address = std::get_if<std::string>(&reply.value);
   if (!link->alive()) {
-    return unreachable("The session bus refused the connection: start Jumplark as the user of the desktop session.");
+    return unreachable(
+        localized("The session bus refused the connection: start Jumplark as the user of the desktop session."));
   }
   if (!address || address->empty()) {
-    return unreachable("The accessibility bus does not answer: install at-spi2-core and log in again.");
+    return unreachable(localized("The accessibility bus does not answer: install at-spi2-core and log in again."));
   }
   const auto error = link->setBooleanAndWait(kBusName, kBusPath, "org.a11y.Status", "IsEnabled", true, deadline);
   if (error != AccessibilityError::success) {

@@ -14,6 +14,7 @@
 #include "backends/linux/atspi/bus/BusAddress.h"
 #include "backends/linux/atspi/bus/BusLink.h"
 #include "backends/linux/atspi/bus/CallScheduler.h"
+#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -62,7 +63,7 @@ BusConnection::Reachability BusConnection::connect() {
   auto future = answer->get_future();
   post([this, answer] { answer->set_value(mainLink() ? Reachability{true, ""} : lastAttempt_); });
   if (future.wait_for(kConnectLimit + kRetryPause) != std::future_status::ready) {
-    return {false, "The accessibility bus does not answer: log in again."};
+    return {false, localized("The accessibility bus does not answer: log in again.")};
   }
   return future.get();
 }
@@ -219,7 +220,7 @@ BusConnection::Reachability BusConnection::open() {
     }
   }
   if (!link || !link->alive()) {
-    return {false, "The accessibility bus refused the connection: log in again."};
+    return {false, localized("The accessibility bus refused the connection: log in again.")};
   }
   main_ = std::move(link);
   generation_.fetch_add(1, std::memory_order_acq_rel);

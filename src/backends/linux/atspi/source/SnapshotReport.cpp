@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <string_view>
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/SnapshotReader.h"
 #include "backends/linux/atspi/source/SnapshotStore.h"
+#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -44,8 +44,9 @@ bool isPictureOnly(const ElementFacts& e, double window) {
   }
 }
 
-std::string counted(size_t count, std::string_view one, std::string_view many) {
-  return count == 1 ? fmt::format("1 {}", one) : fmt::format("{} {}", count, many);
+/// Two sentences, since languages differ in what changes with a number; `many` has the place of the number.
+std::string counted(size_t count, const char* one, const char* many) {
+  return count == 1 ? std::string(localized(one)) : localizedWith(many, fmt::make_format_args(count));
 }
 
 struct LeftOut {
@@ -73,47 +74,55 @@ LeftOut countLeftOut(const Snapshot& snapshot) {
 }
 
 std::vector<std::string> sentences(const LeftOut& left) {
+  const struct {
+    size_t count;
+    const char* one;
+    const char* many;
+  } kinds[] = {
+      {left.large, textForLater("Of a long list or table only the rows inside the window were read."),
+       textForLater("Of {} long lists or tables only the rows inside the window were read.")},
+      {left.secrets, textForLater("The content of a password field is never read."),
+       textForLater("The content of {} password fields is never read.")},
+      {left.texts, textForLater("Of a long text only what shows was read."),
+       textForLater("Of {} long texts only what shows was read.")},
+      {left.pictures, textForLater("A large area does not tell what is in it: nothing can be chosen there."),
+       textForLater("{} large areas do not tell what is in them: nothing can be chosen there.")},
+  };
   std::vector<std::string> said;
-  if (left.large > 0) {
-    said.push_back(fmt::format("Of {} only the rows inside the window were read.",
-                               counted(left.large, "long list or table", "long lists or tables")));
-  }
-  if (left.secrets > 0) {
-    said.push_back(
-        fmt::format("The content of {} is never read.", counted(left.secrets, "password field", "password fields")));
-  }
-  if (left.texts > 0) {
-    said.push_back(fmt::format("Of {} only what shows was read.", counted(left.texts, "long text", "long texts")));
-  }
-  if (left.pictures > 0) {
-    said.push_back(fmt::format("{} without saying what is in it: nothing can be chosen there.",
-                               counted(left.pictures, "large area draws itself", "large areas draw themselves")));
+  for (const auto& [count, one, many] : kinds) {
+    if (count > 0) {
+      said.push_back(counted(count, one, many));
+    }
   }
   return said;
 }
 
 std::string wayOf(const SnapshotReport& report) {
-  const std::string toolkit =
-      report.toolkit.name.empty() ? "An unknown toolkit" : report.toolkit.name + ' ' + report.toolkit.version;
-  const char* const how = report.fromCache ? "all elements at once from its cache, then their places"
-                                           : "level by level, many elements at once";
-  return fmt::format("{}: {}, over {}.", toolkit, how,
-                     report.toolkit.peerAddress.empty() ? "the accessibility bus" : "its own socket");
+  const std::string toolkit = report.toolkit.name.empty() ? std::string(localized("An unknown toolkit"))
+                                                          : report.toolkit.name + ' ' + report.toolkit.version;
+  const bool direct = !report.toolkit.peerAddress.empty();
+  if (report.fromCache) {
+    return direct ? localizedFormat("{}; all elements are read at once, over a direct connection.", toolkit)
+                  : localizedFormat("{}; all elements are read at once, over the accessibility bus.", toolkit);
+  }
+  return direct ? localizedFormat("{}; the elements are read level by level, over a direct connection.", toolkit)
+                : localizedFormat("{}; the elements are read level by level, over the accessibility bus.", toolkit);
 }
 
 DesktopCheck readingCheck(const SnapshotReport& report) {
-  DesktopCheck check{"reading", Level::ok,
-                     fmt::format("{} elements, {} of them showing, in {:.0f} ms.", report.elements, report.showing,
-                                 report.milliseconds),
+  DesktopCheck check{localized("reading"), Level::ok,
+                     localizedFormat("{} elements, {} of them showing, in {:.0f} ms.", report.elements, report.showing,
+                                     report.milliseconds),
                      ""};
   if (!report.complete) {
     constexpr std::chrono::duration<double, std::milli> kLimit = SnapshotReader::kLimit;
     const bool late = report.milliseconds >= kLimit.count();
     check.level = Level::warning;
-    check.finding += late ? " It was cut short: the application has more to tell than can be waited for."
-                          : " It was cut short: the application stopped answering.";
-    check.remedy = late ? "Make its window smaller, or close what is not needed in it."
-                        : "Wait until it is done with what it is doing, or start it again.";
+    check.finding += std::string(" ") +
+                     (late ? localized("It was cut short: the application has more to tell than can be waited for.")
+                           : localized("It was cut short: the application stopped answering."));
+    check.remedy = late ? localized("Make its window smaller, or close what is not needed in it.")
+                        : localized("Wait until it is done with what it is doing, or start it again.");
   }
   return check;
 }
@@ -136,23 +145,28 @@ SnapshotReport reportOn(const Snapshot& snapshot) {
 
 std::vector<DesktopCheck> readingChecks(const std::string& name, int32_t pid,
                                         const std::optional<SnapshotReport>& report, const std::string& advice) {
-  const std::string who = fmt::format("{} (process {})", name.empty() ? "The application" : name, pid);
+  const std::string who = name.empty() ? std::string(localized("The application")) : name;
   if (!report) {
-    return {{"application", Level::warning, who + " is not on the accessibility bus, so nothing of it can be found.",
-             advice.empty() ? "Start it again, now that accessibility is switched on; some programs offer nothing."
-                            : advice}};
+    return {
+        {localized("application"), Level::warning,
+         localizedFormat("{} (process {}) is not on the accessibility bus, so nothing of it can be found.", who, pid),
+         advice.empty()
+             ? localized("Start it again, now that accessibility is switched on. Some programs offer nothing, though.")
+             : advice}};
   }
-  std::vector<DesktopCheck> checks{{"application", Level::ok, who + " answers.", ""},
-                                   readingCheck(*report),
-                                   {"way of reading", Level::ok, wayOf(*report), ""}};
+  std::vector<DesktopCheck> checks{
+      {localized("application"), Level::ok, localizedFormat("{} (process {}) answers.", who, pid), ""},
+      readingCheck(*report),
+      {localized("toolkit"), Level::ok, wayOf(*report), ""}};
   if (!report->advice.empty()) {
-    checks.push_back({"pages", Level::warning, "The window shows no page to the accessibility bus.", report->advice});
+    checks.push_back({localized("pages"), Level::warning, localized("Nothing of the page in its window can be found."),
+                      report->advice});
   }
   for (const std::string& sentence : report->leftOut) {
-    checks.push_back({"left out", Level::ok, sentence, ""});
+    checks.push_back({localized("left out"), Level::ok, sentence, ""});
   }
   if (report->leftOut.empty()) {
-    checks.push_back({"left out", Level::ok, "Nothing that shows.", ""});
+    checks.push_back({localized("left out"), Level::ok, localized("Nothing that shows."), ""});
   }
   return checks;
 }

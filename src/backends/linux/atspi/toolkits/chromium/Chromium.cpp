@@ -11,6 +11,7 @@
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/Snapshot.h"
 #include "backends/linux/atspi/toolkits/chromium/ChromiumWalk.h"
+#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -116,8 +117,8 @@ std::string Chromium::adviceForSilent(int32_t pid, const Snapshot* snapshot) con
   if (!isBrowserEngine(program) || (snapshot && showsContent(*snapshot))) {
     return {};
   }
-  return fmt::format("{} shows nothing of its pages: start it with --force-renderer-accessibility.",
-                     std::filesystem::path(program).filename().string());
+  return localizedFormat("{} shows nothing of its pages: start it with --force-renderer-accessibility.",
+                         std::filesystem::path(program).filename().string());
 }
 
 }  // namespace jumplark::atspi

@@ -9,6 +9,7 @@
 #include "backends/linux/atspi/element/TextUnits.h"
 #include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/toolkits/swing/NestedEntries.h"
+#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -94,13 +95,20 @@ std::string Swing::adviceForSilent(int32_t pid, const Snapshot* snapshot) const 
   if (snapshot || !holdsJavaMachine(pid)) {
     return {};
   }
+  const std::string switchOn = fmt::format(
+      "JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper "
+      "-Xbootclasspath/a:{}'",
+      kWrapper);
   std::error_code error;
-  const bool isInstalled = std::filesystem::exists(kWrapper, error);
-  return fmt::format(
-      "It is a Java program, and those show what they hold only with the Java ATK wrapper: {}start it again with "
-      "this in its environment: JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies="
-      "org.GNOME.Accessibility.AtkWrapper -Xbootclasspath/a:{}'.",
-      isInstalled ? "" : "install it (on Debian the package libatk-wrapper-java-jni), and ", kWrapper);
+  return std::filesystem::exists(kWrapper, error)
+             ? localizedFormat(
+                   "Java programs show what they hold only with the Java ATK wrapper: start it again with this in its "
+                   "environment: {}",
+                   switchOn)
+             : localizedFormat(
+                   "Java programs show what they hold only with the Java ATK wrapper: install it (on Debian the "
+                   "package libatk-wrapper-java-jni), and start the program again with this in its environment: {}",
+                   switchOn);
 }
 
 }  // namespace jumplark::atspi
