@@ -7,11 +7,13 @@
 
 #include "app/JLPreferencesController.h"
 #include "app/ProductPages.h"
+#include "app/ShortcutRecord.h"
 #include "metrics/JLMetrics.h"
 #include "metrics/JLUsageTracker.h"
 #include "platform/Accessibility.h"
 #include "platform/Defaults.h"
 #include "platform/DesktopServices.h"
+#include "platform/GlobalShortcuts.h"
 #include "platform/Platform.h"
 #include "platform/SystemFacts.h"
 #include "platform/Texts.h"
@@ -58,11 +60,21 @@ Alert welcome() {
           {localized("Open README in browser"), localized("No, thanks.")}};
 }
 
+/// What the keys of the message below are here.
+std::string ownKeys() {
+  const Platform& platform = Platform::current();
+  const auto shortcut = shortcutFromRecord(platform.defaults->value(JLPreferencesController::activationShortcutKey));
+  return shortcut ? localizedFormat("The activation shortcut is {}, and the Command key is Super here.",
+                                    platform.shortcuts->describe(*shortcut))
+                  : localized("No activation shortcut is set, and the Command key is Super here.");
+}
+
 Alert alreadyRunning() {
   return {localized("Jumplark is already running!"),
           localized("We've opened up the preferences for you in case you forgot the activation shortcut.\n\nYou can "
                     "always access the "
-                    "preferences by activating Jumplark, then hitting Command+,"),
+                    "preferences by activating Jumplark, then hitting Command+,") +
+              ("\n\n" + ownKeys()),
           {localized("OK")}};
 }
 

@@ -1,6 +1,7 @@
 #include "app/JLCrashReporter.h"
 
 #include <fmt/format.h>
+#include <spdlog/spdlog.h>
 
 #include <chrono>
 #include <utility>
@@ -21,6 +22,24 @@ constexpr const char* kText = textForLater(
     "This report says where in the program that happened. It holds nothing that you typed, read or had on the screen.");
 constexpr const char* kNotSent = textForLater("It stays on this computer.");
 constexpr const char* kMaySend = textForLater("It stays on this computer unless you press \"Send\".");
+/// Why a report was not taken, as the end of a sentence.
+std::string problemOf(const HttpAnswer& answer) {
+  switch (answer.error) {
+    case HttpError::none:
+      return localizedFormat("the server refused it (status {})", answer.status);
+    case HttpError::timedOut:
+      return localized("the server did not answer in time");
+    case HttpError::untrusted:
+      return localized("the server could not prove that it is the right one");
+    case HttpError::badAddress:
+      return localized("the server's address cannot be used");
+    case HttpError::broken:
+      return localized("the connection broke off");
+    default:
+      return localized("the server cannot be reached");
+  }
+}
+
 constexpr auto kSendingLimit = std::chrono::seconds(30);
 
 std::string joined(const std::vector<CrashReport>& reports) {
@@ -101,9 +120,10 @@ void JLCrashReporter::send() {
   const Platform& platform = Platform::current();
   queue_->post([weak = std::weak_ptr(self_), request, http = platform.http, &main = platform.queues->mainQueue()] {
     const HttpAnswer answer = http->send(request);
-    const std::string problem =
-        answer.error != HttpError::none ? answer.problem : localizedFormat("the server answered {}", answer.status);
-    main.post([weak, accepted = answer.isSuccess(), problem] {
+    if (!answer.isSuccess() && answer.error != HttpError::cancelled) {
+      spdlog::warn("The crash report was not taken: {} {}", answer.status, answer.problem);
+    }
+    main.post([weak, accepted = answer.isSuccess(), problem = problemOf(answer)] {
       if (const auto self = weak.lock()) {
         (*self)->sent(accepted, problem);
       }

@@ -74,8 +74,7 @@ void JLPreferencesAdvancedViewController::show() {
   model.metricsCanChange = hasCollector_ && !isTrackingRefused();
   model.metricsEnabled = model.metricsCanChange && Platform::current().defaults->boolean(kMetricsKey);
   if (!hasCollector_) {
-    model.metricsNote =
-        localized("This build has no address to send metrics to: nothing is collected and nothing is sent.");
+    model.metricsNote = localized("This version of Jumplark collects no usage metrics and sends none.");
   } else if (isTrackingRefused()) {
     model.metricsNote = localized("DO_NOT_TRACK is set in the environment: nothing is collected and nothing is sent.");
   } else {

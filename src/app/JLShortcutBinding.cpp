@@ -105,7 +105,7 @@ void JLShortcutBinding::tryToRegister() {
   GlobalShortcuts::Registration made = shortcuts.registerShortcut(*wanted_, handler_);
   if (made.state == ShortcutState::registered) {
     registration_ = std::move(made.token);
-    spdlog::info("{} opens the query window", shortcuts.describe(*wanted_));
+    spdlog::debug("{} opens the query window", shortcuts.describe(*wanted_));
     return;
   }
   if (made.state == ShortcutState::outOfReach) {

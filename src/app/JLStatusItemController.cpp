@@ -21,13 +21,20 @@ constexpr std::chrono::seconds kPatience{20};
 
 const StatusItem kStatusItem{26.0, "Jumplark", "jumplark-menu", "jumplark-menu-selected"};
 
+std::string waysToPreferences() {
+  const Platform& platform = Platform::current();
+  const auto shortcut = shortcutFromRecord(platform.defaults->value(JLPreferencesController::activationShortcutKey));
+  return shortcut ? localizedFormat("To open the preferences, start Jumplark again, or press {} and then Super+comma.",
+                                    platform.shortcuts->describe(*shortcut))
+                  : localized("To open the preferences, start Jumplark again.");
+}
+
 Alert noStatusBar() {
-  return {localized("Jumplark has no icon on this desktop"),
-          localized("Jumplark is running, but this desktop has no place for its icon.\n\nTo open the preferences, "
-                    "start Jumplark again, "
-                    "or activate Jumplark and hit Command+, (the Command key is Super here)."),
-          {localized("OK")},
-          false};
+  return {
+      localized("Jumplark has no icon on this desktop"),
+      localized("Jumplark is running, but this desktop has no place for its icon.") + ("\n\n" + waysToPreferences()),
+      {localized("OK")},
+      false};
 }
 
 }  // namespace

@@ -115,7 +115,7 @@ void JLUpdateChecker::checkForUpdates() {
   if (address_.empty()) {
     show(messageOf(
              localized("Jumplark cannot look for updates"),
-             localized("This build has no address of an update server. Updates come from where you got Jumplark.")),
+             localized("This version of Jumplark does not look for updates. They come from where you got Jumplark.")),
          true);
     return;
   }

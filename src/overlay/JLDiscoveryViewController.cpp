@@ -9,6 +9,7 @@
 
 #include "accessibility/JLElement.h"
 #include "accessibility/JLElementAttributeExtractor.h"
+#include "platform/Texts.h"
 #include "tree/StrippedNames.h"
 
 namespace jumplark {
@@ -19,8 +20,14 @@ std::string typeLine(const std::shared_ptr<JLElement>& element) {
   for (std::string& role : roles) {
     role = strippedName(role);
   }
-  return fmt::format("Type: {}", fmt::join(roles, ", "));
+  return localizedFormat("Type: {}", fmt::join(roles, ", "));
 }
+
+/// The names of attributes that have texts, for the catalogues.
+[[maybe_unused]] constexpr const char* kNames[] = {textForLater("Title"),          textForLater("Value"),
+                                                   textForLater("VisibleText"),    textForLater("Description"),
+                                                   textForLater("Help"),           textForLater("PlaceholderValue"),
+                                                   textForLater("RoleDescription")};
 
 std::string onOneLine(std::string text) {
   std::replace_if(
@@ -39,7 +46,7 @@ JLDiscoveryViewController JLDiscoveryViewController::controllerForElement(const 
   std::sort(attributes.begin(), attributes.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   for (const auto& [name, value] : attributes) {
     if (value.text() && !value.text()->empty()) {
-      lines.push_back(fmt::format("{}: {}", strippedName(name), onOneLine(*value.text())));
+      lines.push_back(fmt::format("{}: {}", localized(strippedName(name).c_str()), onOneLine(*value.text())));
     }
   }
   JLDiscoveryViewController controller;

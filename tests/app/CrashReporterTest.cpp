@@ -72,9 +72,9 @@ TEST_F(CrashReporter, SendsOnlyWhenToldAndAgainOnlyAfterAFailure) {
   EXPECT_THAT(desktop_->http().requests(), IsEmpty());
   ASSERT_TRUE(window()->model.canSend);
   send(HttpError::unreachable, 0);
-  EXPECT_EQ(window()->model.status, "Could not be sent: no such host");
+  EXPECT_EQ(window()->model.status, "Could not be sent: the server cannot be reached");
   send(HttpError::none, 500);
-  EXPECT_EQ(window()->model.status, "Could not be sent: the server answered 500");
+  EXPECT_EQ(window()->model.status, "Could not be sent: the server refused it (status 500)");
   send(HttpError::none, 200);
   EXPECT_EQ(window()->model.status, "Sent. Thank you.");
   send(HttpError::none, 200);

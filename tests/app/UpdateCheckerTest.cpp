@@ -191,7 +191,7 @@ TEST_F(UpdateChecker, WithoutAnAddressNothingIsAsked) {
   run(72h);
   EXPECT_FALSE(window());
   ask();
-  EXPECT_THAT(window()->model.text, HasSubstr("no address"));
+  EXPECT_THAT(window()->model.text, HasSubstr("does not look for updates"));
   EXPECT_EQ(window()->model.option, "");
   EXPECT_EQ(requests(), 0U);
 }

@@ -115,7 +115,8 @@ TEST_P(StartedAgain, itOpensThePreferencesWithOneMessageThatHasTheKeyboard) {
   EXPECT_TRUE(windows.shows("label",
                             "We've opened up the preferences for you in case you forgot the activation "
                             "shortcut.\n\nYou can always access the preferences by activating Jumplark, then hitting "
-                            "Command+,"));
+                            "Command+,\n\nThe activation shortcut is Super+Shift+Space, and the Command key is Super "
+                            "here."));
   EXPECT_TRUE(waitUntil([&] { return !windows.find("text", "What to click"); })) << "the query window is still there";
 
   const auto isInFront = [&](const std::string& title) {

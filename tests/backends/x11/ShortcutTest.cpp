@@ -115,7 +115,7 @@ TEST(ShortcutDescriptionTest, namesKeysAsPeopleDo) {
       {{key_code::symbolBase + ',', command}, "Super+,"},
       {{key_code::symbolBase + 0x6CA, command}, "Super+Й"},
       {{key_code::symbolBase + 0xFFC2, 0}, "F5"},
-      {{key_code::symbolBase + 0xFF55, 0}, "Prior"},
+      {{key_code::symbolBase + 0xFF55, 0}, "Page Up"},
   };
   for (const auto& [shortcut, text] : cases) {
     EXPECT_EQ(describeShortcut(shortcut), text);

@@ -1,9 +1,6 @@
 #include "backends/linux/x11/ShortcutGrabs.h"
 
-#include <xkbcommon/xkbcommon.h>
-
 #include <algorithm>
-#include <array>
 
 #include "platform/Input.h"
 
@@ -21,52 +18,7 @@ uint16_t coreModifiers(uint64_t flags) {
   return result;
 }
 
-std::string nameOfSymbol(uint32_t symbol) {
-  constexpr uint32_t firstPrintable = 0x21;
-  if (xkb_keysym_to_utf32(symbol) >= firstPrintable) {
-    std::array<char, 8> buffer{};
-    xkb_keysym_to_utf8(xkb_keysym_to_upper(symbol), buffer.data(), buffer.size());
-    return buffer.data();
-  }
-  std::array<char, 64> buffer{};
-  if (xkb_keysym_get_name(symbol, buffer.data(), buffer.size()) <= 0) {
-    return "?";
-  }
-  std::string name = buffer.data();
-  std::ranges::replace(name, '_', ' ');
-  return name;
-}
-
-std::string nameOfKey(int64_t code) {
-  switch (code) {
-    case key_code::returnKey:
-      return "Return";
-    case key_code::tab:
-      return "Tab";
-    case key_code::space:
-      return "Space";
-    case key_code::backspace:
-      return "Backspace";
-    case key_code::escape:
-      return "Escape";
-    default:
-      return code >= key_code::symbolBase ? nameOfSymbol(static_cast<uint32_t>(code - key_code::symbolBase)) : "?";
-  }
-}
-
 }  // namespace
-
-std::string describeShortcut(const Shortcut& shortcut) {
-  constexpr std::pair<uint64_t, const char*> modifiers[] = {{modifier_flag::control, "Control+"},
-                                                            {modifier_flag::option, "Alt+"},
-                                                            {modifier_flag::command, "Super+"},
-                                                            {modifier_flag::shift, "Shift+"}};
-  std::string text;
-  for (const auto& [flag, name] : modifiers) {
-    text += (shortcut.modifierFlags & flag) != 0 ? name : "";
-  }
-  return text + nameOfKey(shortcut.keyCode);
-}
 
 ShortcutGrabs::ShortcutGrabs(std::shared_ptr<X11Connection> connection, std::shared_ptr<const KeyboardMap> map)
     : x_(std::move(connection)), map_(std::move(map)) {}

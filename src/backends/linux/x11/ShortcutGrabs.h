@@ -51,7 +51,4 @@ class ShortcutGrabs {
   std::vector<Owned> owned_;
 };
 
-/// As a person reads it: "Control+Alt+Super+Shift+Space".
-std::string describeShortcut(const Shortcut& shortcut);
-
 }  // namespace jumplark
