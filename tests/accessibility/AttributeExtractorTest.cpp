@@ -46,6 +46,8 @@ TEST(JLElementAttributeExtractor, PairsNamesAndValuesByPosition) {
     }
     EXPECT_EQ(found, c.expected) << c.id;
   }
+  EXPECT_EQ(JLElementAttributeExtractor::usefulAttributesForElement(*desktop.element("button")),
+            (AttributeValue::List{"OK", 1, {}}));
 }
 
 }  // namespace

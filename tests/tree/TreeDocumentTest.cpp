@@ -67,6 +67,10 @@ TEST(JLElementNode, TitleElementGivesASecondText) {
   EXPECT_FALSE(*field == *label);
   EXPECT_EQ(field->bounds(), (Rect{1, 94, 3, 4}));
   EXPECT_EQ(plain->textNode(), nullptr);
+  for (const char* value : {"first", "second"}) {
+    plain->setAttribute("Subrole", value);
+    EXPECT_EQ(plain->attribute("Subrole"), value);
+  }
   EXPECT_EQ(JLElementNode::nodeWithJLElement(*tree, nullptr), nullptr);
 }
 
