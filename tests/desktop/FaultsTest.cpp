@@ -64,10 +64,7 @@ Finished wholeTree(Desktop& desktop, pid_t pid) {
   return tree;
 }
 
-/// Most that one time-out adds to what the same reading takes without it.
-constexpr Milliseconds kForOneFault{1000};
-
-TEST(Faults, aStoppedApplicationIsGivenUpAfterOneTimeOutWithWhatWasRead) {
+TEST(Faults, aStoppedApplicationIsGivenUpWithWhatWasRead) {
   for (const Subject& subject : kSubjects) {
     SCOPED_TRACE(subject.name);
     Desktop desktop;
@@ -76,7 +73,6 @@ TEST(Faults, aStoppedApplicationIsGivenUpAfterOneTimeOutWithWhatWasRead) {
     for (const int calls : {1, 60, 300}) {
       SCOPED_TRACE(calls);
       const Finished cut = readTree(desktop, application.pid(), calls, SIGSTOP);
-      EXPECT_LT(cut.duration, whole.duration + kForOneFault);
       EXPECT_EQ(cut.status, calls == 1 ? 3 : 0) << cut.err;
       EXPECT_LE(elementsIn(cut), elementsIn(whole));
       EXPECT_EQ(elementsIn(cut) > 1, calls > 1);
@@ -92,9 +88,8 @@ TEST(Faults, anApplicationThatIsKilledWhileItIsReadIsNoError) {
     for (const Subject& subject : {kSubjects[0], kSubjects[1]}) {
       SCOPED_TRACE(std::string(subject.name) + ' ' + std::to_string(calls));
       Process& application = subject.start(desktop.session);
-      const Finished whole = wholeTree(desktop, application.pid());
+      wholeTree(desktop, application.pid());
       const Finished cut = readTree(desktop, application.pid(), calls, SIGKILL);
-      EXPECT_LT(cut.duration, whole.duration + kForOneFault);
       EXPECT_TRUE(cut.status == 0 || cut.status == 3) << cut.status.value_or(-1) << cut.err;
       EXPECT_EQ(cut.err.empty(), cut.status == 0) << cut.err;
       EXPECT_TRUE(application.wait().has_value());
@@ -129,8 +124,6 @@ TEST(Faults, ofWhatIsLargeOnlyThatWhichShowsIsRead) {
         EXPECT_GE(countOf(tree.out, shows), 1U) << tree.out.substr(0, 3000);
         EXPECT_EQ(countOf(tree.out, isFarBelow), 0U);
         EXPECT_LT(elementsIn(tree), mostElements);
-        // What all would take is many seconds.
-        EXPECT_LT(tree.duration, Milliseconds(3000));
       }
       process.kill(SIGKILL);
     }

@@ -2,8 +2,10 @@
 #include <sys/wait.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
-#include <thread>
+#include <functional>
+#include <memory>
 
 #include "desktop/Use.h"
 
@@ -78,9 +80,14 @@ class Victim {
   std::string text_;
 };
 
-void sleepFor(int milliseconds) {
-  std::this_thread::sleep_for(Milliseconds(milliseconds));
-}
+/// Something that a program comes to do, which lasts or is over from then on.
+struct Phase {
+  const char* name;
+  std::function<bool()> isReached;
+};
+
+/// So old is a press that is not answered any more.
+constexpr std::chrono::seconds kForgotten{1};
 
 TEST(NeverStuck, lettersGoToTheTargetWhileTheMainThreadHangs) {
   Desktop desktop;
@@ -92,7 +99,8 @@ TEST(NeverStuck, lettersGoToTheTargetWhileTheMainThreadHangs) {
     EXPECT_TRUE(victim.takesTyping()) << victim.demo().process().out();
     EXPECT_TRUE(desktop.session.keyboardIsFree());
     EXPECT_THAT(desktop.session.heldInput(), IsEmpty());
-    sleepFor(1100);
+    const auto letGo = std::chrono::steady_clock::now();
+    EXPECT_TRUE(waitUntil([&] { return std::chrono::steady_clock::now() - letGo > kForgotten; }));
   }
   // What was pressed in vain opens nothing over what the user does now.
   victim.expectNothingStuck();
@@ -104,12 +112,21 @@ TEST(NeverStuck, lettersGoToTheTargetWhileTheMainThreadHangs) {
 TEST(NeverStuck, aKilledProgramLeavesNothingHeldInAnyPhaseOfOpening) {
   Desktop desktop;
   Victim victim(desktop.session);
-  for (const int delay : {0, 3, 8, 20, 60, 200}) {
-    RunningProgram program(desktop.session);
-    program.key(RunningProgram::kShortcut);
-    sleepFor(delay);
-    program.process().kill(SIGKILL);
-    SCOPED_TRACE("killed " + std::to_string(delay) + " ms after the shortcut");
+  std::unique_ptr<RunningProgram> program;
+  std::unique_ptr<StoppedThread> hung;
+  const Phase phases[] = {{"at once", [] { return true; }},
+                          {"with the keyboard frozen", [&] { return hung != nullptr; }},
+                          {"with the window on the screen", [&] { return program->queryWindow().has_value(); }},
+                          {"with the keyboard", [&] { return program->isOpen(); }}};
+  for (const Phase& phase : phases) {
+    SCOPED_TRACE(phase.name);
+    program = std::make_unique<RunningProgram>(desktop.session);
+    // Nobody answers the shortcut, so that keys wait.
+    hung = &phase == &phases[1] ? std::make_unique<StoppedThread>(program->pid()) : nullptr;
+    program->key(RunningProgram::kShortcut);
+    EXPECT_TRUE(waitUntil(phase.isReached));
+    program->process().kill(SIGKILL);
+    hung.reset();
     victim.expectNothingStuck();
   }
 }
@@ -117,15 +134,25 @@ TEST(NeverStuck, aKilledProgramLeavesNothingHeldInAnyPhaseOfOpening) {
 TEST(NeverStuck, aKilledProgramLeavesNothingHeldInAnyPhaseOfAClick) {
   Desktop desktop;
   Victim victim(desktop.session);
-  for (const int delay : {0, 10, 40, 100, 150, 200}) {
-    RunningProgram program(desktop.session);
-    program.open();
-    program.type("apply");
-    program.waitForQuery("apply");
-    program.key("Return");
-    sleepFor(delay);
-    program.process().kill(SIGKILL);
-    SCOPED_TRACE("killed " + std::to_string(delay) + " ms after Return");
+  const auto clicks = [&] { return victim.demo().linesBeginning("clicked ").size(); };
+  size_t clicksBefore = 0;
+  const auto isHeld = [&] { return !desktop.session.heldInput().empty() || clicks() > clicksBefore; };
+  std::unique_ptr<RunningProgram> program;
+  const Phase phases[] = {{"at once", [] { return true; }},
+                          {"with the window gone", [&] { return !program->queryWindow(); }},
+                          {"with the target in front again", [&] { return victim.isActive(); }},
+                          {"with the button down", isHeld},
+                          {"after the click", [&] { return clicks() > clicksBefore; }}};
+  for (const Phase& phase : phases) {
+    SCOPED_TRACE(phase.name);
+    clicksBefore = clicks();
+    program = std::make_unique<RunningProgram>(desktop.session);
+    program->open();
+    program->type("apply");
+    program->waitForQuery("apply");
+    program->key("Return");
+    EXPECT_TRUE(waitUntil(phase.isReached));
+    program->process().kill(SIGKILL);
     EXPECT_TRUE(waitUntil([&] { return desktop.session.heldInput().empty(); })) << desktop.session.heldInput();
     EXPECT_TRUE(waitUntil([&] { return victim.isActive(); }));
     victim.focusField();

@@ -93,7 +93,7 @@ TEST(UsePlaces, clicksElementAfterElementInModalMode) {
     EXPECT_TRUE(use.demo.process().waitForLine(std::string("clicked ") + name));
     EXPECT_TRUE(use.program.waitForQuery("")) << "not opened again";
     EXPECT_TRUE(use.program.waitUntilOpen());
-    use.session().keys({"sleep", "0.7"});
+    EXPECT_TRUE(use.program.waitUntilReturnIsForOthers());
   }
   use.program.key("Escape");
   EXPECT_TRUE(use.program.waitUntilClosed());

@@ -64,8 +64,8 @@ TEST_P(UseOnEachDesktop, typesMovesAndClicks) {
   EXPECT_TRUE(waitUntil([&] { return isMatch(cancel); }));
   use.program.key("Tab");
   EXPECT_TRUE(waitUntil([&] { return isSelected(cancel); }));
-  // For 0.7 s after a click Return makes it a double one.
-  use.session().keys({"sleep", "0.7", "key", "Return"});
+  EXPECT_TRUE(use.program.waitUntilReturnIsForOthers());
+  use.program.key("Return");
   EXPECT_TRUE(use.demo.process().waitForLine("clicked Cancel")) << use.demo.process().out();
   EXPECT_THAT(use.demo.linesBeginning("text Name"), IsEmpty()) << "typed into the target";
 }
@@ -140,7 +140,7 @@ TEST(Use, clicksWhatWasTypedThoughReturnFollowsAtOnce) {
     EXPECT_TRUE(use.demo.process().waitForLine(expected)) << query << ": " << use.demo.process().out();
     EXPECT_TRUE(use.program.waitUntilClosed());
     ASSERT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
-    use.session().keys({"sleep", "0.7"});
+    ASSERT_TRUE(use.program.waitUntilReturnIsForOthers());
   }
   EXPECT_EQ(use.demo.linesBeginning("pressed ").size(), std::size(jobs));
 }
@@ -151,8 +151,10 @@ TEST(Use, movesThePointerOnATapOfControlAndFocusesOnTheSecond) {
   use.program.open();
   use.program.type("example.org");
   use.program.waitForQuery("example.org");
-  // Taps of all modifiers count together for 0.7 s, and letting go of the shortcut's own was one.
-  use.session().keys({"sleep", "0.8", "key", "Control_L"});
+  // Taps of all modifiers count together for 0.7 s, and letting go of the shortcut's own was one; what is selected is
+  // described when it has been for a second.
+  EXPECT_TRUE(waitUntil([&] { return use.program.overlayWindows().size() == 2; }));
+  use.program.key("Control_L");
   EXPECT_TRUE(waitUntil([&] {
     const std::string at = use.session().run({"xdotool", "getmouselocation", "--shell"}).out;
     int x = 0;
@@ -220,8 +222,8 @@ TEST(Use, makesAClickADoubleOneOnAReturnRightAfterIt) {
   use.program.waitForQuery("edinburgh");
   use.program.key("Return");
   ASSERT_TRUE(waitUntil([&] { return !use.demo.linesBeginning("pressed ").empty(); }));
-  // As fast as a person may be.
-  use.session().keys({"sleep", "0.15", "key", "Return"});
+  EXPECT_TRUE(waitUntil([&] { return use.session().heldInput().empty(); }));
+  use.program.key("Return");
   EXPECT_TRUE(waitUntil([&] { return !use.demo.linesBeginning("double-pressed ").empty(); }));
 }
 

@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <systemd/sd-bus.h>
 
-#include <chrono>
-
 #include "backends/atspi/SourceFixture.h"
 #include "backends/atspi/SpoiltSocket.h"
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
@@ -10,7 +8,6 @@
 namespace jumplark::atspi {
 namespace {
 
-using std::chrono::steady_clock;
 using namespace std::string_literals;
 
 struct Bytes {
@@ -81,10 +78,12 @@ TEST_P(SpoiltText, CostsNothingButItself) {
     SCOPED_TRACE(invalid.what);
     socket.put(invalid.bytes);
     const int before = socket.spoilt();
-    const auto started = steady_clock::now();
     platform_.prepareSnapshot(app.root(), true);
     readEverything();
-    EXPECT_LT(steady_clock::now() - started, std::chrono::seconds(2)) << "an answer was waited for in vain";
+    {
+      const auto live = source().beginLiveReads();
+      EXPECT_TRUE(source().facts(app.ref("last"), facts::identity).ok()) << "an answer was waited for in vain";
+    }
     EXPECT_GT(socket.spoilt(), before);
     EXPECT_EQ(names(), "first name description text attributes role error last");
     for (const char* id : {"first", "role", "error", "last"}) {

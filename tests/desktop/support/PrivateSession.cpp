@@ -194,11 +194,9 @@ Process& PrivateSession::start(const Arguments& arguments, const Environment& ex
 }
 
 Finished PrivateSession::run(const Arguments& arguments, Milliseconds limit, const Environment& extra) {
-  const auto begin = std::chrono::steady_clock::now();
   Process& process = start(arguments, extra);
   Finished result;
   result.status = process.wait(limit);
-  result.duration = std::chrono::duration_cast<Milliseconds>(std::chrono::steady_clock::now() - begin);
   result.out = process.out();
   result.err = process.err();
   processes_.pop_back();
@@ -266,6 +264,10 @@ std::string PrivateSession::heldInput() const {
 
 bool PrivateSession::keyboardIsFree() const {
   return display_->keyboardIsFree();
+}
+
+bool PrivateSession::keyIsFree(uint8_t keycode) const {
+  return display_->keyIsFree(keycode);
 }
 
 std::vector<uint32_t> PrivateSession::pixels(const PixelRect& rect) const {

@@ -97,6 +97,8 @@ class PrivateSession {
   std::string heldInput() const;
   /// Whether no client holds the keyboard, so that what is typed reaches the focus.
   bool keyboardIsFree() const;
+  /// Whether no client takes this key, pressed without modifiers, before the focus gets it.
+  bool keyIsFree(uint8_t keycode) const;
 
   /// The whole screen as a PNG file; false when it could not be written.
   bool screenshot(const std::string& path);

@@ -29,7 +29,6 @@ struct Finished {
   std::optional<int> status;
   std::string out;
   std::string err;
-  Milliseconds duration{0};
 };
 
 /// A running program whose output goes to files, so that it never waits for a reader. Destruction kills it. All calls

@@ -83,6 +83,11 @@ void RunningProgram::type(const std::string& text) {
   session_.keys({"type", "--delay", "0", text});
 }
 
+bool RunningProgram::waitUntilReturnIsForOthers() const {
+  constexpr uint8_t kReturn = 36;
+  return waitUntil([this] { return session_.keyIsFree(kReturn); });
+}
+
 std::optional<std::string> RunningProgram::queryText() {
   for (const AccessibleElement& element : readApplication(session_, "Jumplark")) {
     if (element.role == "text" || element.role == "entry") {

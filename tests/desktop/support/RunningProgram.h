@@ -41,6 +41,9 @@ class RunningProgram {
   void type(const std::string& text);
   void key(const std::string& name) { session_.keys({"key", name}); }
 
+  /// For a while after a click Return makes it a double one; returns when that is over.
+  bool waitUntilReturnIsForOthers() const;
+
   /// What the query field holds, as a screen reader is told; none while it cannot be read.
   std::optional<std::string> queryText();
   bool waitForQuery(const std::string& text);

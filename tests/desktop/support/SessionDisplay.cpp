@@ -196,4 +196,15 @@ bool PrivateSession::Display::keyboardIsFree() const {
   return true;
 }
 
+bool PrivateSession::Display::keyIsFree(uint8_t keycode) const {
+  const auto cookie =
+      xcb_grab_key_checked(connection_, 1, screen_->root, 0, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+  const bool free = !own(xcb_request_check(connection_, cookie));
+  if (free) {
+    xcb_ungrab_key(connection_, keycode, screen_->root, 0);
+    xcb_flush(connection_);
+  }
+  return free;
+}
+
 }  // namespace jumplark::desktop

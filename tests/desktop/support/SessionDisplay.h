@@ -26,6 +26,7 @@ class PrivateSession::Display {
   std::vector<uint32_t> pixels(const PixelRect& rect) const;
   std::string heldInput() const;
   bool keyboardIsFree() const;
+  bool keyIsFree(uint8_t keycode) const;
 
  private:
   xcb_atom_t atom(const char* name) const;
