@@ -87,8 +87,10 @@ ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set
     request.hasComponent = (before->interfaces & interface_bit::component) != 0;
   }
   const AtspiHandle* handle = handleOf(element);
-  if (handle && !request.facts.has(wanted)) {
+  if (handle) {
     request.context.toolkit = registry_.toolkitOf(applicationOf(*handle)).toolkit;
+  }
+  if (handle && !request.facts.has(wanted)) {
     if (!request.context.toolkit->tellsShowing() && !request.facts.has(facts::identity)) {
       // Only its size tells whether it shows.
       request.wanted |= facts::extents;
