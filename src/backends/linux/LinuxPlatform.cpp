@@ -97,7 +97,7 @@ std::vector<DesktopCheck> LinuxPlatform::readingChecks(const RunningApplication&
 
 std::string LinuxPlatform::adviceForSilence(int32_t pid) {
   const auto report = parts_->elements.report(parts_->elements.application(pid));
-  for (const DesktopCheck& check : atspi::readingChecks({}, pid, report)) {
+  for (const DesktopCheck& check : atspi::readingChecks({}, pid, report, parts_->elements.adviceForSilent(pid))) {
     if (!check.remedy.empty()) {
       return check.remedy;
     }
