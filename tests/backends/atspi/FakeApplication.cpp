@@ -29,7 +29,8 @@ std::string interfaceOf(sd_bus_message* message) {
 }
 
 bool has(const FakeElement& element, const std::string& interface) {
-  return interface == "Accessible" ||
+  constexpr uint32_t kApplication = 75;
+  return interface == "Accessible" || (interface == "Application" && element.role == kApplication) ||
          std::find(element.interfaces.begin(), element.interfaces.end(), interface) != element.interfaces.end();
 }
 
@@ -41,7 +42,7 @@ FakeApplication::FakeApplication(const PrivateBus& bus, std::string toolkit, std
   root.role = 75;
   root.parent = "";
   root.states = 0;
-  root.interfaces = {"Application"};
+  root.interfaces = {};
   elements_["root"] = root;
   peer_ = std::make_unique<FakePeer>(bus.address(), "", handler());
 }

@@ -129,11 +129,7 @@ AccessibilityResult<FactsPointer> AtspiElementSource::facts(const ElementRef& el
   if (!handleOf(element)) {
     return AccessibilityError::invalidElement;
   }
-  FactsPointer known = isLive() ? recent_.find(element) : store_.find(element);
-  if (!known && !isLive()) {
-    known = outside_.find(element);
-  }
-  if (known && known->has(wanted)) {
+  if (FactsPointer known = knownFacts(element); known && known->has(wanted)) {
     return known;
   }
   std::vector<ReadRequest> requests{requestFor(element, wanted)};
