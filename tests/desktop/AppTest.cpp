@@ -234,7 +234,8 @@ TEST(App, worksInAHomeThatCannotBeWrittenAndSaysSo) {
   EXPECT_EQ(session.run({JUMPLARK_PROGRAM, "preferences"}).status, 0);
   windows.click("check box", "Start Jumplark at login");
   EXPECT_TRUE(windows.waitForState("check box", "Start Jumplark at login", "checked", false));
-  windows.waitFor("label", nowhere + "/config/autostart/jumplark.desktop cannot be changed: Not a directory.");
+  windows.waitFor("label",
+                  nowhere + "/config/autostart/jumplark.desktop cannot be changed: a part of the path is no folder.");
   program.kill(SIGTERM);
   EXPECT_EQ(program.wait(), 0);
 }

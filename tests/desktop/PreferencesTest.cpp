@@ -48,7 +48,7 @@ TEST(PreferencesWindow, showsEachPaneOnAClickOnItsButton) {
     const char* shows;
   } cases[] = {
       {"About", "label", "Free software under the MIT licence."},
-      {"Advanced", "label", "This build has no address to send metrics to: nothing is collected and nothing is sent."},
+      {"Advanced", "label", "This version of Jumplark collects no usage metrics and sends none."},
       {"Usage", "label", "Elements actioned"},
       {"Help", "label", "Jumplark works here."},
       {"General", "label", "Activation shortcut:"},

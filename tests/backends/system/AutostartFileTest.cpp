@@ -76,7 +76,7 @@ TEST_F(AutostartFileTest, SaysWhyItsFileCannotBeWritten) {
   const bool isRoot = ::geteuid() == 0 && ::seteuid(65534) == 0;  // for whom no folder is closed
   const std::string problem = item.set(true);
   EXPECT_TRUE(!isRoot || ::seteuid(0) == 0);
-  EXPECT_EQ(problem, closed.string() + "/autostart/jumplark.desktop cannot be changed: Permission denied.");
+  EXPECT_EQ(problem, closed.string() + "/autostart/jumplark.desktop cannot be changed: permission denied.");
 }
 
 TEST_F(AutostartFileTest, IsMendedAtTheNextStartAfterTheProgramMoved) {

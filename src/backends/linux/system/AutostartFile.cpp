@@ -208,12 +208,13 @@ std::string AutostartFile::write(const fs::path& path, bool hidden) const {
     problem = replaceWholeFile(path, fmt::format("[Desktop Entry]\n"
                                                  "Type=Application\n"
                                                  "Name=Jumplark\n"
-                                                 "Comment=Operate any application from the keyboard\n"
+                                                 "Comment={}\n"
                                                  "Icon=jumplark\n"
                                                  "Exec={}\n"
                                                  "Terminal=false\n"
                                                  "{}{}=true\n",
-                                                 command(), hidden ? "Hidden=true\n" : "", AutostartEntry::mark));
+                                                 localized("Operate any application from the keyboard"), command(),
+                                                 hidden ? "Hidden=true\n" : "", AutostartEntry::mark));
   }
   return problem.empty() ? problem : cannotChange(path, problem);
 }
