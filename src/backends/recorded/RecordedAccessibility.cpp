@@ -215,7 +215,7 @@ AccessibilityError RecordedAccessibility::setAttributeValue(const ElementRef& el
       hitTester_.reset();
     }
   }
-  note({element, name, value, false, result});
+  note({element, name, value, result});
   return result;
 }
 
@@ -232,7 +232,7 @@ AccessibilityError RecordedAccessibility::performAction(const ElementRef& elemen
       result = AccessibilityError::actionUnsupported;
     }
   }
-  note({element, action, {}, true, result});
+  note({element, action, {}, result});
   return result;
 }
 
@@ -285,8 +285,7 @@ ElementRef RecordedAccessibility::systemWideElement() {
 std::vector<RecordedApplication> RecordedAccessibility::hitOrder(const ElementRef& application) const {
   std::vector<RecordedApplication> applications = workspace_.applicationsInHitOrder();
   std::erase_if(applications, [&](const RecordedApplication& other) {
-    return !other.element || other.pid == ownProcess_ ||
-           (application != systemWide_ && !(other.element == application));
+    return !other.element || (application != systemWide_ && !(other.element == application));
   });
   return applications;
 }

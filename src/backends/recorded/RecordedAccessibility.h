@@ -23,7 +23,6 @@ struct RecordedOperation {
   ElementRef element;
   std::string name;      ///< of the attribute or the action
   AttributeValue value;  ///< written; none for an action
-  bool isAction = false;
   AccessibilityError result = AccessibilityError::success;
 };
 
@@ -75,8 +74,6 @@ class RecordedAccessibility : public AccessibilityPlatform {
   void setDelay(const std::string& id, double milliseconds);
   /// Later reads of the element fail with invalidElement.
   void removeElement(const std::string& id);
-  /// Hit tests never find elements of this process.
-  void setOwnProcess(int32_t pid);
 
   /// Called after each write and action, on the caller's thread, with no lock held; none by default.
   void setOperationHandler(std::function<void(const RecordedOperation&)> handler);
@@ -117,7 +114,6 @@ class RecordedAccessibility : public AccessibilityPlatform {
   std::vector<RecordedOperation> operations_;
   std::function<void(const RecordedOperation&)> operationHandler_;
   std::vector<std::pair<ElementRef, bool>> preparedSnapshots_;
-  int32_t ownProcess_ = -1;
 
   std::atomic<int> endedSnapshots_{0};
   std::shared_ptr<std::atomic<int>> openLiveScopes_ = std::make_shared<std::atomic<int>>(0);

@@ -49,11 +49,6 @@ void RecordedAccessibility::removeElement(const std::string& id) {
   change(id, [](RecordedElement& element) { element.present = false; });
 }
 
-void RecordedAccessibility::setOwnProcess(int32_t pid) {
-  const std::scoped_lock lock(mutex_);
-  ownProcess_ = pid;
-}
-
 void RecordedAccessibility::setOperationHandler(std::function<void(const RecordedOperation&)> handler) {
   const std::scoped_lock lock(mutex_);
   operationHandler_ = std::move(handler);

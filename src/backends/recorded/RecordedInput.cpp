@@ -189,11 +189,6 @@ std::vector<PostedMouseEvent> RecordedInput::postedMouseEvents() const {
   return posted_;
 }
 
-void RecordedInput::clearPostedMouseEvents() {
-  const std::scoped_lock lock(mutex_);
-  posted_.clear();
-}
-
 int RecordedInput::beepCount() const {
   const std::scoped_lock lock(mutex_);
   return beeps_;

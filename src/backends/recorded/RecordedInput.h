@@ -44,7 +44,6 @@ class RecordedInput : public InputPlatform {
   void permitTaps(bool permitted);
 
   std::vector<PostedMouseEvent> postedMouseEvents() const;
-  void clearPostedMouseEvents();
   int beepCount() const;
   int tapCount() const;
 

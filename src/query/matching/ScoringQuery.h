@@ -25,7 +25,6 @@ class ScoringQuery {
   explicit ScoringQuery(std::u16string query);
 
   const std::u16string& text() const { return query_; }
-  bool containsDiacritics() const { return containsDiacritics_; }
   /// Limits what queries that are regular expressions by accident may cost, over all texts.
   MatchBudget& budget() { return budget_; }
 

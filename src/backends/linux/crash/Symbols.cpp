@@ -59,9 +59,6 @@ Symbols::Symbols() : resolver_(std::make_unique<Resolver>()) {
         return 0;
       },
       &modules);
-  if (!modules.empty()) {
-    own_ = modules.front().first;  // the program comes first
-  }
   biases_.insert(modules.begin(), modules.end());
   biases_.erase("");
 }

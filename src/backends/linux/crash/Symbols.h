@@ -30,13 +30,10 @@ class Symbols {
   /// The function at an address of the module's file, and after it those that it was inlined in, from the inside out.
   /// None where the module is not loaded here. `buildId` in hexadecimal digits.
   std::vector<Function> at(const std::string& buildId, uint64_t offset);
-  /// The build id of the program itself, in hexadecimal digits.
-  const std::string& ownBuildId() const { return own_; }
 
  private:
   struct Resolver;
   std::map<std::string, uintptr_t> biases_;  ///< of the loaded modules, by build id
-  std::string own_;
   std::unique_ptr<Resolver> resolver_;
 };
 

@@ -1,10 +1,8 @@
 #include "backends/linux/x11/DesktopWatcher.h"
 
 #include <unistd.h>
-#include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
-#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -29,21 +27,16 @@ class DesktopWatcher::Impl {
   void watchPresses(int change);
   int32_t activeApplication() const;
 
-  std::atomic<bool> compositorRuns{false};
-  PostedSlots<bool> compositorChanged;
-  PostedSlots<> windowManagerStarted;
   PostedSlots<int32_t> activeApplicationChanged;
   PostedSlots<Point> buttonPress;
 
  private:
   void handle(const xcb_generic_event_t& event);
-  void handleProperty(xcb_atom_t atom);
+  void activeWindowChanged();
   void handlePress(uint32_t button);
-  bool readCompositor() const;
 
   std::shared_ptr<X11Connection> x_;
   TaskQueue& queue_;
-  uint8_t xfixesEvent_ = 0;  ///< 0 where the extension is missing
   std::mutex pressMutex_;
   int pressWatchers_ = 0;
   int32_t activePid_ = -1;  ///< the thread's own
@@ -52,16 +45,8 @@ class DesktopWatcher::Impl {
 
 DesktopWatcher::Impl::Impl(std::shared_ptr<X11Connection> connection, TaskQueue& queue)
     : x_(std::move(connection)), queue_(queue) {
-  if (x_->extensions().xfixes > 0) {
-    xfixesEvent_ = xcb_get_extension_data(x_->get(), &xcb_xfixes_id)->first_event + XCB_XFIXES_SELECTION_NOTIFY;
-    x_->check(xcb_xfixes_select_selection_input_checked(x_->get(), x_->root(), x_->atom(Atom::netWmCompositor),
-                                                        XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
-                                                            XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
-                                                            XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE));
-  }
   const uint32_t properties = XCB_EVENT_MASK_PROPERTY_CHANGE;
   x_->check(xcb_change_window_attributes_checked(x_->get(), x_->root(), XCB_CW_EVENT_MASK, &properties));
-  compositorRuns = readCompositor();
   activePid_ = activeApplication();
   thread_.start();
 }
@@ -88,23 +73,12 @@ int32_t DesktopWatcher::Impl::activeApplication() const {
   return facts && !isOwn ? facts->pid : -1;
 }
 
-bool DesktopWatcher::Impl::readCompositor() const {
-  const auto owner = takeReply(x_->get(), xcb_get_selection_owner_reply,
-                               xcb_get_selection_owner(x_->get(), x_->atom(Atom::netWmCompositor)));
-  return owner && owner->owner != XCB_NONE;
-}
-
 void DesktopWatcher::Impl::handle(const xcb_generic_event_t& event) {
   const uint8_t type = event.response_type & 0x7FU;
   if (type == XCB_PROPERTY_NOTIFY) {
     const auto& property = reinterpret_cast<const xcb_property_notify_event_t&>(event);
-    if (property.state == XCB_PROPERTY_NEW_VALUE) {
-      handleProperty(property.atom);
-    }
-  } else if (xfixesEvent_ != 0 && type == xfixesEvent_) {
-    const bool runs = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event).owner != XCB_NONE;
-    if (compositorRuns.exchange(runs) || runs) {
-      compositorChanged.post(queue_, runs);
+    if (property.state == XCB_PROPERTY_NEW_VALUE && property.atom == x_->atom(Atom::netActiveWindow)) {
+      activeWindowChanged();
     }
   } else if (x11::isInputEvent(*x_, event)) {
     const auto& raw = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
@@ -114,14 +88,10 @@ void DesktopWatcher::Impl::handle(const xcb_generic_event_t& event) {
   }
 }
 
-void DesktopWatcher::Impl::handleProperty(xcb_atom_t atom) {
-  if (atom == x_->atom(Atom::netSupportingWmCheck)) {
-    windowManagerStarted.post(queue_);
-  } else if (atom == x_->atom(Atom::netActiveWindow)) {
-    const int32_t pid = activeApplication();
-    if (pid > 0 && std::exchange(activePid_, pid) != pid) {
-      activeApplicationChanged.post(queue_, pid);
-    }
+void DesktopWatcher::Impl::activeWindowChanged() {
+  const int32_t pid = activeApplication();
+  if (pid > 0 && std::exchange(activePid_, pid) != pid) {
+    activeApplicationChanged.post(queue_, pid);
   }
 }
 
@@ -148,18 +118,6 @@ DesktopWatcher::DesktopWatcher(std::shared_ptr<Impl> impl) : impl_(std::move(imp
 
 DesktopWatcher::~DesktopWatcher() {
   impl_->stop();
-}
-
-bool DesktopWatcher::compositorRuns() const {
-  return impl_->compositorRuns;
-}
-
-Token DesktopWatcher::onCompositorChanged(std::function<void(bool)> callback) {
-  return impl_->compositorChanged.add(std::move(callback));
-}
-
-Token DesktopWatcher::onWindowManagerStarted(std::function<void()> callback) {
-  return impl_->windowManagerStarted.add(std::move(callback));
 }
 
 Token DesktopWatcher::onActiveApplicationChanged(std::function<void(int32_t)> callback) {

@@ -21,12 +21,6 @@ class DesktopWatcher {
   DesktopWatcher& operator=(const DesktopWatcher&) = delete;
   ~DesktopWatcher();
 
-  /// Whether a compositor blends windows now.
-  bool compositorRuns() const;
-  /// Called when a compositor has come or gone, and when one has replaced another.
-  Token onCompositorChanged(std::function<void(bool runs)> callback);
-  /// Called when a window manager announces itself: it stacks the windows that it finds anew.
-  Token onWindowManagerStarted(std::function<void()> callback);
   /// Called when a window of another application than before has become the active one. Windows of this process do not
   /// count.
   Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback);

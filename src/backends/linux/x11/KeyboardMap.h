@@ -33,7 +33,6 @@ class KeyboardMap {
   /// Core modifier bits that only mirror a lock (Caps, Num and Scroll Lock), combined in every way, none first: with a
   /// grab for each of them a key counts as unmodified whatever locks are on.
   std::vector<uint16_t> lockCombinations() const;
-  uint16_t lockModifiers() const { return lockModifiers_; }
 
  private:
   using Symbols = std::vector<uint32_t>;  ///< of one key at level 0, one a group

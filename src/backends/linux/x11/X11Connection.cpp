@@ -23,7 +23,6 @@ namespace {
 using x11::takeReply;
 
 constexpr std::array<const char*, static_cast<size_t>(Atom::count)> kAtomNames = {
-    "UTF8_STRING",
     "WM_STATE",
     "_NET_SUPPORTING_WM_CHECK",
     "_NET_CLIENT_LIST",

@@ -14,7 +14,6 @@ namespace jumplark {
 
 /// Atoms that are asked for once, when a connection is opened.
 enum class Atom : size_t {
-  utf8String,
   wmState,
   netSupportingWmCheck,
   netClientList,
