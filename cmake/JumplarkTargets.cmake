@@ -8,7 +8,7 @@ endif()
 if(JUMPLARK_SANITIZE)
   add_compile_options(-fsanitize=${JUMPLARK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   # With sanitizers GCC 12 takes members of its own <regex> for uninitialized.
-  add_compile_options(-Wno-maybe-uninitialized)
+  add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   add_link_options(-fsanitize=${JUMPLARK_SANITIZE})
 endif()
 if(JUMPLARK_HARDENING)

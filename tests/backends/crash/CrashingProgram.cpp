@@ -31,7 +31,7 @@ extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-i
          "detect_leaks=0:use_sigaltstack=0";
 }
 
-#define JUMPLARK_FAULTY [[gnu::noinline, gnu::no_sanitize("address", "undefined")]]
+#define JUMPLARK_FAULTY __attribute__((noinline, no_sanitize("address", "undefined")))
 
 namespace faults {
 

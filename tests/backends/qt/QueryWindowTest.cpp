@@ -46,7 +46,7 @@ TEST_P(QueryWindow, TakesTheKeyboardAtItsPlaceAndGivesItBack) {
     views_->showQueryWindow(x, y);
     const uint32_t window = views_->queryWindow();
     EXPECT_TRUE(isActive(window));
-    EXPECT_TRUE(waitUntil([&] { return card().x == x && card().y == y; })) << card();
+    EXPECT_TRUE(waitUntil([this, x = x, y = y] { return card().x == x && card().y == y; })) << card();
     views_->command("frame");
     EXPECT_EQ(views_->numbers("frame"), (std::vector<int>{x, y, card().width, card().height}));
     views_->command("text ");
