@@ -37,6 +37,8 @@ press() {
 }
 query_window_is_open() { xdotool search --onlyvisible --pid "$jumplark" --name '^Jumplark$'; }
 query_window_is_closed() { ! query_window_is_open; }
+check_boxes() { "$program" tree --app "$application" | sed -n '/Role="CheckBox"/{n;s/.*Value="\(.\)".*/\1/p}'; }
+check_boxes_differ_from() { [ "$(check_boxes)" != "$1" ]; }
 windows_of_jumplark() { xdotool search --onlyvisible --pid "$jumplark" | wc -l; }
 more_windows_than() { [ "$(windows_of_jumplark)" -gt "$1" ]; }
 
@@ -72,8 +74,10 @@ picture 4-next-selected.png
 press ctrl+d "Control+D, the letter of a label: that one is selected"
 picture 5-selected-by-label.png
 
+before=$(check_boxes)
 press Return "Return: the selected one is clicked, and the keyboard is the application's again"
 wait_for 10 "The query window did not close:" "$output/jumplark" query_window_is_closed
+wait_for 10 "No check box was clicked:" "$output/jumplark" check_boxes_differ_from "$before"
 picture 6-after-the-click.png
 
 press super+shift+space "Super+Shift+Space again, and the pointer rests on something: a bubble says what it is"
