@@ -29,7 +29,7 @@ struct LinuxPlatform::Parts {
         accessibility(elements, windows),
         notifications(queueSet, {[this](int32_t pid) { return elements.application(pid); },
                                  [this](const ElementRef& application) {
-                                   const auto read = elements.facts(application, atspi::facts::children);
+                                   const auto read = elements.read({application}, atspi::facts::children, {}).front();
                                    return read.ok() ? read.value->children : std::vector<ElementRef>();
                                  }}) {}
 
@@ -88,11 +88,10 @@ void LinuxPlatform::applicationBecameActive(int32_t pid) {
 
 std::vector<DesktopCheck> LinuxPlatform::readingChecks(const RunningApplication& application) {
   const ElementRef element = parts_->elements.application(application.pid);
-  parts_->elements.prepareSnapshot(element, true);
-  auto checks = atspi::readingChecks(application.name, application.pid, parts_->elements.report(element),
-                                     parts_->elements.adviceForSilent(application.pid));
-  parts_->elements.endSnapshot();
-  return checks;
+  const auto snapshot = parts_->elements.take(element, true, {});
+  return atspi::readingChecks(application.name, application.pid,
+                              snapshot ? std::optional(parts_->elements.report(*snapshot)) : std::nullopt,
+                              parts_->elements.adviceForSilent(application.pid));
 }
 
 std::string LinuxPlatform::adviceForSilence(int32_t pid) {

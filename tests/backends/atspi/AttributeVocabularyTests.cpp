@@ -155,7 +155,7 @@ TEST_F(AtspiVocabulary, CountsTextInUtf16Units) {
   area.characterCount = 200;
   area.shortText = all.substr(0, 80);
   source.longTexts[area.ref] = all;
-  source.visibleText = {10, 15};
+  source.visibleText_ = {10, 15};
   const auto range = get("area", "AXVisibleCharacterRange").value;
   EXPECT_EQ(range, AttributeValue(Range{12, 6}));
   const auto string = [&](Range wanted) {
@@ -175,7 +175,7 @@ TEST_F(AtspiVocabulary, ReadsTheVisibleTextOnceASnapshot) {
   area.interfaces |= interface_bit::text;
   area.characterCount = 300;
   source.longTexts[area.ref] = std::string(300, 'x');
-  source.visibleText = {100, 120};
+  source.visibleText_ = {100, 120};
   platform.prepareSnapshot(source.ref("app"), true);
   const auto range = get("area", "AXVisibleCharacterRange").value;
   source.messages = 0;

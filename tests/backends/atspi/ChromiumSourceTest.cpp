@@ -36,7 +36,7 @@ class Browser : public SourceFixture {
       }
     });
   }
-  void read() { source().prepareSnapshot(browser.root(), true); }
+  void read() { source().take(browser.root(), true, {}); }
 
   FakeApplication browser;
   std::atomic<int> looks{0};
@@ -49,8 +49,8 @@ TEST_F(Browser, WhosePageIsReplacedByTheOneThatFillsIsReadWithThat) {
     addLinks("filled");
   });
   read();
-  EXPECT_NE(source().snapshotFacts(browser.ref("link2")), nullptr);
-  EXPECT_EQ(source().snapshotFacts(browser.ref("page")), nullptr);
+  EXPECT_NE(source().last->find(browser.ref("link2")), nullptr);
+  EXPECT_EQ(source().last->find(browser.ref("page")), nullptr);
 }
 
 TEST_F(Browser, IsWaitedForOnceForEachBlankPage) {
@@ -102,9 +102,9 @@ TEST_F(Browser, HidesWhatThePageSaysIsBelowSomethingElse) {
     asked = 0;
     read();
     for (const auto& [id, below] : {std::pair("link0", true), {"link1", true}, {"link2", true}, {"link3", false}}) {
-      EXPECT_EQ(source().snapshotFacts(browser.ref(id))->extents.has_value(), !(below && cover.hides)) << id;
+      EXPECT_EQ(source().last->find(browser.ref(id))->extents.has_value(), !(below && cover.hides)) << id;
     }
-    EXPECT_TRUE(source().snapshotFacts(browser.ref("home"))->extents);
+    EXPECT_TRUE(source().last->find(browser.ref("home"))->extents);
     EXPECT_LE(asked, 4) << "three times, and the last question of the reading before may come late";
   }
   browser.set("header", element(role::landmark, "", {100, 100, 400, 60}));
@@ -125,21 +125,25 @@ TEST(BrowserAdvice, IsGivenUntilAPageShowsSomething) {
   testing::writeFile(folder / "chrome_100_percent.pak", "pictures");
   const desktop::Process program({(folder / "my-shell").string(), "1000"}, {}, (folder / "run").string());
   const auto advice = [&](const Snapshot* snapshot) { return Chromium().adviceForSilent(program.pid(), snapshot); };
+  SnapshotDraft draft;
+  const auto adviceNow = [&] {
+    const Snapshot snapshot(draft);
+    return advice(&snapshot);
+  };
   const auto isGiven = ::testing::HasSubstr("my-shell shows nothing of its pages: start it with --force");
 
-  Snapshot snapshot;
   const auto page = std::make_shared<ElementFacts>();
   page->role = role::documentWeb;
   EXPECT_THAT(advice(nullptr), isGiven) << "not on the bus at all";
-  EXPECT_THAT(advice(&snapshot), isGiven) << "without a page";
-  snapshot.elements.emplace(makeRef(":1.1", "/page"), page);
+  EXPECT_THAT(adviceNow(), isGiven) << "without a page";
+  draft.elements.emplace(makeRef(":1.1", "/page"), page);
   page->states = 1ULL << state::showing;
-  EXPECT_THAT(advice(&snapshot), isGiven) << "an empty page";
+  EXPECT_THAT(adviceNow(), isGiven) << "an empty page";
   page->children = {makeRef(":1.1", "/link")};
   page->states = 0;
-  EXPECT_THAT(advice(&snapshot), isGiven) << "another tab's page";
+  EXPECT_THAT(adviceNow(), isGiven) << "another tab's page";
   page->states = 1ULL << state::showing;
-  EXPECT_EQ(advice(&snapshot), "");
+  EXPECT_EQ(adviceNow(), "");
 }
 
 }  // namespace

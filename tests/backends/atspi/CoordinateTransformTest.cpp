@@ -5,38 +5,42 @@
 namespace jumplark::atspi {
 namespace {
 
-/// The place that a snapshot says, after checking that a later read of the application says the same.
-std::optional<Rect> placeOf(AtspiElementSource& source, const ElementRef& element) {
-  const FactsPointer known = source.snapshotFacts(element);
-  const Token live = source.beginLiveReads();
-  const auto now = source.facts(element, facts::identity | facts::extents);
-  EXPECT_TRUE(now.ok());
-  EXPECT_EQ(now.ok() ? now.value->extents : std::nullopt, known ? known->extents : std::nullopt);
-  return known ? known->extents : std::nullopt;
-}
+class Places : public SourceFixture {
+ protected:
+  using SourceFixture::SourceFixture;
+  /// The place that a snapshot says, after checking that a later read of the application says the same.
+  std::optional<Rect> placeOf(const std::string& id) {
+    const FactsPointer known = read(id);
+    const auto now = live().facts(app.ref(id), facts::identity | facts::extents);
+    EXPECT_TRUE(now.ok());
+    EXPECT_EQ(now.ok() ? now.value->extents : std::nullopt, known ? known->extents : std::nullopt);
+    return known ? known->extents : std::nullopt;
+  }
+};
 
-class QtPlaces : public SourceFixture {};
+class QtPlaces : public Places {};
 
-TEST_F(QtPlaces, CountInPixelsWhateverTheApplicationCountsIn) {
+TEST_F(QtPlaces, CountInPointsWhateverTheApplicationCountsIn) {
   windows.windows[0].surface = {200, 130, 600, 450};
   windows.windows[0].frame = {195, 100, 610, 485};
   app.add("frame", "ok", element(role::pushButton, "OK", {120, 60, 80, 30}));
   prepare();
-  EXPECT_EQ(placeOf(source(), app.ref("ok")), (Rect{230, 145, 120, 45}));
+  EXPECT_EQ(placeOf("ok"), (Rect{230, 145, 120, 45}));
 }
 
-class Gtk3Places : public SourceFixture {
+class Gtk3Places : public Places {
  protected:
-  Gtk3Places() : SourceFixture("gtk", "3.24.38") {}
+  Gtk3Places() : Places("gtk", "3.24.38") {}
 };
 
 // LibreOffice draws most of its window itself, with widgets of the toolkit's around it and in between.
-class OfficePlaces : public SourceFixture, public ::testing::WithParamInterface<std::pair<const char*, const char*>> {
+class OfficePlaces : public Places, public ::testing::WithParamInterface<std::pair<const char*, const char*>> {
  protected:
-  OfficePlaces() : SourceFixture(GetParam().first, GetParam().second) {
+  OfficePlaces() : Places(GetParam().first, GetParam().second) {
     FakeElement root = element(role::application, "soffice");
     root.states = 0;
     root.children = {"frame"};
+    root.interfaces = {"Application"};
     app.set("root", root);
   }
 };
@@ -53,10 +57,10 @@ TEST_P(OfficePlaces, WhatIsDrawnBelowAMenuBarIsNotMovedOntoIt) {
   app.add("font", "native", element(role::panel, "", {150, 77, 90, 30}));
   app.add("native", "entry", element(role::text, "", {150, 77, 60, 30}));
   prepare();
-  EXPECT_EQ(placeOf(source(), app.ref("bold")), (Rect{110, 77, 30, 30}));
-  EXPECT_EQ(placeOf(source(), app.ref("font")), (Rect{150, 77, 90, 30}));
-  EXPECT_EQ(placeOf(source(), app.ref("entry")), (Rect{150, 77, 60, 30}));
-  EXPECT_EQ(placeOf(source(), app.ref("menu_bar")), (Rect{100, 50, 400, 25}));
+  EXPECT_EQ(placeOf("bold"), (Rect{110, 77, 30, 30}));
+  EXPECT_EQ(placeOf("font"), (Rect{150, 77, 90, 30}));
+  EXPECT_EQ(placeOf("entry"), (Rect{150, 77, 60, 30}));
+  EXPECT_EQ(placeOf("menu_bar"), (Rect{100, 50, 400, 25}));
 }
 
 TEST_F(Gtk3Places, WhatIsOpenBelongsToTheWindowInFront) {
@@ -107,9 +111,9 @@ TEST_F(Gtk3Places, WhatHasNoWordsIsCalledAsWhatHoldsItAlone) {
   }
 }
 
-class SwingPlaces : public SourceFixture {
+class SwingPlaces : public Places {
  protected:
-  SwingPlaces() : SourceFixture("J2SE-access-bridge", "1.0") {
+  SwingPlaces() : Places("J2SE-access-bridge", "1.0") {
     app.set("frame", element(role::frame, "Window", {-1, -1, -1, -1}));
     app.add("frame", "tabs", element(role::pageTabList, "", {110, 60, 380, 280}));
     app.add("tabs", "tab", element(role::pageTab, "Second", {300, 60, 60, 20}));
@@ -134,11 +138,11 @@ TEST_F(SwingPlaces, OfATablePageWhatShowsIsReadFromItsFirstColumnOn) {
     app.add("content", "cell" + std::to_string(i), cell);
   }
   prepare();
-  EXPECT_EQ(placeOf(source(), app.ref("page")), (Rect{112, 84, 376, 254}));
-  EXPECT_EQ(placeOf(source(), app.ref("cell2")), (Rect{112, 104, 180, 20}));
+  EXPECT_EQ(placeOf("page"), (Rect{112, 84, 376, 254}));
+  EXPECT_EQ(placeOf("cell2"), (Rect{112, 104, 180, 20}));
   EXPECT_TRUE(read("content")->childrenAreVisibleOnly);
   EXPECT_FALSE(read("cell100"));
-  EXPECT_EQ(placeOf(source(), app.ref("header")), (Rect{112, 70, 180, 14}));
+  EXPECT_EQ(placeOf("header"), (Rect{112, 70, 180, 14}));
   EXPECT_EQ(read("blank")->extents, std::nullopt);
 }
 
@@ -179,7 +183,7 @@ TEST_F(SwingPlaces, ADialogIsWhereItsWindowIsNotWhereItSaysItIs) {
   app.add("count", "field", element(role::text, "", {200, 70, 40, 30}));
   prepare();
   EXPECT_EQ(read("dialog")->extents, (Rect{105, 55, 290, 240})) << "as far as it is filled";
-  EXPECT_EQ(placeOf(source(), app.ref("yes")), (Rect{130, 70, 60, 30}));
+  EXPECT_EQ(placeOf("yes"), (Rect{130, 70, 60, 30}));
   EXPECT_EQ(names(), "dialog pane yes count") << "a counter and its field are one";
 }
 

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/element/TextUnits.h"
 #include "backends/linux/atspi/source/ElementSource.h"
 
 namespace jumplark::atspi {
@@ -53,82 +52,64 @@ class FakeSource final : public ElementSource {
 
   int messages = 0;
   std::unordered_map<ElementRef, std::string, ElementRefHash> longTexts;  ///< UTF-8
-  std::pair<int64_t, int64_t> visibleText{0, 0};
+  std::pair<int64_t, int64_t> visibleText_{0, 0};
   std::unordered_map<int32_t, ElementRef> processes;
+  struct Frame {
+    ElementRef element;
+    WindowId window;
+  };
   std::vector<Frame> framesOnScreen;
-  ElementRef menuBarOfWindow;
   std::set<std::string> gone;
   AccessibilityError liveError = AccessibilityError::success;
   std::vector<std::string> done;  ///< "focus e", "action e 1"
 
-  AccessibilityResult<FactsPointer> facts(const ElementRef& element, facts::Set wanted) override {
-    if (auto held = snapshotFacts(element)) {
-      return held;
+  std::vector<Answer> read(const std::vector<ElementRef>& elements, facts::Set wanted,
+                           const ReadScope& scope) override {
+    std::vector<Answer> answers;
+    for (const ElementRef& one : elements) {
+      ++messages;
+      const auto found = elements_.find(one);
+      const bool isGone = found == elements_.end() || gone.contains(one.text());
+      if (liveError != AccessibilityError::success || isGone) {
+        answers.push_back(liveError != AccessibilityError::success ? liveError : AccessibilityError::invalidElement);
+        continue;
+      }
+      const FactsPointer known = scope.known ? scope.known->find(one) : nullptr;
+      answers.push_back(FactsPointer(limited(found->second, wanted | (known ? known->known : 0))));
+      if (scope.known) {
+        scope.known->add(answers.back().value);
+      }
     }
-    ++messages;
-    if (liveError != AccessibilityError::success) {
-      return liveError;
-    }
-    const auto found = elements_.find(element);
-    if (found == elements_.end() || gone.contains(element.text())) {
-      return AccessibilityError::invalidElement;
-    }
-    return limited(found->second, wanted);
+    return answers;
   }
-  std::vector<FactsPointer> factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) override {
-    std::vector<FactsPointer> all;
-    for (const auto& one : elements) {
-      const auto answer = facts(one, wanted);
-      all.push_back(answer.ok() ? answer.value : nullptr);
-    }
-    return all;
-  }
-  FactsPointer snapshotFacts(const ElementRef& element) override {
-    const auto found = snapshot_.find(element);
-    return liveScopes_ > 0 || found == snapshot_.end() ? nullptr : found->second;
-  }
-  AccessibilityResult<std::vector<ElementRef>> childrenInRange(const ElementRef& element, int64_t index,
-                                                               int64_t count) override {
+  AccessibilityResult<std::vector<ElementRef>> childrenInRange(const ElementRef& element, int64_t index, int64_t count,
+                                                               const ReadScope&) override {
     ++messages;
     const auto& all = elements_.at(element).children;
     return std::vector<ElementRef>(all.begin() + index, all.begin() + index + count);
   }
   ElementRef application(int32_t pid) override { return processes.contains(pid) ? processes[pid] : ElementRef(); }
   AccessibilityResult<int32_t> processIdentifier(const ElementRef&) override { return 77; }
-  ElementRef focusedWindow(const ElementRef&) override {
-    return framesOnScreen.empty() ? ElementRef() : framesOnScreen.front().element;
-  }
-  std::vector<Frame> frames(const ElementRef& application) override {
-    std::vector<Frame> own;
-    for (const auto& frame : framesOnScreen) {
+  MatchedFrames frames(const ElementRef& application) override {
+    MatchedFrames own;
+    for (const Frame& frame : framesOnScreen) {
       if (handleOf(frame.element)->busName() == handleOf(application)->busName()) {
-        own.push_back(frame);
+        MatchedFrame& matched = own.matched.emplace_back();
+        matched.frame.element = frame.element;
+        matched.window.id = frame.window;
       }
     }
+    own.focused = own.matched.empty() ? ElementRef() : own.matched.front().frame.element;
     return own;
   }
-  ElementRef menuBar(const ElementRef& window) override { return window ? menuBarOfWindow : ElementRef(); }
-  ElementRef focusedElement(const ElementRef&) override { return {}; }
-  AccessibilityResult<std::string> textInRange(const ElementRef& element, int64_t start, int64_t end) override {
+  AccessibilityResult<std::string> text(const ElementFacts& element, int64_t start, int64_t end,
+                                        const ReadScope&) override {
     ++messages;
-    const std::string& text = longTexts.at(element);
-    std::string part;
-    int64_t at = 0;
-    for (size_t byte = 0; byte < text.size(); ++at) {
-      size_t next = byte + 1;
-      while (next < text.size() && (static_cast<unsigned char>(text[next]) & 0xC0) == 0x80) {
-        ++next;
-      }
-      if (at >= start && at < end) {
-        part += text.substr(byte, next - byte);
-      }
-      byte = next;
-    }
-    return part;
+    return codePoints(longTexts.at(element.ref), 0, start, end);
   }
-  AccessibilityResult<std::pair<int64_t, int64_t>> visibleTextRange(const ElementRef&) override {
+  AccessibilityResult<std::pair<int64_t, int64_t>> visibleText(const ElementFacts&, const ReadScope&) override {
     ++messages;
-    return visibleText;
+    return visibleText_;
   }
   AccessibilityError grabFocus(const ElementRef& element) override {
     done.push_back("focus " + element.text());
@@ -138,27 +119,21 @@ class FakeSource final : public ElementSource {
     done.push_back("action " + element.text() + " " + std::to_string(index));
     return AccessibilityError::success;
   }
-  void prepareSnapshot(const ElementRef& application, bool visibleOnly) override {
-    snapshot_.clear();
-    snapshotOrder_.clear();
-    takeSnapshot(application, visibleOnly);
+  SnapshotPointer take(const ElementRef& application, bool visibleOnly, std::stop_token) override {
+    SnapshotDraft draft;
+    draft.application = ref(handleOf(application)->busName());
+    draft.visibleOnly = visibleOnly;
+    MatchedFrames now = frames(application);
+    draft.frames = std::move(now.matched);
+    draft.focusedWindow = now.focused;
+    collect(draft.application, visibleOnly, draft.elements);
+    return std::make_shared<const Snapshot>(std::move(draft));
   }
-  void endSnapshot() override {
-    snapshot_.clear();
-    snapshotOrder_.clear();
-  }
-  std::vector<FactsPointer> snapshotElements(const ElementRef& application) override {
-    const bool holds = snapshot_.contains(application);
-    return holds ? snapshotOrder_ : std::vector<FactsPointer>{};
-  }
-  Token beginLiveReads() override {
-    ++liveScopes_;
-    return Token([this] { --liveScopes_; });
-  }
+  SnapshotPointer takeForAction(const ElementRef&, const ReadScope&) override { return nullptr; }
   void setMessagingTimeout(double) override {}
 
  private:
-  static FactsPointer limited(const ElementFacts& element, facts::Set known) {
+  static std::shared_ptr<ElementFacts> limited(const ElementFacts& element, facts::Set known) {
     auto copy = std::make_shared<ElementFacts>(element);
     copy->known = known;
     if ((known & facts::texts) == 0) {
@@ -182,25 +157,20 @@ class FakeSource final : public ElementSource {
     }
     return copy;
   }
-  void takeSnapshot(const ElementRef& element, bool visibleOnly) {
+  void collect(const ElementRef& element, bool visibleOnly, FactsMap& to) const {
     const ElementFacts& facts = elements_.at(element);
     if (visibleOnly && facts.role != role::application && !facts.is(state::showing)) {
-      snapshot_[element] = limited(facts, facts::identity);
+      to[element] = limited(facts, facts::identity);
       return;
     }
-    auto held = limited(facts, ~facts::Set{0});
-    snapshot_[element] = held;
-    snapshotOrder_.push_back(held);
+    to[element] = limited(facts, ~facts::Set{0});
     for (const auto& child : facts.children) {
-      takeSnapshot(child, visibleOnly);
+      collect(child, visibleOnly, to);
     }
   }
 
   std::unordered_map<std::string, ElementRef> refs_;
   std::unordered_map<ElementRef, ElementFacts, ElementRefHash> elements_;
-  std::unordered_map<ElementRef, FactsPointer, ElementRefHash> snapshot_;
-  std::vector<FactsPointer> snapshotOrder_;
-  int liveScopes_ = 0;
 };
 
 }  // namespace jumplark::atspi

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "backends/atspi/SourceFixture.h"
+#include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -14,17 +15,16 @@ TEST_F(SourceFixture, AfterOneTimeOutAHungApplicationIsNotAskedUntilTheNextSnaps
   prepare();
   source().setMessagingTimeout(0.05);
   app.peer().hang();
-  const auto live = source().beginLiveReads();
-  EXPECT_EQ(source().facts(app.ref("ok"), facts::texts).error, cannotComplete);
+  EXPECT_EQ(live().facts(app.ref("ok"), facts::texts).error, cannotComplete);
   app.peer().resume();
   // What the first read sent is still answered; nothing of the later ones may be.
   source().setMessagingTimeout(5);
-  EXPECT_EQ(source().facts(app.ref("frame"), facts::relations).error, cannotComplete);
+  EXPECT_EQ(live().facts(app.ref("frame"), facts::relations).error, cannotComplete);
   EXPECT_EQ(source().grabFocus(app.ref("ok")), cannotComplete);
   EXPECT_FALSE(app.wasAsked("Accessible.GetRelationSet frame"));
   EXPECT_FALSE(app.wasAsked("Component.GrabFocus ok"));
   prepare();
-  EXPECT_TRUE(source().facts(app.ref("frame"), facts::relations).ok());
+  EXPECT_TRUE(live().facts(app.ref("frame"), facts::relations).ok());
 }
 
 TEST_F(SourceFixture, AHungApplicationCostsOthersNothing) {
@@ -33,9 +33,8 @@ TEST_F(SourceFixture, AHungApplicationCostsOthersNothing) {
   other.add("frame", "there", element(role::pushButton, "there"));
   source().setMessagingTimeout(20);
   app.peer().hang();
-  std::thread stuck([this] { source().facts(app.ref("frame"), facts::texts); });
-  source().prepareSnapshot(other.root(), true);
-  EXPECT_EQ(source().snapshotElements(other.root()).size(), 3U);
+  std::thread stuck([this] { source().read({app.ref("frame")}, facts::texts, {}); });
+  EXPECT_EQ(source().take(other.root(), true, {})->elements().size(), 3U);
   app.peer().resume();
   stuck.join();
 }
@@ -56,7 +55,7 @@ TEST_F(SourceFixture, WhatWasReadBeforeTheApplicationHungIsUsed) {
   prepare();
   EXPECT_THAT(names(), HasSubstr("box0"));
   EXPECT_EQ(read("ok19"), nullptr);
-  EXPECT_EQ(source().facts(app.ref("ok19"), facts::texts).error, cannotComplete);
+  EXPECT_EQ(view().facts(app.ref("ok19"), facts::texts).error, cannotComplete);
 }
 
 TEST_F(SourceFixture, ElementsThatVanishDuringTheWalkAreLeftOut) {
@@ -68,8 +67,8 @@ TEST_F(SourceFixture, ElementsThatVanishDuringTheWalkAreLeftOut) {
   prepare();
   EXPECT_EQ(names(), "first last");
   EXPECT_THAT(read("frame")->children, ElementsAre(app.ref("first"), app.ref("last")));
-  EXPECT_EQ(source().facts(app.ref("gone"), facts::texts).error, invalidElement);
-  const auto all = source().factsOfAll({app.ref("first"), app.ref("gone"), ElementRef()}, facts::texts);
+  EXPECT_EQ(view().facts(app.ref("gone"), facts::texts).error, invalidElement);
+  const auto all = view().factsOfAll({app.ref("first"), app.ref("gone"), ElementRef()}, facts::texts);
   EXPECT_NE(all[0], nullptr);
   EXPECT_EQ(all[1], nullptr);
   EXPECT_EQ(all[2], nullptr);
@@ -79,9 +78,8 @@ TEST_F(SourceFixture, AnApplicationThatHasEndedIsNotFound) {
   auto ended = std::make_unique<FakeApplication>(bus);
   const ElementRef root = ended->root();
   ended.reset();
-  EXPECT_EQ(source().facts(root, facts::texts).error, invalidElement);
-  source().prepareSnapshot(root, true);
-  EXPECT_EQ(source().focusedWindow(root), ElementRef());
+  EXPECT_EQ(view().facts(root, facts::texts).error, invalidElement);
+  EXPECT_EQ(source().take(root, true, {})->focusedWindow, ElementRef());
 }
 
 TEST_F(SourceFixture, ATreeWithCyclesIsReadAsATree) {
@@ -91,13 +89,12 @@ TEST_F(SourceFixture, ATreeWithCyclesIsReadAsATree) {
   b.children = {"a", "c", "frame", "root"};
   app.add("frame", "d", element(role::panel, "d")).children = {"c", "b"};
   prepare();
-  const auto elements = source().snapshotElements(app.root());
-  EXPECT_EQ(elements.size(), 6U);
+  EXPECT_EQ(elements().size(), 6U);
   std::map<std::string, int> parents;
-  for (const FactsPointer& e : elements) {
+  for (const FactsPointer& e : elements()) {
     for (const ElementRef& child : e->children) {
       EXPECT_EQ(++parents[child.text()], 1) << child.text();
-      EXPECT_EQ(source().snapshotFacts(child)->parent, e->ref);
+      EXPECT_EQ(source().last->find(child)->parent, e->ref);
     }
   }
 }
@@ -112,7 +109,7 @@ TEST_F(SourceFixture, AVeryDeepTreeEnds) {
   }
   prepare();
   EXPECT_NE(read("level0"), nullptr);
-  EXPECT_GT(source().snapshotElements(app.root()).size(), 100U);
+  EXPECT_GT(elements().size(), 100U);
 }
 
 struct Nonsense {
@@ -151,20 +148,23 @@ TEST_F(SourceFixture, AHugeNameIsCutBetweenCharacters) {
 
 TEST_F(SourceFixture, ASnapshotThatWasDroppedWhileItWasReadIsNotKept) {
   app.add("frame", "ok", element(role::pushButton, "OK"));
-  source();
-  app.beforeEachAnswer([this](const std::string& id, const std::string& member) {
+  AtspiAccessibility platform(source(), windows);
+  app.beforeEachAnswer([&platform](const std::string& id, const std::string& member) {
     if (id == "ok" && member == "GetState") {
-      source().endSnapshot();
+      platform.endSnapshot();
     }
   });
-  prepare();
-  EXPECT_EQ(read("ok"), nullptr);
+  platform.prepareSnapshot(app.root(), true);
+  EXPECT_EQ(source().last, nullptr);
+  const size_t before = app.timesAsked("Accessible.GetRole ok");
+  platform.copyAttributeValue(app.ref("ok"), "AXRole");
+  EXPECT_GT(app.timesAsked("Accessible.GetRole ok"), before) << "read live";
 }
 
 TEST_F(SourceFixture, NothingIsAskedOfAnApplicationForAllPropertiesAtOnce) {
   app.add("frame", "ok", element(role::pushButton, "OK"));
   prepare(false);
-  source().facts(app.ref("ok"), ~facts::Set{0});
+  view().facts(app.ref("ok"), ~facts::Set{0});
   for (const char* id : {"root", "frame", "ok"}) {
     EXPECT_FALSE(app.wasAsked(std::string("Properties.GetAll ") + id));
   }

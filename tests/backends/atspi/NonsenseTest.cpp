@@ -14,8 +14,8 @@ namespace {
 using ::testing::HasSubstr;
 
 /// What a reader of the whole tree asks of every element.
-void readEverything(AtspiAccessibility& platform, AtspiElementSource& source, const ElementRef& application) {
-  for (const FactsPointer& element : source.snapshotElements(application)) {
+void readEverything(AtspiAccessibility& platform, const std::vector<FactsPointer>& elements) {
+  for (const FactsPointer& element : elements) {
     for (const std::string& name : platform.copyAttributeNames(element->ref).value) {
       platform.copyAttributeValue(element->ref, name);
     }
@@ -40,13 +40,13 @@ TEST_F(SourceFixture, AnApplicationThatAnswersSlowlyIsNotReadToItsEnd) {
       std::this_thread::sleep_for(std::chrono::milliseconds(slowness));
     });
     platform.prepareSnapshot(app.root(), true);
-    EXPECT_FALSE(source().snapshotElements(app.root()).empty());
-    readEverything(platform, source(), app.root());
+    EXPECT_FALSE(elements().empty());
+    readEverything(platform, elements());
     EXPECT_FALSE(app.wasAsked(kLast)) << "the time for all of it was over long before";
   }
   app.beforeEachAnswer({});
   platform.prepareSnapshot(app.root(), true);
-  EXPECT_EQ(source().snapshotElements(app.root()).size(), 2 + 2 * size_t{kPanels});
+  EXPECT_EQ(elements().size(), 2 + 2 * size_t{kPanels});
   EXPECT_TRUE(app.wasAsked(kLast));
 }
 
@@ -57,23 +57,16 @@ struct Eager final : CallRunner {
   }
 };
 
-TEST(TimeBudget, FailAtOnceWhenTheTimeOfTheirApplicationIsSpent) {
+TEST(TimeBudget, FailsCallsAtOnceWhenItIsSpent) {
   Eager eager;
-  bool unlimited = false;
-  TimeBudget allowed(eager, [&] { return unlimited; });
-  const auto errorOf = [&](const std::string& busName) {
-    return allowed.run({{busName, "/", "i", "m", {}, nullptr}}, TimePoint::max())[0].error;
+  TimeBudget plenty(std::chrono::hours(1));
+  TimeBudget spent(-std::chrono::hours(1));
+  const auto errorWith = [&](TimeBudget* budget) {
+    return BudgetedCalls(eager, budget).run({{":1.1", "/", "i", "m", {}, nullptr}}, TimePoint::max())[0].error;
   };
-  allowed.allow(":1.1", std::chrono::hours(1));
-  allowed.allow(":1.2", -std::chrono::hours(1));
-  EXPECT_EQ(errorOf(":1.1"), AccessibilityError::success);
-  EXPECT_EQ(errorOf(":1.2"), AccessibilityError::cannotComplete);
-  EXPECT_EQ(errorOf(":1.3"), AccessibilityError::success) << "it has no snapshot";
-  unlimited = true;
-  EXPECT_EQ(errorOf(":1.2"), AccessibilityError::success) << "an action";
-  unlimited = false;
-  allowed.clear();
-  EXPECT_EQ(errorOf(":1.2"), AccessibilityError::success);
+  EXPECT_EQ(errorWith(&plenty), AccessibilityError::success);
+  EXPECT_EQ(errorWith(&spent), AccessibilityError::cannotComplete);
+  EXPECT_EQ(errorWith(nullptr), AccessibilityError::success) << "an action";
 }
 
 TEST_F(SourceFixture, AnswersOfAnotherTypeAreNoAnswers) {
@@ -92,7 +85,7 @@ TEST_F(SourceFixture, AnswersOfAnotherTypeAreNoAnswers) {
       return id == "entry" && member == wrong && sd_bus_reply_method_return(message, "(dad)", 1.5, 2, 2.5, 3.5) >= 0;
     });
     platform.prepareSnapshot(app.root(), true);
-    readEverything(platform, source(), app.root());
+    readEverything(platform, elements());
     EXPECT_THAT(names(), HasSubstr("last"));
   }
 }
@@ -123,7 +116,7 @@ TEST_F(SourceFixture, CountsThatCannotBeAreNotBelieved) {
   platform.prepareSnapshot(app.root(), true);
   EXPECT_THAT(names(), HasSubstr("last"));
   const int before = app.peer().received();
-  readEverything(platform, source(), app.root());
+  readEverything(platform, elements());
   EXPECT_LT(app.peer().received() - before, 1000);
 }
 
@@ -161,15 +154,15 @@ TEST_F(SourceFixture, TheTextOfAPasswordIsNeverAskedFor) {
   AtspiAccessibility platform(source(), windows);
   for (const bool visibleOnly : {true, false}) {
     platform.prepareSnapshot(app.root(), visibleOnly);
-    readEverything(platform, source(), app.root());
-    const auto live = platform.beginLiveReads();
-    readEverything(platform, source(), app.root());
+    readEverything(platform, elements());
+    const auto scope = platform.beginLiveReads();
+    readEverything(platform, elements());
     for (const char* id : {"secret", "unknown"}) {
       platform.copyAttributeValue(app.ref(id), "AXValue");
       platform.copyAttributeValue(app.ref(id), "AXVisibleCharacterRange");
       platform.copyParameterizedAttributeValue(app.ref(id), "AXStringForRange", AttributeValue(Range{0, 100}));
-      source().textInRange(app.ref(id), 0, 100);
-      source().facts(app.ref(id), ~facts::Set{0});
+      live().textInRange(app.ref(id), 0, 100);
+      live().facts(app.ref(id), ~facts::Set{0});
     }
   }
   EXPECT_TRUE(app.wasAsked("Text.GetText plain"));

@@ -23,7 +23,7 @@ TEST_F(SourceFixture, ASnapshotAnswersWithoutAskingTheApplicationAgain) {
   constexpr facts::Set kAll = facts::identity | facts::texts | facts::extents | facts::children | facts::relations |
                               facts::attributes | facts::value | facts::text | facts::localizedRole;
   for (const char* id : {"frame", "box", "ok", "caption", "entry"}) {
-    EXPECT_TRUE(source().facts(app.ref(id), kAll).ok()) << id;
+    EXPECT_TRUE(view().facts(app.ref(id), kAll).ok()) << id;
   }
   EXPECT_EQ(names(), "box ok caption entry");
   const auto ok = read("ok");
@@ -33,10 +33,10 @@ TEST_F(SourceFixture, ASnapshotAnswersWithoutAskingTheApplicationAgain) {
   EXPECT_THAT(read("box")->children, ElementsAre(app.ref("ok"), app.ref("caption")));
   EXPECT_EQ(read("entry")->shortText, "typed");
   EXPECT_THAT(read("entry")->labelledBy, ElementsAre(app.ref("caption")));
-  EXPECT_EQ(source().focusedWindow(app.root()), app.ref("frame"));
-  EXPECT_EQ(source().application(getpid()), app.root());
-  ASSERT_EQ(source().frames(app.root()).size(), 1U);
-  EXPECT_EQ(source().frames(app.root())[0].window, 7U);
+  EXPECT_EQ(view().focusedWindow(app.root()), app.ref("frame"));
+  EXPECT_EQ(view().application(getpid()), app.root());
+  ASSERT_EQ(view().frames(app.root()).size(), 1U);
+  EXPECT_EQ(view().frames(app.root())[0].window.id, 7U);
   EXPECT_EQ(app.peer().received(), before);
 }
 
@@ -78,7 +78,7 @@ TEST_F(SourceFixture, TheItemsOfAMenuBarAreReadButNotTheirMenus) {
   for (const bool visibleOnly : {true, false}) {
     prepare(visibleOnly);
     EXPECT_EQ(names(), "box bar file");
-    EXPECT_EQ(source().menuBar(app.ref("frame")), app.ref("bar"));
+    EXPECT_EQ(view().menuBar(app.ref("frame")), app.ref("bar"));
     EXPECT_THAT(read("file")->children, IsEmpty());
   }
   EXPECT_FALSE(app.wasAsked("Accessible.GetState open"));
@@ -91,30 +91,47 @@ TEST_F(SourceFixture, APasswordIsNeverRead) {
   app.add("frame", "password", password);
   prepare();
   EXPECT_EQ(read("password")->shortText, "");
-  const auto live = source().beginLiveReads();
-  const auto facts = source().facts(app.ref("password"), facts::text | facts::value);
+  const auto facts = live().facts(app.ref("password"), facts::text | facts::value);
   ASSERT_TRUE(facts.ok());
   EXPECT_EQ(facts.value->shortText, "");
-  EXPECT_EQ(source().textInRange(app.ref("password"), 0, 6).error, AccessibilityError::attributeUnsupported);
-  EXPECT_EQ(source().visibleTextRange(app.ref("password")).error, AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(live().textInRange(app.ref("password"), 0, 6).error, AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(live().visibleTextRange(app.ref("password")).error, AccessibilityError::attributeUnsupported);
   EXPECT_FALSE(app.wasAsked("Text.GetText password"));
 }
 
-TEST_F(SourceFixture, ALiveScopeSeesWhatHasChangedSince) {
+TEST_F(SourceFixture, ALiveViewSeesWhatHasChangedSince) {
   app.add("frame", "ok", element(role::pushButton, "OK", {110, 60, 80, 30}));
   prepare();
   app.set("ok", element(role::pushButton, "Done", {10, 10, 80, 30}));
-  const auto nameNow = [this] { return source().facts(app.ref("ok"), facts::texts).value->name; };
-  EXPECT_EQ(nameNow(), "OK");
-  {
-    const auto live = source().beginLiveReads();
-    EXPECT_EQ(nameNow(), "Done");
-    EXPECT_EQ(source().snapshotFacts(app.ref("ok")), nullptr);
-  }
-  EXPECT_EQ(nameNow(), "OK");
-  source().endSnapshot();
-  EXPECT_EQ(nameNow(), "Done");
-  EXPECT_THAT(source().snapshotElements(app.root()), IsEmpty());
+  const auto nameIn = [this](const View& view) { return view.facts(app.ref("ok"), facts::texts).value->name; };
+  EXPECT_EQ(nameIn(view()), "OK");
+  EXPECT_EQ(nameIn(live()), "Done");
+  EXPECT_EQ(live().inSnapshot(app.ref("ok")), nullptr);
+  EXPECT_EQ(nameIn(view()), "OK");
+}
+
+TEST_F(SourceFixture, AnActionReadsItsElementAnewAndTheRestWhereThatHasMoved) {
+  app.add("frame", "box", element(role::panel, "box"));
+  app.add("box", "ok", element(role::pushButton, "OK", {110, 60, 80, 30}));
+  app.add("box", "beside", element(role::pushButton, "beside", {210, 60, 80, 30}));
+  prepare();
+  const ReadScope scope = view().scopeOf(app.root());
+  app.set("beside", element(role::pushButton, "renamed", {210, 60, 80, 30})).parent = "box";
+  const auto nameIn = [this](const SnapshotPointer& read, const std::string& id) {
+    const FactsPointer facts = read->find(app.ref(id));
+    return facts ? facts->name : "unread";
+  };
+  const size_t before = app.timesAsked("Accessible.GetState beside");
+  const auto unmoved = source().takeForAction(app.ref("ok"), scope);
+  EXPECT_EQ(nameIn(unmoved, "ok"), "OK");
+  EXPECT_EQ(nameIn(unmoved, "beside"), "beside");
+  EXPECT_EQ(app.timesAsked("Accessible.GetState beside"), before);
+  EXPECT_EQ(unmoved->focusedWindow, app.ref("frame"));
+
+  app.set("ok", element(role::pushButton, "OK", {110, 90, 80, 30})).parent = "box";
+  const auto moved = source().takeForAction(app.ref("ok"), scope);
+  EXPECT_EQ(moved->find(app.ref("ok"))->extents, (Rect{110, 90, 80, 30}));
+  EXPECT_EQ(nameIn(moved, "beside"), "unread");
 }
 
 TEST_F(SourceFixture, AnActionAsksOnlyWhatHasAPlaceWhereItIs) {
@@ -123,9 +140,9 @@ TEST_F(SourceFixture, AnActionAsksOnlyWhatHasAPlaceWhereItIs) {
   app.add("frame", "page", element(role::panel, "")).interfaces = {};
   app.add("page", "new", element(role::pushButton, "New", {10, 10, 80, 30}));
   app.set("ok", element(role::pushButton, "OK", {200, 60, 80, 30})).parent = "frame";
-  source().prepareAction(app.ref("ok"));
-  const auto live = source().beginLiveReads();
-  const auto placeOf = [&](const ElementRef& ref) { return source().facts(ref, facts::extents).value->extents; };
+  const auto read = source().takeForAction(app.ref("ok"), view().scopeOf(app.root()));
+  const View action(source(), View::Kind::live, {read}, {source().last});
+  const auto placeOf = [&](const ElementRef& ref) { return action.facts(ref, facts::extents).value->extents; };
   EXPECT_EQ(placeOf(app.ref("ok")), (Rect{200, 60, 80, 30}));
   EXPECT_EQ(placeOf(app.ref("new")), (Rect{10, 10, 80, 30}));
   EXPECT_EQ(placeOf(app.ref("page")), std::nullopt);
@@ -150,11 +167,23 @@ TEST_F(SourceFixture, GroupsThatASnapshotLacksAreReadOnceAndKept) {
   app.add("frame", "hidden", hidden);
   prepare();
   ASSERT_FALSE(read("hidden")->has(facts::relations));
-  EXPECT_TRUE(source().facts(app.ref("hidden"), facts::relations).ok());
+  EXPECT_TRUE(view().facts(app.ref("hidden"), facts::relations).ok());
   const int before = app.peer().received();
-  EXPECT_TRUE(source().facts(app.ref("hidden"), facts::relations | facts::identity).ok());
+  EXPECT_TRUE(view().facts(app.ref("hidden"), facts::relations | facts::identity).ok());
   EXPECT_EQ(app.peer().received(), before);
   EXPECT_EQ(read("hidden")->parent, app.ref("frame"));
+}
+
+TEST_F(SourceFixture, WhatASnapshotLeftOutIsReadWithAllThatItHolds) {
+  app.add("frame", "hidden", element(role::panel, "hidden page")).states = 0;
+  app.add("hidden", "group", element(role::panel, "group"));
+  app.add("group", "inside", element(role::radioButton, "inside"));
+  prepare();
+  const auto group = view().facts(app.ref("group"), facts::identity | facts::children);
+  ASSERT_TRUE(group.ok());
+  const auto children = view().childrenOf(*group.value, facts::identity);
+  ASSERT_EQ(children.size(), 1U);
+  EXPECT_EQ(children[0] ? children[0]->role : 0, role::radioButton) << "it does not tell what shows in there";
 }
 
 TEST_F(SourceFixture, OfALargeTableTheVisibleRowsAreRead) {
@@ -175,7 +204,7 @@ TEST_F(SourceFixture, OfALargeTableTheVisibleRowsAreRead) {
   EXPECT_EQ(read->children.front(), app.ref("cell0"));
   EXPECT_EQ(read->children.back(), app.ref("cell23"));
   EXPECT_FALSE(app.wasAsked("Accessible.GetChildren table"));
-  const auto page = source().childrenInRange(app.ref("table"), 500, 3);
+  const auto page = view().childrenInRange(app.ref("table"), 500, 3);
   EXPECT_THAT(page.value, ElementsAre(app.ref("cell500"), app.ref("cell501"), app.ref("cell502")));
 }
 
@@ -186,7 +215,7 @@ TEST_F(SourceFixture, ASandboxedApplicationIsFoundByItsXClientOrByItsWindows) {
   windows.windows[0].connectionPid = kInside;
   EXPECT_EQ(source().application(kInside), app.root()) << "by title and place";
   prepare();
-  EXPECT_EQ(source().focusedWindow(app.root()), app.ref("frame"));
+  EXPECT_EQ(view().focusedWindow(app.root()), app.ref("frame"));
   windows.windows[0].pid = windows.windows[0].connectionPid = kInside + 1;
   windows.windows[0].title = "Something else";
   EXPECT_EQ(source().application(kInside + 1), ElementRef());
@@ -213,7 +242,7 @@ TEST_F(SourceFixture, WhatQtDrawsSomethingOverIsHidden) {
   app.add("row", "forth", element(role::pushButton, "forth", {285, 210, 15, 30}));
   prepare();
   std::string shown;
-  for (const FactsPointer& e : source().snapshotElements(app.root())) {
+  for (const FactsPointer& e : elements()) {
     shown += e->is(state::showing) && e->extents ? ' ' + e->name : "";
   }
   EXPECT_EQ(shown, " Window  Name 1 half right  first second back forth");

@@ -12,6 +12,7 @@
 #include "backends/atspi/FakeWindows.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/source/AtspiElementSource.h"
+#include "backends/linux/atspi/source/View.h"
 
 namespace jumplark::atspi {
 
@@ -27,6 +28,16 @@ inline FakeElement element(uint32_t role, const std::string& name, Rect rect = {
   made.rect = rect;
   return made;
 }
+
+/// Lets a test look at the last snapshot, whoever took it.
+class KeepingSource final : public AtspiElementSource {
+ public:
+  using AtspiElementSource::AtspiElementSource;
+  SnapshotPointer take(const ElementRef& application, bool visibleOnly, std::stop_token stop) override {
+    return last = AtspiElementSource::take(application, visibleOnly, std::move(stop));
+  }
+  SnapshotPointer last;
+};
 
 /// A private desktop with one application that has one window, "frame", 400 by 300 at (100, 50).
 class SourceFixture : public ::testing::Test {
@@ -44,18 +55,24 @@ class SourceFixture : public ::testing::Test {
     EXPECT_EQ(app.complaints(), std::multiset<std::string>()) << "asked of elements that do not have that interface";
   }
 
-  AtspiElementSource& source() {
+  KeepingSource& source() {
     if (!source_) {
-      source_ = std::make_unique<AtspiElementSource>(BusConnection::Options{bus.address()}, windows);
+      source_ = std::make_unique<KeepingSource>(BusConnection::Options{bus.address()}, windows);
     }
     return *source_;
   }
-  void prepare(bool visibleOnly = true) { source().prepareSnapshot(app.root(), visibleOnly); }
-  FactsPointer read(const std::string& id) { return source().snapshotFacts(app.ref(id)); }
+  void prepare(bool visibleOnly = true) { source().take(app.root(), visibleOnly, {}); }
+  /// What is read is answered from the last snapshot, and live before there is one.
+  View view() { return {source(), View::Kind::snapshots, last(), last()}; }
+  View live() { return {source(), View::Kind::live, {}, last()}; }
+  FactsPointer read(const std::string& id) { return source().last ? source().last->find(app.ref(id)) : nullptr; }
+  std::vector<FactsPointer> elements() {
+    return source().last ? source().last->elements() : std::vector<FactsPointer>();
+  }
   /// Names of the snapshot's elements in document order, the application and the window left out.
   std::string names() {
     std::string joined;
-    for (const FactsPointer& e : source().snapshotElements(app.root())) {
+    for (const FactsPointer& e : elements()) {
       const std::string id = e->ref.text().substr(e->ref.text().rfind('/') + 1);
       if (id != "root" && id != "frame") {
         joined += (joined.empty() ? "" : " ") + id;
@@ -70,7 +87,9 @@ class SourceFixture : public ::testing::Test {
   FakeWindows windows;
 
  private:
-  std::unique_ptr<AtspiElementSource> source_;
+  View::Snapshots last() { return source().last ? View::Snapshots{source().last} : View::Snapshots(); }
+
+  std::unique_ptr<KeepingSource> source_;
 };
 
 }  // namespace jumplark::atspi

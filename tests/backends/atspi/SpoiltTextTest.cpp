@@ -54,7 +54,7 @@ class SpoiltText : public SourceFixture, public ::testing::WithParamInterface<co
 
   /// Reads all that can be asked for, and expects every text of it to be valid.
   void readEverything() {
-    for (const FactsPointer& e : source().snapshotElements(app.root())) {
+    for (const FactsPointer& e : elements()) {
       for (const std::string& name : platform_.copyAttributeNames(e->ref).value) {
         const AttributeValue value = platform_.copyAttributeValue(e->ref, name).value;
         if (const auto* text = value.text()) {

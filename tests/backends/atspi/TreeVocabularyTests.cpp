@@ -8,7 +8,6 @@ TEST_F(AtspiVocabulary, LiftsTheMenuBarOutOfItsWindow) {
   source.add("bar", role::menuBar, "box");
   source.add("file", role::menu, "bar");
   source.add("body", role::panel, "box");
-  source.menuBarOfWindow = source.ref("bar");
   EXPECT_EQ(list("box", "AXChildren"), "body");
   EXPECT_EQ(list("box", "AXVisibleChildren"), "body");
   EXPECT_EQ(list("app", "AXChildren"), "win bar");
@@ -22,7 +21,6 @@ TEST_F(AtspiVocabulary, LeavesOtherMenuBarsWhereTheyAre) {
   source.add("bar", role::menuBar, "win");
   source.add("page", role::documentWeb, "win");
   source.add("inner", role::menuBar, "page");
-  source.menuBarOfWindow = source.ref("bar");
   EXPECT_EQ(list("page", "AXChildren"), "inner");
   EXPECT_EQ(*get("inner", "AXParent").value.element(), source.ref("page"));
 }

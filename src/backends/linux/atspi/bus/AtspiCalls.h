@@ -17,6 +17,11 @@ inline constexpr uint32_t kWindow = 1;
 inline constexpr uint32_t kRelationLabelFor = 1;
 inline constexpr uint32_t kRelationLabelledBy = 2;
 
+/// The element of the application that an element belongs to.
+inline ElementRef applicationOf(const AtspiHandle& element) {
+  return makeRef(element.busName(), kRootPath);
+}
+
 TypedCall<uint64_t> states(const AtspiHandle& element);
 TypedCall<uint32_t> role(const AtspiHandle& element);
 TypedCall<std::vector<std::string>> interfaces(const AtspiHandle& element);

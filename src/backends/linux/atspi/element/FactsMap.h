@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 #include "backends/linux/atspi/element/ElementFacts.h"
 
@@ -14,6 +15,18 @@ using FactsMap = std::unordered_map<ElementRef, std::shared_ptr<ElementFacts>, E
 inline ElementFacts* find(const ElementRef& element, const FactsMap& elements) {
   const auto found = elements.find(element);
   return found == elements.end() ? nullptr : found->second.get();
+}
+
+/// Those children of an element that the map holds, in order.
+inline std::vector<ElementFacts*> childrenOf(const ElementFacts& element, const FactsMap& elements) {
+  std::vector<ElementFacts*> children;
+  children.reserve(element.children.size());
+  for (const ElementRef& ref : element.children) {
+    if (ElementFacts* child = find(ref, elements)) {
+      children.push_back(child);
+    }
+  }
+  return children;
 }
 
 /// The nearest element around this one that is `wanted`; null without one. The walk that fills a map makes a tree of

@@ -7,62 +7,25 @@ namespace jumplark::atspi {
 namespace {
 
 bool isCaptionedChooser(uint32_t number) {
-  switch (number) {
-    case role::comboBox:
-    case role::slider:
-    case role::dial:
-    case role::spinButton:
-    case role::dateEditor:
-    case role::switchRole:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::comboBox, role::slider, role::dial, role::spinButton, role::dateEditor, role::switchRole>(
+      number);
 }
 
 bool isPlainControl(uint32_t number) {
-  switch (number) {
-    case role::checkBox:
-    case role::radioButton:
-    case role::pushButton:
-    case role::pushButtonMenu:
-    case role::toggleButton:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::checkBox, role::radioButton, role::pushButton, role::pushButtonMenu, role::toggleButton>(
+      number);
 }
 
 /// What is named after all it holds, so that its name does not tell its own words.
 bool mayHoldWords(uint32_t number) {
-  switch (number) {
-    case role::label:
-    case role::listItem:
-    case role::tableCell:
-    case role::rowHeader:
-    case role::columnHeader:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::label, role::listItem, role::tableCell, role::rowHeader, role::columnHeader>(number);
 }
 
 }  // namespace
 
 bool isTextEntry(const ElementFacts& element) {
-  switch (element.role) {
-    case role::entry:
-    case role::text:
-    case role::passwordText:
-    case role::spinButton:
-    case role::terminal:
-    case role::editbar:
-    case role::autocomplete:
-    case role::dateEditor:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::entry, role::text, role::passwordText, role::spinButton, role::terminal, role::editbar,
+                       role::autocomplete, role::dateEditor>(element.role);
 }
 
 bool mayHoldSecret(const ElementFacts& element) {

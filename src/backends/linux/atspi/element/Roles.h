@@ -27,4 +27,9 @@ inline constexpr uint32_t invalid = 0, alert = 2, canvas = 6, checkBox = 7, chec
                           contentDeletion = 125, contentInsertion = 126, mark = 127, suggestion = 128,
                           pushButtonMenu = 129, switchRole = 130;
 
+template <uint32_t... roles>
+constexpr bool isOneOf(uint32_t role) {
+  return ((role == roles) || ...);
+}
+
 }  // namespace jumplark::atspi::role

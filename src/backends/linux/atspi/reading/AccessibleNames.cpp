@@ -80,9 +80,8 @@ void nameAfterHolders(FactsMap& elements) {
 
 bool mayNameAButton(const ElementFacts& element, const FactsMap& elements) {
   return element.role == role::filler && !hasWords(element) &&
-         std::any_of(element.children.begin(), element.children.end(), [&](const ElementRef& child) {
-           const ElementFacts* inner = find(child, elements);
-           return inner && isButton(*inner) && lacksWords(*inner) && endsLike(element, *inner);
+         std::ranges::any_of(childrenOf(element, elements), [&](const ElementFacts* inner) {
+           return isButton(*inner) && lacksWords(*inner) && endsLike(element, *inner);
          });
 }
 

@@ -84,6 +84,29 @@ std::vector<MatchedFrame> matchFrames(std::vector<FrameFacts> frames, const std:
   return matched;
 }
 
+ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vector<FrameFacts>& frames,
+                        bool hasWindows) {
+  const auto top =
+      std::find_if(matched.begin(), matched.end(), [](const MatchedFrame& m) { return isNormalOrDialog(m.window); });
+  if (top != matched.end()) {
+    return top->frame.element;
+  }
+  if (hasWindows) {
+    return {};
+  }
+  // Nothing is known of its windows: what the application says itself is the best there is.
+  const auto withState = [&](int number) {
+    return std::find_if(frames.begin(), frames.end(),
+                        [number](const FrameFacts& f) { return ((f.states >> number) & 1U) != 0; });
+  };
+  for (const int number : {state::active, state::showing}) {
+    if (const auto found = withState(number); found != frames.end()) {
+      return found->element;
+    }
+  }
+  return {};
+}
+
 bool isNormalOrDialog(const WindowFacts& window) {
   return window.type == WindowType::normal || window.type == WindowType::dialog;
 }

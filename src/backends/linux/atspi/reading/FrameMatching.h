@@ -34,6 +34,17 @@ double likeness(const FrameFacts& frame, const WindowFacts& window, const Toolki
 std::vector<MatchedFrame> matchFrames(std::vector<FrameFacts> frames, const std::vector<WindowFacts>& windows,
                                       const Toolkit& toolkit);
 
+/// The frames of an application as they were told at one time, each with its window where it has one.
+struct MatchedFrames {
+  std::vector<FrameFacts> frames;
+  std::vector<MatchedFrame> matched;
+  ElementRef focused;  ///< see focusedFrame()
+};
+
+/// The frame that has, or would get, the keyboard: of the topmost normal window or dialog.
+ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vector<FrameFacts>& frames,
+                        bool hasWindows);
+
 /// True for windows in which an application keeps what a user works with.
 bool isNormalOrDialog(const WindowFacts& window);
 

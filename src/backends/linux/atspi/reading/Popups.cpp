@@ -8,30 +8,12 @@ namespace jumplark::atspi {
 namespace {
 
 bool isListOrMenu(uint32_t number) {
-  switch (number) {
-    case role::menu:
-    case role::popupMenu:
-    case role::list:
-    case role::listBox:
-    case role::tree:
-    case role::treeTable:
-    case role::table:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::menu, role::popupMenu, role::list, role::listBox, role::tree, role::treeTable,
+                       role::table>(number);
 }
 
 bool isMenuEntry(uint32_t number) {
-  switch (number) {
-    case role::menu:
-    case role::menuItem:
-    case role::checkMenuItem:
-    case role::radioMenuItem:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::menu, role::menuItem, role::checkMenuItem, role::radioMenuItem>(number);
 }
 
 /// A button of GTK 3's that opens a menu has the entries themselves for children, and says whether they show. One of

@@ -10,6 +10,7 @@
 #include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/reading/Popups.h"
 #include "backends/linux/atspi/reading/RoleNames.h"
+#include "backends/linux/atspi/reading/WalkSteps.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -18,7 +19,7 @@ bool isPanel(const std::vector<WindowFacts>& windows) {
   return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.type == WindowType::dock; });
 }
 
-Point offsetOf(const Snapshot& snapshot, const ElementRef& frame) {
+Point offsetOf(const SnapshotDraft& snapshot, const ElementRef& frame) {
   for (const MatchedFrame& matched : snapshot.frames) {
     if (matched.frame.element == frame) {
       return snapshot.toolkit->originIn(matched.window, matched.frame.reported);
@@ -27,7 +28,7 @@ Point offsetOf(const Snapshot& snapshot, const ElementRef& frame) {
   return {};
 }
 
-Placement placementOf(const Snapshot& snapshot) {
+Placement placementOf(const SnapshotDraft& snapshot) {
   for (const MatchedFrame& matched : snapshot.frames) {
     if (matched.frame.element == snapshot.focusedWindow) {
       return snapshot.toolkit->placementIn(matched.window, matched.frame.reported);
@@ -36,7 +37,7 @@ Placement placementOf(const Snapshot& snapshot) {
   return {};
 }
 
-void addApplication(Snapshot& snapshot, const ElementFacts& read, const std::vector<FrameFacts>& frames) {
+void addApplication(SnapshotDraft& snapshot, const ElementFacts& read, const std::vector<FrameFacts>& frames) {
   auto root = std::make_shared<ElementFacts>(read);
   root->parent = ElementRef();
   root->known |= facts::children | facts::extents;
@@ -59,47 +60,7 @@ ElementRef likelyFocusedFrame(const CachedTree& cache, const std::vector<Element
   return focusedFrame(matchFrames(frames, windows, toolkit), frames, !windows.empty());
 }
 
-void findLandmarks(Snapshot& snapshot) {
-  for (const ElementRef& ref : snapshot.inDocumentOrder()) {
-    const ElementFacts& e = *snapshot.elements.at(ref);
-    if (!e.has(facts::identity)) {
-      continue;
-    }
-    if (e.role == role::menuBar && e.is(state::showing) && !snapshot.menuBar) {
-      snapshot.menuBar = ref;
-    }
-    // The deepest one counts: some containers say that they are focused as well, and in Qt every page tab in front
-    // does.
-    if (e.is(state::focused) && (e.role != role::pageTab || !snapshot.focusedElement)) {
-      snapshot.focusedElement = ref;
-    }
-  }
-}
-
 }  // namespace
-
-ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vector<FrameFacts>& frames,
-                        bool hasWindows) {
-  const auto top =
-      std::find_if(matched.begin(), matched.end(), [](const MatchedFrame& m) { return isNormalOrDialog(m.window); });
-  if (top != matched.end()) {
-    return top->frame.element;
-  }
-  if (hasWindows) {
-    return {};
-  }
-  // Nothing is known of its windows: what the application says itself is the best there is.
-  const auto withState = [&](int number) {
-    return std::find_if(frames.begin(), frames.end(),
-                        [number](const FrameFacts& f) { return ((f.states >> number) & 1U) != 0; });
-  };
-  for (const int number : {state::active, state::showing}) {
-    if (const auto found = withState(number); found != frames.end()) {
-      return found->element;
-    }
-  }
-  return {};
-}
 
 SnapshotReader::SnapshotReader(BusConnection& bus, ApplicationRegistry& registry)
     : bus_(bus), registry_(registry), replays_(bus), roleNames_(std::make_shared<RoleNames>()) {}
@@ -114,8 +75,8 @@ void SnapshotReader::expect(const ElementRef& application) {
   }
 }
 
-std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bool visibleOnly,
-                                               const std::function<bool()>& cancelled) {
+SnapshotDraft SnapshotReader::read(const ElementRef& application, bool visibleOnly,
+                                   const std::function<bool()>& cancelled) {
   const AtspiHandle* handle = handleOf(application);
   if (!handle || !visibleOnly || !registry_.toolkitOf(application).toolkit->drawsBetweenAnswers()) {
     return read(bus_, application, visibleOnly, cancelled);
@@ -123,92 +84,130 @@ std::unique_ptr<Snapshot> SnapshotReader::read(const ElementRef& application, bo
   bus_.forgive(handle->busName());
   const auto calls = replays_.take(handle->busName(), Clock::now() + kLimit);
   auto snapshot = read(*calls, application, visibleOnly, cancelled);
-  if (snapshot->complete) {
-    rememberHidden(*snapshot);
+  if (snapshot.complete) {
+    rememberHidden(snapshot);
     replays_.keep(handle->busName(), calls->asked());
   }
   return snapshot;
 }
 
-std::unique_ptr<Snapshot> SnapshotReader::read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
-                                               const std::function<bool()>& cancelled) {
-  auto snapshot = std::make_unique<Snapshot>();
-  snapshot->application = application;
+/// One reading of one application.
+struct SnapshotReader::Pass {
+  CallRunner& runner;
+  const AtspiHandle& application;
+  const std::function<bool()>& cancelled;
+  TimePoint deadline;
+  SnapshotDraft draft;
+  std::vector<WindowFacts> windows;
+  std::vector<FrameFacts> frames;
+  std::vector<ElementRef> roots;  ///< read whole
+  std::vector<ElementRef> openPopups;
+  std::shared_ptr<const CachedTree> cache;
+  bool isCacheAsked = false;
+  std::shared_ptr<Prefetch> ahead;
+
+  const Toolkit& toolkit() const { return *draft.toolkit; }
+};
+
+SnapshotDraft SnapshotReader::read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
+                                   const std::function<bool()>& cancelled) {
   const AtspiHandle* handle = handleOf(application);
   if (!handle) {
-    return snapshot;
+    return {};
   }
   const TimePoint started = Clock::now();
-  const TimePoint deadline = started + kLimit;
+  Pass pass{runner, *handle, cancelled, started + kLimit, {}, registry_.windowsOf(application), {}, {}, {},
+            {},     false,   {}};
   bus_.forgive(handle->busName());
-  snapshot->pid = registry_.processOf(handle->busName()).value;
+  pass.draft.application = application;
+  pass.draft.visibleOnly = visibleOnly;
+  pass.draft.pid = registry_.processOf(handle->busName()).value;
   ApplicationRegistry::Drawn drawn = registry_.toolkitOf(application);
-  snapshot->toolkitFacts = std::move(drawn.facts);
-  snapshot->toolkit = drawn.toolkit;
-  const Toolkit& toolkit = *drawn.toolkit;
-  const std::vector<WindowFacts> windows = registry_.windowsOf(application);
+  pass.draft.toolkitFacts = std::move(drawn.facts);
+  pass.draft.toolkit = drawn.toolkit;
+  readFrames(pass);
+  chooseRoots(pass);
+  readRoots(pass);
+  const auto transform = std::make_shared<CoordinateTransform>();
+  transform->placement = placementOf(pass.draft);
+  Reading reading{pass.draft.elements, *transform, pass.roots, pass.draft.focusedWindow, pass.openPopups, {}};
+  if (pass.toolkit().placesByPopups()) {
+    reading.popupWindows = registry_.popupsOf(application);
+  }
+  putRight(pass.toolkit(), reading);
+  pass.draft.transform = transform;
+  pass.draft.took = Clock::now() - started;
+  return std::move(pass.draft);
+}
+
+void SnapshotReader::readFrames(Pass& pass) {
   // All under way at once, so that an application which answers between two of its frames only does so between the
   // same.
-  const CallRunner::Wait cacheBegun = cache_.begin(runner, toolkit, handle->busName());
-  FactsReader applicationReader(runner);
+  const std::string& busName = pass.application.busName();
+  const CallRunner::Wait cacheBegun = cache_.begin(pass.runner, pass.toolkit(), busName);
+  FactsReader applicationReader(pass.runner);
   std::vector<ReadRequest> applicationRead(1);
-  applicationRead[0].facts.ref = application;
+  applicationRead[0].facts.ref = pass.draft.application;
   applicationRead[0].wanted = facts::identity | facts::texts;
-  applicationRead[0].context = {&toolkit, {}};
-  applicationReader.begin(applicationRead, deadline);
-  TypedBatch batch;
-  std::vector<ElementRef> children;
-  batch.add<std::vector<ElementRef>>(calls::children(*handle),
-                                     [&](std::vector<ElementRef>& answer) { children = std::move(answer); });
-  batch.run(runner, deadline);
-  auto cache = cacheBegun ? cache_.read(runner, toolkit, handle->busName(), children, deadline, cacheBegun) : nullptr;
-  std::shared_ptr<Prefetch> ahead;
-  if (cache) {
-    ahead = std::make_shared<Prefetch>(toolkit, *cache, visibleOnly, hiddenLastTime());
-    ahead->start(runner, likelyFocusedFrame(*cache, children, windows, toolkit), deadline);
+  applicationRead[0].context = {&pass.toolkit(), {}};
+  applicationReader.begin(applicationRead, pass.deadline);
+  const auto children = callOnce(pass.runner, calls::children(pass.application), pass.deadline).value;
+  if (cacheBegun) {
+    pass.isCacheAsked = true;
+    pass.cache = cache_.read(pass.runner, pass.toolkit(), busName, children, pass.deadline, cacheBegun);
   }
-  const std::vector<FrameFacts> frames = ApplicationRegistry::framesFrom(runner, toolkit, children, deadline);
-  applicationReader.finish(applicationRead, deadline);
-  if (ahead) {
-    ahead->finish();
+  if (pass.cache) {
+    pass.ahead = std::make_shared<Prefetch>(pass.toolkit(), *pass.cache, pass.draft.visibleOnly, hiddenLastTime());
+    pass.ahead->start(pass.runner, likelyFocusedFrame(*pass.cache, children, pass.windows, pass.toolkit()),
+                      pass.deadline);
   }
-  snapshot->frames = matchFrames(frames, windows, toolkit);
-  snapshot->focusedWindow = focusedFrame(snapshot->frames, frames, !windows.empty());
-  snapshot->offset = offsetOf(*snapshot, snapshot->focusedWindow);
+  pass.frames = ApplicationRegistry::framesFrom(pass.runner, pass.toolkit(), children, pass.deadline);
+  applicationReader.finish(applicationRead, pass.deadline);
+  if (pass.ahead) {
+    pass.ahead->finish();
+  }
+  pass.draft.frames = matchFrames(pass.frames, pass.windows, pass.toolkit());
+  pass.draft.focusedWindow = focusedFrame(pass.draft.frames, pass.frames, !pass.windows.empty());
+  addApplication(pass.draft, applicationRead[0].facts, pass.frames);
+}
 
-  addApplication(*snapshot, applicationRead[0].facts, frames);
-  const bool whole = isPanel(windows);
+void SnapshotReader::chooseRoots(Pass& pass) {
+  const bool whole = isPanel(pass.windows);
   std::vector<ElementRef> others;
-  std::vector<ElementRef> roots;
-  std::vector<ElementRef> openPopups;
-  for (const FrameFacts& frame : frames) {
-    const bool isOpen = !whole && isOpenPopup(frame, snapshot->frames);
-    (whole || isOpen || frame.element == snapshot->focusedWindow ? roots : others).push_back(frame.element);
+  for (const FrameFacts& frame : pass.frames) {
+    const bool isOpen = !whole && isOpenPopup(frame, pass.draft.frames);
+    const bool isRoot = whole || isOpen || frame.element == pass.draft.focusedWindow;
+    (isRoot ? pass.roots : others).push_back(frame.element);
     if (isOpen) {
-      openPopups.push_back(frame.element);
+      pass.openPopups.push_back(frame.element);
     }
   }
-  addOtherFrames(runner, *snapshot, others, deadline);
+  addOtherFrames(pass.runner, pass.draft, others, pass.deadline);
+}
+
+void SnapshotReader::readRoots(Pass& pass) {
+  if (!pass.isCacheAsked) {
+    pass.cache = cache_.read(pass.runner, pass.toolkit(), pass.application.busName(), pass.roots, pass.deadline);
+  }
   // Windows that no frame is told of: the application is silent.
-  snapshot->complete = !frames.empty() || windows.empty();
-  if (!cacheBegun) {
-    cache = cache_.read(runner, toolkit, handle->busName(), roots, deadline);
+  pass.draft.complete = !pass.frames.empty() || pass.windows.empty();
+  pass.draft.fromCache = pass.cache != nullptr;
+  const auto roleNames = pass.toolkit().namesRolesAlike() ? roleNames_ : nullptr;
+  for (const ElementRef& root : pass.roots) {
+    const WalkPlan plan{&pass.toolkit(),
+                        offsetOf(pass.draft, root),
+                        pass.draft.visibleOnly,
+                        pass.deadline,
+                        pass.cancelled,
+                        pass.cache,
+                        pass.ahead,
+                        roleNames};
+    const size_t before = pass.draft.elements.size();
+    const auto started = Clock::now();
+    pass.draft.complete = pass.toolkit().readWindow(pass.draft, root, pass.runner, plan) && pass.draft.complete;
+    spdlog::debug("Read {} elements in {:.1f} ms", pass.draft.elements.size() - before,
+                  std::chrono::duration<double, std::milli>(Clock::now() - started).count());
   }
-  snapshot->fromCache = cache != nullptr;
-  const auto roleNames = toolkit.namesRolesAlike() ? roleNames_ : nullptr;
-  for (const ElementRef& root : roots) {
-    readRoot(*snapshot, root, runner,
-             {&toolkit, offsetOf(*snapshot, root), visibleOnly, deadline, cancelled, cache, ahead, roleNames});
-  }
-  snapshot->transform.placement = placementOf(*snapshot);
-  Reading reading{
-      snapshot->elements,    snapshot->transform,
-      std::move(roots),      snapshot->focusedWindow,
-      std::move(openPopups), toolkit.placesByPopups() ? registry_.popupsOf(application) : std::vector<WindowFacts>{}};
-  putRight(toolkit, reading);
-  findLandmarks(*snapshot);
-  snapshot->took = Clock::now() - started;
-  return snapshot;
 }
 
 std::shared_ptr<const Prefetch::Set> SnapshotReader::hiddenLastTime() {
@@ -216,7 +215,7 @@ std::shared_ptr<const Prefetch::Set> SnapshotReader::hiddenLastTime() {
   return hidden_;
 }
 
-void SnapshotReader::rememberHidden(const Snapshot& snapshot) {
+void SnapshotReader::rememberHidden(const SnapshotDraft& snapshot) {
   auto hidden = std::make_shared<Prefetch::Set>();
   if (!snapshot.toolkit->tellsShowing()) {
     for (const auto& [ref, element] : snapshot.elements) {
@@ -229,7 +228,7 @@ void SnapshotReader::rememberHidden(const Snapshot& snapshot) {
   hidden_ = std::move(hidden);
 }
 
-void SnapshotReader::addOtherFrames(CallRunner& runner, Snapshot& snapshot, const std::vector<ElementRef>& frames,
+void SnapshotReader::addOtherFrames(CallRunner& runner, SnapshotDraft& snapshot, const std::vector<ElementRef>& frames,
                                     TimePoint deadline) {
   std::vector<ReadRequest> requests;
   for (const ElementRef& frame : frames) {
@@ -245,14 +244,6 @@ void SnapshotReader::addOtherFrames(CallRunner& runner, Snapshot& snapshot, cons
     const ElementRef ref = request.facts.ref;
     snapshot.elements[ref] = std::make_shared<ElementFacts>(std::move(request.facts));
   }
-}
-
-void SnapshotReader::readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) {
-  const size_t before = snapshot.elements.size();
-  const auto started = Clock::now();
-  snapshot.complete = snapshot.toolkit->readWindow(snapshot, frame, runner, plan) && snapshot.complete;
-  spdlog::debug("Read {} elements in {:.1f} ms", snapshot.elements.size() - before,
-                std::chrono::duration<double, std::milli>(Clock::now() - started).count());
 }
 
 void SnapshotReader::wake(const ElementRef& application) {

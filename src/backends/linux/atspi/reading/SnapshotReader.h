@@ -16,6 +16,8 @@
 
 namespace jumplark::atspi {
 
+class RoleNames;
+
 /// Reads what an enumeration of one application is about to ask: the focused window whole, of the other windows only
 /// what they are. Of an application that owns a panel (a dock window) every frame is read whole.
 ///
@@ -32,22 +34,24 @@ class SnapshotReader {
   /// What was expected does not come.
   void expectNothing() { replays_.drop(); }
 
-  /// At most kLimit; less when the application does not answer or `cancelled` says so. Never null: what could
+  /// At most kLimit; less when the application does not answer or `cancelled` says so. What could
   /// not be read is missing from it.
-  std::unique_ptr<Snapshot> read(const ElementRef& application, bool visibleOnly,
-                                 const std::function<bool()>& cancelled);
+  SnapshotDraft read(const ElementRef& application, bool visibleOnly, const std::function<bool()>& cancelled);
   /// Gets ready what makes the first snapshot slow, as the toolkit says: elements may be made when they are first asked
   /// for, nobody knows how long a cache takes to be told, and only what was read once can be replayed.
   void wake(const ElementRef& application);
 
  private:
-  std::unique_ptr<Snapshot> read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
-                                 const std::function<bool()>& cancelled);
+  struct Pass;
+  void readFrames(Pass& pass);
+  void chooseRoots(Pass& pass);
+  void readRoots(Pass& pass);
+  SnapshotDraft read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
+                     const std::function<bool()>& cancelled);
   std::shared_ptr<const Prefetch::Set> hiddenLastTime();
-  void rememberHidden(const Snapshot& snapshot);
-  void addOtherFrames(CallRunner& runner, Snapshot& snapshot, const std::vector<ElementRef>& frames,
+  void rememberHidden(const SnapshotDraft& snapshot);
+  void addOtherFrames(CallRunner& runner, SnapshotDraft& snapshot, const std::vector<ElementRef>& frames,
                       TimePoint deadline);
-  void readRoot(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan);
   void askAttributes(const std::vector<FrameFacts>& frames, TimePoint deadline);
 
   BusConnection& bus_;
@@ -60,9 +64,5 @@ class SnapshotReader {
   /// What the last snapshot named and did not show, of an application whose cache cannot tell that; never null.
   std::shared_ptr<const Prefetch::Set> hidden_ = std::make_shared<const Prefetch::Set>();
 };
-
-/// The frame that has, or would get, the keyboard: of the topmost normal window or dialog.
-ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vector<FrameFacts>& frames,
-                        bool hasWindows);
 
 }  // namespace jumplark::atspi

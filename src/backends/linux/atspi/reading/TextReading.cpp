@@ -5,7 +5,7 @@
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
-#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/element/TextUnits.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -22,11 +22,6 @@ bool isWhole(const TextFacts& text) {
   return text.count >= 0 && text.holds(0, text.count) && text.fetchedEnd == text.count;
 }
 
-int64_t countCodePoints(std::string_view text) {
-  return std::count_if(text.begin(), text.end(),
-                       [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; });
-}
-
 void askCount(TypedBatch& batch, TextRequest& request) {
   if (const AtspiHandle* handle = handleOf(request.element)) {
     batch.add<int32_t>(calls::characterCount(*handle),
@@ -39,7 +34,7 @@ void askAtOnce(TypedBatch& batch, TextRequest& request) {
   if (const AtspiHandle* handle = handleOf(request.element)) {
     batch.add<std::string>(calls::text(*handle, 0, static_cast<int32_t>(kShortText + 1)),
                            [&request](std::string& text) {
-                             const int64_t count = countCodePoints(text);
+                             const int64_t count = codePointCount(text);
                              // Programs that draw entries of their own say nothing where more was asked for than there
                              // is.
                              if (count > 0 && count <= kShortText) {

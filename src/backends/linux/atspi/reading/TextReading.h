@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "backends/linux/atspi/bus/MethodCall.h"
@@ -21,6 +22,8 @@ struct TextFacts {
 
   bool holds(int64_t start, int64_t end) const { return start >= fetchedStart && end <= fetchedEnd; }
 };
+
+using TextMap = std::unordered_map<ElementRef, TextFacts, ElementRefHash>;
 
 /// One element whose text is to be read, and where to look for what shows of it.
 struct TextRequest {

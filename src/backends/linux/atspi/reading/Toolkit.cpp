@@ -64,7 +64,8 @@ std::optional<Rect> Toolkit::placeTold(const Rect& reported, Point offset) const
   return screenExtents(reported, offset);
 }
 
-bool Toolkit::readWindow(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) const {
+bool Toolkit::readWindow(SnapshotDraft& snapshot, const ElementRef& frame, CallRunner& runner,
+                         const WalkPlan& plan) const {
   TreeWalk walk(runner, plan, snapshot.elements, snapshot.texts);
   walk.walk(frame, snapshot.application);
   return walk.complete();

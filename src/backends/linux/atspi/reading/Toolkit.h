@@ -14,7 +14,8 @@ namespace jumplark::atspi {
 
 class CachedTree;
 struct Reading;
-struct Snapshot;
+class Snapshot;
+struct SnapshotDraft;
 struct WalkPlan;
 
 /// What an application said of the library that draws it.
@@ -90,7 +91,8 @@ class Toolkit {
   virtual Waking waking() const { return {}; }
 
   /// Adds a window to the snapshot; false when something is missing.
-  virtual bool readWindow(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) const;
+  virtual bool readWindow(SnapshotDraft& snapshot, const ElementRef& frame, CallRunner& runner,
+                          const WalkPlan& plan) const;
   /// A container with more children than this is not asked for all of them at once.
   virtual int64_t mostChildren(const ElementFacts& container) const;
   /// Of what has more, those that show are found by asking what lies at points of it, not one by one.

@@ -19,8 +19,6 @@ class Prefetch;
 class RoleNames;
 class TypedBatch;
 
-using TextMap = std::unordered_map<ElementRef, TextFacts, ElementRefHash>;
-
 struct WalkPlan {
   const Toolkit* toolkit = nullptr;  ///< never null
   Point offset;                      ///< what extents that are reported need, see Toolkit::originIn

@@ -4,40 +4,29 @@
 #include <chrono>
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
+#include "backends/linux/atspi/element/FactsWorthReading.h"
+#include "backends/linux/atspi/reading/TextReading.h"
 #include "backends/linux/atspi/reading/VisibleChildren.h"
+#include "backends/linux/atspi/source/ActionReader.h"
 
 namespace jumplark::atspi {
 namespace {
 
 /// So that a silent application is recognised as such before a single call's own limit ends.
 constexpr auto kBeyondSilence = std::chrono::milliseconds(20);
-constexpr int kDeepest = 100;
 
-thread_local int liveScopes = 0;
-
-ElementRef applicationOf(const AtspiHandle& element) {
-  return makeRef(element.busName(), calls::kRootPath);
+BudgetedCalls within(CallRunner& runner, const ReadScope& scope) {
+  return {runner, scope.known ? &scope.known->budget : nullptr};
 }
 
-std::vector<ElementSource::Frame> framesFrom(const std::vector<MatchedFrame>& matched) {
-  std::vector<ElementSource::Frame> frames;
-  frames.reserve(matched.size());
-  for (const MatchedFrame& m : matched) {
-    frames.push_back({m.frame.element, m.window.id});
-  }
-  return frames;
+bool isReadableText(const ElementFacts& element) {
+  return !mayHoldSecret(element) && (element.interfaces & interface_bit::text) != 0;
 }
 
 }  // namespace
 
-bool AtspiElementSource::isLive() {
-  return liveScopes > 0;
-}
-
 AtspiElementSource::AtspiElementSource(BusConnection::Options options, WindowSystem& windows)
-    : windows_(windows),
-      bus_(std::move(options)),
-      calls_(bus_, isLive),
+    : bus_(std::move(options)),
       registry_(bus_, windows, [this](const ToolkitFacts& facts) -> const Toolkit& { return toolkits_.of(facts); }),
       reader_(bus_, registry_) {}
 
@@ -51,164 +40,210 @@ void AtspiElementSource::applicationBecameActive(int32_t pid) {
   }
 }
 
-Point AtspiElementSource::offsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
-  const Point offset = toolkit.extentsAreWindowRelative() ? frameOffsetNow(element, toolkit) : Point{};
-  const Point shift = places_.shiftOf(makeRef(element.busName(), element.path()));
-  return {offset.x + shift.x, offset.y + shift.y};
+SnapshotReport AtspiElementSource::report(const Snapshot& snapshot) const {
+  SnapshotReport report = reportOn(snapshot);
+  report.advice = toolkits_.adviceForSilent(snapshot.pid, &snapshot);
+  return report;
 }
 
-Point AtspiElementSource::frameOffsetNow(const AtspiHandle& element, const Toolkit& toolkit) {
-  using Frames = std::vector<MatchedFrame>;
-  const ElementRef application = applicationOf(element);
-  const auto known =
-      isLive() ? std::nullopt : store_.ask<Frames>(application, [](const Snapshot& s) { return s.frames; });
-  const Frames frames = known ? *known : matchNow(application).matched;
-  ElementRef above = makeRef(element.busName(), element.path());
-  for (int i = 0; i < kDeepest && handleOf(above); ++i) {
-    for (const MatchedFrame& m : frames) {
-      if (m.frame.element == above) {
-        return toolkit.originIn(m.window, m.frame.reported);
-      }
-    }
-    const FactsPointer parent = store_.find(above);
-    above = parent ? parent->parent : callOnce(calls_, calls::parent(*handleOf(above)), deadline()).value;
+void AtspiElementSource::expectSnapshot(int32_t pid) {
+  reader_.expect(registry_.knownApplicationOfProcess(pid));
+}
+
+SnapshotPointer AtspiElementSource::take(const ElementRef& application, bool visibleOnly, std::stop_token stop) {
+  if (!handleOf(application)) {
+    return nullptr;
   }
-  return {};
+  const TimePoint started = Clock::now();
+  SnapshotDraft draft = reader_.read(application, visibleOnly, [&stop] { return stop.stop_requested(); });
+  if (stop.stop_requested()) {
+    return nullptr;
+  }
+  return std::make_shared<const Snapshot>(std::move(draft), SnapshotReader::kLimit - (Clock::now() - started));
 }
 
-ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set wanted) {
+SnapshotPointer AtspiElementSource::takeForAction(const ElementRef& element, const ReadScope& scope) {
+  const AtspiHandle* handle = handleOf(element);
+  if (!handle) {
+    return nullptr;
+  }
+  SnapshotDraft draft;
+  draft.application = calls::applicationOf(*handle);
+  draft.toolkit = &toolkitOf(*handle);
+  draft.pid = registry_.processOf(handle->busName()).value;
+  MatchedFrames now = frames(draft.application);
+  draft.frames = std::move(now.matched);
+  draft.focusedWindow = now.focused;
+  draft.complete = true;
+  draft.transform = scope.placed ? scope.placed->transform : std::make_shared<const CoordinateTransform>();
+  if (scope.known && scope.known->focusedWindow == now.focused) {
+    draft.menuBar = scope.known->menuBar;
+  }
+  auto snapshot = std::make_shared<const Snapshot>(std::move(draft));
+  ActionReader(*this, bus_, scope, snapshot).read(element, deadline());
+  return snapshot;
+}
+
+const Toolkit& AtspiElementSource::toolkitOf(const AtspiHandle& element) {
+  return *registry_.toolkitOf(calls::applicationOf(element)).toolkit;
+}
+
+std::vector<ElementSource::Answer> AtspiElementSource::read(const std::vector<ElementRef>& elements, facts::Set wanted,
+                                                            const ReadScope& scope) {
+  std::vector<Answer> answers(elements.size(), AccessibilityError::invalidElement);
+  std::vector<ReadRequest> requests;
+  std::vector<size_t> indexes;
+  std::vector<facts::Set> before;
+  for (size_t i = 0; i < elements.size(); ++i) {
+    if (handleOf(elements[i])) {
+      requests.push_back(requestFor(elements[i], wanted, scope));
+      indexes.push_back(i);
+      before.push_back(requests.back().facts.known);
+    }
+  }
+  BudgetedCalls runner = within(bus_, scope);
+  FactsReader(runner).read(requests, deadline());
+  for (size_t i = 0; i < requests.size(); ++i) {
+    ElementFacts& facts = requests[i].facts;
+    if (requests[i].error != AccessibilityError::success) {
+      answers[indexes[i]] = requests[i].error;
+      continue;
+    }
+    if ((before[i] & facts::extents) == 0 && facts.extents && scope.placed) {
+      facts.extents = scope.placed->transform->toScreen(facts.ref, *facts.extents);
+    }
+    const auto read = std::make_shared<const ElementFacts>(std::move(facts));
+    if (scope.known) {
+      scope.known->add(read);
+    }
+    answers[indexes[i]] = FactsPointer(read);
+  }
+  return answers;
+}
+
+ReadRequest AtspiElementSource::requestFor(const ElementRef& element, facts::Set wanted, const ReadScope& scope) {
   ReadRequest request;
   request.facts.ref = element;
   request.wanted = wanted;
-  if (const FactsPointer known = knownFacts(element)) {
+  if (const FactsPointer known = scope.known ? scope.known->find(element) : nullptr) {
     request.facts = *known;
   }
-  if (const FactsPointer before = store_.find(element)) {
+  if (const FactsPointer before = scope.placed ? scope.placed->find(element) : nullptr) {
     request.hasComponent = (before->interfaces & interface_bit::component) != 0;
   }
-  const AtspiHandle* handle = handleOf(element);
-  if (handle) {
-    request.context.toolkit = registry_.toolkitOf(applicationOf(*handle)).toolkit;
+  request.context.toolkit = &toolkitOf(*handleOf(element));
+  if (!request.context.toolkit->tellsShowing() && !request.facts.has(facts::identity)) {
+    // Only its size tells whether it shows.
+    request.wanted |= facts::extents;
   }
-  if (handle && !request.facts.has(wanted)) {
-    if (!request.context.toolkit->tellsShowing() && !request.facts.has(facts::identity)) {
-      // Only its size tells whether it shows.
-      request.wanted |= facts::extents;
-      wanted |= facts::extents;
-    }
-    const bool needsPlace = (wanted & ~request.facts.known & (facts::extents | facts::text)) != 0;
-    request.context.offset = needsPlace ? offsetNow(*handle, *request.context.toolkit) : Point{};
+  if ((request.wanted & ~request.facts.known & (facts::extents | facts::text)) != 0) {
+    request.context.offset = offsetOf(element, *request.context.toolkit, scope);
   }
   return request;
 }
 
-FactsPointer AtspiElementSource::finish(ReadRequest& request, facts::Set before) {
-  if ((before & facts::extents) == 0 && request.facts.extents) {
-    request.facts.extents = places_.toScreen(request.facts.ref, *request.facts.extents);
-  }
-  auto facts = std::make_shared<const ElementFacts>(std::move(request.facts));
-  if (isLive()) {
-    recent_.add(facts);
-  } else if (store_.find(facts->ref)) {
-    store_.update(facts);
-  } else {
-    outside_.add(facts);
-  }
-  return facts;
+Point AtspiElementSource::offsetOf(const ElementRef& element, const Toolkit& toolkit, const ReadScope& scope) {
+  const Point origin = countsFromItsWindow(element, toolkit, scope) ? originOf(element, toolkit, scope) : Point{};
+  const Point shift = scope.placed ? scope.placed->transform->shiftOf(element) : Point{};
+  return {origin.x + shift.x, origin.y + shift.y};
 }
 
-FactsPointer AtspiElementSource::knownFacts(const ElementRef& element) {
-  FactsPointer known = snapshotFacts(element);
-  if (!known) {
-    known = recent_.find(element);
+bool AtspiElementSource::countsFromItsWindow(const ElementRef& element, const Toolkit& toolkit,
+                                             const ReadScope& scope) {
+  const auto isLost = [](const WindowFacts& window) { return !window.knowsItsPlace; };
+  if (toolkit.extentsAreWindowRelative()) {
+    return true;
   }
-  return known || isLive() ? known : outside_.find(element);
+  if (scope.placed) {
+    return std::any_of(scope.placed->frames.begin(), scope.placed->frames.end(),
+                       [&](const MatchedFrame& frame) { return isLost(frame.window); });
+  }
+  const std::vector<WindowFacts> windows = registry_.windowsOf(calls::applicationOf(*handleOf(element)));
+  return std::any_of(windows.begin(), windows.end(), isLost);
 }
 
-AccessibilityResult<FactsPointer> AtspiElementSource::facts(const ElementRef& element, facts::Set wanted) {
-  if (!handleOf(element)) {
-    return AccessibilityError::invalidElement;
-  }
-  if (FactsPointer known = knownFacts(element); known && known->has(wanted)) {
-    return known;
-  }
-  std::vector<ReadRequest> requests{requestFor(element, wanted)};
-  const facts::Set before = requests[0].facts.known;
-  FactsReader(calls_).read(requests, deadline());
-  if (requests[0].error != AccessibilityError::success) {
-    return requests[0].error;
-  }
-  return finish(requests[0], before);
-}
-
-std::vector<FactsPointer> AtspiElementSource::factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) {
-  std::vector<FactsPointer> found(elements.size());
-  std::vector<ReadRequest> requests;
-  std::vector<size_t> places;
-  std::vector<facts::Set> before;
-  for (size_t i = 0; i < elements.size(); ++i) {
-    found[i] = elements[i] ? knownFacts(elements[i]) : nullptr;
-    if (handleOf(elements[i]) && !(found[i] && found[i]->has(wanted))) {
-      found[i] = nullptr;
-      requests.push_back(requestFor(elements[i], wanted));
-      places.push_back(i);
-      before.push_back(requests.back().facts.known);
+Point AtspiElementSource::originOf(const ElementRef& element, const Toolkit& toolkit, const ReadScope& scope) {
+  const std::vector<MatchedFrame> matched =
+      scope.known ? scope.known->frames : frames(calls::applicationOf(*handleOf(element))).matched;
+  BudgetedCalls runner = within(bus_, scope);
+  ElementRef above = element;
+  for (int i = 0; i < ElementTree::kMostAncestors && handleOf(above); ++i) {
+    for (const MatchedFrame& m : matched) {
+      if (m.frame.element == above) {
+        return toolkit.originIn(m.window, m.frame.reported);
+      }
     }
+    const FactsPointer known = scope.placed ? scope.placed->find(above) : nullptr;
+    above = known ? known->parent : callOnce(runner, calls::parent(*handleOf(above)), deadline()).value;
   }
-  if (!requests.empty()) {
-    FactsReader(calls_).read(requests, deadline());
-  }
-  for (size_t i = 0; i < requests.size(); ++i) {
-    if (requests[i].error == AccessibilityError::success) {
-      found[places[i]] = finish(requests[i], before[i]);
-    }
-  }
-  return found;
-}
-
-FactsPointer AtspiElementSource::snapshotFacts(const ElementRef& element) {
-  return isLive() || !element ? nullptr : store_.find(element);
+  return {};
 }
 
 AccessibilityResult<std::vector<ElementRef>> AtspiElementSource::childrenInRange(const ElementRef& element,
-                                                                                 int64_t index, int64_t count) {
+                                                                                 int64_t index, int64_t count,
+                                                                                 const ReadScope& scope) {
   const AtspiHandle* handle = handleOf(element);
   if (!handle) {
     return AccessibilityError::invalidElement;
   }
-  if (index < 0 || count < 0) {
-    return AccessibilityError::illegalArgument;
-  }
-  const FactsPointer known = snapshotFacts(element);
-  if (known && known->has(facts::children) && !known->childrenAreVisibleOnly) {
-    const auto size = static_cast<int64_t>(known->children.size());
-    const auto first = known->children.begin() + std::min(index, size);
-    return std::vector<ElementRef>(first, first + std::min(count, size - std::min(index, size)));
-  }
-  const auto total = callOnce(calls_, calls::childCount(*handle), deadline());
+  BudgetedCalls runner = within(bus_, scope);
+  const auto total = callOnce(runner, calls::childCount(*handle), deadline());
   if (!total.ok()) {
     return total.error;
   }
   const int64_t left = std::max<int64_t>(total.value - index, 0);
-  return childrenOneByOne(calls_, *handle, index, std::min(count, left), deadline());
+  return childrenOneByOne(runner, *handle, index, std::min(count, left), deadline());
 }
 
-std::optional<SnapshotReport> AtspiElementSource::report(const ElementRef& application) {
-  auto report = store_.ask<SnapshotReport>(application, reportOn);
-  if (report) {
-    report->advice = *store_.ask<std::string>(
-        application, [this](const Snapshot& s) { return toolkits_.adviceForSilent(s.pid, &s); });
-  }
-  return report;
+MatchedFrames AtspiElementSource::frames(const ElementRef& application) {
+  const Toolkit& toolkit = *registry_.toolkitOf(application).toolkit;
+  MatchedFrames now;
+  now.frames = registry_.framesOf(application, deadline());
+  const std::vector<WindowFacts> windows = registry_.windowsOf(application);
+  now.matched = matchFrames(now.frames, windows, toolkit);
+  now.focused = focusedFrame(now.matched, now.frames, !windows.empty());
+  return now;
 }
 
-ElementRef AtspiElementSource::application(int32_t pid) {
-  if (!isLive()) {
-    if (ElementRef known = store_.applicationOf(pid)) {
-      return known;
-    }
+AccessibilityResult<std::string> AtspiElementSource::text(const ElementFacts& element, int64_t start, int64_t end,
+                                                          const ReadScope& scope) {
+  if (!isReadableText(element)) {
+    return AccessibilityError::attributeUnsupported;
   }
-  return registry_.applicationOfProcess(pid);
+  const auto last = static_cast<int32_t>(std::min(end, start + kLongestPart));
+  BudgetedCalls runner = within(bus_, scope);
+  return callOnce(runner, calls::text(*handleOf(element.ref), static_cast<int32_t>(start), last), deadline());
+}
+
+AccessibilityResult<std::pair<int64_t, int64_t>> AtspiElementSource::visibleText(const ElementFacts& element,
+                                                                                 const ReadScope& scope) {
+  if (!isReadableText(element)) {
+    return AccessibilityError::attributeUnsupported;
+  }
+  const Toolkit& toolkit = toolkitOf(*handleOf(element.ref));
+  std::optional<Rect> visible = element.extents;
+  if (visible && scope.placed) {
+    visible = scope.placed->transform->fromScreen(element.ref, *visible);
+  }
+  const Point offset = toolkit.tellsCharacterAtPoint() ? offsetOf(element.ref, toolkit, scope) : Point{};
+  std::vector<TextRequest> requests{textRequestOf(element, toolkit, visible, offset)};
+  BudgetedCalls runner = within(bus_, scope);
+  readTexts(runner, requests, deadline());
+  const TextFacts& text = requests[0].answer;
+  if (text.count < 0) {
+    return AccessibilityError::cannotComplete;
+  }
+  return std::pair(text.visibleStart, text.visibleEnd);
+}
+
+ElementRef AtspiElementSource::topmostInDocument(const ElementRef& document, Point point, const ReadScope& scope) {
+  const AtspiHandle* handle = handleOf(document);
+  if (!handle) {
+    return {};
+  }
+  const Toolkit& toolkit = toolkitOf(*handle);
+  const Point offset = offsetOf(document, toolkit, scope);
+  return toolkit.topmostInDocument(bus_, *handle, {point.x - offset.x, point.y - offset.y}, deadline());
 }
 
 AccessibilityResult<int32_t> AtspiElementSource::processIdentifier(const ElementRef& element) {
@@ -217,104 +252,22 @@ AccessibilityResult<int32_t> AtspiElementSource::processIdentifier(const Element
                 : AccessibilityResult<int32_t>(AccessibilityError::invalidElement);
 }
 
-MatchedFrames AtspiElementSource::matchNow(const ElementRef& application) {
-  if (auto known = recent_.frames(application)) {
-    return *known;
-  }
-  MatchedFrames now;
-  const Toolkit& toolkit = *registry_.toolkitOf(application).toolkit;
-  now.frames = registry_.framesOf(application, deadline());
-  const std::vector<WindowFacts> windows = registry_.windowsOf(application);
-  now.hasWindows = !windows.empty();
-  now.matched = matchFrames(now.frames, windows, toolkit);
-  recent_.addFrames(application, now);
-  return now;
-}
-
-ElementRef AtspiElementSource::focusedWindow(const ElementRef& application) {
-  if (!isLive()) {
-    if (auto known = store_.ask<ElementRef>(application, [](const Snapshot& s) { return s.focusedWindow; })) {
-      return *known;
-    }
-  }
-  const MatchedFrames now = matchNow(application);
-  return focusedFrame(now.matched, now.frames, now.hasWindows);
-}
-
-std::vector<ElementSource::Frame> AtspiElementSource::frames(const ElementRef& application) {
-  if (!isLive()) {
-    if (auto known =
-            store_.ask<std::vector<Frame>>(application, [](const Snapshot& s) { return framesFrom(s.frames); })) {
-      return *known;
-    }
-  }
-  return framesFrom(matchNow(application).matched);
-}
-
-ElementRef AtspiElementSource::menuBar(const ElementRef& window) {
-  const AtspiHandle* handle = handleOf(window);
+AccessibilityError AtspiElementSource::grabFocus(const ElementRef& element) {
+  const AtspiHandle* handle = handleOf(element);
   if (!handle) {
-    return {};
+    return AccessibilityError::invalidElement;
   }
-  using Found = std::pair<ElementRef, ElementRef>;
-  const ElementRef application = applicationOf(*handle);
-  const auto known =
-      store_.ask<Found>(application, [](const Snapshot& s) { return Found(s.focusedWindow, s.menuBar); });
-  if (known && known->first == window && !isLive()) {
-    return known->second;
+  const auto answer = callOnce(bus_, calls::grabFocus(*handle), deadline());
+  return answer.ok() && !answer.value ? AccessibilityError::failure : answer.error;
+}
+
+AccessibilityError AtspiElementSource::doAction(const ElementRef& element, int32_t index) {
+  const AtspiHandle* handle = handleOf(element);
+  if (!handle) {
+    return AccessibilityError::invalidElement;
   }
-  const auto now = reader_.read(application, true, {});
-  return now->focusedWindow == window ? now->menuBar : ElementRef();
-}
-
-ElementRef AtspiElementSource::focusedElement(const ElementRef& application) {
-  if (!isLive()) {
-    if (auto known = store_.ask<ElementRef>(application, [](const Snapshot& s) { return s.focusedElement; })) {
-      return *known;
-    }
-  }
-  return reader_.read(application, true, {})->focusedElement;
-}
-
-ElementRef AtspiElementSource::topmostInDocument(const ElementRef& document, Point point) {
-  const AtspiHandle* handle = handleOf(document);
-  return handle && isLive() ? registry_.toolkitOf(applicationOf(*handle))
-                                  .toolkit->topmostInDocument(calls_, *handle, point, deadline())
-                            : ElementRef();
-}
-
-void AtspiElementSource::expectSnapshot(int32_t pid) {
-  reader_.expect(registry_.knownApplicationOfProcess(pid));
-}
-
-void AtspiElementSource::prepareSnapshot(const ElementRef& application, bool visibleOnly) {
-  if (!handleOf(application)) {
-    return;
-  }
-  const uint64_t era = store_.era();
-  const TimePoint started = Clock::now();
-  auto snapshot = reader_.read(application, visibleOnly, [this, era] { return store_.era() != era; });
-  places_.keep(handleOf(application)->busName(), snapshot->transform);
-  if (store_.keep(std::move(snapshot), era)) {
-    calls_.allow(handleOf(application)->busName(), SnapshotReader::kLimit - (Clock::now() - started));
-    outside_.start();
-  }
-}
-
-void AtspiElementSource::endSnapshot() {
-  store_.clear();
-  outside_.end();
-  reader_.expectNothing();
-  calls_.clear();
-}
-
-std::vector<FactsPointer> AtspiElementSource::snapshotElements(const ElementRef& application) {
-  return isLive() ? std::vector<FactsPointer>{} : store_.inDocumentOrder(application);
-}
-
-Token AtspiElementSource::beginLiveReads() {
-  ++liveScopes;
-  return Token([] { --liveScopes; });
+  const auto answer = callOnce(bus_, calls::doAction(*handle, index), deadline());
+  return answer.ok() && !answer.value ? AccessibilityError::failure : answer.error;
 }
 
 void AtspiElementSource::setMessagingTimeout(double seconds) {

@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/Snapshot.h"
 #include "backends/linux/atspi/reading/SnapshotReader.h"
-#include "backends/linux/atspi/source/SnapshotStore.h"
 #include "platform/Texts.h"
 
 namespace jumplark::atspi {
@@ -58,14 +58,14 @@ struct LeftOut {
 
 LeftOut countLeftOut(const Snapshot& snapshot) {
   LeftOut left;
-  const auto window = snapshot.elements.find(snapshot.focusedWindow);
-  const bool placed = window != snapshot.elements.end() && window->second->extents;
-  const double windowArea = placed ? areaOf(*window->second->extents) : 0;
-  for (const auto& [ref, facts] : snapshot.elements) {
-    const bool shows = facts->is(state::showing);
-    left.large += shows && facts->childrenAreVisibleOnly && facts->childCount > kLongList ? 1 : 0;
-    left.secrets += shows && facts->role == role::passwordText ? 1 : 0;
-    left.pictures += isPictureOnly(*facts, windowArea) ? 1 : 0;
+  const FactsPointer window = snapshot.find(snapshot.focusedWindow);
+  const double windowArea = window && window->extents ? areaOf(*window->extents) : 0;
+  for (const ElementTree::Node& node : snapshot.tree.nodes()) {
+    const ElementFacts& facts = *node.facts;
+    const bool shows = facts.is(state::showing);
+    left.large += shows && facts.childrenAreVisibleOnly && facts.childCount > kLongList ? 1 : 0;
+    left.secrets += shows && facts.role == role::passwordText ? 1 : 0;
+    left.pictures += isPictureOnly(facts, windowArea) ? 1 : 0;
   }
   for (const auto& [ref, text] : snapshot.texts) {
     left.texts += text.fetchedEnd - text.fetchedStart < text.count ? 1 : 0;
@@ -135,10 +135,10 @@ SnapshotReport reportOn(const Snapshot& snapshot) {
   report.fromCache = snapshot.fromCache;
   report.complete = snapshot.complete;
   report.milliseconds = std::chrono::duration<double, std::milli>(snapshot.took).count();
-  report.elements = snapshot.elements.size();
-  report.showing =
-      static_cast<size_t>(std::count_if(snapshot.elements.begin(), snapshot.elements.end(),
-                                        [](const auto& entry) { return entry.second->is(state::showing); }));
+  const auto& nodes = snapshot.tree.nodes();
+  report.elements = nodes.size();
+  report.showing = static_cast<size_t>(
+      std::count_if(nodes.begin(), nodes.end(), [](const auto& node) { return node.facts->is(state::showing); }));
   report.leftOut = sentences(countLeftOut(snapshot));
   return report;
 }

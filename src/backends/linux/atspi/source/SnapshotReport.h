@@ -10,7 +10,7 @@
 
 namespace jumplark::atspi {
 
-struct Snapshot;
+class Snapshot;
 
 /// How the reading of one application went, for people.
 struct SnapshotReport {

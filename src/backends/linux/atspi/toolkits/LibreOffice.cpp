@@ -20,10 +20,8 @@ bool isNearTo(Point a, Point b) {
 }
 
 void moveDrawn(ElementFacts& element, Point shift, Reading& reading) {
-  for (const ElementRef& ref : element.children) {
-    ElementFacts* child = find(ref, reading.elements);
-    const bool isRight = child && haveSameSize(element, *child) && isNearTo(between(element, *child), shift);
-    if (child && !isRight) {
+  for (ElementFacts* child : childrenOf(element, reading.elements)) {
+    if (!haveSameSize(element, *child) || !isNearTo(between(element, *child), shift)) {
       moveDrawn(*child, shift, reading);
     }
   }

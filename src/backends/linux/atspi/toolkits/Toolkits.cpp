@@ -4,10 +4,10 @@
 
 #include "backends/linux/atspi/toolkits/Gtk3.h"
 #include "backends/linux/atspi/toolkits/LibreOffice.h"
+#include "backends/linux/atspi/toolkits/Qt.h"
+#include "backends/linux/atspi/toolkits/Swing.h"
 #include "backends/linux/atspi/toolkits/chromium/Chromium.h"
 #include "backends/linux/atspi/toolkits/gtk4/Gtk4.h"
-#include "backends/linux/atspi/toolkits/qt/Qt.h"
-#include "backends/linux/atspi/toolkits/swing/Swing.h"
 
 namespace jumplark::atspi {
 namespace {

@@ -1,7 +1,8 @@
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 
 #include <algorithm>
-#include <array>
+#include <mutex>
+#include <stop_token>
 #include <utility>
 
 #include "backends/linux/atspi/vocabulary/AttributeMap.h"
@@ -13,6 +14,9 @@
 namespace jumplark::atspi {
 
 namespace {
+
+/// How many live scopes the thread is in.
+thread_local int liveScopes = 0;
 
 class SystemWideHandle final : public ElementHandle {
  public:
@@ -51,30 +55,109 @@ int32_t actionIndex(const std::vector<std::string>& actions, std::initializer_li
 
 }  // namespace
 
+/// The views that a thread may mean. May be used from any thread.
+class AtspiAccessibility::Views {
+ public:
+  Views(ElementSource& source, WindowSystem& windows) : source_(source), windows_(windows) {
+    install({}, {}, std::make_shared<PanelFrames>(windows));
+  }
+
+  std::shared_ptr<Vocabulary> current() const {
+    const std::lock_guard lock(mutex_);
+    return current_;
+  }
+  std::shared_ptr<Vocabulary> live() const {
+    const std::lock_guard lock(mutex_);
+    return action_ && Clock::now() < actionUntil_ ? action_ : live_;
+  }
+  std::stop_token untilTheEnd() const {
+    const std::lock_guard lock(mutex_);
+    return end_.get_token();
+  }
+
+  /// Puts a snapshot in force, unless all have been ended since `end` was asked for.
+  void add(const SnapshotPointer& snapshot, const std::stop_token& end) {
+    const auto dropped = current();  // outlives the lock
+    const std::lock_guard lock(mutex_);
+    if (snapshot && !end.stop_requested()) {
+      View::Snapshots snapshots = with(current_->view.snapshots(), snapshot);
+      install(snapshots, snapshots, std::make_shared<PanelFrames>(windows_));
+    }
+  }
+  /// The geometry of the last snapshots stays known, since clicks come after they have ended.
+  void end() {
+    const auto dropped = current();
+    const std::lock_guard lock(mutex_);
+    end_.request_stop();
+    end_ = {};
+    install({}, current_->view.last(), current_->panels);
+  }
+  /// Live reads are answered from what was read for an action.
+  void beginAction(const SnapshotPointer& read, TimePoint until) {
+    const std::lock_guard lock(mutex_);
+    action_ = made(View::Kind::live, {read}, current_->view.last(), current_->panels);
+    actionUntil_ = until;
+  }
+
+ private:
+  static View::Snapshots with(View::Snapshots snapshots, const SnapshotPointer& added) {
+    std::erase_if(snapshots, [&](const auto& one) { return one->application == added->application; });
+    snapshots.push_back(added);
+    return snapshots;
+  }
+  std::shared_ptr<Vocabulary> made(View::Kind kind, View::Snapshots snapshots, View::Snapshots last,
+                                   const std::shared_ptr<PanelFrames>& panels) {
+    return std::make_shared<Vocabulary>(View(source_, kind, std::move(snapshots), std::move(last)), windows_, panels);
+  }
+  void install(const View::Snapshots& snapshots, const View::Snapshots& last,
+               const std::shared_ptr<PanelFrames>& panels) {
+    live_ = made(View::Kind::live, {}, last, panels);
+    current_ = made(View::Kind::snapshots, snapshots, last, panels);
+  }
+
+  ElementSource& source_;
+  WindowSystem& windows_;
+  mutable std::mutex mutex_;  ///< leaf
+  std::stop_source end_;
+  std::shared_ptr<Vocabulary> current_;
+  std::shared_ptr<Vocabulary> live_;
+  std::shared_ptr<Vocabulary> action_;
+  TimePoint actionUntil_{};
+};
+
 AtspiAccessibility::AtspiAccessibility(ElementSource& source, WindowSystem& windows,
                                        std::chrono::steady_clock::duration trust)
     : source_(source),
-      vocabulary_(std::make_unique<Vocabulary>(source, windows)),
-      hits_(std::make_unique<HitTest>(*vocabulary_, trust)),
+      trust_(trust),
+      views_(std::make_unique<Views>(source, windows)),
       systemWide_(std::make_shared<const SystemWideHandle>()) {}
 
 AtspiAccessibility::~AtspiAccessibility() = default;
 
+std::shared_ptr<Vocabulary> AtspiAccessibility::vocabulary() const {
+  return liveScopes > 0 ? views_->live() : views_->current();
+}
+
 AccessibilityResult<Subject> AtspiAccessibility::subject(const ElementRef& element, uint32_t groups) {
+  return subject(vocabulary(), element, groups);
+}
+
+AccessibilityResult<Subject> AtspiAccessibility::subject(const std::shared_ptr<Vocabulary>& vocabulary,
+                                                         const ElementRef& element, uint32_t groups) {
   if (isSystemWide(element)) {
     return AccessibilityError::attributeUnsupported;
   }
   if (handleOf(element) == nullptr) {
     return AccessibilityError::invalidElement;
   }
-  const auto facts = source_.facts(element, groups | facts::identity);
+  const auto facts = vocabulary->view.facts(element, groups | facts::identity);
   if (!facts.ok()) {
     return facts.error;
   }
   if (!facts.value || facts.value->is(state::defunct)) {
     return AccessibilityError::invalidElement;
   }
-  return Subject{vocabulary_.get(), facts.value, vocabulary_->roles.role(*facts.value)};
+  return Subject{vocabulary, facts.value, vocabulary->roles.role(*facts.value)};
 }
 
 AccessibilityResult<std::vector<std::string>> AtspiAccessibility::copyAttributeNames(const ElementRef& element) {
@@ -118,7 +201,7 @@ AccessibilityResult<AttributeValue> AtspiAccessibility::copyParameterizedAttribu
   if (range == nullptr) {
     return AccessibilityError::illegalArgument;
   }
-  auto text = vocabulary_->text.stringForRange(*of.value.element, *range);
+  auto text = of.value.vocabulary->text.stringForRange(*of.value.element, *range);
   return text.ok() ? AccessibilityResult<AttributeValue>(AttributeValue(std::move(text.value))) : text.error;
 }
 
@@ -136,7 +219,7 @@ AccessibilityResult<AttributeValue::List> AtspiAccessibility::copyAttributeValue
   if (index < 0 || maxCount < 0 || index > answer.list->count) {
     return AccessibilityError::illegalArgument;
   }
-  const auto part = vocabulary_->shape.slice(*of.value.element, *answer.list, index, maxCount);
+  const auto part = of.value.vocabulary->shape.slice(*of.value.element, *answer.list, index, maxCount);
   return part.ok()
              ? AccessibilityResult<AttributeValue::List>(AttributeValue::List(part.value.begin(), part.value.end()))
              : part.error;
@@ -170,8 +253,7 @@ AccessibilityResult<AttributeValue::List> AtspiAccessibility::copyMultipleAttrib
 AccessibilityError AtspiAccessibility::setAttributeValue(const ElementRef& element, const std::string& name,
                                                          const AttributeValue& value) {
   // Snapshots take the interfaces of most elements for granted.
-  const Token live = source_.beginLiveReads();
-  const auto of = subject(element, facts::identity);
+  const auto of = subject(views_->live(), element, facts::identity);
   if (!of.ok()) {
     return of.error;
   }
@@ -199,32 +281,30 @@ AccessibilityError AtspiAccessibility::performAction(const ElementRef& element, 
   return action == "AXRaise" ? raise(of.value) : AccessibilityError::actionUnsupported;
 }
 
+std::vector<std::string> AtspiAccessibility::actionsNow(const Subject& of) {
+  const FactsPointer now = views_->live()->view.get(of.element->ref, facts::identity | facts::actions);
+  return now ? now->actionNames : std::vector<std::string>();
+}
+
 AccessibilityError AtspiAccessibility::press(const Subject& of) {
-  const Token live = source_.beginLiveReads();
-  const auto element = vocabulary_->neighbours.with(of.element, facts::actions);
-  if (element->actionNames.empty()) {
-    return AccessibilityError::actionUnsupported;
-  }
-  return source_.doAction(element->ref, 0);
+  return actionsNow(of).empty() ? AccessibilityError::actionUnsupported : source_.doAction(of.element->ref, 0);
 }
 
 AccessibilityError AtspiAccessibility::showMenu(const Subject& of) {
-  const Token live = source_.beginLiveReads();
-  const auto element = vocabulary_->neighbours.with(of.element, facts::actions);
-  const int32_t index = actionIndex(element->actionNames, {"showmenu", "showcontextmenu", "menu", "contextmenu"});
-  return index < 0 ? AccessibilityError::actionUnsupported : source_.doAction(element->ref, index);
+  const int32_t index = actionIndex(actionsNow(of), {"showmenu", "showcontextmenu", "menu", "contextmenu"});
+  return index < 0 ? AccessibilityError::actionUnsupported : source_.doAction(of.element->ref, index);
 }
 
 AccessibilityError AtspiAccessibility::raise(const Subject& of) {
   if (of.role != "AXWindow") {
     return AccessibilityError::actionUnsupported;
   }
-  const auto window = vocabulary_->frames.windowOf(of.element->ref, of.element->parent);
+  const auto window = of.vocabulary->frames.windowOf(of.element->ref, of.element->parent);
   if (!window) {
     return AccessibilityError::invalidElement;
   }
-  return vocabulary_->windows.requestActive(window->id, true) ? AccessibilityError::success
-                                                              : AccessibilityError::failure;
+  return of.vocabulary->windows.requestActive(window->id, true) ? AccessibilityError::success
+                                                                : AccessibilityError::failure;
 }
 
 AccessibilityResult<int32_t> AtspiAccessibility::processIdentifier(const ElementRef& element) {
@@ -238,7 +318,7 @@ AccessibilityResult<int32_t> AtspiAccessibility::processIdentifier(const Element
 }
 
 ElementRef AtspiAccessibility::createApplication(int32_t pid) {
-  if (auto application = source_.application(pid)) {
+  if (auto application = vocabulary()->view.application(pid)) {
     return application;
   }
   return ElementRef(std::make_shared<const AbsentApplicationHandle>(pid));
@@ -250,14 +330,13 @@ ElementRef AtspiAccessibility::systemWideElement() {
 
 AccessibilityResult<ElementRef> AtspiAccessibility::copyElementAtPosition(const ElementRef& application, float x,
                                                                           float y) {
-  const Point point{x, y};
-  if (isSystemWide(application)) {
-    return hits_->elementAt({}, point);
-  }
-  if (handleOf(application) == nullptr) {
+  const bool isAnywhere = isSystemWide(application);
+  if (!isAnywhere && handleOf(application) == nullptr) {
     return AccessibilityError::invalidElement;
   }
-  return hits_->elementAt(application, point);
+  const std::shared_ptr<Vocabulary> now = vocabulary();
+  const std::shared_ptr<Vocabulary> live = views_->live();
+  return HitTest(*now, *live, trust_).elementAt(isAnywhere ? ElementRef() : application, {x, y});
 }
 
 void AtspiAccessibility::setMessagingTimeout(const ElementRef& /*element*/, double seconds) {
@@ -269,28 +348,29 @@ void AtspiAccessibility::expectSnapshot(int32_t pid) {
 }
 
 void AtspiAccessibility::prepareSnapshot(const ElementRef& application, bool visibleOnly) {
-  if (handleOf(application) == nullptr) {
-    return;
+  if (handleOf(application) != nullptr) {
+    const std::stop_token end = views_->untilTheEnd();
+    views_->add(source_.take(application, visibleOnly, end), end);
   }
-  source_.prepareSnapshot(application, visibleOnly);
-  vocabulary_->neighbours.snapshotPrepared(application, visibleOnly);
-  vocabulary_->snapshotPrepared();
-  hits_->snapshotPrepared(application);
 }
 
 void AtspiAccessibility::endSnapshot() {
-  hits_->snapshotsEnding();
-  source_.endSnapshot();
-  vocabulary_->neighbours.snapshotsEnded();
-  vocabulary_->snapshotsEnded();
+  views_->end();
+  source_.expectNothing();
 }
 
 Token AtspiAccessibility::beginLiveReads() {
-  return source_.beginLiveReads();
+  ++liveScopes;
+  return Token([] { --liveScopes; });
 }
 
 void AtspiAccessibility::prepareAction(const ElementRef& element) {
-  source_.prepareAction(element);
+  constexpr auto kFresh = std::chrono::milliseconds(300);
+  const TimePoint until = Clock::now() + kFresh;
+  const std::shared_ptr<Vocabulary> now = views_->current();
+  if (const SnapshotPointer read = source_.takeForAction(element, now->view.scopeOf(element))) {
+    views_->beginAction(read, until);
+  }
 }
 
 }  // namespace jumplark::atspi

@@ -14,12 +14,12 @@ class WindowSystem;
 namespace jumplark::atspi {
 
 class ElementSource;
-class HitTest;
 struct Subject;
 struct Vocabulary;
 
 /// The accessibility of a Linux desktop: elements of the AT-SPI bus in the "AX" vocabulary. During a snapshot reads
-/// cost no message except where they need facts that no enumeration reads.
+/// cost no message except where they need facts that no enumeration reads. The one place that knows which snapshots are
+/// in force and whether a thread reads live: everything below is handed the view that it is to use.
 ///
 /// Geometry is in points of the screen with a top-left origin. Calls may come from any thread. The source and the
 /// window system outlive it.
@@ -61,14 +61,20 @@ class AtspiAccessibility final : public AccessibilityPlatform {
   void prepareAction(const ElementRef& element) override;
 
  private:
+  class Views;
+  /// What the calling thread means: the snapshots in force, or inside a live scope what is there now.
+  std::shared_ptr<Vocabulary> vocabulary() const;
   AccessibilityResult<Subject> subject(const ElementRef& element, uint32_t groups);
+  static AccessibilityResult<Subject> subject(const std::shared_ptr<Vocabulary>& vocabulary, const ElementRef& element,
+                                              uint32_t groups);
+  std::vector<std::string> actionsNow(const Subject& subject);
   AccessibilityError press(const Subject& subject);
   AccessibilityError showMenu(const Subject& subject);
   AccessibilityError raise(const Subject& subject);
 
   ElementSource& source_;
-  std::unique_ptr<Vocabulary> vocabulary_;
-  std::unique_ptr<HitTest> hits_;
+  const std::chrono::steady_clock::duration trust_;
+  std::unique_ptr<Views> views_;
   ElementRef systemWide_;
 };
 

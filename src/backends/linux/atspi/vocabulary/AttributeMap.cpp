@@ -110,19 +110,19 @@ AttributeAnswer readSize(const Subject& s) {
                : AttributeAnswer(AccessibilityError::noValue);
 }
 AttributeAnswer readIdentifier(const Subject& s) {
-  const auto element = s.vocabulary->neighbours.with(s.element, facts::attributes);
+  const auto element = s.vocabulary->view.with(s.element, facts::attributes);
   const auto id = element->attributes.find("id");
   return id == element->attributes.end() ? AttributeAnswer(AccessibilityError::noValue) : textOrNone(id->second);
 }
 AttributeAnswer readFocusedWindow(const Subject& s) {
-  return elementOrNone(s.vocabulary->source.focusedWindow(s.element->ref));
+  return elementOrNone(s.vocabulary->view.focusedWindow(s.element->ref));
 }
 AttributeAnswer readFocusedElement(const Subject& s) {
-  return elementOrNone(s.vocabulary->source.focusedElement(s.element->ref));
+  return elementOrNone(s.vocabulary->view.focusedElement(s.element->ref));
 }
 AttributeAnswer readMenuBar(const Subject& s) {
-  auto& source = s.vocabulary->source;
-  return elementOrNone(source.menuBar(source.focusedWindow(s.element->ref)));
+  const View& view = s.vocabulary->view;
+  return elementOrNone(view.menuBar(view.focusedWindow(s.element->ref)));
 }
 AttributeAnswer readVisibleRange(const Subject& s) {
   const auto range = s.vocabulary->text.visibleRange(*s.element);
@@ -166,8 +166,8 @@ TreeShape::List readVisibleRows(const Subject& s) {
 }
 TreeShape::List readWindows(const Subject& s) {
   std::vector<ElementRef> windows;
-  for (const auto& frame : s.vocabulary->source.frames(s.element->ref)) {
-    windows.push_back(frame.element);
+  for (const MatchedFrame& one : s.vocabulary->view.frames(s.element->ref)) {
+    windows.push_back(one.frame.element);
   }
   const auto count = static_cast<int64_t>(windows.size());
   return {count, std::make_shared<const std::vector<ElementRef>>(std::move(windows))};

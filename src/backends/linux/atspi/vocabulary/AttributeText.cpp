@@ -5,7 +5,7 @@
 
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/TextUnits.h"
-#include "backends/linux/atspi/vocabulary/Neighbours.h"
+#include "backends/linux/atspi/source/View.h"
 
 namespace jumplark::atspi {
 
@@ -16,30 +16,24 @@ constexpr int64_t kMostPrefix = 16384;
 /// The longest text that is handed out, in UTF-16 units.
 constexpr int64_t kMostUnits = 20000;
 /// A text of so few characters shows as a whole, near enough, and costs no question about its viewport.
-constexpr int64_t kShortText = 100;
+constexpr int64_t kShownWhole = 100;
 
 }  // namespace
-
-void AttributeText::snapshotsChanged() {
-  const std::lock_guard lock(mutex_);
-  seen_.clear();
-  ++generation_;
-}
 
 bool AttributeText::isReadable(const ElementFacts& element) {
   return !mayHoldSecret(element) && (element.interfaces & interface_bit::text) != 0;
 }
 
-AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const ElementFacts& element) {
-  const auto self = neighbours_.get(element.ref, facts::text);
+AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const ElementFacts& element) const {
+  const auto self = view_.get(element.ref, facts::text);
   if (!self) {
     return AccessibilityError::invalidElement;
   }
   const Seen whole{{0, utf16Length(self->shortText)}, self->shortText};
-  if (self->characterCount <= kShortText && codePointCount(self->shortText) >= self->characterCount) {
+  if (self->characterCount <= kShownWhole && codePointCount(self->shortText) >= self->characterCount) {
     return whole;
   }
-  const auto corners = source_.visibleTextRange(element.ref);
+  const auto corners = view_.visibleTextRange(element.ref);
   if (!corners.ok()) {
     // Without a place in the text the part that showed is still worth having, except where nothing answers.
     return corners.error == AccessibilityError::cannotComplete || self->shortText.empty()
@@ -48,14 +42,14 @@ AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const Elemen
   }
   const int64_t start = std::max<int64_t>(0, corners.value.first);
   const int64_t end = std::clamp(corners.value.second, start, start + kMostUnits);
-  auto text = source_.textInRange(element.ref, start, end);
+  auto text = view_.textInRange(element.ref, start, end);
   if (!text.ok()) {
     return text.error;
   }
   Seen seen{{start, 0}, prefixOfUnits(text.value, kMostUnits)};
   seen.range.length = utf16Length(seen.text);
   if (start > 0) {
-    const auto before = source_.textInRange(element.ref, 0, std::min(start, kMostPrefix));
+    const auto before = view_.textInRange(element.ref, 0, std::min(start, kMostPrefix));
     if (!before.ok()) {
       return before.error;
     }
@@ -64,49 +58,23 @@ AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const Elemen
   return seen;
 }
 
-AccessibilityResult<Range> AttributeText::visibleRange(const ElementFacts& element) {
-  const bool remembers = neighbours_.isInSnapshot(element.ref);
-  uint64_t generation = 0;
-  if (remembers) {
-    const std::lock_guard lock(mutex_);
-    const auto known = seen_.find(element.ref);
-    if (known != seen_.end()) {
-      return known->second.range;
-    }
-    generation = generation_;
-  }
-  auto seen = readVisible(element);
-  if (!seen.ok()) {
-    return seen.error;
-  }
-  const Range range = seen.value.range;
-  if (remembers) {
-    const std::lock_guard lock(mutex_);
-    if (generation == generation_) {
-      seen_.insert_or_assign(element.ref, std::move(seen.value));
-    }
-  }
-  return range;
+AccessibilityResult<Range> AttributeText::visibleRange(const ElementFacts& element) const {
+  const auto seen = seen_.get(element.ref, [&] { return readVisible(element); });
+  return seen.ok() ? AccessibilityResult<Range>(seen.value.range) : seen.error;
 }
 
-AccessibilityResult<std::string> AttributeText::stringForRange(const ElementFacts& element, Range range) {
+AccessibilityResult<std::string> AttributeText::stringForRange(const ElementFacts& element, Range range) const {
   if (range.location < 0 || range.length < 0 || range.location == Range::kNotFound) {
     return AccessibilityError::illegalArgument;
   }
-  if (neighbours_.isInSnapshot(element.ref)) {
-    const std::lock_guard lock(mutex_);
-    const auto known = seen_.find(element.ref);
-    if (known != seen_.end() && known->second.range == range) {
-      return known->second.text;
-    }
-  }
-  return read(element, range);
+  const auto seen = seen_.known(element.ref);
+  return seen && seen->ok() && seen->value.range == range ? seen->value.text : read(element, range);
 }
 
-AccessibilityResult<std::string> AttributeText::read(const ElementFacts& element, Range range) {
+AccessibilityResult<std::string> AttributeText::read(const ElementFacts& element, Range range) const {
   int64_t start = 0;
   if (range.location > 0) {
-    const auto before = source_.textInRange(element.ref, 0, std::min(range.location, kMostPrefix));
+    const auto before = view_.textInRange(element.ref, 0, std::min(range.location, kMostPrefix));
     if (!before.ok()) {
       return before.error;
     }
@@ -120,7 +88,7 @@ AccessibilityResult<std::string> AttributeText::read(const ElementFacts& element
     }
   }
   const int64_t units = std::min(range.length, kMostUnits);
-  auto text = source_.textInRange(element.ref, start, start + units);
+  auto text = view_.textInRange(element.ref, start, start + units);
   return text.ok() ? AccessibilityResult<std::string>(prefixOfUnits(text.value, units)) : text;
 }
 

@@ -1,15 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
-#include <unordered_map>
 
-#include "backends/linux/atspi/source/ElementSource.h"
+#include "backends/linux/atspi/vocabulary/Remembered.h"
 
 namespace jumplark::atspi {
-
-class Neighbours;
 
 /// The visible part of a text, and parts of it by UTF-16 range. What showed is read once a snapshot, however long the
 /// text: neither the whole of it nor the part before is needed twice. Positions beyond the first 16,384 characters are
@@ -19,32 +15,27 @@ class Neighbours;
 /// Calls may come from any thread.
 class AttributeText {
  public:
-  AttributeText(ElementSource& source, const Neighbours& neighbours) : source_(source), neighbours_(neighbours) {}
-
-  void snapshotsChanged();
+  explicit AttributeText(const View& view) : view_(view) {}
 
   /// True for an element whose text may be read at all; a password's never is.
   static bool isReadable(const ElementFacts& element);
 
   /// "AXVisibleCharacterRange".
-  AccessibilityResult<Range> visibleRange(const ElementFacts& element);
+  AccessibilityResult<Range> visibleRange(const ElementFacts& element) const;
   /// "AXStringForRange": at most 20,000 units. illegalArgument for a range that is none (the not-found location, a
   /// negative length) or begins past the end.
-  AccessibilityResult<std::string> stringForRange(const ElementFacts& element, Range range);
+  AccessibilityResult<std::string> stringForRange(const ElementFacts& element, Range range) const;
 
  private:
   struct Seen {
     Range range;
     std::string text;
   };
-  AccessibilityResult<Seen> readVisible(const ElementFacts& element);
-  AccessibilityResult<std::string> read(const ElementFacts& element, Range range);
+  AccessibilityResult<Seen> readVisible(const ElementFacts& element) const;
+  AccessibilityResult<std::string> read(const ElementFacts& element, Range range) const;
 
-  ElementSource& source_;
-  const Neighbours& neighbours_;
-  std::mutex mutex_;
-  uint64_t generation_ = 0;
-  std::unordered_map<ElementRef, Seen, ElementRefHash> seen_;
+  const View& view_;
+  Remembered<AccessibilityResult<Seen>> seen_{view_};
 };
 
 }  // namespace jumplark::atspi

@@ -13,7 +13,7 @@ namespace {
 
 /// The element with further groups, read only now that they are needed.
 FactsPointer withGroups(const Subject& subject, facts::Set groups) {
-  return subject.vocabulary->neighbours.with(subject.element, groups);
+  return subject.vocabulary->view.with(subject.element, groups);
 }
 
 std::string textOf(const Subject& subject) {
@@ -61,11 +61,11 @@ AttributeAnswer comboValue(const Subject& subject) {
   }
   if (subject.role == "AXComboBox") {
     constexpr size_t kMostParts = 16;
-    for (const auto& part : subject.vocabulary->neighbours.childrenOf(*subject.element, facts::identity, kMostParts)) {
+    for (const auto& part : subject.vocabulary->view.childrenOf(*subject.element, facts::identity, kMostParts)) {
       if (!part || !isTextEntry(*part) || !AttributeText::isReadable(*part)) {
         continue;
       }
-      const auto entry = subject.vocabulary->neighbours.with(part, facts::text);
+      const auto entry = subject.vocabulary->view.with(part, facts::text);
       if (!isBlank(entry->shortText)) {
         return AttributeValue(withoutObjects(entry->shortText));
       }
@@ -137,7 +137,7 @@ AttributeAnswer titleOf(const Subject& subject) {
   }
   const auto related = withGroups(subject, facts::relations);
   for (const auto& caption : related->labelledBy) {
-    const auto label = subject.vocabulary->neighbours.get(caption, facts::texts);
+    const auto label = subject.vocabulary->view.get(caption, facts::texts);
     if (label && !isBlank(label->name)) {
       return AttributeValue(label->name);
     }
@@ -217,7 +217,7 @@ namespace {
 Rect placeOfTriangle(const Subject& subject, Rect place) {
   constexpr double kTallestLine = 40;
   constexpr auto kGroups = facts::identity | facts::extents;
-  for (const auto& content : subject.vocabulary->neighbours.childrenOf(*subject.element, kGroups)) {
+  for (const auto& content : subject.vocabulary->view.childrenOf(*subject.element, kGroups)) {
     if (content && content->is(state::showing) && content->extents && content->extents->y > place.y) {
       place.height = std::min(place.height, content->extents->y - place.y);
     }

@@ -2,62 +2,35 @@
 
 #include <algorithm>
 
-#include "backends/linux/windows/WindowSystem.h"
-
 namespace jumplark::atspi {
+namespace {
 
-void FrameWindows::forget() {
-  const std::lock_guard lock(mutex_);
-  ids_.clear();
+template <typename Wanted>
+const MatchedFrame* findIn(const std::vector<MatchedFrame>& frames, Wanted wanted) {
+  const auto found = std::find_if(frames.begin(), frames.end(), wanted);
+  return found == frames.end() ? nullptr : &*found;
 }
 
-std::optional<WindowFacts> FrameWindows::windowOf(const ElementRef& frame, const ElementRef& application) {
-  WindowId id;
-  {
-    const std::lock_guard lock(mutex_);
-    const auto known = ids_.find(frame);
-    id = known == ids_.end() ? WindowId() : known->second;
-  }
-  if (id) {
-    if (auto window = windows_.window(id)) {
-      return window;
-    }
-  }
-  const WindowId gone = id;
-  learn(application);
-  {
-    const std::lock_guard lock(mutex_);
-    const auto known = ids_.find(frame);
-    id = known == ids_.end() ? WindowId() : known->second;
-  }
-  return !id || id == gone ? std::nullopt : windows_.window(id);
-}
+}  // namespace
 
-ElementRef FrameWindows::frameOf(WindowId window, const ElementRef& application) {
-  const auto find = [&]() -> ElementRef {
-    const std::lock_guard lock(mutex_);
-    for (const auto& [frame, id] : ids_) {
-      const AtspiHandle* handle = handleOf(frame);
-      const AtspiHandle* owner = handleOf(application);
-      if (id == window && handle != nullptr && owner != nullptr && handle->busName() == owner->busName()) {
-        return frame;
-      }
-    }
-    return {};
+std::optional<WindowFacts> FrameWindows::windowOf(const ElementRef& frame, const ElementRef& application) const {
+  const auto windowIn = [&](const std::vector<MatchedFrame>& frames) {
+    const MatchedFrame* found = findIn(frames, [&](const MatchedFrame& one) { return one.frame.element == frame; });
+    return found ? windows_.window(found->window.id) : std::nullopt;
   };
-  if (auto frame = find()) {
-    return frame;
-  }
-  learn(application);
-  return find();
+  const SnapshotPointer last = view_.lastOf(application);
+  auto window = last ? windowIn(last->frames) : std::nullopt;
+  return window ? window : windowIn(view_.frames(application));
 }
 
-void FrameWindows::learn(const ElementRef& application) {
-  const auto frames = source_.frames(application);
-  const std::lock_guard lock(mutex_);
-  for (const auto& one : frames) {
-    ids_[one.element] = one.window;
-  }
+ElementRef FrameWindows::frameOf(WindowId window, const ElementRef& application) const {
+  const auto frameIn = [&](const std::vector<MatchedFrame>& frames) {
+    const MatchedFrame* found = findIn(frames, [&](const MatchedFrame& one) { return one.window.id == window; });
+    return found ? found->frame.element : ElementRef();
+  };
+  const SnapshotPointer last = view_.lastOf(application);
+  const ElementRef frame = last ? frameIn(last->frames) : ElementRef();
+  return frame ? frame : frameIn(view_.frames(application));
 }
 
 }  // namespace jumplark::atspi

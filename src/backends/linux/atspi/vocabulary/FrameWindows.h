@@ -1,36 +1,26 @@
 #pragma once
 
-#include <mutex>
 #include <optional>
-#include <unordered_map>
+#include <vector>
 
-#include "backends/linux/atspi/source/ElementSource.h"
-#include "backends/linux/windows/WindowSystem.h"
+#include "backends/linux/atspi/source/View.h"
 
 namespace jumplark::atspi {
 
-/// Which window an accessible frame belongs to. Once learned, the place of a window comes from the window system alone,
-/// so that a hung application does not delay it.
-///
-/// Calls may come from any thread.
+/// Which window an accessible frame belongs to. What the last snapshot knows of that outlives it, and where a window is
+/// the window system tells, so that a hung application delays neither. Calls may come from any thread.
 class FrameWindows {
  public:
-  FrameWindows(ElementSource& source, WindowSystem& windows) : source_(source), windows_(windows) {}
-
-  void forget();
+  FrameWindows(const View& view, WindowSystem& windows) : view_(view), windows_(windows) {}
 
   /// The window of a frame of `application`; none when it is not on screen.
-  std::optional<WindowFacts> windowOf(const ElementRef& frame, const ElementRef& application);
-  /// The frame of `application` that an window belongs to; empty for a menu and any other window that is no frame.
-  ElementRef frameOf(WindowId window, const ElementRef& application);
+  std::optional<WindowFacts> windowOf(const ElementRef& frame, const ElementRef& application) const;
+  /// The frame of `application` that a window belongs to; empty for a menu and any other window that is no frame.
+  ElementRef frameOf(WindowId window, const ElementRef& application) const;
 
  private:
-  void learn(const ElementRef& application);
-
-  ElementSource& source_;
+  const View& view_;
   WindowSystem& windows_;
-  std::mutex mutex_;
-  std::unordered_map<ElementRef, WindowId, ElementRefHash> ids_;
 };
 
 }  // namespace jumplark::atspi

@@ -1,7 +1,6 @@
 #include "backends/linux/atspi/vocabulary/HitTest.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/windows/WindowSystem.h"
@@ -10,7 +9,6 @@ namespace jumplark::atspi {
 
 namespace {
 
-constexpr int kMostAncestors = 100;
 /// Elements of the snapshot that are asked whether they are still there before the frame is read anew.
 constexpr size_t kMostChecks = 4;
 /// Elements that one hit may read from an application without a snapshot.
@@ -29,20 +27,8 @@ bool holds(const ElementFacts& element, Point point) {
 }
 
 bool clipsItsContent(const ElementFacts& element) {
-  switch (element.role) {
-    case role::scrollPane:
-    case role::viewport:
-    case role::table:
-    case role::treeTable:
-    case role::tree:
-    case role::list:
-    case role::listBox:
-    case role::documentWeb:
-    case role::frame:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::scrollPane, role::viewport, role::table, role::treeTable, role::tree, role::list,
+                       role::listBox, role::documentWeb, role::frame>(element.role);
 }
 
 /// True for what toolkits show in windows of their own that no window manager knows.
@@ -81,58 +67,8 @@ bool isOpen(const ElementFacts& element) {
 
 }  // namespace
 
-void HitTest::snapshotPrepared(const ElementRef& application) {
-  if (const AtspiHandle* handle = handleOf(application)) {
-    const std::lock_guard lock(mutex_);
-    if (std::exchange(ended_, false)) {
-      kept_.clear();
-    }
-    kept_[handle->busName()] = {application, nullptr, std::chrono::steady_clock::now()};
-  }
-}
-
-void HitTest::snapshotsEnding() {
-  std::vector<ElementRef> applications;
-  {
-    const std::lock_guard lock(mutex_);
-    for (const auto& [busName, kept] : kept_) {
-      applications.push_back(kept.application);
-    }
-  }
-  for (const auto& application : applications) {
-    geometryOf(application);
-  }
-  const std::lock_guard lock(mutex_);
-  ended_ = true;
-}
-
-HitTest::GeometryPointer HitTest::geometryOf(const ElementRef& application) {
-  const AtspiHandle* handle = handleOf(application);
-  {
-    const std::lock_guard lock(mutex_);
-    const auto kept = kept_.find(handle->busName());
-    if (kept == kept_.end()) {
-      return nullptr;
-    }
-    if (kept->second.geometry) {
-      return kept->second.geometry;
-    }
-  }
-  auto made = std::make_shared<Geometry>();
-  made->elements = vocabulary_.source.snapshotElements(application);
-  made->byRef.reserve(made->elements.size());
-  for (const auto& element : made->elements) {
-    made->byRef.emplace(element->ref, element);
-  }
-  const std::lock_guard lock(mutex_);
-  Kept& kept = kept_[handle->busName()];
-  kept.application = application;
-  kept.geometry = made;
-  return made;
-}
-
-AccessibilityResult<ElementRef> HitTest::elementAt(const ElementRef& application, Point point) {
-  const auto window = vocabulary_.windows.topmostWindowAt(point);
+AccessibilityResult<ElementRef> HitTest::elementAt(const ElementRef& application, Point point) const {
+  const auto window = now_.windows.topmostWindowAt(point);
   if (!window) {
     return AccessibilityError::noValue;
   }
@@ -141,12 +77,12 @@ AccessibilityResult<ElementRef> HitTest::elementAt(const ElementRef& application
     return AccessibilityError::noValue;
   }
   const Place place{owner, frameOf(*window, owner), *window, point};
-  if (const auto geometry = geometryOf(owner)) {
+  if (const SnapshotPointer geometry = now_.view.lastOf(owner)) {
     const auto found = candidates(*geometry, place);
-    if (ElementRef told = topmostInDocument(*geometry, found, point)) {
+    if (ElementRef told = topmostInDocument(geometry->tree, found, point)) {
       return told;
     }
-    if (!found.empty() && hasJustBeenRead(owner, *found.front())) {
+    if (!found.empty() && hasJustBeenRead(*geometry, *found.front())) {
       return found.front()->ref;
     }
     auto hit = firstStillThere(found, point);
@@ -158,9 +94,9 @@ AccessibilityResult<ElementRef> HitTest::elementAt(const ElementRef& application
 }
 
 ElementRef HitTest::applicationOf(const WindowFacts& window, const ElementRef& wanted) const {
-  ElementRef owner = window.pid >= 0 ? vocabulary_.source.application(window.pid) : ElementRef();
+  ElementRef owner = window.pid >= 0 ? now_.view.application(window.pid) : ElementRef();
   if (!owner && window.connectionPid >= 0) {
-    owner = vocabulary_.source.application(window.connectionPid);
+    owner = now_.view.application(window.connectionPid);
   }
   if (!wanted || owner == wanted) {
     return owner;
@@ -170,16 +106,16 @@ ElementRef HitTest::applicationOf(const WindowFacts& window, const ElementRef& w
 }
 
 ElementRef HitTest::frameOf(const WindowFacts& window, const ElementRef& application) const {
-  return vocabulary_.frames.frameOf(window.id, application);
+  return now_.frames.frameOf(window.id, application);
 }
 
-std::vector<FactsPointer> HitTest::candidates(const Geometry& geometry, const Place& place) const {
+std::vector<FactsPointer> HitTest::candidates(const Snapshot& geometry, const Place& place) const {
   std::vector<FactsPointer> found;
-  for (auto element = geometry.elements.rbegin(); element != geometry.elements.rend() && found.size() < kMostChecks;
-       ++element) {
-    if (holds(**element, place.point) && vocabulary_.shape.isShowing(**element) &&
-        isReachable(geometry, **element, place)) {
-      found.push_back(*element);
+  const ElementTree& tree = geometry.tree;
+  for (auto index = static_cast<int>(tree.inDocumentOrder()) - 1; index >= 0 && found.size() < kMostChecks; --index) {
+    const FactsPointer& element = tree[index].facts;
+    if (holds(*element, place.point) && now_.shape.isShowing(*element) && isReachable(tree, index, place)) {
+      found.push_back(element);
     }
   }
   // The cells of a table, which come after its headers, are scrolled below them.
@@ -190,64 +126,59 @@ std::vector<FactsPointer> HitTest::candidates(const Geometry& geometry, const Pl
   return found;
 }
 
-bool HitTest::isReachable(const Geometry& geometry, const ElementFacts& element, const Place& place) const {
-  if (element.role == role::application) {
+bool HitTest::isReachable(const ElementTree& tree, int index, const Place& place) {
+  if (tree[index].facts->role == role::application) {
     return false;
   }
-  const ElementFacts* here = &element;
-  for (int step = 0; step < kMostAncestors; ++step) {
-    if (here->extents && !here->extents->contains(place.point) && clipsItsContent(*here)) {
+  int here = index;
+  for (;;) {
+    const ElementFacts& element = *tree[here].facts;
+    if (element.extents && !element.extents->contains(place.point) && clipsItsContent(element)) {
       return false;
     }
-    if (!place.frame && isPopup(*here, place.window.frame)) {
+    if (!place.frame && isPopup(element, place.window.frame)) {
       return true;
     }
-    const auto above = geometry.byRef.find(here->parent);
-    if (above == geometry.byRef.end() || above->second->role == role::application) {
+    const int above = tree[here].parent;
+    if (above == ElementTree::kNone || tree[above].facts->role == role::application) {
       break;
     }
-    here = above->second.get();
+    here = above;
   }
   if (!place.frame) {
     return false;
   }
   // Snapshots may leave out containers; what hangs in the air is told by its place alone.
-  const bool isTop = !here->parent || here->parent == place.application;
-  return isTop ? here->ref == place.frame : true;
+  const ElementFacts& top = *tree[here].facts;
+  const bool isTop = !top.parent || top.parent == place.application;
+  return isTop ? top.ref == place.frame : true;
 }
 
-ElementRef HitTest::topmostInDocument(const Geometry& geometry, const std::vector<FactsPointer>& found,
+ElementRef HitTest::topmostInDocument(const ElementTree& tree, const std::vector<FactsPointer>& found,
                                       Point point) const {
-  const ElementFacts* here = found.empty() ? nullptr : found.front().get();
-  for (int step = 0; here != nullptr && step < kMostAncestors; ++step) {
-    if (here->role == role::documentWeb) {
-      return vocabulary_.source.topmostInDocument(here->ref, point);
+  int here = found.empty() ? ElementTree::kNone : tree.find(found.front()->ref);
+  while (here != ElementTree::kNone) {
+    if (tree[here].facts->role == role::documentWeb) {
+      return now_.view.topmostInDocument(tree[here].facts->ref, point);
     }
-    const auto above = geometry.byRef.find(here->parent);
-    here = above == geometry.byRef.end() ? nullptr : above->second.get();
+    here = tree[here].parent;
   }
   return {};
 }
 
-bool HitTest::hasJustBeenRead(const ElementRef& application, const ElementFacts& element) {
-  // Not told in a scope of live reads, nor after the snapshot has ended.
-  if (!vocabulary_.source.snapshotFacts(element.ref)) {
-    return false;
-  }
-  const std::lock_guard lock(mutex_);
-  const auto kept = kept_.find(handleOf(application)->busName());
-  return kept != kept_.end() && std::chrono::steady_clock::now() - kept->second.since < trust_;
+bool HitTest::hasJustBeenRead(const Snapshot& geometry, const ElementFacts& element) const {
+  // Not told in a view of live reads, nor after the snapshot has ended.
+  return now_.view.isInSnapshot(element.ref) && Clock::now() - geometry.takenAt < trust_;
 }
 
 AccessibilityResult<ElementRef> HitTest::firstStillThere(const std::vector<FactsPointer>& candidates,
                                                          Point point) const {
-  const Token live = vocabulary_.source.beginLiveReads();
   for (const auto& candidate : candidates) {
-    const auto now = vocabulary_.source.facts(candidate->ref, facts::identity | facts::extents);
+    const auto now = live_.view.facts(candidate->ref, facts::identity | facts::extents);
     if (now.error == AccessibilityError::cannotComplete) {
       return now.error;
     }
-    if (now.ok() && vocabulary_.shape.isShowing(*now.value) && holds(*now.value, point)) {
+    if (now.ok() && live_.shape.isShowing(*now.value) && holds(*now.value, point)) {
       return candidate->ref;
     }
   }
@@ -255,10 +186,9 @@ AccessibilityResult<ElementRef> HitTest::firstStillThere(const std::vector<Facts
 }
 
 AccessibilityResult<ElementRef> HitTest::readDown(const Place& place) const {
-  const Token live = vocabulary_.source.beginLiveReads();
   constexpr auto kGroups = facts::identity | facts::extents | facts::children;
   int budget = kMostReads;
-  const auto start = vocabulary_.source.facts(place.frame ? place.frame : place.application, kGroups);
+  const auto start = live_.view.facts(place.frame ? place.frame : place.application, kGroups);
   if (!start.ok()) {
     return start.error;
   }
@@ -269,8 +199,8 @@ AccessibilityResult<ElementRef> HitTest::readDown(const Place& place) const {
     return holds(*start.value, place.point) ? AccessibilityResult<ElementRef>(place.frame)
                                             : AccessibilityResult<ElementRef>(AccessibilityError::noValue);
   }
-  for (const auto& top : vocabulary_.source.factsOfAll(start.value->children, kGroups)) {
-    if (top && vocabulary_.shape.isShowing(*top) && holds(*top, place.point) && isPopup(*top, place.window.frame)) {
+  for (const auto& top : live_.view.factsOfAll(start.value->children, kGroups)) {
+    if (top && live_.shape.isShowing(*top) && holds(*top, place.point) && isPopup(*top, place.window.frame)) {
       const auto found = deepestAt(*top, place.point, budget);
       return found ? found->ref : top->ref;
     }
@@ -287,7 +217,7 @@ FactsPointer HitTest::deepestAt(const ElementFacts& element, Point point, int& b
   if (refs.empty() || budget < 0) {
     return nullptr;
   }
-  const auto children = vocabulary_.source.factsOfAll(refs, facts::identity | facts::extents | facts::children);
+  const auto children = live_.view.factsOfAll(refs, facts::identity | facts::extents | facts::children);
   for (auto child = children.rbegin(); child != children.rend(); ++child) {
     if (!*child || !(*child)->is(state::showing)) {
       continue;

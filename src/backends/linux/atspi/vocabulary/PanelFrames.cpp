@@ -6,13 +6,7 @@
 
 namespace jumplark::atspi {
 
-void PanelFrames::refresh() {
-  const std::lock_guard lock(mutex_);
-  known_ = false;
-  framesKnown_ = false;
-}
-
-PanelFrames::Applications PanelFrames::applications() {
+PanelFrames::Applications PanelFrames::applications(const View& view) {
   {
     const std::lock_guard lock(mutex_);
     if (known_) {
@@ -24,7 +18,7 @@ PanelFrames::Applications PanelFrames::applications() {
     if (window.type != WindowType::dock || window.pid < 0) {
       continue;
     }
-    const ElementRef application = source_.application(window.pid);
+    const ElementRef application = view.application(window.pid);
     if (const AtspiHandle* handle = handleOf(application)) {
       found.emplace(handle->busName(), application);
     }
@@ -35,11 +29,11 @@ PanelFrames::Applications PanelFrames::applications() {
   return found;
 }
 
-bool PanelFrames::isPanelApplication(const std::string& busName) {
-  return applications().contains(busName);
+bool PanelFrames::isPanelApplication(const std::string& busName, const View& view) {
+  return applications(view).contains(busName);
 }
 
-bool PanelFrames::isPanelFrame(const ElementRef& frame) {
+bool PanelFrames::isPanelFrame(const ElementRef& frame, const View& view) {
   {
     const std::lock_guard lock(mutex_);
     if (known_ && framesKnown_) {
@@ -47,11 +41,11 @@ bool PanelFrames::isPanelFrame(const ElementRef& frame) {
     }
   }
   std::unordered_set<ElementRef, ElementRefHash> found;
-  for (const auto& [busName, application] : applications()) {
-    for (const auto& candidate : source_.frames(application)) {
-      const auto window = windows_.window(candidate.window);
+  for (const auto& [busName, application] : applications(view)) {
+    for (const MatchedFrame& candidate : view.frames(application)) {
+      const auto window = windows_.window(candidate.window.id);
       if (window && window->type == WindowType::dock) {
-        found.insert(candidate.element);
+        found.insert(candidate.frame.element);
       }
     }
   }

@@ -5,7 +5,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "backends/linux/atspi/source/ElementSource.h"
+#include "backends/linux/atspi/source/View.h"
 
 namespace jumplark {
 class WindowSystem;
@@ -14,25 +14,22 @@ class WindowSystem;
 namespace jumplark::atspi {
 
 /// Knows which accessible frames are panels: those whose window has the type "dock". Asked for every button, so it
-/// answers from what it learned at the last refresh; the frames of a panel's application are asked for once.
+/// learns it once; the frames of a panel's application are asked for once.
 ///
 /// Calls may come from any thread.
 class PanelFrames {
  public:
-  PanelFrames(ElementSource& source, WindowSystem& windows) : source_(source), windows_(windows) {}
+  explicit PanelFrames(WindowSystem& windows) : windows_(windows) {}
 
-  /// Forgets everything, so that the next question looks at the windows again.
-  void refresh();
   /// True when the application owns a panel.
-  bool isPanelApplication(const std::string& busName);
+  bool isPanelApplication(const std::string& busName, const View& view);
   /// True for the accessible frame of a panel.
-  bool isPanelFrame(const ElementRef& frame);
+  bool isPanelFrame(const ElementRef& frame, const View& view);
 
  private:
   using Applications = std::unordered_map<std::string, ElementRef>;
-  Applications applications();
+  Applications applications(const View& view);
 
-  ElementSource& source_;
   WindowSystem& windows_;
   std::mutex mutex_;
   bool known_ = false;

@@ -8,15 +8,12 @@
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/element/TextUnits.h"
-#include "backends/linux/atspi/vocabulary/Neighbours.h"
+#include "backends/linux/atspi/source/View.h"
 #include "backends/linux/atspi/vocabulary/PanelFrames.h"
 
 namespace jumplark::atspi {
 
 namespace {
-
-/// How far up an element looks for the frame it stands in; real trees hold cycles.
-constexpr int kMostAncestors = 100;
 
 /// How a role number becomes an "AX" role.
 enum class Kind { fixed, window, button, combo, menu, text, label, icon, image, row, prose, container, unknown };
@@ -141,6 +138,12 @@ bool RoleMap::holdsWords(const ElementFacts& element) {
 }
 
 std::string_view RoleMap::role(const ElementFacts& element) const {
+  // What is not known whole may yet turn out to be another.
+  constexpr facts::Set kWhole = facts::identity | facts::texts | facts::extents | facts::children;
+  return element.has(kWhole) ? roles_.get(element.ref, [&] { return roleOf(element); }) : roleOf(element);
+}
+
+std::string_view RoleMap::roleOf(const ElementFacts& element) const {
   const auto rule = rules().find(element.role);
   switch (rule == rules().end() ? Kind::container : rule->second.kind) {
     case Kind::fixed:
@@ -191,7 +194,7 @@ std::string_view RoleMap::subrole(const ElementFacts& element) const {
   FactsPointer reread;
   const ElementFacts* holder = &element;
   if (!element.has(facts::attributes)) {
-    reread = neighbours_.get(element.ref, facts::attributes);
+    reread = view_.get(element.ref, facts::attributes);
     if (!reread) {
       return {};
     }
@@ -209,7 +212,7 @@ bool RoleMap::isTopLevel(const ElementFacts& element) const {
   if (!element.parent) {
     return element.role != role::application;
   }
-  const auto parent = neighbours_.parentOf(element);
+  const auto parent = view_.parentOf(element);
   return !parent || parent->role == role::application;
 }
 
@@ -236,7 +239,7 @@ std::string_view RoleMap::comboRole(const ElementFacts& element) const {
     return "AXComboBox";
   }
   constexpr size_t kMostParts = 16;  // a combo box holds an entry, a button and its list
-  const auto parts = neighbours_.childrenOf(element, facts::identity, kMostParts);
+  const auto parts = view_.childrenOf(element, facts::identity, kMostParts);
   const bool isEditable = std::any_of(parts.begin(), parts.end(), [](const FactsPointer& part) {
     return part && (part->is(state::editable) || part->role == role::entry);
   });
@@ -244,7 +247,7 @@ std::string_view RoleMap::comboRole(const ElementFacts& element) const {
 }
 
 std::string_view RoleMap::menuRole(const ElementFacts& element) const {
-  const auto parent = neighbours_.parentOf(element);
+  const auto parent = view_.parentOf(element);
   const uint32_t above = parent ? parent->role : role::invalid;
   if (above == role::menuBar) {
     return "AXMenuBarItem";
@@ -264,7 +267,7 @@ std::string_view RoleMap::iconRole(const ElementFacts& element) const {
   if (element.has(facts::extents)) {
     return hasSize(element) ? "AXImage" : "AXUnknown";
   }
-  const auto reread = neighbours_.get(element.ref, facts::extents);
+  const auto reread = view_.get(element.ref, facts::extents);
   return reread && hasSize(*reread) ? "AXImage" : "AXUnknown";
 }
 
@@ -277,7 +280,7 @@ bool RoleMap::isEntry(const ElementFacts& label) const {
   if (!implements(label, interface_bit::action) && !implements(label, interface_bit::tableCell)) {
     return false;
   }
-  const auto above = neighbours_.parentOf(label);
+  const auto above = view_.parentOf(label);
   constexpr std::array kHolders = {role::list, role::table, role::tree, role::treeTable};
   return above && (std::find(kHolders.begin(), kHolders.end(), above->role) != kHolders.end() ||
                    (above->role == role::label && hasChildren(*above)));
@@ -287,12 +290,12 @@ bool RoleMap::hasChildren(const ElementFacts& element) const {
   if (element.has(facts::children)) {
     return element.childCount > 0 || !element.children.empty();
   }
-  const auto reread = neighbours_.get(element.ref, facts::children);
+  const auto reread = view_.get(element.ref, facts::children);
   return reread && (reread->childCount > 0 || !reread->children.empty());
 }
 
 bool RoleMap::holdsRadioButtons(const ElementFacts& element) const {
-  const auto children = neighbours_.childrenOf(element, facts::identity);
+  const auto children = view_.childrenOf(element, facts::identity);
   int found = 0;
   return std::any_of(children.begin(), children.end(), [&found](const FactsPointer& child) {
     return child && child->role == role::radioButton && ++found == 2;
@@ -301,18 +304,11 @@ bool RoleMap::holdsRadioButtons(const ElementFacts& element) const {
 
 bool RoleMap::isUnderPanelFrame(const ElementFacts& element) const {
   const AtspiHandle* handle = handleOf(element.ref);
-  if (handle == nullptr || !panels_.isPanelApplication(handle->busName())) {
+  if (handle == nullptr || !panels_.isPanelApplication(handle->busName(), view_)) {
     return false;
   }
-  ElementRef up = element.parent;
-  for (int step = 0; step < kMostAncestors && up; ++step) {
-    if (panels_.isPanelFrame(up)) {
-      return true;
-    }
-    const auto above = neighbours_.get(up, facts::identity);
-    up = above ? above->parent : ElementRef();
-  }
-  return false;
+  const auto isPanel = [this](const ElementFacts& above) { return panels_.isPanelFrame(above.ref, view_); };
+  return view_.findAbove(element, facts::identity, isPanel) != nullptr;
 }
 
 bool isContainerRole(std::string_view axRole) {

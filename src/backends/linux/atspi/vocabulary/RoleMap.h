@@ -2,11 +2,10 @@
 
 #include <string_view>
 
-#include "backends/linux/atspi/element/ElementFacts.h"
+#include "backends/linux/atspi/vocabulary/Remembered.h"
 
 namespace jumplark::atspi {
 
-class Neighbours;
 class PanelFrames;
 
 /// What an element is in the "AX" vocabulary, from its role number, its states and what stands around it.
@@ -15,7 +14,7 @@ class PanelFrames;
 /// (button, link, menu item, cell, static text...); what only holds other elements does not.
 class RoleMap {
  public:
-  RoleMap(const Neighbours& neighbours, PanelFrames& panels) : neighbours_(neighbours), panels_(panels) {}
+  RoleMap(const View& view, PanelFrames& panels) : view_(view), panels_(panels) {}
 
   /// The element's "AXRole", e.g. "AXButton". Needs the identity group; reads further ones where the role depends on
   /// them.
@@ -30,6 +29,7 @@ class RoleMap {
   bool isTopLevel(const ElementFacts& element) const;
 
  private:
+  std::string_view roleOf(const ElementFacts& element) const;
   std::string_view windowRole(const ElementFacts& element) const;
   std::string_view buttonRole(const ElementFacts& element) const;
   std::string_view comboRole(const ElementFacts& element) const;
@@ -42,8 +42,9 @@ class RoleMap {
   bool holdsRadioButtons(const ElementFacts& element) const;
   bool isUnderPanelFrame(const ElementFacts& element) const;
 
-  const Neighbours& neighbours_;
+  const View& view_;
   PanelFrames& panels_;
+  Remembered<std::string_view> roles_{view_};
 };
 
 /// True for roles whose elements hold others and are not clicked themselves, by "AX" name.

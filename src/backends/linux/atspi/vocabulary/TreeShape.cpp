@@ -4,30 +4,19 @@
 
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/vocabulary/Neighbours.h"
+#include "backends/linux/atspi/source/View.h"
 #include "backends/linux/atspi/vocabulary/RoleMap.h"
 
 namespace jumplark::atspi {
 
 namespace {
 
-/// How far up the walks go; real trees hold cycles.
-constexpr int kMostAncestors = 100;
 /// A longer list is not looked through for menu bars and tabs.
-constexpr auto kLongList = static_cast<int64_t>(Neighbours::kMostLiveChildren);
+constexpr auto kLongList = static_cast<int64_t>(View::kMostLiveChildren);
 
 bool isMenuLike(const ElementFacts& element) {
-  switch (element.role) {
-    case role::menu:
-    case role::menuItem:
-    case role::checkMenuItem:
-    case role::radioMenuItem:
-    case role::popupMenu:
-    case role::comboBox:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::menu, role::menuItem, role::checkMenuItem, role::radioMenuItem, role::popupMenu,
+                       role::comboBox>(element.role);
 }
 
 bool isOpenMenu(const ElementFacts& element) {
@@ -65,14 +54,6 @@ TreeShape::List listOf(const std::vector<FactsPointer>& all) {
 
 }  // namespace
 
-void TreeShape::snapshotsChanged() {
-  const std::lock_guard lock(mutex_);
-  lists_.clear();
-  clips_.clear();
-  documentClips_.clear();
-  ++generation_;
-}
-
 bool TreeShape::isShowing(const ElementFacts& element) const {
   if (!element.is(state::showing) || element.is(state::defunct)) {
     return false;
@@ -81,7 +62,7 @@ bool TreeShape::isShowing(const ElementFacts& element) const {
 }
 
 bool TreeShape::isReparentedMenuBar(const ElementFacts& element) const {
-  return element.role == role::menuBar && source_.menuBar(window(element)) == element.ref;
+  return element.role == role::menuBar && view_.menuBar(window(element)) == element.ref;
 }
 
 bool TreeShape::isBesideTab(const ElementFacts& content, const ElementFacts& tab) const {
@@ -96,10 +77,10 @@ ElementRef TreeShape::parent(const ElementFacts& element) const {
   if (element.role == role::menuBar && isReparentedMenuBar(element)) {
     return application(element);
   }
-  const auto above = neighbours_.parentOf(element);
+  const auto above = view_.parentOf(element);
   if (above && stripsContent(*above)) {
-    const auto tab = neighbours_.with(above, facts::extents);
-    const auto content = element.has(facts::extents) ? nullptr : neighbours_.get(element.ref, facts::extents);
+    const auto tab = view_.with(above, facts::extents);
+    const auto content = element.has(facts::extents) ? nullptr : view_.get(element.ref, facts::extents);
     if (tab->parent && isBesideTab(content ? *content : element, *tab)) {
       return tab->parent;
     }
@@ -111,7 +92,7 @@ bool TreeShape::isStrayPopover(const ElementFacts& element, const ElementFacts& 
   if (element.role != role::panel || isContainerRole(roles_.role(above))) {
     return false;
   }
-  const auto claimed = neighbours_.get(above.ref, facts::children);
+  const auto claimed = view_.get(above.ref, facts::children);
   return claimed &&
          std::find(claimed->children.begin(), claimed->children.end(), element.ref) == claimed->children.end();
 }
@@ -122,8 +103,8 @@ ElementRef TreeShape::window(const ElementFacts& element) const {
   }
   ElementRef here = element.ref;
   ElementRef up = element.parent;
-  for (int step = 0; step < kMostAncestors && up; ++step) {
-    const auto above = neighbours_.get(up, facts::identity);
+  for (int step = 0; step < ElementTree::kMostAncestors && up; ++step) {
+    const auto above = view_.get(up, facts::identity);
     if (!above) {
       return {};
     }
@@ -140,7 +121,7 @@ ElementRef TreeShape::application(const ElementFacts& element) const {
   if (element.role == role::application) {
     return element.ref;
   }
-  const auto frame = neighbours_.get(window(element), facts::identity);
+  const auto frame = view_.get(window(element), facts::identity);
   return frame ? frame->parent : ElementRef();
 }
 
@@ -149,72 +130,43 @@ Rect TreeShape::visibleRect(const ElementFacts& element) const {
     return Rect::null();
   }
   // An open menu lies in a window of its own.
-  return isOpenMenu(element) ? *element.extents : intersection(*element.extents, clipAround(element, 0));
+  return isOpenMenu(element) ? *element.extents
+                             : intersection(*element.extents, clipAround(element, ElementTree::kMostAncestors));
 }
 
-Rect TreeShape::clipAround(const ElementFacts& element, int depth) const {
-  const auto above = neighbours_.get(parent(element), facts::identity | facts::extents);
+Rect TreeShape::clipAround(const ElementFacts& element, int steps) const {
+  const auto above = view_.get(parent(element), facts::identity | facts::extents);
   // What a menu or a combo box opens lies in a window of its own.
-  if (!above || above->role == role::application || isMenuLike(*above) || depth > kMostAncestors) {
+  if (!above || above->role == role::application || isMenuLike(*above) || steps == 0) {
     return Rect::infinite();
   }
-  uint64_t generation = 0;
-  {
-    const std::lock_guard lock(mutex_);
-    const auto known = clips_.find(above->ref);
-    if (known != clips_.end()) {
-      return known->second;
-    }
-    generation = generation_;
-  }
-  Rect clip = clipAround(*above, depth + 1);
-  if (hasArea(*above)) {
-    clip = intersection(clip, *above->extents);
-  }
-  if (neighbours_.isInSnapshot(above->ref)) {
-    const std::lock_guard lock(mutex_);
-    if (generation == generation_) {
-      clips_.emplace(above->ref, clip);
-    }
-  }
-  return clip;
+  return clips_.get(above->ref, [&] {
+    const Rect clip = clipAround(*above, steps - 1);
+    return hasArea(*above) ? intersection(clip, *above->extents) : clip;
+  });
 }
 
 Rect TreeShape::documentClip(const ElementFacts& element) const {
-  return documentClip(element, 0);
+  return documentClip(element, ElementTree::kMostAncestors);
 }
 
-Rect TreeShape::documentClip(const ElementFacts& element, int depth) const {
-  if (element.role == role::application || depth > kMostAncestors) {
+Rect TreeShape::documentClip(const ElementFacts& element, int steps) const {
+  if (element.role == role::application || !element.parent || steps == 0) {
     return Rect::infinite();
   }
-  uint64_t generation = 0;
-  {
-    const std::lock_guard lock(mutex_);
-    const auto known = documentClips_.find(element.parent);
-    if (known != documentClips_.end()) {
-      return known->second;
+  return documentClips_.get(element.parent, [&] {
+    const auto above = view_.get(element.parent, facts::identity | facts::extents);
+    if (!above) {
+      return Rect::infinite();
     }
-    generation = generation_;
-  }
-  const auto above = neighbours_.get(element.parent, facts::identity | facts::extents);
-  if (!above) {
-    return Rect::infinite();
-  }
-  const Rect clip = above->role == role::documentWeb ? visibleRect(*above) : documentClip(*above, depth + 1);
-  if (neighbours_.isInSnapshot(above->ref)) {
-    const std::lock_guard lock(mutex_);
-    if (generation == generation_) {
-      documentClips_.emplace(above->ref, clip);
-    }
-  }
-  return clip;
+    return above->role == role::documentWeb ? visibleRect(*above) : documentClip(*above, steps - 1);
+  });
 }
 
 void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const {
   to.push_back(tab);
-  const auto withExtents = neighbours_.with(tab, facts::extents | facts::children);
-  for (auto& content : neighbours_.childrenOf(*withExtents, facts::identity | facts::extents)) {
+  const auto withExtents = view_.with(tab, facts::extents | facts::children);
+  for (auto& content : view_.childrenOf(*withExtents, facts::identity | facts::extents)) {
     if (content && isBesideTab(*content, *withExtents)) {
       to.push_back(std::move(content));
     }
@@ -224,8 +176,8 @@ void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer
 std::vector<FactsPointer> TreeShape::presented(const ElementFacts& element) const {
   std::vector<FactsPointer> result;
   const bool isTab = stripsContent(element);
-  const auto self = isTab ? neighbours_.get(element.ref, facts::identity | facts::extents) : nullptr;
-  for (auto& child : neighbours_.childrenOf(element, facts::identity | facts::extents)) {
+  const auto self = isTab ? view_.get(element.ref, facts::identity | facts::extents) : nullptr;
+  for (auto& child : view_.childrenOf(element, facts::identity | facts::extents)) {
     if (!child || (isMenuLike(element) && !isShowing(*child)) || isReparentedMenuBar(*child)) {
       continue;
     }
@@ -236,7 +188,7 @@ std::vector<FactsPointer> TreeShape::presented(const ElementFacts& element) cons
     }
   }
   if (element.role == role::application) {
-    if (auto bar = neighbours_.get(source_.menuBar(source_.focusedWindow(element.ref)), facts::identity)) {
+    if (auto bar = view_.get(view_.menuBar(view_.focusedWindow(element.ref)), facts::identity)) {
       result.push_back(std::move(bar));
     }
   }
@@ -248,7 +200,7 @@ TreeShape::List TreeShape::make(const ElementFacts& element, Which which) const 
   if (which == Which::children) {
     return listOf(all);
   }
-  const auto self = neighbours_.get(element.ref, facts::identity | facts::extents);
+  const auto self = view_.get(element.ref, facts::identity | facts::extents);
   const bool clips = self && hasArea(*self);
   const Rect viewport = clips ? visibleRect(*self) : Rect::infinite();
   std::erase_if(all, [&](const FactsPointer& child) {
@@ -267,35 +219,17 @@ TreeShape::List TreeShape::make(const ElementFacts& element, Which which) const 
 }
 
 TreeShape::List TreeShape::remembered(const ElementFacts& element, Which which) const {
-  if (!neighbours_.isInSnapshot(element.ref)) {
-    return make(element, which);
-  }
-  const std::pair key(element.ref.text(), which);
-  uint64_t generation = 0;
-  {
-    const std::lock_guard lock(mutex_);
-    const auto known = lists_.find(key);
-    if (known != lists_.end()) {
-      return known->second;
-    }
-    generation = generation_;
-  }
-  List made = make(element, which);
-  const std::lock_guard lock(mutex_);
-  if (generation == generation_) {
-    lists_.emplace(key, made);
-  }
-  return made;
+  return lists_[static_cast<size_t>(which)].get(element.ref, [&] { return make(element, which); });
 }
 
 TreeShape::List TreeShape::children(const ElementFacts& element) const {
-  const auto self = neighbours_.get(element.ref, facts::children);
+  const auto self = view_.get(element.ref, facts::children);
   if (!self) {
     return {0, std::make_shared<const std::vector<ElementRef>>()};
   }
   const auto held = static_cast<int64_t>(self->children.size());
   // What does not show of a large container is not read one by one for a snapshot: that would take minutes.
-  if (self->childrenAreVisibleOnly && neighbours_.isInSnapshot(element.ref)) {
+  if (self->childrenAreVisibleOnly && view_.isInSnapshot(element.ref)) {
     return remembered(element, Which::children);
   }
   if (self->childrenAreVisibleOnly || self->childCount > std::max(held, kLongList)) {
@@ -319,7 +253,7 @@ AccessibilityResult<std::vector<ElementRef>> TreeShape::slice(const ElementFacts
                                                               int64_t index, int64_t count) const {
   count = std::clamp<int64_t>(count, 0, list.count - index);
   if (!list.elements) {
-    return source_.childrenInRange(element.ref, index, count);
+    return view_.childrenInRange(element.ref, index, count);
   }
   const auto from = list.elements->begin() + index;
   return std::vector<ElementRef>(from, from + count);

@@ -1,20 +1,16 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <utility>
 #include <vector>
 
-#include "backends/linux/atspi/source/ElementSource.h"
+#include "backends/linux/atspi/vocabulary/Remembered.h"
 
 namespace jumplark::atspi {
 
-class Neighbours;
 class RoleMap;
 
 /// The tree as it is presented, which differs from the toolkits' own in three places, up and down alike:
@@ -22,8 +18,8 @@ class RoleMap;
 /// beside the tab, not inside its narrow rectangle, when the toolkit puts it there, and so does what a disclosure
 /// triangle discloses; a closed menu holds nothing.
 ///
-/// Lists that were made from a snapshot are remembered until snapshotsChanged(), so that reading one in slices does
-/// not make it anew for each. Calls may come from any thread.
+/// Lists that were made from a snapshot are remembered, so that reading one in slices does not make it anew for each.
+/// Calls may come from any thread.
 class TreeShape {
  public:
   using Elements = std::shared_ptr<const std::vector<ElementRef>>;
@@ -33,10 +29,7 @@ class TreeShape {
     Elements elements;  ///< null when paged
   };
 
-  TreeShape(ElementSource& source, const Neighbours& neighbours, const RoleMap& roles)
-      : source_(source), neighbours_(neighbours), roles_(roles) {}
-
-  void snapshotsChanged();
+  TreeShape(const View& view, const RoleMap& roles) : view_(view), roles_(roles) {}
 
   /// "AXParent"; empty for an application.
   ElementRef parent(const ElementFacts& element) const;
@@ -65,8 +58,10 @@ class TreeShape {
   enum class Which { children, visibleChildren, visibleRows };
   List remembered(const ElementFacts& element, Which which) const;
   List make(const ElementFacts& element, Which which) const;
-  Rect clipAround(const ElementFacts& element, int depth) const;
-  Rect documentClip(const ElementFacts& element, int depth) const;
+  /// The elements around one, from its parent on and at most so many; those of a snapshot form a tree, others may hold
+  /// circles.
+  Rect clipAround(const ElementFacts& element, int steps) const;
+  Rect documentClip(const ElementFacts& element, int steps) const;
   std::vector<FactsPointer> presented(const ElementFacts& element) const;
   void addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const;
   bool isReparentedMenuBar(const ElementFacts& element) const;
@@ -74,14 +69,11 @@ class TreeShape {
   bool isStrayPopover(const ElementFacts& element, const ElementFacts& above) const;
   bool isBesideTab(const ElementFacts& content, const ElementFacts& tab) const;
 
-  ElementSource& source_;
-  const Neighbours& neighbours_;
+  const View& view_;
   const RoleMap& roles_;
-  mutable std::mutex mutex_;
-  mutable uint64_t generation_ = 0;
-  mutable std::map<std::pair<std::string, Which>, List> lists_;
-  mutable std::unordered_map<ElementRef, Rect, ElementRefHash> clips_;  ///< what an element leaves to see inside it
-  mutable std::unordered_map<ElementRef, Rect, ElementRefHash> documentClips_;  ///< documentClip of what is below
+  std::array<Remembered<List>, 3> lists_{Remembered<List>(view_), Remembered<List>(view_), Remembered<List>(view_)};
+  Remembered<Rect> clips_{view_};          ///< what an element leaves to see inside it
+  Remembered<Rect> documentClips_{view_};  ///< documentClip of what is below
 };
 
 }  // namespace jumplark::atspi

@@ -1,45 +1,34 @@
 #pragma once
 
-#include "backends/linux/atspi/source/ElementSource.h"
+#include <memory>
+#include <utility>
+
+#include "backends/linux/atspi/source/View.h"
 #include "backends/linux/atspi/vocabulary/AttributeText.h"
 #include "backends/linux/atspi/vocabulary/FrameWindows.h"
-#include "backends/linux/atspi/vocabulary/Neighbours.h"
 #include "backends/linux/atspi/vocabulary/PanelFrames.h"
 #include "backends/linux/atspi/vocabulary/RoleMap.h"
 #include "backends/linux/atspi/vocabulary/TreeShape.h"
 
 namespace jumplark::atspi {
 
-/// Everything that gives facts their meaning, wired together once. What it remembers belongs to the current snapshots.
+/// Everything that gives the facts of one view their meaning. What it remembers holds as long as the view does; another
+/// snapshot is another view.
 struct Vocabulary {
-  Vocabulary(ElementSource& elementSource, WindowSystem& windowSystem)
-      : source(elementSource),
-        windows(windowSystem),
-        neighbours(source),
-        panels(source, windows),
-        roles(neighbours, panels),
-        shape(source, neighbours, roles),
-        frames(source, windows),
-        text(source, neighbours) {}
+  Vocabulary(View of, WindowSystem& windowSystem, std::shared_ptr<PanelFrames> panelFrames)
+      : windows(windowSystem),
+        view(std::move(of)),
+        panels(std::move(panelFrames)),
+        roles(view, *panels),
+        shape(view, roles),
+        frames(view, windows),
+        text(view) {}
   Vocabulary(const Vocabulary&) = delete;
   Vocabulary& operator=(const Vocabulary&) = delete;
 
-  /// A snapshot begins: what was remembered may no longer hold.
-  void snapshotPrepared() {
-    panels.refresh();
-    frames.forget();
-    snapshotsEnded();
-  }
-  /// Windows stay known, so that raising one does not wait for its application.
-  void snapshotsEnded() {
-    shape.snapshotsChanged();
-    text.snapshotsChanged();
-  }
-
-  ElementSource& source;
   WindowSystem& windows;
-  Neighbours neighbours;
-  PanelFrames panels;
+  const View view;
+  const std::shared_ptr<PanelFrames> panels;
   RoleMap roles;
   TreeShape shape;
   FrameWindows frames;
@@ -48,7 +37,7 @@ struct Vocabulary {
 
 /// One element while something is asked of it.
 struct Subject {
-  Vocabulary* vocabulary = nullptr;
+  std::shared_ptr<Vocabulary> vocabulary;
   FactsPointer element;
   std::string_view role;  ///< "AX" role
 };

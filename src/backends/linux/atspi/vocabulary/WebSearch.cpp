@@ -16,7 +16,6 @@ namespace {
 
 /// Elements that are looked at where no snapshot holds the document.
 constexpr size_t kMostLiveElements = 5000;
-constexpr int kMostAncestors = 100;
 
 struct Request {
   std::set<std::string, std::less<>> keys;
@@ -105,7 +104,7 @@ class Search {
  public:
   Search(const Subject& area, const Request& request)
       : area_(area), vocabulary_(*area.vocabulary), request_(request), areaPlace_{true, false, false} {
-    if (const auto self = vocabulary_.neighbours.get(area.element->ref, facts::identity | facts::extents)) {
+    if (const auto self = vocabulary_.view.get(area.element->ref, facts::identity | facts::extents)) {
       viewport_ = vocabulary_.shape.visibleRect(*self);
     }
   }
@@ -132,8 +131,8 @@ class Search {
   };
 
   std::vector<FactsPointer> documentElements() {
-    if (vocabulary_.neighbours.isInSnapshot(area_.element->ref)) {
-      return vocabulary_.source.snapshotElements(vocabulary_.shape.application(*area_.element));
+    if (const SnapshotPointer snapshot = vocabulary_.view.snapshotOf(area_.element->ref)) {
+      return snapshot->elements();
     }
     std::vector<FactsPointer> all;
     gather(*area_.element, all, 0);
@@ -141,11 +140,11 @@ class Search {
   }
 
   void gather(const ElementFacts& element, std::vector<FactsPointer>& to, int depth) {
-    if (depth > kMostAncestors) {
+    if (depth > ElementTree::kMostAncestors) {
       return;
     }
     constexpr auto kGroups = facts::identity | facts::texts | facts::extents | facts::children;
-    for (const auto& child : vocabulary_.neighbours.childrenOf(element, kGroups)) {
+    for (const auto& child : vocabulary_.view.childrenOf(element, kGroups)) {
       if (to.size() >= kMostLiveElements) {
         return;
       }
@@ -183,7 +182,7 @@ class Search {
     if (const auto known = places_.find(element); known != places_.end()) {
       return known->second;
     }
-    const auto read = depth < kMostAncestors ? vocabulary_.neighbours.get(element, facts::identity) : nullptr;
+    const auto read = depth < ElementTree::kMostAncestors ? vocabulary_.view.get(element, facts::identity) : nullptr;
     Place place;
     if (read && read->role != role::application) {
       const Place above = placeOf(read->parent, depth + 1);

@@ -33,8 +33,9 @@ bool isBrowserEngine(const std::string& program) {
 }
 
 bool showsContent(const Snapshot& snapshot) {
-  return std::any_of(snapshot.elements.begin(), snapshot.elements.end(), [](const auto& entry) {
-    const ElementFacts& e = *entry.second;
+  const auto& nodes = snapshot.tree.nodes();
+  return std::any_of(nodes.begin(), nodes.end(), [](const ElementTree::Node& node) {
+    const ElementFacts& e = *node.facts;
     return e.role == role::documentWeb && e.is(state::showing) && !e.children.empty();
   });
 }
@@ -63,7 +64,8 @@ ElementRef Chromium::topmostInDocument(CallRunner& runner, const AtspiHandle& do
   return ask().value;
 }
 
-bool Chromium::readWindow(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) const {
+bool Chromium::readWindow(SnapshotDraft& snapshot, const ElementRef& frame, CallRunner& runner,
+                          const WalkPlan& plan) const {
   if (!plan.visibleOnly) {
     return Toolkit::readWindow(snapshot, frame, runner, plan);
   }

@@ -21,7 +21,8 @@ class Chromium final : public Toolkit {
                                TimePoint deadline) const override;
   /// Wakes the window, reads it, and waits for a page that is still empty: once for each page, and for less than a
   /// second.
-  bool readWindow(Snapshot& snapshot, const ElementRef& frame, CallRunner& runner, const WalkPlan& plan) const override;
+  bool readWindow(SnapshotDraft& snapshot, const ElementRef& frame, CallRunner& runner,
+                  const WalkPlan& plan) const override;
   bool tellsChoices() const override { return false; }
   /// Which switch to start it with. Looks at the files beside the process's program.
   std::string adviceForSilent(int32_t pid, const Snapshot* snapshot) const override;

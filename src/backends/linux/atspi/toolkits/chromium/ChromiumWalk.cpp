@@ -26,37 +26,13 @@ bool isLeaf(uint32_t number) {
 
 /// Elements that consist of what they say.
 bool isNamedByItsFace(uint32_t number) {
-  switch (number) {
-    case role::link:
-    case role::heading:
-    case role::pushButton:
-    case role::toggleButton:
-    case role::checkBox:
-    case role::radioButton:
-    case role::pageTab:
-    case role::menuItem:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::link, role::heading, role::pushButton, role::toggleButton, role::checkBox,
+                       role::radioButton, role::pageTab, role::menuItem>(number);
 }
 
 bool hasFurtherInterfaces(uint32_t number) {
-  switch (number) {
-    case role::slider:
-    case role::dial:
-    case role::spinButton:
-    case role::progressBar:
-    case role::levelBar:
-    case role::scrollBar:
-    case role::dateEditor:
-    case role::splitPane:
-    case role::table:
-    case role::treeTable:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::slider, role::dial, role::spinButton, role::progressBar, role::levelBar, role::scrollBar,
+                       role::dateEditor, role::splitPane, role::table, role::treeTable>(number);
 }
 
 bool isBlank(const std::string& text) {

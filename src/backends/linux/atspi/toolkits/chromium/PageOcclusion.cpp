@@ -22,23 +22,9 @@ constexpr int kMostWaits = 2;
 constexpr auto kPageAnswers = std::chrono::milliseconds(20);
 
 bool isActedOn(uint32_t number) {
-  switch (number) {
-    case role::link:
-    case role::pushButton:
-    case role::toggleButton:
-    case role::checkBox:
-    case role::radioButton:
-    case role::comboBox:
-    case role::entry:
-    case role::text:
-    case role::pageTab:
-    case role::menuItem:
-    case role::slider:
-    case role::spinButton:
-      return true;
-    default:
-      return false;
-  }
+  return role::isOneOf<role::link, role::pushButton, role::toggleButton, role::checkBox, role::radioButton,
+                       role::comboBox, role::entry, role::text, role::pageTab, role::menuItem, role::slider,
+                       role::spinButton>(number);
 }
 
 bool lies(const Rect& inner, const Rect& outer) {

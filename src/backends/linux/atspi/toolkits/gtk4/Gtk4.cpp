@@ -6,7 +6,6 @@
 #include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/reading/Popups.h"
 #include "backends/linux/atspi/reading/WalkSteps.h"
-#include "backends/linux/atspi/toolkits/gtk4/Gtk4Decorations.h"
 #include "backends/linux/atspi/toolkits/gtk4/Gtk4Tree.h"
 
 namespace jumplark::atspi {
@@ -66,10 +65,8 @@ class Popovers {
     if (moved_.insert(element.ref).second) {
       reading_.transform.move(element, shift);
     }
-    for (const ElementRef& ref : element.children) {
-      if (ElementFacts* child = find(ref, reading_.elements)) {
-        move(*child, shift);
-      }
+    for (ElementFacts* child : childrenOf(element, reading_.elements)) {
+      move(*child, shift);
     }
   }
 

@@ -8,7 +8,6 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/toolkits/gtk4/Gtk4Decorations.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -44,7 +43,44 @@ bool hasPlaceOfItsOwn(const ElementFacts& element) {
   return (element.interfaces & interface_bit::component) != 0;
 }
 
+/// Controls that hold their label, picture and boxes as elements of their own.
+bool isGtk4Control(uint32_t number) {
+  return role::isOneOf<role::pushButton, role::toggleButton, role::checkBox, role::radioButton, role::link,
+                       role::menuItem, role::checkMenuItem, role::radioMenuItem, role::pageTab>(number);
+}
+
+/// What stands in a control for its looks only.
+bool isPlainDecoration(uint32_t number) {
+  return role::isOneOf<role::label, role::staticText, role::image, role::icon, role::panel, role::filler,
+                       role::separator>(number);
+}
+
+/// True when the labels inside a control, joined, say what its name says, its mnemonic's underscore aside.
+bool isSameText(const std::string& controlName, const std::string& labels) {
+  std::string name = controlName;
+  std::erase(name, '_');
+  return name == labels;
+}
+
 }  // namespace
+
+bool isOnlyDecorated(const CachedTree& cache, const CacheItem& control) {
+  const auto* children = isGtk4Control(control.role) ? cache.childrenOf(control.element) : nullptr;
+  if (!children) {
+    return false;
+  }
+  std::string labels;
+  for (const ElementRef& ref : *children) {
+    const CacheItem* child = cache.find(ref);
+    if (!child || child->childCount != 0 || !isPlainDecoration(child->role)) {
+      return false;
+    }
+    if (child->role == role::label && ((child->states >> static_cast<unsigned>(state::visible)) & 1U) != 0) {
+      labels += (labels.empty() ? "" : " ") + child->name;
+    }
+  }
+  return labels.empty() || isSameText(control.name, labels);
+}
 
 void Gtk4Tree::settle(const Elements& all) {
   placePages(all);
@@ -62,23 +98,13 @@ void Gtk4Tree::settle(const Elements& all) {
   }
 }
 
-std::vector<ElementFacts*> Gtk4Tree::childrenOf(const ElementFacts& element) const {
-  std::vector<ElementFacts*> children;
-  for (const ElementRef& ref : element.children) {
-    if (ElementFacts* child = find(ref, elements_)) {
-      children.push_back(child);
-    }
-  }
-  return children;
-}
-
 void Gtk4Tree::placePages(const Elements& all) {
   for (auto element = all.rbegin(); element != all.rend(); ++element) {
     ElementFacts& page = **element;
     if (hasPlaceOfItsOwn(page) || page.role == role::frame || !page.is(state::showing)) {
       continue;
     }
-    for (const ElementFacts* child : childrenOf(page)) {
+    for (const ElementFacts* child : childrenOf(page, elements_)) {
       if (child->is(state::showing) && child->extents) {
         page.extents = page.extents ? united(*page.extents, *child->extents) : *child->extents;
       }
@@ -94,7 +120,7 @@ std::vector<Gtk4Tree::Rivals> Gtk4Tree::rivalsIn(const Elements& all) const {
   for (const auto& parent : all) {
     std::map<std::tuple<double, double, double, double>, Rivals> byPlace;
     Rivals pages;
-    for (ElementFacts* child : childrenOf(*parent)) {
+    for (ElementFacts* child : childrenOf(*parent, elements_)) {
       if (!child->is(state::showing) || !child->extents || child->children.empty()) {
         continue;
       }
@@ -154,7 +180,7 @@ ElementFacts* Gtk4Tree::rivalAbove(const ElementRef& hit, const Rivals& rivals) 
 
 void Gtk4Tree::hideWithChildren(ElementFacts& element) {
   element.hide();
-  for (ElementFacts* child : childrenOf(element)) {
+  for (ElementFacts* child : childrenOf(element, elements_)) {
     hideWithChildren(*child);
   }
 }
@@ -163,7 +189,7 @@ bool Gtk4Tree::isDecoration(const ElementFacts& element, bool insideCombo) const
   if (element.is(state::showing) && !isPlainDecoration(element.role) && !(insideCombo && isButton(element.role))) {
     return false;
   }
-  const auto children = childrenOf(element);
+  const auto children = childrenOf(element, elements_);
   return std::all_of(children.begin(), children.end(),
                      [&](const ElementFacts* child) { return isDecoration(*child, insideCombo); });
 }
@@ -172,13 +198,13 @@ void Gtk4Tree::addLabels(const ElementFacts& element, std::string& text) const {
   if (element.role == role::label) {
     addLabel(element, text);
   }
-  for (const ElementFacts* child : childrenOf(element)) {
+  for (const ElementFacts* child : childrenOf(element, elements_)) {
     addLabels(*child, text);
   }
 }
 
 void Gtk4Tree::remove(const ElementFacts& element) {
-  for (const ElementFacts* child : childrenOf(element)) {
+  for (const ElementFacts* child : childrenOf(element, elements_)) {
     remove(*child);
   }
   elements_.erase(ElementRef(element.ref));
@@ -187,7 +213,7 @@ void Gtk4Tree::remove(const ElementFacts& element) {
 void Gtk4Tree::foldControl(ElementFacts& control) {
   std::string labels;
   std::vector<ElementFacts*> decorations;
-  for (ElementFacts* child : childrenOf(control)) {
+  for (ElementFacts* child : childrenOf(control, elements_)) {
     // A menu button is a button in a button.
     if (isButton(control.role) && isButton(child->role) && child->children.empty()) {
       addLabel(*child, labels);
@@ -216,7 +242,7 @@ void Gtk4Tree::foldControl(ElementFacts& control) {
 
 void Gtk4Tree::foldComboBox(ElementFacts& combo) {
   // Its only child is a box, with an entry and a button, or with the button that covers it.
-  const auto boxes = childrenOf(combo);
+  const auto boxes = childrenOf(combo, elements_);
   if (boxes.empty() || boxes.front()->role != role::panel) {
     return;
   }
@@ -225,7 +251,7 @@ void Gtk4Tree::foldComboBox(ElementFacts& combo) {
   std::vector<ElementRef> parts;
   if (!isDecoration(box, true)) {
     parts = box.children;
-    for (ElementFacts* part : childrenOf(box)) {
+    for (ElementFacts* part : childrenOf(box, elements_)) {
       part->parent = combo.ref;
     }
     elements_.erase(boxRef);

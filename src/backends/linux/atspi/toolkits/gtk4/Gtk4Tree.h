@@ -3,9 +3,14 @@
 #include <memory>
 #include <vector>
 
+#include "backends/linux/atspi/reading/CachedTree.h"
 #include "backends/linux/atspi/reading/TreeWalk.h"
 
 namespace jumplark::atspi {
+
+/// True when the control is all that a person sees of it and what stands in it, going by the cache: nothing but
+/// pictures and labels that repeat its name. Where those are makes no difference then.
+bool isOnlyDecorated(const CachedTree& cache, const CacheItem& control);
 
 /// Makes of what a GTK 4 application said the tree that a person sees. Three things differ:
 /// the pages of a stack have no place and no telling state, and widgets of pages that were shown once keep their sizes,
@@ -26,7 +31,6 @@ class Gtk4Tree {
   /// Siblings that take the same place, of which the pointer can reach one.
   using Rivals = std::vector<ElementFacts*>;
 
-  std::vector<ElementFacts*> childrenOf(const ElementFacts& element) const;
   void placePages(const Elements& all);
   std::vector<Rivals> rivalsIn(const Elements& all) const;
   void hideUnreachable(const Elements& all);

@@ -22,6 +22,8 @@ class Swing final : public Toolkit {
   bool isLeaf(uint32_t number) const override;
   /// What is in the page of a tab tells its right place, and so does what fills a window that cannot tell its own.
   void correctPlaces(Reading& reading) const override;
+  /// Trees hold their entries in one another, though each lies below the one that holds it, not in it. All become
+  /// children of the tree, so that only the tree and what is around it clips them.
   void reparent(FactsMap& elements) const override;
   std::string adviceForSilent(int32_t pid, const Snapshot* snapshot) const override;
 };

@@ -1,14 +1,14 @@
-#include "backends/linux/atspi/toolkits/swing/Swing.h"
+#include "backends/linux/atspi/toolkits/Swing.h"
 
 #include <fmt/format.h>
 
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/element/TextUnits.h"
 #include "backends/linux/atspi/reading/Corrections.h"
-#include "backends/linux/atspi/toolkits/swing/NestedEntries.h"
 #include "platform/Texts.h"
 
 namespace jumplark::atspi {
@@ -32,6 +32,22 @@ bool holdsJavaMachine(int32_t pid) {
     }
   }
   return false;
+}
+
+/// `ref` and all entries in it become children of the tree, in the order in which they show.
+void reparentEntry(const ElementRef& ref, ElementFacts& tree, FactsMap& elements) {
+  ElementFacts* entry = find(ref, elements);
+  if (!entry) {
+    return;
+  }
+  tree.children.push_back(ref);
+  entry->parent = tree.ref;
+  if (entry->role == role::label) {
+    entry->childCount = 0;
+    for (const ElementRef& child : std::exchange(entry->children, {})) {
+      reparentEntry(child, tree, elements);
+    }
+  }
 }
 
 }  // namespace
@@ -88,7 +104,14 @@ void Swing::correctPlaces(Reading& reading) const {
 }
 
 void Swing::reparent(FactsMap& elements) const {
-  reparentNestedEntries(elements);
+  for (const auto& [ref, element] : elements) {
+    if (element->role == role::tree && !element->children.empty()) {
+      for (const ElementRef& child : std::exchange(element->children, {})) {
+        reparentEntry(child, *element, elements);
+      }
+      element->childCount = static_cast<int64_t>(element->children.size());
+    }
+  }
 }
 
 std::string Swing::adviceForSilent(int32_t pid, const Snapshot* snapshot) const {

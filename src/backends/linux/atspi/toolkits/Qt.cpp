@@ -1,10 +1,12 @@
-#include "backends/linux/atspi/toolkits/qt/Occlusion.h"
+#include "backends/linux/atspi/toolkits/Qt.h"
 
 #include <algorithm>
 #include <optional>
 #include <vector>
 
 #include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/AccessibleNames.h"
+#include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -23,17 +25,6 @@ void cutOff(double& from, double& to, double coverFrom, double coverTo) {
 
 bool isTable(const ElementFacts& element) {
   return element.role == role::table || element.role == role::tree || element.role == role::treeTable;
-}
-
-std::vector<ElementFacts*> placedChildren(const ElementFacts& element, const FactsMap& elements) {
-  std::vector<ElementFacts*> children;
-  for (const ElementRef& ref : element.children) {
-    ElementFacts* child = find(ref, elements);
-    if (child && child->extents) {
-      children.push_back(child);
-    }
-  }
-  return children;
 }
 
 /// The buttons of a row of tabs, or the strips that the headers of a table fill.
@@ -87,12 +78,49 @@ bool isOccluded(const Rect& item, const Rect& container, const std::vector<Rect>
 
 }  // namespace
 
-void hideOccludedItems(FactsMap& elements) {
+Point Qt::originIn(const WindowFacts& window, const Rect& reportedFrame) const {
+  if (window.knowsItsPlace) {
+    return {};
+  }
+  // Its own decorations are as thick at the bottom as at the sides.
+  const double side = (window.surface.width - reportedFrame.width) / 2;
+  return {window.surface.x + side, window.surface.maxY() - reportedFrame.height - side};
+}
+
+bool Qt::isLeaf(uint32_t number) const {
+  return number == role::checkBox || number == role::radioButton;
+}
+
+bool Qt::isPlain(uint32_t number) const {
+  return role::isOneOf<role::pushButton, role::checkBox, role::radioButton, role::pageTab, role::menuItem,
+                       role::filler>(number);
+}
+
+bool Qt::mayHaveOpenMenu(const ElementFacts& element) const {
+  return element.role == role::pushButton && element.childCount == 0 && element.is(state::pressed);
+}
+
+void Qt::nameControls(FactsMap& elements) const {
+  for (const auto& [ref, bar] : elements) {
+    if (bar->role != role::toolBar || bar->children.empty()) {
+      continue;
+    }
+    ElementFacts* first = find(bar->children.front(), elements);
+    // In a main window it opens the tool bar, elsewhere a menu.
+    if (first && !hasWords(*first) && (first->role == role::checkBox || first->role == role::pushButton)) {
+      first->name = localized("More");
+      first->description = ">>";
+    }
+  }
+}
+
+void Qt::hideOccluded(FactsMap& elements) const {
   for (const auto& [ref, element] : elements) {
     if (!element->extents || !(element->role == role::pageTabList || isTable(*element))) {
       continue;
     }
-    const auto children = placedChildren(*element, elements);
+    auto children = childrenOf(*element, elements);
+    std::erase_if(children, [](const ElementFacts* child) { return !child->extents; });
     const auto covers = coversIn(*element, children);
     for (ElementFacts* child : children) {
       if (!covers.empty() && mayBeOccluded(*child) && isOccluded(*child->extents, *element->extents, covers)) {

@@ -1,0 +1,221 @@
+#include "backends/linux/atspi/source/View.h"
+
+#include <algorithm>
+#include <map>
+
+#include "backends/linux/atspi/bus/AtspiCalls.h"
+
+namespace jumplark::atspi {
+namespace {
+
+const SnapshotPointer& snapshotIn(const View::Snapshots& snapshots, const ElementRef& element) {
+  static const SnapshotPointer kNone;
+  const auto found =
+      std::find_if(snapshots.begin(), snapshots.end(), [&](const auto& snapshot) { return snapshot->isOf(element); });
+  return found == snapshots.end() ? kNone : *found;
+}
+
+}  // namespace
+
+const SnapshotPointer& View::knownOf(const ElementRef& element) const {
+  return snapshotIn(snapshots_, element);
+}
+
+SnapshotPointer View::lastOf(const ElementRef& element) const {
+  return snapshotIn(last_, element);
+}
+
+ReadScope View::scopeOf(const ElementRef& element) const {
+  return {knownOf(element), lastOf(element)};
+}
+
+FactsPointer View::inSnapshot(const ElementRef& element) const {
+  const SnapshotPointer& known = knownOf(element);
+  const bool holds = known && kind_ == Kind::snapshots && known->tree.find(element) != ElementTree::kNone;
+  return holds ? known->find(element) : nullptr;
+}
+
+SnapshotPointer View::snapshotOf(const ElementRef& element) const {
+  return isInSnapshot(element) ? knownOf(element) : nullptr;
+}
+
+ElementSource::Answer View::facts(const ElementRef& element, facts::Set wanted) const {
+  if (handleOf(element) == nullptr) {
+    return AccessibilityError::invalidElement;
+  }
+  if (const SnapshotPointer& known = knownOf(element)) {
+    if (FactsPointer held = known->find(element); held && held->has(wanted)) {
+      return held;
+    }
+  }
+  return source_.read({element}, wanted, scopeOf(element)).front();
+}
+
+std::vector<FactsPointer> View::factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) const {
+  std::vector<FactsPointer> found(elements.size());
+  std::map<std::string, std::vector<size_t>> unread;  // by application
+  for (size_t i = 0; i < elements.size(); ++i) {
+    const AtspiHandle* handle = handleOf(elements[i]);
+    const SnapshotPointer& known = knownOf(elements[i]);
+    found[i] = known && handle ? known->find(elements[i]) : nullptr;
+    if (handle && !(found[i] && found[i]->has(wanted))) {
+      found[i] = nullptr;
+      unread[handle->busName()].push_back(i);
+    }
+  }
+  for (const auto& [busName, indexes] : unread) {
+    std::vector<ElementRef> asked;
+    asked.reserve(indexes.size());
+    for (const size_t i : indexes) {
+      asked.push_back(elements[i]);
+    }
+    auto answers = source_.read(asked, wanted, scopeOf(asked.front()));
+    for (size_t i = 0; i < indexes.size(); ++i) {
+      found[indexes[i]] = answers[i].ok() ? std::move(answers[i].value) : nullptr;
+    }
+  }
+  return found;
+}
+
+FactsPointer View::get(const ElementRef& element, facts::Set wanted) const {
+  auto answer = facts(element, wanted);
+  return answer.ok() ? answer.value : nullptr;
+}
+
+FactsPointer View::parentOf(const ElementFacts& element, facts::Set wanted) const {
+  return get(element.parent, wanted);
+}
+
+FactsPointer View::with(const FactsPointer& element, facts::Set wanted) const {
+  if (element->has(wanted)) {
+    return element;
+  }
+  auto more = get(element->ref, element->known | wanted);
+  return more ? more : element;
+}
+
+bool View::onlyVisibleIsKnown(const ElementRef& element) const {
+  return isInSnapshot(element) && knownOf(element)->visibleOnly;
+}
+
+std::vector<FactsPointer> View::childrenOf(const ElementFacts& element, facts::Set wanted, size_t limit) const {
+  FactsPointer reread;
+  const ElementFacts* holder = &element;
+  const bool onlyVisible = onlyVisibleIsKnown(element.ref);
+  if (!element.has(facts::children)) {
+    if (!element.is(state::showing) && onlyVisible) {
+      return {};
+    }
+    reread = get(element.ref, facts::children);
+    if (!reread) {
+      return {};
+    }
+    holder = reread.get();
+  }
+  const auto& all = holder->children;
+  if (onlyVisible) {
+    std::vector<FactsPointer> known;
+    const size_t count = std::min(limit, all.size());
+    known.reserve(count);
+    for (size_t i = 0; i < count; ++i) {
+      auto child = inSnapshot(all[i]);
+      const bool lacks = child && child->is(state::showing) && !child->has(wanted);
+      known.push_back(lacks ? get(all[i], wanted) : std::move(child));
+    }
+    return known;
+  }
+  const size_t most = isInSnapshot(element.ref) ? limit : std::min(limit, kMostLiveChildren);
+  if (all.size() <= most) {
+    return factsOfAll(all, wanted);
+  }
+  return factsOfAll({all.begin(), all.begin() + static_cast<std::ptrdiff_t>(most)}, wanted);
+}
+
+AccessibilityResult<std::vector<ElementRef>> View::childrenInRange(const ElementRef& element, int64_t index,
+                                                                   int64_t count) const {
+  if (handleOf(element) == nullptr) {
+    return AccessibilityError::invalidElement;
+  }
+  if (index < 0 || count < 0) {
+    return AccessibilityError::illegalArgument;
+  }
+  const FactsPointer known = inSnapshot(element);
+  if (known && known->has(facts::children) && !known->childrenAreVisibleOnly) {
+    const auto size = static_cast<int64_t>(known->children.size());
+    const auto first = known->children.begin() + std::min(index, size);
+    return std::vector<ElementRef>(first, first + std::min(count, size - std::min(index, size)));
+  }
+  return source_.childrenInRange(element, index, count, scopeOf(element));
+}
+
+ElementRef View::application(int32_t pid) const {
+  const auto known =
+      std::find_if(snapshots_.begin(), snapshots_.end(), [pid](const auto& snapshot) { return snapshot->pid == pid; });
+  return known == snapshots_.end() ? source_.application(pid) : (*known)->application;
+}
+
+ElementRef View::focusedWindow(const ElementRef& application) const {
+  const SnapshotPointer& known = knownOf(application);
+  return known ? known->focusedWindow : source_.frames(application).focused;
+}
+
+std::vector<MatchedFrame> View::frames(const ElementRef& application) const {
+  const SnapshotPointer& known = knownOf(application);
+  return known ? known->frames : source_.frames(application).matched;
+}
+
+ElementRef View::menuBar(const ElementRef& window) const {
+  const AtspiHandle* handle = handleOf(window);
+  if (handle == nullptr) {
+    return {};
+  }
+  if (const SnapshotPointer& known = knownOf(window);
+      known && known->focusedWindow == window && (kind_ == Kind::snapshots || known->menuBar)) {
+    return known->menuBar;
+  }
+  const auto now = source_.take(calls::applicationOf(*handle), true, {});
+  return now && now->focusedWindow == window ? now->menuBar : ElementRef();
+}
+
+ElementRef View::focusedElement(const ElementRef& application) const {
+  if (const SnapshotPointer& known = knownOf(application); known && kind_ == Kind::snapshots) {
+    return known->focusedElement;
+  }
+  const auto now = source_.take(application, true, {});
+  return now ? now->focusedElement : ElementRef();
+}
+
+const TextFacts* View::textKnown(const ElementRef& element) const {
+  const SnapshotPointer& known = knownOf(element);
+  if (!known || kind_ != Kind::snapshots) {
+    return nullptr;
+  }
+  const auto text = known->texts.find(element);
+  return text == known->texts.end() ? nullptr : &text->second;
+}
+
+AccessibilityResult<std::string> View::textInRange(const ElementRef& element, int64_t start, int64_t end) const {
+  constexpr int64_t kMost = std::numeric_limits<int32_t>::max();
+  if (start < 0 || end < start || end > kMost) {
+    return AccessibilityError::illegalArgument;
+  }
+  if (const TextFacts* text = textKnown(element); text && text->holds(start, std::min(end, text->count))) {
+    return codePoints(text->fetched, text->fetchedStart, start, end);
+  }
+  const auto found = facts(element, facts::identity | facts::extents);
+  return found.ok() ? source_.text(*found.value, start, end, scopeOf(element)) : found.error;
+}
+
+AccessibilityResult<std::pair<int64_t, int64_t>> View::visibleTextRange(const ElementRef& element) const {
+  if (const TextFacts* text = textKnown(element)) {
+    return std::pair(text->visibleStart, text->visibleEnd);
+  }
+  const auto found = facts(element, facts::identity | facts::extents);
+  return found.ok() ? source_.visibleText(*found.value, scopeOf(element)) : found.error;
+}
+
+ElementRef View::topmostInDocument(const ElementRef& document, Point point) const {
+  return kind_ == Kind::live ? source_.topmostInDocument(document, point, scopeOf(document)) : ElementRef();
+}
+
+}  // namespace jumplark::atspi
