@@ -206,6 +206,9 @@ TEST(Highlighter, NothingThatWaitsShowsAfterHidingAtOnce) {
   test.highlighter.setHighlightedElements(test.options({"file"}));
   test.run();
   EXPECT_THAT(test.shownLabels(), ElementsAre("file")) << "what is asked for afterwards shows again";
+  test.highlighter.hideImmediately();
+  test.run();
+  EXPECT_FALSE(test.screen().visible()) << "asked for on another thread than the main one";
 }
 
 TEST(Highlighter, ShowsOnlyWhileItsConditionHolds) {
