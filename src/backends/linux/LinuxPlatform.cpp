@@ -95,7 +95,8 @@ std::vector<DesktopCheck> LinuxPlatform::readingChecks(const RunningApplication&
 }
 
 std::string LinuxPlatform::adviceForSilence(int32_t pid) {
-  const auto report = parts_->elements.report(parts_->elements.application(pid));
+  const auto snapshot = parts_->accessibility.lastSnapshotOf(parts_->elements.application(pid));
+  const auto report = snapshot ? std::optional(parts_->elements.report(*snapshot)) : std::nullopt;
   for (const DesktopCheck& check : atspi::readingChecks({}, pid, report, parts_->elements.adviceForSilent(pid))) {
     if (!check.remedy.empty()) {
       return check.remedy;

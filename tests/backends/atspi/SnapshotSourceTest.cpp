@@ -149,18 +149,6 @@ TEST_F(SourceFixture, AnActionAsksOnlyWhatHasAPlaceWhereItIs) {
   EXPECT_EQ(placeOf(app.root()), std::nullopt);
 }
 
-TEST_F(SourceFixture, WhatWasReadForAnActionIsKnownWhenTheSnapshotHasEnded) {
-  app.add("frame", "ok", element(role::pushButton, "OK", {110, 60, 80, 30}));
-  prepare();
-  source().prepareAction(app.ref("ok"));
-  source().endSnapshot();
-  const int before = app.peer().received();
-  const auto known = source().facts(app.ref("ok"), facts::identity | facts::extents);
-  ASSERT_TRUE(known.ok());
-  EXPECT_EQ(known.value->extents, (Rect{110, 60, 80, 30}));
-  EXPECT_EQ(app.peer().received(), before);
-}
-
 TEST_F(SourceFixture, GroupsThatASnapshotLacksAreReadOnceAndKept) {
   FakeElement hidden = element(role::panel, "hidden page");
   hidden.states = 0;

@@ -80,10 +80,7 @@ TEST_P(SpoiltText, CostsNothingButItself) {
     const int before = socket.spoilt();
     platform_.prepareSnapshot(app.root(), true);
     readEverything();
-    {
-      const auto live = source().beginLiveReads();
-      EXPECT_TRUE(source().facts(app.ref("last"), facts::identity).ok()) << "an answer was waited for in vain";
-    }
+    EXPECT_TRUE(live().facts(app.ref("last"), facts::identity).ok()) << "an answer was waited for in vain";
     EXPECT_GT(socket.spoilt(), before);
     EXPECT_EQ(names(), "first name description text attributes role error last");
     for (const char* id : {"first", "role", "error", "last"}) {

@@ -134,6 +134,10 @@ AtspiAccessibility::AtspiAccessibility(ElementSource& source, WindowSystem& wind
 
 AtspiAccessibility::~AtspiAccessibility() = default;
 
+std::shared_ptr<const Snapshot> AtspiAccessibility::lastSnapshotOf(const ElementRef& element) const {
+  return views_->current()->view.lastOf(element);
+}
+
 std::shared_ptr<Vocabulary> AtspiAccessibility::vocabulary() const {
   return liveScopes > 0 ? views_->live() : views_->current();
 }

@@ -14,6 +14,7 @@ class WindowSystem;
 namespace jumplark::atspi {
 
 class ElementSource;
+class Snapshot;
 struct Subject;
 struct Vocabulary;
 
@@ -59,6 +60,9 @@ class AtspiAccessibility final : public AccessibilityPlatform {
   void endSnapshot() override;
   Token beginLiveReads() override;
   void prepareAction(const ElementRef& element) override;
+
+  /// What was read last of an element's application, in force or not; null without it. No message.
+  std::shared_ptr<const Snapshot> lastSnapshotOf(const ElementRef& element) const;
 
  private:
   class Views;
