@@ -76,6 +76,8 @@ class RecordedAppViews final : public AppViews {
     std::string menuTitle;
     std::vector<MenuEntry> menu;
   };
+  /// The icons that are shown now.
+  const std::vector<std::shared_ptr<ShownItem>>& statusItems() const { return *items_; }
   /// The user chooses an entry of the one icon's menu; false when there is no such entry.
   bool choose(const std::string& title);
   /// The window that was made last; null before. It belongs to whoever asked for it and goes with it.
