@@ -101,13 +101,17 @@ until [ -s "$ROOT/opened" ]; do
 done
 guide=$(cat "$ROOT/opened")
 [ "$guide" = "$ROOT/usr/share/jumplark/guide/index.html" ] || exit 16
-shortcut=$(sed -n 's/.* \([^ ]*\) opens the query window$/\1/p' "$ROOT/out")
-sed 's/<[^>]*>//g' "$guide" | grep -qF "waits in the background until you press its shortcut, $shortcut" || exit 17
-jumplark doctor --pid $program | sed -n 's/^\(ok\|warning\|FAILED\) *\([^:]*\): .*/\2/p' | sort -u >"$ROOT/looked-at"
+jumplark doctor --all --pid $program | sed -n 's/^\(ok\|warning\|FAILED\) *\([^:]*\): .*/\2/p' | sort -u >"$ROOT/looked-at"
 [ "$(wc -l <"$ROOT/looked-at")" -ge 15 ] || exit 18
 while read -r name; do
   grep -q "<dt.*\b$name\b.*</dt>" "$guide" || { echo "the guide does not know '$name' of doctor" >&2; exit 19; }
 done <"$ROOT/looked-at"
+kill -TERM $program && wait $program || exit 20
+LANGUAGE=en jumplark >"$ROOT/out" 2>&1 & program=$!
+until shortcut=$(sed -n 's/^Jumplark is running. Press \(.*\) over any application.$/\1/p' "$ROOT/out") && [ -n "$shortcut" ]; do
+  kill -0 $program && sleep 0.05 || exit 21
+done
+sed 's/<[^>]*>//g' "$guide" | grep -qF "waits in the background until you press its shortcut, $shortcut" || exit 17
 kill -TERM $program && wait $program
 END
 ROOT=$root VERSION=${version%-*} quietly timeout -k 5 60 \
