@@ -198,6 +198,14 @@ TEST_F(AtspiVocabulary, PerformsTheActionsThatAreThere) {
   EXPECT_EQ(windows.activations, (std::vector<std::pair<WindowId, bool>>{{1, true}}));
 }
 
+TEST_F(AtspiVocabulary, RaisesAWindowWithoutAskingItsApplicationOnceASnapshotHasPlacedIt) {
+  platform.prepareSnapshot(source.ref("app"), false);
+  platform.endSnapshot();
+  source.liveError = AccessibilityError::cannotComplete;
+  EXPECT_EQ(platform.performAction(source.ref("win"), "AXRaise"), AccessibilityError::success);
+  EXPECT_EQ(windows.activations, (std::vector<std::pair<WindowId, bool>>{{1, true}}));
+}
+
 TEST_F(AtspiVocabulary, PassesErrorsOfTheApplicationOn) {
   source.liveError = AccessibilityError::cannotComplete;
   EXPECT_EQ(get("win", "AXTitle").error, AccessibilityError::cannotComplete);

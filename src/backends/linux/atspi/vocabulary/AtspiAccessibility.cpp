@@ -272,6 +272,9 @@ AccessibilityError AtspiAccessibility::setAttributeValue(const ElementRef& eleme
 }
 
 AccessibilityError AtspiAccessibility::performAction(const ElementRef& element, const std::string& action) {
+  if (action == "AXRaise" && raiseKnownWindow(element)) {
+    return AccessibilityError::success;
+  }
   const auto of = subject(element, facts::identity);
   if (!of.ok()) {
     return of.error == AccessibilityError::attributeUnsupported ? AccessibilityError::actionUnsupported : of.error;
@@ -297,6 +300,16 @@ AccessibilityError AtspiAccessibility::press(const Subject& of) {
 AccessibilityError AtspiAccessibility::showMenu(const Subject& of) {
   const int32_t index = actionIndex(actionsNow(of), {"showmenu", "showcontextmenu", "menu", "contextmenu"});
   return index < 0 ? AccessibilityError::actionUnsupported : source_.doAction(of.element->ref, index);
+}
+
+bool AtspiAccessibility::raiseKnownWindow(const ElementRef& frame) {
+  const std::shared_ptr<Vocabulary> now = vocabulary();
+  const SnapshotPointer last = now->view.lastOf(frame);
+  if (!last) {
+    return false;
+  }
+  const auto window = now->frames.windowIn(*last, frame);
+  return window && now->windows.requestActive(window->id, true);
 }
 
 AccessibilityError AtspiAccessibility::raise(const Subject& of) {

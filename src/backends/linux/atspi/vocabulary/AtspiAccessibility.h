@@ -74,6 +74,9 @@ class AtspiAccessibility final : public AccessibilityPlatform {
   std::vector<std::string> actionsNow(const Subject& subject);
   AccessibilityError press(const Subject& subject);
   AccessibilityError showMenu(const Subject& subject);
+  /// A window gets the keyboard back while its application may be busy drawing: one that a snapshot has placed is
+  /// raised without asking it anything. False when there is none, or the window system refuses.
+  bool raiseKnownWindow(const ElementRef& frame);
   AccessibilityError raise(const Subject& subject);
 
   ElementSource& source_;

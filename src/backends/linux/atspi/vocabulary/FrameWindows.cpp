@@ -14,13 +14,15 @@ const MatchedFrame* findIn(const std::vector<MatchedFrame>& frames, Wanted wante
 }  // namespace
 
 std::optional<WindowFacts> FrameWindows::windowOf(const ElementRef& frame, const ElementRef& application) const {
-  const auto windowIn = [&](const std::vector<MatchedFrame>& frames) {
-    const MatchedFrame* found = findIn(frames, [&](const MatchedFrame& one) { return one.frame.element == frame; });
-    return found ? windows_.window(found->window.id) : std::nullopt;
-  };
   const SnapshotPointer last = view_.lastOf(application);
-  auto window = last ? windowIn(last->frames) : std::nullopt;
-  return window ? window : windowIn(view_.frames(application));
+  auto window = last ? windowIn(last->frames, frame) : std::nullopt;
+  return window ? window : windowIn(view_.frames(application), frame);
+}
+
+std::optional<WindowFacts> FrameWindows::windowIn(const std::vector<MatchedFrame>& frames,
+                                                  const ElementRef& frame) const {
+  const MatchedFrame* found = findIn(frames, [&](const MatchedFrame& one) { return one.frame.element == frame; });
+  return found ? windows_.window(found->window.id) : std::nullopt;
 }
 
 ElementRef FrameWindows::frameOf(WindowId window, const ElementRef& application) const {

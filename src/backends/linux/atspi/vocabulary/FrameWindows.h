@@ -15,10 +15,16 @@ class FrameWindows {
 
   /// The window of a frame of `application`; none when it is not on screen.
   std::optional<WindowFacts> windowOf(const ElementRef& frame, const ElementRef& application) const;
+  /// As above, asking no application: of a frame that a snapshot has placed.
+  std::optional<WindowFacts> windowIn(const Snapshot& snapshot, const ElementRef& frame) const {
+    return windowIn(snapshot.frames, frame);
+  }
   /// The frame of `application` that a window belongs to; empty for a menu and any other window that is no frame.
   ElementRef frameOf(WindowId window, const ElementRef& application) const;
 
  private:
+  std::optional<WindowFacts> windowIn(const std::vector<MatchedFrame>& frames, const ElementRef& frame) const;
+
   const View& view_;
   WindowSystem& windows_;
 };
