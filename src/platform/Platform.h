@@ -16,6 +16,7 @@ class Http;
 class InputPlatform;
 class InputSources;
 class LoginItem;
+class Menus;
 class Queues;
 class RandomSource;
 class Screens;
@@ -44,6 +45,7 @@ struct Platform {
   LoginItem* loginItem = nullptr;
   CrashReports* crashReports = nullptr;
   AccessibilityNotifications* notifications = nullptr;
+  Menus* menus = nullptr;  ///< null where nothing can be told of menus
 
   /// The installed set. Throws std::logic_error when none is.
   static const Platform& current();
