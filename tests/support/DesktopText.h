@@ -15,7 +15,8 @@ namespace jumplark::testing {
 /// After id and role come place and size (top-left origin), attributes as JSON without blanks, in which @id stands for
 /// a reference, and actions. What is indented lies in what it is indented below: these know each other as parent, child
 /// and window, unless the line says otherwise. Each outermost application runs, numbered from 1, the first in front;
-/// one called "dock" is the dock. `head` holds further members of the recording, each followed by a comma.
+/// bundle=ID names it, and one called "dock" is the dock. `head` holds further members of the recording, each followed
+/// by a comma.
 class DesktopText {
  public:
   static std::string of(const std::string& lines, const std::string& head = R"("screens":[[0,0,1000,1000]],)") {
@@ -30,7 +31,7 @@ class DesktopText {
     for (const Element& e : desktop.elements_) {
       if (e.parent.empty() && e.role == "AXApplication") {
         append(applications, R"({"pid":)" + std::to_string(++pid) + R"(,"bundle_id":")" +
-                                 (e.id == "dock" ? "com.apple.dock" : "b") + R"(","element":")" + e.id + "\"}");
+                                 (e.id == "dock" ? "com.apple.dock" : e.bundle) + R"(","element":")" + e.id + "\"}");
       }
       append(elements, "\"" + e.id + R"(":{"attributes":{"AXRole":")" + e.role + "\"" +
                            (e.children.empty() ? "" : ",\"AXChildren\":[" + e.children + "]") + e.attributes +
@@ -42,7 +43,7 @@ class DesktopText {
  private:
   struct Element {
     size_t indent = 0;
-    std::string id, role, parent, window, children, attributes, actions;
+    std::string id, role, parent, window, children, attributes, actions, bundle = "b";
   };
 
   static void append(std::string& list, const std::string& entry) { list += (list.empty() ? "" : ",") + entry; }
@@ -77,6 +78,8 @@ class DesktopText {
       const size_t middle = word.find_first_of("=/");
       if (word[0] == '!') {
         append(e.actions, "\"" + word.substr(1) + "\"");
+      } else if (word.starts_with("bundle=")) {
+        e.bundle = word.substr(middle + 1);
       } else if (word[middle] == '=') {
         e.attributes += ",\"" + word.substr(0, middle) + "\":" + withReferences(word.substr(middle + 1));
       } else {

@@ -1,5 +1,6 @@
 #include "query/engine/JLQueryEngine.h"
 
+#include <atomic>
 #include <stdexcept>
 
 #include "input/ZMOForceKeyboardLayoutController.h"
@@ -7,10 +8,15 @@
 #include "overlay/JLDiscoveryController.h"
 #include "overlay/JLElementHighlighter.h"
 #include "platform/Platform.h"
+#include "query/engine/ActivationController.h"
 #include "query/engine/JLQueryWindowController.h"
-#include "query/engine/MatchingWait.h"
+#include "query/engine/KeyBindings.h"
+#include "query/engine/MatchActions.h"
+#include "query/engine/SelectionDescription.h"
 #include "query/matching/JLElementMatcher.h"
 #include "selection/JLElementSelectionController.h"
+#include "streams/CombineLatest.h"
+#include "streams/NotificationCenter.h"
 
 namespace jumplark {
 namespace {
@@ -28,16 +34,31 @@ JLQueryEngine& JLQueryEngine::sharedInstance() {
 }
 
 JLQueryEngine::JLQueryEngine(std::string bundleIdentifier)
-    : bundleIdentifier_(std::move(bundleIdentifier)),
-      self_(std::make_shared<std::atomic<JLQueryEngine*>>(this)),
-      discovery_(std::make_unique<JLDiscoveryController>()),
+    : discovery_(std::make_unique<JLDiscoveryController>()),
       selection_(std::make_unique<JLElementSelectionController>()),
-      window_(std::make_unique<JLQueryWindowController>(*this)),
+      window_(std::make_unique<JLQueryWindowController>(QueryWindowEvents{
+          [this](const KeyEvent& event) { keyDown(event); }, [this] { activation_->queryWindowDidResignKey(); }})),
       taps_(std::make_unique<ZMOModifierTapDetector>()),
-      layouts_(std::make_unique<ZMOForceKeyboardLayoutController>()) {
-  selection_->highlighter().setShowingCondition([this] { return isActive_.value(); });
-  setupSignals();
-  observeSelection();
+      layouts_(std::make_unique<ZMOForceKeyboardLayoutController>()),
+      pipeline_(std::make_unique<QueryPipeline>(state_, window_->text(), *selection_, mainThread_)),
+      activation_(std::make_unique<ActivationController>(
+          state_, ActivationController::Parts{*pipeline_, *window_, *selection_, *discovery_, *taps_, *layouts_},
+          mainThread_, std::move(bundleIdentifier))),
+      actions_(std::make_unique<MatchActions>(state_, *activation_, *pipeline_, *selection_, mainThread_)),
+      keys_(std::make_unique<KeyBindings>(
+          KeyCommands{.actionElement = [this] { actions_->actionElement(); },
+                      .mouseToElement = [this] { actions_->mouseToElement(); },
+                      .focusElement = [this] { actions_->focusElement(); },
+                      .deactivate = [this] { activation_->deactivate(); },
+                      .selectNextMatch = [this] { selection_->selectNextMatch(); },
+                      .selectPreviousMatch = [this] { selection_->selectPreviousMatch(); },
+                      .selectionKeyReceived = [this](const auto& event) { selection_->selectionKeyReceived(event); },
+                      .refresh = [this] { pipeline_->refresh(); },
+                      .showPreferencesWindow = [this] { activation_->showPreferencesWindow(); }},
+          *taps_, mainThread_)) {
+  selection_->highlighter().setShowingCondition([this] { return state_.isActive.value(); });
+  connectWindow();
+  announceSelections();
   warmMatcher();
   JLQueryEngine* none = nullptr;
   theSharedInstance.compare_exchange_strong(none, this);
@@ -46,29 +67,98 @@ JLQueryEngine::JLQueryEngine(std::string bundleIdentifier)
 JLQueryEngine::~JLQueryEngine() {
   JLQueryEngine* self = this;
   theSharedInstance.compare_exchange_strong(self, nullptr);
-  if (isActive_.value()) {
-    end();
+  if (state_.isActive.value()) {
+    activation_->deactivateWithoutSwitchingApplication();
   }
-  self_->store(nullptr);
   mainThread_.close();
-  waits_.clear();
-  tokens_.clear();
 }
 
-void JLQueryEngine::postToMain(std::function<void(JLQueryEngine&)> task, Duration delay) const {
-  Platform::current().queues->mainQueue().postAfter(delay, [self = self_, task = std::move(task)] {
-    if (JLQueryEngine* const engine = self->load()) {
-      task(*engine);
+void JLQueryEngine::connectWindow() {
+  TaskQueue& mainQueue = Platform::current().queues->mainQueue();
+  const auto isCurrent = [this](const auto& value) { return state_.isCurrent(value.activation); };
+  tokens_.push_back(combineLatest(pipeline_->isWorking().observe(), pipeline_->isCollecting().observe())
+                        .map([](const auto& either) { return either.first || either.second; })
+                        .bindTo(window_->isWorking()));
+  tokens_.push_back(pipeline_->currentAppElementSignal()
+                        .deliverOn(mainQueue)
+                        .filter(isCurrent)
+                        .map([](const TargetElement& target) { return target.element; })
+                        .bindTo(window_->targetApp()));
+  tokens_.push_back(pipeline_->notices().deliverOn(mainQueue).filter(isCurrent).subscribe(
+      [this](const QueryPipeline::Notice& notice) { window_->setNotice(notice.text); }));
+}
+
+void JLQueryEngine::announceSelections() {
+  const auto announce = [this] {
+    const auto match = selection_->currentMatch();
+    if (state_.isActive.value()) {
+      window_->announceSelection(match ? selectionDescription(*match->node(), selection_->currentLabel()) : "");
     }
-  });
+  };
+  tokens_.push_back(NotificationCenter::defaultCenter().observe(
+      "ElementSelectionChanged", [this, announce](const auto&) { mainThread_.post(announce); }));
 }
 
 void JLQueryEngine::warmMatcher() {
   warmQueue_ = Platform::current().queues->makeSerialQueue("com.brindlefox.jumplark.warm");
   warmQueue_->post([this] {
     JLElementMatcher::warm();
-    postToMain([](JLQueryEngine& engine) { engine.warmQueue_.reset(); });
+    mainThread_.post([this] { warmQueue_.reset(); });
   });
+}
+
+void JLQueryEngine::setPreferencesWindow(PreferencesWindow* window) {
+  activation_->setPreferencesWindow(window);
+}
+
+bool JLQueryEngine::hotkeyPressed() {
+  return activation_->hotkeyPressed();
+}
+
+void JLQueryEngine::activate() {
+  activation_->activate();
+}
+
+void JLQueryEngine::deactivate() {
+  activation_->deactivate();
+}
+
+void JLQueryEngine::deactivateWithoutSwitchingApplication() {
+  activation_->deactivateWithoutSwitchingApplication();
+}
+
+void JLQueryEngine::keyDown(const KeyEvent& event) {
+  if (!window_->hasMarkedText()) {
+    keys_->keyDown(event);
+  }
+}
+
+void JLQueryEngine::selectNextMatch() {
+  selection_->selectNextMatch();
+}
+
+void JLQueryEngine::selectPreviousMatch() {
+  selection_->selectPreviousMatch();
+}
+
+void JLQueryEngine::whenMatchingFinishes(std::function<void()> callback) {
+  actions_->whenMatchingFinishes(std::move(callback));
+}
+
+void JLQueryEngine::actionElement() {
+  actions_->actionElement();
+}
+
+void JLQueryEngine::maybeReactivateAfterActioningElement(const Element& element) {
+  actions_->maybeReactivateAfterActioningElement(element);
+}
+
+void JLQueryEngine::mouseToElement() {
+  actions_->mouseToElement();
+}
+
+void JLQueryEngine::focusElement() {
+  actions_->focusElement();
 }
 
 }  // namespace jumplark

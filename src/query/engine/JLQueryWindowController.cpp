@@ -7,7 +7,6 @@
 #include "platform/Queues.h"
 #include "platform/Screens.h"
 #include "platform/Workspace.h"
-#include "query/engine/JLQueryEngine.h"
 #include "query/engine/QueryWindowPlacement.h"
 #include "streams/CombineLatest.h"
 
@@ -19,7 +18,7 @@ constexpr auto kSpinnerFade = std::chrono::milliseconds(100);
 
 }  // namespace
 
-JLQueryWindowController::JLQueryWindowController(JLQueryEngine& engine) : engine_(engine) {
+JLQueryWindowController::JLQueryWindowController(QueryWindowEvents events) : events_(std::move(events)) {
   window_.setWindowController(this);
   window_.queryField().setDelegate(this);
   windowDidLoad();
@@ -96,13 +95,13 @@ void JLQueryWindowController::announceSelection(const std::string& description) 
 }
 
 void JLQueryWindowController::keyDown(const KeyEvent& event) {
-  engine_.keyDown(event);
+  events_.keyDown(event);
 }
 
 void JLQueryWindowController::keyUp(const KeyEvent& /*event*/) {}
 
 void JLQueryWindowController::windowDidResignKey() {
-  engine_.queryWindowDidResignKey();
+  events_.didResignKey();
 }
 
 std::vector<std::string> JLQueryWindowController::completionsForPartialWord(const std::string& /*word*/) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,15 +12,21 @@
 namespace jumplark {
 
 class JLElement;
-class JLQueryEngine;
+
+/// What the query window's controller tells, on the main thread.
+struct QueryWindowEvents {
+  /// A key went down; before the field gets it, where the field has the keyboard.
+  std::function<void(const KeyEvent& event)> keyDown;
+  /// Another window has the keyboard.
+  std::function<void()> didResignKey;
+};
 
 /// Shows, places and hides the query window, shows that matches are being looked for once that has taken 0.1 s since
-/// the window was shown, and passes every key press on to the engine. The window is shown while `targetApp` is an
-/// element, and follows it at once. Main thread only, but for `isWorking`, which may be set on any.
+/// the window was shown, and passes every key press on. The window is shown while `targetApp` is an element, and
+/// follows it at once. Main thread only, but for `isWorking`, which may be set on any.
 class JLQueryWindowController : public JLQueryFieldDelegate {
  public:
-  /// The engine outlives the controller.
-  explicit JLQueryWindowController(JLQueryEngine& engine);
+  explicit JLQueryWindowController(QueryWindowEvents events);
   JLQueryWindowController(const JLQueryWindowController&) = delete;
   JLQueryWindowController& operator=(const JLQueryWindowController&) = delete;
   ~JLQueryWindowController() override;
@@ -46,7 +53,6 @@ class JLQueryWindowController : public JLQueryFieldDelegate {
 
   void keyDown(const KeyEvent& event) override;
   void keyUp(const KeyEvent& event);
-  /// Another window has the keyboard: the activation ends, soon, without giving it back.
   void windowDidResignKey();
   /// None, ever.
   std::vector<std::string> completionsForPartialWord(const std::string& word) override;
@@ -55,7 +61,7 @@ class JLQueryWindowController : public JLQueryFieldDelegate {
   void windowDidLoad();
   void targetAppChanged(const std::shared_ptr<JLElement>& target);
 
-  JLQueryEngine& engine_;
+  const QueryWindowEvents events_;
   JLQueryWindow window_;
   Property<std::shared_ptr<JLElement>> targetApp_;
   Property<bool> isWorking_{false};

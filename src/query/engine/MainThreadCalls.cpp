@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "platform/Platform.h"
-#include "platform/Queues.h"
 
 namespace jumplark {
 
@@ -26,13 +25,7 @@ bool MainThreadCalls::call(std::function<void()> task) {
     }
     state_->waiting.push_back(done);
   }
-  queues.mainQueue().post([state = state_, call, done] {
-    {
-      const std::scoped_lock lock(state->mutex);
-      if (state->closed) {
-        return;
-      }
-    }
+  post([call, done] {
     call->task();
     call->ran = true;
     done->signal();
@@ -41,6 +34,14 @@ bool MainThreadCalls::call(std::function<void()> task) {
   const std::scoped_lock lock(state_->mutex);
   std::erase(state_->waiting, done);
   return call->ran;
+}
+
+void MainThreadCalls::post(std::function<void()> task, Duration delay) {
+  Platform::current().queues->mainQueue().postAfter(delay, [state = state_, task = std::move(task)] {
+    if (!state->isClosed()) {
+      task();
+    }
+  });
 }
 
 void MainThreadCalls::close() {

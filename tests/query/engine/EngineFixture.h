@@ -4,16 +4,17 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "backends/recorded/RecordedQueryWindow.h"
-#include "overlay/JLElementHighlighter.h"
 #include "query/engine/JLQueryEngine.h"
-#include "query/engine/JLQueryWindowController.h"
 #include "query/engine/PreferencesWindow.h"
 #include "selection/JLElementSelectionController.h"
+#include "support/DesktopText.h"
 #include "support/OnMainThread.h"
 #include "support/RecordedFixture.h"
 #include "support/RecordedMetrics.h"
@@ -22,41 +23,25 @@
 namespace jumplark::testing {
 
 using std::chrono::milliseconds;
+using Strings = std::vector<std::string>;
 
-/// An editor (501) in front of a mail program (502) and of this program (900, with an untitled and hidden window). The
-/// editor shows Save, Save as, Search (buttons), Name (a text field) and Bold (a check box).
-inline std::string editorDesktop(int frontmost = 501) {
-  const auto element = [](const std::string& id, const std::string& role, const std::string& title, int y) {
-    return "\"" + id + R"(":{"attributes":{"AXRole":")" + role + R"(","AXTitle":")" + title + R"(","AXDescription":")" +
-           title + R"(","AXParent":{"ref":"w"},"AXWindow":{"ref":"w"},"AXPosition":{"point":[120,)" +
-           std::to_string(y) + R"(]},"AXSize":{"size":[100,24]}},"actions":["AXPress"]},)";
-  };
-  const auto application = [](int pid, const std::string& name, const std::string& window) {
-    return R"({"pid":)" + std::to_string(pid) + R"(,"bundle_id":"org.example.)" + name + R"(","name":")" + name +
-           R"(","element":")" + window + R"("})";
-  };
-  return R"({"screens":[[0,0,1440,900]],"pointer":[700,50],"frontmost":)" + std::to_string(frontmost) +
-         R"(,"applications":[)" + application(501, "editor", "e") + "," + application(502, "mail", "m") +
-         R"(,{"pid":900,"bundle_id":"jumplark","name":"Jumplark","element":"own"}],"elements":{)" +
-         element("save", "AXButton", "Save", 250) + element("saveas", "AXButton", "Save as", 200) +
-         element("search", "AXButton", "Search", 150) + element("name", "AXTextField", "Name", 300) +
-         element("bold", "AXCheckBox", "Bold", 350) +
-         R"("e":{"attributes":{"AXRole":"AXApplication","AXTitle":"editor","AXFocusedWindow":{"ref":"w"},"AXChildren":[{"ref":"w"}]}},
-    "w":{"attributes":{"AXRole":"AXWindow","AXTitle":"Text","AXParent":{"ref":"e"},"AXPosition":{"point":[100,100]},
-         "AXSize":{"size":[600,400]},"AXChildren":[{"ref":"save"},{"ref":"saveas"},{"ref":"search"},{"ref":"name"},{"ref":"bold"}]},
-         "actions":["AXRaise"]},
-    "m":{"attributes":{"AXRole":"AXApplication","AXTitle":"mail","AXFocusedWindow":{"ref":"mw"},"AXChildren":[{"ref":"mw"}]}},
-    "mw":{"attributes":{"AXRole":"AXWindow","AXTitle":"Mail","AXParent":{"ref":"m"},"AXPosition":{"point":[800,100]},
-          "AXSize":{"size":[500,700]},"AXChildren":[{"ref":"send"}]},"actions":["AXRaise"]},
-    "send":{"attributes":{"AXRole":"AXButton","AXTitle":"Send","AXParent":{"ref":"mw"},"AXWindow":{"ref":"mw"},
-            "AXPosition":{"point":[850,150]},"AXSize":{"size":[80,24]}}},
-    "own":{"attributes":{"AXRole":"AXApplication","AXTitle":"Jumplark","AXFocusedWindow":{"ref":"ow"},"AXChildren":[{"ref":"ow"}]}},
-    "ow":{"attributes":{"AXRole":"AXWindow","AXParent":{"ref":"own"},"AXPosition":{"point":[0,0]},"AXSize":{"size":[10,10]}}}
-  }})";
-}
+/// An editor (1) in front of a mail program (2) and of this program (3, with an untitled window).
+inline const std::string kEditorDesktop = DesktopText::of(R"(
+  editor AXApplication bundle=org.example.editor AXFocusedWindow=@w
+    w AXWindow 100,100/600,400 AXTitle="Text" !AXRaise
+      save AXButton 120,250/100,24 AXTitle="Save"
+      saveas AXButton 120,200/100,24 AXTitle="Save\u0020as"
+      search AXButton 120,150/100,24 AXTitle="Search"
+      name AXTextField 120,300/100,24 AXTitle="Name" AXDescription="Name"
+  mail AXApplication bundle=org.example.mail AXFocusedWindow=@mw
+    mw AXWindow 800,100/500,700 !AXRaise
+      send AXButton 850,150/80,24 AXTitle="Send"
+  own AXApplication bundle=jumplark AXFocusedWindow=@ow
+    ow AXWindow 0,0/10,10
+)",
+                                                          R"("screens":[[0,0,1440,900]],"pointer":[700,50],)");
 
-class FakePreferences : public PreferencesWindow {
- public:
+struct FakePreferences : PreferencesWindow {
   void showPreferencesWindow() override { ++shown; }
   void hidePreferencesWindow() override { ++hidden; }
   int shown = 0;
@@ -66,12 +51,12 @@ class FakePreferences : public PreferencesWindow {
 /// The engine over a recorded desktop in virtual time, with the user in front of it.
 class EngineFixture {
  public:
-  explicit EngineFixture(const std::string& json = editorDesktop()) : desktop(json) {
+  explicit EngineFixture(const std::string& json = kEditorDesktop) : desktop(json) {
     onMain([this] {
       engine = std::make_unique<JLQueryEngine>();
       engine->setPreferencesWindow(&preferences);
     });
-    advance(milliseconds(200));
+    advance(200);
   }
   ~EngineFixture() {
     EXPECT_EQ(window().callsOffMainThread(), 0);
@@ -81,57 +66,50 @@ class EngineFixture {
   EngineFixture& operator=(const EngineFixture&) = delete;
 
   void onMain(const std::function<void()>& action) { onMainThread(desktop, action); }
-  void advance(Duration duration) { desktop->queues().advance(duration); }
+  void advance(int time) { desktop->queues().advance(milliseconds(time)); }
   RecordedQueryWindow& window() { return *desktop->views().queryWindow(); }
 
-  bool hotkey() { return engine->hotkeyPressed(); }
-  /// Shortcut, and the snapshot taken.
-  void open() {
-    hotkey();
-    advance(milliseconds(1));
-  }
-  void type(const std::string& text) {
-    onMain([&] { window().typeText(text); });
-  }
-  /// Typed, and the quiet interval over.
-  void typeAndSettle(const std::string& text) {
-    type(text);
-    advance(milliseconds(101));
-  }
-  void press(int64_t keyCode, uint64_t flags = 0) {
-    onMain([&] { window().press(keyCode, flags); });
-  }
-  void pressCharacter(const std::string& character, uint64_t flags) {
-    onMain([&] { window().pressCharacter(character, flags); });
-  }
-  void tapControl() {
-    desktop->input().injectFlags(modifier_flag::control);
-    advance(milliseconds(50));
-    desktop->input().injectFlags(0);
-    advance(milliseconds(50));
+  /// What the user does, word by word: +50 (lets milliseconds pass), 'text (types it), shortcut, tap (of Control),
+  /// elsewhere (clicks there), and keys by name or character, with Control- or Super- or Shift- before them.
+  void user(const std::string& words) {
+    std::istringstream stream(words);
+    for (std::string word; stream >> word;) {
+      if (word[0] == '+') {
+        advance(std::stoi(word));
+      } else if (word == "shortcut") {
+        engine->hotkeyPressed();
+      } else if (word == "tap") {
+        for (const uint64_t flags : {modifier_flag::control, uint64_t{0}}) {
+          desktop->input().injectFlags(flags);
+          advance(50);
+        }
+      } else {
+        onMain([&] { useWindow(word); });
+      }
+    }
   }
 
-  std::string completedQuery() const { return engine->completedQuery().value().text.value_or("(none)"); }
   bool isActive() const { return engine->isActive().value(); }
-  bool overlayShows() { return !desktop->views().overlay().shownLayers().empty(); }
-  std::string titleOf(const JLElementMatch& match) const { return match.node()->element()->title().value_or(""); }
-  std::vector<std::string> matches() const {
-    std::vector<std::string> titles;
+  std::string completedQuery() const { return engine->completedQuery().value().text.value_or("(none)"); }
+  size_t shownBoxes() { return desktop->views().overlay().shownLayers().size(); }
+  size_t reports(const std::string& event) const { return metrics.eventsNamed(event).size(); }
+  Strings matches() const {
+    Strings titles;
     for (const auto& match : engine->selectionController().elementMatchesByScore()) {
-      titles.push_back(titleOf(match));
+      titles.push_back(match.node()->element()->title().value_or(""));
     }
     return titles;
   }
   std::string selected() const {
-    const auto match = engine->selectionController().currentMatch();
-    return match ? titleOf(*match) : "";
+    const int64_t index = engine->selectionController().currentIndex();
+    return index < 0 ? "" : matches()[static_cast<size_t>(index)];
   }
-  /// Where the button went down, top-left origin, with the click state.
-  std::vector<MouseEvent> clicks() {
-    std::vector<MouseEvent> found;
+  /// Where the button went down; top-left origin.
+  std::vector<Point> clicks() {
+    std::vector<Point> found;
     for (const auto& posted : desktop->input().postedMouseEvents()) {
       if (posted.event.type == event_type::leftMouseDown) {
-        found.push_back(posted.event);
+        found.push_back(posted.event.position);
       }
     }
     return found;
@@ -141,6 +119,31 @@ class EngineFixture {
   RecordedMetrics metrics;
   FakePreferences preferences;
   std::unique_ptr<JLQueryEngine> engine;
+
+ private:
+  void useWindow(std::string word) {
+    static const std::map<std::string, uint64_t> kModifiers = {
+        {"Control", modifier_flag::control}, {"Super", modifier_flag::command}, {"Shift", modifier_flag::shift}};
+    static const std::map<std::string, int64_t> kKeys = {{"Return", key_code::returnKey},
+                                                         {"Tab", key_code::tab},
+                                                         {"BackSpace", key_code::backspace},
+                                                         {"Escape", key_code::escape},
+                                                         {"F5", key_code::f5}};
+    uint64_t flags = 0;
+    for (size_t end = word.find('-'); end != std::string::npos; end = word.find('-')) {
+      flags |= kModifiers.at(word.substr(0, end));
+      word.erase(0, end + 1);
+    }
+    if (word[0] == '\'') {
+      window().typeText(word.substr(1));
+    } else if (word == "elsewhere") {
+      window().resignKey();
+    } else if (const auto key = kKeys.find(word); key != kKeys.end()) {
+      window().press(key->second, flags);
+    } else {
+      window().pressCharacter(word, flags);
+    }
+  }
 };
 
 }  // namespace jumplark::testing

@@ -9,10 +9,10 @@ namespace jumplark::testing {
 namespace {
 
 /// The engine on real threads; this one is the main thread.
-class EngineOnThreads : public ::testing::Test {
+class JLQueryEngineOnThreads : public ::testing::Test {
  protected:
-  EngineOnThreads() { engine_ = std::make_unique<JLQueryEngine>(); }
-  ~EngineOnThreads() override {
+  JLQueryEngineOnThreads() { engine_ = std::make_unique<JLQueryEngine>(); }
+  ~JLQueryEngineOnThreads() override {
     engine_.reset();
     JLElement::flushCache();
   }
@@ -33,12 +33,12 @@ class EngineOnThreads : public ::testing::Test {
   size_t posted() { return recorded_.input().postedMouseEvents().size(); }
 
   SystemQueues queues_;
-  RecordedPlatform recorded_{RecordedDesktop::fromText(editorDesktop(), "test"), queues_};
+  RecordedPlatform recorded_{RecordedDesktop::fromText(kEditorDesktop, "test"), queues_};
   const Token installed_ = Platform::install(recorded_.platform());
   std::unique_ptr<JLQueryEngine> engine_;
 };
 
-TEST_F(EngineOnThreads, ReturnBeforeTheMatchesClicksWithoutHoldingTheMainThread) {
+TEST_F(JLQueryEngineOnThreads, returnBeforeTheMatchesClicksWithoutHoldingTheMainThread) {
   EXPECT_TRUE(engine_->hotkeyPressed());
   window().typeText("save");
   window().press(key_code::returnKey);
@@ -50,7 +50,7 @@ TEST_F(EngineOnThreads, ReturnBeforeTheMatchesClicksWithoutHoldingTheMainThread)
   EXPECT_EQ(window().callsOffMainThread(), 0);
 }
 
-TEST_F(EngineOnThreads, ManyActivationsThatEndAtAnyMomentLeaveNothing) {
+TEST_F(JLQueryEngineOnThreads, manyActivationsThatEndAtAnyMomentLeaveNothing) {
   recorded_.accessibility().setDelay("search", 1);
   for (int i = 0; i < 40; ++i) {
     ASSERT_TRUE(engine_->hotkeyPressed());
@@ -58,12 +58,7 @@ TEST_F(EngineOnThreads, ManyActivationsThatEndAtAnyMomentLeaveNothing) {
     if (i % 4 == 1) {
       settle();
     } else if (i % 4 == 2) {
-      bool matched = false;
-      const Token token =
-          engine_->completedQuery().observe().deliverOn(queues_.mainQueue()).subscribe([&](const auto& query) {
-            matched = query.text == "s";
-          });
-      runUntil([&] { return matched; });
+      runUntil([&] { return engine_->completedQuery().value().text == "s"; });
     } else if (i % 4 == 3) {
       window().press(key_code::returnKey);
       window().typeText("a");
@@ -80,7 +75,7 @@ TEST_F(EngineOnThreads, ManyActivationsThatEndAtAnyMomentLeaveNothing) {
   EXPECT_EQ(posted(), 0U);
 }
 
-TEST_F(EngineOnThreads, GoesWhileItsPartsAreAtWork) {
+TEST_F(JLQueryEngineOnThreads, goesWhileItsPartsAreAtWork) {
   recorded_.accessibility().setDelay("search", 20);
   engine_->hotkeyPressed();
   window().typeText("save");

@@ -1,0 +1,182 @@
+#include "query/engine/QueryPipeline.h"
+
+#include <chrono>
+
+#include "accessibility/JLElement.h"
+#include "platform/Platform.h"
+#include "platform/Queues.h"
+#include "platform/Texts.h"
+#include "query/engine/ActivationState.h"
+#include "query/engine/MainThreadCalls.h"
+#include "query/engine/TargetNotice.h"
+#include "query/engine/TargetSnapshot.h"
+#include "query/matching/JLElementFilter.h"
+#include "query/matching/JLElementMatcher.h"
+#include "selection/JLElementSelectionController.h"
+#include "streams/CombineLatest.h"
+#include "tree/JLElementTree.h"
+
+namespace jumplark {
+namespace {
+
+constexpr auto kQueryQuietInterval = std::chrono::milliseconds(100);
+
+using Application = std::optional<RunningApplication>;
+
+TaskQueue& highPriorityQueue() {
+  return Platform::current().queues->highPriorityQueue();
+}
+
+bool sameTarget(const TargetElement& a, const TargetElement& b) {
+  const bool sameElement = a.element == b.element || (a.element && b.element && *a.element == *b.element);
+  return sameElement && a.activation == b.activation;
+}
+
+std::string nameOf(const Application& application) {
+  if (application && !(application->name.empty() && application->bundleIdentifier.empty())) {
+    return application->name.empty() ? application->bundleIdentifier : application->name;
+  }
+  return localized("This application");
+}
+
+}  // namespace
+
+QueryPipeline::QueryPipeline(const ActivationState& state, const Observable<std::string>& typed,
+                             JLElementSelectionController& selection, MainThreadCalls& mainThread)
+    : state_(state), selection_(selection), mainThread_(mainThread) {
+  connectQuery(typed);
+  connectTarget();
+  connectTree();
+  connectMatching();
+  connectWorking();
+}
+
+void QueryPipeline::connectQuery(const Observable<std::string>& typed) {
+  querySignal_ = typed.distinctUntilChanged();
+  tokens_.push_back(querySignal_.bindTo(query_));
+  throttledQuerySignal_ = querySignal_.map([this](const std::string& text) {
+                                        return TypedQuery{text, state_.number};
+                                      })
+                              .debounce(kQueryQuietInterval, Platform::current().queues->mainQueue());
+}
+
+void QueryPipeline::connectTarget() {
+  // The number is read where currentApp is set; the element is made on the background queue, since making it can wait
+  // for applications.
+  tokens_.push_back(
+      state_.currentApp.observe()
+          .map([this](const Application& application) { return std::pair(state_.number.load(), application); })
+          .deliverOn(highPriorityQueue())
+          .map([this](const auto& numbered) { return elementOf(numbered.first, numbered.second); })
+          .distinctUntilChanged(sameTarget)
+          .bindTo(currentAppElement_));
+  currentAppElementSignal_ = currentAppElement_.observe();
+}
+
+TargetElement QueryPipeline::elementOf(uint64_t activation, const Application& application) const {
+  const bool isWanted = application && state_.isCurrent(activation);
+  return {isWanted ? JLElement::elementWithPID(application->pid) : nullptr, activation};
+}
+
+void QueryPipeline::connectTree() {
+  refreshSignal_.send(true);
+  ReplaySubject<TargetTree> trees;
+  elementTreeSignal_ = trees.observe();
+  tokens_.push_back(elementTreeSignal_.map([](const TargetTree& tree) { return tree.tree; }).bindTo(currentTree_));
+  // One that is asked for before the one before it has begun takes its place.
+  tokens_.push_back(combineLatest(currentAppElementSignal_, refreshSignal_.observe())
+                        .map([this](const auto& latest) {
+                          const TreeRequest request{latest.first, ++lastTreeRequest_};
+                          mainThread_.post([this] { updateCollecting(); });
+                          return request;
+                        })
+                        .deliverOn(highPriorityQueue())
+                        .filter([this](const TreeRequest& request) { return request.number == lastTreeRequest_; })
+                        .map([this](const TreeRequest& request) { return takeSnapshot(request); })
+                        .multicast(trees));
+  // After the snapshot, which has fetched what this reads.
+  tokens_.push_back(
+      currentAppElementSignal_.deliverOn(highPriorityQueue())
+          .map([this](const TargetElement& target) {
+            const bool isWanted = target.element && state_.isCurrent(target.activation);
+            return TargetElement{isWanted ? focusedWindowOfTarget(*target.element) : nullptr, target.activation};
+          })
+          .bindTo(activeWindowElement_));
+}
+
+TargetTree QueryPipeline::takeSnapshot(const TreeRequest& request) {
+  const auto& [element, activation] = request.target;
+  TargetTree taken{nullptr, activation, request.number};
+  if (!element || !state_.isCurrent(activation)) {
+    return taken;
+  }
+  taken.tree = takeSnapshotOfTarget(element, [this, number = activation] { return !state_.isCurrent(number); });
+  if (taken.tree) {
+    notices_.send({noticeForTarget(*element, *taken.tree, nameOf(state_.currentApp.value())), activation});
+  }
+  return taken;
+}
+
+void QueryPipeline::connectMatching() {
+  matchingElementsSignal_ = combineLatest(elementTreeSignal_, throttledQuerySignal_)
+                                .map([this](const auto& latest) { return std::pair(latest, ++lastMatching_); })
+                                .deliverOn(highPriorityQueue())
+                                .map([](const auto& numbered) {
+                                  const auto& [latest, number] = numbered;
+                                  return matchesOf(latest.first, latest.second, number);
+                                });
+  tokens_.push_back(
+      matchingElementsSignal_.subscribe([this](const MatchingElements& found) { deliverMatches(found); }));
+}
+
+QueryPipeline::MatchingElements QueryPipeline::matchesOf(const TargetTree& tree, const TypedQuery& typed,
+                                                         uint64_t number) {
+  // What was typed in another activation is not the query of this one, whose field is empty.
+  const std::string query = typed.activation == tree.activation ? typed.text : std::string();
+  return {tree, JLElementFilter::pruneElements(JLElementMatcher::searchElementTreeWithQuery(tree.tree, query)), query,
+          number};
+}
+
+void QueryPipeline::deliverMatches(const MatchingElements& found) {
+  const auto isUnwanted = [this, activation = found.tree.activation] { return !state_.isCurrent(activation); };
+  if (isUnwanted() || found.number != lastMatching_) {
+    return;
+  }
+  const auto matches = found.matches.collect();
+  if (isUnwanted()) {
+    return;
+  }
+  selection_.setElementMatches(matches, isUnwanted);
+  selection_.updateHighlights(isUnwanted);
+  if (isUnwanted()) {
+    // The activation ended in between and has hidden the overlay; nothing may stay selected.
+    selection_.setElementMatches({});
+    return;
+  }
+  if (found.tree.tree) {
+    completedQuery_.set({found.query, found.tree.activation});
+  }
+  mainThread_.post([this, activation = found.tree.activation, request = found.tree.request] {
+    matched_ = {nullptr, activation, request};
+    updateCollecting();
+  });
+}
+
+bool QueryPipeline::isMatched() const {
+  const CompletedQuery completed = completedQuery_.value();
+  return completed.text == query_.value() && state_.isCurrent(completed.activation);
+}
+
+void QueryPipeline::connectWorking() {
+  tokens_.push_back(completedQuery_.observe()
+                        .map([this](const CompletedQuery& completed) { return completed.text != query_.value(); })
+                        .bindTo(isWorking_));
+  tokens_.push_back(state_.isActive.observe().subscribe([this](bool /*isActive*/) { updateCollecting(); }));
+}
+
+void QueryPipeline::updateCollecting() {
+  const bool isCollected = state_.isCurrent(matched_.activation) && matched_.request == lastTreeRequest_;
+  isCollecting_.set(state_.isActive.value() && !isCollected);
+}
+
+}  // namespace jumplark

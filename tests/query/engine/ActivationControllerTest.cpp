@@ -1,0 +1,101 @@
+#include <gtest/gtest.h>
+
+#include "input/ZMOModifierTapDetector.h"
+#include "overlay/JLDiscoveryController.h"
+#include "query/engine/EngineFixture.h"
+
+namespace jumplark::testing {
+namespace {
+
+/// Of all that is on only while an activation runs, whether it is; std::nullopt when it is not all the same.
+std::optional<bool> everythingIsOn(EngineFixture& fixture) {
+  fixture.user("+60");
+  const std::vector<bool> states = {
+      fixture.isActive(),
+      fixture.window().isVisible(),
+      fixture.window().isKeyMonitorInstalled(),
+      fixture.engine->currentApp().value().has_value(),
+      fixture.engine->discoveryController().isActive(),
+      fixture.engine->modifierTapDetector().isActive(),
+      fixture.desktop->inputSources().currentKeyboardLayout()->identifier == "ru",
+      fixture.shownBoxes() > 0,
+  };
+  const bool first = states.front();
+  return std::find(states.begin(), states.end(), !first) == states.end() ? std::optional(first) : std::nullopt;
+}
+
+TEST(ActivationController, leavesNothingBehindWhicheverWayItEnds) {
+  struct Case {
+    const char* end;
+    bool switchesBack;  ///< the target is activated and its window raised
+  };
+  for (const Case& c : {Case{"Escape", true}, {"shortcut", true}, {"elsewhere", false}, {"Super-,", false}}) {
+    EngineFixture fixture;
+    fixture.desktop->inputSources().setLayouts({{"us", "English (US)"}, {"ru", "Russian"}});
+    fixture.desktop->defaults().setValue("ForceKeyboardLayout", "ru");
+    fixture.user("+1 shortcut 'save +101");
+    EXPECT_EQ(everythingIsOn(fixture), true) << c.end;
+    const int flushes = fixture.desktop->accessibility().endedSnapshots();
+    fixture.user(c.end);
+    EXPECT_EQ(fixture.shownBoxes(), 0U) << c.end << ": at once";
+    EXPECT_EQ(everythingIsOn(fixture), false) << c.end;
+    EXPECT_EQ(fixture.window().text(), "") << c.end;
+    EXPECT_EQ(fixture.matches(), Strings()) << c.end;
+    EXPECT_EQ(fixture.desktop->accessibility().endedSnapshots(), flushes + 1);
+    EXPECT_EQ(fixture.preferences.shown, std::string(c.end) == "Super-," ? 1 : 0);
+    EXPECT_EQ(fixture.completedQuery(), c.switchesBack ? "(none)" : "save") << c.end;
+    using Activations = std::vector<std::pair<int32_t, uint32_t>>;
+    EXPECT_EQ(fixture.desktop->workspace().activations(),
+              c.switchesBack ? (Activations{{1, 0}, {1, kActivateIgnoringOtherApps}}) : Activations())
+        << c.end << ": the application, then with its window";
+    const auto operations = fixture.desktop->accessibility().operations();
+    EXPECT_EQ(operations.empty() ? "" : operations[0].name, c.switchesBack ? "AXRaise" : "") << c.end;
+    fixture.user("+3000");
+    EXPECT_EQ(fixture.window().timesShown(), 1) << c.end;
+    EXPECT_EQ(fixture.desktop->views().activations(), 1) << c.end;
+  }
+}
+
+TEST(ActivationController, hidingTheWindowDoesNotEndTheActivationThatFollowsAtOnce) {
+  EngineFixture fixture;
+  fixture.user("shortcut +1");
+  fixture.onMain([&] {
+    EXPECT_FALSE(fixture.engine->hotkeyPressed());
+    EXPECT_TRUE(fixture.engine->hotkeyPressed());
+  });
+  fixture.user("+500");
+  EXPECT_TRUE(fixture.isActive());
+  EXPECT_TRUE(fixture.window().isKey());
+}
+
+TEST(ActivationController, choosesItsTarget) {
+  struct Case {
+    std::optional<int32_t> frontmost;
+    const char* bundle;    ///< of the frontmost one
+    const char* ownTitle;  ///< of this program's window
+    int32_t target;
+    int preferencesHidden;
+  };
+  // Without one in front that is not this program, the first of the list is taken whatever it is: 1.
+  const std::vector<Case> cases = {{2, "org.example.mail", "", 2, 1},
+                                   {3, "jumplark", "Preferences", 3, 0},
+                                   {3, "jumplark", "", 1, 1},
+                                   {std::nullopt, "", "", 1, 1}};
+  for (const Case& c : cases) {
+    EngineFixture fixture;
+    fixture.desktop->workspace().setFrontmost(c.frontmost);
+    fixture.desktop->accessibility().setAttribute("ow", "AXTitle", c.ownTitle);
+    fixture.user("shortcut +1");
+    ASSERT_TRUE(fixture.engine->currentApp().value()) << c.bundle;
+    EXPECT_EQ(fixture.engine->currentApp().value()->pid, c.target) << c.bundle;
+    EXPECT_EQ(fixture.preferences.hidden, c.preferencesHidden) << c.bundle;
+    EXPECT_EQ(fixture.metrics.eventsNamed("activation"), (std::vector<MetricData>{{{"bundle_id", c.bundle}}}));
+  }
+  EngineFixture fixture(DesktopText::of(""));
+  EXPECT_FALSE(fixture.engine->hotkeyPressed());
+  EXPECT_FALSE(fixture.window().isVisible());
+  EXPECT_EQ(fixture.desktop->input().beepCount(), 1) << "there is no application at all";
+}
+
+}  // namespace
+}  // namespace jumplark::testing

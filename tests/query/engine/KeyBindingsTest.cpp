@@ -1,0 +1,126 @@
+#include "query/engine/KeyBindings.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "input/ZMOModifierTapDetector.h"
+#include "platform/Views.h"
+#include "query/engine/MainThreadCalls.h"
+#include "support/DesktopText.h"
+#include "support/RecordedFixture.h"
+
+namespace jumplark::testing {
+namespace {
+
+using namespace modifier_flag;
+
+KeyEvent key(int64_t code, uint64_t flags = 0, const std::string& character = "") {
+  return {code, flags, character, character, false};
+}
+
+/// The bindings, and what was asked for.
+struct Bound {
+  struct Note {
+    std::string* asked;
+    const char* name;
+    void operator()(const auto&... /*event*/) const { *asked += name; }
+  };
+  RecordedFixture desktop{DesktopText::of("")};
+  MainThreadCalls calls;
+  ZMOModifierTapDetector taps;
+  std::string asked;
+  KeyBindings keys{
+      {Note{&asked, "act"}, Note{&asked, "hover"}, Note{&asked, "focus"}, Note{&asked, "end"}, Note{&asked, "next"},
+       Note{&asked, "previous"}, Note{&asked, "label"}, Note{&asked, "refresh"}, Note{&asked, "preferences"}},
+      taps,
+      calls};
+
+  std::string press(const KeyEvent& event) {
+    asked.clear();
+    keys.keyDown(event);
+    return asked;
+  }
+  std::string tap(uint64_t flag) {
+    asked.clear();
+    for (const uint64_t flags : {flag, uint64_t{0}}) {
+      desktop->input().injectFlags(flags);
+      desktop->queues().advance(std::chrono::milliseconds(50));
+    }
+    return asked;
+  }
+};
+
+/// The keys at the beginning of each row of the guide's table, as they read.
+std::vector<std::string> keysOfGuide() {
+  std::ifstream file(JUMPLARK_GUIDE);
+  std::string page{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  page = page.substr(page.find("id=\"query-window-keys\""));
+  page.resize(page.find("</table>"));
+  const std::regex row("<tr><th scope=\"row\">(.*?)</th>");
+  std::vector<std::string> names;
+  for (std::sregex_iterator found(page.begin(), page.end(), row), end; found != end; ++found) {
+    names.push_back(std::regex_replace((*found)[1].str(), std::regex("<[^>]*>"), ""));
+  }
+  return names;
+}
+
+TEST(KeyBindings, askForWhatTheGuideSaysAndForNothingElse) {
+  struct Case {
+    const char* inGuide;
+    KeyEvent event;
+    const char* asked;
+  };
+  const std::vector<Case> cases = {
+      {"Return", key(key_code::returnKey), "act"},
+      {"Escape", key(key_code::escape), "end"},
+      {"Tab", key(key_code::tab, 0x100), "next"},  // with a bit of the keyboard's own
+      {"Shift+Tab", key(key_code::tab, shift), "previous"},
+      {"F5", key(key_code::f5), "refresh"},
+      {"Super+R", key(0x10072, command, "r"), "refresh"},
+      {"Super+comma", key(0x1002C, command, ","), "preferences"},
+      {"Control+letter", key(0x10078, control, "x"), "label"},
+      {"Control+BackSpace", key(key_code::backspace, control), "label"},
+  };
+  Bound bound;
+  std::vector<std::string> names = {"Control, tapped", "Control, tapped twice"};
+  for (const Case& c : cases) {
+    EXPECT_EQ(bound.press(c.event), c.asked) << c.inGuide;
+    names.emplace_back(c.inGuide);
+  }
+  EXPECT_THAT(keysOfGuide(), ::testing::UnorderedElementsAreArray(names));
+  EXPECT_EQ(bound.press({0x1043A, command, "к", "r", false}), "refresh") << "a layout without Latin letters";
+  EXPECT_EQ(bound.press({0x1043A, command, "r", "к", false}), "refresh");
+
+  std::map<std::string, int> asked;
+  for (int64_t code = 0; code < 0x20000; code = code == 0x100 ? key_code::symbolBase : code + 1) {
+    const std::string character(1, code > 0x10020 && code < 0x1007F ? static_cast<char>(code) : '\x1');
+    for (const uint64_t flags : {uint64_t{0}, shift, command, option, command | shift, control | shift}) {
+      ++asked[bound.press(key(code, flags, character))];
+    }
+  }
+  asked.erase("");
+  EXPECT_EQ(asked, (std::map<std::string, int>{
+                       {"act", 6}, {"end", 6}, {"next", 1}, {"previous", 1}, {"refresh", 2}, {"preferences", 1}}));
+}
+
+TEST(KeyBindings, countTapsOfControlAndAskForNothingAfterTheEnd) {
+  Bound bound;
+  bound.taps.activate();
+  for (const uint64_t idle : {command, option, shift}) {
+    EXPECT_EQ(bound.tap(idle), "");
+    bound.desktop->queues().advance(std::chrono::seconds(1));
+  }
+  EXPECT_EQ(bound.tap(control), "hover");
+  EXPECT_EQ(bound.tap(control), "focus");
+  EXPECT_EQ(bound.tap(control), "");
+  bound.desktop->queues().advance(std::chrono::seconds(1));
+  bound.calls.close();
+  EXPECT_EQ(bound.tap(control), "");
+}
+
+}  // namespace
+}  // namespace jumplark::testing

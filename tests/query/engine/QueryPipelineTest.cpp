@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include "query/engine/EngineFixture.h"
+
+namespace jumplark::testing {
+namespace {
+
+TEST(QueryPipeline, matchesWhatIsTypedOnceTheQuietIntervalIsOver) {
+  EngineFixture fixture;
+  EXPECT_TRUE(fixture.engine->isWorking().value()) << "no completed query is unequal to the empty one";
+  fixture.user("shortcut +1");
+  EXPECT_FALSE(fixture.engine->isWorking().value());
+  EXPECT_EQ(fixture.completedQuery(), "") << "matches of the empty query are in place";
+  Strings completed;
+  const Token token = fixture.engine->completedQuery().observe().skip(1).subscribe(
+      [&](const auto& query) { completed.push_back(query.text.value_or("(none)")); });
+  fixture.user("'s +60 'a +99");
+  EXPECT_FALSE(fixture.engine->isWorking().value()) << "typing alone does not count";
+  EXPECT_EQ(completed, Strings());
+  EXPECT_EQ(fixture.matches(), Strings());
+  fixture.user("+2");
+  EXPECT_EQ(completed, Strings{"sa"}) << "both letters at once";
+  EXPECT_EQ(fixture.matches(), (Strings{"Save", "Save as"}));
+  EXPECT_EQ(fixture.selected(), "Save");
+  EXPECT_EQ(fixture.shownBoxes(), 2U);
+  const auto snapshots = fixture.metrics.eventsNamed("enumeration");
+  ASSERT_EQ(snapshots.size(), 1U) << "one for the tree and the matching together, none for a keystroke";
+  EXPECT_EQ(snapshots[0].at("bundle_id"), AttributeValue("org.example.editor"));
+  EXPECT_EQ(snapshots[0].at("element_count"), AttributeValue(6)) << "the application, its window and what is in it";
+  EXPECT_TRUE(snapshots[0].contains("duration_ms"));
+  fixture.user("Tab F5 +10 'zzz +101");
+  EXPECT_EQ(fixture.matches(), Strings());
+  EXPECT_FALSE(fixture.desktop->views().overlay().visible());
+  EXPECT_EQ(fixture.window().announcements(), (Strings{"Save, A", "Save as, E", "Save, A", ""}));
+  fixture.user("Escape");
+  EXPECT_TRUE(fixture.engine->isWorking().value());
+}
+
+TEST(QueryPipeline, aRefreshTakesANewSnapshotAndMatchesTheQueryAgain) {
+  EngineFixture fixture;
+  fixture.user("shortcut +1 'save +101");
+  fixture.desktop->accessibility().setAttribute("search", "AXTitle", "Saved searches");
+  fixture.desktop->accessibility().setDelay("save", 60);
+  fixture.onMain([&] {
+    for (int i = 0; i < 3; ++i) {
+      fixture.window().press(key_code::f5);
+    }
+  });
+  fixture.user("+150");
+  EXPECT_EQ(fixture.window().spinnerOpacity(), 1) << "it takes long";
+  fixture.user("+5000");
+  EXPECT_EQ(fixture.window().spinnerOpacity(), 0);
+  EXPECT_EQ(fixture.reports("enumeration"), 2U) << "three at once are one";
+  EXPECT_EQ(fixture.matches().size(), 3U);
+  EXPECT_EQ(fixture.window().text(), "save");
+}
+
+TEST(QueryPipeline, isSeenToWorkAtTheBeginningOnlyWhereTheTargetIsSlow) {
+  for (const char* const before : {"+1", "shortcut +1 'save +101 Escape", "shortcut +1 'save +101 elsewhere"}) {
+    for (const double delay : {0, 60}) {
+      EngineFixture fixture;
+      fixture.user(before);
+      fixture.desktop->accessibility().setDelay("save", delay);
+      fixture.user("shortcut +150");
+      EXPECT_EQ(fixture.window().spinnerOpacity(), delay > 0 ? 1 : 0) << before;
+      fixture.user("+5000");
+      EXPECT_EQ(fixture.window().spinnerOpacity(), 0) << before;
+    }
+  }
+}
+
+TEST(QueryPipeline, aResultOfAnEndedActivationReachesNothing) {
+  struct Case {
+    const char* moment;  ///< of Escape
+    double delayAtFirst;
+    const char* first;
+    double delayThen;
+    const char* then;
+  };
+  const std::vector<Case> cases = {
+      {"while the snapshot is taken", 20, "shortcut", 20, "'save +30"},
+      {"before the quiet interval is over", 0, "shortcut +1", 0, "'save +50"},
+      {"before anything has run", 0, "shortcut", 0, "'save"},
+      {"while its matches are handed over", 0, "shortcut +1", 20, "'. +101"},
+      {"while its search waits for a refresh", 0, "shortcut +1", 20, "'save +90 F5 +20"},
+  };
+  for (const Case& c : cases) {
+    EngineFixture fixture;
+    RecordedAccessibility& accessibility = fixture.desktop->accessibility();
+    accessibility.setDelay("save", c.delayAtFirst);
+    fixture.user(c.first);
+    accessibility.setDelay("save", c.delayThen);
+    fixture.user(c.then);
+    const Duration before = fixture.desktop->queues().monotonicNow();
+    fixture.user("Escape");
+    EXPECT_EQ(fixture.desktop->queues().monotonicNow(), before) << c.moment << ": ending waits for nothing";
+    const uint64_t messages = accessibility.messageCount();
+    fixture.user("+2000");
+    EXPECT_LE(accessibility.messageCount(), messages + 10) << c.moment << ": of one element at most";
+    EXPECT_EQ(fixture.matches(), Strings()) << c.moment;
+    EXPECT_EQ(fixture.selected(), "") << c.moment;
+    EXPECT_EQ(fixture.shownBoxes(), 0U) << c.moment;
+    EXPECT_EQ(fixture.completedQuery(), "(none)") << c.moment;
+    EXPECT_EQ(fixture.engine->currentTree().value(), nullptr) << c.moment;
+    EXPECT_FALSE(fixture.window().isVisible()) << c.moment;
+  }
+}
+
+TEST(QueryPipeline, theActivationBeforeDisturbsNothing) {
+  EngineFixture fixture;
+  fixture.desktop->accessibility().setDelay("save", 30);
+  fixture.user("shortcut 'save +40 Escape");
+  fixture.desktop->workspace().activate(2, 0);
+  fixture.user("shortcut");
+  EXPECT_TRUE(fixture.window().isKey()) << "though the queue still reads the first target";
+  fixture.user("'send +2000");
+  EXPECT_EQ(fixture.matches(), Strings{"Send"});
+  EXPECT_EQ(fixture.window().text(), "send");
+  EXPECT_EQ(fixture.window().timesShown(), 2);
+  fixture.user("shortcut shortcut +20");
+  EXPECT_EQ(fixture.matches(), Strings()) << "the field is empty";
+  EXPECT_EQ(fixture.completedQuery(), "");
+}
+
+TEST(QueryPipeline, saysInOneLineWhyThereIsNothingToChoose) {
+  const std::string windowAlone = DesktopText::of(R"(
+    a AXApplication bundle=Plan AXFocusedWindow=@w
+      w AXWindow 0,0/500,400
+    dock AXApplication
+      d AXDockItem 0,900/50,50 AXTitle="Files"
+  )");
+  const std::string nothing = "Plan shows nothing that can be chosen here.";
+  struct Case {
+    const std::string& desktop;
+    AccessibilityError error;  ///< of the application's element
+    const char* advice;
+    std::string notice;
+  };
+  const auto fine = AccessibilityError::success;
+  const auto gone = AccessibilityError::invalidElement;
+  const std::vector<Case> cases = {
+      {kEditorDesktop, fine, "Not needed.", ""},
+      {windowAlone, AccessibilityError::cannotComplete, "", "Plan does not answer; F5 asks it again."},
+      {windowAlone, gone, "", "Plan does not tell what it shows; starting it again may help."},
+      {windowAlone, gone, "Wrap it.", "Plan does not tell what it shows. Wrap it."},
+      {windowAlone, fine, "", nothing},
+      {windowAlone, fine, "Wrap it.", nothing + " Wrap it."},
+  };
+  for (const Case& c : cases) {
+    EngineFixture fixture(c.desktop);
+    if (c.error != fine) {
+      fixture.desktop->accessibility().setError("a", c.error);
+    }
+    fixture.desktop->services().advice = c.advice;
+    fixture.user("shortcut +60000");
+    EXPECT_EQ(fixture.window().notice(), c.notice);
+    fixture.user("'zzz +101");
+    EXPECT_EQ(fixture.window().notice(), c.notice) << "that nothing matches is no reason for one";
+    fixture.user("Escape");
+    EXPECT_EQ(fixture.window().notice(), "");
+  }
+}
+
+}  // namespace
+}  // namespace jumplark::testing
