@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "input/ZMOModifierTapDetector.h"
 #include "overlay/JLDiscoveryController.h"
 #include "query/engine/EngineFixture.h"
@@ -25,34 +23,31 @@ std::optional<bool> everythingIsOn(EngineFixture& fixture) {
 }
 
 TEST(ActivationController, leavesNothingBehindWhicheverWayItEnds) {
-  struct Case {
-    const char* end;
-    bool switchesBack;  ///< the target is activated and its window raised
-  };
-  for (const Case& c : {Case{"Escape", true}, {"shortcut", true}, {"elsewhere", false}, {"Super-,", false}}) {
+  for (const std::string end : {"Escape", "shortcut", "elsewhere", "Super-comma"}) {
+    const bool switchesBack = end == "Escape" || end == "shortcut";
     EngineFixture fixture;
     fixture.desktop->inputSources().setLayouts({{"us", "English (US)"}, {"ru", "Russian"}});
     fixture.desktop->defaults().setValue("ForceKeyboardLayout", "ru");
     fixture.user("+1 shortcut 'save +101");
-    EXPECT_EQ(everythingIsOn(fixture), true) << c.end;
+    EXPECT_EQ(everythingIsOn(fixture), true) << end;
     const int flushes = fixture.desktop->accessibility().endedSnapshots();
-    fixture.user(c.end);
-    EXPECT_EQ(fixture.shownBoxes(), 0U) << c.end << ": at once";
-    EXPECT_EQ(everythingIsOn(fixture), false) << c.end;
-    EXPECT_EQ(fixture.window().text(), "") << c.end;
-    EXPECT_EQ(fixture.matches(), Strings()) << c.end;
+    fixture.user(end);
+    EXPECT_EQ(fixture.shownBoxes(), 0U) << end << ": at once";
+    EXPECT_EQ(everythingIsOn(fixture), false) << end;
+    EXPECT_EQ(fixture.window().text(), "") << end;
+    EXPECT_EQ(fixture.matches(), Strings()) << end;
     EXPECT_EQ(fixture.desktop->accessibility().endedSnapshots(), flushes + 1);
-    EXPECT_EQ(fixture.preferences.shown, std::string(c.end) == "Super-," ? 1 : 0);
-    EXPECT_EQ(fixture.completedQuery(), c.switchesBack ? "(none)" : "save") << c.end;
+    EXPECT_EQ(fixture.preferences.shown, end == "Super-comma" ? 1 : 0);
+    EXPECT_EQ(fixture.completedQuery(), switchesBack ? "(none)" : "save") << end;
     using Activations = std::vector<std::pair<int32_t, uint32_t>>;
     EXPECT_EQ(fixture.desktop->workspace().activations(),
-              c.switchesBack ? (Activations{{1, 0}, {1, kActivateIgnoringOtherApps}}) : Activations())
-        << c.end << ": the application, then with its window";
+              switchesBack ? (Activations{{1, 0}, {1, kActivateIgnoringOtherApps}}) : Activations())
+        << end << ": the application, then with its window";
     const auto operations = fixture.desktop->accessibility().operations();
-    EXPECT_EQ(operations.empty() ? "" : operations[0].name, c.switchesBack ? "AXRaise" : "") << c.end;
+    EXPECT_EQ(operations.empty() ? "" : operations[0].name, switchesBack ? "AXRaise" : "") << end;
     fixture.user("+3000");
-    EXPECT_EQ(fixture.window().timesShown(), 1) << c.end;
-    EXPECT_EQ(fixture.desktop->views().activations(), 1) << c.end;
+    EXPECT_EQ(fixture.window().timesShown(), 1) << end;
+    EXPECT_EQ(fixture.desktop->views().activations(), 1) << end;
   }
 }
 
@@ -69,27 +64,22 @@ TEST(ActivationController, hidingTheWindowDoesNotEndTheActivationThatFollowsAtOn
 }
 
 TEST(ActivationController, choosesItsTarget) {
-  struct Case {
-    std::optional<int32_t> frontmost;
-    const char* bundle;    ///< of the frontmost one
-    const char* ownTitle;  ///< of this program's window
-    int32_t target;
-    int preferencesHidden;
-  };
   // Without one in front that is not this program, the first of the list is taken whatever it is: 1.
-  const std::vector<Case> cases = {{2, "org.example.mail", "", 2, 1},
-                                   {3, "jumplark", "Preferences", 3, 0},
-                                   {3, "jumplark", "", 1, 1},
-                                   {std::nullopt, "", "", 1, 1}};
-  for (const Case& c : cases) {
+  using Frontmost = std::optional<int32_t>;
+  const std::vector<std::tuple<Frontmost, const char*, const char*, int32_t, int>> cases = {
+      {2, "org.example.mail", "", 2, 1},
+      {3, "jumplark", "Preferences", 3, 0},
+      {3, "jumplark", "", 1, 1},
+      {std::nullopt, "", "", 1, 1}};
+  for (const auto& [frontmost, bundle, titleOfOwnWindow, target, preferencesHidden] : cases) {
     EngineFixture fixture;
-    fixture.desktop->workspace().setFrontmost(c.frontmost);
-    fixture.desktop->accessibility().setAttribute("ow", "AXTitle", c.ownTitle);
+    fixture.desktop->workspace().setFrontmost(frontmost);
+    fixture.desktop->accessibility().setAttribute("ow", "AXTitle", titleOfOwnWindow);
     fixture.user("shortcut +1");
-    ASSERT_TRUE(fixture.engine->currentApp().value()) << c.bundle;
-    EXPECT_EQ(fixture.engine->currentApp().value()->pid, c.target) << c.bundle;
-    EXPECT_EQ(fixture.preferences.hidden, c.preferencesHidden) << c.bundle;
-    EXPECT_EQ(fixture.metrics.eventsNamed("activation"), (std::vector<MetricData>{{{"bundle_id", c.bundle}}}));
+    ASSERT_TRUE(fixture.engine->currentApp().value()) << bundle;
+    EXPECT_EQ(fixture.engine->currentApp().value()->pid, target) << bundle;
+    EXPECT_EQ(fixture.preferences.hidden, preferencesHidden) << bundle;
+    EXPECT_EQ(fixture.metrics.eventsNamed("activation"), (std::vector<MetricData>{{{"bundle_id", bundle}}}));
   }
   EngineFixture fixture(DesktopText::of(""));
   EXPECT_FALSE(fixture.engine->hotkeyPressed());

@@ -41,6 +41,10 @@ inline const std::string kEditorDesktop = DesktopText::of(R"(
 )",
                                                           R"("screens":[[0,0,1440,900]],"pointer":[700,50],)");
 
+inline KeyEvent key(int64_t code, uint64_t flags = 0, const std::string& character = "") {
+  return {code, flags, character, character, false};
+}
+
 struct FakePreferences : PreferencesWindow {
   void showPreferencesWindow() override { ++shown; }
   void hidePreferencesWindow() override { ++hidden; }
@@ -70,7 +74,7 @@ class EngineFixture {
   RecordedQueryWindow& window() { return *desktop->views().queryWindow(); }
 
   /// What the user does, word by word: +50 (lets milliseconds pass), 'text (types it), shortcut, tap (of Control),
-  /// elsewhere (clicks there), and keys by name or character, with Control- or Super- or Shift- before them.
+  /// elsewhere (clicks there), and names of keys.
   void user(const std::string& words) {
     std::istringstream stream(words);
     for (std::string word; stream >> word;) {
@@ -121,27 +125,21 @@ class EngineFixture {
   std::unique_ptr<JLQueryEngine> engine;
 
  private:
-  void useWindow(std::string word) {
-    static const std::map<std::string, uint64_t> kModifiers = {
-        {"Control", modifier_flag::control}, {"Super", modifier_flag::command}, {"Shift", modifier_flag::shift}};
-    static const std::map<std::string, int64_t> kKeys = {{"Return", key_code::returnKey},
-                                                         {"Tab", key_code::tab},
-                                                         {"BackSpace", key_code::backspace},
-                                                         {"Escape", key_code::escape},
-                                                         {"F5", key_code::f5}};
-    uint64_t flags = 0;
-    for (size_t end = word.find('-'); end != std::string::npos; end = word.find('-')) {
-      flags |= kModifiers.at(word.substr(0, end));
-      word.erase(0, end + 1);
-    }
+  void useWindow(const std::string& word) {
+    static const std::map<std::string, KeyEvent> kKeys = {{"Return", key(key_code::returnKey)},
+                                                          {"Tab", key(key_code::tab)},
+                                                          {"Shift-Tab", key(key_code::tab, modifier_flag::shift)},
+                                                          {"Escape", key(key_code::escape)},
+                                                          {"BackSpace", key(key_code::backspace)},
+                                                          {"F5", key(key_code::f5)},
+                                                          {"Control-u", key('u', modifier_flag::control, "u")},
+                                                          {"Super-comma", key(',', modifier_flag::command, ",")}};
     if (word[0] == '\'') {
       window().typeText(word.substr(1));
     } else if (word == "elsewhere") {
       window().resignKey();
-    } else if (const auto key = kKeys.find(word); key != kKeys.end()) {
-      window().press(key->second, flags);
     } else {
-      window().pressCharacter(word, flags);
+      window().press(kKeys.at(word));
     }
   }
 };

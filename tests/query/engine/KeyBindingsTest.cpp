@@ -1,26 +1,18 @@
 #include "query/engine/KeyBindings.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <fstream>
 #include <iterator>
 #include <regex>
 
 #include "input/ZMOModifierTapDetector.h"
-#include "platform/Views.h"
-#include "query/engine/MainThreadCalls.h"
-#include "support/DesktopText.h"
-#include "support/RecordedFixture.h"
+#include "query/engine/EngineFixture.h"
 
 namespace jumplark::testing {
 namespace {
 
 using namespace modifier_flag;
-
-KeyEvent key(int64_t code, uint64_t flags = 0, const std::string& character = "") {
-  return {code, flags, character, character, false};
-}
 
 /// The bindings, and what was asked for.
 struct Bound {
@@ -48,20 +40,20 @@ struct Bound {
     asked.clear();
     for (const uint64_t flags : {flag, uint64_t{0}}) {
       desktop->input().injectFlags(flags);
-      desktop->queues().advance(std::chrono::milliseconds(50));
+      desktop->queues().advance(milliseconds(50));
     }
     return asked;
   }
 };
 
 /// The keys at the beginning of each row of the guide's table, as they read.
-std::vector<std::string> keysOfGuide() {
+Strings keysOfGuide() {
   std::ifstream file(JUMPLARK_GUIDE);
   std::string page{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   page = page.substr(page.find("id=\"query-window-keys\""));
   page.resize(page.find("</table>"));
   const std::regex row("<tr><th scope=\"row\">(.*?)</th>");
-  std::vector<std::string> names;
+  Strings names;
   for (std::sregex_iterator found(page.begin(), page.end(), row), end; found != end; ++found) {
     names.push_back(std::regex_replace((*found)[1].str(), std::regex("<[^>]*>"), ""));
   }
@@ -69,12 +61,7 @@ std::vector<std::string> keysOfGuide() {
 }
 
 TEST(KeyBindings, askForWhatTheGuideSaysAndForNothingElse) {
-  struct Case {
-    const char* inGuide;
-    KeyEvent event;
-    const char* asked;
-  };
-  const std::vector<Case> cases = {
+  const std::vector<std::tuple<const char*, KeyEvent, const char*>> cases = {
       {"Return", key(key_code::returnKey), "act"},
       {"Escape", key(key_code::escape), "end"},
       {"Tab", key(key_code::tab, 0x100), "next"},  // with a bit of the keyboard's own
@@ -86,10 +73,10 @@ TEST(KeyBindings, askForWhatTheGuideSaysAndForNothingElse) {
       {"Control+BackSpace", key(key_code::backspace, control), "label"},
   };
   Bound bound;
-  std::vector<std::string> names = {"Control, tapped", "Control, tapped twice"};
-  for (const Case& c : cases) {
-    EXPECT_EQ(bound.press(c.event), c.asked) << c.inGuide;
-    names.emplace_back(c.inGuide);
+  Strings names = {"Control, tapped", "Control, tapped twice"};
+  for (const auto& [inGuide, event, asked] : cases) {
+    EXPECT_EQ(bound.press(event), asked) << inGuide;
+    names.emplace_back(inGuide);
   }
   EXPECT_THAT(keysOfGuide(), ::testing::UnorderedElementsAreArray(names));
   EXPECT_EQ(bound.press({0x1043A, command, "к", "r", false}), "refresh") << "a layout without Latin letters";

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "query/engine/EngineFixture.h"
 
 namespace jumplark::testing {

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "query/engine/EngineFixture.h"
 
 namespace jumplark::testing {
@@ -70,39 +68,33 @@ TEST(QueryPipeline, isSeenToWorkAtTheBeginningOnlyWhereTheTargetIsSlow) {
 }
 
 TEST(QueryPipeline, aResultOfAnEndedActivationReachesNothing) {
-  struct Case {
-    const char* moment;  ///< of Escape
-    double delayAtFirst;
-    const char* first;
-    double delayThen;
-    const char* then;
-  };
-  const std::vector<Case> cases = {
+  // The moment of Escape; how long a read takes at first, what the user does then, and the same once more.
+  const std::vector<std::tuple<const char*, double, const char*, double, const char*>> cases = {
       {"while the snapshot is taken", 20, "shortcut", 20, "'save +30"},
       {"before the quiet interval is over", 0, "shortcut +1", 0, "'save +50"},
       {"before anything has run", 0, "shortcut", 0, "'save"},
       {"while its matches are handed over", 0, "shortcut +1", 20, "'. +101"},
       {"while its search waits for a refresh", 0, "shortcut +1", 20, "'save +90 F5 +20"},
   };
-  for (const Case& c : cases) {
+  for (const auto& [moment, firstDelay, first, nextDelay, next] : cases) {
     EngineFixture fixture;
     RecordedAccessibility& accessibility = fixture.desktop->accessibility();
-    accessibility.setDelay("save", c.delayAtFirst);
-    fixture.user(c.first);
-    accessibility.setDelay("save", c.delayThen);
-    fixture.user(c.then);
+    accessibility.setDelay("save", firstDelay);
+    fixture.user(first);
+    accessibility.setDelay("save", nextDelay);
+    fixture.user(next);
     const Duration before = fixture.desktop->queues().monotonicNow();
     fixture.user("Escape");
-    EXPECT_EQ(fixture.desktop->queues().monotonicNow(), before) << c.moment << ": ending waits for nothing";
+    EXPECT_EQ(fixture.desktop->queues().monotonicNow(), before) << moment << ": ending waits for nothing";
     const uint64_t messages = accessibility.messageCount();
     fixture.user("+2000");
-    EXPECT_LE(accessibility.messageCount(), messages + 10) << c.moment << ": of one element at most";
-    EXPECT_EQ(fixture.matches(), Strings()) << c.moment;
-    EXPECT_EQ(fixture.selected(), "") << c.moment;
-    EXPECT_EQ(fixture.shownBoxes(), 0U) << c.moment;
-    EXPECT_EQ(fixture.completedQuery(), "(none)") << c.moment;
-    EXPECT_EQ(fixture.engine->currentTree().value(), nullptr) << c.moment;
-    EXPECT_FALSE(fixture.window().isVisible()) << c.moment;
+    EXPECT_LE(accessibility.messageCount(), messages + 10) << moment << ": of one element at most";
+    EXPECT_EQ(fixture.matches(), Strings()) << moment;
+    EXPECT_EQ(fixture.selected(), "") << moment;
+    EXPECT_EQ(fixture.shownBoxes(), 0U) << moment;
+    EXPECT_EQ(fixture.completedQuery(), "(none)") << moment;
+    EXPECT_EQ(fixture.engine->currentTree().value(), nullptr) << moment;
+    EXPECT_FALSE(fixture.window().isVisible()) << moment;
   }
 }
 
@@ -130,15 +122,9 @@ TEST(QueryPipeline, saysInOneLineWhyThereIsNothingToChoose) {
       d AXDockItem 0,900/50,50 AXTitle="Files"
   )");
   const std::string nothing = "Plan shows nothing that can be chosen here.";
-  struct Case {
-    const std::string& desktop;
-    AccessibilityError error;  ///< of the application's element
-    const char* advice;
-    std::string notice;
-  };
   const auto fine = AccessibilityError::success;
   const auto gone = AccessibilityError::invalidElement;
-  const std::vector<Case> cases = {
+  const std::vector<std::tuple<std::string, AccessibilityError, const char*, std::string>> cases = {
       {kEditorDesktop, fine, "Not needed.", ""},
       {windowAlone, AccessibilityError::cannotComplete, "", "Plan does not answer; F5 asks it again."},
       {windowAlone, gone, "", "Plan does not tell what it shows; starting it again may help."},
@@ -146,16 +132,16 @@ TEST(QueryPipeline, saysInOneLineWhyThereIsNothingToChoose) {
       {windowAlone, fine, "", nothing},
       {windowAlone, fine, "Wrap it.", nothing + " Wrap it."},
   };
-  for (const Case& c : cases) {
-    EngineFixture fixture(c.desktop);
-    if (c.error != fine) {
-      fixture.desktop->accessibility().setError("a", c.error);
+  for (const auto& [desktop, error, advice, notice] : cases) {
+    EngineFixture fixture(desktop);
+    if (error != fine) {
+      fixture.desktop->accessibility().setError("a", error);
     }
-    fixture.desktop->services().advice = c.advice;
+    fixture.desktop->services().advice = advice;
     fixture.user("shortcut +60000");
-    EXPECT_EQ(fixture.window().notice(), c.notice);
+    EXPECT_EQ(fixture.window().notice(), notice);
     fixture.user("'zzz +101");
-    EXPECT_EQ(fixture.window().notice(), c.notice) << "that nothing matches is no reason for one";
+    EXPECT_EQ(fixture.window().notice(), notice) << "that nothing matches is no reason for one";
     fixture.user("Escape");
     EXPECT_EQ(fixture.window().notice(), "");
   }

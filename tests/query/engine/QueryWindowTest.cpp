@@ -1,34 +1,9 @@
-#include <gtest/gtest.h>
-
-#include "backends/recorded/RecordedQueryWindow.h"
+#include "query/engine/EngineFixture.h"
 #include "query/engine/JLQueryWindowController.h"
 #include "query/engine/QueryWindowPlacement.h"
-#include "support/DesktopText.h"
-#include "support/OnMainThread.h"
 
 namespace jumplark::testing {
 namespace {
-
-using std::chrono::milliseconds;
-
-/// The controller of a query window, over an application (1) with a window.
-struct QueryWindow {
-  RecordedFixture desktop{DesktopText::of(R"(
-    app AXApplication AXFocusedWindow=@w
-      w AXWindow 100,100/600,400
-  )",
-                                          R"("screens":[[0,0,1440,900]],)")};
-  std::string told;
-  JLQueryWindowController controller{{[this](const KeyEvent& event) { told += std::to_string(event.keyCode) + " "; },
-                                      [this] { told += "resigned "; }}};
-  RecordedQueryWindow& view = *desktop->views().queryWindow();
-
-  void onMain(const std::function<void()>& action) { onMainThread(desktop, action); }
-  void advance(int time) { desktop->queues().advance(milliseconds(time)); }
-  void show(bool shown) {
-    onMain([&] { controller.targetApp().set(shown ? desktop.element("app") : nullptr); });
-  }
-};
 
 TEST(JLQueryWindowController, placesTheWindowBelowItsTargetAndInsideTheWorkArea) {
   const std::vector<Rect> screens = {{0, 0, 1000, 800}, {1000, 0, 800, 600}};
@@ -51,75 +26,68 @@ TEST(JLQueryWindowController, placesTheWindowBelowItsTargetAndInsideTheWorkArea)
 }
 
 TEST(JLQueryWindowController, showsTheWindowOverItsTargetsOrElseTheMainScreen) {
-  QueryWindow window;
-  EXPECT_EQ(window.view.level(), window_level::dock + 1);
-  EXPECT_FALSE(window.view.isVisible());
-  window.show(true);
-  EXPECT_EQ(window.view.frame(), (Rect{200, 350, 400, 50})) << "the target's is at (100, 400), 600 by 400";
-  EXPECT_TRUE(window.view.isKey());
-  EXPECT_TRUE(window.view.isFieldFirstResponder());
-  window.desktop->workspace().setFocusedWindowFrame(1, std::nullopt);
-  window.show(true);
-  EXPECT_EQ(window.view.frame().x, 200) << "it stays where the user began to type";
-  window.show(false);
-  window.show(true);
-  EXPECT_EQ(window.view.frame(), (Rect{520, 0, 400, 50}));
+  EngineFixture fixture;
+  EXPECT_EQ(fixture.window().level(), window_level::dock + 1);
+  fixture.user("shortcut");
+  EXPECT_EQ(fixture.window().frame(), (Rect{200, 350, 400, 50})) << "the target's is at (100, 400), 600 by 400";
+  EXPECT_TRUE(fixture.window().isKey());
+  fixture.desktop->workspace().setFocusedWindowFrame(1, std::nullopt);
+  fixture.user("+100");
+  EXPECT_EQ(fixture.window().timesShown(), 1) << "not once more with the target's element";
+  fixture.user("shortcut shortcut");
+  EXPECT_EQ(fixture.window().frame(), (Rect{520, 0, 400, 50}));
 }
 
-TEST(JLQueryWindowController, tellsOfKeysAndOfTheKeyboardsLossAndKeepsControlFromTheText) {
-  QueryWindow window;
-  window.show(true);
-  const auto key = [](int64_t code, uint64_t flags) { return KeyEvent{code, flags, {}, {}, false}; };
-  const uint64_t control = modifier_flag::control;
-  const uint64_t command = modifier_flag::command;
-  const std::vector<std::tuple<KeyEvent, const char*, const char*>> toldAndText = {
-      {{65, 0, "a", "a", false}, "65 ", "a"},
-      {key(key_code::backspace, control), "51 ", "a"},
-      {key(key_code::backspace, control | modifier_flag::shift), "51 ", ""},
-      {key(key_code::returnKey, command | modifier_flag::shift), "36 36 ", ""},
-      {key(key_code::returnKey, modifier_flag::option), "36 ", ""},
-      {key(key_code::tab, command), "48 ", ""},
+TEST(JLQueryField, keepsControlFromItsTextAndTakesReturnWithCommandTwice) {
+  EngineFixture fixture;
+  const auto press = [&](int64_t code, uint64_t flags) {
+    fixture.onMain([&] { fixture.window().press(key(code, flags)); });
   };
-  for (const auto& [event, told, text] : toldAndText) {
-    window.told.clear();
-    window.onMain([&, &pressed = event] { window.view.press(pressed); });
-    EXPECT_EQ(window.told, told) << event.keyCode << " " << event.flags;
-    EXPECT_EQ(window.view.text(), text);
-  }
-  window.told.clear();
-  window.onMain([&] {
-    window.view.setKeyMonitorInstalled(false);
-    window.view.resignFieldFirstResponder();
-    window.view.press(key_code::escape);
-    window.view.resignKey();
+  fixture.user("shortcut +1 'save");
+  press(key_code::backspace, modifier_flag::control);
+  EXPECT_EQ(fixture.window().text(), "save");
+  press(key_code::backspace, modifier_flag::control | modifier_flag::shift);
+  EXPECT_EQ(fixture.window().text(), "sav");
+  fixture.user("+101");
+  press(key_code::tab, modifier_flag::command);
+  EXPECT_EQ(fixture.selected(), "Save");
+  press(key_code::returnKey, modifier_flag::command);
+  EXPECT_EQ(fixture.clicks().size(), 2U) << "the match, then where the pointer is";
+  EXPECT_EQ(fixture.reports("action.click.no-target"), 1U);
+  fixture.user("shortcut");
+  fixture.onMain([&] {
+    fixture.window().setKeyMonitorInstalled(false);
+    fixture.window().resignFieldFirstResponder();
   });
-  EXPECT_EQ(window.told, "53 resigned ") << "also where the field does not have the typing";
+  fixture.user("Escape");
+  EXPECT_FALSE(fixture.isActive()) << "a key reaches the window where the field does not have the typing";
 }
 
 TEST(JLQueryWindowController, showsWithItsSpinnerOnlyWorkThatLastsWhileItIsShown) {
-  QueryWindow window;
-  EXPECT_TRUE(window.view.spinnerRuns());
+  EngineFixture fixture;
+  Property<bool>& isWorking = fixture.engine->queryWindowController().isWorking();
   const auto opacityAfter = [&](int time) {
-    window.advance(time);
-    return window.view.spinnerOpacity();
+    fixture.advance(time);
+    return fixture.window().spinnerOpacity();
   };
-  window.controller.isWorking().set(true);
+  EXPECT_TRUE(fixture.window().spinnerRuns());
+  isWorking.set(true);
   EXPECT_EQ(opacityAfter(500), 0) << "hidden";
-  window.show(true);
+  fixture.user("shortcut +500");
+  isWorking.set(true);
   EXPECT_EQ(opacityAfter(99), 0);
   EXPECT_EQ(opacityAfter(2), 1);
-  EXPECT_EQ(window.view.spinnerChanges().back().second, milliseconds(100)) << "gradually";
-  window.controller.isWorking().set(false);
+  EXPECT_EQ(fixture.window().spinnerChanges().back().second, milliseconds(100)) << "gradually";
+  isWorking.set(false);
   EXPECT_EQ(opacityAfter(150), 0);
-  window.controller.isWorking().set(true);
-  window.advance(60);
-  window.controller.isWorking().set(false);
+  isWorking.set(true);
+  fixture.advance(60);
+  isWorking.set(false);
   EXPECT_EQ(opacityAfter(500), 0) << "a moment's work";
-  window.controller.isWorking().set(true);
+  isWorking.set(true);
   ASSERT_EQ(opacityAfter(150), 1);
-  window.show(false);
-  EXPECT_EQ(window.view.spinnerChanges().back(), (std::pair<double, Duration>{0.0, Duration::zero()}));
-  EXPECT_EQ(opacityAfter(500), 0);
+  fixture.user("Escape");
+  EXPECT_EQ(fixture.window().spinnerChanges().back(), (std::pair<double, Duration>{0.0, Duration::zero()}));
 }
 
 }  // namespace
