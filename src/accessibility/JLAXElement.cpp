@@ -299,8 +299,4 @@ void JLAXElement::logAndResetCallCount() {
   }
 }
 
-uint64_t JLAXElement::callCount() {
-  return calls.load(std::memory_order_relaxed);
-}
-
 }  // namespace jumplark

@@ -87,7 +87,6 @@ class JLAXElement {
 
   /// Reports the "ax_call_count" metric if any call was counted, and starts again from 0.
   static void logAndResetCallCount();
-  static uint64_t callCount();
 
  private:
   using Names = std::shared_ptr<const std::vector<std::string>>;

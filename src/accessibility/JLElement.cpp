@@ -104,11 +104,6 @@ void JLElement::flushCache() {
   JLAXElement::logAndResetCallCount();
 }
 
-JLElement::CacheCounters JLElement::cacheCounters() {
-  const auto counters = cache().counters();
-  return {counters.hits, counters.misses};
-}
-
 std::string JLElement::description() const {
   return fmt::format("<JLElement: {} - role: {}>", fmt::ptr(this), role());
 }

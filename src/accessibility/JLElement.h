@@ -41,11 +41,6 @@ class JLElement : public std::enable_shared_from_this<JLElement> {
 
   /// Ends the sharing of models: empties the cache, drops the platform's snapshot, and reports the number of calls.
   static void flushCache();
-  struct CacheCounters {
-    uint64_t hits = 0;
-    uint64_t misses = 0;
-  };
-  static CacheCounters cacheCounters();
 
   explicit JLElement(std::shared_ptr<JLAXElement> axElement);
   /// A copy is a new model, outside the cache, around the same wrapped element, with empty lazy fields.

@@ -21,10 +21,6 @@ void JLOverlayWindow::show() {
   view_->orderFront();
 }
 
-void JLOverlayWindow::orderOut() {
-  view_->orderOut();
-}
-
 void JLOverlayWindow::addHighlightLayer(JLElementHighlightLayer& layer) {
   layer.moveTo(rootLayer_);
 }

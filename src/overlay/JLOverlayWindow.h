@@ -26,7 +26,6 @@ class JLOverlayWindow {
   OverlayView& view() { return *view_; }
   const std::shared_ptr<RootLayer>& rootLayer() const { return rootLayer_; }
   void show();
-  void orderOut();
   /// Puts the layer's box in front of all others.
   void addHighlightLayer(JLElementHighlightLayer& layer);
   /// Outlines a rectangle, for instance the target's window; none removes the outline. Screen coordinates with a

@@ -159,7 +159,6 @@ class PreferencesWindowView {
   virtual void close() = 0;
   virtual bool isVisible() const = 0;
   virtual void selectPane(const std::string& identifier) = 0;
-  virtual std::string selectedPane() const = 0;
   /// A message that belongs to this window: it keeps the keyboard from the window, and goes with it. One at a time, in
   /// their order. Calls back like Views::showAlert.
   virtual void showSheet(const Alert& alert, std::function<void(int button)> chosen) = 0;

@@ -28,11 +28,6 @@ class Stream {
     return Stream([](const Next&, const Completed& completed) { completed(); });
   }
 
-  static Stream of(std::vector<T> values) {
-    auto shared = std::make_shared<const std::vector<T>>(std::move(values));
-    return Stream([shared](const Next& next, const Completed& completed) { replay(*shared, next, completed); });
-  }
-
   void subscribe(Next next, Completed completed) const { producer_(next, completed); }
 
   /// Delivers on a queue what the producer makes on the subscriber's thread: one task for the whole sequence, or a

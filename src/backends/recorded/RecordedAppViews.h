@@ -23,7 +23,6 @@ class RecordedPreferencesWindow final : public PreferencesWindowView {
   void close() override;
   bool isVisible() const override { return isVisible_; }
   void selectPane(const std::string& identifier) override;
-  std::string selectedPane() const override { return selected_; }
   void showSheet(const Alert& alert, std::function<void(int button)> chosen) override;
   void setGeneralPane(const GeneralPaneModel& model) override { general = model; }
   void setAdvancedPane(const AdvancedPaneModel& model) override { advanced = model; }
@@ -35,6 +34,7 @@ class RecordedPreferencesWindow final : public PreferencesWindowView {
   PreferencesViewDelegate* delegate() const { return delegate_; }
   const std::string& title() const { return title_; }
   const std::vector<std::optional<PaneDescription>>& panes() const { return panes_; }
+  const std::string& selectedPane() const { return selected_; }
   /// The messages that nobody has answered, in the order of showing.
   const std::vector<Alert>& sheets() const { return sheets_; }
   /// The user presses a button of the oldest message.

@@ -92,7 +92,7 @@ bool isXPathLiteral(std::string_view pattern) {
 struct Search {
   std::string query;  ///< what nodes are scored against
   std::string pattern;
-  std::string (*expression)(const std::string& pattern);
+  std::string (*expression)(const std::string& query);
   IndexedSearch::Candidates (IndexedSearch::*candidates)(TextPattern& pattern) const;
   std::vector<float> (IndexedSearch::*scores)(const IndexedSearch::Candidates& candidates,
                                               const std::string& query) const;
@@ -134,8 +134,7 @@ void searchDocument(const JLElementTree& tree, const Search& search, const Emitt
   std::vector<JLElementNode*> nodes;
   {
     const PhaseTimer timer("XPath");
-    nodes =
-        ElementXPath::nodesForXPath(tree, search.expression(search.pattern)).value_or(std::vector<JLElementNode*>());
+    nodes = ElementXPath::nodesForXPath(tree, search.expression(search.query)).value_or(std::vector<JLElementNode*>());
   }
   const PhaseTimer timer("Scoring");
   for (JLElementNode* node : nodes) {
@@ -185,14 +184,15 @@ Matches JLElementMatcher::resultsForElementTreeWithQuery(const Tree& tree, const
 }
 
 Stream<JLElementMatch> JLElementMatcher::searchElementTreeWithText(const Tree& tree, const std::string& text) {
-  return stream(tree, {text, textPattern(text), &textExpression, &IndexedSearch::candidatesWithText,
-                       &IndexedSearch::scoresForQuery, &JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode});
+  return stream(tree,
+                {text, textPattern(text), &JLElementMatcher::expressionForText, &IndexedSearch::candidatesWithText,
+                 &IndexedSearch::scoresForQuery, &JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode});
 }
 
 Stream<JLElementMatch> JLElementMatcher::searchElementTreeWithRoleText(const Tree& tree, const std::string& roleText) {
-  return stream(
-      tree, {roleText, rolePatternForText(roleText), &roleExpression, &IndexedSearch::candidatesWithRole,
-             &IndexedSearch::scoresForRoleQuery, &JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode});
+  return stream(tree, {roleText, rolePatternForText(roleText), &JLElementMatcher::expressionForRoleText,
+                       &IndexedSearch::candidatesWithRole, &IndexedSearch::scoresForRoleQuery,
+                       &JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode});
 }
 
 void JLElementMatcher::prepare(const JLElementTree& tree) {

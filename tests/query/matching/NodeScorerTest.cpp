@@ -121,8 +121,11 @@ TEST_F(NodeScorerTest, TooSmallMatchesArePruned) {
   const auto pruned = JLElementFilter::pruneElements(found).collect();
   ASSERT_EQ(pruned.size(), 2U) << "4 points wide is too small, 5 high is enough";
   EXPECT_EQ(pruned[1].node().get(), node("far"));
-  const auto none = JLElementFilter::pruneElements(Stream<JLElementMatch>::of({JLElementMatch(nullptr, 2)}));
-  EXPECT_TRUE(none.collect().empty());
+  const auto withoutNode = Stream<JLElementMatch>::create([](const auto& next, const auto& completed) {
+    next(JLElementMatch(nullptr, 2));
+    completed();
+  });
+  EXPECT_TRUE(JLElementFilter::pruneElements(withoutNode).collect().empty());
 }
 
 TEST(NodeScorer, OnlyTheFirstThousandCharactersOfATextAreScored) {

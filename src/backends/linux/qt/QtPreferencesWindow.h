@@ -44,7 +44,6 @@ class QtPreferencesWindow final : public PreferencesWindowView {
   void close() override { window_->close(); }
   bool isVisible() const override { return window_->isVisible(); }
   void selectPane(const std::string& identifier) override;
-  std::string selectedPane() const override { return selected_; }
   void showSheet(const Alert& alert, std::function<void(int button)> chosen) override;
   void setGeneralPane(const GeneralPaneModel& model) override;
   void setAdvancedPane(const AdvancedPaneModel& model) override;
