@@ -3,60 +3,52 @@
 namespace jumplark {
 namespace {
 
-using desktop::waitUntil;
 using desktop::WindowManager;
 
-class Alerts : public ViewsTest, public testing::WithParamInterface<WindowManager> {};
-
-TEST_P(Alerts, TakeTheKeyboardAndTellTheAnswer) {
-  startViews({.windowManager = GetParam(), .width = 800, .height = 600});
-  const struct {
-    const char* key;
-    const char* answer;
-  } cases[] = {{"Return", "chosen 0"}, {"Escape", "chosen -1"}};
-  for (const auto& c : cases) {
-    views_->command("alert The key is taken|Choose another one.|Use it|Quit");
-    const auto isFocused = [&] {
-      const uint32_t active = session_->activeWindow();
-      return active != 0 && active == views_->queryWindow();  // the only managed window
-    };
-    ASSERT_TRUE(waitUntil(isFocused));
-    session_->keys({"key", c.key});
-    EXPECT_TRUE(views_->says(c.answer));
-    EXPECT_TRUE(waitUntil([&] { return views_->queryWindow() == 0; }));
+class Alerts : public ViewsTest, public testing::WithParamInterface<WindowManager> {
+ protected:
+  void SetUp() override { startViews({.windowManager = GetParam(), .width = 800, .height = 600}); }
+  void show(const Alert& alert) {
+    views_->showAlert(alert, [this](int button) { told_.push_back("chosen " + std::to_string(button)); });
   }
-  // An alert that nobody answers does not stand in the way of the end.
-  views_->command("alert Still there||Yes");
-  views_->command("quit");
-  EXPECT_EQ(views_->process().wait(), 0);
-  EXPECT_EQ(views_->process().err(), "");
+};
+
+TEST_P(Alerts, takeTheKeyboardAndTellTheAnswer) {
+  for (const auto& [key, answer] : {std::pair("Return", "chosen 0"), {"Escape", "chosen -1"}}) {
+    show({"The key is taken", "Choose another one.", {"Use it", "Quit"}});
+    ASSERT_TRUE(await([&] { return ownWindow() != 0 && session_->activeWindow() == ownWindow(); }));
+    session_->keys({"key", key});
+    EXPECT_TRUE(says(answer));
+    EXPECT_TRUE(await([&] { return ownWindow() == 0; }));
+  }
+  // One that nobody answers does not stand in the way of the end.
+  show({"Still there", "", {"Yes"}});
 }
 
-TEST_P(Alerts, WaitWhileTheUserSearchesAndLeaveTheKeyboardWhereItIs) {
-  startViews({.windowManager = GetParam(), .width = 800, .height = 600});
+TEST_P(Alerts, waitWhileTheUserSearchesAndLeaveTheKeyboardWhereItIs) {
   const WindowClient editor(*session_, {"300x200+20+20", "--title", "Editor"});
   ASSERT_TRUE(session_->activate(editor.window()));
-  views_->command("quiet-alert There is no icon||OK");
-  const auto isShown = [&] { return views_->queryWindow() != 0; };  // the only managed window
-  ASSERT_TRUE(waitUntil(isShown));
-  const uint32_t alert = views_->queryWindow();
+  show({.title = "There is no icon", .text = "", .buttons = {"OK"}, .takesKeyboard = false});
+  ASSERT_TRUE(await([&] { return ownWindow() != 0; }));
+  const uint32_t alert = ownWindow();
+  const auto showsAnother = [&] { return ownWindow() != 0 && ownWindow() != alert; };
   const auto typingReachesTheEditor = [&] {
     const size_t before = editor.lines("key").size();
     session_->keys({"key", "a"});
-    return waitUntil([&] { return editor.lines("key").size() > before; }) &&
-           session_->activeWindow() == editor.window();
+    return await([&] { return editor.lines("key").size() > before; }) && session_->activeWindow() == editor.window();
   };
   EXPECT_TRUE(typingReachesTheEditor());
-  views_->showQueryWindow(100, 400);
-  EXPECT_TRUE(waitUntil([&] { return isShown() && views_->queryWindow() != alert; })) << "it gets no click";
-  views_->command("alert There is more||Yes");
-  views_->command("hide");
+  showQueryWindow(100, 400);
+  EXPECT_TRUE(await(showsAnother)) << "it gets no click";
+  show({"There is more", "", {"Yes"}});
+  query_->orderOut();
   ASSERT_TRUE(session_->activate(editor.window()));
-  EXPECT_TRUE(waitUntil([&] { return views_->queryWindow() == alert; }));
+  EXPECT_TRUE(await([&] { return ownWindow() == alert; }));
   EXPECT_TRUE(typingReachesTheEditor());
-  ASSERT_TRUE(session_->activate(alert));
+  windows_->requestActive(alert, true);
+  ASSERT_TRUE(await([&] { return session_->activeWindow() == alert; }));
   session_->keys({"key", "Return"});
-  EXPECT_TRUE(waitUntil([&] { return isShown() && views_->queryWindow() != alert; })) << "one after the other";
+  EXPECT_TRUE(await(showsAnother)) << "one after the other";
 }
 
 INSTANTIATE_TEST_SUITE_P(On, Alerts, testing::Values(WindowManager::xfwm4, WindowManager::openbox),

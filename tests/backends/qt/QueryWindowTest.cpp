@@ -1,7 +1,3 @@
-#include <xcb/xcb.h>
-
-#include <cstdlib>
-
 #include "backends/linux/x11/Reply.h"
 #include "backends/qt/ViewsFixture.h"
 #include "platform/Input.h"
@@ -9,7 +5,6 @@
 namespace jumplark {
 namespace {
 
-using desktop::waitUntil;
 using desktop::WindowManager;
 
 class QueryWindow : public ViewsTest, public testing::WithParamInterface<WindowManager> {
@@ -19,104 +14,77 @@ class QueryWindow : public ViewsTest, public testing::WithParamInterface<WindowM
     other_ = std::make_unique<WindowClient>(*session_, desktop::Arguments{"500x400+100+100", "--title", "other"});
     ASSERT_TRUE(session_->activate(other_->window()));
   }
-  void TearDown() override {
-    other_.reset();
-    ViewsTest::TearDown();
+  bool otherBecomesActive() {
+    return await([&] { return session_->activeWindow() == other_->window(); });
   }
-  bool isActive(uint32_t window) {
-    return waitUntil([&] { return session_->activeWindow() == window; });
-  }
-  /// Where the card begins: what the window says of its shadow is taken off.
-  desktop::PixelRect card() {
-    const auto facts = windows_->window(views_->queryWindow());
-    if (!facts) {
-      return {};
-    }
-    const auto& shadow = facts->shadow;
-    return {static_cast<int>(facts->surface.x + shadow.left), static_cast<int>(facts->surface.y + shadow.top),
-            static_cast<int>(facts->surface.width - shadow.left - shadow.right),
-            static_cast<int>(facts->surface.height - shadow.top - shadow.bottom)};
+  /// Where the card is on the screen: what the window says of its shadow is taken off.
+  Rect card() {
+    const auto facts = windows_->window(ownWindow());
+    return facts ? facts->withoutShadow() : Rect{};
   }
 
   std::unique_ptr<WindowClient> other_;
 };
 
-TEST_P(QueryWindow, TakesTheKeyboardAtItsPlaceAndGivesItBack) {
+TEST_P(QueryWindow, takesTheKeyboardAtItsPlaceAndGivesItBack) {
+  size_t rounds = 0;
   for (const auto& [x, y] : {std::pair(300, 500), {0, 0}, {540, 620}}) {
-    views_->showQueryWindow(x, y);
-    const uint32_t window = views_->queryWindow();
-    EXPECT_TRUE(isActive(window));
-    EXPECT_TRUE(waitUntil([this, x = x, y = y] { return card().x == x && card().y == y; })) << card();
-    views_->command("frame");
-    EXPECT_EQ(views_->numbers("frame"), (std::vector<int>{x, y, card().width, card().height}));
-    views_->command("text ");
+    showQueryWindow(x, y);
+    EXPECT_TRUE(await([&] { return session_->activeWindow() == ownWindow(); }));
+    EXPECT_TRUE(await([&, x = x, y = y] { return Point{card().x, card().y} == Point{1.0 * x, 1.0 * y}; })) << x;
+    EXPECT_EQ(query_->frame(), core(x, y, card().width, card().height));
+    const auto state = session_->run({"xprop", "-id", std::to_string(ownWindow()), "_NET_WM_STATE"}).out;
+    for (const char* part : {"SKIP_TASKBAR", "SKIP_PAGER", "ABOVE"}) {
+      EXPECT_NE(state.find(part), std::string::npos) << state;
+    }
+    query_->setText("");
+    told_.clear();
     session_->keys({"type", "--delay", "0", "quit"});
-    EXPECT_TRUE(views_->says("text quit"));
-    EXPECT_EQ(other_->count("key 24 0x0"), 0U);
-    EXPECT_EQ(views_->count("resign"), 0U);
+    EXPECT_TRUE(says("text quit"));
+    EXPECT_EQ(other_->count("key 24 0x0"), rounds++);
+    EXPECT_EQ(count("resign"), 0U);
 
-    views_->command("hide");
-    EXPECT_TRUE(isActive(other_->window()));
+    query_->orderOut();
+    EXPECT_TRUE(otherBecomesActive());
     session_->keys({"key", "q"});
-    EXPECT_TRUE(other_->prints("key 24 0x0"));
-    // The hiding itself is told, once.
-    EXPECT_EQ(views_->count("resign"), 1U);
-    TearDown();
-    SetUp();
+    EXPECT_TRUE(desktop::waitUntil([&] { return other_->count("key 24 0x0") == rounds; }));
+    EXPECT_EQ(count("resign"), 1U) << "the hiding itself is told, once";
   }
 }
 
-TEST_P(QueryWindow, StaysOutOfTaskbarsAndPagers) {
-  for (int showing = 0; showing < 2; ++showing) {
-    views_->showQueryWindow(300, 300);
-    const auto state = [&] {
-      return session_->run({"xprop", "-id", std::to_string(views_->queryWindow()), "_NET_WM_STATE"}).out;
-    };
-    EXPECT_TRUE(waitUntil([&] { return state().find("SKIP_TASKBAR") != std::string::npos; })) << state();
-    EXPECT_NE(state().find("SKIP_PAGER"), std::string::npos) << state();
-    EXPECT_NE(state().find("ABOVE"), std::string::npos) << state();
-    views_->command("hide");
-    EXPECT_TRUE(isActive(other_->window()));
-  }
-}
-
-TEST_P(QueryWindow, TellsALossOfTheKeyboardButNotAGrab) {
-  views_->showQueryWindow(300, 300);
+TEST_P(QueryWindow, tellsALossOfTheKeyboardButNotAGrab) {
+  showQueryWindow(300, 300);
   const auto reply = x11::takeReply(
       x_->get(), xcb_grab_keyboard_reply,
       xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
   ASSERT_TRUE(reply && reply->status == XCB_GRAB_STATUS_SUCCESS);
-  xcb_ungrab_keyboard(x_->get(), XCB_CURRENT_TIME);
-  xcb_flush(x_->get());
+  ASSERT_TRUE(x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME)));
   session_->keys({"key", "a"});
-  ASSERT_TRUE(views_->says("text a"));
-  EXPECT_EQ(views_->count("resign"), 0U);
-
+  ASSERT_TRUE(says("text a"));
+  EXPECT_EQ(count("resign"), 0U);
   ASSERT_TRUE(session_->activate(other_->window()));
-  EXPECT_TRUE(views_->says("resign"));
-  views_->command("frame");
-  EXPECT_EQ(views_->count("resign"), 1U);
+  EXPECT_TRUE(says("resign"));
+  EXPECT_EQ(count("resign"), 1U);
+
+  // A press outside the card ends it too, once.
+  showQueryWindow(300, 300);
+  views_->pointerPressedOutside({310, 310});
+  EXPECT_EQ(count("resign"), 1U);
+  views_->pointerPressedOutside({295, 310});
+  views_->pointerPressedOutside({290, 310});
+  EXPECT_EQ(count("resign"), 2U);
 }
 
-TEST_P(QueryWindow, TellsAPressOutsideTheCardOnce) {
-  views_->showQueryWindow(300, 300);
-  views_->command("pressed 310 310");
-  EXPECT_EQ(views_->count("resign"), 0U);
-  views_->command("pressed 295 310");
-  views_->command("pressed 290 310");
-  EXPECT_EQ(views_->count("resign"), 1U);
-}
-
-TEST_P(QueryWindow, ShownAgainAtOnceKeepsTheKeyboard) {
+TEST_P(QueryWindow, shownAgainAtOnceKeepsTheKeyboard) {
   for (int i = 0; i < 10; ++i) {
-    views_->showQueryWindow(300, 300);
-    views_->command("hide");
+    showQueryWindow(300, 300);
+    query_->orderOut();
   }
-  const size_t hidings = views_->count("resign");
-  views_->showQueryWindow(300, 300);
+  const size_t hidings = count("resign");
+  showQueryWindow(300, 300);
   session_->keys({"key", "z"});
-  ASSERT_TRUE(views_->says("text z"));
-  EXPECT_EQ(views_->count("resign"), hidings);
+  ASSERT_TRUE(says("text z"));
+  EXPECT_EQ(count("resign"), hidings);
 }
 
 INSTANTIATE_TEST_SUITE_P(On, QueryWindow,
@@ -126,79 +94,72 @@ INSTANTIATE_TEST_SUITE_P(On, QueryWindow,
 
 class QueryKeys : public ViewsTest {
  protected:
-  void press(const std::string& keys, const std::string& expected) {
-    views_->command("text ");
-    const size_t before = views_->count(expected);
-    session_->keys({"key", "--clearmodifiers", keys});
-    EXPECT_TRUE(waitUntil([&] { return views_->count(expected) > before; })) << keys << ": " << views_->process().out();
+  void SetUp() override {
+    startViews({.windowManager = WindowManager::openbox, .width = 800, .height = 600});
+    showQueryWindow(100, 540);
   }
-  std::string line(int64_t code, uint64_t flags, const std::string& ignoring) {
+  static std::string line(int64_t code, uint64_t flags, const std::string& ignoring) {
     return "key " + std::to_string(code) + " " + std::to_string(flags) + " " + ignoring;
+  }
+  /// All that is told of a combination, the key first.
+  std::vector<std::string> toldOf(const std::string& keys) {
+    query_->setText("");
+    told_.clear();
+    session_->keys({"key", "--clearmodifiers", keys});
+    EXPECT_TRUE(await([&] { return !told_.empty(); })) << keys;
+    return told_;
   }
 };
 
-TEST_F(QueryKeys, AreToldInTheirOwnTerms) {
-  startViews({.windowManager = WindowManager::openbox, .width = 800, .height = 600});
-  views_->showQueryWindow(300, 300);
+TEST_F(QueryKeys, areToldInTheirOwnTerms) {
+  using namespace modifier_flag;
+  const auto symbol = [](uint32_t symbol) { return key_code::symbolBase + symbol; };
+  const auto equivalent = [&](char of) { return "equivalent " + std::to_string(symbol(of)); };
   const struct {
     const char* keys;
-    int64_t code;
-    uint64_t flags;
-    const char* ignoring;
+    std::vector<std::string> told;
   } cases[] = {
-      {"Return", key_code::returnKey, 0, "\r"},
-      {"KP_Enter", key_code::returnKey, 0, "\r"},
-      {"Escape", key_code::escape, 0, "\x1b"},
-      {"Tab", key_code::tab, 0, "\t"},
-      {"shift+Tab", key_code::tab, modifier_flag::shift, "\t"},
-      {"F5", key_code::symbolBase + 0xFFC2, 0, ""},
-      {"ctrl+a", key_code::symbolBase + 'a', modifier_flag::control, "a"},
-      {"super+r", key_code::symbolBase + 'r', modifier_flag::command, "r"},
-      {"super+comma", key_code::symbolBase + ',', modifier_flag::command, ","},
-      {"alt+x", key_code::symbolBase + 'x', modifier_flag::option, "x"},
-      {"shift+a", key_code::symbolBase + 'a', modifier_flag::shift, "a"},
+      {"Return", {line(key_code::returnKey, 0, "\r")}},
+      {"KP_Enter", {line(key_code::returnKey, 0, "\r")}},
+      {"Escape", {line(key_code::escape, 0, "\x1b")}},
+      {"Tab", {line(key_code::tab, 0, "\t")}},
+      {"shift+Tab", {line(key_code::tab, shift, "\t")}},
+      {"F5", {line(key_code::f5, 0, "")}},
+      {"ctrl+a", {line(symbol('a'), control, "a")}},
+      {"super+r", {line(symbol('r'), command, "r"), equivalent('r')}},
+      {"super+comma", {line(symbol(','), command, ","), equivalent(',')}},
+      {"alt+x", {line(symbol('x'), option, "x")}},
+      {"shift+a", {line(symbol('a'), shift, "a"), "text A"}},
   };
-  for (const auto& c : cases) {
-    press(c.keys, line(c.code, c.flags, c.ignoring));
+  for (const auto& [keys, told] : cases) {
+    EXPECT_EQ(toldOf(keys), told) << keys;
   }
-  // Only the last of them is text.
-  EXPECT_EQ(views_->last("text"), "A") << views_->process().out();
-  EXPECT_EQ(views_->last("equivalent"), std::to_string(key_code::symbolBase + ',')) << "combinations with Command only";
-  // The modifiers themselves are no keys.
-  EXPECT_EQ(views_->process().out().find("key " + std::to_string(key_code::symbolBase + 0xFFE3)), std::string::npos);
-
   session_->run({"setxkbmap", "-layout", "ru,us"});
-  press("ctrl+a", line(key_code::symbolBase + 'a', modifier_flag::control, "a"));
+  EXPECT_TRUE(await([&] { return toldOf("ctrl+a").front() == line(symbol('a'), control, "a"); })) << "in Latin letters";
 
   // Without the monitor the field edits as fields do, and keys that it does not have reach the window.
-  views_->command("monitor 0");
-  views_->command("unfocus");
+  query_->setKeyMonitorInstalled(false);
+  query_->resignFieldFirstResponder();
   session_->keys({"key", "Escape"});
-  EXPECT_TRUE(views_->says("windowkey 53"));
+  EXPECT_TRUE(says("windowkey 53"));
 }
 
-TEST_F(QueryKeys, WindowGrowsByTheNoticeWithinTheScreen) {
-  startViews({.windowManager = WindowManager::openbox, .width = 800, .height = 600});
-  views_->showQueryWindow(100, 540);
-  views_->command("frame");
-  const auto before = views_->numbers("frame");
-  views_->command("notice Nothing to match here.");
-  views_->command("frame");
-  const auto with = views_->numbers("frame");
-  EXPECT_GT(with[3], before[3]);
-  EXPECT_LE(with[1] + with[3], 600);
-  EXPECT_EQ(with[0], before[0]);
+TEST_F(QueryKeys, areTakenBesideANoticeForWhichTheWindowGrowsWithinTheScreen) {
+  const Rect before = query_->frame();
+  query_->setNotice("Nothing to match here.");
+  const Rect with = query_->frame();
+  EXPECT_GT(with.height, before.height);
+  EXPECT_GE(with.y, 0);
+  EXPECT_EQ(with.x, before.x);
   // In as many lines as it needs, also for what has no spaces.
-  views_->command("notice Start it with JAVA_TOOL_OPTIONS=-Dassistive=org.example.Wrapper" + std::string(300, 'x'));
-  views_->command("frame");
-  const auto tall = views_->numbers("frame");
-  EXPECT_GT(tall[3] - before[3], 4 * (with[3] - before[3]) / 2);
-  EXPECT_LE(tall[1] + tall[3], 600);
-  EXPECT_EQ(tall[2], before[2]);
-  views_->command("notice ");
-  views_->command("frame");
-  EXPECT_EQ(views_->numbers("frame")[3], before[3]);
-  EXPECT_EQ(views_->count("resign"), 0U);
+  query_->setNotice("Start it with JAVA_TOOL_OPTIONS=-Dassistive=org.example.Wrapper" + std::string(300, 'x'));
+  const Rect tall = query_->frame();
+  EXPECT_GT(tall.height - before.height, 2 * (with.height - before.height));
+  EXPECT_GE(tall.y, 0);
+  EXPECT_EQ(tall.width, before.width);
+  query_->setNotice("");
+  EXPECT_EQ(query_->frame().height, before.height);
+  EXPECT_EQ(toldOf("shift+a").back(), "text A");
 }
 
 }  // namespace

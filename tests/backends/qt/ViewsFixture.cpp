@@ -1,96 +1,112 @@
 #include "backends/qt/ViewsFixture.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <algorithm>
 #include <cstdlib>
-#include <sstream>
-#include <stdexcept>
+
+#include "platform/Input.h"
 
 namespace jumplark {
 
-using desktop::waitUntil;
-
-ViewsClient::ViewsClient(desktop::PrivateSession& session)
-    : session_(session),
-      fifo_(session.folder() + "/commands"),
-      process_((
-          [&] {
-            ::unlink(fifo_.c_str());
-            if (::mkfifo(fifo_.c_str(), 0600) != 0) {
-              throw std::runtime_error("no FIFO");
-            }
-          }(),
-          session.start({JUMPLARK_VIEWS_CLIENT, fifo_}))) {
-  pipe_ = ::open(fifo_.c_str(), O_RDWR | O_CLOEXEC);
-  if (pipe_ < 0 || !process_.waitForLine("ready")) {
-    throw std::runtime_error("the windows did not come up: " + process_.err());
-  }
+void ViewsTest::startViews(const desktop::SessionOptions& options) {
+  start(options);
+  member_ = session_->adoptEnvironment();
+  queues_ = std::make_unique<SystemQueues>();
+  loop_ = std::make_unique<QtMainLoop>(*queues_);
+  screens_ = std::make_unique<X11Screens>(x_, queues_->mainQueue());
+  WindowCallbacks callbacks{[this](uint32_t window) { windows_->requestActive(window, true); },
+                            [this] { told_.emplace_back("keyboard"); },
+                            {}};
+  views_ = std::make_unique<QtViews>(QtViews::World{x_, *screens_, queues_->mainQueue(), std::move(callbacks)});
+  query_ = views_->makeQueryWindow();
+  query_->setDelegate(this);
+  query_->setLevel(window_level::dock + 1);
+  overlay_ = views_->makeOverlay();
+  discovery_ = views_->makeDiscovery();
 }
 
-ViewsClient::~ViewsClient() {
-  ::close(pipe_);
+void ViewsTest::TearDown() {
+  discovery_.reset();
+  overlay_.reset();
+  query_.reset();
+  views_.reset();
+  screens_.reset();
+  loop_.reset();
+  queues_.reset();
+  member_.reset();
+  X11Test::TearDown();
 }
 
-void ViewsClient::command(const std::string& line) {
-  const std::string text = line + "\n";
-  ASSERT_EQ(::write(pipe_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  ASSERT_TRUE(says("done " + std::to_string(++commands_))) << line << ": " << process_.err();
-}
-
-std::string ViewsClient::last(const std::string& word) const {
-  std::istringstream out(process_.out());
-  std::string result;
-  for (std::string line; std::getline(out, line);) {
-    if (line.starts_with(word + " ")) {
-      result = line.substr(word.size() + 1);
+bool ViewsTest::await(const std::function<bool()>& state) {
+  QElapsedTimer waited;
+  waited.start();
+  bool isThere = state();
+  QTimer timer;
+  QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+    isThere = state();
+    if (isThere || waited.hasExpired(desktop::kPatience.count())) {
+      QCoreApplication::exit();
     }
+  });
+  timer.start(2);
+  if (!isThere) {
+    loop_->run();
   }
-  return result;
+  return isThere;
 }
 
-std::vector<int> ViewsClient::numbers(const std::string& word) const {
-  std::istringstream text(last(word));
-  std::vector<int> result;
-  for (double number = 0; text >> number;) {
-    result.push_back(static_cast<int>(number));
-  }
-  return result;
-}
-
-uint32_t ViewsClient::queryWindow() const {
-  const auto window = session_.findWindow(
-      [&](const desktop::SessionWindow& w) { return w.pid == process_.pid() && !w.overrideRedirect; });
-  return window ? window->id : 0;
-}
-
-void ViewsClient::showQueryWindow(int x, int y) {
-  const size_t arrivals = count("keyboard");
-  command("place " + std::to_string(x) + " " + std::to_string(y));
-  command("show");
-  command("monitor 1");
-  ASSERT_TRUE(waitUntil([&] { return count("keyboard") > arrivals; })) << process_.err();
+size_t ViewsTest::count(const std::string& line) const {
+  return static_cast<size_t>(std::ranges::count(told_, line));
 }
 
 testing::AssertionResult ViewsTest::shows(int x, int y, uint32_t color) {
   uint32_t found = 0;
-  const auto equal = [&] {
-    found = session_->pixel(x, y);
-    for (const unsigned shift : {0U, 8U, 16U}) {
-      constexpr int kRounding = 2;
-      if (std::abs(static_cast<int>((found >> shift) & 0xFF) - static_cast<int>((color >> shift) & 0xFF)) > kRounding) {
-        return false;
-      }
-    }
-    return true;
+  const auto isNear = [&](unsigned shift) {
+    return std::abs(static_cast<int>(found >> shift & 0xFF) - static_cast<int>(color >> shift & 0xFF)) <= 2;
   };
-  if (waitUntil(equal, desktop::Milliseconds(5000))) {
+  const auto isShown = [&] {
+    found = session_->pixel(x, y);
+    return isNear(0) && isNear(8) && isNear(16);
+  };
+  if (await(isShown)) {
     return testing::AssertionSuccess();
   }
-  std::ostringstream text;
-  text << "at " << x << ',' << y << " shows " << std::hex << found << " and not " << color;
-  return testing::AssertionFailure() << text.str();
+  return testing::AssertionFailure() << std::hex << "at " << std::dec << x << ',' << y << std::hex << " shows " << found
+                                     << " and not " << color;
+}
+
+Rect ViewsTest::core(double x, double y, double width, double height) const {
+  return {x, screens_->primaryFrame().maxY() - y - height, width, height};
+}
+
+uint32_t ViewsTest::ownWindow() const {
+  const auto window = session_->findWindow(
+      [](const desktop::SessionWindow& each) { return each.pid == getpid() && !each.overrideRedirect; });
+  return window ? window->id : 0;
+}
+
+void ViewsTest::showQueryWindow(int x, int y) {
+  const size_t arrivals = count("keyboard");
+  query_->setFrameTopLeft({static_cast<double>(x), core(x, y, 0, 0).y});
+  query_->makeKeyAndOrderFront();
+  query_->makeFieldFirstResponder();
+  query_->setKeyMonitorInstalled(true);
+  ASSERT_TRUE(await([&] { return count("keyboard") > arrivals; }));
+}
+
+bool ViewsTest::monitoredKeyDown(const KeyEvent& event) {
+  told_.push_back("key " + std::to_string(event.keyCode) + " " + std::to_string(event.flags) + " " +
+                  event.charactersIgnoringModifiers);
+  return (event.flags & modifier_flag::deviceIndependentMask) == modifier_flag::control;
+}
+
+bool ViewsTest::performKeyEquivalent(const KeyEvent& event) {
+  told_.push_back("equivalent " + std::to_string(event.keyCode));
+  return false;
 }
 
 }  // namespace jumplark

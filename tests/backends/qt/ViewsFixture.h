@@ -1,56 +1,62 @@
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "backends/linux/qt/QtMainLoop.h"
+#include "backends/linux/qt/QtViews.h"
+#include "backends/linux/system/SystemQueues.h"
+#include "backends/linux/x11/X11Screens.h"
 #include "backends/x11/X11Fixture.h"
-#include "desktop/support/PrivateSession.h"
 
 namespace jumplark {
 
-/// The windows in a process of their own (ViewsClient.cpp), told what to do.
-class ViewsClient {
- public:
-  explicit ViewsClient(desktop::PrivateSession& session);
-  ~ViewsClient();
-  ViewsClient(const ViewsClient&) = delete;
-  ViewsClient& operator=(const ViewsClient&) = delete;
-
-  /// Returns when the command has been carried out.
-  void command(const std::string& line);
-  bool says(const std::string& line) { return process_.waitForLine(line); }
-  size_t count(const std::string& line) const { return process_.countOfLine(line); }
-  /// The arguments of the last line that begins with this word.
-  std::vector<int> numbers(const std::string& word) const;
-  std::string last(const std::string& word) const;
-  desktop::Process& process() { return process_; }
-  /// The query window while it is on screen; 0 otherwise.
-  uint32_t queryWindow() const;
-  /// Shows the query window with its card's corner there, and returns when it has the keyboard.
-  void showQueryWindow(int x, int y);
-
- private:
-  desktop::PrivateSession& session_;
-  std::string fifo_;
-  int pipe_ = -1;
-  int commands_ = 0;
-  desktop::Process& process_;
-};
-
-class ViewsTest : public X11Test {
+/// The program's windows without the rest of the program, in a session. The main loop runs while a test awaits
+/// something. Places have a top-left origin.
+class ViewsTest : public X11Test, protected QueryWindowViewDelegate {
  protected:
-  void startViews(const desktop::SessionOptions& options) {
-    start(options);
-    views_ = std::make_unique<ViewsClient>(*session_);
-  }
-  void TearDown() override {
-    views_.reset();
-    X11Test::TearDown();
+  void startViews(const desktop::SessionOptions& options);
+  void TearDown() override;
+
+  /// Runs the main loop until the state is there; false when it does not come.
+  bool await(const std::function<bool()>& state);
+  /// What the windows have told: "text T", "key CODE FLAGS IGNORING", "equivalent CODE", "windowkey CODE", "resign",
+  /// "keyboard", "chosen N".
+  size_t count(const std::string& line) const;
+  bool says(const std::string& line) {
+    return await([&] { return count(line) > 0; });
   }
   /// Waits until a pixel has the colour, but for rounding.
   testing::AssertionResult shows(int x, int y, uint32_t color);
 
-  std::unique_ptr<ViewsClient> views_;
+  /// A rectangle of the core.
+  Rect core(double x, double y, double width, double height) const;
+  /// The managed window that is on screen, the query window or a message; 0 without one.
+  uint32_t ownWindow() const;
+  /// Shows the query window with its card's corner there, and returns when it has the keyboard.
+  void showQueryWindow(int x, int y);
+
+  std::vector<std::string> told_;
+  std::unique_ptr<QtViews> views_;
+  std::unique_ptr<QueryWindowView> query_;
+  std::unique_ptr<OverlayView> overlay_;
+  std::unique_ptr<DiscoveryView> discovery_;
+
+ private:
+  void textDidChange(const std::string& text) override { told_.push_back("text " + text); }
+  /// Keeps combinations with Control from the field.
+  bool monitoredKeyDown(const KeyEvent& event) override;
+  bool performKeyEquivalent(const KeyEvent& event) override;
+  void keyDown(const KeyEvent& event) override { told_.push_back("windowkey " + std::to_string(event.keyCode)); }
+  void keyUp(const KeyEvent& /*event*/) override {}
+  void didResignKey() override { told_.emplace_back("resign"); }
+
+  std::shared_ptr<void> member_;
+  std::unique_ptr<SystemQueues> queues_;
+  std::unique_ptr<QtMainLoop> loop_;
+  std::unique_ptr<X11Screens> screens_;
 };
 
 }  // namespace jumplark
