@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -14,7 +15,16 @@
 
 namespace jumplark {
 
-inline constexpr uint64_t kKeyMask = 0x1C00;  // key down, key up, flags changed
+inline constexpr uint64_t kKeyMask = 0x1C00;     // key down, key up, flags changed
+inline constexpr uint64_t kKeyDownMask = 0x400;  // key down
+
+inline EventTapConfiguration tapOf(uint64_t mask, uint32_t placement = 0, uint32_t options = 0) {
+  EventTapConfiguration configuration;
+  configuration.mask = mask;
+  configuration.placement = placement;
+  configuration.options = options;
+  return configuration;
+}
 
 /// Collects the events of a tap.
 class Recorder {
@@ -36,25 +46,10 @@ class Recorder {
     std::erase_if(result, [&](const InputEvent& event) { return event.type != type; });
     return result;
   }
-  std::vector<std::string> typed() const {
-    std::vector<std::string> result;
-    for (const InputEvent& event : events(event_type::keyDown)) {
-      result.push_back(event.charactersIgnoringModifiers);
-    }
-    return result;
-  }
-  std::vector<uint64_t> flags() const {
-    std::vector<uint64_t> result;
-    for (const InputEvent& event : events(event_type::flagsChanged)) {
-      result.push_back(event.flags);
-    }
-    return result;
-  }
+  std::vector<std::string> typed() const { return each(event_type::keyDown, &InputEvent::charactersIgnoringModifiers); }
+  std::vector<uint64_t> flags() const { return each(event_type::flagsChanged, &InputEvent::flags); }
   bool waitForTyped(const std::string& characters) const {
-    return desktop::waitUntil([&] {
-      const auto all = typed();
-      return std::ranges::find(all, characters) != all.end();
-    });
+    return desktop::waitUntil([&] { return std::ranges::count(typed(), characters) > 0; });
   }
   void clear() {
     const std::lock_guard lock(mutex_);
@@ -62,6 +57,13 @@ class Recorder {
   }
 
  private:
+  template <typename T>
+  std::vector<T> each(uint32_t type, T InputEvent::*member) const {
+    std::vector<T> result;
+    std::ranges::transform(events(type), std::back_inserter(result), member);
+    return result;
+  }
+
   mutable std::mutex mutex_;
   std::vector<InputEvent> events_;
 };
@@ -76,18 +78,17 @@ class X11InputTest : public X11Test {
     input_.reset();
     X11Test::TearDown();
   }
-  std::unique_ptr<EventTapHandle> enabledTap(Recorder& recorder, std::vector<int64_t> swallowed = {}) {
-    EventTapConfiguration configuration;
-    configuration.mask = kKeyMask;
-    configuration.swallowedKeyCodes = std::move(swallowed);
-    auto tap = input_->createEventTap(configuration, recorder.callback());
-    if (tap) {
-      tap->setEnabled(true);
-    }
+  std::unique_ptr<EventTapHandle> enabledTap(EventTapCallback callback,
+                                             const EventTapConfiguration& configuration = tapOf(kKeyMask)) {
+    auto tap = input_->createEventTap(configuration, std::move(callback));
+    tap->setEnabled(true);
     return tap;
   }
-  // Pressing a key that is down repeats it; left alone it does not, for longer than any test takes.
-  void letKeysRepeat() { ASSERT_EQ(session_->run({"xset", "r", "on", "r", "rate", "60000", "1"}).status, 0); }
+  std::unique_ptr<EventTapHandle> enabledTap(Recorder& recorder, std::vector<int64_t> swallowed = {}) {
+    EventTapConfiguration configuration = tapOf(kKeyMask);
+    configuration.swallowedKeyCodes = std::move(swallowed);
+    return enabledTap(recorder.callback(), configuration);
+  }
   // A window that has the keyboard.
   std::unique_ptr<WindowClient> focusedClient() {
     auto client = std::make_unique<WindowClient>(*session_, desktop::Arguments{"200x100+0+0", "--title", "Focused"});

@@ -1,45 +1,24 @@
-// Registers Super+Shift+Space on the display of the environment, prints "registered", and "pressed" from the shortcut
-// thread at each press. Its main thread never runs a handler.
-
-#include <unistd.h>
+// Owns Super+Shift+Space on the display of the environment, without any lock key; prints "registered" once it does.
+#include <xcb/xcb.h>
 
 #include <cstdio>
-
-#include "backends/linux/x11/X11Shortcuts.h"
-#include "platform/Input.h"
-
-namespace {
-
-void say(const char* line) {
-  std::puts(line);
-  std::fflush(stdout);
-}
-
-/// The queue of a thread that is blocked.
-class BlockedQueue final : public jumplark::TaskQueue {
- public:
-  const std::string& name() const override { return name_; }
-  void post(jumplark::Task /*task*/) override {}
-  void postAfter(jumplark::Duration /*delay*/, jumplark::Task /*task*/) override {}
-  bool isCurrent() const override { return false; }
-
- private:
-  std::string name_ = "blocked";
-};
-
-}  // namespace
+#include <cstdlib>
 
 int main() {
-  using namespace jumplark;
-  BlockedQueue queue;
-  X11Shortcuts shortcuts({}, queue, {.pressed = [](uint32_t) { say("pressed"); }, .willReleaseKey = {}});
-  const auto registration =
-      shortcuts.registerShortcut({key_code::space, modifier_flag::command | modifier_flag::shift}, [] { return true; });
-  if (registration.state != ShortcutState::registered) {
+  constexpr xcb_keycode_t kSpace = 65;
+  xcb_connection_t* const x = xcb_connect(nullptr, nullptr);
+  if (xcb_connection_has_error(x) != 0) {
+    return 2;
+  }
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(x)).data->root;
+  const auto grab = xcb_grab_key_checked(x, 0, root, XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT, kSpace, XCB_GRAB_MODE_ASYNC,
+                                         XCB_GRAB_MODE_ASYNC);
+  if (xcb_request_check(x, grab) != nullptr) {
     return 1;
   }
-  say("registered");
-  while (true) {
-    pause();
+  std::puts("registered");
+  std::fflush(stdout);
+  while (xcb_generic_event_t* event = xcb_wait_for_event(x)) {
+    std::free(event);
   }
 }

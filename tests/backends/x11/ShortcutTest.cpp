@@ -10,10 +10,12 @@ using desktop::waitUntil;
 /// Which presses count, and whose.
 class ShortcutRegistrationTest : public ShortcutTest {
  protected:
-  // A further client that owns a combination.
-  bool grabElsewhere(uint8_t keycode, uint16_t modifiers) {
-    return x_->check(
-        xcb_grab_key_checked(x_->get(), 0, x_->root(), modifiers, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+  // A further client comes to own the shortcut with these modifiers more.
+  bool grabElsewhere(unsigned more) {
+    constexpr xcb_keycode_t kSpace = 65;
+    return x_->check(xcb_grab_key_checked(x_->get(), 0, x_->root(),
+                                          static_cast<uint16_t>(XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT | more), kSpace,
+                                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
   }
 };
 
@@ -92,18 +94,14 @@ TEST_F(ShortcutRegistrationTest, whatAnotherProgramOwnsIsTakenUntilItLetsGo) {
 
 TEST_F(ShortcutRegistrationTest, aFailedAttemptKeepsNothing) {
   // Only the combination with Caps Lock, which is not the first to be tried.
-  ASSERT_TRUE(grabElsewhere(kSpaceKeycode, XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_LOCK));
+  ASSERT_TRUE(grabElsewhere(XCB_MOD_MASK_LOCK));
   EXPECT_EQ(shortcuts_->registerShortcut(kShortcut, [] { return false; }).state, ShortcutState::taken);
-  EXPECT_TRUE(grabElsewhere(kSpaceKeycode, XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT));
+  EXPECT_TRUE(grabElsewhere(0));
 }
 
 TEST_F(ShortcutRegistrationTest, tellsWhatCannotBeRegistered) {
   EXPECT_EQ(shortcuts_->probe({key_code::symbolBase + 0x13BD, 0}), ShortcutState::noSuchKey);
   EXPECT_EQ(X11Shortcuts(":nonsense", queue_).probe(kShortcut), ShortcutState::outOfReach);
-  const Token token = registered();
-  session_.reset();
-  EXPECT_TRUE(waitUntil([&] { return shortcuts_->probe(kShortcut) == ShortcutState::outOfReach; }));
-  EXPECT_EQ(shortcuts_->registerShortcut(kShortcut, [] { return false; }).state, ShortcutState::outOfReach);
 }
 
 TEST(ShortcutDescriptionTest, namesKeysAsPeopleDo) {

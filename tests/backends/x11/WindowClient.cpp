@@ -2,13 +2,13 @@
 // event a line:
 //   window ID | press BUTTON X Y STATE | release BUTTON X Y STATE | key KEYCODE STATE | keyrelease KEYCODE STATE
 // X and Y are relative to the window. Arguments (all but the geometry optional):
-//   WxH+X+Y --title T --latin1-title T --class INSTANCE CLASS --type NORMAL --modal --transient ID --application-id ID
-//   --override-redirect --input X Y W H --bounding X Y W H --gtk-extents L R T B --strut LEFT RIGHT TOP BOTTOM BEGIN
-//   END
-//   --no-pid --churn --menu LEVELS
-// With --strut BEGIN and END are those of every side that reserves space. With --churn it makes and destroys further
-// windows as fast as it can. With --menu it opens a menu of that many levels and grabs the keyboard, prints "menu",
-// closes a level at each Escape without modifiers, and ends the grab with the last.
+//   WxH+X+Y --title T --class INSTANCE CLASS --type NORMAL --property NAME TYPE VALUE --input X Y W H --bounding X Y W
+//   H
+//   --override-redirect --no-pid --churn --menu LEVELS
+// The value of a property is a text for STRING and UTF8_STRING, the name of an atom for ATOM, else numbers with commas
+// between them. With --churn it makes and destroys further windows as fast as it can. With --menu it opens a menu of
+// that many levels and grabs the keyboard, prints "menu", closes a level at each Escape without modifiers, and ends the
+// grab with the last.
 
 #include <unistd.h>
 #include <xcb/shape.h>
@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,7 @@ namespace {
 
 xcb_connection_t* connection;
 xcb_screen_t* screen;
-uint32_t menuLevels = 0;
+int menuLevels = 0;
 bool wantsPid = true;
 bool churns = false;
 std::vector<xcb_window_t> menu;
@@ -41,13 +42,18 @@ xcb_atom_t atom(const std::string& name) {
   return result;
 }
 
-void setText(xcb_window_t window, xcb_atom_t property, xcb_atom_t type, const std::string& text) {
-  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, property, type, 8, static_cast<uint32_t>(text.size()),
-                      text.data());
-}
-
-void setNumbers(xcb_window_t window, const char* property, xcb_atom_t type, const std::vector<uint32_t>& numbers) {
-  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(property), type, 32,
+void setProperty(xcb_window_t window, const std::string& name, const std::string& type, const std::string& value) {
+  if (type.ends_with("STRING")) {
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(name), atom(type), 8,
+                        static_cast<uint32_t>(value.size()), value.data());
+    return;
+  }
+  std::vector<uint32_t> numbers;
+  std::istringstream words(value);
+  for (std::string word; std::getline(words, word, ',');) {
+    numbers.push_back(type == "ATOM" ? atom(word) : static_cast<uint32_t>(std::stoul(word)));
+  }
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(name), atom(type), 32,
                       static_cast<uint32_t>(numbers.size()), numbers.data());
 }
 
@@ -78,13 +84,8 @@ xcb_window_t createWindow(const char* geometry, bool overrideRedirect) {
 struct Options {
   char** next;
   char** end;
-  const char* text() { return next < end ? *next++ : ""; }
-  uint32_t number() { return static_cast<uint32_t>(std::strtoul(text(), nullptr, 0)); }
-  std::vector<uint32_t> numbers(size_t count) {
-    std::vector<uint32_t> result(count);
-    std::generate(result.begin(), result.end(), [this] { return number(); });
-    return result;
-  }
+  std::string text() { return next < end ? *next++ : ""; }
+  int number() { return std::stoi(text()); }
 };
 
 void shape(xcb_window_t window, xcb_shape_sk_t kind, Options& options) {
@@ -95,57 +96,34 @@ void shape(xcb_window_t window, xcb_shape_sk_t kind, Options& options) {
   xcb_shape_rectangles(connection, XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED, window, 0, 0, 1, &r);
 }
 
-std::vector<uint32_t> strut(Options& options) {
-  std::vector<uint32_t> values = options.numbers(4);
-  const std::vector<uint32_t> extent = options.numbers(2);
-  for (size_t side = 0; side < 4; ++side) {
-    for (const uint32_t end : extent) {
-      values.push_back(values[side] > 0 ? end : 0);
-    }
-  }
-  return values;
-}
-
 /// What each argument does to the window.
 const std::map<std::string, void (*)(xcb_window_t, Options&)> kArguments = {
-    {"--title", [](auto w, auto& o) { setText(w, atom("_NET_WM_NAME"), atom("UTF8_STRING"), o.text()); }},
-    {"--latin1-title", [](auto w, auto& o) { setText(w, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, o.text()); }},
+    {"--title", [](auto w, auto& o) { setProperty(w, "_NET_WM_NAME", "UTF8_STRING", o.text()); }},
     {"--class",
      [](auto w, auto& o) {
        const std::string instance = o.text();
-       setText(w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, instance + '\0' + o.text() + '\0');
+       setProperty(w, "WM_CLASS", "STRING", instance + '\0' + o.text() + '\0');
      }},
     {"--type",
+     [](auto w, auto& o) { setProperty(w, "_NET_WM_WINDOW_TYPE", "ATOM", "_NET_WM_WINDOW_TYPE_" + o.text()); }},
+    {"--property",
      [](auto w, auto& o) {
-       setNumbers(w, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, {atom(std::string("_NET_WM_WINDOW_TYPE_") + o.text())});
+       const std::string name = o.text();
+       const std::string type = o.text();
+       setProperty(w, name, type, o.text());
      }},
-    {"--modal", [](auto w, auto&) { setNumbers(w, "_NET_WM_STATE", XCB_ATOM_ATOM, {atom("_NET_WM_STATE_MODAL")}); }},
-    {"--transient", [](auto w, auto& o) { setNumbers(w, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, {o.number()}); }},
-    {"--application-id",
-     [](auto w, auto& o) { setText(w, atom("_GTK_APPLICATION_ID"), atom("UTF8_STRING"), o.text()); }},
     {"--input", [](auto w, auto& o) { shape(w, XCB_SHAPE_SK_INPUT, o); }},
     {"--bounding", [](auto w, auto& o) { shape(w, XCB_SHAPE_SK_BOUNDING, o); }},
-    {"--gtk-extents", [](auto w, auto& o) { setNumbers(w, "_GTK_FRAME_EXTENTS", XCB_ATOM_CARDINAL, o.numbers(4)); }},
-    {"--strut", [](auto w, auto& o) { setNumbers(w, "_NET_WM_STRUT_PARTIAL", XCB_ATOM_CARDINAL, strut(o)); }},
     {"--menu", [](auto, auto& o) { menuLevels = o.number(); }},
     {"--no-pid", [](auto, auto&) { wantsPid = false; }},
     {"--churn", [](auto, auto&) { churns = true; }},
     {"--override-redirect", [](auto, auto&) {}},
 };
 
-void apply(const std::string& name, Options& options, xcb_window_t window) {
-  const auto argument = kArguments.find(name);
-  if (argument == kArguments.end()) {
-    std::fprintf(stderr, "unknown argument %s\n", name.c_str());
-    std::exit(2);
-  }
-  argument->second(window, options);
-}
-
 void churn() {
   while (xcb_connection_has_error(connection) == 0) {
     const xcb_window_t window = createWindow("50x50+5+5", true);
-    setText(window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, "short-lived");
+    setProperty(window, "WM_NAME", "STRING", "short-lived");
     xcb_map_window(connection, window);
     std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
     xcb_destroy_window(connection, window);
@@ -156,7 +134,7 @@ void churn() {
 }
 
 void openMenu() {
-  for (uint32_t level = 0; level < menuLevels; ++level) {
+  for (int level = 0; level < menuLevels; ++level) {
     menu.push_back(createWindow("60x60+300+200", true));
     xcb_map_window(connection, menu.back());
   }
@@ -204,17 +182,14 @@ int main(int argc, char** argv) {
     return 2;
   }
   screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-  bool overrideRedirect = false;
-  for (int i = 2; i < argc; ++i) {
-    overrideRedirect = overrideRedirect || std::strcmp(argv[i], "--override-redirect") == 0;
-  }
+  const bool overrideRedirect =
+      std::any_of(argv, argv + argc, [](const char* each) { return std::strcmp(each, "--override-redirect") == 0; });
   const xcb_window_t window = createWindow(argv[1], overrideRedirect);
-  Options options{argv + 2, argv + argc};
-  while (options.next < options.end) {
-    apply(options.text(), options, window);
+  for (Options options{argv + 2, argv + argc}; options.next < options.end;) {
+    kArguments.at(options.text())(window, options);
   }
   if (wantsPid) {
-    setNumbers(window, "_NET_WM_PID", XCB_ATOM_CARDINAL, {static_cast<uint32_t>(getpid())});
+    setProperty(window, "_NET_WM_PID", "CARDINAL", std::to_string(getpid()));
   }
   xcb_map_window(connection, window);
   xcb_flush(connection);

@@ -24,7 +24,7 @@ class WindowClient {
   pid_t pid() const { return process_.pid(); }
   desktop::Process& process() { return process_; }
   /// Waits until the line has been printed.
-  bool prints(const std::string& line) { return process_.waitForLine(line); }
+  bool prints(const std::string& line) const { return process_.waitForLine(line); }
   size_t count(const std::string& line) const { return process_.countOfLine(line); }
   /// The lines that begin with the word.
   std::vector<std::string> lines(const std::string& word) const;
@@ -65,6 +65,8 @@ class X11Test : public ::testing::Test {
   /// Returns when the window manager has taken a window into its care. One that has just started says that it is there
   /// before it sees every request to map a window.
   void waitUntilWindowsAreManaged();
+  /// Pressing a key that is down repeats it; left alone it does not, for longer than any test takes.
+  void letKeysRepeat() { ASSERT_EQ(session_->run({"xset", "r", "on", "r", "rate", "60000", "1"}).status, 0); }
   /// True once nobody holds the keyboard.
   bool keyboardIsFree() const {
     return desktop::waitUntil([&] { return session_->keyboardIsFree(); });

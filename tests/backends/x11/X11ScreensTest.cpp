@@ -13,8 +13,9 @@ using testing::ElementsAre;
 
 class X11ScreensTest : public X11Test {
  protected:
-  void startWith(std::vector<desktop::PixelRect> monitors) {
-    start({.windowManager = WindowManager::none, .width = 1000, .height = 800, .monitors = std::move(monitors)});
+  void startWith(const desktop::SessionOptions& options) {
+    screens_.reset();
+    start(options);
     screens_ = std::make_unique<X11Screens>(x_, queue_);
   }
   void TearDown() override {
@@ -25,44 +26,44 @@ class X11ScreensTest : public X11Test {
   std::unique_ptr<X11Screens> screens_;
 };
 
-TEST_F(X11ScreensTest, framesCountFromTheLowerLeftCornerOfTheFirst) {
-  startWith({{0, 0, 600, 500}, {600, 100, 400, 700}});
-  EXPECT_THAT(screens_->frames(), ElementsAre(Rect{0, 0, 600, 500}, Rect{600, -300, 400, 700}));
-  session_->keys({"mousemove", "700", "799"});
-  EXPECT_EQ(screens_->pointerLocation(), (Point{700, -300})) << "the lowest row of the second";
-}
-
 // Whatever stands first, its top has to be the root's first row: top - y - 1 gives back the pixel row.
-TEST_F(X11ScreensTest, theFirstFrameBeginsAtTheFirstRow) {
-  startWith({{0, 200, 500, 600}, {500, 0, 500, 400}});
-  const std::vector<Rect> frames = screens_->frames();
-  EXPECT_THAT(frames, ElementsAre(Rect{500, 0, 500, 400}, Rect{0, -400, 500, 600}));
-  session_->keys({"mousemove", "3", "250"});
-  const Point pointer = screens_->pointerLocation();
-  EXPECT_EQ(frames.front().maxY() - pointer.y - 1, 250);
-  EXPECT_TRUE(frames[1].contains(pointer));
+TEST_F(X11ScreensTest, framesCountFromTheLowerLeftCornerOfTheFirstAtTheFirstRow) {
+  const struct {
+    std::vector<desktop::PixelRect> monitors;
+    std::vector<Rect> frames;
+    int x, y;  ///< of the pointer, in pixels
+    Point pointer;
+  } cases[] = {
+      {{{0, 0, 600, 500}, {600, 100, 400, 700}}, {{0, 0, 600, 500}, {600, -300, 400, 700}}, 700, 799, {700, -300}},
+      {{{0, 200, 500, 600}, {500, 0, 500, 400}}, {{500, 0, 500, 400}, {0, -400, 500, 600}}, 3, 250, {3, 149}}};
+  for (const auto& [monitors, frames, x, y, pointer] : cases) {
+    startWith({.windowManager = WindowManager::none, .width = 1000, .height = 800, .monitors = monitors});
+    EXPECT_EQ(screens_->frames(), frames);
+    session_->keys({"mousemove", std::to_string(x), std::to_string(y)});
+    EXPECT_EQ(screens_->pointerLocation(), pointer);
+    EXPECT_TRUE(screens_->frames()[1].contains(pointer));
+  }
 }
 
 // Panels at the left of the first monitor, at the top of the second and at the bottom of the third, which is the
 // shortest, so that below it there is nothing.
 TEST_F(X11ScreensTest, workAreasLeaveOutThePanelsOfEachMonitor) {
-  start({.width = 1000, .height = 800, .monitors = {{0, 0, 300, 800}, {300, 0, 400, 800}, {700, 0, 300, 600}}});
-  screens_ = std::make_unique<X11Screens>(x_, queue_);
+  startWith({.width = 1000, .height = 800, .monitors = {{0, 0, 300, 800}, {300, 0, 400, 800}, {700, 0, 300, 600}}});
   EXPECT_EQ(screens_->workAreas(), screens_->frames());
-  const WindowClient left(*session_,
-                          {"40x800+0+0", "--title", "a", "--type", "DOCK", "--strut", "40", "0", "0", "0", "0", "799"});
-  const WindowClient top(
-      *session_, {"400x30+300+0", "--title", "b", "--type", "DOCK", "--strut", "0", "0", "30", "0", "300", "699"});
-  const WindowClient bottom(
-      *session_, {"300x50+700+550", "--title", "c", "--type", "DOCK", "--strut", "0", "0", "0", "250", "700", "999"});
+  const auto panel = [&](const char* geometry, const char* strut) {
+    return WindowClient(*session_, {geometry, "--title", "panel", "--type", "DOCK", "--property",
+                                    "_NET_WM_STRUT_PARTIAL", "CARDINAL", strut});
+  };
+  panel("40x800+0+0", "40,0,0,0,0,799,0,0,0,0,0,0");
+  panel("400x30+300+0", "0,0,30,0,0,0,0,0,300,699,0,0");
+  panel("300x50+700+550", "0,0,0,250,0,0,0,0,0,0,700,999");
   const auto expected = std::vector<Rect>{{40, 0, 260, 800}, {300, 0, 400, 770}, {700, 250, 300, 550}};
   EXPECT_TRUE(waitUntil([&] { return screens_->workAreas() == expected; }))
       << testing::PrintToString(screens_->workAreas());
 }
 
 TEST_F(X11ScreensTest, theOneMonitorsWorkAreaIsTheWindowManagers) {
-  start({.width = 1000, .height = 800});
-  screens_ = std::make_unique<X11Screens>(x_, queue_);
+  startWith({.width = 1000, .height = 800});
   const uint32_t area[] = {10, 20, 900, 700, 10, 20, 900, 700, 10, 20, 900, 700, 10, 20, 900, 700};
   ASSERT_TRUE(x_->check(xcb_change_property_checked(x_->get(), XCB_PROP_MODE_REPLACE, x_->root(),
                                                     x_->atom(Atom::netWorkarea), XCB_ATOM_CARDINAL, 32, 16, area)));
@@ -70,7 +71,7 @@ TEST_F(X11ScreensTest, theOneMonitorsWorkAreaIsTheWindowManagers) {
 }
 
 TEST_F(X11ScreensTest, changesAreToldOnTheMainQueueUntilTheTokenGoes) {
-  startWith({});
+  startWith({.windowManager = WindowManager::none, .width = 1000, .height = 800});
   int calls = 0;
   int otherCalls = 0;
   Token token = screens_->onFramesChanged([&] { ++calls; });
@@ -95,16 +96,6 @@ TEST_F(X11ScreensTest, changesAreToldOnTheMainQueueUntilTheTokenGoes) {
   queue_.runAll();
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(otherCalls, 2);
-}
-
-TEST_F(X11ScreensTest, aLostServerHasNoScreens) {
-  startWith({});
-  const Token token = screens_->onFramesChanged([] {});
-  session_.reset();
-  EXPECT_TRUE(waitUntil([&] { return screens_->frames().empty(); }));
-  EXPECT_EQ(screens_->pointerLocation(), Point{});
-  EXPECT_EQ(queue_.runAll(), 0U);
-  EXPECT_FALSE(X11Screens(x_, queue_).onFramesChanged([] {}));
 }
 
 }  // namespace

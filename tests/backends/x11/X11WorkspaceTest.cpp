@@ -17,54 +17,55 @@ using ::testing::IsEmpty;
 using ::testing::IsSupersetOf;
 using testing::writeFile;
 
+/// Writes a desktop entry with these lines.
+void writeEntry(const fs::path& path, const std::string& lines) {
+  writeFile(path, "[Desktop Entry]\nType=Application\n" + lines);
+}
+
 class DesktopEntriesTest : public ::testing::Test {
  protected:
   testing::TemporaryFolder temporary_;
   fs::path folder_ = temporary_.path();
+  fs::path apps_ = folder_ / "applications";
 };
 
 TEST_F(DesktopEntriesTest, findsAnApplicationByIdByClassAndByFileName) {
-  const fs::path apps = folder_ / "applications";
-  writeFile(
-      apps / "org.example.Editor.desktop",
-      "[Desktop Action New]\nName=New Window\n[Desktop Entry]\nType=Application\nName=Editor\nName[de]=Schreiber\n"
-      "Name[de_AT]=Schreiberl\nStartupWMClass=WeirdClass\n");
-  writeFile(apps / "kde" / "org.kde.viewer.desktop", "[Desktop Entry]\nType = Application\nName=View\\ser\\\\\n");
-  writeFile(apps / "link.desktop", "[Desktop Entry]\nType=Link\nName=Link\n");
-  DesktopEntries entries({folder_}, "de_CH.UTF-8");
+  writeFile(apps_ / "org.example.Editor.desktop",
+            "[Desktop Action New]\nName=New Window\n[Desktop Entry]\nType=Application\nName=Editor\n"
+            "Name[de]=Schreiber\nName[de_AT]=Schreiberl\nStartupWMClass=WeirdClass\n");
+  writeEntry(apps_ / "kde" / "org.kde.viewer.desktop", "Name = View\\ser\\\\\n");
+  writeFile(apps_ / "link.desktop", "[Desktop Entry]\nType=Link\nName=Link\n");
   const struct {
+    const char* locale;
     const char* applicationId;
     const char* className;
     const char* instanceName;
     const char* id;
     const char* name;
   } cases[] = {
-      {"org.example.Editor", "Other", "other", "org.example.Editor", "Schreiber"},
-      {"", "weirdclass", "x", "org.example.Editor", "Schreiber"},
-      {"", "x", "WeirdClass", "org.example.Editor", "Schreiber"},
-      {"", "Editor", "editor", "org.example.Editor", "Schreiber"},
-      {"", "Viewer", "", "kde-org.kde.viewer", "View er\\"},
+      {"de_CH.UTF-8", "org.example.Editor", "Other", "other", "org.example.Editor", "Schreiber"},
+      {"de_CH.UTF-8", "", "weirdclass", "x", "org.example.Editor", "Schreiber"},
+      {"de_CH.UTF-8", "", "x", "WeirdClass", "org.example.Editor", "Schreiber"},
+      {"de_AT@euro", "", "Editor", "editor", "org.example.Editor", "Schreiberl"},
+      {"", "", "Editor", "", "org.example.Editor", "Editor"},
+      {"", "", "Viewer", "", "kde-org.kde.viewer", "View er\\"},
+      {"", "", "", "", "", ""},
+      {"", "link", "link", "link", "", ""},
   };
   for (const auto& c : cases) {
-    const auto entry = entries.forWindow(c.applicationId, c.className, c.instanceName);
-    ASSERT_TRUE(entry) << c.className;
-    EXPECT_EQ(entry->id, c.id);
-    EXPECT_EQ(entry->name, c.name);
+    const auto entry = DesktopEntries({folder_}, c.locale).forWindow(c.applicationId, c.className, c.instanceName);
+    EXPECT_EQ(entry.value_or(DesktopEntry()).id, c.id) << c.className;
+    EXPECT_EQ(entry.value_or(DesktopEntry()).name, c.name) << c.className;
   }
-  EXPECT_FALSE(entries.forWindow("", "", ""));
-  EXPECT_FALSE(entries.forWindow("link", "link", "link"));
-  EXPECT_EQ(DesktopEntries({folder_}, "de_AT@euro").forWindow("", "Editor", "")->name, "Schreiberl");
-  EXPECT_EQ(DesktopEntries({folder_}, "").forWindow("", "Editor", "")->name, "Editor");
 }
 
 TEST_F(DesktopEntriesTest, findsApplicationsByTheProgramThatTheyRun) {
   const fs::path program = fs::canonical(folder_) / "office";
   writeFile(program, "");
   const std::string exec = "Exec=env LANG=C \"" + program.string() + "\" --calc %U\n";
-  writeFile(folder_ / "applications/calc.desktop",
-            "[Desktop Entry]\nType=Application\nName=Calc\nName[de]=Tabellen\n" + exec);
-  writeFile(folder_ / "applications/hidden.desktop", "[Desktop Entry]\nType=Application\nHidden=true\n" + exec);
-  writeFile(folder_ / "applications/other.desktop", "[Desktop Entry]\nType=Application\nExec=sh -c office\n");
+  writeEntry(apps_ / "calc.desktop", "Name=Calc\nName[de]=Tabellen\n" + exec);
+  writeEntry(apps_ / "hidden.desktop", "Hidden=true\n" + exec);
+  writeEntry(apps_ / "other.desktop", "Exec=sh -c office\n");
   DesktopEntries entries({folder_}, "de");
   for (const fs::path& path : {program, fs::path(program.string() + ".bin")}) {
     const auto found = entries.forProgram(path);
@@ -75,23 +76,17 @@ TEST_F(DesktopEntriesTest, findsApplicationsByTheProgramThatTheyRun) {
   EXPECT_EQ(entries.forProgram(fs::canonical("/bin/sh")).at(0).id, "other");
 }
 
-TEST_F(DesktopEntriesTest, theFirstFolderWinsAndMayHideAnEntry) {
-  writeFile(folder_ / "system/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=System A\n");
-  writeFile(folder_ / "system/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=System B\n");
-  writeFile(folder_ / "user/applications/a.desktop", "[Desktop Entry]\nType=Application\nName=My A\n");
-  writeFile(folder_ / "user/applications/b.desktop", "[Desktop Entry]\nType=Application\nName=B\nHidden=true\n");
-  DesktopEntries entries({folder_ / "user", folder_ / "system", folder_ / "absent"}, "C");
+TEST_F(DesktopEntriesTest, theFirstFolderWinsMayHideAnEntryAndIsLookedAtAgainWhenItChanges) {
+  writeEntry(folder_ / "system/applications/a.desktop", "Name=System A\n");
+  writeEntry(folder_ / "system/applications/b.desktop", "Name=System B\n");
+  writeEntry(apps_ / "a.desktop", "Name=My A\n");
+  writeEntry(apps_ / "b.desktop", "Name=B\nHidden=true\n");
+  DesktopEntries entries({folder_, folder_ / "system", folder_ / "absent"}, "C");
   EXPECT_EQ(entries.forWindow("a", "", "")->name, "My A");
   EXPECT_FALSE(entries.forWindow("b", "", ""));
-}
-
-TEST_F(DesktopEntriesTest, noticesAnApplicationThatIsInstalledLater) {
-  fs::create_directories(folder_ / "applications");
-  DesktopEntries entries({folder_}, "C");
+  fs::last_write_time(apps_, fs::file_time_type{});
   EXPECT_FALSE(entries.forWindow("later", "", ""));
-  fs::last_write_time(folder_ / "applications", fs::file_time_type{});
-  EXPECT_FALSE(entries.forWindow("later", "", ""));
-  writeFile(folder_ / "applications/later.desktop", "[Desktop Entry]\nType=Application\nName=Later\n");
+  writeEntry(apps_ / "later.desktop", "Name=Later\n");
   EXPECT_TRUE(entries.forWindow("later", "", ""));
 }
 
@@ -100,10 +95,8 @@ class X11WorkspaceTest : public X11Test {
   void SetUp() override {
     start();
     const fs::path data = fs::path(session_->folder()) / "data";
-    writeFile(data / "applications/org.example.Editor.desktop",
-              "[Desktop Entry]\nType=Application\nName=Editor\nStartupWMClass=editor-class\n");
-    writeFile(data / "applications/other.desktop",
-              "[Desktop Entry]\nType=Application\nName=Otherwise\nExec=" JUMPLARK_WINDOW_CLIENT "\n");
+    writeEntry(data / "applications/org.example.Editor.desktop", "Name=Editor\nStartupWMClass=editor-class\n");
+    writeEntry(data / "applications/other.desktop", "Name=Otherwise\nExec=" JUMPLARK_WINDOW_CLIENT "\n");
     screens_ = std::make_unique<X11Screens>(x_, queue_);
     entries_ = std::make_unique<DesktopEntries>(std::vector{data}, "C");
     workspace_ = std::make_unique<X11Workspace>(*windows_, *entries_, screens_.get());
@@ -127,7 +120,8 @@ class X11WorkspaceTest : public X11Test {
 };
 
 TEST_F(X11WorkspaceTest, namesApplications) {
-  const WindowClient byId(*session_, {"50x50+0+0", "--title", "w", "--application-id", "org.example.Unknown"});
+  const WindowClient byId(*session_, {"50x50+0+0", "--title", "w", "--property", "_GTK_APPLICATION_ID", "UTF8_STRING",
+                                      "org.example.Unknown"});
   const WindowClient byClass(*session_, {"50x50+0+0", "--title", "w", "--class", "x", "Editor-Class"});
   const WindowClient unknown(*session_, {"50x50+0+0", "--title", "w", "--class", "inst", "Klass"});
   const WindowClient bare(*session_, {"50x50+0+0", "--title", "w"});
@@ -174,14 +168,10 @@ TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
   const WindowFacts facts = *windows_->window(framed.window());
   ASSERT_GT(facts.frame.height, 200) << "the window manager's title";
   const auto frame = workspace_->focusedWindowFrame(framed.pid());
-  ASSERT_TRUE(frame);
-  EXPECT_EQ(frame->x, facts.frame.x);
-  EXPECT_EQ(frame->y, 900 - facts.frame.maxY());
-  EXPECT_EQ(frame->width, facts.frame.width);
-  EXPECT_EQ(frame->height, facts.frame.height);
+  EXPECT_EQ(frame, (Rect{facts.frame.x, 900 - facts.frame.maxY(), facts.frame.width, facts.frame.height}));
 
-  const WindowClient decorated(*session_, {"240x180+500+90", "--title", "Decorated", "--gtk-extents", "20", "20", "10",
-                                           "30", "--type", "DIALOG"});
+  const WindowClient decorated(*session_, {"240x180+500+90", "--title", "Decorated", "--type", "DIALOG", "--property",
+                                           "_GTK_FRAME_EXTENTS", "CARDINAL", "20,20,10,30"});
   const Rect outer = windows_->window(decorated.window())->frame;
   EXPECT_EQ(workspace_->focusedWindowFrame(decorated.pid()),
             (Rect{outer.x + 20, 900 - outer.maxY() + 30, outer.width - 40, outer.height - 40}));
