@@ -26,7 +26,7 @@ class DefaultsFileTest : public SystemFixture {
   void open() { defaults_.emplace(queues_, path_); }
   json stored() {
     json object = json::parse(read(path_), nullptr, false);
-    return object.is_object() ? object : json::object();
+    return object.is_object() ? std::move(object) : json::object();
   }
   std::vector<std::string> filesBeside() {
     std::vector<std::string> names;
@@ -63,25 +63,24 @@ TEST_F(DefaultsFileTest, KeepsValuesOverRestartsForTheUserAlone) {
   EXPECT_EQ(logLines(), 0U) << log_.str();
 }
 
-TEST_F(DefaultsFileTest, NoticesWhatOtherProgramsDoToTheFile) {
+TEST_F(DefaultsFileTest, noticesWhatOtherProgramsDoToTheFile) {
   open();
   defaults_->setValue("Key", "first");
   ASSERT_TRUE(defaults_->synchronize());
   std::string heard;
   const Token observation = defaults_->observe("Key", [&](const DefaultsValue& value) { heard = value.dump(); });
   const std::filesystem::path folder = path_.parent_path();
+  const auto replace = [&](const char* text) {
+    write(folder / "edited", text);
+    std::filesystem::rename(folder / "edited", path_);
+  };
   const struct {
     const char* what;
     std::function<void()> change;
     const char* heard;
   } cases[] = {
       {"written in place", [&] { write(path_, R"({"Key":"second"})"); }, R"("second")"},
-      {"another file renamed over it",
-       [&] {
-         write(folder / "edited", R"({"Key":"third"})");
-         std::filesystem::rename(folder / "edited", path_);
-       },
-       R"("third")"},
+      {"another file renamed over it", [&] { replace(R"({"Key":"third"})"); }, R"("third")"},
       {"removed", [&] { std::filesystem::remove(path_); }, "null"},
       {"made again", [&] { write(path_, R"({"Key":"fourth"})"); }, R"("fourth")"},
       {"the key is null", [&] { write(path_, R"({"Key":null})"); }, "null"},
@@ -89,9 +88,8 @@ TEST_F(DefaultsFileTest, NoticesWhatOtherProgramsDoToTheFile) {
       {"removed with its folder", [&] { std::filesystem::remove_all(folder); }, "null"},
   };
   for (const auto& example : cases) {
-    SCOPED_TRACE(example.what);
     example.change();
-    EXPECT_TRUE(await([&] { return heard == example.heard; })) << heard;
+    EXPECT_TRUE(await([&] { return heard == example.heard; })) << example.what << ": " << heard;
   }
   EXPECT_TRUE(await([&] { return std::filesystem::is_directory(folder); })) << "made anew, to be watched";
   defaults_->setValue("Key", "again");
@@ -120,14 +118,13 @@ TEST_F(DefaultsFileTest, TwoInstancesThatWriteAtOnceLoseNothing) {
   EXPECT_TRUE(await([&] { return defaults_->value("B49") == 49; }));
 }
 
-TEST_F(DefaultsFileTest, ABrokenFileIsSetAsideAndTheDefaultsHold) {
+TEST_F(DefaultsFileTest, aBrokenFileIsSetAsideAndWhatHeldBeforeHoldsOn) {
   const std::string deep = "{\"Key\":" + std::string(100000, '[') + std::string(100000, ']') + "}";
   for (const std::string& broken : {std::string("{\"Key\":"), std::string(), std::string("[1]"),
                                     std::string("\xff\xfe"), std::string("{\"Key\":\"a\"} trailing"), deep}) {
     SCOPED_TRACE(broken.substr(0, 40));
     defaults_.reset();
     std::filesystem::remove_all(path_.parent_path());
-    std::filesystem::create_directories(path_.parent_path());
     write(path_, broken);
     log_.str("");
     open();
@@ -137,37 +134,11 @@ TEST_F(DefaultsFileTest, ABrokenFileIsSetAsideAndTheDefaultsHold) {
     EXPECT_EQ(read(path_.string() + ".broken-1"), broken);
     defaults_->setValue("Key", "new");
     EXPECT_TRUE(defaults_->synchronize());
-    EXPECT_EQ(stored(), (json{{"Key", "new"}}));
+    write(path_, broken);
+    EXPECT_TRUE(await([&] { return stored() == json{{"Key", "new"}}; })) << "written anew";
+    EXPECT_EQ(read(path_.string() + ".broken-2"), broken);
+    EXPECT_EQ(defaults_->text("Key"), "new");
   }
-}
-
-TEST_F(DefaultsFileTest, AFileThatBreaksLaterIsWrittenAnewWithTheValuesThatHeld) {
-  open();
-  defaults_->setValue("Key", "held");
-  ASSERT_TRUE(defaults_->synchronize());
-  for (const char* aside : {".broken-1", ".broken-2"}) {
-    write(path_, "{\"Key\": oops}");
-    EXPECT_TRUE(await([&] { return stored() == json{{"Key", "held"}}; }));
-    EXPECT_EQ(read(path_.string() + aside), "{\"Key\": oops}");
-    EXPECT_EQ(defaults_->text("Key"), "held");
-  }
-}
-
-TEST_F(DefaultsFileTest, WhereNothingCanBeWrittenValuesStayInMemoryAndTheLogSaysSoOnce) {
-  write(folder_ / "config", "a file where the folder should be");
-  open();
-  std::string heard;
-  const Token observation = defaults_->observe("Key", [&](const DefaultsValue& value) { heard = value.dump(); });
-  defaults_->setValue("Key", 1);
-  EXPECT_FALSE(defaults_->synchronize());
-  defaults_->setValue("Key", 2);
-  EXPECT_FALSE(defaults_->synchronize());
-  EXPECT_EQ(defaults_->value("Key"), 2);
-  EXPECT_TRUE(await([&] { return heard == "2"; }));
-  EXPECT_THAT(log_.str(), HasSubstr("will be lost when Jumplark ends"));
-  std::filesystem::remove(folder_ / "config");
-  EXPECT_TRUE(defaults_->synchronize()) << "tried again";
-  EXPECT_EQ(stored(), (json{{"Key", 2}}));
 }
 
 TEST_F(DefaultsFileTest, ADiskThatIsFullKeepsTheOldFileWhole) {
@@ -193,9 +164,9 @@ TEST_F(DefaultsFileTest, ADiskThatIsFullKeepsTheOldFileWhole) {
   EXPECT_EQ(stored().value("Key", "").size(), 5000U);
 }
 
-TEST_F(DefaultsFileTest, ALinkStaysALinkAndAPipeHoldsUpNobody) {
-  std::filesystem::create_directories(path_.parent_path());
+TEST_F(DefaultsFileTest, aLinkStaysALink) {
   write(folder_ / "mine.json", R"({"Key":"linked"})");
+  std::filesystem::create_directories(path_.parent_path());
   std::filesystem::create_symlink(folder_ / "mine.json", path_);
   open();
   EXPECT_EQ(defaults_->text("Key"), "linked");
@@ -203,13 +174,6 @@ TEST_F(DefaultsFileTest, ALinkStaysALinkAndAPipeHoldsUpNobody) {
   EXPECT_TRUE(defaults_->synchronize());
   EXPECT_TRUE(std::filesystem::is_symlink(path_));
   EXPECT_EQ(json::parse(read(folder_ / "mine.json")), (json{{"Key", "new"}}));
-  defaults_.reset();
-  std::filesystem::remove(path_);
-  ASSERT_EQ(::mkfifo(path_.c_str(), 0600), 0);
-  open();
-  defaults_->setValue("Key", "kept");
-  EXPECT_FALSE(defaults_->synchronize());
-  EXPECT_EQ(defaults_->text("Key"), "kept");
 }
 
 TEST_F(DefaultsFileTest, AWriterThatIsKilledLeavesAWholeFile) {

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -79,38 +79,32 @@ class InstanceChannelTest : public SystemFixture {
   std::vector<InstanceCommand> commands_;
 };
 
-TEST_F(InstanceChannelTest, CarriesCommandsToTheMainQueueAndItsAnswersBack) {
-  EXPECT_EQ(send({}).state, SendState::notRunning);
-  auto serving = serve();
-  ASSERT_EQ(serving.state, ServeState::serving) << serving.problem;
+TEST_F(InstanceChannelTest, carriesCommandsToTheInstanceOfTheirDisplayAndItsAnswersBack) {
   const std::vector<InstanceCommand> sent = {
       {Kind::activate, ""}, {Kind::preferences, ""}, {Kind::preferences, "General pane"}};
-  for (const InstanceCommand& command : sent) {
-    EXPECT_EQ(send(command).state, SendState::done);
+  std::vector<InstanceChannel::Serving> all;
+  for (const std::string& display : {std::string(":0"), std::string(":1"), std::string("host/x:0"),
+                                     std::string("host_x:0"), std::string(), std::string(300, '/') + ":0"}) {
+    SCOPED_TRACE(display.substr(0, 20));
+    EXPECT_EQ(send({}, display).state, SendState::notRunning);
+    all.push_back(serve(display));
+    ASSERT_EQ(all.back().state, ServeState::serving) << all.back().problem;
+    commands_.clear();
+    for (const InstanceCommand& command : sent) {
+      EXPECT_EQ(send(command, display).state, SendState::done);
+    }
+    EXPECT_EQ(commands_, sent);
   }
-  EXPECT_EQ(commands_, sent);
+  EXPECT_EQ(serve(":0.1").state, ServeState::alreadyRunning) << "a screen of the same display";
   const auto refused = send({Kind::preferences, "Nowhere"});
   EXPECT_EQ(refused.state, SendState::failed);
   EXPECT_EQ(refused.problem, "there is no such pane indeed");
-  EXPECT_EQ(serve().state, ServeState::alreadyRunning);
-  serving.token.reset();
+  all.clear();
   EXPECT_EQ(send({}).state, SendState::notRunning);
   EXPECT_EQ(serve().state, ServeState::serving);
 }
 
-TEST_F(InstanceChannelTest, EachDisplayHasItsOwnInstance) {
-  const auto first = serve(":0");
-  EXPECT_EQ(serve(":0.1").state, ServeState::alreadyRunning) << "a screen of the same display";
-  for (const char* display : {":1", "host/x:0", "host_x:0", "host:0", ""}) {
-    EXPECT_EQ(send({}, display).state, SendState::notRunning) << display;
-    const auto other = serve(display);
-    EXPECT_EQ(other.state, ServeState::serving) << display << other.problem;
-    EXPECT_EQ(send({}, display).state, SendState::done) << display;
-  }
-  EXPECT_EQ(serve(std::string(300, '/') + ":0").state, ServeState::serving);
-}
-
-TEST_F(InstanceChannelTest, RefusesWhatIsNoCommand) {
+TEST_F(InstanceChannelTest, refusesWhatIsNoCommand) {
   const std::string unknown = "error the running Jumplark does not know this command\n";
   const auto serving = serve();
   const struct {
@@ -136,7 +130,7 @@ TEST_F(InstanceChannelTest, RefusesWhatIsNoCommand) {
   EXPECT_EQ(commands_.size(), 2U);
 }
 
-TEST_F(InstanceChannelTest, ClientsThatSendNothingOrHalfALineHoldUpNobody) {
+TEST_F(InstanceChannelTest, clientsThatSendNothingOrHalfALineHoldUpNobody) {
   const auto serving = serve();
   std::vector<FileDescriptor> idle;
   for (int number = 0; number < 40; ++number) {
@@ -151,16 +145,13 @@ TEST_F(InstanceChannelTest, ClientsThatSendNothingOrHalfALineHoldUpNobody) {
   EXPECT_EQ(send({}).state, SendState::done);
 }
 
-TEST_F(InstanceChannelTest, AHandlerMayEndTheInstanceAndNoneIsCalledAfterItsEnd) {
+TEST_F(InstanceChannelTest, aHandlerMayEndTheInstanceAndNoneIsCalledAfterItsEnd) {
   InstanceChannel::Serving serving;
-  int calls = 0;
   serving = channel().serve(queues_, [&](const InstanceCommand&) {
-    ++calls;
     serving.token.reset();
     return std::string();
   });
-  const auto reply = send({});
-  EXPECT_EQ(reply.state, SendState::failed) << "it ended instead of answering";
+  EXPECT_EQ(send({}).state, SendState::failed) << "it ended instead of answering";
   serving = serve();
   const FileDescriptor client = connect();
   write(client, "activate\n");
@@ -170,17 +161,16 @@ TEST_F(InstanceChannelTest, AHandlerMayEndTheInstanceAndNoneIsCalledAfterItsEnd)
   EXPECT_EQ(::recv(later.get(), &answered, 1, 0), 1) << "so the first line waits for the main queue";
   serving.token.reset();
   queues_.drainMainQueue();
-  EXPECT_EQ(calls, 1);
   EXPECT_TRUE(commands_.empty());
 }
 
-TEST_F(InstanceChannelTest, AKilledInstanceIsReplacedAndAStoppedOneIsToldOf) {
-  std::unique_ptr<desktop::Process> first = help({"serve", runtime().string(), ":0"});
+TEST_F(InstanceChannelTest, aStoppedInstanceIsToldOfAndOfManyThatFollowAKilledOneExactlyOneServes) {
+  const auto start = [this] { return help({"serve", runtime().string(), ":0"}); };
+  const auto first = start();
   ASSERT_TRUE(first->waitForLine("serving")) << first->out();
   EXPECT_EQ(send({}).state, SendState::done);
   EXPECT_TRUE(first->waitForLine("activate"));
-  const auto second = help({"serve", runtime().string(), ":0"});
-  EXPECT_TRUE(second->waitForLine("already running"));
+  EXPECT_TRUE(start()->waitForLine("already running"));
   first->stop();
   const auto stopped = channel().send({}, 50ms);
   EXPECT_EQ(stopped.state, SendState::failed);
@@ -188,19 +178,8 @@ TEST_F(InstanceChannelTest, AKilledInstanceIsReplacedAndAStoppedOneIsToldOf) {
   first->kill(SIGKILL);
   EXPECT_TRUE(std::filesystem::exists(place().socket)) << "left behind";
   EXPECT_EQ(send({}).state, SendState::notRunning);
-  const auto successor = serve();
-  EXPECT_EQ(successor.state, ServeState::serving);
-  EXPECT_EQ(send({}).state, SendState::done);
-}
-
-TEST_F(InstanceChannelTest, OfManyThatStartAtOnceExactlyOneServes) {
-  const auto killed = help({"serve", runtime().string(), ":0"});
-  ASSERT_TRUE(killed->waitForLine("serving"));
-  killed->kill(SIGKILL);
   std::vector<std::unique_ptr<desktop::Process>> all(8);
-  for (auto& one : all) {
-    one = help({"serve", runtime().string(), ":0"});
-  }
+  std::ranges::generate(all, start);
   int servers = 0;
   for (const auto& one : all) {
     EXPECT_TRUE(desktop::waitUntil([&] { return one->printed("serving") || one->printed("already running"); }));
@@ -210,29 +189,30 @@ TEST_F(InstanceChannelTest, OfManyThatStartAtOnceExactlyOneServes) {
   EXPECT_EQ(send({}).state, SendState::done);
 }
 
-TEST_F(InstanceChannelTest, LivesOnlyInAFolderOfTheUsersOwn) {
-  const auto environmentPlace = [this](const std::filesystem::path& runtimeFolder) {
+TEST_F(InstanceChannelTest, livesOnlyInAFolderOfTheUsersOwn) {
+  namespace fs = std::filesystem;
+  const fs::path own = folder_ / "tmp" / ("jumplark-" + std::to_string(::getuid()));
+  fs::create_directories(own.parent_path());
+  fs::create_directory(runtime());
+  const auto placeIn = [&](const fs::path& runtimeFolder) {
     ::setenv("XDG_RUNTIME_DIR", runtimeFolder.c_str(), 1);
-    ::setenv("TMPDIR", (folder_ / "tmp").c_str(), 1);
+    ::setenv("TMPDIR", own.parent_path().c_str(), 1);
     ::setenv("DISPLAY", ":7", 1);
     return InstancePlace::fromEnvironment();
   };
-  const std::filesystem::path own = folder_ / "tmp" / ("jumplark-" + std::to_string(::getuid()));
-  std::filesystem::create_directory(folder_ / "tmp");
-  ASSERT_EQ(::mkdir(runtime().c_str(), 0700), 0);
-  EXPECT_EQ(environmentPlace(runtime()).socket.parent_path(), runtime() / "jumplark");
-  EXPECT_EQ(environmentPlace("relative").socket.parent_path(), own);
-  ::chmod(runtime().c_str(), 0755);
-  EXPECT_EQ(environmentPlace(runtime()).socket.parent_path(), own) << "others can reach the runtime folder";
+  fs::permissions(runtime(), fs::perms::owner_all);
+  EXPECT_EQ(placeIn(runtime()).socket.parent_path(), runtime() / "jumplark");
+  EXPECT_EQ(placeIn("relative").socket.parent_path(), own);
+  fs::permissions(runtime(), fs::perms(0755));
+  EXPECT_EQ(placeIn(runtime()).socket.parent_path(), own) << "others can reach the runtime folder";
   EXPECT_EQ(modeOf(own), 0700U);
-
-  std::filesystem::remove(own);
-  std::filesystem::create_directory_symlink(folder_, own);
-  EXPECT_THAT(environmentPlace("").problem, HasSubstr("it is not a folder"));
-  std::filesystem::remove(own);
-  std::filesystem::create_directory(own);
-  ::chmod(own.c_str(), 0777);
-  const InstancePlace open = environmentPlace("");
+  fs::remove(own);
+  fs::create_directory_symlink(folder_, own);
+  EXPECT_THAT(placeIn("").problem, HasSubstr("it is not a folder"));
+  fs::remove(own);
+  fs::create_directory(own);
+  fs::permissions(own, fs::perms(0777));
+  const InstancePlace open = placeIn("");
   EXPECT_THAT(open.problem, HasSubstr("other users can reach it"));
   EXPECT_EQ(InstanceChannel(open).send({}).state, SendState::failed);
   EXPECT_EQ(InstanceChannel(open).serve(queues_, nullptr).problem, open.problem);

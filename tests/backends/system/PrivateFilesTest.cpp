@@ -55,62 +55,49 @@ TEST_F(PrivateFilesTest, SaysWhatIsInTheWay) {
   EXPECT_EQ(files_.read(path_).problem, "it is larger than 16 MiB");
 }
 
-TEST(DefaultsFilePath, TakesOnlyAbsolutePathsFromTheEnvironment) {
-  const struct {
-    const char* config;
-    const char* home;
-    const char* path;
-  } cases[] = {
-      {"/x/config", "/home/me", "/x/config/jumplark/defaults.json"},
-      {"config", "/home/me", "/home/me/.config/jumplark/defaults.json"},
-      {"", "/home/me", "/home/me/.config/jumplark/defaults.json"},
+TEST(DefaultsFilePath, takesOnlyAbsolutePathsFromTheEnvironment) {
+  ::setenv("HOME", "/home/me", 1);
+  const std::pair<const char*, const char*> cases[] = {
+      {"/x/config", "/x/config/jumplark/defaults.json"},
+      {"config", "/home/me/.config/jumplark/defaults.json"},
+      {"", "/home/me/.config/jumplark/defaults.json"},
   };
-  for (const auto& example : cases) {
-    ::setenv("XDG_CONFIG_HOME", example.config, 1);
-    ::setenv("HOME", example.home, 1);
-    EXPECT_EQ(DefaultsFile::pathFromEnvironment(), example.path);
+  for (const auto& [config, path] : cases) {
+    ::setenv("XDG_CONFIG_HOME", config, 1);
+    EXPECT_EQ(DefaultsFile::pathFromEnvironment(), path);
   }
   ::setenv("HOME", "me", 1);
   EXPECT_TRUE(DefaultsFile::pathFromEnvironment().is_absolute()) << "from the list of users";
 }
 
-TEST(LinuxFactsTest, ReadsWhatDistributionsWrite) {
+TEST(LinuxFactsTest, readsWhatDistributionsWrite) {
   const char* const release =
       "PRETTY_NAME=\"Some Linux 12 (name)\"\n# VERSION_ID=1\nMY_VERSION_ID=2\n VERSION_ID = \"12.5\" \nBUILD_ID='a b'\n"
       "LONE=\"\nBAD=\x01\xff\nVERSION_ID=13";
-  const struct {
-    const char* key;
-    const char* value;
-  } cases[] = {{"VERSION_ID", "12.5"}, {"BUILD_ID", "a b"}, {"LONE", "\""}, {"BAD", "??"}, {"NONE", ""}};
-  for (const auto& example : cases) {
-    EXPECT_EQ(LinuxFacts::osReleaseValue(release, example.key), example.value);
+  const std::pair<const char*, const char*> cases[] = {
+      {"VERSION_ID", "12.5"}, {"BUILD_ID", "a b"}, {"LONE", "\""}, {"BAD", "??"}, {"NONE", ""}};
+  for (const auto& [key, value] : cases) {
+    EXPECT_EQ(LinuxFacts::osReleaseValue(release, key), value);
   }
   EXPECT_EQ(LinuxFacts::osReleaseValue("VERSION_ID=" + std::string(5000, '1'), "VERSION_ID").size(), 200U);
 }
 
-TEST(LinuxFactsTest, TakesTheLocaleAndTheWishNotToBeTrackedFromTheEnvironment) {
-  const struct {
-    const char* name;
-    const char* locale;
-  } locales[] = {{"de_AT.UTF-8@euro", "de_AT"},       {"C", "C"}, {"sr_RS@latin", "sr_RS"}, {"", ""}, {"../x", ""},
-                 {"a very long name of a locale", ""}};
-  for (const auto& example : locales) {
-    EXPECT_EQ(LinuxFacts::localeWithoutCharset(example.name), example.locale);
+TEST(LinuxFactsTest, takesTheLocaleAndTheWishNotToBeTrackedFromTheEnvironment) {
+  const std::pair<const char*, const char*> locales[] = {
+      {"de_AT.UTF-8@euro", "de_AT"},       {"C", "C"}, {"sr_RS@latin", "sr_RS"}, {"", ""}, {"../x", ""},
+      {"a very long name of a locale", ""}};
+  for (const auto& [name, locale] : locales) {
+    EXPECT_EQ(LinuxFacts::localeWithoutCharset(name), locale);
   }
-  LinuxFacts facts;
-  const struct {
-    const char* value;
-    bool refused;
-  } wishes[] = {{"1", true}, {"true", true}, {"0", false}, {"", false}};
-  for (const auto& example : wishes) {
-    ::setenv("DO_NOT_TRACK", example.value, 1);
-    EXPECT_EQ(facts.trackingRefused(), example.refused) << example.value;
+  for (const auto& [wish, isRefused] : {std::pair("1", true), {"true", true}, {"0", false}, {"", false}}) {
+    ::setenv("DO_NOT_TRACK", wish, 1);
+    EXPECT_EQ(LinuxFacts().trackingRefused(), isRefused) << wish;
   }
   ::unsetenv("DO_NOT_TRACK");
-  EXPECT_FALSE(facts.trackingRefused());
+  EXPECT_FALSE(LinuxFacts().trackingRefused());
 }
 
-TEST(LinuxFactsTest, KnowsThisMachine) {
+TEST(LinuxFactsTest, knowsThisMachine) {
   LinuxFacts facts;
   EXPECT_NE(facts.machine().cpu, "");
   EXPECT_GE(facts.machine().coreCount, 1);

@@ -1,16 +1,16 @@
 #include "backends/system/TestServer.h"
 
-#include <arpa/inet.h>
+#include <fcntl.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -19,52 +19,65 @@ namespace {
 
 constexpr int kPollMilliseconds = 20;
 
-std::string textOf(BIO* bio) {
-  char* bytes = nullptr;
-  const long size = BIO_get_mem_data(bio, &bytes);
-  std::string text(bytes, static_cast<size_t>(size));
-  BIO_free(bio);
-  return text;
-}
-
 void check(bool good, const char* what) {
   if (!good) {
     throw std::runtime_error(what);
   }
 }
 
+/// The whole of a request; none when the client has gone before its end.
+std::optional<TestServer::Request> readRequest(BIO* stream) {
+  const std::string mark = "Content-Length: ";
+  std::string bytes;
+  std::array<char, 4096> buffer{};
+  size_t wanted = std::string::npos;
+  size_t headEnd = std::string::npos;
+  while (headEnd == std::string::npos || bytes.size() < wanted) {
+    const int count = BIO_read(stream, buffer.data(), static_cast<int>(buffer.size()));
+    if (count <= 0) {
+      return std::nullopt;
+    }
+    bytes.append(buffer.data(), static_cast<size_t>(count));
+    headEnd = bytes.find("\r\n\r\n");
+    if (headEnd != std::string::npos) {
+      const size_t at = bytes.find(mark);
+      wanted = headEnd + 4 + (at < headEnd ? std::stoul(bytes.substr(at + mark.size())) : 0);
+    }
+  }
+  const size_t lineEnd = bytes.find("\r\n");
+  return TestServer::Request{bytes.substr(0, lineEnd), bytes.substr(lineEnd + 2, headEnd - lineEnd),
+                             bytes.substr(headEnd + 4)};
+}
+
 }  // namespace
 
 TestCertificate TestCertificate::make(const std::string& host, int daysLeft) {
   constexpr long kDay = 24L * 3600;
-  EVP_PKEY* const key = EVP_EC_gen("P-256");
-  X509* const certificate = X509_new();
-  check(key && certificate, "no certificate");
-  X509_set_version(certificate, 2);
-  ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
-  X509_gmtime_adj(X509_getm_notBefore(certificate), -10L * kDay);
-  X509_gmtime_adj(X509_getm_notAfter(certificate), long{daysLeft} * kDay);
-  X509_set_pubkey(certificate, key);
-  X509_NAME* const name = X509_get_subject_name(certificate);
+  const std::shared_ptr<EVP_PKEY> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
+  const std::shared_ptr<X509> certificate(X509_new(), X509_free);
+  X509_set_version(certificate.get(), 2);
+  ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), 1);
+  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -10L * kDay);
+  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), long{daysLeft} * kDay);
+  X509_set_pubkey(certificate.get(), key.get());
+  X509_NAME* const name = X509_get_subject_name(certificate.get());
   X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>(host.c_str()), -1, -1, 0);
-  X509_set_issuer_name(certificate, name);
+  X509_set_issuer_name(certificate.get(), name);
   X509_EXTENSION* const hosts = X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, ("DNS:" + host).c_str());
-  X509_add_ext(certificate, hosts, -1);
+  X509_add_ext(certificate.get(), hosts, -1);
   X509_EXTENSION_free(hosts);
-  check(X509_sign(certificate, key, EVP_sha256()) > 0, "the certificate cannot be signed");
-  BIO* const certificateText = BIO_new(BIO_s_mem());
-  BIO* const keyText = BIO_new(BIO_s_mem());
-  PEM_write_bio_X509(certificateText, certificate);
-  PEM_write_bio_PrivateKey(keyText, key, nullptr, nullptr, 0, nullptr, nullptr);
-  X509_free(certificate);
-  EVP_PKEY_free(key);
-  return {textOf(certificateText), textOf(keyText)};
+  check(X509_sign(certificate.get(), key.get(), EVP_sha256()) > 0, "the certificate cannot be signed");
+
+  const std::unique_ptr<BIO, decltype(&BIO_free)> text(BIO_new(BIO_s_mem()), BIO_free);
+  PEM_write_bio_X509(text.get(), certificate.get());
+  char* bytes = nullptr;
+  const long size = BIO_get_mem_data(text.get(), &bytes);
+  return {std::string(bytes, static_cast<size_t>(size)), certificate, key};
 }
 
 bool TestServer::Client::send(std::string_view bytes) {
   while (!bytes.empty()) {
-    const int size = static_cast<int>(std::min<size_t>(bytes.size(), size_t{1} << 20U));
-    const ssize_t sent = ssl_ ? SSL_write(ssl_, bytes.data(), size) : ::send(socket_, bytes.data(), size, MSG_NOSIGNAL);
+    const int sent = BIO_write(stream_, bytes.data(), static_cast<int>(std::min<size_t>(bytes.size(), 1U << 20U)));
     if (sent <= 0 || ending_) {
       return false;
     }
@@ -73,42 +86,31 @@ bool TestServer::Client::send(std::string_view bytes) {
   return true;
 }
 
-size_t TestServer::Client::receive(char* buffer, size_t size) {
-  const ssize_t count = ssl_ ? SSL_read(ssl_, buffer, static_cast<int>(size)) : ::recv(socket_, buffer, size, 0);
-  return count > 0 ? static_cast<size_t>(count) : 0;
-}
-
 void TestServer::Client::stall() {
-  pollfd gone{socket_, POLLRDHUP, 0};
+  pollfd gone{static_cast<int>(BIO_get_fd(stream_, nullptr)), POLLRDHUP, 0};
   while (!ending_ && ::poll(&gone, 1, kPollMilliseconds) == 0) {
   }
 }
 
-TestServer::TestServer(Handler handler) : handler_(std::move(handler)) {
-  open();
-}
-
 TestServer::TestServer(Handler handler, const TestCertificate& certificate)
-    : handler_(std::move(handler)), context_(SSL_CTX_new(TLS_server_method())) {
+    : handler_(std::move(handler)), listener_(BIO_new_accept("127.0.0.1:0")) {
   std::signal(SIGPIPE, SIG_IGN);  // the library writes to sockets whose clients have gone
-  BIO* const certificateText = BIO_new_mem_buf(certificate.certificate.data(), -1);
-  BIO* const keyText = BIO_new_mem_buf(certificate.key.data(), -1);
-  X509* const parsed = PEM_read_bio_X509(certificateText, nullptr, nullptr, nullptr);
-  EVP_PKEY* const key = PEM_read_bio_PrivateKey(keyText, nullptr, nullptr, nullptr);
-  const bool taken = SSL_CTX_use_certificate(context_, parsed) == 1 && SSL_CTX_use_PrivateKey(context_, key) == 1;
-  X509_free(parsed);
-  EVP_PKEY_free(key);
-  BIO_free(certificateText);
-  BIO_free(keyText);
-  check(taken, "the certificate cannot be used");
-  open();
+  if (certificate.parsed) {
+    context_ = SSL_CTX_new(TLS_server_method());
+    check(SSL_CTX_use_certificate(context_, certificate.parsed.get()) == 1 &&
+              SSL_CTX_use_PrivateKey(context_, certificate.key.get()) == 1,
+          "the certificate cannot be used");
+  }
+  check(BIO_do_accept(listener_) > 0, "no port to listen on");
+  ::fcntl(static_cast<int>(BIO_get_fd(listener_, nullptr)), F_SETFD, FD_CLOEXEC);
+  thread_ = std::thread([this] { serve(); });
 }
 
 TestServer::~TestServer() {
   ending_ = true;
-  ::shutdown(listener_, SHUT_RDWR);
+  ::shutdown(static_cast<int>(BIO_get_fd(listener_, nullptr)), SHUT_RDWR);
   thread_.join();
-  ::close(listener_);
+  BIO_free_all(listener_);
   SSL_CTX_free(context_);
 }
 
@@ -119,21 +121,12 @@ TestServer::Handler TestServer::answering(int status, const std::string& body) {
   };
 }
 
-void TestServer::open() {
-  listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in place{};
-  place.sin_family = AF_INET;
-  place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof place;
-  check(::bind(listener_, reinterpret_cast<sockaddr*>(&place), size) == 0 && ::listen(listener_, 8) == 0 &&
-            ::getsockname(listener_, reinterpret_cast<sockaddr*>(&place), &size) == 0,
-        "no port to listen on");
-  port_ = ntohs(place.sin_port);
-  thread_ = std::thread([this] { serve(); });
+int TestServer::port() const {
+  return std::stoi(BIO_get_accept_port(listener_));
 }
 
 std::string TestServer::address(const std::string& host) const {
-  return std::string(context_ ? "https://" : "http://") + host + ":" + std::to_string(port_);
+  return std::string(context_ ? "https://" : "http://") + host + ":" + std::to_string(port());
 }
 
 std::vector<TestServer::Request> TestServer::requests() const {
@@ -148,57 +141,31 @@ void TestServer::waitForRequests(size_t count) const {
 
 void TestServer::serve() {
   while (!ending_) {
-    const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-    if (socket >= 0) {
-      talk(socket);
-      ::close(socket);
+    if (BIO_do_accept(listener_) > 0) {
+      BIO* const socket = BIO_pop(listener_);
+      ::fcntl(static_cast<int>(BIO_get_fd(socket, nullptr)), F_SETFD, FD_CLOEXEC);
+      BIO* const stream = context_ ? BIO_push(BIO_new_ssl(context_, 0), socket) : socket;
+      talk(stream);
+      BIO_ssl_shutdown(stream);
+      ::shutdown(static_cast<int>(BIO_get_fd(stream, nullptr)), SHUT_RDWR);
+      BIO_free_all(stream);
     }
   }
 }
 
-void TestServer::talk(int socket) {
-  SSL* const ssl = context_ ? SSL_new(context_) : nullptr;
-  if (ssl) {
-    SSL_set_fd(ssl, socket);
+void TestServer::talk(BIO* stream) {
+  if (context_ && BIO_do_handshake(stream) <= 0) {
+    return;
   }
-  Client client(socket, ssl, ending_);
-  Request request;
-  if ((!ssl || SSL_accept(ssl) == 1) && readRequest(client, request)) {
+  if (const auto request = readRequest(stream)) {
     {
       const std::scoped_lock lock(mutex_);
-      requests_.push_back(request);
+      requests_.push_back(*request);
     }
     arrived_.notify_all();
-    handler_(client, request);
+    Client client(stream, ending_);
+    handler_(client, *request);
   }
-  if (ssl) {
-    SSL_shutdown(ssl);
-    SSL_free(ssl);
-  }
-  ::shutdown(socket, SHUT_RDWR);
-}
-
-bool TestServer::readRequest(Client& client, Request& request) {
-  std::string bytes;
-  std::array<char, 4096> buffer{};
-  size_t wanted = std::string::npos;
-  size_t headEnd = std::string::npos;
-  while (headEnd == std::string::npos || bytes.size() < wanted) {
-    const size_t count = client.receive(buffer.data(), buffer.size());
-    if (count == 0) {
-      return false;
-    }
-    bytes.append(buffer.data(), count);
-    headEnd = bytes.find("\r\n\r\n");
-    if (headEnd != std::string::npos) {
-      const std::string mark = "Content-Length: ";
-      const size_t at = bytes.find(mark);
-      wanted = headEnd + 4 + (at < headEnd ? std::stoul(bytes.substr(at + mark.size())) : 0);
-    }
-  }
-  const size_t lineEnd = bytes.find("\r\n");
-  request = {bytes.substr(0, lineEnd), bytes.substr(lineEnd + 2, headEnd - lineEnd), bytes.substr(headEnd + 4)};
-  return true;
 }
 
 }  // namespace jumplark

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -15,10 +14,11 @@
 
 namespace jumplark {
 
-/// A self-signed certificate for one host, made anew each time, with its key, both in PEM.
+/// A self-signed certificate for one host, made anew each time, with its key.
 struct TestCertificate {
-  std::string certificate;
-  std::string key;
+  std::string certificate;  ///< PEM
+  std::shared_ptr<X509> parsed;
+  std::shared_ptr<EVP_PKEY> key;
   /// `daysLeft` may be negative: it has run out then.
   static TestCertificate make(const std::string& host, int daysLeft = 1);
 };
@@ -36,22 +36,20 @@ class TestServer {
   /// A client that waits for its answer.
   class Client {
    public:
-    Client(int socket, SSL* ssl, const std::atomic<bool>& ending) : socket_(socket), ssl_(ssl), ending_(ending) {}
+    Client(BIO* stream, const std::atomic<bool>& ending) : stream_(stream), ending_(ending) {}
     /// False when the client has gone.
     bool send(std::string_view bytes);
     /// Sends nothing until the client, or the server, has gone.
     void stall();
 
    private:
-    friend class TestServer;
-    size_t receive(char* buffer, size_t size);
-    int socket_;
-    SSL* ssl_;
+    BIO* stream_;
     const std::atomic<bool>& ending_;
   };
   using Handler = std::function<void(Client& client, const Request& request)>;
 
-  explicit TestServer(Handler handler);
+  explicit TestServer(Handler handler) : TestServer(std::move(handler), TestCertificate()) {}
+  /// Encrypted, unless the certificate is empty.
   TestServer(Handler handler, const TestCertificate& certificate);
   TestServer(const TestServer&) = delete;
   TestServer& operator=(const TestServer&) = delete;
@@ -60,21 +58,18 @@ class TestServer {
   /// Says the same to everybody.
   static Handler answering(int status, const std::string& body = {});
 
-  int port() const { return port_; }
+  int port() const;
   std::string address(const std::string& host = "127.0.0.1") const;
   std::vector<Request> requests() const;
   void waitForRequests(size_t count) const;
 
  private:
-  void open();
   void serve();
-  void talk(int socket);
-  bool readRequest(Client& client, Request& request);
+  void talk(BIO* stream);
 
   Handler handler_;
   SSL_CTX* context_ = nullptr;
-  int listener_ = -1;
-  int port_ = 0;
+  BIO* listener_;
   std::atomic<bool> ending_{false};
   mutable std::mutex mutex_;
   mutable std::condition_variable arrived_;
