@@ -74,42 +74,31 @@ class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
   /// The window and what is below it.
   const std::vector<ElementRef>& elements() const { return elements_; }
 
+  /// None when it cannot be read.
+  AttributeValue valueOf(const ElementRef& element, const std::string& attribute) {
+    return accessibility().copyAttributeValue(element, attribute).value;
+  }
   ElementRef elementOf(const ElementRef& element, const std::string& attribute) {
-    const auto result = accessibility().copyAttributeValue(element, attribute);
-    return result.ok() && result.value.element() ? *result.value.element() : ElementRef();
+    const AttributeValue value = valueOf(element, attribute);
+    return value.element() ? *value.element() : ElementRef();
   }
   std::string textOf(const ElementRef& element, const std::string& attribute) {
-    const auto result = accessibility().copyAttributeValue(element, attribute);
-    return result.ok() && result.value.text() ? *result.value.text() : std::string();
+    const AttributeValue value = valueOf(element, attribute);
+    return value.text() ? *value.text() : std::string();
   }
   std::vector<ElementRef> childrenOf(const ElementRef& element) {
     std::vector<ElementRef> children;
-    const auto result = accessibility().copyAttributeValue(element, "AXChildren");
-    if (result.ok() && result.value.list()) {
-      for (const AttributeValue& child : *result.value.list()) {
-        children.push_back(child.element() ? *child.element() : ElementRef());
-      }
+    const AttributeValue value = valueOf(element, "AXChildren");
+    for (const AttributeValue& child : value.list() ? *value.list() : AttributeValue::List()) {
+      children.push_back(child.element() ? *child.element() : ElementRef());
     }
     return children;
   }
-  /// Top-left origin; empty when the element has no place.
-  Rect frameOf(const ElementRef& element) {
-    const auto position = accessibility().copyAttributeValue(element, "AXPosition");
-    const auto size = accessibility().copyAttributeValue(element, "AXSize");
-    if (!position.ok() || !position.value.point() || !size.ok() || !size.value.size()) {
-      return {};
-    }
-    const Point origin = *position.value.point();
-    return {origin.x, origin.y, size.value.size()->width, size.value.size()->height};
-  }
   bool isInside(ElementRef element, const ElementRef& ancestor) {
-    for (int steps = 0; element && steps < 100; ++steps) {
-      if (element == ancestor) {
-        return true;
-      }
+    for (int steps = 0; element && element != ancestor && steps < 100; ++steps) {
       element = elementOf(element, "AXParent");
     }
-    return false;
+    return element == ancestor;
   }
 
  private:

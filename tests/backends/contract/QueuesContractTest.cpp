@@ -3,55 +3,37 @@
 namespace jumplark::contract {
 namespace {
 
+using ::testing::AnyOf;
+using ::testing::ElementsAre;
+
 /// Tasks, waits and the ends of queues.
 template <typename Harness>
 class QueuesContract : public QueuesFixture<Harness> {};
 
 TYPED_TEST_SUITE(QueuesContract, Harnesses);
 
-TYPED_TEST(QueuesContract, RunsDelayedTasksByDueTimeThenByPosting) {
+TYPED_TEST(QueuesContract, runsWhatIsPostedAfterWhatWaitsAndDelayedTasksWhenTheyAreDue) {
   this->onEachQueue([&](TaskQueue& queue) {
     Log log;
+    const auto notBefore = [&](const char* what, Duration delay) {
+      queue.postAfter(delay, [this, &log, what, due = this->queues().monotonicNow() + delay] {
+        log.add(this->queues().monotonicNow() < due ? "early" : what);
+      });
+    };
     // Posted in one go by a task, so that none of them is due before all are there.
     queue.post([&] {
-      queue.postAfter(300ms, log.adding("late"));
-      queue.postAfter(20ms, log.adding("early"));
-      queue.postAfter(0ms, log.adding("first"));
-      queue.post(log.adding("second"));
-      queue.postAfter(-5ms, log.adding("third"));
+      notBefore("late", 300ms);
+      notBefore("soon", 20ms);
+      queue.post([&] {
+        queue.post(log.adding("inner"));
+        log.add("outer");
+      });
+      queue.postAfter(-5ms, log.adding("waiting"));
       log.add("posted");
     });
     this->waitUntil([&] { return log.size() == 6; });
-    EXPECT_EQ(log.entries().front(), "posted");
-    EXPECT_EQ(log.entries()[4], "early");
-    EXPECT_EQ(log.entries()[5], "late");
-    EXPECT_THAT(log.entries(), ::testing::IsSupersetOf({"first", "second", "third"}));
-  });
-}
-
-TYPED_TEST(QueuesContract, NeverRunsADelayedTaskEarly) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    const Duration due = this->queues().monotonicNow() + 15ms;
-    Log log;
-    queue.postAfter(15ms, [&] { log.add(this->queues().monotonicNow() < due ? "early" : "due"); });
-    this->waitUntil([&] { return log.size() == 1; });
-    EXPECT_THAT(log.entries(), ::testing::ElementsAre("due"));
-  });
-}
-
-TYPED_TEST(QueuesContract, RunsWhatATaskPostsAfterTheTasksThatWait) {
-  this->onEachQueue([&](TaskQueue& queue) {
-    Log log;
-    queue.post([&] {
-      queue.post([&] {
-        log.add("outer");
-        queue.post(log.adding("inner"));
-        log.add("outer ends");
-      });
-      queue.post(log.adding("waiting"));
-    });
-    this->waitUntil([&] { return log.size() == 4; });
-    EXPECT_THAT(log.entries(), ::testing::ElementsAre("outer", "outer ends", "waiting", "inner"));
+    EXPECT_THAT(log.entries(),
+                ElementsAre("posted", AnyOf("outer", "waiting"), AnyOf("outer", "waiting"), "inner", "soon", "late"));
   });
 }
 
@@ -83,7 +65,7 @@ TYPED_TEST(QueuesContract, OtherQueuesRunWhileOneSleeps) {
   });
   sleeper->post(log.adding("next"));
   this->waitUntil([&] { return log.size() == 4; });
-  EXPECT_THAT(log.entries(), ::testing::ElementsAre("falls asleep", "other", "wakes", "next"));
+  EXPECT_THAT(log.entries(), ElementsAre("falls asleep", "other", "wakes", "next"));
 }
 
 TYPED_TEST(QueuesContract, AWaitEndsWhileALaterOneGoesOn) {
@@ -103,23 +85,7 @@ TYPED_TEST(QueuesContract, AWaitEndsWhileALaterOneGoesOn) {
     log.add(ended->wait(1h) ? "second ends" : "second timed out");
   });
   this->waitUntil([&] { return log.size() == 3; });
-  EXPECT_THAT(log.entries(), ::testing::ElementsAre("second waits", "first ends", "second ends"));
-}
-
-TYPED_TEST(QueuesContract, ACompletionEndsTheWaitOfAnotherQueue) {
-  const auto waiter = this->queues().makeSerialQueue("waiter");
-  const auto completion = this->queues().makeCompletion();
-  Log log;
-  waiter->post([&] { log.add(completion->wait(1h) ? "signalled" : "timed out"); });
-  this->queues().highPriorityQueue().postAfter(5ms, [&] {
-    log.add("signals");
-    completion->signal();
-    completion->signal();
-  });
-  this->waitUntil([&] { return log.size() == 2; });
-  EXPECT_THAT(log.entries(), ::testing::ElementsAre("signals", "signalled"));
-  EXPECT_TRUE(completion->wait(0ms));
-  EXPECT_TRUE(completion->wait(Duration::max()));
+  EXPECT_THAT(log.entries(), ElementsAre("second waits", "first ends", "second ends"));
 }
 
 TYPED_TEST(QueuesContract, AWaitThatNobodyEndsTimesOut) {
@@ -131,7 +97,7 @@ TYPED_TEST(QueuesContract, AWaitThatNobodyEndsTimesOut) {
   EXPECT_FALSE(completion->wait(-1ms));
 }
 
-TYPED_TEST(QueuesContract, SeveralWaitersAreAllReleased) {
+TYPED_TEST(QueuesContract, allWhoWaitAreReleasedAndWhoComesLaterDoesNotWait) {
   const auto completion = this->queues().makeCompletion();
   std::vector<std::shared_ptr<TaskQueue>> waiters;
   std::atomic<int> released{0};
@@ -139,8 +105,13 @@ TYPED_TEST(QueuesContract, SeveralWaitersAreAllReleased) {
     waiters.push_back(this->queues().makeSerialQueue("waiter"));
     waiters.back()->post([&] { released += completion->wait(1h) ? 1 : 0; });
   }
-  this->queues().mainQueue().postAfter(5ms, [&] { completion->signal(); });
+  this->queues().mainQueue().postAfter(5ms, [&] {
+    completion->signal();
+    completion->signal();
+  });
   this->waitUntil([&] { return released == 4; });
+  EXPECT_TRUE(completion->wait(0ms));
+  EXPECT_TRUE(completion->wait(Duration::max()));
 }
 
 TYPED_TEST(QueuesContract, DestroyingASerialQueueDropsWhatHasNotStartedAndWaitsForWhatRuns) {
@@ -157,13 +128,13 @@ TYPED_TEST(QueuesContract, DestroyingASerialQueueDropsWhatHasNotStartedAndWaitsF
   queue->postAfter(1ms, [&log, held] { log.add("dropped too"); });
   this->waitUntil([&] { return started.load(); });
   queue.reset();
-  EXPECT_THAT(log.entries(), ::testing::ElementsAre("ran"));
+  EXPECT_THAT(log.entries(), ElementsAre("ran"));
   EXPECT_EQ(held.use_count(), 1);
   this->letPass(20ms);
   EXPECT_EQ(log.size(), 1U);
 }
 
-TYPED_TEST(QueuesContract, ASerialQueueMayBeDestroyedByItsOwnTask) {
+TYPED_TEST(QueuesContract, aSerialQueueMayBeDestroyedByItsOwnTask) {
   auto queue = this->queues().makeSerialQueue("short-lived");
   Log log;
   queue->post([&] {
@@ -171,9 +142,9 @@ TYPED_TEST(QueuesContract, ASerialQueueMayBeDestroyedByItsOwnTask) {
     queue.reset();
     log.add("ran");
   });
-  this->waitUntil([&] { return log.size() == 1; });
   this->letPass(10ms);
-  EXPECT_THAT(log.entries(), ::testing::ElementsAre("ran"));
+  this->waitUntil([&] { return log.size() > 0; });
+  EXPECT_THAT(log.entries(), ElementsAre("ran"));
 }
 
 /// Uses about 4 kB of stack a level.
