@@ -38,21 +38,18 @@ class Crash : public SystemFixture {
   }
 };
 
-struct Way {
-  const char* way;
-  int signal;
-  std::vector<const char*> told;
-};
-
-TEST_F(Crash, LeavesAReportThatNamesTheFunctionAndEndsByItsSignal) {
-  const Way ways[] = {
+TEST_F(Crash, leavesAReportThatNamesTheFunctionAndEndsByItsSignal) {
+  const struct {
+    std::string way;
+    int signal;
+    std::vector<const char*> told;
+  } cases[] = {
       {"reads nowhere", SIGSEGV, {"Signal: SIGSEGV (11), code 1, address 0x10000", "readsNowhere", "main"}},
       {"calls nowhere", SIGSEGV, {"SIGSEGV", "callsNowhere"}},
-      {"divides", SIGFPE, {"SIGFPE", "divides"}},
-      {"is no instruction", SIGILL, {"SIGILL", "isNoInstruction"}},
-      {"traps", SIGTRAP, {"SIGTRAP", "stopsInVain"}},
-      {"reads behind the file", SIGBUS, {"SIGBUS", "readsBehindTheFile"}},
-      {"aborts", SIGABRT, {"SIGABRT", "aborts"}},
+      {std::to_string(SIGFPE), SIGFPE, {"SIGFPE", "raises"}},
+      {std::to_string(SIGILL), SIGILL, {"SIGILL", "raises"}},
+      {std::to_string(SIGTRAP), SIGTRAP, {"SIGTRAP", "raises"}},
+      {std::to_string(SIGBUS), SIGBUS, {"SIGBUS", "raises"}},
       {"throws", SIGABRT, {"SIGABRT", "throwsToNobody", "Exception: std::runtime_error"}},
       {"throws in a thread", SIGABRT, {"throwsToNobody", "Exception: std::runtime_error", "Thread: second"}},
       {"recurses", SIGSEGV, {"SIGSEGV", "recurses"}},
@@ -61,16 +58,18 @@ TEST_F(Crash, LeavesAReportThatNamesTheFunctionAndEndsByItsSignal) {
       {"breaks the heap", SIGABRT, {"SIGABRT", "malloc", "breaksTheHeap"}},
 #endif
       {"everywhere", SIGSEGV, {"readsNowhere"}},
+      // It crashes in the handler again, which leaves what is written by then.
+      {"loses its stack", SIGSEGV, {"SIGSEGV", "losesItsStack"}},
   };
-  for (const auto& [way, signal, told] : ways) {
+  for (const auto& [way, signal, told] : cases) {
     SCOPED_TRACE(way);
     EXPECT_EQ(crash(way)->wait(), 128 + signal);
     const auto raw = rawReports();
     ASSERT_EQ(raw.size(), 1U);
     EXPECT_EQ(modeOf(raw[0]), 0600U);
     const std::string text = read(raw[0]) + reports();
-    EXPECT_THAT(text,
-                AllOf(HasSubstr("Program: Crashing 1.0"), Not(HasSubstr("planted")), Not(HasSubstr("breaks off"))));
+    EXPECT_THAT(text, AllOf(HasSubstr("Program: Crashing 1.0"), Not(HasSubstr("planted"))));
+    EXPECT_EQ(text.find("breaks off") != std::string::npos, way == "loses its stack");
     for (const char* part : told) {
       EXPECT_THAT(text, HasSubstr(part));
     }
@@ -79,25 +78,13 @@ TEST_F(Crash, LeavesAReportThatNamesTheFunctionAndEndsByItsSignal) {
   }
 }
 
-TEST_F(Crash, CrashingInTheHandlerEndsTheProcessAndLeavesWhatIsWritten) {
-  EXPECT_EQ(crash("loses its stack")->wait(), 128 + SIGSEGV);
-  EXPECT_THAT(reports(), AllOf(HasSubstr("SIGSEGV"), HasSubstr("losesItsStack")));
-}
-
-TEST_F(Crash, BySignalFromOutsideIsReportedToo) {
-  const auto program = crash("waits");
-  ASSERT_TRUE(program->waitForLine("waiting"));
-  program->kill(SIGSEGV);
-  EXPECT_EQ(program->wait(), 128 + SIGSEGV);
-  EXPECT_THAT(reports(), AllOf(HasSubstr("SIGSEGV"), HasSubstr("waitsForASignal"), Not(HasSubstr("address"))));
-}
-
-TEST_F(Crash, IsToldWithoutNamesWhenLookingForThemHasEndedTheProgram) {
-  EXPECT_EQ(crash("aborts")->wait(), 128 + SIGABRT);
+TEST_F(Crash, isToldWithoutNamesWhenLookingForThemHasEndedTheProgram) {
+  const std::string way = std::to_string(SIGABRT);
+  EXPECT_EQ(crash(way)->wait(), 128 + SIGABRT);
   write(folder_ / "crashes" / "reading", "");
-  EXPECT_THAT(reports(), AllOf(HasSubstr("crashing-program+0x"), Not(HasSubstr("aborts"))));
-  EXPECT_EQ(crash("aborts")->wait(), 128 + SIGABRT);
-  EXPECT_THAT(reports(), HasSubstr("aborts"));
+  EXPECT_THAT(reports(), AllOf(HasSubstr("crashing-program+0x"), Not(HasSubstr("raises"))));
+  EXPECT_EQ(crash(way)->wait(), 128 + SIGABRT);
+  EXPECT_THAT(reports(), AllOf(HasSubstr("SIGABRT"), HasSubstr("raises"), Not(HasSubstr("address"))));
 }
 
 TEST_F(Crash, WithoutRoomForTheReportEndsByItsSignalAllTheSame) {

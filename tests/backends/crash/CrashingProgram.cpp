@@ -1,5 +1,6 @@
 // A program that crashes, to be started by tests:
-//   crash FOLDER WAY            crashes in one of the ways below; the report goes to FOLDER
+//   crash FOLDER WAY            crashes in one of the ways below, or by the signal of a number; the report goes to
+//                               FOLDER
 //   crash-when-told FOLDER      presses the mouse button, grabs the keyboard, prints "holding", and crashes in a second
 //                               thread at SIGUSR1; who handled crashes before prints "handed on" and waits
 //   reports FOLDER              prints the reports that the runs before have left
@@ -37,7 +38,6 @@ namespace faults {
 
 std::string query = "planted-query";
 volatile uintptr_t nowhere = 0x10000;
-volatile int zero = 0;
 volatile int limit = std::numeric_limits<int>::max();
 volatile int sum = 0;
 
@@ -48,23 +48,9 @@ JUMPLARK_FAULTY void callsNowhere() {
   reinterpret_cast<void (*)()>(nowhere)();  // NOLINT(performance-no-int-to-ptr)
   sum = sum + 1;
 }
-JUMPLARK_FAULTY void divides() {
-  sum = sum / zero;
-}
-JUMPLARK_FAULTY void isNoInstruction() {
+JUMPLARK_FAULTY void raises(int signal) {
+  raise(signal);
   sum = sum + 1;
-  __builtin_trap();
-}
-JUMPLARK_FAULTY void stopsInVain() {
-  raise(SIGTRAP);
-  sum = sum + 1;
-}
-JUMPLARK_FAULTY void readsBehindTheFile() {
-  FILE* const file = std::tmpfile();
-  sum = *static_cast<volatile int*>(mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(file), 0));
-}
-JUMPLARK_FAULTY void aborts() {
-  std::abort();
 }
 JUMPLARK_FAULTY void throwsToNobody() {
   throw std::runtime_error(query);
@@ -75,7 +61,7 @@ JUMPLARK_FAULTY int recurses(int depth) {
   return depth < limit ? recurses(depth + 1) + part[static_cast<size_t>(depth) % part.size()] : 0;
 }
 JUMPLARK_FAULTY void recursesWithoutEnd() {
-  sum = recurses(zero);
+  sum = recurses(0);
 }
 // The allocator finds its records overwritten, and gives up while it holds its lock.
 JUMPLARK_FAULTY void breaksTheHeap() {
@@ -93,19 +79,17 @@ JUMPLARK_FAULTY void losesItsStack() {
   readsNowhere();
 #endif
 }
-JUMPLARK_FAULTY void waitsForASignal() {
-  std::puts("waiting");
-  std::fflush(stdout);
-  while (true) {
-    pause();
-  }
-}
-
 }  // namespace faults
 
 namespace {
 
 using namespace jumplark;
+
+[[noreturn]] void waits() {
+  while (true) {
+    pause();
+  }
+}
 
 void inSecondThread(void (*fault)()) {
   const LargeStackThread thread(size_t{1} << 20U, [fault] {
@@ -132,27 +116,22 @@ void everywhere() {
 }
 
 void crash(const std::string& way) {
-  static const std::map<std::string, std::function<void()>> ways = {
+  const std::map<std::string, std::function<void()>> ways = {
       {"reads nowhere", faults::readsNowhere},
       {"calls nowhere", faults::callsNowhere},
-      {"divides", faults::divides},
-      {"is no instruction", faults::isNoInstruction},
-      {"traps", faults::stopsInVain},
-      {"reads behind the file", faults::readsBehindTheFile},
-      {"aborts", faults::aborts},
       {"throws", faults::throwsToNobody},
       {"throws in a thread", [] { inSecondThread(faults::throwsToNobody); }},
       {"recurses", faults::recursesWithoutEnd},
       {"recurses in a thread", [] { inSecondThread(faults::recursesWithoutEnd); }},
       {"breaks the heap",
        [] {
-         const std::thread other(faults::waitsForASignal);  // the allocator locks only where there are threads
+         const std::thread other(waits);  // the allocator locks only where there are threads
          faults::breaksTheHeap();
        }},
       {"loses its stack", faults::losesItsStack},
-      {"everywhere", everywhere},
-      {"waits", faults::waitsForASignal}};
-  ways.at(way)();
+      {"everywhere", everywhere}};
+  const auto found = ways.find(way);
+  found != ways.end() ? found->second() : faults::raises(std::stoi(way));
 }
 
 void install(const std::string& path) {
@@ -172,9 +151,7 @@ int crashHolding(const std::string& folder) {
   pthread_sigmask(SIG_BLOCK, &told, nullptr);
   std::signal(SIGSEGV, [](int) {
     [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, "handed on\n", 10);
-    while (true) {
-      pause();
-    }
+    waits();
   });
   install(folder);
   const auto grabbing = X11Connection::open().connection;

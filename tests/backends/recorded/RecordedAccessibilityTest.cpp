@@ -41,7 +41,7 @@ class RecordedAccessibilityTest : public ::testing::Test {
   RecordedAccessibility& ax() { return recorded_->accessibility(); }
   ElementRef ref(const std::string& id) { return ax().element(id); }
   Duration now() { return recorded_->queues().monotonicNow(); }
-  std::string hit(float x, float y, const std::string& application = {}) {
+  std::string hit(float x, float y, const std::string& application) {
     const auto result =
         ax().copyElementAtPosition(application.empty() ? ax().systemWideElement() : ref(application), x, y);
     return result.ok() ? result.value.text() : result.error == AccessibilityError::noValue ? "nothing" : "error";
@@ -83,11 +83,12 @@ TEST_F(RecordedAccessibilityTest, AParameterizedAttributeAnswersTheFirstEntryWho
             AccessibilityError::parameterizedAttributeUnsupported);
 }
 
-TEST_F(RecordedAccessibilityTest, AHitTestFindsTheLastElementInDepthFirstOrder) {
+TEST_F(RecordedAccessibilityTest, aHitTestFindsTheLastElementInDepthFirstOrder) {
   const struct {
     float x, y;
     const char* found;
     const char* why;
+    const char* application = "";  ///< that is asked, without one the whole screen
   } cases[] = {
       {105, 105, "window", "elements with an error are not hit"},
       {115, 115, "first", "a child lies over its parent"},
@@ -100,19 +101,16 @@ TEST_F(RecordedAccessibilityTest, AHitTestFindsTheLastElementInDepthFirstOrder) 
       {5, 5, "inner", "a recorded hit goes before all"},
       {6, 6, "nothing", "also one that found nothing"},
       {7, 7, "wide", "but not one on an element that fails"},
+      {500, 910, "wide", "only this application", "back"},
+      {500, 910, "nothing", "only this application", "front"},
+      {5, 5, "inner", "a recorded hit in this application", "front"},
+      {5, 5, "wide", "a recorded hit in another", "back"},
+      {8, 8, "orphan", "a recorded hit, by its parent", "back"},
+      {8, 8, "nothing", "which is another's", "front"},
   };
-  for (const auto& [x, y, found, why] : cases) {
-    EXPECT_EQ(hit(x, y), found) << why;
+  for (const auto& [x, y, found, why, application] : cases) {
+    EXPECT_EQ(hit(x, y, application), found) << why;
   }
-}
-
-TEST_F(RecordedAccessibilityTest, AHitTestOfOneApplicationLooksOnlyThere) {
-  EXPECT_EQ(hit(500, 910, "back"), "wide");
-  EXPECT_EQ(hit(500, 910, "front"), "nothing");
-  EXPECT_EQ(hit(5, 5, "front"), "inner");
-  EXPECT_EQ(hit(5, 5, "back"), "wide");
-  EXPECT_EQ(hit(8, 8, "back"), "orphan");
-  EXPECT_EQ(hit(8, 8, "front"), "nothing");
 }
 
 TEST_F(RecordedAccessibilityTest, FindsTheProcessOfAnElement) {
