@@ -45,25 +45,20 @@ TEST_F(DesktopWatcherTest, tellsWhichApplicationBecomesActive) {
 
 TEST_F(DesktopWatcherTest, tellsWhereButtonsArePressedWhileThatIsAskedFor) {
   startWith(desktop::WindowManager::none);
-  std::vector<std::pair<double, double>> presses;
+  std::vector<Point> presses;
   session_->keys({"mousemove", "5", "6", "click", "1"});
-  Token token = watcher_->onButtonPress([&](Point at) { presses.emplace_back(at.x, at.y); });
+  Token token = watcher_->onButtonPress([&](Point at) { presses.push_back(at); });
   // Another client holds the pointer, as an open menu does.
   xcb_grab_pointer(x_->get(), 0, x_->root(), 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE,
                    XCB_CURRENT_TIME);
   ASSERT_TRUE(x_->check(xcb_no_operation_checked(x_->get())));
-  session_->keys({"mousemove", "70", "80", "click", "1", "click", "4", "click", "3"});
-  EXPECT_TRUE(becomes(presses, {{70, 80}, {70, 80}}));
-  session_->keys({"mousemove", "9", "9", "click", "1"});
+  session_->keys({"mousemove", "70", "80", "click", "1", "click", "4", "mousemove", "11", "12", "click", "3"});
+  EXPECT_TRUE(becomes(presses, {{70, 80}, {11, 12}}));
+  session_->keys({"click", "1"});
   ASSERT_TRUE(waitUntil([&] { return queue_.size() == 1; }));
   token.reset();
   queue_.runAll();
   EXPECT_EQ(presses.size(), 2U);
-  Token again = watcher_->onButtonPress([&](Point at) { presses.emplace_back(at.x, at.y); });
-  session_->keys({"mousemove", "11", "12", "click", "2"});
-  EXPECT_TRUE(becomes(presses, {{70, 80}, {70, 80}, {11, 12}}));
-  watcher_.reset();
-  again.reset();
 }
 
 }  // namespace

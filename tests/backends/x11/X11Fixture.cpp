@@ -1,5 +1,6 @@
 #include "backends/x11/X11Fixture.h"
 
+#include <algorithm>
 #include <sstream>
 #include <utility>
 
@@ -37,25 +38,11 @@ std::vector<std::string> WindowClient::lines(const std::string& word) const {
   return result;
 }
 
-void ManualQueue::post(Task task) {
-  const std::lock_guard lock(mutex_);
-  tasks_.push_back(std::move(task));
-}
-
-size_t ManualQueue::size() const {
-  const std::lock_guard lock(mutex_);
-  return tasks_.size();
-}
-
 size_t ManualQueue::runAll() {
-  std::vector<Task> due;
-  {
-    const std::lock_guard lock(mutex_);
-    due = std::exchange(tasks_, {});
-  }
-  for (const Task& task : due) {
-    task();
-  }
+  std::unique_lock lock(mutex_);
+  const std::vector<Task> due = std::exchange(tasks_, {});
+  lock.unlock();
+  std::ranges::for_each(due, [](const Task& task) { task(); });
   return due.size();
 }
 

@@ -38,12 +38,18 @@ class WindowClient {
 class ManualQueue final : public TaskQueue {
  public:
   const std::string& name() const override { return name_; }
-  void post(Task task) override;
+  void post(Task task) override {
+    const std::lock_guard lock(mutex_);
+    tasks_.push_back(std::move(task));
+  }
   void postAfter(Duration, Task task) override { post(std::move(task)); }
   bool isCurrent() const override { return false; }
+  size_t size() const {
+    const std::lock_guard lock(mutex_);
+    return tasks_.size();
+  }
   /// Runs what has been posted; how many tasks that were.
   size_t runAll();
-  size_t size() const;
 
  private:
   std::string name_ = "main";

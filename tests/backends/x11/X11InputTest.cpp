@@ -2,12 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <mutex>
 #include <thread>
 
-#include "backends/x11/InputFixture.h"
+#include "backends/x11/X11Fixture.h"
 
 namespace jumplark {
 namespace {
@@ -16,6 +17,90 @@ using desktop::waitUntil;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::Field;
+
+constexpr uint64_t kKeyMask = 0x1C00;     // key down, key up, flags changed
+constexpr uint64_t kKeyDownMask = 0x400;  // key down
+
+EventTapConfiguration tapOf(uint64_t mask, uint32_t placement = 0, uint32_t options = 0) {
+  EventTapConfiguration configuration;
+  configuration.mask = mask;
+  configuration.placement = placement;
+  configuration.options = options;
+  return configuration;
+}
+
+/// Collects the events of a tap.
+class Recorder {
+ public:
+  EventTapCallback callback() {
+    return [this](uint32_t type, const InputEvent& event) {
+      const std::lock_guard lock(mutex_);
+      EXPECT_EQ(type, event.type);
+      events_.push_back(event);
+      return true;
+    };
+  }
+  std::vector<InputEvent> events() const {
+    const std::lock_guard lock(mutex_);
+    return events_;
+  }
+  std::vector<InputEvent> events(uint32_t type) const {
+    std::vector<InputEvent> result = events();
+    std::erase_if(result, [&](const InputEvent& event) { return event.type != type; });
+    return result;
+  }
+  std::vector<std::string> typed() const { return each(event_type::keyDown, &InputEvent::charactersIgnoringModifiers); }
+  std::vector<uint64_t> flags() const { return each(event_type::flagsChanged, &InputEvent::flags); }
+  bool waitForTyped(const std::string& characters) const {
+    return waitUntil([&] { return std::ranges::count(typed(), characters) > 0; });
+  }
+  void clear() {
+    const std::lock_guard lock(mutex_);
+    events_.clear();
+  }
+
+ private:
+  template <typename T>
+  std::vector<T> each(uint32_t type, T InputEvent::*member) const {
+    std::vector<T> result;
+    std::ranges::transform(events(type), std::back_inserter(result), member);
+    return result;
+  }
+
+  mutable std::mutex mutex_;
+  std::vector<InputEvent> events_;
+};
+
+class X11InputTest : public X11Test {
+ protected:
+  void SetUp() override {
+    start({.windowManager = desktop::WindowManager::none});
+    input_ = std::make_unique<X11Input>(x_);
+  }
+  void TearDown() override {
+    input_.reset();
+    X11Test::TearDown();
+  }
+  std::unique_ptr<EventTapHandle> enabledTap(EventTapCallback callback,
+                                             const EventTapConfiguration& configuration = tapOf(kKeyMask)) {
+    auto tap = input_->createEventTap(configuration, std::move(callback));
+    tap->setEnabled(true);
+    return tap;
+  }
+  std::unique_ptr<EventTapHandle> enabledTap(Recorder& recorder, std::vector<int64_t> swallowed = {}) {
+    EventTapConfiguration configuration = tapOf(kKeyMask);
+    configuration.swallowedKeyCodes = std::move(swallowed);
+    return enabledTap(recorder.callback(), configuration);
+  }
+  // A window that has the keyboard.
+  std::unique_ptr<WindowClient> focusedClient() {
+    auto client = std::make_unique<WindowClient>(*session_, desktop::Arguments{"200x100+0+0", "--title", "Focused"});
+    EXPECT_TRUE(windows_->requestActive(client->window(), true));
+    return client;
+  }
+
+  std::unique_ptr<X11Input> input_;
+};
 
 TEST_F(X11InputTest, tapsTellKeysByTheirCode) {
   Recorder recorder;
@@ -168,6 +253,92 @@ TEST_F(X11InputTest, destroyingATapWaitsForItsCallbackAndItMayDestroyItself) {
   const auto later = enabledTap(recorder);
   session_->keys({"key", "c"});
   EXPECT_TRUE(recorder.waitForTyped("c")) << "neither was called again, which would have thrown";
+}
+
+/// Keys that a tap keeps from applications.
+class KeySwallowingTest : public X11InputTest {};
+
+TEST_F(KeySwallowingTest, aSwallowedKeyReachesNobodyWhileTheTapIsEnabled) {
+  const auto client = focusedClient();
+  for (const char* lock : {"", "Caps_Lock", "Num_Lock"}) {
+    if (*lock) {
+      session_->keys({"key", lock});
+    }
+    Recorder recorder;
+    auto tap = enabledTap(recorder, {key_code::returnKey, key_code::escape});
+    session_->keys({"key", "Return", "key", "KP_Enter", "key", "Escape"});
+    ASSERT_TRUE(waitUntil([&] { return recorder.events(event_type::keyUp).size() == 3; })) << lock;
+    ASSERT_TRUE(keyboardIsFree());
+    session_->keys({"key", "shift+Return", "key", "a"});
+    ASSERT_TRUE(recorder.waitForTyped("a")) << lock;
+    EXPECT_THAT(recorder.events(event_type::keyDown), testing::Each(testing::Field(&InputEvent::isRepeat, false)));
+    if (*lock) {
+      tap->setEnabled(false);
+      EXPECT_FALSE(tap->isEnabled());
+    } else {
+      tap.reset();
+    }
+    const size_t released = client->lines("keyrelease").size();
+    session_->keys({"key", "Return", "key", "b"});
+    ASSERT_TRUE(waitUntil([&] {
+      const auto releases = client->lines("keyrelease");
+      return releases.size() > released && releases.back().starts_with("keyrelease 56 ");
+    })) << lock;
+    EXPECT_EQ(recorder.events(event_type::keyDown).size(), 5U) << "nothing after its end";
+  }
+  // Per round: one Return with Shift, and one after the tap's end.
+  EXPECT_THAT(client->lines("key 36"),
+              ElementsAre("key 36 0x1", "key 36 0x0", "key 36 0x3", "key 36 0x2", "key 36 0x13", "key 36 0x12"));
+  EXPECT_THAT(client->lines("key 104"), testing::IsEmpty());
+  EXPECT_THAT(client->lines("key 9"), testing::IsEmpty());
+}
+
+TEST_F(KeySwallowingTest, aReturnHeldOnIsSwallowedAndIsNoNewPress) {
+  letKeysRepeat();
+  const auto client = focusedClient();
+  session_->keys({"keydown", "Return"});
+  ASSERT_TRUE(client->prints("key 36 0x0"));
+  Recorder recorder;
+  const auto tap = enabledTap(recorder, {key_code::returnKey});
+  session_->keys({"keydown", "Return"});
+  ASSERT_TRUE(keyboardIsFree());
+  // Struck while Return is still down.
+  session_->keys({"key", "a", "keyup", "Return"});
+  EXPECT_TRUE(client->prints("key 38 0x0"));
+  EXPECT_EQ(client->count("key 36 0x0"), 1U);
+  session_->keys({"key", "Return", "key", "b"});
+  ASSERT_TRUE(recorder.waitForTyped("b"));
+  EXPECT_THAT(recorder.typed(), ElementsAre("a", "\r", "b"));
+}
+
+TEST_F(KeySwallowingTest, followsLayoutsAndRemappedKeys) {
+  const auto client = focusedClient();
+  Recorder recorder;
+  const auto tap = enabledTap(recorder, {key_code::returnKey});
+  const struct {
+    desktop::Arguments change;
+    const char* keycode;
+    const char* types;
+  } cases[] = {{{"setxkbmap", "de"}, "29", "z"},
+               {{"setxkbmap", "de"}, "48", "ä"},
+               {{"setxkbmap", "ru,us"}, "38", "a"},  // letters of the first Latin layout
+               {{"setxkbmap", "ru"}, "38", "a"},     // without one, by the place of the key
+               {{"xmodmap", "-e", "keycode 67 = Return"}, "67", "\r"}};
+  for (const auto& [change, keycode, types] : cases) {
+    ASSERT_EQ(session_->run(change).status, 0);
+    EXPECT_TRUE(waitUntil([&, keycode = keycode, types = types] {
+      recorder.clear();
+      session_->keys({"key", keycode});
+      return waitUntil([&] { return recorder.events(event_type::keyUp).size() == 1; }) &&
+             recorder.typed() == std::vector<std::string>{types};
+    })) << types;
+  }
+  ASSERT_TRUE(keyboardIsFree());
+  const size_t before = client->lines("key").size();
+  session_->keys({"key", "67", "key", "38"});
+  ASSERT_TRUE(client->prints("keyrelease 38 0x0"));
+  ASSERT_TRUE(waitUntil([&] { return client->lines("key").size() > before; }));
+  EXPECT_EQ(client->lines("key").back(), "key 38 0x0") << "the new Return key is swallowed";
 }
 
 }  // namespace

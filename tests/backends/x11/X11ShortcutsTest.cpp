@@ -1,0 +1,278 @@
+#include "backends/linux/x11/X11Shortcuts.h"
+
+#include <gmock/gmock.h>
+
+#include "backends/linux/x11/Reply.h"
+#include "backends/x11/X11Fixture.h"
+#include "platform/Input.h"
+
+namespace jumplark {
+namespace {
+
+using desktop::waitUntil;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr Shortcut kShortcut{key_code::space, modifier_flag::command | modifier_flag::shift};
+constexpr const char* kPress = "super+shift+space";  ///< the same for xdotool
+
+/// A session with a window that has the keyboard, one that stands for the query window, and shortcuts whose handlers
+/// run when the test says so.
+class ShortcutTest : public X11Test {
+ protected:
+  void SetUp() override {
+    start({.windowManager = desktop::WindowManager::none});
+    shortcuts_ = std::make_unique<X11Shortcuts>(
+        session_->display(), queue_,
+        X11Shortcuts::Hooks{.pressed = [this](uint32_t time) { windows_->noteUserTime(time); }, .willReleaseKey = {}});
+    const desktop::Arguments typing = {"200x40+100+200", "--title", "Query", "--override-redirect"};
+    typing_ = std::make_unique<WindowClient>(*session_, typing);
+    target_ = std::make_unique<WindowClient>(*session_, desktop::Arguments{"200x100+0+0", "--title", "Target"});
+    focus(*target_);
+  }
+  void TearDown() override {
+    shortcuts_.reset();
+    X11Test::TearDown();
+  }
+  void focus(const WindowClient& client) {
+    EXPECT_TRUE(x_->check(
+        xcb_set_input_focus_checked(x_->get(), XCB_INPUT_FOCUS_POINTER_ROOT, client.window(), XCB_CURRENT_TIME)));
+  }
+
+  // Registers the shortcut with a handler that counts and gives this answer; with a yes the query window takes the
+  // keyboard.
+  Token registered(bool answer = false, const Shortcut& shortcut = kShortcut) {
+    auto registration = shortcuts_->registerShortcut(shortcut, [this, answer] {
+      ++presses_;
+      if (answer) {
+        focus(*typing_);
+        shortcuts_->keyboardArrived();
+      }
+      return answer;
+    });
+    EXPECT_EQ(registration.state, ShortcutState::registered);
+    return std::move(registration.token);
+  }
+  // Lets handlers run until so many presses have been handled.
+  bool waitForPresses(int count) {
+    const auto isHandled = [&] {
+      queue_.runAll();
+      return presses_ >= count;
+    };
+    return waitUntil(isHandled) && presses_ == count;
+  }
+  bool waitForEnd(ShortcutHandOver::End end) {
+    return waitUntil([&] { return shortcuts_->lastHandOver().end != ShortcutHandOver::End::pending; }) &&
+           shortcuts_->lastHandOver().end == end;
+  }
+  // The target's last event is the release of this key.
+  bool targetHasSeen(int keycode) {
+    return waitUntil([&] {
+      const auto releases = target_->lines("keyrelease");
+      return !releases.empty() && releases.back().starts_with("keyrelease " + std::to_string(keycode) + " ");
+    });
+  }
+
+  ManualQueue queue_;
+  std::unique_ptr<X11Shortcuts> shortcuts_;
+  std::unique_ptr<WindowClient> target_;
+  std::unique_ptr<WindowClient> typing_;
+  int presses_ = 0;
+};
+
+/// Which presses count, and whose.
+class ShortcutRegistrationTest : public ShortcutTest {
+ protected:
+  // A further client comes to own the shortcut with these modifiers more.
+  bool grabElsewhere(unsigned more) {
+    constexpr xcb_keycode_t kSpace = 65;
+    return x_->check(xcb_grab_key_checked(x_->get(), 0, x_->root(),
+                                          static_cast<uint16_t>(XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT | more), kSpace,
+                                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+  }
+};
+
+TEST_F(ShortcutRegistrationTest, aPressCountsWhateverLocksAreOnAndReachesNobodyElse) {
+  const Token token = registered();
+  int expected = 0;
+  for (const char* lock : {"", "Caps_Lock", "Num_Lock"}) {
+    if (*lock) {
+      session_->keys({"key", lock});
+    }
+    session_->keys({"key", kPress});
+    EXPECT_TRUE(waitForPresses(++expected)) << lock;
+    EXPECT_TRUE(waitForEnd(ShortcutHandOver::End::refused));
+    // Neither fewer modifiers nor more.
+    session_->keys({"key", "shift+space", "key", "super+shift+ctrl+space", "key", "a"});
+    ASSERT_TRUE(targetHasSeen(38)) << lock;
+    EXPECT_EQ(queue_.runAll(), 0U);
+  }
+  EXPECT_EQ(target_->lines("key 65").size(), 6U);
+  EXPECT_EQ(target_->lines("keyrelease 65").size(), 6U) << "the release of the shortcut belongs to nobody either";
+  EXPECT_NE(windows_->userTime(), 0U);
+  EXPECT_EQ(windows_->userTime(), shortcuts_->lastHandOver().xTime);
+  EXPECT_TRUE(nothingIsHeld());
+}
+
+TEST_F(ShortcutRegistrationTest, whatAnotherProgramOwnsIsTakenUntilItLetsGo) {
+  ManualQueue otherQueue;
+  X11Shortcuts other(session_->display(), otherQueue);
+  EXPECT_EQ(other.probe(kShortcut), ShortcutState::registered);
+  auto owner = other.registerShortcut(kShortcut, [] { return false; });
+  ASSERT_EQ(owner.state, ShortcutState::registered);
+  EXPECT_EQ(other.probe(kShortcut), ShortcutState::registered) << "its own";
+  EXPECT_EQ(other.registerShortcut(kShortcut, [] { return false; }).state, ShortcutState::taken);
+
+  const auto taken = shortcuts_->registerShortcut(kShortcut, [] { return false; });
+  EXPECT_EQ(taken.state, ShortcutState::taken);
+  EXPECT_FALSE(taken.token);
+  EXPECT_EQ(shortcuts_->probe(kShortcut), ShortcutState::taken);
+  owner.token.reset();
+  const Token token = registered();
+  session_->keys({"key", kPress});
+  EXPECT_TRUE(waitForPresses(1));
+  EXPECT_EQ(otherQueue.runAll(), 0U);
+}
+
+TEST_F(ShortcutRegistrationTest, aFailedAttemptKeepsNothing) {
+  // Only the combination with Caps Lock, which is not the first to be tried.
+  ASSERT_TRUE(grabElsewhere(XCB_MOD_MASK_LOCK));
+  EXPECT_EQ(shortcuts_->registerShortcut(kShortcut, [] { return false; }).state, ShortcutState::taken);
+  EXPECT_TRUE(grabElsewhere(0));
+}
+
+TEST_F(ShortcutRegistrationTest, tellsWhatCannotBeRegistered) {
+  EXPECT_EQ(shortcuts_->probe({key_code::symbolBase + 0x13BD, 0}), ShortcutState::noSuchKey);
+  EXPECT_EQ(X11Shortcuts(":nonsense", queue_).probe(kShortcut), ShortcutState::outOfReach);
+}
+
+TEST(ShortcutDescriptionTest, namesKeysAsPeopleDo) {
+  using namespace modifier_flag;
+  const std::pair<Shortcut, const char*> cases[] = {
+      {kShortcut, "Super+Shift+Space"},
+      {{key_code::returnKey, control | option | command | shift}, "Control+Alt+Super+Shift+Return"},
+      {{key_code::symbolBase + 'j', control}, "Control+J"},
+      {{key_code::symbolBase + ',', command}, "Super+,"},
+      {{key_code::symbolBase + 0x6CA, command}, "Super+Й"},
+      {{key_code::symbolBase + 0xFFC2, 0}, "F5"},
+      {{key_code::symbolBase + 0xFF55, 0}, "Page Up"},
+  };
+  for (const auto& [shortcut, text] : cases) {
+    EXPECT_EQ(describeShortcut(shortcut), text);
+  }
+}
+
+/// What becomes of the keys around a press.
+class ShortcutHandOverTest : public ShortcutTest {};
+
+TEST_F(ShortcutHandOverTest, keysTypedAfterARefusalReachTheTarget) {
+  const Token token = registered(false);
+  session_->keys({"keydown", "super", "keydown", "shift", "keydown", "space", "key", "b", "keyup", "space", "keyup",
+                  "shift", "keyup", "super", "type", "--delay", "0", "ab"});
+  ASSERT_TRUE(waitForPresses(1));
+  ASSERT_TRUE(target_->prints("key 56 0x0"));
+  EXPECT_EQ(target_->count("key 56 0x41"), 1U) << "struck while the shortcut was still down";
+  EXPECT_EQ(target_->count("key 38 0x0"), 1U);
+  EXPECT_TRUE(keyboardIsFree());
+}
+
+TEST_F(ShortcutHandOverTest, aBlockedMainThreadHoldsTheKeyboardNoLongerThanTheDeadline) {
+  const Token token = registered(true);
+  session_->keys({"key", kPress, "type", "--delay", "0", "hi"});
+  ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::deadline));
+  EXPECT_TRUE(target_->prints("key 31 0x0"));
+  // Pressed again out of impatience: the window opens once.
+  session_->keys({"key", kPress});
+  ASSERT_TRUE(waitUntil([&] { return shortcuts_->lastHandOver().press == 2; }));
+  EXPECT_TRUE(waitForPresses(1));
+  EXPECT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+  EXPECT_EQ(queue_.runAll(), 0U);
+}
+
+TEST_F(ShortcutHandOverTest, holdingTheShortcutIsOnePress) {
+  letKeysRepeat();
+  const Token token = registered(true);
+  // The user holds it for a while, then goes on typing.
+  session_->keys({"keydown", "super", "keydown", "shift", "keydown", "space"});
+  ASSERT_TRUE(waitForPresses(1));
+  ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+  session_->keys({"keydown", "space", "keydown", "space", "keyup", "super", "keydown", "space", "keyup", "shift",
+                  "keydown", "space", "keyup", "space", "key", "a"});
+  ASSERT_TRUE(typing_->prints("keyrelease 38 0x0"));
+  EXPECT_THAT(typing_->lines("key"), ElementsAre("key 38 0x0"));
+  EXPECT_EQ(queue_.runAll(), 0U);
+  EXPECT_EQ(shortcuts_->lastHandOver().press, 1U);
+  session_->keys({"key", kPress});
+  EXPECT_TRUE(waitForPresses(2));
+}
+
+TEST_F(ShortcutHandOverTest, theEndOfARegistrationOrOfAllLetsTheKeyboardGo) {
+  Token token;
+  const std::function<void()> ends[] = {[&] { token.reset(); }, [&] { shortcuts_.reset(); }};
+  for (const auto& end : ends) {
+    token = registered(true);
+    session_->keys({"key", kPress, "key", "a"});
+    ASSERT_TRUE(waitUntil([&] { return queue_.size() == 1; }));
+    end();
+    EXPECT_TRUE(targetHasSeen(38));
+    queue_.runAll();
+    EXPECT_EQ(presses_, 0);
+    const size_t before = target_->count("key 65 0x41");
+    session_->keys({"key", kPress, "key", "b"});
+    EXPECT_TRUE(targetHasSeen(56));
+    EXPECT_EQ(target_->count("key 65 0x41"), before + 1) << "the target's again";
+    EXPECT_TRUE(keyboardIsFree());
+  }
+}
+
+/// Presses while another client has the keyboard.
+class ShortcutUnderGrabTest : public ShortcutTest {};
+
+TEST_F(ShortcutUnderGrabTest, anOpenMenuIsClosedAndThePressCountsOnce) {
+  const Token token = registered(true);
+  std::vector<std::string> typed;
+  int round = 0;
+  for (const char* levels : {"1", "3"}) {
+    const WindowClient menu(*session_, {"50x50+400+0", "--title", "Menu", "--menu", levels, "--override-redirect"});
+    ASSERT_TRUE(menu.prints("menu"));
+    // The modifiers are held as by a slow hand.
+    session_->keys({"keydown", "super", "keydown", "shift", "key", "space"});
+    ASSERT_TRUE(waitForPresses(++round)) << levels;
+    ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived)) << levels;
+    EXPECT_TRUE(shortcuts_->lastHandOver().throughMenu);
+    session_->keys({"keyup", "shift", "keyup", "super", "key", "a", "key", "shift+b"});
+    typed.insert(typed.end(), {"key 38 0x0", "key 50 0x0", "key 56 0x1"});
+    EXPECT_TRUE(waitUntil([&] { return typing_->lines("key") == typed; })) << levels;
+    EXPECT_EQ(menu.count("key 9 0x0"), static_cast<size_t>(std::stoi(levels)));
+    EXPECT_EQ(queue_.runAll(), 0U);
+    EXPECT_TRUE(keyboardIsFree());
+    EXPECT_TRUE(nothingIsHeld());
+    focus(*target_);
+  }
+  EXPECT_THAT(target_->lines("key"), IsEmpty()) << "no Escape too many";
+}
+
+TEST_F(ShortcutUnderGrabTest, aClientThatKeepsTheKeyboardKeepsIt) {
+  const Token token = registered(true);
+  ASSERT_EQ(x11::takeReply(
+                x_->get(), xcb_grab_keyboard_reply,
+                xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC))
+                ->status,
+            XCB_GRAB_STATUS_SUCCESS);
+  session_->keys({"key", kPress});
+  // One Escape, and no more.
+  int escapes = 0;
+  ASSERT_TRUE(waitUntil([&] {
+    while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(x_->get())}) {
+      const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(*event);
+      escapes += (event->response_type & 0x7F) == XCB_KEY_PRESS && key.detail == 9 ? 1 : 0;
+    }
+    return escapes > 0;
+  }));
+  x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
+  EXPECT_TRUE(waitForPresses(1)) << "it let go in time";
+  EXPECT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+}
+
+}  // namespace
+}  // namespace jumplark
