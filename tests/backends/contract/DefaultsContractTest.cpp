@@ -39,7 +39,7 @@ class DefaultsContract : public ::testing::Test {
 using Kinds = ::testing::Types<InMemory, InFile>;
 TYPED_TEST_SUITE(DefaultsContract, Kinds);
 
-TYPED_TEST(DefaultsContract, AStoredValueComesBeforeARegisteredOneAndNullRemovesIt) {
+TYPED_TEST(DefaultsContract, aStoredValueComesBeforeARegisteredOneAndNullRemovesIt) {
   Defaults& defaults = this->defaults_;
   EXPECT_TRUE(defaults.value("Key").is_null());
   defaults.registerDefaults({{"Key", "registered"}, {"Other", true}});
@@ -55,7 +55,7 @@ TYPED_TEST(DefaultsContract, AStoredValueComesBeforeARegisteredOneAndNullRemoves
   EXPECT_TRUE(defaults.boolean("Other"));
 }
 
-TYPED_TEST(DefaultsContract, AnObserverHearsOfEachChangeOnTheMainQueueInOrder) {
+TYPED_TEST(DefaultsContract, anObserverHearsOfEachChangeOnTheMainQueueInOrder) {
   Defaults& defaults = this->defaults_;
   defaults.setValue("Key", 1);
   std::vector<std::string> heard;
@@ -77,7 +77,7 @@ TYPED_TEST(DefaultsContract, AnObserverHearsOfEachChangeOnTheMainQueueInOrder) {
   EXPECT_EQ(heard.size(), 3U) << "none after the token's end";
 }
 
-TYPED_TEST(DefaultsContract, AnObserverMayWriteAndEndItselfInItsCall) {
+TYPED_TEST(DefaultsContract, anObserverMayWriteAndEndItselfInItsCall) {
   Defaults& defaults = this->defaults_;
   std::vector<std::string> heard;
   Token observation;

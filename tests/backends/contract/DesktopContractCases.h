@@ -1,10 +1,28 @@
 #pragma once
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
 #include <thread>
+#include <vector>
 
-#include "backends/contract/AccessibilityContract.h"
+#include "platform/Accessibility.h"
+#include "platform/Platform.h"
+#include "platform/Queues.h"
+#include "platform/Workspace.h"
 
-/// The cases of DesktopContract about accessibility and workspace. Include once in a program.
+/// What accessibility and workspace promise on every desktop that shows one application with a window
+/// that holds a button and a text field. A backend derives ContractDesktop and instantiates the suite:
+///
+///     INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract,
+///                              testing::Values(ContractDesktopKind{"recorded", &makeRecordedDesktop}));
+///
+/// Include once in a program.
 namespace jumplark::contract {
 
 using ::testing::Contains;
@@ -12,7 +30,104 @@ using ::testing::IsEmpty;
 
 inline constexpr const char* kUnknownName = "AXJumplarkUnknown";
 
-TEST_P(DesktopContract, TheWorkspaceKnowsTheApplication) {
+/// A desktop with the application, on screen, in front and with all of the button visible.
+class ContractDesktop {
+ public:
+  virtual ~ContractDesktop() = default;
+
+  virtual Platform platform() = 0;
+  virtual int32_t targetPid() = 0;
+  /// "AXTitle" of the button; no other element has it.
+  virtual std::string buttonTitle() = 0;
+  /// A process id that no application has.
+  virtual int32_t absentPid() = 0;
+};
+
+/// A kind of desktop, by name.
+struct ContractDesktopKind {
+  const char* name;
+  std::unique_ptr<ContractDesktop> (*make)();
+};
+inline void PrintTo(const ContractDesktopKind& kind, std::ostream* out) {
+  *out << kind.name;
+}
+
+/// The desktop of one case, and ways to look around in it.
+class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
+ protected:
+  void SetUp() override {
+    desktop_ = GetParam().make();
+    ASSERT_NE(desktop_, nullptr);
+    platform_ = desktop_->platform();
+    application_ = accessibility().createApplication(desktop_->targetPid());
+    window_ = elementOf(application_, "AXFocusedWindow");
+    ASSERT_TRUE(window_) << "the application has no focused window";
+    elements_ = elementsBelow(window_);
+    button_ = find([&](const ElementRef& e) { return textOf(e, "AXTitle") == desktop_->buttonTitle(); });
+    ASSERT_TRUE(button_) << "no element is called " << desktop_->buttonTitle();
+    textField_ = find([&](const ElementRef& e) { return textOf(e, "AXRole") == "AXTextField"; });
+    ASSERT_TRUE(textField_) << "the window holds no text field";
+  }
+
+  ContractDesktop& desktop() { return *desktop_; }
+  AccessibilityPlatform& accessibility() { return *platform_.accessibility; }
+  Workspace& workspace() { return *platform_.workspace; }
+
+  /// None when it cannot be read.
+  AttributeValue valueOf(const ElementRef& element, const std::string& attribute) {
+    return accessibility().copyAttributeValue(element, attribute).value;
+  }
+  ElementRef elementOf(const ElementRef& element, const std::string& attribute) {
+    const AttributeValue value = valueOf(element, attribute);
+    return value.element() ? *value.element() : ElementRef();
+  }
+  std::string textOf(const ElementRef& element, const std::string& attribute) {
+    const AttributeValue value = valueOf(element, attribute);
+    return value.text() ? *value.text() : std::string();
+  }
+  std::vector<ElementRef> childrenOf(const ElementRef& element) {
+    std::vector<ElementRef> children;
+    const AttributeValue value = valueOf(element, "AXChildren");
+    for (const AttributeValue& child : value.list() ? *value.list() : AttributeValue::List()) {
+      children.push_back(child.element() ? *child.element() : ElementRef());
+    }
+    return children;
+  }
+  bool isInside(ElementRef element, const ElementRef& ancestor) {
+    for (int steps = 0; element && element != ancestor && steps < 100; ++steps) {
+      element = elementOf(element, "AXParent");
+    }
+    return element == ancestor;
+  }
+
+  std::unique_ptr<ContractDesktop> desktop_;
+  Platform platform_;
+  ElementRef application_;
+  ElementRef window_;
+  ElementRef button_;
+  ElementRef textField_;
+  std::vector<ElementRef> elements_;  ///< the window and what is below it
+
+ private:
+  ElementRef find(const std::function<bool(const ElementRef&)>& fits) const {
+    const auto found = std::ranges::find_if(elements_, fits);
+    return found == elements_.end() ? ElementRef() : *found;
+  }
+  /// Breadth first, each once, the first thousand.
+  std::vector<ElementRef> elementsBelow(const ElementRef& root) {
+    std::vector<ElementRef> all{root};
+    for (size_t i = 0; i < all.size() && all.size() < 1000; ++i) {
+      for (const ElementRef& child : childrenOf(ElementRef(all[i]))) {
+        if (child && std::ranges::count(all, child) == 0) {
+          all.push_back(child);
+        }
+      }
+    }
+    return all;
+  }
+};
+
+TEST_P(DesktopContract, theWorkspaceKnowsTheApplication) {
   const auto running = workspace().runningApplicationWithPid(desktop().targetPid());
   ASSERT_TRUE(running);
   EXPECT_EQ(running->pid, desktop().targetPid());
@@ -24,7 +139,7 @@ TEST_P(DesktopContract, TheWorkspaceKnowsTheApplication) {
   EXPECT_EQ(std::count(frontToBack.begin(), frontToBack.end(), *running), 1);
 }
 
-TEST_P(DesktopContract, AnAbsentProcessIsNowhere) {
+TEST_P(DesktopContract, anAbsentProcessIsNowhere) {
   const int32_t pid = desktop().absentPid();
   EXPECT_FALSE(workspace().runningApplicationWithPid(pid));
   EXPECT_FALSE(workspace().activate(pid, kActivateIgnoringOtherApps));
@@ -40,26 +155,26 @@ TEST_P(DesktopContract, AnAbsentProcessIsNowhere) {
   EXPECT_NE(accessibility().performAction(absent, "AXPress"), AccessibilityError::success);
 }
 
-TEST_P(DesktopContract, TheSameElementIsTheSameReferenceOfItsProcess) {
-  EXPECT_EQ(textOf(application(), "AXRole"), "AXApplication");
-  EXPECT_EQ(application(), accessibility().createApplication(desktop().targetPid()));
-  for (const ElementRef& element : {application(), window(), button()}) {
+TEST_P(DesktopContract, theSameElementIsTheSameReferenceOfItsProcess) {
+  EXPECT_EQ(textOf(application_, "AXRole"), "AXApplication");
+  EXPECT_EQ(application_, accessibility().createApplication(desktop().targetPid()));
+  for (const ElementRef& element : {application_, window_, button_}) {
     const auto pid = accessibility().processIdentifier(element);
     EXPECT_TRUE(pid.ok()) << element.text();
     EXPECT_EQ(pid.value, desktop().targetPid()) << element.text();
   }
   EXPECT_EQ(accessibility().systemWideElement(), accessibility().systemWideElement());
-  EXPECT_NE(accessibility().systemWideElement(), application());
-  const ElementRef again = elementOf(application(), "AXFocusedWindow");
-  EXPECT_EQ(again, window());
-  EXPECT_EQ(again.hash(), window().hash());
-  EXPECT_EQ(again.text(), window().text());
-  EXPECT_EQ(childrenOf(window()), childrenOf(window()));
-  EXPECT_NE(button(), textField());
+  EXPECT_NE(accessibility().systemWideElement(), application_);
+  const ElementRef again = elementOf(application_, "AXFocusedWindow");
+  EXPECT_EQ(again, window_);
+  EXPECT_EQ(again.hash(), window_.hash());
+  EXPECT_EQ(again.text(), window_.text());
+  EXPECT_EQ(childrenOf(window_), childrenOf(window_));
+  EXPECT_NE(button_, textField_);
 }
 
-TEST_P(DesktopContract, ListedAttributesAreSupported) {
-  for (const ElementRef& element : {application(), window(), button(), textField()}) {
+TEST_P(DesktopContract, listedAttributesAreSupported) {
+  for (const ElementRef& element : {application_, window_, button_, textField_}) {
     const auto names = accessibility().copyAttributeNames(element);
     ASSERT_TRUE(names.ok());
     EXPECT_THAT(names.value, Contains("AXRole"));
@@ -72,37 +187,37 @@ TEST_P(DesktopContract, ListedAttributesAreSupported) {
   }
 }
 
-TEST_P(DesktopContract, AnUnknownAttributeIsUnsupported) {
+TEST_P(DesktopContract, anUnknownAttributeIsUnsupported) {
   auto& ax = accessibility();
-  EXPECT_EQ(ax.copyAttributeValue(button(), kUnknownName).error, AccessibilityError::attributeUnsupported);
-  EXPECT_EQ(ax.attributeValueCount(button(), kUnknownName).error, AccessibilityError::attributeUnsupported);
-  EXPECT_EQ(ax.copyAttributeValues(button(), kUnknownName, 0, 50).error, AccessibilityError::attributeUnsupported);
-  EXPECT_EQ(ax.copyParameterizedAttributeValue(button(), kUnknownName, Range{0, 1}).error,
+  EXPECT_EQ(ax.copyAttributeValue(button_, kUnknownName).error, AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(ax.attributeValueCount(button_, kUnknownName).error, AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(ax.copyAttributeValues(button_, kUnknownName, 0, 50).error, AccessibilityError::attributeUnsupported);
+  EXPECT_EQ(ax.copyParameterizedAttributeValue(button_, kUnknownName, Range{0, 1}).error,
             AccessibilityError::parameterizedAttributeUnsupported);
-  EXPECT_NE(ax.setAttributeValue(button(), kUnknownName, true), AccessibilityError::success);
-  EXPECT_EQ(ax.performAction(button(), kUnknownName), AccessibilityError::actionUnsupported);
+  EXPECT_NE(ax.setAttributeValue(button_, kUnknownName, true), AccessibilityError::success);
+  EXPECT_EQ(ax.performAction(button_, kUnknownName), AccessibilityError::actionUnsupported);
   // What is no list has no entries.
-  EXPECT_EQ(ax.attributeValueCount(button(), "AXRole").error, AccessibilityError::illegalArgument);
-  EXPECT_EQ(ax.copyAttributeValues(button(), "AXRole", 0, 1).error, AccessibilityError::illegalArgument);
+  EXPECT_EQ(ax.attributeValueCount(button_, "AXRole").error, AccessibilityError::illegalArgument);
+  EXPECT_EQ(ax.copyAttributeValues(button_, "AXRole", 0, 1).error, AccessibilityError::illegalArgument);
 }
 
-TEST_P(DesktopContract, SeveralAttributesComeInOrderWithErrorsInPlace) {
+TEST_P(DesktopContract, severalAttributesComeInOrderWithErrorsInPlace) {
   const std::vector<std::string> names = {"AXRole", kUnknownName, "AXTitle", "AXPosition", "AXSize"};
-  const auto all = accessibility().copyMultipleAttributeValues(button(), names);
+  const auto all = accessibility().copyMultipleAttributeValues(button_, names);
   ASSERT_TRUE(all.ok());
   ASSERT_EQ(all.value.size(), names.size());
   for (size_t i = 0; i < names.size(); ++i) {
-    const auto single = accessibility().copyAttributeValue(button(), names[i]);
+    const auto single = accessibility().copyAttributeValue(button_, names[i]);
     const AttributeValue expected = single.ok() ? single.value : AttributeValue(single.error);
     EXPECT_EQ(all.value[i], expected) << names[i];
   }
-  const auto none = accessibility().copyMultipleAttributeValues(button(), {});
+  const auto none = accessibility().copyMultipleAttributeValues(button_, {});
   ASSERT_TRUE(none.ok());
   EXPECT_THAT(none.value, IsEmpty());
 }
 
-TEST_P(DesktopContract, SlicesOfAListFitItsWhole) {
-  for (const ElementRef& element : elements()) {
+TEST_P(DesktopContract, slicesOfAListFitItsWhole) {
+  for (const ElementRef& element : elements_) {
     const auto whole = accessibility().copyAttributeValue(element, "AXChildren");
     if (!whole.ok() || !whole.value.list() || whole.value.list()->empty()) {
       continue;
@@ -125,41 +240,41 @@ TEST_P(DesktopContract, SlicesOfAListFitItsWhole) {
   }
 }
 
-TEST_P(DesktopContract, TheParentOfAChildLeadsBack) {
-  EXPECT_EQ(elementOf(window(), "AXParent"), application());
-  for (const ElementRef& element : elements()) {
+TEST_P(DesktopContract, theParentOfAChildLeadsBack) {
+  EXPECT_EQ(elementOf(window_, "AXParent"), application_);
+  for (const ElementRef& element : elements_) {
     for (const ElementRef& child : childrenOf(element)) {
       EXPECT_EQ(elementOf(child, "AXParent"), element) << child.text();
     }
   }
-  EXPECT_EQ(elementOf(button(), "AXWindow"), window());
+  EXPECT_EQ(elementOf(button_, "AXWindow"), window_);
 }
 
-TEST_P(DesktopContract, AHitTestFindsTheButtonAndNothingOutsideAllScreens) {
-  const AttributeValue position = valueOf(button(), "AXPosition");
-  const AttributeValue size = valueOf(button(), "AXSize");
+TEST_P(DesktopContract, aHitTestFindsTheButtonAndNothingOutsideAllScreens) {
+  const AttributeValue position = valueOf(button_, "AXPosition");
+  const AttributeValue size = valueOf(button_, "AXSize");
   ASSERT_TRUE(position.point() && size.size());
   const auto x = static_cast<float>(position.point()->x + size.size()->width / 2);
   const auto y = static_cast<float>(position.point()->y + size.size()->height / 2);
-  for (const ElementRef& asked : {accessibility().systemWideElement(), application()}) {
+  for (const ElementRef& asked : {accessibility().systemWideElement(), application_}) {
     const auto hit = accessibility().copyElementAtPosition(asked, x, y);
     ASSERT_TRUE(hit.ok()) << asked.text();
-    EXPECT_TRUE(isInside(hit.value, button())) << "found " << hit.value.text();
+    EXPECT_TRUE(isInside(hit.value, button_)) << "found " << hit.value.text();
     EXPECT_EQ(accessibility().copyElementAtPosition(asked, -30000, -30000).error, AccessibilityError::noValue);
   }
 }
 
-TEST_P(DesktopContract, SnapshotsAndLiveScopesAnswerAlike) {
+TEST_P(DesktopContract, snapshotsAndLiveScopesAnswerAlike) {
   const auto facts = [&] {
     std::vector<AttributeValue::List> all;
-    for (const ElementRef& element : elements()) {
+    for (const ElementRef& element : elements_) {
       all.push_back(
           accessibility().copyMultipleAttributeValues(element, {"AXRole", "AXTitle", "AXPosition", "AXSize"}).value);
     }
     return all;
   };
   const auto before = facts();
-  accessibility().prepareSnapshot(application(), true);
+  accessibility().prepareSnapshot(application_, true);
   EXPECT_EQ(facts(), before);
   {
     const Token live = accessibility().beginLiveReads();
@@ -169,11 +284,11 @@ TEST_P(DesktopContract, SnapshotsAndLiveScopesAnswerAlike) {
   EXPECT_EQ(facts(), before);
 }
 
-TEST_P(DesktopContract, ReadsMayComeFromSeveralThreads) {
+TEST_P(DesktopContract, readsMayComeFromSeveralThreads) {
   const auto read = [&] {
     for (int i = 0; i < 50; ++i) {
-      EXPECT_EQ(textOf(button(), "AXTitle"), desktop().buttonTitle());
-      EXPECT_EQ(elementOf(button(), "AXWindow"), window());
+      EXPECT_EQ(textOf(button_, "AXTitle"), desktop().buttonTitle());
+      EXPECT_EQ(elementOf(button_, "AXWindow"), window_);
     }
   };
   std::thread other(read);

@@ -35,7 +35,7 @@ class CrashFolderTest : public SystemFixture {
   }
 };
 
-TEST_F(CrashFolderTest, GivesEachReportOnceTheOldestFirstAndHoldsAFew) {
+TEST_F(CrashFolderTest, givesEachReportOnceTheOldestFirstAndHoldsAFew) {
   for (int i = 0; i < 8; ++i) {
     put("100000000" + std::to_string(i) + "-7.raw", "Program: " + std::to_string(i) + "\nStack:\nEnd\n");
   }
@@ -54,7 +54,7 @@ TEST_F(CrashFolderTest, GivesEachReportOnceTheOldestFirstAndHoldsAFew) {
   EXPECT_EQ(log_.str(), "");
 }
 
-TEST_F(CrashFolderTest, PassesOverWhatIsNoReport) {
+TEST_F(CrashFolderTest, passesOverWhatIsNoReport) {
   write(folder_ / "secret", "Program: secret\nEnd\n");
   fs::create_symlink(folder_ / "secret", crashes() / "1-1.raw");
   ASSERT_EQ(::mkfifo((crashes() / "2-2.raw").c_str(), 0600), 0);
@@ -67,7 +67,7 @@ TEST_F(CrashFolderTest, PassesOverWhatIsNoReport) {
   EXPECT_EQ(logLines(), 3U) << "each is told of once";
 }
 
-TEST_F(CrashFolderTest, IsClosedToOthersOrNotUsed) {
+TEST_F(CrashFolderTest, isClosedToOthersOrNotUsed) {
   std::string problem;
   ::chmod(crashes().c_str(), 0755);
   EXPECT_TRUE(CrashFolder(crashes()).open(problem));
@@ -89,7 +89,7 @@ TEST_F(CrashFolderTest, IsClosedToOthersOrNotUsed) {
   }
 }
 
-TEST(ReportReader, MakesLinesForPeopleOfWhateverThereIs) {
+TEST(ReportReader, makesLinesForPeopleOfWhateverThereIs) {
   const std::string page(400, 'a');
   const struct {
     std::string raw;

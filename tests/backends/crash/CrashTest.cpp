@@ -87,7 +87,7 @@ TEST_F(Crash, isToldWithoutNamesWhenLookingForThemHasEndedTheProgram) {
   EXPECT_THAT(reports(), AllOf(HasSubstr("SIGABRT"), HasSubstr("raises"), Not(HasSubstr("address"))));
 }
 
-TEST_F(Crash, WithoutRoomForTheReportEndsByItsSignalAllTheSame) {
+TEST_F(Crash, withoutRoomForTheReportEndsByItsSignalAllTheSame) {
   desktop::Process program({"bash", "-c", R"(ulimit -f 0; exec "$@")", "-", JUMPLARK_CRASHING, "crash",
                             folder_ / "crashes", "reads nowhere"},
                            desktop::Environment{{"PATH", "/usr/bin:/bin"}}, (folder_ / "crashing").string());
@@ -100,7 +100,7 @@ TEST_F(Crash, WithoutRoomForTheReportEndsByItsSignalAllTheSame) {
 class CrashOnADisplay : public X11Test {};
 
 // The process still lives, as one does while its core image is written.
-TEST_F(CrashOnADisplay, LetsGoOfButtonAndKeyboardFirst) {
+TEST_F(CrashOnADisplay, letsGoOfButtonAndKeyboardFirst) {
   start({.windowManager = desktop::WindowManager::none});
   const std::string crashes = session_->folder() + "/crashes";
   desktop::Process& program = session_->start({JUMPLARK_CRASHING, "crash-when-told", crashes});

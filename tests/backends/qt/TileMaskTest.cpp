@@ -13,7 +13,7 @@ struct Case {
 };
 
 // An area of 100 by 50 in tiles of 16 by 20: the last column has 4 pixels, the last row 10.
-TEST(TileMask, GivesTheTouchedTilesAsRunsWithinTheArea) {
+TEST(TileMask, givesTheTouchedTilesAsRunsWithinTheArea) {
   const Case cases[] = {
       {"nothing", {}, {}, {}},
       {"outside", {QRect(200, 0, 10, 10), QRect(-20, 0, 20, 10)}, {}, {}},

@@ -59,7 +59,7 @@ class UpdateWindow : public ::testing::Test {
   std::unique_ptr<QtUpdateWindow> view_;
 };
 
-TEST_F(UpdateWindow, ShowsTheModelAndTellsWhatTheUserDoes) {
+TEST_F(UpdateWindow, showsTheModelAndTellsWhatTheUserDoes) {
   view_->setModel(offer_);
   view_->show(false);
   EXPECT_TRUE(window().isVisible());
@@ -81,7 +81,7 @@ TEST_F(UpdateWindow, ShowsTheModelAndTellsWhatTheUserDoes) {
   EXPECT_THAT(toggled_, ElementsAre(false));
 }
 
-TEST_F(UpdateWindow, WhatWasPressedBeforeAChangeOrTheEndIsNoAnswer) {
+TEST_F(UpdateWindow, whatWasPressedBeforeAChangeOrTheEndIsNoAnswer) {
   UpdateWindowModel busy = offer_;
   busy.isBusy = true;
   busy.buttons = {"Cancel"};

@@ -168,7 +168,7 @@ TEST(DesktopRecorder, whatAPasswordFieldHoldsIsNeverWritten) {
   EXPECT_THAT(recorder.text(), AllOf(Not(HasSubstr("hunter2")), Not(HasSubstr("maybe secret")), HasSubstr("public")));
 }
 
-TEST(DesktopRecorder, ListsKeepTheirLengthAndOrderHoweverTheyWereRead) {
+TEST(DesktopRecorder, listsKeepTheirLengthAndOrderHoweverTheyWereRead) {
   const auto live = RecordedPlatform::fromText(R"({"elements": {"e": {"attributes": {
       "Sliced":[0,1,2,3,4,5,6], "Counted":[1,2,3], "Whole":[1,2]}}}})");
   DesktopRecorder recorder(live->platform());
@@ -187,7 +187,7 @@ TEST(DesktopRecorder, ListsKeepTheirLengthAndOrderHoweverTheyWereRead) {
   EXPECT_EQ(again.attributeValueCount(again.element("e"), "Whole").value, 2);
 }
 
-TEST(DesktopRecorder, WritesTextsThatAreNotWellFormed) {
+TEST(DesktopRecorder, writesTextsThatAreNotWellFormed) {
   const auto live = RecordedPlatform::fromText("{}");
   live->accessibility().setAttribute("e\xFF", "AXTitle", std::string("a\xC3(\xED\xA0\x80\0\xF0\x9F\x98\x80", 11));
   DesktopRecorder recorder(live->platform());
@@ -201,7 +201,7 @@ TEST(DesktopRecorder, WritesTextsThatAreNotWellFormed) {
                            "\xF0\x9F\x98\x80"));
 }
 
-TEST(DesktopRecorder, ReplacesAFileOnlyWhenAllIsWritten) {
+TEST(DesktopRecorder, replacesAFileOnlyWhenAllIsWritten) {
   const testing::TemporaryFolder folder;
   const std::string path = folder / "desktop.json";
   const auto live = RecordedPlatform::fromText(kDesktop);
@@ -215,7 +215,7 @@ TEST(DesktopRecorder, ReplacesAFileOnlyWhenAllIsWritten) {
   EXPECT_THROW(recorder.save(folder / "missing/desktop.json"), std::system_error);
 }
 
-TEST(RecordedValues, WhatIsWrittenIsReadBack) {
+TEST(RecordedValues, whatIsWrittenIsReadBack) {
   const double inf = std::numeric_limits<double>::infinity();
   const std::pair<AttributeValue, AttributeValue> cases[] = {
       {Rect{0.1, -2, 1e300, 3}, Rect{0.1, -2, 1e300, 3}},

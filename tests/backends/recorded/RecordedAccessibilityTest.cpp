@@ -50,7 +50,7 @@ class RecordedAccessibilityTest : public ::testing::Test {
   std::unique_ptr<RecordedPlatform> recorded_ = RecordedPlatform::fromText(kDesktop);
 };
 
-TEST_F(RecordedAccessibilityTest, AParameterizedAttributeAnswersTheFirstEntryWhoseConditionIsMet) {
+TEST_F(RecordedAccessibilityTest, aParameterizedAttributeAnswersTheFirstEntryWhoseConditionIsMet) {
   using D = AttributeValue::Dictionary;
   const struct {
     const char* name;
@@ -113,7 +113,7 @@ TEST_F(RecordedAccessibilityTest, aHitTestFindsTheLastElementInDepthFirstOrder) 
   }
 }
 
-TEST_F(RecordedAccessibilityTest, FindsTheProcessOfAnElement) {
+TEST_F(RecordedAccessibilityTest, findsTheProcessOfAnElement) {
   EXPECT_EQ(ax().processIdentifier(ref("panel")).value, 3);
   EXPECT_EQ(ax().processIdentifier(ref("inner")).value, 1) << "by the tree, without AXParent";
   EXPECT_EQ(ax().processIdentifier(ref("orphan")).value, 2) << "by AXParent, outside of the tree";
@@ -123,7 +123,7 @@ TEST_F(RecordedAccessibilityTest, FindsTheProcessOfAnElement) {
   EXPECT_EQ(ax().processIdentifier(ax().createApplication(77)).value, 77);
 }
 
-TEST_F(RecordedAccessibilityTest, ASlowReadTakesItsTimeAndTooSlowAOneTimesOut) {
+TEST_F(RecordedAccessibilityTest, aSlowReadTakesItsTimeAndTooSlowAOneTimesOut) {
   const struct {
     double delay;
     Duration taken;
@@ -148,7 +148,7 @@ TEST_F(RecordedAccessibilityTest, ASlowReadTakesItsTimeAndTooSlowAOneTimesOut) {
   EXPECT_EQ(now() - start, 100ms) << "other elements are not slow";
 }
 
-TEST_F(RecordedAccessibilityTest, EveryReadOfAnElementWithAnErrorFailsWithIt) {
+TEST_F(RecordedAccessibilityTest, everyReadOfAnElementWithAnErrorFailsWithIt) {
   const ElementRef broken = ref("broken");
   EXPECT_EQ(ax().copyAttributeNames(broken).error, AccessibilityError::failure);
   EXPECT_EQ(ax().copyAttributeValue(broken, "AXSize").error, AccessibilityError::failure);

@@ -52,7 +52,7 @@ const char* const kWhole = R"({ "screens": [[0,0,1440,900],[1440,0,800,600]], "p
                         "actions": ["AXPress"] },
                 "e2": { "error": -25202, "delay_ms": 12.5 } } })";
 
-TEST(RecordedDesktop, ReadsEveryKindOfValue) {
+TEST(RecordedDesktop, readsEveryKindOfValue) {
   const struct {
     const char* json;
     AttributeValue value;
@@ -81,7 +81,7 @@ TEST(RecordedDesktop, ReadsEveryKindOfValue) {
   }
 }
 
-TEST(RecordedDesktop, RefusesWhatItCannotMeanAndSaysWhere) {
+TEST(RecordedDesktop, refusesWhatItCannotMeanAndSaysWhere) {
   const struct {
     std::string json;
     std::string message;
@@ -137,7 +137,7 @@ TEST(RecordedDesktop, RefusesWhatItCannotMeanAndSaysWhere) {
   }
 }
 
-TEST(RecordedDesktop, RefusesEveryTruncationOfAFileWithAMessage) {
+TEST(RecordedDesktop, refusesEveryTruncationOfAFileWithAMessage) {
   const std::string whole = kWhole;
   ASSERT_EQ(errorOf(whole), "");
   for (size_t length = 0; length < whole.size(); ++length) {
@@ -145,7 +145,7 @@ TEST(RecordedDesktop, RefusesEveryTruncationOfAFileWithAMessage) {
   }
 }
 
-TEST(RecordedDesktop, SurvivesEveryByteThatIsReplaced) {
+TEST(RecordedDesktop, survivesEveryByteThatIsReplaced) {
   const std::string whole = kWhole;
   for (size_t at = 0; at < whole.size(); ++at) {
     for (const char byte : {'"', '}', '[', '0', 'x', '\0', '\xff'}) {
@@ -157,7 +157,7 @@ TEST(RecordedDesktop, SurvivesEveryByteThatIsReplaced) {
   }
 }
 
-TEST(RecordedDesktop, RefusesJsonThatIsNestedTooDeep) {
+TEST(RecordedDesktop, refusesJsonThatIsNestedTooDeep) {
   const int deep = 200'000;
   for (const std::string& start : {std::string("["), std::string(R"({"a":)"), std::string(R"({"elements":{"e":)")}) {
     EXPECT_THAT(errorOf(start + repeated("[", deep)), StartsWith("test.json: "));
@@ -166,7 +166,7 @@ TEST(RecordedDesktop, RefusesJsonThatIsNestedTooDeep) {
   EXPECT_EQ(errorOf(attribute(repeated("[", 90) + repeated("]", 90))), "");
 }
 
-TEST(RecordedDesktop, LeavesWhatIsNotSaidAtItsDefault) {
+TEST(RecordedDesktop, leavesWhatIsNotSaidAtItsDefault) {
   const RecordedDesktop empty = load("{}");
   EXPECT_THAT(empty.screens, IsEmpty());
   EXPECT_FALSE(empty.frontmost);
@@ -176,19 +176,19 @@ TEST(RecordedDesktop, LeavesWhatIsNotSaidAtItsDefault) {
   EXPECT_FALSE(load(std::string("{\"frontmost\":null,") + two + "}").frontmost);
 }
 
-TEST(RecordedDesktop, TheLastOfTwoEqualAttributesCounts) {
+TEST(RecordedDesktop, theLastOfTwoEqualAttributesCounts) {
   const RecordedDesktop desktop = load(element(R"("attributes": {"A": 1, "A": 2})"));
   EXPECT_EQ(*desktop.elements.attribute(*desktop.elements.find(std::string_view("e")), "A"), AttributeValue(2));
 }
 
-TEST(RecordedDesktop, TellsOfMembersThatMeanNothing) {
+TEST(RecordedDesktop, tellsOfMembersThatMeanNothing) {
   const RecordedDesktop desktop =
       load(R"({"pionter": [1,2], "_note": 1, "elements": {"e": {"comment": "x", "atributes": {}}}})");
   EXPECT_THAT(desktop.warnings,
               ElementsAre(HasSubstr("pionter"), AllOf(HasSubstr("atributes"), HasSubstr("element \"e\""))));
 }
 
-TEST(RecordedDesktop, AStoreKnowsReferencesOfOthersByTheirText) {
+TEST(RecordedDesktop, aStoreKnowsReferencesOfOthersByTheirText) {
   const RecordedDesktop one = load(R"({"elements": {"a": {}, "b": {}}})");
   const RecordedDesktop two = load(R"({"elements": {"b": {"delay_ms": 1}, "a": {"delay_ms": 2}}})");
   const ElementRef a = one.elements.find(std::string_view("a"))->ref;

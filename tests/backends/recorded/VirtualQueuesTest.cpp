@@ -27,7 +27,7 @@ class VirtualQueuesTest : public ::testing::Test {
   VirtualQueues queues_;
 };
 
-TEST_F(VirtualQueuesTest, AllQueuesTogetherRunByDueTimeThenByPosting) {
+TEST_F(VirtualQueuesTest, allQueuesTogetherRunByDueTimeThenByPosting) {
   const auto serial = queues_.makeSerialQueue("serial");
   serial->postAfter(20ms, logging("a"));
   queues_.mainQueue().postAfter(10ms, logging("b"));
@@ -42,7 +42,7 @@ TEST_F(VirtualQueuesTest, AllQueuesTogetherRunByDueTimeThenByPosting) {
   EXPECT_THAT(log_, ElementsAre("b@10", "e@10", "g@10", "a@20", "c@20", "d@20", "f@20"));
 }
 
-TEST_F(VirtualQueuesTest, AWaitOfTheMainQueueHoldsUpOnlyThatQueue) {
+TEST_F(VirtualQueuesTest, aWaitOfTheMainQueueHoldsUpOnlyThatQueue) {
   queues_.mainQueue().post([&] {
     queues_.mainQueue().post(logging("next"));
     queues_.highPriorityQueue().postAfter(10ms, logging("high"));
@@ -54,11 +54,11 @@ TEST_F(VirtualQueuesTest, AWaitOfTheMainQueueHoldsUpOnlyThatQueue) {
   EXPECT_EQ(queues_.monotonicNow(), 50ms);
 }
 
-TEST_F(VirtualQueuesTest, AWaitThatNothingCanEndIsAnError) {
+TEST_F(VirtualQueuesTest, aWaitThatNothingCanEndIsAnError) {
   EXPECT_THROW(queues_.makeCompletion()->wait(Duration::max()), std::logic_error);
 }
 
-TEST_F(VirtualQueuesTest, AnExceptionOfATaskComesOutWhereTimePasses) {
+TEST_F(VirtualQueuesTest, anExceptionOfATaskComesOutWhereTimePasses) {
   for (TaskQueue* queue : {&queues_.mainQueue(), &queues_.highPriorityQueue()}) {
     queue->post([] { throw std::runtime_error("broken"); });
     queue->post(logging("after"));
@@ -68,7 +68,7 @@ TEST_F(VirtualQueuesTest, AnExceptionOfATaskComesOutWhereTimePasses) {
   EXPECT_EQ(log_.size(), 2U) << "the queues go on";
 }
 
-TEST_F(VirtualQueuesTest, ALateTickDoesNotShiftLaterOnes) {
+TEST_F(VirtualQueuesTest, aLateTickDoesNotShiftLaterOnes) {
   const auto queue = queues_.makeSerialQueue("timer");
   const auto timer = queues_.makeRepeatingTimer(*queue, 10ms, 10ms, 0ms, [&] {
     log("tick");
@@ -79,7 +79,7 @@ TEST_F(VirtualQueuesTest, ALateTickDoesNotShiftLaterOnes) {
   EXPECT_THAT(log_, ElementsAre("tick@10", "tick@40", "tick@50", "tick@60"));
 }
 
-TEST(VirtualQueues, ClosingEndsWaitsAndDropsTheRest) {
+TEST(VirtualQueues, closingEndsWaitsAndDropsTheRest) {
   std::vector<std::string> log;
   const auto held = std::make_shared<int>(0);
   std::shared_ptr<TaskQueue> survivor;
@@ -104,7 +104,7 @@ TEST(VirtualQueues, ClosingEndsWaitsAndDropsTheRest) {
   EXPECT_EQ(log.size(), 2U);
 }
 
-TEST(RecordedInput, ATapSeesWhatItsMaskNamesWhileItIsEnabled) {
+TEST(RecordedInput, aTapSeesWhatItsMaskNamesWhileItIsEnabled) {
   const auto recorded = RecordedPlatform::fromText("{}");
   EventTapConfiguration configuration;
   configuration.mask = 1U << event_type::keyUp;
@@ -125,7 +125,7 @@ TEST(RecordedInput, ATapSeesWhatItsMaskNamesWhileItIsEnabled) {
   EXPECT_THAT(seen, ElementsAre(key_code::tab));
 }
 
-TEST(RecordedInput, DestroyingATapWaitsForItsRunningCall) {
+TEST(RecordedInput, destroyingATapWaitsForItsRunningCall) {
   const auto recorded = RecordedPlatform::fromText("{}");
   EventTapConfiguration configuration;
   configuration.mask = 1U << event_type::keyDown;

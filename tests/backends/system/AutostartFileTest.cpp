@@ -36,7 +36,7 @@ class AutostartFileTest : public SystemFixture {
   fs::path program_ = folder_ / "opt" / "jumplark";
 };
 
-TEST_F(AutostartFileTest, NamesTheProgramSoThatEverySessionFindsIt) {
+TEST_F(AutostartFileTest, namesTheProgramSoThatEverySessionFindsIt) {
   const std::string path = program_.string();
   const struct {
     std::string name;
@@ -67,7 +67,7 @@ TEST_F(AutostartFileTest, NamesTheProgramSoThatEverySessionFindsIt) {
   EXPECT_THAT(AutostartFile(queues_, {}, program_).set(true), HasSubstr("no folder"));
 }
 
-TEST_F(AutostartFileTest, IsMendedAtTheNextStartAfterTheProgramMoved) {
+TEST_F(AutostartFileTest, isMendedAtTheNextStartAfterTheProgramMoved) {
   EXPECT_EQ(item().set(true), "");
   const fs::path moved = folder_ / "home" / "jumplark";
   makeProgram(moved);
@@ -88,7 +88,7 @@ TEST_F(AutostartFileTest, IsMendedAtTheNextStartAfterTheProgramMoved) {
   EXPECT_TRUE(item.isSet());
 }
 
-TEST_F(AutostartFileTest, LeavesFilesOfOthersAsTheyAre) {
+TEST_F(AutostartFileTest, leavesFilesOfOthersAsTheyAre) {
   fs::create_directories(autostart_);
   const fs::path other = folder_ / "usr" / "jumplark";
   makeProgram(other);
@@ -128,7 +128,7 @@ TEST_F(AutostartFileTest, LeavesFilesOfOthersAsTheyAre) {
   EXPECT_EQ(read(folder_ / "kept"), marked);
 }
 
-TEST_F(AutostartFileTest, FollowsTheSystemsEntryAsASessionDoes) {
+TEST_F(AutostartFileTest, followsTheSystemsEntryAsASessionDoes) {
   fs::create_directories(system_);
   fs::create_directories(autostart_);
   const fs::path other = folder_ / "usr" / "jumplark";

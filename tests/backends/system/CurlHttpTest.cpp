@@ -29,7 +29,7 @@ class CurlHttpTest : public SystemFixture {
   CurlHttp http_;
 };
 
-TEST_F(CurlHttpTest, SendsWhatItIsGivenAndNothingElse) {
+TEST_F(CurlHttpTest, sendsWhatItIsGivenAndNothingElse) {
   const TestServer server(TestServer::answering(200, "fine"));
   HttpRequest request = get(server.address() + "/events");
   request.method = HttpMethod::post;
@@ -118,7 +118,7 @@ TEST_F(CurlHttpTest, tellsWhatWentWrong) {
   }
 }
 
-TEST_F(CurlHttpTest, KeepsNoMoreOfAnAnswerThanWanted) {
+TEST_F(CurlHttpTest, keepsNoMoreOfAnAnswerThanWanted) {
   const TestServer endless([](TestServer::Client& client, const TestServer::Request&) {
     client.send("HTTP/1.1 200 OK\r\n\r\n");
     while (client.send(std::string(10000, 'x'))) {
@@ -135,7 +135,7 @@ TEST_F(CurlHttpTest, KeepsNoMoreOfAnAnswerThanWanted) {
   EXPECT_FALSE(http_.send(request).truncated);
 }
 
-TEST_F(CurlHttpTest, EndsWhenItIsCancelled) {
+TEST_F(CurlHttpTest, endsWhenItIsCancelled) {
   const TestServer silent([](TestServer::Client& client, const TestServer::Request&) { client.stall(); });
   HttpRequest request = get(silent.address());
   request.timeout = 1h;

@@ -41,7 +41,7 @@ class DefaultsFileTest : public SystemFixture {
   std::optional<DefaultsFile> defaults_;
 };
 
-TEST_F(DefaultsFileTest, KeepsValuesOverRestartsForTheUserAlone) {
+TEST_F(DefaultsFileTest, keepsValuesOverRestartsForTheUserAlone) {
   open();
   defaults_->setValue("Text", "grün");
   defaults_->setValue("Record", {{"KeyCode", 49}});
@@ -98,7 +98,7 @@ TEST_F(DefaultsFileTest, noticesWhatOtherProgramsDoToTheFile) {
   EXPECT_TRUE(await([&] { return heard == "null"; })) << "the folder that was moved away is no longer ours";
 }
 
-TEST_F(DefaultsFileTest, TwoInstancesThatWriteAtOnceLoseNothing) {
+TEST_F(DefaultsFileTest, twoInstancesThatWriteAtOnceLoseNothing) {
   open();
   SystemQueues otherQueues;
   DefaultsFile other(otherQueues, path_);
@@ -141,7 +141,7 @@ TEST_F(DefaultsFileTest, aBrokenFileIsSetAsideAndWhatHeldBeforeHoldsOn) {
   }
 }
 
-TEST_F(DefaultsFileTest, ADiskThatIsFullKeepsTheOldFileWhole) {
+TEST_F(DefaultsFileTest, aDiskThatIsFullKeepsTheOldFileWhole) {
   open();
   defaults_->setValue("Key", "old");
   ASSERT_TRUE(defaults_->synchronize());
@@ -176,7 +176,7 @@ TEST_F(DefaultsFileTest, aLinkStaysALink) {
   EXPECT_EQ(json::parse(read(folder_ / "mine.json")), (json{{"Key", "new"}}));
 }
 
-TEST_F(DefaultsFileTest, AWriterThatIsKilledLeavesAWholeFile) {
+TEST_F(DefaultsFileTest, aWriterThatIsKilledLeavesAWholeFile) {
   for (int round = 0; round < 10; ++round) {
     const auto writer = help({"count", path_.string()});
     ASSERT_TRUE(writer->waitForLine("counting")) << writer->err();

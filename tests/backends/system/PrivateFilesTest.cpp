@@ -17,7 +17,7 @@ class PrivateFilesTest : public SystemFixture {
   PrivateFiles files_{own_};
 };
 
-TEST_F(PrivateFilesTest, FolderAndFilesAreTheUsersAlone) {
+TEST_F(PrivateFilesTest, folderAndFilesAreTheUsersAlone) {
   EXPECT_EQ(files_.applicationSupportDirectory().path, own_.string());
   EXPECT_EQ(modeOf(own_), 0700U);
   ASSERT_EQ(::chmod(own_.c_str(), 0755), 0);
@@ -34,7 +34,7 @@ TEST_F(PrivateFilesTest, FolderAndFilesAreTheUsersAlone) {
   EXPECT_TRUE(std::filesystem::is_empty(own_));
 }
 
-TEST_F(PrivateFilesTest, SaysWhatIsInTheWay) {
+TEST_F(PrivateFilesTest, saysWhatIsInTheWay) {
   EXPECT_NE(files_.replace(path_, "x"), "") << "there is no folder";
   write(folder_ / "data", "a file where the folder should be");
   const auto folder = files_.applicationSupportDirectory();

@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(SystemQueues, DrainingRunsWhatIsDueAndTellsWhenMoreComes) {
+TEST(SystemQueues, drainingRunsWhatIsDueAndTellsWhenMoreComes) {
   SystemQueues queues;
   int ran = 0;
   queues.mainQueue().post([&] { ++ran; });
