@@ -75,18 +75,6 @@ TEST_P(QueryWindow, tellsALossOfTheKeyboardButNotAGrab) {
   EXPECT_EQ(count("resign"), 2U);
 }
 
-TEST_P(QueryWindow, shownAgainAtOnceKeepsTheKeyboard) {
-  for (int i = 0; i < 10; ++i) {
-    showQueryWindow(300, 300);
-    query_->orderOut();
-  }
-  const size_t hidings = count("resign");
-  showQueryWindow(300, 300);
-  session_->keys({"key", "z"});
-  ASSERT_TRUE(says("text z"));
-  EXPECT_EQ(count("resign"), hidings);
-}
-
 INSTANTIATE_TEST_SUITE_P(On, QueryWindow,
                          testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor, WindowManager::openbox,
                                          WindowManager::openboxPicom),

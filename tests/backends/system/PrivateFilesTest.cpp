@@ -101,8 +101,7 @@ TEST(LinuxFactsTest, knowsThisMachine) {
   LinuxFacts facts;
   EXPECT_NE(facts.machine().cpu, "");
   EXPECT_GE(facts.machine().coreCount, 1);
-  EXPECT_GT(facts.machine().memoryBytes, facts.residentMemoryBytes().value_or(0));
-  EXPECT_GT(facts.residentMemoryBytes().value_or(0), uint64_t{1} << 20U);
+  EXPECT_GT(facts.machine().memoryBytes, facts.residentMemoryBytes().value_or(~0ULL));
   EXPECT_NE(facts.randomBytes(), facts.randomBytes());
 }
 

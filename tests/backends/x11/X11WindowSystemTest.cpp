@@ -164,10 +164,7 @@ TEST_F(X11WindowSystemTest, theListOfAWindowManagerThatDiedIsNotTrusted) {
   ASSERT_TRUE(becomesActive(client));
   manager.kill(SIGKILL);
   const WindowClient later(*session_, {"200x200+400+100", "--title", "Later"});
-  EXPECT_TRUE(waitUntil([&] {
-    return testing::Value(idsOf(windows_->windowsFrontToBack()),
-                          testing::UnorderedElementsAre(later.window(), client.window()));
-  })) << testing::PrintToString(idsOf(windows_->windowsFrontToBack()));
+  EXPECT_TRUE(becomesOrder({later.window(), client.window()}));
 }
 
 }  // namespace
