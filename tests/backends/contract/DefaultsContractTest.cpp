@@ -1,6 +1,5 @@
 // What settings promise wherever they are kept: in memory for tests, in a file for users.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>

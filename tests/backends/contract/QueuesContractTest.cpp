@@ -1,7 +1,6 @@
 // What every kind of queues promises. No case measures how long something takes; to see that something does not
 // happen, a case waits for something that is due later.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>

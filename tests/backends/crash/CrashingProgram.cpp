@@ -5,7 +5,6 @@
 //                               thread at SIGUSR1; who handled crashes before prints "handed on" and waits
 //   reports FOLDER              prints the reports that the runs before have left
 // Several texts of it stand for what a user has typed and reads; they must be in no report.
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <array>

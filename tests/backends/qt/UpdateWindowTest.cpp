@@ -1,7 +1,6 @@
 #include "backends/linux/qt/QtUpdateWindow.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <QApplication>
 #include <QCheckBox>

@@ -1,7 +1,6 @@
 #include "backends/recorded/DesktopRecorder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <limits>

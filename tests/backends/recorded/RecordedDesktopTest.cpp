@@ -1,7 +1,6 @@
 #include "backends/recorded/RecordedDesktop.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 

@@ -1,7 +1,6 @@
 #include "backends/recorded/VirtualQueues.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <stdexcept>

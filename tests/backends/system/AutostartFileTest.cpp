@@ -1,7 +1,6 @@
 #include "backends/linux/system/AutostartFile.h"
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include "backends/system/SystemFixture.h"
 

@@ -1,17 +1,12 @@
 #include "backends/linux/system/DefaultsFile.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "backends/system/SystemFixture.h"
 

@@ -1,7 +1,6 @@
 #include "backends/linux/system/InstanceChannel.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -11,9 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "backends/system/SystemFixture.h"
 
