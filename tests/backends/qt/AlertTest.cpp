@@ -14,7 +14,7 @@ class Alerts : public ViewsTest, public testing::WithParamInterface<WindowManage
 };
 
 TEST_P(Alerts, waitWhileTheUserSearchesAndLeaveTheKeyboardWhereItIs) {
-  const WindowClient editor(*session_, {"300x200+20+20", "--title", "Editor"});
+  const WindowClient editor(*session_, {20, 20, 300, 200});
   ASSERT_TRUE(session_->activate(editor.window()));
   show({.title = "There is no icon", .text = "", .buttons = {"OK"}, .takesKeyboard = false});
   ASSERT_TRUE(await([&] { return ownWindow() != 0; }));

@@ -22,8 +22,8 @@ class OverlayTest : public ViewsTest {
   void startOn(WindowManager windowManager) {
     startViews({.windowManager = windowManager, .width = 1000, .height = 600});
     // Unmanaged, so that it lies exactly there; not as large as the screen, which xfwm4 would stop compositing then.
-    ground_ = std::make_unique<WindowClient>(*session_,
-                                             desktop::Arguments{"1000x590+0+0", "--title", "g", "--override-redirect"});
+    ground_ =
+        std::make_unique<WindowClient>(*session_, desktop::PixelRect{0, 0, 1000, 590}, WindowClient::overrideRedirect);
   }
   BoxLayer box(double x, double y, double width, double height, const Color& color, const char* label = "") const {
     BoxLayer layer;

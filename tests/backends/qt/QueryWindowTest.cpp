@@ -11,7 +11,7 @@ class QueryWindow : public ViewsTest, public testing::WithParamInterface<WindowM
  protected:
   void SetUp() override {
     startViews({.windowManager = GetParam(), .width = 1000, .height = 700});
-    other_ = std::make_unique<WindowClient>(*session_, desktop::Arguments{"500x400+100+100", "--title", "other"});
+    other_ = std::make_unique<WindowClient>(*session_, desktop::PixelRect{100, 100, 500, 400});
     ASSERT_TRUE(session_->activate(other_->window()));
   }
   bool otherBecomesActive() {

@@ -33,10 +33,10 @@ TEST_F(DesktopWatcherTest, tellsWhichApplicationBecomesActive) {
   startWith(desktop::WindowManager::xfwm4);
   std::vector<int32_t> active;
   const Token token = watcher_->onActiveApplicationChanged([&](int32_t pid) { active.push_back(pid); });
-  const WindowClient first(*session_, {"200x100+10+50", "--title", "First"});
+  const WindowClient first(*session_, {10, 50, 200, 100});
   ASSERT_TRUE(session_->activate(first.window()));
   ASSERT_TRUE(becomes(active, {first.pid()}));
-  const WindowClient second(*session_, {"200x100+300+50", "--title", "Second"});
+  const WindowClient second(*session_, {300, 50, 200, 100});
   ASSERT_TRUE(session_->activate(second.window()));
   ASSERT_TRUE(becomes(active, {first.pid(), second.pid()}));
   ASSERT_TRUE(session_->activate(first.window()));

@@ -20,7 +20,7 @@ class PointerPosterTest : public X11Test {
  protected:
   void SetUp() override {
     start({.windowManager = desktop::WindowManager::none});
-    client_ = std::make_unique<WindowClient>(*session_, desktop::Arguments{"200x100+50+60", "--title", "Target"});
+    client_ = std::make_unique<WindowClient>(*session_, desktop::PixelRect{50, 60, 200, 100});
   }
   xcb_query_pointer_reply_t pointer() const {
     const auto reply = x11::takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));

@@ -69,7 +69,7 @@ TEST_F(X11ConnectionTest, whatAServerLacksIsSaidWithARemedyAndWhatNeedsItDoesWit
 }
 
 TEST_F(X11ConnectionTest, aLostServerGivesEmptyAnswersAndHoldsUpNobody) {
-  const WindowClient client(*session_, {"200x200+100+100", "--title", "Client"});
+  const WindowClient client(*session_, {100, 100, 200, 200});
   ASSERT_TRUE(windows_->window(client.window()));
   ManualQueue queue;
   auto input = std::make_unique<X11Input>(x_);

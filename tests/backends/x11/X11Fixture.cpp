@@ -1,7 +1,6 @@
 #include "backends/x11/X11Fixture.h"
 
 #include <algorithm>
-#include <sstream>
 #include <utility>
 
 #include "backends/linux/x11/Properties.h"
@@ -9,34 +8,6 @@
 namespace jumplark {
 
 using desktop::waitUntil;
-
-WindowClient::WindowClient(desktop::PrivateSession& session, const desktop::Arguments& arguments)
-    : process_([&]() -> desktop::Process& {
-        desktop::Arguments all = {JUMPLARK_WINDOW_CLIENT};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        return session.start(all);
-      }()) {
-  const auto shown = [&] {
-    const auto announced = lines("window");
-    window_ = announced.empty() ? 0 : static_cast<uint32_t>(std::stoul(announced.front().substr(7)));
-    // The session lists what is viewable and has a title or a class.
-    return window_ != 0 && session.findWindow([&](const auto& window) { return window.id == window_; }).has_value();
-  };
-  if (!waitUntil(shown)) {
-    throw std::runtime_error("the window did not appear: " + process_.err());
-  }
-}
-
-std::vector<std::string> WindowClient::lines(const std::string& word) const {
-  std::vector<std::string> result;
-  std::stringstream out(process_.out());
-  for (std::string line; std::getline(out, line);) {
-    if (line.starts_with(word + " ")) {
-      result.push_back(line);
-    }
-  }
-  return result;
-}
 
 size_t ManualQueue::runAll() {
   std::unique_lock lock(mutex_);

@@ -9,30 +9,11 @@
 
 #include "backends/linux/x11/X11Connection.h"
 #include "backends/linux/x11/X11WindowSystem.h"
+#include "backends/x11/WindowClient.h"
 #include "desktop/support/PrivateSession.h"
 #include "platform/Queues.h"
 
 namespace jumplark {
-
-/// A program of the session with one window of its own; see WindowClient.cpp for the arguments and what it prints.
-class WindowClient {
- public:
-  /// Returns when the window is on screen.
-  WindowClient(desktop::PrivateSession& session, const desktop::Arguments& arguments);
-
-  uint32_t window() const { return window_; }
-  pid_t pid() const { return process_.pid(); }
-  desktop::Process& process() { return process_; }
-  /// Waits until the line has been printed.
-  bool prints(const std::string& line) const { return process_.waitForLine(line); }
-  size_t count(const std::string& line) const { return process_.countOfLine(line); }
-  /// The lines that begin with the word.
-  std::vector<std::string> lines(const std::string& word) const;
-
- private:
-  desktop::Process& process_;
-  uint32_t window_ = 0;
-};
 
 /// A queue whose tasks run when the test says so, on its thread.
 class ManualQueue final : public TaskQueue {

@@ -14,9 +14,7 @@ namespace jumplark {
 namespace {
 
 using desktop::waitUntil;
-using testing::AllOf;
 using testing::ElementsAre;
-using testing::Field;
 
 constexpr uint64_t kKeyMask = 0x1C00;     // key down, key up, flags changed
 constexpr uint64_t kKeyDownMask = 0x400;  // key down
@@ -94,43 +92,13 @@ class X11InputTest : public X11Test {
   }
   // A window that has the keyboard.
   std::unique_ptr<WindowClient> focusedClient() {
-    auto client = std::make_unique<WindowClient>(*session_, desktop::Arguments{"200x100+0+0", "--title", "Focused"});
+    auto client = std::make_unique<WindowClient>(*session_, desktop::PixelRect{0, 0, 200, 100});
     EXPECT_TRUE(windows_->requestActive(client->window(), true));
     return client;
   }
 
   std::unique_ptr<X11Input> input_;
 };
-
-TEST_F(X11InputTest, tapsTellKeysByTheirCode) {
-  Recorder recorder;
-  const auto tap = enabledTap(recorder);
-  const struct {
-    const char* name;
-    int64_t code;
-    const char* characters;
-  } keys[] = {{"a", key_code::symbolBase + 'a', "a"},
-              {"period", key_code::symbolBase + '.', "."},
-              {"Return", key_code::returnKey, "\r"},
-              {"KP_Enter", key_code::returnKey, "\r"},
-              {"Tab", key_code::tab, "\t"},
-              {"space", key_code::space, " "},
-              {"BackSpace", key_code::backspace, "\b"},
-              {"Escape", key_code::escape, "\x1B"},
-              {"F5", key_code::f5, ""}};
-  for (const auto& key : keys) {
-    recorder.clear();
-    session_->keys({"key", key.name});
-    ASSERT_TRUE(waitUntil([&] { return recorder.events().size() == 2; })) << key.name;
-    const auto is = [&](uint32_t type) {
-      return AllOf(Field(&InputEvent::type, type), Field(&InputEvent::keyCode, key.code),
-                   Field(&InputEvent::charactersIgnoringModifiers, key.characters), Field(&InputEvent::isRepeat, false),
-                   Field(&InputEvent::flags, 0U));
-    };
-    EXPECT_THAT(recorder.events(), ElementsAre(is(event_type::keyDown), is(event_type::keyUp))) << key.name;
-    EXPECT_LE(recorder.events()[0].time, recorder.events()[1].time);
-  }
-}
 
 TEST_F(X11InputTest, modifiersChangeFlagsAndLocksDoNot) {
   Recorder recorder;
@@ -150,6 +118,7 @@ TEST_F(X11InputTest, modifiersChangeFlagsAndLocksDoNot) {
       EXPECT_THAT(recorder.flags(), ElementsAre(flag, 0)) << name << " " << lock;
       EXPECT_THAT(recorder.typed(), ElementsAre("x", "y")) << name;
       EXPECT_EQ(recorder.events(event_type::keyDown).front().flags, flag) << name;
+      EXPECT_EQ(recorder.events(event_type::keyDown).front().keyCode, key_code::symbolBase + 'x');
     }
   }
   recorder.clear();
@@ -319,10 +288,7 @@ TEST_F(KeySwallowingTest, followsLayoutsAndRemappedKeys) {
     desktop::Arguments change;
     const char* keycode;
     const char* types;
-  } cases[] = {{{"setxkbmap", "de"}, "29", "z"},
-               {{"setxkbmap", "de"}, "48", "ä"},
-               {{"setxkbmap", "ru,us"}, "38", "a"},  // letters of the first Latin layout
-               {{"setxkbmap", "ru"}, "38", "a"},     // without one, by the place of the key
+  } cases[] = {{{"setxkbmap", "ru"}, "38", "a"},  // without a Latin layout by the place of the key
                {{"xmodmap", "-e", "keycode 67 = Return"}, "67", "\r"}};
   for (const auto& [change, keycode, types] : cases) {
     ASSERT_EQ(session_->run(change).status, 0);
@@ -334,11 +300,10 @@ TEST_F(KeySwallowingTest, followsLayoutsAndRemappedKeys) {
     })) << types;
   }
   ASSERT_TRUE(keyboardIsFree());
-  const size_t before = client->lines("key").size();
-  session_->keys({"key", "67", "key", "38"});
-  ASSERT_TRUE(client->prints("keyrelease 38 0x0"));
-  ASSERT_TRUE(waitUntil([&] { return client->lines("key").size() > before; }));
-  EXPECT_EQ(client->lines("key").back(), "key 38 0x0") << "the new Return key is swallowed";
+  const size_t before = client->lines("key 67").size();
+  session_->keys({"key", "67", "key", "39"});
+  ASSERT_TRUE(client->prints("keyrelease 39 0x0"));
+  EXPECT_EQ(client->lines("key 67").size(), before) << "the new Return key is swallowed";
 }
 
 }  // namespace

@@ -50,13 +50,13 @@ TEST_F(X11ScreensTest, framesCountFromTheLowerLeftCornerOfTheFirstAtTheFirstRow)
 TEST_F(X11ScreensTest, workAreasLeaveOutThePanelsOfEachMonitor) {
   startWith({.width = 1000, .height = 800, .monitors = {{0, 0, 300, 800}, {300, 0, 400, 800}, {700, 0, 300, 600}}});
   EXPECT_EQ(screens_->workAreas(), screens_->frames());
-  const auto panel = [&](const char* geometry, const char* strut) {
-    return WindowClient(*session_, {geometry, "--title", "panel", "--type", "DOCK", "--property",
-                                    "_NET_WM_STRUT_PARTIAL", "CARDINAL", strut});
-  };
-  panel("40x800+0+0", "40,0,0,0,0,799,0,0,0,0,0,0");
-  panel("400x30+300+0", "0,0,30,0,0,0,0,0,300,699,0,0");
-  panel("300x50+700+550", "0,0,0,250,0,0,0,0,0,0,700,999");
+  std::vector<std::unique_ptr<WindowClient>> panels;
+  for (const auto& [rect, strut] : {std::pair(desktop::PixelRect{0, 0, 40, 800}, "40,0,0,0,0,799,0,0,0,0,0,0"),
+                                    {{300, 0, 400, 30}, "0,0,30,0,0,0,0,0,300,699,0,0"},
+                                    {{700, 550, 300, 50}, "0,0,0,250,0,0,0,0,0,0,700,999"}}) {
+    const std::vector<WindowProperty> properties = {typeProperty("DOCK"), {"_NET_WM_STRUT_PARTIAL", "CARDINAL", strut}};
+    panels.push_back(std::make_unique<WindowClient>(*session_, rect, WindowClient::managed, properties));
+  }
   const auto expected = std::vector<Rect>{{40, 0, 260, 800}, {300, 0, 400, 770}, {700, 250, 300, 550}};
   EXPECT_TRUE(waitUntil([&] { return screens_->workAreas() == expected; }))
       << testing::PrintToString(screens_->workAreas());

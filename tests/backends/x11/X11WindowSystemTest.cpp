@@ -1,8 +1,9 @@
 #include "backends/linux/x11/X11WindowSystem.h"
 
 #include <gmock/gmock.h>
+#include <xcb/shape.h>
 
-#include <algorithm>
+#include <thread>
 
 #include "backends/x11/X11Fixture.h"
 
@@ -33,6 +34,10 @@ class X11WindowSystemTest : public X11Test {
                ? testing::AssertionSuccess()
                : testing::AssertionFailure() << testing::PrintToString(now());
   }
+  void shape(const WindowClient& client, xcb_shape_sk_t kind, const xcb_rectangle_t& part) {
+    ASSERT_TRUE(x_->check(xcb_shape_rectangles_checked(x_->get(), XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED,
+                                                       client.window(), 0, 0, 1, &part)));
+  }
   // What topmostWindowAt answers, 0 for none.
   uint32_t idAt(double x, double y) {
     const auto window = windows_->topmostWindowAt({x, y});
@@ -44,9 +49,9 @@ class X11EveryWindowManagerTest : public X11WindowSystemTest, public testing::Wi
 
 TEST_P(X11EveryWindowManagerTest, listsWindowsFrontToBackAndActivatesTheOneAskedFor) {
   start({.windowManager = GetParam()});
-  const WindowClient first(*session_, {"200x100+50+60", "--title", "First"});
-  const WindowClient second(*session_, {"200x100+90+90", "--title", "Second"});
-  const WindowClient third(*session_, {"200x100+400+300", "--title", "Third"});
+  const WindowClient first(*session_, {50, 60, 200, 100});
+  const WindowClient second(*session_, {90, 90, 200, 100});
+  const WindowClient third(*session_, {400, 300, 200, 100});
   EXPECT_THAT(idsOf(windows_->popupsFrontToBack()), testing::IsEmpty());
   EXPECT_TRUE(becomesOrder({third.window(), second.window(), first.window()}));
   EXPECT_TRUE(windows_->requestActive(first.window(), true));
@@ -60,7 +65,7 @@ TEST_P(X11EveryWindowManagerTest, listsWindowsFrontToBackAndActivatesTheOneAsked
 
 TEST_P(X11EveryWindowManagerTest, tellsWhereTheClientsPixelsReallyAre) {
   start({.windowManager = GetParam()});
-  const WindowClient client(*session_, {"300x200+150+120", "--title", "White"});
+  const WindowClient client(*session_, {150, 120, 300, 200});
   const auto isWhite = [&](double x, double y) {
     return session_->pixel(static_cast<int>(x), static_cast<int>(y)) == 0xFFFFFF;
   };
@@ -86,27 +91,28 @@ INSTANTIATE_TEST_SUITE_P(Managers, X11EveryWindowManagerTest,
 
 TEST_F(X11WindowSystemTest, readsEveryFactOfAWindow) {
   start();
-  const WindowClient main(*session_, {"300x200+10+10", "--title", "Grüße – ✓", "--class", "instance", "Class",
-                                      "--property", "_GTK_APPLICATION_ID", "UTF8_STRING", "org.example.App",
-                                      "--property", "_GTK_FRAME_EXTENTS", "CARDINAL", "26,27,23,29"});
-  const std::string latin1 = "Gr\xFC\xDF\145";
-  const WindowClient dialog(*session_, {"100x80+50+50", "--no-pid", "--property", "WM_NAME", "STRING", latin1,
-                                        "--property", "_NET_WM_STATE", "ATOM", "_NET_WM_STATE_MODAL", "--property",
-                                        "WM_TRANSIENT_FOR", "WINDOW", std::to_string(main.window())});
+  const WindowClient main(*session_, {10, 10, 300, 200}, WindowClient::managed,
+                          {{"_NET_WM_NAME", "UTF8_STRING", "Grüße – ✓"},
+                           classProperty("instance", "Class"),
+                           {"_NET_WM_PID", "CARDINAL", "4711"},
+                           {"_GTK_APPLICATION_ID", "UTF8_STRING", "org.example.App"},
+                           {"_GTK_FRAME_EXTENTS", "CARDINAL", "26,27,23,29"}});
+  const WindowClient dialog(*session_, {50, 50, 100, 80}, WindowClient::managed,
+                            {{"WM_NAME", "STRING", "Gr\xFC\xDF\145"},
+                             {"_NET_WM_STATE", "ATOM", "_NET_WM_STATE_MODAL"},
+                             {"WM_TRANSIENT_FOR", "WINDOW", std::to_string(main.window())}});
   const auto facts = windows_->window(main.window());
   ASSERT_TRUE(facts);
   EXPECT_EQ(facts->title, "Grüße – ✓");
   EXPECT_EQ(facts->instanceName, "instance");
   EXPECT_EQ(facts->className, "Class");
   EXPECT_EQ(facts->applicationId, "org.example.App");
-  EXPECT_EQ(facts->pid, main.pid());
+  EXPECT_EQ(facts->pid, 4711) << "what the window says";
   EXPECT_EQ(facts->connectionPid, main.pid());
   EXPECT_EQ(facts->type, WindowType::normal);
   EXPECT_TRUE(facts->tellsShadow);
-  EXPECT_EQ(facts->shadow.left, 26);
-  EXPECT_EQ(facts->shadow.right, 27);
-  EXPECT_EQ(facts->shadow.top, 23);
-  EXPECT_EQ(facts->shadow.bottom, 29);
+  const Insets& shadow = facts->shadow;
+  EXPECT_EQ((std::vector{shadow.left, shadow.right, shadow.top, shadow.bottom}), (std::vector<double>{26, 27, 23, 29}));
   EXPECT_FALSE(facts->modal || facts->hidden || facts->isPopup || facts->transientFor);
 
   const auto second = windows_->window(dialog.window());
@@ -121,8 +127,8 @@ TEST_F(X11WindowSystemTest, readsEveryFactOfAWindow) {
 
 TEST_F(X11WindowSystemTest, findsTheTopmostWindowThatTakesTheClick) {
   start({.windowManager = WindowManager::openbox});
-  const WindowClient below(*session_, {"400x300+100+100", "--title", "Below"});
-  const WindowClient above(*session_, {"200x150+150+150", "--title", "Above"});
+  const WindowClient below(*session_, {100, 100, 400, 300});
+  const WindowClient above(*session_, {150, 150, 200, 150});
   ASSERT_TRUE(becomesActive(above));
   const Rect top = windows_->window(above.window())->surface;
   const Rect bottom = windows_->window(below.window())->surface;
@@ -131,14 +137,15 @@ TEST_F(X11WindowSystemTest, findsTheTopmostWindowThatTakesTheClick) {
   EXPECT_EQ(idAt(5, 890), 0U) << "only the root";
 
   // A menu over both; its lower half lets clicks through.
-  const WindowClient menu(*session_, {"120x100+160+160", "--override-redirect", "--title", "Menu", "--type",
-                                      "POPUP_MENU", "--input", "0", "0", "120", "50"});
+  const WindowClient menu(*session_, {160, 160, 120, 100}, WindowClient::overrideRedirect,
+                          {typeProperty("POPUP_MENU")});
+  shape(menu, XCB_SHAPE_SK_INPUT, {0, 0, 120, 50});
   EXPECT_EQ(idAt(200, 180), menu.window());
   EXPECT_EQ(idAt(200, 230), idAt(200, 262)) << "through the input shape";
   EXPECT_EQ(idsOf(windows_->popupsFrontToBack()), std::vector<uint32_t>{menu.window()});
 
-  const WindowClient shaped(
-      *session_, {"100x100+160+160", "--override-redirect", "--title", "Shaped", "--bounding", "50", "0", "50", "100"});
+  const WindowClient shaped(*session_, {160, 160, 100, 100}, WindowClient::overrideRedirect);
+  shape(shaped, XCB_SHAPE_SK_BOUNDING, {50, 0, 50, 100});
   EXPECT_EQ(idAt(170, 170), menu.window()) << "beside the bounding shape";
   EXPECT_EQ(idAt(215, 170), shaped.window());
   EXPECT_THAT(idsOf(windows_->popupsFrontToBack()), ElementsAre(shaped.window(), menu.window()));
@@ -146,8 +153,17 @@ TEST_F(X11WindowSystemTest, findsTheTopmostWindowThatTakesTheClick) {
 
 TEST_F(X11WindowSystemTest, windowsThatVanishMeanwhileAreLeftOut) {
   start({.windowManager = WindowManager::none});
-  const WindowClient steady(*session_, {"300x300+0+0", "--title", "Steady"});
-  const WindowClient churning(*session_, {"80x80+500+500", "--title", "Churning", "--churn"});
+  const WindowClient steady(*session_, {0, 0, 300, 300});
+  std::jthread churning([this](const std::stop_token& stop) {
+    const auto x = X11Connection::open(session_->display()).connection;
+    while (!stop.stop_requested()) {
+      const xcb_window_t window = xcb_generate_id(x->get());
+      xcb_create_window(x->get(), XCB_COPY_FROM_PARENT, window, x->root(), 5, 5, 50, 50, 0,
+                        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+      x->check(xcb_map_window_checked(x->get(), window));
+      xcb_destroy_window(x->get(), window);
+    }
+  });
   for (int i = 0; i < 300; ++i) {
     EXPECT_THAT(idsOf(windows_->windowsFrontToBack()), Contains(steady.window()));
     EXPECT_TRUE(windows_->topmostWindowAt({250, 250}));
@@ -160,10 +176,10 @@ TEST_F(X11WindowSystemTest, theListOfAWindowManagerThatDiedIsNotTrusted) {
   start({.windowManager = WindowManager::none});
   desktop::Process& manager = session_->start({"openbox"});
   waitUntilWindowsAreManaged();
-  const WindowClient client(*session_, {"200x200+100+100", "--title", "Client"});
+  const WindowClient client(*session_, {100, 100, 200, 200});
   ASSERT_TRUE(becomesActive(client));
   manager.kill(SIGKILL);
-  const WindowClient later(*session_, {"200x200+400+100", "--title", "Later"});
+  const WindowClient later(*session_, {400, 100, 200, 200});
   EXPECT_TRUE(becomesOrder({later.window(), client.window()}));
 }
 

@@ -17,6 +17,9 @@ using ::testing::IsEmpty;
 using ::testing::IsSupersetOf;
 using testing::writeFile;
 
+/// Windows are those of copies of this process.
+const std::string kProgram = fs::canonical("/proc/self/exe").filename();
+
 /// Writes a desktop entry with these lines.
 void writeEntry(const fs::path& path, const std::string& lines) {
   writeFile(path, "[Desktop Entry]\nType=Application\n" + lines);
@@ -96,7 +99,8 @@ class X11WorkspaceTest : public X11Test {
     start();
     const fs::path data = fs::path(session_->folder()) / "data";
     writeEntry(data / "applications/org.example.Editor.desktop", "Name=Editor\nStartupWMClass=editor-class\n");
-    writeEntry(data / "applications/other.desktop", "Name=Otherwise\nExec=" JUMPLARK_WINDOW_CLIENT "\n");
+    writeEntry(data / "applications/other.desktop",
+               "Name=Otherwise\nExec=" + fs::canonical("/proc/self/exe").string() + "\n");
     screens_ = std::make_unique<X11Screens>(x_, queue_);
     entries_ = std::make_unique<DesktopEntries>(std::vector{data}, "C");
     workspace_ = std::make_unique<X11Workspace>(*windows_, *entries_, screens_.get());
@@ -120,20 +124,21 @@ class X11WorkspaceTest : public X11Test {
 };
 
 TEST_F(X11WorkspaceTest, namesApplications) {
-  const WindowClient byId(*session_, {"50x50+0+0", "--title", "w", "--property", "_GTK_APPLICATION_ID", "UTF8_STRING",
-                                      "org.example.Unknown"});
-  const WindowClient byClass(*session_, {"50x50+0+0", "--title", "w", "--class", "x", "Editor-Class"});
-  const WindowClient unknown(*session_, {"50x50+0+0", "--title", "w", "--class", "inst", "Klass"});
-  const WindowClient bare(*session_, {"50x50+0+0", "--title", "w"});
+  constexpr desktop::PixelRect kRect{0, 0, 50, 50};
+  const WindowClient byId(*session_, kRect, WindowClient::managed,
+                          {{"_GTK_APPLICATION_ID", "UTF8_STRING", "org.example.Unknown"}});
+  const WindowClient byClass(*session_, kRect, WindowClient::managed, {classProperty("x", "Editor-Class")});
+  const WindowClient unknown(*session_, kRect, WindowClient::managed, {classProperty("inst", "Klass")});
+  const WindowClient bare(*session_, kRect);
   const auto named = [&](const WindowClient& client) { return workspace_->runningApplicationWithPid(client.pid()); };
-  EXPECT_EQ(named(byId), (RunningApplication{byId.pid(), "org.example.Unknown", "x11_window_client"}));
+  EXPECT_EQ(named(byId), (RunningApplication{byId.pid(), "org.example.Unknown", kProgram}));
   EXPECT_EQ(named(byClass), (RunningApplication{byClass.pid(), "org.example.Editor", "Editor"}));
   EXPECT_EQ(named(unknown), (RunningApplication{unknown.pid(), "Klass", "Klass"}));
-  EXPECT_EQ(named(bare), (RunningApplication{bare.pid(), "x11_window_client", "x11_window_client"}));
+  EXPECT_EQ(named(bare), (RunningApplication{bare.pid(), kProgram, kProgram}));
   EXPECT_EQ(workspace_->runningApplicationsWithBundleIdentifier("org.example.Editor"),
             std::vector<RunningApplication>{*named(byClass)});
   const ApplicationNames names = workspace_->namesOf(*named(byClass));
-  EXPECT_THAT(names.own, IsSupersetOf({"org.example.Editor", "Editor", "x", "Editor-Class", "x11_window_client"}));
+  EXPECT_THAT(names.own, IsSupersetOf<std::string>({"org.example.Editor", "Editor", "x", "Editor-Class", kProgram}));
   EXPECT_THAT(names.ofItsProgram, IsSupersetOf({"other", "Otherwise"}));
   EXPECT_THAT(workspace_->runningApplicationsWithBundleIdentifier("org.example.None"), IsEmpty());
   EXPECT_FALSE(workspace_->runningApplicationWithPid(1));
@@ -141,11 +146,12 @@ TEST_F(X11WorkspaceTest, namesApplications) {
 
 TEST_F(X11WorkspaceTest, listsApplicationsFrontToBackAndActivatesThem) {
   EXPECT_FALSE(workspace_->frontmostApplication());
-  const WindowClient first(*session_, {"200x100+10+50", "--title", "First"});
-  const WindowClient second(*session_, {"200x100+300+50", "--title", "Second"});
-  const WindowClient third(*session_, {"200x100+600+50", "--title", "Third"});
-  const WindowClient utility(*session_, {"90x90+900+50", "--title", "Utility", "--type", "UTILITY"});
-  const WindowClient dock(*session_, {"400x30+0+0", "--title", "Panel", "--type", "DOCK", "--class", "p", "Panel"});
+  const WindowClient first(*session_, {10, 50, 200, 100});
+  const WindowClient second(*session_, {300, 50, 200, 100});
+  const WindowClient third(*session_, {600, 50, 200, 100});
+  const WindowClient utility(*session_, {900, 50, 90, 90}, WindowClient::managed, {typeProperty("UTILITY")});
+  const WindowClient dock(*session_, {0, 0, 400, 30}, WindowClient::managed,
+                          {typeProperty("DOCK"), classProperty("p", "Panel")});
   ASSERT_TRUE(workspace_->activate(third.pid(), kActivateIgnoringOtherApps));
   ASSERT_TRUE(becomesFrontmost(third));
   EXPECT_TRUE(waitUntil([&] { return frontToBack() == std::vector{third.pid(), second.pid(), first.pid()}; }));
@@ -164,14 +170,14 @@ TEST_F(X11WorkspaceTest, listsApplicationsFrontToBackAndActivatesThem) {
 }
 
 TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
-  const WindowClient framed(*session_, {"300x200+50+80", "--title", "Framed"});
+  const WindowClient framed(*session_, {50, 80, 300, 200});
   const WindowFacts facts = *windows_->window(framed.window());
   ASSERT_GT(facts.frame.height, 200) << "the window manager's title";
   const auto frame = workspace_->focusedWindowFrame(framed.pid());
   EXPECT_EQ(frame, (Rect{facts.frame.x, 900 - facts.frame.maxY(), facts.frame.width, facts.frame.height}));
 
-  const WindowClient decorated(*session_, {"240x180+500+90", "--title", "Decorated", "--type", "DIALOG", "--property",
-                                           "_GTK_FRAME_EXTENTS", "CARDINAL", "20,20,10,30"});
+  const WindowClient decorated(*session_, {500, 90, 240, 180}, WindowClient::managed,
+                               {typeProperty("DIALOG"), {"_GTK_FRAME_EXTENTS", "CARDINAL", "20,20,10,30"}});
   const Rect outer = windows_->window(decorated.window())->frame;
   EXPECT_EQ(workspace_->focusedWindowFrame(decorated.pid()),
             (Rect{outer.x + 20, 900 - outer.maxY() + 30, outer.width - 40, outer.height - 40}));
@@ -182,7 +188,7 @@ TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
 
 // A window of this process is in front only if no other shows above the rest.
 TEST_F(X11WorkspaceTest, ourOwnWindowIsInFrontWhenItIsTheTopmost) {
-  const WindowClient other(*session_, {"300x200+10+50", "--title", "Other"});
+  const WindowClient other(*session_, {10, 50, 300, 200});
   ASSERT_TRUE(becomesFrontmost(other));
   const xcb_window_t own = xcb_generate_id(x_->get());
   xcb_create_window(x_->get(), XCB_COPY_FROM_PARENT, own, x_->root(), 400, 300, 100, 100, 0,
