@@ -8,8 +8,7 @@ namespace jumplark {
 class JLElement;
 class JLElementTree;
 
-/// An element of the target, and the activation that it belongs to. Activations and the idle times between them are
-/// numbered in order; what belongs to another than the present one is out of date.
+/// An element of the target, and the activation that it belongs to (see ActivationState).
 struct TargetElement {
   std::shared_ptr<JLElement> element;
   uint64_t activation = 0;

@@ -7,7 +7,6 @@ namespace {
 /// The engine on real threads; this one is the main thread.
 class JLQueryEngineOnThreads : public ::testing::Test {
  protected:
-  JLQueryEngineOnThreads() { engine_ = std::make_unique<JLQueryEngine>(); }
   ~JLQueryEngineOnThreads() override {
     engine_.reset();
     JLElement::flushCache();
@@ -31,7 +30,7 @@ class JLQueryEngineOnThreads : public ::testing::Test {
   SystemQueues queues_;
   RecordedPlatform recorded_{RecordedDesktop::fromText(kEditorDesktop, "test"), queues_};
   const Token installed_ = Platform::install(recorded_.platform());
-  std::unique_ptr<JLQueryEngine> engine_;
+  std::unique_ptr<JLQueryEngine> engine_ = std::make_unique<JLQueryEngine>();
 };
 
 TEST_F(JLQueryEngineOnThreads, activationsThatEndAtAnyMomentLeaveNothingAndTheNextOneClicks) {
@@ -70,7 +69,9 @@ TEST_F(JLQueryEngineOnThreads, goesWhileItsPartsAreAtWork) {
   engine_->hotkeyPressed();
   window().typeText("save");
   window().press(key_code::returnKey);
+  const int snapshotsEnded = recorded_.accessibility().endedSnapshots();
   engine_.reset();
+  EXPECT_GT(recorded_.accessibility().endedSnapshots(), snapshotsEnded) << "the activation has ended";
   EXPECT_THROW(JLQueryEngine::sharedInstance(), std::logic_error);
   settle();
   EXPECT_EQ(posted(), 0U);

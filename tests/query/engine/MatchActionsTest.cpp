@@ -105,10 +105,7 @@ TEST(MatchActions, theSameQueryOfTheActivationBeforeDoesNotCount) {
   fixture.desktop->accessibility().setDelay("save", 10);
   fixture.user("shortcut");
   ASSERT_EQ(fixture.completedQuery(), "save") << "the snapshot takes its time";
-  fixture.onMain([&] {
-    fixture.window().typeText("save");
-    fixture.window().press(key_code::returnKey);
-  });
+  fixture.user("'save Return");
   EXPECT_EQ(fixture.desktop->input().beepCount(), 0);
   fixture.user("+1000");
   EXPECT_EQ(fixture.clicks().size(), 1U);
