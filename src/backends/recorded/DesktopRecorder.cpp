@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "backends/recorded/RecordedValues.h"
+#include "platform/Utf8.h"
 #include "platform/Workspace.h"
 
 namespace jumplark {
@@ -110,9 +111,8 @@ std::string DesktopRecorder::applicationsToJson(const std::map<int32_t, std::str
   for (const RunningApplication& application : running) {
     const bool isDock = dock && application.pid == dock->pid;
     const std::string& bundle = isDock ? dock->bundleIdentifier : application.bundleIdentifier;
-    json entry = {{"pid", application.pid},
-                  {"bundle_id", recorded_values::wellFormedUtf8(bundle)},
-                  {"name", recorded_values::wellFormedUtf8(application.name)}};
+    json entry = {
+        {"pid", application.pid}, {"bundle_id", wellFormedUtf8(bundle)}, {"name", wellFormedUtf8(application.name)}};
     if (const auto element = elements.find(application.pid); element != elements.end()) {
       entry["element"] = element->second;
     }
@@ -135,7 +135,7 @@ std::string DesktopRecorder::text() {
   const Point pointer = screens_.seenPointer();
   const auto inFront = live_.workspace->frontmostApplication();
   const json frontmost = frontmost_ ? json(*frontmost_) : inFront ? json(inFront->pid) : json(nullptr);
-  const json dockIdentifier = dock ? json(recorded_values::wellFormedUtf8(dock->bundleIdentifier)) : json(nullptr);
+  const json dockIdentifier = dock ? json(wellFormedUtf8(dock->bundleIdentifier)) : json(nullptr);
 
   std::string text = "{\n\"screens\": " + screens.dump();
   text += ",\n\"pointer\": " + json{pointer.x, pointer.y}.dump();

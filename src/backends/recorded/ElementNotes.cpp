@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "backends/recorded/RecordedValues.h"
+#include "platform/Utf8.h"
 
 namespace jumplark {
 namespace {
@@ -228,13 +229,13 @@ json ElementNotes::toJson() const {
   }
   json& attributes = result["attributes"] = json::object();
   for (const auto& [name, value] : allValues()) {
-    attributes[recorded_values::wellFormedUtf8(name)] = recorded_values::toJson(value);
+    attributes[wellFormedUtf8(name)] = recorded_values::toJson(value);
   }
   for (const auto& [name, answers] : answers_) {
-    result["parameterized"][recorded_values::wellFormedUtf8(name)] = answersToJson(answers);
+    result["parameterized"][wellFormedUtf8(name)] = answersToJson(answers);
   }
   for (const std::string& action : actions_) {
-    result["actions"].push_back(recorded_values::wellFormedUtf8(action));
+    result["actions"].push_back(wellFormedUtf8(action));
   }
   return result;
 }

@@ -1,22 +1,14 @@
 #include "backends/recorded/RecordedQueryWindow.h"
 
 #include "platform/Input.h"
+#include "platform/Utf8.h"
 
 namespace jumplark {
 namespace {
 
-/// The bytes of the UTF-8 character that begins at an offset.
-size_t characterLength(const std::string& text, size_t offset) {
-  size_t length = 1;
-  while (offset + length < text.size() && (static_cast<unsigned char>(text[offset + length]) & 0xC0U) == 0x80U) {
-    ++length;
-  }
-  return length;
-}
-
 std::string withoutLastCharacter(std::string text) {
   size_t last = 0;
-  for (size_t i = 0; i < text.size(); i += characterLength(text, i)) {
+  for (size_t i = 0; i < text.size(); i += utf8CharacterAt(text, i).bytes) {
     last = i;
   }
   text.resize(last);
@@ -118,7 +110,7 @@ void RecordedQueryWindow::announceSelection(const std::string& description) {
 
 void RecordedQueryWindow::typeText(const std::string& text) {
   for (size_t i = 0; i < text.size();) {
-    const size_t length = characterLength(text, i);
+    const size_t length = utf8CharacterAt(text, i).bytes;
     pressCharacter(text.substr(i, length));
     i += length;
   }

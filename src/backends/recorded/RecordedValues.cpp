@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "platform/Texts.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::recorded_values {
 namespace {
@@ -95,29 +96,6 @@ AttributeValue listFromJson(const json& values, const ReferenceMaker& makeRefere
 json packed(const char* kind, std::initializer_list<double> numbers) {
   const bool writable = std::all_of(numbers.begin(), numbers.end(), [](double n) { return std::isfinite(n); });
   return writable ? json{{kind, std::vector<double>(numbers)}} : json(nullptr);
-}
-
-/// Length of the well-formed UTF-8 character at the start of `text` (Unicode 15, table 3-7), 0 when there is none.
-size_t characterLength(std::string_view text) {
-  const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
-  const auto follows = [&](size_t i, unsigned low = 0x80, unsigned high = 0xBF) {
-    return byte(i) >= low && byte(i) <= high;
-  };
-  const unsigned lead = byte(0);
-  if (lead < 0x80) {
-    return 1;
-  }
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    return follows(1) ? 2 : 0;
-  }
-  if (lead >= 0xE0 && lead <= 0xEF) {
-    return follows(1, lead == 0xE0 ? 0xA0 : 0x80, lead == 0xED ? 0x9F : 0xBF) && follows(2) ? 3 : 0;
-  }
-  if (lead >= 0xF0 && lead <= 0xF4) {
-    const bool second = follows(1, lead == 0xF0 ? 0x90 : 0x80, lead == 0xF4 ? 0x8F : 0xBF);
-    return second && follows(2) && follows(3) ? 4 : 0;
-  }
-  return 0;
 }
 
 bool sameValue(const AttributeValue& a, const AttributeValue& b) {
@@ -232,17 +210,6 @@ bool meetsCondition(const AttributeValue& parameter, const AttributeValue& condi
     const auto found = given->find(member.first);
     return found != given->end() && meetsCondition(found->second, member.second);
   });
-}
-
-std::string wellFormedUtf8(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) {
-    const size_t length = characterLength(text);
-    result += length ? text.substr(0, length) : std::string_view("\xEF\xBF\xBD");
-    text.remove_prefix(std::max<size_t>(length, 1));
-  }
-  return result;
 }
 
 }  // namespace jumplark::recorded_values

@@ -31,7 +31,4 @@ nlohmann::json conditionToJson(const AttributeValue& value);
 /// else equals the whole parameter. 1 and 1.0 are equal, true and 1 are not.
 bool meetsCondition(const AttributeValue& parameter, const AttributeValue& condition);
 
-/// Every byte that is no part of a well-formed character replaced by U+FFFD.
-std::string wellFormedUtf8(std::string_view text);
-
 }  // namespace jumplark::recorded_values

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "backends/recorded/RecordedValues.h"
+#include "platform/Utf8.h"
 
 namespace jumplark {
 namespace {
@@ -156,7 +157,7 @@ std::string RecordingAccessibility::hitsToJson(const Hits& hits) {
   for (const auto& [key, element] : hits) {
     nlohmann::json hit = {std::get<1>(key), std::get<2>(key), nullptr};
     if (element) {
-      hit[2] = recorded_values::wellFormedUtf8(element.text());
+      hit[2] = wellFormedUtf8(element.text());
     }
     // The same answer for the screen and for an application is told once.
     if (std::find(list.begin(), list.end(), hit) == list.end()) {
@@ -183,18 +184,18 @@ RecordingAccessibility::Notes RecordingAccessibility::notes() {
       notes.dropContents();
     }
     notes.addReferences(mentioned);
-    result.elements[recorded_values::wellFormedUtf8(id)] = notes.toJson().dump();
+    result.elements[wellFormedUtf8(id)] = notes.toJson().dump();
   }
   for (const auto& [key, element] : hits) {
     mentioned.insert(element.text());
   }
   for (const auto& [pid, element] : applications) {
     mentioned.insert(element.text());
-    result.applicationElements[pid] = recorded_values::wellFormedUtf8(element.text());
+    result.applicationElements[pid] = wellFormedUtf8(element.text());
   }
   mentioned.erase(std::string());  // of the hits that found nothing
   for (const std::string& id : mentioned) {
-    result.elements.try_emplace(recorded_values::wellFormedUtf8(id), "{}");
+    result.elements.try_emplace(wellFormedUtf8(id), "{}");
   }
   result.hits = hitsToJson(hits);
   return result;

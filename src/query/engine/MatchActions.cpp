@@ -10,12 +10,12 @@
 #include "platform/Input.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
+#include "platform/Utf8.h"
 #include "query/engine/ActivationController.h"
 #include "query/engine/ActivationState.h"
 #include "query/engine/MainThreadCalls.h"
 #include "query/engine/MatchingWait.h"
 #include "query/engine/QueryPipeline.h"
-#include "query/text/Utf.h"
 #include "selection/JLElementActioner.h"
 #include "selection/JLElementSelectionController.h"
 #include "tree/JLElementNode.h"
@@ -110,13 +110,12 @@ void MatchActions::reportDefaultAction(const JLElement& element) const {
   const auto application = state_.currentApp.value();
   const Duration begin(static_cast<int64_t>(state_.startTime.value()));
   const Duration latency = Platform::current().queues->monotonicNow() - begin;
-  JLTrackEvent("action.default",
-               MetricData{{"bundle_id", application ? application->bundleIdentifier : std::string()},
-                          {"query_length", static_cast<int64_t>(utf16Length(pipeline_.query().value()))},
-                          {"element", element.metricDictionary()},
-                          {"total_matches", static_cast<int64_t>(selection_.matchCount())},
-                          {"selection_index", selection_.currentIndex()},
-                          {"duration_ms", milliseconds(latency)}});
+  JLTrackEvent("action.default", MetricData{{"bundle_id", application ? application->bundleIdentifier : std::string()},
+                                            {"query_length", utf16Length(pipeline_.query().value())},
+                                            {"element", element.metricDictionary()},
+                                            {"total_matches", static_cast<int64_t>(selection_.matchCount())},
+                                            {"selection_index", selection_.currentIndex()},
+                                            {"duration_ms", milliseconds(latency)}});
 }
 
 void MatchActions::maybeReactivateAfterActioningElement(const Element& element) {

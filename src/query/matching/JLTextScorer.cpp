@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory_resource>
 
+#include "platform/Utf8.h"
 #include "query/matching/PreparedText.h"
 #include "query/matching/ScoringQuery.h"
 #include "query/matching/WordSplitter.h"
@@ -41,7 +42,7 @@ double JLTextScorer::scoreTextForExactMatchAgainstText(const std::string& text, 
 
 double JLTextScorer::applyLengthDifferencePenaltySourceTextQueryText(double score, const std::string& text,
                                                                      const std::string& query) {
-  return ScoringQuery(toUTF16(query)).applyLengthDifferencePenalty(score, utf16Length(text));
+  return ScoringQuery(toUTF16(query)).applyLengthDifferencePenalty(score, static_cast<size_t>(utf16Length(text)));
 }
 
 bool JLTextScorer::textContainsDiacritics(const std::string& text) {

@@ -11,13 +11,12 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/Utf8.h"
 #include "query/text/Utf.h"
 
 namespace jumplark {
 
 namespace {
-
-constexpr std::string_view kReplacementUTF8 = "\xEF\xBF\xBD";
 
 bool isASCIIUnits(std::u16string_view text) {
   return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; });
@@ -52,14 +51,8 @@ size_t printablePrefix(std::string_view text) {
   return i;
 }
 
-bool allowedInXML(UChar32 c) {
+bool allowedInXML(char32_t c) {
   return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) || c >= 0x10000;
-}
-
-/// The three bytes of a surrogate written as if it were a character; they count as one broken character.
-bool isEncodedSurrogate(std::string_view rest) {
-  return rest.size() >= 3 && rest[0] == '\xED' && (static_cast<unsigned char>(rest[1]) & 0xE0U) == 0xA0U &&
-         (static_cast<unsigned char>(rest[2]) & 0xC0U) == 0x80U;
 }
 
 }  // namespace
@@ -118,22 +111,10 @@ std::string sanitizedForXML(std::string text) {
   }
   std::string clean = text.substr(0, in);
   clean.reserve(text.size());
-  const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-  const size_t length = text.size();
-  while (in < length) {
-    const size_t start = in;
-    if (isEncodedSurrogate(std::string_view(text).substr(start))) {
-      in += 3;
-      clean += kReplacementUTF8;
-      continue;
-    }
-    UChar32 c = 0;
-    U8_NEXT(bytes, in, length, c);
-    if (c >= 0 && allowedInXML(c)) {
-      clean.append(text, start, in - start);
-    } else {
-      clean += kReplacementUTF8;
-    }
+  while (in < text.size()) {
+    const Utf8Character character = utf8CharacterAt(text, in);
+    appendUtf8(clean, allowedInXML(character.codePoint) ? character.codePoint : kReplacementCharacter);
+    in += character.bytes;
   }
   return clean;
 }

@@ -1,18 +1,13 @@
 #include "query/text/Utf.h"
 
 #include <unicode/utf16.h>
-#include <unicode/utf8.h>
 
 #include <cstdint>
 #include <cstring>
 
+#include "platform/Utf8.h"
+
 namespace jumplark {
-
-namespace {
-
-constexpr UChar32 kReplacement = 0xFFFD;
-
-}  // namespace
 
 std::u16string toUTF16(std::string_view utf8) {
   std::u16string result;
@@ -21,13 +16,11 @@ std::u16string toUTF16(std::string_view utf8) {
     return result;
   }
   result.resize(utf8.size());
-  const auto* bytes = reinterpret_cast<const uint8_t*>(utf8.data());
-  const size_t length = utf8.size();
   size_t out = 0;
-  for (size_t in = 0; in < length;) {
-    UChar32 c = 0;
-    U8_NEXT_OR_FFFD(bytes, in, length, c);
-    U16_APPEND_UNSAFE(result.data(), out, c);
+  for (size_t in = 0; in < utf8.size();) {
+    const Utf8Character character = utf8CharacterAt(utf8, in);
+    U16_APPEND_UNSAFE(result.data(), out, character.codePoint);
+    in += character.bytes;
   }
   result.resize(out);
   return result;
@@ -35,18 +28,12 @@ std::u16string toUTF16(std::string_view utf8) {
 
 std::string toUTF8(std::u16string_view utf16) {
   std::string result;
-  result.resize(utf16.size() * 3);
-  const size_t length = utf16.size();
-  size_t out = 0;
-  for (size_t in = 0; in < length;) {
+  result.reserve(utf16.size());
+  for (size_t in = 0; in < utf16.size();) {
     UChar32 c = 0;
-    U16_NEXT(utf16.data(), in, length, c);
-    if (U_IS_SURROGATE(c)) {
-      c = kReplacement;
-    }
-    U8_APPEND_UNSAFE(reinterpret_cast<uint8_t*>(result.data()), out, c);
+    U16_NEXT(utf16.data(), in, utf16.size(), c);
+    appendUtf8(result, static_cast<char32_t>(c));
   }
-  result.resize(out);
   return result;
 }
 
@@ -67,10 +54,6 @@ bool isASCII(std::string_view utf8) {
     }
   }
   return true;
-}
-
-size_t utf16Length(std::string_view utf8) {
-  return isASCII(utf8) ? utf8.size() : toUTF16(utf8).size();
 }
 
 }  // namespace jumplark

@@ -13,7 +13,4 @@ std::string toUTF8(std::u16string_view utf16);
 /// True when every byte is below 0x80.
 bool isASCII(std::string_view utf8);
 
-/// The number of UTF-16 units of a text.
-size_t utf16Length(std::string_view utf8);
-
 }  // namespace jumplark

@@ -59,32 +59,5 @@ TEST(BusConnection, ACallWithAnImpossiblePathFailsAlone) {
   EXPECT_EQ(replies[1].error, success);
 }
 
-TEST(CleanText, IsValidUtf8WhateverTheBytesWere) {
-  const std::string bad = "\xEF\xBF\xBD";
-  const std::vector<std::pair<std::string, std::string>> cases{
-      {"plain", "plain"},
-      {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"},
-      {"a\xFFz", "a" + bad + "z"},
-      {"\xC3", bad},
-      {"\xE2\x82", bad + bad},
-      {"\xC0\x80", bad + bad},
-      {"\xED\xA0\x80", bad + bad + bad},
-      {"\xF4\x90\x80\x80", bad + bad + bad + bad},
-      {"\xF0\x80\x80\xAF", bad + bad + bad + bad},
-      {"", ""}};
-  for (const auto& [bytes, clean] : cases) {
-    EXPECT_EQ(cleanText(bytes), clean) << ::testing::PrintToString(bytes);
-  }
-}
-
-TEST(CodePoints, AreCutByCharactersNotBytes) {
-  const std::string text = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z";
-  EXPECT_EQ(codePoints(text, 0, 1, 3), "\xC3\xA9\xE2\x82\xAC");
-  EXPECT_EQ(codePoints(text, 100, 103, 105), "\xF0\x9F\x98\x80z");
-  EXPECT_EQ(codePoints(text, 0, 4, 99), "z");
-  EXPECT_EQ(codePoints(text, 0, 7, 9), "");
-  EXPECT_EQ(codePoints(text, 0, 2, 2), "");
-}
-
 }  // namespace
 }  // namespace jumplark::atspi

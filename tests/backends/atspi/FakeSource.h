@@ -11,6 +11,7 @@
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/source/ElementSource.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 

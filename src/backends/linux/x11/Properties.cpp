@@ -1,64 +1,21 @@
 #include "backends/linux/x11/Properties.h"
 
 #include "backends/linux/x11/Reply.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::x11 {
 namespace {
-
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-
-// The length of the well-formed sequence at the start of `text` (the Unicode Standard, table 3-7); 0 when there is
-// none.
-size_t sequenceLength(std::string_view text) {
-  const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
-  const auto continues = [&](size_t i) { return (byte(i) & 0xC0U) == 0x80U; };
-  const unsigned first = byte(0);
-  if (first < 0x80) {
-    return 1;
-  }
-  if (first >= 0xC2 && first <= 0xDF) {
-    return continues(1) ? 2 : 0;
-  }
-  if (first >= 0xE0 && first <= 0xEF) {
-    const bool overlong = first == 0xE0 && byte(1) < 0xA0;
-    const bool surrogate = first == 0xED && byte(1) > 0x9F;
-    return continues(1) && continues(2) && !overlong && !surrogate ? 3 : 0;
-  }
-  if (first >= 0xF0 && first <= 0xF4) {
-    const bool overlong = first == 0xF0 && byte(1) < 0x90;
-    const bool beyond = first == 0xF4 && byte(1) > 0x8F;
-    return continues(1) && continues(2) && continues(3) && !overlong && !beyond ? 4 : 0;
-  }
-  return 0;
-}
-
-}  // namespace
-
-std::string validUtf8(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) {
-    const size_t length = sequenceLength(text);
-    result += length > 0 ? text.substr(0, length) : kReplacement;
-    text.remove_prefix(length > 0 ? length : 1);
-  }
-  return result;
-}
 
 std::string latin1ToUtf8(std::string_view text) {
   std::string result;
   result.reserve(text.size());
   for (const char c : text) {
-    const auto code = static_cast<unsigned char>(c);
-    if (code < 0x80) {
-      result += c;
-    } else {
-      result += static_cast<char>(0xC0U | (code >> 6U));
-      result += static_cast<char>(0x80U | (code & 0x3FU));
-    }
+    appendUtf8(result, static_cast<unsigned char>(c));
   }
   return result;
 }
+
+}  // namespace
 
 xcb_get_property_cookie_t askProperty(const X11Connection& x, xcb_window_t window, xcb_atom_t property,
                                       uint32_t maxWords) {
@@ -81,7 +38,7 @@ std::string takeText(const X11Connection& x, xcb_get_property_cookie_t cookie) {
   }
   const std::string_view bytes(static_cast<const char*>(xcb_get_property_value(reply.get())),
                                static_cast<size_t>(xcb_get_property_value_length(reply.get())));
-  return reply->type == XCB_ATOM_STRING ? latin1ToUtf8(bytes) : validUtf8(bytes);
+  return reply->type == XCB_ATOM_STRING ? latin1ToUtf8(bytes) : wellFormedUtf8(bytes);
 }
 
 std::optional<std::vector<uint32_t>> readNumbers(const X11Connection& x, xcb_window_t window, xcb_atom_t property,

@@ -31,8 +31,4 @@ std::optional<std::vector<uint32_t>> readNumbers(const X11Connection& x, xcb_win
 xcb_res_query_client_ids_cookie_t askClientPid(const X11Connection& x, uint32_t resource);
 int32_t takeClientPid(const X11Connection& x, xcb_res_query_client_ids_cookie_t cookie);
 
-/// The text with every byte that is not part of well-formed UTF-8 replaced by U+FFFD.
-std::string validUtf8(std::string_view text);
-std::string latin1ToUtf8(std::string_view text);
-
 }  // namespace jumplark::x11

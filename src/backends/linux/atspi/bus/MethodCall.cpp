@@ -4,38 +4,16 @@
 #include <cstring>
 
 #include "backends/linux/atspi/bus/SdBus.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {
 
 constexpr const char* kNullPath = "/org/a11y/atspi/null";
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-bool isContinuation(unsigned char byte) {
-  return (byte & 0xC0U) == 0x80U;
-}
-
-/// The length of the well-formed character at the start of `bytes`; 0 when there is none.
-size_t characterLength(std::string_view bytes) {
-  const auto at = [&](size_t i) { return static_cast<unsigned char>(bytes[i]); };
-  const unsigned char first = at(0);
-  if (first < 0x80) {
-    return 1;
-  }
-  const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-  if (first < 0xC2 || first > 0xF4 || bytes.size() < length) {
-    return 0;
-  }
-  for (size_t i = 1; i < length; ++i) {
-    if (!isContinuation(at(i))) {
-      return 0;
-    }
-  }
-  const unsigned char second = at(1);
-  const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
-  const bool surrogate = first == 0xED && second > 0x9F;
-  const bool tooLarge = first == 0xF4 && second > 0x8F;
-  return overlong || surrogate || tooLarge ? 0 : length;
+/// Cut to kLongestText.
+std::string cleanText(const char* bytes) {
+  return wellFormedUtf8(bytes, kLongestText);
 }
 
 /// Reads (so): a bus name, empty for the answering process itself, and a path.
@@ -133,21 +111,6 @@ int readBasic(sd_bus_message* message, char type, ReplyValue& value) {
 }
 
 }  // namespace
-
-std::string cleanText(std::string_view bytes) {
-  std::string clean;
-  clean.reserve(std::min(bytes.size(), kLongestText));
-  while (!bytes.empty()) {
-    const size_t length = characterLength(bytes);
-    const std::string_view character = length ? bytes.substr(0, length) : kReplacement;
-    if (clean.size() + character.size() > kLongestText) {
-      break;
-    }
-    clean += character;
-    bytes.remove_prefix(length ? length : 1);
-  }
-  return clean;
-}
 
 namespace decoding {
 

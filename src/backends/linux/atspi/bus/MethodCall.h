@@ -98,9 +98,6 @@ class CallRunner {
 /// The longest text that is taken from a reply, in bytes; what is longer is cut between characters.
 inline constexpr size_t kLongestText = 65536;
 
-/// Valid UTF-8 whatever the bytes were: broken sequences become U+FFFD. Cut to kLongestText.
-std::string cleanText(std::string_view bytes);
-
 namespace decoding {
 int nothing(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 int boolean(sd_bus_message* message, const std::string& busName, ReplyValue& value);

@@ -8,7 +8,7 @@
 
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/element/TextUnits.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {

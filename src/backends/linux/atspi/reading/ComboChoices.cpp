@@ -4,7 +4,7 @@
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/element/TextUnits.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {

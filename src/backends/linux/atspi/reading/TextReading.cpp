@@ -5,7 +5,7 @@
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
-#include "backends/linux/atspi/element/TextUnits.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -134,25 +134,6 @@ void readTexts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint
   TextReader reader;
   reader.begin(runner, requests, deadline);
   reader.finish(runner, requests, deadline);
-}
-
-std::string codePoints(std::string_view text, int64_t base, int64_t start, int64_t end) {
-  int64_t offset = base;
-  size_t from = text.size();
-  size_t to = text.size();
-  for (size_t i = 0; i < text.size(); ++i) {
-    if ((static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U) {
-      continue;
-    }
-    if (offset == start) {
-      from = i;
-    }
-    if (offset == end) {
-      to = i;
-    }
-    ++offset;
-  }
-  return from < to ? std::string(text.substr(from, to - from)) : std::string();
 }
 
 }  // namespace jumplark::atspi

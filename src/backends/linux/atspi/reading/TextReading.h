@@ -58,7 +58,4 @@ class TextReader {
 /// Both steps at once.
 void readTexts(CallRunner& runner, std::vector<TextRequest>& requests, TimePoint deadline);
 
-/// The code points `start` to `end - 1` of a UTF-8 text whose first one has the offset `base`.
-std::string codePoints(std::string_view text, int64_t base, int64_t start, int64_t end);
-
 }  // namespace jumplark::atspi

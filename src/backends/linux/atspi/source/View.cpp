@@ -4,6 +4,7 @@
 #include <map>
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {

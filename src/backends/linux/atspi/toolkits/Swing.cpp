@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/element/TextUnits.h"
 #include "backends/linux/atspi/reading/Corrections.h"
 #include "platform/Texts.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {

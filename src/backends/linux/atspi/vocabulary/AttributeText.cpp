@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "backends/linux/atspi/element/FactsWorthReading.h"
-#include "backends/linux/atspi/element/TextUnits.h"
 #include "backends/linux/atspi/source/View.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+#include "backends/linux/atspi/element/EmbeddedObjects.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/element/TextUnits.h"
 #include "backends/linux/windows/WindowSystem.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 

@@ -5,11 +5,12 @@
 #include <cstdint>
 #include <unordered_map>
 
+#include "backends/linux/atspi/element/EmbeddedObjects.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/element/TextUnits.h"
 #include "backends/linux/atspi/source/View.h"
 #include "backends/linux/atspi/vocabulary/PanelFrames.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 

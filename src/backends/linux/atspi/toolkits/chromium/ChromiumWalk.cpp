@@ -4,10 +4,12 @@
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
+#include "backends/linux/atspi/element/EmbeddedObjects.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/ComboChoices.h"
 #include "backends/linux/atspi/toolkits/chromium/ChildrenByPlace.h"
 #include "backends/linux/atspi/toolkits/chromium/PageOcclusion.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -35,27 +37,11 @@ bool hasFurtherInterfaces(uint32_t number) {
                        role::dateEditor, role::splitPane, role::table, role::treeTable>(number);
 }
 
-bool isBlank(const std::string& text) {
-  constexpr std::string_view kNoBreakSpace = "\xC2\xA0";
-  for (size_t at = 0; at < text.size();) {
-    if (text.compare(at, kNoBreakSpace.size(), kNoBreakSpace) == 0) {
-      at += kNoBreakSpace.size();
-    } else if (text[at] == ' ' || (text[at] >= '\t' && text[at] <= '\r')) {
-      ++at;
-    } else {
-      return false;
-    }
-  }
-  return true;
-}
-
-/// The text of an element has this character for each thing in it that is not a text.
-constexpr std::string_view kObjectReplacement = "\xEF\xBF\xBC";
 constexpr int32_t kLongestLine = 1000;
 constexpr double kHighestLine = 40;
 
 bool isOneLineOfWords(const std::string& text) {
-  return !isBlank(text) && text.size() < kLongestLine && text.find(kObjectReplacement) == std::string::npos;
+  return !isBlank(text) && text.size() < kLongestLine && text.find(kEmbeddedObject) == std::string::npos;
 }
 
 }  // namespace
