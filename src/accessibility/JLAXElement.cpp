@@ -20,10 +20,6 @@ void countCall() {
   calls.fetch_add(1, std::memory_order_relaxed);
 }
 
-AccessibilityPlatform& accessibility() {
-  return *Platform::current().accessibility;
-}
-
 template <typename T>
 T reported(AccessibilityResult<T> result, const char* function, int line) {
   return JLAXElement::handleAXErrorFromFunctionAtLine(result.error, function, line) == AccessibilityError::success
@@ -48,9 +44,14 @@ bool holdsName(const std::vector<std::string>& names, const std::string& name) {
 
 }  // namespace
 
-JLAXElement::JLAXElement(ElementRef ref) : ref_(std::move(ref)) {}
+JLAXElement::JLAXElement(ElementRef ref, std::shared_ptr<AccessibilityPlatform> live)
+    : ref_(std::move(ref)), live_(std::move(live)) {}
 
-JLAXElement::JLAXElement(const JLAXElement& other) : ref_(other.ref_) {}
+JLAXElement::JLAXElement(const JLAXElement& other) : ref_(other.ref_), live_(other.live_) {}
+
+AccessibilityPlatform& JLAXElement::accessibility() const {
+  return live_ ? *live_ : *Platform::current().accessibility;
+}
 
 int32_t JLAXElement::pid() const {
   const auto result = accessibility().processIdentifier(ref_);
@@ -155,7 +156,7 @@ AttributeValue JLAXElement::getAttributeDefault(const std::string& name, const A
 std::shared_ptr<JLAXElement> JLAXElement::getElementAttribute(const std::string& name) const {
   const AttributeValue raw = copyRawAttribute(name);
   const ElementRef* element = raw.element();
-  return element && *element ? std::make_shared<JLAXElement>(*element) : nullptr;
+  return element && *element ? std::make_shared<JLAXElement>(*element, live_) : nullptr;
 }
 
 Point JLAXElement::getPointAttribute(const std::string& name) const {

@@ -25,12 +25,15 @@ class JLAXElement {
   /// Called with a value, its index within the batch of 50 that it came in, and a flag that ends that batch.
   using Visitor = std::function<void(const AttributeValue& value, size_t index, bool& stop)>;
 
-  explicit JLAXElement(ElementRef ref);
+  /// Asks the current platform, or `live` where the element is to be read anew.
+  explicit JLAXElement(ElementRef ref, std::shared_ptr<AccessibilityPlatform> live = nullptr);
   /// A copy wraps the same reference and asks for the attribute names again.
   JLAXElement(const JLAXElement& other);
   JLAXElement& operator=(const JLAXElement&) = delete;
 
   const ElementRef& ref() const { return ref_; }
+  /// What it asks to be read anew; null for the current platform.
+  const std::shared_ptr<AccessibilityPlatform>& live() const { return live_; }
   uint64_t hash() const { return ref_.hash(); }
   friend bool operator==(const JLAXElement& a, const JLAXElement& b) { return a.ref_ == b.ref_; }
 
@@ -91,7 +94,10 @@ class JLAXElement {
  private:
   using Names = std::shared_ptr<const std::vector<std::string>>;
 
+  AccessibilityPlatform& accessibility() const;
+
   ElementRef ref_;
+  std::shared_ptr<AccessibilityPlatform> live_;
   std::optional<std::string> role_;  ///< a label for the debug description; nothing sets it
   mutable std::mutex namesMutex_;
   mutable Names attributeNames_;

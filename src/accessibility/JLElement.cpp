@@ -24,8 +24,13 @@ std::optional<std::string> textOf(const AttributeValue& value) {
   return value.text() ? *value.text() : value.description();
 }
 
+/// What is read anew is nobody else's.
 JLElement::Pointer modelOf(const std::shared_ptr<JLAXElement>& axElement) {
-  return axElement ? JLElement::cachedOrNewElementForElementRef(axElement->ref()) : nullptr;
+  if (!axElement) {
+    return nullptr;
+  }
+  return axElement->live() ? JLElement::elementWithJLAXElement(axElement)
+                           : JLElement::cachedOrNewElementForElementRef(axElement->ref());
 }
 
 }  // namespace
@@ -76,18 +81,24 @@ JLElement::Pointer JLElement::systemWideElement() {
   return elementWithJLAXElement(std::make_shared<JLAXElement>(Platform::current().accessibility->systemWideElement()));
 }
 
-JLElement::Pointer JLElement::hitTest(const ElementRef& application, Point topLeft) {
-  const auto found = Platform::current().accessibility->copyElementAtPosition(
-      application, static_cast<float>(topLeft.x), static_cast<float>(topLeft.y));
-  return found.ok() && found.value ? cachedOrNewElementForElementRef(found.value) : nullptr;
+JLElement::Pointer JLElement::live(bool forAction) const {
+  AccessibilityPlatform& platform = *Platform::current().accessibility;
+  auto axElement = std::make_shared<JLAXElement>(ref(), forAction ? platform.liveForAction(ref()) : platform.live());
+  Pointer anew = elementWithJLAXElement(std::move(axElement));
+  anew->role_ = role();
+  return anew;
 }
 
 JLElement::Pointer JLElement::elementAtPointFromTopLeft(Point point) {
-  return hitTest(Platform::current().accessibility->systemWideElement(), point);
+  return elementAtPointFromTopLeftForApplication(point, *systemWideElement());
 }
 
 JLElement::Pointer JLElement::elementAtPointFromTopLeftForApplication(Point point, const JLElement& application) {
-  return hitTest(application.ref(), point);
+  const auto& live = application.axElement_->live();
+  const auto found =
+      (live ? *live : *Platform::current().accessibility)
+          .copyElementAtPosition(application.ref(), static_cast<float>(point.x), static_cast<float>(point.y));
+  return found.ok() && found.value ? modelOf(std::make_shared<JLAXElement>(found.value, live)) : nullptr;
 }
 
 JLElement::Pointer JLElement::elementAtPointFromBottomLeft(Point point) {
@@ -229,11 +240,11 @@ JLElement::Pointer JLElement::sheet() const {
     return nullptr;
   }
   Pointer found;
-  enumerateAttributeUsingBlock("AXChildren", [&found](const AttributeValue& value, size_t, bool& stop) {
+  enumerateAttributeUsingBlock("AXChildren", [&](const AttributeValue& value, size_t, bool& stop) {
     if (!value.element()) {
       return;
     }
-    auto child = std::make_shared<JLAXElement>(*value.element());
+    auto child = std::make_shared<JLAXElement>(*value.element(), axElement_->live());
     if (textOf((*child)["AXRole"]) == "AXSheet") {
       found = elementWithJLAXElement(std::move(child));
       stop = true;

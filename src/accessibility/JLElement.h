@@ -33,7 +33,8 @@ class JLElement : public std::enable_shared_from_this<JLElement> {
   static Pointer elementWithBundleID(const std::string& bundleIdentifier);
   static Pointer systemWideElement();
 
-  /// Hit tests on the whole screen, or within an application; null when nothing is found.
+  /// Hit tests on the whole screen, or within an application, or where that is the system-wide element everywhere; null
+  /// when nothing is found.
   static Pointer elementAtPointFromTopLeft(Point point);
   static Pointer elementAtPointFromTopLeftForApplication(Point point, const JLElement& application);
   static Pointer elementAtPointFromBottomLeft(Point point);
@@ -41,6 +42,10 @@ class JLElement : public std::enable_shared_from_this<JLElement> {
 
   /// Ends the sharing of models: empties the cache, drops the platform's snapshot, and reports the number of calls.
   static void flushCache();
+
+  /// The same element with the role that it had, to be read anew whatever snapshot is in force, and so is what it leads
+  /// to. `forAction` also reads at once what an action on it is going to ask: before that makes the application busy.
+  Pointer live(bool forAction = false) const;
 
   explicit JLElement(std::shared_ptr<JLAXElement> axElement);
   /// A copy is a new model, outside the cache, around the same wrapped element, with empty lazy fields.
@@ -113,7 +118,6 @@ class JLElement : public std::enable_shared_from_this<JLElement> {
   AttributeValue::Dictionary metricDictionary() const;
 
  private:
-  static Pointer hitTest(const ElementRef& application, Point topLeft);
   bool isBelowItself(const Pointer& newParent) const;
 
   std::shared_ptr<JLAXElement> axElement_;

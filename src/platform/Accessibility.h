@@ -1,10 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/AttributeValue.h"
-#include "platform/Token.h"
 
 namespace jumplark {
 
@@ -26,7 +26,7 @@ struct AccessibilityResult {
 /// messaging time-out, a vanished element invalidElement. Calls are synchronous and may come from any thread.
 ///
 /// Snapshots: after prepareSnapshot, reads of that application answer from what it fetched, without a message, until
-/// endSnapshot or the next prepareSnapshot of the same application. Reads inside a live scope bypass it.
+/// endSnapshot or the next prepareSnapshot of the same application. Who means what is there now asks what live() gives.
 class AccessibilityPlatform {
  public:
   virtual ~AccessibilityPlatform() = default;
@@ -70,11 +70,14 @@ class AccessibilityPlatform {
   virtual void prepareSnapshot(const ElementRef& application, bool visibleOnly) = 0;
   /// Drops every snapshot: later reads are live until the next prepareSnapshot.
   virtual void endSnapshot() = 0;
-  /// While the token lives, reads on the calling thread bypass snapshots. Destroy it on the same thread.
-  virtual Token beginLiveReads() = 0;
-  /// Reads at once what an action on the element is going to ask live: the element and what it stands in. Call it
-  /// before the action makes the application busy. May do nothing.
-  virtual void prepareAction(const ElementRef& element) { static_cast<void>(element); }
+  /// The same desktop, read anew whatever snapshot is in force. This outlives it.
+  virtual std::shared_ptr<AccessibilityPlatform> live() = 0;
+  /// The same for one action: reads at once what an action on the element is going to ask, the element and what it
+  /// stands in, and answers from that. Call it before the action makes the application busy.
+  virtual std::shared_ptr<AccessibilityPlatform> liveForAction(const ElementRef& element) {
+    static_cast<void>(element);
+    return live();
+  }
 };
 
 }  // namespace jumplark

@@ -36,13 +36,17 @@ void wait(Duration duration) {
   Platform::current().queues->sleep(duration);
 }
 
-Token liveReads() {
-  return Platform::current().accessibility->beginLiveReads();
+/// The element as it is now.
+JLElementActioner::Element readAnew(const JLElementActioner::Element& element) {
+  return !element || element->axElement()->live() ? element : element->live();
 }
 
-/// Whether the topmost thing at a point (bottom-left origin) is the element or something inside it.
+/// Whether the topmost thing at a point (bottom-left origin) is the element, which is read anew, or something inside
+/// it.
 bool isOnTopAt(const JLElement& element, Point point) {
-  const auto hit = JLElement::elementAtPointFromBottomLeft(point);
+  const JLElement screen(
+      std::make_shared<JLAXElement>(JLElement::systemWideElement()->ref(), element.axElement()->live()));
+  const auto hit = JLElement::elementAtPointFromBottomLeftForApplication(point, screen);
   return hit && (*hit == element || hit->hasParent(element));
 }
 
@@ -69,8 +73,8 @@ JLElementActioner::~JLElementActioner() {
   doubleClickEventTap_->deactivate();
 }
 
-void JLElementActioner::actionElement(const Element& element) {
-  const Token live = liveReads();
+void JLElementActioner::actionElement(const Element& chosen) {
+  const Element element = readAnew(chosen);
   trackUsageWithAmount("elementsActioned", 1);
   const std::string role = element ? element->role() : "";
   if (role == "AXRadioButton") {
@@ -93,8 +97,8 @@ void JLElementActioner::clickCheckBox(const Element& element) {
   clickLeftPartOfElement(element);
 }
 
-void JLElementActioner::clickLeftPartOfElement(const Element& element) {
-  const Token live = liveReads();
+void JLElementActioner::clickLeftPartOfElement(const Element& chosen) {
+  const Element element = readAnew(chosen);
   const Size size = element ? element->size() : Size{};
   if (size.height <= kCaptionedControlHeight && size.width / size.height >= kCaptionedControlRatio) {
     const Point point{element->position().x + kBoxInset, element->bounds().midY()};
@@ -104,8 +108,8 @@ void JLElementActioner::clickLeftPartOfElement(const Element& element) {
   }
 }
 
-void JLElementActioner::clickElement(const Element& element) {
-  const Token live = liveReads();
+void JLElementActioner::clickElement(const Element& chosen) {
+  const Element element = readAnew(chosen);
   clickAt(pointFromBottomLeftToTopLeft(findClickablePointForElement(element)), element);
 }
 
@@ -115,8 +119,8 @@ void JLElementActioner::clickAt(Point topLeft, const Element& element) {
   click();
 }
 
-void JLElementActioner::mouseToElement(const Element& element) {
-  const Token live = liveReads();
+void JLElementActioner::mouseToElement(const Element& chosen) {
+  const Element element = readAnew(chosen);
   mouseToPointFromTopLeft(pointFromBottomLeftToTopLeft(element ? element->midpoint() : Point{}));
 }
 
@@ -141,8 +145,8 @@ void JLElementActioner::performActionOnElement(const std::string& action, const 
   }
 }
 
-void JLElementActioner::focusWindowOrSheetForElement(const Element& element) {
-  const Token live = liveReads();
+void JLElementActioner::focusWindowOrSheetForElement(const Element& chosen) {
+  const Element element = readAnew(chosen);
   const Element window = element ? element->window() : nullptr;
   const Element sheet = window ? window->sheet() : nullptr;
   if (window) {
@@ -194,8 +198,8 @@ Point JLElementActioner::getCursorPosition() const {
   return pointFromBottomLeftToTopLeft(Platform::current().screens->pointerLocation());
 }
 
-Point JLElementActioner::findClickablePointForElement(const Element& element) const {
-  const Token live = liveReads();
+Point JLElementActioner::findClickablePointForElement(const Element& chosen) const {
+  const Element element = readAnew(chosen);
   const Rect bounds = element ? element->bounds() : Rect{};
   const Point middle = midpointOfRect(bounds);
   if (!element || isOnTopAt(*element, middle) || (bounds.width == 0 && bounds.height == 0)) {

@@ -104,14 +104,13 @@ TEST(LongLived, AStoppedApplicationIsWaitedForOnceAndNotForThePlaceOfOurWindow) 
   // Where our window goes is known without the application.
   EXPECT_TRUE(reader.platform().workspace->focusedWindowFrame(stopped.pid()));
   {
-    const Token live = accessibility.beginLiveReads();
-    EXPECT_EQ(accessibility.setAttributeValue(*window.element(), "AXFocused", AttributeValue(true)),
+    const auto live = accessibility.live();
+    EXPECT_EQ(live->setAttributeValue(*window.element(), "AXFocused", AttributeValue(true)),
               AccessibilityError::cannotComplete);
     // It would answer now, but is not asked again.
     stopped.resume();
     for (const char* name : {"AXPosition", "AXSize"}) {
-      EXPECT_EQ(accessibility.copyAttributeValue(*window.element(), name).error, AccessibilityError::cannotComplete)
-          << name;
+      EXPECT_EQ(live->copyAttributeValue(*window.element(), name).error, AccessibilityError::cannotComplete) << name;
     }
   }
   reader.tree(stopped.pid());
@@ -183,8 +182,7 @@ std::string forwards(std::string_view backwards) {
 }
 
 /// Every attribute of every element, and the text behind each.
-void readEverything(Reader& reader, const std::shared_ptr<JLElementTree>& tree) {
-  AccessibilityPlatform& accessibility = reader.accessibility();
+void readEverything(AccessibilityPlatform& accessibility, const std::shared_ptr<JLElementTree>& tree) {
   xmlNode* node = xmlDocGetRootElement(tree->document());
   while (node) {
     if (const JLElementNode* known = node->type == XML_ELEMENT_NODE ? JLElementNode::fromXML(node) : nullptr;
@@ -232,9 +230,8 @@ TEST(LongLived, NoPasswordIsEverInItsMemory) {
         return tree->debugDescription().find(forwards(kShownBackwards)) != std::string::npos;
       })) << tree->debugDescription();
       EXPECT_NE(tree->debugDescription().find("SecureTextField"), std::string::npos) << tree->debugDescription();
-      readEverything(reader, tree);
-      const Token live = reader.accessibility().beginLiveReads();
-      readEverything(reader, tree);
+      readEverything(reader.accessibility(), tree);
+      readEverything(*reader.accessibility().live(), tree);
     }
     DesktopRecorder recorder(reader.platform());
     const Token recording = Platform::install(recorder.platform());

@@ -50,14 +50,13 @@ class Observing : public testing::TestWithParam<Watched> {
   }
   /// As it is now, when it is there and has the role.
   JLElement::Pointer attribute(const ElementRef& of, const char* name, const std::string& role) {
-    AccessibilityPlatform& accessibility = *linux_->platform().accessibility;
-    const Token live = accessibility.beginLiveReads();
-    const auto found = accessibility.copyAttributeValue(of, name);
+    const auto live = linux_->platform().accessibility->live();
+    const auto found = live->copyAttributeValue(of, name);
     const ElementRef* const ref = found.ok() ? found.value.element() : nullptr;
     if (ref == nullptr) {
       return nullptr;
     }
-    auto element = JLElement::elementWithJLAXElement(std::make_shared<JLAXElement>(*ref));
+    auto element = JLElement::elementWithJLAXElement(std::make_shared<JLAXElement>(*ref, live));
     return element->role() == role ? element : nullptr;
   }
   bool subscribe(ZAXObserver& observer, const char* notification, const JLElement::Pointer& element) {

@@ -82,6 +82,10 @@ X11Input& LinuxPlatform::input() {
   return parts_->input;
 }
 
+Token LinuxPlatform::workWhileWaiting(std::function<void()> work) {
+  return parts_->elements.workWhileWaiting(std::move(work));
+}
+
 void LinuxPlatform::applicationBecameActive(int32_t pid) {
   parts_->elements.applicationBecameActive(pid);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,6 +36,9 @@ class LinuxPlatform {
   const std::shared_ptr<X11Connection>& connection() const;
   X11WindowSystem& windows();
   X11Input& input();
+  /// Makes the calling thread do `work` every now and then while it waits for an application, until the token is
+  /// destroyed on it. Work must be short and wait for nothing.
+  Token workWhileWaiting(std::function<void()> work);
   /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
   void applicationBecameActive(int32_t pid);
   /// Reads an application as a snapshot does, and says how that went.

@@ -9,7 +9,6 @@
 #include "backends/linux/CrashFacts.h"
 #include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
-#include "backends/linux/atspi/bus/WorkWhileWaiting.h"
 #include "backends/linux/crash/CrashFolder.h"
 #include "backends/linux/crash/CrashHandlers.h"
 #include "backends/linux/qt/QtAppViews.h"
@@ -148,7 +147,7 @@ struct LinuxProgram::Parts {
   QtAppViews appViews;
   std::unique_ptr<DesktopWatcher> watcher;
   std::shared_ptr<TaskQueue> worker;
-  Token ownAnswers = atspi::workWhileWaiting(&QtMainLoop::answerAccessibilityCalls);
+  Token ownAnswers = desktop ? desktop->workWhileWaiting(&QtMainLoop::answerAccessibilityCalls) : Token();
   Token activeApplication;
   Token buttonPresses;
 };

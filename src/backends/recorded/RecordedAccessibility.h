@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -60,7 +61,7 @@ class RecordedAccessibility : public AccessibilityPlatform {
   void setMessagingTimeout(const ElementRef& element, double seconds) override;
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
   void endSnapshot() override;
-  Token beginLiveReads() override;
+  std::shared_ptr<AccessibilityPlatform> live() override;
 
   /// The reference of an element id of the recording; logic_error for one that it does not have.
   ElementRef element(const std::string& id) const;
@@ -81,8 +82,6 @@ class RecordedAccessibility : public AccessibilityPlatform {
   /// The applications that a snapshot was prepared for, with what was asked, since the start.
   std::vector<std::pair<ElementRef, bool>> preparedSnapshots() const;
   int endedSnapshots() const { return endedSnapshots_.load(); }
-  /// Live scopes that are open at this moment, on all threads.
-  int openLiveScopes() const { return *openLiveScopes_; }
   /// Calls that would have cost a message to an application.
   uint64_t messageCount() const { return messageCount_.load(); }
 
@@ -116,7 +115,6 @@ class RecordedAccessibility : public AccessibilityPlatform {
   std::vector<std::pair<ElementRef, bool>> preparedSnapshots_;
 
   std::atomic<int> endedSnapshots_{0};
-  std::shared_ptr<std::atomic<int>> openLiveScopes_ = std::make_shared<std::atomic<int>>(0);
   std::atomic<uint64_t> messageCount_{0};
 };
 

@@ -131,8 +131,8 @@ void RecordingAccessibility::endSnapshot() {
   live_.endSnapshot();
 }
 
-Token RecordingAccessibility::beginLiveReads() {
-  return live_.beginLiveReads();
+std::shared_ptr<AccessibilityPlatform> RecordingAccessibility::live() {
+  return live_.live();
 }
 
 bool RecordingAccessibility::isPasswordField(const ElementNotes& notes) const {

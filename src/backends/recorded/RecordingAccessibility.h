@@ -11,7 +11,7 @@
 
 namespace jumplark {
 
-/// Passes everything on to another platform and notes what it answers. Safe on any thread.
+/// Passes everything on to another platform and notes what it answers, but for what is read anew. Safe on any thread.
 class RecordingAccessibility : public AccessibilityPlatform {
  public:
   /// `live` outlives this.
@@ -38,7 +38,7 @@ class RecordingAccessibility : public AccessibilityPlatform {
   void setMessagingTimeout(const ElementRef& element, double seconds) override;
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
   void endSnapshot() override;
-  Token beginLiveReads() override;
+  std::shared_ptr<AccessibilityPlatform> live() override;
 
   /// What was noted, as JSON texts.
   struct Notes {

@@ -94,7 +94,7 @@ void MatchActions::performDefaultAction(uint64_t activation) {
     element = selectedElement();
     if (element) {
       reportDefaultAction(*element);
-      Platform::current().accessibility->prepareAction(element->ref());
+      element = element->live(true);
       activation_.deactivate();
     } else {
       Platform::current().input->beep();

@@ -132,17 +132,20 @@ TEST(BrowserAdvice, IsGivenUntilAPageShowsSomething) {
   };
   const auto isGiven = ::testing::HasSubstr("my-shell shows nothing of its pages: start it with --force");
 
-  const auto page = std::make_shared<ElementFacts>();
-  page->role = role::documentWeb;
+  ElementFacts page;
+  page.ref = makeRef(":1.1", "/page");
+  page.role = role::documentWeb;
   EXPECT_THAT(advice(nullptr), isGiven) << "not on the bus at all";
   EXPECT_THAT(adviceNow(), isGiven) << "without a page";
-  draft.elements.emplace(makeRef(":1.1", "/page"), page);
-  page->states = 1ULL << state::showing;
+  page.states = 1ULL << state::showing;
+  draft.elements.add(page);
   EXPECT_THAT(adviceNow(), isGiven) << "an empty page";
-  page->children = {makeRef(":1.1", "/link")};
-  page->states = 0;
+  page.children = {makeRef(":1.1", "/link")};
+  page.states = 0;
+  draft.elements.add(page);
   EXPECT_THAT(adviceNow(), isGiven) << "another tab's page";
-  page->states = 1ULL << state::showing;
+  page.states = 1ULL << state::showing;
+  draft.elements.add(page);
   EXPECT_EQ(adviceNow(), "");
 }
 

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "backends/linux/atspi/element/FactsMap.h"
-
 namespace jumplark::atspi {
 namespace {
 
@@ -11,13 +9,13 @@ ElementRef ref(const std::string& id) {
   return makeRef(":1.7", "/" + id);
 }
 
-void add(FactsMap& elements, const std::string& id, std::initializer_list<const char*> children) {
-  const auto facts = std::make_shared<ElementFacts>();
-  facts->ref = ref(id);
+void add(ElementDraft& elements, const std::string& id, std::initializer_list<const char*> children) {
+  ElementFacts facts;
+  facts.ref = ref(id);
   for (const char* child : children) {
-    facts->children.push_back(ref(child));
+    facts.children.push_back(ref(child));
   }
-  elements[facts->ref] = facts;
+  elements.add(std::move(facts));
 }
 
 /// "element<parent" for all, in their order.
@@ -33,7 +31,7 @@ std::string shapeOf(const ElementTree& tree) {
 }
 
 TEST(ElementTree, HoldsEachElementOnceBelowTheFirstThatNamesItInDocumentOrder) {
-  FactsMap elements;
+  ElementDraft elements;
   add(elements, "root", {"a", "b"});
   add(elements, "a", {"c", "root", "missing"});
   add(elements, "b", {"c", "a", "d"});
@@ -43,11 +41,11 @@ TEST(ElementTree, HoldsEachElementOnceBelowTheFirstThatNamesItInDocumentOrder) {
 }
 
 TEST(ElementTree, KeepsWhatNothingLeadsToBehindAllElse) {
-  FactsMap elements;
+  ElementDraft elements;
   add(elements, "root", {"a"});
   add(elements, "a", {});
   add(elements, "apart", {});
-  elements[ref("apart")]->parent = ref("a");
+  elements.find(ref("apart"))->parent = ref("a");
   const ElementTree tree(elements, ref("root"));
   EXPECT_EQ(shapeOf(tree), "root< a<root apart<a");
   EXPECT_EQ(tree.inDocumentOrder(), 2U);

@@ -58,6 +58,7 @@ class FakeSource final : public ElementSource {
   struct Frame {
     ElementRef element;
     WindowId window;
+    WindowType type = WindowType::normal;
   };
   std::vector<Frame> framesOnScreen;
   std::set<std::string> gone;
@@ -76,7 +77,8 @@ class FakeSource final : public ElementSource {
         continue;
       }
       const FactsPointer known = scope.known ? scope.known->find(one) : nullptr;
-      answers.push_back(FactsPointer(limited(found->second, wanted | (known ? known->known : 0))));
+      answers.push_back(
+          std::make_shared<const ElementFacts>(limited(found->second, wanted | (known ? known->known : 0))));
       if (scope.known) {
         scope.known->add(answers.back().value);
       }
@@ -98,6 +100,7 @@ class FakeSource final : public ElementSource {
         MatchedFrame& matched = own.matched.emplace_back();
         matched.frame.element = frame.element;
         matched.window.id = frame.window;
+        matched.window.type = frame.type;
       }
     }
     own.focused = own.matched.empty() ? ElementRef() : own.matched.front().frame.element;
@@ -134,37 +137,37 @@ class FakeSource final : public ElementSource {
   void setMessagingTimeout(double) override {}
 
  private:
-  static std::shared_ptr<ElementFacts> limited(const ElementFacts& element, facts::Set known) {
-    auto copy = std::make_shared<ElementFacts>(element);
-    copy->known = known;
+  static ElementFacts limited(const ElementFacts& element, facts::Set known) {
+    ElementFacts copy = element;
+    copy.known = known;
     if ((known & facts::texts) == 0) {
-      copy->name = copy->description = "";
+      copy.name = copy.description = "";
     }
     if ((known & facts::extents) == 0) {
-      copy->extents.reset();
+      copy.extents.reset();
     }
     if ((known & facts::children) == 0) {
-      copy->children.clear();
-      copy->childCount = -1;
+      copy.children.clear();
+      copy.childCount = -1;
     }
     if ((known & facts::relations) == 0) {
-      copy->labelledBy.clear();
+      copy.labelledBy.clear();
     }
     if ((known & facts::attributes) == 0) {
-      copy->attributes.clear();
+      copy.attributes.clear();
     }
     if ((known & facts::text) == 0) {
-      copy->shortText = "";
+      copy.shortText = "";
     }
     return copy;
   }
-  void collect(const ElementRef& element, bool visibleOnly, FactsMap& to) const {
+  void collect(const ElementRef& element, bool visibleOnly, ElementDraft& to) const {
     const ElementFacts& facts = elements_.at(element);
     if (visibleOnly && facts.role != role::application && !facts.is(state::showing)) {
-      to[element] = limited(facts, facts::identity);
+      to.add(limited(facts, facts::identity));
       return;
     }
-    to[element] = limited(facts, ~facts::Set{0});
+    to.add(limited(facts, ~facts::Set{0}));
     for (const auto& child : facts.children) {
       collect(child, visibleOnly, to);
     }

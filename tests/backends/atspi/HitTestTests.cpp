@@ -93,12 +93,12 @@ TEST_F(HitTest, AsksWhetherTheHitIsStillThereUnlessTheSnapshotHasJustBeenTaken) 
   EXPECT_EQ(trusting.copyElementAtPosition(trusting.systemWideElement(), 65, 25).value, source.ref("face"));
   EXPECT_EQ(source.messages, 0);
   snapshot();
-  const Token live = platform.beginLiveReads();
+  const auto live = platform.live();
   source.at("above").extents = Rect{300, 200, 100, 50};
   source.gone.insert(source.ref("face").text());
-  EXPECT_EQ(hit(65, 25), "below");
+  EXPECT_EQ(hitBy(*live, 65, 25), "below");
   source.liveError = AccessibilityError::cannotComplete;
-  EXPECT_EQ(hit(20, 20), "-25204");
+  EXPECT_EQ(hitBy(*live, 20, 20), "-25204");
 }
 
 TEST_F(HitTest, RemembersTheGeometryAfterTheSnapshotHasEnded) {

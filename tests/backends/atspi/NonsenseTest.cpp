@@ -14,7 +14,7 @@ namespace {
 using ::testing::HasSubstr;
 
 /// What a reader of the whole tree asks of every element.
-void readEverything(AtspiAccessibility& platform, const std::vector<FactsPointer>& elements) {
+void readEverything(AccessibilityPlatform& platform, const std::vector<FactsPointer>& elements) {
   for (const FactsPointer& element : elements) {
     for (const std::string& name : platform.copyAttributeNames(element->ref).value) {
       platform.copyAttributeValue(element->ref, name);
@@ -155,12 +155,12 @@ TEST_F(SourceFixture, TheTextOfAPasswordIsNeverAskedFor) {
   for (const bool visibleOnly : {true, false}) {
     platform.prepareSnapshot(app.root(), visibleOnly);
     readEverything(platform, elements());
-    const auto scope = platform.beginLiveReads();
-    readEverything(platform, elements());
+    const auto now = platform.live();
+    readEverything(*now, elements());
     for (const char* id : {"secret", "unknown"}) {
-      platform.copyAttributeValue(app.ref(id), "AXValue");
-      platform.copyAttributeValue(app.ref(id), "AXVisibleCharacterRange");
-      platform.copyParameterizedAttributeValue(app.ref(id), "AXStringForRange", AttributeValue(Range{0, 100}));
+      now->copyAttributeValue(app.ref(id), "AXValue");
+      now->copyAttributeValue(app.ref(id), "AXVisibleCharacterRange");
+      now->copyParameterizedAttributeValue(app.ref(id), "AXStringForRange", AttributeValue(Range{0, 100}));
       live().textInRange(app.ref(id), 0, 100);
       live().facts(app.ref(id), ~facts::Set{0});
     }

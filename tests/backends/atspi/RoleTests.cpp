@@ -115,7 +115,7 @@ TEST_F(AtspiVocabulary, CallsButtonsOfAPanelDockItems) {
   source.add("settings", role::dialog, "panel");
   source.add("close", role::pushButton, "settings");
   source.processes[20] = source.ref("panel");
-  source.framesOnScreen.push_back({source.ref("strip"), 2});
+  source.framesOnScreen.push_back({source.ref("strip"), 2, WindowType::dock});
   windows.add(2, 20, {0, 700, 400, 30}, WindowType::dock);
   EXPECT_EQ(text("clock", "AXRole"), "AXDockItem");
   EXPECT_EQ(text("close", "AXRole"), "AXButton");

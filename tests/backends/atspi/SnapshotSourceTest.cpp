@@ -106,7 +106,7 @@ TEST_F(SourceFixture, ALiveViewSeesWhatHasChangedSince) {
   const auto nameIn = [this](const View& view) { return view.facts(app.ref("ok"), facts::texts).value->name; };
   EXPECT_EQ(nameIn(view()), "OK");
   EXPECT_EQ(nameIn(live()), "Done");
-  EXPECT_EQ(live().inSnapshot(app.ref("ok")), nullptr);
+  EXPECT_EQ(live().snapshotOf(app.ref("ok")), nullptr);
   EXPECT_EQ(nameIn(view()), "OK");
 }
 
@@ -127,6 +127,10 @@ TEST_F(SourceFixture, AnActionReadsItsElementAnewAndTheRestWhereThatHasMoved) {
   EXPECT_EQ(nameIn(unmoved, "beside"), "beside");
   EXPECT_EQ(app.timesAsked("Accessible.GetState beside"), before);
   EXPECT_EQ(unmoved->focusedWindow, app.ref("frame"));
+  const ElementTree& tree = unmoved->tree;
+  const int ok = tree.find(app.ref("ok"));
+  ASSERT_NE(ok, ElementTree::kNone);
+  EXPECT_EQ(tree[tree[ok].parent].facts->ref, app.ref("box"));
 
   app.set("ok", element(role::pushButton, "OK", {110, 90, 80, 30})).parent = "box";
   const auto moved = source().takeForAction(app.ref("ok"), scope);
@@ -141,7 +145,7 @@ TEST_F(SourceFixture, AnActionAsksOnlyWhatHasAPlaceWhereItIs) {
   app.add("page", "new", element(role::pushButton, "New", {10, 10, 80, 30}));
   app.set("ok", element(role::pushButton, "OK", {200, 60, 80, 30})).parent = "frame";
   const auto read = source().takeForAction(app.ref("ok"), view().scopeOf(app.root()));
-  const View action(source(), View::Kind::live, {read}, {source().last});
+  const View action = View::live(source(), {source().last}, read);
   const auto placeOf = [&](const ElementRef& ref) { return action.facts(ref, facts::extents).value->extents; };
   EXPECT_EQ(placeOf(app.ref("ok")), (Rect{200, 60, 80, 30}));
   EXPECT_EQ(placeOf(app.ref("new")), (Rect{10, 10, 80, 30}));

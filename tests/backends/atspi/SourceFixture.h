@@ -63,8 +63,8 @@ class SourceFixture : public ::testing::Test {
   }
   void prepare(bool visibleOnly = true) { source().take(app.root(), visibleOnly, {}); }
   /// What is read is answered from the last snapshot, and live before there is one.
-  View view() { return {source(), View::Kind::snapshots, last(), last()}; }
-  View live() { return {source(), View::Kind::live, {}, last()}; }
+  View view() { return {source(), last()}; }
+  View live() { return View::live(source(), last(), nullptr); }
   FactsPointer read(const std::string& id) { return source().last ? source().last->find(app.ref(id)) : nullptr; }
   std::vector<FactsPointer> elements() {
     return source().last ? source().last->elements() : std::vector<FactsPointer>();

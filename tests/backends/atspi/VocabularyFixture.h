@@ -45,9 +45,10 @@ class AtspiVocabulary : public ::testing::Test {
     }
     return joined;
   }
-  std::string hit(double x, double y, const ElementRef& within = {}) {
-    const auto found = platform.copyElementAtPosition(within ? within : platform.systemWideElement(),
-                                                      static_cast<float>(x), static_cast<float>(y));
+  std::string hit(double x, double y, const ElementRef& within = {}) { return hitBy(platform, x, y, within); }
+  static std::string hitBy(AccessibilityPlatform& by, double x, double y, const ElementRef& within = {}) {
+    const auto found = by.copyElementAtPosition(within ? within : by.systemWideElement(), static_cast<float>(x),
+                                                static_cast<float>(y));
     return found.ok() ? handleOf(found.value)->path().substr(1) : std::to_string(static_cast<int>(found.error));
   }
 

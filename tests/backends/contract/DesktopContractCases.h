@@ -263,24 +263,21 @@ TEST_P(DesktopContract, aHitTestFindsTheButtonAndNothingOutsideAllScreens) {
   }
 }
 
-TEST_P(DesktopContract, snapshotsAndLiveScopesAnswerAlike) {
-  const auto facts = [&] {
+TEST_P(DesktopContract, snapshotsAndLiveReadsAnswerAlike) {
+  const auto factsBy = [&](AccessibilityPlatform& by) {
     std::vector<AttributeValue::List> all;
     for (const ElementRef& element : elements_) {
-      all.push_back(
-          accessibility().copyMultipleAttributeValues(element, {"AXRole", "AXTitle", "AXPosition", "AXSize"}).value);
+      all.push_back(by.copyMultipleAttributeValues(element, {"AXRole", "AXTitle", "AXPosition", "AXSize"}).value);
     }
     return all;
   };
-  const auto before = facts();
+  const auto before = factsBy(accessibility());
   accessibility().prepareSnapshot(application_, true);
-  EXPECT_EQ(facts(), before);
-  {
-    const Token live = accessibility().beginLiveReads();
-    EXPECT_EQ(facts(), before);
-  }
+  EXPECT_EQ(factsBy(accessibility()), before);
+  EXPECT_EQ(factsBy(*accessibility().live()), before);
+  EXPECT_EQ(factsBy(*accessibility().liveForAction(button_)), before);
   accessibility().endSnapshot();
-  EXPECT_EQ(facts(), before);
+  EXPECT_EQ(factsBy(accessibility()), before);
 }
 
 TEST_P(DesktopContract, readsMayComeFromSeveralThreads) {

@@ -49,7 +49,7 @@ BusConnection::~BusConnection() {
 
 void BusConnection::post(std::function<void()> task) {
   {
-    const std::lock_guard lock(postedMutex_);
+    const std::lock_guard lock(mutex_);
     posted_.push_back(std::move(task));
   }
   const uint64_t one = 1;
@@ -75,7 +75,21 @@ std::vector<Reply> BusConnection::run(std::vector<MethodCall> calls, TimePoint d
 CallRunner::Wait BusConnection::begin(std::vector<MethodCall> calls, TimePoint deadline) {
   const auto batch = std::make_shared<CallBatch>(std::move(calls), deadline);
   post([this, batch] { scheduler_->add(batch); });
-  return [batch] { return batch->wait(); };
+  return [this, batch] {
+    std::unique_lock lock(mutex_);
+    const auto meanwhile = meanwhile_;
+    lock.unlock();
+    return batch->wait(meanwhile.get());
+  };
+}
+
+Token BusConnection::workWhileWaiting(std::function<void()> work) {
+  const auto set = [this](std::shared_ptr<const WorkWhileWaiting> meanwhile) {
+    const std::lock_guard lock(mutex_);
+    meanwhile_ = std::move(meanwhile);
+  };
+  set(std::make_shared<const WorkWhileWaiting>(WorkWhileWaiting{std::this_thread::get_id(), std::move(work)}));
+  return Token([set] { set(nullptr); });
 }
 
 void BusConnection::usePeer(const std::string& busName, const std::string& address) {
@@ -115,7 +129,7 @@ void BusConnection::runPosted() {
   }
   std::vector<std::function<void()>> tasks;
   {
-    const std::lock_guard lock(postedMutex_);
+    const std::lock_guard lock(mutex_);
     tasks.swap(posted_);
   }
   for (const auto& task : tasks) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "backends/linux/atspi/bus/MethodCall.h"
+#include "platform/Token.h"
 
 struct pollfd;
 
@@ -17,6 +18,7 @@ namespace jumplark::atspi {
 
 class BusLink;
 class CallScheduler;
+struct WorkWhileWaiting;
 
 /// The accessibility thread: it alone talks to the accessibility bus and to the sockets of applications. Other threads
 /// hand it batches of calls and wait for the replies, never longer than a deadline. A bus that has gone is looked for
@@ -41,6 +43,11 @@ class BusConnection final : public CallRunner {
   Reachability connect();
   std::vector<Reply> run(std::vector<MethodCall> calls, TimePoint deadline) override;
   Wait begin(std::vector<MethodCall> calls, TimePoint deadline) override;
+
+  /// Makes the calling thread do `work` every now and then whenever it waits for an answer, until the token is
+  /// destroyed on the same thread. For the thread on which this program itself answers: it can be asked like any other
+  /// application, also by the thread that waits for it. Work must be short and wait for nothing.
+  Token workWhileWaiting(std::function<void()> work);
 
   /// From now on calls to this application go to its own socket, as long as that can be reached.
   void usePeer(const std::string& busName, const std::string& address);
@@ -73,7 +80,8 @@ class BusConnection final : public CallRunner {
   std::atomic<uint64_t> generation_{0};
   int wake_ = -1;
 
-  std::mutex postedMutex_;
+  std::mutex mutex_;  ///< leaf
+  std::shared_ptr<const WorkWhileWaiting> meanwhile_;
   std::vector<std::function<void()>> posted_;
   bool stopping_ = false;
 

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 
-#include "backends/linux/atspi/bus/WorkWhileWaiting.h"
-
 namespace jumplark::atspi {
 namespace {
 
@@ -24,14 +22,14 @@ Reply failed(AccessibilityError error) {
 CallBatch::CallBatch(std::vector<MethodCall> batchCalls, TimePoint batchDeadline)
     : calls(std::move(batchCalls)), deadline(batchDeadline), replies(calls.size()), remaining(calls.size()) {}
 
-std::vector<Reply> CallBatch::wait() {
+std::vector<Reply> CallBatch::wait(const WorkWhileWaiting* meanwhile) {
   const TimePoint end = deadline + kGrace;
-  const std::function<void()>* const work = workOfThisThread();
+  const bool works = meanwhile && meanwhile->thread == std::this_thread::get_id();
   std::unique_lock lock(mutex_);
-  while (work != nullptr && !done_ && Clock::now() < end) {
+  while (works && !done_ && Clock::now() < end) {
     finished_.wait_for(lock, kWorkInterval, [this] { return done_; });
     lock.unlock();
-    (*work)();
+    meanwhile->work();
     lock.lock();
   }
   if (finished_.wait_until(lock, end, [this] { return done_; })) {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "backends/linux/atspi/bus/BusLink.h"
@@ -15,13 +16,20 @@
 
 namespace jumplark::atspi {
 
+/// What a thread does every now and then while it waits for an answer.
+struct WorkWhileWaiting {
+  std::thread::id thread;
+  std::function<void()> work;
+};
+
 /// Calls that belong together, and their replies. The accessibility thread fills it; whoever posted it waits.
 class CallBatch {
  public:
   CallBatch(std::vector<MethodCall> batchCalls, TimePoint batchDeadline);
 
-  /// The replies, or cannotComplete for all when even the accessibility thread did not get to them in time.
-  std::vector<Reply> wait();
+  /// The replies, or cannotComplete for all when even the accessibility thread did not get to them in time. `meanwhile`
+  /// may be null, and is nothing to other threads than its own.
+  std::vector<Reply> wait(const WorkWhileWaiting* meanwhile);
   void finish();
 
   const std::vector<MethodCall> calls;

@@ -34,8 +34,8 @@ bool endsLike(const ElementFacts& holder, const ElementFacts& control) {
 }
 
 /// Null when nothing around the control speaks for it.
-const ElementFacts* holderOf(const ElementFacts& control, const FactsMap& elements) {
-  const ElementFacts* holder = find(control.parent, elements);
+const ElementFacts* holderOf(const ElementFacts& control, const ElementDraft& elements) {
+  const ElementFacts* holder = elements.find(control.parent);
   for (int step = 0; step < kMostSteps && holder; ++step) {
     if (!(holder->role == role::panel || holder->role == role::filler) || !endsLike(*holder, control)) {
       return nullptr;
@@ -43,7 +43,7 @@ const ElementFacts* holderOf(const ElementFacts& control, const FactsMap& elemen
     if (hasWords(*holder) || !holder->labelledBy.empty()) {
       return holder;
     }
-    holder = find(holder->parent, elements);
+    holder = elements.find(holder->parent);
   }
   return nullptr;
 }
@@ -54,7 +54,7 @@ bool hasWords(const ElementFacts& element) {
   return !isBlank(element.name) || !isBlank(element.description);
 }
 
-void nameAfterHolders(FactsMap& elements) {
+void nameAfterHolders(ElementDraft& elements) {
   std::map<std::pair<const ElementFacts*, bool>, std::vector<ElementFacts*>> held;
   for (const auto& [ref, element] : elements) {
     if (!lacksWords(*element)) {
@@ -78,9 +78,9 @@ void nameAfterHolders(FactsMap& elements) {
   }
 }
 
-bool mayNameAButton(const ElementFacts& element, const FactsMap& elements) {
+bool mayNameAButton(const ElementFacts& element, const ElementDraft& elements) {
   return element.role == role::filler && !hasWords(element) &&
-         std::ranges::any_of(childrenOf(element, elements), [&](const ElementFacts* inner) {
+         std::ranges::any_of(elements.childrenOf(element), [&](const ElementFacts* inner) {
            return isButton(*inner) && lacksWords(*inner) && endsLike(element, *inner);
          });
 }

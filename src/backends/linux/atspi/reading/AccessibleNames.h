@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backends/linux/atspi/element/FactsMap.h"
+#include "backends/linux/atspi/element/ElementDraft.h"
 
 namespace jumplark::atspi {
 
@@ -12,9 +12,9 @@ bool hasWords(const ElementFacts& element);
 /// its list. A holder ends where its control does, above and below, and holds no other one of that kind without words.
 /// Where the holder has no words either but a caption, the control has that caption: choosers may be made of a box and
 /// a button.
-void nameAfterHolders(FactsMap& elements);
+void nameAfterHolders(ElementDraft& elements);
 
 /// True for a box whose caption is worth asking for, since a button in it may need it. All below it has been read.
-bool mayNameAButton(const ElementFacts& element, const FactsMap& elements);
+bool mayNameAButton(const ElementFacts& element, const ElementDraft& elements);
 
 }  // namespace jumplark::atspi

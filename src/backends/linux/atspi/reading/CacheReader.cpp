@@ -18,9 +18,7 @@ constexpr auto kPatience = std::chrono::milliseconds(300);
 constexpr auto kTryOutPatience = std::chrono::seconds(2);
 /// An answer that may be asked for before anything else without holding that up.
 constexpr auto kQuick = std::chrono::milliseconds(100);
-/// A text that could not be read is seldom there for long, or for as long as its application.
 constexpr auto kUnreadablePause = std::chrono::minutes(1);
-constexpr size_t kMostRemembered = 1000;
 
 }  // namespace
 
@@ -28,11 +26,8 @@ CallRunner::Wait CacheReader::begin(CallRunner& runner, const Toolkit& toolkit, 
   if (isToBeWalked(toolkit, busName)) {
     return {};
   }
-  {
-    const std::lock_guard lock(mutex_);
-    if (!quick_.contains(busName)) {
-      return {};
-    }
+  if (!experiences_.of(busName, [](const Experience& known) { return known.hasQuickCache; })) {
+    return {};
   }
   std::vector<MethodCall> calls;
   calls.push_back(calls::cacheItems(busName).call);
@@ -44,11 +39,7 @@ AccessibilityResult<std::vector<CacheItem>> CacheReader::ask(CallRunner& runner,
   const TimePoint started = Clock::now();
   auto items = callOnce(runner, calls::cacheItems(busName), deadline);
   if (items.ok() && Clock::now() - started < kQuick) {
-    const std::lock_guard lock(mutex_);
-    if (quick_.size() >= kMostRemembered) {
-      quick_.clear();
-    }
-    quick_.insert(busName);
+    experiences_.of(busName, [](Experience& known) { known.hasQuickCache = true; });
   }
   return items;
 }
@@ -67,7 +58,8 @@ std::shared_ptr<const CachedTree> CacheReader::read(CallRunner& runner, const To
   if (items.error == AccessibilityError::cannotComplete) {
     noteSlow(busName);
   } else if (items.error == AccessibilityError::failure) {
-    noteUnreadable(busName);
+    spdlog::debug("The cache of {} cannot be read", busName);
+    experiences_.of(busName, [](Experience& known) { known.cacheUnreadableUntil = Clock::now() + kUnreadablePause; });
   }
   if (!items.ok()) {
     return nullptr;
@@ -89,28 +81,14 @@ void CacheReader::tryOut(CallRunner& runner, const Toolkit& toolkit, const std::
 }
 
 bool CacheReader::isToBeWalked(const Toolkit& toolkit, const std::string& busName) const {
-  const std::lock_guard lock(mutex_);
-  const auto unreadable = unreadableUntil_.find(busName);
-  return !toolkit.keepsCache() || slow_.contains(busName) ||
-         (unreadable != unreadableUntil_.end() && Clock::now() < unreadable->second);
-}
-
-void CacheReader::noteUnreadable(const std::string& busName) {
-  spdlog::debug("The cache of {} cannot be read", busName);
-  const std::lock_guard lock(mutex_);
-  if (unreadableUntil_.size() >= kMostRemembered) {
-    unreadableUntil_.clear();
-  }
-  unreadableUntil_[busName] = Clock::now() + kUnreadablePause;
+  return !toolkit.keepsCache() || experiences_.of(busName, [](const Experience& known) {
+    return known.hasSlowCache || Clock::now() < known.cacheUnreadableUntil;
+  });
 }
 
 void CacheReader::noteSlow(const std::string& busName) {
   spdlog::debug("The cache of {} is too slow", busName);
-  const std::lock_guard lock(mutex_);
-  if (slow_.size() >= kMostRemembered) {
-    slow_.clear();
-  }
-  slow_.insert(busName);
+  experiences_.of(busName, [](Experience& known) { known.hasSlowCache = true; });
 }
 
 }  // namespace jumplark::atspi

@@ -1,14 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "backends/linux/atspi/bus/MethodCall.h"
 #include "backends/linux/atspi/reading/CachedTree.h"
+#include "backends/linux/atspi/reading/Experience.h"
 #include "backends/linux/atspi/reading/Toolkit.h"
 
 namespace jumplark::atspi {
@@ -19,6 +17,8 @@ namespace jumplark::atspi {
 /// a while. Calls may come from any thread.
 class CacheReader {
  public:
+  explicit CacheReader(Experiences& experiences) : experiences_(experiences) {}
+
   /// Asks for what read() will need, if it is known from earlier that the answer comes quickly; gives nothing
   /// otherwise.
   CallRunner::Wait begin(CallRunner& runner, const Toolkit& toolkit, const std::string& busName);
@@ -35,12 +35,8 @@ class CacheReader {
   /// Whether to walk the application without asking.
   bool isToBeWalked(const Toolkit& toolkit, const std::string& busName) const;
   void noteSlow(const std::string& busName);
-  void noteUnreadable(const std::string& busName);
 
-  mutable std::mutex mutex_;
-  std::unordered_set<std::string> slow_;
-  std::unordered_map<std::string, TimePoint> unreadableUntil_;
-  std::unordered_set<std::string> quick_;
+  Experiences& experiences_;
 };
 
 }  // namespace jumplark::atspi

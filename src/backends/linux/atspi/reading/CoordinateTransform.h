@@ -4,7 +4,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "backends/linux/atspi/element/FactsMap.h"
+#include "backends/linux/atspi/element/ElementDraft.h"
 #include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {

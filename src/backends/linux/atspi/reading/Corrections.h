@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "backends/linux/atspi/element/FactsMap.h"
+#include "backends/linux/atspi/element/ElementDraft.h"
 #include "backends/linux/atspi/reading/CoordinateTransform.h"
 
 namespace jumplark::atspi {
@@ -11,7 +11,7 @@ class Toolkit;
 
 /// All that has been read of an application, while it is put right.
 struct Reading {
-  FactsMap& elements;
+  ElementDraft& elements;
   CoordinateTransform& transform;
   std::vector<ElementRef> roots;  ///< frames and open menus that were read whole
   ElementRef focusedWindow;

@@ -18,17 +18,17 @@ bool isMenuEntry(uint32_t number) {
 
 /// A button of GTK 3's that opens a menu has the entries themselves for children, and says whether they show. One of
 /// Qt's that has an arrow for its menu beside it has the menu.
-void reparentMenuOfButton(const ElementRef& frame, const ElementFacts& button, FactsMap& elements) {
+void reparentMenuOfButton(const ElementRef& frame, const ElementFacts& button, ElementDraft& elements) {
   const std::vector<ElementRef> children = button.children;
   for (const ElementRef& child : children) {
-    ElementFacts* entry = find(child, elements);
+    ElementFacts* entry = elements.find(child);
     if (entry && (isMenuEntry(entry->role) || entry->role == role::popupMenu) && entry->is(state::showing) &&
         entry->extents) {
       if (entry->role == role::menu) {
         // Below the window it would be the open menu itself, not the entry that opens it.
         entry->role = role::menuItem;
       }
-      reparent(frame, child, elements);
+      elements.reparent(child, frame);
     }
   }
 }
@@ -43,34 +43,21 @@ bool isOpenPopup(const FrameFacts& frame, const std::vector<MatchedFrame>& match
          });
 }
 
-void reparent(const ElementRef& frame, const ElementRef& popup, FactsMap& elements) {
-  ElementFacts* element = find(popup, elements);
-  ElementFacts* window = find(frame, elements);
-  if (!element || !window || element == window || element->parent == frame) {
-    return;
-  }
-  if (ElementFacts* above = find(element->parent, elements)) {
-    std::erase(above->children, popup);
-  }
-  window->children.push_back(popup);
-  element->parent = frame;
-}
-
-void reparentPopups(const ElementRef& frame, const std::vector<ElementRef>& popups, FactsMap& elements) {
+void reparentPopups(const ElementRef& frame, const std::vector<ElementRef>& popups, ElementDraft& elements) {
   std::vector<ElementRef> found = popups;
   std::vector<const ElementFacts*> buttons;
   for (const auto& [ref, element] : elements) {
     if ((element->role == role::toggleButton || element->role == role::pushButton) && !element->children.empty()) {
       buttons.push_back(element.get());
     }
-    const ElementFacts* above = find(element->parent, elements);
+    const ElementFacts* above = elements.find(element->parent);
     if (above && above->role == role::comboBox && isListOrMenu(element->role) && element->is(state::showing) &&
         element->extents && !(above->extents && *above->extents == *element->extents)) {
       found.push_back(ref);
     }
   }
   for (const ElementRef& popup : found) {
-    reparent(frame, popup, elements);
+    elements.reparent(popup, frame);
   }
   for (const ElementFacts* button : buttons) {
     reparentMenuOfButton(frame, *button, elements);

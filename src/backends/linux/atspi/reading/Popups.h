@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "backends/linux/atspi/element/FactsMap.h"
+#include "backends/linux/atspi/element/ElementDraft.h"
 #include "backends/linux/atspi/reading/FrameMatching.h"
 
 namespace jumplark::atspi {
@@ -14,9 +14,6 @@ bool isOpenPopup(const FrameFacts& frame, const std::vector<MatchedFrame>& match
 /// Open lists of combo boxes and open menus (of a button: their entries) lie in windows of their own, over other things
 /// than the box that they belong to or over none. Those that were read become children of the focused frame, after all
 /// others, so that they are found there whatever they cover.
-void reparentPopups(const ElementRef& frame, const std::vector<ElementRef>& popups, FactsMap& elements);
-
-/// The same for one element.
-void reparent(const ElementRef& frame, const ElementRef& popup, FactsMap& elements);
+void reparentPopups(const ElementRef& frame, const std::vector<ElementRef>& popups, ElementDraft& elements);
 
 }  // namespace jumplark::atspi

@@ -3,12 +3,12 @@
 #include <memory>
 #include <optional>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/reading/CachedTree.h"
+#include "backends/linux/atspi/reading/Experience.h"
 #include "backends/linux/atspi/reading/Toolkit.h"
 
 namespace jumplark::atspi {
@@ -18,12 +18,10 @@ namespace jumplark::atspi {
 /// Asks a little more than a walk would, for the elements that turn out to be hidden or gone.
 class Prefetch {
  public:
-  using Set = std::unordered_set<ElementRef, ElementRefHash>;
-
   /// `visibleOnly` leaves out what does not show, and what is below it. What is below the `hidden`, which did not show
   /// the last time, is left to the walk. The cache outlives this.
   Prefetch(const Toolkit& toolkit, const CachedTree& cache, bool visibleOnly,
-           std::shared_ptr<const Set> hidden = std::make_shared<const Set>())
+           std::shared_ptr<const Experience::References> hidden = Experience().hidden)
       : toolkit_(toolkit), cache_(cache), visibleOnly_(visibleOnly), hidden_(std::move(hidden)) {}
   Prefetch(const Prefetch&) = delete;
   Prefetch& operator=(const Prefetch&) = delete;
@@ -54,7 +52,7 @@ class Prefetch {
   const Toolkit& toolkit_;
   const CachedTree& cache_;
   const bool visibleOnly_;
-  const std::shared_ptr<const Set> hidden_;
+  const std::shared_ptr<const Experience::References> hidden_;
   TypedBatch batch_;
   std::unordered_map<ElementRef, Answers, ElementRefHash> asked_;
   bool complete_ = true;

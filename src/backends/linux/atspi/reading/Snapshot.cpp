@@ -68,6 +68,15 @@ void Snapshot::add(FactsPointer facts) const {
   hasMore_.store(true, std::memory_order_release);
 }
 
+ElementDraft Snapshot::added() const {
+  ElementDraft all;
+  const std::lock_guard lock(mutex_);
+  for (const auto& [ref, facts] : more_) {
+    all.add(*facts);
+  }
+  return all;
+}
+
 bool Snapshot::isOf(const ElementRef& element) const {
   const AtspiHandle* handle = handleOf(element);
   return handle && handle->busName() == handleOf(application)->busName();

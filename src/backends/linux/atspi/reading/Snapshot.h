@@ -3,6 +3,9 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -24,7 +27,7 @@ struct SnapshotDraft {
   std::vector<MatchedFrame> frames;  ///< front to back
   ElementRef focusedWindow;
   ElementRef menuBar;  ///< of the focused window; found by itself in a tree
-  FactsMap elements;
+  ElementDraft elements;
   TextMap texts;
   std::shared_ptr<const CoordinateTransform> transform = std::make_shared<const CoordinateTransform>();
   bool visibleOnly = false;  ///< of what does not show only its identity was read
@@ -33,8 +36,30 @@ struct SnapshotDraft {
   Clock::duration took{0};
 };
 
-/// All that was read of one application at one time. It does not change, except that what is read later of its elements
-/// is kept with it. May be used from any thread.
+/// A list of elements, or only its length where it is so long that it is read page by page.
+struct ElementList {
+  int64_t count = 0;
+  std::shared_ptr<const std::vector<ElementRef>> elements;  ///< null when paged
+};
+
+/// What shows of a text, by its place in UTF-16 units.
+struct SeenText {
+  Range range;
+  std::string text;
+};
+
+/// What is found out about one element of a snapshot.
+struct Findings {
+  std::optional<std::string_view> role;
+  std::optional<ElementList> children;
+  std::optional<ElementList> visibleChildren;
+  std::optional<ElementList> visibleRows;
+  std::optional<AccessibilityResult<SeenText>> seen;
+};
+
+/// All that was read of one application at one time, for an enumeration or for an action. It does not change. Two
+/// things are kept with it, since they hold as long as it does: what is read later of its elements, and what is found
+/// out about them. May be used from any thread.
 class Snapshot {
  public:
   /// `timeForMore` is how long reads of what it lacks may take in all.
@@ -55,7 +80,7 @@ class Snapshot {
   const bool fromCache;
   const Clock::duration took;
   const TimePoint takenAt = Clock::now();
-  const ElementTree tree;     ///< empty for an action, which reads here and there
+  const ElementTree tree;
   ElementRef menuBar;         ///< of the focused window
   ElementRef focusedElement;  ///< has keyboard focus
   mutable TimeBudget budget;
@@ -64,9 +89,29 @@ class Snapshot {
   FactsPointer find(const ElementRef& element) const;
   /// All elements in document order.
   std::vector<FactsPointer> elements() const;
+  bool isOf(const ElementRef& element) const;
+
   /// Keeps what was read later, of an element of the tree or of any other of the application.
   void add(FactsPointer facts) const;
-  bool isOf(const ElementRef& element) const;
+  /// What was read later.
+  ElementDraft added() const;
+  /// What was found out about the element of the tree with that index; none before.
+  template <typename T>
+  std::optional<T> known(int index, std::optional<T> Findings::*slot) const {
+    const std::lock_guard lock(mutex_);
+    return findings_[static_cast<size_t>(index)].*slot;
+  }
+  /// The same, else what `find` finds out; nothing is locked meanwhile.
+  template <typename T, typename Find>
+  T once(int index, std::optional<T> Findings::*slot, Find find) const {
+    if (auto answer = known(index, slot)) {
+      return std::move(*answer);
+    }
+    T found = find();
+    const std::lock_guard lock(mutex_);
+    findings_[static_cast<size_t>(index)].*slot = found;
+    return found;
+  }
 
  private:
   void findLandmarks();
@@ -74,6 +119,7 @@ class Snapshot {
   mutable std::mutex mutex_;  ///< leaf
   mutable std::atomic<bool> hasMore_{false};
   mutable std::unordered_map<ElementRef, FactsPointer, ElementRefHash> more_;
+  mutable std::vector<Findings> findings_ = std::vector<Findings>(tree.nodes().size());  ///< in the order of the tree
 };
 
 using SnapshotPointer = std::shared_ptr<const Snapshot>;

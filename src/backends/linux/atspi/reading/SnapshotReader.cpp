@@ -3,13 +3,13 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/reading/Popups.h"
-#include "backends/linux/atspi/reading/RoleNames.h"
 #include "backends/linux/atspi/reading/WalkSteps.h"
 
 namespace jumplark::atspi {
@@ -38,14 +38,14 @@ Placement placementOf(const SnapshotDraft& snapshot) {
 }
 
 void addApplication(SnapshotDraft& snapshot, const ElementFacts& read, const std::vector<FrameFacts>& frames) {
-  auto root = std::make_shared<ElementFacts>(read);
-  root->parent = ElementRef();
-  root->known |= facts::children | facts::extents;
-  root->childCount = static_cast<int64_t>(frames.size());
+  ElementFacts root = read;
+  root.parent = ElementRef();
+  root.known |= facts::children | facts::extents;
+  root.childCount = static_cast<int64_t>(frames.size());
   for (const FrameFacts& frame : frames) {
-    root->children.push_back(frame.element);
+    root.children.push_back(frame.element);
   }
-  snapshot.elements[snapshot.application] = std::move(root);
+  snapshot.elements.add(std::move(root));
 }
 
 /// The frame that will turn out to be the focused one, as far as a cache can tell, which knows no places.
@@ -63,7 +63,7 @@ ElementRef likelyFocusedFrame(const CachedTree& cache, const std::vector<Element
 }  // namespace
 
 SnapshotReader::SnapshotReader(BusConnection& bus, ApplicationRegistry& registry)
-    : bus_(bus), registry_(registry), replays_(bus), roleNames_(std::make_shared<RoleNames>()) {}
+    : bus_(bus), registry_(registry), replays_(bus) {}
 
 void SnapshotReader::expect(const ElementRef& application) {
   if (const AtspiHandle* handle = handleOf(application)) {
@@ -157,7 +157,9 @@ void SnapshotReader::readFrames(Pass& pass) {
     pass.cache = cache_.read(pass.runner, pass.toolkit(), busName, children, pass.deadline, cacheBegun);
   }
   if (pass.cache) {
-    pass.ahead = std::make_shared<Prefetch>(pass.toolkit(), *pass.cache, pass.draft.visibleOnly, hiddenLastTime());
+    pass.ahead =
+        std::make_shared<Prefetch>(pass.toolkit(), *pass.cache, pass.draft.visibleOnly,
+                                   experiences_.of(busName, [](const Experience& known) { return known.hidden; }));
     pass.ahead->start(pass.runner, likelyFocusedFrame(*pass.cache, children, pass.windows, pass.toolkit()),
                       pass.deadline);
   }
@@ -192,7 +194,6 @@ void SnapshotReader::readRoots(Pass& pass) {
   // Windows that no frame is told of: the application is silent.
   pass.draft.complete = !pass.frames.empty() || pass.windows.empty();
   pass.draft.fromCache = pass.cache != nullptr;
-  const auto roleNames = pass.toolkit().namesRolesAlike() ? roleNames_ : nullptr;
   for (const ElementRef& root : pass.roots) {
     const WalkPlan plan{&pass.toolkit(),
                         offsetOf(pass.draft, root),
@@ -201,7 +202,7 @@ void SnapshotReader::readRoots(Pass& pass) {
                         pass.cancelled,
                         pass.cache,
                         pass.ahead,
-                        roleNames};
+                        &experiences_};
     const size_t before = pass.draft.elements.size();
     const auto started = Clock::now();
     pass.draft.complete = pass.toolkit().readWindow(pass.draft, root, pass.runner, plan) && pass.draft.complete;
@@ -210,13 +211,8 @@ void SnapshotReader::readRoots(Pass& pass) {
   }
 }
 
-std::shared_ptr<const Prefetch::Set> SnapshotReader::hiddenLastTime() {
-  const std::lock_guard lock(mutex_);
-  return hidden_;
-}
-
 void SnapshotReader::rememberHidden(const SnapshotDraft& snapshot) {
-  auto hidden = std::make_shared<Prefetch::Set>();
+  auto hidden = std::make_shared<Experience::References>();
   if (!snapshot.toolkit->tellsShowing()) {
     for (const auto& [ref, element] : snapshot.elements) {
       if (element->has(facts::extents) && !element->is(state::showing)) {
@@ -224,8 +220,7 @@ void SnapshotReader::rememberHidden(const SnapshotDraft& snapshot) {
       }
     }
   }
-  const std::lock_guard lock(mutex_);
-  hidden_ = std::move(hidden);
+  experiences_.of(handleOf(snapshot.application)->busName(), [&](Experience& known) { known.hidden = hidden; });
 }
 
 void SnapshotReader::addOtherFrames(CallRunner& runner, SnapshotDraft& snapshot, const std::vector<ElementRef>& frames,
@@ -241,8 +236,7 @@ void SnapshotReader::addOtherFrames(CallRunner& runner, SnapshotDraft& snapshot,
   FactsReader(runner).read(requests, deadline);
   for (ReadRequest& request : requests) {
     request.facts.parent = snapshot.application;
-    const ElementRef ref = request.facts.ref;
-    snapshot.elements[ref] = std::make_shared<ElementFacts>(std::move(request.facts));
+    snapshot.elements.add(std::move(request.facts));
   }
 }
 
@@ -253,11 +247,10 @@ void SnapshotReader::wake(const ElementRef& application) {
   }
   const Toolkit& toolkit = *registry_.toolkitOf(application).toolkit;
   const Toolkit::Waking waking = toolkit.waking();
-  {
-    const std::lock_guard lock(mutex_);
-    if (!woken_.insert(handle->busName()).second && !waking.eachTime) {
-      return;
-    }
+  const bool wasWoken =
+      experiences_.of(handle->busName(), [](Experience& known) { return std::exchange(known.isWoken, true); });
+  if (wasWoken && !waking.eachTime) {
+    return;
   }
   if (waking.asksAttributes) {
     const TimePoint deadline = Clock::now() + bus_.messagingTimeout();

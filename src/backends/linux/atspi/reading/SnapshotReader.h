@@ -3,20 +3,16 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <string>
-#include <unordered_set>
 
 #include "backends/linux/atspi/bus/ReplayedCalls.h"
 #include "backends/linux/atspi/reading/ApplicationRegistry.h"
 #include "backends/linux/atspi/reading/CacheReader.h"
+#include "backends/linux/atspi/reading/Experience.h"
 #include "backends/linux/atspi/reading/FactsReader.h"
 #include "backends/linux/atspi/reading/Prefetch.h"
 #include "backends/linux/atspi/reading/Snapshot.h"
 
 namespace jumplark::atspi {
-
-class RoleNames;
 
 /// Reads what an enumeration of one application is about to ask: the focused window whole, of the other windows only
 /// what they are. Of an application that owns a panel (a dock window) every frame is read whole.
@@ -48,7 +44,6 @@ class SnapshotReader {
   void readRoots(Pass& pass);
   SnapshotDraft read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
                      const std::function<bool()>& cancelled);
-  std::shared_ptr<const Prefetch::Set> hiddenLastTime();
   void rememberHidden(const SnapshotDraft& snapshot);
   void addOtherFrames(CallRunner& runner, SnapshotDraft& snapshot, const std::vector<ElementRef>& frames,
                       TimePoint deadline);
@@ -56,13 +51,9 @@ class SnapshotReader {
 
   BusConnection& bus_;
   ApplicationRegistry& registry_;
-  CacheReader cache_;
+  Experiences experiences_;
+  CacheReader cache_{experiences_};
   Replays replays_;
-  std::shared_ptr<RoleNames> roleNames_;
-  std::mutex mutex_;
-  std::unordered_set<std::string> woken_;  ///< bus names
-  /// What the last snapshot named and did not show, of an application whose cache cannot tell that; never null.
-  std::shared_ptr<const Prefetch::Set> hidden_ = std::make_shared<const Prefetch::Set>();
 };
 
 }  // namespace jumplark::atspi

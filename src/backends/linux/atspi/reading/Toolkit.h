@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "backends/linux/atspi/bus/MethodCall.h"
-#include "backends/linux/atspi/element/FactsMap.h"
+#include "backends/linux/atspi/element/ElementDraft.h"
 #include "backends/linux/atspi/reading/CoordinateTransform.h"
 #include "backends/linux/windows/WindowSystem.h"
 
@@ -65,7 +65,9 @@ class Toolkit {
   /// True for what tells a place from which it cannot be told yet whether it shows.
   virtual bool isMisplaced(const ElementFacts& /*element*/, const ElementFacts& /*parent*/) const { return false; }
   /// True for an element that tells its place in points of the screen whatever the window's scale.
-  virtual bool tellsScreenPlace(const ElementFacts& /*element*/, const FactsMap& /*elements*/) const { return false; }
+  virtual bool tellsScreenPlace(const ElementFacts& /*element*/, const ElementDraft& /*elements*/) const {
+    return false;
+  }
   /// What the application itself says lies on top at a point (as it counts) in one of its documents, where its word is
   /// better than its elements' places. Takes time.
   virtual ElementRef topmostInDocument(CallRunner& /*runner*/, const AtspiHandle& /*document*/, Point /*point*/,
@@ -113,9 +115,9 @@ class Toolkit {
   /// Single-line entries end their texts where they end, however much was asked for.
   virtual bool endsTextsItself() const { return false; }
   /// True for a box whose caption is worth asking for. All below it has been read.
-  virtual bool mayBeCaptioned(const ElementFacts& /*element*/, const FactsMap& /*elements*/) const { return false; }
+  virtual bool mayBeCaptioned(const ElementFacts& /*element*/, const ElementDraft& /*elements*/) const { return false; }
   /// Puts right what a walk has read, parents before their children, before more is asked of it.
-  virtual void settle(CallRunner& /*runner*/, const WalkPlan& /*plan*/, FactsMap& /*elements*/,
+  virtual void settle(CallRunner& /*runner*/, const WalkPlan& /*plan*/, ElementDraft& /*elements*/,
                       std::vector<std::shared_ptr<ElementFacts>>& /*walked*/) const {}
 
   /// @}
@@ -125,10 +127,10 @@ class Toolkit {
   /// The correction of places wants to know the pop-up windows.
   virtual bool placesByPopups() const { return false; }
   virtual void correctPlaces(Reading& /*reading*/) const {}
-  virtual void reparent(FactsMap& /*elements*/) const {}
-  virtual void nameControls(FactsMap& /*elements*/) const {}
+  virtual void reparent(ElementDraft& /*elements*/) const {}
+  virtual void nameControls(ElementDraft& /*elements*/) const {}
   /// Hides what lies below something else though it says that it shows.
-  virtual void hideOccluded(FactsMap& /*elements*/) const {}
+  virtual void hideOccluded(ElementDraft& /*elements*/) const {}
 
   /// @}
 

@@ -12,7 +12,7 @@ namespace jumplark::atspi {
 /// what there is, at the deadline and when the application stops answering.
 class TreeWalk : private WalkSteps {
  public:
-  TreeWalk(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts)
+  TreeWalk(CallRunner& runner, WalkPlan plan, ElementDraft& elements, TextMap& texts)
       : WalkSteps(runner, std::move(plan), elements, texts) {}
 
   /// Adds `start` and what is below it. Elements that the map holds already are not read again.

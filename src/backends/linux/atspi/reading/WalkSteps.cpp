@@ -5,10 +5,11 @@
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
+#include "backends/linux/atspi/element/Clip.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/CachedTree.h"
-#include "backends/linux/atspi/reading/RoleNames.h"
+#include "backends/linux/atspi/reading/Experience.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -46,17 +47,7 @@ void addExtraCalls(TypedBatch& batch, ElementFacts& e, facts::Set wanted, const 
 }  // namespace
 
 std::shared_ptr<ElementFacts> WalkSteps::claim(const ElementRef& element, const ElementRef& parent) {
-  if (!handleOf(element) || elements_.size() >= kMostElements) {
-    return nullptr;
-  }
-  auto& slot = elements_[element];
-  if (slot) {
-    return nullptr;
-  }
-  slot = std::make_shared<ElementFacts>();
-  slot->ref = element;
-  slot->parent = parent;
-  return slot;
+  return handleOf(element) && elements_.size() < kMostElements ? elements_.claim(element, parent) : nullptr;
 }
 
 void WalkSteps::adopt(ElementFacts& parent, const std::vector<ElementRef>& children, Level& next) {
@@ -74,30 +65,31 @@ void WalkSteps::leaveOutVanished(Level& level) {
     const bool gone = !element->has(facts::identity) || element->is(state::defunct);
     if (gone) {
       bereft.insert(element->parent);
-      elements_.erase(element->ref);
+      elements_.remove(element->ref);
     }
     return gone;
   });
   for (const ElementRef& parent : bereft) {
-    if (const auto it = elements_.find(parent); it != elements_.end()) {
-      std::erase_if(it->second->children, [this](const ElementRef& child) { return !elements_.contains(child); });
+    if (ElementFacts* left = elements_.find(parent)) {
+      std::erase_if(left->children, [this](const ElementRef& child) { return !elements_.contains(child); });
     }
   }
 }
 
 const ElementFacts* WalkSteps::parentOf(const ElementFacts& element) const {
-  return find(element.parent, elements_);
+  return elements_.find(element.parent);
 }
 
 Rect WalkSteps::visiblePart(const ElementFacts& element) const {
   Rect part = element.extents.value_or(Rect::null());
   // The walk made the parents, so that following them ends.
-  for (const ElementFacts* above = parentOf(element); above; above = parentOf(*above)) {
+  const ElementFacts* inside = &element;
+  for (const ElementFacts* above = parentOf(element); above && !isMenuLike(*above); above = parentOf(*above)) {
     const ElementFacts* around = parentOf(*above);
-    if (above->extents && !(around && plan_.toolkit->isMisplaced(*above, *around)) &&
-        !(above->role == role::pageTab && !intersects(part, *above->extents))) {
+    if (clips(*above, *inside) && !(around && plan_.toolkit->isMisplaced(*above, *around))) {
       part = intersection(part, *above->extents);
     }
+    inside = above;
   }
   return part;
 }
@@ -183,7 +175,7 @@ void WalkSteps::askCaptions(TypedBatch& batch, const Level& all) {
     }
     batch.add<RelationSet>(calls::relations(*handleOf(element->ref)), [this, label = element->ref](RelationSet& set) {
       for (const auto& [type, targets] : set) {
-        ElementFacts* named = targets.empty() ? nullptr : find(targets.front(), elements_);
+        ElementFacts* named = targets.empty() ? nullptr : elements_.find(targets.front());
         if (type == calls::kRelationLabelFor && named && plan_.toolkit->mayBeCaptioned(*named, elements_)) {
           named->labelledBy.push_back(label);
         }
@@ -200,14 +192,17 @@ void WalkSteps::askRoleName(TypedBatch& batch, const ElementFacts& e,
   if (!isNew) {
     return;
   }
-  if (const auto known = plan_.roleNames ? plan_.roleNames->find(handle.busName(), e.role) : std::nullopt) {
-    name->second = *known;
+  const bool stays = plan_.toolkit->namesRolesAlike();
+  if (stays) {
+    name->second = plan_.experiences->of(handle.busName(), [&e](Experience& known) { return known.roleNames[e.role]; });
+  }
+  if (!name->second.empty()) {
     return;
   }
-  batch.add<std::string>(calls::localizedRole(handle), [this, &handle, &e, &text = name->second](std::string& answer) {
+  batch.add<std::string>(calls::localizedRole(handle), [this, stays, &handle, &e, &text = name->second](auto& answer) {
     text = std::move(answer);
-    if (plan_.roleNames) {
-      plan_.roleNames->keep(handle.busName(), e.role, text);
+    if (stays) {
+      plan_.experiences->of(handle.busName(), [&](Experience& known) { known.roleNames[e.role] = text; });
     }
   });
 }

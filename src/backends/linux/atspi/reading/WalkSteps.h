@@ -8,15 +8,15 @@
 #include <vector>
 
 #include "backends/linux/atspi/bus/MethodCall.h"
-#include "backends/linux/atspi/element/FactsMap.h"
+#include "backends/linux/atspi/element/ElementDraft.h"
 #include "backends/linux/atspi/reading/TextReading.h"
 #include "backends/linux/atspi/reading/Toolkit.h"
 
 namespace jumplark::atspi {
 
 class CachedTree;
+class Experiences;
 class Prefetch;
-class RoleNames;
 class TypedBatch;
 
 struct WalkPlan {
@@ -30,8 +30,7 @@ struct WalkPlan {
   std::shared_ptr<const CachedTree> cache;
   /// What has been asked already of what the cache names; may be null.
   std::shared_ptr<Prefetch> ahead;
-  /// What is known of the roles' names from earlier; may be null.
-  std::shared_ptr<RoleNames> roleNames;
+  Experiences* experiences = nullptr;  ///< never null
 };
 
 /// What every walk through a tree does, whatever the toolkit: an element belongs to the first parent that names it, one
@@ -46,7 +45,7 @@ class WalkSteps {
   using Level = std::vector<std::shared_ptr<ElementFacts>>;
   static constexpr facts::Set kRead = facts::identity | facts::texts | facts::extents | facts::children;
 
-  WalkSteps(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts)
+  WalkSteps(CallRunner& runner, WalkPlan plan, ElementDraft& elements, TextMap& texts)
       : runner_(runner), plan_(std::move(plan)), elements_(elements), texts_(texts) {}
 
   /// Null for an element that the map holds already.
@@ -55,8 +54,7 @@ class WalkSteps {
   /// Takes out of the level, and of the tree, what has gone since its parent named it.
   void leaveOutVanished(Level& level);
   const ElementFacts* parentOf(const ElementFacts& element) const;
-  /// What is to be seen of an element: its extents clipped by those around it; null when nothing. A tab is not around
-  /// the page that it shows.
+  /// What is to be seen of an element, as far as the places are known that are right; null when nothing.
   Rect visiblePart(const ElementFacts& element) const;
 
   /// Each adds the calls for what it names to the batch.
@@ -79,7 +77,7 @@ class WalkSteps {
 
   CallRunner& runner_;
   const WalkPlan plan_;
-  FactsMap& elements_;
+  ElementDraft& elements_;
   TextMap& texts_;
   bool complete_ = true;
 

@@ -16,8 +16,7 @@ class ActionReader {
       : runner_(runner),
         before_(scope.known),
         now_(now),
-        live_(source, View::Kind::live, {std::move(now)},
-              scope.placed ? View::Snapshots{scope.placed} : View::Snapshots()) {}
+        live_(View::live(source, scope.placed ? View::Snapshots{scope.placed} : View::Snapshots(), std::move(now))) {}
 
   /// The element and everything above it anew, with what hit tests look at: what stands beside each, and what that
   /// holds.

@@ -79,9 +79,10 @@ SnapshotPointer AtspiElementSource::takeForAction(const ElementRef& element, con
   if (scope.known && scope.known->focusedWindow == now.focused) {
     draft.menuBar = scope.known->menuBar;
   }
-  auto snapshot = std::make_shared<const Snapshot>(std::move(draft));
-  ActionReader(*this, bus_, scope, snapshot).read(element, deadline());
-  return snapshot;
+  const auto reading = std::make_shared<const Snapshot>(draft);
+  ActionReader(*this, bus_, scope, reading).read(element, deadline());
+  draft.elements = reading->added();
+  return std::make_shared<const Snapshot>(std::move(draft));
 }
 
 const Toolkit& AtspiElementSource::toolkitOf(const AtspiHandle& element) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +24,8 @@ class AtspiElementSource : public ElementSource {
   /// Reaches for the accessibility bus. Not needed before reading, but tells what is wrong, and applications that start
   /// afterwards offer their tree.
   BusConnection::Reachability connect() { return bus_.connect(); }
+  /// See BusConnection.
+  Token workWhileWaiting(std::function<void()> work) { return bus_.workWhileWaiting(std::move(work)); }
   /// To be called when an application comes to the front, long before its snapshot: learns how to read it, and wakes
   /// its tree where that sleeps. Takes up to some time-outs.
   void applicationBecameActive(int32_t pid);

@@ -7,6 +7,7 @@
 #include "platform/Utf8.h"
 
 namespace jumplark::atspi {
+
 namespace {
 
 const SnapshotPointer& snapshotIn(const View::Snapshots& snapshots, const ElementRef& element) {
@@ -18,26 +19,32 @@ const SnapshotPointer& snapshotIn(const View::Snapshots& snapshots, const Elemen
 
 }  // namespace
 
-const SnapshotPointer& View::knownOf(const ElementRef& element) const {
+SnapshotPointer View::lastOf(const ElementRef& element) const {
   return snapshotIn(snapshots_, element);
 }
 
-SnapshotPointer View::lastOf(const ElementRef& element) const {
-  return snapshotIn(last_, element);
+const SnapshotPointer& View::knownOf(const ElementRef& element) const {
+  return snapshotIn(isLive_ ? action_ : snapshots_, element);
 }
 
 ReadScope View::scopeOf(const ElementRef& element) const {
   return {knownOf(element), lastOf(element)};
 }
 
-FactsPointer View::inSnapshot(const ElementRef& element) const {
-  const SnapshotPointer& known = knownOf(element);
-  const bool holds = known && kind_ == Kind::snapshots && known->tree.find(element) != ElementTree::kNone;
-  return holds ? known->find(element) : nullptr;
+std::pair<const Snapshot*, int> View::placeOf(const ElementRef& element) const {
+  const Snapshot* known = knownOf(element).get();
+  const int index = known ? known->tree.find(element) : ElementTree::kNone;
+  return {index == ElementTree::kNone ? nullptr : known, index};
 }
 
 SnapshotPointer View::snapshotOf(const ElementRef& element) const {
-  return isInSnapshot(element) ? knownOf(element) : nullptr;
+  return !isLive_ && placeOf(element).first ? lastOf(element) : nullptr;
+}
+
+std::optional<Clip> View::clipOf(const ElementRef& element) const {
+  const auto [snapshot, index] = placeOf(element);
+  const bool isPlaced = snapshot && static_cast<size_t>(index) < snapshot->tree.inDocumentOrder();
+  return isPlaced ? std::optional(snapshot->tree[index].clip) : std::nullopt;
 }
 
 ElementSource::Answer View::facts(const ElementRef& element, facts::Set wanted) const {
@@ -95,41 +102,30 @@ FactsPointer View::with(const FactsPointer& element, facts::Set wanted) const {
   return more ? more : element;
 }
 
-bool View::onlyVisibleIsKnown(const ElementRef& element) const {
-  return isInSnapshot(element) && knownOf(element)->visibleOnly;
-}
-
 std::vector<FactsPointer> View::childrenOf(const ElementFacts& element, facts::Set wanted, size_t limit) const {
+  const SnapshotPointer snapshot = snapshotOf(element.ref);
+  const bool onlyShowing = snapshot && snapshot->visibleOnly;
   FactsPointer reread;
-  const ElementFacts* holder = &element;
-  const bool onlyVisible = onlyVisibleIsKnown(element.ref);
   if (!element.has(facts::children)) {
-    if (!element.is(state::showing) && onlyVisible) {
-      return {};
-    }
-    reread = get(element.ref, facts::children);
+    const bool matters = element.is(state::showing) || !onlyShowing;
+    reread = matters ? get(element.ref, facts::children) : nullptr;
     if (!reread) {
       return {};
     }
-    holder = reread.get();
   }
-  const auto& all = holder->children;
-  if (onlyVisible) {
-    std::vector<FactsPointer> known;
-    const size_t count = std::min(limit, all.size());
-    known.reserve(count);
-    for (size_t i = 0; i < count; ++i) {
-      auto child = inSnapshot(all[i]);
-      const bool lacks = child && child->is(state::showing) && !child->has(wanted);
-      known.push_back(lacks ? get(all[i], wanted) : std::move(child));
-    }
-    return known;
+  const std::vector<ElementRef>& all = reread ? reread->children : element.children;
+  const size_t most = limit == kAll && !snapshot ? kMostLiveChildren : limit;
+  const auto end = all.begin() + static_cast<std::ptrdiff_t>(std::min(most, all.size()));
+  if (!onlyShowing) {
+    return factsOfAll({all.begin(), end}, wanted);
   }
-  const size_t most = isInSnapshot(element.ref) ? limit : std::min(limit, kMostLiveChildren);
-  if (all.size() <= most) {
-    return factsOfAll(all, wanted);
+  std::vector<FactsPointer> known;
+  for (auto one = all.begin(); one != end; ++one) {
+    FactsPointer child = snapshot->tree.find(*one) == ElementTree::kNone ? nullptr : snapshot->find(*one);
+    const bool lacks = child && child->is(state::showing) && !child->has(wanted);
+    known.push_back(lacks ? get(*one, wanted) : std::move(child));
   }
-  return factsOfAll({all.begin(), all.begin() + static_cast<std::ptrdiff_t>(most)}, wanted);
+  return known;
 }
 
 AccessibilityResult<std::vector<ElementRef>> View::childrenInRange(const ElementRef& element, int64_t index,
@@ -140,7 +136,7 @@ AccessibilityResult<std::vector<ElementRef>> View::childrenInRange(const Element
   if (index < 0 || count < 0) {
     return AccessibilityError::illegalArgument;
   }
-  const FactsPointer known = inSnapshot(element);
+  const FactsPointer known = snapshotOf(element) ? knownOf(element)->find(element) : nullptr;
   if (known && known->has(facts::children) && !known->childrenAreVisibleOnly) {
     const auto size = static_cast<int64_t>(known->children.size());
     const auto first = known->children.begin() + std::min(index, size);
@@ -150,9 +146,9 @@ AccessibilityResult<std::vector<ElementRef>> View::childrenInRange(const Element
 }
 
 ElementRef View::application(int32_t pid) const {
-  const auto known =
-      std::find_if(snapshots_.begin(), snapshots_.end(), [pid](const auto& snapshot) { return snapshot->pid == pid; });
-  return known == snapshots_.end() ? source_.application(pid) : (*known)->application;
+  const Snapshots& known = isLive_ ? action_ : snapshots_;
+  const auto found = std::find_if(known.begin(), known.end(), [pid](const auto& one) { return one->pid == pid; });
+  return found == known.end() ? source_.application(pid) : (*found)->application;
 }
 
 ElementRef View::focusedWindow(const ElementRef& application) const {
@@ -171,7 +167,7 @@ ElementRef View::menuBar(const ElementRef& window) const {
     return {};
   }
   if (const SnapshotPointer& known = knownOf(window);
-      known && known->focusedWindow == window && (kind_ == Kind::snapshots || known->menuBar)) {
+      known && known->focusedWindow == window && (!isLive_ || known->menuBar)) {
     return known->menuBar;
   }
   const auto now = source_.take(calls::applicationOf(*handle), true, {});
@@ -179,7 +175,7 @@ ElementRef View::menuBar(const ElementRef& window) const {
 }
 
 ElementRef View::focusedElement(const ElementRef& application) const {
-  if (const SnapshotPointer& known = knownOf(application); known && kind_ == Kind::snapshots) {
+  if (const SnapshotPointer& known = knownOf(application); known && !isLive_) {
     return known->focusedElement;
   }
   const auto now = source_.take(application, true, {});
@@ -188,7 +184,7 @@ ElementRef View::focusedElement(const ElementRef& application) const {
 
 const TextFacts* View::textKnown(const ElementRef& element) const {
   const SnapshotPointer& known = knownOf(element);
-  if (!known || kind_ != Kind::snapshots) {
+  if (!known || isLive_) {
     return nullptr;
   }
   const auto text = known->texts.find(element);
@@ -216,7 +212,7 @@ AccessibilityResult<std::pair<int64_t, int64_t>> View::visibleTextRange(const El
 }
 
 ElementRef View::topmostInDocument(const ElementRef& document, Point point) const {
-  return kind_ == Kind::live ? source_.topmostInDocument(document, point, scopeOf(document)) : ElementRef();
+  return isLive_ ? source_.topmostInDocument(document, point, scopeOf(document)) : ElementRef();
 }
 
 }  // namespace jumplark::atspi

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,46 +11,46 @@
 
 namespace jumplark::atspi {
 
-/// What questions about elements are answered from: snapshots while some are in force, else the applications. Whoever
-/// asks holds the view that he means.
+/// What questions about elements are answered from: the snapshots that are in force, or what the applications say now.
+/// Whoever asks holds the view that he means.
 ///
 /// Looks from one element to those around it without asking an application for what cannot matter: where a snapshot of
 /// showing elements holds the parent, a child that it does not hold is one that does not show, and is not read.
 ///
-/// Never changes, but for what its snapshots keep. Calls may come from any thread.
+/// Never changes. Calls may come from any thread.
 class View {
  public:
   using Snapshots = std::vector<SnapshotPointer>;  ///< at most one an application
-  enum class Kind {
-    snapshots,  ///< answers from its snapshots where they hold the element
-    live,       ///< reads anew, but for what was read for an action
-  };
   static constexpr size_t kAll = std::numeric_limits<size_t>::max();
-  /// Children of an element outside a snapshot are read one by one; beyond this many only the first ones are.
+  /// Children of an element outside a snapshot are read one by one; without another limit only so many are.
   static constexpr size_t kMostLiveChildren = 200;
 
-  /// `last` are the last snapshots of applications, in force or not.
-  View(ElementSource& source, Kind kind, Snapshots snapshots, Snapshots last)
-      : source_(source), kind_(kind), snapshots_(std::move(snapshots)), last_(std::move(last)) {}
+  /// Of the snapshots, which are in force.
+  View(ElementSource& source, Snapshots snapshots)
+      : source_(source), snapshots_(std::move(snapshots)), isLive_(false) {}
+  /// Of what there is now, but for what was read for an action. The snapshots, which are in force or were the last,
+  /// tell how to read.
+  static View live(ElementSource& source, Snapshots snapshots, SnapshotPointer action) {
+    View view(source, std::move(snapshots));
+    view.isLive_ = true;
+    if (action) {
+      view.action_.push_back(std::move(action));
+    }
+    return view;
+  }
 
   ElementSource& source() const { return source_; }
   const Snapshots& snapshots() const { return snapshots_; }
-  const Snapshots& last() const { return last_; }
+  bool isLive() const { return isLive_; }
   /// The last snapshot of an element's application, in force or not; null without one.
   SnapshotPointer lastOf(const ElementRef& element) const;
+  /// The snapshot in force that holds the element in its tree, so that reads answer from it; null without one.
+  SnapshotPointer snapshotOf(const ElementRef& element) const;
 
   /// The facts of an element, at least the wanted groups. invalidElement for an element that has gone.
   ElementSource::Answer facts(const ElementRef& element, facts::Set wanted) const;
   /// As facts() for many elements at once, pipelined; an entry is null where the element could not be read.
   std::vector<FactsPointer> factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) const;
-  /// Only if the tree of a snapshot in force holds the element, not if it was read later; no message. Null otherwise,
-  /// and always in a live view.
-  FactsPointer inSnapshot(const ElementRef& element) const;
-  /// The snapshot in force that holds the element; null as above.
-  SnapshotPointer snapshotOf(const ElementRef& element) const;
-  /// True when reads of the element answer from a snapshot.
-  bool isInSnapshot(const ElementRef& element) const { return inSnapshot(element) != nullptr; }
-
   /// Facts with at least the wanted groups; null for an empty reference or an element that cannot be read.
   FactsPointer get(const ElementRef& element, facts::Set wanted) const;
   /// The element's parent as its toolkit says; null for an application.
@@ -74,6 +75,21 @@ class View {
   AccessibilityResult<std::vector<ElementRef>> childrenInRange(const ElementRef& element, int64_t index,
                                                                int64_t count) const;
 
+  /// What `find` finds out about an element; only once about one that a snapshot holds.
+  template <typename T, typename Find>
+  T once(const ElementRef& element, std::optional<T> Findings::*slot, Find find) const {
+    const auto [snapshot, index] = placeOf(element);
+    return snapshot ? snapshot->once(index, slot, find) : find();
+  }
+  /// What has been found out about it; none before.
+  template <typename T>
+  std::optional<T> known(const ElementRef& element, std::optional<T> Findings::*slot) const {
+    const auto [snapshot, index] = placeOf(element);
+    return snapshot ? snapshot->known(index, slot) : std::nullopt;
+  }
+  /// What is around an element clips it so; none where no snapshot knows.
+  std::optional<Clip> clipOf(const ElementRef& element) const;
+
   ElementRef application(int32_t pid) const;
   /// The accessible frame of the application's topmost normal window or dialog (title and geometry decide, not the
   /// ACTIVE state); empty when it has none.
@@ -94,14 +110,16 @@ class View {
   ReadScope scopeOf(const ElementRef& element) const;
 
  private:
+  /// The snapshot that answers for an element's application; null where all is read.
   const SnapshotPointer& knownOf(const ElementRef& element) const;
-  bool onlyVisibleIsKnown(const ElementRef& element) const;
+  /// The same if it holds the element in its tree, and where.
+  std::pair<const Snapshot*, int> placeOf(const ElementRef& element) const;
   const TextFacts* textKnown(const ElementRef& element) const;
 
   ElementSource& source_;
-  const Kind kind_;
-  const Snapshots snapshots_;
-  const Snapshots last_;
+  Snapshots snapshots_;
+  Snapshots action_;
+  bool isLive_;
 };
 
 }  // namespace jumplark::atspi

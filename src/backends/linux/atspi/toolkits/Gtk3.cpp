@@ -8,11 +8,11 @@ bool Gtk3::draws(const ToolkitFacts& facts) {
   return (facts.name == "gtk" || facts.name == "GTK" || facts.name == "GAIL") && !facts.version.starts_with("4");
 }
 
-bool Gtk3::mayBeCaptioned(const ElementFacts& element, const FactsMap& elements) const {
+bool Gtk3::mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) const {
   return mayNameAButton(element, elements);
 }
 
-void Gtk3::nameControls(FactsMap& elements) const {
+void Gtk3::nameControls(ElementDraft& elements) const {
   nameAfterHolders(elements);
 }
 

@@ -14,8 +14,8 @@ class Gtk3 : public Toolkit {
   bool drawsBetweenAnswers() const override { return true; }
   Waking waking() const override { return {.triesCache = true, .reads = 1}; }
   bool endsTextsItself() const override { return true; }
-  bool mayBeCaptioned(const ElementFacts& element, const FactsMap& elements) const override;
-  void nameControls(FactsMap& elements) const override;
+  bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) const override;
+  void nameControls(ElementDraft& elements) const override;
 };
 
 }  // namespace jumplark::atspi

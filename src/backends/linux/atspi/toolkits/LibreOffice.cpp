@@ -20,7 +20,7 @@ bool isNearTo(Point a, Point b) {
 }
 
 void moveDrawn(ElementFacts& element, Point shift, Reading& reading) {
-  for (ElementFacts* child : childrenOf(element, reading.elements)) {
+  for (ElementFacts* child : reading.elements.childrenOf(element)) {
     if (!haveSameSize(element, *child) || !isNearTo(between(element, *child), shift)) {
       moveDrawn(*child, shift, reading);
     }
@@ -34,25 +34,25 @@ bool runs(const ToolkitFacts& facts) {
   return facts.application.starts_with("soffice") || facts.application.starts_with("LibreOffice");
 }
 
-bool mayBeCaptioned(const ElementFacts& element, const FactsMap& elements) {
+bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) {
   return mayNameAButton(element, elements);
 }
 
-void nameControls(FactsMap& elements) {
+void nameControls(ElementDraft& elements) {
   nameAfterHolders(elements);
 }
 
 void correctPlaces(Reading& reading) {
   std::vector<ElementFacts*> panes;
   for (const auto& [ref, element] : reading.elements) {
-    const ElementFacts* above = find(element->parent, reading.elements);
+    const ElementFacts* above = reading.elements.find(element->parent);
     if (element->role == role::rootPane && above && haveSameSize(*element, *above) &&
         !isNearTo(between(*element, *above), {})) {
       panes.push_back(element.get());
     }
   }
   for (ElementFacts* pane : panes) {
-    moveDrawn(*pane, between(*pane, *find(pane->parent, reading.elements)), reading);
+    moveDrawn(*pane, between(*pane, *reading.elements.find(pane->parent)), reading);
   }
 }
 

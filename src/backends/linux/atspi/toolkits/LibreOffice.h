@@ -8,8 +8,8 @@ namespace jumplark::atspi {
 /// What LibreOffice draws itself, inside windows of any toolkit.
 namespace libreoffice {
 bool runs(const ToolkitFacts& facts);
-bool mayBeCaptioned(const ElementFacts& element, const FactsMap& elements);
-void nameControls(FactsMap& elements);
+bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements);
+void nameControls(ElementDraft& elements);
 /// What it draws itself counts from the top of the window, though the toolkit's menu bar stands there: its root pane is
 /// as large as the panel around it and is where that is. Parts of the toolkit's in between tell their right places.
 void correctPlaces(Reading& reading);
@@ -21,14 +21,14 @@ class LibreOfficeOn final : public Drawing {
  public:
   static bool draws(const ToolkitFacts& facts) { return libreoffice::runs(facts) && Drawing::draws(facts); }
 
-  bool mayBeCaptioned(const ElementFacts& element, const FactsMap& elements) const override {
+  bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) const override {
     return libreoffice::mayBeCaptioned(element, elements);
   }
   void correctPlaces(Reading& reading) const override {
     Drawing::correctPlaces(reading);
     libreoffice::correctPlaces(reading);
   }
-  void nameControls(FactsMap& elements) const override {
+  void nameControls(ElementDraft& elements) const override {
     Drawing::nameControls(elements);
     libreoffice::nameControls(elements);
   }

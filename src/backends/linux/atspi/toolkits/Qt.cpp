@@ -100,12 +100,12 @@ bool Qt::mayHaveOpenMenu(const ElementFacts& element) const {
   return element.role == role::pushButton && element.childCount == 0 && element.is(state::pressed);
 }
 
-void Qt::nameControls(FactsMap& elements) const {
+void Qt::nameControls(ElementDraft& elements) const {
   for (const auto& [ref, bar] : elements) {
     if (bar->role != role::toolBar || bar->children.empty()) {
       continue;
     }
-    ElementFacts* first = find(bar->children.front(), elements);
+    ElementFacts* first = elements.find(bar->children.front());
     // In a main window it opens the tool bar, elsewhere a menu.
     if (first && !hasWords(*first) && (first->role == role::checkBox || first->role == role::pushButton)) {
       first->name = localized("More");
@@ -114,12 +114,12 @@ void Qt::nameControls(FactsMap& elements) const {
   }
 }
 
-void Qt::hideOccluded(FactsMap& elements) const {
+void Qt::hideOccluded(ElementDraft& elements) const {
   for (const auto& [ref, element] : elements) {
     if (!element->extents || !(element->role == role::pageTabList || isTable(*element))) {
       continue;
     }
-    auto children = childrenOf(*element, elements);
+    auto children = elements.childrenOf(*element);
     std::erase_if(children, [](const ElementFacts* child) { return !child->extents; });
     const auto covers = coversIn(*element, children);
     for (ElementFacts* child : children) {

@@ -24,10 +24,10 @@ class Qt : public Toolkit {
   bool endsTextsItself() const override { return true; }
   /// Names the button at the end of a tool bar too narrow for its actions, which has no word of its own and shows two
   /// arrows: "More" and ">>". A tool bar makes it before anything else, so that it comes first in it.
-  void nameControls(FactsMap& elements) const override;
+  void nameControls(ElementDraft& elements) const override;
   /// Hides items of which nothing can be seen, though they say that they show: what has been scrolled below the headers
   /// of its table, and page tabs below the two buttons at the end of a row of too many.
-  void hideOccluded(FactsMap& elements) const override;
+  void hideOccluded(ElementDraft& elements) const override;
 };
 
 }  // namespace jumplark::atspi

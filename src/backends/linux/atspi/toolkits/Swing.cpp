@@ -35,8 +35,8 @@ bool holdsJavaMachine(int32_t pid) {
 }
 
 /// `ref` and all entries in it become children of the tree, in the order in which they show.
-void reparentEntry(const ElementRef& ref, ElementFacts& tree, FactsMap& elements) {
-  ElementFacts* entry = find(ref, elements);
+void reparentEntry(const ElementRef& ref, ElementFacts& tree, ElementDraft& elements) {
+  ElementFacts* entry = elements.find(ref);
   if (!entry) {
     return;
   }
@@ -91,19 +91,19 @@ bool Swing::isLeaf(uint32_t number) const {
 void Swing::correctPlaces(Reading& reading) const {
   for (const auto& [ref, element] : reading.elements) {
     const ElementFacts* content =
-        element->children.empty() ? nullptr : find(element->children.front(), reading.elements);
+        element->children.empty() ? nullptr : reading.elements.find(element->children.front());
     if (isWindow(*element) && element->is(state::showing) && !element->extents && content) {
       element->extents = content->extents;
     }
-    const ElementFacts* tab = find(element->parent, reading.elements);
-    const ElementFacts* tabs = tab && tab->role == role::pageTab ? find(tab->parent, reading.elements) : nullptr;
+    const ElementFacts* tab = reading.elements.find(element->parent);
+    const ElementFacts* tabs = tab && tab->role == role::pageTab ? reading.elements.find(tab->parent) : nullptr;
     if (tabs && tab->extents && tabs->extents) {
       reading.transform.move(*element, {tabs->extents->x - tab->extents->x, tabs->extents->y - tab->extents->y});
     }
   }
 }
 
-void Swing::reparent(FactsMap& elements) const {
+void Swing::reparent(ElementDraft& elements) const {
   for (const auto& [ref, element] : elements) {
     if (element->role == role::tree && !element->children.empty()) {
       for (const ElementRef& child : std::exchange(element->children, {})) {

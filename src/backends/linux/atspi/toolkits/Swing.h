@@ -24,7 +24,7 @@ class Swing final : public Toolkit {
   void correctPlaces(Reading& reading) const override;
   /// Trees hold their entries in one another, though each lies below the one that holds it, not in it. All become
   /// children of the tree, so that only the tree and what is around it clips them.
-  void reparent(FactsMap& elements) const override;
+  void reparent(ElementDraft& elements) const override;
   std::string adviceForSilent(int32_t pid, const Snapshot* snapshot) const override;
 };
 

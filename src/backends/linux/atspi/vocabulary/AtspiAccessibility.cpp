@@ -15,9 +15,6 @@ namespace jumplark::atspi {
 
 namespace {
 
-/// How many live scopes the thread is in.
-thread_local int liveScopes = 0;
-
 class SystemWideHandle final : public ElementHandle {
  public:
   SystemWideHandle() : ElementHandle("system-wide") {}
@@ -55,99 +52,37 @@ int32_t actionIndex(const std::vector<std::string>& actions, std::initializer_li
 
 }  // namespace
 
-/// The views that a thread may mean. May be used from any thread.
-class AtspiAccessibility::Views {
- public:
-  Views(ElementSource& source, WindowSystem& windows) : source_(source), windows_(windows) {
-    install({}, {}, std::make_shared<PanelFrames>(windows));
-  }
-
-  std::shared_ptr<Vocabulary> current() const {
-    const std::lock_guard lock(mutex_);
-    return current_;
-  }
-  std::shared_ptr<Vocabulary> live() const {
-    const std::lock_guard lock(mutex_);
-    return action_ && Clock::now() < actionUntil_ ? action_ : live_;
-  }
-  std::stop_token untilTheEnd() const {
-    const std::lock_guard lock(mutex_);
-    return end_.get_token();
-  }
-
-  /// Puts a snapshot in force, unless all have been ended since `end` was asked for.
-  void add(const SnapshotPointer& snapshot, const std::stop_token& end) {
-    const auto dropped = current();  // outlives the lock
-    const std::lock_guard lock(mutex_);
-    if (snapshot && !end.stop_requested()) {
-      View::Snapshots snapshots = with(current_->view.snapshots(), snapshot);
-      install(snapshots, snapshots, std::make_shared<PanelFrames>(windows_));
-    }
-  }
-  /// The geometry of the last snapshots stays known, since clicks come after they have ended.
-  void end() {
-    const auto dropped = current();
-    const std::lock_guard lock(mutex_);
-    end_.request_stop();
-    end_ = {};
-    install({}, current_->view.last(), current_->panels);
-  }
-  /// Live reads are answered from what was read for an action.
-  void beginAction(const SnapshotPointer& read, TimePoint until) {
-    const std::lock_guard lock(mutex_);
-    action_ = made(View::Kind::live, {read}, current_->view.last(), current_->panels);
-    actionUntil_ = until;
-  }
-
- private:
-  static View::Snapshots with(View::Snapshots snapshots, const SnapshotPointer& added) {
-    std::erase_if(snapshots, [&](const auto& one) { return one->application == added->application; });
-    snapshots.push_back(added);
-    return snapshots;
-  }
-  std::shared_ptr<Vocabulary> made(View::Kind kind, View::Snapshots snapshots, View::Snapshots last,
-                                   const std::shared_ptr<PanelFrames>& panels) {
-    return std::make_shared<Vocabulary>(View(source_, kind, std::move(snapshots), std::move(last)), windows_, panels);
-  }
-  void install(const View::Snapshots& snapshots, const View::Snapshots& last,
-               const std::shared_ptr<PanelFrames>& panels) {
-    live_ = made(View::Kind::live, {}, last, panels);
-    current_ = made(View::Kind::snapshots, snapshots, last, panels);
-  }
-
-  ElementSource& source_;
-  WindowSystem& windows_;
-  mutable std::mutex mutex_;  ///< leaf
-  std::stop_source end_;
-  std::shared_ptr<Vocabulary> current_;
-  std::shared_ptr<Vocabulary> live_;
-  std::shared_ptr<Vocabulary> action_;
-  TimePoint actionUntil_{};
-};
-
 AtspiAccessibility::AtspiAccessibility(ElementSource& source, WindowSystem& windows,
                                        std::chrono::steady_clock::duration trust)
-    : source_(source),
-      trust_(trust),
-      views_(std::make_unique<Views>(source, windows)),
-      systemWide_(std::make_shared<const SystemWideHandle>()) {}
+    : AtspiAccessibility(source, trust, std::make_shared<const Vocabulary>(View::live(source, {}, nullptr), windows),
+                         ElementRef(std::make_shared<const SystemWideHandle>())) {}
 
-AtspiAccessibility::~AtspiAccessibility() = default;
+AtspiAccessibility::AtspiAccessibility(ElementSource& source, std::chrono::steady_clock::duration trust,
+                                       VocabularyPointer meant, ElementRef systemWide)
+    : source_(source), trust_(trust), systemWide_(std::move(systemWide)), vocabulary_(std::move(meant)) {}
 
-std::shared_ptr<const Snapshot> AtspiAccessibility::lastSnapshotOf(const ElementRef& element) const {
-  return views_->current()->view.lastOf(element);
+SnapshotPointer AtspiAccessibility::lastSnapshotOf(const ElementRef& element) const {
+  return vocabulary()->view.lastOf(element);
 }
 
-std::shared_ptr<Vocabulary> AtspiAccessibility::vocabulary() const {
-  return liveScopes > 0 ? views_->live() : views_->current();
+VocabularyPointer AtspiAccessibility::vocabulary() const {
+  const std::lock_guard lock(mutex_);
+  return vocabulary_;
+}
+
+VocabularyPointer AtspiAccessibility::liveVocabulary(const SnapshotPointer& action) const {
+  const VocabularyPointer now = vocabulary();
+  return now->view.isLive() && !action
+             ? now
+             : std::make_shared<const Vocabulary>(View::live(source_, now->view.snapshots(), action), now->windows);
 }
 
 AccessibilityResult<Subject> AtspiAccessibility::subject(const ElementRef& element, uint32_t groups) {
   return subject(vocabulary(), element, groups);
 }
 
-AccessibilityResult<Subject> AtspiAccessibility::subject(const std::shared_ptr<Vocabulary>& vocabulary,
-                                                         const ElementRef& element, uint32_t groups) {
+AccessibilityResult<Subject> AtspiAccessibility::subject(const VocabularyPointer& vocabulary, const ElementRef& element,
+                                                         uint32_t groups) {
   if (isSystemWide(element)) {
     return AccessibilityError::attributeUnsupported;
   }
@@ -257,7 +192,7 @@ AccessibilityResult<AttributeValue::List> AtspiAccessibility::copyMultipleAttrib
 AccessibilityError AtspiAccessibility::setAttributeValue(const ElementRef& element, const std::string& name,
                                                          const AttributeValue& value) {
   // Snapshots take the interfaces of most elements for granted.
-  const auto of = subject(views_->live(), element, facts::identity);
+  const auto of = subject(liveVocabulary(), element, facts::identity);
   if (!of.ok()) {
     return of.error;
   }
@@ -289,7 +224,7 @@ AccessibilityError AtspiAccessibility::performAction(const ElementRef& element, 
 }
 
 std::vector<std::string> AtspiAccessibility::actionsNow(const Subject& of) {
-  const FactsPointer now = views_->live()->view.get(of.element->ref, facts::identity | facts::actions);
+  const FactsPointer now = liveVocabulary()->view.get(of.element->ref, facts::identity | facts::actions);
   return now ? now->actionNames : std::vector<std::string>();
 }
 
@@ -351,8 +286,8 @@ AccessibilityResult<ElementRef> AtspiAccessibility::copyElementAtPosition(const 
   if (!isAnywhere && handleOf(application) == nullptr) {
     return AccessibilityError::invalidElement;
   }
-  const std::shared_ptr<Vocabulary> now = vocabulary();
-  const std::shared_ptr<Vocabulary> live = views_->live();
+  const VocabularyPointer now = vocabulary();
+  const VocabularyPointer live = liveVocabulary();
   return HitTest(*now, *live, trust_).elementAt(isAnywhere ? ElementRef() : application, {x, y});
 }
 
@@ -365,29 +300,58 @@ void AtspiAccessibility::expectSnapshot(int32_t pid) {
 }
 
 void AtspiAccessibility::prepareSnapshot(const ElementRef& application, bool visibleOnly) {
-  if (handleOf(application) != nullptr) {
-    const std::stop_token end = views_->untilTheEnd();
-    views_->add(source_.take(application, visibleOnly, end), end);
+  if (handleOf(application) == nullptr) {
+    return;
   }
+  std::stop_token end;
+  {
+    const std::lock_guard lock(mutex_);
+    end = end_.get_token();
+  }
+  if (const SnapshotPointer taken = source_.take(application, visibleOnly, end)) {
+    putInForce(taken, end);
+  }
+}
+
+void AtspiAccessibility::putInForce(const SnapshotPointer& taken, const std::stop_token& end) {
+  VocabularyPointer dropped;  // outlives the lock
+  const std::lock_guard lock(mutex_);
+  if (end.stop_requested()) {
+    return;
+  }
+  const View& view = vocabulary_->view;
+  View::Snapshots snapshots = view.isLive() ? View::Snapshots() : view.snapshots();
+  std::erase_if(snapshots, [&](const auto& one) { return one->application == taken->application; });
+  snapshots.push_back(taken);
+  dropped = std::exchange(
+      vocabulary_, std::make_shared<const Vocabulary>(View(source_, std::move(snapshots)), vocabulary_->windows));
 }
 
 void AtspiAccessibility::endSnapshot() {
-  views_->end();
+  VocabularyPointer dropped;  // outlives the lock
+  {
+    const std::lock_guard lock(mutex_);
+    dropped = vocabulary_;
+    end_.request_stop();
+    end_ = {};
+    // The geometry of the last snapshots stays known, since clicks come after they have ended.
+    vocabulary_ = std::make_shared<const Vocabulary>(View::live(source_, vocabulary_->view.snapshots(), nullptr),
+                                                     vocabulary_->windows);
+  }
   source_.expectNothing();
 }
 
-Token AtspiAccessibility::beginLiveReads() {
-  ++liveScopes;
-  return Token([] { --liveScopes; });
+std::shared_ptr<AccessibilityPlatform> AtspiAccessibility::live() {
+  return anew(nullptr);
 }
 
-void AtspiAccessibility::prepareAction(const ElementRef& element) {
-  constexpr auto kFresh = std::chrono::milliseconds(300);
-  const TimePoint until = Clock::now() + kFresh;
-  const std::shared_ptr<Vocabulary> now = views_->current();
-  if (const SnapshotPointer read = source_.takeForAction(element, now->view.scopeOf(element))) {
-    views_->beginAction(read, until);
-  }
+std::shared_ptr<AccessibilityPlatform> AtspiAccessibility::liveForAction(const ElementRef& element) {
+  return anew(source_.takeForAction(element, vocabulary()->view.scopeOf(element)));
+}
+
+std::shared_ptr<AccessibilityPlatform> AtspiAccessibility::anew(const SnapshotPointer& action) const {
+  return std::shared_ptr<AccessibilityPlatform>(
+      new AtspiAccessibility(source_, trust_, liveVocabulary(action), systemWide_));
 }
 
 }  // namespace jumplark::atspi

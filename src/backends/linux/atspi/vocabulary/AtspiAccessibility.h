@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <memory>
+#include <mutex>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -17,10 +19,12 @@ class ElementSource;
 class Snapshot;
 struct Subject;
 struct Vocabulary;
+using SnapshotPointer = std::shared_ptr<const Snapshot>;
+using VocabularyPointer = std::shared_ptr<const Vocabulary>;
 
 /// The accessibility of a Linux desktop: elements of the AT-SPI bus in the "AX" vocabulary. During a snapshot reads
 /// cost no message except where they need facts that no enumeration reads. The one place that knows which snapshots are
-/// in force and whether a thread reads live: everything below is handed the view that it is to use.
+/// in force: everything below is handed the view that it is to use.
 ///
 /// Geometry is in points of the screen with a top-left origin. Calls may come from any thread. The source and the
 /// window system outlive it.
@@ -30,7 +34,6 @@ class AtspiAccessibility final : public AccessibilityPlatform {
   /// building a document takes, which hits the menu bar several times.
   AtspiAccessibility(ElementSource& source, WindowSystem& windows,
                      std::chrono::steady_clock::duration trust = std::chrono::milliseconds(250));
-  ~AtspiAccessibility() override;
 
   AccessibilityResult<std::vector<std::string>> copyAttributeNames(const ElementRef& element) override;
   AccessibilityResult<std::vector<std::string>> copyParameterizedAttributeNames(const ElementRef& element) override;
@@ -58,18 +61,25 @@ class AtspiAccessibility final : public AccessibilityPlatform {
   void expectSnapshot(int32_t pid) override;
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
   void endSnapshot() override;
-  Token beginLiveReads() override;
-  void prepareAction(const ElementRef& element) override;
+  std::shared_ptr<AccessibilityPlatform> live() override;
+  std::shared_ptr<AccessibilityPlatform> liveForAction(const ElementRef& element) override;
 
   /// What was read last of an element's application, in force or not; null without it. No message.
-  std::shared_ptr<const Snapshot> lastSnapshotOf(const ElementRef& element) const;
+  SnapshotPointer lastSnapshotOf(const ElementRef& element) const;
 
  private:
-  class Views;
-  /// What the calling thread means: the snapshots in force, or inside a live scope what is there now.
-  std::shared_ptr<Vocabulary> vocabulary() const;
+  AtspiAccessibility(ElementSource& source, std::chrono::steady_clock::duration trust, VocabularyPointer meant,
+                     ElementRef systemWide);
+
+  /// What reads answer from: the snapshots in force, else what is there now.
+  VocabularyPointer vocabulary() const;
+  /// What is there now, but for what was read for an action, if any.
+  VocabularyPointer liveVocabulary(const SnapshotPointer& action = nullptr) const;
+  std::shared_ptr<AccessibilityPlatform> anew(const SnapshotPointer& action) const;
+  /// Unless all snapshots have been ended since `end` was asked for.
+  void putInForce(const SnapshotPointer& taken, const std::stop_token& end);
   AccessibilityResult<Subject> subject(const ElementRef& element, uint32_t groups);
-  static AccessibilityResult<Subject> subject(const std::shared_ptr<Vocabulary>& vocabulary, const ElementRef& element,
+  static AccessibilityResult<Subject> subject(const VocabularyPointer& vocabulary, const ElementRef& element,
                                               uint32_t groups);
   std::vector<std::string> actionsNow(const Subject& subject);
   AccessibilityError press(const Subject& subject);
@@ -81,8 +91,10 @@ class AtspiAccessibility final : public AccessibilityPlatform {
 
   ElementSource& source_;
   const std::chrono::steady_clock::duration trust_;
-  std::unique_ptr<Views> views_;
-  ElementRef systemWide_;
+  const ElementRef systemWide_;
+  mutable std::mutex mutex_;  ///< leaf
+  std::stop_source end_;
+  VocabularyPointer vocabulary_;
 };
 
 }  // namespace jumplark::atspi

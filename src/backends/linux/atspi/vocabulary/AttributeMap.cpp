@@ -23,7 +23,7 @@ struct Attribute {
 struct ListAttribute {
   std::string_view name;
   bool (*supported)(const Subject&);
-  TreeShape::List (*read)(const Subject&);
+  ElementList (*read)(const Subject&);
 };
 
 bool everything(const Subject&) {
@@ -155,16 +155,16 @@ constexpr std::array kAttributes = {
     Attribute{"AXVisibleCharacterRange", facts::identity, isReadableText, readVisibleRange},
 };
 
-TreeShape::List readChildren(const Subject& s) {
+ElementList readChildren(const Subject& s) {
   return s.vocabulary->shape.children(*s.element);
 }
-TreeShape::List readVisibleChildren(const Subject& s) {
+ElementList readVisibleChildren(const Subject& s) {
   return s.vocabulary->shape.visibleChildren(*s.element);
 }
-TreeShape::List readVisibleRows(const Subject& s) {
+ElementList readVisibleRows(const Subject& s) {
   return s.vocabulary->shape.visibleRows(*s.element);
 }
-TreeShape::List readWindows(const Subject& s) {
+ElementList readWindows(const Subject& s) {
   std::vector<ElementRef> windows;
   for (const MatchedFrame& one : s.vocabulary->view.frames(s.element->ref)) {
     windows.push_back(one.frame.element);

@@ -26,7 +26,7 @@ AttributeAnswer attributeValue(const Subject& subject, std::string_view name);
 /// A list attribute, to be read in slices. The list is absent for an attribute that is not a list.
 struct ListAnswer {
   AccessibilityError error = AccessibilityError::success;
-  std::optional<TreeShape::List> list;
+  std::optional<ElementList> list;
 };
 ListAnswer listAttribute(const Subject& subject, std::string_view name);
 

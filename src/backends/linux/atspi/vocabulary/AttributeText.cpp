@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "backends/linux/atspi/element/FactsWorthReading.h"
-#include "backends/linux/atspi/source/View.h"
 #include "platform/Utf8.h"
 
 namespace jumplark::atspi {
@@ -24,12 +23,12 @@ bool AttributeText::isReadable(const ElementFacts& element) {
   return !mayHoldSecret(element) && (element.interfaces & interface_bit::text) != 0;
 }
 
-AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const ElementFacts& element) const {
+AccessibilityResult<SeenText> AttributeText::readVisible(const ElementFacts& element) const {
   const auto self = view_.get(element.ref, facts::text);
   if (!self) {
     return AccessibilityError::invalidElement;
   }
-  const Seen whole{{0, utf16Length(self->shortText)}, self->shortText};
+  const SeenText whole{{0, utf16Length(self->shortText)}, self->shortText};
   if (self->characterCount <= kShownWhole && codePointCount(self->shortText) >= self->characterCount) {
     return whole;
   }
@@ -37,7 +36,7 @@ AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const Elemen
   if (!corners.ok()) {
     // Without a place in the text the part that showed is still worth having, except where nothing answers.
     return corners.error == AccessibilityError::cannotComplete || self->shortText.empty()
-               ? AccessibilityResult<Seen>(corners.error)
+               ? AccessibilityResult<SeenText>(corners.error)
                : whole;
   }
   const int64_t start = std::max<int64_t>(0, corners.value.first);
@@ -46,7 +45,7 @@ AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const Elemen
   if (!text.ok()) {
     return text.error;
   }
-  Seen seen{{start, 0}, prefixOfUnits(text.value, kMostUnits)};
+  SeenText seen{{start, 0}, prefixOfUnits(text.value, kMostUnits)};
   seen.range.length = utf16Length(seen.text);
   if (start > 0) {
     const auto before = view_.textInRange(element.ref, 0, std::min(start, kMostPrefix));
@@ -59,7 +58,7 @@ AccessibilityResult<AttributeText::Seen> AttributeText::readVisible(const Elemen
 }
 
 AccessibilityResult<Range> AttributeText::visibleRange(const ElementFacts& element) const {
-  const auto seen = seen_.get(element.ref, [&] { return readVisible(element); });
+  const auto seen = view_.once(element.ref, &Findings::seen, [&] { return readVisible(element); });
   return seen.ok() ? AccessibilityResult<Range>(seen.value.range) : seen.error;
 }
 
@@ -67,7 +66,7 @@ AccessibilityResult<std::string> AttributeText::stringForRange(const ElementFact
   if (range.location < 0 || range.length < 0 || range.location == Range::kNotFound) {
     return AccessibilityError::illegalArgument;
   }
-  const auto seen = seen_.known(element.ref);
+  const auto seen = view_.known(element.ref, &Findings::seen);
   return seen && seen->ok() && seen->value.range == range ? seen->value.text : read(element, range);
 }
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "backends/linux/atspi/vocabulary/Remembered.h"
+#include "backends/linux/atspi/source/View.h"
 
 namespace jumplark::atspi {
 
@@ -27,15 +27,10 @@ class AttributeText {
   AccessibilityResult<std::string> stringForRange(const ElementFacts& element, Range range) const;
 
  private:
-  struct Seen {
-    Range range;
-    std::string text;
-  };
-  AccessibilityResult<Seen> readVisible(const ElementFacts& element) const;
+  AccessibilityResult<SeenText> readVisible(const ElementFacts& element) const;
   AccessibilityResult<std::string> read(const ElementFacts& element, Range range) const;
 
   const View& view_;
-  Remembered<AccessibilityResult<Seen>> seen_{view_};
 };
 
 }  // namespace jumplark::atspi

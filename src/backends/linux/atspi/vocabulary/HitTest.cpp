@@ -168,7 +168,7 @@ ElementRef HitTest::topmostInDocument(const ElementTree& tree, const std::vector
 
 bool HitTest::hasJustBeenRead(const Snapshot& geometry, const ElementFacts& element) const {
   // Not told in a view of live reads, nor after the snapshot has ended.
-  return now_.view.isInSnapshot(element.ref) && Clock::now() - geometry.takenAt < trust_;
+  return now_.view.snapshotOf(element.ref) && Clock::now() - geometry.takenAt < trust_;
 }
 
 AccessibilityResult<ElementRef> HitTest::firstStillThere(const std::vector<FactsPointer>& candidates,
@@ -199,7 +199,7 @@ AccessibilityResult<ElementRef> HitTest::readDown(const Place& place) const {
     return holds(*start.value, place.point) ? AccessibilityResult<ElementRef>(place.frame)
                                             : AccessibilityResult<ElementRef>(AccessibilityError::noValue);
   }
-  for (const auto& top : live_.view.factsOfAll(start.value->children, kGroups)) {
+  for (const auto& top : live_.view.childrenOf(*start.value, kGroups)) {
     if (top && live_.shape.isShowing(*top) && holds(*top, place.point) && isPopup(*top, place.window.frame)) {
       const auto found = deepestAt(*top, place.point, budget);
       return found ? found->ref : top->ref;
@@ -209,15 +209,12 @@ AccessibilityResult<ElementRef> HitTest::readDown(const Place& place) const {
 }
 
 FactsPointer HitTest::deepestAt(const ElementFacts& element, Point point, int& budget) const {
-  std::vector<ElementRef> refs = element.children;
-  if (refs.size() > kMostSiblings) {
-    refs.resize(kMostSiblings);
-  }
-  budget -= static_cast<int>(refs.size());
-  if (refs.empty() || budget < 0) {
+  budget -= static_cast<int>(std::min(element.children.size(), kMostSiblings));
+  if (element.children.empty() || budget < 0) {
     return nullptr;
   }
-  const auto children = live_.view.factsOfAll(refs, facts::identity | facts::extents | facts::children);
+  const auto children =
+      live_.view.childrenOf(element, facts::identity | facts::extents | facts::children, kMostSiblings);
   for (auto child = children.rbegin(); child != children.rend(); ++child) {
     if (!*child || !(*child)->is(state::showing)) {
       continue;

@@ -17,7 +17,7 @@ class HitTest {
  public:
   /// Answers from `now`, and asks through `live`. `trust` is how long a snapshot that is in force is taken for what is
   /// there.
-  HitTest(Vocabulary& now, Vocabulary& live, std::chrono::steady_clock::duration trust)
+  HitTest(const Vocabulary& now, const Vocabulary& live, std::chrono::steady_clock::duration trust)
       : now_(now), live_(live), trust_(trust) {}
 
   /// The topmost element at the point, within `application` unless that is empty; noValue when there is none, or when
@@ -42,8 +42,8 @@ class HitTest {
   AccessibilityResult<ElementRef> readDown(const Place& place) const;
   FactsPointer deepestAt(const ElementFacts& element, Point point, int& budget) const;
 
-  Vocabulary& now_;
-  Vocabulary& live_;
+  const Vocabulary& now_;
+  const Vocabulary& live_;
   const std::chrono::steady_clock::duration trust_;
 };
 

@@ -5,11 +5,12 @@
 #include <cstdint>
 #include <unordered_map>
 
+#include "backends/linux/atspi/bus/AtspiCalls.h"
+#include "backends/linux/atspi/element/Clip.h"
 #include "backends/linux/atspi/element/EmbeddedObjects.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/source/View.h"
-#include "backends/linux/atspi/vocabulary/PanelFrames.h"
+#include "backends/linux/windows/WindowSystem.h"
 #include "platform/Utf8.h"
 
 namespace jumplark::atspi {
@@ -118,10 +119,6 @@ const std::unordered_map<uint32_t, Rule>& rules() {
   return table;
 }
 
-bool hasSize(const ElementFacts& element) {
-  return element.extents && element.extents->width > 0 && element.extents->height > 0;
-}
-
 bool implements(const ElementFacts& element, uint32_t interface) {
   return (element.interfaces & interface) != 0;
 }
@@ -141,7 +138,8 @@ bool RoleMap::holdsWords(const ElementFacts& element) {
 std::string_view RoleMap::role(const ElementFacts& element) const {
   // What is not known whole may yet turn out to be another.
   constexpr facts::Set kWhole = facts::identity | facts::texts | facts::extents | facts::children;
-  return element.has(kWhole) ? roles_.get(element.ref, [&] { return roleOf(element); }) : roleOf(element);
+  return element.has(kWhole) ? view_.once(element.ref, &Findings::role, [&] { return roleOf(element); })
+                             : roleOf(element);
 }
 
 std::string_view RoleMap::roleOf(const ElementFacts& element) const {
@@ -266,10 +264,10 @@ std::string_view RoleMap::iconRole(const ElementFacts& element) const {
     return hasChildren(element) ? "AXRow" : "AXCell";
   }
   if (element.has(facts::extents)) {
-    return hasSize(element) ? "AXImage" : "AXUnknown";
+    return hasArea(element) ? "AXImage" : "AXUnknown";
   }
   const auto reread = view_.get(element.ref, facts::extents);
-  return reread && hasSize(*reread) ? "AXImage" : "AXUnknown";
+  return reread && hasArea(*reread) ? "AXImage" : "AXUnknown";
 }
 
 std::string_view RoleMap::containerRole(const ElementFacts& element) const {
@@ -303,13 +301,29 @@ bool RoleMap::holdsRadioButtons(const ElementFacts& element) const {
   });
 }
 
+bool RoleMap::ownsPanel(const AtspiHandle& element) const {
+  const auto windows = windows_.windowsFrontToBack();
+  return std::any_of(windows.begin(), windows.end(), [&](const WindowFacts& window) {
+    const bool isPanel = window.type == WindowType::dock && window.pid >= 0;
+    const ElementRef application = isPanel ? view_.application(window.pid) : ElementRef();
+    return handleOf(application) && handleOf(application)->busName() == element.busName();
+  });
+}
+
 bool RoleMap::isUnderPanelFrame(const ElementFacts& element) const {
-  const AtspiHandle* handle = handleOf(element.ref);
-  if (handle == nullptr || !panels_.isPanelApplication(handle->busName(), view_)) {
-    return false;
+  const AtspiHandle& handle = *handleOf(element.ref);
+  const SnapshotPointer last = view_.lastOf(element.ref);
+  std::vector<MatchedFrame> panels;
+  if (last) {
+    panels = last->frames;
+  } else if (ownsPanel(handle)) {
+    panels = view_.frames(calls::applicationOf(handle));
   }
-  const auto isPanel = [this](const ElementFacts& above) { return panels_.isPanelFrame(above.ref, view_); };
-  return view_.findAbove(element, facts::identity, isPanel) != nullptr;
+  std::erase_if(panels, [](const MatchedFrame& one) { return one.window.type != WindowType::dock; });
+  const auto isPanel = [&](const ElementFacts& above) {
+    return std::any_of(panels.begin(), panels.end(), [&](const auto& one) { return one.frame.element == above.ref; });
+  };
+  return !panels.empty() && view_.findAbove(element, facts::identity, isPanel) != nullptr;
 }
 
 bool isContainerRole(std::string_view axRole) {

@@ -2,11 +2,9 @@
 
 #include <string_view>
 
-#include "backends/linux/atspi/vocabulary/Remembered.h"
+#include "backends/linux/atspi/source/View.h"
 
 namespace jumplark::atspi {
-
-class PanelFrames;
 
 /// What an element is in the "AX" vocabulary, from its role number, its states and what stands around it.
 ///
@@ -14,7 +12,7 @@ class PanelFrames;
 /// (button, link, menu item, cell, static text...); what only holds other elements does not.
 class RoleMap {
  public:
-  RoleMap(const View& view, PanelFrames& panels) : view_(view), panels_(panels) {}
+  RoleMap(const View& view, WindowSystem& windows) : view_(view), windows_(windows) {}
 
   /// The element's "AXRole", e.g. "AXButton". Needs the identity group; reads further ones where the role depends on
   /// them.
@@ -41,10 +39,11 @@ class RoleMap {
   bool hasChildren(const ElementFacts& element) const;
   bool holdsRadioButtons(const ElementFacts& element) const;
   bool isUnderPanelFrame(const ElementFacts& element) const;
+  /// True when a panel's window is of the process that an element belongs to.
+  bool ownsPanel(const AtspiHandle& element) const;
 
   const View& view_;
-  PanelFrames& panels_;
-  Remembered<std::string_view> roles_{view_};
+  WindowSystem& windows_;
 };
 
 /// True for roles whose elements hold others and are not clicked themselves, by "AX" name.

@@ -4,7 +4,6 @@
 
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
-#include "backends/linux/atspi/source/View.h"
 #include "backends/linux/atspi/vocabulary/RoleMap.h"
 
 namespace jumplark::atspi {
@@ -14,33 +13,15 @@ namespace {
 /// A longer list is not looked through for menu bars and tabs.
 constexpr auto kLongList = static_cast<int64_t>(View::kMostLiveChildren);
 
-bool isMenuLike(const ElementFacts& element) {
-  return role::isOneOf<role::menu, role::menuItem, role::checkMenuItem, role::radioMenuItem, role::popupMenu,
-                       role::comboBox>(element.role);
-}
-
-bool isOpenMenu(const ElementFacts& element) {
-  return element.role == role::menu || element.role == role::popupMenu;
-}
-
-/// A tab with its page, an expander with what it discloses.
-bool stripsContent(const ElementFacts& element) {
-  return element.role == role::pageTab || isDisclosure(element);
-}
-
 bool isRowObject(const ElementFacts& element) {
   return element.role == role::tableRow || element.role == role::listItem || element.role == role::treeItem;
-}
-
-bool hasArea(const ElementFacts& element) {
-  return element.extents && element.extents->width > 0 && element.extents->height > 0;
 }
 
 bool overlapsVertically(const Rect& a, const Rect& b) {
   return a.minY() < b.maxY() && b.minY() < a.maxY();
 }
 
-TreeShape::List listOf(const std::vector<FactsPointer>& all) {
+ElementList listOf(const std::vector<FactsPointer>& all) {
   std::vector<ElementRef> elements;
   elements.reserve(all.size());
   for (const auto& one : all) {
@@ -65,23 +46,15 @@ bool TreeShape::isReparentedMenuBar(const ElementFacts& element) const {
   return element.role == role::menuBar && view_.menuBar(window(element)) == element.ref;
 }
 
-bool TreeShape::isBesideTab(const ElementFacts& content, const ElementFacts& tab) const {
-  if (tab.role != role::pageTab) {
-    return content.extents.has_value();
-  }
-  // A lone tab is hidden in some notebooks: it has no place, its page shows nevertheless.
-  return content.extents && !(tab.extents && intersects(*content.extents, *tab.extents));
-}
-
 ElementRef TreeShape::parent(const ElementFacts& element) const {
   if (element.role == role::menuBar && isReparentedMenuBar(element)) {
     return application(element);
   }
   const auto above = view_.parentOf(element);
-  if (above && stripsContent(*above)) {
+  if (above && hasContentBeside(*above)) {
     const auto tab = view_.with(above, facts::extents);
     const auto content = element.has(facts::extents) ? nullptr : view_.get(element.ref, facts::extents);
-    if (tab->parent && isBesideTab(content ? *content : element, *tab)) {
+    if (tab->parent && isBeside(content ? *content : element, *tab)) {
       return tab->parent;
     }
   }
@@ -125,49 +98,43 @@ ElementRef TreeShape::application(const ElementFacts& element) const {
   return frame ? frame->parent : ElementRef();
 }
 
-Rect TreeShape::visibleRect(const ElementFacts& element) const {
-  if (!element.extents) {
-    return Rect::null();
+Rect TreeShape::clipAround(const ElementFacts& element) const {
+  if (const auto known = view_.clipOf(element.ref)) {
+    return known->around;
   }
-  // An open menu lies in a window of its own.
-  return isOpenMenu(element) ? *element.extents
-                             : intersection(*element.extents, clipAround(element, ElementTree::kMostAncestors));
-}
-
-Rect TreeShape::clipAround(const ElementFacts& element, int steps) const {
-  const auto above = view_.get(parent(element), facts::identity | facts::extents);
-  // What a menu or a combo box opens lies in a window of its own.
-  if (!above || above->role == role::application || isMenuLike(*above) || steps == 0) {
-    return Rect::infinite();
+  std::vector<FactsPointer> chain{std::make_shared<const ElementFacts>(element)};
+  while (chain.size() <= size_t{ElementTree::kMostAncestors}) {
+    FactsPointer above = view_.get(parent(*chain.back()), facts::identity | facts::extents);
+    if (!above || above->role == role::application) {
+      break;
+    }
+    chain.push_back(std::move(above));
   }
-  return clips_.get(above->ref, [&] {
-    const Rect clip = clipAround(*above, steps - 1);
-    return hasArea(*above) ? intersection(clip, *above->extents) : clip;
-  });
+  Clip clip;
+  for (size_t i = chain.size() - 1; i > 0; --i) {
+    clip = clipInside(*chain[i], clip, *chain[i - 1]);
+  }
+  return clip.around;
 }
 
 Rect TreeShape::documentClip(const ElementFacts& element) const {
-  return documentClip(element, ElementTree::kMostAncestors);
+  if (const auto known = view_.clipOf(element.ref)) {
+    return known->document;
+  }
+  const auto isDocument = [](const ElementFacts& above) { return above.role == role::documentWeb; };
+  const auto document = view_.findAbove(element, facts::identity | facts::extents, isDocument);
+  return document ? visibleRect(*document) : Rect::infinite();
 }
 
-Rect TreeShape::documentClip(const ElementFacts& element, int steps) const {
-  if (element.role == role::application || !element.parent || steps == 0) {
-    return Rect::infinite();
-  }
-  return documentClips_.get(element.parent, [&] {
-    const auto above = view_.get(element.parent, facts::identity | facts::extents);
-    if (!above) {
-      return Rect::infinite();
-    }
-    return above->role == role::documentWeb ? visibleRect(*above) : documentClip(*above, steps - 1);
-  });
+Rect TreeShape::visibleRect(const ElementFacts& element) const {
+  return atspi::visibleRect(element, {clipAround(element), {}});
 }
 
 void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const {
   to.push_back(tab);
   const auto withExtents = view_.with(tab, facts::extents | facts::children);
   for (auto& content : view_.childrenOf(*withExtents, facts::identity | facts::extents)) {
-    if (content && isBesideTab(*content, *withExtents)) {
+    if (content && isBeside(*content, *withExtents)) {
       to.push_back(std::move(content));
     }
   }
@@ -175,15 +142,15 @@ void TreeShape::addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer
 
 std::vector<FactsPointer> TreeShape::presented(const ElementFacts& element) const {
   std::vector<FactsPointer> result;
-  const bool isTab = stripsContent(element);
+  const bool isTab = hasContentBeside(element);
   const auto self = isTab ? view_.get(element.ref, facts::identity | facts::extents) : nullptr;
   for (auto& child : view_.childrenOf(element, facts::identity | facts::extents)) {
     if (!child || (isMenuLike(element) && !isShowing(*child)) || isReparentedMenuBar(*child)) {
       continue;
     }
-    if (stripsContent(*child)) {
+    if (hasContentBeside(*child)) {
       addTabWithPage(child, result);
-    } else if (!(self && isBesideTab(*child, *self))) {
+    } else if (!(self && isBeside(*child, *self))) {
       result.push_back(std::move(child));
     }
   }
@@ -195,11 +162,8 @@ std::vector<FactsPointer> TreeShape::presented(const ElementFacts& element) cons
   return result;
 }
 
-TreeShape::List TreeShape::make(const ElementFacts& element, Which which) const {
+ElementList TreeShape::showing(const ElementFacts& element, bool rows) const {
   auto all = presented(element);
-  if (which == Which::children) {
-    return listOf(all);
-  }
   const auto self = view_.get(element.ref, facts::identity | facts::extents);
   const bool clips = self && hasArea(*self);
   const Rect viewport = clips ? visibleRect(*self) : Rect::infinite();
@@ -211,45 +175,39 @@ TreeShape::List TreeShape::make(const ElementFacts& element, Which which) const 
       return true;
     }
     // Rows are often wider than what shows of them, or begin left of it.
-    const bool isRow = which == Which::visibleRows && isRowObject(*child);
+    const bool isRow = rows && isRowObject(*child);
     const bool isSeen = isRow ? overlapsVertically(*child->extents, viewport) : intersects(*child->extents, viewport);
     return !isSeen && hasArea(*child);
   });
   return listOf(all);
 }
 
-TreeShape::List TreeShape::remembered(const ElementFacts& element, Which which) const {
-  return lists_[static_cast<size_t>(which)].get(element.ref, [&] { return make(element, which); });
-}
-
-TreeShape::List TreeShape::children(const ElementFacts& element) const {
+ElementList TreeShape::children(const ElementFacts& element) const {
   const auto self = view_.get(element.ref, facts::children);
   if (!self) {
     return {0, std::make_shared<const std::vector<ElementRef>>()};
   }
   const auto held = static_cast<int64_t>(self->children.size());
   // What does not show of a large container is not read one by one for a snapshot: that would take minutes.
-  if (self->childrenAreVisibleOnly && view_.isInSnapshot(element.ref)) {
-    return remembered(element, Which::children);
-  }
-  if (self->childrenAreVisibleOnly || self->childCount > std::max(held, kLongList)) {
+  const bool isPart = self->childrenAreVisibleOnly && view_.snapshotOf(element.ref);
+  if (!isPart && (self->childrenAreVisibleOnly || self->childCount > std::max(held, kLongList))) {
     return {std::max(self->childCount, held), nullptr};
   }
-  if (held > kLongList) {
-    return {held, Elements(self, &self->children)};
+  if (!isPart && held > kLongList) {
+    return {held, {self, &self->children}};
   }
-  return remembered(element, Which::children);
+  return view_.once(element.ref, &Findings::children, [&] { return listOf(presented(element)); });
 }
 
-TreeShape::List TreeShape::visibleChildren(const ElementFacts& element) const {
-  return remembered(element, Which::visibleChildren);
+ElementList TreeShape::visibleChildren(const ElementFacts& element) const {
+  return view_.once(element.ref, &Findings::visibleChildren, [&] { return showing(element, false); });
 }
 
-TreeShape::List TreeShape::visibleRows(const ElementFacts& element) const {
-  return remembered(element, Which::visibleRows);
+ElementList TreeShape::visibleRows(const ElementFacts& element) const {
+  return view_.once(element.ref, &Findings::visibleRows, [&] { return showing(element, true); });
 }
 
-AccessibilityResult<std::vector<ElementRef>> TreeShape::slice(const ElementFacts& element, const List& list,
+AccessibilityResult<std::vector<ElementRef>> TreeShape::slice(const ElementFacts& element, const ElementList& list,
                                                               int64_t index, int64_t count) const {
   count = std::clamp<int64_t>(count, 0, list.count - index);
   if (!list.elements) {

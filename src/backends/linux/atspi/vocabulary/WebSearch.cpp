@@ -193,7 +193,7 @@ class Search {
   }
 
   const Subject& area_;
-  Vocabulary& vocabulary_;
+  const Vocabulary& vocabulary_;
   const Request& request_;
   Place areaPlace_;
   Rect viewport_ = Rect::null();

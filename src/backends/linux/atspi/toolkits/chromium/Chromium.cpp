@@ -9,6 +9,7 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/Experience.h"
 #include "backends/linux/atspi/reading/Snapshot.h"
 #include "backends/linux/atspi/toolkits/chromium/ChromiumWalk.h"
 #include "platform/Texts.h"
@@ -32,6 +33,11 @@ bool isBrowserEngine(const std::string& program) {
   return !program.empty() && std::filesystem::exists(folder / "chrome_100_percent.pak", error);
 }
 
+bool isKnownToBeBlank(const ElementRef& page, const WalkPlan& plan) {
+  return plan.experiences->of(handleOf(page)->busName(),
+                              [&](const Experience& known) { return known.blankPages.contains(page); });
+}
+
 bool showsContent(const Snapshot& snapshot) {
   const auto& nodes = snapshot.tree.nodes();
   return std::any_of(nodes.begin(), nodes.end(), [](const ElementTree::Node& node) {
@@ -42,9 +48,9 @@ bool showsContent(const Snapshot& snapshot) {
 
 }  // namespace
 
-bool Chromium::tellsScreenPlace(const ElementFacts& element, const FactsMap& elements) const {
+bool Chromium::tellsScreenPlace(const ElementFacts& element, const ElementDraft& elements) const {
   const auto isPage = [](const ElementFacts& one) { return one.role == role::documentWeb; };
-  return isPage(element) || findAbove(element, elements, isPage) != nullptr;
+  return isPage(element) || elements.findAbove(element, isPage) != nullptr;
 }
 
 ElementRef Chromium::topmostInDocument(CallRunner& runner, const AtspiHandle& document, Point point,
@@ -71,12 +77,12 @@ bool Chromium::readWindow(SnapshotDraft& snapshot, const ElementRef& frame, Call
   }
   const TimePoint wakeDeadline = std::min(plan.deadline, Clock::now() + kWakeLimit);
   callOnce(runner, calls::attributes(*handleOf(frame)), wakeDeadline);
-  const FactsMap before = snapshot.elements;
+  const ElementDraft before = snapshot.elements;
   for (;;) {
     ChromiumWalk walk(runner, plan, snapshot.elements, snapshot.texts);
     walk.walk(frame, snapshot.application);
     const FactsPointer page = walk.emptyPage();
-    if (!walk.complete() || !page || isKnownToBeBlank(page->ref) || !fills(runner, *page, plan, wakeDeadline)) {
+    if (!walk.complete() || !page || isKnownToBeBlank(page->ref, plan) || !fills(runner, *page, plan, wakeDeadline)) {
       return walk.complete();
     }
     snapshot.elements = before;
@@ -84,12 +90,7 @@ bool Chromium::readWindow(SnapshotDraft& snapshot, const ElementRef& frame, Call
   }
 }
 
-bool Chromium::isKnownToBeBlank(const ElementRef& page) const {
-  const std::lock_guard lock(mutex_);
-  return blank_.contains(page);
-}
-
-bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPlan& plan, TimePoint deadline) const {
+bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPlan& plan, TimePoint deadline) {
   while (Clock::now() < deadline && !(plan.cancelled && plan.cancelled())) {
     TypedBatch batch;
     // The page that fills may be another object, which takes the place of this one.
@@ -106,11 +107,12 @@ bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPla
     }
     std::this_thread::sleep_for(kPause);
   }
-  const std::lock_guard lock(mutex_);
-  if (blank_.size() >= kMostBlankPages) {
-    blank_.clear();
-  }
-  blank_.insert(page.ref);
+  plan.experiences->of(handleOf(page.ref)->busName(), [&](Experience& known) {
+    if (known.blankPages.size() >= kMostBlankPages) {
+      known.blankPages.clear();
+    }
+    known.blankPages.insert(page.ref);
+  });
   return false;
 }
 

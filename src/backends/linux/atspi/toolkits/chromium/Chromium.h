@@ -1,8 +1,5 @@
 #pragma once
 
-#include <mutex>
-#include <unordered_set>
-
 #include "backends/linux/atspi/reading/Toolkit.h"
 
 namespace jumplark::atspi {
@@ -16,7 +13,7 @@ class Chromium final : public Toolkit {
   /// It opens further windows, which are asleep.
   Waking waking() const override { return {.eachTime = true, .asksAttributes = true}; }
   /// It scales its own controls, and tells the places in its pages as they are on the screen.
-  bool tellsScreenPlace(const ElementFacts& element, const FactsMap& elements) const override;
+  bool tellsScreenPlace(const ElementFacts& element, const ElementDraft& elements) const override;
   ElementRef topmostInDocument(CallRunner& runner, const AtspiHandle& document, Point point,
                                TimePoint deadline) const override;
   /// Wakes the window, reads it, and waits for a page that is still empty: once for each page, and for less than a
@@ -28,11 +25,7 @@ class Chromium final : public Toolkit {
   std::string adviceForSilent(int32_t pid, const Snapshot* snapshot) const override;
 
  private:
-  bool isKnownToBeBlank(const ElementRef& page) const;
-  bool fills(CallRunner& runner, const ElementFacts& page, const WalkPlan& plan, TimePoint deadline) const;
-
-  mutable std::mutex mutex_;
-  mutable std::unordered_set<ElementRef, ElementRefHash> blank_;  ///< pages that stayed empty
+  static bool fills(CallRunner& runner, const ElementFacts& page, const WalkPlan& plan, TimePoint deadline);
 };
 
 }  // namespace jumplark::atspi

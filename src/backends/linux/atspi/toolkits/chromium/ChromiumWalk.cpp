@@ -264,11 +264,11 @@ void ChromiumWalk::leaveOutNoise(Level& all) {
     if (!isNoise(*element)) {
       return false;
     }
-    if (const auto parent = elements_.find(element->parent); parent != elements_.end()) {
-      std::erase(parent->second->children, element->ref);
-      parent->second->childCount = std::max<int64_t>(parent->second->childCount - 1, 0);
+    if (ElementFacts* parent = elements_.find(element->parent)) {
+      std::erase(parent->children, element->ref);
+      parent->childCount = std::max<int64_t>(parent->childCount - 1, 0);
     }
-    elements_.erase(element->ref);
+    elements_.remove(element->ref);
     return true;
   });
 }

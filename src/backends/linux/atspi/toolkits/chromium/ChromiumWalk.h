@@ -19,7 +19,7 @@ namespace jumplark::atspi {
 class ChromiumWalk : private WalkSteps {
  public:
   /// The plan's `visibleOnly` counts as set.
-  ChromiumWalk(CallRunner& runner, WalkPlan plan, FactsMap& elements, TextMap& texts)
+  ChromiumWalk(CallRunner& runner, WalkPlan plan, ElementDraft& elements, TextMap& texts)
       : WalkSteps(runner, std::move(plan), elements, texts) {}
 
   /// Adds `start` and what shows below it. Elements that the map holds already are not read again.

@@ -73,17 +73,16 @@ void PageOcclusion::collect(const std::vector<std::shared_ptr<ElementFacts>>& al
   std::unordered_map<ElementRef, int, ElementRefHash> indexes;
   for (const auto& element : all) {
     const auto above = indexes.find(element->parent);
-    Node node{element.get(), above == indexes.end() ? -1 : above->second, -1, Rect::null()};
-    const int around = node.parent < 0 ? -1 : nodes_[static_cast<size_t>(node.parent)].document;
+    const Node* around = above == indexes.end() ? nullptr : &nodes_[static_cast<size_t>(above->second)];
     const int self = static_cast<int>(nodes_.size());
+    Node node{element.get(), around ? above->second : -1, around ? around->document : -1, {}, Rect::null()};
+    node.clip = around ? clipInside(*around->element, around->clip, *element) : Clip{};
+    const bool shows = element->is(state::showing) && element->extents;
     if (element->role == role::documentWeb) {
-      node.document = around < 0 && element->is(state::showing) && element->extents ? self : -1;
-      node.part = element->extents.value_or(Rect::null());
-    } else if (around >= 0) {
-      node.document = around;
-      node.part = element->is(state::showing) && element->extents
-                      ? intersection(*element->extents, nodes_[static_cast<size_t>(around)].part)
-                      : Rect::null();
+      node.document = node.document < 0 && shows ? self : -1;
+    }
+    if (node.document >= 0 && shows) {
+      node.part = node.document == self ? *element->extents : intersection(*element->extents, node.clip.document);
     }
     indexes.emplace(element->ref, self);
     nodes_.push_back(node);

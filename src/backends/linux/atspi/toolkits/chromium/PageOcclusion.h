@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "backends/linux/atspi/element/Clip.h"
 #include "backends/linux/atspi/reading/WalkSteps.h"
 
 namespace jumplark::atspi {
@@ -32,7 +33,8 @@ class PageOcclusion {
     ElementFacts* element = nullptr;
     int parent = -1;
     int document = -1;  ///< -1 outside of pages and in a page within a page
-    Rect part;          ///< of it that the page's window shows
+    Clip clip;
+    Rect part;  ///< of it that the page's window shows
   };
   /// Elements that lie within the bar and are above or below it together.
   struct Group {

@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "backends/linux/atspi/reading/Corrections.h"
-#include "backends/linux/atspi/reading/Popups.h"
 #include "backends/linux/atspi/reading/WalkSteps.h"
 #include "backends/linux/atspi/toolkits/gtk4/Gtk4Tree.h"
 
@@ -37,9 +36,9 @@ class Popovers {
         }
       }
       if (found) {
-        const Rect opener = *find(found->parent, reading_.elements)->extents;
+        const Rect opener = *reading_.elements.find(found->parent)->extents;
         move(*found, {popup.surface.x - opener.x, popup.surface.y - opener.y});
-        jumplark::atspi::reparent(frame_, found->ref, reading_.elements);
+        reading_.elements.reparent(found->ref, frame_);
       }
     }
   }
@@ -47,7 +46,7 @@ class Popovers {
  private:
   /// The element's far corner is the window's, counted from the control that opens it.
   bool fills(const ElementFacts& element, const WindowFacts& popup) const {
-    const ElementFacts* opener = find(element.parent, reading_.elements);
+    const ElementFacts* opener = reading_.elements.find(element.parent);
     if (!opener || !opener->extents || !element.extents || element.parent == frame_ || !element.is(state::showing)) {
       return false;
     }
@@ -58,14 +57,14 @@ class Popovers {
   }
 
   bool isOutside(const ElementFacts& outer, const ElementFacts& inner) const {
-    return findAbove(inner, reading_.elements, [&](const ElementFacts& one) { return &one == &outer; }) != nullptr;
+    return reading_.elements.findAbove(inner, [&](const ElementFacts& one) { return &one == &outer; }) != nullptr;
   }
 
   void move(ElementFacts& element, Point shift) {
     if (moved_.insert(element.ref).second) {
       reading_.transform.move(element, shift);
     }
-    for (ElementFacts* child : childrenOf(element, reading_.elements)) {
+    for (ElementFacts* child : reading_.elements.childrenOf(element)) {
       move(*child, shift);
     }
   }
@@ -104,7 +103,7 @@ bool Gtk4::isOnlyDecorated(const CachedTree& cache, const CacheItem& item) const
   return jumplark::atspi::isOnlyDecorated(cache, item);
 }
 
-void Gtk4::settle(CallRunner& runner, const WalkPlan& plan, FactsMap& elements,
+void Gtk4::settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
                   std::vector<std::shared_ptr<ElementFacts>>& walked) const {
   Gtk4Tree(runner, plan, elements).settle(walked);
   std::erase_if(walked, [&](const auto& element) { return !elements.contains(element->ref); });

@@ -28,7 +28,7 @@ class Gtk4 final : public Toolkit {
   bool tellsChoices() const override { return false; }
   bool tellsCharacterAtPoint() const override { return false; }
   bool endsTextsItself() const override { return true; }
-  void settle(CallRunner& runner, const WalkPlan& plan, FactsMap& elements,
+  void settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
               std::vector<std::shared_ptr<ElementFacts>>& walked) const override;
 
   bool placesByPopups() const override { return true; }

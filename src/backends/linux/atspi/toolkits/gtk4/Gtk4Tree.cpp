@@ -104,7 +104,7 @@ void Gtk4Tree::placePages(const Elements& all) {
     if (hasPlaceOfItsOwn(page) || page.role == role::frame || !page.is(state::showing)) {
       continue;
     }
-    for (const ElementFacts* child : childrenOf(page, elements_)) {
+    for (const ElementFacts* child : elements_.childrenOf(page)) {
       if (child->is(state::showing) && child->extents) {
         page.extents = page.extents ? united(*page.extents, *child->extents) : *child->extents;
       }
@@ -120,7 +120,7 @@ std::vector<Gtk4Tree::Rivals> Gtk4Tree::rivalsIn(const Elements& all) const {
   for (const auto& parent : all) {
     std::map<std::tuple<double, double, double, double>, Rivals> byPlace;
     Rivals pages;
-    for (ElementFacts* child : childrenOf(*parent, elements_)) {
+    for (ElementFacts* child : elements_.childrenOf(*parent)) {
       if (!child->is(state::showing) || !child->extents || child->children.empty()) {
         continue;
       }
@@ -142,7 +142,7 @@ void Gtk4Tree::hideUnreachable(const Elements& all) {
   std::vector<std::vector<ElementRef>> hits(groups.size());
   TypedBatch batch;
   for (size_t i = 0; i < groups.size(); ++i) {
-    const ElementFacts* parent = find(groups[i].front()->parent, elements_);
+    const ElementFacts* parent = elements_.find(groups[i].front()->parent);
     if (!parent || !hasPlaceOfItsOwn(*parent)) {
       continue;
     }
@@ -174,13 +174,13 @@ ElementFacts* Gtk4Tree::rivalAbove(const ElementRef& hit, const Rivals& rivals) 
   const auto isRival = [&](const ElementFacts& one) {
     return std::find(rivals.begin(), rivals.end(), &one) != rivals.end();
   };
-  ElementFacts* here = find(hit, elements_);
-  return !here || isRival(*here) ? here : findAbove(*here, elements_, isRival);
+  ElementFacts* here = elements_.find(hit);
+  return !here || isRival(*here) ? here : elements_.findAbove(*here, isRival);
 }
 
 void Gtk4Tree::hideWithChildren(ElementFacts& element) {
   element.hide();
-  for (ElementFacts* child : childrenOf(element, elements_)) {
+  for (ElementFacts* child : elements_.childrenOf(element)) {
     hideWithChildren(*child);
   }
 }
@@ -189,7 +189,7 @@ bool Gtk4Tree::isDecoration(const ElementFacts& element, bool insideCombo) const
   if (element.is(state::showing) && !isPlainDecoration(element.role) && !(insideCombo && isButton(element.role))) {
     return false;
   }
-  const auto children = childrenOf(element, elements_);
+  const auto children = elements_.childrenOf(element);
   return std::all_of(children.begin(), children.end(),
                      [&](const ElementFacts* child) { return isDecoration(*child, insideCombo); });
 }
@@ -198,22 +198,22 @@ void Gtk4Tree::addLabels(const ElementFacts& element, std::string& text) const {
   if (element.role == role::label) {
     addLabel(element, text);
   }
-  for (const ElementFacts* child : childrenOf(element, elements_)) {
+  for (const ElementFacts* child : elements_.childrenOf(element)) {
     addLabels(*child, text);
   }
 }
 
 void Gtk4Tree::remove(const ElementFacts& element) {
-  for (const ElementFacts* child : childrenOf(element, elements_)) {
+  for (const ElementFacts* child : elements_.childrenOf(element)) {
     remove(*child);
   }
-  elements_.erase(ElementRef(element.ref));
+  elements_.remove(ElementRef(element.ref));
 }
 
 void Gtk4Tree::foldControl(ElementFacts& control) {
   std::string labels;
   std::vector<ElementFacts*> decorations;
-  for (ElementFacts* child : childrenOf(control, elements_)) {
+  for (ElementFacts* child : elements_.childrenOf(control)) {
     // A menu button is a button in a button.
     if (isButton(control.role) && isButton(child->role) && child->children.empty()) {
       addLabel(*child, labels);
@@ -242,7 +242,7 @@ void Gtk4Tree::foldControl(ElementFacts& control) {
 
 void Gtk4Tree::foldComboBox(ElementFacts& combo) {
   // Its only child is a box, with an entry and a button, or with the button that covers it.
-  const auto boxes = childrenOf(combo, elements_);
+  const auto boxes = elements_.childrenOf(combo);
   if (boxes.empty() || boxes.front()->role != role::panel) {
     return;
   }
@@ -251,10 +251,10 @@ void Gtk4Tree::foldComboBox(ElementFacts& combo) {
   std::vector<ElementRef> parts;
   if (!isDecoration(box, true)) {
     parts = box.children;
-    for (ElementFacts* part : childrenOf(box, elements_)) {
+    for (ElementFacts* part : elements_.childrenOf(box)) {
       part->parent = combo.ref;
     }
-    elements_.erase(boxRef);
+    elements_.remove(boxRef);
   } else {
     std::string labels;
     addLabels(box, labels);

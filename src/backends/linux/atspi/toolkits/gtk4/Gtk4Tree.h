@@ -20,7 +20,7 @@ class Gtk4Tree {
  public:
   using Elements = std::vector<std::shared_ptr<ElementFacts>>;
 
-  Gtk4Tree(CallRunner& runner, const WalkPlan& plan, FactsMap& elements)
+  Gtk4Tree(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements)
       : runner_(runner), plan_(plan), elements_(elements) {}
 
   /// `all` was read by one walk, parents before their children. What a control is only decorated with leaves the map,
@@ -45,7 +45,7 @@ class Gtk4Tree {
 
   CallRunner& runner_;
   const WalkPlan& plan_;
-  FactsMap& elements_;
+  ElementDraft& elements_;
 };
 
 }  // namespace jumplark::atspi
