@@ -238,7 +238,7 @@ AccessibilityError AtspiAccessibility::showMenu(const Subject& of) {
 }
 
 bool AtspiAccessibility::raiseKnownWindow(const ElementRef& frame) {
-  const std::shared_ptr<Vocabulary> now = vocabulary();
+  const VocabularyPointer now = vocabulary();
   const SnapshotPointer last = now->view.lastOf(frame);
   if (!last) {
     return false;

@@ -1,4 +1,4 @@
-#include "VocabularyFixture.h"
+#include "backends/atspi/support/VocabularyFixture.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -14,7 +14,7 @@ class HitTest : public AtspiVocabulary {
   void snapshot() { platform.prepareSnapshot(source.ref("app"), true); }
 };
 
-TEST_F(HitTest, TakesTheDeepestOfTheLastElementsThatHoldThePoint) {
+TEST_F(HitTest, takesTheDeepestOfTheLastElementsThatHoldThePoint) {
   snapshot();
   EXPECT_EQ(hit(20, 20), "below");
   EXPECT_EQ(hit(100, 20), "above") << "drawn later, so on top";
@@ -25,7 +25,7 @@ TEST_F(HitTest, TakesTheDeepestOfTheLastElementsThatHoldThePoint) {
   EXPECT_EQ(hit(900, 900), kNoValue);
 }
 
-TEST_F(HitTest, TakesTheHeaderOfATableForWhatLiesOverTheRowsScrolledBelowIt) {
+TEST_F(HitTest, takesTheHeaderOfATableForWhatLiesOverItsRows) {
   source.add("table", role::table, "box", Rect{200, 0, 100, 100});
   source.add("header", role::tableColumnHeader, "table", Rect{200, 0, 100, 20});
   source.add("row", role::tableCell, "table", Rect{200, 12, 100, 20});
@@ -34,13 +34,13 @@ TEST_F(HitTest, TakesTheHeaderOfATableForWhatLiesOverTheRowsScrolledBelowIt) {
   EXPECT_EQ(hit(210, 25), "row");
 }
 
-TEST_F(HitTest, FindsTheSameWithoutASnapshot) {
+TEST_F(HitTest, findsTheSameWithoutASnapshot) {
   EXPECT_EQ(hit(65, 25), "face");
   EXPECT_EQ(hit(20, 20), "below");
   EXPECT_EQ(hit(399, 299), "box");
 }
 
-TEST_F(HitTest, FindsThePageOfATabWithoutASnapshot) {
+TEST_F(HitTest, findsThePageOfATabWithoutASnapshot) {
   source.add("tabs", role::pageTabList, "win", Rect{0, 100, 400, 200});
   source.add("tab", role::pageTab, "tabs", Rect{0, 100, 50, 20});
   source.add("page", role::panel, "tab", Rect{0, 120, 400, 180});
@@ -48,7 +48,7 @@ TEST_F(HitTest, FindsThePageOfATabWithoutASnapshot) {
   EXPECT_EQ(hit(20, 160), "inside");
 }
 
-TEST_F(HitTest, SeesNothingOfACoveredWindow) {
+TEST_F(HitTest, seesNothingOfACoveredWindow) {
   source.add("other", role::application, "");
   source.add("front", role::frame, "other", Rect{0, 0, 60, 60});
   source.processes[30] = source.ref("other");
@@ -61,7 +61,7 @@ TEST_F(HitTest, SeesNothingOfACoveredWindow) {
   EXPECT_EQ(hit(100, 20, source.ref("other")), kNoValue);
 }
 
-TEST_F(HitTest, KeepsTheWindowsOfOneApplicationApart) {
+TEST_F(HitTest, keepsTheWindowsOfOneApplicationApart) {
   source.add("second", role::frame, "app", Rect{0, 0, 400, 300});
   source.add("late", role::pushButton, "second", Rect{10, 10, 100, 50});
   source.framesOnScreen.push_back({source.ref("second"), 4});
@@ -69,7 +69,7 @@ TEST_F(HitTest, KeepsTheWindowsOfOneApplicationApart) {
   EXPECT_EQ(hit(20, 20), "below");
 }
 
-TEST_F(HitTest, FindsAnOpenMenuInItsOwnWindowOnly) {
+TEST_F(HitTest, findsAnOpenMenuInItsOwnWindowOnly) {
   source.add("menu", role::menu, "win", Rect{0, 0, 120, 80});
   source.add("item", role::menuItem, "menu", Rect{0, 0, 120, 20});
   windows.addInFront(9, 10, {0, 0, 120, 80}).isPopup = true;
@@ -78,7 +78,7 @@ TEST_F(HitTest, FindsAnOpenMenuInItsOwnWindowOnly) {
   EXPECT_EQ(hit(65, 50), "menu") << "not the button behind it";
 }
 
-TEST_F(HitTest, ClipsWhatIsScrolledAway) {
+TEST_F(HitTest, clipsWhatIsScrolledAway) {
   source.add("pane", role::scrollPane, "win", Rect{200, 100, 100, 50});
   source.add("row", role::pushButton, "pane", Rect{200, 140, 100, 50});
   snapshot();
@@ -86,7 +86,7 @@ TEST_F(HitTest, ClipsWhatIsScrolledAway) {
   EXPECT_EQ(hit(250, 170), "box");
 }
 
-TEST_F(HitTest, AsksWhetherTheHitIsStillThereUnlessTheSnapshotHasJustBeenTaken) {
+TEST_F(HitTest, asksWhetherTheHitIsStillThereUnlessTheSnapshotIsNew) {
   AtspiAccessibility trusting(source, windows, std::chrono::hours(1));
   trusting.prepareSnapshot(source.ref("app"), true);
   source.messages = 0;
@@ -101,7 +101,7 @@ TEST_F(HitTest, AsksWhetherTheHitIsStillThereUnlessTheSnapshotHasJustBeenTaken) 
   EXPECT_EQ(hitBy(*live, 20, 20), "-25204");
 }
 
-TEST_F(HitTest, RemembersTheGeometryAfterTheSnapshotHasEnded) {
+TEST_F(HitTest, remembersTheGeometryAfterTheSnapshotHasEnded) {
   snapshot();
   platform.endSnapshot();
   source.messages = 0;
@@ -112,7 +112,7 @@ TEST_F(HitTest, RemembersTheGeometryAfterTheSnapshotHasEnded) {
   EXPECT_EQ(hit(65, 25), "box");
 }
 
-TEST_F(HitTest, FindsNothingInWindowsThatNoApplicationOnTheBusOwns) {
+TEST_F(HitTest, findsNothingInWindowsThatNoApplicationOnTheBusOwns) {
   windows.windows.front().pid = 99;
   EXPECT_EQ(hit(20, 20), kNoValue);
   EXPECT_EQ(hit(20, 20, source.ref("app")), "below") << "in a sandbox the frame still knows its window";

@@ -45,12 +45,10 @@ class FakePeer {
   int received() const { return received_; }
   /// Stops answering, as a process does that is stuck; what arrives meanwhile is kept by the system.
   void hang();
-  /// Hangs by itself before it answers one more than this number of calls.
-  void hangAfter(int calls);
   void resume();
 
  private:
-  static int onMessage(sd_bus_message* message, void* data, void*);
+  static int onMessage(sd_bus_message* message, void* data);
   void begin();
   void loop();
   void wake() const;
@@ -59,7 +57,6 @@ class FakePeer {
   sd_bus* bus_ = nullptr;
   std::string uniqueName_;
   std::atomic<int> received_{0};
-  std::atomic<int> limit_{-1};
   std::atomic<bool> hung_{false};
   std::atomic<bool> stopping_{false};
   int wake_ = -1;

@@ -8,18 +8,13 @@
 #include <set>
 #include <string>
 
-#include "backends/atspi/FakeApplication.h"
-#include "backends/atspi/FakeWindows.h"
+#include "backends/atspi/support/FakeApplication.h"
+#include "backends/atspi/support/FakeWindows.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/source/AtspiElementSource.h"
 #include "backends/linux/atspi/source/View.h"
 
 namespace jumplark::atspi {
-
-inline constexpr uint64_t bit(int number) {
-  return 1ULL << static_cast<unsigned>(number);
-}
-inline constexpr uint64_t kShown = bit(state::showing) | bit(state::visible) | bit(state::enabled);
 
 inline FakeElement element(uint32_t role, const std::string& name, Rect rect = {0, 0, 10, 10}) {
   FakeElement made;
@@ -51,6 +46,11 @@ class SourceFixture : public ::testing::Test {
     window.title = "Window";
   }
 
+  FakeElement& add(const std::string& parent, const std::string& id, uint32_t role, const std::string& name = "",
+                   Rect rect = {0, 0, 10, 10}) {
+    return app.add(parent, id, element(role, name, rect));
+  }
+
   void TearDown() override {
     EXPECT_EQ(app.complaints(), std::multiset<std::string>()) << "asked of elements that do not have that interface";
   }
@@ -61,11 +61,18 @@ class SourceFixture : public ::testing::Test {
     }
     return *source_;
   }
-  void prepare(bool visibleOnly = true) { source().take(app.root(), visibleOnly, {}); }
+  SnapshotPointer prepare(bool visibleOnly = true) { return source().take(app.root(), visibleOnly, {}); }
   /// What is read is answered from the last snapshot, and live before there is one.
   View view() { return {source(), last()}; }
   View live() { return View::live(source(), last(), nullptr); }
   FactsPointer read(const std::string& id) { return source().last ? source().last->find(app.ref(id)) : nullptr; }
+  /// The place that a snapshot says, after checking that a later read of the application says the same.
+  std::optional<Rect> placeTwice(const std::string& id) {
+    const FactsPointer known = read(id);
+    const auto now = live().facts(app.ref(id), facts::identity | facts::extents);
+    EXPECT_TRUE(known && now.ok() && now.value->extents == known->extents) << id;
+    return known ? known->extents : std::nullopt;
+  }
   std::vector<FactsPointer> elements() {
     return source().last ? source().last->elements() : std::vector<FactsPointer>();
   }

@@ -40,7 +40,7 @@ std::string matches(const std::vector<FrameFacts>& frames, const std::vector<Win
 
 const Rect kClient{100, 50, 400, 300};
 
-TEST(FrameMatching, EveryToolkitsIdeaOfAFrameIsRecognised) {
+TEST(FrameMatching, recognisesEveryToolkitsIdeaOfAFrame) {
   const Toolkit& gtk3 = toolkit("gtk", "3.24.38");
   const Toolkit& gtk4 = toolkit("GTK", "4.8.3");
   const Toolkit& qt = toolkit("Qt", "6.4.2");
@@ -58,7 +58,7 @@ TEST(FrameMatching, EveryToolkitsIdeaOfAFrameIsRecognised) {
             "1:f 2:other ");
 }
 
-TEST(FrameMatching, TitlesDecideBetweenWindowsOfOneSizeAndPlacesBetweenWindowsOfOneTitle) {
+TEST(FrameMatching, decidesByTitlesThenByPlaces) {
   const Toolkit& qt = toolkit("Qt", "5.15.8");
   const Rect there{600, 50, 400, 300};
   EXPECT_EQ(matches({frame("a", "A", kClient), frame("b", "B", kClient)},
@@ -72,7 +72,7 @@ TEST(FrameMatching, TitlesDecideBetweenWindowsOfOneSizeAndPlacesBetweenWindowsOf
             "1:b 2:a ");
 }
 
-TEST(FrameMatching, WhatIsAlikeInNothingIsNotMatchedUnlessItIsAlone) {
+TEST(FrameMatching, matchesWhatIsAlikeInNothingOnlyIfItIsAlone) {
   const Toolkit& qt = toolkit("Qt", "6.4.2");
   const FrameFacts odd = frame("odd", "Odd", {1, 1, 2, 2});
   EXPECT_EQ(matches({odd, frame("a", "A", kClient)}, {window(1, "A", kClient), window(2, "B", {0, 0, 9, 9})}, qt),
@@ -81,7 +81,7 @@ TEST(FrameMatching, WhatIsAlikeInNothingIsNotMatchedUnlessItIsAlone) {
 }
 
 // A window of 400 by 300 that a person sees at (100, 50), as its surface holds it and its frame tells of itself.
-TEST(FrameMatching, WhoDoesNotKnowItsPlaceCountsFromWhereItsToolkitDoes) {
+TEST(FrameMatching, countsFromWhereTheToolkitDoesThatKnowsNoPlace) {
   const Rect shadowed{74, 27, 452, 352};
   const struct {
     const char* toolkit;
@@ -105,7 +105,7 @@ TEST(FrameMatching, WhoDoesNotKnowItsPlaceCountsFromWhereItsToolkitDoes) {
   }
 }
 
-TEST(FrameMatching, TheTopmostNormalWindowOrDialogHasTheFocus) {
+TEST(FrameMatching, givesTheFocusToTheTopmostNormalWindowOrDialog) {
   const FrameFacts bar = frame("bar", "", {0, 0, 800, 20}, true);
   const FrameFacts main = frame("main", "Main", kClient);
   const FrameFacts dialog = frame("dialog", "Dialog", kClient);

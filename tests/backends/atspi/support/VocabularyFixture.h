@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "backends/atspi/FakeSource.h"
-#include "backends/atspi/FakeWindows.h"
+#include "backends/atspi/support/FakeSource.h"
+#include "backends/atspi/support/FakeWindows.h"
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 
 namespace jumplark::atspi {

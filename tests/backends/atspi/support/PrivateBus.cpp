@@ -1,4 +1,4 @@
-#include "backends/atspi/PrivateBus.h"
+#include "backends/atspi/support/PrivateBus.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -39,14 +39,14 @@ FakePeer::FakePeer(const std::string& address, const std::string& wellKnownName,
   check(sd_bus_new(&bus_), "sd_bus_new");
   check(sd_bus_set_address(bus_, address.c_str()), "address");
   check(sd_bus_set_bus_client(bus_, 1), "client");
-  check(sd_bus_start(bus_), "start");
+  begin();
   if (!wellKnownName.empty()) {
     check(sd_bus_request_name(bus_, wellKnownName.c_str(), 0), "name");
   }
   const char* name = nullptr;
   check(sd_bus_get_unique_name(bus_, &name), "unique name");
   uniqueName_ = name;
-  begin();
+  thread_ = std::thread([this] { loop(); });
 }
 
 FakePeer::FakePeer(int connected, Handler handler)
@@ -56,16 +56,14 @@ FakePeer::FakePeer(int connected, Handler handler)
   check(sd_bus_new(&bus_), "sd_bus_new");
   check(sd_bus_set_fd(bus_, connected, connected), "socket");
   check(sd_bus_set_server(bus_, 1, id), "server");
-  check(sd_bus_start(bus_), "start");
   begin();
+  thread_ = std::thread([this] { loop(); });
 }
 
 void FakePeer::begin() {
-  check(sd_bus_add_filter(
-            bus_, nullptr,
-            [](sd_bus_message* message, void* data, sd_bus_error*) { return onMessage(message, data, nullptr); }, this),
-        "filter");
-  thread_ = std::thread([this] { loop(); });
+  const auto filter = [](sd_bus_message* message, void* data, sd_bus_error*) { return onMessage(message, data); };
+  check(sd_bus_start(bus_), "start");
+  check(sd_bus_add_filter(bus_, nullptr, filter, this), "filter");
 }
 
 FakePeer::~FakePeer() {
@@ -76,7 +74,7 @@ FakePeer::~FakePeer() {
   close(wake_);
 }
 
-int FakePeer::onMessage(sd_bus_message* message, void* data, void*) {
+int FakePeer::onMessage(sd_bus_message* message, void* data) {
   auto* self = static_cast<FakePeer*>(data);
   if (sd_bus_message_is_method_call(message, nullptr, nullptr) <= 0) {
     return 0;
@@ -94,12 +92,7 @@ void FakePeer::hang() {
   wake();
 }
 
-void FakePeer::hangAfter(int calls) {
-  limit_ = received_ + calls;
-}
-
 void FakePeer::resume() {
-  limit_ = -1;
   hung_ = false;
   wake();
 }
@@ -111,9 +104,6 @@ void FakePeer::wake() const {
 
 void FakePeer::loop() {
   while (!stopping_) {
-    if (limit_ >= 0 && received_ >= limit_) {
-      hung_ = true;
-    }
     if (!hung_ && sd_bus_process(bus_, nullptr) > 0) {
       continue;
     }

@@ -17,7 +17,7 @@ const AtspiHandle kSecret(":1.7", "/secret");
 const AtspiHandle kUnlisted(":1.7", "/unlisted");
 
 /// Answers names by what it was asked, and notes what that was.
-class FakeApplication : public CallRunner {
+class Answering : public CallRunner {
  public:
   std::vector<Reply> run(std::vector<MethodCall> calls, TimePoint /*deadline*/) override {
     std::vector<Reply> replies;
@@ -60,7 +60,7 @@ std::string answer(CallRunner& runner, const MethodCall& call) {
 }
 
 TEST(ReplayedCalls, answersFromWhatWasAskedAtOnceAndAsksTheRest) {
-  FakeApplication application;
+  Answering application;
   ReplayedCalls replayed(application, lastTime({nameOf(kEntry), nameOf(kEntry), nameOf(kSecret)}), Clock::now());
   const auto before = application.asked;
   EXPECT_EQ(before.size(), 3U) << "all is under way before anybody asks";
@@ -80,24 +80,24 @@ TEST(ReplayedCalls, neverAskForTheContentOfWhatIsOrMayBeASecret) {
   const std::vector<MethodCall> all = {textOf(kSecret),   calls::characterCount(kSecret).call,
                                        textOf(kUnlisted), calls::currentValue(kSecret).call,
                                        textOf(kEntry),    cache};
-  FakeApplication application;
+  Answering application;
   ReplayedCalls replayed(application, lastTime(all), Clock::now());
   replayed.run({nameOf(kEntry)}, Clock::now());
   EXPECT_THAT(application.asked, ElementsAre("/org/a11y/atspi/cache GetItems", "/entry GetText", "/entry Get"));
 
-  FakeApplication withoutCache;
+  Answering withoutCache;
   ReplayedCalls blind(withoutCache, lastTime({textOf(kEntry), textOf(kSecret)}), Clock::now());
   blind.begin({}, Clock::now())();
   EXPECT_THAT(withoutCache.asked, IsEmpty());
 
-  FakeApplication shown;
+  Answering shown;
   shown.secretsRole = role::entry;
   ReplayedCalls open(shown, lastTime({cache, textOf(kSecret)}), Clock::now());
   EXPECT_EQ(answer(open, textOf(kSecret)), "answer 2");
 }
 
 TEST(Replays, beginEarlyAndGoOnWithThat) {
-  FakeApplication application;
+  Answering application;
   Replays replays(application);
   EXPECT_THAT(replays.take(":1.7", Clock::now())->asked(), IsEmpty());
   replays.keep(":1.7", {nameOf(kEntry)});

@@ -1,11 +1,13 @@
 #include <algorithm>
 
-#include "VocabularyFixture.h"
+#include "backends/atspi/support/VocabularyFixture.h"
 
 namespace jumplark::atspi {
 namespace {
 
-TEST_F(AtspiVocabulary, TitlesAnElementByItsNameElseByItsCaption) {
+class Attributes : public AtspiVocabulary {};
+
+TEST_F(Attributes, titlesAnElementByItsNameElseByItsCaption) {
   source.add("named", role::pushButton, "win").name = "Open";
   source.add("caption", role::label, "win").name = "Volume";
   source.add("slider", role::slider, "win").labelledBy = {source.ref("caption")};
@@ -18,7 +20,7 @@ TEST_F(AtspiVocabulary, TitlesAnElementByItsNameElseByItsCaption) {
   EXPECT_EQ(text("named", "AXTitleUIElement"), kUnsupported);
 }
 
-TEST_F(AtspiVocabulary, SaysNoValueInsteadOfEmptyTexts) {
+TEST_F(Attributes, saysNoValueInsteadOfEmptyTexts) {
   source.add("field", role::entry, "win").interfaces |= interface_bit::text;
   for (const char* name : {"AXValue", "AXDescription", "AXPlaceholderValue", "AXRoleDescription"}) {
     EXPECT_EQ(text("field", name), kNoValue) << name;
@@ -45,7 +47,7 @@ const ValueCase kValues[] = {
     {"radio menu item", role::radioMenuItem, {state::checked}, "1"},
 };
 
-TEST_F(AtspiVocabulary, ReadsTheStateOfControlsAsTheirValue) {
+TEST_F(Attributes, readsTheStateOfControlsAsTheirValue) {
   int number = 0;
   for (const auto& one : kValues) {
     const std::string id = "v" + std::to_string(number++);
@@ -54,7 +56,7 @@ TEST_F(AtspiVocabulary, ReadsTheStateOfControlsAsTheirValue) {
   }
 }
 
-TEST_F(AtspiVocabulary, ReadsNumbersAndTextsAsValues) {
+TEST_F(Attributes, readsNumbersAndTextsAsValues) {
   auto& slider = source.add("slider", role::slider, "win");
   slider.interfaces |= interface_bit::value;
   slider.currentValue = 0.5;
@@ -85,7 +87,7 @@ TEST_F(AtspiVocabulary, ReadsNumbersAndTextsAsValues) {
   EXPECT_EQ(text("combo", "AXValue"), "12 pt");
 }
 
-TEST_F(AtspiVocabulary, NeverReadsAPassword) {
+TEST_F(Attributes, neverReadsAPassword) {
   auto& secret = source.add("secret", role::passwordText, "win");
   secret.interfaces |= interface_bit::text | interface_bit::value;
   secret.shortText = "hunter2";
@@ -97,7 +99,7 @@ TEST_F(AtspiVocabulary, NeverReadsAPassword) {
   EXPECT_EQ(std::count(names.begin(), names.end(), "AXValue"), 0);
 }
 
-TEST_F(AtspiVocabulary, PutsAFieldsOwnNameWhereItIsSearched) {
+TEST_F(Attributes, putsAFieldsOwnNameWhereItIsSearched) {
   source.add("field", role::entry, "win").name = "Find";
   source.add("other", role::entry, "win").name = "City";
   source.at("other").description = "Where you live";
@@ -107,7 +109,7 @@ TEST_F(AtspiVocabulary, PutsAFieldsOwnNameWhereItIsSearched) {
   EXPECT_EQ(text("other", "AXPlaceholderValue"), "Berlin");
 }
 
-TEST_F(AtspiVocabulary, TakesAWindowsPlaceFromTheXServerWithoutItsShadow) {
+TEST_F(Attributes, takesAWindowsPlaceFromTheXServerWithoutItsShadow) {
   EXPECT_EQ(get("win", "AXSize").value, AttributeValue(Size{400, 300}));
   auto& window = windows.windows.front();
   window.frame = {95, 75, 410, 330};
@@ -119,7 +121,7 @@ TEST_F(AtspiVocabulary, TakesAWindowsPlaceFromTheXServerWithoutItsShadow) {
   EXPECT_EQ(get("win", "AXSize").value, AttributeValue(Size{380, 280}));
 }
 
-TEST_F(AtspiVocabulary, EnumeratesASnapshotWithoutMessages) {
+TEST_F(Attributes, enumeratesASnapshotWithoutMessages) {
   source.add("panel", role::panel, "win");
   source.add("button", role::pushButton, "panel").name = "Go";
   auto& field = source.add("field", role::entry, "panel");
@@ -141,7 +143,7 @@ TEST_F(AtspiVocabulary, EnumeratesASnapshotWithoutMessages) {
   EXPECT_EQ(source.messages, 0);
 }
 
-TEST_F(AtspiVocabulary, CountsTextInUtf16Units) {
+TEST_F(Attributes, countsTextInUtf16Units) {
   // Ten lines of which the middle is visible; the clef is one code point and two units.
   std::string all;
   for (int line = 0; line < 40; ++line) {
@@ -169,7 +171,7 @@ TEST_F(AtspiVocabulary, CountsTextInUtf16Units) {
   EXPECT_EQ(string({1000, 5}).error, AccessibilityError::illegalArgument);
 }
 
-TEST_F(AtspiVocabulary, ReadsTheVisibleTextOnceASnapshot) {
+TEST_F(Attributes, readsTheVisibleTextOnceASnapshot) {
   auto& area = source.add("area", role::text, "win");
   FakeSource::set(area, {state::multiLine});
   area.interfaces |= interface_bit::text;
@@ -185,7 +187,7 @@ TEST_F(AtspiVocabulary, ReadsTheVisibleTextOnceASnapshot) {
   EXPECT_EQ(source.messages, 0);
 }
 
-TEST_F(AtspiVocabulary, PerformsTheActionsThatAreThere) {
+TEST_F(Attributes, performsTheActionsThatAreThere) {
   source.add("button", role::pushButton, "win").actionNames = {"click", "ShowMenu"};
   source.add("label", role::label, "win");
   const ElementRef button = source.ref("button");
@@ -198,7 +200,7 @@ TEST_F(AtspiVocabulary, PerformsTheActionsThatAreThere) {
   EXPECT_EQ(windows.activations, (std::vector<std::pair<WindowId, bool>>{{1, true}}));
 }
 
-TEST_F(AtspiVocabulary, RaisesAWindowWithoutAskingItsApplicationOnceASnapshotHasPlacedIt) {
+TEST_F(Attributes, raisesAWindowWithoutAskingItsApplicationOnceASnapshotHasPlacedIt) {
   platform.prepareSnapshot(source.ref("app"), false);
   platform.endSnapshot();
   source.liveError = AccessibilityError::cannotComplete;
@@ -206,7 +208,7 @@ TEST_F(AtspiVocabulary, RaisesAWindowWithoutAskingItsApplicationOnceASnapshotHas
   EXPECT_EQ(windows.activations, (std::vector<std::pair<WindowId, bool>>{{1, true}}));
 }
 
-TEST_F(AtspiVocabulary, PassesErrorsOfTheApplicationOn) {
+TEST_F(Attributes, passesErrorsOfTheApplicationOn) {
   source.liveError = AccessibilityError::cannotComplete;
   EXPECT_EQ(get("win", "AXTitle").error, AccessibilityError::cannotComplete);
   EXPECT_EQ(platform.attributeValueCount(source.ref("win"), "AXChildren").error, AccessibilityError::cannotComplete);
