@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/Utf8.h"
+
 namespace jumplark::atspi {
 
 /// A question, while it is answered.
@@ -90,7 +92,7 @@ void appendPart(const Asked& asked, Message answer) {
   int32_t start = 0;
   int32_t end = 0;
   sd_bus_message_read(asked.question, "ii", &start, &end);
-  appendText(answer, asked.element.text.substr(static_cast<size_t>(start), static_cast<size_t>(end - start)));
+  appendText(answer, codePoints(asked.element.text, 0, start, end));
 }
 
 void appendChild(const Asked& asked, Message answer) {
@@ -101,13 +103,19 @@ void appendChild(const Asked& asked, Message answer) {
   appendReference(answer, inside ? asked.application.ref(children[static_cast<size_t>(index)]) : ElementRef());
 }
 
+void appendOffset(const Asked& asked, Message answer) {
+  int32_t x = 0;
+  int32_t y = 0;
+  sd_bus_message_read(asked.question, "ii", &x, &y);
+  const auto& [first, last] = asked.element.visibleText;
+  sd_bus_message_append(answer, "i", y < asked.element.rect.midY() ? first : last);
+}
+
 using Answers = std::map<std::string, void (*)(const Asked& asked, Message answer)>;
 
 const Answers kMethods{
     {"GetRole", [](const Asked& asked, Message m) { sd_bus_message_append(m, "u", asked.element.role); }},
     {"GetState", [](const Asked& asked, Message m) { appendStates(m, asked.element.states); }},
-    {"GetLocalizedRoleName",
-     [](const Asked& asked, Message m) { appendText(m, "role " + std::to_string(asked.element.role)); }},
     {"GetInterfaces", [](const Asked& asked, Message m) { appendInterfaces(m, asked.element); }},
     {"GetChildren",
      [](const Asked& asked, Message m) { appendReferences(m, asked.application, asked.element.children); }},
@@ -135,7 +143,13 @@ const Answers kMethods{
        sd_bus_message_append(m, "(iiii)", static_cast<int32_t>(r.x), static_cast<int32_t>(r.y),
                              static_cast<int32_t>(r.width), static_cast<int32_t>(r.height));
      }},
-    {"GrabFocus", [](const Asked&, Message m) { sd_bus_message_append(m, "b", 1); }},
+    {"GetOffsetAtPoint", appendOffset},
+    {"GetActions",
+     [](const Asked& asked, Message m) {
+       appendArray(m, "(sss)", asked.element.actions,
+                   [m](const std::string& name) { sd_bus_message_append(m, "(sss)", name.c_str(), "", ""); });
+     }},
+    {"DoAction", [](const Asked&, Message m) { sd_bus_message_append(m, "b", 1); }},
 };
 
 bool replyText(Message question, const std::string& text) {
@@ -181,6 +195,11 @@ FakeElement& FakeApplication::add(const std::string& parent, const std::string& 
   const std::lock_guard lock(mutex_);
   elements_[parent].children.push_back(id);
   return elements_[id] = std::move(element);
+}
+
+FakeElement& FakeApplication::at(const std::string& id) {
+  const std::lock_guard lock(mutex_);
+  return elements_.at(id);
 }
 
 void FakeApplication::remove(const std::string& id) {
@@ -272,9 +291,12 @@ bool FakeApplication::answerProperty(sd_bus_message* question, const std::string
   const std::map<std::string, std::string> texts{
       {"Name", element.name}, {"Description", element.description}, {"ToolkitName", toolkit_}, {"Version", version_}};
   const std::map<std::string, size_t> numbers{{"ChildCount", element.children.size()},
-                                              {"CharacterCount", element.text.size()}};
+                                              {"CharacterCount", static_cast<size_t>(codePointCount(element.text))}};
   if (const auto text = texts.find(name); text != texts.end()) {
     return replyText(question, text->second);
+  }
+  if (name == "CurrentValue") {
+    return sd_bus_reply_method_return(question, "v", "d", element.value) >= 0;
   }
   if (const auto number = numbers.find(name); number != numbers.end()) {
     return sd_bus_reply_method_return(question, "v", "i", static_cast<int32_t>(number->second)) >= 0;

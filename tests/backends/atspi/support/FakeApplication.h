@@ -36,6 +36,9 @@ struct FakeElement {
   std::vector<std::string> labelFor;
   std::vector<std::string> labelledBy;
   std::string text;
+  std::pair<int32_t, int32_t> visibleText{0, -1};  ///< offsets of the characters at its corners
+  double value = 0;
+  std::vector<std::string> actions;
 };
 
 /// A scripted application on a private bus. Its root has the children of the element "root".
@@ -50,6 +53,7 @@ class FakeApplication {
   FakeElement& set(const std::string& id, FakeElement element);
   /// Adds an element at the end of its parent's children.
   FakeElement& add(const std::string& parent, const std::string& id, FakeElement element);
+  FakeElement& at(const std::string& id);
   void remove(const std::string& id);
   /// The elements that the application's cache holds; until then it has none.
   void cache(std::vector<std::string> ids);

@@ -1,63 +1,53 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <string>
 
-#include "backends/atspi/support/FakeSource.h"
-#include "backends/atspi/support/FakeWindows.h"
+#include "backends/atspi/support/SourceFixture.h"
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 
 namespace jumplark::atspi {
 
-/// An application "app" (process 10) with a frame "win" at 0,0 400 by 300, and what a test adds to it.
-class AtspiVocabulary : public ::testing::Test {
+inline const std::string kNoValue = "-25212";
+inline const std::string kUnsupported = "-25205";
+inline const std::string kLate = "-25204";
+
+/// An application of no toolkit in particular, with the frame "frame" at 0,0 400 by 300 and what a test adds to it, as
+/// the core asks for it.
+class AtspiVocabulary : public SourceFixture {
  protected:
-  AtspiVocabulary() {
-    source.add("app", role::application, "");
-    source.add("win", role::frame, "app", Rect{0, 0, 400, 300});
-    source.processes[10] = source.ref("app");
-    source.framesOnScreen = {{source.ref("win"), 1}};
-    windows.add(1, 10, {0, 0, 400, 300});
+  AtspiVocabulary() : SourceFixture("other", "1") {
+    app.at("frame").rect = {0, 0, 400, 300};
+    windows.windows[0].surface = windows.windows[0].frame = {0, 0, 400, 300};
   }
 
   AccessibilityResult<AttributeValue> get(const std::string& id, const std::string& name) {
-    return platform.copyAttributeValue(source.ref(id), name);
+    return platform.copyAttributeValue(app.ref(id), name);
   }
   /// The attribute as text; an error as its number.
   std::string text(const std::string& id, const std::string& name) {
     const auto answer = get(id, name);
-    return answer.ok() ? answer.value.description() : std::to_string(static_cast<int>(answer.error));
+    if (!answer.ok()) {
+      return std::to_string(static_cast<int>(answer.error));
+    }
+    return answer.value.element() ? idOf(*answer.value.element()) : answer.value.description();
   }
   /// The ids of a list attribute, joined by spaces, read as the core reads lists.
   std::string list(const std::string& id, const std::string& name) {
-    const auto count = platform.attributeValueCount(source.ref(id), name);
-    if (!count.ok()) {
-      return std::to_string(static_cast<int>(count.error));
-    }
-    const auto entries = platform.copyAttributeValues(source.ref(id), name, 0, count.value);
-    return ids(entries.value);
+    const auto count = platform.attributeValueCount(app.ref(id), name);
+    return count.ok() ? ids(platform.copyAttributeValues(app.ref(id), name, 0, count.value).value)
+                      : std::to_string(static_cast<int>(count.error));
   }
+  static std::string idOf(const ElementRef& element) { return element.text().substr(element.text().rfind('/') + 1); }
   static std::string ids(const AttributeValue::List& entries) {
     std::string joined;
     for (const auto& one : entries) {
-      joined += (joined.empty() ? "" : " ") + handleOf(*one.element())->path().substr(1);
+      joined += (joined.empty() ? "" : " ") + idOf(*one.element());
     }
     return joined;
   }
-  std::string hit(double x, double y, const ElementRef& within = {}) { return hitBy(platform, x, y, within); }
-  static std::string hitBy(AccessibilityPlatform& by, double x, double y, const ElementRef& within = {}) {
-    const auto found = by.copyElementAtPosition(within ? within : by.systemWideElement(), static_cast<float>(x),
-                                                static_cast<float>(y));
-    return found.ok() ? handleOf(found.value)->path().substr(1) : std::to_string(static_cast<int>(found.error));
-  }
+  void snapshot(bool visibleOnly = true) { platform.prepareSnapshot(app.root(), visibleOnly); }
 
-  FakeSource source;
-  FakeWindows windows;
-  AtspiAccessibility platform{source, windows};
+  AtspiAccessibility platform{source(), windows};
 };
-
-inline const std::string kNoValue = "-25212";
-inline const std::string kUnsupported = "-25205";
 
 }  // namespace jumplark::atspi

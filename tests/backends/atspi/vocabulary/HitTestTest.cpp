@@ -6,12 +6,17 @@ namespace {
 class HitTest : public AtspiVocabulary {
  protected:
   HitTest() {
-    source.add("box", role::panel, "win", Rect{0, 0, 400, 300});
-    source.add("below", role::pushButton, "box", Rect{10, 10, 100, 50});
-    source.add("above", role::pushButton, "box", Rect{50, 10, 100, 50});
-    source.add("face", role::label, "above", Rect{60, 20, 20, 20});
+    add("frame", "box", role::panel, "", {0, 0, 400, 300});
+    add("box", "below", role::pushButton, "", {10, 10, 100, 50});
+    add("box", "above", role::pushButton, "", {50, 10, 100, 50});
+    add("above", "face", role::label, "", {60, 20, 20, 20});
   }
-  void snapshot() { platform.prepareSnapshot(source.ref("app"), true); }
+  std::string hit(double x, double y, const ElementRef& within = {}) { return hitBy(platform, x, y, within); }
+  static std::string hitBy(AccessibilityPlatform& by, double x, double y, const ElementRef& within = {}) {
+    const auto found = by.copyElementAtPosition(within ? within : by.systemWideElement(), static_cast<float>(x),
+                                                static_cast<float>(y));
+    return found.ok() ? idOf(found.value) : std::to_string(static_cast<int>(found.error));
+  }
 };
 
 TEST_F(HitTest, takesTheDeepestOfTheLastElementsThatHoldThePoint) {
@@ -26,9 +31,9 @@ TEST_F(HitTest, takesTheDeepestOfTheLastElementsThatHoldThePoint) {
 }
 
 TEST_F(HitTest, takesTheHeaderOfATableForWhatLiesOverItsRows) {
-  source.add("table", role::table, "box", Rect{200, 0, 100, 100});
-  source.add("header", role::tableColumnHeader, "table", Rect{200, 0, 100, 20});
-  source.add("row", role::tableCell, "table", Rect{200, 12, 100, 20});
+  add("box", "table", role::table, "", {200, 0, 100, 100});
+  add("table", "header", role::tableColumnHeader, "", {200, 0, 100, 20});
+  add("table", "row", role::tableCell, "", {200, 12, 100, 20});
   snapshot();
   EXPECT_EQ(hit(210, 15), "header");
   EXPECT_EQ(hit(210, 25), "row");
@@ -41,81 +46,64 @@ TEST_F(HitTest, findsTheSameWithoutASnapshot) {
 }
 
 TEST_F(HitTest, findsThePageOfATabWithoutASnapshot) {
-  source.add("tabs", role::pageTabList, "win", Rect{0, 100, 400, 200});
-  source.add("tab", role::pageTab, "tabs", Rect{0, 100, 50, 20});
-  source.add("page", role::panel, "tab", Rect{0, 120, 400, 180});
-  source.add("inside", role::pushButton, "page", Rect{10, 150, 50, 20});
+  add("frame", "tabs", role::pageTabList, "", {0, 100, 400, 200});
+  add("tabs", "tab", role::pageTab, "", {0, 100, 50, 20});
+  add("tab", "page", role::panel, "", {0, 120, 400, 180});
+  add("page", "inside", role::pushButton, "", {10, 150, 50, 20});
   EXPECT_EQ(hit(20, 160), "inside");
 }
 
 TEST_F(HitTest, seesNothingOfACoveredWindow) {
-  source.add("other", role::application, "");
-  source.add("front", role::frame, "other", Rect{0, 0, 60, 60});
-  source.processes[30] = source.ref("other");
-  source.framesOnScreen.push_back({source.ref("front"), 3});
-  windows.addInFront(3, 30, {0, 0, 60, 60});
+  windows.addInFront(3, 99, {0, 0, 60, 60});
   snapshot();
-  EXPECT_EQ(hit(20, 20), "front");
-  EXPECT_EQ(hit(20, 20, source.ref("app")), kNoValue);
-  EXPECT_EQ(hit(100, 20, source.ref("app")), "above");
-  EXPECT_EQ(hit(100, 20, source.ref("other")), kNoValue);
-}
-
-TEST_F(HitTest, keepsTheWindowsOfOneApplicationApart) {
-  source.add("second", role::frame, "app", Rect{0, 0, 400, 300});
-  source.add("late", role::pushButton, "second", Rect{10, 10, 100, 50});
-  source.framesOnScreen.push_back({source.ref("second"), 4});
-  snapshot();
-  EXPECT_EQ(hit(20, 20), "below");
+  for (const ElementRef& within : {ElementRef(), app.root()}) {
+    EXPECT_EQ(hit(20, 20, within), kNoValue);
+    EXPECT_EQ(hit(100, 20, within), "above");
+  }
 }
 
 TEST_F(HitTest, findsAnOpenMenuInItsOwnWindowOnly) {
-  source.add("menu", role::menu, "win", Rect{0, 0, 120, 80});
-  source.add("item", role::menuItem, "menu", Rect{0, 0, 120, 20});
-  windows.addInFront(9, 10, {0, 0, 120, 80}).isPopup = true;
+  add("frame", "menu", role::menu, "", {0, 0, 120, 80});
+  add("menu", "item", role::menuItem, "", {0, 0, 120, 20});
+  windows.addInFront(9, getpid(), {0, 0, 120, 80}).isPopup = true;
   snapshot();
   EXPECT_EQ(hit(65, 10), "item");
   EXPECT_EQ(hit(65, 50), "menu") << "not the button behind it";
 }
 
 TEST_F(HitTest, clipsWhatIsScrolledAway) {
-  source.add("pane", role::scrollPane, "win", Rect{200, 100, 100, 50});
-  source.add("row", role::pushButton, "pane", Rect{200, 140, 100, 50});
+  add("frame", "pane", role::scrollPane, "", {200, 100, 100, 50});
+  add("pane", "row", role::pushButton, "", {200, 140, 100, 50});
   snapshot();
   EXPECT_EQ(hit(250, 145), "row");
   EXPECT_EQ(hit(250, 170), "box");
 }
 
 TEST_F(HitTest, asksWhetherTheHitIsStillThereUnlessTheSnapshotIsNew) {
-  AtspiAccessibility trusting(source, windows, std::chrono::hours(1));
-  trusting.prepareSnapshot(source.ref("app"), true);
-  source.messages = 0;
-  EXPECT_EQ(trusting.copyElementAtPosition(trusting.systemWideElement(), 65, 25).value, source.ref("face"));
-  EXPECT_EQ(source.messages, 0);
+  AtspiAccessibility trusting(source(), windows, std::chrono::hours(1));
+  trusting.prepareSnapshot(app.root(), true);
+  int before = app.peer().received();
+  EXPECT_EQ(hitBy(trusting, 65, 25), "face");
+  EXPECT_EQ(app.peer().received(), before);
   snapshot();
   const auto live = platform.live();
-  source.at("above").extents = Rect{300, 200, 100, 50};
-  source.gone.insert(source.ref("face").text());
+  app.at("above").rect = {300, 200, 100, 50};
+  app.remove("face");
   EXPECT_EQ(hitBy(*live, 65, 25), "below");
-  source.liveError = AccessibilityError::cannotComplete;
-  EXPECT_EQ(hitBy(*live, 20, 20), "-25204");
+  source().setMessagingTimeout(0.05);
+  app.peer().hang();
+  EXPECT_EQ(hitBy(*live, 20, 20), kLate);
 }
 
 TEST_F(HitTest, remembersTheGeometryAfterTheSnapshotHasEnded) {
   snapshot();
   platform.endSnapshot();
-  source.messages = 0;
+  const size_t before = app.timesAsked("Accessible.GetState above");
   EXPECT_EQ(hit(65, 25), "face");
-  EXPECT_EQ(source.messages, 1) << "only the hit itself is asked";
-  source.at("box").children.clear();
-  platform.prepareSnapshot(source.ref("app"), true);
+  EXPECT_EQ(app.timesAsked("Accessible.GetState above"), before) << "only the hit itself is asked";
+  app.at("box").children.clear();
+  snapshot();
   EXPECT_EQ(hit(65, 25), "box");
-}
-
-TEST_F(HitTest, findsNothingInWindowsThatNoApplicationOnTheBusOwns) {
-  windows.windows.front().pid = 99;
-  EXPECT_EQ(hit(20, 20), kNoValue);
-  EXPECT_EQ(hit(20, 20, source.ref("app")), "below") << "in a sandbox the frame still knows its window";
 }
 
 }  // namespace
