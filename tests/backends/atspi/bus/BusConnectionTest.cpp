@@ -35,7 +35,7 @@ TEST_F(Connection, switchesAccessibilityOn) {
 TEST_F(Connection, answersManyMoreCallsThanTheWindowInOrder) {
   std::vector<MethodCall> calls;
   for (int i = 0; i < 2000; ++i) {
-    app.set("e" + std::to_string(i), element(role::label, "name " + std::to_string(i)));
+    app.at("e" + std::to_string(i)) = element(role::label, "name " + std::to_string(i));
     calls.push_back(calls::name(*handleOf(app.ref("e" + std::to_string(i)))).call);
   }
   const auto replies = connection.run(std::move(calls), soon());

@@ -20,7 +20,7 @@ class SpoiltText : public SourceFixture, public ::testing::WithParamInterface<co
   SpoiltText() : SourceFixture(GetParam(), "3.24") { app.openSocket(); }
 
   void spoil(const std::string& bytes) {
-    app.set("frame", element(role::frame, "Window", {100, 50, 400, 300}));
+    app.at("frame") = element(role::frame, "Window", {100, 50, 400, 300});
     add("frame", "first", role::pushButton, "first");
     add("frame", "name", role::pushButton, bytes);
     add("frame", "description", role::pushButton).description = "so: " + bytes;

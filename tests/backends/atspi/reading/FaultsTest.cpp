@@ -47,18 +47,6 @@ TEST_F(Faults, costOneTimeOutUntilTheNextSnapshot) {
   EXPECT_TRUE(live().facts(app.ref("frame"), facts::relations).ok());
 }
 
-TEST_F(Faults, costOthersNothing) {
-  FakeApplication other(bus);
-  other.add("root", "frame", element(role::frame, "Window", {100, 50, 400, 300}));
-  other.add("frame", "there", element(role::pushButton, "there"));
-  source().setMessagingTimeout(20);
-  app.peer().hang();
-  std::thread stuck([this] { source().read({app.ref("frame")}, facts::texts, {}); });
-  EXPECT_EQ(source().take(other.root(), true, {})->elements().size(), 3U);
-  app.peer().resume();
-  stuck.join();
-}
-
 TEST_F(Faults, leaveWhatWasReadBefore) {
   for (int i = 0; i < 20; ++i) {
     const std::string box = "box" + std::to_string(i);
@@ -206,23 +194,6 @@ TEST_F(Faults, disbelieveCountsThatCannotBe) {
   const int before = app.peer().received();
   readEverything(platform, elements());
   EXPECT_LT(app.peer().received() - before, 1000);
-}
-
-TEST_F(Faults, endASnapshotInAFloodOfSignals) {
-  add("frame", "ok", role::pushButton, "OK");
-  app.answerInstead([](sd_bus_message* message, const std::string&, const std::string&) {
-    for (int i = 0; i < 1000; ++i) {
-      sd_bus_message* signal = nullptr;
-      sd_bus_message_new_signal(sd_bus_message_get_bus(message), &signal, "/org/a11y/atspi/accessible/root",
-                                "org.a11y.atspi.Event.Object", "BoundsChanged");
-      sd_bus_message_set_destination(signal, sd_bus_message_get_sender(message));
-      sd_bus_send(nullptr, signal, nullptr);
-      sd_bus_message_unref(signal);
-    }
-    return false;
-  });
-  prepare();
-  EXPECT_EQ(names(), "ok");
 }
 
 TEST_F(Faults, askForNoTextThatMayBeAPassword) {

@@ -1,46 +1,10 @@
-#include <gmock/gmock.h>
-
 #include "backends/atspi/support/SourceFixture.h"
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 
 namespace jumplark::atspi {
 namespace {
 
-using ::testing::ElementsAre;
-
 class Snapshots : public SourceFixture {};
-
-TEST_F(Snapshots, answerWithoutAskingTheApplicationAgain) {
-  add("frame", "box", role::filler, "", {100, 50, 400, 100});
-  add("box", "ok", role::pushButton, "OK", {110, 60, 80, 30});
-  add("box", "caption", role::label, "Name:");
-  FakeElement entry = element(role::entry, "");
-  entry.interfaces = {"Component", "Text", "EditableText"};
-  entry.text = "typed";
-  entry.labelledBy = {"caption"};
-  app.add("frame", "entry", entry);
-  prepare();
-
-  const int before = app.peer().received();
-  constexpr facts::Set kAll = facts::identity | facts::texts | facts::extents | facts::children | facts::relations |
-                              facts::attributes | facts::value | facts::text | facts::localizedRole;
-  for (const char* id : {"frame", "box", "ok", "caption", "entry"}) {
-    EXPECT_TRUE(view().facts(app.ref(id), kAll).ok()) << id;
-  }
-  EXPECT_EQ(names(), "box ok caption entry");
-  const auto ok = read("ok");
-  EXPECT_EQ(ok->name, "OK");
-  EXPECT_EQ(ok->extents, (Rect{110, 60, 80, 30}));
-  EXPECT_EQ(ok->parent, app.ref("box"));
-  EXPECT_THAT(read("box")->children, ElementsAre(app.ref("ok"), app.ref("caption")));
-  EXPECT_EQ(read("entry")->shortText, "typed");
-  EXPECT_THAT(read("entry")->labelledBy, ElementsAre(app.ref("caption")));
-  EXPECT_EQ(view().focusedWindow(app.root()), app.ref("frame"));
-  EXPECT_EQ(view().application(getpid()), app.root());
-  ASSERT_EQ(view().frames(app.root()).size(), 1U);
-  EXPECT_EQ(view().frames(app.root())[0].window.id, 7U);
-  EXPECT_EQ(app.peer().received(), before);
-}
 
 TEST_F(Snapshots, descendOnlyIntoWhatShows) {
   FakeElement hidden = element(role::panel, "hidden page");

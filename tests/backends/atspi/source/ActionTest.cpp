@@ -8,7 +8,7 @@ class Actions : public SourceFixture {};
 TEST_F(Actions, seeWhatHasChangedSinceTheSnapshot) {
   add("frame", "ok", role::pushButton, "OK", {110, 60, 80, 30});
   prepare();
-  app.set("ok", element(role::pushButton, "Done", {10, 10, 80, 30}));
+  app.at("ok").name = "Done";
   const auto nameIn = [this](const View& view) { return view.facts(app.ref("ok"), facts::texts).value->name; };
   EXPECT_EQ(nameIn(view()), "OK");
   EXPECT_EQ(nameIn(live()), "Done");
@@ -22,7 +22,7 @@ TEST_F(Actions, readTheirElementAnewAndTheRestWhereThatHasMoved) {
   add("box", "beside", role::pushButton, "beside", {210, 60, 80, 30});
   prepare();
   const ReadScope scope = view().scopeOf(app.root());
-  app.set("beside", element(role::pushButton, "renamed", {210, 60, 80, 30})).parent = "box";
+  app.at("beside").name = "renamed";
   const auto nameIn = [this](const SnapshotPointer& read, const std::string& id) {
     const FactsPointer facts = read->find(app.ref(id));
     return facts ? facts->name : "unread";
@@ -38,7 +38,7 @@ TEST_F(Actions, readTheirElementAnewAndTheRestWhereThatHasMoved) {
   ASSERT_NE(ok, ElementTree::kNone);
   EXPECT_EQ(tree[tree[ok].parent].facts->ref, app.ref("box"));
 
-  app.set("ok", element(role::pushButton, "OK", {110, 90, 80, 30})).parent = "box";
+  app.at("ok").rect = {110, 90, 80, 30};
   const auto moved = source().takeForAction(app.ref("ok"), scope);
   EXPECT_EQ(moved->find(app.ref("ok"))->extents, (Rect{110, 90, 80, 30}));
   EXPECT_EQ(nameIn(moved, "beside"), "unread");
@@ -49,7 +49,7 @@ TEST_F(Actions, askOnlyWhatHasAPlaceWhereItIs) {
   prepare();
   add("frame", "page", role::panel, "").interfaces = {};
   add("page", "new", role::pushButton, "New", {10, 10, 80, 30});
-  app.set("ok", element(role::pushButton, "OK", {200, 60, 80, 30})).parent = "frame";
+  app.at("ok").rect = {200, 60, 80, 30};
   const auto read = source().takeForAction(app.ref("ok"), view().scopeOf(app.root()));
   const View action = View::live(source(), {source().last}, read);
   const auto placeOf = [&](const ElementRef& ref) { return action.facts(ref, facts::extents).value->extents; };

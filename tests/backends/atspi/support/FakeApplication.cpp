@@ -185,11 +185,6 @@ FakeApplication::~FakeApplication() {
   }
 }
 
-FakeElement& FakeApplication::set(const std::string& id, FakeElement element) {
-  const std::lock_guard lock(mutex_);
-  return elements_[id] = std::move(element);
-}
-
 FakeElement& FakeApplication::add(const std::string& parent, const std::string& id, FakeElement element) {
   element.parent = parent;
   const std::lock_guard lock(mutex_);
@@ -199,7 +194,7 @@ FakeElement& FakeApplication::add(const std::string& parent, const std::string& 
 
 FakeElement& FakeApplication::at(const std::string& id) {
   const std::lock_guard lock(mutex_);
-  return elements_.at(id);
+  return elements_[id];
 }
 
 void FakeApplication::remove(const std::string& id) {

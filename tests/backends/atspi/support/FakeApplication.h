@@ -49,11 +49,10 @@ class FakeApplication {
   FakeApplication& operator=(const FakeApplication&) = delete;
   ~FakeApplication();
 
-  /// Adds or replaces an element; before anything is read, or while nothing is under way.
-  FakeElement& set(const std::string& id, FakeElement element);
+  /// An element, made if it is not there; to be changed before anything is read, or while nothing is under way.
+  FakeElement& at(const std::string& id);
   /// Adds an element at the end of its parent's children.
   FakeElement& add(const std::string& parent, const std::string& id, FakeElement element);
-  FakeElement& at(const std::string& id);
   void remove(const std::string& id);
   /// The elements that the application's cache holds; until then it has none.
   void cache(std::vector<std::string> ids);

@@ -66,13 +66,6 @@ class SourceFixture : public ::testing::Test {
   View view() { return {source(), last()}; }
   View live() { return View::live(source(), last(), nullptr); }
   FactsPointer read(const std::string& id) { return source().last ? source().last->find(app.ref(id)) : nullptr; }
-  /// The place that a snapshot says, after checking that a later read of the application says the same.
-  std::optional<Rect> placeTwice(const std::string& id) {
-    const FactsPointer known = read(id);
-    const auto now = live().facts(app.ref(id), facts::identity | facts::extents);
-    EXPECT_TRUE(known && now.ok() && now.value->extents == known->extents) << id;
-    return known ? known->extents : std::nullopt;
-  }
   std::vector<FactsPointer> elements() {
     return source().last ? source().last->elements() : std::vector<FactsPointer>();
   }

@@ -54,7 +54,7 @@ TEST_F(Gtk4, isLookedIntoWhereAPageBeginsToShow) {
   EXPECT_EQ(names(), "first one second");
   EXPECT_EQ(app.timesAsked("Component.GetExtents two"), before) << "nothing below a hidden page can show";
 
-  app.set("frame", element(role::frame, "Window", {0, 0, 400, 300}));
+  app.at("frame").children.clear();
   put("frame", "second", role::panel, "", {0, 0, 400, 200});
   put("second", "box", role::panel, "", {0, 0, 400, 200});
   put("box", "two", role::pushButton, "Two", {0, 0, 50, 20});
@@ -66,9 +66,7 @@ TEST_F(Gtk4, isLookedIntoWhereAPageBeginsToShow) {
 TEST_F(Gtk4, labelsNoControlByAPartOfIt) {
   put("frame", "caption", role::label, "Volume", {0, 0, 50, 20});
   put("frame", "volume", role::slider, "GtkScale", {60, 0, 50, 20}).labelledBy = {"caption", "picture"};
-  FakeElement picture = element(role::image, "GtkImage");
-  picture.parent = "volume";  // which does not count it among its children
-  app.set("picture", picture);
+  app.at("picture").parent = "volume";  // which does not count it among its children
   app.cache({"frame", "caption", "volume", "picture"});
   prepare();
   ASSERT_EQ(read("volume")->labelledBy.size(), 1U);
@@ -94,12 +92,10 @@ TEST_F(Gtk4, isNotAskedForTheLengthOfAShortEntry) {
     return sd_bus_reply_method_return(message, "s", end == 7 ? "exactly" : "") >= 0;
   });
   prepare();
-  EXPECT_EQ(read("empty")->shortText, "");
-  EXPECT_EQ(read("empty")->characterCount, 0);
-  EXPECT_EQ(read("short")->shortText, "Lorem ipsum");
-  EXPECT_EQ(read("short")->characterCount, 11);
-  EXPECT_EQ(read("long")->shortText, std::string(1500, 'x'));
-  EXPECT_EQ(read("strict")->shortText, "exactly") << "though it gives nothing for more than there is";
+  for (const char* id : {"empty", "short", "long", "strict"}) {
+    EXPECT_EQ(read(id)->shortText, app.at(id).text) << id;
+    EXPECT_EQ(read(id)->characterCount, static_cast<int64_t>(app.at(id).text.size())) << id;
+  }
   EXPECT_EQ(app.timesAsked("Properties.Get short") + 1, app.timesAsked("Properties.Get long")) << "its length";
 }
 

@@ -5,14 +5,6 @@ namespace {
 
 class Qt : public SourceFixture {};
 
-TEST_F(Qt, countsInPointsWhateverTheApplicationCountsIn) {
-  windows.windows[0].surface = {200, 130, 600, 450};
-  windows.windows[0].frame = {195, 100, 610, 485};
-  add("frame", "ok", role::pushButton, "OK", {120, 60, 80, 30});
-  prepare();
-  EXPECT_EQ(placeTwice("ok"), (Rect{230, 145, 120, 45}));
-}
-
 // Rows that were scrolled below the header, and tabs below the buttons of their row, say that they show.
 TEST_F(Qt, hidesWhatItDrawsSomethingOver) {
   add("frame", "tree", role::tree, "", {100, 100, 300, 100});

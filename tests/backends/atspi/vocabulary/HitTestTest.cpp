@@ -45,14 +45,6 @@ TEST_F(HitTest, findsTheSameWithoutASnapshot) {
   EXPECT_EQ(hit(399, 299), "box");
 }
 
-TEST_F(HitTest, findsThePageOfATabWithoutASnapshot) {
-  add("frame", "tabs", role::pageTabList, "", {0, 100, 400, 200});
-  add("tabs", "tab", role::pageTab, "", {0, 100, 50, 20});
-  add("tab", "page", role::panel, "", {0, 120, 400, 180});
-  add("page", "inside", role::pushButton, "", {10, 150, 50, 20});
-  EXPECT_EQ(hit(20, 160), "inside");
-}
-
 TEST_F(HitTest, seesNothingOfACoveredWindow) {
   windows.addInFront(3, 99, {0, 0, 60, 60});
   snapshot();
