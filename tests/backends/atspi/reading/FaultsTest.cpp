@@ -47,26 +47,6 @@ TEST_F(Faults, costOneTimeOutUntilTheNextSnapshot) {
   EXPECT_TRUE(live().facts(app.ref("frame"), facts::relations).ok());
 }
 
-TEST_F(Faults, leaveWhatWasReadBefore) {
-  for (int i = 0; i < 20; ++i) {
-    const std::string box = "box" + std::to_string(i);
-    add("frame", box, role::panel, box);
-    add(box, "ok" + std::to_string(i), role::pushButton, "OK");
-  }
-  prepare();
-  source().setMessagingTimeout(0.05);
-  app.answerInstead([this](sd_bus_message*, const std::string& id, const std::string& member) {
-    if (id == "box5" && member == "GetChildren") {
-      app.peer().hang();
-    }
-    return false;
-  });
-  prepare();
-  EXPECT_THAT(names(), HasSubstr("box0"));
-  EXPECT_EQ(read("ok19"), nullptr);
-  EXPECT_EQ(view().facts(app.ref("ok19"), facts::texts).error, cannotComplete);
-}
-
 TEST_F(Faults, endTheReadingOfAnApplicationThatAnswersSlowly) {
   constexpr int kPanels = 200;
   constexpr const char* kLast = "Accessible.GetState entry199";
@@ -108,14 +88,6 @@ TEST_F(Faults, leaveOutElementsThatVanishDuringTheWalk) {
   EXPECT_NE(all[0], nullptr);
   EXPECT_EQ(all[1], nullptr);
   EXPECT_EQ(all[2], nullptr);
-}
-
-TEST_F(Faults, leaveNothingOfAnApplicationThatHasEnded) {
-  auto ended = std::make_unique<FakeApplication>(bus);
-  const ElementRef root = ended->root();
-  ended.reset();
-  EXPECT_EQ(view().facts(root, facts::texts).error, invalidElement);
-  EXPECT_EQ(source().take(root, true, {})->focusedWindow, ElementRef());
 }
 
 TEST_F(Faults, makeATreeOfCycles) {
