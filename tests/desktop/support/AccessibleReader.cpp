@@ -1,10 +1,11 @@
-// Prints what an application says of its showing elements, read with the desktop's own accessibility library and
-// nothing of the program under test: accessible-reader [--all] APPLICATION. A JSON list of
+// Prints what an application says of its elements, read with the desktop's own accessibility library and nothing of the
+// program under test: accessible-reader showing|all APPLICATION. A JSON list of
 // {"role","name","description","text","states","rect"}, depth first; rect is [x,y,width,height] in pixels of the root
-// window, as the application says (GTK 4: of its window). With --all what does not say that it shows is printed too,
-// for applications that say so of their windows only (GTK 4).
+// window, as the application says (GTK 4: of its window). "showing" leaves out what does not say that it shows; GTK 4
+// says so of its windows only.
 #include <atspi/atspi.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -24,10 +25,11 @@ std::string take(gchar* text) {
   return result;
 }
 
-const std::pair<AtspiStateType, const char*> kStates[] = {
-    {ATSPI_STATE_CHECKED, "checked"},     {ATSPI_STATE_FOCUSED, "focused"},   {ATSPI_STATE_SELECTED, "selected"},
-    {ATSPI_STATE_PRESSED, "pressed"},     {ATSPI_STATE_EXPANDED, "expanded"}, {ATSPI_STATE_ACTIVE, "active"},
-    {ATSPI_STATE_SENSITIVE, "sensitive"}, {ATSPI_STATE_SHOWING, "showing"},   {ATSPI_STATE_VISIBLE, "visible"}};
+const std::pair<AtspiStateType, const char*> kStates[] = {{ATSPI_STATE_CHECKED, "checked"},
+                                                          {ATSPI_STATE_FOCUSED, "focused"},
+                                                          {ATSPI_STATE_PRESSED, "pressed"},
+                                                          {ATSPI_STATE_EXPANDED, "expanded"},
+                                                          {ATSPI_STATE_SENSITIVE, "sensitive"}};
 
 /// GTK 4 warns of screen coordinates, which it does not know.
 AtspiCoordType coordinatesOf(AtspiAccessible* element) {
@@ -60,20 +62,15 @@ nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, AtspiCo
   return entry;
 }
 
-void collect(AtspiAccessible* element, bool isApplication, bool all, AtspiCoordType coordinates,
-             nlohmann::json& entries) {
-  const Owned<AtspiStateSet> states{atspi_accessible_get_state_set(element)};
-  if (!isApplication) {
-    if (!states || !(all || atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))) {
-      return;
-    }
-    entries.push_back(describe(element, states.get(), coordinates));
-  }
+void collect(AtspiAccessible* parent, bool all, AtspiCoordType coordinates, nlohmann::json& entries) {
   constexpr int kMostChildren = 400;
-  const int count = std::min(atspi_accessible_get_child_count(element, nullptr), kMostChildren);
+  const int count = std::min(atspi_accessible_get_child_count(parent, nullptr), kMostChildren);
   for (int i = 0; i < count; ++i) {
-    if (const Owned<AtspiAccessible> child{atspi_accessible_get_child_at_index(element, i, nullptr)}) {
-      collect(child.get(), false, all, coordinates, entries);
+    const Owned<AtspiAccessible> child{atspi_accessible_get_child_at_index(parent, i, nullptr)};
+    const Owned<AtspiStateSet> states{child ? atspi_accessible_get_state_set(child.get()) : nullptr};
+    if (states && (all || atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))) {
+      entries.push_back(describe(child.get(), states.get(), coordinates));
+      collect(child.get(), all, coordinates, entries);
     }
   }
 }
@@ -81,17 +78,15 @@ void collect(AtspiAccessible* element, bool isApplication, bool all, AtspiCoordT
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool all = argc == 3 && std::string(argv[1]) == "--all";
-  if (!(argc == 2 || all) || atspi_init() > 1) {
+  if (argc != 3 || atspi_init() > 1) {
     return 2;
   }
-  const std::string wanted = argv[argc - 1];
   const Owned<AtspiAccessible> desktop{atspi_get_desktop(0)};
   for (int i = 0; i < atspi_accessible_get_child_count(desktop.get(), nullptr); ++i) {
     const Owned<AtspiAccessible> application{atspi_accessible_get_child_at_index(desktop.get(), i, nullptr)};
-    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == wanted) {
+    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == argv[2]) {
       nlohmann::json entries = nlohmann::json::array();
-      collect(application.get(), true, all, coordinatesOf(application.get()), entries);
+      collect(application.get(), std::string(argv[1]) == "all", coordinatesOf(application.get()), entries);
       std::printf("%s\n", entries.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
       return 0;
     }

@@ -36,7 +36,7 @@ struct SessionOptions {
   bool sessionBus = true;                ///< without it there is no accessibility bus either
 };
 
-/// A viewable X window with a title or a class: a managed one, or an open menu.
+/// A viewable window with a title or a class: a managed one, or an open menu.
 struct SessionWindow {
   uint32_t id = 0;
   std::string title;
@@ -45,6 +45,8 @@ struct SessionWindow {
   bool overrideRedirect = false;
   PixelRect rect;  ///< of the client's own window
 };
+
+using WindowPredicate = std::function<bool(const SessionWindow&)>;
 
 /// A graphical session of its own: X server, session bus, accessibility bus, window manager, home folder; made by
 /// scripts/private-session, which also ends everything when this process dies in whatever way. Programs that are
@@ -77,33 +79,44 @@ class PrivateSession {
 
   /// All viewable windows with a title or a class, in stacking order, the topmost last.
   std::vector<SessionWindow> windows() const;
-  std::optional<SessionWindow> findWindow(const std::function<bool(const SessionWindow&)>& wanted) const;
+  std::optional<SessionWindow> findWindow(const WindowPredicate& wanted) const;
+  bool hasWindow(const WindowPredicate& wanted) const { return findWindow(wanted).has_value(); }
   /// The first window to appear that is wanted; throws std::runtime_error naming what there is instead.
-  SessionWindow waitForWindow(const std::function<bool(const SessionWindow&)>& wanted, Milliseconds limit = kPatience);
-  SessionWindow waitForWindowTitled(const std::string& title, Milliseconds limit = kPatience);
-  SessionWindow waitForWindowOf(pid_t pid, Milliseconds limit = kPatience);
-  /// The window that _NET_ACTIVE_WINDOW names; 0 when none.
+  SessionWindow waitForWindow(const WindowPredicate& wanted);
+  SessionWindow waitForWindowTitled(const std::string& title);
+  SessionWindow waitForWindowOf(pid_t pid);
+  /// The window that has the focus by the window manager's account; 0 when none.
   uint32_t activeWindow() const;
   /// Brings a window to the front, as a pager would, and returns when it is active; false when it does not come to
   /// that. The window manager may forget a new window's focus once in a hundred times, so a test that needs one asks
   /// for it.
   bool activate(uint32_t window);
 
-  /// The colour that shows at a pixel of the root, 0xRRGGBB.
-  uint32_t pixel(int x, int y) const;
+  /// The colour that shows at a pixel of the screen, 0xRRGGBB.
+  uint32_t pixel(int x, int y) const { return pixels({x, y, 1, 1}).at(0); }
   /// What shows in a rectangle, row by row, 0xRRGGBB; the part outside the screen is left out.
   std::vector<uint32_t> pixels(const PixelRect& rect) const;
   /// What is held down, by whomever: "button 1", "modifier 0x40", "key 65"; empty when nothing is.
   std::string heldInput() const;
   /// Whether no client holds the keyboard, so that what is typed reaches the focus.
   bool keyboardIsFree() const;
-  /// Whether no client takes this key, pressed without modifiers, before the focus gets it.
-  bool keyIsFree(uint8_t keycode) const;
+  /// Takes a key with modifiers (X keycode and modifier mask) from all clients, as another program's shortcut would;
+  /// false when one has it already.
+  bool takeKey(uint8_t keycode, uint16_t modifiers = 0) const;
+  void giveKeyBack(uint8_t keycode, uint16_t modifiers = 0) const;
 
-  /// The whole screen as a PNG file; false when it could not be written.
-  bool screenshot(const std::string& path);
-  /// One call of xdotool with these arguments, for keys and pointer movements; throws when it fails.
+  /// One call of xdotool with these arguments; throws when it fails.
   void keys(const Arguments& xdotoolArguments);
+  /// Presses and releases keys or combinations ("shift+Tab") one after the other.
+  void press(const Arguments& names);
+  /// Types without a delay between the letters.
+  void type(const std::string& text) { keys({"type", "--delay", "0", text}); }
+  void pointTo(int x, int y) { keys({"mousemove", std::to_string(x), std::to_string(y)}); }
+  void pointTo(const PixelRect& middleOf) {
+    pointTo(middleOf.x + middleOf.width / 2, middleOf.y + middleOf.height / 2);
+  }
+  void click(int x, int y, const std::string& button = "1");
+  void click(const PixelRect& middleOf) { click(middleOf.x + middleOf.width / 2, middleOf.y + middleOf.height / 2); }
 
  private:
   class Display;
@@ -112,9 +125,9 @@ class PrivateSession {
 
   Environment environment_;
   std::string folder_;
-  pid_t server_ = -1;
   int serverInput_ = -1;
   size_t started_ = 0;
+  std::unique_ptr<Process> server_;
   std::unique_ptr<Display> display_;
   std::vector<std::unique_ptr<Process>> processes_;
 };

@@ -26,12 +26,21 @@ class PrivateSession::Display {
   std::vector<uint32_t> pixels(const PixelRect& rect) const;
   std::string heldInput() const;
   bool keyboardIsFree() const;
-  bool keyIsFree(uint8_t keycode) const;
+  bool takeKey(uint8_t keycode, uint16_t modifiers) const;
+  void giveKeyBack(uint8_t keycode, uint16_t modifiers) const;
 
  private:
+  /// What the server answers to a request; null for an error.
+  template <typename Request, typename Reply, typename... Arguments>
+  auto ask(Request request, Reply reply, Arguments... arguments) const {
+    auto* answer = reply(connection_, request(connection_, arguments...), nullptr);
+    return std::unique_ptr<std::remove_pointer_t<decltype(answer)>, decltype(&std::free)>(answer, &std::free);
+  }
   xcb_atom_t atom(const char* name) const;
-  std::string text(xcb_window_t window, xcb_atom_t property) const;
-  std::optional<uint32_t> number(xcb_window_t window, xcb_atom_t property) const;
+  /// The bytes of a property of that many bits; none of another kind.
+  std::string property(xcb_window_t window, xcb_atom_t property, int bits = 8) const;
+  /// A property's first number; 0 when there is none.
+  uint32_t number(xcb_window_t window, xcb_atom_t property) const;
   std::optional<SessionWindow> describe(xcb_window_t window) const;
   void collect(xcb_window_t parent, int depth, std::vector<SessionWindow>& found) const;
 
