@@ -25,7 +25,7 @@ TEST(Act, hitsWhatIsShownAtTwiceTheResolution) {
   }
   for (Program program : {widgetFactory3(), widgetFactory4()}) {
     SCOPED_TRACE(program.busName);
-    program.environment = {{"GDK_SCALE", "2"}};
+    program.environment["GDK_SCALE"] = "2";
     Application factory(desktop, program);
     factory.matchesWith("RadioButton", "Page 2");
     pointingAtUppermost("page 2", "Page 2")(factory);

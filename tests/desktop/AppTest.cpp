@@ -182,30 +182,5 @@ TEST(App, worksInAHomeThatCannotBeWrittenAndSaysSo) {
   EXPECT_EQ(program.wait(), 0);
 }
 
-TEST(App, offersAFreeShortcutWhereItsOwnIsTaken) {
-  Desktop desktop;
-  PrivateSession& session = desktop.session;
-  const DemoProgram demo(desktop);
-  ASSERT_TRUE(session.takeKey(kSpace, kSuperAndShift));
-  RunningProgram program(session);
-  AppWindows& windows = program.windows();
-  EXPECT_THAT(program.process().out(), HasSubstr("jumplark activate"));
-  windows.waitFor("label", "The key combination Super+Shift+Space cannot be used");
-  // The message is nothing to search in, even with the keyboard. It gives way, and comes back without the keyboard.
-  ASSERT_TRUE(session.activate(program.queryWindow().value_or(SessionWindow()).id));
-  EXPECT_EQ(session.run({JUMPLARK_PROGRAM, "activate"}).status, 0);
-  windows.waitFor("text", "What to click");
-  program.type("reload");
-  EXPECT_TRUE(waitUntil([&] { return program.overlayWindows() > 0; }));
-  program.key("Escape");
-  windows.waitFor("push button", "Use Control+Alt+Space");
-  ASSERT_TRUE(session.activate(program.queryWindow().value_or(SessionWindow()).id));
-  windows.click("push button", "Use Control+Alt+Space");
-  EXPECT_TRUE(windows.waitForSetting("ActivationShortcut", {{"KeyCode", 49}, {"ModifierFlags", 0xC0000}}));
-  EXPECT_TRUE(windows.waitUntilGone("push button", "Use Control+Alt+Space"));
-  session.press({"ctrl+alt+space"});
-  EXPECT_TRUE(program.waitUntilOpen());
-}
-
 }  // namespace
 }  // namespace jumplark::desktop

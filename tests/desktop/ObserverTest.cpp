@@ -85,7 +85,6 @@ void Observing::watch(const Watched& watched) {
 
   ASSERT_TRUE(subscribe(*observer, "AXValueChanged", field));
   ASSERT_TRUE(subscribe(*observer, "AXWindowCreated", application));
-  EXPECT_FALSE(subscribe(*observer, "AXValueChanged", field));
   EXPECT_FALSE(subscribe(*observer, "AXNoSuchThing", field));
   session.type("ab");
   EXPECT_TRUE(await([&] { return heard("AXValueChanged", field) >= 2; }));
@@ -105,7 +104,6 @@ void Observing::watch(const Watched& watched) {
   ASSERT_TRUE(await([&] { return session.activeWindow() == window; }));
   EXPECT_TRUE(!watched.tellsOfTheEnd || await([&] { return heard("AXUIElementDestroyed", dialog) == 1; }));
   EXPECT_TRUE(observer->unsubscribeFromNotificationForElement("AXWindowCreated", application));
-  EXPECT_FALSE(observer->unsubscribeFromNotificationForElement("AXWindowCreated", application));
   const int focused = heard("AXFocusedUIElementChanged", application);
   session.press({watched.toDialog});
   EXPECT_TRUE(await([&] { return heard("AXFocusedUIElementChanged", application) > focused; }));

@@ -109,16 +109,5 @@ TEST_F(PreferencesWindow, switchesAndListsFollowTheirSettingsAndTheReverse) {
   windows.waitFor("combo box", "English");
 }
 
-TEST_F(PreferencesWindow, usageMovesWhileItIsOpen) {
-  open("Usage", {{"UsageMetrics", {{"2001-02-03", {{"elementsActioned", 1500}}}}}});
-  windows.waitFor("label", "1\u202F500");
-  // Over another application an activation would close the window; over the window itself it stays.
-  session.press({RunningProgram::kShortcut});
-  windows.waitFor("text", "What to click");
-  program->query("usage");
-  program->key("Return");
-  windows.waitFor("label", "1\u202F501");
-}
-
 }  // namespace
 }  // namespace jumplark::desktop

@@ -64,12 +64,6 @@ void reportViews(const QWidget* window) {
                        [](const QModelIndex& now) { report("selected " + now.data().toString()); });
     }
   });
-  forEach<QTreeView>(window, [](QTreeView* tree) {
-    QObject::connect(tree, &QTreeView::expanded, tree,
-                     [](const QModelIndex& item) { report("expanded " + item.data().toString()); });
-    QObject::connect(tree, &QTreeView::collapsed, tree,
-                     [](const QModelIndex& item) { report("collapsed " + item.data().toString()); });
-  });
   forEach<QTabBar>(window, [](QTabBar* tabs) {
     QObject::connect(tabs, &QTabBar::currentChanged, tabs,
                      [tabs](int index) { report("tab " + tabs->tabText(index)); });

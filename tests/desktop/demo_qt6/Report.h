@@ -13,7 +13,6 @@ namespace demo {
 /// triggered TEXT                      an action
 /// text NAME TEXT, combo NAME TEXT     a field or combo box holds it now
 /// tab TITLE, selected TEXT            is in front, or current
-/// expanded TEXT, collapsed TEXT       a folder
 /// focused NAME
 /// pressed X,Y, double-pressed X,Y     in pixels of the root window; with modifiers: more after it
 void reportEverything(QWidget* window);

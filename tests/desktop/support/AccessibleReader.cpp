@@ -1,8 +1,8 @@
 // Prints what an application says of its elements, read with the desktop's own accessibility library and nothing of the
-// program under test: accessible-reader showing|all APPLICATION. A JSON list of
-// {"role","name","description","text","states","rect"}, depth first; rect is [x,y,width,height] in pixels of the root
-// window, as the application says (GTK 4: of its window). "showing" leaves out what does not say that it shows; GTK 4
-// says so of its windows only.
+// program under test: accessible-reader APPLICATION. A JSON list of
+// {"role","name","description","text","states","rect"} of what says that it shows, depth first; rect is
+// [x,y,width,height] in pixels of the root window, as the application says. GTK 4 says of its windows only that they
+// show, and tells places in its window: of it all elements are printed.
 #include <atspi/atspi.h>
 
 #include <algorithm>
@@ -31,14 +31,12 @@ const std::pair<AtspiStateType, const char*> kStates[] = {{ATSPI_STATE_CHECKED, 
                                                           {ATSPI_STATE_EXPANDED, "expanded"},
                                                           {ATSPI_STATE_SENSITIVE, "sensitive"}};
 
-/// GTK 4 warns of screen coordinates, which it does not know.
-AtspiCoordType coordinatesOf(AtspiAccessible* element) {
-  const bool gtk4 = take(atspi_accessible_get_toolkit_name(element, nullptr)) == "GTK" &&
-                    take(atspi_accessible_get_toolkit_version(element, nullptr)).starts_with("4.");
-  return gtk4 ? ATSPI_COORD_TYPE_WINDOW : ATSPI_COORD_TYPE_SCREEN;
+bool isGtk4(AtspiAccessible* application) {
+  return take(atspi_accessible_get_toolkit_name(application, nullptr)) == "GTK" &&
+         take(atspi_accessible_get_toolkit_version(application, nullptr)).starts_with("4.");
 }
 
-nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, AtspiCoordType coordinates) {
+nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, bool gtk4) {
   nlohmann::json entry = {{"role", take(atspi_accessible_get_role_name(element, nullptr))},
                           {"name", take(atspi_accessible_get_name(element, nullptr))},
                           {"description", take(atspi_accessible_get_description(element, nullptr))},
@@ -54,7 +52,8 @@ nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, AtspiCo
     entry["text"] = take(atspi_text_get_text(text.get(), 0, 200, nullptr));
   }
   if (const Owned<AtspiComponent> component{atspi_accessible_get_component_iface(element)}) {
-    if (AtspiRect* rect = atspi_component_get_extents(component.get(), coordinates, nullptr)) {
+    const AtspiCoordType origin = gtk4 ? ATSPI_COORD_TYPE_WINDOW : ATSPI_COORD_TYPE_SCREEN;
+    if (AtspiRect* rect = atspi_component_get_extents(component.get(), origin, nullptr)) {
       entry["rect"] = {rect->x, rect->y, rect->width, rect->height};
       g_free(rect);
     }
@@ -62,15 +61,15 @@ nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, AtspiCo
   return entry;
 }
 
-void collect(AtspiAccessible* parent, bool all, AtspiCoordType coordinates, nlohmann::json& entries) {
+void collect(AtspiAccessible* parent, bool gtk4, nlohmann::json& entries) {
   constexpr int kMostChildren = 400;
   const int count = std::min(atspi_accessible_get_child_count(parent, nullptr), kMostChildren);
   for (int i = 0; i < count; ++i) {
     const Owned<AtspiAccessible> child{atspi_accessible_get_child_at_index(parent, i, nullptr)};
     const Owned<AtspiStateSet> states{child ? atspi_accessible_get_state_set(child.get()) : nullptr};
-    if (states && (all || atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))) {
-      entries.push_back(describe(child.get(), states.get(), coordinates));
-      collect(child.get(), all, coordinates, entries);
+    if (states && (gtk4 || atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))) {
+      entries.push_back(describe(child.get(), states.get(), gtk4));
+      collect(child.get(), gtk4, entries);
     }
   }
 }
@@ -78,15 +77,15 @@ void collect(AtspiAccessible* parent, bool all, AtspiCoordType coordinates, nloh
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3 || atspi_init() > 1) {
+  if (argc != 2 || atspi_init() > 1) {
     return 2;
   }
   const Owned<AtspiAccessible> desktop{atspi_get_desktop(0)};
   for (int i = 0; i < atspi_accessible_get_child_count(desktop.get(), nullptr); ++i) {
     const Owned<AtspiAccessible> application{atspi_accessible_get_child_at_index(desktop.get(), i, nullptr)};
-    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == argv[2]) {
+    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == argv[1]) {
       nlohmann::json entries = nlohmann::json::array();
-      collect(application.get(), std::string(argv[1]) == "all", coordinatesOf(application.get()), entries);
+      collect(application.get(), isGtk4(application.get()), entries);
       std::printf("%s\n", entries.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
       return 0;
     }

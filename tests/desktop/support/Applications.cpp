@@ -13,8 +13,7 @@ bool AccessibleElement::is(const std::string& state) const {
 }
 
 std::vector<AccessibleElement> AccessibleApplication::elements() const {
-  const Finished finished =
-      session_.run({JUMPLARK_ACCESSIBLE_READER, reading_ == Reading::all ? "all" : "showing", name_});
+  const Finished finished = session_.run({JUMPLARK_ACCESSIBLE_READER, name_});
   std::vector<AccessibleElement> elements;
   if (finished.status == 0) {
     for (const nlohmann::json& entry : nlohmann::json::parse(finished.out)) {

@@ -20,18 +20,14 @@ struct AccessibleElement {
   bool is(const std::string& state) const;
 };
 
-/// Which elements to read: those that say that they show, or all (GTK 4 says so of windows only, and gives places in
-/// its window).
-enum class Reading { showing, all };
-
 /// An application as those see it who are told of it by the accessibility bus, without the program under test.
 class AccessibleApplication {
  public:
   /// `name` is the one on the bus.
-  AccessibleApplication(PrivateSession& session, std::string name, Reading reading = Reading::showing)
-      : session_(session), name_(std::move(name)), reading_(reading) {}
+  AccessibleApplication(PrivateSession& session, std::string name) : session_(session), name_(std::move(name)) {}
 
-  /// Depth first; empty while it is not on the bus.
+  /// Those that say that they show, depth first; empty while it is not on the bus. GTK 4 says so of windows only, and
+  /// gives places in its window: all of its elements are read.
   std::vector<AccessibleElement> elements() const;
   /// The last element of that role whose name begins so, the topmost window coming last.
   std::optional<AccessibleElement> find(const std::string& role, const std::string& name) const;
@@ -50,7 +46,6 @@ class AccessibleApplication {
 
  private:
   std::string name_;
-  Reading reading_;
 };
 
 /// Starts an application and returns when its window has the focus and an element of that role and name shows;

@@ -12,7 +12,7 @@
 namespace jumplark::desktop {
 
 Application::Application(Desktop& desktop, const Program& program)
-    : AccessibleApplication(desktop.session, program.busName, program.reading),
+    : AccessibleApplication(desktop.session, program.busName),
       desktop_(desktop),
       process_(desktop.session.start(program.command, program.environment)),
       target_(program.target.empty() ? Arguments{"--pid", std::to_string(process_.pid())} : program.target) {
@@ -21,11 +21,12 @@ Application::Application(Desktop& desktop, const Program& program)
                ? candidate.pid == process_.pid() && !candidate.overrideRedirect && candidate.rect.width > 100
                : candidate.title.starts_with(program.title);
   });
-  if (!session_.activate(window.id)) {
-    throw std::runtime_error(program.busName + " did not come to the front: " + process_.err());
-  }
   if (!program.role.empty()) {
     waitFor(program.role, program.element);
+  }
+  // A dialog of its own that is in front stays there.
+  if (!isActive() && !session_.activate(window.id)) {
+    throw std::runtime_error(program.busName + " did not come to the front: " + process_.err());
   }
 }
 
@@ -98,7 +99,8 @@ Program widgetFactory3() {
           .busName = "gtk3-widget-factory",
           .role = "radio button",
           .element = "Page 2",
-          .target = {"--app", "Widget Factory"}};
+          .target = {"--app", "Widget Factory"},
+          .environment = {{"G_DEBUG", "fatal-warnings"}}};
 }
 
 // Its window alone is waited for: GTK 4 makes the elements in it when they are first asked for, so that what the tests
@@ -106,10 +108,9 @@ Program widgetFactory3() {
 Program widgetFactory4() {
   return {.command = {"gtk4-widget-factory"},
           .busName = "gtk4-widget-factory",
-          .role = "frame",
-          .element = "GTK Widget Factory",
+          .title = "GTK Widget Factory",
           .target = {"--app", "Widget Factory"},
-          .reading = Reading::all};
+          .environment = {{"G_DEBUG", "fatal-warnings"}}};
 }
 
 Program kcalc() {

@@ -30,7 +30,6 @@ struct Program {
   std::string element = "";
   Arguments target = {};  ///< how Jumplark is told of it; by its process without
   Environment environment = {};
-  Reading reading = Reading::showing;
 };
 
 /// A program that runs in a session, its window in front.
@@ -80,7 +79,8 @@ class DemoProgram : public Application {
  public:
   static constexpr const char* kName = "demo-qt6";
 
-  explicit DemoProgram(Desktop& desktop, const std::string& page = "Form", const Environment& extra = {});
+  explicit DemoProgram(Desktop& desktop, const std::string& page = "Form",
+                       const Environment& extra = {{"QT_FATAL_WARNINGS", "1"}});
 
   /// What is in its main window now, by its own account.
   std::vector<DemoPart> parts();
@@ -92,7 +92,8 @@ class DemoProgram : public Application {
   bool says(const std::string& line) const { return process().waitForLine(line); }
 };
 
-/// Other programs, most of them those that toolkits come with.
+/// What GTK 3 and 4 show of themselves. They end at the first warning that they write, so that what is asked of them
+/// must give them no reason to.
 Program widgetFactory3();
 Program widgetFactory4();
 Program kcalc();

@@ -6,6 +6,8 @@
 #include <memory>
 #include <regex>
 
+#include "desktop/support/RunningProgram.h"
+
 namespace jumplark::desktop {
 
 Effect shows(const std::string& role, const std::string& name, const std::string& state) {
@@ -65,6 +67,28 @@ Step switchesOne(const std::string& query, const std::string& text, const std::s
           [=](Application& application) {
             *before = count(application);
             pointingAtUppermost(query, text, andText)(application);
+          }};
+}
+
+Step typesInto(const std::string& query, const std::string& text) {
+  return {"",
+          [](Application& application) {
+            application.desktop().session.type("z");
+            return std::ranges::any_of(application.elements(),
+                                       [](const AccessibleElement& element) { return element.text.starts_with("z"); });
+          },
+          [=](Application& application) {
+            RunningProgram program(application.desktop().session);
+            pointingAtUppermost(query, text)(application);
+            program.open();
+            program.query(query);
+            EXPECT_TRUE(waitUntil([&] { return program.overlayWindows() == 2; })) << "boxes, and a description";
+            const Matches fields = application.matches(query);
+            ASSERT_FALSE(fields.empty());
+            application.desktop().session.pointTo(fields[0].rect.x + fields[0].rect.width / 2, fields[0].rect.y + 4);
+            EXPECT_TRUE(waitUntil([&] { return program.overlayWindows() == 3; })) << "a tinted box, too";
+            application.desktop().session.keys({"key", "--delay", "60", "Control_L", "Control_L"});
+            EXPECT_TRUE(program.waitUntilClosed());
           }};
 }
 

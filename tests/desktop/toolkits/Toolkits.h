@@ -38,6 +38,10 @@ struct Step {
 Step switchesOne(const std::string& query, const std::string& text, const std::string& andText,
                  const std::string& theirRole, const std::string& state);
 
+/// The program in the background is used over it with keys: the field with that text is described while the pointer
+/// rests on it, and two taps of Control give it the focus, so that it gets what is typed then.
+Step typesInto(const std::string& query, const std::string& text);
+
 /// Where a colour that is nowhere else on the screen shows.
 struct Coloured {
   const char* role;

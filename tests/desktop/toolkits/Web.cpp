@@ -63,28 +63,27 @@ Subject inChromium(const std::string& name, const Arguments& extra) {
 
 // Plain words are no elements of their own in this browser, and a box does not tell what is chosen in it.
 Subject firefox() {
-  return {
-      .name = "Firefox",
-      .program =
-          [](const PrivateSession&) {
-            return Program{
-                .command = {"firefox-esr", "--no-remote", "--new-instance", "file://" JUMPLARK_PAGES "/mixed.html"},
-                .busName = "Firefox",
-                .title = "Mixed"};
-          },
-      .shown = {{"Button", {"Second", "Reload"}},
-                {"StaticText", {"Heading One", "Some plain words with…", "Words beside…", "after it", "Your name…"}},
-                {"Link", {"an inline link", "Listed Link", "Cell Link"}},
-                {"Cell", {"Listed words…", "Cell Words…", "before…"}},
-                {"TextField", {"typed name"}},
-                {"CheckBox", {"I agree…"}},
-                {"PopUpButton", {"Crimson"}}},
-      .hidden = {"Never Shown", "Far Below"},
-      .hasPassword = true,
-      .steps = {{"inline link", titled("Did link")},
-                {"second", titled("Did button")},
-                {"crimson", finds("MenuItem", "Turquoise")},
-                {"turquoise", titled("Did Turquoise")}}};
+  return {.name = "Firefox",
+          .program =
+              [](const PrivateSession&) {
+                return Program{.command = {"firefox-esr", "--no-remote", "--new-instance",
+                                           "file://" JUMPLARK_PAGES "/controls.html"},
+                               .busName = "Firefox",
+                               .title = "Controls"};
+              },
+          .shown = {{"Button", {"Plain Button", "Reload"}},
+                    {"StaticText", {"Heading One", "Some plain words with…", "after it", "Your name…"}},
+                    {"Link", {"an inline link", "Listed Link", "Cell Link"}},
+                    {"Cell", {"Listed words…", "Cell Words…", "before…"}},
+                    {"TextField", {"typed name"}},
+                    {"CheckBox", {"I agree…"}},
+                    {"PopUpButton", {"Crimson"}}},
+          .hidden = {"Never Shown", "Far Below"},
+          .hasPassword = true,
+          .steps = {{"inline link", titled("Did inline")},
+                    {"plain button", titled("Did plain")},
+                    {"crimson", finds("MenuItem", "Turquoise")},
+                    {"turquoise", titled("Did Turquoise")}}};
 }
 
 }  // namespace
