@@ -100,10 +100,10 @@ void Observing::watch(const Watched& watched) {
     return dialog && session.activeWindow() != window;
   }));
   ASSERT_TRUE(subscribe(*observer, "AXUIElementDestroyed", dialog));
+  EXPECT_TRUE(observer->unsubscribeFromNotificationForElement("AXWindowCreated", application));
   session.press({"Escape"});
   ASSERT_TRUE(await([&] { return session.activeWindow() == window; }));
   EXPECT_TRUE(!watched.tellsOfTheEnd || await([&] { return heard("AXUIElementDestroyed", dialog) == 1; }));
-  EXPECT_TRUE(observer->unsubscribeFromNotificationForElement("AXWindowCreated", application));
   const int focused = heard("AXFocusedUIElementChanged", application);
   session.press({watched.toDialog});
   EXPECT_TRUE(await([&] { return heard("AXFocusedUIElementChanged", application) > focused; }));

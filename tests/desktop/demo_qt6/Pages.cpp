@@ -35,18 +35,12 @@ QComboBox* makeBox(const char* name, const QStringList& entries, bool editable) 
   return box;
 }
 
-QPushButton* makeButton(const char* text) {
-  auto* button = new QPushButton(text);
-  button->setAutoDefault(false);
-  return button;
-}
-
 QPushButton* makeButtonOfDialog() {
-  QPushButton* button = makeButton("Erase dis&k...");
+  auto* button = new QPushButton("Erase dis&k...");
   auto* dialog = new QDialog(button);
   dialog->setWindowTitle("Confirm");
-  QPushButton* keep = makeButton("Keep it");
-  holding<QHBoxLayout>(dialog, {new QLabel("Delete everything?"), makeButton("Delete all"), keep});
+  auto* keep = new QPushButton("Keep it");
+  holding<QHBoxLayout>(dialog, {new QLabel("Delete everything?"), new QPushButton("Delete all"), keep});
   QObject::connect(keep, &QPushButton::clicked, dialog, &QDialog::accept);
   QObject::connect(button, &QPushButton::clicked, dialog, &QDialog::open);
   return button;
@@ -57,7 +51,7 @@ QWidget* makeForm() {
   auto* form = new QFormLayout(page);
   auto* email = named<QLineEdit>("Email");
   email->setPlaceholderText("you@example.org");
-  auto* unavailable = makeButton("Unavailable");
+  auto* unavailable = new QPushButton("Unavailable");
   unavailable->setEnabled(false);
   form->addRow("&Name:", named<QLineEdit>("Name"));
   form->addRow("&Email:", email);
@@ -70,8 +64,8 @@ QWidget* makeForm() {
   form->addRow(new QCheckBox("Check spelling"));
   form->addRow(holding<QHBoxLayout>(
       new QGroupBox("Paper size"), {new QRadioButton("Small"), new QRadioButton("Medium"), new QRadioButton("Large")}));
-  form->addRow(holding<QHBoxLayout>(
-      new QWidget, {makeButton("OK"), makeButton("Cancel"), makeButton("Apply"), unavailable, makeButtonOfDialog()}));
+  form->addRow(holding<QHBoxLayout>(new QWidget, {new QPushButton("OK"), new QPushButton("Cancel"),
+                                                  new QPushButton("Apply"), unavailable, makeButtonOfDialog()}));
   return page;
 }
 

@@ -42,51 +42,41 @@ public final class Demo {
     frame.setVisible(true);
   }
 
-  private static void addLabelled(JPanel form, String text, JComponent field) {
+  private static JComponent labelled(JPanel form, String text, JComponent field) {
     JLabel label = new JLabel(text);
     label.setLabelFor(field);
     form.add(label);
-    form.add(field);
+    return field;
   }
 
   private static JPanel form() {
     JPanel form = new JPanel(new GridLayout(0, 2, 8, 8));
-    addLabelled(form, "Your name", new JTextField("typed name"));
-    addLabelled(form, "Secret", new JPasswordField("correct horse"));
-    form.add(plainButton());
+    form.add(labelled(form, "Your name", new JTextField("typed name")));
+    form.add(labelled(form, "Secret", new JPasswordField("correct horse")));
     JButton disabled = new JButton("Disabled Button");
     disabled.setEnabled(false);
-    form.add(disabled);
     JButton hidden = new JButton("Never Shown");
     hidden.setVisible(false);
-    form.add(hidden);
-
     JCheckBox agree = new JCheckBox("I agree");
     agree.addActionListener(event -> did("agree " + agree.isSelected()));
-    form.add(agree);
-    form.add(new JToggleButton("Pinned"));
-    form.add(new JRadioButton("Small size", true));
-    form.add(new JRadioButton("Large size"));
     JComboBox<String> colour = new JComboBox<>(new String[] {"Crimson", "Turquoise", "Lavender"});
     colour.addActionListener(event -> did("colour " + colour.getSelectedItem()));
-    form.add(colour);
     JComboBox<String> place = new JComboBox<>(new String[] {"Berlin", "Lisbon"});
     place.setEditable(true);
-    form.add(place);
     JSlider volume = new JSlider(0, 100, 30);
     volume.getAccessibleContext().setAccessibleName("Volume");
-    form.add(volume);
-    form.add(new JSpinner(new SpinnerNumberModel(17, 0, 99, 1)));
-    form.add(new JProgressBar());
     JButton iconOnly = new JButton();
     iconOnly.setToolTipText("Tip Only");
-    form.add(iconOnly);
     JButton ask = new JButton("Ask");
     ask.addActionListener(event -> ask());
-    form.add(ask);
     JButton offer = new JButton("Offer");
     offer.addActionListener(event -> offer(offer));
-    form.add(offer);
+    for (JComponent part : new JComponent[] {
+        plainButton(), disabled, hidden, agree, new JToggleButton("Pinned"), new JRadioButton("Small size", true),
+        new JRadioButton("Large size"), colour, place, volume, new JSpinner(new SpinnerNumberModel(17, 0, 99, 1)),
+        iconOnly, ask, offer}) {
+      form.add(part);
+    }
     return form;
   }
 

@@ -3,14 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
 
-#include "desktop/support/SessionDisplay.h"
 #include "support/TemporaryFolder.h"
 
 extern char** environ;
@@ -61,10 +59,10 @@ void replaceEnvironment(const Environment& environment) {
 PrivateSession::PrivateSession(const SessionOptions& options) {
   serve(options);
   try {
-    display_ = std::make_unique<Display>(display());
+    connect(display());
     const bool wantsCompositor =
         options.windowManager == WindowManager::xfwm4Compositor || options.windowManager == WindowManager::openboxPicom;
-    if (wantsCompositor && !waitUntil([this] { return display_->compositorRuns(); })) {
+    if (wantsCompositor && !waitUntil([this] { return compositorRuns(); })) {
       throw std::runtime_error("the compositor did not come up");
     }
   } catch (...) {
@@ -109,7 +107,7 @@ void PrivateSession::serve(const SessionOptions& options) {
 
 void PrivateSession::end() {
   processes_.clear();
-  display_.reset();
+  disconnect();
   close(serverInput_);
   if (server_) {
     server_->wait(kStartLimit);
@@ -139,16 +137,6 @@ Finished PrivateSession::run(const Arguments& arguments, Milliseconds limit, con
   return result;
 }
 
-std::vector<SessionWindow> PrivateSession::windows() const {
-  return display_->windows();
-}
-
-std::optional<SessionWindow> PrivateSession::findWindow(const WindowPredicate& wanted) const {
-  const std::vector<SessionWindow> all = windows();
-  const auto found = std::ranges::find_if(all, wanted);
-  return found == all.end() ? std::nullopt : std::optional(*found);
-}
-
 SessionWindow PrivateSession::waitForWindow(const WindowPredicate& wanted) {
   std::optional<SessionWindow> found;
   if (!waitUntil([&] { return (found = findWindow(wanted)).has_value(); })) {
@@ -169,39 +157,15 @@ SessionWindow PrivateSession::waitForWindowOf(pid_t pid) {
   return waitForWindow([&](const SessionWindow& window) { return window.pid == pid; });
 }
 
-uint32_t PrivateSession::activeWindow() const {
-  return display_->activeWindow();
-}
-
 bool PrivateSession::activate(uint32_t window) {
   constexpr Milliseconds kBetweenRequests{500};
   return waitUntil([&] {
     if (activeWindow() == window) {
       return true;
     }
-    display_->requestActive(window);
+    requestActive(window);
     return waitUntil([&] { return activeWindow() == window; }, kBetweenRequests);
   });
-}
-
-std::vector<uint32_t> PrivateSession::pixels(const PixelRect& rect) const {
-  return display_->pixels(rect);
-}
-
-std::string PrivateSession::heldInput() const {
-  return display_->heldInput();
-}
-
-bool PrivateSession::keyboardIsFree() const {
-  return display_->keyboardIsFree();
-}
-
-bool PrivateSession::takeKey(uint8_t keycode, uint16_t modifiers) const {
-  return display_->takeKey(keycode, modifiers);
-}
-
-void PrivateSession::giveKeyBack(uint8_t keycode, uint16_t modifiers) const {
-  display_->giveKeyBack(keycode, modifiers);
 }
 
 void PrivateSession::keys(const Arguments& xdotoolArguments) {

@@ -73,13 +73,6 @@ void RunningProgram::open() {
   }
 }
 
-void RunningProgram::openInTime() {
-  EXPECT_TRUE(waitUntil([this] {
-    key(kShortcut);
-    return waitUntilOpen(Milliseconds(500));
-  }));
-}
-
 void RunningProgram::query(const std::string& text) {
   type(text);
   EXPECT_TRUE(waitForQuery(text)) << "the query window does not hold '" << text << "'";

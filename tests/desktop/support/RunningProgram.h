@@ -46,8 +46,6 @@ class RunningProgram {
   bool waitUntilClosed(Milliseconds limit = kPatience) const;
   /// Presses the shortcut and returns when the query window has the keyboard; throws std::runtime_error otherwise.
   void open();
-  /// Opens it where the shortcut may not be known yet, after a change of keys.
-  void openInTime();
   void type(const std::string& text) { session_.type(text); }
   /// Types a query and returns when the field holds it; fails the running test when it does not come to that.
   void query(const std::string& text);

@@ -1,15 +1,25 @@
 #include "desktop/support/SessionDisplay.h"
 
+#include <xcb/xcb.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace jumplark::desktop {
 
-PrivateSession::Display::Display(const std::string& name) : connection_(xcb_connect(name.c_str(), nullptr)) {
+template <typename Request, typename Reply, typename... Arguments>
+auto SessionDisplay::ask(Request request, Reply reply, Arguments... arguments) const {
+  auto* answer = reply(connection_, request(connection_, arguments...), nullptr);
+  return std::unique_ptr<std::remove_pointer_t<decltype(answer)>, decltype(&std::free)>(answer, &std::free);
+}
+
+void SessionDisplay::connect(const std::string& name) {
+  connection_ = xcb_connect(name.c_str(), nullptr);
   if (xcb_connection_has_error(connection_)) {
-    xcb_disconnect(connection_);
     throw std::runtime_error("cannot reach the X server " + name);
   }
   screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
@@ -18,12 +28,18 @@ PrivateSession::Display::Display(const std::string& name) : connection_(xcb_conn
   netActiveWindow_ = atom("_NET_ACTIVE_WINDOW");
 }
 
-xcb_atom_t PrivateSession::Display::atom(const char* name) const {
+void SessionDisplay::disconnect() {
+  if (connection_) {
+    xcb_disconnect(std::exchange(connection_, nullptr));
+  }
+}
+
+uint32_t SessionDisplay::atom(const char* name) const {
   const auto reply = ask(xcb_intern_atom, xcb_intern_atom_reply, 0, static_cast<uint16_t>(std::strlen(name)), name);
   return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
 }
 
-std::string PrivateSession::Display::property(xcb_window_t window, xcb_atom_t property, int bits) const {
+std::string SessionDisplay::property(uint32_t window, uint32_t property, int bits) const {
   const auto reply =
       ask(xcb_get_property, xcb_get_property_reply, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024);
   if (!reply || reply->format != bits) {
@@ -33,14 +49,14 @@ std::string PrivateSession::Display::property(xcb_window_t window, xcb_atom_t pr
           static_cast<size_t>(xcb_get_property_value_length(reply.get()))};
 }
 
-uint32_t PrivateSession::Display::number(xcb_window_t window, xcb_atom_t property) const {
+uint32_t SessionDisplay::number(uint32_t window, uint32_t property) const {
   const std::string bytes = this->property(window, property, 32);
   uint32_t value = 0;
   std::memcpy(&value, bytes.data(), std::min(bytes.size(), sizeof value));
   return value;
 }
 
-std::optional<SessionWindow> PrivateSession::Display::describe(xcb_window_t window) const {
+std::optional<SessionWindow> SessionDisplay::describe(uint32_t window) const {
   const auto attributes = ask(xcb_get_window_attributes, xcb_get_window_attributes_reply, window);
   const auto geometry = ask(xcb_get_geometry, xcb_get_geometry_reply, window);
   const auto origin = ask(xcb_translate_coordinates, xcb_translate_coordinates_reply, window, screen_->root, 0, 0);
@@ -67,7 +83,7 @@ std::optional<SessionWindow> PrivateSession::Display::describe(xcb_window_t wind
 }
 
 // Under a window manager the clients lie one or two levels below its frames.
-void PrivateSession::Display::collect(xcb_window_t parent, int depth, std::vector<SessionWindow>& found) const {
+void SessionDisplay::collect(uint32_t parent, int depth, std::vector<SessionWindow>& found) const {
   const auto tree = ask(xcb_query_tree, xcb_query_tree_reply, parent);
   if (!tree) {
     return;
@@ -83,17 +99,23 @@ void PrivateSession::Display::collect(xcb_window_t parent, int depth, std::vecto
   }
 }
 
-std::vector<SessionWindow> PrivateSession::Display::windows() const {
+std::vector<SessionWindow> SessionDisplay::windows() const {
   std::vector<SessionWindow> found;
   collect(screen_->root, 2, found);
   return found;
 }
 
-uint32_t PrivateSession::Display::activeWindow() const {
+std::optional<SessionWindow> SessionDisplay::findWindow(const WindowPredicate& wanted) const {
+  const std::vector<SessionWindow> all = windows();
+  const auto found = std::ranges::find_if(all, wanted);
+  return found == all.end() ? std::nullopt : std::optional(*found);
+}
+
+uint32_t SessionDisplay::activeWindow() const {
   return number(screen_->root, netActiveWindow_);
 }
 
-void PrivateSession::Display::requestActive(xcb_window_t window) const {
+void SessionDisplay::requestActive(uint32_t window) const {
   constexpr uint32_t kFromPager = 2;
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
@@ -108,12 +130,12 @@ void PrivateSession::Display::requestActive(xcb_window_t window) const {
   xcb_flush(connection_);
 }
 
-bool PrivateSession::Display::compositorRuns() const {
+bool SessionDisplay::compositorRuns() const {
   const auto reply = ask(xcb_get_selection_owner, xcb_get_selection_owner_reply, atom("_NET_WM_CM_S0"));
   return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
-std::vector<uint32_t> PrivateSession::Display::pixels(const PixelRect& rect) const {
+std::vector<uint32_t> SessionDisplay::pixels(const PixelRect& rect) const {
   const int left = std::max(rect.x, 0);
   const int top = std::max(rect.y, 0);
   const int width = std::min<int>(rect.x + rect.width, screen_->width_in_pixels) - left;
@@ -135,7 +157,7 @@ std::vector<uint32_t> PrivateSession::Display::pixels(const PixelRect& rect) con
   return result;
 }
 
-std::string PrivateSession::Display::heldInput() const {
+std::string SessionDisplay::heldInput() const {
   // Locks stay on without anybody holding a key.
   constexpr unsigned kModifiers = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
   const auto pointer = ask(xcb_query_pointer, xcb_query_pointer_reply, screen_->root);
@@ -160,7 +182,7 @@ std::string PrivateSession::Display::heldInput() const {
   return held;
 }
 
-bool PrivateSession::Display::keyboardIsFree() const {
+bool SessionDisplay::keyboardIsFree() const {
   const auto reply = ask(xcb_grab_keyboard, xcb_grab_keyboard_reply, 1, screen_->root, XCB_CURRENT_TIME,
                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
   const bool free = reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
@@ -171,7 +193,7 @@ bool PrivateSession::Display::keyboardIsFree() const {
   return free;
 }
 
-bool PrivateSession::Display::takeKey(uint8_t keycode, uint16_t modifiers) const {
+bool SessionDisplay::takeKey(uint8_t keycode, uint16_t modifiers) const {
   const auto cookie =
       xcb_grab_key_checked(connection_, 1, screen_->root, modifiers, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
   const std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(xcb_request_check(connection_, cookie),
@@ -179,7 +201,7 @@ bool PrivateSession::Display::takeKey(uint8_t keycode, uint16_t modifiers) const
   return !error;
 }
 
-void PrivateSession::Display::giveKeyBack(uint8_t keycode, uint16_t modifiers) const {
+void SessionDisplay::giveKeyBack(uint8_t keycode, uint16_t modifiers) const {
   xcb_ungrab_key(connection_, keycode, screen_->root, modifiers);
   xcb_flush(connection_);
 }
