@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <regex>
 
 #include "desktop/DesktopTest.h"
@@ -6,9 +5,10 @@
 namespace jumplark::desktop {
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
 
 /// How many elements the doctor says show; -1 when it does not say.
 int showing(const std::string& said) {
@@ -20,52 +20,67 @@ int showing(const std::string& said) {
 
 TEST(Doctor, tellsHowTheApplicationInFrontIsReadAndWhatWasLeftOut) {
   Desktop desktop;
-  EXPECT_THAT(desktop.jumplark.run({"doctor", "--all"}).out, HasSubstr("No application is in front"));
+  const auto tell = [&](const Arguments& target = {}) { return desktop.jumplark.run("doctor", target, {"--all"}).out; };
+  EXPECT_THAT(tell(), HasSubstr("No application is in front"));
 
-  startWidgetFactory(desktop.session);
+  const Application factory(desktop, widgetFactory3());
   // GTK offers its cache once somebody has registered for an event, which the first call does.
-  std::string factory;
-  EXPECT_TRUE(waitUntil([&] {
-    factory = desktop.jumplark.run({"doctor", "--all"}).out;
-    return factory.find("at once") != std::string::npos;
-  })) << factory;
-  EXPECT_THAT(factory, AllOf(HasSubstr("Widget Factory (process "), HasSubstr("3.24"), HasSubstr("a direct connection"),
-                             Not(HasSubstr("password"))));
-  EXPECT_GE(showing(factory), 140) << factory;
-
-  const DemoProgram form(desktop.session);
-  EXPECT_THAT(desktop.jumplark.run({"doctor", "--all"}).out,
-              AllOf(HasSubstr("Qt 6"), HasSubstr("the accessibility bus."),
-                    HasSubstr("The content of a password field is never read."), Not(HasSubstr("warning reading"))));
-  EXPECT_GE(showing(desktop.jumplark.run({"doctor", "--all", "--app", kWidgetFactory}).out), 140)
-      << "not in front, but named";
-}
-
-TEST(Doctor, tellsOfLongTablesAndOfSilentApplications) {
-  Desktop desktop;
-  DemoProgram demo(desktop.session, "Table");
-  EXPECT_THAT(desktop.jumplark.run({"doctor", "--all"}).out,
-              HasSubstr("Of a long list or table only the rows inside the window were read."));
+  std::string told;
+  EXPECT_TRUE(waitUntil([&] { return (told = tell()).find("at once") != std::string::npos; })) << told;
+  EXPECT_THAT(told, AllOf(HasSubstr("Widget Factory (process "), HasSubstr("3.24"), HasSubstr("a direct connection"),
+                          Not(HasSubstr("password"))));
+  EXPECT_GE(showing(told), 140) << told;
+  {
+    const DemoProgram demo(desktop);
+    EXPECT_THAT(tell(),
+                AllOf(HasSubstr("Qt 6"), HasSubstr("the accessibility bus."),
+                      HasSubstr("The content of a password field is never read."), Not(HasSubstr("warning reading"))));
+    EXPECT_GE(showing(tell(factory.target())), 140) << "not in front, but named";
+    EXPECT_TRUE(find(desktop.jumplark.match({}), "Button", "OK")) << "the one in front without a target";
+    EXPECT_TRUE(
+        find(desktop.jumplark.match({"--pid", std::to_string(factory.process().pid())}), "RadioButton", "Page 2"));
+  }
+  DemoProgram demo(desktop, "Table");
+  EXPECT_THAT(tell(), HasSubstr("Of a long list or table only the rows inside the window were read."));
   demo.process().stop();
   const Finished finished = desktop.jumplark.run({"doctor"});
-  demo.process().resume();
   EXPECT_EQ(finished.status, 0) << finished.err;
   EXPECT_THAT(finished.out, HasSubstr("stopped answering"));
 }
 
-TEST(Doctor, tellsTheSwitchForABrowserThatShowsNoPage) {
+TEST(Doctor, tellsHowToStartAnApplicationThatShowsNothing) {
   Desktop desktop;
-  // Without a session bus it cannot learn that accessibility is switched on, and stays silent for good.
-  desktop.session.start(
-      {"chromium", "--no-sandbox", "--disable-gpu", "--no-first-run", "--disable-component-update",
-       "--disable-background-networking", "--disable-sync", "--user-data-dir=" + desktop.session.folder() + "/browser",
-       std::string("file://") + JUMPLARK_PAGES + "/controls.html"},
-      {{"DBUS_SESSION_BUS_ADDRESS", "disabled:"}});
-  const SessionWindow window = desktop.session.waitForWindow(
-      [](const SessionWindow& candidate) { return candidate.title.starts_with("Controls"); });
-  ASSERT_TRUE(desktop.session.activate(window.id));
-  EXPECT_THAT(desktop.jumplark.run({"doctor"}).out, AllOf(HasSubstr("is not on the accessibility bus"),
-                                                          HasSubstr("start it with --force-renderer-accessibility")));
+  // Without a session bus the browser cannot learn that accessibility is switched on, and stays silent for good.
+  Program silentBrowser = chromium(desktop.session, "controls.html", "Controls");
+  silentBrowser.environment = {{"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
+  const std::pair<Program, std::vector<const char*>> cases[] = {
+      {silentBrowser, {"start it with --force-renderer-accessibility"}},
+      {swingDemo(),
+       {"Java programs show what they hold",
+        "JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper "}}};
+  for (const auto& [program, remedy] : cases) {
+    const Application silent(desktop, program);
+    const std::string told = desktop.jumplark.run({"doctor"}).out;
+    EXPECT_THAT(told, HasSubstr("is not on the accessibility bus"));
+    for (const char* part : remedy) {
+      EXPECT_THAT(told, HasSubstr(part));
+    }
+  }
+}
+
+TEST(Doctor, saysWhatIsMissingAndOnlyWhenAskedWhatIsNot) {
+  {
+    Desktop desktop;
+    const Finished well = desktop.jumplark.run({"doctor"});
+    EXPECT_EQ(well.status, 0) << well.out << well.err;
+    EXPECT_THAT(well.out, AllOf(StartsWith("Jumplark works here."), Not(HasSubstr("session bus"))));
+    EXPECT_THAT(desktop.jumplark.run({"doctor", "--all"}).out, HasSubstr("session bus"));
+  }
+  Desktop desktop(SessionOptions{.windowManager = WindowManager::openbox, .accessibility = false});
+  const Finished ill = desktop.jumplark.run({"doctor"});
+  EXPECT_EQ(ill.status, 3) << ill.out << ill.err;
+  EXPECT_THAT(ill.out, AllOf(StartsWith("2 things keep Jumplark from working here.\nFAILED  accessibility bus"),
+                             HasSubstr("at-spi2-core")));
 }
 
 }  // namespace

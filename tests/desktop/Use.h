@@ -1,55 +1,49 @@
 #pragma once
 
-#include <functional>
 #include <string>
-#include <utility>
 
 #include "desktop/DesktopTest.h"
 #include "desktop/support/RunningProgram.h"
 
 namespace jumplark::desktop {
 
+/// A pixel of a box that neither its border nor its label covers.
+inline uint32_t boxPixel(PrivateSession& session, const PixelRect& rect) {
+  return session.pixel(rect.x + 4, rect.y + rect.height / 2);
+}
+
 /// A desktop with the demonstration program in front and the program in the background.
 struct Use {
+  explicit Use(const SessionOptions& options, const nlohmann::json& settings = nlohmann::json::object(),
+               const Arguments& first = {"true"}, const std::string& page = "Form")
+      : desktop(options), demo(ready(desktop, first), page), program(desktop.session, settings) {}
   explicit Use(WindowManager windowManager = WindowManager::xfwm4, const std::string& page = "Form")
-      : desktop(windowManager), demo(desktop.session, page), program(desktop.session) {}
-  /// In a session made otherwise, which `prepare` changes before anything is started in it.
-  explicit Use(const SessionOptions& options, nlohmann::json defaults = nlohmann::json::object(),
-               const std::function<void(PrivateSession&)>& prepare = {})
-      : desktop(options), demo(prepared(desktop.session, prepare)), program(desktop.session, std::move(defaults)) {}
+      : Use({.windowManager = windowManager, .width = Desktop::kWidth, .height = Desktop::kHeight}, {}, {"true"},
+            page) {}
 
   PrivateSession& session() { return desktop.session; }
-  PixelRect partNamed(const std::string& name) {
-    for (const DemoPart& part : demo.parts()) {
-      if (part.name == name) {
-        return part.rect;
-      }
-    }
-    ADD_FAILURE() << "the window has no part " << name;
-    return {};
+  /// Closes the query window with a key, and waits until the keyboard is back where it was.
+  void close(const std::string& key) {
+    program.close(key);
+    EXPECT_TRUE(waitUntil([this] { return demo.isActive(); }));
   }
-  bool demoIsActive() {
-    const auto window = session().findWindow([this](const SessionWindow& candidate) {
-      return candidate.pid == demo.process().pid() && !candidate.overrideRedirect;
-    });
-    return window && session().activeWindow() == window->id;
+  /// Waits until a box of that colour lies over what showed `plain` before.
+  ::testing::AssertionResult boxed(const PixelRect& rect, uint32_t colour, uint32_t plain) {
+    if (waitUntil([&] { return similar(boxPixel(session(), rect), tinted(colour, plain)); })) {
+      return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << rect << " shows " << boxPixel(session(), rect) << " on " << plain;
   }
 
-  static PrivateSession& prepared(PrivateSession& session, const std::function<void(PrivateSession&)>& prepare) {
-    if (prepare) {
-      prepare(session);
-    }
-    return session;
+  /// Runs a command in the session before anything else is started in it.
+  static Desktop& ready(Desktop& desktop, const Arguments& first) {
+    EXPECT_EQ(desktop.session.run(first).status, 0);
+    return desktop;
   }
 
   Desktop desktop;
   DemoProgram demo;
   RunningProgram program;
 };
-
-/// A pixel of a box that neither its border nor its label covers.
-inline uint32_t boxPixel(PrivateSession& session, const PixelRect& rect) {
-  return session.pixel(rect.x + 4, rect.y + rect.height / 2);
-}
 
 }  // namespace jumplark::desktop

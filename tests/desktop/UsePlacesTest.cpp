@@ -1,29 +1,21 @@
-#include <fstream>
-#include <map>
-
-#include "backends/linux/x11/X11Connection.h"
-#include "backends/linux/x11/X11InputSources.h"
 #include "desktop/Use.h"
 
 namespace jumplark::desktop {
 namespace {
 
-/// The best match is framed where the element is, and Return clicks there.
-void expectFramedAndClicked(Use& use, const std::string& query, const std::string& name, int scale = 1) {
-  PixelRect part = use.partNamed(name);
-  for (int* number : {&part.x, &part.y, &part.width, &part.height}) {
+/// The best match is framed where the element is, and Return clicks there. The demonstration program tells its places
+/// without a scale.
+void expectFramedAndClicked(Use& use, int scale = 1) {
+  PixelRect apply = use.demo.part("Apply").rect;
+  for (int* number : {&apply.x, &apply.y, &apply.width, &apply.height}) {
     *number *= scale;
   }
-  const uint32_t plain = boxPixel(use.session(), part);
+  const uint32_t plain = boxPixel(use.session(), apply);
   use.program.open();
-  use.program.type(query);
-  EXPECT_TRUE(use.program.waitForQuery(query));
-  EXPECT_TRUE(waitUntil([&] { return similar(boxPixel(use.session(), part), tinted(kSelectedColor, plain)); }))
-      << std::hex << boxPixel(use.session(), part) << " on " << plain << " in " << part;
-  use.program.key("Return");
-  EXPECT_TRUE(use.demo.process().waitForLine("clicked " + name)) << use.demo.process().out();
-  EXPECT_TRUE(use.program.waitUntilClosed());
-  EXPECT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
+  use.program.query("apply");
+  EXPECT_TRUE(use.boxed(apply, kSelectedColor, plain));
+  use.close("Return");
+  EXPECT_TRUE(use.demo.says("clicked Apply")) << use.demo.process().out();
 }
 
 TEST(UsePlaces, worksOnTheSecondMonitor) {
@@ -32,9 +24,9 @@ TEST(UsePlaces, worksOnTheSecondMonitor) {
                          .width = 1800,
                          .height = 900,
                          .monitors = {{0, 0, 800, 600}, {800, 0, 1000, 900}}});
-  use.session().keys({"search", "--class", "demo-qt6", "windowmove", "850", "100"});
-  ASSERT_TRUE(waitUntil([&] { return use.partNamed("Apply").x > 800; }));
-  expectFramedAndClicked(use, "apply", "Apply");
+  use.session().keys({"search", "--onlyvisible", "--class", "demo-qt6", "windowmove", "850", "100"});
+  ASSERT_TRUE(waitUntil([&] { return use.demo.part("Apply").rect.x > 800; }));
+  expectFramedAndClicked(use);
   use.program.open();
   const auto window = use.program.queryWindow();
   ASSERT_TRUE(window);
@@ -43,111 +35,94 @@ TEST(UsePlaces, worksOnTheSecondMonitor) {
 }
 
 TEST(UsePlaces, worksAtTwiceTheScale) {
-  Use use(SessionOptions{.width = 1800, .height = 1400}, {}, [](PrivateSession& session) {
-    const std::string resources = session.folder() + "/resources";
-    std::ofstream(resources) << "Xft.dpi: 192\n";
-    session.run({"xrdb", "-merge", resources});
-  });
-  // The demonstration program tells its places without the scale.
-  expectFramedAndClicked(use, "apply", "Apply", 2);
+  Use use(SessionOptions{.width = 1800, .height = 1400}, {}, {"sh", "-c", "echo Xft.dpi: 192 | xrdb -merge"});
+  expectFramedAndClicked(use, 2);
 }
 
-TEST(UsePlaces, clicksIntoAMaximisedWindow) {
+TEST(UsePlaces, clicksIntoAMaximisedWindowAndOverAnOpenMenu) {
   Use use;
   const int height = use.session().waitForWindowTitled("Demo").rect.height;
   use.session().keys({"mousemove", "200", "15", "click", "--repeat", "2", "--delay", "60", "1"});
   ASSERT_TRUE(waitUntil([&] { return use.session().waitForWindowTitled("Demo").rect.height > height; }));
-  expectFramedAndClicked(use, "apply", "Apply");
+  use.session().click(use.demo.part("File").rect);
+  ASSERT_TRUE(use.demo.says("opened File"));
+  expectFramedAndClicked(use);
 }
 
 TEST(UsePlaces, clicksWhatLiesUnderTheQueryWindow) {
   Use use(WindowManager::openbox);
   use.session().keys({"search", "--onlyvisible", "--class", "demo-qt6", "windowmove", "0", "455"});
-  ASSERT_TRUE(waitUntil([&] { return use.partNamed("Apply").y > 800; }));
-  const PixelRect part = use.partNamed("Apply");
+  ASSERT_TRUE(waitUntil([&] { return use.demo.part("Apply").rect.y > 800; }));
+  const PixelRect apply = use.demo.part("Apply").rect;
   use.program.open();
   const auto window = use.program.queryWindow();
-  ASSERT_TRUE(window && window->rect.contains(part.x + part.width / 2, part.y + part.height / 2)) << part;
+  ASSERT_TRUE(window && window->rect.contains(apply.x + apply.width / 2, apply.y + apply.height / 2)) << apply;
   EXPECT_LE(window->rect.y + window->rect.height, Desktop::kHeight);
-  use.program.type("apply");
-  EXPECT_TRUE(use.program.waitForQuery("apply"));
+  use.program.query("apply");
   use.program.key("Return");
-  EXPECT_TRUE(use.demo.process().waitForLine("clicked Apply")) << use.demo.process().out();
-}
-
-TEST(UsePlaces, opensOverAnOpenMenu) {
-  Use use;
-  const PixelRect menu = use.partNamed("File");
-  use.session().keys({"mousemove", std::to_string(menu.x + 10), std::to_string(menu.y + 10), "click", "1"});
-  ASSERT_TRUE(use.demo.process().waitForLine("menu-opened File"));
-  expectFramedAndClicked(use, "apply", "Apply");
+  EXPECT_TRUE(use.demo.says("clicked Apply")) << use.demo.process().out();
 }
 
 TEST(UsePlaces, clicksElementAfterElementInModalMode) {
-  Use use(SessionOptions{.width = Desktop::kWidth, .height = Desktop::kHeight}, {{"ModalModeEnabled", true}});
+  Use use(SessionOptions(), {{"ModalModeEnabled", true}});
   use.program.open();
-  for (const char* name : {"Apply", "Cancel"}) {
-    use.program.type(name);
-    EXPECT_TRUE(use.program.waitForQuery(name));
+  for (const std::string name : {"Apply", "Cancel"}) {
+    use.program.query(name);
     use.program.key("Return");
-    EXPECT_TRUE(use.demo.process().waitForLine(std::string("clicked ") + name));
+    EXPECT_TRUE(use.demo.says("clicked " + name));
     EXPECT_TRUE(use.program.waitForQuery("")) << "not opened again";
     EXPECT_TRUE(use.program.waitUntilOpen());
     EXPECT_TRUE(use.program.waitUntilReturnIsForOthers());
   }
-  use.program.key("Escape");
-  EXPECT_TRUE(use.program.waitUntilClosed());
-  EXPECT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
+  use.close("Escape");
 }
 
 /// The X keycodes of the letters of a keyboard, whatever its layout.
-const std::map<char, int> kKeycodes = {{'A', 38}, {'B', 56}, {'C', 54}, {'D', 40}, {'E', 26}, {'F', 41}, {'G', 42},
-                                       {'H', 43}, {'I', 31}, {'J', 44}, {'K', 45}, {'L', 46}, {'M', 58}, {'N', 57},
-                                       {'O', 32}, {'P', 33}, {'Q', 24}, {'R', 27}, {'S', 39}, {'T', 28}, {'U', 30},
-                                       {'V', 55}, {'W', 25}, {'X', 53}, {'Y', 29}, {'Z', 52}};
-
-class UseWithLayout : public testing::TestWithParam<const char*> {};
-INSTANTIATE_TEST_SUITE_P(Layouts, UseWithLayout, testing::Values("us", "de", "ru"),
-                         [](const auto& info) { return std::string(info.param); });
-
-TEST_P(UseWithLayout, opensTypesAndSelectsByLabel) {
-  Use use;
-  use.session().run({"setxkbmap", GetParam()});
-  EXPECT_TRUE(waitUntil([&] {
-    use.program.key(RunningProgram::kShortcut);
-    return use.program.waitUntilOpen(Milliseconds(500));
-  }));
-  use.program.type(".");
-  EXPECT_TRUE(use.program.waitForQuery("."));
-  const std::vector<Match> matches = use.desktop.jumplark.match(kDemo, ".");
-  const Match* wanted = find(matches, "Button", "OK");
-  ASSERT_TRUE(wanted) << describe(matches);
-  ASSERT_TRUE(kKeycodes.contains(wanted->label[0])) << wanted->label;
-  const uint32_t plain = boxPixel(use.session(), use.partNamed("OK"));
-  for (const char letter : wanted->label) {
-    use.session().keys({"key", "ctrl+" + std::to_string(kKeycodes.at(letter))});
+std::string keycodeOf(char letter) {
+  constexpr std::string_view kRows[] = {"QWERTYUIOP", "ASDFGHJKL", "ZXCVBNM"};
+  constexpr size_t kFirst[] = {24, 38, 52};
+  for (size_t row = 0; row < std::size(kRows); ++row) {
+    if (const size_t at = kRows[row].find(letter); at != std::string_view::npos) {
+      return std::to_string(kFirst[row] + at);
+    }
   }
-  EXPECT_TRUE(waitUntil([&] { return boxPixel(use.session(), use.partNamed("OK")) != plain; })) << wanted->label;
-  use.program.key("Return");
-  EXPECT_TRUE(use.demo.process().waitForLine("clicked OK")) << wanted->label << use.demo.process().out();
+  ADD_FAILURE() << letter << " is no label";
+  return {};
 }
 
-TEST(UsePlaces, switchesToTheForcedLayoutAndBack) {
-  const auto addLayout = [](PrivateSession& session) { session.run({"setxkbmap", "us,ru"}); };
-  Use use(SessionOptions{.width = Desktop::kWidth, .height = Desktop::kHeight}, {{"ForceKeyboardLayout", "us"}},
-          addLayout);
-  const auto environment = use.session().adoptEnvironment();
-  X11InputSources sources(X11Connection::open().connection);
-  const auto current = [&] { return sources.currentKeyboardLayout().value_or(InputSource{"none", ""}).identifier; };
-  ASSERT_TRUE(sources.select("ru"));
-  // Not by keys: who sends them here switches layouts around each, back to the one that there was before it.
-  const auto toggle = [&] { EXPECT_EQ(use.session().run({JUMPLARK_PROGRAM, "activate"}).status, 0); };
-  toggle();
-  EXPECT_TRUE(use.program.waitUntilOpen());
-  EXPECT_TRUE(waitUntil([&] { return current() == "us"; })) << current();
-  toggle();
-  EXPECT_TRUE(use.program.waitUntilClosed());
-  EXPECT_TRUE(waitUntil([&] { return current() == "ru"; })) << current();
+TEST(UsePlaces, typesAndSelectsByLabelInEachLayoutThoughItChangesWhileItIsOpen) {
+  Use use;
+  const PixelRect ok = use.demo.part("OK").rect;
+  const uint32_t plain = boxPixel(use.session(), ok);
+  size_t times = 0;
+  // The new keys are known when they have been quiet for a moment.
+  const auto open = [&use] {
+    EXPECT_TRUE(waitUntil([&use] {
+      use.program.key(RunningProgram::kShortcut);
+      return use.program.waitUntilOpen(Milliseconds(500));
+    }));
+  };
+  for (const auto& [layout, text] : {std::pair("us", "yz"), {"de", "yz"}, {"ru", "ня"}}) {
+    SCOPED_TRACE(layout);
+    open();
+    use.session().run({"setxkbmap", layout});
+    use.program.query(text);
+    use.close("Escape");
+
+    open();
+    use.program.query(".");
+    const Matches matches = use.demo.matches();
+    const Match* wanted = find(matches, "Button", "OK");
+    ASSERT_TRUE(wanted) << describe(matches);
+    for (const char letter : wanted->label) {
+      use.session().press({"ctrl+" + keycodeOf(letter)});
+    }
+    EXPECT_TRUE(use.boxed(ok, kSelectedColor, plain)) << wanted->label;
+    use.close("Return");
+    ++times;
+    EXPECT_TRUE(waitUntil([&] { return use.demo.process().countOfLine("clicked OK") == times; })) << wanted->label;
+    EXPECT_TRUE(use.program.waitUntilReturnIsForOthers());
+  }
 }
 
 }  // namespace

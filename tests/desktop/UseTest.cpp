@@ -3,143 +3,107 @@
 namespace jumplark::desktop {
 namespace {
 
-using testing::IsEmpty;
+using ::testing::IsEmpty;
 
-class UseOnEachDesktop : public testing::TestWithParam<WindowManager> {};
+class UseOnEachDesktop : public ::testing::TestWithParam<WindowManager> {
+ protected:
+  PixelRect rectOf(const std::string& name) { return use.demo.part(name).rect; }
 
-std::string nameOf(const testing::TestParamInfo<WindowManager>& info) {
-  switch (info.param) {
-    case WindowManager::xfwm4:
-      return "xfwm4";
-    case WindowManager::xfwm4Compositor:
-      return "xfwm4Compositor";
-    case WindowManager::openbox:
-      return "openbox";
-    default:
-      return "openboxPicom";
-  }
-}
+  void typeMoveAndClick();
+  void restThePointer();
+  void goElsewhere();
 
-constexpr WindowManager kWindowManagers[] = {WindowManager::xfwm4, WindowManager::xfwm4Compositor,
-                                             WindowManager::openbox, WindowManager::openboxPicom};
-INSTANTIATE_TEST_SUITE_P(WindowManagers, UseOnEachDesktop, testing::ValuesIn(kWindowManagers), nameOf);
+  Use use{GetParam()};
+};
 
-TEST_P(UseOnEachDesktop, typesMovesAndClicks) {
-  Use use(GetParam());
-  const PixelRect apply = use.partNamed("Apply");
-  const PixelRect cancel = use.partNamed("Cancel");
+void UseOnEachDesktop::typeMoveAndClick() {
+  const PixelRect apply = rectOf("Apply");
+  const PixelRect cancel = rectOf("Cancel");
   const uint32_t plain = boxPixel(use.session(), apply);
-
   use.program.open();
-  use.program.type("apply");
-  EXPECT_TRUE(use.program.waitForQuery("apply"));
-  EXPECT_TRUE(waitUntil([&] { return similar(boxPixel(use.session(), apply), tinted(kSelectedColor, plain)); }))
-      << std::hex << boxPixel(use.session(), apply) << " on " << plain;
-  use.program.key("Return");
-  EXPECT_TRUE(use.demo.process().waitForLine("clicked Apply"));
-  EXPECT_TRUE(use.program.waitUntilClosed());
-  EXPECT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
+  use.program.query("apply");
+  EXPECT_TRUE(use.boxed(apply, kSelectedColor, plain));
+  use.close("Return");
+  EXPECT_TRUE(use.demo.says("clicked Apply"));
 
   // The query is empty again, and each Tab goes to the next best.
   use.program.open();
   EXPECT_TRUE(use.program.waitForQuery(""));
-  use.program.type(".but");
-  const auto isSelected = [&](const PixelRect& rect) {
-    return similar(boxPixel(use.session(), rect), tinted(kSelectedColor, plain));
-  };
-  const auto isMatch = [&](const PixelRect& rect) {
-    return similar(boxPixel(use.session(), rect), tinted(kMatchColor, plain));
-  };
-  EXPECT_TRUE(use.program.waitForQuery(".but"));
+  use.program.query(".but");
   // Letters that come late replace the matches of the first ones, and the best is selected again.
-  EXPECT_TRUE(waitUntil([&] { return isSelected(apply) && isMatch(cancel); }));
-  const std::vector<Match> matches = use.desktop.jumplark.match(kDemo, ".but");
+  EXPECT_TRUE(use.boxed(apply, kSelectedColor, plain) && use.boxed(cancel, kMatchColor, plain));
+  const Matches matches = use.demo.matches(".but");
   const Match* second = find(matches, "Button", "Cancel");
   ASSERT_TRUE(second) << describe(matches);
-  Arguments tabs = {"key"};
-  tabs.insert(tabs.end(), static_cast<size_t>(second - matches.data()), "Tab");
-  use.session().keys(tabs);
-  EXPECT_TRUE(waitUntil([&] { return isSelected(cancel); }));
+  use.session().press(Arguments(static_cast<size_t>(second - matches.data()), "Tab"));
+  EXPECT_TRUE(use.boxed(cancel, kSelectedColor, plain));
   use.program.key("shift+Tab");
-  EXPECT_TRUE(waitUntil([&] { return isMatch(cancel); }));
+  EXPECT_TRUE(use.boxed(cancel, kMatchColor, plain));
   use.program.key("Tab");
-  EXPECT_TRUE(waitUntil([&] { return isSelected(cancel); }));
+  EXPECT_TRUE(use.boxed(cancel, kSelectedColor, plain));
   EXPECT_TRUE(use.program.waitUntilReturnIsForOthers());
-  use.program.key("Return");
-  EXPECT_TRUE(use.demo.process().waitForLine("clicked Cancel")) << use.demo.process().out();
-  EXPECT_THAT(use.demo.linesBeginning("text Name"), IsEmpty()) << "typed into the target";
+  use.close("Return");
+  EXPECT_TRUE(use.demo.says("clicked Cancel")) << use.demo.process().out();
 }
 
-TEST_P(UseOnEachDesktop, tintsWhatThePointerRestsOn) {
-  Use use(GetParam());
-  const PixelRect email = use.partNamed("Email");
+void UseOnEachDesktop::restThePointer() {
+  const PixelRect email = rectOf("Email");
   // Not where the pointer stands.
   const auto pixel = [&] { return use.session().pixel(email.x + email.width - 8, email.y + email.height / 2); };
   const uint32_t plain = pixel();
   use.program.open();
-  use.session().keys({"mousemove", std::to_string(email.x + 20), std::to_string(email.y + 8)});
+  use.session().pointTo(email.x + 20, email.y + 8);
   EXPECT_TRUE(waitUntil([&] { return similar(pixel(), tinted(kDescribedColor, plain, kDescribedAlpha), 2); }))
       << std::hex << pixel() << " on " << plain;
-  use.session().keys({"mousemove", "5", "5"});
+  use.session().pointTo(5, 5);
   EXPECT_TRUE(waitUntil([&] { return pixel() == plain; })) << std::hex << pixel();
+  use.close(RunningProgram::kShortcut);
 }
 
-TEST_P(UseOnEachDesktop, endsOnEscapeOnTheShortcutAndWhenTheUserGoesElsewhere) {
-  Use use(GetParam());
+void UseOnEachDesktop::goElsewhere() {
   use.program.open();
-  use.program.type("can");
-  use.program.key("Escape");
-  EXPECT_TRUE(use.program.waitUntilClosed());
-  EXPECT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
-
-  use.program.open();
-  use.program.key(RunningProgram::kShortcut);
-  EXPECT_TRUE(use.program.waitUntilClosed());
-  EXPECT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
-
-  use.program.open();
-  const PixelRect ok = use.partNamed("OK");
-  use.session().keys({"mousemove", std::to_string(ok.x + 10), std::to_string(ok.y + 10), "click", "1"});
-  EXPECT_TRUE(use.demo.process().waitForLine("clicked OK"));
+  const PixelRect ok = rectOf("OK");
+  use.session().click(ok.x + 10, ok.y + 10);
+  EXPECT_TRUE(use.demo.says("clicked OK"));
   EXPECT_TRUE(use.program.waitUntilClosed());
 
   Process& other = use.session().start({"xmessage", "-title", "Other", "-geometry", "300x200+1000+600", "other"});
-  const SessionWindow window = use.session().waitForWindowTitled("Other");
-  ASSERT_TRUE(use.session().activate(window.id));
+  ASSERT_TRUE(use.session().activate(use.session().waitForWindowTitled("Other").id));
   use.program.open();
-  use.session().keys({"mousemove", "700", "20", "click", "1"});
+  use.session().click(700, 20);
   EXPECT_TRUE(use.program.waitUntilClosed());
   EXPECT_TRUE(other.running());
 }
 
-TEST_P(UseOnEachDesktop, losesNoLetterThatFollowsTheShortcutAtOnce) {
-  Use use(GetParam());
+TEST_P(UseOnEachDesktop, clicksWhatIsTypedAndEndsWhenTheUserGoesElsewhere) {
+  typeMoveAndClick();
+  restThePointer();
   const int times = GetParam() == WindowManager::xfwm4 ? 100 : 25;
   for (int i = 0; i < times; ++i) {
     const std::string text = "appl" + std::to_string(i);
     use.session().keys({"key", "--delay", "0", RunningProgram::kShortcut, "type", "--delay", "0", text});
-    ASSERT_TRUE(use.program.waitForQuery(text))
-        << "the field holds '" << use.program.queryText().value_or("(none)") << "' in round " << i;
-    use.program.key("Escape");
-    ASSERT_TRUE(use.program.waitUntilClosed());
-    ASSERT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
+    ASSERT_TRUE(use.program.waitForQuery(text)) << "a letter that followed the shortcut at once is lost";
+    use.close("Escape");
   }
+  goElsewhere();
   EXPECT_THAT(use.demo.linesBeginning("text Name"), IsEmpty()) << "typed into the target";
 }
+
+constexpr const char* kNames[] = {"xfwm4", "xfwm4Compositor", "openbox", "openboxPicom"};
+INSTANTIATE_TEST_SUITE_P(WindowManagers, UseOnEachDesktop,
+                         ::testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor, WindowManager::openbox,
+                                           WindowManager::openboxPicom),
+                         [](const auto& info) { return std::string(kNames[static_cast<size_t>(info.param)]); });
 
 // A person who knows what comes first does not wait to see it.
 TEST(Use, clicksWhatWasTypedThoughReturnFollowsAtOnce) {
   Use use;
-  const std::pair<const char*, const char*> jobs[] = {{"apply", "clicked Apply"},
-                                                      {"cancel", "clicked Cancel"},
-                                                      {"ok", "clicked OK"},
-                                                      {"wrap", "checked Wrap text true"}};
+  const std::pair<const char*, const char*> jobs[] = {
+      {"apply", "clicked Apply"}, {"cancel", "clicked Cancel"}, {"wrap", "checked Wrap text true"}};
   for (const auto& [query, expected] : jobs) {
     use.session().keys({"key", "--delay", "0", RunningProgram::kShortcut, "type", "--delay", "0", query});
-    use.session().keys({"key", "Return"});
-    EXPECT_TRUE(use.demo.process().waitForLine(expected)) << query << ": " << use.demo.process().out();
-    EXPECT_TRUE(use.program.waitUntilClosed());
-    ASSERT_TRUE(waitUntil([&] { return use.demoIsActive(); }));
+    use.close("Return");
+    EXPECT_TRUE(use.demo.says(expected)) << query << ": " << use.demo.process().out();
     ASSERT_TRUE(use.program.waitUntilReturnIsForOthers());
   }
   EXPECT_EQ(use.demo.linesBeginning("pressed ").size(), std::size(jobs));
@@ -147,10 +111,9 @@ TEST(Use, clicksWhatWasTypedThoughReturnFollowsAtOnce) {
 
 TEST(Use, movesThePointerOnATapOfControlAndFocusesOnTheSecond) {
   Use use;
-  const PixelRect email = use.partNamed("Email");
+  const PixelRect email = use.demo.part("Email").rect;
   use.program.open();
-  use.program.type("example.org");
-  use.program.waitForQuery("example.org");
+  use.program.query("example.org");
   use.program.key("Control_L");
   EXPECT_TRUE(waitUntil([&] {
     const std::string at = use.session().run({"xdotool", "getmouselocation", "--shell"}).out;
@@ -160,63 +123,37 @@ TEST(Use, movesThePointerOnATapOfControlAndFocusesOnTheSecond) {
   }));
   EXPECT_TRUE(use.program.isOpen());
   use.session().keys({"key", "--delay", "60", "Control_L", "Control_L"});
-  EXPECT_TRUE(use.demo.process().waitForLine("focused Email"));
+  EXPECT_TRUE(use.demo.says("focused Email"));
   EXPECT_TRUE(use.program.waitUntilClosed());
   EXPECT_THAT(use.demo.linesBeginning("pressed "), IsEmpty());
-}
-
-TEST(Use, selectsByTheLabelTypedWithControl) {
-  Use use;
-  const uint32_t plain = boxPixel(use.session(), use.partNamed("Apply"));
-  use.program.open();
-  use.program.type(".but");
-  use.program.waitForQuery(".but");
-  const std::vector<Match> matches = use.desktop.jumplark.match(kDemo, ".but");
-  ASSERT_GT(matches.size(), 2U);
-  const auto shows = [&](uint32_t color) {
-    return waitUntil([&] { return similar(boxPixel(use.session(), matches[2].rect), tinted(color, plain)); });
-  };
-  EXPECT_TRUE(shows(kMatchColor));
-  use.program.key("ctrl+" + std::string(1, static_cast<char>(matches[2].label[0] + 32)));
-  EXPECT_TRUE(shows(kSelectedColor));
-  EXPECT_EQ(use.program.queryText(), ".but") << "the label went into the field";
-  use.program.key("Return");
-  EXPECT_TRUE(waitUntil([&] { return !use.demo.linesBeginning("pressed ").empty(); }));
-  int x = 0;
-  int y = 0;
-  const std::vector<std::string> pressed = use.demo.linesBeginning("pressed ");
-  ASSERT_EQ(pressed.size(), 1U);
-  ASSERT_EQ(std::sscanf(pressed[0].c_str(), "pressed %d,%d", &x, &y), 2);
-  EXPECT_TRUE(matches[2].rect.contains(x, y)) << pressed[0] << ", wanted " << matches[2].rect;
 }
 
 TEST(Use, tellsAScreenReaderWhatIsSelectedAndItsLabel) {
   Use use;
   use.program.open();
-  use.program.type(".but");
-  use.program.waitForQuery(".but");
-  const std::vector<Match> matches = use.desktop.jumplark.match(kDemo, ".but");
+  use.program.query(".but");
+  const Matches matches = use.demo.matches(".but");
   ASSERT_GT(matches.size(), 1U);
-  std::optional<AccessibleElement> field;
+  std::string told;
   const auto tells = [&](const Match& match) {
     return waitUntil([&] {
-      const auto elements = readApplication(use.session(), "Jumplark");
-      field = findElement(elements, "text", "What to click");
-      const size_t comma = field ? field->description.rfind(", ") : std::string::npos;
-      return findElement(elements, "dialog", "Jumplark") && comma != std::string::npos && field->is("focused") &&
-             match.hasText(field->description.substr(0, comma)) && field->description.substr(comma + 2) == match.label;
+      const auto field = use.program.windows().find("text", "What to click");
+      told = field && field->is("focused") ? field->description : "";
+      const size_t comma = told.rfind(", ");
+      return comma != std::string::npos && match.hasText(told.substr(0, comma)) &&
+             told.substr(comma + 2) == match.label;
     });
   };
-  EXPECT_TRUE(tells(matches[0])) << (field ? field->description : "no field");
+  EXPECT_TRUE(use.program.windows().shows("dialog", "Jumplark"));
+  EXPECT_TRUE(tells(matches[0])) << told;
   use.program.key("Tab");
-  EXPECT_TRUE(tells(matches[1])) << (field ? field->description : "no field");
+  EXPECT_TRUE(tells(matches[1])) << told;
 }
 
 TEST(Use, makesAClickADoubleOneOnAReturnRightAfterIt) {
   Use use(WindowManager::xfwm4, "List");
   use.program.open();
-  use.program.type("edinburgh");
-  use.program.waitForQuery("edinburgh");
+  use.program.query("edinburgh");
   use.program.key("Return");
   ASSERT_TRUE(waitUntil([&] { return !use.demo.linesBeginning("pressed ").empty(); }));
   EXPECT_TRUE(waitUntil([&] { return use.session().heldInput().empty(); }));

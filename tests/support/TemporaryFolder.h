@@ -1,11 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
 namespace jumplark::testing {
@@ -14,7 +13,9 @@ namespace jumplark::testing {
 class TemporaryFolder {
  public:
   TemporaryFolder() : path_((std::filesystem::temp_directory_path() / "jumplark-test-XXXXXX").string()) {
-    EXPECT_TRUE(::mkdtemp(path_.data()));
+    if (::mkdtemp(path_.data()) == nullptr) {
+      throw std::runtime_error("there is no room for " + path_);
+    }
   }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;

@@ -1,23 +1,26 @@
 #pragma once
 
-class QWidget;
+class QMainWindow;
+class QString;
 
-/// The pages of the demonstration window; each reports what happens on it (see Report.h).
 namespace demo {
 
-/// Labelled fields, a password, check boxes, radio buttons, combo boxes, slider, spin box, buttons, one that opens the
-/// dialog "Confirm".
-QWidget* makeFormPage();
-/// 2,000 rows of three columns: "Item N", "Value N", "Note N". "selected row N".
-QWidget* makeTablePage();
-/// Folders that can be expanded. "expanded NAME", "collapsed NAME", "selected NAME".
-QWidget* makeTreePage();
-/// "chosen NAME".
-QWidget* makeListPage();
-/// Buttons "Entry 1" to "Entry 60", most of them below the fold.
-QWidget* makeScrollPage();
-/// More than there is room for: a tool bar that is too narrow, whose button "Fill" has an arrow for its menu while
-/// "Line" has nothing else, a row of twenty tabs, and a list of "Layer 1" to "Layer 100" that is scrolled by forty.
-QWidget* makeCrowdedPage();
+/// Fills the window with one of each thing that people click: menus, tool bar and tabs, of which this page is in front.
+///
+/// Form      labelled fields, a password, boxes and buttons, one of which opens the dialog "Confirm"
+/// Table     100,000 rows of "Item N", "Value N", "Note N"
+/// Tree      folders that can be expanded
+/// List      cities
+/// Scrolled  buttons "Entry 1" to "Entry 60", most of them below the fold
+///
+/// These are there only when they are the page in front:
+///
+/// Text      5 MB of numbered lines
+/// Changing  "Lasting" and sixty buttons, one of which is replaced every other millisecond
+/// Secrets   password fields of each kind, and one that shows "plain to see"
+///
+/// "Crowded" is the form with more than there is room for: in the tool bar "Fill", which has an arrow for its menu,
+/// "Line", which has nothing else, and "Tool 1" to "Tool 20", and as many tabs "Sheet 1" and so on.
+void fill(QMainWindow& window, const QString& page);
 
 }  // namespace demo

@@ -1,116 +1,162 @@
 #include "Report.h"
 
-#include <QAbstractButton>
-#include <QAbstractItemView>
-#include <QAction>
-#include <QApplication>
-#include <QComboBox>
-#include <QEvent>
-#include <QMenu>
-#include <QMouseEvent>
+#include <QtWidgets>
 #include <cstdio>
 
 namespace demo {
 namespace {
 
-QString plain(QString text) {
-  return text.remove('&');
-}
-
-QString word(bool value) {
-  return value ? "true" : "false";
-}
-
-class MenuShown : public QObject {
- public:
-  explicit MenuShown(QMenu* menu) : QObject(menu) { menu->installEventFilter(this); }
-  // Paint, not aboutToShow: then the menu is on the screen.
-  bool eventFilter(QObject* watched, QEvent* event) override {
-    auto* menu = static_cast<QMenu*>(watched);
-    if (event->type() == QEvent::Paint && !shown_) {
-      shown_ = true;
-      report("menu-opened " + plain(menu->title()));
-    } else if (event->type() == QEvent::Hide && shown_) {
-      shown_ = false;
-      report("menu-closed " + plain(menu->title()));
-    }
-    return false;
-  }
-
- private:
-  bool shown_ = false;
-};
-
-class PopupShown : public QObject {
- public:
-  explicit PopupShown(QComboBox* combo) : QObject(combo), combo_(combo) { combo->view()->installEventFilter(this); }
-  bool eventFilter(QObject*, QEvent* event) override {
-    if (event->type() == QEvent::Show) {
-      report("list-opened " + combo_->objectName());
-    }
-    return false;
-  }
-
- private:
-  QComboBox* combo_;
-};
-
-class Presses : public QObject {
- public:
-  using QObject::QObject;
-  bool eventFilter(QObject* watched, QEvent* event) override {
-    const bool doublePress = event->type() == QEvent::MouseButtonDblClick;
-    if (watched->isWindowType() && (event->type() == QEvent::MouseButtonPress || doublePress)) {
-      const auto* mouse = static_cast<QMouseEvent*>(event);
-      const QPoint at = mouse->globalPosition().toPoint();
-      report(QString("%1 %2,%3%4")
-                 .arg(doublePress ? "double-pressed" : "pressed")
-                 .arg(at.x())
-                 .arg(at.y())
-                 .arg(mouse->modifiers() == Qt::NoModifier ? "" : " with modifiers"));
-    }
-    return false;
-  }
-};
-
-}  // namespace
-
-void report(const QString& line) {
-  std::printf("%s\n", qUtf8Printable(line));
+void report(QString line) {
+  std::printf("%s\n", qUtf8Printable(line.remove('&')));
   std::fflush(stdout);
 }
 
-void reportButton(QAbstractButton* button) {
-  if (button->isCheckable()) {
-    QObject::connect(button, &QAbstractButton::toggled, button,
-                     [button](bool on) { report("checked " + plain(button->text()) + ' ' + word(on)); });
-  } else {
-    QObject::connect(button, &QAbstractButton::clicked, button,
-                     [button] { report("clicked " + plain(button->text())); });
+QString titleOf(const QWindow* window) {
+  const QWidget* widget = QWidget::find(window->winId());
+  if (const auto* menu = qobject_cast<const QMenu*>(widget)) {
+    return menu->title();
+  }
+  const bool isList = widget && widget->windowTitle().isEmpty() && widget->parentWidget();
+  return isList ? widget->parentWidget()->objectName() : window->title();
+}
+
+/// Sees what happens to windows, as the window system tells it.
+class WindowReports : public QObject {
+ public:
+  using QObject::QObject;
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (auto* window = qobject_cast<QWindow*>(watched)) {
+      const QEvent::Type type = event->type();
+      if (type == QEvent::Expose && window->isExposed() && !open_.contains(window)) {
+        open_.insert(window);
+        report("opened " + titleOf(window));
+      } else if (type == QEvent::Hide && open_.remove(window)) {
+        report("closed " + titleOf(window));
+      } else if (type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick) {
+        const auto* mouse = static_cast<QMouseEvent*>(event);
+        const QPoint at = mouse->globalPosition().toPoint();
+        report(QString("%1 %2,%3%4")
+                   .arg(type == QEvent::MouseButtonPress ? "pressed" : "double-pressed")
+                   .arg(at.x())
+                   .arg(at.y())
+                   .arg(mouse->modifiers() == Qt::NoModifier ? "" : " with modifiers"));
+      }
+    }
+    return false;
+  }
+
+ private:
+  QSet<QWindow*> open_;
+};
+
+/// Calls with each widget or action of a kind, whose signals lead to reports.
+template <typename Kind, typename Connect>
+void forEach(const QWidget* window, const Connect& connect) {
+  for (Kind* child : window->findChildren<Kind*>()) {
+    connect(child);
   }
 }
 
-void reportAction(QAction* action) {
-  QObject::connect(action, &QAction::triggered, action, [action](bool on) {
-    report("triggered " + plain(action->text()) + (action->isCheckable() ? ' ' + word(on) : QString()));
+void reportViews(const QWidget* window) {
+  forEach<QAbstractItemView>(window, [](QAbstractItemView* view) {
+    if (!qobject_cast<QHeaderView*>(view)) {
+      QObject::connect(view->selectionModel(), &QItemSelectionModel::currentChanged, view,
+                       [](const QModelIndex& now) { report("selected " + now.data().toString()); });
+    }
+  });
+  forEach<QTabBar>(window, [](QTabBar* tabs) {
+    QObject::connect(tabs, &QTabBar::currentChanged, tabs,
+                     [tabs](int index) { report("tab " + tabs->tabText(index)); });
   });
 }
 
-void reportMenu(QMenu* menu) {
-  new MenuShown(menu);
+QString nameOf(const QWidget* widget) {
+  if (const auto* button = qobject_cast<const QAbstractButton*>(widget)) {
+    return button->text();
+  }
+  if (const auto* label = qobject_cast<const QLabel*>(widget)) {
+    return label->text();
+  }
+  const auto* group = qobject_cast<const QGroupBox*>(widget);
+  return group ? group->title() : widget->objectName();
 }
 
-void reportList(QComboBox* combo) {
-  new PopupShown(combo);
+// The rectangle lies in the widget's own coordinates.
+void tellPart(int number, const QString& kind, const QString& name, const QWidget* widget, const QRect& rect) {
+  const QPoint origin = widget->mapToGlobal(rect.topLeft());
+  const QRect visible = widget->isVisible() ? widget->visibleRegion().intersected(rect).boundingRect() : QRect();
+  report(QString("part %1 %2 %3 %4 %5 %6 %7 %8")
+             .arg(number)
+             .arg(origin.x())
+             .arg(origin.y())
+             .arg(rect.width())
+             .arg(rect.height())
+             .arg(std::min(visible.width(), visible.height()))
+             .arg(kind, name));
 }
 
-void reportFocusAndPresses() {
-  qApp->installEventFilter(new Presses(qApp));
-  QObject::connect(qApp, &QApplication::focusChanged, qApp, [](QWidget*, QWidget* now) {
+void tellItems(int number, const QAbstractItemView* view, const QModelIndex& parent = {}) {
+  constexpr int kMostRows = 200;
+  const QAbstractItemModel* model = view->model();
+  for (int row = 0; row < std::min(model->rowCount(parent), kMostRows); ++row) {
+    for (int column = 0; column < model->columnCount(parent); ++column) {
+      const QModelIndex index = model->index(row, column, parent);
+      tellPart(number, "item", index.data().toString(), view->viewport(), view->visualRect(index));
+    }
+    tellItems(number, view, model->index(row, 0, parent));
+  }
+}
+
+}  // namespace
+
+void reportEverything(QWidget* window) {
+  qApp->installEventFilter(new WindowReports(window));
+  QObject::connect(qApp, &QApplication::focusChanged, window, [](QWidget*, QWidget* now) {
     if (now && !now->objectName().isEmpty()) {
       report("focused " + now->objectName());
     }
   });
+  forEach<QAbstractButton>(window, [](QAbstractButton* button) {
+    QObject::connect(button, &QAbstractButton::toggled, button,
+                     [button](bool on) { report("checked " + button->text() + (on ? " true" : " false")); });
+    QObject::connect(button, &QAbstractButton::clicked, button, [button] { report("clicked " + button->text()); });
+  });
+  forEach<QAction>(window, [](QAction* action) {
+    QObject::connect(action, &QAction::triggered, action, [action] { report("triggered " + action->text()); });
+  });
+  forEach<QLineEdit>(window, [](QLineEdit* field) {
+    QObject::connect(field, &QLineEdit::textChanged, field,
+                     [field](const QString& text) { report("text " + field->objectName() + ' ' + text); });
+  });
+  forEach<QComboBox>(window, [](QComboBox* box) {
+    QObject::connect(box, &QComboBox::currentTextChanged, box,
+                     [box](const QString& text) { report("combo " + box->objectName() + ' ' + text); });
+  });
+  reportViews(window);
+}
+
+void tellParts(QWidget* window) {
+  static int number = -1;
+  ++number;
+  for (const QWidget* widget : window->findChildren<QWidget*>()) {
+    if (widget->window() != window) {
+      continue;
+    }
+    tellPart(number, widget->metaObject()->className(), nameOf(widget), widget, widget->rect());
+    if (const auto* bar = qobject_cast<const QMenuBar*>(widget)) {
+      for (QAction* action : bar->actions()) {
+        tellPart(number, "menu", action->text(), bar, bar->actionGeometry(action));
+      }
+    } else if (const auto* tabs = qobject_cast<const QTabBar*>(widget)) {
+      for (int i = 0; i < tabs->count(); ++i) {
+        tellPart(number, "tab", tabs->tabText(i), tabs, tabs->tabRect(i));
+      }
+    } else if (const auto* view = qobject_cast<const QAbstractItemView*>(widget);
+               view && !qobject_cast<const QHeaderView*>(view)) {
+      tellItems(number, view);
+    }
+  }
+  report("parts told");
 }
 
 }  // namespace demo

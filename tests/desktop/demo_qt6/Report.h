@@ -1,33 +1,25 @@
 #pragma once
 
-#include <QString>
-
-class QAbstractButton;
-class QAction;
-class QComboBox;
-class QMenu;
 class QWidget;
 
 /// What the demonstration program tells the tests on standard output: one flushed line for every effect, so that an
 /// effect is proved by the program itself and not by what its accessibility tree claims.
 namespace demo {
 
-void report(const QString& line);
+/// From now on, of what is in the window now:
+///
+/// opened NAME, closed NAME            a window, menu or list of a combo box, once it shows
+/// clicked TEXT, checked TEXT true     a button
+/// triggered TEXT                      an action
+/// text NAME TEXT, combo NAME TEXT     a field or combo box holds it now
+/// tab TITLE, selected TEXT            is in front, or current
+/// focused NAME
+/// pressed X,Y, double-pressed X,Y     in pixels of the root window; with modifiers: more after it
+void reportEverything(QWidget* window);
 
-/// "clicked TEXT", and "checked TEXT true|false" instead for buttons that can be checked.
-void reportButton(QAbstractButton* button);
-/// "triggered TEXT", with " true|false" after it for actions that can be checked.
-void reportAction(QAction* action);
-/// "menu-opened TITLE" once its window shows, "menu-closed TITLE".
-void reportMenu(QMenu* menu);
-/// "list-opened NAME" when the list of a combo box shows.
-void reportList(QComboBox* combo);
-/// "focused NAME", NAME being the object name, and "pressed X,Y" or "double-pressed X,Y" (pixels of the root window),
-/// followed by " with modifiers" when one is down, for the whole program.
-void reportFocusAndPresses();
-
-/// Writes the pixel rectangles of everything in a window to a JSON file: a list of {"kind","name","rect","shown"}, rect
-/// being [x,y,width,height] in pixels of the root window and "shown" whether any of it can be seen.
-void dumpRects(QWidget* window, const QString& path);
+/// "part NUMBER X Y WIDTH HEIGHT VISIBLE KIND NAME" for everything in a window, in pixels of the root window, and then
+/// "parts told"; NUMBER is how often that was done before. VISIBLE is the smaller side of what can be seen of it,
+/// KIND the widget's class, "menu", "tab" or "item".
+void tellParts(QWidget* window);
 
 }  // namespace demo

@@ -1,10 +1,11 @@
-// Prints what an application says of its showing elements, read with the desktop's own accessibility library and
-// nothing of the program under test: accessible-reader [--all] APPLICATION. A JSON list of
-// {"role","name","description","text","states","rect"}, depth first; rect is [x,y,width,height] in pixels of the root
-// window, as the application says (GTK 4: of its window). With --all what does not say that it shows is printed too,
-// for applications that say so of their windows only (GTK 4).
+// Prints what an application says of its elements, read with the desktop's own accessibility library and nothing of the
+// program under test: accessible-reader APPLICATION. A JSON list of
+// {"role","name","description","text","states","rect"} of what says that it shows, depth first; rect is
+// [x,y,width,height] in pixels of the root window, as the application says. GTK 4 says of its windows only that they
+// show, and tells places in its window: of it all elements are printed.
 #include <atspi/atspi.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -24,19 +25,18 @@ std::string take(gchar* text) {
   return result;
 }
 
-const std::pair<AtspiStateType, const char*> kStates[] = {
-    {ATSPI_STATE_CHECKED, "checked"},     {ATSPI_STATE_FOCUSED, "focused"},   {ATSPI_STATE_SELECTED, "selected"},
-    {ATSPI_STATE_PRESSED, "pressed"},     {ATSPI_STATE_EXPANDED, "expanded"}, {ATSPI_STATE_ACTIVE, "active"},
-    {ATSPI_STATE_SENSITIVE, "sensitive"}, {ATSPI_STATE_SHOWING, "showing"},   {ATSPI_STATE_VISIBLE, "visible"}};
+const std::pair<AtspiStateType, const char*> kStates[] = {{ATSPI_STATE_CHECKED, "checked"},
+                                                          {ATSPI_STATE_FOCUSED, "focused"},
+                                                          {ATSPI_STATE_PRESSED, "pressed"},
+                                                          {ATSPI_STATE_EXPANDED, "expanded"},
+                                                          {ATSPI_STATE_SENSITIVE, "sensitive"}};
 
-/// GTK 4 warns of screen coordinates, which it does not know.
-AtspiCoordType coordinatesOf(AtspiAccessible* element) {
-  const bool gtk4 = take(atspi_accessible_get_toolkit_name(element, nullptr)) == "GTK" &&
-                    take(atspi_accessible_get_toolkit_version(element, nullptr)).starts_with("4.");
-  return gtk4 ? ATSPI_COORD_TYPE_WINDOW : ATSPI_COORD_TYPE_SCREEN;
+bool isGtk4(AtspiAccessible* application) {
+  return take(atspi_accessible_get_toolkit_name(application, nullptr)) == "GTK" &&
+         take(atspi_accessible_get_toolkit_version(application, nullptr)).starts_with("4.");
 }
 
-nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, AtspiCoordType coordinates) {
+nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, bool gtk4) {
   nlohmann::json entry = {{"role", take(atspi_accessible_get_role_name(element, nullptr))},
                           {"name", take(atspi_accessible_get_name(element, nullptr))},
                           {"description", take(atspi_accessible_get_description(element, nullptr))},
@@ -52,7 +52,8 @@ nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, AtspiCo
     entry["text"] = take(atspi_text_get_text(text.get(), 0, 200, nullptr));
   }
   if (const Owned<AtspiComponent> component{atspi_accessible_get_component_iface(element)}) {
-    if (AtspiRect* rect = atspi_component_get_extents(component.get(), coordinates, nullptr)) {
+    const AtspiCoordType origin = gtk4 ? ATSPI_COORD_TYPE_WINDOW : ATSPI_COORD_TYPE_SCREEN;
+    if (AtspiRect* rect = atspi_component_get_extents(component.get(), origin, nullptr)) {
       entry["rect"] = {rect->x, rect->y, rect->width, rect->height};
       g_free(rect);
     }
@@ -60,20 +61,15 @@ nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, AtspiCo
   return entry;
 }
 
-void collect(AtspiAccessible* element, bool isApplication, bool all, AtspiCoordType coordinates,
-             nlohmann::json& entries) {
-  const Owned<AtspiStateSet> states{atspi_accessible_get_state_set(element)};
-  if (!isApplication) {
-    if (!states || !(all || atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))) {
-      return;
-    }
-    entries.push_back(describe(element, states.get(), coordinates));
-  }
+void collect(AtspiAccessible* parent, bool gtk4, nlohmann::json& entries) {
   constexpr int kMostChildren = 400;
-  const int count = std::min(atspi_accessible_get_child_count(element, nullptr), kMostChildren);
+  const int count = std::min(atspi_accessible_get_child_count(parent, nullptr), kMostChildren);
   for (int i = 0; i < count; ++i) {
-    if (const Owned<AtspiAccessible> child{atspi_accessible_get_child_at_index(element, i, nullptr)}) {
-      collect(child.get(), false, all, coordinates, entries);
+    const Owned<AtspiAccessible> child{atspi_accessible_get_child_at_index(parent, i, nullptr)};
+    const Owned<AtspiStateSet> states{child ? atspi_accessible_get_state_set(child.get()) : nullptr};
+    if (states && (gtk4 || atspi_state_set_contains(states.get(), ATSPI_STATE_SHOWING))) {
+      entries.push_back(describe(child.get(), states.get(), gtk4));
+      collect(child.get(), gtk4, entries);
     }
   }
 }
@@ -81,17 +77,15 @@ void collect(AtspiAccessible* element, bool isApplication, bool all, AtspiCoordT
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool all = argc == 3 && std::string(argv[1]) == "--all";
-  if (!(argc == 2 || all) || atspi_init() > 1) {
+  if (argc != 2 || atspi_init() > 1) {
     return 2;
   }
-  const std::string wanted = argv[argc - 1];
   const Owned<AtspiAccessible> desktop{atspi_get_desktop(0)};
   for (int i = 0; i < atspi_accessible_get_child_count(desktop.get(), nullptr); ++i) {
     const Owned<AtspiAccessible> application{atspi_accessible_get_child_at_index(desktop.get(), i, nullptr)};
-    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == wanted) {
+    if (application && take(atspi_accessible_get_name(application.get(), nullptr)) == argv[1]) {
       nlohmann::json entries = nlohmann::json::array();
-      collect(application.get(), true, all, coordinatesOf(application.get()), entries);
+      collect(application.get(), isGtk4(application.get()), entries);
       std::printf("%s\n", entries.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
       return 0;
     }

@@ -8,38 +8,6 @@
 
 namespace jumplark::desktop {
 
-/// One thing that the demonstration program says is in its window.
-struct DemoPart {
-  std::string kind;  ///< the widget's class, or "menu", "tab", "item"
-  std::string name;
-  PixelRect rect;  ///< in pixels of the root window
-  bool shown = false;
-};
-
-/// The demonstration program (demo_qt6/) in a session. Under the name kName it is on the accessibility bus.
-class DemoProgram {
- public:
-  static constexpr const char* kName = "demo-qt6";
-
-  /// Returns when its window has been painted, has the focus and is on the accessibility bus.
-  explicit DemoProgram(PrivateSession& session, const std::string& page = "Form");
-  DemoProgram(const DemoProgram&) = delete;
-  DemoProgram& operator=(const DemoProgram&) = delete;
-  /// Kills it and returns when its window has gone.
-  ~DemoProgram();
-
-  Process& process() { return process_; }
-  /// What is in its main window now, by its own account.
-  std::vector<DemoPart> parts();
-  /// The printed lines that begin with a text.
-  std::vector<std::string> linesBeginning(const std::string& beginning) const;
-
- private:
-  PrivateSession& session_;
-  std::string rectsFile_;
-  Process& process_;
-};
-
 /// What an element of another application says of itself, read by accessible-reader.
 struct AccessibleElement {
   std::string role;  ///< as the accessibility library names it, "push button"
@@ -52,20 +20,37 @@ struct AccessibleElement {
   bool is(const std::string& state) const;
 };
 
-/// Which elements to read: those that say that they show, or all (GTK 4 says so of windows only, and gives places in
-/// its window).
-enum class Reading { showing, all };
+/// An application as those see it who are told of it by the accessibility bus, without the program under test.
+class AccessibleApplication {
+ public:
+  /// `name` is the one on the bus.
+  AccessibleApplication(PrivateSession& session, std::string name) : session_(session), name_(std::move(name)) {}
 
-/// The elements of an application, depth first; empty while it is not on the bus.
-std::vector<AccessibleElement> readApplication(PrivateSession& session, const std::string& name,
-                                               Reading reading = Reading::showing);
-/// The first with this role and name.
-std::optional<AccessibleElement> findElement(const std::vector<AccessibleElement>& elements, const std::string& role,
-                                             const std::string& name);
+  /// Those that say that they show, depth first; empty while it is not on the bus. GTK 4 says so of windows only, and
+  /// gives places in its window: all of its elements are read.
+  std::vector<AccessibleElement> elements() const;
+  /// The last element of that role whose name begins so, the topmost window coming last.
+  std::optional<AccessibleElement> find(const std::string& role, const std::string& name) const;
+  bool shows(const std::string& role, const std::string& name) const { return find(role, name).has_value(); }
+  /// The same, as soon as it shows; throws std::runtime_error naming what does instead when it does not come to that.
+  AccessibleElement waitFor(const std::string& role, const std::string& name) const;
+  /// Waits until the element there is in that state, or no longer is; false when it does not come to that.
+  bool waitForState(const std::string& role, const std::string& name, const std::string& state, bool is = true,
+                    Milliseconds limit = kPatience) const;
+  bool waitUntilGone(const std::string& role, const std::string& name) const;
+  /// Waits for the element and for its window's being in front, and clicks its middle.
+  void click(const std::string& role, const std::string& name);
+
+ protected:
+  PrivateSession& session_;
+
+ private:
+  std::string name_;
+};
 
 /// Starts an application and returns when its window has the focus and an element of that role and name shows;
 /// throws std::runtime_error when it does not come to that.
 Process& startApplication(PrivateSession& session, const Arguments& arguments, const std::string& name,
-                          const std::string& role, const std::string& elementName);
+                          const std::string& role, const std::string& elementName, const Environment& extra = {});
 
 }  // namespace jumplark::desktop

@@ -16,16 +16,15 @@ struct Match {
   std::string label;
   double score = 0;
   std::string role;
-  std::string subrole;  ///< empty for null
-  std::string id;
   std::map<std::string, std::string> texts;
   PixelRect rect;  ///< of the root window, top-left origin
 
   bool hasText(const std::string& text) const;
 };
+using Matches = std::vector<Match>;
 
 /// For messages of failed tests.
-std::string describe(const std::vector<Match>& matches);
+std::string describe(const Matches& matches);
 
 /// The program under test, run in a session as a person would run it.
 class Jumplark {
@@ -34,30 +33,33 @@ class Jumplark {
   Jumplark(PrivateSession& session, int screenHeight) : session_(session), screenHeight_(screenHeight) {}
 
   Finished run(const Arguments& arguments, const Environment& extra = {});
-  /// `match --json`; empty when nothing matched. Fails the running test, and returns nothing, when the program fails or
-  /// prints anything else than the promised list.
-  std::vector<Match> match(const Arguments& target, const std::string& query);
-  /// The same, but nothing matches while the application does not answer: one that is starting is busy now and then.
-  std::vector<Match> matchIfAnswered(const Arguments& target, const std::string& query);
-  /// Everything that could be chosen: the matches of the role query ".".
-  std::vector<Match> everything(const Arguments& target) { return match(target, "."); }
+  /// A command about a target and what else it is given.
+  Finished run(const std::string& command, const Arguments& target, const Arguments& more = {});
+  /// `match --json`; empty when nothing matched or the application does not answer, as one that is starting does now
+  /// and then. Fails the running test, and returns nothing, when the program fails otherwise or prints anything else
+  /// than the promised list. The query "." is for everything that could be chosen.
+  Matches match(const Arguments& target, const std::string& query = ".");
 
  private:
-  std::vector<Match> matchesIn(const Finished& finished, const std::string& query) const;
-  std::optional<std::vector<Match>> parse(const std::string& json) const;
-
   PrivateSession& session_;
   int screenHeight_;
 };
 
 /// The first match of a role whose texts hold one that equals `text`; null when there is none.
-const Match* find(const std::vector<Match>& matches, const std::string& role, const std::string& text);
+const Match* find(const Matches& matches, const std::string& role, const std::string& text);
 /// The match with this role and rectangle; null when there is none.
-const Match* findAt(const std::vector<Match>& matches, const std::string& role, const PixelRect& rect);
-/// What is not there exactly once of these roles and texts, "2 of Button 'OK'".
-std::vector<std::string> notThereOnce(const std::vector<Match>& matches,
-                                      const std::vector<std::pair<const char*, const char*>>& expected);
+const Match* findAt(const Matches& matches, const std::string& role, const PixelRect& rect);
 /// Every text of every match.
-std::set<std::string> allTexts(const std::vector<Match>& matches);
+std::set<std::string> allTexts(const Matches& matches);
+
+/// Texts of things of one role, each of which shows so often. A text may be a beginning that ends in "…"; an empty one
+/// is for all things of the role.
+struct Shown {
+  const char* role;
+  std::vector<std::string> texts;
+  int times = 1;
+};
+/// What is not there as often as it should, "2 of Button 'OK'".
+std::vector<std::string> notThere(const Matches& matches, const std::vector<Shown>& expected);
 
 }  // namespace jumplark::desktop

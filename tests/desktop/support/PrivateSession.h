@@ -1,31 +1,15 @@
 #pragma once
 
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
 #include "desktop/support/Process.h"
+#include "desktop/support/SessionDisplay.h"
 
 namespace jumplark::desktop {
 
 enum class WindowManager { xfwm4, xfwm4Compositor, openbox, openboxPicom, none };
-
-/// A rectangle in pixels of the root window, top-left origin.
-struct PixelRect {
-  int x = 0;
-  int y = 0;
-  int width = 0;
-  int height = 0;
-  bool operator==(const PixelRect&) const = default;
-  friend std::ostream& operator<<(std::ostream& out, const PixelRect& rect) {
-    return out << '[' << rect.x << ',' << rect.y << ' ' << rect.width << 'x' << rect.height << ']';
-  }
-  bool contains(int px, int py) const { return px >= x && px < x + width && py >= y && py < y + height; }
-};
 
 struct SessionOptions {
   WindowManager windowManager = WindowManager::xfwm4;
@@ -36,21 +20,11 @@ struct SessionOptions {
   bool sessionBus = true;                ///< without it there is no accessibility bus either
 };
 
-/// A viewable X window with a title or a class: a managed one, or an open menu.
-struct SessionWindow {
-  uint32_t id = 0;
-  std::string title;
-  std::string className;  ///< both parts of WM_CLASS, a space between
-  int pid = -1;           ///< _NET_WM_PID; -1 without
-  bool overrideRedirect = false;
-  PixelRect rect;  ///< of the client's own window
-};
-
 /// A graphical session of its own: X server, session bus, accessibility bus, window manager, home folder; made by
 /// scripts/private-session, which also ends everything when this process dies in whatever way. Programs that are
 /// started here see nothing of the session that the tests run in. All calls from one thread, except runs of
 /// `environment()`.
-class PrivateSession {
+class PrivateSession : public SessionDisplay {
  public:
   /// Returns when the session is ready for applications (windows get managed, the accessibility bus answers and is
   /// switched on, the compositor runs). Throws std::runtime_error with the reason when it does not come up.
@@ -75,47 +49,37 @@ class PrivateSession {
   /// Runs a program to its end, or kills it at the limit.
   Finished run(const Arguments& arguments, Milliseconds limit = kPatience, const Environment& extra = {});
 
-  /// All viewable windows with a title or a class, in stacking order, the topmost last.
-  std::vector<SessionWindow> windows() const;
-  std::optional<SessionWindow> findWindow(const std::function<bool(const SessionWindow&)>& wanted) const;
   /// The first window to appear that is wanted; throws std::runtime_error naming what there is instead.
-  SessionWindow waitForWindow(const std::function<bool(const SessionWindow&)>& wanted, Milliseconds limit = kPatience);
-  SessionWindow waitForWindowTitled(const std::string& title, Milliseconds limit = kPatience);
-  SessionWindow waitForWindowOf(pid_t pid, Milliseconds limit = kPatience);
-  /// The window that _NET_ACTIVE_WINDOW names; 0 when none.
-  uint32_t activeWindow() const;
+  SessionWindow waitForWindow(const WindowPredicate& wanted);
+  SessionWindow waitForWindowTitled(const std::string& title);
+  SessionWindow waitForWindowOf(pid_t pid);
   /// Brings a window to the front, as a pager would, and returns when it is active; false when it does not come to
   /// that. The window manager may forget a new window's focus once in a hundred times, so a test that needs one asks
   /// for it.
   bool activate(uint32_t window);
 
-  /// The colour that shows at a pixel of the root, 0xRRGGBB.
-  uint32_t pixel(int x, int y) const;
-  /// What shows in a rectangle, row by row, 0xRRGGBB; the part outside the screen is left out.
-  std::vector<uint32_t> pixels(const PixelRect& rect) const;
-  /// What is held down, by whomever: "button 1", "modifier 0x40", "key 65"; empty when nothing is.
-  std::string heldInput() const;
-  /// Whether no client holds the keyboard, so that what is typed reaches the focus.
-  bool keyboardIsFree() const;
-  /// Whether no client takes this key, pressed without modifiers, before the focus gets it.
-  bool keyIsFree(uint8_t keycode) const;
-
-  /// The whole screen as a PNG file; false when it could not be written.
-  bool screenshot(const std::string& path);
-  /// One call of xdotool with these arguments, for keys and pointer movements; throws when it fails.
+  /// One call of xdotool with these arguments; throws when it fails.
   void keys(const Arguments& xdotoolArguments);
+  /// Presses and releases keys or combinations ("shift+Tab") one after the other.
+  void press(const Arguments& names);
+  /// Types without a delay between the letters.
+  void type(const std::string& text) { keys({"type", "--delay", "0", text}); }
+  void pointTo(int x, int y) { keys({"mousemove", std::to_string(x), std::to_string(y)}); }
+  void pointTo(const PixelRect& middleOf) {
+    pointTo(middleOf.x + middleOf.width / 2, middleOf.y + middleOf.height / 2);
+  }
+  void click(int x, int y, const std::string& button = "1");
+  void click(const PixelRect& middleOf) { click(middleOf.x + middleOf.width / 2, middleOf.y + middleOf.height / 2); }
 
  private:
-  class Display;
   void serve(const SessionOptions& options);
   void end();
 
   Environment environment_;
   std::string folder_;
-  pid_t server_ = -1;
   int serverInput_ = -1;
   size_t started_ = 0;
-  std::unique_ptr<Display> display_;
+  std::unique_ptr<Process> server_;
   std::vector<std::unique_ptr<Process>> processes_;
 };
 

@@ -5,23 +5,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+
+#include "support/TemporaryFolder.h"
 
 namespace jumplark::desktop {
 namespace {
 
 constexpr Milliseconds kPollInterval{10};
-
-std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 int statusOf(int waitStatus) {
   return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
@@ -29,35 +25,11 @@ int statusOf(int waitStatus) {
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> result;
-  result.reserve(texts.size() + 1);
   for (std::string& text : texts) {
     result.push_back(text.data());
   }
   result.push_back(nullptr);
   return result;
-}
-
-// posix_spawnp searches the caller's PATH; what counts is the program's own.
-std::string findProgram(const std::string& name, const Environment& environment) {
-  const auto path = environment.find("PATH");
-  if (name.find('/') != std::string::npos || path == environment.end()) {
-    return name;
-  }
-  std::stringstream folders(path->second);
-  for (std::string folder; std::getline(folders, folder, ':');) {
-    folder.append("/").append(name);
-    if (::access(folder.c_str(), X_OK) == 0) {
-      return folder;
-    }
-  }
-  throw std::runtime_error(name + " is not installed");
-}
-
-// The third field of /proc/PID/stat, after the name in parentheses; 0 when there is no such process.
-char processState(pid_t pid) {
-  const std::string stat = readFile("/proc/" + std::to_string(pid) + "/stat");
-  const size_t nameEnd = stat.rfind(") ");
-  return nameEnd == std::string::npos ? '\0' : stat[nameEnd + 2];
 }
 
 }  // namespace
@@ -73,22 +45,22 @@ bool waitUntil(const std::function<bool()>& predicate, Milliseconds limit) {
   return true;
 }
 
-Process::Process(const Arguments& arguments, const Environment& environment, const std::string& outputBase)
+Process::Process(Arguments arguments, const Environment& environment, const std::string& outputBase, int input)
     : outPath_(outputBase + ".out"), errPath_(outputBase + ".err") {
-  Arguments argumentTexts = arguments;
-  std::vector<std::string> variableTexts;
+  std::vector<std::string> variables;
   for (const auto& [name, value] : environment) {
-    std::string variable = name;
-    variable.append("=").append(value);
-    variableTexts.push_back(std::move(variable));
+    variables.push_back(std::string(name).append("=").append(value));
   }
-  const std::string program = findProgram(arguments.at(0), environment);
-
   posix_spawn_file_actions_t files;
   posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addopen(&files, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&files, 1, outPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
-  posix_spawn_file_actions_addopen(&files, 2, errPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
+  if (input >= 0) {
+    posix_spawn_file_actions_adddup2(&files, input, 0);
+  } else {
+    posix_spawn_file_actions_addopen(&files, 0, "/dev/null", O_RDONLY, 0);
+  }
+  constexpr int kFreshFile = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND;
+  posix_spawn_file_actions_addopen(&files, 1, outPath_.c_str(), kFreshFile, 0600);
+  posix_spawn_file_actions_addopen(&files, 2, errPath_.c_str(), kFreshFile, 0600);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
@@ -96,12 +68,12 @@ Process::Process(const Arguments& arguments, const Environment& environment, con
   sigset_t none;
   sigemptyset(&none);
   posix_spawnattr_setsigmask(&attributes, &none);
-  const int error = posix_spawn(&pid_, program.c_str(), &files, &attributes, pointers(argumentTexts).data(),
-                                pointers(variableTexts).data());
+  const int error = posix_spawnp(&pid_, arguments.at(0).c_str(), &files, &attributes, pointers(arguments).data(),
+                                 pointers(variables).data());
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&files);
   if (error != 0) {
-    throw std::runtime_error("cannot start " + program + ": " + std::strerror(error));
+    throw std::runtime_error("cannot start " + arguments[0] + ": " + std::strerror(error));
   }
 }
 
@@ -110,11 +82,9 @@ Process::~Process() {
 }
 
 bool Process::running() {
-  if (!status_) {
-    int waitStatus = 0;
-    if (waitpid(pid_, &waitStatus, WNOHANG) == pid_) {
-      status_ = statusOf(waitStatus);
-    }
+  int waitStatus = 0;
+  if (!status_ && waitpid(pid_, &waitStatus, WNOHANG) == pid_) {
+    status_ = statusOf(waitStatus);
   }
   return !status_;
 }
@@ -125,24 +95,26 @@ std::optional<int> Process::wait(Milliseconds limit) {
 }
 
 std::string Process::out() const {
-  return readFile(outPath_);
+  return testing::readFile(outPath_);
 }
 
 std::string Process::err() const {
-  return readFile(errPath_);
+  return testing::readFile(errPath_);
+}
+
+std::vector<std::string> Process::linesBeginning(const std::string& beginning) const {
+  std::vector<std::string> result;
+  std::istringstream lines(out());
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with(beginning)) {
+      result.push_back(line);
+    }
+  }
+  return result;
 }
 
 size_t Process::countOfLine(const std::string& line) const {
-  std::stringstream lines(out());
-  size_t count = 0;
-  for (std::string candidate; std::getline(lines, candidate);) {
-    count += candidate == line ? 1 : 0;
-  }
-  return count;
-}
-
-bool Process::printed(const std::string& line) const {
-  return countOfLine(line) > 0;
+  return static_cast<size_t>(std::ranges::count(linesBeginning(line), line));
 }
 
 bool Process::waitForLine(const std::string& line, Milliseconds limit) const {
@@ -151,7 +123,10 @@ bool Process::waitForLine(const std::string& line, Milliseconds limit) const {
 
 void Process::stop() {
   kill(SIGSTOP);
-  waitUntil([this] { return processState(pid_) == 'T' || !running(); });
+  int waitStatus = 0;
+  if (running() && waitpid(pid_, &waitStatus, WUNTRACED) == pid_ && !WIFSTOPPED(waitStatus)) {
+    status_ = statusOf(waitStatus);
+  }
 }
 
 void Process::resume() {

@@ -35,9 +35,9 @@ struct Finished {
 /// from one thread.
 class Process {
  public:
-  /// Starts arguments[0] (searched in the PATH of the environment given) with standard input from /dev/null.
-  /// Throws std::runtime_error when it cannot be started.
-  Process(const Arguments& arguments, const Environment& environment, const std::string& outputBase);
+  /// Starts arguments[0], searched in the PATH of this process, with standard input from an open file, or from
+  /// /dev/null. Throws std::runtime_error when it cannot be started.
+  Process(Arguments arguments, const Environment& environment, const std::string& outputBase, int input = -1);
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
   ~Process();
@@ -49,10 +49,12 @@ class Process {
 
   std::string out() const;
   std::string err() const;
-  /// Whether a line of standard output is exactly this text.
-  bool printed(const std::string& line) const;
-  bool waitForLine(const std::string& line, Milliseconds limit = kPatience) const;
+  /// The lines of standard output that begin with a text.
+  std::vector<std::string> linesBeginning(const std::string& beginning) const;
+  /// How many lines of standard output are exactly this text.
   size_t countOfLine(const std::string& line) const;
+  bool printed(const std::string& line) const { return countOfLine(line) > 0; }
+  bool waitForLine(const std::string& line, Milliseconds limit = kPatience) const;
 
   /// SIGSTOP; returns when the whole process has stopped.
   void stop();

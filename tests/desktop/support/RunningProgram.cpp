@@ -1,36 +1,38 @@
 #include "desktop/support/RunningProgram.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
-#include "desktop/support/Applications.h"
+#include "support/TemporaryFolder.h"
 
 namespace jumplark::desktop {
 namespace {
-
-constexpr const char* kReady = "Jumplark is running.";
 
 Process& startWith(PrivateSession& session, nlohmann::json defaults, const Environment& extra) {
   for (const char* told : {"shownHelpOnStart", "toldOfMissingStatusBar"}) {
     defaults.emplace(told, true);
   }
-  const std::filesystem::path folder = session.environment().at("XDG_CONFIG_HOME") + "/jumplark";
-  std::filesystem::create_directories(folder);
-  std::ofstream(folder / "defaults.json") << defaults;
+  testing::writeFile(AppWindows(session).settingsFile(), defaults.dump());
   return session.start({JUMPLARK_PROGRAM}, extra);
 }
 
 }  // namespace
 
+bool waitUntilReady(Process& program) {
+  constexpr const char* kReady = "Jumplark is running.";
+  const auto saysSo = [&] { return program.out().find(kReady) != std::string::npos; };
+  return waitUntil([&] { return saysSo() || !program.running(); }) && saysSo();
+}
+
 RunningProgram::RunningProgram(PrivateSession& session, nlohmann::json defaults, const Environment& extra)
-    : session_(session), process_(startWith(session, std::move(defaults), extra)) {
-  const bool ready = waitUntil([&] { return process_.out().find(kReady) != std::string::npos || !process_.running(); });
-  if (!ready || !process_.running()) {
+    : session_(session), process_(startWith(session, std::move(defaults), extra)), windows_(session) {
+  if (!waitUntilReady(process_)) {
     throw std::runtime_error("the program did not start: " + process_.out() + process_.err());
   }
 }
@@ -45,14 +47,10 @@ std::optional<SessionWindow> RunningProgram::queryWindow() const {
       [this](const SessionWindow& window) { return window.pid == pid() && !window.overrideRedirect; });
 }
 
-std::vector<SessionWindow> RunningProgram::overlayWindows() const {
-  std::vector<SessionWindow> found;
-  for (const SessionWindow& window : session_.windows()) {
-    if (window.pid == pid() && window.overrideRedirect) {
-      found.push_back(window);
-    }
-  }
-  return found;
+size_t RunningProgram::overlayWindows() const {
+  return static_cast<size_t>(std::ranges::count_if(session_.windows(), [this](const SessionWindow& window) {
+    return window.pid == pid() && window.overrideRedirect;
+  }));
 }
 
 bool RunningProgram::isOpen() const {
@@ -64,12 +62,8 @@ bool RunningProgram::waitUntilOpen(Milliseconds limit) const {
   return waitUntil([this] { return isOpen(); }, limit);
 }
 
-bool RunningProgram::isClosed() const {
-  return !queryWindow() && overlayWindows().empty();
-}
-
 bool RunningProgram::waitUntilClosed(Milliseconds limit) const {
-  return waitUntil([this] { return isClosed(); }, limit);
+  return waitUntil([this] { return !queryWindow() && overlayWindows() == 0; }, limit);
 }
 
 void RunningProgram::open() {
@@ -79,26 +73,30 @@ void RunningProgram::open() {
   }
 }
 
-void RunningProgram::type(const std::string& text) {
-  session_.keys({"type", "--delay", "0", text});
+void RunningProgram::query(const std::string& text) {
+  type(text);
+  EXPECT_TRUE(waitForQuery(text)) << "the query window does not hold '" << text << "'";
+}
+
+void RunningProgram::close(const std::string& name) {
+  key(name);
+  EXPECT_TRUE(waitUntilClosed()) << "after " << name;
 }
 
 bool RunningProgram::waitUntilReturnIsForOthers() const {
   constexpr uint8_t kReturn = 36;
-  return waitUntil([this] { return session_.keyIsFree(kReturn); });
+  return waitUntil([this] {
+    const bool free = session_.takeKey(kReturn);
+    session_.giveKeyBack(kReturn);
+    return free;
+  });
 }
 
-std::optional<std::string> RunningProgram::queryText() {
-  for (const AccessibleElement& element : readApplication(session_, "Jumplark")) {
-    if (element.role == "text" || element.role == "entry") {
-      return element.text;
-    }
-  }
-  return std::nullopt;
-}
-
-bool RunningProgram::waitForQuery(const std::string& text) {
-  return waitUntil([&] { return queryText() == text; });
+bool RunningProgram::waitForQuery(const std::string& text) const {
+  return waitUntil([&] {
+    const auto field = windows_.find("text", "What to click");
+    return field && field->text == text;
+  });
 }
 
 uint32_t tinted(uint32_t over, uint32_t under, double alpha) {

@@ -5,9 +5,16 @@
 #include <string>
 #include <vector>
 
-#include "desktop/support/PrivateSession.h"
+#include "desktop/support/AppWindows.h"
 
 namespace jumplark::desktop {
+
+/// The program's own shortcut, as X names its key and modifiers.
+inline constexpr uint8_t kSpace = 65;
+inline constexpr uint16_t kSuperAndShift = 0x41;
+
+/// Returns when the program says that the shortcut can be pressed, or that it does not come to that.
+bool waitUntilReady(Process& program);
 
 /// The program running in the background of a session, used as a person uses it: with keys, which a separate program
 /// sends, and seen from outside, on the screen and on the accessibility bus.
@@ -26,33 +33,35 @@ class RunningProgram {
 
   Process& process() { return process_; }
   pid_t pid() const { return process_.pid(); }
+  AppWindows& windows() { return windows_; }
 
   /// The query window while it is on the screen.
   std::optional<SessionWindow> queryWindow() const;
+  /// How many windows lie over the screens for boxes and descriptions.
+  size_t overlayWindows() const;
   /// Whether the query window is on the screen and has the keyboard.
   bool isOpen() const;
   bool waitUntilOpen(Milliseconds limit = kPatience) const;
   /// Neither the query window nor a box is on the screen.
-  bool isClosed() const;
   bool waitUntilClosed(Milliseconds limit = kPatience) const;
   /// Presses the shortcut and returns when the query window has the keyboard; throws std::runtime_error otherwise.
   void open();
-  /// Types with xdotool, without a delay between the letters.
-  void type(const std::string& text);
-  void key(const std::string& name) { session_.keys({"key", name}); }
+  void type(const std::string& text) { session_.type(text); }
+  /// Types a query and returns when the field holds it; fails the running test when it does not come to that.
+  void query(const std::string& text);
+  void key(const std::string& name) { session_.press({name}); }
+  /// Presses a key and returns when all is closed; fails the running test when it does not come to that.
+  void close(const std::string& key = "Escape");
 
   /// For a while after a click Return makes it a double one; returns when that is over.
   bool waitUntilReturnIsForOthers() const;
-
-  /// What the query field holds, as a screen reader is told; none while it cannot be read.
-  std::optional<std::string> queryText();
-  bool waitForQuery(const std::string& text);
-  /// The windows over the screens that hold the boxes.
-  std::vector<SessionWindow> overlayWindows() const;
+  /// Waits until the query field holds this, by what a screen reader is told.
+  bool waitForQuery(const std::string& text) const;
 
  private:
   PrivateSession& session_;
   Process& process_;
+  AppWindows windows_;
 };
 
 /// The colour that `over` gives on `under`; both 0xRRGGBB.

@@ -1,26 +1,25 @@
 #include "desktop/support/SessionDisplay.h"
 
+#include <xcb/xcb.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace jumplark::desktop {
-namespace {
 
-template <typename Reply>
-using ReplyPointer = std::unique_ptr<Reply, decltype(&std::free)>;
-
-template <typename Reply>
-ReplyPointer<Reply> own(Reply* reply) {
-  return {reply, &std::free};
+template <typename Request, typename Reply, typename... Arguments>
+auto SessionDisplay::ask(Request request, Reply reply, Arguments... arguments) const {
+  auto* answer = reply(connection_, request(connection_, arguments...), nullptr);
+  return std::unique_ptr<std::remove_pointer_t<decltype(answer)>, decltype(&std::free)>(answer, &std::free);
 }
 
-}  // namespace
-
-PrivateSession::Display::Display(const std::string& name) : connection_(xcb_connect(name.c_str(), nullptr)) {
+void SessionDisplay::connect(const std::string& name) {
+  connection_ = xcb_connect(name.c_str(), nullptr);
   if (xcb_connection_has_error(connection_)) {
-    xcb_disconnect(connection_);
     throw std::runtime_error("cannot reach the X server " + name);
   }
   screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
@@ -29,91 +28,94 @@ PrivateSession::Display::Display(const std::string& name) : connection_(xcb_conn
   netActiveWindow_ = atom("_NET_ACTIVE_WINDOW");
 }
 
-xcb_atom_t PrivateSession::Display::atom(const char* name) const {
-  const auto cookie = xcb_intern_atom(connection_, 0, static_cast<uint16_t>(std::strlen(name)), name);
-  const auto reply = own(xcb_intern_atom_reply(connection_, cookie, nullptr));
+void SessionDisplay::disconnect() {
+  if (connection_) {
+    xcb_disconnect(std::exchange(connection_, nullptr));
+  }
+}
+
+uint32_t SessionDisplay::atom(const char* name) const {
+  const auto reply = ask(xcb_intern_atom, xcb_intern_atom_reply, 0, static_cast<uint16_t>(std::strlen(name)), name);
   return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
 }
 
-std::string PrivateSession::Display::text(xcb_window_t window, xcb_atom_t property) const {
-  const auto cookie = xcb_get_property(connection_, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024);
-  const auto reply = own(xcb_get_property_reply(connection_, cookie, nullptr));
-  if (!reply || reply->format != 8) {
+std::string SessionDisplay::property(uint32_t window, uint32_t property, int bits) const {
+  const auto reply =
+      ask(xcb_get_property, xcb_get_property_reply, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024);
+  if (!reply || reply->format != bits) {
     return {};
   }
   return {static_cast<const char*>(xcb_get_property_value(reply.get())),
           static_cast<size_t>(xcb_get_property_value_length(reply.get()))};
 }
 
-std::optional<uint32_t> PrivateSession::Display::number(xcb_window_t window, xcb_atom_t property) const {
-  const auto cookie = xcb_get_property(connection_, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1);
-  const auto reply = own(xcb_get_property_reply(connection_, cookie, nullptr));
-  if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4) {
-    return std::nullopt;
-  }
+uint32_t SessionDisplay::number(uint32_t window, uint32_t property) const {
+  const std::string bytes = this->property(window, property, 32);
   uint32_t value = 0;
-  std::memcpy(&value, xcb_get_property_value(reply.get()), sizeof value);
+  std::memcpy(&value, bytes.data(), std::min(bytes.size(), sizeof value));
   return value;
 }
 
-std::optional<SessionWindow> PrivateSession::Display::describe(xcb_window_t window) const {
-  const auto attributes =
-      own(xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window), nullptr));
-  const auto geometry = own(xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
-  const auto origin = own(xcb_translate_coordinates_reply(
-      connection_, xcb_translate_coordinates(connection_, window, screen_->root, 0, 0), nullptr));
+std::optional<SessionWindow> SessionDisplay::describe(uint32_t window) const {
+  const auto attributes = ask(xcb_get_window_attributes, xcb_get_window_attributes_reply, window);
+  const auto geometry = ask(xcb_get_geometry, xcb_get_geometry_reply, window);
+  const auto origin = ask(xcb_translate_coordinates, xcb_translate_coordinates_reply, window, screen_->root, 0, 0);
   if (!attributes || !geometry || !origin || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
       attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT) {
     return std::nullopt;
   }
   SessionWindow result;
   result.id = window;
-  result.title = text(window, netWmName_);
+  result.title = property(window, netWmName_);
   if (result.title.empty()) {
-    result.title = text(window, XCB_ATOM_WM_NAME);
+    result.title = property(window, XCB_ATOM_WM_NAME);
   }
-  result.className = text(window, XCB_ATOM_WM_CLASS);
+  result.className = property(window, XCB_ATOM_WM_CLASS);
   while (!result.className.empty() && result.className.back() == '\0') {
     result.className.pop_back();
   }
-  std::replace(result.className.begin(), result.className.end(), '\0', ' ');
-  result.pid = static_cast<int>(number(window, netWmPid_).value_or(static_cast<uint32_t>(-1)));
+  std::ranges::replace(result.className, '\0', ' ');
+  const uint32_t pid = number(window, netWmPid_);
+  result.pid = pid != 0 ? static_cast<int>(pid) : -1;
   result.overrideRedirect = attributes->override_redirect != 0;
   result.rect = {origin->dst_x, origin->dst_y, geometry->width, geometry->height};
   return result;
 }
 
 // Under a window manager the clients lie one or two levels below its frames.
-void PrivateSession::Display::collect(xcb_window_t parent, int depth, std::vector<SessionWindow>& found) const {
-  const auto tree = own(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, parent), nullptr));
+void SessionDisplay::collect(uint32_t parent, int depth, std::vector<SessionWindow>& found) const {
+  const auto tree = ask(xcb_query_tree, xcb_query_tree_reply, parent);
   if (!tree) {
     return;
   }
   const xcb_window_t* children = xcb_query_tree_children(tree.get());
   for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
     const auto window = describe(children[i]);
-    if (!window) {
-      continue;
-    }
-    if (!window->title.empty() || !window->className.empty()) {
+    if (window && !(window->title.empty() && window->className.empty())) {
       found.push_back(*window);
-    } else if (depth > 0) {
+    } else if (window && depth > 0) {
       collect(children[i], depth - 1, found);
     }
   }
 }
 
-std::vector<SessionWindow> PrivateSession::Display::windows() const {
+std::vector<SessionWindow> SessionDisplay::windows() const {
   std::vector<SessionWindow> found;
   collect(screen_->root, 2, found);
   return found;
 }
 
-uint32_t PrivateSession::Display::activeWindow() const {
-  return number(screen_->root, netActiveWindow_).value_or(0);
+std::optional<SessionWindow> SessionDisplay::findWindow(const WindowPredicate& wanted) const {
+  const std::vector<SessionWindow> all = windows();
+  const auto found = std::ranges::find_if(all, wanted);
+  return found == all.end() ? std::nullopt : std::optional(*found);
 }
 
-void PrivateSession::Display::requestActive(xcb_window_t window) const {
+uint32_t SessionDisplay::activeWindow() const {
+  return number(screen_->root, netActiveWindow_);
+}
+
+void SessionDisplay::requestActive(uint32_t window) const {
   constexpr uint32_t kFromPager = 2;
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
@@ -128,24 +130,22 @@ void PrivateSession::Display::requestActive(xcb_window_t window) const {
   xcb_flush(connection_);
 }
 
-bool PrivateSession::Display::compositorRuns() const {
-  const auto cookie = xcb_get_selection_owner(connection_, atom("_NET_WM_CM_S0"));
-  const auto reply = own(xcb_get_selection_owner_reply(connection_, cookie, nullptr));
+bool SessionDisplay::compositorRuns() const {
+  const auto reply = ask(xcb_get_selection_owner, xcb_get_selection_owner_reply, atom("_NET_WM_CM_S0"));
   return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
-std::vector<uint32_t> PrivateSession::Display::pixels(const PixelRect& rect) const {
+std::vector<uint32_t> SessionDisplay::pixels(const PixelRect& rect) const {
   const int left = std::max(rect.x, 0);
   const int top = std::max(rect.y, 0);
-  const int right = std::min<int>(rect.x + rect.width, screen_->width_in_pixels);
-  const int bottom = std::min<int>(rect.y + rect.height, screen_->height_in_pixels);
-  if (left >= right || top >= bottom) {
+  const int width = std::min<int>(rect.x + rect.width, screen_->width_in_pixels) - left;
+  const int height = std::min<int>(rect.y + rect.height, screen_->height_in_pixels) - top;
+  if (width <= 0 || height <= 0) {
     return {};
   }
-  const auto cookie = xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, screen_->root, static_cast<int16_t>(left),
-                                    static_cast<int16_t>(top), static_cast<uint16_t>(right - left),
-                                    static_cast<uint16_t>(bottom - top), ~0U);
-  const auto reply = own(xcb_get_image_reply(connection_, cookie, nullptr));
+  const auto reply =
+      ask(xcb_get_image, xcb_get_image_reply, XCB_IMAGE_FORMAT_Z_PIXMAP, screen_->root, static_cast<int16_t>(left),
+          static_cast<int16_t>(top), static_cast<uint16_t>(width), static_cast<uint16_t>(height), ~0U);
   if (!reply) {
     throw std::runtime_error("the X server gave no picture of the screen");
   }
@@ -157,13 +157,11 @@ std::vector<uint32_t> PrivateSession::Display::pixels(const PixelRect& rect) con
   return result;
 }
 
-std::string PrivateSession::Display::heldInput() const {
+std::string SessionDisplay::heldInput() const {
   // Locks stay on without anybody holding a key.
   constexpr unsigned kModifiers = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_4;
-  const auto pointerCookie = xcb_query_pointer(connection_, screen_->root);
-  const auto keysCookie = xcb_query_keymap(connection_);
-  const auto pointer = own(xcb_query_pointer_reply(connection_, pointerCookie, nullptr));
-  const auto keys = own(xcb_query_keymap_reply(connection_, keysCookie, nullptr));
+  const auto pointer = ask(xcb_query_pointer, xcb_query_pointer_reply, screen_->root);
+  const auto keys = ask(xcb_query_keymap, xcb_query_keymap_reply);
   if (!pointer || !keys) {
     return "unknown: the X server does not answer";
   }
@@ -184,27 +182,28 @@ std::string PrivateSession::Display::heldInput() const {
   return held;
 }
 
-bool PrivateSession::Display::keyboardIsFree() const {
-  const auto cookie =
-      xcb_grab_keyboard(connection_, 1, screen_->root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-  const auto reply = own(xcb_grab_keyboard_reply(connection_, cookie, nullptr));
-  if (!reply || reply->status != XCB_GRAB_STATUS_SUCCESS) {
-    return false;
-  }
-  xcb_ungrab_keyboard(connection_, XCB_CURRENT_TIME);
-  xcb_flush(connection_);
-  return true;
-}
-
-bool PrivateSession::Display::keyIsFree(uint8_t keycode) const {
-  const auto cookie =
-      xcb_grab_key_checked(connection_, 1, screen_->root, 0, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-  const bool free = !own(xcb_request_check(connection_, cookie));
+bool SessionDisplay::keyboardIsFree() const {
+  const auto reply = ask(xcb_grab_keyboard, xcb_grab_keyboard_reply, 1, screen_->root, XCB_CURRENT_TIME,
+                         XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+  const bool free = reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
   if (free) {
-    xcb_ungrab_key(connection_, keycode, screen_->root, 0);
+    xcb_ungrab_keyboard(connection_, XCB_CURRENT_TIME);
     xcb_flush(connection_);
   }
   return free;
+}
+
+bool SessionDisplay::takeKey(uint8_t keycode, uint16_t modifiers) const {
+  const auto cookie =
+      xcb_grab_key_checked(connection_, 1, screen_->root, modifiers, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+  const std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(xcb_request_check(connection_, cookie),
+                                                                         &std::free);
+  return !error;
+}
+
+void SessionDisplay::giveKeyBack(uint8_t keycode, uint16_t modifiers) const {
+  xcb_ungrab_key(connection_, keycode, screen_->root, modifiers);
+  xcb_flush(connection_);
 }
 
 }  // namespace jumplark::desktop

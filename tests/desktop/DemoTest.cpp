@@ -1,0 +1,214 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "desktop/DesktopTest.h"
+#include "desktop/toolkits/Toolkits.h"
+
+namespace jumplark::desktop {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+/// What a query does, the part of the window that the one press must hit; no kind: none of its main window's.
+struct Act {
+  const char* query;
+  const char* effect;  ///< the line that the program prints
+  const char* kind = "";
+  const char* name = "";
+};
+
+/// A key after which a part shows or is hidden.
+struct Key {
+  const char* key;
+  const char* part;
+  bool shown;
+};
+
+struct Page {
+  std::string title;
+  size_t atLeast;  ///< so many of its things a person could choose
+  std::vector<Act> acts;
+  std::vector<Key> keys = {};
+};
+
+const std::vector<Page>& pages() {
+  static const std::vector<Page> kPages = {
+      {"Form",
+       35,
+       {{"ok", "clicked OK", "QPushButton", "OK"},
+        {"email", "focused Email", "QLineEdit", "Email"},
+        {"wrap", "checked Wrap text true", "QCheckBox", "Wrap text"},
+        {"password", "focused Password", "QLineEdit", "Password"},
+        {"large", "checked Large true", "QRadioButton", "Large"},
+        {"example.org", "focused Email", "QLineEdit", "Email"},
+        {"cancel", "clicked Cancel", "QPushButton", "Cancel"},
+        {"typeface", "focused Typeface", "QComboBox", "Typeface"},
+        {"reload", "triggered Reload", "QToolButton", "Reload"},
+        {"country", "opened Country", "QComboBox", "Country"},
+        {"brazil", "combo Country Brazil"},
+        {"file", "opened File", "menu", "File"},
+        {"erase", "opened Confirm", "QPushButton", "Erase disk..."},
+        {"keep", "closed Confirm"}}},
+      {"Table", 30, {{"value 7", "selected Value 7", "item", "Value 7"}}, {{"Next", "Value 1", false}}},
+      {"Tree",
+       15,
+       {{"vegetables", "selected Vegetables", "item", "Vegetables"}},
+       {{"Right", "Leek", true}, {"Left", "Leek", false}}},
+      {"List", 18, {{"edinburgh", "selected Edinburgh", "item", "Edinburgh"}}},
+      {"Scrolled", 20, {{"entry 3", "clicked Entry 3", "QPushButton", "Entry 3"}}},
+  };
+  return kPages;
+}
+
+/// The role that a part of the window must have; none for parts that nobody chooses.
+std::string roleOf(const DemoPart& part) {
+  static const std::map<std::string, std::string> kRoles = {
+      {"QPushButton", "Button"},       {"QToolButton", "Button"}, {"QCheckBox", "CheckBox"},
+      {"QRadioButton", "RadioButton"}, {"QLabel", "StaticText"},  {"QSlider", "Slider"},
+      {"menu", "MenuBarItem"},         {"tab", "RadioButton"},    {"item", "Cell"},
+      {"QComboBox", "PopUpButton"},    {"QLineEdit", "TextField"}};
+  const auto role = kRoles.find(part.kind);
+  return role == kRoles.end() ? "" : part.name == "Typeface" ? "ComboBox" : role->second;
+}
+
+/// Check boxes and radio buttons say where their box and text are, not the empty space beside them.
+const Match* findPart(const Matches& matches, const std::string& role, const DemoPart& part) {
+  if (part.kind != "QCheckBox" && part.kind != "QRadioButton") {
+    return findAt(matches, role, part.rect);
+  }
+  const Match* match = find(matches, role, part.name);
+  const bool inside = match && match->rect.x == part.rect.x && part.rect.contains(match->rect.x, match->rect.y) &&
+                      match->rect.width <= part.rect.width && match->rect.height <= part.rect.height;
+  return inside ? match : nullptr;
+}
+
+/// Exactly what shows, with its role, text and place.
+void expectExactly(const Matches& matches, const std::vector<DemoPart>& parts, size_t atLeast) {
+  // The text of a field is what is typed in it, and its label's text is with the label.
+  const std::set<std::string> fields = {"TextField", "ComboBox", "PopUpButton", "Slider"};
+  std::set<std::string> names;
+  size_t expected = 0;
+  for (const DemoPart& part : parts) {
+    const std::string role = roleOf(part);
+    if (part.isShown() && !role.empty() && !part.name.empty() && !part.name.starts_with("qt_")) {
+      ++expected;
+      names.insert(part.name);
+      const Match* match = findPart(matches, role, part);
+      EXPECT_TRUE(match && (fields.contains(role) || match->hasText(part.name)))
+          << role << " '" << part.name << "' at " << part.rect << " among:" << describe(matches);
+    }
+  }
+  EXPECT_GE(expected, atLeast);
+  const std::set<std::string> texts = allTexts(matches);
+  for (const DemoPart& part : parts) {
+    EXPECT_FALSE(part.isHidden() && !part.name.empty() && !names.contains(part.name) && texts.contains(part.name))
+        << part.name << " does not show";
+  }
+  for (const char* closed : {"New", "Open...", "Save", "report.txt", "Undo", "Zoom In", "About"}) {
+    EXPECT_FALSE(texts.contains(closed)) << closed << " is in a closed menu";
+  }
+}
+
+/// One press, in the part, with no modifier, and what comes of it.
+void expectWhatAPersonWouldHaveDone(DemoProgram& demo, const Act& act) {
+  SCOPED_TRACE(act.query);
+  const DemoPart part = *act.kind == '\0' ? DemoPart() : demo.part(act.name, act.kind);
+  const size_t presses = demo.linesBeginning("pressed ").size();
+  const size_t before = demo.process().countOfLine(act.effect);
+  EXPECT_TRUE(waitUntil([&] { return demo.act(act.query).status == 0; })) << describe(demo.matches());
+  EXPECT_TRUE(waitUntil([&] { return demo.process().countOfLine(act.effect) > before; })) << demo.process().out();
+  const auto pressed = demo.linesBeginning("pressed ");
+  ASSERT_EQ(pressed.size(), presses + 1);
+  int x = 0;
+  int y = 0;
+  int end = 0;
+  ASSERT_EQ(std::sscanf(pressed.back().c_str(), "pressed %d,%d%n", &x, &y, &end), 2);
+  EXPECT_EQ(pressed.back().size(), static_cast<size_t>(end)) << pressed.back();
+  EXPECT_TRUE(*act.kind == '\0' || part.rect.contains(x, y)) << pressed.back() << " and not in " << part.rect;
+}
+
+TEST(Demo, holdsExactlyWhatShowsAndActDoesWhatAPersonWouldHaveDone) {
+  Desktop desktop;
+  DemoProgram demo(desktop);
+  // The pointer over the window, so that nearness counts.
+  desktop.session.pointTo(240, 260);
+  for (const Page& page : pages()) {
+    SCOPED_TRACE(page.title);
+    const bool isForm = page.title == "Form";
+    if (!isForm) {
+      const std::string told = "tab " + page.title;
+      expectWhatAPersonWouldHaveDone(demo, {page.title.c_str(), told.c_str(), "tab", page.title.c_str()});
+    }
+    const Matches matches = demo.matches();
+    expectExactly(matches, demo.parts(), page.atLeast);
+    EXPECT_EQ(find(matches, "Cell", "3") != nullptr, page.title == "Table") << "the headers of rows";
+    expectTheSameOffline(demo, {".", "f", ".but"}, isForm ? Names::stay : Names::changeEachTime);
+    for (const Act& act : page.acts) {
+      expectWhatAPersonWouldHaveDone(demo, act);
+      if (act.kind == std::string("menu")) {
+        desktop.session.press({"Escape"});
+        EXPECT_TRUE(demo.says(std::string("closed ") + act.name));
+      }
+    }
+    for (const Key& key : page.keys) {
+      desktop.session.press({key.key});
+      EXPECT_TRUE(waitUntil([&] { return demo.part(key.part).isShown() == key.shown; })) << key.key;
+      expectExactly(demo.matches(), demo.parts(), page.atLeast);
+    }
+  }
+  EXPECT_THAT(demo.linesBeginning("double-pressed "), IsEmpty());
+}
+
+TEST(Demo, isLeftAloneWhereNothingIsToBeClicked) {
+  Desktop desktop;
+  DemoProgram demo(desktop);
+  EXPECT_EQ(demo.act("zzqqxx").status, 1);
+  EXPECT_EQ(desktop.jumplark.run("act", demo.target(), {"--dry-run", "ok"}).status, 0);
+  // What shows and is not pressed: a slider gets the focus.
+  EXPECT_EQ(demo.act(".slider").status, 0);
+  EXPECT_TRUE(demo.says("focused Volume"));
+  EXPECT_THAT(demo.linesBeginning("pressed "), IsEmpty());
+  const std::string tree = desktop.jumplark.run("tree", demo.target()).out;
+  EXPECT_THAT(tree, AllOf(HasSubstr("Subrole=\"SecureTextField\""), Not(HasSubstr("correct horse"))));
+  const std::string file = desktop.session.folder() + "/piped.json";
+  testing::writeFile(file, desktop.jumplark.run("record", demo.target()).out);
+  EXPECT_THAT(testing::readFile(file), AllOf(HasSubstr("Demo"), Not(HasSubstr("correct horse"))));
+  EXPECT_TRUE(find(desktop.jumplark.match({"--desktop", file}), "Button", "OK"));
+}
+
+void reachWhatTheToolBarHasNoRoomFor(Desktop& desktop, DemoProgram& demo) {
+  const auto showsAll = [&] { return find(demo.matches("tool 20"), "Button", "Tool 20") != nullptr; };
+  EXPECT_FALSE(showsAll());
+  for (const char* more : {"more", ">>"}) {
+    ASSERT_EQ(demo.act(more).status, 0) << more;
+    ASSERT_TRUE(waitUntil(showsAll));
+    // The tool bar closes when the pointer leaves it.
+    desktop.session.pointTo(5, 5);
+    ASSERT_TRUE(waitUntil([&] { return !showsAll(); }));
+  }
+  ASSERT_EQ(demo.act("more").status, 0);
+  ASSERT_TRUE(waitUntil(showsAll));
+  ASSERT_EQ(demo.act("tool 20").status, 0);
+  EXPECT_TRUE(demo.says("triggered Tool 20"));
+}
+
+TEST(Demo, offersWhatItHasNoRoomFor) {
+  Desktop desktop;
+  DemoProgram demo(desktop, "Crowded");
+  expectExactly(demo.matches(), demo.parts(), 40);
+  reachWhatTheToolBarHasNoRoomFor(desktop, demo);
+  const PixelRect fill = demo.part("Fill").rect;
+  constexpr int kIntoArrow = 5;
+  desktop.session.click(fill.x + fill.width - kIntoArrow, fill.y + fill.height / 2);
+  ASSERT_TRUE(demo.says("opened Fill"));
+  for (const auto& [query, told] :
+       {std::pair("pattern", "triggered Pattern"), {"line", "opened Line"}, {"dashed", "triggered Dashed"}}) {
+    ASSERT_TRUE(waitUntil([&, query = query] { return demo.act(query).status == 0; })) << query;
+    EXPECT_TRUE(demo.says(told));
+  }
+}
+
+}  // namespace
+}  // namespace jumplark::desktop

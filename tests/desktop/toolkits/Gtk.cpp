@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "desktop/toolkits/Toolkits.h"
+
+namespace jumplark::desktop {
+namespace {
+
+bool isAccent(uint32_t colour) {
+  const int red = static_cast<int>(colour >> 16U & 0xFFU);
+  const int blue = static_cast<int>(colour & 0xFFU);
+  return blue > 150 && blue - red > 80;
+}
+
+/// A box with its tick is a square as high as the element, at its left end, in the accent colour.
+void expectTheTickOnItsPixels(Application& application) {
+  const Matches matches = application.matches();
+  const auto ticked = std::ranges::find_if(matches, [](const Match& match) {
+    return match.role == "CheckBox" && match.hasText("checkbutton") && match.hasText("1");
+  });
+  ASSERT_NE(ticked, matches.end()) << describe(matches);
+  const PixelRect square{ticked->rect.x, ticked->rect.y, ticked->rect.height, ticked->rect.height};
+  const auto isAccentAt = [&](int x, int y) { return isAccent(application.desktop().session.pixel(x, y)); };
+  const int left = square.x;
+  const int top = square.y;
+  const int right = left + square.width - 1;
+  const int bottom = top + square.height - 1;
+  const int x = left + square.width / 2;
+  const int y = top + square.height / 2;
+  EXPECT_TRUE(waitUntil([&] { return isAccentAt(left, y); })) << square;
+  EXPECT_TRUE(isAccentAt(right, y) && isAccentAt(x, top) && isAccentAt(x, bottom)) << square;
+  EXPECT_FALSE(isAccentAt(left - 1, y) || isAccentAt(right + 1, y)) << square;
+  EXPECT_FALSE(isAccentAt(x, top - 1) || isAccentAt(x, bottom + 1)) << square;
+}
+
+/// The button of the menu has a picture and no text, and stands above all others without one.
+void openTheMenuOfThePicture(Application& application) {
+  Matches matches = application.matches();
+  std::erase_if(matches, [](const Match& match) { return match.role != "Button" || !match.texts.empty(); });
+  application.desktop().session.click(
+      std::ranges::min(matches, {}, [](const Match& match) { return match.rect.y; }).rect);
+}
+
+void openTheUppermostList(Application& application) {
+  constexpr int kIntoArrow = 18;
+  Matches matches = application.matches();
+  std::erase_if(matches, [](const Match& match) { return match.role != "ComboBox"; });
+  ASSERT_FALSE(matches.empty());
+  const PixelRect box = std::ranges::min(matches, {}, [](const Match& match) { return match.rect.y; }).rect;
+  application.desktop().session.click(box.x + box.width - kIntoArrow, box.y + box.height / 2);
+}
+
+Program expander(const PrivateSession&) {
+  return {.command = {"gtk3-demo", "--run", "expander"},
+          .busName = "gtk3-demo",
+          .role = "toggle button",
+          .element = "Details:",
+          .target = {"--app", "gtk3-demo"}};
+}
+
+bool isOpenAlike(Application& application, bool open) {
+  const auto arrow = application.find("toggle button", "Details:");
+  const bool showsDetails =
+      std::ranges::any_of(application.matches(), [](const Match& match) { return match.role == "TextArea"; });
+  return arrow && arrow->is("expanded") == open && showsDetails == open;
+}
+
+const std::map<std::string, std::set<std::string>> kRolesOfGtk3 = {
+    {"push button", {"Button", "Link"}},
+    {"toggle button", {"Button", "MenuButton", "CheckBox"}},
+    {"check box", {"CheckBox"}},
+    {"radio button", {"RadioButton"}},
+    {"page tab", {"RadioButton"}},
+    {"combo box", {"ComboBox", "PopUpButton"}},
+    {"slider", {"Slider"}},
+    {"label", {"StaticText"}},
+    {"table cell", {"Cell"}},
+    {"menu", {"MenuBarItem"}}};
+
+Subject gtk4(const std::string& name, WindowManager windowManager) {
+  const std::vector<std::string> onFirst = {"checkbutton", "Large Title", "link button"};
+  const std::vector<std::string> onSecond = {"Row 1", "Inform", "Expander", "File"};
+  return {
+      .name = name,
+      .program = [](const PrivateSession&) { return widgetFactory4(); },
+      .shown = {{"RadioButton", {"Page 2", "Page 1", "Page 3", "Beach"}},
+                {"RadioButton", {"page 2"}, 3},
+                {"CheckBox", {"checkbutton", "radiobutton"}, 6},
+                {"Button", {"togglebutton"}, 4},
+                {"StaticText", {"togglebutton"}, 0},
+                {"Button", {"Sans Regular 12", "Maximize"}},
+                {"Link", {"link button"}},
+                {"StaticText", {"Large Title"}},
+                {"TextField", {"comboboxentry", "entry"}, 2},
+                {"ComboBox", {"comboboxentry"}, 2},
+                {"PopUpButton", {""}, 5},
+                {"TextArea", {""}},
+                {"TextField", {"Click icon to change mode"}}},
+      .hidden = {"Get Busy", "Inspector", "Birthdate", "No rows found", "NEWS!", "Row 1", "Inform", "Expander", "File"},
+      .queries = {".", "button"},
+      .alsoHolds = {expectTheTickOnItsPixels},
+      .steps = {typesInto("click icon", "Click icon to change mode"),
+                switchesOne("checkbutton", "checkbutton", "0", "check box", "checked"),
+                switchesOne("togglebutton", "togglebutton", "", "push button", "pressed"),
+                {"page 2", offers(onSecond, onFirst), pointingAtUppermost("page 2", "Page 2")},
+                // What has shown once keeps its size and its place.
+                {"page 1", offers(onFirst, onSecond), pointingAtUppermost("page 1", "Page 1")},
+                {"", finds("MenuItem", "About Widget Factory"), openTheMenuOfThePicture},
+                {"about", titled("About")}},
+      .windowManager = windowManager};
+}
+
+}  // namespace
+
+std::vector<Subject> gtkSubjects() {
+  return {{.name = "Gtk3",
+           .program = [](const PrivateSession&) { return widgetFactory3(); },
+           // The box calls itself after an icon.
+           .shown = {{"RadioButton", {"Page 2"}}, {"PopUpButton", {"Andrea"}}},
+           .hidden = {"Get Busy"},
+           .roles = kRolesOfGtk3,
+           .atLeast = 60,
+           .queries = {".", "button", "page", "lorem"},
+           .steps = {typesInto("click icon", "Click icon to change mode"),
+                     switchesOne("checkbutton", "checkbutton", "0", "check box", "checked"),
+                     {"middle", finds("MenuItem", "Middle")},
+                     {"", finds("PopUpButton", "Middle"), pressing("Escape")},
+                     {"", finds("MenuItem", "Mickey Mouse"), openTheUppermostList},
+                     {"mickey", finds("ComboBox", "Mickey Mouse")},
+                     {"page 2", shows("radio button", "Page 2", "checked"), pointingAtUppermost("page 2", "Page 2")}}},
+          {.name = "Gtk3Text",
+           .program = mousepad,
+           .shown = {{"TextArea", {"This is line 1 of many.…"}}},
+           .hidden = {"Find Next"},
+           .roles = {{"menu", {"MenuBarItem"}}},
+           .atLeast = 6,
+           .queries = {".", "search", "line"},
+           .steps = {{"search", shows("menu item", "Find Next")}}},
+          {.name = "Gtk3Expander",
+           .program = expander,
+           .shown = {{"DisclosureTriangle", {"Details:"}}},
+           .steps = {{"details", [](Application& application) { return isOpenAlike(application, true); }},
+                     {"details", [](Application& application) { return isOpenAlike(application, false); }}}},
+          gtk4("Gtk4", WindowManager::xfwm4),
+          gtk4("Gtk4Composited", WindowManager::xfwm4Compositor)};
+}
+
+}  // namespace jumplark::desktop

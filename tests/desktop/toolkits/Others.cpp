@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "desktop/toolkits/Toolkits.h"
+#include "support/TemporaryFolder.h"
+
+namespace jumplark::desktop {
+namespace {
+
+/// Writes a letter whose last paragraph lies below the window, and settings under which nothing comes up by itself.
+Program writer(const PrivateSession& session) {
+  const std::string letter = session.folder() + "/letter.fodt";
+  std::string blank;
+  for (int lines = 0; lines < 60; ++lines) {
+    blank += "<text:p/>";
+  }
+  testing::writeFile(letter, R"(<?xml version="1.0" encoding="UTF-8"?>
+<office:document xmlns:office="urn:oasis:names:tc:opendocument:xmlns:office:1.0"
+ xmlns:text="urn:oasis:names:tc:opendocument:xmlns:text:1.0"
+ xmlns:style="urn:oasis:names:tc:opendocument:xmlns:style:1.0"
+ xmlns:fo="urn:oasis:names:tc:opendocument:xmlns:xsl-fo-compatible:1.0"
+ office:version="1.3" office:mimetype="application/vnd.oasis.opendocument.text">
+<office:automatic-styles><style:style style:name="green" style:family="paragraph">
+ <style:paragraph-properties fo:background-color="#20a041" fo:margin-top="0.5cm"/>
+</style:style></office:automatic-styles>
+<office:body><office:text>
+ <text:p>Plain paragraph.</text:p>
+ <text:h text:outline-level="1">Heading of the letter</text:h>
+ <text:p text:style-name="green">Green.</text:p>)" +
+                                 blank + "<text:p>Far below.</text:p></office:text></office:body></office:document>");
+  const std::string profile = session.folder() + "/office";
+  testing::writeFile(profile + "/user/registrymodifications.xcu", R"(<?xml version="1.0" encoding="UTF-8"?>
+<oor:items xmlns:oor="http://openoffice.org/2001/registry"><item oor:path="/org.openoffice.Office.Common/Misc">
+<prop oor:name="ShowTipOfTheDay" oor:op="fuse"><value>false</value></prop></item></oor:items>)");
+  return {.command = {"soffice", "--writer", "--norestore", "--nologo", "--nofirststartwizard",
+                      "-env:UserInstallation=file://" + profile, letter},
+          .busName = "soffice",
+          .title = "letter.fodt - ",
+          .role = "frame",
+          .element = "letter.fodt",
+          .target = {"--app", "writer"},
+          .environment = {{"SAL_USE_VCLPLUGIN", "gtk3"}}};
+}
+
+void expectEachOfItsNames(Application& application) {
+  for (const char* name : {"soffice", "libreoffice-writer", "LibreOffice Writer", "startcenter"}) {
+    EXPECT_EQ(application.desktop().jumplark.run({"match", "--app", name, "bold"}).status, 0) << name;
+  }
+}
+
+void expectTheGreenParagraphOnItsPixels(Application& application) {
+  const Matches matches = application.matches();
+  const Match* green = find(matches, "StaticText", "Green.");
+  ASSERT_TRUE(green);
+  const PixelRect& box = green->rect;
+  const auto isGreen = [&](int y) { return application.desktop().session.pixel(box.x + box.width / 2, y) == 0x20a041; };
+  constexpr int kEdge = 3;
+  EXPECT_TRUE(isGreen(box.y + box.height - kEdge)) << box;
+  EXPECT_FALSE(isGreen(box.y + box.height + kEdge)) << box;
+}
+
+// Its menu bar, side bar and fields are GTK's; it draws its tool bars, status bar and document itself.
+Subject office() {
+  return {.name = "Office",
+          .program = writer,
+          .shown = {{"StaticText", {"Plain paragraph.", "Heading of the letter", "Green.", "Default Page Style"}},
+                    {"MenuBarItem", {"File", "Help"}},
+                    {"Button",
+                     {"Close Document", "Save", "Bold", "Justified", "Font Size", "Sidebar Settings",
+                      "Styles (Ctrl+Alt+2)"}},
+                    {"TextField", {"Font Size"}}},
+          .hidden = {"Far below.", "Select All", "Close Sidebar"},
+          .alsoHolds = {expectEachOfItsNames, expectTheGreenParagraphOnItsPixels},
+          .steps = {{"", finds("Button", "Bold", "0")},
+                    {"bold", finds("Button", "Bold", "1")},
+                    {"tools", shows("menu item", "Word Count")},
+                    {"sidebar settings", finds("MenuItem", "Close Sidebar"), pressing("Escape")},
+                    {"close sidebar", offers({"Bold"}, {"Sidebar Settings"})},
+                    {"find and replace",
+                     offers({"Find:", "Match case", "Other options", "Find All", "Close"}, {"Bold", "File"})},
+                    {"close", offers({"Bold"}, {"Match case"})}}};
+}
+
+/// A Java program is on the accessibility bus only if the wrapper was named at its start.
+Subject swing() {
+  return {.name = "Swing",
+          .program =
+              [](const PrivateSession&) {
+                Program program = swingDemo();
+                program.command.insert(
+                    program.command.begin() + 1,
+                    "-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper");
+                program.role = "frame";
+                return program;
+              },
+          .shown = {{"Cell", {"Item 1", "Item 20"}},
+                    {"MenuBarItem", {"File", "Arrange"}},
+                    {"StaticText", {"Your name"}},
+                    {"TextField", {"typed name", "Secret", "17"}},
+                    {"Button", {"Plain Button", "Disabled Button", "Pinned", "Tip Only"}},
+                    {"CheckBox", {"I agree"}},
+                    {"RadioButton", {"Small size", "Large size", "Names", "Numbers"}},
+                    {"PopUpButton", {"Crimson"}},
+                    {"ComboBox", {"Berlin"}},
+                    {"Slider", {"Volume"}}},
+          .hidden = {"Item 100", "Row 1", "Fruit", "Never Shown", "Import", "Turquoise", "Certainly"},
+          .coloured = {{"Button", "Plain Button", 0x20a041}},
+          .hasPassword = true,
+          .steps = {{"plain button", titled("Did plain")},
+                    {"i agree", titled("Did agree true")},
+                    {"item 12", titled("Did list Item 12")},
+                    {"numbers", titled("Did tab Numbers")},
+                    {"", offers({"Row 7", "Square"}, {"Row 100", "Item 1"})},
+                    {"row 7", titled("Did row 7")},
+                    {"folders", titled("Did tab Folders")},
+                    {"fruit kind", titled("Did tree Fruit Kind")},
+                    {"crimson", finds("Cell", "Turquoise")},
+                    {"turquoise", titled("Did colour Turquoise")},
+                    {"offer", finds("MenuItem", "Second Offer")},
+                    {"second offer", titled("Did second offer")},
+                    {"ask", titled("Question")},
+                    {"", offers({"Certainly"}, {"Plain Button"})},
+                    {"certainly", titled("Did certainly")}}};
+}
+
+}  // namespace
+
+std::vector<Subject> otherSubjects() {
+  return {{.name = "Qt5",
+           .program = [](const PrivateSession&) { return kcalc(); },
+           .shown = {{"Button", {"7"}}},
+           .roles = {{"push button", {"Button"}}, {"menu item", {"MenuBarItem"}}},
+           .atLeast = 24,
+           .queries = {".", "7", "set"},
+           .steps = {{"", shows("frame", "0")}, {"7", shows("frame", "7")}, {"9", shows("frame", "79")}}},
+          office(),
+          swing()};
+}
+
+}  // namespace jumplark::desktop

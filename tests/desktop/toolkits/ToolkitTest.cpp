@@ -1,0 +1,94 @@
+#include <algorithm>
+
+#include "desktop/DesktopTest.h"
+#include "desktop/toolkits/Toolkits.h"
+
+namespace jumplark::desktop {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+void expectOnItsPixels(PrivateSession& session, const PixelRect& box, uint32_t colour, int slack) {
+  const int inside = slack;
+  const int outside = slack + 1;
+  const int right = box.x + box.width - 1;
+  const int bottom = box.y + box.height - 1;
+  const auto shows = [&](int x, int y) { return session.pixel(x, y) == colour; };
+  EXPECT_TRUE(waitUntil([&] { return shows(box.x + inside, box.y + inside); })) << box;
+  EXPECT_TRUE(shows(right - inside, bottom - inside)) << box;
+  EXPECT_FALSE(shows(box.x - outside, box.y + box.height / 2)) << box;
+  EXPECT_FALSE(shows(right + outside, box.y + box.height / 2)) << box;
+  EXPECT_FALSE(shows(box.x + box.width / 2, box.y - outside)) << box;
+  EXPECT_FALSE(shows(box.x + box.width / 2, bottom + outside)) << box;
+}
+
+/// The desktop's accessibility library tells the truth to compare with.
+void expectWhatTheApplicationTells(const Application& application, const Subject& subject, const Matches& matches) {
+  constexpr int kSmallestChoice = 5;
+  size_t expected = 0;
+  for (const AccessibleElement& element : application.elements()) {
+    const auto roles = subject.roles.find(element.role);
+    if (roles == subject.roles.end() || std::min(element.rect.width, element.rect.height) < kSmallestChoice) {
+      continue;
+    }
+    ++expected;
+    EXPECT_TRUE(std::ranges::any_of(matches,
+                                    [&](const Match& match) {
+                                      return roles->second.contains(match.role) && match.rect == element.rect &&
+                                             (element.name.empty() || element.name.ends_with("-symbolic") ||
+                                              match.hasText(element.name) || match.role == "TextField");
+                                    }))
+        << element.role << " '" << element.name << "' at " << element.rect;
+  }
+  EXPECT_GE(expected, subject.atLeast);
+}
+
+class Toolkit : public ::testing::TestWithParam<Subject> {};
+
+TEST_P(Toolkit, showsEachThingOnceWhereItIsAndDoesWhatAClickWouldDo) {
+  const Subject& subject = GetParam();
+  Desktop desktop(subject.windowManager);
+  Application application(desktop, subject.program(desktop.session));
+  const Matches matches = application.matchesWith(subject.shown[0].role, subject.shown[0].texts[0]);
+  EXPECT_THAT(notThere(matches, subject.shown), IsEmpty()) << "among:" << describe(matches);
+  const std::set<std::string> texts = allTexts(matches);
+  for (const std::string& hidden : subject.hidden) {
+    EXPECT_FALSE(texts.contains(hidden)) << hidden << " does not show";
+  }
+  expectWhatTheApplicationTells(application, subject, matches);
+  for (const Coloured& coloured : subject.coloured) {
+    SCOPED_TRACE(coloured.text);
+    const Match* match = find(matches, coloured.role, coloured.text);
+    ASSERT_TRUE(match);
+    expectOnItsPixels(desktop.session, match->rect, coloured.colour, subject.slack);
+  }
+  const std::string tree = desktop.jumplark.run("tree", application.target(), {"--all"}).out;
+  EXPECT_THAT(tree, Not(HasSubstr("correct horse")));
+  EXPECT_TRUE(!subject.hasPassword || tree.find("Subrole=\"SecureTextField\"") != std::string::npos);
+  if (!subject.queries.empty()) {
+    expectTheSameOffline(application, subject.queries);
+  }
+  for (const Preparation& holds : subject.alsoHolds) {
+    holds(application);
+  }
+
+  for (const Step& step : subject.steps) {
+    SCOPED_TRACE(step.query);
+    if (step.before) {
+      step.before(application);
+    }
+    EXPECT_TRUE(step.query.empty() || waitUntil([&] { return application.act(step.query).status == 0; }));
+    ASSERT_TRUE(waitUntil([&] { return step.effect(application); })) << describe(application.matches());
+  }
+  EXPECT_TRUE(application.process().running()) << application.process().err();
+}
+
+const auto kName = [](const auto& info) { return info.param.name; };
+INSTANTIATE_TEST_SUITE_P(Gtk, Toolkit, ::testing::ValuesIn(gtkSubjects()), kName);
+INSTANTIATE_TEST_SUITE_P(Web, Toolkit, ::testing::ValuesIn(webSubjects()), kName);
+INSTANTIATE_TEST_SUITE_P(Other, Toolkit, ::testing::ValuesIn(otherSubjects()), kName);
+
+}  // namespace
+}  // namespace jumplark::desktop

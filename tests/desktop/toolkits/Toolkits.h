@@ -1,0 +1,83 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "desktop/support/Desktop.h"
+
+namespace jumplark::desktop {
+
+/// What holds of an application after a step; it is asked until it does.
+using Effect = std::function<bool(Application&)>;
+using Preparation = std::function<void(Application&)>;
+
+/// By what the application says on the accessibility bus, in a state unless that is empty.
+Effect shows(const std::string& role, const std::string& name, const std::string& state = "");
+/// A window's title begins so.
+Effect titled(const std::string& beginning);
+/// By what the program under test finds: all of these texts and none of the others.
+Effect offers(const std::vector<std::string>& texts, const std::vector<std::string>& gone = {});
+/// The same of one thing that has two texts.
+Effect finds(const std::string& role, const std::string& text, const std::string& andText = "");
+
+Preparation pressing(const std::string& key);
+/// Of several that fit alike, the one that the pointer is on is meant: it goes to the uppermost with both texts.
+Preparation pointingAtUppermost(const std::string& query, const std::string& text, const std::string& andText = "");
+
+/// One thing done to an application: what `act` is asked to do, unless it is empty, and what comes of it.
+struct Step {
+  std::string query;
+  Effect effect;
+  Preparation before = {};
+};
+/// Switches the uppermost of several alike, which has both texts, and no other: one more than before is in that state
+/// by what the application says.
+Step switchesOne(const std::string& query, const std::string& text, const std::string& andText,
+                 const std::string& theirRole, const std::string& state);
+
+/// The program in the background is used over it with keys: the field with that text is described while the pointer
+/// rests on it, and two taps of Control give it the focus, so that it gets what is typed then.
+Step typesInto(const std::string& query, const std::string& text);
+
+/// Where a colour that is nowhere else on the screen shows.
+struct Coloured {
+  const char* role;
+  const char* text;
+  uint32_t colour;
+};
+
+/// An application of a toolkit, and what holds of it.
+struct Subject {
+  std::string name;
+  std::function<Program(const PrivateSession&)> program;
+  std::vector<Shown> shown;  ///< the first one comes last, and is waited for
+  std::vector<std::string> hidden = {};
+  std::vector<Coloured> coloured = {};
+  int slack = 0;  ///< by how many pixels the boxes of those may be too large
+  /// Roles on the bus, and what each may be here; so many elements of these roles show at least, each of them here too.
+  std::map<std::string, std::set<std::string>> roles = {};
+  size_t atLeast = 0;
+  bool hasPassword = false;               ///< it is "correct horse"
+  std::vector<std::string> queries = {};  ///< whose answers a recording gives too; none for those that change
+  std::vector<Preparation> alsoHolds = {};
+  std::vector<Step> steps = {};
+  WindowManager windowManager = WindowManager::xfwm4;
+};
+inline void PrintTo(const Subject& subject, std::ostream* out) {
+  *out << subject.name;
+}
+
+/// A recording gives the tree and the answers to queries that the application gives live, to the last character: it
+/// keeps the ids of the live desktop, hence the hashes too. Only the items of Qt's views have new ids each time that
+/// they are asked for.
+enum class Names { stay, changeEachTime };
+void expectTheSameOffline(Application& application, const std::vector<std::string>& queries, Names names = Names::stay);
+
+std::vector<Subject> gtkSubjects();
+std::vector<Subject> webSubjects();
+std::vector<Subject> otherSubjects();
+
+}  // namespace jumplark::desktop
