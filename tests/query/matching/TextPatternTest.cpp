@@ -46,7 +46,7 @@ std::u16string patternOf(const std::u16string& text, RandomTexts& random) {
   return pattern;
 }
 
-TEST(TextPattern, AgreesWithTheEngineOnRandomPatterns) {
+TEST(TextPattern, agreesWithTheEngineOnRandomPatterns) {
   RandomTexts random(4242);
   size_t matches = 0;
   for (int round = 0; round < 40000; ++round) {
@@ -62,7 +62,7 @@ TEST(TextPattern, AgreesWithTheEngineOnRandomPatterns) {
   EXPECT_LT(matches, 32000U);
 }
 
-TEST(TextPattern, AgreesWithTheEngineWhereFoldingAndLineEndsMatter) {
+TEST(TextPattern, agreesWithTheEngineWhereFoldingAndLineEndsMatter) {
   const std::vector<std::u16string> patterns = {
       u"s.*?s|ss", u"|ss",      u"ss",        u"s.*?t|st", u"k.*?e|ke", u"stra.*?e|straße",
       u"ı.*?x",    u"ﬁ.*?n|ﬁn", u"a.*?b|a.b", u"a\n.*?b",  u".b",       u"..b",
@@ -82,7 +82,7 @@ TEST(TextPattern, AgreesWithTheEngineWhereFoldingAndLineEndsMatter) {
   }
 }
 
-TEST(TextPattern, LettersTakeLinearTimeAndOtherPatternsABudget) {
+TEST(TextPattern, lettersTakeLinearTimeAndOtherPatternsABudget) {
   MatchBudget budget;
   const std::u16string text(100000, u'a');
   TextPattern letters(u"a.*?a.*?a.*?a.*?b|aaaab", TextPattern::Case::insensitive, budget);
