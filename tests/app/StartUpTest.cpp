@@ -45,31 +45,6 @@ TEST_F(StartUp, greetsANewUserOnceAndGivesTheFocusBack) {
   EXPECT_EQ(steps.back(), "started");
 }
 
-TEST_F(StartUp, opensTheGuideOfTheSiteOrOfThisMachineOrSaysWhereItIs) {
-  const std::string file = "/usr/share/jumplark/guide/index.html";
-  const struct {
-    std::string site, installed, opened, said;
-  } cases[] = {{addresses.gettingStarted, file, addresses.gettingStarted, ""},
-               {"", file, file, ""},
-               {"", "", "", "was not installed"}};
-  for (const auto& [site, installed, opened, said] : cases) {
-    desktop->defaults().setValue("shownHelpOnStart", nullptr);
-    desktop->services().opened = {""};
-    addresses.gettingStarted = site;
-    desktop->services().documentation = installed;
-    launch();
-    answer(0);
-    EXPECT_EQ(desktop->services().opened.back(), opened);
-    EXPECT_EQ(steps.back(), "started");
-    EXPECT_EQ(alerts().size(), said.empty() ? 0U : 1U);
-    if (!alerts().empty()) {
-      EXPECT_THAT(alerts()[0].text, ::testing::HasSubstr(said));
-      answer(0);
-    }
-    quit();
-  }
-}
-
 TEST_F(StartUp, withoutThePermissionItSaysHowToGetItAndEnds) {
   const struct {
     const char* version;
@@ -107,20 +82,6 @@ TEST_F(StartUp, withoutThePermissionItSaysHowToGetItAndEnds) {
   }
   EXPECT_EQ(stored("shownHelpOnStart"), nullptr);
   EXPECT_EQ(stored("ActivationShortcut"), nullptr);
-}
-
-TEST_F(StartUp, namesTheFeedOfThisSystemAndNoneWithoutAServer) {
-  const std::string server = "https://u.example.org";
-  for (const auto& [address, version, feed] : {std::tuple(server, "10.9.5", server + "/updates/10.9.5.xml"),
-                                               {server, "", server + "/updates/unknown.xml"},
-                                               {"", "12", ""}}) {
-    steps.clear();
-    addresses.updateServer = address;
-    desktop->facts().operatingSystemFacts.version = version;
-    launchWelcomed();
-    EXPECT_EQ(steps[2], "feed " + feed);
-    quit();
-  }
 }
 
 TEST_F(StartUp, waitsForNoApplicationLongerThanHalfASecond) {

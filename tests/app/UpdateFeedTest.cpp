@@ -3,17 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "backends/linux/system/CurlHttp.h"
-#include "backends/system/TestServer.h"
 #include "platform/Http.h"
 #include "support/RecordedFixture.h"
-#include "support/TemporaryFolder.h"
 
 namespace jumplark {
 namespace {
@@ -115,48 +112,31 @@ TEST(UpdateFeed, notesAreReadAsPeopleSeeThem) {
   EXPECT_THAT(plainTextOfHtml("first" + repeated("<b>", 20000) + "text"), ::testing::StartsWith("first"));
 }
 
-TestServer::Handler redirectingTo(const std::string& target) {
-  return [target](TestServer::Client& client, const TestServer::Request&) {
-    client.send("HTTP/1.1 302 Found\r\nLocation: " + target + "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+TEST(FetchedFeed, comesEncryptedAndInBounds) {
+  testing::RecordedFixture desktop(R"({"elements":{}})");
+  const auto fetched = [&](const std::function<void(HttpAnswer&)>& change) {
+    desktop->http().setResponder([change](const HttpRequest& request) {
+      EXPECT_TRUE(request.encryptedOnly);
+      EXPECT_EQ(request.answerLimit, kLargestFeed);
+      HttpAnswer answer;
+      answer.status = 200;
+      answer.body = rss("<item><enclosure version='9'/></item>");
+      change(answer);
+      return answer;
+    });
+    return fetchUpdateFeed(desktop->http(), "https://u.example.org").problem;
   };
-}
-
-TEST(FetchedFeed, comesOverTrustedConnectionsOnlyAndInBounds) {
-  for (const char* name : {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
-    ::unsetenv(name);
-  }
-  const testing::RecordedFixture desktop(R"({"elements":{}})");
-  const TestCertificate certificate = TestCertificate::make("localhost");
-  const testing::TemporaryFolder folder;
-  testing::writeFile(folder / "authorities.pem", certificate.certificate);
-  const std::string good = rss("<item><enclosure version='9'/></item>");
-  const TestServer fine(TestServer::answering(200, good), certificate);
-  const TestServer plain(TestServer::answering(200, good));
-  const TestServer large(TestServer::answering(200, rss("<!--" + std::string(5U << 20U, ' ') + "-->")), certificate);
-  const TestServer missing(TestServer::answering(404, good), certificate);
-  const TestServer moved(redirectingTo(fine.address("localhost") + "/feed"), certificate);
-  const TestServer toHttp(redirectingTo(plain.address()), certificate);
-  const TestServer inCircles(redirectingTo("/again"), certificate);
-  const struct {
-    const TestServer& server;
-    const char* problem;
-  } cases[] = {
-      {moved, ""},
-      {toHttp, "address cannot be used"},
-      {large, "cannot be read"},
-      {missing, "no answer for this system"},
-      {inCircles, "no answer for this system"},
-  };
-  CurlHttp http(folder / "authorities.pem");
-  for (const auto& [server, problem] : cases) {
-    const UpdateFeed feed = fetchUpdateFeed(http, server.address("localhost"));
-    EXPECT_THAT(feed.problem, HasSubstr(problem)) << feed.details;
-    EXPECT_EQ(feed.problem.empty(), *problem == '\0') << feed.problem << feed.details;
-    EXPECT_EQ(feed.versions.size(), *problem == '\0' ? 1U : 0U) << problem;
-  }
-  EXPECT_TRUE(plain.requests().empty()) << "nothing is said to it";
-  EXPECT_EQ(fine.requests().back().line, "GET /feed HTTP/1.1");
-  EXPECT_EQ(inCircles.requests().size(), 6U);
+  EXPECT_EQ(fetched([&](auto& answer) {
+              const bool isFirst = desktop->http().requests().size() == 1;
+              answer.status = isFirst ? 302 : 200;
+              answer.redirection = isFirst ? "https://u.example.org/feed" : "";
+            }),
+            "");
+  EXPECT_EQ(desktop->http().requests().back().address, "https://u.example.org/feed");
+  EXPECT_EQ(fetched([](auto& answer) { answer.status = 301, answer.redirection = "https://u.example.org/again"; }),
+            "The update server has no answer for this system.");
+  EXPECT_EQ(desktop->http().requests().size(), 2U + 6U) << "not in circles for ever";
+  EXPECT_THAT(fetched([](auto& answer) { answer.truncated = true; }), HasSubstr("cannot be read"));
 }
 
 }  // namespace

@@ -94,13 +94,5 @@ TEST_F(ForceKeyboardLayout, aRefusedSelectionIsToldAndTheOneBeforeIsStillBrought
   EXPECT_EQ(current(), "us");
 }
 
-TEST_F(ForceKeyboardLayout, aLayoutThatCouldNotBeBroughtBackIsNotLeft) {
-  choose("ru");
-  ZMOForceKeyboardLayoutController controller;
-  desktop_->inputSources().setCurrent(std::nullopt);
-  EXPECT_FALSE(controller.activate());
-  EXPECT_EQ(selections(), 0U);
-}
-
 }  // namespace
 }  // namespace jumplark

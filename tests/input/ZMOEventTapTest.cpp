@@ -105,19 +105,5 @@ TEST_F(EventTap, staysInactiveWhereNoTapIsPermittedAndMayBeTriedAgain) {
   EXPECT_TRUE(tap_->isActive());
 }
 
-TEST_F(EventTap, goesWhereItIsConfiguredTo) {
-  std::vector<int> order;
-  ZMOEventTap behind(kKeyDowns);
-  behind.setEventTapPlacement(1);
-  for (auto& [tap, number] : {std::pair(&*tap_, 1), {&behind, 2}}) {
-    tap->subscribeToEventWithBlock(event_type::keyDown,
-                                   [&order, number](const auto&, bool&) { order.push_back(number); });
-  }
-  behind.activate();
-  tap_->activate();
-  passes(1);
-  EXPECT_EQ(order, (std::vector{1, 2}));
-}
-
 }  // namespace
 }  // namespace jumplark

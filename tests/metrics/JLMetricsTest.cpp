@@ -127,18 +127,5 @@ TEST_F(JLMetricsTest, samplesMemoryEveryHourAndCountsFlushes) {
   }
 }
 
-TEST_F(JLMetricsTest, withoutAFolderItSendsAndKeepsNothing) {
-  desktop.files().put(kPath, R"({"session_id":"S"})");
-  desktop.files().setHasFolder(false);
-  configure();
-  EXPECT_EQ(takeLog(), "Unable to find or create application support directory:\nRead-only file system\n");
-  JLTrackEvent("e", std::nullopt);
-  advance(3700s);
-  ASSERT_GE(requestCount(), 1U);
-  EXPECT_EQ(lastPayload()["session_id"], metrics.service()->sessionID());
-  metrics.shutdown();
-  EXPECT_EQ(desktop.files().contents(kPath), R"({"session_id":"S"})");
-}
-
 }  // namespace
 }  // namespace jumplark::testing

