@@ -15,12 +15,12 @@
 #include <string>
 #include <vector>
 
+#include "PlainMatching.h"
 #include "SyntheticDesktop.h"
 #include "accessibility/JLElement.h"
 #include "backends/recorded/RecordedPlatform.h"
 #include "query/matching/JLElementFilter.h"
 #include "query/matching/JLElementMatcher.h"
-#include "query/matching/PlainMatching.h"
 #include "selection/JLElementShortcutAssigner.h"
 #include "tree/JLElementTree.h"
 #include "tree/JLElementTreeEnumerator.h"
@@ -148,7 +148,7 @@ void printKeyTimes(const Size& size, Texts texts) {
       const std::string text = query.text;
       const std::string expression = text[0] == '.' ? JLElementMatcher::expressionForRoleText(text.substr(1))
                                                     : JLElementMatcher::expressionForText(text);
-      const double plain = medianOf(size.plainRuns, [&] { reference::nodesForXPath(*snapshot.tree, expression); });
+      const double plain = medianOf(size.plainRuns, [&] { nodesForXPath(*snapshot.tree, expression); });
       fmt::print("{:>12.3f}{:>7.0f}x\n", plain, plain / time);
     }
   });

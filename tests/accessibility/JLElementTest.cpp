@@ -5,6 +5,7 @@
 #include <functional>
 #include <tuple>
 
+#include "accessibility/JLElementAttributeExtractor.h"
 #include "accessibility/ScreenCoordinates.h"
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
@@ -35,7 +36,7 @@ const std::string kDesktop = DesktopText::of(R"(
   )",
                                              R"("screens":[[0,0,1440,900]],)");
 
-TEST(JLElement, OneModelAReferenceUntilTheCacheIsFlushed) {
+TEST(JLElement, oneModelAReferenceUntilTheCacheIsFlushed) {
   RecordedFixture desktop(kDesktop);
   const auto first = desktop.element("win");
   EXPECT_EQ(first, desktop.element("win"));
@@ -47,20 +48,17 @@ TEST(JLElement, OneModelAReferenceUntilTheCacheIsFlushed) {
   EXPECT_EQ(desktop->accessibility().endedSnapshots(), 1);
 }
 
-TEST(JLElement, ConvertsGeometryWithTheDeliberateOffset) {
+TEST(JLElement, convertsGeometryWithTheDeliberateOffsetAndRoundsTheScreensTopForRectanglesOnly) {
   RecordedFixture desktop(kDesktop);
   EXPECT_EQ(rectFromTopLeftToBottomLeft({100, 50, 200, 30}), (Rect{100, 820, 200, 30}));
   EXPECT_EQ(pointFromBottomLeftToTopLeft({10, 20}), (Point{10, 879}));
   EXPECT_EQ(desktop.element("scroll")->midpoint(), (Point{200, 750}));
-}
-
-TEST(JLElement, RoundsTheScreensTopForRectanglesOnly) {
-  RecordedFixture desktop(R"({"screens":[[0,0,100,16777217]],"elements":{}})");
+  desktop->screens().setFrames({{0, 0, 100, 16777217}});
   EXPECT_EQ(rectFromTopLeftToBottomLeft({0, 0, 1, 1}).y, 16777215.0);
   EXPECT_EQ(pointFromBottomLeftToTopLeft({0, 0}).y, 16777216.0);
 }
 
-TEST(JLElement, VisibleBoundsAreClippedBelowTheApplication) {
+TEST(JLElement, visibleBoundsAreClippedBelowTheApplication) {
   RecordedFixture desktop(kDesktop);
   EXPECT_EQ(desktop.element("app")->visibleBounds(), Rect::infinite());
   EXPECT_EQ(desktop.element("win")->visibleBounds(), (Rect{0, 300, 800, 600}));
@@ -68,7 +66,7 @@ TEST(JLElement, VisibleBoundsAreClippedBelowTheApplication) {
   EXPECT_EQ(desktop.element("outside")->visibleBounds(), Rect::null());
 }
 
-TEST(JLElement, FindsItsWindowApplicationAndFocus) {
+TEST(JLElement, findsItsWindowApplicationAndFocus) {
   RecordedFixture desktop(kDesktop);
   EXPECT_EQ(desktop.element("cell")->window(), desktop.element("win")) << "not the window that the cell reports";
   EXPECT_EQ(desktop.element("inner")->window(), desktop.element("win")) << "a cell in a cell";
@@ -81,19 +79,19 @@ TEST(JLElement, FindsItsWindowApplicationAndFocus) {
   EXPECT_EQ(desktop.element("field")->roles(), (std::vector<std::string>{"AXTextField", "AXSearchField"}));
 }
 
-TEST(JLElement, ASheetOfALaterBatchReplacesAnEarlierOne) {
-  std::string children;
-  for (int i = 0; i < 60; ++i) {
-    const char* sheet = i == 2 ? "early" : i == 55 ? "late" : i == 56 ? "latest" : "other";
-    children += (i ? "," : "") + std::string(R"({"ref":")") + sheet + "\"}";
+TEST(JLElement, aSheetOfALaterBatchReplacesAnEarlierOne) {
+  RecordedFixture desktop(kDesktop);
+  AttributeValue::List children(60, desktop->accessibility().element("row"));
+  const std::pair<size_t, const char*> sheets[] = {{2, "early"}, {55, "late"}, {56, "latest"}};
+  for (const auto& [index, id] : sheets) {
+    desktop->accessibility().setAttribute(id, "AXRole", "AXSheet");
+    children[index] = desktop->accessibility().element(id);
   }
-  RecordedFixture desktop(R"({"elements":{"win":{"attributes":{"AXRole":"AXWindow","AXChildren":[)" + children +
-                          R"(]}},"early":{"attributes":{"AXRole":"AXSheet"}},"late":{"attributes":{"AXRole":"AXSheet"}},
-                          "latest":{"attributes":{"AXRole":"AXSheet"}},"other":{"attributes":{"AXRole":"AXGroup"}}}})");
+  desktop->accessibility().setAttribute("win", "AXChildren", children);
   EXPECT_EQ(desktop.element("win")->sheet()->ref().text(), "late") << "the first of the last batch that has one";
 }
 
-TEST(JLElement, RemembersRoleParentAndAncestorsButNoFailure) {
+TEST(JLElement, remembersRoleParentAndAncestorsButNoFailure) {
   RecordedFixture desktop(kDesktop);
   const auto field = desktop.element("field");
   const auto messagesOf = [&](const auto& read) {
@@ -118,7 +116,7 @@ TEST(JLElement, RemembersRoleParentAndAncestorsButNoFailure) {
   EXPECT_EQ(messagesOf([&] { copy.role(); }), 1U) << "a copy remembers nothing";
 }
 
-TEST(JLElement, KnowsWhatItIsInside) {
+TEST(JLElement, knowsWhatItIsInside) {
   RecordedFixture desktop(kDesktop);
   const std::tuple<const char*, const char*, bool> cases[] = {
       {"field", "scroll", true}, {"field", "win", true},     {"field", "app", true}, {"field", "field", false},
@@ -128,7 +126,7 @@ TEST(JLElement, KnowsWhatItIsInside) {
   }
 }
 
-TEST(JLElement, RingsOfParentsEndAndAreFreed) {
+TEST(JLElement, ringsOfParentsEndAndAreFreed) {
   RecordedFixture desktop(kDesktop);
   std::weak_ptr<JLElement> watched;
   {
@@ -143,7 +141,7 @@ TEST(JLElement, RingsOfParentsEndAndAreFreed) {
   EXPECT_TRUE(watched.expired());
 }
 
-TEST(JLElement, AChainOfParentsIsFreedHoweverLongItIs) {
+TEST(JLElement, aChainOfParentsIsFreedHoweverLongItIs) {
   RecordedFixture desktop(kDesktop);
   std::string last = "scroll";
   for (int i = 0; i < 100'000; ++i) {
@@ -156,34 +154,26 @@ TEST(JLElement, AChainOfParentsIsFreedHoweverLongItIs) {
   EXPECT_TRUE(window.expired());
 }
 
-TEST(JLElement, FocusBringsApplicationAndWindowForward) {
-  RecordedFixture desktop(kDesktop);
-  desktop.element("win")->focus();
-  EXPECT_EQ(desktop->workspace().activations(), (std::vector<std::pair<int32_t, uint32_t>>{{1, 2}}));
-  desktop.element("field")->focus();
-  const auto operations = desktop->accessibility().operations();
-  ASSERT_EQ(operations.size(), 2U);
-  EXPECT_EQ(operations[0].name, "AXRaise");
-  EXPECT_EQ(operations[1].name, "AXFocused");
-  EXPECT_EQ(operations[1].value, AttributeValue(true));
-}
-
-TEST(JLElement, FocusOfAWindowRaisesWhatItLiesInFirstAndEachOnce) {
-  const std::vector<std::pair<const char*, const char*>> raisedByFocusOf = {
-      {"win", "win "}, {"dialog", "win dialog "}, {"winA", "winB winA "}, {"winSelf", "winSelf "}};
-  for (const auto& [id, expected] : raisedByFocusOf) {
+TEST(JLElement, focusBringsApplicationAndWindowForwardAndEachRaisesWhatItLiesInOnce) {
+  const std::pair<const char*, const char*> cases[] = {{"win", "win AXRaise "},
+                                                       {"field", "field AXFocused "},
+                                                       {"dialog", "win AXRaise dialog AXRaise "},
+                                                       {"winA", "winB AXRaise winA AXRaise "},
+                                                       {"winSelf", "winSelf AXRaise "}};
+  for (const auto& [id, expected] : cases) {
     RecordedFixture desktop(kDesktop);
     desktop.element(id)->focus();
-    std::string raised;
+    std::string done;
     for (const auto& operation : desktop->accessibility().operations()) {
-      EXPECT_EQ(operation.name, "AXRaise") << id;
-      raised += operation.element.text() + " ";
+      done += operation.element.text() + " " + operation.name + " ";
     }
-    EXPECT_EQ(raised, expected) << id;
+    EXPECT_EQ(done, expected);
+    const bool isInApplication = std::string(id) == "win" || std::string(id) == "dialog";
+    EXPECT_EQ(desktop->workspace().activations().size(), isInApplication ? 1U : 0U) << id;
   }
 }
 
-TEST(JLElement, ElementsByIdentifierAndPoint) {
+TEST(JLElement, elementsByIdentifierAndPoint) {
   RecordedFixture desktop(kDesktop);
   EXPECT_EQ(JLElement::elementWithBundleID(""), nullptr);
   EXPECT_EQ(JLElement::elementWithBundleID("org.example.none"), nullptr);
@@ -191,6 +181,42 @@ TEST(JLElement, ElementsByIdentifierAndPoint) {
   EXPECT_EQ(JLElement::elementAtPointFromBottomLeft({150, 750}), desktop.element("scroll"));
   EXPECT_EQ(JLElement::elementAtPointFromTopLeft({299.5, 199.5}), desktop.element("scroll"));
   EXPECT_EQ(JLElement::elementAtPointFromTopLeft({1300, 10}), nullptr);
+}
+
+const std::string kTexts = DesktopText::of(R"(
+  button AXButton AXTitle="OK" AXValue=1
+  search AXTextField AXSubrole="AXSearchField" AXValue="v" AXPlaceholderValue="p" AXRoleDescription="search"
+  area AXTextArea AXValue="everything" AXVisibleCharacterRange={"range":[5,3]}
+  owner AXApplication AXTitle="Editor"
+    bar AXMenuBar AXTitle="ignored"
+      file AXMenuBarItem AXTitle="File" AXDescription="d" AXHelp="h"
+      untitled AXMenuBarItem AXTitle=""
+  twice AXOther AXSubrole="AXMore" AXTitle="t" AXValue="v" AXDescription="d")");
+
+TEST(JLElementAttributeExtractor, pairsNamesAndValuesByPosition) {
+  RecordedFixture desktop(kTexts);
+  desktop->accessibility().setParameterized("area", "AXStringForRange", {{Range{5, 3}, "vis"}});
+  using Pairs = std::vector<std::pair<std::string, std::string>>;
+  const std::pair<const char*, Pairs> cases[] = {
+      // a dash stands for no value
+      {"button", {{"AXTitle", "OK"}, {"AXValue", "1"}, {"AXDescription", "-"}}},
+      {"search",
+       {{"AXValue", "v"}, {"AXPlaceholderValue", "p"}, {"AXDescription", "-"}, {"AXRoleDescription", "search"}}},
+      {"area", {{"AXVisibleText", "vis"}}},
+      {"file", {{"AXTitle", "d"}, {"AXDescription", "h"}, {"AXHelp", "File"}}},
+      {"untitled", {{"AXTitle", "-"}, {"AXDescription", "-"}, {"AXHelp", "Editor"}}},
+      {"twice", {{"AXTitle", "t"}, {"AXValue", "v"}, {"AXDescription", "d"}}},
+  };
+  for (const auto& [id, expected] : cases) {
+    Pairs found;
+    for (const auto& [name, value] :
+         JLElementAttributeExtractor::attributesDictionaryForElement(*desktop.element(id))) {
+      found.emplace_back(name, value.isNone() ? "-" : value.description());
+    }
+    EXPECT_EQ(found, expected) << id;
+  }
+  EXPECT_EQ(JLElementAttributeExtractor::usefulAttributesForElement(*desktop.element("button")),
+            (AttributeValue::List{"OK", 1, {}}));
 }
 
 }  // namespace

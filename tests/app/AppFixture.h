@@ -16,16 +16,42 @@
 
 namespace jumplark::testing {
 
-/// The application around a recorded desktop with an editor in front. What is asked of the rest of the program is noted
-/// in order.
-class AppTest : public ::testing::Test {
+/// A recorded desktop with an editor in front.
+class AppDesktop : public ::testing::Test {
+ protected:
+  void run(std::chrono::nanoseconds duration = {}) { desktop->queues().advance(duration); }
+  void answer(int button) {
+    desktop->views().answerAlert(button);
+    run();
+  }
+  void set(const char* key, const DefaultsValue& value) {
+    desktop->defaults().setValue(key, value);
+    run();
+  }
+  DefaultsValue stored(const char* key) { return desktop->defaults().storedValue(key); }
+  const std::vector<Alert>& alerts() { return desktop->views().alerts(); }
+  /// What the server answers from now on.
+  void serve(int status, const std::string& body = {}, HttpError error = HttpError::none) {
+    desktop->http().setResponder([=](const HttpRequest&) {
+      HttpAnswer answer;
+      answer.error = error;
+      answer.status = status;
+      answer.body = body;
+      return answer;
+    });
+  }
+
+  RecordedFixture desktop{R"({"frontmost": 501, "applications": [
+      {"pid": 77, "bundle_id": "jumplark", "name": "Jumplark"},
+      {"pid": 501, "bundle_id": "org.example.editor", "name": "Editor", "element": "e1"}],
+      "elements": {"e1": {"attributes": {"AXRole": "AXApplication"}}}})"};
+};
+
+/// The application on that desktop. What is asked of the rest of the program is noted in order.
+class AppTest : public AppDesktop {
  protected:
   AppTest() { desktop->facts().operatingSystemFacts.version = "12"; }
-  ~AppTest() override {
-    if (app) {
-      app->applicationWillTerminate();
-    }
-  }
+  ~AppTest() override { quit(); }
 
   void launch() {
     JLAppDelegate::Collaborators others;
@@ -48,23 +74,15 @@ class AppTest : public ::testing::Test {
     desktop->defaults().setValue("shownHelpOnStart", true);
     launch();
   }
-  void run(std::chrono::nanoseconds duration = {}) { desktop->queues().advance(duration); }
-  void answer(int button) {
-    desktop->views().answerAlert(button);
-    run();
+  void quit() {
+    if (app) {
+      app->applicationWillTerminate();
+      app.reset();
+    }
   }
-  void set(const char* key, const DefaultsValue& value) {
-    desktop->defaults().setValue(key, value);
-    run();
-  }
-  const std::vector<Alert>& alerts() { return desktop->views().alerts(); }
   RecordedPreferencesWindow& preferences() { return *desktop->appViews().preferences(); }
   void note(const std::string& step) { steps.push_back(step); }
 
-  RecordedFixture desktop{R"({"frontmost": 501, "applications": [
-      {"pid": 77, "bundle_id": "jumplark", "name": "Jumplark"},
-      {"pid": 501, "bundle_id": "org.example.editor", "name": "Editor", "element": "e1"}],
-      "elements": {"e1": {"attributes": {"AXRole": "AXApplication"}}}})"};
   ProductAddresses addresses{"https://help.example.org/start", "allow-access",
                              "https://help.example.org/",      "https://help.example.org/metrics",
                              "https://say.example.org/",       "https://u.example.org"};

@@ -1,51 +1,37 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <chrono>
 #include <optional>
-#include <string>
 
+#include "app/AppFixture.h"
 #include "app/JLCrashReporter.h"
-#include "support/RecordedFixture.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
-using namespace std::chrono_literals;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using testing::RecordedFixture;
 
 constexpr const char* kAddress = "https://crashes.example.org/";
 
-class CrashReporter : public ::testing::Test {
+class CrashReporter : public AppDesktop {
  protected:
-  void start(const std::string& address, std::vector<CrashReport> waiting = {{"1.txt", "One\n"}, {"2.txt", "Two\n"}}) {
-    desktop_->crashReports().waiting = std::move(waiting);
-    reporter_.emplace(address);
-    reporter_->start([this] { ++done_; });
+  void start(const std::string& address) {
+    desktop->crashReports().waiting = {{"1.txt", "One\n"}, {"2.txt", "Two\n"}};
+    reporter.emplace(address);
+    reporter->start([this] { ++done; });
     run();
   }
-  void run(std::chrono::nanoseconds duration = 1s) { desktop_->queues().advance(duration); }
-  std::shared_ptr<RecordedAppViews::ShownCrash> window() { return desktop_->appViews().crash(); }
-  void send(HttpError error, int status) {
-    desktop_->http().setResponder([error, status](const HttpRequest&) {
-      HttpAnswer answer;
-      answer.error = error;
-      answer.problem = error == HttpError::none ? "" : "no such host";
-      answer.status = status;
-      return answer;
-    });
+  std::shared_ptr<RecordedAppViews::ShownCrash> window() { return desktop->appViews().crash(); }
+  /// What the window says after the user has sent the reports.
+  std::string statusOfSending() {
     window()->callbacks.sendPressed();
     run();
+    return window()->model.status;
   }
 
-  RecordedFixture desktop_{R"({"elements":{}})"};
-  int done_ = 0;
-  std::optional<JLCrashReporter> reporter_;
+  int done = 0;
+  std::optional<JLCrashReporter> reporter;
 };
 
-TEST_F(CrashReporter, ShowsAllReportsInFullAndGoesOnOnceClosed) {
+TEST_F(CrashReporter, showsAllReportsInFullAndGoesOnOnceClosed) {
   start("");
   ASSERT_TRUE(window());
   EXPECT_TRUE(window()->isShown);
@@ -54,51 +40,36 @@ TEST_F(CrashReporter, ShowsAllReportsInFullAndGoesOnOnceClosed) {
   EXPECT_THAT(window()->model.text, HasSubstr("stays on this computer."));
   window()->callbacks.copied();
   EXPECT_EQ(window()->model.status, "Copied.");
-  desktop_->files().setWritable(false);
+  desktop->files().setWritable(false);
   window()->callbacks.saveChosen("/home/user/crash.txt");
   EXPECT_THAT(window()->model.status, HasSubstr("Could not be saved: "));
-  EXPECT_EQ(done_, 0);
+  EXPECT_EQ(done, 0);
   window()->callbacks.sendPressed();
   window()->callbacks.closed();
-  run(60s);
-  EXPECT_EQ(done_, 1);
+  run();
+  EXPECT_EQ(done, 1);
   EXPECT_EQ(window(), nullptr);
-  EXPECT_THAT(desktop_->http().requests(), IsEmpty()) << "nothing is sent by a build without an address";
+  EXPECT_THAT(desktop->http().requests(), IsEmpty()) << "nothing is sent by a build without an address";
 }
 
-TEST_F(CrashReporter, SendsOnlyWhenToldAndAgainOnlyAfterAFailure) {
+TEST_F(CrashReporter, sendsOnlyWhenToldAndAgainOnlyAfterAFailure) {
   start(kAddress);
-  run(3600s);
-  EXPECT_THAT(desktop_->http().requests(), IsEmpty());
+  run(std::chrono::hours(1));
+  EXPECT_THAT(desktop->http().requests(), IsEmpty());
   ASSERT_TRUE(window()->model.canSend);
-  send(HttpError::unreachable, 0);
-  EXPECT_EQ(window()->model.status, "Could not be sent: the server cannot be reached");
-  send(HttpError::none, 500);
-  EXPECT_EQ(window()->model.status, "Could not be sent: the server refused it (status 500)");
-  send(HttpError::none, 200);
-  EXPECT_EQ(window()->model.status, "Sent. Thank you.");
-  send(HttpError::none, 200);
-  ASSERT_EQ(desktop_->http().requests().size(), 3U);
-  const HttpRequest request = desktop_->http().requests().back();
+  EXPECT_EQ(statusOfSending(), "Could not be sent: the server cannot be reached");
+  serve(500);
+  EXPECT_EQ(statusOfSending(), "Could not be sent: the server refused it (status 500)");
+  serve(200);
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(statusOfSending(), "Sent. Thank you.");
+  }
+  ASSERT_EQ(desktop->http().requests().size(), 3U);
+  const HttpRequest request = desktop->http().requests().back();
   EXPECT_EQ(request.address, kAddress);
   EXPECT_TRUE(request.encryptedOnly);
   EXPECT_EQ(request.body, window()->model.report);
 }
 
-TEST_F(CrashReporter, GivesUpAReportOnItsWayWhenTheWindowIsClosed) {
-  start(kAddress);
-  desktop_->http().setDelay(10s);
-  window()->callbacks.sendPressed();
-  EXPECT_EQ(window()->model.status, "Sending…");
-  run();
-  window()->callbacks.closed();
-  ASSERT_EQ(desktop_->http().requests().size(), 1U);
-  EXPECT_TRUE(desktop_->http().requests()[0].isCancelled());
-  run(60s);
-  EXPECT_EQ(done_, 1);
-  reporter_.reset();
-  run(60s);
-}
-
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

@@ -1,10 +1,15 @@
 #include "cli/NamedApplication.h"
 
+#include <gmock/gmock.h>
+
 #include "cli/CommandFailure.h"
 #include "support/RecordedFixture.h"
 
 namespace jumplark::cli {
 namespace {
+
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
 
 constexpr const char* kDesktop = R"({"screens": [[0,0,1440,900]], "frontmost": 1,
   "applications": [{"pid":1, "bundle_id":"org.example.Draw", "name":"Office Draw", "element":"draw"},
@@ -33,7 +38,8 @@ TEST(NamedApplication, isFoundByAnyOfItsNamesTheWholeOneFirst) {
     EXPECT_EQ(applicationNamed(name).pid, pid) << name;
   }
   for (const char* name : {"", "nothing", "draw office"}) {
-    EXPECT_THROW(applicationNamed(name), CommandFailure) << name;
+    EXPECT_THAT([&] { applicationNamed(name); }, ThrowsMessage<CommandFailure>(HasSubstr("there is: Office Draw")))
+        << name;
   }
 }
 

@@ -45,6 +45,7 @@ class ModifierTaps : public ::testing::Test {
       event.flags = flags == kKeyDown ? 0 : flags;
       event.time = milliseconds(1'000'000 + time);
       EXPECT_TRUE(desktop_->input().inject(event)) << "it never swallows";
+      desktop_->queues().advance(std::chrono::seconds(2));  // nothing is judged by when it arrives
     }
   }
 
@@ -53,7 +54,7 @@ class ModifierTaps : public ::testing::Test {
   std::unique_ptr<ZMOModifierTapDetector> detector_ = std::make_unique<ZMOModifierTapDetector>();
 };
 
-TEST_F(ModifierTaps, AreToldWithTheirCount) {
+TEST_F(ModifierTaps, areToldWithTheirCount) {
   const struct {
     const char* what;
     Story story;
@@ -62,7 +63,6 @@ TEST_F(ModifierTaps, AreToldWithTheirCount) {
       {"a single tap", {{0, kControl}, {100, 0}}, {{kControl, 1}}},
       {"the longest tap", {{0, kControl}, {400, 0}}, {{kControl, 1}}},
       {"held for longer", {{0, kControl}, {401, 0}}, {}},
-      {"two taps", {{0, kControl}, {50, 0}, {200, kControl}, {250, 0}}, {{kControl, 1}, {kControl, 2}}},
       {"a tap of another modifier counts on",
        {{0, kControl}, {50, 0}, {200, kCommand}, {250, 0}},
        {{kControl, 1}, {kCommand, 2}}},
@@ -80,13 +80,8 @@ TEST_F(ModifierTaps, AreToldWithTheirCount) {
        {{kControl, 1}}},
       {"a key in between", {{0, kControl}, {50, kKeyDown}, {100, 0}}, {}},
       {"two modifiers pressed at once", {{0, kControl | kShift}, {100, 0}}, {}},
-      {"another modifier that comes and goes",
-       {{0, kCommand}, {50, kCommand | kShift}, {100, kCommand}, {150, 0}},
-       {{kCommand, 1}}},
       {"two modifiers, both released at once", {{0, kCommand}, {50, kCommand | kShift}, {100, 0}}, {{kCommand, 1}}},
       {"the modifier that is let go last", {{0, kCommand | kShift}, {50, kShift}, {100, 0}}, {{kShift, 1}}},
-      {"a modifier held before", {{0, 0}}, {}},
-      {"a second release", {{0, kControl}, {50, 0}, {60, 0}, {70, 0}}, {{kControl, 1}}},
       {"device-dependent bits are no modifiers",
        {{0, kControl | kDeviceDependent}, {50, kDeviceDependent}},
        {{kControl, 1}}},
@@ -96,9 +91,6 @@ TEST_F(ModifierTaps, AreToldWithTheirCount) {
        {}},
       {"repeats that begin early count once",
        {{0, kControl}, {250, 0}, {250, kControl}, {290, 0}, {290, kControl}, {330, 0}},
-       {{kControl, 1}}},
-      {"a tap after repeats",
-       {{0, kControl}, {660, 0}, {660, kControl}, {700, 0}, {900, kControl}, {950, 0}},
        {{kControl, 1}}},
       {"another modifier in the moment of a release is not a repeat",
        {{0, kControl}, {50, 0}, {50, kCommand}, {90, 0}},
@@ -110,13 +102,13 @@ TEST_F(ModifierTaps, AreToldWithTheirCount) {
     taps_.clear();
     play(example.story);
     EXPECT_EQ(taps_, example.taps);
+    EXPECT_EQ(detector_->previousModifierState(), 0U) << "each ends with nothing held";
     play({{10'000'000, 0}});  // whatever was pending is over
-    EXPECT_EQ(detector_->previousModifierState(), 0U);
     EXPECT_EQ(detector_->successiveTapNumber(), 0U);
   }
 }
 
-TEST_F(ModifierTaps, AreNotMadeByKeysThatWereHeldAtTheActivation) {
+TEST_F(ModifierTaps, areNotMadeByKeysThatWereHeldAtTheActivation) {
   const struct {
     const char* what;
     uint64_t held;
@@ -127,13 +119,11 @@ TEST_F(ModifierTaps, AreNotMadeByKeysThatWereHeldAtTheActivation) {
        kCommand | kShift,
        {{0, kShift}, {100, 0}, {200, kControl}, {250, 0}},
        {{kControl, 1}}},
-      {"a single key", kControl, {{0, 0}, {100, kControl}, {150, 0}}, {{kControl, 1}}},
       {"one is let go and pressed again",
        kCommand | kShift,
        {{0, kShift}, {50, kShift | kCommand}, {100, kShift}, {150, 0}},
        {}},
       {"another key meanwhile", kCommand, {{0, kCommand | kControl}, {50, kControl}, {100, 0}}, {{kControl, 1}}},
-      {"none", 0, {{0, kShift}, {100, 0}}, {{kShift, 1}}},
   };
   int start = 0;
   for (const auto& example : cases) {
@@ -153,16 +143,15 @@ TEST_F(ModifierTaps, AreNotMadeByKeysThatWereHeldAtTheActivation) {
   }
 }
 
-TEST_F(ModifierTaps, AreJudgedByTheTimeOfTheEventsNotOfTheirArrival) {
-  play({{0, kControl}});
-  desktop_->queues().advance(milliseconds(2000));
-  play({{100, 0}, {300, kControl}});
-  desktop_->queues().advance(milliseconds(2000));
-  play({{350, 0}});
-  EXPECT_EQ(taps_, (Taps{{kControl, 1}, {kControl, 2}}));
+TEST_F(ModifierTaps, takeAsLongAsTheyMay) {
+  detector_->setTapTimeout(0.1F);
+  detector_->setSuccessiveTapTimeout(0.2F);
+  EXPECT_EQ(std::pair(detector_->tapTimeout(), detector_->successiveTapTimeout()), std::pair(0.1F, 0.2F));
+  play({{0, kControl}, {101, 0}, {200, kControl}, {299, 0}, {400, kControl}, {498, 0}, {510, kControl}, {560, 0}});
+  EXPECT_EQ(taps_, (Taps{{kControl, 1}, {kControl, 2}, {kControl, 1}}));
 }
 
-TEST_F(ModifierTaps, OnlyTheLastBlockOfAModifierIsCalledAndOnlyWhileActive) {
+TEST_F(ModifierTaps, onlyTheLastBlockOfAModifierIsCalledAndOnlyWhileActive) {
   Taps second;
   detector_->subscribeToModifierTapWithBlock(kControl, [&](uint64_t count, ZMOModifierTapDetector& detector) {
     EXPECT_EQ(&detector, detector_.get());
@@ -180,7 +169,7 @@ TEST_F(ModifierTaps, OnlyTheLastBlockOfAModifierIsCalledAndOnlyWhileActive) {
   EXPECT_EQ(taps_.size(), 1U);
 }
 
-TEST_F(ModifierTaps, ABlockMayEndTheDetectorAndNoneIsCalledAfterwards) {
+TEST_F(ModifierTaps, aBlockMayEndTheDetectorAndNoneIsCalledAfterwards) {
   detector_->subscribeToModifierTapWithBlock(kControl, [&](uint64_t, ZMOModifierTapDetector&) { detector_.reset(); });
   play({{0, kControl}, {50, 0}, {100, kCommand}, {150, 0}});
   EXPECT_EQ(detector_, nullptr);

@@ -15,13 +15,6 @@ using testing::RecordedFixture;
 
 constexpr uint64_t kKeyDowns = uint64_t{1} << event_type::keyDown;
 
-InputEvent keyDown(int64_t keyCode) {
-  InputEvent event;
-  event.type = event_type::keyDown;
-  event.keyCode = keyCode;
-  return event;
-}
-
 /// A tap that may swallow Return and one more key, and the block that tells it to.
 class EventTap : public ::testing::Test {
  protected:
@@ -29,14 +22,14 @@ class EventTap : public ::testing::Test {
   void stopEverything() {
     tap_->subscribeToEventWithBlock(event_type::keyDown, [](const InputEvent&, bool& stop) { stop = true; });
   }
-  bool passes(int64_t keyCode) { return desktop_->input().inject(keyDown(keyCode)); }
+  bool passes(int64_t keyCode) { return desktop_->input().injectKey(event_type::keyDown, keyCode); }
   void pass(int time) { desktop_->queues().advance(milliseconds(time)); }
 
   RecordedFixture desktop_{R"({"elements":{}})"};
   std::optional<ZMOEventTap> tap_{kKeyDowns};
 };
 
-TEST_F(EventTap, AsksTheSubscriberOfTheTypeAndSwallowsOnItsWord) {
+TEST_F(EventTap, asksTheSubscriberOfTheTypeAndSwallowsOnItsWord) {
   int calls = 0;
   tap_->subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent&, bool&) { calls += 100; });
   tap_->subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent& event, bool& stop) {
@@ -53,7 +46,7 @@ TEST_F(EventTap, AsksTheSubscriberOfTheTypeAndSwallowsOnItsWord) {
   EXPECT_EQ(calls, 2);
 }
 
-TEST_F(EventTap, WindsDownWithinFiftyMillisecondsAndMayStartAgain) {
+TEST_F(EventTap, windsDownWithinFiftyMillisecondsAndMayStartAgain) {
   stopEverything();
   for (int round = 0; round < 2; ++round) {
     tap_->activate();
@@ -62,38 +55,48 @@ TEST_F(EventTap, WindsDownWithinFiftyMillisecondsAndMayStartAgain) {
     pass(50);
     EXPECT_FALSE(tap_->isActive()) << round;
     EXPECT_TRUE(passes(1)) << round;
+    EXPECT_EQ(desktop_->input().tapCount(), 0) << round;
   }
+  tap_->deactivate();
   tap_->activate();
   tap_->deactivate();
   tap_->activate();
   pass(100);
-  EXPECT_TRUE(tap_->isActive()) << "activated again before it wound down";
-  EXPECT_FALSE(passes(1));
+  EXPECT_FALSE(passes(1)) << "activated again before it wound down";
+  EXPECT_EQ(desktop_->input().tapCount(), 1);
 }
 
-TEST_F(EventTap, NoBlockRunsAfterItsEnd) {
+TEST_F(EventTap, isNotMadeWhenItsEndComesBeforeItsThreadBegins) {
+  desktop_->queues().mainQueue().post([this] { tap_->deactivate(); });
+  tap_->activate();
+  pass(100);
+  EXPECT_FALSE(tap_->isActive());
+  EXPECT_EQ(desktop_->input().tapCount(), 0);
+}
+
+TEST_F(EventTap, noBlockRunsAfterItsEnd) {
   int calls = 0;
   tap_->subscribeToEventWithBlock(event_type::keyDown, [&](const InputEvent&, bool&) { ++calls; });
   tap_->activate();
   passes(1);
   tap_.reset();
   EXPECT_TRUE(passes(1));
-  pass(100);
   EXPECT_EQ(calls, 1);
+  EXPECT_EQ(desktop_->input().tapCount(), 0);
 }
 
-TEST_F(EventTap, IsEnabledAgainAtOnceAfterATimeOutAndOnRequestAfterTheUser) {
+TEST_F(EventTap, isEnabledAgainAtOnceAfterATimeOutAndOnRequestAfterTheUser) {
   stopEverything();
   tap_->activate();
   desktop_->input().disableTaps(event_type::tapDisabledByTimeout);
   EXPECT_FALSE(passes(1));
   desktop_->input().disableTaps(event_type::tapDisabledByUserInput);
-  EXPECT_TRUE(passes(1));
+  EXPECT_TRUE(passes(1)) << "the user's word counts";
   tap_->activate();
   EXPECT_FALSE(passes(1));
 }
 
-TEST_F(EventTap, StaysInactiveWhereNoTapIsPermittedAndMayBeTriedAgain) {
+TEST_F(EventTap, staysInactiveWhereNoTapIsPermittedAndMayBeTriedAgain) {
   desktop_->input().permitTaps(false);
   tap_->activate();
   EXPECT_FALSE(tap_->isActive());

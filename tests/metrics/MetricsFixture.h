@@ -7,13 +7,10 @@
 #include <chrono>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <sstream>
 #include <string>
 
 #include "backends/recorded/RecordedPlatform.h"
-#include "metrics/JLMetrics.h"
-#include "metrics/JLMetricsService.h"
 
 namespace jumplark::testing {
 
@@ -33,6 +30,11 @@ class MetricsFixture : public ::testing::Test {
   }
   ~MetricsFixture() override { spdlog::set_default_logger(logger_); }
 
+  static HttpAnswer accepted() {
+    HttpAnswer answer;
+    answer.status = 200;
+    return answer;
+  }
   void answerWith(int32_t status, const std::string& body = {}) {
     desktop.http().setResponder([status, body](const HttpRequest&) {
       HttpAnswer answer;
@@ -67,27 +69,6 @@ class MetricsFixture : public ::testing::Test {
  private:
   Token installed_;
   std::shared_ptr<spdlog::logger> logger_;
-};
-
-/// The service on its own, with a collector, a file and an environment.
-class ServiceFixture : public MetricsFixture {
- protected:
-  ServiceFixture() {
-    settings.collectorURL = "https://metrics.example.org/events";
-    settings.storagePath = kPath;
-    settings.environment = {{"uuid", "U"}};
-  }
-  void restart() {
-    service = std::make_unique<JLMetricsService>();
-    service->setSettings(settings);
-  }
-  void track(const std::string& name, const std::optional<MetricData>& data = std::nullopt) {
-    service->trackEventWithData(name, data);
-    desktop.queues().runPending();
-  }
-
-  JLMetricsService::Settings settings;
-  std::unique_ptr<JLMetricsService> service;
 };
 
 }  // namespace jumplark::testing

@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 
+#include "metrics/JLMetrics.h"
 #include "metrics/MetricsFixture.h"
 
 namespace jumplark::testing {
@@ -15,17 +16,35 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-class MetricsServiceTest : public ServiceFixture {
+/// The service with a collector, a file and an environment.
+class MetricsServiceTest : public MetricsFixture {
  protected:
-  MetricsServiceTest() { restart(); }
+  MetricsServiceTest() {
+    settings.collectorURL = "https://metrics.example.org/events";
+    settings.storagePath = kPath;
+    settings.environment = {{"uuid", "U"}};
+    restart();
+  }
+  void restart() {
+    service = std::make_unique<JLMetricsService>();
+    service->setSettings(settings);
+  }
+  void track(const std::string& name, const std::optional<MetricData>& data = std::nullopt) {
+    service->trackEventWithData(name, data);
+    desktop.queues().runPending();
+  }
+  json kept() { return json::parse(desktop.files().contents(kPath).value_or("{}")); }
   /// The pending events, as the file shows them.
   json pending() {
     service->shutdown();
-    return json::parse(desktop.files().contents(kPath).value_or("{}")).value("events", json());
+    return kept().value("events", json());
   }
+
+  JLMetricsService::Settings settings;
+  std::unique_ptr<JLMetricsService> service;
 };
 
-TEST_F(MetricsServiceTest, QueuesWhatJSONCanSayAndDropsTheRest) {
+TEST_F(MetricsServiceTest, queuesWhatJSONCanSayAndDropsTheRest) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   const struct {
@@ -34,7 +53,6 @@ TEST_F(MetricsServiceTest, QueuesWhatJSONCanSayAndDropsTheRest) {
     const char* kept;  ///< the data as JSON; null when the event is dropped
   } cases[] = {
       {"no data", std::nullopt, "absent"},
-      {"empty data", MetricData{}, "{}"},
       {"numbers and texts", MetricData{{"a", 1}, {"b", 0.5}, {"c", "t\"ü"}, {"d", true}},
        R"({"a":1,"b":0.5,"c":"t\"ü","d":true})"},
       {"numbers that are none", MetricData{{"a", kNaN}, {"b", -kInfinity}}, R"({"a":null,"b":null})"},
@@ -63,15 +81,7 @@ TEST_F(MetricsServiceTest, QueuesWhatJSONCanSayAndDropsTheRest) {
   }
 }
 
-TEST_F(MetricsServiceTest, StampsAnEventWhenItIsReported) {
-  desktop.queues().setWallClock(1600000000250ms);
-  service->trackEventWithData("e", std::nullopt);
-  desktop.queues().setWallClock(1700000000s);
-  desktop.queues().runPending();
-  EXPECT_EQ(pending(), json::parse(R"([{"client_timestamp":1600000000.25,"name":"e"}])"));
-}
-
-TEST_F(MetricsServiceTest, DropsTheOldestEventsAtTheCap) {
+TEST_F(MetricsServiceTest, dropsTheOldestEventsAtTheCap) {
   settings.maxEvents = 5;
   settings.eventsBeforeFlush = 100;
   restart();
@@ -84,32 +94,29 @@ TEST_F(MetricsServiceTest, DropsTheOldestEventsAtTheCap) {
   EXPECT_EQ(names(pending()), "b c d e");
 }
 
-TEST_F(MetricsServiceTest, FlushesNoMoreOftenThanTheMinimumInterval) {
-  advance(10000s);
-  EXPECT_TRUE(service->flush()) << "nothing to send";
+TEST_F(MetricsServiceTest, flushesNoMoreOftenThanTheMinimumInterval) {
   track("a");
-  EXPECT_TRUE(service->flush()) << "an empty flush does not count";
+  EXPECT_FALSE(service->flush()) << "the start counts";
+  advance(600s);
+  EXPECT_TRUE(service->flush());
+  EXPECT_TRUE(service->flush()) << "nothing to send";
   track("b");
   advance(599s);
   EXPECT_FALSE(service->flush());
-  EXPECT_EQ(requestCount(), 1U);
   advance(1s);
   goOffline();
   EXPECT_FALSE(service->flush());
   EXPECT_EQ(requestCount(), 2U);
   answerWith(200);
   advance(599s);
-  EXPECT_FALSE(service->flush()) << "a failed flush counts";
+  EXPECT_FALSE(service->flush()) << "a failed flush counts, an empty one does not";
   EXPECT_EQ(requestCount(), 2U);
   advance(1s);
   EXPECT_TRUE(service->flush());
   EXPECT_EQ(names(lastPayload()["events"]), "b");
-  restart();
-  track("c");
-  EXPECT_FALSE(service->flush()) << "the start counts";
 }
 
-TEST_F(MetricsServiceTest, KeepsEventsThatCameWhileABatchWasSent) {
+TEST_F(MetricsServiceTest, keepsEventsThatCameWhileABatchWasSent) {
   settings.preFlushHook = [](JLMetricsService& sender) { sender.trackEventWithData("hook", std::nullopt); };
   restart();
   track("a");
@@ -125,7 +132,7 @@ TEST_F(MetricsServiceTest, KeepsEventsThatCameWhileABatchWasSent) {
   EXPECT_EQ(names(pending()), "hook late");
 }
 
-TEST_F(MetricsServiceTest, FlushesByTimerAndWhenABatchIsFull) {
+TEST_F(MetricsServiceTest, flushesByTimerAndWhenABatchIsFull) {
   settings.eventsBeforeFlush = 3;
   settings.minimumSecondsBetweenFlushes = 360;
   restart();
@@ -144,36 +151,158 @@ TEST_F(MetricsServiceTest, FlushesByTimerAndWhenABatchIsFull) {
   EXPECT_EQ(names(lastPayload()["events"]), "b c d");
 }
 
-TEST_F(MetricsServiceTest, TellsTheLogWhyABatchWasNotAccepted) {
-  const char* kSend = "-[JLMetricsService sendEvents:withEnvironment:andSessionID:] ";
-  const auto send = [this] { return service->sendEventsWithEnvironmentAndSessionID(json::array(), nullptr, "S"); };
-  for (const int32_t status : {200, 204, 299}) {
+TEST_F(MetricsServiceTest, tellsTheLogWhyABatchWasNotAccepted) {
+  const std::string kSend = "-[JLMetricsService sendEvents:withEnvironment:andSessionID:] ";
+  const auto logOfSending = [this](bool isAccepted) {
+    EXPECT_EQ(service->sendEventsWithEnvironmentAndSessionID(json::array(), nullptr, "S"), isAccepted);
+    return takeLog();
+  };
+  for (const int32_t status : {200, 299}) {
     answerWith(status);
-    EXPECT_TRUE(send()) << status;
+    EXPECT_EQ(logOfSending(true), "") << status;
   }
-  EXPECT_EQ(takeLog(), "");
-  for (const int32_t status : {199, 301, 404, 500}) {
+  for (const int32_t status : {199, 301, 500}) {
     answerWith(status, "no\nway \xc3\xbc");
-    EXPECT_FALSE(send()) << status;
-    EXPECT_EQ(takeLog(), std::string(kSend) + "[Line 342] Got a non-200 status code: " + std::to_string(status) +
-                             " - no?way ??\n" + kSend + "[Line 343] Request body: " + lastRequest().body + "\n");
+    EXPECT_EQ(logOfSending(false), kSend + "[Line 342] Got a non-200 status code: " + std::to_string(status) +
+                                       " - no?way ??\n" + kSend + "[Line 343] Request body: " + lastRequest().body +
+                                       "\n");
   }
-  goOffline();
-  EXPECT_FALSE(send());
-  EXPECT_EQ(takeLog(), std::string(kSend) + "[Line 337] Error while sending metrics: there is no network\n");
-  answerWith(200);
   desktop.http().setDelay(31s);
-  EXPECT_FALSE(send());
-  EXPECT_EQ(takeLog(), std::string(kSend) + "[Line 337] Error while sending metrics: the request timed out\n");
+  EXPECT_EQ(logOfSending(false), kSend + "[Line 337] Error while sending metrics: the request timed out\n");
 }
 
-TEST_F(MetricsServiceTest, SendsThatSerialisingFailedWhenItDoes) {
-  EXPECT_TRUE(service->sendEventsWithEnvironmentAndSessionID(json::array({"a"}), {{"locale", "\xff"}}, "S"));
+/// Begins with what an earlier run left.
+class PreviousSession : public MetricsServiceTest {
+ protected:
+  PreviousSession() {
+    settings.flushEventsHook = [](HttpRequest& request, const std::string&, const std::string& sessionID, const json&) {
+      request.headers["Session"] = sessionID;
+    };
+  }
+  void start() {
+    restart();
+    service->initialize();
+    desktop.queues().runPending();
+  }
+};
+
+TEST_F(PreviousSession, goesOutUnderItsOwnNameAndIsThenDeleted) {
+  desktop.queues().setWallClock(1600000000250ms);
+  service->trackEventWithData("a", MetricData{{"n", 1}});
+  desktop.queues().setWallClock(1700000000s);  // an event is stamped when it is reported
+  desktop.queues().runPending();
+  const std::string session = service->sessionID();
+  service->shutdown();
+  const json left = kept();
+  EXPECT_EQ(left, (json{{"session_id", session},
+                        {"environment", {{"uuid", "U"}}},
+                        {"events", {{{"client_timestamp", 1600000000.25}, {"data", {{"n", 1}}}, {"name", "a"}}}}}));
+  settings.environment = {{"uuid", "other"}};
+  start();
+  EXPECT_NE(service->sessionID(), session);
+  ASSERT_EQ(requestCount(), 1U);
   json sent = lastPayload();
-  EXPECT_THAT(sent["events"][0]["data"]["error"].get<std::string>(), HasSubstr("UTF-8"));
-  sent["events"][0]["data"]["error"] = "";
-  EXPECT_EQ(sent.dump(), R"({"events":[{"data":{"error":""},"name":"serialisation_failure"}],"session_id":"S"})");
-  EXPECT_THAT(log.str(), HasSubstr("Error while serialising JSON: "));
+  sent.erase("client_timestamp");
+  EXPECT_EQ(sent, left);
+  EXPECT_EQ(lastRequest().headers.at("Session"), session);
+  EXPECT_FALSE(desktop.files().contents(kPath));
+}
+
+TEST_F(PreviousSession, isTriedAgainEveryPeriodUntilItGoesThrough) {
+  desktop.files().put(kPath, R"({"events":[],"session_id":"S"})");
+  goOffline();
+  start();
+  for (size_t tries = 1; tries < 4; ++tries) {
+    EXPECT_EQ(requestCount(), tries);
+    EXPECT_TRUE(desktop.files().contents(kPath));
+    advance(3599s);
+    EXPECT_EQ(requestCount(), tries);
+    advance(1s);
+  }
+  desktop.http().setResponder([this](const HttpRequest&) {
+    EXPECT_TRUE(desktop.files().contents(kPath)) << "whoever is killed now sends it again";
+    return accepted();
+  });
+  advance(3600s);
+  EXPECT_EQ(requestCount(), 5U);
+  EXPECT_FALSE(desktop.files().contents(kPath));
+  advance(36000s);
+  EXPECT_EQ(requestCount(), 5U);
+}
+
+TEST_F(PreviousSession, sendsOfADamagedFileWhatThereIsAndLeavesAListAlone) {
+  const std::string deep(100000, '[');
+  const struct {
+    std::string file;
+    const char* sent;  ///< without the time; null when nothing is
+  } cases[] = {
+      {"{\"events\":[", "{}"},
+      {"\xff\xfe", "{}"},
+      {"7", "{}"},
+      {"{\"events\":" + deep + std::string(100000, ']') + "}", "{}"},
+      {R"({"session_id":7,"environment":{"a":1},"more":2})", R"({"environment":{"a":1}})"},
+      {R"([{"name":"a"}])", nullptr},
+  };
+  for (const auto& example : cases) {
+    SCOPED_TRACE(example.file.substr(0, 40));
+    const size_t before = requestCount();
+    desktop.files().put(kPath, example.file);
+    takeLog();
+    start();
+    advance(7200s);
+    if (!example.sent) {
+      EXPECT_EQ(requestCount(), before);
+      EXPECT_EQ(desktop.files().contents(kPath), example.file);
+      EXPECT_EQ(takeLog(), std::string("Exception while unarchiving previous session at path ") + kPath +
+                               ": it holds a list, not an object\n");
+      continue;
+    }
+    ASSERT_EQ(requestCount(), before + 1);
+    json sent = lastPayload();
+    EXPECT_EQ(sent.erase("client_timestamp"), 1U);
+    EXPECT_EQ(sent.dump(), example.sent);
+    EXPECT_FALSE(desktop.files().contents(kPath));
+    EXPECT_EQ(takeLog(), "");
+  }
+}
+
+TEST_F(PreviousSession, saysWhatTheDiskRefused) {
+  const std::string session = R"({"events":[],"session_id":"S"})";
+  desktop.files().put(kPath, session);
+  desktop.files().setReadable(false);
+  start();
+  EXPECT_EQ(requestCount(), 0U);
+  EXPECT_THAT(takeLog(), HasSubstr("Exception while unarchiving previous session at path "));
+  desktop.files().setReadable(true);
+  desktop.files().setWritable(false);
+  start();
+  EXPECT_EQ(requestCount(), 1U);
+  EXPECT_EQ(takeLog(),
+            "-[JLMetricsService processPreviousSession] [Line 160] Error occured while attempting to delete "
+            "previous session: Read-only file system\n");
+  service->shutdown();
+  EXPECT_THAT(takeLog(), HasSubstr("Exception while archiving session at path "));
+  EXPECT_EQ(desktop.files().contents(kPath), session);
+}
+
+TEST_F(PreviousSession, anUploadThatEndsAfterTheShutdownDoesNotDeleteTheNewFile) {
+  desktop.files().put(kPath, R"({"events":[],"session_id":"S"})");
+  desktop.http().setDelay(20s);
+  start();
+  advance(10s);
+  ASSERT_EQ(requestCount(), 1U);
+  track("a");
+  service->shutdown();
+  advance(7200s);
+  EXPECT_EQ(names(kept()["events"]), "a");
+  EXPECT_EQ(requestCount(), 1U) << "nothing is sent after the shutdown";
+  desktop.http().setDelay(0s);
+  desktop.http().setResponder([this](const HttpRequest&) {
+    service->shutdown();  // as the server is about to say yes
+    return accepted();
+  });
+  start();
+  EXPECT_EQ(kept()["session_id"], service->sessionID());
 }
 
 }  // namespace

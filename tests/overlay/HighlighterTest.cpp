@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <tuple>
 #include <utility>
 
 #include "overlay/Colors.h"
@@ -9,7 +11,6 @@
 #include "overlay/ScreenFrames.h"
 #include "support/DesktopText.h"
 #include "support/OnMainThread.h"
-#include "support/RecordedMetrics.h"
 #include "tree/JLElementTree.h"
 
 namespace jumplark {
@@ -58,6 +59,11 @@ struct Highlighting {
     return map;
   }
   void run() { desktop->queues().runPending(); }
+  void show(const HighlightOptionMap& map, const std::function<bool()>& isUnwanted = {}) {
+    highlighter.setVisible(true);
+    highlighter.setHighlightedElements(map, isUnwanted);
+    run();
+  }
   const RecordedOverlay& screen() { return desktop->views().overlay(); }
   std::vector<std::string> shownLabels() {
     std::vector<std::string> labels;
@@ -68,42 +74,33 @@ struct Highlighting {
   }
 };
 
-TEST(Highlighter, BoxesEachElementWhereItCanBeSeen) {
+TEST(Highlighter, boxesEachElementOnceWhereItCanBeSeen) {
   Highlighting test;
-  auto map = test.options({"button", "link", "thin", "half", "below", "file"});
-  map[0].second.backgroundColor = "2088d4";
+  auto map = test.options({"button", "link", "thin", "half", "below", "file", "button"});
+  map.back().second = {"again", "2088d4"};
   test.highlighter.setVisible(true);
   test.highlighter.setHighlightedElements(map);
   EXPECT_EQ(test.screen().windowsMade(), 0) << "windows change in tasks of the main queue only";
   test.run();
-  struct Expected {
-    const char* label;
-    Rect frame;
-    Color background;
-  };
-  const std::vector<Expected> expected = {
-      {"button", {10, 870, 100, 20}, kBlue},
+  const std::tuple<const char*, Rect, Color> expected[] = {
       {"link", {10, 698, 50, 2}, kYellow},
       {"half", {0, 750, 400, 10}, kYellow},   // clipped by the scroll area
       {"file", {380, 880, 60, 20}, kYellow},  // an item of a menu bar is boxed whole
+      {"again", {10, 870, 100, 20}, kBlue},   // in front, of the two that the button was to have
   };
   const auto boxes = test.screen().shownLayers();
-  ASSERT_EQ(boxes.size(), expected.size());
-  for (size_t i = 0; i < expected.size(); ++i) {
-    EXPECT_EQ(boxes[i].label.text, expected[i].label);
-    EXPECT_EQ(boxes[i].frame, expected[i].frame) << expected[i].label;
-    EXPECT_EQ(boxes[i].background, expected[i].background) << expected[i].label;
+  ASSERT_EQ(boxes.size(), std::size(expected));
+  for (size_t i = 0; i < boxes.size(); ++i) {
+    EXPECT_EQ(std::tuple(boxes[i].label.text, boxes[i].frame, boxes[i].background), expected[i]) << boxes[i].label.text;
   }
   EXPECT_EQ(test.screen().redraws(), 1) << "one screen update for all boxes";
   EXPECT_EQ(test.screen().level(), window_level::screenSaver + 1);
   EXPECT_EQ(test.screen().callsOffMainThread(), 0);
 }
 
-TEST(Highlighter, ReplacesAllBoxesAndDrawsTheLastOfABurst) {
+TEST(Highlighter, replacesAllBoxesAndDrawsTheLastOfABurst) {
   Highlighting test;
-  test.highlighter.setVisible(true);
-  test.highlighter.setHighlightedElements(test.options({"button", "link"}));
-  test.run();
+  test.show(test.options({"button", "link"}));
   auto selected = test.options({"link"});
   selected[0].second.backgroundColor = "2088d4";
   test.highlighter.setHighlightedElements(selected);
@@ -115,35 +112,23 @@ TEST(Highlighter, ReplacesAllBoxesAndDrawsTheLastOfABurst) {
   EXPECT_EQ(test.screen().redraws(), 2);
 }
 
-TEST(Highlighter, AnElementThatIsThereTwiceHasOneBoxInFront) {
+TEST(Highlighter, showsAFreshWindowForEachTimeItIsShown) {
   Highlighting test;
-  auto map = test.options({"link", "button", "link"});
-  map[2].second = {"again", "2088d4"};
-  test.highlighter.setVisible(true);
-  test.highlighter.setHighlightedElements(map);
+  for (int times = 0; times < 2; ++times) {
+    test.show(test.options({"button"}));
+    EXPECT_EQ(test.screen().windowsMade(), 1);
+  }
+  test.highlighter.setVisible(false);
   test.run();
-  EXPECT_THAT(test.shownLabels(), ElementsAre("button", "again"));
-}
-
-TEST(Highlighter, ShowsAFreshWindowForEachTimeItIsShown) {
-  Highlighting test;
-  const auto set = [&](bool visible) {
-    test.highlighter.setVisible(visible);
-    test.run();
-  };
-  set(true);
-  set(true);
-  EXPECT_EQ(test.screen().windowsMade(), 1);
-  test.highlighter.setHighlightedElements(test.options({"button"}));
-  set(false);
   EXPECT_FALSE(test.screen().visible());
   EXPECT_EQ(test.screen().windowsAlive(), 0);
-  set(true);
+  test.highlighter.setVisible(true);
+  test.run();
   EXPECT_EQ(test.screen().windowsMade(), 2);
   EXPECT_THAT(test.shownLabels(), IsEmpty()) << "the boxes belonged to the window that is gone";
 }
 
-TEST(Highlighter, ReadsEachElementOnceASnapshotAndNothingWhileDrawing) {
+TEST(Highlighter, readsEachElementOnceASnapshotAndNothingWhileDrawing) {
   Highlighting test;
   const auto map = test.options({"button", "half", "below", "file"});
   test.highlighter.setVisible(true);
@@ -161,32 +146,25 @@ TEST(Highlighter, ReadsEachElementOnceASnapshotAndNothingWhileDrawing) {
   EXPECT_EQ(test.screen().shownLayers().at(0).frame, (Rect{0, 880, 100, 20})) << "a new snapshot is read anew";
 }
 
-TEST(Highlighter, NeitherReadsOnNorDrawsWhatIsUnwantedOrOutOfDate) {
+TEST(Highlighter, neitherReadsOnNorDrawsWhatIsUnwantedOrOutOfDate) {
   Highlighting test;
   const auto map = test.options({"button", "half", "below", "file"});
   const auto messagesOf = [&](const std::function<bool()>& isUnwanted) {
     const uint64_t before = test.desktop->accessibility().messageCount();
-    test.highlighter.setVisible(true);
-    test.highlighter.setHighlightedElements(map, isUnwanted);
-    test.run();
+    test.show(map, isUnwanted);
     return test.desktop->accessibility().messageCount() - before;
   };
   EXPECT_EQ(messagesOf([] { return true; }), 0U);
-  const auto hides = [&] {
-    test.highlighter.hideImmediately();
-    return false;
-  };
+  const auto hides = [&] { return test.highlighter.hideImmediately(), false; };
   EXPECT_LE(messagesOf(hides), 10U) << "of the first element and what it lies in";
   EXPECT_EQ(test.screen().redraws(), 0);
-  EXPECT_GT(messagesOf([] { return false; }), 10U);
+  EXPECT_GT(messagesOf({}), 10U);
   EXPECT_EQ(test.screen().redraws(), 1);
 }
 
-TEST(Highlighter, NothingThatWaitsShowsAfterHidingAtOnce) {
+TEST(Highlighter, nothingThatWaitsShowsAfterHidingAtOnce) {
   Highlighting test;
-  test.highlighter.setVisible(true);
-  test.highlighter.setHighlightedElements(test.options({"button"}));
-  test.run();
+  test.show(test.options({"button"}));
   onMainThread(test.desktop, [&] {
     test.highlighter.setHighlightedElements(test.options({"link"}));
     test.highlighter.setVisible(false);
@@ -202,31 +180,25 @@ TEST(Highlighter, NothingThatWaitsShowsAfterHidingAtOnce) {
   EXPECT_TRUE(snapshot.expired()) << "a redraw that was dropped holds no snapshot";
   EXPECT_EQ(test.screen().redraws(), 1);
 
-  test.highlighter.setVisible(true);
-  test.highlighter.setHighlightedElements(test.options({"file"}));
-  test.run();
+  test.show(test.options({"file"}));
   EXPECT_THAT(test.shownLabels(), ElementsAre("file")) << "what is asked for afterwards shows again";
   test.highlighter.hideImmediately();
   test.run();
   EXPECT_FALSE(test.screen().visible()) << "asked for on another thread than the main one";
 }
 
-TEST(Highlighter, ShowsOnlyWhileItsConditionHolds) {
+TEST(Highlighter, showsOnlyWhileItsConditionHolds) {
   Highlighting test;
   bool active = false;
   test.highlighter.setShowingCondition([&] { return active; });
-  test.highlighter.setVisible(true);
-  test.highlighter.setHighlightedElements(test.options({"button"}));
-  test.run();
+  test.show(test.options({"button"}));
   EXPECT_EQ(test.screen().windowsMade(), 0);
   active = true;
-  test.highlighter.setVisible(true);
-  test.highlighter.setHighlightedElements(test.options({"button"}));
-  test.run();
+  test.show(test.options({"button"}));
   EXPECT_THAT(test.shownLabels(), ElementsAre("button")) << "a showing that was refused can be asked for again";
 }
 
-TEST(Highlighter, BoxesOneElementInTheWindowThatItIsGiven) {
+TEST(Highlighter, boxesOneElementInTheWindowThatItIsGiven) {
   Highlighting test;
   test.highlighter.setOverlay(std::make_shared<JLOverlayWindow>());
   test.highlighter.overlay()->show();
@@ -240,34 +212,7 @@ TEST(Highlighter, BoxesOneElementInTheWindowThatItIsGiven) {
   EXPECT_EQ(test.screen().layers()[1].background, kBlue) << "without a colour it stays as it is";
 }
 
-TEST(Highlighter, ReportsAShareOfItsRedraws) {
-  Highlighting test;
-  testing::RecordedMetrics metrics;
-  // The draw that equals 0.05, in single precision, is the first that is not reported.
-  test.desktop->random().prepare({107374183, 107374184});
-  for (const auto& ids : {std::vector<std::string>{"button", "thin"}, {}, {"link"}}) {
-    test.highlighter.setHighlightedElements(test.options(ids));
-    test.run();
-  }
-  const auto events = metrics.eventsNamed("highlighting");
-  ASSERT_EQ(events.size(), 1U) << "an empty redraw draws no lot";
-  EXPECT_EQ(events[0].at("element_count"), AttributeValue(int64_t{2})) << "of the map, boxed or not";
-  EXPECT_TRUE(events[0].contains("duration_ms"));
-}
-
-TEST(Highlighter, HoldsNothingOnScreenWhenItIsGone) {
-  RecordedFixture desktop(kDesktop);
-  auto highlighter = std::make_unique<JLElementHighlighter>();
-  highlighter->setVisible(true);
-  desktop->queues().runPending();
-  highlighter->setVisible(false);
-  highlighter->setVisible(true);
-  highlighter = nullptr;
-  desktop->queues().runPending();
-  EXPECT_FALSE(desktop->views().overlay().visible());
-}
-
-TEST(OverlayWindow, HasOneOutlineAtATime) {
+TEST(OverlayWindow, hasOneOutlineAtATime) {
   RecordedFixture desktop(kDesktop);
   JLOverlayWindow window;
   const auto& drawn = desktop->views().overlay().layers();
@@ -280,15 +225,13 @@ TEST(OverlayWindow, HasOneOutlineAtATime) {
   EXPECT_THAT(drawn, IsEmpty());
 }
 
-TEST(OverlayGeometry, ReadsColoursAndMergesScreens) {
+TEST(OverlayGeometry, readsColoursAndMergesScreens) {
   EXPECT_EQ(colorWithHexString("#ff0033", 0.5), (Color{1, 0, 0.2, 0.5}));
   EXPECT_THROW(colorWithHexString("#ff00", 1), std::logic_error);
   RecordedFixture desktop(kDesktop);
   EXPECT_EQ(mergedScreenFrame(), (Rect{0, -100, 1500, 1000}));
-  desktop->screens().setFrames({{100, 50, 200, 100}});
-  EXPECT_EQ(mergedScreenFrame(), (Rect{0, 0, 300, 150})) << "the origin is always inside";
   desktop->screens().setFrames({{-100, 50, 200, 100}});
-  EXPECT_EQ(mergedScreenFrame(), (Rect{-100, 0, 200, 150}));
+  EXPECT_EQ(mergedScreenFrame(), (Rect{-100, 0, 200, 150})) << "the origin is always inside";
 }
 
 }  // namespace

@@ -43,25 +43,23 @@ std::vector<MouseEvent> buttonEvents(RecordedFixture& desktop) {
   return events;
 }
 
-struct Case {
-  const char* id;
-  Point clicked;             ///< top-left origin
-  std::optional<Size> size;  ///< other than that of the desktop
-};
-
-TEST(JLElementActioner, ClicksWhereTheElementIs) {
-  const std::vector<Case> cases = {
-      {"button", {60, 19}, {}},    // the midpoint, one row up as the point conversion has it
-      {"check", {20, 47}, {}},     // on the box, not on the caption
-      {"square", {22, 67}, {}},    // too narrow for a caption
-      {"covered", {20, 119}, {}},  // no point is on top: the midpoint all the same
-      {"empty", {50, 199}, {}},
+TEST(JLElementActioner, clicksWhereTheElementIs) {
+  const struct {
+    const char* id;
+    Point clicked;               ///< top-left origin
+    std::optional<Size> size{};  ///< other than that of the desktop
+  } cases[] = {
+      {"button", {60, 19}},    // the midpoint, one row up as the point conversion has it
+      {"check", {20, 47}},     // on the box, not on the caption
+      {"square", {22, 67}},    // too narrow for a caption
+      {"covered", {20, 119}},  // no point is on top: the midpoint all the same
+      {"empty", {50, 199}},
       // The lowest and narrowest that have a caption, and those that are just none.
       {"check", {20, 49}, Size{40, 20}},
       {"check", {29.5, 49}, Size{39, 20}},
       {"check", {60, 49.5}, Size{100, 21}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     RecordedFixture desktop(kDesktop);
     if (c.size) {
       desktop->accessibility().setAttribute(c.id, "AXSize", *c.size);
@@ -86,7 +84,7 @@ std::vector<std::string> pointerHistory(RecordedFixture& desktop, Duration start
   return history;
 }
 
-TEST(JLElementActioner, MovesFirstThenRaisesThenClicksWithItsWaits) {
+TEST(JLElementActioner, movesFirstThenRaisesThenClicksWithItsWaits) {
   RecordedFixture desktop(kDesktop);
   desktop->accessibility().setAttribute("sheet", "AXRole", "AXSheet");
   desktop->accessibility().setAttribute("sheet", "AXFocused", false);
@@ -105,7 +103,7 @@ TEST(JLElementActioner, MovesFirstThenRaisesThenClicksWithItsWaits) {
   EXPECT_THAT(pointerHistory(desktop), ElementsAre("5@0 at 0", "1@1 at 151", "2@1 at 171"));
 }
 
-TEST(JLElementActioner, TriesFiftyPointsUntilOneIsNotCovered) {
+TEST(JLElementActioner, triesFiftyPointsUntilOneIsNotCovered) {
   for (const auto& [misses, point] : {std::pair(49, Point{180, 847}), std::pair(50, Point{110, 850})}) {
     RecordedFixture desktop(kDesktop);
     for (int i = 0; i < misses; ++i) {
@@ -116,13 +114,7 @@ TEST(JLElementActioner, TriesFiftyPointsUntilOneIsNotCovered) {
   }
 }
 
-TEST(JLElementActioner, TriesNoPointsWhereThereIsNoRoom) {
-  RecordedFixture desktop(kDesktop);
-  EXPECT_EQ(JLElementActioner().findClickablePointForElement(desktop.element("empty")), (Point{50, 800}));
-  EXPECT_LT(desktop->accessibility().messageCount(), 50U);
-}
-
-TEST(JLElementActioner, TakesWhatLiesInsideForTheElementAndPerformsActionsWithoutThePointer) {
+TEST(JLElementActioner, takesWhatLiesInsideForTheElementAndPerformsActionsWithoutThePointer) {
   RecordedFixture desktop(kDesktop);
   JLElementActioner actioner;
   EXPECT_EQ(actioner.findClickablePointForElement(desktop.element("w")), (Point{200, 850})) << "the cover is its child";
@@ -132,7 +124,7 @@ TEST(JLElementActioner, TakesWhatLiesInsideForTheElementAndPerformsActionsWithou
   EXPECT_THAT(pointerHistory(desktop), ElementsAre());
 }
 
-TEST(JLElementActioner, ASliderIsFocusedAndNeverClicked) {
+TEST(JLElementActioner, aSliderIsFocusedAndNeverClicked) {
   RecordedFixture desktop(kDesktop);
   JLElementActioner actioner;
   actioner.actionElement(desktop.element("slider"));
@@ -142,7 +134,7 @@ TEST(JLElementActioner, ASliderIsFocusedAndNeverClicked) {
   EXPECT_EQ(desktop->accessibility().operations()[0].name, "AXFocused");
 }
 
-TEST(JLElementActioner, ReportsActionsAndPointerTravel) {
+TEST(JLElementActioner, reportsActionsAndPointerTravel) {
   RecordedFixture desktop(kDesktop);
   JLElementActioner actioner;
   std::vector<std::pair<std::string, uint64_t>> usage;
@@ -156,20 +148,16 @@ TEST(JLElementActioner, ReportsActionsAndPointerTravel) {
   actioner.mouseToPointFromTopLeft({cursor.x + 5, cursor.y + 5});
   actioner.actionElement(desktop.element("button"));
   ASSERT_EQ(usage.size(), 5U);
-  EXPECT_EQ(usage[0], (std::pair<std::string, uint64_t>{"cursorMovement", 5}));
-  EXPECT_EQ(usage[1].second, 1U);
-  EXPECT_EQ(usage[2].second, 2U) << "the travel is rounded up";
-  EXPECT_EQ(usage[3], (std::pair<std::string, uint64_t>{"elementsActioned", 1}));
+  usage.resize(4);
+  EXPECT_THAT(usage, ElementsAre(std::pair("cursorMovement", 5U), std::pair("cursorMovement", 1U),
+                                 std::pair("cursorMovement", 2U) /* rounded up */, std::pair("elementsActioned", 1U)));
 }
 
 bool pressReturn(RecordedFixture& desktop) {
-  InputEvent event;
-  event.type = event_type::keyDown;
-  event.keyCode = key_code::returnKey;
-  return desktop->input().inject(event);
+  return desktop->input().injectKey(event_type::keyDown, key_code::returnKey, 0);
 }
 
-TEST(JLElementActioner, ReturnSoonAfterAClickIsTheSecondClick) {
+TEST(JLElementActioner, returnSoonAfterAClickIsTheSecondClick) {
   RecordedFixture desktop(kDesktop);
   JLElementActioner actioner;
   actioner.click();
@@ -177,16 +165,13 @@ TEST(JLElementActioner, ReturnSoonAfterAClickIsTheSecondClick) {
   EXPECT_THAT(pointerHistory(desktop), ElementsAre("1@1 at 1", "2@1 at 21", "1@1 at 21", "2@1 at 26"));
   EXPECT_EQ(buttonEvents(desktop)[2].clickState, 2);
   EXPECT_EQ(buttonEvents(desktop)[3].clickState, 2);
-  InputEvent other;
-  other.type = event_type::keyDown;
-  other.keyCode = key_code::space;
-  EXPECT_TRUE(desktop->input().inject(other));
+  EXPECT_TRUE(desktop->input().injectKey(event_type::keyDown, key_code::space, 0));
   desktop->queues().advance(milliseconds(800));
   EXPECT_TRUE(pressReturn(desktop)) << "delivered normally";
   EXPECT_EQ(buttonEvents(desktop).size(), 4U);
 }
 
-TEST(JLElementActioner, TheDoubleClickWindowOfAFirstClickIsNotProlonged) {
+TEST(JLElementActioner, returnIsLeftAloneAfterTheFirstClicksTimeAndWithoutAPersonToPressIt) {
   RecordedFixture desktop(kDesktop);
   JLElementActioner actioner;
   actioner.click();
@@ -194,11 +179,6 @@ TEST(JLElementActioner, TheDoubleClickWindowOfAFirstClickIsNotProlonged) {
   actioner.click();
   desktop->queues().advance(milliseconds(450));
   EXPECT_TRUE(pressReturn(desktop));
-}
-
-TEST(JLElementActioner, WithoutAPersonToPressItReturnIsLeftAlone) {
-  RecordedFixture desktop(kDesktop);
-  JLElementActioner actioner;
   actioner.setWaitsForDoubleClick(false);
   actioner.click();
   EXPECT_TRUE(pressReturn(desktop));

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "selection/JLElementSelectionController.h"
+#include "selection/JLElementShortcutAssigner.h"
 #include "streams/NotificationCenter.h"
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
@@ -15,19 +16,13 @@ namespace {
 using ::testing::ElementsAre;
 using testing::RecordedFixture;
 
-const char* const kDesktop = R"({"screens":[[0,0,1000,900]],"pointer":[0,0],"elements":{
-  "e":{"attributes":{"AXRole":"AXButton"}}}})";
+const char* const kDesktop = R"({"screens":[[0,0,1000,900]],"pointer":[0,0],"elements":{}})";
 
+/// "<" is the backspace key.
 KeyEvent key(const std::string& characters) {
   KeyEvent event;
-  event.keyCode = key_code::symbolBase;
+  event.keyCode = characters == "<" ? key_code::backspace : key_code::symbolBase;
   event.charactersIgnoringModifiers = characters;
-  return event;
-}
-
-KeyEvent backspace() {
-  KeyEvent event;
-  event.keyCode = key_code::backspace;
   return event;
 }
 
@@ -58,7 +53,7 @@ struct Selecting {
   }
   void type(const std::vector<std::string>& keys) {
     for (const std::string& characters : keys) {
-      controller.selectionKeyReceived(characters == "<" ? backspace() : key(characters));
+      controller.selectionKeyReceived(key(characters));
     }
   }
   std::string selected() {
@@ -68,7 +63,7 @@ struct Selecting {
   int beeps() { return desktop->input().beepCount(); }
 };
 
-TEST(Selection, OrdersLabelsAndSelectsTheBest) {
+TEST(Selection, ordersLabelsAndSelectsTheBest) {
   Selecting test;
   EXPECT_EQ(test.controller.currentIndex(), -1);
   test.setMatches(3);
@@ -85,16 +80,14 @@ TEST(Selection, OrdersLabelsAndSelectsTheBest) {
   EXPECT_THAT(test.announced, ElementsAre("0", "2"));
 }
 
-TEST(Selection, MovesRoundAndRound) {
-  struct Case {
+TEST(Selection, movesRoundAndRound) {
+  const struct {
     const char* moves;  ///< n: next, p: previous, x: an index that does not exist
     int count;
     int64_t index;
-  };
-  const std::vector<Case> cases = {{"n", 3, 1},  {"nn", 3, 2}, {"nnn", 3, 0}, {"p", 3, 2},  {"pp", 3, 1},
-                                   {"np", 3, 0}, {"xn", 3, 0}, {"xp", 3, 2},  {"x", 3, -1}, {"n", 1, 0},
-                                   {"p", 1, 0},  {"n", 0, -1}, {"p", 0, -1}};
-  for (const Case& c : cases) {
+  } cases[] = {{"n", 3, 1},  {"nn", 3, 2}, {"nnn", 3, 0}, {"p", 3, 2}, {"pp", 3, 1}, {"np", 3, 0}, {"xn", 3, 0},
+               {"xp", 3, 2}, {"x", 3, -1}, {"n", 1, 0},   {"p", 1, 0}, {"n", 0, -1}, {"p", 0, -1}};
+  for (const auto& c : cases) {
     Selecting test(c.count);
     for (const char* move = c.moves; *move != '\0'; ++move) {
       if (*move == 'x') {
@@ -110,34 +103,32 @@ TEST(Selection, MovesRoundAndRound) {
   }
 }
 
-TEST(Selection, FollowsTheLettersOfLabels) {
-  struct Case {
-    std::vector<std::string> keys;  ///< "<": backspace
+TEST(Selection, followsTheLettersOfLabels) {
+  const struct {
+    std::vector<std::string> keys;
     int count;
     const char* selected;
     int64_t index;
     const char* letters;  ///< that are remembered
-    int beeps;
-  };
-  const std::vector<Case> cases = {
-      {{"e"}, 3, "1", 1, "E", 0},
-      {{"a", "e"}, 22, "21", 21, "AE", 0},    // a label of two letters
-      {{"a", "e"}, 21, "1", 1, "E", 0},       // not assigned: the A is dropped
-      {{"a", "e", "u"}, 22, "2", 2, "U", 0},  // AEU and EU are none
-      {{"a", "e", "e"}, 442, "441", 441, "AEE", 0},
+    int beeps = 0;
+  } cases[] = {
+      {{"e"}, 3, "1", 1, "E"},
+      {{"a", "e"}, 22, "21", 21, "AE"},    // a label of two letters
+      {{"a", "e"}, 21, "1", 1, "E"},       // not assigned: the A is dropped
+      {{"a", "e", "u"}, 22, "2", 2, "U"},  // AEU and EU are none
+      {{"a", "e", "e"}, 442, "441", 441, "AEE"},
       {{"u", "q"}, 3, "0", 0, "", 1},  // not in the alphabet
       {{"z"}, 3, "0", 0, "", 1},       // no match has it
-      {{""}, 3, "0", 0, "", 0},
-      {{"ß"}, 22, "7", 7, "S", 0},  // in capitals it is SS
+      {{""}, 3, "0", 0, ""},
+      {{"ß"}, 22, "7", 7, "S"},  // in capitals it is SS
       {{"é", "e"}, 3, "1", 1, "E", 1},
-      {{"ae"}, 22, "21", 21, "AE", 0},
-      {{"e", "<"}, 3, "0", 1, "", 0},  // the index stays behind
-      {{"e", "<", "u"}, 3, "2", 2, "U", 0},
-      {{"a", "<", "e"}, 22, "1", 1, "E", 0},
+      {{"ae"}, 22, "21", 21, "AE"},
+      {{"e", "<"}, 3, "0", 1, ""},  // the index stays behind
+      {{"a", "<", "e"}, 22, "1", 1, "E"},
       {{"a"}, 0, "", -1, "", 1},
-      {{"<"}, 0, "", -1, "", 0},
+      {{"<"}, 0, "", -1, ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     Selecting test(c.count);
     test.type(c.keys);
     const std::string name = ::testing::PrintToString(c.keys) + " of " + std::to_string(c.count);
@@ -149,7 +140,7 @@ TEST(Selection, FollowsTheLettersOfLabels) {
   }
 }
 
-TEST(Selection, ForgetsLettersWithNewMatchesButNotWithoutAny) {
+TEST(Selection, forgetsLettersWithNewMatchesButNotWithoutAny) {
   Selecting test(22);
   test.type({"a"});
   test.controller.setElementMatches({});
@@ -168,7 +159,7 @@ TEST(Selection, ForgetsLettersWithNewMatchesButNotWithoutAny) {
   EXPECT_EQ(test.announced.size(), announcements);
 }
 
-TEST(Selection, IsWholeAtEachMomentWhileKeysAndMatchesArrive) {
+TEST(Selection, isWholeAtEachMomentWhileKeysAndMatchesArrive) {
   Selecting test;
   test.observing.reset();
   std::atomic<bool> done{false};
@@ -186,6 +177,28 @@ TEST(Selection, IsWholeAtEachMomentWhileKeysAndMatchesArrive) {
   }
   background.join();
   EXPECT_EQ(test.controller.matchCount(), 20U);
+}
+
+TEST(ShortcutAssigner, labelsTheBestFirstWithOneTwoAndThreeLettersAsFarAsTheyGo) {
+  RecordedFixture desktop(kDesktop);
+  const auto tree = JLElementTree::tree();
+  std::vector<JLElementMatch> matches;
+  for (int i = 0; i < 9000; ++i) {
+    JLElementNode* node = JLElementNode::nodeWithRoleAttributes(*tree, std::to_string(i), {});
+    matches.emplace_back(tree->handle(node), static_cast<float>(i / 2));
+  }
+  const auto ordered = JLElementShortcutAssigner::orderedMatches(matches);
+  EXPECT_EQ(ordered[0].node()->attribute("Role"), "8998");
+  EXPECT_EQ(ordered[1].node()->attribute("Role"), "8999") << "equal scores stay in their order";
+  EXPECT_EQ(ordered[2].node()->attribute("Role"), "8996");
+  EXPECT_EQ(ordered.size(), 8841U);
+  EXPECT_EQ(JLElementShortcutAssigner::assignShortcutsToMatches(ordered).size(), 8841U) << "one each";
+  const auto& table = JLElementShortcutAssigner::shortcutsForCurrentLayout();
+  const std::pair<size_t, const char*> labels[] = {{0, "A"},    {20, "Z"},    {21, "AE"},   {41, "EA"},
+                                                   {440, "ZV"}, {441, "AEE"}, {8840, "ZVV"}};
+  for (const auto& [index, label] : labels) {
+    EXPECT_EQ(table.at(index), label) << index;
+  }
 }
 
 }  // namespace

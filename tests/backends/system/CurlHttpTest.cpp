@@ -62,6 +62,10 @@ TEST_F(CurlHttpTest, answersOfEveryStatusAreAnswers) {
     EXPECT_EQ(answer.isSuccess(), status == 204);
     EXPECT_EQ(server.requests().size(), 1U) << "a redirection is not followed";
   }
+  const TestServer moved([](TestServer::Client& client, const TestServer::Request&) {
+    client.send("HTTP/1.1 302 Found\r\nLocation: /there\r\nContent-Length: 0\r\n\r\n");
+  });
+  EXPECT_EQ(http_.send(get(moved.address())).redirection, moved.address() + "/there");
 }
 
 TEST_F(CurlHttpTest, tellsWhatWentWrong) {

@@ -16,7 +16,7 @@ namespace {
 using testing::DesktopText;
 using testing::RecordedFixture;
 
-TEST(NearnessMultiplier, FallsFromThreeWithTheGapBetweenTheRectangles) {
+TEST(NearnessMultiplier, fallsFromThreeWithTheGapBetweenTheRectangles) {
   struct Case {
     Rect node;
     Rect focused;
@@ -65,41 +65,14 @@ class NodeScorerTest : public ::testing::Test {
   std::shared_ptr<JLElementTree> tree_ = JLElementTreeEnumerator(desktop_.element("app")).enumerateElements();
 };
 
-TEST_F(NodeScorerTest, EqualTextsScoreHigherNearThePointer) {
-  ASSERT_EQ(tree_->focusedNode(), node("near"));
-  const auto score = [&](const char* id) {
-    return JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode(node(id), "save", tree_->focusedNode());
-  };
-  EXPECT_EQ(score("near"), 12.0F);
-  EXPECT_EQ(score("far"), 2.8F * 4);
-  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode(nullptr, "save", nullptr), 0);
-  EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode(nullptr, "but", nullptr), 0);
-}
-
-TEST_F(NodeScorerTest, ATitleCountsSlightlyMoreThanOwnTextsAndOnlyOneLevelDeep) {
+TEST_F(NodeScorerTest, aTitleCountsSlightlyMoreThanOwnTextsAndOnlyOneLevelDeep) {
   EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", false),
             static_cast<float>(6.0 * 1.05));
   EXPECT_EQ(JLElementNodeScorer::scoreElementNodeForQueryIsTitleElement(node("field"), "street", true), 0)
       << "scored as a title itself: its own texts";
 }
 
-TEST_F(NodeScorerTest, MatcherGivesWhatTheScorerGivesAlsoForTitles) {
-  for (const char* query : {"save", "street", "st", "ada", ".but", "."}) {
-    for (const JLElementMatch& match : JLElementMatcher::resultsForElementTreeWithQuery(tree_, query)) {
-      const std::string text = query[0] == '.' ? query + 1 : query;
-      const auto score = query[0] == '.' ? &JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode
-                                         : &JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode;
-      EXPECT_EQ(match.score(), score(match.node().get(), text, tree_->focusedNode())) << query;
-    }
-  }
-  for (const char* query : {"street", "ada"}) {
-    const auto matches = JLElementMatcher::resultsForElementTreeWithQuery(tree_, query);
-    ASSERT_EQ(matches.size(), 1U) << query;
-    EXPECT_EQ(matches.front().node().get(), node("field"));
-  }
-}
-
-TEST_F(NodeScorerTest, AMatchScoresMoreThanATenth) {
+TEST_F(NodeScorerTest, aMatchScoresMoreThanATenth) {
   desktop_->accessibility().setAttribute("far", "AXTitle", "s" + std::string(905, 'y'));
   for (const auto& [x, isMatch] : {std::pair(993.684, false), std::pair(993.6, true)}) {
     desktop_->accessibility().setAttribute("far", "AXPosition", Point{x, 10});
@@ -115,7 +88,7 @@ TEST_F(NodeScorerTest, AMatchScoresMoreThanATenth) {
   }
 }
 
-TEST_F(NodeScorerTest, TooSmallMatchesArePruned) {
+TEST_F(NodeScorerTest, tooSmallMatchesArePruned) {
   const auto found = JLElementMatcher::searchElementTreeWithQuery(tree_, "save");
   EXPECT_EQ(found.collect().size(), 3U);
   const auto pruned = JLElementFilter::pruneElements(found).collect();
@@ -128,7 +101,7 @@ TEST_F(NodeScorerTest, TooSmallMatchesArePruned) {
   EXPECT_TRUE(JLElementFilter::pruneElements(withoutNode).collect().empty());
 }
 
-TEST(NodeScorer, OnlyTheFirstThousandCharactersOfATextAreScored) {
+TEST(NodeScorer, onlyTheFirstThousandCharactersOfATextAreScored) {
   RecordedFixture desktop(R"({"elements":{}})");
   const auto tree = JLElementTree::tree();
   const std::string filler(996, 'x');

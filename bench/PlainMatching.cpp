@@ -1,4 +1,4 @@
-#include "query/matching/PlainMatching.h"
+#include "PlainMatching.h"
 
 #include <libxml/xpath.h>
 #include <libxml/xpathInternals.h>
@@ -7,11 +7,9 @@
 
 #include <memory>
 
-#include "query/matching/JLElementMatcher.h"
-#include "query/matching/JLElementNodeScorer.h"
 #include "tree/JLElementTree.h"
 
-namespace jumplark::reference {
+namespace jumplark::bench {
 namespace {
 
 const xmlChar* chars(const char* text) {
@@ -58,21 +56,4 @@ std::optional<std::vector<JLElementNode*>> nodesForXPath(const JLElementTree& tr
   return nodes;
 }
 
-std::vector<ScoredNode> matches(const JLElementTree& tree, const std::string& query) {
-  const bool byRole = query.front() == '.';
-  const std::string text = byRole ? query.substr(1) : query;
-  const std::string expression =
-      byRole ? JLElementMatcher::expressionForRoleText(text) : JLElementMatcher::expressionForText(text);
-  const auto score = byRole ? &JLElementNodeScorer::scoreElementNodeForRoleQueryWithFocusedNode
-                            : &JLElementNodeScorer::scoreElementNodeForQueryWithFocusedNode;
-  std::vector<ScoredNode> result;
-  for (JLElementNode* node : nodesForXPath(tree, expression).value_or(std::vector<JLElementNode*>())) {
-    const ScoredNode scored{node, score(node, text, tree.focusedNode())};
-    if (scored.score > 0.1F) {
-      result.push_back(scored);
-    }
-  }
-  return result;
-}
-
-}  // namespace jumplark::reference
+}  // namespace jumplark::bench
