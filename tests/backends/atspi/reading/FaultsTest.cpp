@@ -47,6 +47,18 @@ TEST_F(Faults, costOneTimeOutUntilTheNextSnapshot) {
   EXPECT_TRUE(live().facts(app.ref("frame"), facts::relations).ok());
 }
 
+TEST_F(Faults, costOthersNothing) {
+  FakeApplication other(bus);
+  other.add("root", "frame", element(role::frame, "Window", {100, 50, 400, 300}));
+  other.add("frame", "there", element(role::pushButton, "there"));
+  source().setMessagingTimeout(20);
+  app.peer().hang();
+  std::thread stuck([this] { source().read({app.ref("frame")}, facts::texts, {}); });
+  EXPECT_EQ(source().take(other.root(), true, {})->elements().size(), 3U);
+  app.peer().resume();
+  stuck.join();
+}
+
 TEST_F(Faults, endTheReadingOfAnApplicationThatAnswersSlowly) {
   constexpr int kPanels = 200;
   constexpr const char* kLast = "Accessible.GetState entry199";
@@ -118,6 +130,18 @@ TEST_F(Faults, endAVeryDeepTree) {
   prepare();
   EXPECT_NE(read("level0"), nullptr);
   EXPECT_GT(elements().size(), 100U);
+}
+
+TEST_F(Faults, cutAHugeNameBetweenCharacters) {
+  std::string name = "x";
+  while (name.size() < 1'000'000) {
+    name += "\xE2\x82\xAC";
+  }
+  add("frame", "huge", role::pushButton, name);
+  prepare();
+  const std::string read = this->read("huge")->name;
+  EXPECT_EQ(read.size(), 1 + (kLongestText - 1) / 3 * 3);
+  EXPECT_EQ(read, name.substr(0, read.size()));
 }
 
 TEST_F(Faults, makeNoAnswersOfThoseOfAnotherType) {
