@@ -25,7 +25,7 @@ TEST(LongLived, worksOnAfterTheAccessibilityBusWasRestarted) {
   PrivateSession& session = desktop.session;
   RunningProgram program(session);
   {
-    const DemoProgram before(desktop);
+    const DemoProgram before(desktop, "Form", {});  // which complains of the bus
     const int launcher = processOf(session, "org.a11y.Bus");
     ASSERT_GT(launcher, 0);
     const std::string bus = std::filesystem::read_symlink("/proc/" + std::to_string(launcher) + "/exe");

@@ -1,3 +1,5 @@
+#include "backends/linux/x11/X11Connection.h"
+#include "backends/linux/x11/X11InputSources.h"
 #include "desktop/Use.h"
 
 namespace jumplark::desktop {
@@ -123,6 +125,26 @@ TEST(UsePlaces, typesAndSelectsByLabelInEachLayoutThoughItChangesWhileItIsOpen) 
     EXPECT_TRUE(waitUntil([&] { return use.demo.process().countOfLine("clicked OK") == times; })) << wanted->label;
     EXPECT_TRUE(use.program.waitUntilReturnIsForOthers());
   }
+  // The space bar changes places with a key that had no use.
+  use.session().run({"xmodmap", "-e", "keycode 65 = F13", "-e", "keycode 248 = space"});
+  open();
+  use.close("Escape");
+}
+
+TEST(UsePlaces, switchesToTheForcedLayoutAndBack) {
+  Use use(SessionOptions(), {{"ForceKeyboardLayout", "us"}}, {"setxkbmap", "us,ru"});
+  const auto environment = use.session().adoptEnvironment();
+  X11InputSources sources(X11Connection::open().connection);
+  const auto comesToBe = [&](const std::string& layout) {
+    return waitUntil([&] { return sources.currentKeyboardLayout().value_or(InputSource()).identifier == layout; });
+  };
+  ASSERT_TRUE(sources.select("ru"));
+  // Not by keys: who sends them here switches layouts around each, back to the one that there was before it.
+  for (const char* layout : {"us", "ru"}) {
+    EXPECT_EQ(use.session().run({JUMPLARK_PROGRAM, "activate"}).status, 0);
+    EXPECT_TRUE(comesToBe(layout)) << layout;
+  }
+  EXPECT_TRUE(use.program.waitUntilClosed());
 }
 
 }  // namespace

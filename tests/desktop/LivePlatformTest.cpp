@@ -1,5 +1,7 @@
+#include <atomic>
 #include <functional>
 #include <map>
+#include <thread>
 
 #include "ZAXElement/ZAXObserver.h"
 #include "backends/linux/LinuxPlatform.h"
@@ -20,9 +22,9 @@ struct Watched {
 };
 
 /// This process itself as a program of the session.
-class Observing : public ::testing::Test {
+class LivePlatform : public ::testing::Test {
  protected:
-  Observing() {
+  LivePlatform() {
     auto opened = LinuxPlatform::open(queues_);
     if (!opened.platform) {
       throw std::runtime_error(opened.error);
@@ -30,8 +32,9 @@ class Observing : public ::testing::Test {
     linux_ = std::move(opened.platform);
     installed_ = Platform::install(linux_->platform());
   }
-  ~Observing() override { JLElement::flushCache(); }
+  ~LivePlatform() override { JLElement::flushCache(); }
 
+  AccessibilityPlatform& accessibility() { return *linux_->platform().accessibility; }
   bool await(const std::function<bool()>& state) {
     return waitUntil([&] {
       queues_.drainMainQueue();
@@ -40,7 +43,7 @@ class Observing : public ::testing::Test {
   }
   /// As it is now, when it is there and has the role.
   JLElement::Pointer attribute(const ElementRef& of, const char* name, const std::string& role) {
-    const auto live = linux_->platform().accessibility->live();
+    const auto live = accessibility().live();
     const auto found = live->copyAttributeValue(of, name);
     const ElementRef* const ref = found.ok() ? found.value.element() : nullptr;
     const auto element = ref ? JLElement::elementWithJLAXElement(std::make_shared<JLAXElement>(*ref, live)) : nullptr;
@@ -68,7 +71,7 @@ class Observing : public ::testing::Test {
   std::map<std::string, int> heard_;
 };
 
-void Observing::watch(const Watched& watched) {
+void LivePlatform::watch(const Watched& watched) {
   PrivateSession& session = desktop.session;
   const Application running(desktop, {.command = watched.command, .busName = watched.name});
   const pid_t pid = running.process().pid();
@@ -110,13 +113,30 @@ void Observing::watch(const Watched& watched) {
   EXPECT_EQ(heard("AXWindowCreated", application), 1);
 }
 
-TEST_F(Observing, hearsOfValuesFocusWindowsAndDestroyedElements) {
+TEST_F(LivePlatform, hearsOfValuesFocusWindowsAndDestroyedElements) {
   for (const Watched& watched :
        {Watched{"mousepad", {"mousepad"}, {"ctrl+Home"}, "AXTextArea", "ctrl+l", true},
         Watched{DemoProgram::kName, {JUMPLARK_DEMO_QT6}, {"alt+n"}, "AXTextField", "alt+k", false}}) {
     SCOPED_TRACE(watched.name);
     watch(watched);
   }
+}
+
+TEST_F(LivePlatform, aStoppedApplicationCostsOthersNothing) {
+  const Application stopped(desktop, {.command = {JUMPLARK_DEMO_QT6}, .busName = DemoProgram::kName, .role = "frame"});
+  const Application other(desktop, widgetFactory3());
+  const ElementRef silent = accessibility().createApplication(stopped.process().pid());
+  const ElementRef answering = accessibility().createApplication(other.process().pid());
+  stopped.process().stop();
+  std::atomic<bool> givenUp{false};
+  std::thread stuck([&] {
+    accessibility().prepareSnapshot(silent, true);
+    givenUp = true;
+  });
+  accessibility().prepareSnapshot(answering, true);
+  EXPECT_TRUE(accessibility().copyAttributeValue(answering, "AXFocusedWindow").ok());
+  EXPECT_FALSE(givenUp) << "the other one was read only after the time-out";
+  stuck.join();
 }
 
 }  // namespace
