@@ -73,6 +73,8 @@ TEST_F(ForceKeyboardLayout, withoutAChoiceTheLayoutIsNotTouched) {
 TEST_F(ForceKeyboardLayout, isSelectedWhileActiveAndTheOneBeforeComesBack) {
   choose("ru");
   ZMOForceKeyboardLayoutController controller;
+  controller.updateAvailableKeyboardLayouts();
+  EXPECT_EQ(controller.availableKeyboardLayouts().size(), 3U);
   EXPECT_FALSE(controller.deactivate()) << "nothing to bring back";
   EXPECT_TRUE(controller.activate());
   EXPECT_EQ(current(), "ru");

@@ -78,7 +78,9 @@ TEST_F(ModifierTaps, areToldWithTheirCount) {
       {"the first press's time ends the second press's candidate",
        {{0, kControl}, {100, 0}, {300, kControl}, {420, 0}},
        {{kControl, 1}}},
-      {"a key in between", {{0, kControl}, {50, kKeyDown}, {100, 0}}, {}},
+      {"a key in between, then a tap",
+       {{0, kControl}, {50, kKeyDown}, {100, 0}, {200, kControl}, {250, 0}},
+       {{kControl, 1}}},
       {"two modifiers pressed at once", {{0, kControl | kShift}, {100, 0}}, {}},
       {"two modifiers, both released at once", {{0, kCommand}, {50, kCommand | kShift}, {100, 0}}, {{kCommand, 1}}},
       {"the modifier that is let go last", {{0, kCommand | kShift}, {50, kShift}, {100, 0}}, {{kShift, 1}}},
@@ -119,6 +121,7 @@ TEST_F(ModifierTaps, areNotMadeByKeysThatWereHeldAtTheActivation) {
        kCommand | kShift,
        {{0, kShift}, {100, 0}, {200, kControl}, {250, 0}},
        {{kControl, 1}}},
+      {"a single key", kControl, {{0, 0}, {100, kControl}, {150, 0}}, {{kControl, 1}}},
       {"one is let go and pressed again",
        kCommand | kShift,
        {{0, kShift}, {50, kShift | kCommand}, {100, kShift}, {150, 0}},
@@ -162,6 +165,8 @@ TEST_F(ModifierTaps, onlyTheLastBlockOfAModifierIsCalledAndOnlyWhileActive) {
   play({{100, kControl}, {150, 0}, {200, kCommand}, {250, 0}});
   EXPECT_EQ(second, (Taps{{kControl, 1}}));
   EXPECT_EQ(taps_, (Taps{{kCommand, 3}})) << "a tap without a block counts too";
+  EXPECT_EQ(detector_->successiveTapNumber(), 3U);
+  EXPECT_TRUE(detector_->isActive());
   detector_->deactivate();
   desktop_->queues().advance(milliseconds(50));
   EXPECT_FALSE(detector_->isActive());

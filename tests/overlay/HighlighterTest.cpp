@@ -11,6 +11,7 @@
 #include "overlay/ScreenFrames.h"
 #include "support/DesktopText.h"
 #include "support/OnMainThread.h"
+#include "support/RecordedMetrics.h"
 #include "tree/JLElementTree.h"
 
 namespace jumplark {
@@ -210,6 +211,21 @@ TEST(Highlighter, boxesOneElementInTheWindowThatItIsGiven) {
   EXPECT_EQ(test.screen().layers()[1].background, kBlue);
   test.highlighter.highlightElementWithOptions(test.node("half"), {"half", std::nullopt});
   EXPECT_EQ(test.screen().layers()[1].background, kBlue) << "without a colour it stays as it is";
+}
+
+TEST(Highlighter, reportsAShareOfItsRedraws) {
+  Highlighting test;
+  testing::RecordedMetrics metrics;
+  // The draw that equals 0.05, in single precision, is the first that is not reported.
+  test.desktop->random().prepare({107374183, 107374184});
+  for (const auto& ids : {std::vector<std::string>{"button", "thin"}, {}, {"link"}}) {
+    test.highlighter.setHighlightedElements(test.options(ids));
+    test.run();
+  }
+  const auto events = metrics.eventsNamed("highlighting");
+  ASSERT_EQ(events.size(), 1U) << "an empty redraw draws no lot";
+  EXPECT_EQ(events[0].at("element_count"), AttributeValue(int64_t{2})) << "of the map, boxed or not";
+  EXPECT_TRUE(events[0].contains("duration_ms"));
 }
 
 TEST(OverlayWindow, hasOneOutlineAtATime) {
