@@ -5,7 +5,7 @@ _jumplark() {
   COMPREPLY=()
   for ((i = 1; i < COMP_CWORD; ++i)); do
     case ${COMP_WORDS[i]} in
-      activate | preferences | tree | match | act | record | doctor)
+      activate | preferences | tree | match | act | menus | record | doctor)
         command=${COMP_WORDS[i]}
         break
         ;;
@@ -26,12 +26,13 @@ _jumplark() {
   local live='--pid --app --wait' words
   local target="--desktop $live"
   case $command in
-    '') words='activate preferences tree match act record doctor --help -h --version' ;;
+    '') words='activate preferences tree match act menus record doctor --help -h --version' ;;
     activate) words='--help -h' ;;
     preferences) words='General Advanced Usage Help About --help -h' ;;
     tree) words="$target --all --help -h" ;;
     match) words="$target --json --help -h" ;;
-    act) words="$target --dry-run --help -h" ;;
+    act) words="$target --dry-run --menu --help -h" ;;
+    menus) words="$target --json --help -h" ;;
     record) words="$target --output -o --help -h" ;;
     doctor) words="$live --all --help -h" ;;
   esac

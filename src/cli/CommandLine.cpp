@@ -105,7 +105,12 @@ void addCommands(CLI::App& app, Options& options) {
   auto* act = addCommand(app, options, "act", "Click the best match of a query", Command::act);
   addTarget(*act, options.target);
   act->add_flag("--dry-run", options.dryRun, "Only say what would be clicked");
+  act->add_flag("--menu", options.inMenus, "Choose the best command of the menus instead, without opening them");
   addQuery(*act, options.query);
+
+  auto* menus = addCommand(app, options, "menus", "Print the commands of an application's menus", Command::menus);
+  addTarget(*menus, options.target);
+  menus->add_flag("--json", options.json, "Print a JSON list");
 
   auto* record =
       addCommand(app, options, "record", "Save what a snapshot reads as a recorded desktop", Command::record);

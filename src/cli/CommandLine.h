@@ -19,13 +19,14 @@ struct Target {
 };
 
 struct Options {
-  enum class Command { run, activate, preferences, tree, match, act, record, doctor };
+  enum class Command { run, activate, preferences, tree, match, act, menus, record, doctor };
   Command command = Command::run;  ///< without a command the program runs in the background
   Target target;
   std::string query;
-  bool all = false;     ///< tree: invisible elements too; doctor: what is well too
-  bool json = false;    ///< match
-  bool dryRun = false;  ///< act
+  bool all = false;      ///< tree: invisible elements too; doctor: what is well too
+  bool json = false;     ///< match, menus
+  bool dryRun = false;   ///< act
+  bool inMenus = false;  ///< act: choose a command of the menus
   std::optional<std::string> outputFile;
   std::string pane;  ///< preferences; empty: the one that was shown last
 };

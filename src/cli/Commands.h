@@ -13,6 +13,9 @@ namespace jumplark::cli {
 ExitStatus runTree(const Options& options);
 ExitStatus runMatch(const Options& options);
 ExitStatus runAct(const Options& options);
+/// Of act --menu.
+ExitStatus runActOnMenus(const Options& options);
+ExitStatus runMenus(const Options& options);
 /// Reads through a recorder that it installs over `platform` for the time of the call.
 ExitStatus runRecord(const Options& options, const Platform& platform);
 /// Becomes the running instance until it is asked to end, or tells the one that runs. On the main thread, and without

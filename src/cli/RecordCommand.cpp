@@ -5,6 +5,7 @@
 
 #include "backends/recorded/DesktopRecorder.h"
 #include "cli/Commands.h"
+#include "cli/Menus.h"
 #include "cli/Snapshot.h"
 #include "platform/SystemErrors.h"
 #include "platform/Texts.h"
@@ -18,6 +19,7 @@ ExitStatus runRecord(const Options& options, const Platform& platform) {
   const RunningApplication application = findTarget(options.target);
   const auto tree = takeSnapshot(application, true);
   recorder.setFrontmost(application.pid);
+  recorder.setMenus(application.pid, commandsOfMenus(application.pid));
   if (!options.outputFile) {
     fmt::print("{}\n", recorder.text());
     return ExitStatus::done;

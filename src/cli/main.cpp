@@ -24,7 +24,9 @@ ExitStatus runOnPlatform(const Options& options, const Platform& platform) {
     case Options::Command::match:
       return runMatch(options);
     case Options::Command::act:
-      return runAct(options);
+      return options.inMenus ? runActOnMenus(options) : runAct(options);
+    case Options::Command::menus:
+      return runMenus(options);
     case Options::Command::record:
       return runRecord(options, platform);
     default:

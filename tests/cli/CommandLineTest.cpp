@@ -117,6 +117,29 @@ TEST_F(CommandLine, actSaysWhatItClickedAndWhere) {
   EXPECT_EQ(done.out, "clicked Button \"Save\" at 50,19\n");
 }
 
+TEST_F(CommandLine, menusAreListedAndTheirCommandsChosen) {
+  write("desktop.json",
+        R"({"frontmost":1,"elements":{},"applications":[{"pid":2,"name":"Other"},{"pid":1,"name":"Editor",
+    "menus":[{"path":["Edit","Copy"],"keys":"Control+C","enabled":false},
+             {"path":["View","Status Bar"],"mark":"check","on":true},
+             {"path":["View","Zoom","Zoom In"],"keys":"Control++"}]}]})");
+  EXPECT_EQ(onDesktop("menus", {}).out,
+            "    Edit ▸ Copy  Control+C  (disabled)\n[x] View ▸ Status Bar\n    View ▸ Zoom ▸ Zoom In  Control++\n");
+  const auto list = nlohmann::json::parse(onDesktop("menus", {"--json"}).out);
+  EXPECT_EQ(list.at(1), nlohmann::json::parse(R"({"path":["View","Status Bar"],"keys":"","mark":"check","on":true,
+                                                  "enabled":true,"open":false})"));
+  EXPECT_EQ(onDesktop("act", {"--menu", "--dry-run", "zoom"}).out, "would choose View ▸ Zoom ▸ Zoom In\n");
+  EXPECT_EQ(onDesktop("act", {"--menu", "view status"}).out, "chose View ▸ Status Bar\n");
+  const std::pair<desktop::Finished, const char*> failures[] = {
+      {onDesktop("menus", {"--app", "Other"}), "Other tells of no menus."},
+      {onDesktop("act", {"--menu", "zzz"}), "no command of the menus matches 'zzz'."},
+      {onDesktop("act", {"--menu", "copy"}), "Edit ▸ Copy cannot be chosen now."}};
+  for (const auto& [finished, says] : failures) {
+    EXPECT_EQ(finished.status, 1) << says;
+    EXPECT_EQ(finished.err, std::string("jumplark: ") + says + "\n");
+  }
+}
+
 TEST_F(CommandLine, failuresHaveTheirStatusAndOneSentence) {
   write("truncated.json", kDesktop.substr(0, 400));
   write("reference.json", R"({"elements":{"a":{"attributes":{"AXParent":{"ref":"nowhere"}}}}})");

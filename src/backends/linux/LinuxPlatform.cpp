@@ -2,14 +2,19 @@
 
 #include <utility>
 
+#include "backends/linux/atspi/menus/AtspiMenus.h"
 #include "backends/linux/atspi/source/AtspiElementSource.h"
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 #include "backends/linux/atspi/vocabulary/AtspiNotifications.h"
+#include "backends/linux/menus/DBusMenus.h"
+#include "backends/linux/menus/GtkMenus.h"
+#include "backends/linux/menus/LinuxMenus.h"
 #include "backends/linux/system/SystemRandom.h"
 #include "backends/linux/x11/DesktopEntries.h"
 #include "backends/linux/x11/X11Connection.h"
 #include "backends/linux/x11/X11Input.h"
 #include "backends/linux/x11/X11Screens.h"
+#include "backends/linux/x11/X11WindowMenus.h"
 #include "backends/linux/x11/X11WindowSystem.h"
 #include "backends/linux/x11/X11Workspace.h"
 #include "platform/Queues.h"
@@ -31,7 +36,26 @@ struct LinuxPlatform::Parts {
                                  [this](const ElementRef& application) {
                                    const auto read = elements.read({application}, atspi::facts::children, {}).front();
                                    return read.ok() ? read.value->children : std::vector<ElementRef>();
-                                 }}) {}
+                                 }}),
+        windowMenus(connection),
+        treeMenus(
+            elements, windows,
+            [this](const ElementRef& application) { return accessibility.lastSnapshotOf(application); }, hands()),
+        gtkMenus(windowMenus),
+        dbusMenus(windowMenus),
+        menus(queueSet, windows, {&treeMenus, &gtkMenus, &dbusMenus}) {}
+
+  atspi::MenuHands hands() {
+    const auto post = [this](uint32_t type, Point place) {
+      input.postMouseEvent({type, place, 1}, event_location::session);
+    };
+    return {[post](Point place) {
+              post(event_type::mouseMoved, place);
+              post(event_type::leftMouseDown, place);
+              post(event_type::leftMouseUp, place);
+            },
+            [this] { input.typeKey(key_code::escape); }};
+  }
 
   std::shared_ptr<X11Connection> connection;
   Queues& queues;
@@ -44,6 +68,11 @@ struct LinuxPlatform::Parts {
   atspi::AtspiElementSource elements;
   atspi::AtspiAccessibility accessibility;
   atspi::AtspiNotifications notifications;
+  X11WindowMenus windowMenus;
+  atspi::AtspiMenus treeMenus;
+  menus::GtkMenus gtkMenus;
+  menus::DBusMenus dbusMenus;
+  menus::LinuxMenus menus;
 };
 
 LinuxPlatform::Opened LinuxPlatform::open(Queues& queues) {
@@ -66,6 +95,7 @@ LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(pa
   platform_.queues = &parts_->queues;
   platform_.random = &parts_->random;
   platform_.notifications = &parts_->notifications;
+  platform_.menus = &parts_->menus;
 }
 
 LinuxPlatform::~LinuxPlatform() = default;

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
+#include "backends/recorded/MenuCommandJson.h"
 #include "backends/recorded/RecordedValues.h"
 #include "platform/Utf8.h"
 #include "platform/Workspace.h"
@@ -115,6 +116,9 @@ std::string DesktopRecorder::applicationsToJson(const std::map<int32_t, std::str
         {"pid", application.pid}, {"bundle_id", wellFormedUtf8(bundle)}, {"name", wellFormedUtf8(application.name)}};
     if (const auto element = elements.find(application.pid); element != elements.end()) {
       entry["element"] = element->second;
+    }
+    if (const auto menus = menus_.find(application.pid); menus != menus_.end() && !menus->second.empty()) {
+      entry["menus"] = menu_command_json::toJson(menus->second);
     }
     list.push_back(std::move(entry));
   }

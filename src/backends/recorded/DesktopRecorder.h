@@ -5,9 +5,11 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "backends/recorded/RecordingAccessibility.h"
+#include "platform/Menus.h"
 #include "platform/Platform.h"
 #include "platform/Screens.h"
 #include "platform/Workspace.h"
@@ -51,6 +53,9 @@ class DesktopRecorder {
   /// The application that the recording shows as the frontmost one; without this it is the one in front at the end.
   void setFrontmost(int32_t pid) { frontmost_ = pid; }
 
+  /// The commands of menus that an application of the recording has.
+  void setMenus(int32_t pid, std::vector<MenuCommand> commands) { menus_[pid] = std::move(commands); }
+
   std::string text();
   /// Replaces the file only when all is written; readable by the user alone. Throws std::system_error.
   void save(const std::string& path);
@@ -63,6 +68,7 @@ class DesktopRecorder {
   RecordingAccessibility accessibility_;
   RecordingScreens screens_;
   std::optional<int32_t> frontmost_;
+  std::map<int32_t, std::vector<MenuCommand>> menus_;
 };
 
 }  // namespace jumplark

@@ -9,6 +9,7 @@
 
 #include "backends/recorded/ElementStore.h"
 #include "platform/Geometry.h"
+#include "platform/Menus.h"
 
 namespace jumplark {
 
@@ -24,6 +25,7 @@ struct RecordedApplication {
   std::string bundleIdentifier;
   std::string name;
   ElementRef element;  ///< empty for an application without an interface
+  std::vector<MenuCommand> menus;
 };
 
 /// What a hit test at a point (top-left origin) answers; an empty element means that nothing is there.

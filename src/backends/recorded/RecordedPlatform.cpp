@@ -17,7 +17,8 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop)
       http_(queues_),
       appViews_(queues_),
       loginItem_(queues_),
-      notifications_(queues_, accessibility_) {}
+      notifications_(queues_, accessibility_),
+      menus_(desktop, queues_) {}
 
 RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queues)
     : queues_(queues),
@@ -31,7 +32,8 @@ RecordedPlatform::RecordedPlatform(const RecordedDesktop& desktop, Queues& queue
       http_(queues_),
       appViews_(queues_),
       loginItem_(queues_),
-      notifications_(queues_, accessibility_) {}
+      notifications_(queues_, accessibility_),
+      menus_(desktop, queues_) {}
 
 RecordedPlatform::~RecordedPlatform() {
   if (ownQueues_) {
@@ -44,9 +46,9 @@ std::unique_ptr<RecordedPlatform> RecordedPlatform::fromText(std::string_view js
 }
 
 Platform RecordedPlatform::platform() {
-  return {&accessibility_, &workspace_,    &screens_,   &input_,     &queues_,       &random_,
-          &defaults_,      &inputSources_, &shortcuts_, &views_,     &http_,         &files_,
-          &facts_,         &appViews_,     &services_,  &loginItem_, &crashReports_, &notifications_};
+  return {&accessibility_, &workspace_, &screens_,      &input_,         &queues_, &random_, &defaults_,
+          &inputSources_,  &shortcuts_, &views_,        &http_,          &files_,  &facts_,  &appViews_,
+          &services_,      &loginItem_, &crashReports_, &notifications_, &menus_};
 }
 
 Token RecordedPlatform::install() {

@@ -14,6 +14,7 @@
 #include "backends/recorded/RecordedHttp.h"
 #include "backends/recorded/RecordedInput.h"
 #include "backends/recorded/RecordedInputSources.h"
+#include "backends/recorded/RecordedMenus.h"
 #include "backends/recorded/RecordedNotifications.h"
 #include "backends/recorded/RecordedRandom.h"
 #include "backends/recorded/RecordedScreens.h"
@@ -68,6 +69,7 @@ class RecordedPlatform {
   RecordedLoginItem& loginItem() { return loginItem_; }
   RecordedCrashReports& crashReports() { return crashReports_; }
   RecordedNotifications& notifications() { return notifications_; }
+  RecordedMenus& menus() { return menus_; }
 
   /// As when the application ends: it is in no list any more, and reads of its element fail with invalidElement.
   void terminate(int32_t pid);
@@ -92,6 +94,7 @@ class RecordedPlatform {
   RecordedLoginItem loginItem_;
   RecordedCrashReports crashReports_;
   RecordedNotifications notifications_;
+  RecordedMenus menus_;
 };
 
 }  // namespace jumplark

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 
+#include "backends/recorded/MenuCommandJson.h"
 #include "backends/recorded/RecordedValues.h"
 #include "platform/Texts.h"
 #include "platform/Workspace.h"
@@ -214,6 +216,12 @@ RecordedApplication RecordingReader::application(const json& v, const std::strin
         result.element = reference(text, [&] { return where; });
       } else {
         (name == "name" ? result.name : result.bundleIdentifier) = text;
+      }
+    } else if (name == "menus") {
+      try {
+        result.menus = menu_command_json::fromJson(member);
+      } catch (const std::invalid_argument& error) {
+        fail(fmt::format("{}: {}", where, error.what()));
       }
     } else if (!isRemark(name)) {
       desktop_.warnings.push_back(localizedFormat("{}: unknown member \"{}\"", where, name));

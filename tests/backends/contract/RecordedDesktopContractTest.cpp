@@ -1,4 +1,5 @@
 #include "backends/contract/DesktopContractCases.h"
+#include "backends/contract/MenusContractCases.h"
 #include "backends/recorded/RecordedPlatform.h"
 #include "support/DesktopText.h"
 
@@ -27,6 +28,24 @@ INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract,
                          ::testing::Values(ContractDesktopKind{"recorded", []() -> std::unique_ptr<ContractDesktop> {
                                                                  return std::make_unique<RecordedContractDesktop>();
                                                                }}));
+
+class RecordedMenusDesktop : public MenusDesktop {
+ public:
+  Platform platform() override { return recorded_->platform(); }
+  int32_t targetPid() override { return 1; }
+  Path markable() override { return {"View", "Grid"}; }
+  Path disabled() override { return {"Edit", "Cut"}; }
+
+ private:
+  std::unique_ptr<RecordedPlatform> recorded_ = RecordedPlatform::fromText(
+      R"({"applications": [{"pid": 1, "menus": [{"path": ["Edit", "Cut"], "enabled": false},
+                                                {"path": ["View", "Grid"], "mark": "check"}]}]})");
+};
+
+INSTANTIATE_TEST_SUITE_P(Backends, MenusContract,
+                         ::testing::Values(MenusDesktopKind{"recorded", []() -> std::unique_ptr<MenusDesktop> {
+                                                              return std::make_unique<RecordedMenusDesktop>();
+                                                            }}));
 
 }  // namespace
 }  // namespace jumplark::contract

@@ -6,6 +6,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "backends/recorded/MenuCommandJson.h"
 #include "backends/recorded/RecordedPlatform.h"
 #include "backends/recorded/RecordedValues.h"
 #include "support/TemporaryFolder.h"
@@ -190,6 +191,20 @@ TEST(DesktopRecorder, listsKeepTheirLengthAndOrderAndTextsWhatIsWellFormed) {
   EXPECT_EQ(again.attributeValueCount(again.element("e"), "Whole").value, 2);
   EXPECT_EQ(again.copyAttributeValue(again.element("e" + mark), "Text").value,
             AttributeValue("a" + mark + "(" + mark + std::string(1, '\0') + "\xF0\x9F\x98\x80"));
+}
+
+TEST(DesktopRecorder, menusAreReadBackAsTheyWere) {
+  const char* const written =
+      R"([{"path":["Edit","Cut"],"keys":"Control+X"},{"path":["View","Grid"],"mark":"check","on":true},)"
+      R"({"path":["Quit"],"enabled":false,"open":true,"mark":"radio"}])";
+  const auto live = RecordedPlatform::fromText(kDesktop);
+  DesktopRecorder recorder(live->platform());
+  recorder.setMenus(1, menu_command_json::fromJson(nlohmann::json::parse(written)));
+  const RecordedDesktop again = RecordedDesktop::fromText(recorder.text(), "recorded");
+  EXPECT_EQ(menu_command_json::toJson(again.applications.at(0).menus), nlohmann::json::parse(written));
+  EXPECT_TRUE(again.applications.at(1).menus.empty());
+  const MenuCommand& last = again.applications.at(0).menus.at(2);
+  EXPECT_TRUE(!last.isEnabled && last.isOpen && !last.isOn && last.mark == MenuCommand::Mark::radio);
 }
 
 TEST(DesktopRecorder, replacesAFileOnlyWhenAllIsWritten) {

@@ -136,7 +136,18 @@ std::vector<Subject> gtkSubjects() {
            .roles = {{"menu", {"MenuBarItem"}}},
            .atLeast = 6,
            .queries = {".", "search", "line"},
-           .steps = {{"search", shows("menu item", "Find Next")}}},
+           .steps = {{"search", shows("menu item", "Find Next")},
+                     {"", lists("    Edit ▸ Undo  (disabled)"), pressing("Escape")},
+                     {"", lists("    Edit ▸ Convert ▸ To Opposite Case  Control+Alt+U")},
+                     {"", titled("Mousepad Preferences"), choosing("preferences")}}},
+          {.name = "Gtk4Menus",
+           .program =
+               [](const PrivateSession&) {
+                 return Program{.command = {"gtk4-demo-application"}, .busName = "gtk4-demo-application"};
+               },
+           .shown = {{"MenuBarItem", {"File", "Help"}}},
+           .steps = {{"", lists("(o) File ▸ Color ▸ Green  Control+G"), choosing("green")},
+                     {"", titled("About"), choosing("about")}}},
           {.name = "Gtk3Expander",
            .program = expander,
            .shown = {{"DisclosureTriangle", {"Details:"}}},

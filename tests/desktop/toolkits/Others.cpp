@@ -77,8 +77,9 @@ Subject office() {
                     {"tools", shows("menu item", "Word Count")},
                     {"sidebar settings", finds("MenuItem", "Close Sidebar"), pressing("Escape")},
                     {"close sidebar", offers({"Bold"}, {"Sidebar Settings"})},
-                    {"find and replace",
-                     offers({"Find:", "Match case", "Other options", "Find All", "Close"}, {"Bold", "File"})},
+                    // The closed menu has it as it was when that showed last, before there was a document.
+                    {"", offers({"Find:", "Match case", "Other options", "Find All", "Close"}, {"Bold", "File"}),
+                     choosing("find and replace")},
                     {"close", offers({"Bold"}, {"Match case"})}}};
 }
 
@@ -109,6 +110,7 @@ Subject swing() {
           .hasPassword = true,
           .steps = {{"plain button", titled("Did plain")},
                     {"i agree", titled("Did agree true")},
+                    {"", lists("[x] File ▸ Backup"), choosing("backup")},
                     {"item 12", titled("Did list Item 12")},
                     {"numbers", titled("Did tab Numbers")},
                     {"", offers({"Row 7", "Square"}, {"Row 100", "Item 1"})},
@@ -133,7 +135,12 @@ std::vector<Subject> otherSubjects() {
            .roles = {{"push button", {"Button"}}, {"menu item", {"MenuBarItem"}}},
            .atLeast = 24,
            .queries = {".", "7", "set"},
-           .steps = {{"", shows("frame", "0")}, {"7", shows("frame", "7")}, {"9", shows("frame", "79")}}},
+           .steps = {{"", shows("frame", "0")},
+                     {"7", shows("frame", "7")},
+                     {"9", shows("frame", "79")},
+                     {"", lists("[x] Settings ▸ Science Mode"), choosing("science mode")},
+                     // It answers when its dialog is closed.
+                     {"", titled("About KDE"), choosing("about kde")}}},
           office(),
           swing()};
 }

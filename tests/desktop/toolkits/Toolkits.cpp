@@ -38,6 +38,23 @@ Effect finds(const std::string& role, const std::string& text, const std::string
   };
 }
 
+Effect lists(const std::string& line) {
+  return [line](Application& application) {
+    const std::string printed = "\n" + application.desktop().jumplark.run("menus", application.target(), {}).out;
+    return printed.find("\n" + line + "\n") != std::string::npos;
+  };
+}
+
+Preparation choosing(const std::string& query) {
+  return [query](Application& application) {
+    const PrivateSession& session = application.desktop().session;
+    EXPECT_TRUE(waitUntil([&] {
+      return application.desktop().jumplark.run("act", application.target(), {"--menu", query}).status == 0;
+    })) << query;
+    EXPECT_FALSE(session.findWindow([](const SessionWindow& window) { return window.overrideRedirect; })) << query;
+  };
+}
+
 Preparation pressing(const std::string& key) {
   return [=](Application& application) { application.desktop().session.press({key}); };
 }

@@ -22,8 +22,12 @@ Effect titled(const std::string& beginning);
 Effect offers(const std::vector<std::string>& texts, const std::vector<std::string>& gone = {});
 /// The same of one thing that has two texts.
 Effect finds(const std::string& role, const std::string& text, const std::string& andText = "");
+/// By the lines that `menus` prints of it.
+Effect lists(const std::string& line);
 
 Preparation pressing(const std::string& key);
+/// Chooses a command of a menu that is closed, and leaves no menu open.
+Preparation choosing(const std::string& query);
 /// Of several that fit alike, the one that the pointer is on is meant: it goes to the uppermost with both texts.
 Preparation pointingAtUppermost(const std::string& query, const std::string& text, const std::string& andText = "");
 

@@ -1,6 +1,10 @@
 #include "backends/linux/x11/X11Input.h"
 
+#include <xcb/xtest.h>
+
 #include <utility>
+
+#include "backends/linux/x11/KeyboardMap.h"
 
 namespace jumplark {
 
@@ -31,6 +35,17 @@ std::unique_ptr<EventTapHandle> X11Input::createEventTap(const EventTapConfigura
 
 void X11Input::postMouseEvent(const MouseEvent& event, uint32_t /*location*/) {
   pointer_.post(event);
+}
+
+void X11Input::typeKey(int64_t keyCode) {
+  const auto map = x_->extensions().xtest > 0 ? KeyboardMap::read(*x_) : nullptr;
+  const auto keys = map ? map->keycodesFor(keyCode) : std::vector<uint8_t>();
+  if (!keys.empty()) {
+    for (const uint8_t type : {XCB_KEY_PRESS, XCB_KEY_RELEASE}) {
+      xcb_test_fake_input(x_->get(), type, keys.front(), XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    }
+    x_->check(xcb_no_operation_checked(x_->get()));
+  }
 }
 
 void X11Input::expectOwnRelease(uint8_t keycode) {

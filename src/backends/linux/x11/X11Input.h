@@ -23,6 +23,9 @@ class X11Input final : public InputPlatform {
                                                  EventTapCallback callback) override;
   void postMouseEvent(const MouseEvent& event, uint32_t location) override;
   void beep() override;
+  /// Presses and releases a key, by its virtual key code, as if the user did. Modifiers that are held colour it. Does
+  /// nothing where the keyboard has no such key.
+  void typeKey(int64_t keyCode);
   /// To be called before somebody of this program posts the release of a key that no tap shall see. Any thread.
   void expectOwnRelease(uint8_t keycode);
 

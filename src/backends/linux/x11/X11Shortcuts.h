@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string>
 
-#include "backends/linux/x11/KeyNames.h"
+#include "backends/linux/windows/KeyNames.h"
 #include "backends/linux/x11/ShortcutThread.h"
 #include "platform/GlobalShortcuts.h"
 #include "platform/Queues.h"

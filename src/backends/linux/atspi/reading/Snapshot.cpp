@@ -18,6 +18,7 @@ Snapshot::Snapshot(SnapshotDraft draft, Clock::duration timeForMore)
       visibleOnly(draft.visibleOnly),
       complete(draft.complete),
       fromCache(draft.fromCache),
+      cache(std::move(draft.cache)),
       took(draft.took),
       tree(draft.elements, application),
       menuBar(std::move(draft.menuBar)),

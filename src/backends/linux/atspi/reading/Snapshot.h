@@ -18,6 +18,8 @@
 
 namespace jumplark::atspi {
 
+class CachedTree;
+
 /// What is read of one application at one time, while it is being read.
 struct SnapshotDraft {
   ElementRef application;
@@ -32,7 +34,8 @@ struct SnapshotDraft {
   std::shared_ptr<const CoordinateTransform> transform = std::make_shared<const CoordinateTransform>();
   bool visibleOnly = false;  ///< of what does not show only its identity was read
   bool complete = false;
-  bool fromCache = false;  ///< what the application's cache told was not asked again
+  bool fromCache = false;                   ///< what the application's cache told was not asked again
+  std::shared_ptr<const CachedTree> cache;  ///< all that it told, also of what the snapshot leaves out; may be null
   Clock::duration took{0};
 };
 
@@ -78,6 +81,7 @@ class Snapshot {
   const bool visibleOnly;
   const bool complete;
   const bool fromCache;
+  const std::shared_ptr<const CachedTree> cache;
   const Clock::duration took;
   const TimePoint takenAt = Clock::now();
   const ElementTree tree;

@@ -194,6 +194,7 @@ void SnapshotReader::readRoots(Pass& pass) {
   // Windows that no frame is told of: the application is silent.
   pass.draft.complete = !pass.frames.empty() || pass.windows.empty();
   pass.draft.fromCache = pass.cache != nullptr;
+  pass.draft.cache = pass.cache;
   for (const ElementRef& root : pass.roots) {
     const WalkPlan plan{&pass.toolkit(),
                         offsetOf(pass.draft, root),

@@ -108,6 +108,8 @@ class Toolkit {
   virtual bool mayHaveOpenMenu(const ElementFacts& /*element*/) const { return false; }
   /// True when the element is all that a person sees of it and what stands in it, going by the cache.
   virtual bool isOnlyDecorated(const CachedTree& /*cache*/, const CacheItem& /*item*/) const { return false; }
+  /// False where the states of what is in closed menus are those that they had when they showed last.
+  virtual bool keepsClosedMenusTrue() const { return true; }
   /// What is chosen in its combo boxes is told by a selection.
   virtual bool tellsChoices() const { return true; }
   /// False where the question which character lies at a point of a text is never answered.

@@ -54,6 +54,7 @@ SnapshotPointer AtspiElementSource::take(const ElementRef& application, bool vis
   if (!handleOf(application)) {
     return nullptr;
   }
+  const Token underWay = underWay_.begin();
   const TimePoint started = Clock::now();
   SnapshotDraft draft = reader_.read(application, visibleOnly, [&stop] { return stop.stop_requested(); });
   if (stop.stop_requested()) {

@@ -11,6 +11,7 @@
 #include "backends/linux/atspi/reading/SnapshotReader.h"
 #include "backends/linux/atspi/source/ElementSource.h"
 #include "backends/linux/atspi/source/SnapshotReport.h"
+#include "backends/linux/atspi/source/SnapshotsUnderWay.h"
 #include "backends/linux/atspi/toolkits/Toolkits.h"
 
 namespace jumplark::atspi {
@@ -31,6 +32,9 @@ class AtspiElementSource : public ElementSource {
   void applicationBecameActive(int32_t pid);
   /// How a snapshot was read.
   SnapshotReport report(const Snapshot& snapshot) const;
+  /// For those who ask applications something else than what elements are.
+  BusConnection& connection() { return bus_; }
+  SnapshotsUnderWay& snapshotsUnderWay() { return underWay_; }
   /// What to tell a person whose process is not on the bus; empty when nothing is known to help.
   std::string adviceForSilent(int32_t pid) const { return toolkits_.adviceForSilent(pid, nullptr); }
 
@@ -68,6 +72,7 @@ class AtspiElementSource : public ElementSource {
   const Toolkits toolkits_;
   ApplicationRegistry registry_;
   SnapshotReader reader_;
+  SnapshotsUnderWay underWay_;
 };
 
 }  // namespace jumplark::atspi

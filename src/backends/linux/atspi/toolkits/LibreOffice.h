@@ -21,6 +21,7 @@ class LibreOfficeOn final : public Drawing {
  public:
   static bool draws(const ToolkitFacts& facts) { return libreoffice::runs(facts) && Drawing::draws(facts); }
 
+  bool keepsClosedMenusTrue() const override { return false; }
   bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) const override {
     return libreoffice::mayBeCaptioned(element, elements);
   }

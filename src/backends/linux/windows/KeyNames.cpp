@@ -1,4 +1,4 @@
-#include "backends/linux/x11/KeyNames.h"
+#include "backends/linux/windows/KeyNames.h"
 
 #include <xkbcommon/xkbcommon-keysyms.h>
 #include <xkbcommon/xkbcommon.h>

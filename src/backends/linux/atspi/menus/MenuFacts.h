@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "backends/linux/atspi/bus/MethodCall.h"
+#include "backends/linux/atspi/reading/CachedTree.h"
+
+namespace jumplark::atspi {
+
+/// What an element of a menu said of itself.
+struct MenuItemFacts {
+  ElementRef ref;
+  uint32_t role = 0;
+  uint64_t states = 0;
+  std::string name;
+  std::vector<ElementRef> children;
+  bool hasActions = false;  ///< it implements them; whether there is any is another question
+
+  bool is(int state) const { return (states >> static_cast<unsigned>(state) & 1U) != 0; }
+  /// Toolkits set the one state or the other.
+  bool isEnabled() const;
+};
+
+/// Reads elements of menus, of many at once. One thread.
+class MenuFacts {
+ public:
+  /// `cache` may be null. `before` is called before each round of calls.
+  MenuFacts(CallRunner& runner, std::shared_ptr<const CachedTree> cache, TimePoint deadline,
+            std::function<void()> before)
+      : runner_(runner), cache_(std::move(cache)), deadline_(deadline), before_(std::move(before)) {}
+
+  /// One entry an element, in order; none of one that has gone.
+  std::vector<std::optional<MenuItemFacts>> read(const std::vector<ElementRef>& elements);
+  /// The keys of each element's first action, as the toolkit writes them; none of one without actions.
+  std::vector<std::optional<std::string>> firstKeys(const std::vector<ElementRef>& elements);
+  /// Names and states of elements anew. False when any has gone, has another name or not as many children.
+  bool refresh(std::vector<MenuItemFacts*> elements);
+  /// Time is up, or the application does not answer.
+  bool ended() const { return silent_ || Clock::now() >= deadline_; }
+
+ private:
+  std::optional<MenuItemFacts> fromCache(const ElementRef& element) const;
+  void note(AccessibilityError error) { silent_ = silent_ || error == AccessibilityError::cannotComplete; }
+  void run(class TypedBatch& batch);
+
+  CallRunner& runner_;
+  const std::shared_ptr<const CachedTree> cache_;
+  const TimePoint deadline_;
+  const std::function<void()> before_;
+  bool silent_ = false;
+};
+
+}  // namespace jumplark::atspi

@@ -1,0 +1,117 @@
+#include "backends/linux/atspi/menus/MenuTree.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/menus/MenuSource.h"
+#include "backends/linux/menus/MenuText.h"
+
+namespace jumplark::atspi {
+namespace {
+
+bool isPartOfMenu(uint32_t role) {
+  return role::isOneOf<role::menu, role::popupMenu, role::menuItem, role::checkMenuItem, role::radioMenuItem,
+                       role::checkBox, role::radioButton>(role);
+}
+
+}  // namespace
+
+bool MenuTree::begin(MenuFacts& facts, const ElementRef& holder) {
+  auto read = facts.read({holder});
+  if (read.empty() || !read[0]) {
+    return false;
+  }
+  nodes_.clear();
+  seen_ = {holder};
+  const int depth = read[0]->role == role::menuBar ? 0 : 1;
+  nodes_.push_back({std::move(*read[0]), kNone, depth, {}, {}, false});
+  readChildren(facts, {0});
+  return true;
+}
+
+std::vector<int> MenuTree::readChildren(MenuFacts& facts, const std::vector<int>& level) {
+  std::vector<ElementRef> elements;
+  std::vector<int> parents;
+  for (const int parent : level) {
+    for (const ElementRef& child : (*this)[parent].facts.children) {
+      if (nodes_.size() + elements.size() < kMostNodes && seen_.insert(child).second) {
+        elements.push_back(child);
+        parents.push_back(parent);
+      }
+    }
+  }
+  auto read = facts.read(elements);
+  std::vector<int> added;
+  for (size_t i = 0; i < read.size(); ++i) {
+    if (!read[i] || !isPartOfMenu(read[i]->role)) {
+      continue;
+    }
+    const int depth = (*this)[parents[i]].depth + (read[i]->role == role::popupMenu ? 0 : 1);
+    if (depth <= menus::kDeepest) {
+      added.push_back(static_cast<int>(nodes_.size()));
+      (*this)[parents[i]].children.push_back(added.back());
+      nodes_.push_back({std::move(*read[i]), parents[i], depth, {}, {}, false});
+    }
+  }
+  return added;
+}
+
+bool MenuTree::readBelow(MenuFacts& facts, int node) {
+  std::vector<int> level{node};
+  // A popup menu adds a level without a title.
+  for (int step = 0; !level.empty() && step < 2 * menus::kDeepest; ++step) {
+    if (facts.ended()) {
+      return false;
+    }
+    level = readChildren(facts, level);
+  }
+  return true;
+}
+
+bool MenuTree::refresh(MenuFacts& facts) {
+  std::vector<MenuItemFacts*> all;
+  all.reserve(nodes_.size());
+  for (Node& node : nodes_) {
+    all.push_back(&node.facts);
+  }
+  return !all.empty() && facts.refresh(std::move(all));
+}
+
+bool MenuTree::isCommand(int node) const {
+  const Node& n = (*this)[node];
+  if (!isPartOfMenu(n.facts.role) || role::isOneOf<role::menu, role::popupMenu>(n.facts.role) || !n.children.empty() ||
+      menus::menuTitle(n.facts.name).empty()) {
+    return false;
+  }
+  // The title of a menu that is not in the tree while it is closed, which holds its label.
+  return n.depth > 1 || n.facts.children.empty();
+}
+
+std::vector<int> MenuTree::commandsBelow(int node) const {
+  std::vector<int> commands;
+  std::vector<int> stack{node};
+  while (!stack.empty()) {
+    const int next = stack.back();
+    stack.pop_back();
+    if (isCommand(next)) {
+      commands.push_back(next);
+    }
+    const std::vector<int>& children = (*this)[next].children;
+    stack.insert(stack.end(), children.rbegin(), children.rend());
+  }
+  return commands;
+}
+
+std::vector<int> MenuTree::wayTo(int node) const {
+  std::vector<int> way;
+  for (; node != kNone && (*this)[node].depth > 0; node = (*this)[node].parent) {
+    if ((*this)[node].facts.role != role::popupMenu && !menus::menuTitle((*this)[node].facts.name).empty()) {
+      way.push_back(node);
+    }
+  }
+  std::ranges::reverse(way);
+  return way;
+}
+
+}  // namespace jumplark::atspi

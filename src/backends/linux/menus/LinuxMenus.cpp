@@ -1,0 +1,100 @@
+#include "backends/linux/menus/LinuxMenus.h"
+
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "backends/threads/GuardedCallback.h"
+
+namespace jumplark::menus {
+
+/// One call of read(), until its token ends it.
+struct LinuxMenus::Reading {
+  explicit Reading(Found callback) : found(std::move(callback)) {}
+  std::atomic<bool> isWanted{true};
+  GuardedCallback<std::vector<MenuCommand>, bool> found;
+};
+
+LinuxMenus::LinuxMenus(Queues& queues, WindowSystem& windows, std::vector<MenuSource*> sources)
+    : queues_(queues),
+      windows_(windows),
+      sources_(std::move(sources)),
+      queue_(queues.makeSerialQueue("com.brindlefox.jumplark.menus")) {}
+
+Token LinuxMenus::read(int32_t pid, Found found) {
+  const auto reading = std::make_shared<Reading>(std::move(found));
+  queue_->post([this, pid, reading] { run(pid, *reading); });
+  return Token([reading] {
+    reading->isWanted = false;
+    reading->found.end();
+  });
+}
+
+void LinuxMenus::run(int32_t pid, Reading& reading) {
+  if (!reading.isWanted) {
+    return;
+  }
+  const TimePoint started = Clock::now();
+  std::optional<TimePoint> first;
+  MenuSink sink(
+      [&](std::vector<MenuCommand> commands) {
+        first = first.value_or(Clock::now());
+        reading.found.call(queues_, std::move(commands), false);
+      },
+      [&] { return reading.isWanted.load(); });
+  if (const auto window = windowOf(pid)) {
+    readFrom({pid, *window, started + kLimit}, sink);
+  }
+  const auto since = [&](TimePoint time) { return std::chrono::duration<double, std::milli>(time - started).count(); };
+  const TimePoint ended = Clock::now();
+  spdlog::debug("Read {} commands of menus in {:.1f} ms, the first of them after {:.1f} ms", sink.count(), since(ended),
+                since(first.value_or(ended)));
+  reading.found.call(queues_, sink.rest(), true);
+}
+
+std::optional<WindowFacts> LinuxMenus::windowOf(int32_t pid) {
+  if (pid == ::getpid()) {
+    return std::nullopt;  // windows of this program have no menus
+  }
+  for (WindowFacts& window : windows_.windowsFrontToBack()) {
+    const bool isNormal = window.type == WindowType::normal || window.type == WindowType::dialog;
+    if (isNormal && !window.hidden && (window.pid == pid || window.connectionPid == pid)) {
+      return std::move(window);
+    }
+  }
+  return std::nullopt;
+}
+
+void LinuxMenus::readFrom(const MenuRequest& request, MenuSink& sink) {
+  std::vector<MenuSource*> sources = sources_;
+  if (lastWindow_ == request.window.id && lastSource_) {
+    const auto last = std::ranges::find(sources, lastSource_);
+    std::rotate(sources.begin(), last, last + 1);
+  }
+  lastWindow_ = request.window.id;
+  lastSource_ = nullptr;
+  for (MenuSource* source : sources) {
+    if (!sink.isOpen()) {
+      return;
+    }
+    source->read(request, sink);
+    if (sink.count() > 0) {
+      lastSource_ = source;
+      return;
+    }
+  }
+}
+
+MenuOutcome LinuxMenus::perform(const MenuCommand& command) {
+  const TimePoint deadline = Clock::now() + kLongestPerformance;
+  for (MenuSource* source : sources_) {
+    if (const auto outcome = source->perform(command, deadline)) {
+      return *outcome;
+    }
+  }
+  return MenuOutcome::gone;
+}
+
+}  // namespace jumplark::menus

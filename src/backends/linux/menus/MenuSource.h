@@ -1,0 +1,76 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "backends/linux/windows/WindowSystem.h"
+#include "platform/Menus.h"
+
+namespace jumplark::menus {
+
+using Clock = std::chrono::steady_clock;
+using TimePoint = Clock::time_point;
+
+/// Deeper menus are left out.
+inline constexpr int kDeepest = 8;
+/// A command that is under way for so long without an answer has been carried out, and shows a dialog.
+inline constexpr auto kMoment = std::chrono::milliseconds(300);
+
+/// Whose commands are wanted, and until when.
+struct MenuRequest {
+  int32_t pid = -1;
+  WindowFacts window;
+  TimePoint deadline;
+};
+
+/// Takes commands while they are read, in the order of the menus, and passes them on in batches. One thread.
+class MenuSink {
+ public:
+  /// `deliver` gets each batch but the last one, `isWanted` says whether anybody still waits for them.
+  using Deliver = std::function<void(std::vector<MenuCommand> commands)>;
+  MenuSink(Deliver deliver, std::function<bool()> isWanted)
+      : deliver_(std::move(deliver)), isWanted_(std::move(isWanted)) {}
+
+  bool isFull() const { return count_ >= Menus::kMostCommands; }
+  /// False once no more are taken.
+  bool isOpen() const { return !isFull() && isWanted_(); }
+  /// What is too much is dropped.
+  void add(MenuCommand command) {
+    if (!isFull()) {
+      ++count_;
+      kept_.push_back(std::move(command));
+    }
+  }
+  /// Passes on what was added since.
+  void flush() {
+    if (!kept_.empty()) {
+      deliver_(std::exchange(kept_, {}));
+    }
+  }
+  /// What was not passed on yet.
+  std::vector<MenuCommand> rest() { return std::exchange(kept_, {}); }
+  size_t count() const { return count_; }
+
+ private:
+  Deliver deliver_;
+  std::function<bool()> isWanted_;
+  std::vector<MenuCommand> kept_;
+  size_t count_ = 0;
+};
+
+/// One way in which applications tell of their menus. Calls may come from any thread; only one reads at a time.
+class MenuSource {
+ public:
+  virtual ~MenuSource() = default;
+  /// Reads the window's commands, until the deadline or until the sink takes no more. Without any the window's menus
+  /// are told in another way, or not at all.
+  virtual void read(const MenuRequest& request, MenuSink& sink) = 0;
+  /// None when the command was not told by this source.
+  virtual std::optional<MenuOutcome> perform(const MenuCommand& command, TimePoint deadline) = 0;
+};
+
+}  // namespace jumplark::menus

@@ -1,0 +1,295 @@
+#include "backends/linux/atspi/menus/AtspiMenus.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <systemd/sd-bus.h>
+
+#include "backends/atspi/support/SourceFixture.h"
+#include "backends/linux/menus/MenuText.h"
+#include "backends/menus/ToldCommands.h"
+
+namespace jumplark::atspi {
+namespace {
+
+using menus::commandsOf;
+using menus::later;
+using menus::linesOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr uint64_t kEnabled = bit(state::enabled) | bit(state::sensitive);
+
+/// An application with a menu bar whose menus are closed, the way Qt has them in its tree.
+class AtspiMenusTest : public SourceFixture {
+ protected:
+  explicit AtspiMenusTest(const std::string& toolkit = "Qt", const std::string& version = "6.4.2")
+      : SourceFixture(toolkit, version) {
+    app.add("frame", "bar", element(role::menuBar, ""));
+    menu("bar", "file", "File");
+    item("file", "quit", "Quit", "Ctrl+Q");
+    app.answerInstead([this](sd_bus_message* message, const std::string& id, const std::string& member) {
+      return answer(message, id, member);
+    });
+  }
+
+  FakeElement& add(const std::string& parent, const std::string& id, uint32_t role, const std::string& name,
+                   uint64_t states = kEnabled) {
+    FakeElement made = element(role, name);
+    made.states = states;
+    made.interfaces = {"Component", "Action"};
+    return app.add(parent, id, made);
+  }
+  /// A menu item with a popup menu of the same id and a "_menu" behind it.
+  void menu(const std::string& parent, const std::string& id, const std::string& name) {
+    add(parent == "bar" ? parent : parent + "_menu", id, role::menuItem, name);
+    add(id, id + "_menu", role::popupMenu, "");
+  }
+  FakeElement& item(const std::string& parent, const std::string& id, const std::string& name,
+                    const std::string& key = "", uint32_t role = role::menuItem, uint64_t states = kEnabled) {
+    keys_[id] = key;
+    return add(parent + "_menu", id, role, name, states);
+  }
+
+  bool answer(sd_bus_message* message, const std::string& id, const std::string& member) {
+    const auto key = keys_.find(id);
+    if (member == "GetActions") {
+      // The key is told to whoever asks for it by itself.
+      const bool tellsAll = key != keys_.end() && key->second.find(';') != std::string::npos;
+      sd_bus_message* reply = nullptr;
+      sd_bus_message_new_method_return(message, &reply);
+      sd_bus_message_append(reply, "a(sss)", key == keys_.end() ? 0 : 1, "click", "",
+                            tellsAll ? key->second.c_str() : "");
+      const bool sent = sd_bus_send(nullptr, reply, nullptr) >= 0;
+      sd_bus_message_unref(reply);
+      return sent;
+    }
+    if (member == "GetKeyBinding") {
+      return sd_bus_reply_method_return(message, "s", key->second.c_str()) >= 0;
+    }
+    if (member == "DoAction") {
+      done = id;
+      return showsDialog || sd_bus_reply_method_return(message, "b", refuses ? 0 : 1) >= 0;
+    }
+    return false;
+  }
+
+  AtspiMenus& menusOf() {
+    if (!menus_) {
+      menus_ = std::make_unique<AtspiMenus>(
+          source(), windows, [this](const ElementRef&) { return source().last; },
+          MenuHands{[this](Point place) { clicked(place); }, [this] { hands.emplace_back("Escape"); }});
+    }
+    return *menus_;
+  }
+  menus::MenuRequest request(menus::TimePoint deadline = later()) { return {getpid(), windows.windows[0], deadline}; }
+  std::vector<MenuCommand> commands() { return commandsOf(menusOf(), request()); }
+  std::vector<std::string> lines() { return linesOf(commands()); }
+  MenuOutcome perform(const MenuCommand& command, menus::TimePoint deadline = later()) {
+    return menusOf().perform(command, deadline).value_or(MenuOutcome::gone);
+  }
+  /// Shows the element with this id at the click after the next `clicks` ones.
+  void clicked(Point place) {
+    hands.push_back(fmt::format("{},{}", place.x, place.y));
+    if (!opens.empty()) {
+      opens.front()->states |= bit(state::showing);
+      opens.erase(opens.begin());
+    }
+  }
+
+  std::string done;  ///< the element whose action was done last
+  bool refuses = false;
+  bool showsDialog = false;  ///< answers when that closes
+  std::vector<std::string> hands;
+  std::vector<FakeElement*> opens;  ///< what shows after each click
+
+ private:
+  std::map<std::string, std::string> keys_;  ///< of those that have an action
+  std::unique_ptr<AtspiMenus> menus_;
+};
+
+TEST_F(AtspiMenusTest, closedMenusReadAsTheyWouldShow) {
+  item("file", "new", "New      ", "n;<Alt>f:n;<Primary>n");
+  item("file", "print", "Print", "Alt+P");
+  item("file", "far", "Far left", "Alt+Left");
+  add("file_menu", "line", role::separator, "");
+  item("file", "off", "Undo", "", role::menuItem, 0);
+  item("file", "wrap", "Wrap", "", role::checkMenuItem, kEnabled | bit(state::checked));
+  item("file", "grid", "Grid", "", role::menuItem, kEnabled | bit(state::checkable));
+  item("file", "red", "Red", "", role::radioMenuItem);
+  item("file", "shown", "Shown", "", role::menuItem, kEnabled | bit(state::showing));
+  menu("file", "recent", "Recent");
+  item("recent", "letter", "letter.txt");
+  menu("file", "empty", "Nothing yet");
+  add("file_menu", "none", role::menu, "No templates");
+  // A menu that is only in the tree while it is open, and a button's and a combo box's, which belong to no bar.
+  add("bar", "title", role::menuItem, "Help");
+  add("title", "label", role::label, "Help");
+  add("frame", "choice", role::comboBox, "Size", kShown);
+  menu("choice", "sizes", "Sizes");
+  const std::vector<std::string> all = {
+      "File>Quit Control+Q", "File>New Control+N", "File>Print",   "File>Far left Alt+Left", "File>Undo disabled",
+      "File>Wrap [x]",       "File>Grid [ ]",      "File>Red ( )", "File>Shown open",        "File>Recent>letter.txt"};
+  EXPECT_EQ(lines(), all) << "without a snapshot";
+  prepare();
+  EXPECT_EQ(lines(), all) << "with one that knows the menu bar";
+}
+
+TEST_F(AtspiMenusTest, theMenusOfButtonsAreReadWhereASnapshotSawThem) {
+  add("frame", "tools", role::pushButton, "Tools", kShown);
+  add("tools", "tools_menu", role::popupMenu, "");
+  item("tools", "ruler", "Ruler");
+  add("frame", "plain", role::pushButton, "Plain", kShown);
+  EXPECT_THAT(lines(), ElementsAre("File>Quit Control+Q"));
+  prepare();
+  EXPECT_THAT(lines(), ElementsAre("File>Quit Control+Q", "Tools>Ruler"));
+}
+
+TEST_F(AtspiMenusTest, theSameWindowsMenusAreOnlyAskedWhetherTheyAreStillSo) {
+  FakeElement& undo = item("file", "undo", "Undo typing", "Ctrl+Z", role::menuItem, 0);
+  lines();
+  const size_t read = app.timesAsked("Accessible.GetChildren file_menu");
+  undo.states = kEnabled;
+  EXPECT_THAT(lines(), ElementsAre("File>Quit Control+Q", "File>Undo typing Control+Z"));
+  EXPECT_EQ(app.timesAsked("Accessible.GetChildren file_menu"), read);
+  undo.name = "Undo paste";
+  EXPECT_THAT(lines(), Contains("File>Undo paste Control+Z"));
+  item("file", "redo", "Redo");
+  EXPECT_THAT(lines(), Contains("File>Redo"));
+}
+
+TEST_F(AtspiMenusTest, aCommandIsCarriedOutByItsElementIfThatIsStillTheSame) {
+  FakeElement& undo = item("file", "undo", "Undo", "Ctrl+Z");
+  const std::vector<MenuCommand> told = commands();
+  EXPECT_EQ(perform(told[1]), MenuOutcome::done);
+  EXPECT_EQ(done, "undo");
+  refuses = true;
+  EXPECT_EQ(perform(told[0]), MenuOutcome::failed);
+  EXPECT_EQ(done, "quit");
+  done.clear();
+  undo.states = 0;
+  EXPECT_EQ(perform(told[1]), MenuOutcome::disabled);
+  // Its id is another's now, and it has another id.
+  refuses = false;
+  undo.states = kEnabled;
+  undo.name = "Delete everything";
+  item("file", "undo2", "Undo", "Ctrl+Z");
+  EXPECT_EQ(perform(told[1]), MenuOutcome::done);
+  EXPECT_EQ(done, "undo2");
+  done.clear();
+  app.remove("quit");
+  EXPECT_EQ(perform(told[0]), MenuOutcome::gone);
+  EXPECT_EQ(done, "");
+  EXPECT_EQ(menusOf().perform({{"x"}, {}, {}, false, true, false, nullptr}, later()), std::nullopt);
+}
+
+TEST_F(AtspiMenusTest, anApplicationThatShowsADialogHasCarriedItOutAndOneThatHangsHasNot) {
+  const std::vector<MenuCommand> told = commands();
+  showsDialog = true;
+  EXPECT_EQ(perform(told[0]), MenuOutcome::done);
+  app.peer().hang();
+  EXPECT_EQ(perform(told[0], menus::Clock::now() + std::chrono::milliseconds(50)), MenuOutcome::failed);
+  EXPECT_THAT(commandsOf(menusOf(), request(menus::Clock::now() + std::chrono::milliseconds(50))), IsEmpty());
+}
+
+TEST_F(AtspiMenusTest, whatHasNoActionIsChosenInItsMenusWhichAreClosedIfItCannotBe) {
+  menu("file", "more", "More");
+  const auto place = [this](const char* id, Rect rect, uint64_t states) {
+    FakeElement& element = app.at(id);
+    element.rect = rect;
+    element.states = states;
+    return &element;
+  };
+  place("file", {10, 20, 40, 20}, kShown);
+  FakeElement* more = place("more", {10, 40, 80, 20}, kEnabled);
+  add("more_menu", "zoom", role::menuItem, "Zoom");
+  FakeElement* zoom = place("zoom", {100, 40, 60, 20}, kEnabled);
+  const std::vector<MenuCommand> told = commands();
+  ASSERT_EQ(told.size(), 2U);
+  opens = {more, zoom};
+  EXPECT_EQ(perform(told[1]), MenuOutcome::done);
+  EXPECT_THAT(hands, ElementsAre("30,30", "50,50", "130,50"));
+
+  hands.clear();
+  more->states = zoom->states = kEnabled;
+  opens = {more};
+  EXPECT_EQ(perform(told[1], menus::Clock::now() + std::chrono::milliseconds(300)), MenuOutcome::failed);
+  EXPECT_THAT(hands, ElementsAre("30,30", "50,50", "Escape")) << "the second click may have opened nothing";
+}
+
+/// What it says of a closed menu is as that was when it showed last.
+class OldStatesTest : public AtspiMenusTest {
+ protected:
+  OldStatesTest() : AtspiMenusTest("gtk", "3.24.38") { app.at("root").name = "soffice"; }
+};
+
+TEST_F(OldStatesTest, areLookedAtInTheOpenMenuBeforeACommandCountsAsDisabled) {
+  app.at("file").states = kShown;
+  FakeElement& quit = app.at("quit");
+  quit.states = 0;
+  prepare();
+  const std::vector<MenuCommand> told = commands();
+  EXPECT_THAT(linesOf(told), ElementsAre("File>Quit Control+Q"));
+  opens = {&quit};
+  EXPECT_EQ(perform(told[0]), MenuOutcome::disabled);
+  EXPECT_THAT(hands, ElementsAre("5,5", "Escape"));
+  hands.clear();
+  quit.states = bit(state::sensitive);
+  EXPECT_EQ(perform(told[0]), MenuOutcome::done);
+  EXPECT_THAT(hands, IsEmpty());
+  EXPECT_EQ(done, "quit");
+}
+
+TEST_F(AtspiMenusTest, nonsenseEnds) {
+  // Menus that hold each other, one that is too deep, elements that vanish.
+  menu("file", "loop", "Loop");
+  app.add("loop_menu", "again", element(role::menuItem, "Again")).children = {"file_menu", "loop_menu", "bar", "again"};
+  std::string above = "file";
+  for (int i = 0; i < 12; ++i) {
+    const std::string id = "level" + std::to_string(i);
+    menu(above, id, "Deeper");
+    item(id, id + "_item", "item" + std::to_string(i));
+    above = id;
+  }
+  item("file", "vanished", "Vanished");
+  app.remove("vanished");
+  item("file", "long", std::string(1'000'000, 'x'));
+  item("file", "nameless", "  \n ");
+  const std::vector<std::string> told = lines();
+  EXPECT_THAT(told, Contains("File>" + std::string(menus::kLongestTitle, 'x')));
+  EXPECT_THAT(told, Contains(::testing::EndsWith("item5")));
+  EXPECT_THAT(told, Not(Contains(::testing::EndsWith("item6")))) << "eight titles deep at most";
+  EXPECT_THAT(told, Not(Contains("File>Vanished")));
+  EXPECT_THAT(told, Contains("File>Quit Control+Q"));
+  for (size_t i = 0; i < Menus::kMostCommands + 50; ++i) {
+    item("file", "i" + std::to_string(i), "item");
+  }
+  EXPECT_EQ(lines().size(), Menus::kMostCommands);
+}
+
+/// GTK 3 and LibreOffice tell all of it at once.
+class CachedMenusTest : public SourceFixture {
+ protected:
+  CachedMenusTest() : SourceFixture("gtk", "3.24.38") {}
+};
+
+TEST_F(CachedMenusTest, whatTheSnapshotsCacheToldIsNotAskedAgain) {
+  const auto add = [this](const char* parent, const char* id, uint32_t role, const char* name) {
+    FakeElement made = element(role, name);
+    made.interfaces = {"Component"};
+    app.add(parent, id, made);
+  };
+  add("frame", "bar", role::menuBar, "");
+  add("bar", "file", role::menu, "File");
+  add("file", "open", role::menuItem, "Open      ");
+  app.cache({"frame", "bar", "file", "open"});
+  prepare();
+  AtspiMenus menus(source(), windows, [this](const ElementRef&) { return source().last; }, {});
+  EXPECT_THAT(linesOf(commandsOf(menus, {getpid(), windows.windows[0], later()})), ElementsAre("File>Open open"));
+  EXPECT_FALSE(app.wasAsked("Accessible.GetRole open"));
+  EXPECT_EQ(app.timesAsked("Cache.GetItems cache"), 1U);
+}
+
+}  // namespace
+}  // namespace jumplark::atspi
