@@ -6,4 +6,4 @@ add_executable(bench_matching
 target_compile_options(bench_matching PRIVATE ${JUMPLARK_WARNINGS})
 target_include_directories(bench_matching PRIVATE ${PROJECT_SOURCE_DIR}/bench)
 target_link_libraries(bench_matching PRIVATE
-  jumplark_selection jumplark_query_matching jumplark_recorded nlohmann_json::nlohmann_json)
+  jumplark_selection jumplark_query_commands jumplark_query_matching jumplark_recorded nlohmann_json::nlohmann_json)

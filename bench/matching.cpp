@@ -1,7 +1,7 @@
 // What one key press costs: expression, evaluation, scoring, pruning, ordering and labels, for snapshots of several
 // sizes and queries of several kinds, beside the goal and beside plain XPath on the same document in the same run. Then
-// what building a snapshot costs in time and memory. Prints tables; no argument. Times are processor time of the
-// thread.
+// what building a snapshot costs in time and memory, and what a key press among the commands of menus. Prints tables;
+// no argument. Times are processor time of the thread.
 
 #include <fmt/format.h>
 #include <malloc.h>
@@ -19,6 +19,7 @@
 #include "SyntheticDesktop.h"
 #include "accessibility/JLElement.h"
 #include "backends/recorded/RecordedPlatform.h"
+#include "query/commands/CommandIndex.h"
 #include "query/matching/JLElementFilter.h"
 #include "query/matching/JLElementMatcher.h"
 #include "selection/JLElementShortcutAssigner.h"
@@ -154,6 +155,32 @@ void printKeyTimes(const Size& size, Texts texts) {
   });
 }
 
+std::vector<MenuCommand> commandsOfMenus(size_t count) {
+  static const std::vector<std::string> kWords = {"Save",  "Page",   "Insert", "Preferences…", "Format",   "as",
+                                                  "Файл",  "Größe",  "Table",  "Cell",         "of",       "Style",
+                                                  "Image", "Column", "Remove", "Selected",     "Document", "Zoom"};
+  const auto word = [](size_t number) { return kWords[number * 7919 % 10007 % kWords.size()]; };
+  std::vector<MenuCommand> commands(count);
+  for (size_t i = 0; i < count; ++i) {
+    const std::string title = word(i) + " " + word(i / 3 + 5) + " " + word(i / 7 + 11);
+    commands[i].path = {word(i / 200), word(i / 20), title};
+  }
+  return commands;
+}
+
+void printCommandTimes() {
+  constexpr size_t kCount = Menus::kMostCommands;
+  CommandIndex index;
+  const double time = millisecondsOf([&] { index.add(CommandIndex::prepare(commandsOfMenus(kCount))); });
+  fmt::print("\n{} commands of menus: one key's worth, median of 31 (goal 10 ms); prepared in {:.1f} ms\n", kCount,
+             time);
+  for (const char* query : {"", "s", "save", "insert table", "savethedocumentq", "a b c d", "щук"}) {
+    size_t found = 0;
+    const double each = medianOf(31, [&] { found = index.search(query).size(); });
+    fmt::print("{:<18}{:>10.3f}{:>8} found\n", query, each, found);
+  }
+}
+
 void printBuildTimes() {
   fmt::print("\nBuilding a snapshot from memory, median of 5 (goal for the document: 5 us an element)\n");
   fmt::print("{:<10}{:>16}{:>16}{:>16}{:>16}\n", "elements", "document ms", "us an element", "index ms",
@@ -193,6 +220,7 @@ int main() {
   // First, before anything else has left its mark on the heap.
   printMemory();
   printBuildTimes();
+  printCommandTimes();
   for (const Size& size : kSizes) {
     printKeyTimes(size, Texts::ordinary);
   }

@@ -40,7 +40,14 @@ inline constexpr int64_t space = 49;
 inline constexpr int64_t backspace = 51;
 inline constexpr int64_t escape = 53;
 inline constexpr int64_t symbolBase = 0x10000;
+inline constexpr int64_t home = symbolBase + 0xFF50;
+inline constexpr int64_t up = symbolBase + 0xFF52;
+inline constexpr int64_t down = symbolBase + 0xFF54;
+inline constexpr int64_t pageUp = symbolBase + 0xFF55;
+inline constexpr int64_t pageDown = symbolBase + 0xFF56;
+inline constexpr int64_t end = symbolBase + 0xFF57;
 inline constexpr int64_t f5 = symbolBase + 0xFFC2;
+inline constexpr int64_t f10 = symbolBase + 0xFFC7;
 }  // namespace key_code
 
 /// Where a tap sits, and where a posted event enters.

@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Geometry.h"
+#include "platform/Menus.h"
 #include "platform/Queues.h"
 
 namespace jumplark {
@@ -36,6 +38,29 @@ struct KeyEvent {
   bool isRepeat = false;
 };
 
+/// A command of a menu as a row of the list under the field. Texts are UTF-8; marks are those of their UTF-16 units
+/// that the query names, in order.
+struct CommandRow {
+  std::string path;  ///< the menus that it is in, from the outermost one; empty for none
+  std::vector<Range> pathMarks;
+  std::string title;
+  std::vector<Range> titleMarks;
+  std::string keys;  ///< its own shortcut; may be empty
+  MenuCommand::Mark mark = MenuCommand::Mark::none;
+  bool isOn = false;  ///< of one with a mark
+  bool isEnabled = true;
+  bool operator==(const CommandRow&) const = default;
+};
+
+/// The rows that a list of commands shows of all that it has.
+struct CommandRows {
+  std::vector<CommandRow> rows;
+  size_t first = 0;                ///< the number of the first of them among all
+  size_t count = 0;                ///< of all
+  std::optional<size_t> selected;  ///< which of `rows`; none when it is not among them
+  bool operator==(const CommandRows&) const = default;
+};
+
 /// What the query window tells its controller. Every call comes on the main thread.
 class QueryWindowViewDelegate {
  public:
@@ -51,11 +76,15 @@ class QueryWindowViewDelegate {
   virtual void keyUp(const KeyEvent& event) = 0;
   /// The window had the keyboard and has lost it, or the user clicked outside it.
   virtual void didResignKey() = 0;
+  /// The user clicked one of the rows that show of the list of commands; counted from 0.
+  virtual void commandRowPressed(size_t row) = 0;
+  /// The user wants to see what comes after (before, for a negative number) the rows that show.
+  virtual void commandsScrolled(int rows) = 0;
 };
 
-/// The window into which the user types: a single-line field, a spinner and a text below them. It exists from
-/// its making on, hidden, so that showing it is quick. Main thread only. Rectangles are in screen coordinates with a
-/// bottom-left origin.
+/// The window into which the user types: a single-line field, a spinner, and below them a text and a list of commands.
+/// It exists from its making on, hidden, so that showing it is quick. Main thread only. Rectangles are in screen
+/// coordinates with a bottom-left origin.
 class QueryWindowView {
  public:
   virtual ~QueryWindowView() = default;
@@ -85,6 +114,8 @@ class QueryWindowView {
   virtual void setSpinnerOpacity(double opacity, Duration duration) = 0;
   /// A text under the field, of any length, that tells why there is nothing to choose; empty removes it.
   virtual void setNotice(const std::string& notice) = 0;
+  /// The list under the field, which grows downwards, as far as the work area permits; no rows remove it.
+  virtual void setCommands(const CommandRows& commands) = 0;
   /// What a screen reader says of the selected match: its text and its label. Empty when nothing is selected.
   virtual void announceSelection(const std::string& description) = 0;
 };

@@ -103,6 +103,11 @@ void RecordedQueryWindow::setNotice(const std::string& notice) {
   notice_ = notice;
 }
 
+void RecordedQueryWindow::setCommands(const CommandRows& commands) {
+  checkThread();
+  commands_ = commands;
+}
+
 void RecordedQueryWindow::announceSelection(const std::string& description) {
   checkThread();
   announcements_.push_back(description);
@@ -150,6 +155,18 @@ bool RecordedQueryWindow::pressCharacter(const std::string& character, uint64_t 
 
 bool RecordedQueryWindow::pressBackspace() {
   return press(key_code::backspace);
+}
+
+void RecordedQueryWindow::pressRow(size_t row) {
+  if (delegate_ != nullptr && row < commands_.rows.size()) {
+    delegate_->commandRowPressed(row);
+  }
+}
+
+void RecordedQueryWindow::scroll(int rows) {
+  if (delegate_ != nullptr) {
+    delegate_->commandsScrolled(rows);
+  }
 }
 
 void RecordedQueryWindow::resignKey() {

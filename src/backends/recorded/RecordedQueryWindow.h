@@ -33,6 +33,7 @@ class RecordedQueryWindow : public QueryWindowView {
   void startSpinner() override;
   void setSpinnerOpacity(double opacity, Duration duration) override;
   void setNotice(const std::string& notice) override;
+  void setCommands(const CommandRows& commands) override;
   void announceSelection(const std::string& description) override;
 
   /// The user. One press for each character.
@@ -45,6 +46,9 @@ class RecordedQueryWindow : public QueryWindowView {
   /// A key that types a character, with modifiers held.
   bool pressCharacter(const std::string& character, uint64_t flags = 0);
   bool pressBackspace();
+  /// The user clicks a row of the list of commands, or turns the wheel over it.
+  void pressRow(size_t row);
+  void scroll(int rows);
   /// The keyboard goes to another window, as after a click elsewhere.
   void resignKey();
   /// An input method begins or ends composing.
@@ -60,6 +64,7 @@ class RecordedQueryWindow : public QueryWindowView {
   /// Each change asked for, with its duration.
   const std::vector<std::pair<double, Duration>>& spinnerChanges() const { return spinnerChanges_; }
   const std::string& notice() const { return notice_; }
+  const CommandRows& commands() const { return commands_; }
   const std::vector<std::string>& announcements() const { return announcements_; }
   /// How many of the core's calls came on another thread than the main one.
   int callsOffMainThread() const { return callsOffMainThread_; }
@@ -83,6 +88,7 @@ class RecordedQueryWindow : public QueryWindowView {
   double spinnerOpacity_ = 0;
   std::vector<std::pair<double, Duration>> spinnerChanges_;
   std::string notice_;
+  CommandRows commands_;
   std::vector<std::string> announcements_;
   mutable int callsOffMainThread_ = 0;
 };

@@ -9,6 +9,8 @@
 #include "overlay/JLElementHighlighter.h"
 #include "platform/Platform.h"
 #include "query/engine/ActivationController.h"
+#include "query/engine/CommandActions.h"
+#include "query/engine/CommandSearch.h"
 #include "query/engine/JLQueryWindowController.h"
 #include "query/engine/KeyBindings.h"
 #include "query/engine/MatchActions.h"
@@ -36,17 +38,25 @@ JLQueryEngine& JLQueryEngine::sharedInstance() {
 JLQueryEngine::JLQueryEngine(std::string bundleIdentifier)
     : discovery_(std::make_unique<JLDiscoveryController>()),
       selection_(std::make_unique<JLElementSelectionController>()),
-      window_(std::make_unique<JLQueryWindowController>(QueryWindowEvents{
-          [this](const KeyEvent& event) { keyDown(event); }, [this] { activation_->queryWindowDidResignKey(); }})),
+      window_(std::make_unique<JLQueryWindowController>(
+          QueryWindowEvents{.keyDown = [this](const KeyEvent& event) { keyDown(event); },
+                            .didResignKey = [this] { activation_->queryWindowDidResignKey(); },
+                            .commandRowPressed = [this](size_t row) { commands_->rowPressed(row); },
+                            .commandsScrolled = [this](int rows) { commands_->scroll(rows); }})),
       taps_(std::make_unique<ZMOModifierTapDetector>()),
       layouts_(std::make_unique<ZMOForceKeyboardLayoutController>()),
       pipeline_(std::make_unique<QueryPipeline>(state_, window_->text(), *selection_, mainThread_)),
       activation_(std::make_unique<ActivationController>(
           state_, ActivationController::Parts{*pipeline_, *window_, *selection_, *discovery_, *taps_, *layouts_},
           mainThread_, std::move(bundleIdentifier))),
-      actions_(std::make_unique<MatchActions>(state_, *activation_, *pipeline_, *selection_, mainThread_)),
+      actions_(std::make_unique<MatchActions>(state_, *activation_, *pipeline_, *selection_, mainThread_,
+                                              [this] { commands_->actionWithoutMatch(); })),
+      commandActions_(std::make_unique<CommandActions>(state_, *activation_, *pipeline_, *actions_, mainThread_)),
+      commands_(std::make_unique<CommandSearch>(
+          CommandSearch::Parts{state_, *pipeline_, *selection_, *window_, *commandActions_}, mainThread_)),
       keys_(std::make_unique<KeyBindings>(
-          KeyCommands{.actionElement = [this] { actionElement(); },
+          KeyCommands{.listKey = [this](ListKey key) { return commands_->keyDown(key); },
+                      .actionElement = [this] { actionElement(); },
                       .mouseToElement = [this] { mouseToElement(); },
                       .focusElement = [this] { focusElement(); },
                       .deactivate = [this] { deactivate(); },
@@ -76,9 +86,11 @@ JLQueryEngine::~JLQueryEngine() {
 void JLQueryEngine::connectWindow() {
   TaskQueue& mainQueue = Platform::current().queues->mainQueue();
   const auto isCurrent = [this](const auto& value) { return state_.isCurrent(value.activation); };
-  tokens_.push_back(combineLatest(pipeline_->isWorking().observe(), pipeline_->isCollecting().observe())
-                        .map([](const auto& either) { return either.first || either.second; })
-                        .bindTo(window_->isWorking()));
+  const auto either = [](const auto& both) { return both.first || both.second; };
+  const auto isMatching =
+      combineLatest(pipeline_->isWorking().observe(), pipeline_->isCollecting().observe()).map(either);
+  tokens_.push_back(
+      combineLatest(isMatching, commands_->isWaited().observe()).map(either).bindTo(window_->isWorking()));
   tokens_.push_back(pipeline_->currentAppElementSignal()
                         .deliverOn(mainQueue)
                         .filter(isCurrent)
@@ -89,14 +101,16 @@ void JLQueryEngine::connectWindow() {
 }
 
 void JLQueryEngine::announceSelections() {
-  const auto announce = [this] {
-    const auto match = selection_->currentMatch();
-    if (state_.isActive.value()) {
-      window_->announceSelection(match ? selectionDescription(*match->node(), selection_->currentLabel()) : "");
-    }
-  };
   tokens_.push_back(NotificationCenter::defaultCenter().observe(
-      "ElementSelectionChanged", [this, announce](const auto&) { mainThread_.post(announce); }));
+      "ElementSelectionChanged", [this](const auto&) { mainThread_.post([this] { announceSelection(); }); }));
+  tokens_.push_back(commands_->isShown().observe().subscribe([this](bool) { announceSelection(); }));
+}
+
+void JLQueryEngine::announceSelection() {
+  if (state_.isActive.value() && !commands_->isShown().value()) {
+    const auto match = selection_->currentMatch();
+    window_->announceSelection(match ? selectionDescription(*match->node(), selection_->currentLabel()) : "");
+  }
 }
 
 void JLQueryEngine::warmMatcher() {
@@ -153,12 +167,17 @@ void JLQueryEngine::maybeReactivateAfterActioningElement(const Element& element)
   actions_->maybeReactivateAfterActioningElement(element);
 }
 
+// A command has no place for the pointer, and takes no focus.
 void JLQueryEngine::mouseToElement() {
-  actions_->mouseToElement();
+  if (!commands_->isShown().value()) {
+    actions_->mouseToElement();
+  }
 }
 
 void JLQueryEngine::focusElement() {
-  actions_->focusElement();
+  if (!commands_->isShown().value()) {
+    actions_->focusElement();
+  }
 }
 
 }  // namespace jumplark

@@ -15,6 +15,8 @@
 namespace jumplark {
 
 class ActivationController;
+class CommandActions;
+class CommandSearch;
 class JLDiscoveryController;
 class JLElement;
 class JLElementSelectionController;
@@ -33,6 +35,8 @@ struct KeyEvent;
 ///     ActivationController   starts and ends activations, and numbers them in the ActivationState
 ///     QueryPipeline          from the target and what is typed to the matches
 ///     MatchActions           acts on the selected match
+///     CommandSearch          the commands of the target's menus, their list and what is selected in it
+///     CommandActions         carries them out
 ///     KeyBindings            which key asks for what
 ///
 /// The engine owns these and the windows and taps that they use, connects them, and forwards to them.
@@ -105,6 +109,7 @@ class JLQueryEngine {
  private:
   void connectWindow();
   void announceSelections();
+  void announceSelection();
   void warmMatcher();
 
   // Each may use those above it.
@@ -118,6 +123,8 @@ class JLQueryEngine {
   std::unique_ptr<QueryPipeline> pipeline_;
   std::unique_ptr<ActivationController> activation_;
   std::unique_ptr<MatchActions> actions_;
+  std::unique_ptr<CommandActions> commandActions_;
+  std::unique_ptr<CommandSearch> commands_;
   std::unique_ptr<KeyBindings> keys_;
   std::shared_ptr<TaskQueue> warmQueue_;
   std::vector<Token> tokens_;

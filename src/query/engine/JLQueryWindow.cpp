@@ -44,4 +44,16 @@ void JLQueryWindow::didResignKey() {
   }
 }
 
+void JLQueryWindow::commandRowPressed(size_t row) {
+  if (controller_ != nullptr) {
+    controller_->commandRowPressed(row);
+  }
+}
+
+void JLQueryWindow::commandsScrolled(int rows) {
+  if (controller_ != nullptr) {
+    controller_->commandsScrolled(rows);
+  }
+}
+
 }  // namespace jumplark

@@ -31,6 +31,8 @@ class JLQueryWindow : private QueryWindowViewDelegate {
   void keyDown(const KeyEvent& event) override;
   void keyUp(const KeyEvent& event) override;
   void didResignKey() override;
+  void commandRowPressed(size_t row) override;
+  void commandsScrolled(int rows) override;
 
   std::unique_ptr<QueryWindowView> view_;
   JLQueryField field_;

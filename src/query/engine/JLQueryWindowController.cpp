@@ -80,11 +80,22 @@ void JLQueryWindowController::hideWindow() {
   window_.queryField().resignFirstResponder();
   window_.queryField().textDidChange("");
   setNotice("");
+  setCommands(std::nullopt);
   announced_.clear();
 }
 
 void JLQueryWindowController::setNotice(const std::string& notice) {
-  window_.view().setNotice(notice);
+  notice_ = notice;
+  if (!listsCommands_) {
+    window_.view().setNotice(notice);
+  }
+}
+
+void JLQueryWindowController::setCommands(const std::optional<CommandRows>& commands,
+                                          const std::string& insteadOfThem) {
+  listsCommands_ = commands.has_value();
+  window_.view().setNotice(commands ? insteadOfThem : notice_);
+  window_.view().setCommands(commands.value_or(CommandRows{}));
 }
 
 void JLQueryWindowController::announceSelection(const std::string& description) {
@@ -102,6 +113,14 @@ void JLQueryWindowController::keyUp(const KeyEvent& /*event*/) {}
 
 void JLQueryWindowController::windowDidResignKey() {
   events_.didResignKey();
+}
+
+void JLQueryWindowController::commandRowPressed(size_t row) {
+  events_.commandRowPressed(row);
+}
+
+void JLQueryWindowController::commandsScrolled(int rows) {
+  events_.commandsScrolled(rows);
 }
 
 std::vector<std::string> JLQueryWindowController::completionsForPartialWord(const std::string& /*word*/) {

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,10 @@ struct QueryWindowEvents {
   std::function<void(const KeyEvent& event)> keyDown;
   /// Another window has the keyboard.
   std::function<void()> didResignKey;
+  /// A row of the list of commands was clicked; counted from 0 among those that show.
+  std::function<void(size_t row)> commandRowPressed;
+  /// Later rows are wanted (earlier ones, for a negative number).
+  std::function<void(int rows)> commandsScrolled;
 };
 
 /// Shows, places and hides the query window, shows that matches are being looked for once that has taken 0.1 s since
@@ -48,12 +53,16 @@ class JLQueryWindowController : public JLQueryFieldDelegate {
 
   /// A text that tells why there is nothing to choose; empty removes it.
   void setNotice(const std::string& notice);
+  /// The list of commands, or a text instead of it; it takes the place of the notice. None brings the notice back.
+  void setCommands(const std::optional<CommandRows>& commands, const std::string& insteadOfThem = {});
   /// What a screen reader says of the selected match; the same text is not said twice in a row.
   void announceSelection(const std::string& description);
 
   void keyDown(const KeyEvent& event) override;
   void keyUp(const KeyEvent& event);
   void windowDidResignKey();
+  void commandRowPressed(size_t row);
+  void commandsScrolled(int rows);
   /// None, ever.
   std::vector<std::string> completionsForPartialWord(const std::string& word) override;
 
@@ -67,6 +76,8 @@ class JLQueryWindowController : public JLQueryFieldDelegate {
   Property<bool> isWorking_{false};
   Property<bool> isShown_{false};
   std::string announced_;
+  std::string notice_;
+  bool listsCommands_ = false;
   std::vector<Token> observations_;
 };
 

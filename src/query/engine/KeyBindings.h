@@ -9,8 +9,13 @@ class MainThreadCalls;
 class ZMOModifierTapDetector;
 struct KeyEvent;
 
+/// What a key means to the list of commands.
+enum class ListKey { toggle, back, next, previous, pageDown, pageUp, first, last, action, label };
+
 /// What keys can ask for. Each is called on the main thread, and there is one for all.
 struct KeyCommands {
+  /// Asked first of a key that means something to the list; true when the list has used it.
+  std::function<bool(ListKey key)> listKey;
   std::function<void()> actionElement;
   std::function<void()> mouseToElement;
   std::function<void()> focusElement;

@@ -39,8 +39,14 @@ bool endsModalMode(const std::string& role) {
 }  // namespace
 
 MatchActions::MatchActions(const ActivationState& state, ActivationController& activation, QueryPipeline& pipeline,
-                           JLElementSelectionController& selection, MainThreadCalls& mainThread)
-    : state_(state), activation_(activation), pipeline_(pipeline), selection_(selection), mainThread_(mainThread) {}
+                           JLElementSelectionController& selection, MainThreadCalls& mainThread,
+                           std::function<void()> withoutMatch)
+    : state_(state),
+      activation_(activation),
+      pipeline_(pipeline),
+      selection_(selection),
+      mainThread_(mainThread),
+      withoutMatch_(std::move(withoutMatch)) {}
 
 MatchActions::~MatchActions() = default;
 
@@ -97,7 +103,7 @@ void MatchActions::performDefaultAction(uint64_t activation) {
       element = element->live(true);
       activation_.deactivate();
     } else {
-      Platform::current().input->beep();
+      withoutMatch_();
     }
   });
   if (element) {

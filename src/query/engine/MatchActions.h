@@ -24,9 +24,10 @@ class MatchActions {
  public:
   using Element = std::shared_ptr<JLElement>;
 
-  /// Everything outlives it.
+  /// Everything outlives it. `withoutMatch` is what Return does where nothing matches; main thread.
   MatchActions(const ActivationState& state, ActivationController& activation, QueryPipeline& pipeline,
-               JLElementSelectionController& selection, MainThreadCalls& mainThread);
+               JLElementSelectionController& selection, MainThreadCalls& mainThread,
+               std::function<void()> withoutMatch);
   MatchActions(const MatchActions&) = delete;
   MatchActions& operator=(const MatchActions&) = delete;
   /// Waits for an action that is under way; the calls are closed by then. Main thread.
@@ -35,8 +36,7 @@ class MatchActions {
   /// Calls back once the matches of the present query are in place: at once when they are, else on a background queue;
   /// never when the query changes first.
   void whenMatchingFinishes(std::function<void()> callback);
-  /// Return: ends the activation and clicks the selected match; with no query, clicks where the pointer is; beeps when
-  /// nothing matches.
+  /// Return: ends the activation and clicks the selected match; with no query, clicks where the pointer is.
   void actionElement();
   /// Moves the pointer onto the selected match.
   void mouseToElement();
@@ -64,6 +64,7 @@ class MatchActions {
   QueryPipeline& pipeline_;
   JLElementSelectionController& selection_;
   MainThreadCalls& mainThread_;
+  const std::function<void()> withoutMatch_;
   std::vector<std::unique_ptr<MatchingWait>> waits_;  ///< main thread
 };
 

@@ -118,7 +118,10 @@ TargetTree QueryPipeline::takeSnapshot(const TreeRequest& request) {
 }
 
 void QueryPipeline::connectMatching() {
-  matchingElementsSignal_ = combineLatest(elementTreeSignal_, throttledQuerySignal_)
+  const auto queries = combineLatest(throttledQuerySignal_, areElementsWanted_.observe()).map([](const auto& latest) {
+    return TypedQuery{latest.first.text, latest.first.activation, latest.second};
+  });
+  matchingElementsSignal_ = combineLatest(elementTreeSignal_, queries)
                                 .map([this](const auto& latest) { return std::pair(latest, ++lastMatching_); })
                                 .deliverOn(highPriorityQueue())
                                 .map([](const auto& numbered) {
@@ -133,8 +136,9 @@ QueryPipeline::MatchingElements QueryPipeline::matchesOf(const TargetTree& tree,
                                                          uint64_t number) {
   // What was typed in another activation is not the query of this one, whose field is empty.
   const std::string query = typed.activation == tree.activation ? typed.text : std::string();
-  return {tree, JLElementFilter::pruneElements(JLElementMatcher::searchElementTreeWithQuery(tree.tree, query)), query,
-          number};
+  const std::string searched = typed.isForElements ? query : std::string();
+  return {tree, JLElementFilter::pruneElements(JLElementMatcher::searchElementTreeWithQuery(tree.tree, searched)),
+          query, number};
 }
 
 void QueryPipeline::deliverMatches(const MatchingElements& found) {
@@ -156,8 +160,9 @@ void QueryPipeline::deliverMatches(const MatchingElements& found) {
   if (found.tree.tree) {
     completedQuery_.set({found.query, found.tree.activation});
   }
-  mainThread_.post([this, activation = found.tree.activation, request = found.tree.request] {
+  mainThread_.post([this, activation = found.tree.activation, request = found.tree.request, number = found.number] {
     matched_ = {nullptr, activation, request};
+    delivered_ = number;
     updateCollecting();
   });
 }
@@ -165,6 +170,16 @@ void QueryPipeline::deliverMatches(const MatchingElements& found) {
 bool QueryPipeline::isMatched() const {
   const CompletedQuery completed = completedQuery_.value();
   return completed.text == query_.value() && state_.isCurrent(completed.activation);
+}
+
+void QueryPipeline::setElementsWanted(bool wanted) {
+  if (areElementsWanted_.value() != wanted) {
+    areElementsWanted_.set(wanted);
+  }
+}
+
+bool QueryPipeline::isSettled() const {
+  return isMatched() && !isCollecting_.value() && delivered_ == lastMatching_;
 }
 
 void QueryPipeline::connectWorking() {

@@ -39,6 +39,7 @@ class QueryPipeline {
   struct TypedQuery {
     std::string text;
     uint64_t activation = 0;
+    bool isForElements = true;
   };
   /// The matches of a query in a snapshot. The search runs when they are collected.
   struct MatchingElements {
@@ -70,13 +71,21 @@ class QueryPipeline {
   bool isMatched() const;
   /// Takes the snapshot anew, and matches the query in it.
   void refresh() { refreshSignal_.send(true); }
+  /// While elements are not wanted no query matches any; matches the present one again where that changes. Main thread.
+  void setElementsWanted(bool wanted);
+  /// The matches of what is typed in the latest snapshot that was asked for are in place, and nothing is under way.
+  /// Main thread.
+  bool isSettled() const;
+  /// The number of the latest snapshot whose matches are in place, in this activation. Main thread.
+  uint64_t snapshotNumber() const { return matched_.request; }
   void forgetCompletedQuery() { completedQuery_.set({}); }
 
   const Property<std::string>& query() const { return query_; }
   const Property<CompletedQuery>& completedQuery() const { return completedQuery_; }
   /// Whether the completed query is another than the query, as of the last change of the completed one.
   const Property<bool>& isWorking() const { return isWorking_; }
-  /// The matches of a snapshot that has been asked for, at the beginning or by a refresh, are not in place yet.
+  /// The matches of a snapshot that has been asked for, at the beginning or by a refresh, are not in place yet. Sent on
+  /// the main thread, also each time that matches are in place.
   const Property<bool>& isCollecting() const { return isCollecting_; }
   const Property<TargetElement>& currentAppElement() const { return currentAppElement_; }
   const Property<TargetElement>& activeWindowElement() const { return activeWindowElement_; }
@@ -132,7 +141,9 @@ class QueryPipeline {
 
   std::atomic<uint64_t> lastTreeRequest_{0};
   std::atomic<uint64_t> lastMatching_{0};
-  TargetTree matched_;  ///< the last whose matches are in place, without its tree; main thread
+  Property<bool> areElementsWanted_{true};
+  TargetTree matched_;      ///< the last whose matches are in place, without its tree; main thread
+  uint64_t delivered_ = 0;  ///< the matching that is in place; main thread
 
   std::vector<Token> tokens_;
 };

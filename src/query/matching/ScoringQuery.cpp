@@ -4,8 +4,10 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <numeric>
 
 #include "query/matching/FoldedText.h"
+#include "query/matching/WordSplitter.h"
 #include "query/text/CharacterTraits.h"
 #include "query/text/TextFolding.h"
 
@@ -86,17 +88,55 @@ double ScoringQuery::score(const PreparedText& text) {
 }
 
 float ScoringQuery::scoreWords(const PreparedWords& words) const {
+  return bestWalk(words).first;
+}
+
+std::pair<float, size_t> ScoringQuery::bestWalk(const PreparedWords& words) const {
   // Each walk adds the starts that it makes reachable, all of them behind its own.
   uint64_t starts = 1;
-  float best = 0;
+  std::pair<float, size_t> best{0.0F, 0};
   while (starts != 0) {
     const auto first = static_cast<size_t>(std::countr_zero(starts));
     starts &= starts - 1;
-    const Walk walk = walkFrom(words, first);
-    best = std::max(best, walk.score);
+    const Walk walk = walkFrom(words, first, [](size_t, size_t) {});
+    best = walk.score > best.first ? std::pair(walk.score, first) : best;
     starts |= walk.startsBeyond;
   }
   return best;
+}
+
+std::vector<size_t> ScoringQuery::placesIn(const PreparedText& text) {
+  std::vector<size_t> places;
+  if (score(text) <= 0) {
+    return places;
+  }
+  if (text.original.size() < PreparedText::kLong) {
+    places = placesOfBestWalk(text);
+  }
+  if (places.empty()) {
+    const Found found = text.original == query_ ? Found{0, query_.size()} : find(text);
+    places.resize(std::min(found.length, text.original.size() - found.start));
+    std::iota(places.begin(), places.end(), found.start);
+  }
+  return places;
+}
+
+std::vector<size_t> ScoringQuery::placesOfBestWalk(const PreparedText& text) const {
+  std::vector<PreparedWords::Bounds> words;  // in the text as it is
+  forEachWord(text.original, [&](size_t start, size_t end) {
+    words.push_back({static_cast<uint32_t>(start), static_cast<uint32_t>(end)});
+  });
+  std::vector<size_t> places;
+  const auto [score, first] = bestWalk(text.words);
+  if (score > 0) {
+    walkFrom(text.words, first, [&](size_t word, size_t unit) {
+      const PreparedWords::Bounds lowered = text.words.bounds[word];
+      if (lowered.end - lowered.start == words[word].end - words[word].start) {
+        places.push_back(words[word].start + unit - lowered.start);
+      }
+    });
+  }
+  return places;
 }
 
 bool ScoringQuery::agrees(const PreparedWords& words, size_t unit, size_t letter) const {
@@ -104,7 +144,8 @@ bool ScoringQuery::agrees(const PreparedWords& words, size_t unit, size_t letter
                              : words.bareLowered[unit] == bareLowered_[letter];
 }
 
-ScoringQuery::Walk ScoringQuery::walkFrom(const PreparedWords& words, size_t firstWord) const {
+template <typename Take>
+ScoringQuery::Walk ScoringQuery::walkFrom(const PreparedWords& words, size_t firstWord, Take take) const {
   static const auto kWeights = wordWeights();
   Walk walk;
   size_t next = 0;
@@ -122,6 +163,7 @@ ScoringQuery::Walk ScoringQuery::walkFrom(const PreparedWords& words, size_t fir
         break;
       }
       walk.score += kWeights[word];
+      take(word, unit);
       tookLetters = true;
       if (++next == lowered_.size()) {
         break;
@@ -135,7 +177,7 @@ ScoringQuery::Walk ScoringQuery::walkFrom(const PreparedWords& words, size_t fir
 }
 
 double ScoringQuery::scoreExactMatch(const PreparedText& text) {
-  const size_t length = lengthFound(text);
+  const size_t length = find(text).length;
   if (length == 0) {
     return 0;
   }
@@ -144,21 +186,24 @@ double ScoringQuery::scoreExactMatch(const PreparedText& text) {
   return depth * static_cast<double>(length);
 }
 
-size_t ScoringQuery::lengthFound(const PreparedText& text) const {
+ScoringQuery::Found ScoringQuery::find(const PreparedText& text) const {
   const size_t needle = folded_.needle().size();
   if (containsDiacritics_ && !text.isASCII) {
-    return folded_.find(caseFolded(text.original)) == std::u16string_view::npos ? 0 : needle;
+    const size_t found = folded_.find(caseFolded(text.original));
+    return found == std::u16string_view::npos ? Found{} : Found{found, needle};
   }
   if ((foldedLetters_ & ~text.letters) != 0) {
-    return 0;
+    return {};
   }
   const size_t found = folded_.find(text.bareFolded);
   if (found == std::u16string_view::npos) {
-    return 0;
+    return {};
   }
-  return text.isAligned
-             ? needle
-             : offsetBehindFoldedUnits(text.original, found + needle) - offsetBehindFoldedUnits(text.original, found);
+  if (text.isAligned) {
+    return {found, needle};
+  }
+  const size_t start = offsetBehindFoldedUnits(text.original, found);
+  return {start, offsetBehindFoldedUnits(text.original, found + needle) - start};
 }
 
 size_t ScoringQuery::lengthOfWordBefore(const PreparedText& text) {

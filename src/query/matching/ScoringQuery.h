@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "query/matching/LiteralSearch.h"
 #include "query/matching/PreparedText.h"
@@ -32,17 +34,29 @@ class ScoringQuery {
   float scoreWords(const PreparedWords& words) const;
   double scoreExactMatch(const PreparedText& text);
   double applyLengthDifferencePenalty(double score, size_t textLength) const;
+  /// Which units of `text.original` are the letters that its score is made of, in order; none of a text that scores
+  /// nothing, nor where folding has moved them.
+  std::vector<size_t> placesIn(const PreparedText& text);
 
  private:
+  struct Found {
+    size_t start = 0;
+    size_t length = 0;  ///< 0: not found
+  };
   struct Walk {
     float score = 0;
     uint64_t startsBeyond = 0;  ///< words behind one that took letters, a bit each
   };
-  Walk walkFrom(const PreparedWords& words, size_t firstWord) const;
+  /// The walk that scores best, and the word that it begins with.
+  std::pair<float, size_t> bestWalk(const PreparedWords& words) const;
+  /// take(word, unit) is called for each letter that is taken, with its place in `words.lowered`.
+  template <typename Take>
+  Walk walkFrom(const PreparedWords& words, size_t firstWord, Take take) const;
+  std::vector<size_t> placesOfBestWalk(const PreparedText& text) const;
   bool agrees(const PreparedWords& words, size_t unit, size_t letter) const;
 
-  /// The length that the query takes up in the text at its first place; 0 when it is not found.
-  size_t lengthFound(const PreparedText& text) const;
+  /// The first place of the query in the text.
+  Found find(const PreparedText& text) const;
   /// How many word characters stand between a separator and the query.
   size_t lengthOfWordBefore(const PreparedText& text);
   size_t literalWordBefore(const PreparedText& text) const;

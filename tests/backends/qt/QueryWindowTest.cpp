@@ -1,3 +1,6 @@
+#include <QGuiApplication>
+#include <QPalette>
+
 #include "backends/linux/x11/Reply.h"
 #include "backends/qt/ViewsFixture.h"
 #include "platform/Input.h"
@@ -148,6 +151,31 @@ TEST_F(QueryKeys, areTakenBesideANoticeForWhichTheWindowGrowsWithinTheScreen) {
   query_->setNotice("");
   EXPECT_EQ(query_->frame().height, before.height);
   EXPECT_EQ(toldOf("shift+a").back(), "text A");
+}
+
+TEST_F(QueryKeys, areTakenBesideCommandsThatThePointerMayChoose) {
+  const Rect before = query_->frame();
+  CommandRows commands{{}, 0, 40, 1};
+  for (const char* title : {"Status Bar", "Full Screen", "Reload"}) {
+    commands.rows.push_back({.path = "View", .pathMarks = {}, .title = title, .titleMarks = {{0, 2}}, .keys = "F9"});
+  }
+  query_->setCommands(commands);
+  const Rect with = query_->frame();
+  EXPECT_EQ(with.y, 0) << "it has been near the lower edge";
+  // In native pixels, from the card's upper left corner.
+  const auto rowHeight = static_cast<int>(with.height - before.height) / 3;
+  const int top = 600 - static_cast<int>(with.height - before.height);
+  const int middleOfSecond = top + rowHeight + rowHeight / 2;
+  const auto highlight = QGuiApplication::palette().color(QPalette::Highlight).rgb() & 0xFFFFFF;
+  EXPECT_TRUE(shows(110, middleOfSecond, highlight));
+  told_.clear();
+  session_->run(
+      {"xdotool", "mousemove", "300", std::to_string(middleOfSecond + rowHeight), "click", "1", "click", "5"});
+  EXPECT_TRUE(says("row 2"));
+  EXPECT_TRUE(says("scrolled 3"));
+  EXPECT_EQ(toldOf("shift+a").back(), "text A");
+  query_->setCommands({});
+  EXPECT_EQ(query_->frame(), before) << "where it was";
 }
 
 }  // namespace

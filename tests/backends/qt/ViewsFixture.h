@@ -23,7 +23,7 @@ class ViewsTest : public X11Test, protected QueryWindowViewDelegate {
   /// Runs the main loop until the state is there; false when it does not come.
   bool await(const std::function<bool()>& state);
   /// What the windows have told: "text T", "key CODE FLAGS IGNORING", "equivalent CODE", "windowkey CODE", "resign",
-  /// "keyboard", "chosen N".
+  /// "keyboard", "chosen N", "row N", "scrolled N".
   size_t count(const std::string& line) const;
   bool says(const std::string& line) {
     return await([&] { return count(line) > 0; });
@@ -52,6 +52,8 @@ class ViewsTest : public X11Test, protected QueryWindowViewDelegate {
   void keyDown(const KeyEvent& event) override { told_.push_back("windowkey " + std::to_string(event.keyCode)); }
   void keyUp(const KeyEvent& /*event*/) override {}
   void didResignKey() override { told_.emplace_back("resign"); }
+  void commandRowPressed(size_t row) override { told_.push_back("row " + std::to_string(row)); }
+  void commandsScrolled(int rows) override { told_.push_back("scrolled " + std::to_string(rows)); }
 
   std::shared_ptr<void> member_;
   std::unique_ptr<SystemQueues> queues_;

@@ -132,6 +132,10 @@ class EngineFixture {
                                                           {"Escape", key(key_code::escape)},
                                                           {"BackSpace", key(key_code::backspace)},
                                                           {"F5", key(key_code::f5)},
+                                                          {"F10", key(key_code::f10)},
+                                                          {"Down", key(key_code::down)},
+                                                          {"PageDown", key(key_code::pageDown)},
+                                                          {"Home", key(key_code::home)},
                                                           {"Control-u", key('u', modifier_flag::control, "u")},
                                                           {"Super-comma", key(',', modifier_flag::command, ",")}};
     if (word[0] == '\'') {

@@ -24,6 +24,16 @@ QtQueryWindow::QtQueryWindow(const Context& context) : context_(context) {
   panel_.onCloseRequest = [this] { resignKey(); };
   panel_.onKey = [this](const QKeyEvent& event) { keyOfWindow(event); };
   panel_.onCardResized = [this] { cardResized(); };
+  panel_.commands().onRowPressed = [this](size_t row) {
+    if (delegate_) {
+      delegate_->commandRowPressed(row);
+    }
+  };
+  panel_.commands().onScrolled = [this](int rows) {
+    if (delegate_) {
+      delegate_->commandsScrolled(rows);
+    }
+  };
   connect(&panel_.field(), &QLineEdit::textChanged, this, [this](const QString& text) {
     if (delegate_) {
       delegate_->textDidChange(text.toStdString());
@@ -58,7 +68,8 @@ Rect QtQueryWindow::frame() const {
 }
 
 void QtQueryWindow::setFrameTopLeft(Point topLeft) {
-  placeCard(context_.geometry.toNative(topLeft));
+  wantedTopLeft_ = context_.geometry.toNative(topLeft);
+  placeCard(wantedTopLeft_);
 }
 
 void QtQueryWindow::placeCard(QPoint native) {
@@ -79,12 +90,11 @@ void QtQueryWindow::cardResized() {
     return;
   }
   setHints();
-  // A line more must not hang over the screen's lower edge.
-  const QRect screen = ScreenGeometry::nativeFrame(ScreenGeometry::screenAt(cardTopLeft_));
-  const QRect card = nativeCard();
-  QPoint place = cardTopLeft_;
-  if (screen.contains(place)) {
-    place.setY(std::max(screen.top(), std::min(place.y(), screen.bottom() + 1 - card.height())));
+  // What has come must not hang over the lower edge. The field stays where it has moved until all of it has gone.
+  const QRect area = context_.geometry.workAreaAt(cardTopLeft_);
+  QPoint place = panel_.isGrown() ? cardTopLeft_ : wantedTopLeft_;
+  if (panel_.isGrown() && area.contains(place)) {
+    place.setY(std::max(area.top(), std::min(place.y(), area.bottom() + 1 - nativeCard().height())));
   }
   placeCard(place);
 }
@@ -186,6 +196,10 @@ void QtQueryWindow::setSpinnerOpacity(double opacity, Duration duration) {
 
 void QtQueryWindow::setNotice(const std::string& notice) {
   panel_.setNotice(QString::fromStdString(notice));
+}
+
+void QtQueryWindow::setCommands(const CommandRows& commands) {
+  panel_.setCommands(commands);
 }
 
 void QtQueryWindow::announceSelection(const std::string& description) {

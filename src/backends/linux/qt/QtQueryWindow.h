@@ -63,6 +63,7 @@ class QtQueryWindow final : public QObject, public QueryWindowView {
   void startSpinner() override;
   void setSpinnerOpacity(double opacity, Duration duration) override;
   void setNotice(const std::string& notice) override;
+  void setCommands(const CommandRows& commands) override;
   void announceSelection(const std::string& description) override;
 
   /// A button went down somewhere, in pixels of the root with a top-left origin. Outside the card it means that the
@@ -88,6 +89,7 @@ class QtQueryWindow final : public QObject, public QueryWindowView {
   QueryWindowViewDelegate* delegate_ = nullptr;
   xcb_window_t window_ = XCB_WINDOW_NONE;
   int level_ = 0;
+  QPoint wantedTopLeft_;  ///< of the card where nothing is below its field; native
   QPoint cardTopLeft_;    ///< native
   bool isKey_ = false;    ///< has been shown or focused, and has not been said to have lost the keyboard
   bool focused_ = false;  ///< as far as the X server has told

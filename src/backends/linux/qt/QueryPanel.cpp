@@ -101,7 +101,8 @@ QueryPanel::QueryPanel()
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
       field_(this),
       spinner_(this),
-      notice_(this) {
+      notice_(this),
+      commands_(this, kSidePadding + kGlassSize + kGap + kTextMargin, kSidePadding + kGlassSize / 2) {
   QAccessible::installFactory(makePanelAccessible);
   setAttribute(Qt::WA_TranslucentBackground);
   setAttribute(Qt::WA_QuitOnClose, false);
@@ -109,6 +110,7 @@ QueryPanel::QueryPanel()
   notice_.setTextFormat(Qt::PlainText);
   notice_.setWordWrap(true);
   notice_.hide();
+  commands_.hide();
   setFocusProxy(&field_);
   applyFontsAndColors();
   layOut();
@@ -121,14 +123,21 @@ void QueryPanel::setNotice(const QString& notice) {
   layOut();
 }
 
+void QueryPanel::setCommands(const CommandRows& commands) {
+  commands_.setCommands(commands);
+  commands_.setVisible(!commands.rows.empty());
+  layOut();
+}
+
 void QueryPanel::setTranslucent(bool translucent) {
   translucent_ = translucent;
+  shadow_ = {};
   layOut();
 }
 
 QRect QueryPanel::card() const {
   const int margin = translucent_ ? kShadowMargin : 0;
-  return {margin, margin, kCardWidth, rowHeight_ + noticeHeight_};
+  return {margin, margin, kCardWidth, rowHeight_ + noticeHeight_ + commands_.neededHeight()};
 }
 
 QRect QueryPanel::row() const {
@@ -165,11 +174,11 @@ void QueryPanel::layOut() {
   const int noticeWidth = place.right() - kSidePadding - fieldLeft;
   noticeHeight_ = notice_.text().isEmpty() ? 0 : notice_.heightForWidth(noticeWidth) + 2 * kNoticePadding;
   notice_.setGeometry(fieldLeft + kTextMargin, place.bottom() + 1, noticeWidth, noticeHeight_);
+  commands_.setGeometry(place.left(), place.bottom() + 1 + noticeHeight_, place.width(), commands_.neededHeight());
   const int margin = place.left();
   const QSize whole = card().size() + QSize(2 * margin, 2 * margin);
   if (whole != size()) {
     setFixedSize(whole);
-    shadow_ = {};
     if (onCardResized) {
       onCardResized();
     }
@@ -177,23 +186,39 @@ void QueryPanel::layOut() {
   update();
 }
 
+QPixmap QueryPanel::shadowOfRow() const {
+  const double ratio = devicePixelRatioF();
+  const QSize whole = row().size() + QSize(2 * kShadowMargin, 2 * kShadowMargin);
+  QImage shape((QSizeF(whole) * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
+  shape.fill(Qt::transparent);
+  QPainter painter(&shape);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.scale(ratio, ratio);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(Qt::black);
+  painter.drawRoundedRect(row().translated(0, kShadowDrop), kCornerRadius, kCornerRadius);
+  painter.end();
+  const double density = isDark(palette()) ? 0.55 : 0.34;
+  QPixmap shadow = QPixmap::fromImage(blurredCoverage(shape, kShadowRadius * ratio, withAlpha(Qt::black, density)));
+  shadow.setDevicePixelRatio(ratio);
+  return shadow;
+}
+
 void QueryPanel::paintShadow(QPainter& painter) {
   const double ratio = devicePixelRatioF();
   if (shadow_.isNull() || shadow_.devicePixelRatio() != ratio) {
-    QImage shape((QSizeF(size()) * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
-    shape.fill(Qt::transparent);
-    QPainter shapePainter(&shape);
-    shapePainter.setRenderHint(QPainter::Antialiasing);
-    shapePainter.scale(ratio, ratio);
-    shapePainter.setPen(Qt::NoPen);
-    shapePainter.setBrush(Qt::black);
-    shapePainter.drawRoundedRect(card().translated(0, kShadowDrop), kCornerRadius, kCornerRadius);
-    shapePainter.end();
-    const double density = isDark(palette()) ? 0.55 : 0.34;
-    shadow_ = QPixmap::fromImage(blurredCoverage(shape, kShadowRadius * ratio, withAlpha(Qt::black, density)));
-    shadow_.setDevicePixelRatio(ratio);
+    shadow_ = shadowOfRow();
   }
-  painter.drawPixmap(0, 0, shadow_);
+  // Blurring takes too long for every letter that changes the height: the line through the middle of the row's shadow,
+  // which both edges are too far from to reach, is repeated for what the card has more.
+  const int middle = row().center().y() + kShadowDrop;
+  const int more = card().height() - rowHeight_;
+  const auto draw = [&](const QRectF& target, double top, double height) {
+    painter.drawPixmap(target, shadow_, QRectF(0, top * ratio, shadow_.width(), height * ratio));
+  };
+  draw(QRectF(0, 0, width(), middle), 0, middle);
+  draw(QRectF(0, middle, width(), more), middle, 1);
+  draw(QRectF(0, middle + more, width(), height() - middle - more), middle, height() - more - middle);
 }
 
 void QueryPanel::paintGlass(QPainter& painter) const {
@@ -226,7 +251,7 @@ void QueryPanel::paintEvent(QPaintEvent* /*event*/) {
   painter.setPen(QPen(border, 1));
   painter.drawRoundedRect(QRectF(card()).adjusted(0.5, 0.5, -0.5, -0.5), kCornerRadius - 0.5, kCornerRadius - 0.5);
   paintGlass(painter);
-  if (noticeHeight_ > 0) {
+  if (isGrown()) {
     painter.fillRect(QRect(card().left() + 1, row().bottom() + 1, kCardWidth - 2, 1), withAlpha(text, 0.10));
   }
 }

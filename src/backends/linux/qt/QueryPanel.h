@@ -6,6 +6,7 @@
 #include <QWidget>
 #include <functional>
 
+#include "backends/linux/qt/CommandListWidget.h"
 #include "backends/linux/qt/Spinner.h"
 
 class QInputMethodEvent;
@@ -28,20 +29,24 @@ class QueryLineEdit : public QLineEdit {
 };
 
 /// What the query window looks like: a rounded card with a magnifying glass, the field, a spinner at its right and
-/// below them, when there is one, a text in as many lines as it needs; around it, where translucency is to be had, a
-/// soft shadow. Sizes in Qt's logical pixels. It follows the desktop's palette and font.
+/// below them, when there is one, a text in as many lines as it needs, and a list of commands; around it, where
+/// translucency is to be had, a soft shadow. Sizes in Qt's logical pixels. It follows the desktop's palette and font.
 class QueryPanel : public QWidget {
  public:
   QueryPanel();
 
   QueryLineEdit& field() { return field_; }
   Spinner& spinner() { return spinner_; }
+  CommandListWidget& commands() { return commands_; }
   void setNotice(const QString& notice);
+  void setCommands(const CommandRows& commands);
   /// Without translucency there is no shadow, and whoever owns the window cuts its corners off.
   void setTranslucent(bool translucent);
 
   /// The card within the window.
   QRect card() const;
+  /// There is something below the field.
+  bool isGrown() const { return card().height() > rowHeight_; }
   static constexpr int kCornerRadius = 13;
 
   /// Called when the user closes the window by means of the window manager; it stays open by itself.
@@ -62,6 +67,8 @@ class QueryPanel : public QWidget {
  private:
   void applyFontsAndColors();
   void layOut();
+  /// Of the card as long as there is nothing below the field.
+  QPixmap shadowOfRow() const;
   void paintShadow(QPainter& painter);
   void paintGlass(QPainter& painter) const;
   QRect row() const;
@@ -69,6 +76,7 @@ class QueryPanel : public QWidget {
   QueryLineEdit field_;
   Spinner spinner_;
   QLabel notice_;
+  CommandListWidget commands_;
   QPixmap shadow_;
   bool translucent_ = true;
   int rowHeight_ = 0;

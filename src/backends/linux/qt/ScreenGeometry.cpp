@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 #include "platform/Screens.h"
 
@@ -54,6 +55,14 @@ QRect ScreenGeometry::nativeFrame(const QScreen& screen) {
 
 double ScreenGeometry::scaleAt(QPoint native) {
   return screenAt(native).devicePixelRatio();
+}
+
+QRect ScreenGeometry::workAreaAt(QPoint native) const {
+  const std::vector<Rect> frames = screens_.frames();
+  const std::vector<Rect> areas = screens_.workAreas();
+  const auto holder = std::ranges::find_if(frames, [&](const Rect& frame) { return toNative(frame).contains(native); });
+  const auto index = holder == frames.end() ? 0 : static_cast<size_t>(holder - frames.begin());
+  return index < areas.size() ? toNative(areas[index]) : QRect();
 }
 
 QPoint ScreenGeometry::toLogical(QPoint native) {

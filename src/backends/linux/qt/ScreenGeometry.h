@@ -34,6 +34,9 @@ class ScreenGeometry {
   /// Pixels per point of the screen that holds the pixel.
   static double scaleAt(QPoint native);
 
+  /// What panels leave free of the screen that holds the pixel; of the first one where none does.
+  QRect workAreaAt(QPoint native) const;
+
   static QPoint toLogical(QPoint native);
   /// Of a window that is on this screen.
   static QRect logicalToNative(const QRect& logical, const QScreen& screen);
