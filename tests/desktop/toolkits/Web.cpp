@@ -5,6 +5,13 @@
 namespace jumplark::desktop {
 namespace {
 
+/// Of the page that both show.
+const std::vector<Coloured> kColoured = {{"Button", "Fixed Button", 0x11e0e0},
+                                         {"Link", "an inline link", 0xffe011},
+                                         {"Button", "Plain Button", 0x20a041},
+                                         {"Button", "Aria Button", 0xa0c1ff},
+                                         {"Button", "Inner Button", 0xe08181}};
+
 void expectATextOfEachThing(Application& application) {
   for (const Match& match : application.matches()) {
     EXPECT_FALSE(match.texts.empty()) << match.role << " without a text at " << match.rect;
@@ -36,11 +43,7 @@ Subject inChromium(const std::string& name, const Arguments& extra) {
                     {"TextArea", {"some notes"}}},
           .hidden = {"Far Below", "Far Button", "Never Shown", "Invisible Button", "Inner Hidden", "Clipped Third",
                      "Turquoise", " "},
-          .coloured = {{"Button", "Fixed Button", 0x11e0e0},
-                       {"Link", "an inline link", 0xffe011},
-                       {"Button", "Plain Button", 0x20a041},
-                       {"Button", "Aria Button", 0xa0c1ff},
-                       {"Button", "Inner Button", 0xe08181}},
+          .coloured = kColoured,
           .slack = 2,
           .hasPassword = true,
           .alsoHolds = {expectATextOfEachThing},
@@ -79,6 +82,8 @@ Subject firefox() {
                     {"CheckBox", {"I agree…"}},
                     {"PopUpButton", {"Crimson"}}},
           .hidden = {"Never Shown", "Far Below"},
+          .coloured = kColoured,
+          .slack = 2,
           .hasPassword = true,
           .steps = {{"inline link", titled("Did inline")},
                     {"plain button", titled("Did plain")},
