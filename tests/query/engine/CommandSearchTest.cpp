@@ -3,6 +3,7 @@
 #include "platform/Menus.h"
 #include "query/commands/Commands.h"
 #include "query/engine/EngineFixture.h"
+#include "query/engine/TargetCommands.h"
 #include "streams/NotificationCenter.h"
 
 namespace jumplark::testing {
@@ -110,7 +111,7 @@ TEST(CommandSearch, listsWhatIsFoundWhereAndWhileItIsWanted) {
       {"shortcut +1 'zzz +101", "", {}},
       {"shortcut +1 F10", all.c_str(), {}},
       {"shortcut F10", all.c_str(), {}},  // before there is a snapshot
-      {"shortcut +1 's +101 F10 +101", "[Send] Status", {}},
+      {"shortcut +1 's +101 F10 +101 tap tap", "[Send] Status", {}},
       {"shortcut +1 's +101 F10 +101 F10 +1", "", {"Save", "Save as", "Search"}},
       {"shortcut +1 'pr +101 F10 +101", "", {}},
       {"shortcut +1 'pr +101 F10 +101 'o +101", "[Professional…]", {}},
@@ -119,7 +120,7 @@ TEST(CommandSearch, listsWhatIsFoundWhereAndWhileItIsWanted) {
       {"shortcut +1 F10 'zzz", "", {}, "No command matches"},
       {"shortcut +1 F10 PageDown", "Send Undo Preferences… Professional… Zoom Tools Status [Contents]", {}},
       {"shortcut +1 F10 Tab Down", "Open… Send [Undo] Preferences… Professional… Zoom Tools Status", {}},
-      {"shortcut +1 F10 Down Control-u tap Shift-Tab Shift-Tab Home", all.c_str(), {}},
+      {"shortcut +1 F10 Down Control-u Shift-Tab Shift-Tab Home", all.c_str(), {}},
       {"shortcut +1 'pr +101 Tab Home", "Preferences… [Professional…]", {}},  // moves within the text
       {"shortcut +1 F10 Escape", "", {}},
       {"shortcut +1 F10 Escape shortcut +1", "", {}},
@@ -170,6 +171,30 @@ TEST(CommandSearch, keepsWhatTheUserHasChosenWhileMoreComes) {
   fixture.desktop->workspace().activate(2, 0);
   fixture.use("shortcut +1 F10");
   EXPECT_EQ(fixture.list(), "");
+}
+
+TEST(TargetCommands, dropsWhatAnEndedReadingTellsAndForgetsOpenMenus) {
+  CommandFixture fixture;
+  MainThreadCalls calls;
+  int changes = 0;
+  TargetCommands commands(calls, [&](bool) { ++changes; });
+  const auto readAnd = [&](const std::string& lines, const std::function<void()>& meanwhile) {
+    commands.read(1);
+    fixture.menus.found(commandsOf(lines), true);
+    meanwhile();
+    fixture.advance(1);
+    return commands.index().size();
+  };
+  EXPECT_EQ(readAnd("New", [&] { commands.read(1); }), 0U);
+  EXPECT_EQ(changes, 0);
+  EXPECT_EQ(readAnd("New\nOpen", [] {}), 2U);
+  commands.stop();
+  EXPECT_EQ(commands.index().size(), 2U);
+  EXPECT_EQ(readAnd("*Copy", [] {}), 1U);
+  EXPECT_FALSE(commands.isReading());
+  commands.stop();
+  EXPECT_EQ(commands.index().size(), 0U) << "the menu has closed";
+  calls.close();
 }
 
 TEST(CommandSearch, beginsWithTheMenuThatWasOpen) {
@@ -242,7 +267,12 @@ TEST(CommandSearch, theWindowGoesBeforeTheCommandAndTheMainThreadDoesNotWait) {
   CommandFixture fixture(kMenus);
   int used = 0;
   const Token usage = NotificationCenter::defaultCenter().observe("TrackUsage", [&](const auto&) { ++used; });
-  fixture.use("shortcut +1 F10 'pr +101 Down");
+  fixture.use("shortcut +1 's +101 F10 +101");
+  EXPECT_EQ(fixture.window().announcements().back(), "Send, File") << "not that no element is selected";
+  fixture.use("BackSpace");
+  fixture.onMain([&] { fixture.window().scroll(3); });
+  EXPECT_EQ(fixture.list(), "Send Undo Preferences… Professional… Zoom Tools Status Contents");
+  fixture.use("'pr +101 Down");
   EXPECT_EQ(fixture.window().announcements().back(), "Professional…, Edit");
   const Duration before = fixture.desktop->queues().monotonicNow();
   fixture.onMain([&] { fixture.window().pressRow(0); });
@@ -258,7 +288,7 @@ TEST(CommandSearch, theWindowGoesBeforeTheCommandAndTheMainThreadDoesNotWait) {
                                {"query_length", 2},
                                {"total_matches", 2},
                                {"selection_index", 0},
-                               {"duration_ms", 103.0}};
+                               {"duration_ms", 305.0}};
   EXPECT_EQ(reports[0], expected);
 }
 
