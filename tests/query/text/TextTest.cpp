@@ -77,9 +77,11 @@ TEST(TextCleaning, replacesWhatADocumentCannotHold) {
       {"plain text, 24 bytes or more", "plain text, 24 bytes or more"},
       {"tab\tline\nreturn\r\x7F", "tab\tline\nreturn\r\x7F"},
       {"a\0b\x1F"s, "a\uFFFDb\uFFFD"},
-      {"long enough for a fast step \x01 and on", "long enough for a fast step \uFFFD and on"},
+      {"long enough for a fast step \x1F and on", "long enough for a fast step \uFFFD and on"},
+      {"\uD7FF\uE000\uFFFD\U00010000", "\uD7FF\uE000\uFFFD\U00010000"},
       {"é\uFFFE\uFFFF中😀", "é\uFFFD\uFFFD中😀"},
       {"lone \xED\xA0\x80 surrogate", "lone \uFFFD surrogate"},
+      {"\xED\xA0\x80", "\uFFFD"},
       {"cut \xE4\xB8", "cut \uFFFD"},
       {"\xC0\x80", "\uFFFD\uFFFD"},
       {"end\x80", "end\uFFFD"},
@@ -92,7 +94,7 @@ TEST(TextCleaning, replacesWhatADocumentCannotHold) {
 TEST(TextCleaning, knowsTextsThatNeedNoVariants) {
   EXPECT_TRUE(isPlainASCIIText(""));
   EXPECT_TRUE(isPlainASCIIText("Save {as} 100% | of it"));
-  for (const char* text : {"a~b", "a\tb", "Save…", "12345678\x1F", "é", "\x7F"}) {
+  for (const char* text : {"a~b", "a\tb", "Save…", "1234567\x1F", "12345678\x1F", "é", "\x7F"}) {
     EXPECT_FALSE(isPlainASCIIText(text)) << text;
   }
 }
