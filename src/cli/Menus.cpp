@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "cli/Commands.h"
 #include "cli/Snapshot.h"
@@ -15,15 +16,13 @@
 #include "platform/Platform.h"
 #include "platform/Queues.h"
 #include "platform/Texts.h"
-#include "query/matching/JLTextScorer.h"
+#include "query/commands/CommandIndex.h"
 
 namespace jumplark::cli {
 namespace {
 
 /// Platforms end by themselves long before.
 constexpr std::chrono::seconds kPatience{10};
-/// As matches of elements must.
-constexpr double kLeastScore = 0.1;
 
 const char* nameOf(MenuCommand::Mark mark) {
   return mark == MenuCommand::Mark::check ? "check" : mark == MenuCommand::Mark::radio ? "radio" : "none";
@@ -73,19 +72,11 @@ std::vector<MenuCommand> commandsOfMenus(int32_t pid) {
   return all;
 }
 
-const MenuCommand* bestCommand(const std::vector<MenuCommand>& commands, const std::string& query) {
-  const MenuCommand* best = nullptr;
-  double bestScore = kLeastScore;
-  for (const MenuCommand& command : commands) {
-    const double score =
-        std::max(JLTextScorer::scoreTextAgainstText(command.path.back(), query),
-                 JLTextScorer::scoreTextAgainstText(fmt::format("{}", fmt::join(command.path, " ")), query));
-    if (score > bestScore || (best && score == bestScore && command.isEnabled && !best->isEnabled)) {
-      best = &command;
-      bestScore = score;
-    }
-  }
-  return best;
+std::optional<MenuCommand> bestCommand(std::vector<MenuCommand> commands, const std::string& query) {
+  CommandIndex index;
+  index.add(CommandIndex::prepare(std::move(commands)));
+  const auto matches = CommandQuery(query).isEmpty() ? std::vector<CommandMatch>() : index.search(query);
+  return matches.empty() ? std::nullopt : std::optional(index.command(matches.front().command));
 }
 
 std::string pathOf(const MenuCommand& command) {
@@ -109,8 +100,7 @@ ExitStatus runMenus(const Options& options) {
 
 ExitStatus runActOnMenus(const Options& options) {
   const RunningApplication application = findTarget(options.target);
-  const std::vector<MenuCommand> commands = commandsOfMenus(application.pid);
-  const MenuCommand* best = bestCommand(commands, options.query);
+  const auto best = bestCommand(commandsOfMenus(application.pid), options.query);
   if (!best) {
     throw CommandFailure(ExitStatus::nothingMatched,
                          localizedFormat("no command of the menus matches '{}'.", options.query));

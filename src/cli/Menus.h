@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,8 +12,8 @@ namespace jumplark::cli {
 
 /// All commands of an application's menus; none where it tells of none.
 std::vector<MenuCommand> commandsOfMenus(int32_t pid);
-/// The one that fits the query best, by its own title or by its whole path; null when none does.
-const MenuCommand* bestCommand(const std::vector<MenuCommand>& commands, const std::string& query);
+/// The one that the query window would choose first; none when the query finds none.
+std::optional<MenuCommand> bestCommand(std::vector<MenuCommand> commands, const std::string& query);
 /// "Edit ▸ Preferences…"
 std::string pathOf(const MenuCommand& command);
 

@@ -30,7 +30,7 @@ public final class Demo {
     JMenuBar bar = new JMenuBar();
     for (String title : new String[] {"File", "Arrange"}) {
       JMenu menu = new JMenu(title);
-      menu.add(new JMenuItem("Import"));
+      menu.add(new JCheckBoxMenuItem("Import"));
       bar.add(menu);
     }
     frame.setJMenuBar(bar);

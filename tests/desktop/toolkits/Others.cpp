@@ -110,7 +110,7 @@ Subject swing() {
           .hasPassword = true,
           .steps = {{"plain button", titled("Did plain")},
                     {"i agree", titled("Did agree true")},
-                    {"", lists("[x] File ▸ Backup"), choosing("backup")},
+                    {"", lists("[x] File ▸ Import"), choosing("file import")},
                     {"item 12", titled("Did list Item 12")},
                     {"numbers", titled("Did tab Numbers")},
                     {"", offers({"Row 7", "Square"}, {"Row 100", "Item 1"})},

@@ -47,11 +47,10 @@ Effect lists(const std::string& line) {
 
 Preparation choosing(const std::string& query) {
   return [query](Application& application) {
-    const PrivateSession& session = application.desktop().session;
     EXPECT_TRUE(waitUntil([&] {
       return application.desktop().jumplark.run("act", application.target(), {"--menu", query}).status == 0;
     })) << query;
-    EXPECT_FALSE(session.findWindow([](const SessionWindow& window) { return window.overrideRedirect; })) << query;
+    EXPECT_TRUE(waitUntil([&] { return application.desktop().session.keyboardIsFree(); })) << query;
   };
 }
 

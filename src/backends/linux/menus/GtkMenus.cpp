@@ -16,6 +16,8 @@ constexpr const char* kMenus = "org.gtk.Menus";
 constexpr const char* kActions = "org.gtk.Actions";
 /// Menus that share submenus are as long as there are ways through them.
 constexpr size_t kMostItems = 20'000;
+/// Menus and the sections in them.
+constexpr size_t kMostAbove = 2UL * kDeepest;
 
 struct GtkHandle final : MenuCommandHandle {
   SessionBus::Object actions;
@@ -31,7 +33,7 @@ class Walk {
 
   void run(GtkMenuId menu, const std::vector<std::string>& path) {  // NOLINT(misc-no-recursion)
     const std::vector<BusValue>* items = model_.itemsOf(menu);
-    if (!items || path.size() > kDeepest || above_.size() > 2 * kDeepest || std::ranges::count(above_, menu) > 0) {
+    if (!items || path.size() > kDeepest || above_.size() > kMostAbove || std::ranges::count(above_, menu) > 0) {
       return;
     }
     above_.push_back(menu);

@@ -123,7 +123,7 @@ std::vector<std::optional<std::string>> MenuFacts::firstKeys(const std::vector<E
   return all;
 }
 
-bool MenuFacts::refresh(std::vector<MenuItemFacts*> elements) {
+bool MenuFacts::refresh(const std::vector<MenuItemFacts*>& elements) {
   bool isSame = true;
   const auto changed = [&](AccessibilityError error) {
     note(error);

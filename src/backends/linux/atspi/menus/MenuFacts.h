@@ -39,7 +39,7 @@ class MenuFacts {
   /// The keys of each element's first action, as the toolkit writes them; none of one without actions.
   std::vector<std::optional<std::string>> firstKeys(const std::vector<ElementRef>& elements);
   /// Names and states of elements anew. False when any has gone, has another name or not as many children.
-  bool refresh(std::vector<MenuItemFacts*> elements);
+  bool refresh(const std::vector<MenuItemFacts*>& elements);
   /// Time is up, or the application does not answer.
   bool ended() const { return silent_ || Clock::now() >= deadline_; }
 

@@ -75,7 +75,7 @@ bool MenuTree::refresh(MenuFacts& facts) {
   for (Node& node : nodes_) {
     all.push_back(&node.facts);
   }
-  return !all.empty() && facts.refresh(std::move(all));
+  return !all.empty() && facts.refresh(all);
 }
 
 bool MenuTree::isCommand(int node) const {
