@@ -109,6 +109,29 @@ TEST(Use, clicksWhatWasTypedThoughReturnFollowsAtOnce) {
   EXPECT_EQ(use.demo.linesBeginning("pressed ").size(), std::size(jobs));
 }
 
+TEST(Use, choosesCommandsOfClosedMenusWithoutOpeningThem) {
+  Use use;
+  use.session().keys({"key", "--delay", "0", RunningProgram::kShortcut, "type", "--delay", "0", "zoom o"});
+  use.close("Return");
+  EXPECT_TRUE(use.demo.says("triggered Zoom Out")) << use.demo.process().out();
+  const auto tells = [&](const char* description) {
+    return waitUntil([&] {
+      const auto field = use.program.windows().find("text", "What to click");
+      return field && field->description == description;
+    });
+  };
+  use.program.open();
+  use.program.key("F10");
+  use.program.query("recent");
+  EXPECT_TRUE(tells("report.txt, File, Recent"));
+  use.program.key("Down");
+  EXPECT_TRUE(tells("notes.md, File, Recent"));
+  use.close("Return");
+  EXPECT_TRUE(use.demo.says("triggered notes.md")) << use.demo.process().out();
+  EXPECT_THAT(use.demo.linesBeginning("pressed "), IsEmpty());
+  EXPECT_THAT(use.demo.linesBeginning("opened "), ::testing::ElementsAre("opened Demo")) << "its window only";
+}
+
 TEST(Use, movesThePointerOnATapOfControlAndFocusesOnTheSecond) {
   Use use;
   const PixelRect email = use.demo.part("Email").rect;

@@ -94,6 +94,8 @@ CommandQuery::Reading CommandQuery::bestReading(const CommandTexts& texts) {
   const auto offer = [&best](const Reading& reading) { best = reading.score > best.score ? reading : best; };
   for (const auto& form : forms_) {
     offer({.score = bestOf(texts.title, form->whole), .title = &form->whole});
+    // Of a query that names menus only all that is in one fits alike, and keeps its order.
+    offer({.score = kMenuWeight * bestOf(texts.menus, form->whole), .menus = &form->whole});
     offer({.score = kMenuWeight * bestOf(texts.whole, form->whole), .whole = &form->whole});
     for (auto& [forMenus, forTitle] : form->parts) {
       const float title = bestOf(texts.title, forTitle);

@@ -19,6 +19,7 @@ std::string found(const std::string& lines, const std::string& query) {
 
 TEST(CommandIndex, findsByTitleOrByMenusAndTitleTheBestFirst) {
   const std::string menus = R"(
+    File > Print…
     File > Save
     File > Save As…
     File > Export As > Export as PDF…
@@ -28,7 +29,7 @@ TEST(CommandIndex, findsByTitleOrByMenusAndTitleTheBestFirst) {
     View > Ансамбль > Файл
     View > Café
     Quit)";
-  const std::string all = "Save|Save As…|Export as PDF…|Paste|Find and Edit…|Preferences…|Файл|Café|Quit";
+  const std::string all = "Print…|Save|Save As…|Export as PDF…|Paste|Find and Edit…|Preferences…|Файл|Café|Quit";
   const std::vector<std::pair<const char*, std::string>> cases = {
       {"", all},
       {"  ", all},
@@ -39,7 +40,8 @@ TEST(CommandIndex, findsByTitleOrByMenusAndTitleTheBestFirst) {
       {"ed pref", "Preferences…"},
       {"edpref", "Preferences…"},
       {"file export pdf", "Export as PDF…"},
-      {"edit", "Find and Edit…|Paste|Preferences…"},  // a title that names it, then all of the menu
+      {"edit", "Find and Edit…|Paste|Preferences…"},    // a title that names it, then all of the menu
+      {"file", "Print…|Save|Save As…|Export as PDF…"},  // in the order of the menu
       {"view fajl", "Файл"},
       {"fajl", "Файл"},
       {"файл", "Файл"},
