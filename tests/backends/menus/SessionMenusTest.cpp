@@ -3,6 +3,7 @@
 #include <systemd/sd-bus.h>
 
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 
@@ -34,8 +35,6 @@ void reply(sd_bus_message* question, const Appender& append) {
 /// An application that tells its menus on a bus, and what was done to them.
 class SessionMenus : public ::testing::Test {
  protected:
-  using Handler = std::function<bool(sd_bus_message* message, const std::string& member)>;
-
   std::vector<std::string> lines(MenuSource& source) { return linesOf(commands(source)); }
   std::vector<MenuCommand> commands(MenuSource& source, TimePoint deadline = later()) {
     return commandsOf(source, {1, {}, deadline});
@@ -71,129 +70,65 @@ class GtkMenusTest : public SessionMenus {
  protected:
   GtkMenusTest() { windows.addresses = {application.uniqueName(), "/bar", "/appmenu", "/app", "/win", {}, {}}; }
 
-  static void item(sd_bus_message* m, const Appender& append) {
-    sd_bus_message_open_container(m, 'a', "{sv}");
-    append(m);
-    sd_bus_message_close_container(m);
-  }
-  static void text(sd_bus_message* m, const char* name, const char* value) {
-    sd_bus_message_append(m, "{sv}", name, "s", value);
-  }
-  static void action(sd_bus_message* m, const char* label, const char* name, const char* accelerator = "") {
-    item(m, [&](sd_bus_message* in) {
-      text(in, "label", label);
-      text(in, "action", name);
-      text(in, "accel", accelerator);
-    });
-  }
-  static void link(sd_bus_message* m, const char* kind, const char* label, uint32_t group, uint32_t menu) {
-    item(m, [&](sd_bus_message* in) {
-      text(in, "label", label);
-      sd_bus_message_append(in, "{sv}", kind, "(uu)", group, menu);
-    });
-  }
-  static void menu(sd_bus_message* m, uint32_t group, uint32_t number, const Appender& items) {
-    sd_bus_message_open_container(m, 'r', "uuaa{sv}");
-    sd_bus_message_append(m, "uu", group, number);
-    sd_bus_message_open_container(m, 'a', "a{sv}");
-    items(m);
-    sd_bus_message_close_container(m);
-    sd_bus_message_close_container(m);
-  }
-  void menus(sd_bus_message* m, uint32_t group) const {
+  bool start(sd_bus_message* message) const {
+    uint32_t group = 0;
+    sd_bus_message_read(message, "au", 1, &group);
     if (group == 0) {
-      menu(m, 0, 0, [](sd_bus_message* in) { link(in, ":submenu", "_View", 1, 0); });
-    } else if (group == 1) {
-      menu(m, 1, 0, [this](sd_bus_message* in) {
-        link(in, ":section", "Style", 1, 1);
-        link(in, ":submenu", "Colours", 2, 0);
-        action(in, "About", "app.about", "F1");
-        link(in, ":submenu", "Again", 1, 0);
-        for (int i = 0; i < extra; ++i) {
-          action(in, "More", "app.about");
-        }
-      });
-      menu(m, 1, 1, [](sd_bus_message* in) {
-        action(in, "_Bold", "win.bold", "<Primary>b");
-        action(in, "Print…", "win.print");
-        action(in, "Missing", "win.missing");
-        item(in, [](sd_bus_message* hidden) {
-          text(hidden, "label", "Hidden");
-          text(hidden, "action", "win.missing");
-          text(hidden, "hidden-when", "action-missing");
-        });
-        link(in, ":section", "", 1, 1);
-      });
-    } else if (group == 2) {
-      menu(m, 2, 0, [](sd_bus_message* in) {
-        for (const char* colour : {"red", "green"}) {
-          item(in, [&](sd_bus_message* radio) {
-            text(radio, "label", colour);
-            text(radio, "action", "win.colour");
-            text(radio, "target", colour);
-          });
-        }
-      });
+      return sd_bus_reply_method_return(message, "a(uuaa{sv})", 1, 0, 0, 1, 2, "label", "s", "_View", ":submenu",
+                                        "(uu)", 1, 0) >= 0;
     }
-  }
-  /// (bgav), of the actions of the window.
-  void describe(sd_bus_message* m, const std::string& name) const {
-    const int enabled = name != "print" || canPrint ? 1 : 0;
-    sd_bus_message_open_container(m, 'r', "bgav");
-    sd_bus_message_append(m, "bg", enabled, name == "colour" ? "s" : "");
-    if (name == "bold") {
-      sd_bus_message_append(m, "av", 1, "b", 1);
-    } else if (name == "colour") {
-      sd_bus_message_append(m, "av", 1, "s", "green");
-    } else {
-      sd_bus_message_append(m, "av", 0);
-    }
-    sd_bus_message_close_container(m);
+    reply(message, [&](sd_bus_message* m) {
+      sd_bus_message_open_container(m, 'a', "(uuaa{sv})");
+      sd_bus_message_open_container(m, 'r', "uuaa{sv}");
+      sd_bus_message_append(m, "uu", 1, 0);
+      sd_bus_message_open_container(m, 'a', "a{sv}");
+      sd_bus_message_append(m, "a{sv}", 2, "label", "s", "Style", ":section", "(uu)", 1, 1);
+      sd_bus_message_append(m, "a{sv}", 2, "label", "s", "Colours", ":submenu", "(uu)", 1, 2);
+      sd_bus_message_append(m, "a{sv}", 3, "label", "s", "About", "action", "s", "app.about", "accel", "s", "F1");
+      sd_bus_message_append(m, "a{sv}", 2, "label", "s", "Again", ":submenu", "(uu)", 1, 0);
+      for (int i = 0; i < extra; ++i) {
+        sd_bus_message_append(m, "a{sv}", 2, "label", "s", "More", "action", "s", "app.about");
+      }
+      sd_bus_message_close_container(m);
+      sd_bus_message_close_container(m);
+      sd_bus_message_append(m, "(uuaa{sv})", 1, 1, 5, 3, "label", "s", "_Bold", "action", "s", "win.bold", "accel", "s",
+                            "<Primary>b", 2, "label", "s", "Print…", "action", "s", "win.print", 2, "label", "s",
+                            "Missing", "action", "s", "win.missing", 3, "label", "s", "Hidden", "action", "s",
+                            "win.missing", "hidden-when", "s", "action-missing", 1, ":section", "(uu)", 1, 1);
+      sd_bus_message_append(m, "(uuaa{sv})", 1, 2, 2, 3, "label", "s", "red", "action", "s", "win.colour", "target",
+                            "s", "red", 3, "label", "s", "green", "action", "s", "win.colour", "target", "s", "green");
+      sd_bus_message_close_container(m);
+    });
+    return true;
   }
   bool answer(sd_bus_message* message) {
     const std::string member = sd_bus_message_get_member(message);
     const std::string path = sd_bus_message_get_path(message);
-    const char* name = "";
     if (member == "Start" && path == "/bar") {
-      std::vector<uint32_t> groups;
-      const void* data = nullptr;
-      size_t bytes = 0;
-      sd_bus_message_read_array(message, 'u', &data, &bytes);
-      const auto* first = static_cast<const uint32_t*>(data);
-      groups.assign(first, first + bytes / sizeof(uint32_t));
-      reply(message, [&](sd_bus_message* m) {
-        sd_bus_message_open_container(m, 'a', "(uuaa{sv})");
-        for (const uint32_t group : groups) {
-          menus(m, group);
-        }
-        sd_bus_message_close_container(m);
-      });
-    } else if (member == "DescribeAll") {
-      const std::vector<std::string> names =
-          path == "/win" ? std::vector<std::string>{"bold", "print", "colour"} : std::vector<std::string>{"about"};
-      reply(message, [&](sd_bus_message* m) {
-        sd_bus_message_open_container(m, 'a', "{s(bgav)}");
-        for (const std::string& one : names) {
-          sd_bus_message_open_container(m, 'e', "s(bgav)");
-          sd_bus_message_append(m, "s", one.c_str());
-          describe(m, one);
-          sd_bus_message_close_container(m);
-        }
-        sd_bus_message_close_container(m);
-      });
-    } else if (member == "Describe" && sd_bus_message_read(message, "s", &name) > 0 && std::string(name) != gone) {
-      reply(message, [&](sd_bus_message* m) { describe(m, name); });
-    } else if (member == "Activate" && sd_bus_message_read(message, "s", &name) > 0) {
+      return start(message);
+    }
+    if (member == "DescribeAll" && path == "/app") {
+      return sd_bus_reply_method_return(message, "a{s(bgav)}", 1, "about", 1, "", 0) >= 0;
+    }
+    if (member == "DescribeAll") {
+      return sd_bus_reply_method_return(message, "a{s(bgav)}", 3, "bold", 1, "", 1, "b", 1, "print", 0, "", 0, "colour",
+                                        1, "s", 1, "s", "green") >= 0;
+    }
+    const char* name = "";
+    sd_bus_message_read(message, "s", &name);
+    if (member == "Describe" && std::string(name) != gone) {
+      return sd_bus_reply_method_return(message, "(bgav)", std::string(name) != "print" || canPrint ? 1 : 0,
+                                        std::string(name) == "colour" ? "s" : "", 0) >= 0;
+    }
+    if (member == "Activate") {
       const char* target = "";
       if (sd_bus_message_enter_container(message, 'a', "v") > 0 && sd_bus_message_at_end(message, 0) == 0) {
         sd_bus_message_read(message, "v", "s", &target);
       }
       note(path + " " + name + " " + target);
       return silent || sd_bus_reply_method_return(message, "") >= 0;
-    } else {
-      return false;
     }
-    return true;
+    return false;
   }
 
   // Set while nothing is under way.
@@ -240,65 +175,55 @@ TEST_F(GtkMenusTest, whatIsTooLongOrDoesNotAnswerEnds) {
   EXPECT_THAT(commands(source), IsEmpty());
 }
 
-/// One item of a menu of com.canonical.dbusmenu.
-struct FakeItem {
-  int32_t id = 0;
-  std::string label;
-  std::vector<FakeItem> children = {};
-  std::string toggle = {};
-  bool isOn = false;
-  bool isEnabled = true;
-  bool isVisible = true;
-  bool isMenu = false;
-  const char* key = nullptr;
-  bool isSeparator = false;
-};
-
 class DBusMenusTest : public SessionMenus {
  protected:
-  static void properties(sd_bus_message* m, const FakeItem& item) {
-    sd_bus_message_open_container(m, 'a', "{sv}");
-    sd_bus_message_append(m, "{sv}", "label", "s", item.label.c_str());
-    if (!item.toggle.empty()) {
-      sd_bus_message_append(m, "{sv}", "toggle-type", "s", item.toggle.c_str());
-      sd_bus_message_append(m, "{sv}", "toggle-state", "i", item.isOn ? 1 : 0);
-    }
-    if (!item.isEnabled) {
-      sd_bus_message_append(m, "{sv}", "enabled", "b", 0);
-    }
-    if (!item.isVisible) {
-      sd_bus_message_append(m, "{sv}", "visible", "b", 0);
-    }
-    if (item.isMenu || !item.children.empty()) {
-      sd_bus_message_append(m, "{sv}", "children-display", "s", "submenu");
-    }
-    if (item.isSeparator) {
-      sd_bus_message_append(m, "{sv}", "type", "s", "separator");
-    }
-    if (item.key) {
-      sd_bus_message_append(m, "{sv}", "shortcut", "aas", 1, 2, "Control", item.key);
-    }
-    sd_bus_message_close_container(m);
-  }
-  static void layout(sd_bus_message* m, const FakeItem& item) {  // NOLINT(misc-no-recursion)
+  static constexpr const char* kItem = "(ia{sv}av)";
+
+  /// A menu with a number of commands, in as many menus.
+  static void nested(sd_bus_message* m, int menus, int commands) {  // NOLINT(misc-no-recursion)
+    sd_bus_message_open_container(m, 'v', kItem);
     sd_bus_message_open_container(m, 'r', "ia{sv}av");
-    sd_bus_message_append(m, "i", item.id);
-    properties(m, item);
+    sd_bus_message_append(m, "ia{sv}", 1, 2, "label", "s", "Menu", "children-display", "s", "submenu");
     sd_bus_message_open_container(m, 'a', "v");
-    for (const FakeItem& child : item.children) {
-      sd_bus_message_open_container(m, 'v', "(ia{sv}av)");
-      layout(m, child);
+    for (int i = 0; i < commands; ++i) {
+      const std::string label = "item " + std::string(i == 0 ? 100'000 : 1, 'x');
+      sd_bus_message_append(m, "v", kItem, 10 + i, 1, "label", "s", label.c_str(), 0);
+    }
+    if (menus > 1) {
+      nested(m, menus - 1, commands);
+    }
+    for (int i = 0; i < 3; ++i) {
       sd_bus_message_close_container(m);
     }
-    sd_bus_message_close_container(m);
-    sd_bus_message_close_container(m);
   }
-  static FakeItem* find(FakeItem& item, int32_t id) {  // NOLINT(misc-no-recursion)
-    FakeItem* found = item.id == id ? &item : nullptr;
-    for (FakeItem& child : item.children) {
-      found = found ? found : find(child, id);
+  bool layout(sd_bus_message* message) {
+    int32_t id = 0;
+    sd_bus_message_read(message, "i", &id);
+    if (id == 9) {
+      return sd_bus_reply_method_return(message, "u(ia{sv}av)", 1, 9, 0, 1, kItem, 40, 1, "label", "s", "Made", 0) >= 0;
     }
-    return found;
+    if (menus > 0) {
+      reply(message, [&](sd_bus_message* m) {
+        sd_bus_message_append(m, "u", 1);
+        sd_bus_message_open_container(m, 'r', "ia{sv}av");
+        sd_bus_message_append(m, "ia{sv}", 0, 0);
+        sd_bus_message_open_container(m, 'a', "v");
+        nested(m, menus, commandsOfEach);
+        sd_bus_message_close_container(m);
+        sd_bus_message_close_container(m);
+      });
+      return true;
+    }
+    return sd_bus_reply_method_return(
+               message, "u(ia{sv}av)", 1, 0, 0, 1, kItem, 1, 1, "label", "s", "_Edit", 6,                         //
+               kItem, 2, 3, "label", "s", "_Cut", "enabled", "b", 0, "shortcut", "aas", 1, 2, "Control", "x", 0,  //
+               kItem, 3, 2, "label", "s", "line", "type", "s", "separator", 0,                                    //
+               kItem, 4, 2, "label", "s", "Hidden", "visible", "b", 0, 0,                                         //
+               kItem, 5, 3, "label", "s", "Wrap", "toggle-type", "s", "checkmark", "toggle-state", "i", 1, 0,     //
+               kItem, 6, 1, "label", "s", "Modes", 2,                                                             //
+               kItem, 7, 3, "label", "s", "Fast", "toggle-type", "s", "radio", "toggle-state", "i", 1, 0,         //
+               kItem, 8, 2, "label", "s", "Slow", "toggle-type", "s", "radio", 0,                                 //
+               kItem, 9, 2, "label", "s", "Recent", "children-display", "s", "submenu", 0) >= 0;
   }
   bool answer(sd_bus_message* message) {
     const std::string member = sd_bus_message_get_member(message);
@@ -307,30 +232,18 @@ class DBusMenusTest : public SessionMenus {
     if (member == "GetMenuForWindow") {
       return sd_bus_reply_method_return(message, "so", sd_bus_message_get_destination(message), "/menu") >= 0;
     }
-    if (member == "GetLayout" && sd_bus_message_read(message, "i", &id) > 0) {
-      reply(message, [&](sd_bus_message* m) {
-        sd_bus_message_append(m, "u", 1);
-        layout(m, *find(root, id));
-      });
-      return true;
+    if (member == "GetLayout") {
+      return layout(message);
     }
     if (member == "AboutToShow" && sd_bus_message_read(message, "i", &id) > 0) {
       note("made " + std::to_string(id));
-      find(root, id)->children = {{40, "Made", {}}};
       return sd_bus_reply_method_return(message, "b", 1) >= 0;
     }
     if (member == "GetGroupProperties" && sd_bus_message_read(message, "ai", 1, &id) > 0) {
-      reply(message, [&](sd_bus_message* m) {
-        sd_bus_message_open_container(m, 'a', "(ia{sv})");
-        if (const FakeItem* item = find(root, id)) {
-          sd_bus_message_open_container(m, 'r', "ia{sv}");
-          sd_bus_message_append(m, "i", id);
-          properties(m, *item);
-          sd_bus_message_close_container(m);
-        }
-        sd_bus_message_close_container(m);
-      });
-      return true;
+      const auto now = labels.find(id);
+      return now == labels.end() ? sd_bus_reply_method_return(message, "a(ia{sv})", 0) >= 0
+                                 : sd_bus_reply_method_return(message, "a(ia{sv})", 1, id, 2, "label", "s", now->second,
+                                                              "enabled", "b", canCut || id != 2) >= 0;
     }
     if (member == "Event" && sd_bus_message_read(message, "is", &id, &event) > 0) {
       note(event + (" " + std::to_string(id)));
@@ -340,16 +253,10 @@ class DBusMenusTest : public SessionMenus {
   }
 
   // Set while nothing is under way.
-  FakeItem root{0,
-                "",
-                {{1,
-                  "_Edit",
-                  {{2, "_Cut", {}, "", false, false, true, false, "x"},
-                   {3, "", {}, "", false, true, true, false, nullptr, true},
-                   {4, "Hidden", {}, "", false, true, false},
-                   {5, "Wrap", {}, "checkmark", true},
-                   {6, "Modes", {{7, "Fast", {}, "radio", true}, {8, "Slow", {}, "radio"}}},
-                   {9, "Recent", {}, "", false, true, true, true}}}}};
+  std::map<int32_t, const char*> labels{{2, "_Cut"}, {5, "Wrap"}, {7, "Fast"}, {8, "Slow"}};  ///< as they are now
+  bool canCut = false;
+  int menus = 0;  ///< so many instead, each in the one before
+  int commandsOfEach = 0;
   atspi::FakePeer application{bus.address(), "com.canonical.AppMenu.Registrar",
                               [this](sd_bus_message* m) { return answer(m); }};
   DBusMenus source{windows, bus.address()};
@@ -369,26 +276,21 @@ TEST_F(DBusMenusTest, aCommandIsClicked) {
   known = commands(source);
   EXPECT_EQ(perform(source, "Edit>Modes>Slow ( )"), MenuOutcome::done);
   EXPECT_EQ(perform(source, "Edit>Cut Control+X disabled"), MenuOutcome::disabled);
-  find(root, 2)->isEnabled = true;
+  canCut = true;
   EXPECT_EQ(perform(source, "Edit>Cut Control+X disabled"), MenuOutcome::done) << "what it is now counts";
-  find(root, 5)->label = "Quit without saving";
+  labels[5] = "Quit without saving";
   EXPECT_EQ(perform(source, "Edit>Wrap [x]"), MenuOutcome::gone) << "the id is another's now";
-  find(root, 6)->children.clear();
+  labels.erase(7);
   EXPECT_EQ(perform(source, "Edit>Modes>Fast (o)"), MenuOutcome::gone);
   EXPECT_THAT(done(), ElementsAre("made 9", "clicked 8", "clicked 2"));
 }
 
 TEST_F(DBusMenusTest, whatIsTooLongTooDeepOrDoesNotAnswerEnds) {
-  FakeItem deep{20, "last", {}};
-  for (int32_t i = 0; i < 12; ++i) {
-    deep = {21 + i, "deeper", {deep, {60 + i, "beside", {}}}};
-  }
-  root.children = {deep};
-  EXPECT_EQ(commands(source).size(), 8U - 1U) << "one beside each menu that is not too deep";
-  root.children[0] = {1, "Many", {}};
-  for (int32_t i = 0; i < 20'000; ++i) {
-    root.children[0].children.push_back({100 + i, "item " + std::string(i == 0 ? 100'000 : 1, 'x'), {}});
-  }
+  menus = 12;
+  commandsOfEach = 1;
+  EXPECT_EQ(commands(source).size(), 7U) << "eight titles deep at most, the commands' own included";
+  menus = 1;
+  commandsOfEach = 20'000;
   const auto many = commands(source);
   EXPECT_EQ(many.size(), Menus::kMostCommands);
   EXPECT_EQ(many[0].path.back().size(), 200U);
