@@ -116,6 +116,8 @@ TEST(UsePlaces, typesAndSelectsByLabelInEachLayoutThoughItChangesWhileItIsOpen) 
     const Matches matches = use.demo.matches();
     const Match* wanted = find(matches, "Button", "OK");
     ASSERT_TRUE(wanted) << describe(matches);
+    // A label means nothing before it is on the screen.
+    ASSERT_TRUE(use.boxed(ok, kMatchColor, plain));
     for (const char letter : wanted->label) {
       use.session().press({"ctrl+" + keycodeOf(letter)});
     }
