@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/Utf8.h"
+
 namespace jumplark {
 namespace {
 
@@ -18,13 +20,6 @@ bool isLetter(char c) {
 
 char lowered(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kSpace = " \t\r\n";
-  const size_t first = text.find_first_not_of(kSpace);
-  return first == std::string_view::npos ? std::string_view()
-                                         : text.substr(first, text.find_last_not_of(kSpace) - first + 1);
 }
 
 /// Runs of digits and runs of letters; everything else only separates.

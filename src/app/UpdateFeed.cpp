@@ -14,6 +14,7 @@
 #include "platform/Platform.h"
 #include "platform/Queues.h"
 #include "platform/Texts.h"
+#include "platform/Utf8.h"
 
 namespace jumplark {
 namespace {
@@ -95,13 +96,7 @@ std::string attribute(const xmlNode* element, std::string_view name) {
   return {};
 }
 
-std::string trimmed(const std::string& text) {
-  constexpr const char* kSpace = " \t\r\n";
-  const size_t first = text.find_first_not_of(kSpace);
-  return first == std::string::npos ? std::string() : text.substr(first, text.find_last_not_of(kSpace) - first + 1);
-}
-
-bool isSecureAddress(const std::string& address) {
+bool isSecureAddress(std::string_view address) {
   constexpr std::string_view kScheme = "https://";
   const bool isPlain = address.find_first_of(std::string_view(" \t\r\n\"<>\\\0", 9)) == std::string::npos;
   return address.starts_with(kScheme) && address.size() > kScheme.size() && address.size() <= kLongestLink && isPlain;
@@ -109,7 +104,7 @@ bool isSecureAddress(const std::string& address) {
 
 std::optional<AnnouncedVersion> versionOf(const xmlNode* item) {
   const xmlNode* const enclosure = child(item, "enclosure");
-  const std::string text = trimmed(attribute(enclosure, "version"));
+  const std::string text(trimmed(attribute(enclosure, "version")));
   const auto version = ProductVersion::parse(text);
   if (!version || text.size() > kLongestVersionText) {
     return std::nullopt;

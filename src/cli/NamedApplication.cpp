@@ -1,5 +1,7 @@
 #include "cli/NamedApplication.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <string_view>
 #include <vector>
@@ -65,7 +67,9 @@ std::string titleOf(const RunningApplication& application) {
 std::string namesOf(const std::vector<Candidate>& candidates) {
   std::string names;
   for (const Candidate& candidate : candidates) {
-    names += (names.empty() ? "" : ", ") + candidate.application.name;
+    const RunningApplication& application = candidate.application;
+    const std::string& known = application.name.empty() ? application.bundleIdentifier : application.name;
+    names += (names.empty() ? "" : ", ") + (known.empty() ? fmt::format("--pid {}", application.pid) : known);
   }
   return names;
 }

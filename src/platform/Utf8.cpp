@@ -111,4 +111,11 @@ bool isBlank(std::string_view text) {
   return true;
 }
 
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kSpace = " \t\r\n";
+  const size_t first = text.find_first_not_of(kSpace);
+  return first == std::string_view::npos ? std::string_view()
+                                         : text.substr(first, text.find_last_not_of(kSpace) - first + 1);
+}
+
 }  // namespace jumplark

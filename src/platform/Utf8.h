@@ -66,4 +66,7 @@ std::string codePoints(std::string_view text, int64_t base, int64_t start, int64
 /// Nothing but white space, as Unicode has it: spaces that break no line and those of other scripts are blank too.
 bool isBlank(std::string_view text);
 
+/// Without the ASCII spaces, tabs and line ends around it, as lines of files and protocols are read.
+std::string_view trimmed(std::string_view text);
+
 }  // namespace jumplark

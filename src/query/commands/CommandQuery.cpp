@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/Utf8.h"
 #include "query/matching/JLElementNodeScorer.h"
 #include "query/text/TextFolding.h"
 #include "query/text/Utf.h"
@@ -47,11 +48,6 @@ float bestOf(Spellings texts, ScoringQuery& query) {
   return best;
 }
 
-std::string trimmed(const std::string& text) {
-  const size_t start = text.find_first_not_of(' ');
-  return start == std::string::npos ? "" : text.substr(start, text.find_last_not_of(' ') - start + 1);
-}
-
 }  // namespace
 
 CommandTexts CommandTexts::prepare(const MenuCommand& command, std::pmr::memory_resource& memory) {
@@ -71,14 +67,14 @@ CommandTexts CommandTexts::prepare(const MenuCommand& command, std::pmr::memory_
 
 CommandQuery::Form::Form(const std::string& text) : whole(toUTF16(text)) {
   for (size_t at = text.find(' '); at != std::string::npos && parts.size() < kMostParts; at = text.find(' ', at + 1)) {
-    const std::string menus = trimmed(text.substr(0, at));
-    const std::string title = trimmed(text.substr(at));
+    const std::string menus(trimmed(text.substr(0, at)));
+    const std::string title(trimmed(text.substr(at)));
     parts.emplace_back(ScoringQuery(toUTF16(menus)), ScoringQuery(toUTF16(title)));
   }
 }
 
 CommandQuery::CommandQuery(const std::string& query) {
-  const std::string typed = trimmed(query);
+  const std::string typed(trimmed(query));
   if (typed.empty()) {
     return;
   }

@@ -10,6 +10,8 @@
 #include <iterator>
 #include <system_error>
 
+#include "platform/Utf8.h"
+
 namespace jumplark {
 namespace {
 
@@ -26,13 +28,6 @@ std::string plain(std::string_view text) {
   std::replace_if(
       fact.begin(), fact.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
   return fact;
-}
-
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kSpace = " \t\r";
-  const size_t first = text.find_first_not_of(kSpace);
-  return first == std::string_view::npos ? std::string_view()
-                                         : text.substr(first, text.find_last_not_of(kSpace) - first + 1);
 }
 
 /// The first value of a line `key<separator>value`; keys may be followed by spaces.

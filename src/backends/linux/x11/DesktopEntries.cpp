@@ -8,6 +8,8 @@
 #include <sstream>
 #include <utility>
 
+#include "platform/Utf8.h"
+
 namespace jumplark {
 namespace {
 
@@ -47,7 +49,7 @@ std::vector<std::string> variantsOf(const std::string& locale) {
   return result;
 }
 
-std::string unescape(const std::string& value) {
+std::string unescape(std::string_view value) {
   static const std::map<char, char> kEscapes = {{'s', ' '}, {'n', '\n'}, {'t', '\t'}, {'r', '\r'}, {'\\', '\\'}};
   std::string result;
   for (size_t i = 0; i < value.size(); ++i) {
@@ -56,11 +58,6 @@ std::string unescape(const std::string& value) {
     i += escape == kEscapes.end() ? 0 : 1;
   }
   return result;
-}
-
-std::string trimmed(const std::string& text) {
-  const size_t begin = text.find_first_not_of(" \t\r");
-  return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(" \t\r") - begin + 1);
 }
 
 // The keys of the group [Desktop Entry].
