@@ -90,27 +90,7 @@ void TreeWalk::readIdentities(Level& level) {
   for (const auto& element : level) {
     ElementFacts& e = *element;
     const bool cached = fillFromCache(e);
-    if (!cached) {
-      askStates(batch, e);
-      batch.add<uint32_t>(calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; });
-      if (small) {
-        askTexts(batch, e);
-        e.known |= facts::texts;
-      }
-      // Without interfaces it cannot be told what has no place at all, and shows as its children do.
-      if (small || !plan_.toolkit->tellsShowing()) {
-        askInterfaces(batch, e);
-        askChildCount(batch, e);
-        e.known |= facts::children;
-      }
-    } else if (e.is(state::managesDescendants)) {
-      // GTK 3 does not count the children of lists and tables there.
-      if (const auto count = ahead_->childCountOf(e.ref)) {
-        e.childCount = std::max(*count, -1);
-      } else {
-        askChildCount(batch, e);
-      }
-    }
+    cached ? completeFromCache(batch, e) : askIdentity(batch, e, small);
     if (ahead_ && ahead_->covers(e.ref)) {
       const auto reported = ahead_->reported(e.ref);
       e.extents = reported ? screenExtents(*reported, plan_.offset) : std::nullopt;
@@ -125,6 +105,33 @@ void TreeWalk::readIdentities(Level& level) {
     element->states = plan_.toolkit->statesWithShowing(*element);
   }
   leaveOutVanished(level);
+}
+
+void TreeWalk::askIdentity(TypedBatch& batch, ElementFacts& e, bool withTheRest) {
+  askStates(batch, e);
+  batch.add<uint32_t>(calls::role(*handleOf(e.ref)), [&e](uint32_t& role) { e.role = role; });
+  if (withTheRest) {
+    askTexts(batch, e);
+    e.known |= facts::texts;
+  }
+  // Without interfaces it cannot be told what has no place at all, and shows as its children do.
+  if (withTheRest || !plan_.toolkit->tellsShowing()) {
+    askInterfaces(batch, e);
+    askChildCount(batch, e);
+    e.known |= facts::children;
+  }
+}
+
+// GTK 3 does not count the children of lists and tables in its cache.
+void TreeWalk::completeFromCache(TypedBatch& batch, ElementFacts& e) {
+  if (!e.is(state::managesDescendants)) {
+    return;
+  }
+  if (const auto count = ahead_->childCountOf(e.ref)) {
+    e.childCount = std::max(*count, -1);
+  } else {
+    askChildCount(batch, e);
+  }
 }
 
 void TreeWalk::readDetails(const Level& level) {

@@ -23,6 +23,8 @@ class TreeWalk : private WalkSteps {
   bool fillFromCache(ElementFacts& element) const;
   void readAhead(const ElementRef& start);
   void readIdentities(Level& level);
+  void askIdentity(TypedBatch& batch, ElementFacts& e, bool withTheRest);
+  void completeFromCache(TypedBatch& batch, ElementFacts& e);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
   void readVisibleChildren(ElementFacts& container, Level& next);

@@ -156,71 +156,79 @@ void ChromiumWalk::readDetails(const Level& level) {
 }
 
 ChromiumWalk::Level ChromiumWalk::readChildren(const Level& level) {
+  ChildrenOfLevel children;
   TypedBatch batch;
-  Level next;
-  std::vector<std::pair<ElementFacts*, std::vector<ElementRef>>> found;
-  std::vector<ElementFacts*> large;
-  std::vector<std::unique_ptr<ManyChildren>> many;
   for (const auto& element : level) {
-    ElementFacts& e = *element;
-    if (e.role == role::documentWeb && e.is(state::showing)) {
-      documents_.push_back(element);
-    }
-    const ElementFacts* parent = parentOf(e);
-    const bool isClosedMenu = parent && parent->role == role::menuBar;
-    if (!e.has(kRead) || e.childCount == 0 || isClosedMenu) {
-      continue;
-    }
-    if (e.childCount > kMostChildren) {
-      large.push_back(&e);
-      continue;
-    }
-    if (isOneLine(e)) {
-      e.childCount = 0;
-      continue;
-    }
-    if (e.childCount > kFewChildren) {
-      many.push_back(std::make_unique<ManyChildren>(e));
-      many.back()->ask(batch);
-      continue;
-    }
-    batch.add<std::vector<ElementRef>>(
-        calls::children(*handleOf(e.ref)),
-        [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
+    askChildren(batch, element, children);
   }
   batch.run(runner_, plan_.deadline);
-  for (const auto& asked : many) {
+  for (const auto& asked : children.many) {
     if (asked->answered()) {
       asked->askMore(batch);
     } else if (!stopped()) {
-      ElementFacts& e = *asked->container;
-      batch.add<std::vector<ElementRef>>(
-          calls::children(*handleOf(e.ref)),
-          [&](std::vector<ElementRef>& children) { found.emplace_back(&e, std::move(children)); }, noting());
+      askForAll(batch, *asked->container, children);
     }
   }
   batch.run(runner_, plan_.deadline);
-  for (const auto& asked : many) {
+  Level next;
+  for (const auto& asked : children.many) {
     adoptShowing(*asked, next);
   }
-  for (auto& [container, children] : found) {
-    container->childCount = static_cast<int64_t>(children.size());
-    // A container's text is that of its children; a caption is nevertheless read as one.
-    if (!children.empty() && container->name.empty() && container->role != role::label) {
-      container->interfaces &= ~interface_bit::text;
-    }
-    adopt(*container, children, next);
+  for (auto& [container, found] : children.found) {
+    adoptAll(*container, found, next);
   }
-  for (ElementFacts* container : large) {
-    container->childrenAreVisibleOnly = true;
-    container->interfaces &= ~interface_bit::text;
-    const Rect part = visiblePart(*container);
-    if (!stopped() && !part.isNull()) {
-      const Rect local{part.x - plan_.offset.x, part.y - plan_.offset.y, part.width, part.height};
-      adopt(*container, childrenByPlace(runner_, *container, local, plan_.deadline), next);
-    }
+  for (ElementFacts* container : children.large) {
+    adoptByPlace(*container, next);
   }
   return next;
+}
+
+void ChromiumWalk::askChildren(TypedBatch& batch, const std::shared_ptr<ElementFacts>& element,
+                               ChildrenOfLevel& children) {
+  ElementFacts& e = *element;
+  if (e.role == role::documentWeb && e.is(state::showing)) {
+    documents_.push_back(element);
+  }
+  const ElementFacts* parent = parentOf(e);
+  const bool isClosedMenu = parent && parent->role == role::menuBar;
+  if (!e.has(kRead) || e.childCount == 0 || isClosedMenu) {
+    return;
+  }
+  if (e.childCount > kMostChildren) {
+    children.large.push_back(&e);
+  } else if (isOneLine(e)) {
+    e.childCount = 0;
+  } else if (e.childCount > kFewChildren) {
+    children.many.push_back(std::make_unique<ManyChildren>(e));
+    children.many.back()->ask(batch);
+  } else {
+    askForAll(batch, e, children);
+  }
+}
+
+void ChromiumWalk::askForAll(TypedBatch& batch, ElementFacts& container, ChildrenOfLevel& children) {
+  batch.add<std::vector<ElementRef>>(
+      calls::children(*handleOf(container.ref)),
+      [&](std::vector<ElementRef>& found) { children.found.emplace_back(&container, std::move(found)); }, noting());
+}
+
+void ChromiumWalk::adoptAll(ElementFacts& container, const std::vector<ElementRef>& children, Level& next) {
+  container.childCount = static_cast<int64_t>(children.size());
+  // A container's text is that of its children; a caption is nevertheless read as one.
+  if (!children.empty() && container.name.empty() && container.role != role::label) {
+    container.interfaces &= ~interface_bit::text;
+  }
+  adopt(container, children, next);
+}
+
+void ChromiumWalk::adoptByPlace(ElementFacts& container, Level& next) {
+  container.childrenAreVisibleOnly = true;
+  container.interfaces &= ~interface_bit::text;
+  const Rect part = visiblePart(container);
+  if (!stopped() && !part.isNull()) {
+    const Rect local{part.x - plan_.offset.x, part.y - plan_.offset.y, part.width, part.height};
+    adopt(container, childrenByPlace(runner_, container, local, plan_.deadline), next);
+  }
 }
 
 bool ChromiumWalk::isOneLine(const ElementFacts& element) const {

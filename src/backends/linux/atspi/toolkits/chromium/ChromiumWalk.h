@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "backends/linux/atspi/reading/WalkSteps.h"
@@ -30,6 +31,13 @@ class ChromiumWalk : private WalkSteps {
   FactsPointer emptyPage() const;
 
  private:
+  /// Which children the elements of a level have, by how they are asked for.
+  struct ChildrenOfLevel {
+    std::vector<std::pair<ElementFacts*, std::vector<ElementRef>>> found;  ///< all of them, as they are told
+    std::vector<std::unique_ptr<ManyChildren>> many;                       ///< those that show
+    std::vector<ElementFacts*> large;                                      ///< to be found by their places
+  };
+
   bool isFaceOfItsParent(const ElementFacts& element) const;
   /// True for a link that holds nothing but its face, so that its children need not be asked for.
   bool isOneLine(const ElementFacts& element) const;
@@ -37,6 +45,11 @@ class ChromiumWalk : private WalkSteps {
   void readIdentities(Level& level);
   void readDetails(const Level& level);
   Level readChildren(const Level& level);
+  /// `children` outlives the batch's run.
+  void askChildren(TypedBatch& batch, const std::shared_ptr<ElementFacts>& element, ChildrenOfLevel& children);
+  void askForAll(TypedBatch& batch, ElementFacts& container, ChildrenOfLevel& children);
+  void adoptAll(ElementFacts& container, const std::vector<ElementRef>& children, Level& next);
+  void adoptByPlace(ElementFacts& container, Level& next);
   void leaveOutNoise(Level& all);
   bool isNoise(const ElementFacts& element) const;
 
