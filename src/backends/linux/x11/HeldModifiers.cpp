@@ -26,10 +26,16 @@ bool isLockKey(const X11Connection& x, uint8_t keycode) {
 }  // namespace
 
 std::vector<uint8_t> heldModifierKeys(const X11Connection& x) {
-  const auto keymapCookie = xcb_query_keymap(x.get());
-  const auto mappingCookie = xcb_get_modifier_mapping(x.get());
-  const auto keymap = takeReply(x.get(), xcb_query_keymap_reply, keymapCookie);
-  const auto mapping = takeReply(x.get(), xcb_get_modifier_mapping_reply, mappingCookie);
+  return takeHeldModifiers(x, askHeldModifiers(x));
+}
+
+HeldModifierQuestions askHeldModifiers(const X11Connection& x) {
+  return {xcb_query_keymap(x.get()), xcb_get_modifier_mapping(x.get())};
+}
+
+std::vector<uint8_t> takeHeldModifiers(const X11Connection& x, const HeldModifierQuestions& questions) {
+  const auto keymap = takeReply(x.get(), xcb_query_keymap_reply, questions.keymap);
+  const auto mapping = takeReply(x.get(), xcb_get_modifier_mapping_reply, questions.mapping);
   std::vector<uint8_t> result;
   if (!keymap || !mapping) {
     return result;

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <utility>
 
-#include "backends/linux/x11/HeldModifiers.h"
 #include "backends/linux/x11/Reply.h"
 
 namespace jumplark {
@@ -38,11 +38,16 @@ void PointerPoster::post(const MouseEvent& event) {
     return;
   }
   const std::lock_guard lock(mutex_);
+  // Asked beside each other: a press follows a window that has just been hidden, and the X server is busy with that.
+  std::optional<PressQuestions> questions;
+  if (event.type == event_type::leftMouseDown) {
+    questions = {xcb_get_pointer_mapping(x_->get()), x11::askHeldModifiers(*x_)};
+  }
   // A position whose y was converted from a bottom-left origin lies one above the point meant, so a half row belongs to
   // the row below it; a half column to the column it lies in.
   moveTo(clamped(std::floor(event.position.x)), clamped(std::ceil(event.position.y)));
-  if (event.type == event_type::leftMouseDown) {
-    press();
+  if (questions) {
+    press(*questions);
   } else if (event.type == event_type::leftMouseUp) {
     release();
   }
@@ -59,17 +64,19 @@ void PointerPoster::moveTo(int16_t x, int16_t y) {
   }
 }
 
-void PointerPoster::press() {
+void PointerPoster::press(const PressQuestions& questions) {
+  const uint8_t button = physicalLeftButton(questions.mapping);
+  const std::vector<uint8_t> held = x11::takeHeldModifiers(*x_, questions.modifiers);
   if (pressed_ != 0) {
     return;
   }
-  for (const uint8_t keycode : x11::heldModifierKeys(*x_)) {
+  for (const uint8_t keycode : held) {
     if (willReleaseKey_) {
       willReleaseKey_(keycode);
     }
     fake(XCB_KEY_RELEASE, keycode);
   }
-  pressed_ = physicalLeftButton();
+  pressed_ = button;
   if (guard_) {
     guard_->setPressed(pressed_);
   }
@@ -93,8 +100,8 @@ void PointerPoster::fake(uint8_t type, uint8_t detail, int16_t x, int16_t y) {
 }
 
 // A left-handed user's mapping applies to synthetic buttons too.
-uint8_t PointerPoster::physicalLeftButton() const {
-  const auto mapping = takeReply(x_->get(), xcb_get_pointer_mapping_reply, xcb_get_pointer_mapping(x_->get()));
+uint8_t PointerPoster::physicalLeftButton(xcb_get_pointer_mapping_cookie_t asked) const {
+  const auto mapping = takeReply(x_->get(), xcb_get_pointer_mapping_reply, asked);
   if (!mapping) {
     return kLogicalLeftButton;
   }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "backends/linux/x11/ButtonGuard.h"
+#include "backends/linux/x11/HeldModifiers.h"
 #include "backends/linux/x11/X11Connection.h"
 #include "platform/Input.h"
 
@@ -30,11 +31,17 @@ class PointerPoster {
   void post(const MouseEvent& event);
 
  private:
+  /// What a press depends on, in flight.
+  struct PressQuestions {
+    xcb_get_pointer_mapping_cookie_t mapping;
+    x11::HeldModifierQuestions modifiers;
+  };
+
   void fake(uint8_t type, uint8_t detail, int16_t x = 0, int16_t y = 0);
   void moveTo(int16_t x, int16_t y);
-  void press();
+  void press(const PressQuestions& questions);
   void release();
-  uint8_t physicalLeftButton() const;
+  uint8_t physicalLeftButton(xcb_get_pointer_mapping_cookie_t asked) const;
 
   std::shared_ptr<X11Connection> x_;
   KeycodeCallback willReleaseKey_;

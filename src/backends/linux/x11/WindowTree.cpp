@@ -69,12 +69,21 @@ std::vector<xcb_window_t> managedFromTree(const X11Connection& x) {
 
 }  // namespace
 
-xcb_window_t windowManagerWindow(const X11Connection& x) {
-  const auto claimed = readNumbers(x, x.root(), x.atom(Atom::netSupportingWmCheck), 1);
+WindowManagerQuestion::WindowManagerQuestion(const X11Connection& x, xcb_window_t guess)
+    : x_(x),
+      guess_(guess),
+      claim_(askProperty(x, x.root(), x.atom(Atom::netSupportingWmCheck), 1)),
+      confirmation_(askProperty(x, guess != 0 ? guess : x.root(), x.atom(Atom::netSupportingWmCheck), 1)) {}
+
+xcb_window_t WindowManagerQuestion::take() const {
+  const auto claimed = takeNumbers(x_, claim_);
+  auto confirmed = takeNumbers(x_, confirmation_);
   if (!claimed || claimed->empty() || claimed->front() == 0) {
     return 0;
   }
-  const auto confirmed = readNumbers(x, claimed->front(), x.atom(Atom::netSupportingWmCheck), 1);
+  if (claimed->front() != guess_) {
+    confirmed = readNumbers(x_, claimed->front(), x_.atom(Atom::netSupportingWmCheck), 1);
+  }
   return confirmed == claimed ? claimed->front() : 0;
 }
 
@@ -119,17 +128,19 @@ xcb_window_t clientInside(const X11Connection& x, xcb_window_t topLevel) {
   return topLevel;
 }
 
-std::vector<xcb_window_t> managedWindows(const X11Connection& x) {
-  if (windowManagerWindow(x) == 0) {
+std::vector<xcb_window_t> managedWindows(const X11Connection& x, xcb_window_t& windowManager) {
+  const WindowManagerQuestion manager(x, windowManager);
+  const auto stackingCookie = askProperty(x, x.root(), x.atom(Atom::netClientListStacking), kMaxListedWindows);
+  const auto listCookie = askProperty(x, x.root(), x.atom(Atom::netClientList), kMaxListedWindows);
+  windowManager = manager.take();
+  const auto stacking = takeNumbers(x, stackingCookie);
+  const auto list = takeNumbers(x, listCookie);
+  if (windowManager == 0 || !(stacking || list)) {
     return managedFromTree(x);
   }
-  for (const Atom list : {Atom::netClientListStacking, Atom::netClientList}) {
-    if (auto windows = readNumbers(x, x.root(), x.atom(list), kMaxListedWindows)) {
-      std::ranges::reverse(*windows);
-      return *windows;
-    }
-  }
-  return managedFromTree(x);
+  std::vector<xcb_window_t> result = stacking ? *stacking : *list;
+  std::ranges::reverse(result);
+  return result;
 }
 
 std::vector<bool> shapesContain(const X11Connection& x, const std::vector<TopLevel>& windows, Point point) {

@@ -60,9 +60,9 @@ void addStruts(const std::vector<uint32_t>& numbers, const Size& root, std::vect
   }
 }
 
-std::vector<Strut> readStruts(const X11Connection& x, const Size& root) {
+std::vector<Strut> readStruts(const X11Connection& x, const std::vector<xcb_window_t>& windows, const Size& root) {
   std::vector<std::pair<xcb_get_property_cookie_t, xcb_get_property_cookie_t>> cookies;
-  for (const xcb_window_t window : managedWindows(x)) {
+  for (const xcb_window_t window : windows) {
     cookies.emplace_back(askProperty(x, window, x.atom(Atom::netWmStrutPartial)),
                          askProperty(x, window, x.atom(Atom::netWmStrut)));
   }
@@ -115,11 +115,14 @@ std::optional<Rect> currentWorkArea(const X11Connection& x) {
 }  // namespace
 
 std::vector<Rect> workAreas(const X11Connection& x, const std::vector<Rect>& monitors) {
-  const auto geometry = takeReply(x.get(), xcb_get_geometry_reply, xcb_get_geometry(x.get(), x.root()));
-  if (!geometry || windowManagerWindow(x) == 0) {
+  const auto geometryCookie = xcb_get_geometry(x.get(), x.root());
+  xcb_window_t windowManager = 0;
+  const std::vector<xcb_window_t> windows = managedWindows(x, windowManager);
+  const auto geometry = takeReply(x.get(), xcb_get_geometry_reply, geometryCookie);
+  if (!geometry || windowManager == 0) {
     return monitors;
   }
-  const std::vector<Strut> struts = readStruts(x, {double(geometry->width), double(geometry->height)});
+  const std::vector<Strut> struts = readStruts(x, windows, {double(geometry->width), double(geometry->height)});
   const std::optional<Rect> whole = monitors.size() == 1 || struts.empty() ? currentWorkArea(x) : std::optional<Rect>();
   std::vector<Rect> result;
   for (const Rect& monitor : monitors) {

@@ -116,9 +116,9 @@ void X11EventTaps::setEnabled(Tap& tap, bool enabled) {
     return;
   }
   tap.enabled = enabled;
-  listen();
+  const bool begins = listen();
   if (enabled) {
-    tap.validFrom = synchronise(false);
+    tap.validFrom = begins ? validFrom_ : synchronise(false);
   }
   updateGrabs();
   thread_.wake();
@@ -130,8 +130,9 @@ void X11EventTaps::remove(const std::shared_ptr<Tap>& tap) {
   std::erase(taps_, tap);
 }
 
-// Selects the events that the enabled taps want; nothing is reported otherwise.
-void X11EventTaps::listen() {
+// Selects the events that the enabled taps want; nothing is reported otherwise. True when keys or buttons are followed
+// from now on.
+bool X11EventTaps::listen() {
   uint64_t wanted = 0;
   for (const auto& tap : taps_) {
     wanted |= tap->enabled ? tap->configuration.mask & (kKeyEvents | kButtonEvents) : 0;
@@ -139,7 +140,7 @@ void X11EventTaps::listen() {
   // Keys are followed as a whole: a repeat shows by what was down before.
   wanted |= (wanted & kKeyEvents) != 0 ? kKeyEvents : 0;
   if (wanted == listeningFor_) {
-    return;
+    return false;
   }
   const bool begins = listeningFor_ == 0 || ((wanted & ~listeningFor_) & kKeyEvents) != 0;
   listeningFor_ = static_cast<uint32_t>(wanted);
@@ -155,6 +156,7 @@ void X11EventTaps::listen() {
   if (begins) {
     validFrom_ = synchronise(true);
   }
+  return begins;
 }
 
 // A point in the stream of events: the number of a request that the X server has carried out. The tracker starts anew

@@ -51,7 +51,7 @@ class X11EventTaps : public std::enable_shared_from_this<X11EventTaps> {
 
   void setEnabled(Tap& tap, bool enabled);
   void remove(const std::shared_ptr<Tap>& tap);
-  void listen();
+  bool listen();
   uint32_t synchronise(bool reset);
   void updateGrabs();
 

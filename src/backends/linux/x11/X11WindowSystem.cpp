@@ -38,7 +38,9 @@ X11WindowSystem::X11WindowSystem(std::shared_ptr<X11Connection> connection) : x_
 
 std::vector<WindowFacts> X11WindowSystem::windowsFrontToBack() {
   x_->dropEvents();
-  auto managed = x11::managedWindows(*x_);
+  xcb_window_t windowManager = windowManager_;
+  auto managed = x11::managedWindows(*x_, windowManager);
+  windowManager_ = windowManager;
   {
     const std::scoped_lock lock(mutex_);
     std::erase_if(managed, [this](uint32_t window) { return passedOver_.contains(window); });
@@ -97,18 +99,30 @@ std::vector<WindowFacts> X11WindowSystem::popupsFrontToBack() {
   return present(x11::readWindowFacts(*x_, ids));
 }
 
+// All questions travel together: this comes while the X server is busy with a window that has just gone.
 bool X11WindowSystem::requestActive(WindowId id, bool force) {
-  if (x11::windowManagerWindow(*x_) == 0) {
-    return activateDirectly(xidOf(id));
+  const xcb_window_t wanted = xidOf(id);
+  const x11::WindowManagerQuestion question(*x_, windowManager_);
+  const auto activeCookie = x11::askProperty(*x_, x_->root(), x_->atom(Atom::netActiveWindow), 1);
+  const auto attributesCookie = xcb_get_window_attributes(x_->get(), wanted);
+  const xcb_window_t windowManager = question.take();
+  windowManager_ = windowManager;
+  const auto active = x11::takeNumbers(*x_, activeCookie);
+  const auto attributes = takeReply(x_->get(), xcb_get_window_attributes_reply, attributesCookie);
+  if (windowManager == 0) {
+    return activateDirectly(wanted);
   }
-  if (!window(id)) {
+  if (!attributes || attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT) {
     return false;
   }
-  const WindowId active = activeWindow();
-  return (active == id && !force) || activateThroughWindowManager(xidOf(id), force, xidOf(active));
+  const xcb_window_t before = active && !active->empty() ? active->front() : 0;
+  if (before != wanted || force) {
+    activateThroughWindowManager(wanted, force, before);
+  }
+  return x_->alive();
 }
 
-bool X11WindowSystem::activateThroughWindowManager(uint32_t id, bool force, uint32_t active) {
+void X11WindowSystem::activateThroughWindowManager(uint32_t id, bool force, uint32_t active) {
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;
@@ -118,8 +132,8 @@ bool X11WindowSystem::activateThroughWindowManager(uint32_t id, bool force, uint
   message.data.data32[1] = userTime_;
   message.data.data32[2] = active;
   constexpr uint32_t toWindowManager = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT;
-  return x_->check(
-      xcb_send_event_checked(x_->get(), 0, x_->root(), toWindowManager, reinterpret_cast<const char*>(&message)));
+  xcb_send_event(x_->get(), 0, x_->root(), toWindowManager, reinterpret_cast<const char*>(&message));
+  xcb_flush(x_->get());
 }
 
 bool X11WindowSystem::activateDirectly(uint32_t id) {

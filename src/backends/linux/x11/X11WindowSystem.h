@@ -40,12 +40,13 @@ class X11WindowSystem final : public WindowSystem {
   bool isOwn(const WindowFacts& facts) const;
 
  private:
-  bool activateThroughWindowManager(uint32_t id, bool force, uint32_t active);
+  void activateThroughWindowManager(uint32_t id, bool force, uint32_t active);
   bool activateDirectly(uint32_t id);
 
   std::shared_ptr<X11Connection> x_;
   std::atomic<uint32_t> userTime_{0};
-  mutable std::mutex mutex_;  ///< leaf
+  std::atomic<xcb_window_t> windowManager_{0};  ///< as it was found last; asked again each time
+  mutable std::mutex mutex_;                    ///< leaf
   std::set<uint32_t> passedOver_;
 };
 

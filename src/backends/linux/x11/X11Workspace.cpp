@@ -153,7 +153,8 @@ bool X11Workspace::activate(int32_t pid, uint32_t options) {
     return false;
   }
   if (!force) {
-    const auto active = windows_.window(windows_.activeWindow());
+    const WindowId activeId = windows_.activeWindow();
+    const auto active = activeId == window->id ? window : windows_.window(activeId);
     if (active && pidOf(*active) == pid) {
       return true;
     }

@@ -21,6 +21,23 @@ bool isUnmoved(const FactsPointer& before, const FactsPointer& now) {
                                             before->is(state::showing) == now->is(state::showing));
 }
 
+/// How many children elements say they have now; asked while something else is. -1 where nothing is told.
+class ChildCounts {
+ public:
+  explicit ChildCounts(const std::vector<ElementRef>& containers) : told(containers.size(), -1) {
+    for (size_t i = 0; i < containers.size(); ++i) {
+      batch_.add<int32_t>(calls::childCount(*handleOf(containers[i])), [this, i](int32_t& count) { told[i] = count; });
+    }
+  }
+  void ask(CallRunner& runner, TimePoint deadline) { batch_.start(runner, deadline); }
+  void take() { batch_.finish(); }
+
+  std::vector<int64_t> told;
+
+ private:
+  TypedBatch batch_;
+};
+
 }  // namespace
 
 void ActionReader::read(const ElementRef& element, TimePoint deadline) {
@@ -38,23 +55,20 @@ void ActionReader::read(const ElementRef& element, TimePoint deadline) {
     }
     at = last ? last->parent : ElementRef();
   }
+  ChildCounts counts(containers);
+  counts.ask(runner_, deadline);
   const auto anew = live_.factsOfAll(chain, facts::identity | facts::extents | facts::texts);
+  counts.take();
   // Windows are searched for sheets.
   if (std::equal(known.begin(), known.end(), anew.begin(), anew.end(), isUnmoved)) {
-    keepSurroundings(withChildren(containers, deadline));
+    keepSurroundings(withChildren(containers, counts.told));
   } else {
     live_.factsOfAll(containers, kAround);
   }
 }
 
-std::vector<FactsPointer> ActionReader::withChildren(const std::vector<ElementRef>& containers, TimePoint deadline) {
-  std::vector<int64_t> counts(containers.size(), -1);
-  TypedBatch batch;
-  for (size_t i = 0; i < containers.size(); ++i) {
-    batch.add<int32_t>(calls::childCount(*handleOf(containers[i])),
-                       [&counts, i](int32_t& count) { counts[i] = count; });
-  }
-  batch.run(runner_, deadline);
+std::vector<FactsPointer> ActionReader::withChildren(const std::vector<ElementRef>& containers,
+                                                     const std::vector<int64_t>& counts) {
   for (size_t i = 0; i < containers.size(); ++i) {
     const FactsPointer anew = now(containers[i]);
     const FactsPointer known = before(containers[i]);

@@ -27,7 +27,7 @@ class ActionReader {
   FactsPointer now(const ElementRef& element) const { return now_->find(element); }
   void keep(FactsPointer facts) { now_->add(std::move(facts)); }
   /// Children that are as many as before are the same.
-  std::vector<FactsPointer> withChildren(const std::vector<ElementRef>& containers, TimePoint deadline);
+  std::vector<FactsPointer> withChildren(const std::vector<ElementRef>& containers, const std::vector<int64_t>& counts);
   /// What stands below is taken as it was: an action that finds its element where it was takes the rest so, but for
   /// what is new.
   void keepSurroundings(const std::vector<FactsPointer>& containers);
