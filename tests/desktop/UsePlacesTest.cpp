@@ -117,7 +117,7 @@ TEST(UsePlaces, typesAndSelectsByLabelInEachLayoutThoughItChangesWhileItIsOpen) 
     const Match* wanted = find(matches, "Button", "OK");
     ASSERT_TRUE(wanted) << describe(matches);
     // A label means nothing before it is on the screen.
-    ASSERT_TRUE(use.boxed(ok, kMatchColor, plain));
+    ASSERT_TRUE(use.boxed(ok, wanted == matches.data() ? kSelectedColor : kMatchColor, plain));
     for (const char letter : wanted->label) {
       use.session().press({"ctrl+" + keycodeOf(letter)});
     }
