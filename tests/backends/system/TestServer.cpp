@@ -1,9 +1,6 @@
 #include "backends/system/TestServer.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/x509v3.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -51,30 +48,6 @@ std::optional<TestServer::Request> readRequest(BIO* stream) {
 
 }  // namespace
 
-TestCertificate TestCertificate::make(const std::string& host, int daysLeft) {
-  constexpr long kDay = 24L * 3600;
-  const std::shared_ptr<EVP_PKEY> key(EVP_EC_gen("P-256"), EVP_PKEY_free);
-  const std::shared_ptr<X509> certificate(X509_new(), X509_free);
-  X509_set_version(certificate.get(), 2);
-  ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), 1);
-  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -10L * kDay);
-  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), long{daysLeft} * kDay);
-  X509_set_pubkey(certificate.get(), key.get());
-  X509_NAME* const name = X509_get_subject_name(certificate.get());
-  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>(host.c_str()), -1, -1, 0);
-  X509_set_issuer_name(certificate.get(), name);
-  X509_EXTENSION* const hosts = X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, ("DNS:" + host).c_str());
-  X509_add_ext(certificate.get(), hosts, -1);
-  X509_EXTENSION_free(hosts);
-  check(X509_sign(certificate.get(), key.get(), EVP_sha256()) > 0, "the certificate cannot be signed");
-
-  const std::unique_ptr<BIO, decltype(&BIO_free)> text(BIO_new(BIO_s_mem()), BIO_free);
-  PEM_write_bio_X509(text.get(), certificate.get());
-  char* bytes = nullptr;
-  const long size = BIO_get_mem_data(text.get(), &bytes);
-  return {std::string(bytes, static_cast<size_t>(size)), certificate, key};
-}
-
 bool TestServer::Client::send(std::string_view bytes) {
   while (!bytes.empty()) {
     const int sent = BIO_write(stream_, bytes.data(), static_cast<int>(std::min<size_t>(bytes.size(), 1U << 20U)));
@@ -92,13 +65,13 @@ void TestServer::Client::stall() {
   }
 }
 
-TestServer::TestServer(Handler handler, const TestCertificate& certificate)
+TestServer::TestServer(Handler handler, const std::string& certificate)
     : handler_(std::move(handler)), listener_(BIO_new_accept("127.0.0.1:0")) {
   std::signal(SIGPIPE, SIG_IGN);  // the library writes to sockets whose clients have gone
-  if (certificate.parsed) {
+  if (!certificate.empty()) {
     context_ = SSL_CTX_new(TLS_server_method());
-    check(SSL_CTX_use_certificate(context_, certificate.parsed.get()) == 1 &&
-              SSL_CTX_use_PrivateKey(context_, certificate.key.get()) == 1,
+    check(SSL_CTX_use_certificate_file(context_, certificate.c_str(), SSL_FILETYPE_PEM) == 1 &&
+              SSL_CTX_use_PrivateKey_file(context_, certificate.c_str(), SSL_FILETYPE_PEM) == 1,
           "the certificate cannot be used");
   }
   check(BIO_do_accept(listener_) > 0, "no port to listen on");
@@ -134,11 +107,6 @@ std::vector<TestServer::Request> TestServer::requests() const {
   return requests_;
 }
 
-void TestServer::waitForRequests(size_t count) const {
-  std::unique_lock lock(mutex_);
-  arrived_.wait(lock, [&] { return requests_.size() >= count; });
-}
-
 void TestServer::serve() {
   while (!ending_) {
     if (BIO_do_accept(listener_) > 0) {
@@ -162,7 +130,6 @@ void TestServer::talk(BIO* stream) {
       const std::scoped_lock lock(mutex_);
       requests_.push_back(*request);
     }
-    arrived_.notify_all();
     Client client(stream, ending_);
     handler_(client, *request);
   }

@@ -3,9 +3,7 @@
 #include <openssl/ssl.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -13,15 +11,6 @@
 #include <vector>
 
 namespace jumplark {
-
-/// A self-signed certificate for one host, made anew each time, with its key.
-struct TestCertificate {
-  std::string certificate;  ///< PEM
-  std::shared_ptr<X509> parsed;
-  std::shared_ptr<EVP_PKEY> key;
-  /// `daysLeft` may be negative: it has run out then.
-  static TestCertificate make(const std::string& host, int daysLeft = 1);
-};
 
 /// An HTTP server on a port of 127.0.0.1 of its own, which answers one connection after the other with whatever bytes
 /// the test says.
@@ -48,9 +37,8 @@ class TestServer {
   };
   using Handler = std::function<void(Client& client, const Request& request)>;
 
-  explicit TestServer(Handler handler) : TestServer(std::move(handler), TestCertificate()) {}
-  /// Encrypted, unless the certificate is empty.
-  TestServer(Handler handler, const TestCertificate& certificate);
+  /// Encrypted with a file that holds a certificate and its key.
+  explicit TestServer(Handler handler, const std::string& certificate = {});
   TestServer(const TestServer&) = delete;
   TestServer& operator=(const TestServer&) = delete;
   ~TestServer();
@@ -61,7 +49,6 @@ class TestServer {
   int port() const;
   std::string address(const std::string& host = "127.0.0.1") const;
   std::vector<Request> requests() const;
-  void waitForRequests(size_t count) const;
 
  private:
   void serve();
@@ -72,7 +59,6 @@ class TestServer {
   BIO* listener_;
   std::atomic<bool> ending_{false};
   mutable std::mutex mutex_;
-  mutable std::condition_variable arrived_;
   std::vector<Request> requests_;
   std::thread thread_;
 };
