@@ -157,11 +157,7 @@ TEST_F(X11WindowSystemTest, windowsThatVanishMeanwhileAreLeftOut) {
   std::jthread churning([this](const std::stop_token& stop) {
     const auto x = X11Connection::open(session_->display()).connection;
     while (!stop.stop_requested()) {
-      const xcb_window_t window = xcb_generate_id(x->get());
-      xcb_create_window(x->get(), XCB_COPY_FROM_PARENT, window, x->root(), 5, 5, 50, 50, 0,
-                        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-      x->check(xcb_map_window_checked(x->get(), window));
-      xcb_destroy_window(x->get(), window);
+      xcb_destroy_window(x->get(), showWindow(*x, 5, 5, 50));
     }
   });
   for (int i = 0; i < 300; ++i) {
