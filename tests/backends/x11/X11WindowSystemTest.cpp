@@ -28,11 +28,8 @@ class X11WindowSystemTest : public X11Test {
   bool becomesActive(const WindowClient& client) {
     return waitUntil([&] { return windows_->activeWindow() == client.window(); });
   }
-  testing::AssertionResult becomesOrder(const std::vector<uint32_t>& frontToBack) {
-    const auto now = [&] { return idsOf(windows_->windowsFrontToBack()); };
-    return waitUntil([&] { return now() == frontToBack; })
-               ? testing::AssertionSuccess()
-               : testing::AssertionFailure() << testing::PrintToString(now());
+  bool becomesOrder(const std::vector<uint32_t>& frontToBack) {
+    return waitUntil([&] { return idsOf(windows_->windowsFrontToBack()) == frontToBack; });
   }
   void shape(const WindowClient& client, xcb_shape_sk_t kind, const xcb_rectangle_t& part) {
     ASSERT_TRUE(x_->check(xcb_shape_rectangles_checked(x_->get(), XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED,
