@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,62 +14,45 @@
 #include "platform/Queues.h"
 #include "platform/Workspace.h"
 
-/// What accessibility and workspace promise on every desktop that shows one application with a window
-/// that holds a button and a text field. A backend derives ContractDesktop and instantiates the suite:
+/// What accessibility and workspace promise on every desktop that shows one application with a window that holds a
+/// button and a text field. Include once in a program, which says what it is in the name of the instance:
 ///
-///     INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract,
-///                              testing::Values(ContractDesktopKind{"recorded", &makeRecordedDesktop}));
-///
-/// Include once in a program.
+///     INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract, ::testing::Values("recorded"));
 namespace jumplark::contract {
 
 using ::testing::Contains;
 using ::testing::IsEmpty;
 
 inline constexpr const char* kUnknownName = "AXJumplarkUnknown";
+/// A process id that no application has.
+inline constexpr int32_t kAbsentPid = 4'000'000;
 
 /// A desktop with the application, on screen, in front and with all of the button visible.
-class ContractDesktop {
- public:
-  virtual ~ContractDesktop() = default;
-
-  virtual Platform platform() = 0;
-  virtual int32_t targetPid() = 0;
-  /// "AXTitle" of the button; no other element has it.
-  virtual std::string buttonTitle() = 0;
-  /// A process id that no application has.
-  virtual int32_t absentPid() = 0;
+struct ContractDesktop {
+  Platform platform;
+  int32_t targetPid;
+  std::string buttonTitle;  ///< "AXTitle" of the button; no other element has it
+  std::shared_ptr<void> owner;
 };
-
-/// A kind of desktop, by name.
-struct ContractDesktopKind {
-  const char* name;
-  std::unique_ptr<ContractDesktop> (*make)();
-};
-inline void PrintTo(const ContractDesktopKind& kind, std::ostream* out) {
-  *out << kind.name;
-}
+/// Another one each time; the program defines it.
+ContractDesktop makeContractDesktop();
 
 /// The desktop of one case, and ways to look around in it.
-class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
+class DesktopContract : public ::testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
-    desktop_ = GetParam().make();
-    ASSERT_NE(desktop_, nullptr);
-    platform_ = desktop_->platform();
-    application_ = accessibility().createApplication(desktop_->targetPid());
+    application_ = accessibility().createApplication(desktop_.targetPid);
     window_ = elementOf(application_, "AXFocusedWindow");
     ASSERT_TRUE(window_) << "the application has no focused window";
     elements_ = elementsBelow(window_);
-    button_ = find([&](const ElementRef& e) { return textOf(e, "AXTitle") == desktop_->buttonTitle(); });
-    ASSERT_TRUE(button_) << "no element is called " << desktop_->buttonTitle();
+    button_ = find([&](const ElementRef& e) { return textOf(e, "AXTitle") == desktop_.buttonTitle; });
+    ASSERT_TRUE(button_) << "no element is called " << desktop_.buttonTitle;
     textField_ = find([&](const ElementRef& e) { return textOf(e, "AXRole") == "AXTextField"; });
     ASSERT_TRUE(textField_) << "the window holds no text field";
   }
 
-  ContractDesktop& desktop() { return *desktop_; }
-  AccessibilityPlatform& accessibility() { return *platform_.accessibility; }
-  Workspace& workspace() { return *platform_.workspace; }
+  AccessibilityPlatform& accessibility() { return *desktop_.platform.accessibility; }
+  Workspace& workspace() { return *desktop_.platform.workspace; }
 
   /// None when it cannot be read.
   AttributeValue valueOf(const ElementRef& element, const std::string& attribute) {
@@ -99,8 +81,7 @@ class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
     return element == ancestor;
   }
 
-  std::unique_ptr<ContractDesktop> desktop_;
-  Platform platform_;
+  ContractDesktop desktop_ = makeContractDesktop();
   ElementRef application_;
   ElementRef window_;
   ElementRef button_;
@@ -127,9 +108,9 @@ class DesktopContract : public ::testing::TestWithParam<ContractDesktopKind> {
 };
 
 TEST_P(DesktopContract, theWorkspaceKnowsTheApplication) {
-  const auto running = workspace().runningApplicationWithPid(desktop().targetPid());
+  const auto running = workspace().runningApplicationWithPid(desktop_.targetPid);
   ASSERT_TRUE(running);
-  EXPECT_EQ(running->pid, desktop().targetPid());
+  EXPECT_EQ(running->pid, desktop_.targetPid);
   EXPECT_THAT(workspace().runningApplicationsWithBundleIdentifier(running->bundleIdentifier), Contains(*running));
   const auto frontmost = workspace().frontmostApplication();
   ASSERT_TRUE(frontmost);
@@ -139,11 +120,10 @@ TEST_P(DesktopContract, theWorkspaceKnowsTheApplication) {
 }
 
 TEST_P(DesktopContract, anAbsentProcessIsNowhere) {
-  const int32_t pid = desktop().absentPid();
-  EXPECT_FALSE(workspace().runningApplicationWithPid(pid));
-  EXPECT_FALSE(workspace().activate(pid, kActivateIgnoringOtherApps));
+  EXPECT_FALSE(workspace().runningApplicationWithPid(kAbsentPid));
+  EXPECT_FALSE(workspace().activate(kAbsentPid, kActivateIgnoringOtherApps));
   EXPECT_THAT(workspace().runningApplicationsWithBundleIdentifier("org.example.jumplark.absent"), IsEmpty());
-  const ElementRef absent = accessibility().createApplication(pid);
+  const ElementRef absent = accessibility().createApplication(kAbsentPid);
   ASSERT_TRUE(absent);
   EXPECT_FALSE(accessibility().copyAttributeValue(absent, "AXRole").ok());
   EXPECT_FALSE(accessibility().copyAttributeNames(absent).ok());
@@ -156,11 +136,11 @@ TEST_P(DesktopContract, anAbsentProcessIsNowhere) {
 
 TEST_P(DesktopContract, theSameElementIsTheSameReferenceOfItsProcess) {
   EXPECT_EQ(textOf(application_, "AXRole"), "AXApplication");
-  EXPECT_EQ(application_, accessibility().createApplication(desktop().targetPid()));
+  EXPECT_EQ(application_, accessibility().createApplication(desktop_.targetPid));
   for (const ElementRef& element : {application_, window_, button_}) {
     const auto pid = accessibility().processIdentifier(element);
     EXPECT_TRUE(pid.ok()) << element.text();
-    EXPECT_EQ(pid.value, desktop().targetPid()) << element.text();
+    EXPECT_EQ(pid.value, desktop_.targetPid) << element.text();
   }
   EXPECT_EQ(accessibility().systemWideElement(), accessibility().systemWideElement());
   EXPECT_NE(accessibility().systemWideElement(), application_);
@@ -283,7 +263,7 @@ TEST_P(DesktopContract, snapshotsAndLiveReadsAnswerAlike) {
 TEST_P(DesktopContract, readsMayComeFromSeveralThreads) {
   const auto read = [&] {
     for (int i = 0; i < 50; ++i) {
-      EXPECT_EQ(textOf(button_, "AXTitle"), desktop().buttonTitle());
+      EXPECT_EQ(textOf(button_, "AXTitle"), desktop_.buttonTitle);
       EXPECT_EQ(elementOf(button_, "AXWindow"), window_);
     }
   };

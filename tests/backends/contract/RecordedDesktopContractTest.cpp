@@ -4,17 +4,9 @@
 #include "support/DesktopText.h"
 
 namespace jumplark::contract {
-namespace {
 
-class RecordedContractDesktop : public ContractDesktop {
- public:
-  Platform platform() override { return recorded_->platform(); }
-  int32_t targetPid() override { return 1; }
-  std::string buttonTitle() override { return "Save"; }
-  int32_t absentPid() override { return 99; }
-
- private:
-  std::unique_ptr<RecordedPlatform> recorded_ = RecordedPlatform::fromText(testing::DesktopText::of(R"(
+ContractDesktop makeContractDesktop() {
+  const std::shared_ptr recorded = RecordedPlatform::fromText(testing::DesktopText::of(R"(
       app AXApplication AXTitle="Editor" AXFocusedWindow=@window AXMenuBar=null
         window AXWindow 100,100/600,400 AXTitle="Untitled" !AXRaise
           group AXGroup 100,100/600,40
@@ -22,30 +14,18 @@ class RecordedContractDesktop : public ContractDesktop {
               icon AXImage 140,110/16,16
           field AXTextField 110,200/500,30 AXValue="text" AXFocused=false
       dock AXApplication)"));
-};
+  return {recorded->platform(), 1, "Save", recorded};
+}
 
-INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract,
-                         ::testing::Values(ContractDesktopKind{"recorded", []() -> std::unique_ptr<ContractDesktop> {
-                                                                 return std::make_unique<RecordedContractDesktop>();
-                                                               }}));
+INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract, ::testing::Values("recorded"));
 
-class RecordedMenusDesktop : public MenusDesktop {
- public:
-  Platform platform() override { return recorded_->platform(); }
-  int32_t targetPid() override { return 1; }
-  Path markable() override { return {"View", "Grid"}; }
-  Path disabled() override { return {"Edit", "Cut"}; }
-
- private:
-  std::unique_ptr<RecordedPlatform> recorded_ = RecordedPlatform::fromText(
+MenusDesktop makeMenusDesktop() {
+  const std::shared_ptr recorded = RecordedPlatform::fromText(
       R"({"applications": [{"pid": 1, "menus": [{"path": ["Edit", "Cut"], "enabled": false},
                                                 {"path": ["View", "Grid"], "mark": "check"}]}]})");
-};
+  return {recorded->platform(), 1, {"View", "Grid"}, {"Edit", "Cut"}, recorded};
+}
 
-INSTANTIATE_TEST_SUITE_P(Backends, MenusContract,
-                         ::testing::Values(MenusDesktopKind{"recorded", []() -> std::unique_ptr<MenusDesktop> {
-                                                              return std::make_unique<RecordedMenusDesktop>();
-                                                            }}));
+INSTANTIATE_TEST_SUITE_P(Backends, MenusContract, ::testing::Values("recorded"));
 
-}  // namespace
 }  // namespace jumplark::contract

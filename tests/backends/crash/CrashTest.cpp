@@ -117,26 +117,22 @@ class Crash : public ::testing::Test {
  protected:
   Crash() { ::setenv("PLANTED", "planted-environment", 1); }
 
-  /// A process that handles crashes and then does something, which nobody catches what it throws of.
-  pid_t start(const std::function<void()>& crash) {
-    const pid_t child = fork();
-    if (child != 0) {
-      return child;
-    }
-    [&]() noexcept {
-      std::freopen("/dev/null", "w", stderr);
-      std::string problem;
-      const FileDescriptor folder = CrashFolder(crashes_).open(problem);
-      crash_handlers::install({folder.get(), "Program: Crashing 1.0\n"});
-      crash();
-      _exit(2);
-    }();
-    return -1;
-  }
-  /// The signal that ends it.
+  /// The signal that ends a process that handles crashes and then does something, which nobody catches what it throws
+  /// of.
   int signalOf(const std::function<void()>& crash) {
+    const pid_t child = fork();
+    if (child == 0) {
+      [&]() noexcept {
+        std::freopen("/dev/null", "w", stderr);
+        std::string problem;
+        const FileDescriptor folder = CrashFolder(crashes_).open(problem);
+        crash_handlers::install({folder.get(), "Program: Crashing 1.0\n"});
+        crash();
+        _exit(2);
+      }();
+    }
     int status = 0;
-    EXPECT_GT(::waitpid(start(crash), &status, 0), 0);
+    EXPECT_GT(::waitpid(child, &status, 0), 0);
     return WTERMSIG(status);
   }
   std::vector<fs::path> rawReports() const {

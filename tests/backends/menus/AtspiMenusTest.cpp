@@ -29,17 +29,13 @@ class AtspiMenusTest : public SourceFixture {
     app.add("frame", "bar", element(role::menuBar, ""));
     menu("bar", "file", "File");
     item("file", "quit", "Quit", "Ctrl+Q");
-    app.answerInstead([this](sd_bus_message* message, const std::string& id, const std::string& member) {
-      return answer(message, id, member);
-    });
   }
 
   FakeElement& add(const std::string& parent, const std::string& id, uint32_t role, const std::string& name,
                    uint64_t states = kEnabled) {
     FakeElement made = element(role, name);
     made.states = states;
-    made.interfaces = {"Component", "Action"};
-    return app.add(parent, id, made);
+    return app.add(parent, id, made.with("Action"));
   }
   /// A menu item with a popup menu of the same id and a "_menu" behind it.
   void menu(const std::string& parent, const std::string& id, const std::string& name) {
@@ -48,65 +44,30 @@ class AtspiMenusTest : public SourceFixture {
   }
   FakeElement& item(const std::string& parent, const std::string& id, const std::string& name,
                     const std::string& key = "", uint32_t role = role::menuItem, uint64_t states = kEnabled) {
-    keys_[id] = key;
-    return add(parent + "_menu", id, role, name, states);
+    FakeElement& made = add(parent + "_menu", id, role, name, states);
+    made.keys = key;
+    made.actions = {"click"};
+    return made;
   }
 
-  bool answer(sd_bus_message* message, const std::string& id, const std::string& member) {
-    const auto key = keys_.find(id);
-    if (member == "GetActions") {
-      // The key is told to whoever asks for it by itself.
-      const bool tellsAll = key != keys_.end() && key->second.find(';') != std::string::npos;
-      sd_bus_message* reply = nullptr;
-      sd_bus_message_new_method_return(message, &reply);
-      sd_bus_message_append(reply, "a(sss)", key == keys_.end() ? 0 : 1, "click", "",
-                            tellsAll ? key->second.c_str() : "");
-      const bool sent = sd_bus_send(nullptr, reply, nullptr) >= 0;
-      sd_bus_message_unref(reply);
-      return sent;
-    }
-    if (member == "GetKeyBinding") {
-      return sd_bus_reply_method_return(message, "s", key->second.c_str()) >= 0;
-    }
-    if (member == "DoAction") {
-      done = id;
-      return showsDialog || sd_bus_reply_method_return(message, "b", refuses ? 0 : 1) >= 0;
-    }
-    return false;
-  }
-
-  AtspiMenus& menusOf() {
-    if (!menus_) {
-      menus_ = std::make_unique<AtspiMenus>(
-          source(), windows, [this](const ElementRef&) { return source().last; },
-          MenuHands{[this](Point place) { clicked(place); }, [this] { hands.emplace_back("Escape"); }});
-    }
-    return *menus_;
-  }
   menus::MenuRequest request(menus::TimePoint deadline = later()) { return {getpid(), windows.windows[0], deadline}; }
-  std::vector<MenuCommand> commands() { return commandsOf(menusOf(), request()); }
+  std::vector<MenuCommand> commands() { return commandsOf(menus_, request()); }
   std::vector<std::string> lines() { return linesOf(commands()); }
   MenuOutcome perform(const MenuCommand& command, menus::TimePoint deadline = later()) {
-    return menusOf().perform(command, deadline).value_or(MenuOutcome::gone);
-  }
-  /// Shows the element with this id at the click after the next `clicks` ones.
-  void clicked(Point place) {
-    hands.push_back(fmt::format("{},{}", place.x, place.y));
-    if (!opens.empty()) {
-      opens.front()->states |= bit(state::showing);
-      opens.erase(opens.begin());
-    }
+    return menus_.perform(command, deadline).value_or(MenuOutcome::gone);
   }
 
-  std::string done;  ///< the element whose action was done last
-  bool refuses = false;
-  bool showsDialog = false;  ///< answers when that closes
   std::vector<std::string> hands;
   std::vector<FakeElement*> opens;  ///< what shows after each click
-
- private:
-  std::map<std::string, std::string> keys_;  ///< of those that have an action
-  std::unique_ptr<AtspiMenus> menus_;
+  AtspiMenus menus_{source(), windows, [this](const ElementRef&) { return source().last; },
+                    MenuHands{[this](Point place) {
+                                hands.push_back(fmt::format("{},{}", place.x, place.y));
+                                if (!opens.empty()) {
+                                  opens.front()->states |= bit(state::showing);
+                                  opens.erase(opens.begin());
+                                }
+                              },
+                              [this] { hands.emplace_back("Escape"); }}};
 };
 
 TEST_F(AtspiMenusTest, closedMenusReadAsTheyWouldShow) {
@@ -163,34 +124,32 @@ TEST_F(AtspiMenusTest, aCommandIsCarriedOutByItsElementIfThatIsStillTheSame) {
   FakeElement& undo = item("file", "undo", "Undo", "Ctrl+Z");
   const std::vector<MenuCommand> told = commands();
   EXPECT_EQ(perform(told[1]), MenuOutcome::done);
-  EXPECT_EQ(done, "undo");
-  refuses = true;
+  app.answerInstead([](sd_bus_message* message, const std::string&, const std::string& member) {
+    return member == "DoAction" && sd_bus_reply_method_return(message, "b", 0) >= 0;
+  });
   EXPECT_EQ(perform(told[0]), MenuOutcome::failed);
-  EXPECT_EQ(done, "quit");
-  done.clear();
   undo.states = 0;
   EXPECT_EQ(perform(told[1]), MenuOutcome::disabled);
   // Its id is another's now, and it has another id.
-  refuses = false;
+  app.answerInstead({});
   undo.states = kEnabled;
   undo.name = "Delete everything";
   item("file", "undo2", "Undo", "Ctrl+Z");
   EXPECT_EQ(perform(told[1]), MenuOutcome::done);
-  EXPECT_EQ(done, "undo2");
-  done.clear();
   app.remove("quit");
   EXPECT_EQ(perform(told[0]), MenuOutcome::gone);
-  EXPECT_EQ(done, "");
-  EXPECT_EQ(menusOf().perform({{"x"}, {}, {}, false, true, false, nullptr}, later()), std::nullopt);
+  EXPECT_THAT(app.done(), ElementsAre("0 undo", "0 quit", "0 undo2"));
+  EXPECT_EQ(menus_.perform({{"x"}, {}, {}, false, true, false, nullptr}, later()), std::nullopt);
 }
 
 TEST_F(AtspiMenusTest, anApplicationThatShowsADialogHasCarriedItOutAndOneThatHangsHasNot) {
   const std::vector<MenuCommand> told = commands();
-  showsDialog = true;
+  app.answerInstead(
+      [](sd_bus_message*, const std::string&, const std::string& member) { return member == "DoAction"; });
   EXPECT_EQ(perform(told[0]), MenuOutcome::done);
   app.peer().hang();
   EXPECT_EQ(perform(told[0], menus::Clock::now() + std::chrono::milliseconds(50)), MenuOutcome::failed);
-  EXPECT_THAT(commandsOf(menusOf(), request(menus::Clock::now() + std::chrono::milliseconds(50))), IsEmpty());
+  EXPECT_THAT(commandsOf(menus_, request(menus::Clock::now() + std::chrono::milliseconds(50))), IsEmpty());
 }
 
 TEST_F(AtspiMenusTest, whatHasNoActionIsChosenInItsMenusWhichAreClosedIfItCannotBe) {
@@ -238,7 +197,16 @@ TEST_F(OldStatesTest, areLookedAtInTheOpenMenuBeforeACommandCountsAsDisabled) {
   quit.states = bit(state::sensitive);
   EXPECT_EQ(perform(told[0]), MenuOutcome::done);
   EXPECT_THAT(hands, IsEmpty());
-  EXPECT_EQ(done, "quit");
+  EXPECT_THAT(app.done(), ElementsAre("0 quit"));
+}
+
+// This kind of application tells all of it at once.
+TEST_F(OldStatesTest, areNotAskedForAgainWhereTheSnapshotsCacheToldThem) {
+  app.cache({"frame", "bar", "file", "file_menu", "quit"});
+  prepare();
+  EXPECT_THAT(lines(), ElementsAre("File>Quit Control+Q"));
+  EXPECT_FALSE(app.wasAsked("Accessible.GetRole quit"));
+  EXPECT_EQ(app.timesAsked("Cache.GetItems cache"), 1U);
 }
 
 TEST_F(AtspiMenusTest, nonsenseEnds) {
@@ -266,29 +234,6 @@ TEST_F(AtspiMenusTest, nonsenseEnds) {
     item("file", "i" + std::to_string(i), "item");
   }
   EXPECT_EQ(lines().size(), Menus::kMostCommands);
-}
-
-/// GTK 3 and LibreOffice tell all of it at once.
-class CachedMenusTest : public SourceFixture {
- protected:
-  CachedMenusTest() : SourceFixture("gtk", "3.24.38") {}
-};
-
-TEST_F(CachedMenusTest, whatTheSnapshotsCacheToldIsNotAskedAgain) {
-  const auto add = [this](const char* parent, const char* id, uint32_t role, const char* name) {
-    FakeElement made = element(role, name);
-    made.interfaces = {"Component"};
-    app.add(parent, id, made);
-  };
-  add("frame", "bar", role::menuBar, "");
-  add("bar", "file", role::menu, "File");
-  add("file", "open", role::menuItem, "Open      ");
-  app.cache({"frame", "bar", "file", "open"});
-  prepare();
-  AtspiMenus menus(source(), windows, [this](const ElementRef&) { return source().last; }, {});
-  EXPECT_THAT(linesOf(commandsOf(menus, {getpid(), windows.windows[0], later()})), ElementsAre("File>Open open"));
-  EXPECT_FALSE(app.wasAsked("Accessible.GetRole open"));
-  EXPECT_EQ(app.timesAsked("Cache.GetItems cache"), 1U);
 }
 
 }  // namespace

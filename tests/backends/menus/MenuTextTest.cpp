@@ -7,14 +7,15 @@
 namespace jumplark::menus {
 namespace {
 
+std::string repeated(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) {
+    all += text;
+  }
+  return all;
+}
+
 TEST(MenuText, titlesAreOneLineWithoutMarksOfMnemonics) {
-  const std::string euros = [] {
-    std::string text;
-    for (size_t i = 0; i < 1'000; ++i) {
-      text += "€";
-    }
-    return text;
-  }();
   const std::pair<std::string, std::string> cases[] = {
       {"Save      ", "Save"},
       {" Save\n\tall\x01\x7F now", "Save all now"},
@@ -26,7 +27,7 @@ TEST(MenuText, titlesAreOneLineWithoutMarksOfMnemonics) {
       {"(_ab)", "(ab)"},
       {"", ""},
       {" \n ", ""},
-      {euros, euros.substr(0, kLongestTitle * 3)},
+      {repeated("€", 1'000), repeated("€", kLongestTitle)},
       {std::string(1'000'000, ' ') + "x", "x"},
   };
   for (const auto& [told, title] : cases) {
@@ -61,11 +62,7 @@ TEST(MenuText, keysReadAsTheUsersShortcutsDo) {
   for (const auto& [told, keys] : plus) {
     EXPECT_EQ(keysFromPlus(told), keys) << told;
   }
-  std::string many;
-  for (size_t i = 0; i < 300'000; ++i) {
-    many += "a, ";
-  }
-  EXPECT_LT(keysFromPlus(many).size(), 200U);
+  EXPECT_LT(keysFromPlus(repeated("a, ", 300'000)).size(), 200U);
 }
 
 }  // namespace

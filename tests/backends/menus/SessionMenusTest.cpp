@@ -77,29 +77,22 @@ class GtkMenusTest : public SessionMenus {
       return sd_bus_reply_method_return(message, "a(uuaa{sv})", 1, 0, 0, 1, 2, "label", "s", "_View", ":submenu",
                                         "(uu)", 1, 0) >= 0;
     }
-    reply(message, [&](sd_bus_message* m) {
-      sd_bus_message_open_container(m, 'a', "(uuaa{sv})");
-      sd_bus_message_open_container(m, 'r', "uuaa{sv}");
-      sd_bus_message_append(m, "uu", 1, 0);
-      sd_bus_message_open_container(m, 'a', "a{sv}");
-      sd_bus_message_append(m, "a{sv}", 2, "label", "s", "Style", ":section", "(uu)", 1, 1);
-      sd_bus_message_append(m, "a{sv}", 2, "label", "s", "Colours", ":submenu", "(uu)", 1, 2);
-      sd_bus_message_append(m, "a{sv}", 3, "label", "s", "About", "action", "s", "app.about", "accel", "s", "F1");
-      sd_bus_message_append(m, "a{sv}", 2, "label", "s", "Again", ":submenu", "(uu)", 1, 0);
-      for (int i = 0; i < extra; ++i) {
-        sd_bus_message_append(m, "a{sv}", 2, "label", "s", "More", "action", "s", "app.about");
-      }
-      sd_bus_message_close_container(m);
-      sd_bus_message_close_container(m);
-      sd_bus_message_append(m, "(uuaa{sv})", 1, 1, 5, 3, "label", "s", "_Bold", "action", "s", "win.bold", "accel", "s",
-                            "<Primary>b", 2, "label", "s", "Print…", "action", "s", "win.print", 2, "label", "s",
-                            "Missing", "action", "s", "win.missing", 3, "label", "s", "Hidden", "action", "s",
-                            "win.missing", "hidden-when", "s", "action-missing", 1, ":section", "(uu)", 1, 1);
-      sd_bus_message_append(m, "(uuaa{sv})", 1, 2, 2, 3, "label", "s", "red", "action", "s", "win.colour", "target",
-                            "s", "red", 3, "label", "s", "green", "action", "s", "win.colour", "target", "s", "green");
-      sd_bus_message_close_container(m);
-    });
-    return true;
+    return sd_bus_reply_method_return(
+               message, "a(uuaa{sv})", 3,                                                                      //
+               1, 0, 4,                                                                                        //
+               2, "label", "s", "Style", ":section", "(uu)", 1, 1,                                             //
+               2, "label", "s", "Colours", ":submenu", "(uu)", 1, 2,                                           //
+               3, "label", "s", "About", "action", "s", "app.about", "accel", "s", "F1",                       //
+               2, "label", "s", "Again", ":submenu", "(uu)", 1, 0,                                             //
+               1, 1, 5,                                                                                        //
+               3, "label", "s", "_Bold", "action", "s", "win.bold", "accel", "s", "<Primary>b",                //
+               2, "label", "s", "Print…", "action", "s", "win.print",                                          //
+               2, "label", "s", "Missing", "action", "s", "win.missing",                                       //
+               3, "label", "s", "Hidden", "action", "s", "win.missing", "hidden-when", "s", "action-missing",  //
+               1, ":section", "(uu)", 1, 1,                                                                    //
+               1, 2, 2,                                                                                        //
+               3, "label", "s", "red", "action", "s", "win.colour", "target", "s", "red",                      //
+               3, "label", "s", "green", "action", "s", "win.colour", "target", "s", "green") >= 0;
   }
   bool answer(sd_bus_message* message) {
     const std::string member = sd_bus_message_get_member(message);
@@ -132,7 +125,6 @@ class GtkMenusTest : public SessionMenus {
   }
 
   // Set while nothing is under way.
-  int extra = 0;
   bool canPrint = false;
   bool silent = false;
   std::string gone;
@@ -161,10 +153,8 @@ TEST_F(GtkMenusTest, aCommandActivatesItsActionWithItsTarget) {
   EXPECT_EQ(source.perform({{"x"}, {}, {}, false, true, false, nullptr}, later()), std::nullopt);
 }
 
-TEST_F(GtkMenusTest, whatIsTooLongOrDoesNotAnswerEnds) {
+TEST_F(GtkMenusTest, whatDoesNotAnswerEnds) {
   known = commands(source);
-  extra = 100'000;
-  EXPECT_EQ(commands(source).size(), Menus::kMostCommands);
   application.hang();
   EXPECT_THAT(commands(source, Clock::now() + std::chrono::milliseconds(50)), IsEmpty());
   EXPECT_EQ(perform(source, "View>About F1", Clock::now() + std::chrono::milliseconds(50)), MenuOutcome::failed);
@@ -179,18 +169,15 @@ class DBusMenusTest : public SessionMenus {
  protected:
   static constexpr const char* kItem = "(ia{sv}av)";
 
-  /// A menu with a number of commands, in as many menus.
-  static void nested(sd_bus_message* m, int menus, int commands) {  // NOLINT(misc-no-recursion)
+  /// Menus with a command each, each in the one before.
+  static void nested(sd_bus_message* m, int menus) {  // NOLINT(misc-no-recursion)
     sd_bus_message_open_container(m, 'v', kItem);
     sd_bus_message_open_container(m, 'r', "ia{sv}av");
     sd_bus_message_append(m, "ia{sv}", 1, 2, "label", "s", "Menu", "children-display", "s", "submenu");
     sd_bus_message_open_container(m, 'a', "v");
-    for (int i = 0; i < commands; ++i) {
-      const std::string label = "item " + std::string(i == 0 ? 100'000 : 1, 'x');
-      sd_bus_message_append(m, "v", kItem, 10 + i, 1, "label", "s", label.c_str(), 0);
-    }
+    sd_bus_message_append(m, "v", kItem, 10, 1, "label", "s", "item", 0);
     if (menus > 1) {
-      nested(m, menus - 1, commands);
+      nested(m, menus - 1);
     }
     for (int i = 0; i < 3; ++i) {
       sd_bus_message_close_container(m);
@@ -208,7 +195,7 @@ class DBusMenusTest : public SessionMenus {
         sd_bus_message_open_container(m, 'r', "ia{sv}av");
         sd_bus_message_append(m, "ia{sv}", 0, 0);
         sd_bus_message_open_container(m, 'a', "v");
-        nested(m, menus, commandsOfEach);
+        nested(m, menus);
         sd_bus_message_close_container(m);
         sd_bus_message_close_container(m);
       });
@@ -256,7 +243,6 @@ class DBusMenusTest : public SessionMenus {
   std::map<int32_t, const char*> labels{{2, "_Cut"}, {5, "Wrap"}, {7, "Fast"}, {8, "Slow"}};  ///< as they are now
   bool canCut = false;
   int menus = 0;  ///< so many instead, each in the one before
-  int commandsOfEach = 0;
   atspi::FakePeer application{bus.address(), "com.canonical.AppMenu.Registrar",
                               [this](sd_bus_message* m) { return answer(m); }};
   DBusMenus source{windows, bus.address()};
@@ -285,15 +271,9 @@ TEST_F(DBusMenusTest, aCommandIsClicked) {
   EXPECT_THAT(done(), ElementsAre("made 9", "clicked 8", "clicked 2"));
 }
 
-TEST_F(DBusMenusTest, whatIsTooLongTooDeepOrDoesNotAnswerEnds) {
+TEST_F(DBusMenusTest, whatIsTooDeepOrDoesNotAnswerEnds) {
   menus = 12;
-  commandsOfEach = 1;
   EXPECT_EQ(commands(source).size(), 7U) << "eight titles deep at most, the commands' own included";
-  menus = 1;
-  commandsOfEach = 20'000;
-  const auto many = commands(source);
-  EXPECT_EQ(many.size(), Menus::kMostCommands);
-  EXPECT_EQ(many[0].path.back().size(), 200U);
   application.hang();
   EXPECT_THAT(commands(source, Clock::now() + std::chrono::milliseconds(50)), IsEmpty());
 }

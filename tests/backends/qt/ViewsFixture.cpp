@@ -3,8 +3,6 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QTimer>
 #include <algorithm>
 #include <cstdlib>
 
@@ -29,34 +27,11 @@ void ViewsTest::startViews(const desktop::SessionOptions& options) {
   discovery_ = views_->makeDiscovery();
 }
 
-void ViewsTest::TearDown() {
-  discovery_.reset();
-  overlay_.reset();
-  query_.reset();
-  views_.reset();
-  screens_.reset();
-  loop_.reset();
-  queues_.reset();
-  member_.reset();
-  X11Test::TearDown();
-}
-
 bool ViewsTest::await(const std::function<bool()>& state) {
-  QElapsedTimer waited;
-  waited.start();
-  bool isThere = state();
-  QTimer timer;
-  QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
-    isThere = state();
-    if (isThere || waited.hasExpired(desktop::kPatience.count())) {
-      QCoreApplication::exit();
-    }
+  return desktop::waitUntil([&] {
+    QCoreApplication::processEvents();
+    return state();
   });
-  timer.start(2);
-  if (!isThere) {
-    loop_->run();
-  }
-  return isThere;
 }
 
 size_t ViewsTest::count(const std::string& line) const {

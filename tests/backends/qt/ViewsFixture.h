@@ -13,14 +13,19 @@
 
 namespace jumplark {
 
-/// The program's windows without the rest of the program, in a session. The main loop runs while a test awaits
-/// something. Places have a top-left origin.
+/// The program's windows without the rest of the program, in a session. Events and tasks are handled while a test
+/// awaits something. Places have a top-left origin.
 class ViewsTest : public X11Test, protected QueryWindowViewDelegate {
+  // First, so that the windows go before what they need.
+  std::shared_ptr<void> member_;
+  std::unique_ptr<SystemQueues> queues_;
+  std::unique_ptr<QtMainLoop> loop_;
+  std::unique_ptr<X11Screens> screens_;
+
  protected:
   void startViews(const desktop::SessionOptions& options);
-  void TearDown() override;
 
-  /// Runs the main loop until the state is there; false when it does not come.
+  /// Handles events and tasks until the state is there; false when it does not come.
   bool await(const std::function<bool()>& state);
   /// What the windows have told: "text T", "key CODE FLAGS IGNORING", "equivalent CODE", "windowkey CODE", "resign",
   /// "keyboard", "chosen N", "row N", "scrolled N".
@@ -54,11 +59,6 @@ class ViewsTest : public X11Test, protected QueryWindowViewDelegate {
   void didResignKey() override { told_.emplace_back("resign"); }
   void commandRowPressed(size_t row) override { told_.push_back("row " + std::to_string(row)); }
   void commandsScrolled(int rows) override { told_.push_back("scrolled " + std::to_string(rows)); }
-
-  std::shared_ptr<void> member_;
-  std::unique_ptr<SystemQueues> queues_;
-  std::unique_ptr<QtMainLoop> loop_;
-  std::unique_ptr<X11Screens> screens_;
 };
 
 }  // namespace jumplark

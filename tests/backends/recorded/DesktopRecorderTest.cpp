@@ -119,19 +119,13 @@ class Reader {
   std::vector<std::string> answers_;
 };
 
-struct Recording {
-  std::vector<std::string> answers;
-  std::string text;
-};
-
-Recording record(const std::string& desktop) {
+/// What was answered, and the recording of it.
+std::pair<std::vector<std::string>, std::string> record(const std::string& desktop) {
   const auto live = RecordedPlatform::fromText(desktop);
   DesktopRecorder recorder(live->platform());
   recorder.setFrontmost(1);
-  Recording recording;
-  recording.answers = Reader(recorder.platform()).readEverything();
-  recording.text = recorder.text();
-  return recording;
+  const auto answers = Reader(recorder.platform()).readEverything();
+  return {answers, recorder.text()};
 }
 
 /// The answers without those about what a password field holds, which a recording leaves out on purpose.
@@ -141,18 +135,18 @@ std::vector<std::string> withoutSecrets(std::vector<std::string> answers) {
 }
 
 TEST(DesktopRecorder, aRecordingAnswersAsTheLiveDesktopDidAndIsTheSameEachTime) {
-  const Recording recording = record(kDesktop);
-  const auto replayed = RecordedPlatform::fromText(recording.text);
-  EXPECT_EQ(withoutSecrets(Reader(replayed->platform()).readEverything()), withoutSecrets(recording.answers));
+  const auto& [answers, text] = record(kDesktop);
+  const auto replayed = RecordedPlatform::fromText(text);
+  EXPECT_EQ(withoutSecrets(Reader(replayed->platform()).readEverything()), withoutSecrets(answers));
   EXPECT_EQ(replayed->workspace().frontmostApplication()->name, "Editor");
-  EXPECT_EQ(record(kDesktop).text, recording.text);
-  EXPECT_EQ(record(recording.text).text, recording.text) << "a recording of a recording is that recording";
+  EXPECT_EQ(record(kDesktop).second, text);
+  EXPECT_EQ(record(text).second, text) << "a recording of a recording is that recording";
 }
 
 TEST(DesktopRecorder, whatAPasswordFieldHoldsIsNeverWritten) {
-  const Recording recording = record(kDesktop);
-  EXPECT_THAT(recording.answers, ::testing::Contains(HasSubstr("hunter2")));
-  EXPECT_THAT(recording.text, AllOf(Not(HasSubstr("hunter2")), HasSubstr("AXSecureTextField"), HasSubstr("\"abc\"")));
+  const auto& [answers, text] = record(kDesktop);
+  EXPECT_THAT(answers, ::testing::Contains(HasSubstr("hunter2")));
+  EXPECT_THAT(text, AllOf(Not(HasSubstr("hunter2")), HasSubstr("AXSecureTextField"), HasSubstr("\"abc\"")));
 
   // A field whose kind was not read is asked for it before its value is written.
   const auto live = RecordedPlatform::fromText(kDesktop);

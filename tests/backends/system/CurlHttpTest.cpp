@@ -3,14 +3,50 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <nlohmann/json.hpp>
 
 #include "backends/system/SystemFixture.h"
-#include "backends/system/TestServer.h"
 
 namespace jumplark {
 namespace {
 
 using namespace std::chrono_literals;
+
+/// A real server on a port of this machine: test_server.py, which says what "then" means.
+class TestServer {
+ public:
+  explicit TestServer(const std::string& answer, const std::string& then = "end", const std::string& certificate = {})
+      : scheme_(certificate.empty() ? "http://" : "https://") {
+    desktop::Arguments arguments = {JUMPLARK_TEST_SERVER, answer, then, certificate};
+    arguments.resize(certificate.empty() ? 3 : 4);
+    process_ = std::make_unique<desktop::Process>(arguments, desktop::Environment{{"PATH", "/usr/bin:/bin"}},
+                                                  folder_.path() + "/server");
+    EXPECT_TRUE(desktop::waitUntil([&] { return process_->out().find('\n') != std::string::npos; })) << process_->err();
+  }
+
+  std::string port() const { return process_->linesBeginning("").at(0); }
+  std::string address(const std::string& host = "127.0.0.1") const { return scheme_ + host + ":" + port(); }
+  /// Head and body of each.
+  std::vector<std::pair<std::string, std::string>> requests() const {
+    std::vector<std::pair<std::string, std::string>> all;
+    for (const std::string& line : process_->linesBeginning("[")) {
+      const auto request = nlohmann::json::parse(line);
+      all.emplace_back(request[0], request[1]);
+    }
+    return all;
+  }
+
+ private:
+  testing::TemporaryFolder folder_;
+  std::string scheme_;
+  std::unique_ptr<desktop::Process> process_;
+};
+
+/// Says that with this status.
+std::string answering(int status, const std::string& body = {}) {
+  return "HTTP/1.1 " + std::to_string(status) + " Answer\r\nContent-Length: " + std::to_string(body.size()) +
+         "\r\nSet-Cookie: a=b\r\nLocation: /there\r\nConnection: close\r\n\r\n" + body;
+}
 
 class CurlHttpTest : public SystemFixture {
  protected:
@@ -25,12 +61,22 @@ class CurlHttpTest : public SystemFixture {
     request.address = address;
     return request;
   }
+  /// A file with a certificate that a host has made for itself, and its key.
+  std::string certificate(const std::string& host, const std::string& daysLeft = "1") const {
+    constexpr const char* kScript =
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -subj /CN=$1 "
+        "-addext subjectAltName=DNS:$1 -keyout $0 -out $0.new && openssl x509 -in $0.new -signkey $0 -days $2 >>$0";
+    const std::string file = folder_ / (host + daysLeft + ".pem");
+    desktop::Process made({"sh", "-c", kScript, file, host, daysLeft}, {{"PATH", "/usr/bin:/bin"}}, file);
+    EXPECT_EQ(made.wait(), 0) << made.err();
+    return file;
+  }
 
   CurlHttp http_;
 };
 
 TEST_F(CurlHttpTest, sendsWhatItIsGivenAndNothingElse) {
-  const TestServer server(TestServer::answering(200, "fine"));
+  const TestServer server(answering(200, "fine"));
   HttpRequest request = get(server.address() + "/events");
   request.method = HttpMethod::post;
   request.headers = {{"Content-Type", "application/json"}, {"X-Signature", "a+/="}};
@@ -44,50 +90,33 @@ TEST_F(CurlHttpTest, sendsWhatItIsGivenAndNothingElse) {
   EXPECT_TRUE(http_.send(get(server.address() + "/feed.xml?a=b")).isSuccess());
   const auto seen = server.requests();
   ASSERT_EQ(seen.size(), 3U);
-  EXPECT_EQ(seen[1].line, "POST /events HTTP/1.1");
-  EXPECT_EQ(seen[1].body, request.body);
-  EXPECT_EQ(seen[1].headers, "Host: 127.0.0.1:" + std::to_string(server.port()) +
-                                 "\r\nUser-Agent: jumplark\r\nAccept: */*\r\nContent-Type: application/json\r\n"
-                                 "X-Signature: a+/=\r\nContent-Length: 100004\r\n")
+  EXPECT_EQ(seen[1].first, "POST /events HTTP/1.1\r\nHost: 127.0.0.1:" + server.port() +
+                               "\r\nUser-Agent: jumplark\r\nAccept: */*\r\nContent-Type: application/json\r\n"
+                               "X-Signature: a+/=\r\nContent-Length: 100004")
       << "no cookie either, though the server set one";
-  EXPECT_EQ(seen[2].line, "GET /feed.xml?a=b HTTP/1.1");
+  EXPECT_EQ(seen[1].second, request.body);
+  EXPECT_TRUE(seen[2].first.starts_with("GET /feed.xml?a=b HTTP/1.1\r\n"));
 }
 
 TEST_F(CurlHttpTest, answersOfEveryStatusAreAnswers) {
   for (const int status : {204, 301, 404, 500, 503}) {
-    const TestServer server(TestServer::answering(status, "text"));
+    const TestServer server(answering(status, "text"));
     const HttpAnswer answer = http_.send(get(server.address()));
     EXPECT_EQ(answer.error, HttpError::none) << answer.problem;
     EXPECT_EQ(answer.status, status);
     EXPECT_EQ(answer.isSuccess(), status == 204);
+    EXPECT_EQ(answer.redirection, status == 301 ? server.address() + "/there" : "");
     EXPECT_EQ(server.requests().size(), 1U) << "a redirection is not followed";
   }
-  const TestServer moved([](TestServer::Client& client, const TestServer::Request&) {
-    client.send("HTTP/1.1 302 Found\r\nLocation: /there\r\nContent-Length: 0\r\n\r\n");
-  });
-  EXPECT_EQ(http_.send(get(moved.address())).redirection, moved.address() + "/there");
 }
 
 TEST_F(CurlHttpTest, tellsWhatWentWrong) {
-  // Says this once, then nothing more until the client has gone, or, cut short, ends.
-  const auto saying = [](const std::string& text, bool stalls) {
-    return std::make_unique<TestServer>([text, stalls](TestServer::Client& client, const TestServer::Request&) {
-      client.send(text);
-      if (stalls) {
-        client.stall();
-      }
-    });
-  };
-  const auto nobody = saying("", false)->address();
-  const auto silent = saying("", true);
-  const auto slow = saying("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\nthe beginning", true);
-  const auto broken = saying("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\nthe beginning", false);
-  const auto nonsense = saying("220 ready\r\n", false);
-  const TestServer chatty([](TestServer::Client& client, const TestServer::Request&) {
-    client.send("HTTP/1.1 200 OK\r\n");
-    while (client.send("X-More: " + std::string(1000, 'x') + "\r\n")) {
-    }
-  });
+  const std::string nobody = TestServer("").address();
+  const TestServer silent("", "stall");
+  const TestServer slow("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\nthe beginning", "stall");
+  const TestServer broken("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\nthe beginning");
+  const TestServer nonsense("220 ready\r\n");
+  const TestServer chatty("HTTP/1.1 200 OK\r\n", "X-More: " + std::string(1000, 'x') + "\r\n");
   const struct {
     const char* what;
     std::string address;
@@ -96,18 +125,18 @@ TEST_F(CurlHttpTest, tellsWhatWentWrong) {
     std::string signature = "";
   } cases[] = {
       {"nothing listens", nobody, HttpError::unreachable},
-      {"never answers", silent->address(), HttpError::timedOut},
-      {"answers for ever", slow->address(), HttpError::timedOut},
-      {"ends in the middle", broken->address(), HttpError::broken},
-      {"is no HTTP", nonsense->address(), HttpError::broken},
+      {"never answers", silent.address(), HttpError::timedOut},
+      {"answers for ever", slow.address(), HttpError::timedOut},
+      {"ends in the middle", broken.address(), HttpError::broken},
+      {"is no HTTP", nonsense.address(), HttpError::broken},
       {"headers without end", chatty.address(), HttpError::broken},
-      {"is not encrypted", "https://127.0.0.1:" + std::to_string(silent->port()), HttpError::timedOut},
-      {"must be", silent->address(), HttpError::badAddress, true},
+      {"is not encrypted", "https://127.0.0.1:" + silent.port(), HttpError::timedOut},
+      {"must be", silent.address(), HttpError::badAddress, true},
       {"no address", "", HttpError::badAddress},
       {"not a network address", "file:///etc/passwd", HttpError::badAddress},
       {"not a web address", "ftp://127.0.0.1/", HttpError::badAddress},
       {"two lines", "http://127.0.0.1/\r\nX: y", HttpError::badAddress},
-      {"a header of two lines", silent->address(), HttpError::badAddress, false, "a\r\nX-Other: b"},
+      {"a header of two lines", silent.address(), HttpError::badAddress, false, "a\r\nX-Other: b"},
   };
   for (const auto& example : cases) {
     SCOPED_TRACE(example.what);
@@ -123,24 +152,20 @@ TEST_F(CurlHttpTest, tellsWhatWentWrong) {
 }
 
 TEST_F(CurlHttpTest, keepsNoMoreOfAnAnswerThanWanted) {
-  const TestServer endless([](TestServer::Client& client, const TestServer::Request&) {
-    client.send("HTTP/1.1 200 OK\r\n\r\n");
-    while (client.send(std::string(10000, 'x'))) {
-    }
-  });
+  const TestServer endless("HTTP/1.1 200 OK\r\n\r\n", std::string(10000, 'x'));
   HttpRequest request = get(endless.address());
   request.answerLimit = 25000;
   const HttpAnswer answer = http_.send(request);
   EXPECT_EQ(answer.error, HttpError::none) << answer.problem;
   EXPECT_TRUE(answer.truncated);
   EXPECT_EQ(answer.body, std::string(25000, 'x'));
-  const TestServer exact(TestServer::answering(200, std::string(25000, 'y')));
+  const TestServer exact(answering(200, std::string(25000, 'y')));
   request.address = exact.address();
   EXPECT_FALSE(http_.send(request).truncated);
 }
 
 TEST_F(CurlHttpTest, endsWhenItIsCancelled) {
-  const TestServer silent([](TestServer::Client& client, const TestServer::Request&) { client.stall(); });
+  const TestServer silent("", "stall");
   HttpRequest request = get(silent.address());
   request.timeout = 1h;
   request.isCancelled = [&] { return !silent.requests().empty(); };
@@ -148,29 +173,26 @@ TEST_F(CurlHttpTest, endsWhenItIsCancelled) {
 }
 
 TEST_F(CurlHttpTest, trustsOnlyCertificatesThatVerify) {
-  const TestCertificate good = TestCertificate::make("localhost");
-  const TestCertificate other = TestCertificate::make("localhost");
-  const TestCertificate wrongHost = TestCertificate::make("elsewhere.example.org");
-  const TestCertificate outOfDate = TestCertificate::make("localhost", -1);
+  const std::string good = certificate("localhost");
+  const std::string other = certificate("elsewhere.example.org");
+  const std::string outOfDate = certificate("localhost", "-1");
   const struct {
     const char* what;
-    const TestCertificate& shown;
+    std::string shown;
     std::string trusted;  ///< empty: those of the system
     HttpError error;
   } cases[] = {
-      {"trusted", good, good.certificate, HttpError::none},
-      {"of an unknown authority", good, other.certificate, HttpError::untrusted},
+      {"trusted", good, good, HttpError::none},
+      {"of an unknown authority", good, other, HttpError::untrusted},
       {"not of the system's", good, "", HttpError::untrusted},
-      {"for another host", wrongHost, wrongHost.certificate, HttpError::untrusted},
-      {"out of date", outOfDate, outOfDate.certificate, HttpError::untrusted},
+      {"for another host", other, other, HttpError::untrusted},
+      {"out of date", outOfDate, outOfDate, HttpError::untrusted},
   };
   for (const auto& [what, shown, trusted, error] : cases) {
-    const std::string file = folder_ / "authorities.pem";
-    write(file, trusted);
-    const TestServer server(TestServer::answering(200), shown);
+    const TestServer server(answering(200), "end", shown);
     HttpRequest request = get(server.address("localhost"));
     request.encryptedOnly = true;
-    const HttpAnswer answer = CurlHttp(trusted.empty() ? "" : file).send(request);
+    const HttpAnswer answer = CurlHttp(trusted).send(request);
     EXPECT_EQ(answer.error, error) << what << ": " << answer.problem;
     EXPECT_EQ(server.requests().size(), error == HttpError::none ? 1U : 0U) << "nothing is said to a stranger";
   }

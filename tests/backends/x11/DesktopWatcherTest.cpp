@@ -14,18 +14,10 @@ class DesktopWatcherTest : public X11Test {
     watcher_ = DesktopWatcher::create(session_->display(), queue_);
     ASSERT_TRUE(watcher_);
   }
-  void TearDown() override {
-    watcher_.reset();
-    X11Test::TearDown();
-  }
   template <typename T>
   bool becomes(const std::vector<T>& told, const std::vector<T>& expected) {
-    return waitUntil([&] {
-      queue_.runAll();
-      return told == expected;
-    });
+    return queue_.runUntil([&] { return told == expected; });
   }
-  ManualQueue queue_;
   std::unique_ptr<DesktopWatcher> watcher_;
 };
 

@@ -20,10 +20,7 @@ size_t ManualQueue::runAll() {
 void X11Test::waitUntilWindowsAreManaged() {
   constexpr desktop::Milliseconds perAttempt{300};
   const auto attempt = [&] {
-    const xcb_window_t window = xcb_generate_id(x_->get());
-    xcb_create_window(x_->get(), XCB_COPY_FROM_PARENT, window, x_->root(), 0, 0, 10, 10, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-    xcb_map_window(x_->get(), window);
+    const xcb_window_t window = showWindow(*x_, 0, 0, 10);
     const auto managed = [&] { return x11::readNumbers(*x_, window, x_->atom(Atom::wmState)).has_value(); };
     const bool success = waitUntil(managed, perAttempt);
     xcb_destroy_window(x_->get(), window);
@@ -43,12 +40,6 @@ void X11Test::start(desktop::SessionOptions options) {
   if (options.windowManager != desktop::WindowManager::none) {
     waitUntilWindowsAreManaged();
   }
-}
-
-void X11Test::TearDown() {
-  windows_.reset();
-  x_.reset();
-  session_.reset();
 }
 
 }  // namespace jumplark

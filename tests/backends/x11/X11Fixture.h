@@ -31,6 +31,13 @@ class ManualQueue final : public TaskQueue {
   }
   /// Runs what has been posted; how many tasks that were.
   size_t runAll();
+  /// Runs what is posted until the state is there; false when it does not come.
+  bool runUntil(const std::function<bool()>& state) {
+    return desktop::waitUntil([&] {
+      runAll();
+      return state();
+    });
+  }
 
  private:
   std::string name_ = "main";
@@ -44,11 +51,19 @@ inline std::string nameOf(desktop::WindowManager windowManager) {
   return kNames[static_cast<size_t>(windowManager)];
 }
 
+/// A window on the screen, made by this process.
+inline xcb_window_t showWindow(const X11Connection& x, int16_t left, int16_t top, uint16_t size) {
+  const xcb_window_t window = xcb_generate_id(x.get());
+  xcb_create_window(x.get(), XCB_COPY_FROM_PARENT, window, x.root(), left, top, size, size, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+  x.check(xcb_map_window_checked(x.get(), window));
+  return window;
+}
+
 /// A session without accessibility, and the window system of this process in it.
 class X11Test : public ::testing::Test {
  protected:
   void start(desktop::SessionOptions options = {});
-  void TearDown() override;
   /// Returns when the window manager has taken a window into its care. One that has just started says that it is there
   /// before it sees every request to map a window.
   void waitUntilWindowsAreManaged();
@@ -66,6 +81,7 @@ class X11Test : public ::testing::Test {
   std::unique_ptr<desktop::PrivateSession> session_;
   std::shared_ptr<X11Connection> x_;
   std::unique_ptr<X11WindowSystem> windows_;
+  ManualQueue queue_;
 };
 
 }  // namespace jumplark

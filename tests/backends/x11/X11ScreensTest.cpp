@@ -18,11 +18,6 @@ class X11ScreensTest : public X11Test {
     start(options);
     screens_ = std::make_unique<X11Screens>(x_, queue_);
   }
-  void TearDown() override {
-    screens_.reset();
-    X11Test::TearDown();
-  }
-  ManualQueue queue_;
   std::unique_ptr<X11Screens> screens_;
 };
 
@@ -80,11 +75,7 @@ TEST_F(X11ScreensTest, changesAreToldOnTheMainQueueUntilTheTokenGoes) {
     ASSERT_EQ(session_->run({"xrandr", "--setmonitor", name, geometry, output}).status, 0);
   };
   split("left", "400/100x800/200+0+0", "screen");
-  EXPECT_TRUE(waitUntil([&] { return queue_.runAll() > 0; }));
-  EXPECT_TRUE(waitUntil([&] {
-    queue_.runAll();
-    return otherCalls == calls;
-  }));
+  EXPECT_TRUE(queue_.runUntil([&] { return calls > 0 && otherCalls == calls; }));
   EXPECT_EQ(calls, 1);
   EXPECT_THAT(screens_->frames(), ElementsAre(Rect{0, 0, 400, 800}));
 

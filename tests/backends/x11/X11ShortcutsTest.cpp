@@ -15,10 +15,11 @@ using testing::IsEmpty;
 
 constexpr Shortcut kShortcut{key_code::space, modifier_flag::command | modifier_flag::shift};
 constexpr const char* kPress = "super+shift+space";  ///< the same for xdotool
+constexpr uint16_t kModifiers = XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT;
 
 /// A session with a window that has the keyboard, one that stands for the query window, and shortcuts whose handlers
 /// run when the test says so.
-class ShortcutTest : public X11Test {
+class X11ShortcutsTest : public X11Test {
  protected:
   void SetUp() override {
     start({.windowManager = desktop::WindowManager::none});
@@ -29,10 +30,6 @@ class ShortcutTest : public X11Test {
                                              WindowClient::overrideRedirect);
     target_ = std::make_unique<WindowClient>(*session_, desktop::PixelRect{0, 0, 200, 100});
     focus(*target_);
-  }
-  void TearDown() override {
-    shortcuts_.reset();
-    X11Test::TearDown();
   }
   void focus(const WindowClient& client) {
     EXPECT_TRUE(x_->check(
@@ -55,11 +52,7 @@ class ShortcutTest : public X11Test {
   }
   // Lets handlers run until so many presses have been handled.
   bool waitForPresses(int count) {
-    const auto isHandled = [&] {
-      queue_.runAll();
-      return presses_ >= count;
-    };
-    return waitUntil(isHandled) && presses_ == count;
+    return queue_.runUntil([&] { return presses_ >= count; }) && presses_ == count;
   }
   bool waitForEnd(ShortcutHandOver::End end) {
     return waitUntil([&] { return shortcuts_->lastHandOver().end != ShortcutHandOver::End::pending; }) &&
@@ -73,26 +66,13 @@ class ShortcutTest : public X11Test {
     });
   }
 
-  ManualQueue queue_;
-  std::unique_ptr<X11Shortcuts> shortcuts_;
   std::unique_ptr<WindowClient> target_;
   std::unique_ptr<WindowClient> typing_;
   int presses_ = 0;
+  std::unique_ptr<X11Shortcuts> shortcuts_;
 };
 
-/// Which presses count, and whose.
-class ShortcutRegistrationTest : public ShortcutTest {
- protected:
-  // A further client comes to own the shortcut with these modifiers more.
-  bool grabElsewhere(unsigned more) {
-    constexpr xcb_keycode_t kSpace = 65;
-    return x_->check(xcb_grab_key_checked(x_->get(), 0, x_->root(),
-                                          static_cast<uint16_t>(XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT | more), kSpace,
-                                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-  }
-};
-
-TEST_F(ShortcutRegistrationTest, aPressCountsWhateverLocksAreOnAndReachesNobodyElse) {
+TEST_F(X11ShortcutsTest, aPressCountsWhateverLocksAreOnAndReachesNobodyElse) {
   const Token token = registered();
   int expected = 0;
   for (const char* lock : {"", "Caps_Lock", "Num_Lock"}) {
@@ -101,7 +81,7 @@ TEST_F(ShortcutRegistrationTest, aPressCountsWhateverLocksAreOnAndReachesNobodyE
     }
     session_->keys({"key", kPress});
     EXPECT_TRUE(waitForPresses(++expected)) << lock;
-    EXPECT_TRUE(waitForEnd(ShortcutHandOver::End::refused));
+    EXPECT_TRUE(waitUntil([&] { return shortcuts_->lastHandOver().end != ShortcutHandOver::End::pending; }));
     // Neither fewer modifiers nor more.
     session_->keys({"key", "shift+space", "key", "super+shift+ctrl+space", "key", "a"});
     ASSERT_TRUE(targetHasSeen(38)) << lock;
@@ -114,34 +94,26 @@ TEST_F(ShortcutRegistrationTest, aPressCountsWhateverLocksAreOnAndReachesNobodyE
   EXPECT_TRUE(nothingIsHeld());
 }
 
-TEST_F(ShortcutRegistrationTest, whatAnotherProgramOwnsIsTakenUntilItLetsGo) {
-  ManualQueue otherQueue;
-  X11Shortcuts other(session_->display(), otherQueue);
-  EXPECT_EQ(other.probe(kShortcut), ShortcutState::registered);
-  auto owner = other.registerShortcut(kShortcut, [] { return false; });
-  ASSERT_EQ(owner.state, ShortcutState::registered);
-  EXPECT_EQ(other.probe(kShortcut), ShortcutState::registered) << "its own";
-  EXPECT_EQ(other.registerShortcut(kShortcut, [] { return false; }).state, ShortcutState::taken);
-
+TEST_F(X11ShortcutsTest, whatIsOwnedIsTakenUntilItsOwnerLetsGo) {
+  ASSERT_TRUE(session_->takeKey(65, kModifiers));
   const auto taken = shortcuts_->registerShortcut(kShortcut, [] { return false; });
   EXPECT_EQ(taken.state, ShortcutState::taken);
   EXPECT_FALSE(taken.token);
   EXPECT_EQ(shortcuts_->probe(kShortcut), ShortcutState::taken);
-  owner.token.reset();
+  session_->giveKeyBack(65, kModifiers);
+  EXPECT_TRUE(waitUntil([&] { return shortcuts_->probe(kShortcut) == ShortcutState::registered; }));
   const Token token = registered();
+  EXPECT_EQ(shortcuts_->probe(kShortcut), ShortcutState::registered) << "its own";
+  EXPECT_EQ(shortcuts_->registerShortcut(kShortcut, [] { return false; }).state, ShortcutState::taken);
   session_->keys({"key", kPress});
   EXPECT_TRUE(waitForPresses(1));
-  EXPECT_EQ(otherQueue.runAll(), 0U);
 }
 
-TEST_F(ShortcutRegistrationTest, aFailedAttemptKeepsNothing) {
+TEST_F(X11ShortcutsTest, aFailedAttemptIsToldAndKeepsNothing) {
   // Only the combination with Caps Lock, which is not the first to be tried.
-  ASSERT_TRUE(grabElsewhere(XCB_MOD_MASK_LOCK));
+  ASSERT_TRUE(session_->takeKey(65, kModifiers | XCB_MOD_MASK_LOCK));
   EXPECT_EQ(shortcuts_->registerShortcut(kShortcut, [] { return false; }).state, ShortcutState::taken);
-  EXPECT_TRUE(grabElsewhere(0));
-}
-
-TEST_F(ShortcutRegistrationTest, tellsWhatCannotBeRegistered) {
+  EXPECT_TRUE(session_->takeKey(65, kModifiers));
   EXPECT_EQ(shortcuts_->probe({key_code::symbolBase + 0x13BD, 0}), ShortcutState::noSuchKey);
   EXPECT_EQ(X11Shortcuts(":nonsense", queue_).probe(kShortcut), ShortcutState::outOfReach);
 }
@@ -162,10 +134,7 @@ TEST(ShortcutDescriptionTest, namesKeysAsPeopleDo) {
   }
 }
 
-/// What becomes of the keys around a press.
-class ShortcutHandOverTest : public ShortcutTest {};
-
-TEST_F(ShortcutHandOverTest, keysTypedAfterARefusalReachTheTarget) {
+TEST_F(X11ShortcutsTest, keysTypedAfterARefusalReachTheTarget) {
   const Token token = registered(false);
   session_->keys({"keydown", "super", "keydown", "shift", "keydown", "space", "key", "b", "keyup", "space", "keyup",
                   "shift", "keyup", "super", "type", "--delay", "0", "ab"});
@@ -176,7 +145,7 @@ TEST_F(ShortcutHandOverTest, keysTypedAfterARefusalReachTheTarget) {
   EXPECT_TRUE(keyboardIsFree());
 }
 
-TEST_F(ShortcutHandOverTest, aBlockedMainThreadHoldsTheKeyboardNoLongerThanTheDeadline) {
+TEST_F(X11ShortcutsTest, aBlockedMainThreadHoldsTheKeyboardNoLongerThanTheDeadline) {
   const Token token = registered(true);
   session_->keys({"key", kPress, "type", "--delay", "0", "hi"});
   ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::deadline));
@@ -189,7 +158,7 @@ TEST_F(ShortcutHandOverTest, aBlockedMainThreadHoldsTheKeyboardNoLongerThanTheDe
   EXPECT_EQ(queue_.runAll(), 0U);
 }
 
-TEST_F(ShortcutHandOverTest, holdingTheShortcutIsOnePress) {
+TEST_F(X11ShortcutsTest, holdingTheShortcutIsOnePress) {
   letKeysRepeat();
   const Token token = registered(true);
   // The user holds it for a while, then goes on typing.
@@ -206,7 +175,7 @@ TEST_F(ShortcutHandOverTest, holdingTheShortcutIsOnePress) {
   EXPECT_TRUE(waitForPresses(2));
 }
 
-TEST_F(ShortcutHandOverTest, theEndOfARegistrationOrOfAllLetsTheKeyboardGo) {
+TEST_F(X11ShortcutsTest, theEndOfARegistrationOrOfAllLetsTheKeyboardGo) {
   Token token;
   const std::function<void()> ends[] = {[&] { token.reset(); }, [&] { shortcuts_.reset(); }};
   for (const auto& end : ends) {
@@ -226,48 +195,40 @@ TEST_F(ShortcutHandOverTest, theEndOfARegistrationOrOfAllLetsTheKeyboardGo) {
 }
 
 // Another client has the keyboard, as an open menu does, which closes a level at each Escape.
-TEST_F(ShortcutHandOverTest, anOpenMenuIsClosedLevelByLevelAndThePressCountsOnce) {
+TEST_F(X11ShortcutsTest, anOpenMenuIsClosedLevelByLevelAndThePressCountsOnce) {
   const Token token = registered(true);
-  std::vector<std::string> typed;
-  int round = 0;
-  for (const int levels : {1, 3}) {
-    std::vector<std::unique_ptr<WindowClient>> menu(static_cast<size_t>(levels));
-    std::ranges::generate(menu, [this] {
-      return std::make_unique<WindowClient>(*session_, desktop::PixelRect{300, 200, 60, 60},
-                                            WindowClient::overrideRedirect);
-    });
-    ASSERT_TRUE(x11::takeReply(
-        x_->get(), xcb_grab_keyboard_reply,
-        xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
-    // The modifiers are held as by a slow hand.
-    session_->keys({"keydown", "super", "keydown", "shift", "key", "space"});
-    int escapes = 0;
-    EXPECT_TRUE(waitUntil([&] {
-      while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(x_->get())}) {
-        const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(*event);
-        if ((event->response_type & 0x7F) == XCB_KEY_PRESS && key.detail == 9 && key.state == 0) {
-          ++escapes;
-          menu.resize(menu.empty() ? 0 : menu.size() - 1);
-          if (menu.empty()) {
-            x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
-          }
-        }
+  std::vector<std::unique_ptr<WindowClient>> menu(3);
+  std::ranges::generate(menu, [this] {
+    return std::make_unique<WindowClient>(*session_, desktop::PixelRect{300, 200, 60, 60},
+                                          WindowClient::overrideRedirect);
+  });
+  ASSERT_TRUE(x11::takeReply(
+      x_->get(), xcb_grab_keyboard_reply,
+      xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+  // The modifiers are held as by a slow hand.
+  session_->keys({"keydown", "super", "keydown", "shift", "key", "space"});
+  EXPECT_TRUE(waitUntil([&] {
+    while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(x_->get())}) {
+      const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(*event);
+      if ((event->response_type & 0x7F) == XCB_KEY_PRESS && key.detail == 9 && key.state == 0) {
+        menu.pop_back();
       }
-      return menu.empty();
-    })) << escapes;
-    ASSERT_TRUE(waitForPresses(++round)) << levels;
-    ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived)) << levels;
-    EXPECT_TRUE(shortcuts_->lastHandOver().throughMenu);
-    EXPECT_EQ(escapes, levels);
-    session_->keys({"keyup", "shift", "keyup", "super", "key", "a", "key", "shift+b"});
-    typed.insert(typed.end(), {"key 38 0x0", "key 50 0x0", "key 56 0x1"});
-    EXPECT_TRUE(waitUntil([&] { return typing_->lines("key") == typed; })) << levels;
-    EXPECT_EQ(queue_.runAll(), 0U);
-    EXPECT_TRUE(keyboardIsFree());
-    EXPECT_TRUE(nothingIsHeld());
-    focus(*target_);
-  }
+      if (menu.empty()) {
+        return x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
+      }
+    }
+    return false;
+  })) << menu.size();
+  ASSERT_TRUE(waitForPresses(1));
+  ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+  EXPECT_TRUE(shortcuts_->lastHandOver().throughMenu);
+  session_->keys({"keyup", "shift", "keyup", "super", "key", "a", "key", "shift+b"});
+  EXPECT_TRUE(typing_->prints("key 56 0x1"));
+  EXPECT_THAT(typing_->lines("key"), ElementsAre("key 38 0x0", "key 50 0x0", "key 56 0x1"));
   EXPECT_THAT(target_->lines("key"), IsEmpty()) << "no Escape too many";
+  EXPECT_EQ(queue_.runAll(), 0U);
+  EXPECT_TRUE(keyboardIsFree());
+  EXPECT_TRUE(nothingIsHeld());
 }
 
 }  // namespace

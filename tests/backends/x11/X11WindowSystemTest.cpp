@@ -28,11 +28,8 @@ class X11WindowSystemTest : public X11Test {
   bool becomesActive(const WindowClient& client) {
     return waitUntil([&] { return windows_->activeWindow() == client.window(); });
   }
-  testing::AssertionResult becomesOrder(const std::vector<uint32_t>& frontToBack) {
-    const auto now = [&] { return idsOf(windows_->windowsFrontToBack()); };
-    return waitUntil([&] { return now() == frontToBack; })
-               ? testing::AssertionSuccess()
-               : testing::AssertionFailure() << testing::PrintToString(now());
+  bool becomesOrder(const std::vector<uint32_t>& frontToBack) {
+    return waitUntil([&] { return idsOf(windows_->windowsFrontToBack()) == frontToBack; });
   }
   void shape(const WindowClient& client, xcb_shape_sk_t kind, const xcb_rectangle_t& part) {
     ASSERT_TRUE(x_->check(xcb_shape_rectangles_checked(x_->get(), XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_UNSORTED,
@@ -157,11 +154,7 @@ TEST_F(X11WindowSystemTest, windowsThatVanishMeanwhileAreLeftOut) {
   std::jthread churning([this](const std::stop_token& stop) {
     const auto x = X11Connection::open(session_->display()).connection;
     while (!stop.stop_requested()) {
-      const xcb_window_t window = xcb_generate_id(x->get());
-      xcb_create_window(x->get(), XCB_COPY_FROM_PARENT, window, x->root(), 5, 5, 50, 50, 0,
-                        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-      x->check(xcb_map_window_checked(x->get(), window));
-      xcb_destroy_window(x->get(), window);
+      xcb_destroy_window(x->get(), showWindow(*x, 5, 5, 50));
     }
   });
   for (int i = 0; i < 300; ++i) {

@@ -117,7 +117,6 @@ class X11WorkspaceTest : public X11Test {
     });
   }
 
-  ManualQueue queue_;
   std::unique_ptr<X11Screens> screens_;
   std::unique_ptr<DesktopEntries> entries_;
   std::unique_ptr<X11Workspace> workspace_;
@@ -190,10 +189,7 @@ TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
 TEST_F(X11WorkspaceTest, ourOwnWindowIsInFrontWhenItIsTheTopmost) {
   const WindowClient other(*session_, {10, 50, 300, 200});
   ASSERT_TRUE(becomesFrontmost(other));
-  const xcb_window_t own = xcb_generate_id(x_->get());
-  xcb_create_window(x_->get(), XCB_COPY_FROM_PARENT, own, x_->root(), 400, 300, 100, 100, 0,
-                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-  ASSERT_TRUE(x_->check(xcb_map_window_checked(x_->get(), own)));
+  const xcb_window_t own = showWindow(*x_, 400, 300, 100);
   ASSERT_TRUE(waitUntil([&] { return windows_->activeWindow() == own; }));
   EXPECT_EQ(workspace_->frontmostApplication()->pid, getpid());
   EXPECT_EQ(frontToBack(), (std::vector{static_cast<int32_t>(getpid()), other.pid()}));

@@ -24,9 +24,7 @@ class SpoiltText : public SourceFixture, public ::testing::WithParamInterface<co
     add("frame", "first", role::pushButton, "first");
     add("frame", "name", role::pushButton, bytes);
     add("frame", "description", role::pushButton).description = "so: " + bytes;
-    FakeElement& text = add("frame", "text", role::entry);
-    text.interfaces = {"Component", "Text", "EditableText"};
-    text.text = bytes;
+    add("frame", "text", role::entry).saying(bytes).with("EditableText");
     add("frame", "attributes", role::entry).attributes = {{"placeholder-text", bytes}, {bytes, "value"}};
     add("frame", "last", role::pushButton, "last");
     app.cache({"frame", "first", "name", "description", "text", "attributes", "last"});

@@ -65,9 +65,7 @@ TEST_F(Faults, endTheReadingOfAnApplicationThatAnswersSlowly) {
   for (int i = 0; i < kPanels; ++i) {
     const std::string panel = "panel" + std::to_string(i);
     add("frame", panel, role::panel, "");
-    FakeElement& entry = add(panel, "entry" + std::to_string(i), role::entry, "");
-    entry.interfaces = {"Component", "Text", "Value", "Action"};
-    entry.text = "typed";
+    add(panel, "entry" + std::to_string(i), role::entry, "").saying("typed").with("Value").with("Action");
   }
   for (const int slowness : {20, 400}) {
     SCOPED_TRACE(slowness);
@@ -145,9 +143,7 @@ TEST_F(Faults, cutAHugeNameBetweenCharacters) {
 }
 
 TEST_F(Faults, makeNoAnswersOfThoseOfAnotherType) {
-  FakeElement& entry = add("frame", "entry", role::entry, "entry");
-  entry.interfaces = {"Component", "Text", "Value", "Action", "Table"};
-  entry.text = "typed";
+  add("frame", "entry", role::entry, "entry").saying("typed").with("Value").with("Action").with("Table");
   add("frame", "last", role::pushButton, "last");
   const std::vector<std::string> members{"GetRole",         "GetState",   "GetInterfaces", "GetChildren",
                                          "GetExtents",      "Get",        "GetText",       "GetAttributes",
@@ -165,10 +161,8 @@ TEST_F(Faults, makeNoAnswersOfThoseOfAnotherType) {
 }
 
 TEST_F(Faults, disbelieveCountsThatCannotBe) {
-  FakeElement& table = add("frame", "table", role::table, "", {100, 50, 400, 200});
-  table.interfaces = {"Component", "Table"};
-  FakeElement& text = add("frame", "text", role::text, "", {100, 260, 400, 30});
-  text.interfaces = {"Component", "Text"};
+  add("frame", "table", role::table, "", {100, 50, 400, 200}).with("Table");
+  add("frame", "text", role::text, "", {100, 260, 400, 30}).with("Text");
   add("frame", "last", role::pushButton, "last");
   app.answerInstead([](sd_bus_message* message, const std::string& id, const std::string& member) {
     constexpr int32_t kMost = 2'147'483'647;
@@ -180,7 +174,6 @@ TEST_F(Faults, disbelieveCountsThatCannotBe) {
       if (name == "ChildCount" || name == "CharacterCount" || name == "NColumns") {
         return sd_bus_reply_method_return(message, "v", "i", kMost) >= 0;
       }
-      sd_bus_message_rewind(message, 1);
     }
     return (member == "GetRowAtIndex" || member == "GetOffsetAtPoint") &&
            sd_bus_reply_method_return(message, "i", kMost) >= 0;
@@ -193,14 +186,10 @@ TEST_F(Faults, disbelieveCountsThatCannotBe) {
 }
 
 TEST_F(Faults, askForNoTextThatMayBeAPassword) {
-  const auto addEntry = [this](const std::string& id, uint32_t role) {
-    FakeElement& entry = add("frame", id, role);
-    entry.interfaces = {"Component", "Text", "EditableText", "Value", "Hyperlink"};
-    entry.text = "hidden";
-  };
-  addEntry("secret", role::passwordText);
-  addEntry("unknown", role::entry);
-  addEntry("plain", role::entry);
+  for (const char* id : {"secret", "unknown", "plain"}) {
+    const uint32_t role = id == std::string("secret") ? role::passwordText : role::entry;
+    add("frame", id, role).saying("hidden").with("EditableText").with("Value").with("Hyperlink");
+  }
   // It does not tell what it is: it may be a password.
   app.answerInstead([](sd_bus_message* message, const std::string& id, const std::string& member) {
     return id == "unknown" && member == "GetRole" &&

@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <systemd/sd-bus.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <utility>
@@ -146,9 +145,12 @@ const Answers kMethods{
     {"GetOffsetAtPoint", appendOffset},
     {"GetActions",
      [](const Asked& asked, Message m) {
+       const std::string& keys = asked.element.keys;
+       const char* const told = keys.find(';') == std::string::npos ? "" : keys.c_str();
        appendArray(m, "(sss)", asked.element.actions,
-                   [m](const std::string& name) { sd_bus_message_append(m, "(sss)", name.c_str(), "", ""); });
+                   [&](const std::string& name) { sd_bus_message_append(m, "(sss)", name.c_str(), "", told); });
      }},
+    {"GetKeyBinding", [](const Asked& asked, Message m) { appendText(m, asked.element.keys); }},
     {"DoAction", [](const Asked&, Message m) { sd_bus_message_append(m, "b", 1); }},
 };
 
@@ -177,14 +179,6 @@ FakeApplication::FakeApplication(const PrivateBus& bus, std::string toolkit, std
   peer_ = std::make_unique<FakePeer>(bus.address(), "", [this](Message message) { return answer(message); });
 }
 
-FakeApplication::~FakeApplication() {
-  if (accepting_.joinable()) {
-    shutdown(listening_, SHUT_RDWR);
-    accepting_.join();
-    close(listening_);
-  }
-}
-
 FakeElement& FakeApplication::add(const std::string& parent, const std::string& id, FakeElement element) {
   element.parent = parent;
   const std::lock_guard lock(mutex_);
@@ -192,53 +186,19 @@ FakeElement& FakeApplication::add(const std::string& parent, const std::string& 
   return elements_[id] = std::move(element);
 }
 
-FakeElement& FakeApplication::at(const std::string& id) {
-  const std::lock_guard lock(mutex_);
-  return elements_[id];
-}
-
-void FakeApplication::remove(const std::string& id) {
-  const std::lock_guard lock(mutex_);
-  elements_.erase(id);
-}
-
-void FakeApplication::cache(std::vector<std::string> ids) {
-  const std::lock_guard lock(mutex_);
-  cached_ = std::move(ids);
-}
-
-void FakeApplication::answerInstead(Answer answer) {
-  const std::lock_guard lock(mutex_);
-  instead_ = std::move(answer);
-}
-
 void FakeApplication::openSocket() {
-  listening_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_un address{AF_UNIX, {}};
   const std::string path = folder_.path() + "/own";
   path.copy(address.sun_path, sizeof address.sun_path - 1);
-  bind(listening_, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-  listen(listening_, 1);
+  bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  listen(listening, 1);
   socket_ = "unix:path=" + path;
-  accepting_ = std::thread([this] {
-    if (const int client = accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC); client >= 0) {
-      served_ = std::make_unique<FakePeer>(client, [this](Message message) { return answer(message); });
-    }
-  });
+  own_ = std::make_unique<FakePeer>(listening, [this](Message message) { return answer(message); });
 }
 
 ElementRef FakeApplication::ref(const std::string& id) const {
   return id.empty() ? ElementRef() : makeRef(peer_->uniqueName(), kPrefix + id);
-}
-
-size_t FakeApplication::timesAsked(const std::string& call) const {
-  const std::lock_guard lock(mutex_);
-  return asked_.count(call);
-}
-
-std::multiset<std::string> FakeApplication::complaints() const {
-  const std::lock_guard lock(mutex_);
-  return complaints_;
 }
 
 bool FakeApplication::answer(sd_bus_message* message) {
@@ -248,6 +208,7 @@ bool FakeApplication::answer(sd_bus_message* message) {
   const char* ofInterface = nullptr;
   const char* property = "";
   const bool isProperty = interface == "Properties" && sd_bus_message_read(message, "ss", &ofInterface, &property) > 0;
+  int32_t action = 0;
   FakeElement element;
   Answer instead;
   std::optional<std::vector<std::string>> cached;
@@ -263,6 +224,9 @@ bool FakeApplication::answer(sd_bus_message* message) {
     cached = cached_;
     if (interface != "Cache" && !has(element, isProperty ? lastPart(ofInterface, '.') : interface)) {
       complaints_.insert(interface + "." + member + " " + id);
+    }
+    if (member == "DoAction" && sd_bus_message_read(message, "i", &action) > 0) {
+      done_.push_back(std::to_string(action) + " " + id);
     }
   }
   sd_bus_message_rewind(message, 1);

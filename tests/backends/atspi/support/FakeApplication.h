@@ -9,6 +9,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "backends/atspi/support/PrivateBus.h"
@@ -39,6 +40,25 @@ struct FakeElement {
   std::pair<int32_t, int32_t> visibleText{0, -1};  ///< offsets of the characters at its corners
   double value = 0;
   std::vector<std::string> actions;
+  std::string keys;  ///< of its action; told with that only where they are several
+
+  /// Gives it an interface more.
+  FakeElement& with(const std::string& interface) {
+    interfaces.push_back(interface);
+    return *this;
+  }
+  /// Gives it states more.
+  FakeElement& being(std::initializer_list<int> more) {
+    for (const int state : more) {
+      states |= bit(state);
+    }
+    return *this;
+  }
+  /// Gives it a text.
+  FakeElement& saying(std::string content) {
+    text = std::move(content);
+    return with("Text");
+  }
 };
 
 /// A scripted application on a private bus. Its root has the children of the element "root".
@@ -47,19 +67,26 @@ class FakeApplication {
   FakeApplication(const PrivateBus& bus, std::string toolkit = "Qt", std::string version = "6.4.2");
   FakeApplication(const FakeApplication&) = delete;
   FakeApplication& operator=(const FakeApplication&) = delete;
-  ~FakeApplication();
 
   /// An element, made if it is not there; to be changed before anything is read, or while nothing is under way.
-  FakeElement& at(const std::string& id);
+  FakeElement& at(const std::string& id) {
+    return locked([&]() -> FakeElement& { return elements_[id]; });
+  }
   /// Adds an element at the end of its parent's children.
   FakeElement& add(const std::string& parent, const std::string& id, FakeElement element);
-  void remove(const std::string& id);
+  void remove(const std::string& id) {
+    locked([&] { return elements_.erase(id); });
+  }
   /// The elements that the application's cache holds; until then it has none.
-  void cache(std::vector<std::string> ids);
+  void cache(const std::vector<std::string>& ids) {
+    locked([&] { return cached_ = ids; });
+  }
 
   /// Asked first, on the application's thread, to answer a message itself, and to tell whether it did.
   using Answer = std::function<bool(sd_bus_message* message, const std::string& id, const std::string& member)>;
-  void answerInstead(Answer answer);
+  void answerInstead(const Answer& answer) {
+    locked([&] { return instead_ = answer; });
+  }
 
   /// From now on it has a socket of its own, which it tells whoever asks; it serves one connection.
   void openSocket();
@@ -69,14 +96,27 @@ class FakeApplication {
   FakePeer& peer() { return *peer_; }
   /// "Interface.Member id" of every call so far.
   bool wasAsked(const std::string& call) const { return timesAsked(call) > 0; }
-  size_t timesAsked(const std::string& call) const;
+  size_t timesAsked(const std::string& call) const {
+    return locked([&] { return asked_.count(call); });
+  }
+  /// "INDEX id" of every action that was to be done.
+  std::vector<std::string> done() const {
+    return locked([this] { return done_; });
+  }
   /// What was asked of interfaces that an element does not have, as above: programs of ATK write a complaint about
   /// each.
-  std::multiset<std::string> complaints() const;
+  std::multiset<std::string> complaints() const {
+    return locked([this] { return complaints_; });
+  }
 
   struct Asked;
 
  private:
+  template <typename Doing>
+  std::invoke_result_t<Doing> locked(Doing doing) const {
+    const std::lock_guard lock(mutex_);
+    return doing();
+  }
   bool answer(sd_bus_message* message);
   bool answerProperty(sd_bus_message* question, const std::string& name, const FakeElement& element);
   void appendCache(sd_bus_message* answer, const std::vector<std::string>& ids);
@@ -88,13 +128,12 @@ class FakeApplication {
   std::optional<std::vector<std::string>> cached_;
   std::multiset<std::string> asked_;
   std::multiset<std::string> complaints_;
+  std::vector<std::string> done_;
   Answer instead_;
   testing::TemporaryFolder folder_;
   std::string socket_;
-  int listening_ = -1;
   std::unique_ptr<FakePeer> peer_;
-  std::unique_ptr<FakePeer> served_;
-  std::thread accepting_;
+  std::unique_ptr<FakePeer> own_;
 };
 
 /// The daemons of an accessible desktop: tells the address of the accessibility bus (the same private bus) and lists

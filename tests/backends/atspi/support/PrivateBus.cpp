@@ -1,11 +1,10 @@
 #include "backends/atspi/support/PrivateBus.h"
 
-#include <poll.h>
-#include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
-#include <array>
+#include <chrono>
 #include <stdexcept>
 
 namespace jumplark::atspi {
@@ -35,7 +34,7 @@ PrivateBus::PrivateBus() : address_("unix:path=" + folder_.path() + "/bus") {
 }
 
 FakePeer::FakePeer(const std::string& address, const std::string& wellKnownName, Handler handler)
-    : handler_(std::move(handler)), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    : handler_(std::move(handler)) {
   check(sd_bus_new(&bus_), "sd_bus_new");
   check(sd_bus_set_address(bus_, address.c_str()), "address");
   check(sd_bus_set_bus_client(bus_, 1), "client");
@@ -49,15 +48,16 @@ FakePeer::FakePeer(const std::string& address, const std::string& wellKnownName,
   thread_ = std::thread([this] { loop(); });
 }
 
-FakePeer::FakePeer(int connected, Handler handler)
-    : handler_(std::move(handler)), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-  sd_id128_t id{};
-  check(sd_id128_randomize(&id), "id");
+FakePeer::FakePeer(int listening, Handler handler) : handler_(std::move(handler)), listening_(listening) {
   check(sd_bus_new(&bus_), "sd_bus_new");
-  check(sd_bus_set_fd(bus_, connected, connected), "socket");
-  check(sd_bus_set_server(bus_, 1, id), "server");
-  begin();
-  thread_ = std::thread([this] { loop(); });
+  check(sd_bus_set_server(bus_, 1, SD_ID128_MAKE(1, 2, 3, 4, 5, 6, 7, 8, 9, a, b, c, d, e, f, 10)), "server");
+  thread_ = std::thread([this] {
+    if (const int client = accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC); client >= 0) {
+      check(sd_bus_set_fd(bus_, client, client), "socket");
+      begin();
+      loop();
+    }
+  });
 }
 
 void FakePeer::begin() {
@@ -68,10 +68,10 @@ void FakePeer::begin() {
 
 FakePeer::~FakePeer() {
   stopping_ = true;
-  wake();
+  shutdown(listening_, SHUT_RDWR);
   thread_.join();
   sd_bus_close_unref(bus_);
-  close(wake_);
+  close(listening_);
 }
 
 int FakePeer::onMessage(sd_bus_message* message, void* data) {
@@ -87,36 +87,14 @@ int FakePeer::onMessage(sd_bus_message* message, void* data) {
   return 1;
 }
 
-void FakePeer::hang() {
-  hung_ = true;
-  wake();
-}
-
-void FakePeer::resume() {
-  hung_ = false;
-  wake();
-}
-
-void FakePeer::wake() const {
-  const uint64_t one = 1;
-  [[maybe_unused]] const ssize_t written = write(wake_, &one, sizeof one);
-}
-
+// Looks now and then whether it is to hang or to stop.
 void FakePeer::loop() {
-  while (!stopping_) {
-    if (!hung_ && sd_bus_process(bus_, nullptr) > 0) {
-      continue;
-    }
-    std::array<pollfd, 2> requests{pollfd{wake_, POLLIN, 0}, pollfd{-1, 0, 0}};
-    if (!hung_) {
-      requests[1] = {sd_bus_get_fd(bus_), static_cast<short>(sd_bus_get_events(bus_)), 0};
-      if (sd_bus_is_open(bus_) <= 0) {
-        requests[1].fd = -1;
-      }
-    }
-    poll(requests.data(), requests.size(), -1);
-    uint64_t count = 0;
-    while (read(wake_, &count, sizeof count) > 0) {
+  constexpr uint64_t kMicroseconds = 2000;
+  while (!stopping_ && sd_bus_is_open(bus_) > 0) {
+    if (hung_) {
+      std::this_thread::sleep_for(std::chrono::microseconds(kMicroseconds));
+    } else if (sd_bus_process(bus_, nullptr) <= 0) {
+      sd_bus_wait(bus_, kMicroseconds);
     }
   }
 }

@@ -35,8 +35,8 @@ class FakePeer {
   using Handler = std::function<bool(sd_bus_message* message)>;
 
   FakePeer(const std::string& address, const std::string& wellKnownName, Handler handler);
-  /// The answering end of a connection without a bus, which it closes.
-  FakePeer(int connected, Handler handler);
+  /// Serves the first who connects to a listening socket, which it closes, without a bus.
+  FakePeer(int listening, Handler handler);
   FakePeer(const FakePeer&) = delete;
   FakePeer& operator=(const FakePeer&) = delete;
   ~FakePeer();
@@ -44,14 +44,13 @@ class FakePeer {
   const std::string& uniqueName() const { return uniqueName_; }
   int received() const { return received_; }
   /// Stops answering, as a process does that is stuck; what arrives meanwhile is kept by the system.
-  void hang();
-  void resume();
+  void hang() { hung_ = true; }
+  void resume() { hung_ = false; }
 
  private:
   static int onMessage(sd_bus_message* message, void* data);
   void begin();
   void loop();
-  void wake() const;
 
   Handler handler_;
   sd_bus* bus_ = nullptr;
@@ -59,7 +58,7 @@ class FakePeer {
   std::atomic<int> received_{0};
   std::atomic<bool> hung_{false};
   std::atomic<bool> stopping_{false};
-  int wake_ = -1;
+  int listening_ = -1;
   std::thread thread_;
 };
 

@@ -55,25 +55,19 @@ class SourceFixture : public ::testing::Test {
     EXPECT_EQ(app.complaints(), std::multiset<std::string>()) << "asked of elements that do not have that interface";
   }
 
-  KeepingSource& source() {
-    if (!source_) {
-      source_ = std::make_unique<KeepingSource>(BusConnection::Options{bus.address()}, windows);
-    }
-    return *source_;
-  }
-  SnapshotPointer prepare(bool visibleOnly = true) { return source().take(app.root(), visibleOnly, {}); }
+  KeepingSource& source() { return source_; }
+  SnapshotPointer prepare(bool visibleOnly = true) { return source_.take(app.root(), visibleOnly, {}); }
   /// What is read is answered from the last snapshot, and live before there is one.
   View view() { return {source(), last()}; }
   View live() { return View::live(source(), last(), nullptr); }
-  FactsPointer read(const std::string& id) { return source().last ? source().last->find(app.ref(id)) : nullptr; }
-  std::vector<FactsPointer> elements() {
-    return source().last ? source().last->elements() : std::vector<FactsPointer>();
-  }
+  FactsPointer read(const std::string& id) { return source_.last ? source_.last->find(app.ref(id)) : nullptr; }
+  std::vector<FactsPointer> elements() { return source_.last ? source_.last->elements() : std::vector<FactsPointer>(); }
+  static std::string idOf(const ElementRef& element) { return element.text().substr(element.text().rfind('/') + 1); }
   /// Names of the snapshot's elements in document order, the application and the window left out.
   std::string names() {
     std::string joined;
     for (const FactsPointer& e : elements()) {
-      const std::string id = e->ref.text().substr(e->ref.text().rfind('/') + 1);
+      const std::string id = idOf(e->ref);
       if (id != "root" && id != "frame") {
         joined += (joined.empty() ? "" : " ") + id;
       }
@@ -87,9 +81,9 @@ class SourceFixture : public ::testing::Test {
   FakeWindows windows;
 
  private:
-  View::Snapshots last() { return source().last ? View::Snapshots{source().last} : View::Snapshots(); }
+  View::Snapshots last() { return source_.last ? View::Snapshots{source_.last} : View::Snapshots(); }
 
-  std::unique_ptr<KeepingSource> source_;
+  KeepingSource source_{BusConnection::Options{bus.address()}, windows};
 };
 
 }  // namespace jumplark::atspi

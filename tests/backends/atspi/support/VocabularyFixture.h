@@ -37,7 +37,6 @@ class AtspiVocabulary : public SourceFixture {
     return count.ok() ? ids(platform.copyAttributeValues(app.ref(id), name, 0, count.value).value)
                       : std::to_string(static_cast<int>(count.error));
   }
-  static std::string idOf(const ElementRef& element) { return element.text().substr(element.text().rfind('/') + 1); }
   static std::string ids(const AttributeValue::List& entries) {
     std::string joined;
     for (const auto& one : entries) {

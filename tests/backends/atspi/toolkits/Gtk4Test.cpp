@@ -75,9 +75,7 @@ TEST_F(Gtk4, labelsNoControlByAPartOfIt) {
 
 TEST_F(Gtk4, isNotAskedForTheLengthOfAShortEntry) {
   const auto entry = [&](const std::string& id, const std::string& text) {
-    FakeElement& made = put("frame", id, role::entry, "GtkEntry", {0, 0, 100, 20});
-    made.interfaces = {"Component", "Text"};
-    made.text = text;
+    put("frame", id, role::entry, "GtkEntry", {0, 0, 100, 20}).saying(text);
   };
   entry("empty", "");
   entry("short", "Lorem ipsum");

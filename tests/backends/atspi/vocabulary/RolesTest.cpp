@@ -64,11 +64,7 @@ std::string idFor(std::string what) {
 
 TEST_F(Roles, areOfWhatAPersonDoesWithAnElement) {
   for (const Case& one : kCases) {
-    FakeElement& made = add(idFor(one.parent), idFor(one.what), one.number);
-    made.interfaces = {"Component", one.interface};
-    for (const int state : one.states) {
-      made.states |= bit(state);
-    }
+    add(idFor(one.parent), idFor(one.what), one.number).being(one.states).with(one.interface);
   }
   add("frame", "without_size", role::icon).interfaces = {};
   for (const Case& one : kCases) {
