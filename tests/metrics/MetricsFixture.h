@@ -4,11 +4,8 @@
 #include <spdlog/sinks/ostream_sink.h>
 #include <spdlog/spdlog.h>
 
-#include <chrono>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <string>
 
 #include "backends/recorded/RecordedPlatform.h"
 

@@ -1,21 +1,15 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <optional>
 
 #include "selection/JLElementActioner.h"
 #include "streams/NotificationCenter.h"
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
 using std::chrono::milliseconds;
-using testing::DesktopText;
 using ::testing::ElementsAre;
-using testing::RecordedFixture;
 
 /// A window of 400 by 300 with one element of each kind; nothing is covered but "covered" and all of "half" but its
 /// right end. Positions have a top-left origin.
@@ -185,4 +179,4 @@ TEST(JLElementActioner, returnIsLeftAloneAfterTheFirstClicksTimeAndWithoutAPerso
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

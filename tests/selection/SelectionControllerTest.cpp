@@ -1,6 +1,3 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
 
@@ -10,11 +7,10 @@
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using testing::RecordedFixture;
 
 const char* const kDesktop = R"({"screens":[[0,0,1000,900]],"pointer":[0,0],"elements":{}})";
 
@@ -202,4 +198,4 @@ TEST(ShortcutAssigner, labelsTheBestFirstWithOneTwoAndThreeLettersAsFarAsTheyGo)
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

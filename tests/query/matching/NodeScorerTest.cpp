@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "query/matching/JLElementFilter.h"
@@ -10,11 +8,8 @@
 #include "tree/JLElementTree.h"
 #include "tree/JLElementTreeEnumerator.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
-
-using testing::DesktopText;
-using testing::RecordedFixture;
 
 TEST(NearnessMultiplier, fallsFromThreeWithTheGapBetweenTheRectangles) {
   struct Case {
@@ -114,4 +109,4 @@ TEST(NodeScorer, onlyTheFirstThousandCharactersOfATextAreScored) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <random>
-#include <string>
-#include <vector>
 
 namespace jumplark::testing {
 
