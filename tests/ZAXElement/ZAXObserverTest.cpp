@@ -1,21 +1,15 @@
 #include "ZAXElement/ZAXObserver.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using testing::RecordedFixture;
 
 class Observer : public ::testing::Test {
  protected:
@@ -40,7 +34,7 @@ class Observer : public ::testing::Test {
   }
   void run() { desktop_->queues().advance({}); }
 
-  RecordedFixture desktop_{testing::DesktopText::of(R"(
+  RecordedFixture desktop_{DesktopText::of(R"(
     app AXApplication
       field AXTextField
       box AXCheckBox
@@ -115,4 +109,4 @@ TEST_F(Observer, isNoneForAProcessWithoutAnInterfaceAndRefusesMistakesOfItsUser)
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

@@ -1,16 +1,11 @@
 #include "accessibility/JLAXElement.h"
 
-#include <gtest/gtest.h>
-
 #include "metrics/JLMetrics.h"
 #include "support/RecordedFixture.h"
 #include "support/RecordedMetrics.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
-
-using testing::RecordedFixture;
-using testing::RecordedMetrics;
 
 const char* const kDesktop = R"({"screens":[[0,0,1440,900]], "elements":{
   "e":{"attributes":{"AXTitle":"T","AXNull":null,"AXNumber":7,"AXPosition":{"point":[1,2]},
@@ -85,12 +80,8 @@ TEST(JLAXElement, missingValuesAreNeutral) {
   EXPECT_EQ(element.getAttributeDefault("AXNull", "fallback"), AttributeValue("fallback"));
   EXPECT_EQ(element.getElementAttribute("AXTitle"), nullptr);
   EXPECT_FALSE(element.performAction("AXPress"));
-  const auto values = element.getMultipleAttributes({"AXTitle", "AXNowhere", "AXNumber", "AXBroken"});
-  ASSERT_EQ(values.size(), 4U);
-  EXPECT_EQ(values[0], AttributeValue("T"));
-  EXPECT_TRUE(values[1].isNone());
-  EXPECT_EQ(values[2], AttributeValue(7));
-  EXPECT_TRUE(values[3].isNone());
+  EXPECT_EQ(element.getMultipleAttributes({"AXTitle", "AXNowhere", "AXNumber", "AXBroken"}),
+            (AttributeValue::List{"T", {}, 7, {}}));
   EXPECT_TRUE(wrapped(desktop, "slow").getAttribute("AXTitle").isNone()) << "longer than the time-out";
 }
 
@@ -108,30 +99,20 @@ TEST(JLAXElement, countsCallsUnevenlyAndReportsThemOnce) {
 }
 
 TEST(JLAXElement, namesErrorsAndCountsAllButTheSilentOnes) {
-  const char* const names[] = {"Failure",
-                               "Illegal Argument",
-                               "Invalid AXUIElementRef",
-                               "Invalid AXObserverRef",
-                               "Messaging timeout",
-                               "Attribute unsupported",
-                               "Action unsupported",
-                               "Notification unsupported",
-                               "Not implemented",
-                               "Notification already registered",
-                               "Notification not registered",
-                               "Accessibility API not enabled",
-                               "",
-                               "Parameterized attribute unsupported",
-                               "Not enough precision",
-                               "Unhandled AXError code -25215"};
+  std::istringstream names(
+      "Failure|Illegal Argument|Invalid AXUIElementRef|Invalid AXObserverRef|Messaging timeout|Attribute unsupported|"
+      "Action unsupported|Notification unsupported|Not implemented|Notification already registered|"
+      "Notification not registered|Accessibility API not enabled||Parameterized attribute unsupported|"
+      "Not enough precision|Unhandled AXError code -25215");
   int32_t code = -25200;
-  for (const std::string name : names) {
-    const auto error = static_cast<AccessibilityError>(code--);
+  for (std::string name; std::getline(names, name, '|'); --code) {
+    const auto error = static_cast<AccessibilityError>(code);
     EXPECT_EQ(JLAXElement::nameOfError(error), name);
     const auto handle = [&] { EXPECT_EQ(JLAXElement::handleAXErrorFromFunctionAtLine(error, "f", 1), error); };
     EXPECT_EQ(callsCountedIn(handle), name.empty() ? 0 : 1) << name;
   }
+  EXPECT_EQ(code, -25216) << "each was looked at";
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

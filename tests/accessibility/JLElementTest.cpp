@@ -1,8 +1,5 @@
 #include "accessibility/JLElement.h"
 
-#include <gtest/gtest.h>
-
-#include <functional>
 #include <tuple>
 
 #include "accessibility/JLElementAttributeExtractor.h"
@@ -10,11 +7,8 @@
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
-
-using testing::DesktopText;
-using testing::RecordedFixture;
 
 const std::string kDesktop = DesktopText::of(R"(
   app AXApplication 0,0/10,10 AXFocusedWindow=@win AXFocusedUIElement=@field
@@ -220,4 +214,4 @@ TEST(JLElementAttributeExtractor, pairsNamesAndValuesByPosition) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

@@ -1,14 +1,5 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "app/JLAppDelegate.h"
 #include "app/JLPreferencesController.h"
 #include "app/JLStatusItemController.h"

@@ -1,5 +1,3 @@
-#include <optional>
-
 #include "app/AppFixture.h"
 #include "app/JLCrashReporter.h"
 

@@ -164,19 +164,16 @@ TEST_F(Panes, switchesFollowTheSettingsWhoeverChangesThem) {
 }
 
 TEST_F(Panes, sayWhyNoMetricsAreSent) {
-  const struct {
-    const char* collector;
-    bool refused;
-    const char* note;
-  } cases[] = {{"", false, "collects no usage metrics"}, {"https://metrics.example.org", true, "DO_NOT_TRACK"}};
-  for (const auto& example : cases) {
-    collector = example.collector;
-    desktop->facts().refused = example.refused;
+  const std::tuple<const char*, bool, const char*> cases[] = {{"", false, "collects no usage metrics"},
+                                                              {"https://metrics.example.org", true, "DO_NOT_TRACK"}};
+  for (const auto& [address, refused, note] : cases) {
+    collector = address;
+    desktop->facts().refused = refused;
     show("Advanced");
     EXPECT_FALSE(preferences().advanced.metricsEnabled);
     EXPECT_FALSE(preferences().advanced.metricsCanChange);
     EXPECT_EQ(preferences().advanced.offersMetrics, !collector.empty());
-    EXPECT_THAT(preferences().advanced.metricsNote, HasSubstr(example.note));
+    EXPECT_THAT(preferences().advanced.metricsNote, HasSubstr(note));
     quit();
   }
 }

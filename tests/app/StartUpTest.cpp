@@ -1,5 +1,3 @@
-#include <utility>
-
 #include "app/AppFixture.h"
 #include "app/ShortcutRecord.h"
 #include "metrics/JLMetrics.h"
@@ -46,37 +44,32 @@ TEST_F(StartUp, greetsANewUserOnceAndGivesTheFocusBack) {
 }
 
 TEST_F(StartUp, withoutThePermissionItSaysHowToGetItAndEnds) {
-  const struct {
-    const char* version;
-    int button;
-    const char* first;
-    bool hasBrowser = true;
-  } cases[] = {{"10.10.5", 0, "Open Security"},
-               {"10.9", 1, "Open Security"},
-               {"10.8.5", 1, "Open Universal Access", false},
-               {"10.11", 2, "Open Universal Access"},
-               {"12", -1, "Open Universal Access"}};
+  const std::tuple<const char*, int, const char*, bool> cases[] = {{"10.10.5", 0, "Open Security", true},
+                                                                   {"10.9", 1, "Open Security", true},
+                                                                   {"10.8.5", 1, "Open Universal Access", false},
+                                                                   {"10.11", 2, "Open Universal Access", true},
+                                                                   {"12", -1, "Open Universal Access", true}};
   desktop->services().granted = false;
-  for (const auto& example : cases) {
-    SCOPED_TRACE(example.version);
-    desktop->facts().operatingSystemFacts.version = example.version;
+  for (const auto& [version, button, first, hasBrowser] : cases) {
+    SCOPED_TRACE(version);
+    desktop->facts().operatingSystemFacts.version = version;
     desktop->services().opened.clear();
     desktop->services().settingsOpened = 0;
-    desktop->services().hasBrowser = example.hasBrowser;
+    desktop->services().hasBrowser = hasBrowser;
     launch();
     ASSERT_EQ(alerts().size(), 1U);
     EXPECT_EQ(alerts()[0].title, "Enable access for Assistive Devices");
-    EXPECT_THAT(alerts()[0].buttons, ElementsAre(example.first, "Help", "Quit"));
-    answer(example.button);
-    if (!example.hasBrowser) {
+    EXPECT_THAT(alerts()[0].buttons, ElementsAre(first, "Help", "Quit"));
+    answer(button);
+    if (!hasBrowser) {
       EXPECT_NE(steps.back(), "terminate") << "not before the message was read";
       answer(0);
     }
     EXPECT_THAT(steps, ElementsAre("crash reporter", "crash handlers", "terminate"));
     steps.clear();
-    EXPECT_EQ(desktop->services().settingsOpened, example.button == 0 ? 1 : 0);
+    EXPECT_EQ(desktop->services().settingsOpened, button == 0 ? 1 : 0);
     const std::vector<std::string> help{"https://help.example.org/start#allow-access"};
-    EXPECT_EQ(desktop->services().opened, example.button == 1 ? help : std::vector<std::string>());
+    EXPECT_EQ(desktop->services().opened, button == 1 ? help : std::vector<std::string>());
     EXPECT_FALSE(app->engine());
     quit();
   }

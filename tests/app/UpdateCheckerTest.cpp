@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <optional>
 
 #include "app/AppFixture.h"
 #include "app/JLUpdateChecker.h"
@@ -46,12 +45,7 @@ class UpdateChecker : public AppDesktop {
 };
 
 TEST_F(UpdateChecker, tellsTheUserWhatCameOfTheQuestion) {
-  const struct {
-    const char* what;
-    std::string items;
-    const char* title;
-    const char* text;
-  } cases[] = {
+  const std::tuple<const char*, std::string, const char*, const char*> cases[] = {
       {"newer", item("1.1") + item("1.10") + item("1.9"), "A new version of Jumplark is available",
        "Jumplark 1.10 is available. This is version 1.2."},
       {"the same", item("1.2.0"), "Jumplark is up to date", "Version 1.2 is the newest one."},
@@ -60,13 +54,13 @@ TEST_F(UpdateChecker, tellsTheUserWhatCameOfTheQuestion) {
       {"no feed", "<", "Jumplark could not look for updates", "What the update server sent cannot be read."},
   };
   start();
-  for (const auto& example : cases) {
-    SCOPED_TRACE(example.what);
-    serveItems(example.items);
+  for (const auto& [what, items, title, text] : cases) {
+    SCOPED_TRACE(what);
+    serveItems(items);
     ask();
     ASSERT_TRUE(window());
-    EXPECT_EQ(window()->model.title, example.title);
-    EXPECT_EQ(window()->model.text, example.text);
+    EXPECT_EQ(window()->model.title, title);
+    EXPECT_EQ(window()->model.text, text);
     EXPECT_TRUE(window()->tookKeyboard);
     desktop->appViews().answerUpdate(-1);
     run();

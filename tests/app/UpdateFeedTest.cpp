@@ -73,10 +73,7 @@ TEST(UpdateFeed, refusesWhatIsNoPlainFeed) {
   const std::string bomb =
       "<!DOCTYPE rss [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;'>"
       "<!ENTITY c '&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;'><!ENTITY d '&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;'>]>";
-  const struct {
-    const char* what;
-    std::string xml;
-  } cases[] = {
+  const std::pair<const char*, std::string> cases[] = {
       {"nothing", ""},
       {"truncated", rss(item).substr(0, 80)},
       {"a page", "<html><body>404</body></html>"},
@@ -87,10 +84,10 @@ TEST(UpdateFeed, refusesWhatIsNoPlainFeed) {
       {"large", rss(item + "<!--" + std::string(5U << 20U, ' ') + "-->")},
       {"not UTF-8", rss("<item><title>\xFF\xFE</title><enclosure version='9'/></item>")},
   };
-  for (const auto& example : cases) {
-    const UpdateFeed feed = parseUpdateFeed(example.xml);
-    EXPECT_EQ(feed.problem, "What the update server sent cannot be read.") << example.what;
-    EXPECT_TRUE(feed.versions.empty()) << example.what;
+  for (const auto& [what, xml] : cases) {
+    const UpdateFeed feed = parseUpdateFeed(xml);
+    EXPECT_EQ(feed.problem, "What the update server sent cannot be read.") << what;
+    EXPECT_TRUE(feed.versions.empty()) << what;
   }
 }
 

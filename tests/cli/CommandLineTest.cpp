@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <string>
 
 #include "desktop/support/Process.h"
 #include "platform/AttributeValue.h"
@@ -90,6 +89,8 @@ TEST_F(CommandLine, treeShowsWhatIsVisibleOrEverything) {
             std::string::npos);
   EXPECT_NE(all.out.find("Save hidden"), std::string::npos);
   EXPECT_NE(all.out.find("\"Save As…\""), std::string::npos) << "as people read it: " << all.out;
+  write("again.json", onDesktop("record", {}).out);
+  EXPECT_EQ(run({"tree", "--desktop", file("again.json")}).out, visible.out);
 }
 
 TEST_F(CommandLine, whatLooksLikeAMarkOrACommandIsAQueryToo) {
@@ -144,12 +145,8 @@ TEST_F(CommandLine, failuresHaveTheirStatusAndOneSentence) {
   write("truncated.json", kDesktop.substr(0, 400));
   write("reference.json", R"({"elements":{"a":{"attributes":{"AXParent":{"ref":"nowhere"}}}}})");
   write("nobody.json", R"({"frontmost":7,"elements":{}})");
-  const struct {
-    const char* name;
-    Arguments arguments;
-    int status;
-    const char* says;  ///< part of standard error
-  } cases[] = {
+  // A part of what each says on standard error.
+  const std::tuple<const char*, Arguments, int, const char*> cases[] = {
       {"nothing matched", {"match", "--desktop", file("desktop.json"), "zzz"}, 1, "zzz"},
       {"no query", {"match", "--desktop", file("desktop.json")}, 2, "QUERY"},
       {"a query like an option", {"match", "-x"}, 2, "comes after --"},
@@ -164,6 +161,7 @@ TEST_F(CommandLine, failuresHaveTheirStatusAndOneSentence) {
       {"missing file", {"tree", "--desktop", file("none.json")}, 2, "none.json"},
       {"truncated file", {"tree", "--desktop", file("truncated.json")}, 2, "truncated.json"},
       {"missing reference", {"tree", "--desktop", file("reference.json")}, 2, "nowhere"},
+      {"no such folder", {"record", "--desktop", file("desktop.json"), "-o", file("none/a.json")}, 2, "none/a.json"},
       {"nobody in front", {"tree", "--desktop", file("nobody.json")}, 3, "in front"},
       {"unknown application", {"tree", "--desktop", file("desktop.json"), "--app", "Zebra"}, 3, "Zebra"},
       {"unknown process", {"tree", "--desktop", file("desktop.json"), "--pid", "9"}, 3, "9"},
@@ -172,12 +170,12 @@ TEST_F(CommandLine, failuresHaveTheirStatusAndOneSentence) {
       {"no display for the background", {}, 3, "display"},
       {"nothing running", {"activate"}, 3, "not running"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, arguments, status, says] : cases) {
     // A runtime folder of its own, so that it is the only instance.
-    const auto finished = run(c.arguments, {{"XDG_RUNTIME_DIR", folder_.path()}});
-    EXPECT_EQ(finished.status, c.status) << c.name << ": " << finished.err;
-    EXPECT_NE(finished.err.find(c.says), std::string::npos) << c.name << ": " << finished.err;
-    EXPECT_TRUE(finished.out.empty()) << c.name << ": " << finished.out;
+    const auto finished = run(arguments, {{"XDG_RUNTIME_DIR", folder_.path()}});
+    EXPECT_EQ(finished.status, status) << name << ": " << finished.err;
+    EXPECT_NE(finished.err.find(says), std::string::npos) << name << ": " << finished.err;
+    EXPECT_TRUE(finished.out.empty()) << name << ": " << finished.out;
   }
   const auto doctor = run({"doctor"});
   EXPECT_EQ(doctor.status, 3);

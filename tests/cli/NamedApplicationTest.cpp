@@ -23,17 +23,14 @@ constexpr const char* kDesktop = R"({"screens": [[0,0,1440,900]], "frontmost": 1
 
 TEST(NamedApplication, isFoundByAnyOfItsNamesTheWholeOneFirst) {
   testing::RecordedFixture desktop(kDesktop);
-  const struct {
-    const char* name;
-    int pid;
-  } cases[] = {{"Office Draw", 1}, {"org.example.draw", 1},
-               {"ffice", 1},       {"soffice", 1},
-               {"draw", 1},        {"éditeur", 2},
-               {"EDITEUR", 2},     {"éd", 2},
-               {"cupb", 2},        {"cupbo", 3},
-               {"drawer", 3},      {"drawe", 3},
-               {"σοφος", 4},       {"σοφοσ", 4},
-               {"Σοφο", 4}};
+  const std::pair<const char*, int> cases[] = {{"Office Draw", 1}, {"org.example.draw", 1},
+                                               {"ffice", 1},       {"soffice", 1},
+                                               {"draw", 1},        {"éditeur", 2},
+                                               {"EDITEUR", 2},     {"éd", 2},
+                                               {"cupb", 2},        {"cupbo", 3},
+                                               {"drawer", 3},      {"drawe", 3},
+                                               {"σοφος", 4},       {"σοφοσ", 4},
+                                               {"Σοφο", 4}};
   for (const auto& [name, pid] : cases) {
     EXPECT_EQ(applicationNamed(name).pid, pid) << name;
   }

@@ -1,16 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "input/ZMOForceKeyboardLayoutController.h"
 #include "support/RecordedFixture.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
-
-using testing::RecordedFixture;
 
 constexpr const char* kKey = ZMOForceKeyboardLayoutController::keyPath;
 
@@ -97,4 +89,4 @@ TEST_F(ForceKeyboardLayout, aRefusedSelectionIsToldAndTheOneBeforeIsStillBrought
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

@@ -1,17 +1,13 @@
 #include "input/ZMOEventTap.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <optional>
 
 #include "support/RecordedFixture.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
 using std::chrono::milliseconds;
-using testing::RecordedFixture;
 
 constexpr uint64_t kKeyDowns = uint64_t{1} << event_type::keyDown;
 
@@ -106,4 +102,4 @@ TEST_F(EventTap, staysInactiveWhereNoTapIsPermittedAndMayBeTriedAgain) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

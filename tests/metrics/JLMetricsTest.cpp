@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <optional>
-#include <string>
-
 #include "metrics/JLMetricsService.h"
 #include "metrics/MetricsFixture.h"
 
@@ -31,59 +28,49 @@ class JLMetricsTest : public MetricsFixture {
 };
 
 TEST_F(JLMetricsTest, takesTheFlushIntervalFromTheSettings) {
-  const struct {
-    const char* stored;
-    double between;
-    double minimum;
-  } cases[] = {{"null", 3600, 360},  {"120", 3600, 360},  {"299.9", 3600, 360},   {"300", 300, 30},
-               {"900", 900, 90},     {"900.7", 900, 90},  {"-1", 3600, 360},      {"\"900\"", 3600, 360},
-               {"[900]", 3600, 360}, {"true", 3600, 360}, {"1e300", 1e300, 1e299}};
-  for (const auto& example : cases) {
-    SCOPED_TRACE(example.stored);
-    desktop.defaults().setValue("MetricsFlushInterval", json::parse(example.stored));
+  const std::pair<const char*, double> cases[] = {{"null", 3600},  {"120", 3600},  {"299.9", 3600}, {"300", 300},
+                                                  {"900", 900},    {"900.7", 900}, {"-1", 3600},    {"\"900\"", 3600},
+                                                  {"[900]", 3600}, {"true", 3600}, {"1e300", 1e300}};
+  for (const auto& [stored, seconds] : cases) {
+    SCOPED_TRACE(stored);
+    desktop.defaults().setValue("MetricsFlushInterval", json::parse(stored));
     configure();
-    EXPECT_DOUBLE_EQ(metrics.service()->settings()->secondsBetweenFlushes, example.between);
-    EXPECT_DOUBLE_EQ(metrics.service()->settings()->minimumSecondsBetweenFlushes, example.minimum);
+    EXPECT_DOUBLE_EQ(metrics.service()->settings()->secondsBetweenFlushes, seconds);
+    EXPECT_DOUBLE_EQ(metrics.service()->settings()->minimumSecondsBetweenFlushes, seconds / 10);
     metrics.shutdown();
   }
 }
 
 TEST_F(JLMetricsTest, collectsOnlyWithAnAddressTheSettingAndNoRefusal) {
-  const struct {
-    const char* what;
-    const char* address;
-    const char* setting;
-    bool refused;
-    bool active;
-    const char* keptEvents;  ///< after the shutdown; null for no file
-  } cases[] = {
+  // The last is what the file keeps after the shutdown; null for no file.
+  const std::tuple<const char*, const char*, const char*, bool, bool, const char*> cases[] = {
       {"nothing set", kCollector, "null", false, true, "e"},
       {"switched off", kCollector, "false", false, false, ""},
       {"no switch at all", kCollector, "\"no\"", false, false, ""},
       {"tracking refused", kCollector, "true", true, false, ""},
       {"no address", "", "true", false, false, nullptr},
   };
-  for (const auto& example : cases) {
-    SCOPED_TRACE(example.what);
+  for (const auto& [what, address, setting, refused, active, keptEvents] : cases) {
+    SCOPED_TRACE(what);
     desktop.files().remove(kPath);
     desktop.defaults().setValue("UUID", nullptr);
-    desktop.defaults().setValue("MetricsEnabled", json::parse(example.setting));
-    desktop.facts().refused = example.refused;
+    desktop.defaults().setValue("MetricsEnabled", json::parse(setting));
+    desktop.facts().refused = refused;
     JLTrackEvent("too early", std::nullopt);
-    configure(example.address);
-    EXPECT_EQ(metrics.isActive(), example.active);
-    desktop.defaults().setValue("MetricsEnabled", !example.active);
+    configure(address);
+    EXPECT_EQ(metrics.isActive(), active);
+    desktop.defaults().setValue("MetricsEnabled", !active);
     JLTrackEvent("e", std::nullopt);
-    advance(example.active ? 0h : 24h);
-    EXPECT_EQ(metrics.isActive(), example.active) << "a change takes effect at the next start";
+    advance(active ? 0h : 24h);
+    EXPECT_EQ(metrics.isActive(), active) << "a change takes effect at the next start";
     metrics.shutdown();
     EXPECT_EQ(requestCount(), 0U);
-    if (!example.keptEvents) {
+    if (!keptEvents) {
       EXPECT_EQ(kept(), json());
       EXPECT_EQ(stored("UUID"), json()) << "nothing is made up to tell this installation by";
       continue;
     }
-    EXPECT_EQ(names(kept()["events"]), example.keptEvents);
+    EXPECT_EQ(names(kept()["events"]), keptEvents);
     EXPECT_EQ(kept()["environment"]["uuid"], stored("UUID"));
     EXPECT_EQ(kept()["session_id"].get<std::string>().size(), 36U);
   }

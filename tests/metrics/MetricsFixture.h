@@ -1,34 +1,21 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <spdlog/sinks/ostream_sink.h>
-#include <spdlog/spdlog.h>
 
-#include <chrono>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <sstream>
-#include <string>
 
 #include "backends/recorded/RecordedPlatform.h"
 
 namespace jumplark::testing {
 
-/// A recorded platform in virtual time, and the log, a line of text a line.
+/// A recorded platform in virtual time.
 class MetricsFixture : public ::testing::Test {
  protected:
   static constexpr const char* kPath = "/home/user/.local/share/jumplark/Metrics.dat";
 
-  MetricsFixture()
-      : desktop(RecordedDesktop::fromText("{}", "test")),
-        installed_(desktop.install()),
-        logger_(spdlog::default_logger()) {
-    auto logger = std::make_shared<spdlog::logger>("test", std::make_shared<spdlog::sinks::ostream_sink_mt>(log, true));
-    logger->set_pattern("%v");
-    spdlog::set_default_logger(logger);
+  MetricsFixture() : desktop(RecordedDesktop::fromText("{}", "test")), installed_(desktop.install()) {
     answerWith(200);
   }
-  ~MetricsFixture() override { spdlog::set_default_logger(logger_); }
 
   static HttpAnswer accepted() {
     HttpAnswer answer;
@@ -57,18 +44,11 @@ class MetricsFixture : public ::testing::Test {
     }
     return all;
   }
-  std::string takeLog() {
-    std::string text = log.str();
-    log.str("");
-    return text;
-  }
 
   mutable RecordedPlatform desktop;
-  std::ostringstream log;
 
  private:
   Token installed_;
-  std::shared_ptr<spdlog::logger> logger_;
 };
 
 }  // namespace jumplark::testing

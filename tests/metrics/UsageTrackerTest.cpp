@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <any>
 #include <cstdlib>
-#include <optional>
-#include <stdexcept>
-#include <string>
 
 #include "metrics/JLUsageTracker.h"
 #include "metrics/MetricsFixture.h"
@@ -89,21 +85,17 @@ TEST_F(UsageTrackerTest, aNewDayIsStoredWithItsFirstAmount) {
 
 TEST_F(UsageTrackerTest, daysAreThoseOfTheLocalCalendar) {
   restartWith(R"({"2021-03-27":{"a":27},"2021-03-28":{"a":28},"2021-10-31":{"a":31},"2021-12-31":{"a":1231}})");
-  const struct {
-    std::chrono::seconds time;
-    const char* today;
-    double yesterday;
-  } cases[] = {
+  const std::tuple<std::chrono::seconds, const char*, double> cases[] = {
       {1616886000s, "2021-03-28", 27},    // the first moment of a day of 23 hours
       {1616968800s, "2021-03-29", 28},    // the moment after
       {1635721200s, "2021-11-01", 31},    // after a day of 25 hours
       {1640991600s, "2022-01-01", 1231},  // still 2021 elsewhere
   };
   inZone("CET-1CEST,M3.5.0,M10.5.0/3");
-  for (const auto& example : cases) {
-    desktop.queues().setWallClock(example.time);
-    EXPECT_EQ(tracker->currentDateString(), example.today);
-    EXPECT_EQ(tracker->metricsForYesterday(), (Amounts{{"a", example.yesterday}})) << example.today;
+  for (const auto& [time, today, yesterday] : cases) {
+    desktop.queues().setWallClock(time);
+    EXPECT_EQ(tracker->currentDateString(), today);
+    EXPECT_EQ(tracker->metricsForYesterday(), (Amounts{{"a", yesterday}})) << today;
   }
 }
 

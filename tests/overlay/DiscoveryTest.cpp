@@ -1,19 +1,14 @@
-#include <gtest/gtest.h>
-
 #include "overlay/JLDiscoveryController.h"
 #include "overlay/JLDiscoveryViewController.h"
 #include "streams/NotificationCenter.h"
 #include "support/DesktopText.h"
-#include "support/OnMainThread.h"
+#include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
 using std::chrono::milliseconds;
-using testing::DesktopText;
-using testing::onMainThread;
-using testing::RecordedFixture;
 
 constexpr Color kTranslucentBlue{0, 0, 1, 0.3};
 const char* const kOK = "Type: Button\nDescription: Keeps all\nTitle: OK";
@@ -34,35 +29,32 @@ struct Discovery {
   std::unique_ptr<JLDiscoveryController> controller;
 
   Discovery() {
-    onMainThread(desktop, [this] { controller = std::make_unique<JLDiscoveryController>(); });
+    desktop.onMainThread([this] { controller = std::make_unique<JLDiscoveryController>(); });
   }
   ~Discovery() { EXPECT_EQ(screen().callsOffMainThread(), 0); }
 
   const RecordedDiscovery& screen() { return desktop->views().discovery(); }
   void activate() {
-    onMainThread(desktop, [this] { controller->activate(); });
+    desktop.onMainThread([this] { controller->activate(); });
   }
   void deactivate() {
-    onMainThread(desktop, [this] { controller->deactivate(); });
+    desktop.onMainThread([this] { controller->deactivate(); });
   }
   void pointTo(Point topLeft) { desktop->screens().setPointerFromTopLeft(topLeft); }
   void pass(int time) { desktop->queues().advance(milliseconds(time)); }
   void select(const std::string& id) {
     const auto node = tree->handle(JLElementNode::nodeWithJLElement(*tree, desktop.element(id)));
-    onMainThread(desktop, [&] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", node, {}}); });
+    desktop.onMainThread([&] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", node, {}}); });
   }
   void selectNothing() {
-    onMainThread(desktop, [] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", {}, {}}); });
+    desktop.onMainThread([] { NotificationCenter::defaultCenter().post({"ElementSelectionChanged", {}, {}}); });
   }
   std::string shown() { return screen().popoverText().value_or("nothing"); }
 };
 
 TEST(Discovery, explainsWhatThePointerRestsOn) {
-  const struct {
-    int time;  ///< of the step's end, in milliseconds since activation
-    Point pointer;
-    std::string shown;
-  } steps[] = {
+  // When a step ends, in milliseconds since the activation, where the pointer is then, and what shows.
+  const std::tuple<int, Point, std::string> steps[] = {
       {2000, {500, 399}, "nothing"},  // the pointer has not moved yet, however long it rests
       {2410, {10, 10}, "nothing"},    // the tick at 2.4 s finds it moved
       {2790, {10, 10}, "nothing"},    //
@@ -77,12 +69,12 @@ TEST(Discovery, explainsWhatThePointerRestsOn) {
   Discovery test;
   test.activate();
   int now = 0;
-  for (const auto& step : steps) {
-    test.pointTo(step.pointer);
-    test.pass(step.time - now);
-    now = step.time;
-    EXPECT_EQ(test.shown(), step.shown) << step.time;
-    EXPECT_EQ(test.screen().visible(), test.shown() != "nothing") << step.time;
+  for (const auto& [time, pointer, shown] : steps) {
+    test.pointTo(pointer);
+    test.pass(time - now);
+    now = time;
+    EXPECT_EQ(test.shown(), shown) << time;
+    EXPECT_EQ(test.screen().visible(), test.shown() != "nothing") << time;
   }
 }
 
@@ -122,18 +114,7 @@ TEST(Discovery, theSelectionIsExplainedAfterASecondWithoutTheBox) {
   EXPECT_EQ(test.shown(), "nothing");
 }
 
-TEST(Discovery, whatWasSelectedBeforeTheActivationEndedIsNotExplained) {
-  Discovery test;
-  test.activate();
-  test.select("ok");
-  test.pass(500);
-  test.deactivate();
-  test.activate();
-  test.pass(3000);
-  EXPECT_EQ(test.screen().popoversShown(), 0);
-}
-
-TEST(Discovery, stopsAtOnceWhenDeactivatedAndDoesNotStartWhileItIsSwitchedOff) {
+TEST(Discovery, stopsForGoodWhenDeactivatedAndDoesNotStartWhileItIsSwitchedOff) {
   Discovery test;
   test.controller->setEnabled(false);
   test.activate();
@@ -145,7 +126,7 @@ TEST(Discovery, stopsAtOnceWhenDeactivatedAndDoesNotStartWhileItIsSwitchedOff) {
   test.pass(900);
   test.select("ok");
   test.pass(100);
-  onMainThread(test.desktop, [&] {
+  test.desktop.onMainThread([&] {
     test.controller->showDetailsOfElementHighlight(test.desktop.element("ok"), true);
     test.controller->deactivate();
     EXPECT_FALSE(test.screen().visible());
@@ -156,6 +137,14 @@ TEST(Discovery, stopsAtOnceWhenDeactivatedAndDoesNotStartWhileItIsSwitchedOff) {
   const uint64_t messages = test.desktop->accessibility().messageCount();
   test.pass(3000);
   EXPECT_EQ(test.desktop->accessibility().messageCount(), messages) << "no ticks";
+  const int shown = test.screen().popoversShown();
+  test.activate();
+  test.select("ok");
+  test.pass(500);
+  test.deactivate();
+  test.activate();
+  test.pass(3000);
+  EXPECT_EQ(test.screen().popoversShown(), shown) << "what was selected in an activation before";
 }
 
 TEST(Discovery, aLookUpThatOutlivesTheActivationShowsNothingAndHoldsNobodyUp) {
@@ -166,7 +155,7 @@ TEST(Discovery, aLookUpThatOutlivesTheActivationShowsNothingAndHoldsNobodyUp) {
   test.desktop->accessibility().setDelay("ok", 100);
   test.pass(400);  // the tick at 0.8 s has begun and waits
   const Duration before = test.desktop->queues().monotonicNow();
-  onMainThread(test.desktop, [&] {
+  test.desktop.onMainThread([&] {
     test.controller->deactivate();
     EXPECT_EQ(test.desktop->queues().monotonicNow(), before);
   });
@@ -175,4 +164,4 @@ TEST(Discovery, aLookUpThatOutlivesTheActivationShowsNothingAndHoldsNobodyUp) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

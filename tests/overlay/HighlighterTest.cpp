@@ -1,27 +1,20 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <iterator>
 #include <tuple>
-#include <utility>
 
 #include "overlay/Colors.h"
 #include "overlay/JLElementHighlighter.h"
 #include "overlay/JLOverlayWindow.h"
 #include "overlay/ScreenFrames.h"
 #include "support/DesktopText.h"
-#include "support/OnMainThread.h"
+#include "support/RecordedFixture.h"
 #include "support/RecordedMetrics.h"
 #include "tree/JLElementTree.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
-using testing::DesktopText;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using testing::onMainThread;
-using testing::RecordedFixture;
 
 constexpr Color kYellow{0xff / 255.0, 0xde / 255.0, 0x5c / 255.0, 0.6};
 constexpr Color kBlue{0x20 / 255.0, 0x88 / 255.0, 0xd4 / 255.0, 0.6};
@@ -166,7 +159,7 @@ TEST(Highlighter, neitherReadsOnNorDrawsWhatIsUnwantedOrOutOfDate) {
 TEST(Highlighter, nothingThatWaitsShowsAfterHidingAtOnce) {
   Highlighting test;
   test.show(test.options({"button"}));
-  onMainThread(test.desktop, [&] {
+  test.desktop.onMainThread([&] {
     test.highlighter.setHighlightedElements(test.options({"link"}));
     test.highlighter.setVisible(false);
     test.highlighter.setVisible(true);
@@ -215,7 +208,7 @@ TEST(Highlighter, boxesOneElementInTheWindowThatItIsGiven) {
 
 TEST(Highlighter, reportsAShareOfItsRedraws) {
   Highlighting test;
-  testing::RecordedMetrics metrics;
+  RecordedMetrics metrics;
   // The draw that equals 0.05, in single precision, is the first that is not reported.
   test.desktop->random().prepare({107374183, 107374184});
   for (const auto& ids : {std::vector<std::string>{"button", "thin"}, {}, {"link"}}) {
@@ -251,4 +244,4 @@ TEST(OverlayGeometry, readsColoursAndMergesScreens) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-#include <vector>
-
 namespace jumplark {
 namespace {
 
@@ -44,10 +41,8 @@ TEST(Utf8, countsAndCutsByCharacters) {
   EXPECT_EQ(codePointsInUnits(text, 4), 3) << "half a character does not count";
   EXPECT_EQ(prefixOfUnits(text, 4), "aé€");
   EXPECT_EQ(prefixOfUnits(text, 5), "aé€😀");
-  const struct {
-    int64_t base, start, end;
-    const char* part;
-  } parts[] = {{0, 1, 3, "é€"}, {100, 103, 105, "😀z"}, {0, 4, 99, "z"}, {0, 7, 9, ""}, {0, 2, 2, ""}};
+  const std::tuple<int64_t, int64_t, int64_t, const char*> parts[] = {
+      {0, 1, 3, "é€"}, {100, 103, 105, "😀z"}, {0, 4, 99, "z"}, {0, 7, 9, ""}, {0, 2, 2, ""}};
   for (const auto& [base, start, end, part] : parts) {
     EXPECT_EQ(codePoints(text, base, start, end), part) << base << ' ' << start << ' ' << end;
   }

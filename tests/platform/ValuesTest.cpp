@@ -1,10 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "platform/AttributeValue.h"
 #include "platform/Geometry.h"
 
@@ -47,11 +42,7 @@ TEST(ElementRef, equalTextsAreTheSameElementAndHashAsFNV1a) {
 
 TEST(Geometry, commonPartAndSharedAreaInBothOrders) {
   const Rect null = Rect::null();
-  const struct {
-    const char* name;
-    Rect a, b, common;
-    bool shareArea;
-  } cases[] = {
+  const std::tuple<const char*, Rect, Rect, Rect, bool> cases[] = {
       {"overlap", {0, 0, 10, 10}, {5, 5, 10, 10}, {5, 5, 5, 5}, true},
       {"inside", {0, 0, 10, 10}, {2, 3, 4, 5}, {2, 3, 4, 5}, true},
       {"apart", {0, 0, 10, 10}, {20, 0, 10, 10}, null, false},
@@ -65,11 +56,11 @@ TEST(Geometry, commonPartAndSharedAreaInBothOrders) {
       {"infinite and null", Rect::infinite(), null, null, false},
       {"infinite twice", Rect::infinite(), Rect::infinite(), Rect::infinite(), true},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(intersection(c.a, c.b), c.common) << c.name;
-    EXPECT_EQ(intersection(c.b, c.a), c.common) << c.name;
-    EXPECT_EQ(intersects(c.a, c.b), c.shareArea) << c.name;
-    EXPECT_EQ(intersects(c.b, c.a), c.shareArea) << c.name;
+  for (const auto& [name, a, b, common, shareArea] : cases) {
+    EXPECT_EQ(intersection(a, b), common) << name;
+    EXPECT_EQ(intersection(b, a), common) << name;
+    EXPECT_EQ(intersects(a, b), shareArea) << name;
+    EXPECT_EQ(intersects(b, a), shareArea) << name;
   }
 }
 

@@ -1,21 +1,15 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <optional>
 
 #include "selection/JLElementActioner.h"
 #include "streams/NotificationCenter.h"
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
 using std::chrono::milliseconds;
-using testing::DesktopText;
 using ::testing::ElementsAre;
-using testing::RecordedFixture;
 
 /// A window of 400 by 300 with one element of each kind; nothing is covered but "covered" and all of "half" but its
 /// right end. Positions have a top-left origin.
@@ -44,33 +38,30 @@ std::vector<MouseEvent> buttonEvents(RecordedFixture& desktop) {
 }
 
 TEST(JLElementActioner, clicksWhereTheElementIs) {
-  const struct {
-    const char* id;
-    Point clicked;               ///< top-left origin
-    std::optional<Size> size{};  ///< other than that of the desktop
-  } cases[] = {
-      {"button", {60, 19}},    // the midpoint, one row up as the point conversion has it
-      {"check", {20, 47}},     // on the box, not on the caption
-      {"square", {22, 67}},    // too narrow for a caption
-      {"covered", {20, 119}},  // no point is on top: the midpoint all the same
-      {"empty", {50, 199}},
+  // Where it is clicked (top-left origin), and a size other than that of the desktop.
+  const std::tuple<const char*, Point, std::optional<Size>> cases[] = {
+      {"button", {60, 19}, {}},    // the midpoint, one row up as the point conversion has it
+      {"check", {20, 47}, {}},     // on the box, not on the caption
+      {"square", {22, 67}, {}},    // too narrow for a caption
+      {"covered", {20, 119}, {}},  // no point is on top: the midpoint all the same
+      {"empty", {50, 199}, {}},
       // The lowest and narrowest that have a caption, and those that are just none.
       {"check", {20, 49}, Size{40, 20}},
       {"check", {29.5, 49}, Size{39, 20}},
       {"check", {60, 49.5}, Size{100, 21}},
   };
-  for (const auto& c : cases) {
+  for (const auto& [id, clicked, size] : cases) {
     RecordedFixture desktop(kDesktop);
-    if (c.size) {
-      desktop->accessibility().setAttribute(c.id, "AXSize", *c.size);
+    if (size) {
+      desktop->accessibility().setAttribute(id, "AXSize", *size);
     }
     JLElementActioner actioner;
-    actioner.actionElement(desktop.element(c.id));
+    actioner.actionElement(desktop.element(id));
     const auto events = buttonEvents(desktop);
-    ASSERT_EQ(events.size(), 2U) << c.id;
-    EXPECT_EQ(events[0], (MouseEvent{event_type::leftMouseDown, c.clicked, 1})) << c.id;
-    EXPECT_EQ(events[1], (MouseEvent{event_type::leftMouseUp, c.clicked, 1})) << c.id;
-    EXPECT_EQ(desktop->workspace().activations().size(), 1U) << c.id;
+    ASSERT_EQ(events.size(), 2U) << id;
+    EXPECT_EQ(events[0], (MouseEvent{event_type::leftMouseDown, clicked, 1})) << id;
+    EXPECT_EQ(events[1], (MouseEvent{event_type::leftMouseUp, clicked, 1})) << id;
+    EXPECT_EQ(desktop->workspace().activations().size(), 1U) << id;
   }
 }
 
@@ -185,4 +176,4 @@ TEST(JLElementActioner, returnIsLeftAloneAfterTheFirstClicksTimeAndWithoutAPerso
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

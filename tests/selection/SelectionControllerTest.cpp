@@ -1,6 +1,3 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
 
@@ -10,11 +7,10 @@
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using testing::RecordedFixture;
 
 const char* const kDesktop = R"({"screens":[[0,0,1000,900]],"pointer":[0,0],"elements":{}})";
 
@@ -81,62 +77,54 @@ TEST(Selection, ordersLabelsAndSelectsTheBest) {
 }
 
 TEST(Selection, movesRoundAndRound) {
-  const struct {
-    const char* moves;  ///< n: next, p: previous, x: an index that does not exist
-    int count;
-    int64_t index;
-  } cases[] = {{"n", 3, 1},  {"nn", 3, 2}, {"nnn", 3, 0}, {"p", 3, 2}, {"pp", 3, 1}, {"np", 3, 0}, {"xn", 3, 0},
-               {"xp", 3, 2}, {"x", 3, -1}, {"n", 1, 0},   {"p", 1, 0}, {"n", 0, -1}, {"p", 0, -1}};
-  for (const auto& c : cases) {
-    Selecting test(c.count);
-    for (const char* move = c.moves; *move != '\0'; ++move) {
-      if (*move == 'x') {
+  // n: next, p: previous, x: an index that does not exist; of so many; where that leads.
+  const std::tuple<std::string, int, int64_t> cases[] = {
+      {"n", 3, 1},  {"nn", 3, 2}, {"nnn", 3, 0}, {"p", 3, 2}, {"pp", 3, 1}, {"np", 3, 0}, {"xn", 3, 0},
+      {"xp", 3, 2}, {"x", 3, -1}, {"n", 1, 0},   {"p", 1, 0}, {"n", 0, -1}, {"p", 0, -1}};
+  for (const auto& [moves, count, index] : cases) {
+    Selecting test(count);
+    for (const char move : moves) {
+      if (move == 'x') {
         test.controller.selectMatchAtIndex(7);
-      } else if (*move == 'n') {
+      } else if (move == 'n') {
         test.controller.selectNextMatch();
       } else {
         test.controller.selectPreviousMatch();
       }
     }
-    EXPECT_EQ(test.controller.currentIndex(), c.index) << c.moves << " of " << c.count;
-    EXPECT_EQ(test.selected(), c.index < 0 ? "" : std::to_string(c.index)) << c.moves << " of " << c.count;
+    EXPECT_EQ(test.controller.currentIndex(), index) << moves << " of " << count;
+    EXPECT_EQ(test.selected(), index < 0 ? "" : std::to_string(index)) << moves << " of " << count;
   }
 }
 
 TEST(Selection, followsTheLettersOfLabels) {
-  const struct {
-    std::vector<std::string> keys;
-    int count;
-    const char* selected;
-    int64_t index;
-    const char* letters;  ///< that are remembered
-    int beeps = 0;
-  } cases[] = {
-      {{"e"}, 3, "1", 1, "E"},
-      {{"a", "e"}, 22, "21", 21, "AE"},    // a label of two letters
-      {{"a", "e"}, 21, "1", 1, "E"},       // not assigned: the A is dropped
-      {{"a", "e", "u"}, 22, "2", 2, "U"},  // AEU and EU are none
-      {{"a", "e", "e"}, 442, "441", 441, "AEE"},
+  // The keys, of how many matches; what is selected then, its index, the letters that are remembered, and beeps.
+  const std::tuple<std::vector<std::string>, int, const char*, int64_t, const char*, int> cases[] = {
+      {{"e"}, 3, "1", 1, "E", 0},
+      {{"a", "e"}, 22, "21", 21, "AE", 0},    // a label of two letters
+      {{"a", "e"}, 21, "1", 1, "E", 0},       // not assigned: the A is dropped
+      {{"a", "e", "u"}, 22, "2", 2, "U", 0},  // AEU and EU are none
+      {{"a", "e", "e"}, 442, "441", 441, "AEE", 0},
       {{"u", "q"}, 3, "0", 0, "", 1},  // not in the alphabet
       {{"z"}, 3, "0", 0, "", 1},       // no match has it
-      {{""}, 3, "0", 0, ""},
-      {{"ß"}, 22, "7", 7, "S"},  // in capitals it is SS
+      {{""}, 3, "0", 0, "", 0},
+      {{"ß"}, 22, "7", 7, "S", 0},  // in capitals it is SS
       {{"é", "e"}, 3, "1", 1, "E", 1},
-      {{"ae"}, 22, "21", 21, "AE"},
-      {{"e", "<"}, 3, "0", 1, ""},  // the index stays behind
-      {{"a", "<", "e"}, 22, "1", 1, "E"},
+      {{"ae"}, 22, "21", 21, "AE", 0},
+      {{"e", "<"}, 3, "0", 1, "", 0},  // the index stays behind
+      {{"a", "<", "e"}, 22, "1", 1, "E", 0},
       {{"a"}, 0, "", -1, "", 1},
-      {{"<"}, 0, "", -1, ""},
+      {{"<"}, 0, "", -1, "", 0},
   };
-  for (const auto& c : cases) {
-    Selecting test(c.count);
-    test.type(c.keys);
-    const std::string name = ::testing::PrintToString(c.keys) + " of " + std::to_string(c.count);
-    EXPECT_EQ(test.selected(), c.selected) << name;
-    EXPECT_EQ(test.announced.empty() ? "" : test.announced.back(), c.selected) << name;
-    EXPECT_EQ(test.controller.currentIndex(), c.index) << name;
-    EXPECT_EQ(test.controller.currentShortcut(), c.letters) << name;
-    EXPECT_EQ(test.beeps(), c.beeps) << name;
+  for (const auto& [keys, count, selected, index, letters, beeps] : cases) {
+    Selecting test(count);
+    test.type(keys);
+    const std::string name = ::testing::PrintToString(keys) + " of " + std::to_string(count);
+    EXPECT_EQ(test.selected(), selected) << name;
+    EXPECT_EQ(test.announced.empty() ? "" : test.announced.back(), selected) << name;
+    EXPECT_EQ(test.controller.currentIndex(), index) << name;
+    EXPECT_EQ(test.controller.currentShortcut(), letters) << name;
+    EXPECT_EQ(test.beeps(), beeps) << name;
   }
 }
 
@@ -202,4 +190,4 @@ TEST(ShortcutAssigner, labelsTheBestFirstWithOneTwoAndThreeLettersAsFarAsTheyGo)
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

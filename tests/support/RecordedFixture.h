@@ -1,7 +1,8 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -23,6 +24,11 @@ class RecordedFixture {
   RecordedPlatform* operator->() { return &recorded_; }
   JLElement::Pointer element(const std::string& id) {
     return JLElement::elementWithElementRef(recorded_.accessibility().element(id));
+  }
+  /// Runs something as the main thread does: in a task of its queue, and to its end.
+  void onMainThread(const std::function<void()>& action) {
+    recorded_.queues().mainQueue().post(action);
+    recorded_.queues().runPending();
   }
 
  private:

@@ -1,12 +1,5 @@
 #pragma once
 
-#include <memory>
-#include <mutex>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "metrics/JLMetrics.h"
 
 namespace jumplark::testing {

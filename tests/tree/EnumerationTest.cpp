@@ -1,22 +1,17 @@
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <map>
 #include <stdexcept>
-#include <utility>
 
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 #include "tree/JLElementTreeEnumerator.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
-
-using testing::DesktopText;
-using testing::RecordedFixture;
 
 /// The tree in short: ids, children in brackets, groups by name.
 std::string outline(const xmlNode* node) {
@@ -247,4 +242,4 @@ TEST(Enumeration, elementsThatAllListEachOtherStayBounded) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

@@ -1,15 +1,11 @@
-#include <gtest/gtest.h>
-
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 #include "tree/JLElementTreeEnumerator.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
-using testing::DesktopText;
-using testing::RecordedFixture;
 using Attributes = JLElementNode::Attributes;
 
 /// A desktop with one element whose title is given as JSON text.
@@ -79,4 +75,4 @@ TEST(JLElementTree, aNodeHandleKeepsTheDocumentAlive) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

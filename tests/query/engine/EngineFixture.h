@@ -1,21 +1,13 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <functional>
 #include <map>
-#include <memory>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "backends/recorded/RecordedQueryWindow.h"
 #include "query/engine/JLQueryEngine.h"
 #include "query/engine/PreferencesWindow.h"
 #include "selection/JLElementSelectionController.h"
 #include "support/DesktopText.h"
-#include "support/OnMainThread.h"
 #include "support/RecordedFixture.h"
 #include "support/RecordedMetrics.h"
 #include "tree/JLElementNode.h"
@@ -69,7 +61,7 @@ class EngineFixture {
   EngineFixture(const EngineFixture&) = delete;
   EngineFixture& operator=(const EngineFixture&) = delete;
 
-  void onMain(const std::function<void()>& action) { onMainThread(desktop, action); }
+  void onMain(const std::function<void()>& action) { desktop.onMainThread(action); }
   void advance(int time) { desktop->queues().advance(milliseconds(time)); }
   RecordedQueryWindow& window() { return *desktop->views().queryWindow(); }
 

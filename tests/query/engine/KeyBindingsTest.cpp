@@ -46,22 +46,37 @@ struct Bound {
   }
 };
 
-/// The keys at the beginning of each row of a table of the guide, as they read.
+/// The keys at the beginnings of the rows of a table of the guide, as they read, divided at commas.
 Strings keysOfGuide(const std::string& table) {
   std::ifstream file(JUMPLARK_GUIDE);
   std::string page{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   page = page.substr(page.find("id=\"" + table + "\""));
   page.resize(page.find("</table>"));
-  const std::regex row("<tr><th scope=\"row\">(.*?)</th>");
+  const std::regex header("<tr><th scope=\"row\">(.*?)</th>");
   Strings names;
-  for (std::sregex_iterator found(page.begin(), page.end(), row), end; found != end; ++found) {
-    names.push_back(std::regex_replace((*found)[1].str(), std::regex("<[^>]*>"), ""));
+  for (std::sregex_iterator found(page.begin(), page.end(), header), end; found != end; ++found) {
+    std::istringstream row(std::regex_replace((*found)[1].str(), std::regex("<[^>]*>"), ""));
+    for (std::string name; std::getline(row >> std::ws, name, ',');) {
+      names.push_back(name);
+    }
   }
   return names;
 }
 
-/// How often each thing is asked for when every key is pressed with some modifiers.
-std::map<std::string, int> timesAsked(Bound& bound) {
+/// A key as the guide has it, what it is, and what it asks for.
+using Meanings = std::vector<std::tuple<const char*, KeyEvent, const char*>>;
+
+/// `others` are in the guide, too.
+void expectWhatTheGuideSays(const std::string& table, const Meanings& keys, Bound& bound, Strings others = {}) {
+  for (const auto& [inGuide, event, asked] : keys) {
+    EXPECT_EQ(bound.press(event), asked) << inGuide;
+    others.emplace_back(inGuide);
+  }
+  EXPECT_THAT(keysOfGuide(table), ::testing::UnorderedElementsAreArray(others));
+}
+
+/// How often each thing is asked for when every key is pressed with some modifiers, "act 6, end 6".
+std::string timesAsked(Bound& bound) {
   std::map<std::string, int> asked;
   for (int64_t code = 0; code < 0x20000; code = code == 0x100 ? key_code::symbolBase : code + 1) {
     const std::string character(1, code > 0x10020 && code < 0x1007F ? static_cast<char>(code) : '\x1');
@@ -69,12 +84,15 @@ std::map<std::string, int> timesAsked(Bound& bound) {
       ++asked[bound.press(key(code, flags, character))];
     }
   }
-  asked.erase("");
-  return asked;
+  std::string text;
+  for (const auto& [what, times] : asked) {
+    text += what.empty() ? "" : (text.empty() ? "" : ", ") + what + " " + std::to_string(times);
+  }
+  return text;
 }
 
 TEST(KeyBindings, askForWhatTheGuideSaysAndForNothingElse) {
-  const std::vector<std::tuple<const char*, KeyEvent, const char*>> cases = {
+  const Meanings keys = {
       {"Return", key(key_code::returnKey), "act"},
       {"Escape", key(key_code::escape), "end"},
       {"Tab", key(key_code::tab, 0x100), "next"},  // with a bit of the keyboard's own
@@ -87,22 +105,13 @@ TEST(KeyBindings, askForWhatTheGuideSaysAndForNothingElse) {
       {"Control+BackSpace", key(key_code::backspace, control), "label"},
   };
   Bound bound;
-  Strings names = {"Control, tapped", "Control, tapped twice"};
-  for (const auto& [inGuide, event, asked] : cases) {
-    EXPECT_EQ(bound.press(event), asked) << inGuide;
-    names.emplace_back(inGuide);
-  }
-  EXPECT_THAT(keysOfGuide("query-window-keys"), ::testing::UnorderedElementsAreArray(names));
+  expectWhatTheGuideSays("query-window-keys", keys, bound, {"Control", "tapped", "Control", "tapped twice"});
   EXPECT_EQ(bound.press({0x1043A, command, "к", "r", false}), "refresh") << "a layout without Latin letters";
-
-  EXPECT_EQ(
-      timesAsked(bound),
-      (std::map<std::string, int>{
-          {"act", 6}, {"end", 6}, {"list", 1}, {"next", 1}, {"previous", 1}, {"refresh", 2}, {"preferences", 1}}));
+  EXPECT_EQ(timesAsked(bound), "act 6, end 6, list 1, next 1, preferences 1, previous 1, refresh 2");
 }
 
 TEST(KeyBindings, meanWhatTheGuideSaysWhileTheListOfCommandsShows) {
-  const std::vector<std::tuple<const char*, KeyEvent, const char*>> cases = {
+  const Meanings keys = {
       {"Down", key(key_code::down), "down"},
       {"Tab", key(key_code::tab), "down"},
       {"Up", key(key_code::up), "up"},
@@ -117,29 +126,11 @@ TEST(KeyBindings, meanWhatTheGuideSaysWhileTheListOfCommandsShows) {
   };
   Bound bound;
   bound.listIsShown = true;
-  std::string names;
-  for (const auto& [inGuide, event, asked] : cases) {
-    EXPECT_EQ(bound.press(event), asked) << inGuide;
-    names += (names.empty() ? "" : ", ") + std::string(inGuide);
-  }
-  std::string inGuide;
-  for (const std::string& row : keysOfGuide("command-list-keys")) {
-    inGuide += (inGuide.empty() ? "" : ", ") + row;
-  }
-  EXPECT_EQ(inGuide, names);
+  expectWhatTheGuideSays("command-list-keys", keys, bound);
   EXPECT_EQ(bound.press({key_code::backspace, 0, "", "", true}), "") << "held down to empty the field";
-  EXPECT_EQ(timesAsked(bound), (std::map<std::string, int>{{"back", 1},
-                                                           {"bottom", 1},
-                                                           {"choose", 6},
-                                                           {"down", 2},
-                                                           {"end", 6},
-                                                           {"list", 1},
-                                                           {"page down", 1},
-                                                           {"page up", 1},
-                                                           {"preferences", 1},
-                                                           {"refresh", 2},
-                                                           {"top", 1},
-                                                           {"up", 2}}));
+  EXPECT_EQ(timesAsked(bound),
+            "back 1, bottom 1, choose 6, down 2, end 6, list 1, page down 1, page up 1, preferences 1, refresh 2, "
+            "top 1, up 2");
 }
 
 }  // namespace

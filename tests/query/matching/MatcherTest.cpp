@@ -1,9 +1,5 @@
 #include "query/matching/JLElementMatcher.h"
 
-#include <gtest/gtest.h>
-
-#include <utility>
-
 #include "query/matching/ElementXPath.h"
 #include "query/matching/JLElementNodeScorer.h"
 #include "query/matching/RandomTexts.h"
@@ -11,11 +7,9 @@
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
-using testing::RandomTexts;
-using testing::RecordedFixture;
 using Texts = std::vector<std::string>;
 using Tree = std::shared_ptr<JLElementTree>;
 
@@ -196,4 +190,4 @@ TEST_F(JLElementMatcherTest, xPathReportsErrorsInsteadOfPrintingThem) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "query/matching/JLElementFilter.h"
@@ -10,20 +8,12 @@
 #include "tree/JLElementTree.h"
 #include "tree/JLElementTreeEnumerator.h"
 
-namespace jumplark {
+namespace jumplark::testing {
 namespace {
 
-using testing::DesktopText;
-using testing::RecordedFixture;
-
 TEST(NearnessMultiplier, fallsFromThreeWithTheGapBetweenTheRectangles) {
-  struct Case {
-    Rect node;
-    Rect focused;
-    float multiplier;
-  };
   const Rect origin{0, 0, 10, 10};
-  const std::vector<Case> cases = {
+  const std::tuple<Rect, Rect, float> cases[] = {
       {{5, 5, 10, 10}, origin, 3},
       {{10, 0, 10, 10}, origin, 3},      // touching
       {{110, 0, 10, 10}, origin, 2.8F},  // 100 to the right
@@ -38,10 +28,9 @@ TEST(NearnessMultiplier, fallsFromThreeWithTheGapBetweenTheRectangles) {
       {Rect::infinite(), origin, 3},
       {Rect{}, Rect{}, 3},
   };
-  for (const Case& c : cases) {
-    EXPECT_FLOAT_EQ(JLElementNodeScorer::multiplierForRects(c.node, c.focused), c.multiplier)
-        << c.node.x << "," << c.node.y;
-    EXPECT_FLOAT_EQ(JLElementNodeScorer::multiplierForRects(c.focused, c.node), c.multiplier);
+  for (const auto& [node, focused, multiplier] : cases) {
+    EXPECT_FLOAT_EQ(JLElementNodeScorer::multiplierForRects(node, focused), multiplier) << node.x << "," << node.y;
+    EXPECT_FLOAT_EQ(JLElementNodeScorer::multiplierForRects(focused, node), multiplier);
   }
 }
 
@@ -114,4 +103,4 @@ TEST(NodeScorer, onlyTheFirstThousandCharactersOfATextAreScored) {
 }
 
 }  // namespace
-}  // namespace jumplark
+}  // namespace jumplark::testing

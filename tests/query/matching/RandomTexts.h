@@ -1,8 +1,8 @@
 #pragma once
 
 #include <random>
-#include <string>
-#include <vector>
+
+#include "query/text/Utf.h"
 
 namespace jumplark::testing {
 
@@ -53,24 +53,10 @@ class RandomTexts {
         unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
       }
     }
-    return wellFormed(query);
+    return toUTF16(toUTF8(query));  // without halves of surrogate pairs
   }
 
  private:
-  /// Without halves of surrogate pairs.
-  static std::u16string wellFormed(const std::u16string& text) {
-    std::u16string result;
-    for (size_t i = 0; i < text.size(); ++i) {
-      const bool lead = text[i] >= 0xD800 && text[i] < 0xDC00;
-      if (lead && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000) {
-        result += text.substr(i++, 2);
-      } else if (text[i] < 0xD800 || text[i] > 0xDFFF) {
-        result += text[i];
-      }
-    }
-    return result;
-  }
-
   std::mt19937 engine_;
 };
 

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <string>
-#include <vector>
 
 #include "query/matching/JLTextScorer.h"
 
@@ -15,10 +13,7 @@ constexpr double kTolerance = 1e-6;
 
 TEST(TextScore, followsTheRules) {
   const std::string longText(95, 'x');
-  const struct {
-    std::string text, query;
-    double score;
-  } cases[] = {
+  const std::tuple<std::string, std::string, double> cases[] = {
       {"Save", "", 0},
       {"Save", "Save", 4.0},
       {"save", "sav", 2.999},
@@ -61,8 +56,8 @@ TEST(TextScore, followsTheRules) {
        "beA be",
        "t", 0.791999973},
   };
-  for (const auto& c : cases) {
-    EXPECT_NEAR(JLTextScorer::scoreTextAgainstText(c.text, c.query), c.score, kTolerance) << c.text << " / " << c.query;
+  for (const auto& [text, query, score] : cases) {
+    EXPECT_NEAR(JLTextScorer::scoreTextAgainstText(text, query), score, kTolerance) << text << " / " << query;
   }
 }
 
