@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <systemd/sd-bus.h>
 
-#include <functional>
 #include <map>
 #include <mutex>
 #include <string>

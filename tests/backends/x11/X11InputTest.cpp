@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <atomic>
 #include <future>
 #include <mutex>
@@ -70,13 +69,10 @@ std::string line(const char* what, uint64_t flags = 0) {
 
 class X11InputTest : public X11Test {
  protected:
-  void SetUp() override {
-    start({.windowManager = desktop::WindowManager::none});
-    input_ = std::make_unique<X11Input>(x_);
-  }
+  X11InputTest() : X11Test(desktop::WindowManager::none) {}
   std::unique_ptr<EventTapHandle> enabledTap(EventTapCallback callback,
                                              const EventTapConfiguration& configuration = tapOf(kKeyMask)) {
-    auto tap = input_->createEventTap(configuration, std::move(callback));
+    auto tap = input_.createEventTap(configuration, std::move(callback));
     tap->setEnabled(true);
     return tap;
   }
@@ -92,7 +88,7 @@ class X11InputTest : public X11Test {
     return client;
   }
 
-  std::unique_ptr<X11Input> input_;
+  X11Input input_{x_};
 };
 
 TEST_F(X11InputTest, modifiersChangeFlagsAndLocksDoNot) {
@@ -129,8 +125,8 @@ TEST_F(X11InputTest, tapsDoNotSeeTheModifierReleasesOfAClick) {
   const std::string control = line("flags", modifier_flag::control);
   session_->keys({"keydown", "ctrl"});
   ASSERT_TRUE(waitUntil([&] { return !recorder.lines().empty(); }));
-  input_->postMouseEvent({event_type::leftMouseDown, {10, 10}, 1}, event_location::session);
-  input_->postMouseEvent({event_type::leftMouseUp, {10, 10}, 1}, event_location::session);
+  input_.postMouseEvent({event_type::leftMouseDown, {10, 10}, 1}, event_location::session);
+  input_.postMouseEvent({event_type::leftMouseUp, {10, 10}, 1}, event_location::session);
   session_->keys({"keyup", "ctrl", "key", "a", "keydown", "ctrl", "keyup", "ctrl", "key", "b"});
   ASSERT_TRUE(recorder.waitForTyped("b"));
   EXPECT_THAT(recorder.lines("flags"), ElementsAre(control, control, line("flags")));
@@ -190,7 +186,7 @@ TEST_F(X11InputTest, destroyingATapWaitsForItsCallbackAndItMayDestroyItself) {
 
   std::unique_ptr<EventTapHandle> own;
   std::promise<void> gone;
-  own = input_->createEventTap(tapOf(kKeyDownMask), [&](uint32_t, const InputEvent&) {
+  own = input_.createEventTap(tapOf(kKeyDownMask), [&](uint32_t, const InputEvent&) {
     own.reset();
     gone.set_value();
     return true;
