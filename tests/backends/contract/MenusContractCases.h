@@ -7,7 +7,6 @@
 #include <iterator>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "platform/Menus.h"

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <systemd/sd-bus.h>
 
-#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -17,20 +16,11 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Appender = std::function<void(sd_bus_message*)>;
 
 struct FakeAddresses final : WindowMenus {
   WindowMenuAddresses menusOf(WindowId) override { return addresses; }
   WindowMenuAddresses addresses;
 };
-
-void reply(sd_bus_message* question, const Appender& append) {
-  sd_bus_message* answer = nullptr;
-  sd_bus_message_new_method_return(question, &answer);
-  append(answer);
-  sd_bus_send(nullptr, answer, nullptr);
-  sd_bus_message_unref(answer);
-}
 
 /// An application that tells its menus on a bus, and what was done to them.
 class SessionMenus : public ::testing::Test {
@@ -190,16 +180,18 @@ class DBusMenusTest : public SessionMenus {
       return sd_bus_reply_method_return(message, "u(ia{sv}av)", 1, 9, 0, 1, kItem, 40, 1, "label", "s", "Made", 0) >= 0;
     }
     if (menus > 0) {
-      reply(message, [&](sd_bus_message* m) {
-        sd_bus_message_append(m, "u", 1);
-        sd_bus_message_open_container(m, 'r', "ia{sv}av");
-        sd_bus_message_append(m, "ia{sv}", 0, 0);
-        sd_bus_message_open_container(m, 'a', "v");
-        nested(m, menus);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
-      });
-      return true;
+      sd_bus_message* m = nullptr;
+      sd_bus_message_new_method_return(message, &m);
+      sd_bus_message_append(m, "u", 1);
+      sd_bus_message_open_container(m, 'r', "ia{sv}av");
+      sd_bus_message_append(m, "ia{sv}", 0, 0);
+      sd_bus_message_open_container(m, 'a', "v");
+      nested(m, menus);
+      sd_bus_message_close_container(m);
+      sd_bus_message_close_container(m);
+      const bool sent = sd_bus_send(nullptr, m, nullptr) >= 0;
+      sd_bus_message_unref(m);
+      return sent;
     }
     return sd_bus_reply_method_return(
                message, "u(ia{sv}av)", 1, 0, 0, 1, kItem, 1, 1, "label", "s", "_Edit", 6,                         //

@@ -1,6 +1,5 @@
 #include "backends/linux/system/PrivateFiles.h"
 
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include "backends/linux/system/DefaultsFile.h"

@@ -1,7 +1,5 @@
 #include "backends/linux/x11/KeyTracker.h"
 
-#include <gmock/gmock.h>
-
 #include "backends/x11/X11Fixture.h"
 
 namespace jumplark {
@@ -14,10 +12,8 @@ constexpr uint8_t kControlMask = 4;
 /// What a real device or a frozen keyboard sends, which synthetic keys cannot imitate.
 class KeyTrackerTest : public X11Test {
  protected:
-  void SetUp() override {
-    start({.windowManager = desktop::WindowManager::none});
+  KeyTrackerTest() : X11Test(desktop::WindowManager::none) {
     tracker_.setMap(KeyboardMap::read(*x_));
-    ASSERT_TRUE(tracker_.map());
     tracker_.reset({}, 0, 0);
   }
   KeyTracker tracker_;

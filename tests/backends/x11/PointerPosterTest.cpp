@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 
 #include "backends/linux/x11/Reply.h"
 #include "backends/x11/X11Fixture.h"
@@ -19,10 +18,7 @@ using testing::StartsWith;
 
 class PointerPosterTest : public X11Test {
  protected:
-  void SetUp() override {
-    start({.windowManager = desktop::WindowManager::none});
-    client_ = std::make_unique<WindowClient>(*session_, desktop::PixelRect{50, 60, 200, 100});
-  }
+  PointerPosterTest() : X11Test(desktop::WindowManager::none) {}
   xcb_query_pointer_reply_t pointer() const {
     const auto reply = x11::takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));
     return reply ? *reply : xcb_query_pointer_reply_t{};
@@ -34,7 +30,7 @@ class PointerPosterTest : public X11Test {
   static void up(PointerPoster& poster, double x = 60, double y = 70) {
     poster.post({event_type::leftMouseUp, {x, y}, 1});
   }
-  std::unique_ptr<WindowClient> client_;
+  WindowClient client_{*session_, {50, 60, 200, 100}};
 };
 
 TEST_F(PointerPosterTest, clicksThePixelMeant) {
@@ -53,8 +49,8 @@ TEST_F(PointerPosterTest, clicksThePixelMeant) {
   ASSERT_EQ(session_->run({"xmodmap", "-e", "pointer = 3 2 1 4 5"}).status, 0);
   down(poster);
   up(poster);
-  EXPECT_TRUE(client_->prints("release 1 10 10 0x100"));
-  EXPECT_THAT(client_->lines(),
+  EXPECT_TRUE(client_.prints("release 1 10 10 0x100"));
+  EXPECT_THAT(client_.lines(),
               ElementsAre(StartsWith("window"), "press 1 73 27 0x0", "release 1 73 27 0x100", "press 1 11 10 0x0",
                           "release 1 11 10 0x100", "press 1 10 10 0x0", "release 1 10 10 0x100"));
 }
@@ -68,8 +64,8 @@ TEST_F(PointerPosterTest, aSecondPressOrReleaseChangesNothing) {
   up(poster, 61, 70);
   down(poster, 70, 80);
   up(poster, 70, 80);
-  ASSERT_TRUE(client_->prints("release 1 20 20 0x100"));
-  EXPECT_THAT(client_->lines("press"), ElementsAre("press 1 10 10 0x0", "press 1 20 20 0x0"));
+  ASSERT_TRUE(client_.prints("release 1 20 20 0x100"));
+  EXPECT_THAT(client_.lines("press"), ElementsAre("press 1 10 10 0x0", "press 1 20 20 0x0"));
 }
 
 TEST_F(PointerPosterTest, heldModifiersDoNotColourTheClickAndLocksStayOn) {
@@ -80,7 +76,7 @@ TEST_F(PointerPosterTest, heldModifiersDoNotColourTheClickAndLocksStayOn) {
   PointerPoster poster(x_, [&](uint8_t keycode) { announced.push_back(keycode); });
   down(poster);
   up(poster);
-  EXPECT_TRUE(client_->prints("press 1 10 10 0x12"));
+  EXPECT_TRUE(client_.prints("press 1 10 10 0x12"));
   EXPECT_THAT(announced, testing::IsSupersetOf({133, 50, 105, 64}));
   session_->keys({"keyup", "Super_L", "keyup", "Shift_L", "keyup", "Control_R", "keyup", "Alt_L"});
   EXPECT_EQ(pointer().mask, 0x12);

@@ -16,7 +16,6 @@ namespace jumplark {
 namespace {
 
 using desktop::waitUntil;
-using desktop::WindowManager;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -24,7 +23,7 @@ constexpr MouseEvent kDown{event_type::leftMouseDown, {10, 10}, 1};
 
 class X11ConnectionTest : public X11Test {
  protected:
-  void SetUp() override { start({.windowManager = WindowManager::none}); }
+  X11ConnectionTest() : X11Test(desktop::WindowManager::none) {}
 };
 
 TEST_F(X11ConnectionTest, saysWhatToDoWhenThereIsNoDisplay) {

@@ -1,6 +1,7 @@
 #include "backends/x11/X11Fixture.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "backends/linux/x11/Properties.h"
@@ -34,7 +35,9 @@ void X11Test::start(desktop::SessionOptions options) {
   options.accessibility = false;
   session_ = std::make_unique<desktop::PrivateSession>(options);
   auto opened = X11Connection::open(session_->display());
-  ASSERT_TRUE(opened.connection) << opened.error;
+  if (!opened.connection) {
+    throw std::runtime_error(opened.error);
+  }
   x_ = std::move(opened.connection);
   windows_ = std::make_unique<X11WindowSystem>(x_);
   if (options.windowManager != desktop::WindowManager::none) {

@@ -63,6 +63,9 @@ inline xcb_window_t showWindow(const X11Connection& x, int16_t left, int16_t top
 /// A session without accessibility, and the window system of this process in it.
 class X11Test : public ::testing::Test {
  protected:
+  /// Not started yet.
+  X11Test() = default;
+  explicit X11Test(desktop::WindowManager windowManager) { start({.windowManager = windowManager}); }
   void start(desktop::SessionOptions options = {});
   /// Returns when the window manager has taken a window into its care. One that has just started says that it is there
   /// before it sees every request to map a window.

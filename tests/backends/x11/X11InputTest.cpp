@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <atomic>
 #include <future>
 #include <mutex>
@@ -27,20 +26,21 @@ EventTapConfiguration tapOf(uint64_t mask, uint32_t placement = 0, uint32_t opti
   return configuration;
 }
 
-/// What a tap has seen, in lines: "down CHARACTERS FLAGS", "up CHARACTERS FLAGS", "flags FLAGS".
+/// What taps have seen, in lines: "down CHARACTERS FLAGS", "up CHARACTERS FLAGS", "flags FLAGS".
 class Recorder {
  public:
-  EventTapCallback callback() {
-    return [this](uint32_t type, const InputEvent& event) {
+  /// Of a tap that passes all on but what has these characters.
+  EventTapCallback callback(const std::string& name = {}, const std::string& swallowed = "none") {
+    return [this, name, swallowed](uint32_t type, const InputEvent& event) {
       const std::lock_guard lock(mutex_);
       EXPECT_EQ(type, event.type);
       EXPECT_FALSE(event.isRepeat);
       const bool isKey = type != event_type::flagsChanged;
       const std::string key = event.charactersIgnoringModifiers + ' ';
       EXPECT_TRUE(key[0] < 'a' || event.keyCode == key_code::symbolBase + key[0]) << key << event.keyCode;
-      lines_.push_back((isKey ? (type == event_type::keyDown ? "down " : "up ") + key : "flags ") +
+      lines_.push_back(name + (isKey ? (type == event_type::keyDown ? "down " : "up ") + key : "flags ") +
                        std::to_string(event.flags));
-      return true;
+      return event.charactersIgnoringModifiers != swallowed;
     };
   }
   /// Those that begin so.
@@ -69,13 +69,10 @@ std::string line(const char* what, uint64_t flags = 0) {
 
 class X11InputTest : public X11Test {
  protected:
-  void SetUp() override {
-    start({.windowManager = desktop::WindowManager::none});
-    input_ = std::make_unique<X11Input>(x_);
-  }
+  X11InputTest() : X11Test(desktop::WindowManager::none) {}
   std::unique_ptr<EventTapHandle> enabledTap(EventTapCallback callback,
                                              const EventTapConfiguration& configuration = tapOf(kKeyMask)) {
-    auto tap = input_->createEventTap(configuration, std::move(callback));
+    auto tap = input_.createEventTap(configuration, std::move(callback));
     tap->setEnabled(true);
     return tap;
   }
@@ -91,7 +88,7 @@ class X11InputTest : public X11Test {
     return client;
   }
 
-  std::unique_ptr<X11Input> input_;
+  X11Input input_{x_};
 };
 
 TEST_F(X11InputTest, modifiersChangeFlagsAndLocksDoNot) {
@@ -128,8 +125,8 @@ TEST_F(X11InputTest, tapsDoNotSeeTheModifierReleasesOfAClick) {
   const std::string control = line("flags", modifier_flag::control);
   session_->keys({"keydown", "ctrl"});
   ASSERT_TRUE(waitUntil([&] { return !recorder.lines().empty(); }));
-  input_->postMouseEvent({event_type::leftMouseDown, {10, 10}, 1}, event_location::session);
-  input_->postMouseEvent({event_type::leftMouseUp, {10, 10}, 1}, event_location::session);
+  input_.postMouseEvent({event_type::leftMouseDown, {10, 10}, 1}, event_location::session);
+  input_.postMouseEvent({event_type::leftMouseUp, {10, 10}, 1}, event_location::session);
   session_->keys({"keyup", "ctrl", "key", "a", "keydown", "ctrl", "keyup", "ctrl", "key", "b"});
   ASSERT_TRUE(recorder.waitForTyped("b"));
   EXPECT_THAT(recorder.lines("flags"), ElementsAre(control, control, line("flags")));
@@ -158,26 +155,14 @@ TEST_F(X11InputTest, aTapDoesNotSeeWhatHappenedBeforeItWasEnabled) {
 }
 
 TEST_F(X11InputTest, earlierTapsDecideWhatLaterOnesSee) {
-  std::vector<std::string> order;
-  std::mutex mutex;
-  const auto tapThat = [&](const std::string& name, uint32_t placement, uint32_t options, bool passes) {
-    const auto callback = [&mutex, &order, name, passes](uint32_t, const InputEvent& event) {
-      const std::lock_guard lock(mutex);
-      order.push_back(name + event.charactersIgnoringModifiers);
-      return passes || event.charactersIgnoringModifiers != "s";
-    };
-    return enabledTap(callback, tapOf(kKeyDownMask, placement, options));
-  };
-  const auto last = tapThat("last ", 1, 0, true);
-  const auto swallowing = tapThat("swallowing ", 0, 0, false);
-  const auto listening = tapThat("listening ", 0, 1, false);
+  Recorder order;
+  const auto last = enabledTap(order.callback("last "), tapOf(kKeyDownMask, 1));
+  const auto swallowing = enabledTap(order.callback("swallowing ", "s"), tapOf(kKeyDownMask));
+  const auto listening = enabledTap(order.callback("listening ", "s"), tapOf(kKeyDownMask, 0, 1));
   session_->keys({"key", "s", "key", "p"});
-  EXPECT_TRUE(waitUntil([&] {
-    const std::lock_guard lock(mutex);
-    return !order.empty() && order.back() == "last p";
-  }));
-  const std::lock_guard lock(mutex);
-  EXPECT_THAT(order, ElementsAre("listening s", "swallowing s", "listening p", "swallowing p", "last p"));
+  EXPECT_TRUE(waitUntil([&] { return !order.lines("last").empty(); }));
+  EXPECT_THAT(order.lines(), ElementsAre("listening down s 0", "swallowing down s 0", "listening down p 0",
+                                         "swallowing down p 0", "last down p 0"));
 }
 
 TEST_F(X11InputTest, destroyingATapWaitsForItsCallbackAndItMayDestroyItself) {
@@ -201,7 +186,7 @@ TEST_F(X11InputTest, destroyingATapWaitsForItsCallbackAndItMayDestroyItself) {
 
   std::unique_ptr<EventTapHandle> own;
   std::promise<void> gone;
-  own = input_->createEventTap(tapOf(kKeyDownMask), [&](uint32_t, const InputEvent&) {
+  own = input_.createEventTap(tapOf(kKeyDownMask), [&](uint32_t, const InputEvent&) {
     own.reset();
     gone.set_value();
     return true;

@@ -21,16 +21,7 @@ constexpr uint16_t kModifiers = XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT;
 /// run when the test says so.
 class X11ShortcutsTest : public X11Test {
  protected:
-  void SetUp() override {
-    start({.windowManager = desktop::WindowManager::none});
-    shortcuts_ = std::make_unique<X11Shortcuts>(
-        session_->display(), queue_,
-        X11Shortcuts::Hooks{.pressed = [this](uint32_t time) { windows_->noteUserTime(time); }, .willReleaseKey = {}});
-    typing_ = std::make_unique<WindowClient>(*session_, desktop::PixelRect{100, 200, 200, 40},
-                                             WindowClient::overrideRedirect);
-    target_ = std::make_unique<WindowClient>(*session_, desktop::PixelRect{0, 0, 200, 100});
-    focus(*target_);
-  }
+  X11ShortcutsTest() : X11Test(desktop::WindowManager::none) { focus(target_); }
   void focus(const WindowClient& client) {
     EXPECT_TRUE(x_->check(
         xcb_set_input_focus_checked(x_->get(), XCB_INPUT_FOCUS_POINTER_ROOT, client.window(), XCB_CURRENT_TIME)));
@@ -42,7 +33,7 @@ class X11ShortcutsTest : public X11Test {
     auto registration = shortcuts_->registerShortcut(shortcut, [this, answer] {
       ++presses_;
       if (answer) {
-        focus(*typing_);
+        focus(typing_);
         shortcuts_->keyboardArrived();
       }
       return answer;
@@ -61,15 +52,17 @@ class X11ShortcutsTest : public X11Test {
   // The target's last event is the release of this key.
   bool targetHasSeen(int keycode) {
     return waitUntil([&] {
-      const auto releases = target_->lines("keyrelease");
+      const auto releases = target_.lines("keyrelease");
       return !releases.empty() && releases.back().starts_with("keyrelease " + std::to_string(keycode) + " ");
     });
   }
 
-  std::unique_ptr<WindowClient> target_;
-  std::unique_ptr<WindowClient> typing_;
+  WindowClient typing_{*session_, {100, 200, 200, 40}, WindowClient::overrideRedirect};
+  WindowClient target_{*session_, {0, 0, 200, 100}};
   int presses_ = 0;
-  std::unique_ptr<X11Shortcuts> shortcuts_;
+  std::unique_ptr<X11Shortcuts> shortcuts_ = std::make_unique<X11Shortcuts>(
+      session_->display(), queue_,
+      X11Shortcuts::Hooks{.pressed = [this](uint32_t time) { windows_->noteUserTime(time); }, .willReleaseKey = {}});
 };
 
 TEST_F(X11ShortcutsTest, aPressCountsWhateverLocksAreOnAndReachesNobodyElse) {
@@ -87,8 +80,8 @@ TEST_F(X11ShortcutsTest, aPressCountsWhateverLocksAreOnAndReachesNobodyElse) {
     ASSERT_TRUE(targetHasSeen(38)) << lock;
     EXPECT_EQ(queue_.runAll(), 0U);
   }
-  EXPECT_EQ(target_->lines("key 65").size(), 6U);
-  EXPECT_EQ(target_->lines("keyrelease 65").size(), 6U) << "the release of the shortcut belongs to nobody either";
+  EXPECT_EQ(target_.lines("key 65").size(), 6U);
+  EXPECT_EQ(target_.lines("keyrelease 65").size(), 6U) << "the release of the shortcut belongs to nobody either";
   EXPECT_NE(windows_->userTime(), 0U);
   EXPECT_EQ(windows_->userTime(), shortcuts_->lastHandOver().xTime);
   EXPECT_TRUE(nothingIsHeld());
@@ -139,9 +132,9 @@ TEST_F(X11ShortcutsTest, keysTypedAfterARefusalReachTheTarget) {
   session_->keys({"keydown", "super", "keydown", "shift", "keydown", "space", "key", "b", "keyup", "space", "keyup",
                   "shift", "keyup", "super", "type", "--delay", "0", "ab"});
   ASSERT_TRUE(waitForPresses(1));
-  ASSERT_TRUE(target_->prints("key 56 0x0"));
-  EXPECT_EQ(target_->count("key 56 0x41"), 1U) << "struck while the shortcut was still down";
-  EXPECT_EQ(target_->count("key 38 0x0"), 1U);
+  ASSERT_TRUE(target_.prints("key 56 0x0"));
+  EXPECT_EQ(target_.count("key 56 0x41"), 1U) << "struck while the shortcut was still down";
+  EXPECT_EQ(target_.count("key 38 0x0"), 1U);
   EXPECT_TRUE(keyboardIsFree());
 }
 
@@ -149,7 +142,7 @@ TEST_F(X11ShortcutsTest, aBlockedMainThreadHoldsTheKeyboardNoLongerThanTheDeadli
   const Token token = registered(true);
   session_->keys({"key", kPress, "type", "--delay", "0", "hi"});
   ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::deadline));
-  EXPECT_TRUE(target_->prints("key 31 0x0"));
+  EXPECT_TRUE(target_.prints("key 31 0x0"));
   // Pressed again out of impatience: the window opens once.
   session_->keys({"key", kPress});
   ASSERT_TRUE(waitUntil([&] { return shortcuts_->lastHandOver().press == 2; }));
@@ -167,8 +160,8 @@ TEST_F(X11ShortcutsTest, holdingTheShortcutIsOnePress) {
   ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
   session_->keys({"keydown", "space", "keydown", "space", "keyup", "super", "keydown", "space", "keyup", "shift",
                   "keydown", "space", "keyup", "space", "key", "a"});
-  ASSERT_TRUE(typing_->prints("keyrelease 38 0x0"));
-  EXPECT_THAT(typing_->lines("key"), ElementsAre("key 38 0x0"));
+  ASSERT_TRUE(typing_.prints("keyrelease 38 0x0"));
+  EXPECT_THAT(typing_.lines("key"), ElementsAre("key 38 0x0"));
   EXPECT_EQ(queue_.runAll(), 0U);
   EXPECT_EQ(shortcuts_->lastHandOver().press, 1U);
   session_->keys({"key", kPress});
@@ -186,10 +179,10 @@ TEST_F(X11ShortcutsTest, theEndOfARegistrationOrOfAllLetsTheKeyboardGo) {
     EXPECT_TRUE(targetHasSeen(38));
     queue_.runAll();
     EXPECT_EQ(presses_, 0);
-    const size_t before = target_->count("key 65 0x41");
+    const size_t before = target_.count("key 65 0x41");
     session_->keys({"key", kPress, "key", "b"});
     EXPECT_TRUE(targetHasSeen(56));
-    EXPECT_EQ(target_->count("key 65 0x41"), before + 1) << "the target's again";
+    EXPECT_EQ(target_.count("key 65 0x41"), before + 1) << "the target's again";
     EXPECT_TRUE(keyboardIsFree());
   }
 }
@@ -223,9 +216,9 @@ TEST_F(X11ShortcutsTest, anOpenMenuIsClosedLevelByLevelAndThePressCountsOnce) {
   ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
   EXPECT_TRUE(shortcuts_->lastHandOver().throughMenu);
   session_->keys({"keyup", "shift", "keyup", "super", "key", "a", "key", "shift+b"});
-  EXPECT_TRUE(typing_->prints("key 56 0x1"));
-  EXPECT_THAT(typing_->lines("key"), ElementsAre("key 38 0x0", "key 50 0x0", "key 56 0x1"));
-  EXPECT_THAT(target_->lines("key"), IsEmpty()) << "no Escape too many";
+  EXPECT_TRUE(typing_.prints("key 56 0x1"));
+  EXPECT_THAT(typing_.lines("key"), ElementsAre("key 38 0x0", "key 50 0x0", "key 56 0x1"));
+  EXPECT_THAT(target_.lines("key"), IsEmpty()) << "no Escape too many";
   EXPECT_EQ(queue_.runAll(), 0U);
   EXPECT_TRUE(keyboardIsFree());
   EXPECT_TRUE(nothingIsHeld());

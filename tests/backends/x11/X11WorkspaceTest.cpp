@@ -95,31 +95,27 @@ TEST_F(DesktopEntriesTest, theFirstFolderWinsMayHideAnEntryAndIsLookedAtAgainWhe
 
 class X11WorkspaceTest : public X11Test {
  protected:
-  void SetUp() override {
-    start();
-    const fs::path data = fs::path(session_->folder()) / "data";
-    writeEntry(data / "applications/org.example.Editor.desktop", "Name=Editor\nStartupWMClass=editor-class\n");
-    writeEntry(data / "applications/other.desktop",
+  X11WorkspaceTest() : X11Test(desktop::WindowManager::xfwm4) {
+    writeEntry(data_ / "applications/org.example.Editor.desktop", "Name=Editor\nStartupWMClass=editor-class\n");
+    writeEntry(data_ / "applications/other.desktop",
                "Name=Otherwise\nExec=" + fs::canonical("/proc/self/exe").string() + "\n");
-    screens_ = std::make_unique<X11Screens>(x_, queue_);
-    entries_ = std::make_unique<DesktopEntries>(std::vector{data}, "C");
-    workspace_ = std::make_unique<X11Workspace>(*windows_, *entries_, screens_.get());
   }
   std::vector<int32_t> frontToBack() {
     std::vector<int32_t> result;
-    std::ranges::transform(workspace_->applicationsFrontToBack(), std::back_inserter(result), &RunningApplication::pid);
+    std::ranges::transform(workspace_.applicationsFrontToBack(), std::back_inserter(result), &RunningApplication::pid);
     return result;
   }
   bool becomesFrontmost(const WindowClient& client) {
     return waitUntil([&] {
-      const auto app = workspace_->frontmostApplication();
+      const auto app = workspace_.frontmostApplication();
       return app && app->pid == client.pid() && windows_->activeWindow() == client.window();
     });
   }
 
-  std::unique_ptr<X11Screens> screens_;
-  std::unique_ptr<DesktopEntries> entries_;
-  std::unique_ptr<X11Workspace> workspace_;
+  fs::path data_ = fs::path(session_->folder()) / "data";
+  X11Screens screens_{x_, queue_};
+  DesktopEntries entries_{{data_}, "C"};
+  X11Workspace workspace_{*windows_, entries_, &screens_};
 };
 
 TEST_F(X11WorkspaceTest, namesApplications) {
@@ -129,42 +125,42 @@ TEST_F(X11WorkspaceTest, namesApplications) {
   const WindowClient byClass(*session_, kRect, WindowClient::managed, {classProperty("x", "Editor-Class")});
   const WindowClient unknown(*session_, kRect, WindowClient::managed, {classProperty("inst", "Klass")});
   const WindowClient bare(*session_, kRect);
-  const auto named = [&](const WindowClient& client) { return workspace_->runningApplicationWithPid(client.pid()); };
+  const auto named = [&](const WindowClient& client) { return workspace_.runningApplicationWithPid(client.pid()); };
   EXPECT_EQ(named(byId), (RunningApplication{byId.pid(), "org.example.Unknown", kProgram}));
   EXPECT_EQ(named(byClass), (RunningApplication{byClass.pid(), "org.example.Editor", "Editor"}));
   EXPECT_EQ(named(unknown), (RunningApplication{unknown.pid(), "Klass", "Klass"}));
   EXPECT_EQ(named(bare), (RunningApplication{bare.pid(), kProgram, kProgram}));
-  EXPECT_EQ(workspace_->runningApplicationsWithBundleIdentifier("org.example.Editor"),
+  EXPECT_EQ(workspace_.runningApplicationsWithBundleIdentifier("org.example.Editor"),
             std::vector<RunningApplication>{*named(byClass)});
-  const ApplicationNames names = workspace_->namesOf(*named(byClass));
+  const ApplicationNames names = workspace_.namesOf(*named(byClass));
   EXPECT_THAT(names.own, IsSupersetOf<std::string>({"org.example.Editor", "Editor", "x", "Editor-Class", kProgram}));
   EXPECT_THAT(names.ofItsProgram, IsSupersetOf({"other", "Otherwise"}));
-  EXPECT_THAT(workspace_->runningApplicationsWithBundleIdentifier("org.example.None"), IsEmpty());
-  EXPECT_FALSE(workspace_->runningApplicationWithPid(1));
+  EXPECT_THAT(workspace_.runningApplicationsWithBundleIdentifier("org.example.None"), IsEmpty());
+  EXPECT_FALSE(workspace_.runningApplicationWithPid(1));
 }
 
 TEST_F(X11WorkspaceTest, listsApplicationsFrontToBackAndActivatesThem) {
-  EXPECT_FALSE(workspace_->frontmostApplication());
+  EXPECT_FALSE(workspace_.frontmostApplication());
   const WindowClient first(*session_, {10, 50, 200, 100});
   const WindowClient second(*session_, {300, 50, 200, 100});
   const WindowClient third(*session_, {600, 50, 200, 100});
   const WindowClient utility(*session_, {900, 50, 90, 90}, WindowClient::managed, {typeProperty("UTILITY")});
   const WindowClient dock(*session_, {0, 0, 400, 30}, WindowClient::managed,
                           {typeProperty("DOCK"), classProperty("p", "Panel")});
-  ASSERT_TRUE(workspace_->activate(third.pid(), kActivateIgnoringOtherApps));
+  ASSERT_TRUE(workspace_.activate(third.pid(), kActivateIgnoringOtherApps));
   ASSERT_TRUE(becomesFrontmost(third));
   EXPECT_TRUE(waitUntil([&] { return frontToBack() == std::vector{third.pid(), second.pid(), first.pid()}; }));
 
-  EXPECT_TRUE(workspace_->activate(first.pid(), 0));
+  EXPECT_TRUE(workspace_.activate(first.pid(), 0));
   EXPECT_TRUE(becomesFrontmost(first));
   session_->keys({"windowminimize", std::to_string(second.window())});
   EXPECT_TRUE(waitUntil([&] { return frontToBack() == std::vector{first.pid(), third.pid()}; }));
-  EXPECT_TRUE(workspace_->runningApplicationWithPid(second.pid())) << "it runs all the same";
-  EXPECT_TRUE(workspace_->activate(second.pid(), kActivateIgnoringOtherApps));
+  EXPECT_TRUE(workspace_.runningApplicationWithPid(second.pid())) << "it runs all the same";
+  EXPECT_TRUE(workspace_.activate(second.pid(), kActivateIgnoringOtherApps));
   EXPECT_TRUE(becomesFrontmost(second));
 
-  EXPECT_FALSE(workspace_->activate(1, kActivateIgnoringOtherApps));
-  EXPECT_EQ(workspace_->runningApplicationsWithBundleIdentifier(kDockBundleIdentifier),
+  EXPECT_FALSE(workspace_.activate(1, kActivateIgnoringOtherApps));
+  EXPECT_EQ(workspace_.runningApplicationsWithBundleIdentifier(kDockBundleIdentifier),
             (std::vector{RunningApplication{dock.pid(), "Panel", "Panel"}}));
 }
 
@@ -172,17 +168,17 @@ TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
   const WindowClient framed(*session_, {50, 80, 300, 200});
   const WindowFacts facts = *windows_->window(framed.window());
   ASSERT_GT(facts.frame.height, 200) << "the window manager's title";
-  const auto frame = workspace_->focusedWindowFrame(framed.pid());
+  const auto frame = workspace_.focusedWindowFrame(framed.pid());
   EXPECT_EQ(frame, (Rect{facts.frame.x, 900 - facts.frame.maxY(), facts.frame.width, facts.frame.height}));
 
   const WindowClient decorated(*session_, {500, 90, 240, 180}, WindowClient::managed,
                                {typeProperty("DIALOG"), {"_GTK_FRAME_EXTENTS", "CARDINAL", "20,20,10,30"}});
   const Rect outer = windows_->window(decorated.window())->frame;
-  EXPECT_EQ(workspace_->focusedWindowFrame(decorated.pid()),
+  EXPECT_EQ(workspace_.focusedWindowFrame(decorated.pid()),
             (Rect{outer.x + 20, 900 - outer.maxY() + 30, outer.width - 40, outer.height - 40}));
   session_->keys({"windowminimize", std::to_string(framed.window())});
-  EXPECT_TRUE(waitUntil([&] { return !workspace_->focusedWindowFrame(framed.pid()); }));
-  EXPECT_FALSE(workspace_->focusedWindowFrame(1));
+  EXPECT_TRUE(waitUntil([&] { return !workspace_.focusedWindowFrame(framed.pid()); }));
+  EXPECT_FALSE(workspace_.focusedWindowFrame(1));
 }
 
 // A window of this process is in front only if no other shows above the rest.
@@ -191,7 +187,7 @@ TEST_F(X11WorkspaceTest, ourOwnWindowIsInFrontWhenItIsTheTopmost) {
   ASSERT_TRUE(becomesFrontmost(other));
   const xcb_window_t own = showWindow(*x_, 400, 300, 100);
   ASSERT_TRUE(waitUntil([&] { return windows_->activeWindow() == own; }));
-  EXPECT_EQ(workspace_->frontmostApplication()->pid, getpid());
+  EXPECT_EQ(workspace_.frontmostApplication()->pid, getpid());
   EXPECT_EQ(frontToBack(), (std::vector{static_cast<int32_t>(getpid()), other.pid()}));
 }
 

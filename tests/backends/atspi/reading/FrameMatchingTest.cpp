@@ -1,4 +1,4 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/FrameMatching.h"
