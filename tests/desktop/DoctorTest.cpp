@@ -1,6 +1,6 @@
 #include <regex>
 
-#include "desktop/DesktopTest.h"
+#include "desktop/support/Desktop.h"
 
 namespace jumplark::desktop {
 namespace {
@@ -53,18 +53,14 @@ TEST(Doctor, tellsHowToStartAnApplicationThatShowsNothing) {
   // Without a session bus the browser cannot learn that accessibility is switched on, and stays silent for good.
   Program silentBrowser = chromium(desktop.session, "controls.html", "Controls");
   silentBrowser.environment = {{"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
-  const std::pair<Program, std::vector<const char*>> cases[] = {
-      {silentBrowser, {"start it with --force-renderer-accessibility"}},
+  const std::pair<Program, const char*> cases[] = {
+      {silentBrowser, "start it with --force-renderer-accessibility"},
       {swingDemo(),
-       {"Java programs show what they hold",
-        "JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper "}}};
+       "JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper "}};
   for (const auto& [program, remedy] : cases) {
     const Application silent(desktop, program);
     const std::string told = desktop.jumplark.run({"doctor"}).out;
-    EXPECT_THAT(told, HasSubstr("is not on the accessibility bus"));
-    for (const char* part : remedy) {
-      EXPECT_THAT(told, HasSubstr(part));
-    }
+    EXPECT_THAT(told, AllOf(HasSubstr("is not on the accessibility bus"), HasSubstr(remedy)));
   }
 }
 
@@ -81,6 +77,24 @@ TEST(Doctor, saysWhatIsMissingAndOnlyWhenAskedWhatIsNot) {
   EXPECT_EQ(ill.status, 3) << ill.out << ill.err;
   EXPECT_THAT(ill.out, AllOf(StartsWith("2 things keep Jumplark from working here.\nFAILED  accessibility bus"),
                              HasSubstr("at-spi2-core")));
+}
+
+TEST(Desktop, outOfReachIsSaidInOneSentence) {
+  constexpr auto openbox = WindowManager::openbox;
+  const SessionOptions cases[] = {{.windowManager = openbox},  // without an application
+                                  {.windowManager = openbox, .sessionBus = false},
+                                  {.windowManager = openbox, .accessibility = false},
+                                  {.windowManager = WindowManager::none}};
+  for (const SessionOptions& options : cases) {
+    Desktop desktop(options);
+    for (const Arguments& arguments : {Arguments{"tree"}, {"match", "ok"}, {"act", "ok"}, {"record"}}) {
+      SCOPED_TRACE(arguments[0]);
+      const Finished finished = desktop.jumplark.run(arguments);
+      EXPECT_EQ(finished.status, 3) << finished.err;
+      EXPECT_EQ(finished.out, "");
+      EXPECT_EQ(finished.err.find('\n'), finished.err.size() - 1) << "one line: " << finished.err;
+    }
+  }
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "desktop/DesktopTest.h"
+#include "desktop/support/Desktop.h"
 
 namespace jumplark::desktop {
 namespace {

@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "desktop/DesktopTest.h"
 #include "desktop/toolkits/Toolkits.h"
 
 namespace jumplark::desktop {

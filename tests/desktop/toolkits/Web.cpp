@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "desktop/toolkits/Toolkits.h"
 
 namespace jumplark::desktop {
