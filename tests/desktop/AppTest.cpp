@@ -7,9 +7,7 @@ namespace jumplark::desktop {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::AllOf;
 using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 TEST(App, greetsAtTheFirstStartAndEndsWhenAsked) {

@@ -5,9 +5,7 @@
 namespace jumplark::desktop {
 namespace {
 
-using ::testing::AllOf;
 using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 /// How many elements the doctor says show; -1 when it does not say.

@@ -9,7 +9,6 @@ namespace jumplark::desktop {
 namespace {
 
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 size_t countOf(const std::string& text, const std::string& part) {
   size_t count = 0;
