@@ -1,7 +1,5 @@
 #include "accessibility/JLElement.h"
 
-#include <tuple>
-
 #include "accessibility/JLElementAttributeExtractor.h"
 #include "accessibility/ScreenCoordinates.h"
 #include "support/DesktopText.h"
@@ -165,16 +163,6 @@ TEST(JLElement, focusBringsApplicationAndWindowForwardAndEachRaisesWhatItLiesInO
     const bool isInApplication = std::string(id) == "win" || std::string(id) == "dialog";
     EXPECT_EQ(desktop->workspace().activations().size(), isInApplication ? 1U : 0U) << id;
   }
-}
-
-TEST(JLElement, elementsByIdentifierAndPoint) {
-  RecordedFixture desktop(kDesktop);
-  EXPECT_EQ(JLElement::elementWithBundleID(""), nullptr);
-  EXPECT_EQ(JLElement::elementWithBundleID("org.example.none"), nullptr);
-  EXPECT_EQ(JLElement::elementWithBundleID("b")->pid(), 1);
-  EXPECT_EQ(JLElement::elementAtPointFromBottomLeft({150, 750}), desktop.element("scroll"));
-  EXPECT_EQ(JLElement::elementAtPointFromTopLeft({299.5, 199.5}), desktop.element("scroll"));
-  EXPECT_EQ(JLElement::elementAtPointFromTopLeft({1300, 10}), nullptr);
 }
 
 const std::string kTexts = DesktopText::of(R"(

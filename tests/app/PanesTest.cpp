@@ -135,11 +135,7 @@ TEST_F(Panes, switchesFollowTheSettingsWhoeverChangesThem) {
   EXPECT_EQ(preferences().advanced.selectedLayout, 1U);
 
   show("General");
-  const struct {
-    const char* key;
-    void (PreferencesViewDelegate::*toggled)(bool on);
-    bool GeneralPaneModel::*shown;
-  } switches[] = {
+  const std::tuple<const char*, void (PreferencesViewDelegate::*)(bool), bool GeneralPaneModel::*> switches[] = {
       {"ShowMenuBarIcon", &PreferencesViewDelegate::showIconToggled, &GeneralPaneModel::showsIcon},
       {"ModalModeEnabled", &PreferencesViewDelegate::staysOpenToggled, &GeneralPaneModel::staysOpen},
       {"CheckForUpdates", &PreferencesViewDelegate::updatesToggled, &GeneralPaneModel::looksForUpdates},

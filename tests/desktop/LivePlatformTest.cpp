@@ -1,12 +1,7 @@
-#include <atomic>
-#include <functional>
-#include <map>
-#include <thread>
-
 #include "ZAXElement/ZAXObserver.h"
 #include "backends/linux/LinuxPlatform.h"
 #include "backends/linux/system/SystemQueues.h"
-#include "desktop/DesktopTest.h"
+#include "desktop/support/Desktop.h"
 #include "platform/Accessibility.h"
 
 namespace jumplark::desktop {
@@ -34,7 +29,6 @@ class LivePlatform : public ::testing::Test {
   }
   ~LivePlatform() override { JLElement::flushCache(); }
 
-  AccessibilityPlatform& accessibility() { return *linux_->platform().accessibility; }
   bool await(const std::function<bool()>& state) {
     return waitUntil([&] {
       queues_.drainMainQueue();
@@ -43,7 +37,7 @@ class LivePlatform : public ::testing::Test {
   }
   /// As it is now, when it is there and has the role.
   JLElement::Pointer attribute(const ElementRef& of, const char* name, const std::string& role) {
-    const auto live = accessibility().live();
+    const auto live = linux_->platform().accessibility->live();
     const auto found = live->copyAttributeValue(of, name);
     const ElementRef* const ref = found.ok() ? found.value.element() : nullptr;
     const auto element = ref ? JLElement::elementWithJLAXElement(std::make_shared<JLAXElement>(*ref, live)) : nullptr;
@@ -120,23 +114,6 @@ TEST_F(LivePlatform, hearsOfValuesFocusWindowsAndDestroyedElements) {
     SCOPED_TRACE(watched.name);
     watch(watched);
   }
-}
-
-TEST_F(LivePlatform, aStoppedApplicationCostsOthersNothing) {
-  const Application stopped(desktop, {.command = {JUMPLARK_DEMO_QT6}, .busName = DemoProgram::kName, .role = "frame"});
-  const Application other(desktop, widgetFactory3());
-  const ElementRef silent = accessibility().createApplication(stopped.process().pid());
-  const ElementRef answering = accessibility().createApplication(other.process().pid());
-  stopped.process().stop();
-  std::atomic<bool> givenUp{false};
-  std::thread stuck([&] {
-    accessibility().prepareSnapshot(silent, true);
-    givenUp = true;
-  });
-  accessibility().prepareSnapshot(answering, true);
-  EXPECT_TRUE(accessibility().copyAttributeValue(answering, "AXFocusedWindow").ok());
-  EXPECT_FALSE(givenUp) << "the other one was read only after the time-out";
-  stuck.join();
 }
 
 }  // namespace

@@ -1,10 +1,7 @@
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 
-#include <chrono>
 #include <csignal>
-#include <functional>
-#include <memory>
 
 #include "desktop/Use.h"
 

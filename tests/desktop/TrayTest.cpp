@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <set>
 
-#include "desktop/DesktopTest.h"
+#include "desktop/support/Desktop.h"
 #include "desktop/support/RunningProgram.h"
 
 namespace jumplark::desktop {
@@ -90,18 +90,13 @@ TEST(Tray, theIconsMenuLeadsToEachPaneAndEndsTheProgram) {
   Panel panel(desktop.session);
   RunningProgram program(desktop.session);
   AppWindows& windows = program.windows();
-  const struct {
-    int step;
-    const char* button;
-    const char* pane;
-    const char* shows;
-  } cases[] = {
+  const std::tuple<int, const char*, const char*, const char*> cases[] = {
       {1, "1", "About", "Version "}, {2, "3", "Help", "This desktop"}, {3, "1", "General", "Activation shortcut:"}};
-  for (const auto& example : cases) {
-    SCOPED_TRACE(example.pane);
-    panel.choose(example.step, example.button);
-    EXPECT_TRUE(windows.waitForState("check box", example.pane, "checked"));
-    windows.waitFor("label", example.shows);
+  for (const auto& [step, button, pane, shows] : cases) {
+    SCOPED_TRACE(pane);
+    panel.choose(step, button);
+    EXPECT_TRUE(windows.waitForState("check box", pane, "checked"));
+    windows.waitFor("label", shows);
     EXPECT_TRUE(waitUntil([&] { return program.isOpen(); })) << "the window is not in front";
   }
   // The icon goes and comes with its setting, and with the panel.

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <string>
-
-#include "desktop/DesktopTest.h"
+#include "desktop/support/Desktop.h"
 #include "desktop/support/RunningProgram.h"
 
 namespace jumplark::desktop {
@@ -33,6 +31,14 @@ struct Use {
       return ::testing::AssertionSuccess();
     }
     return ::testing::AssertionFailure() << rect << " shows " << boxPixel(session(), rect) << " on " << plain;
+  }
+
+  /// Waits until a screen reader is told this of the field, which it reads.
+  bool tells(const std::string& description) {
+    return waitUntil([&] {
+      const auto field = program.windows().find("text", "What to click");
+      return field && field->description == description;
+    });
   }
 
   /// Runs a command in the session before anything else is started in it.

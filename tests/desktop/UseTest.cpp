@@ -22,6 +22,7 @@ void UseOnEachDesktop::typeMoveAndClick() {
   const uint32_t plain = boxPixel(use.session(), apply);
   use.program.open();
   use.program.query("apply");
+  EXPECT_TRUE(use.program.windows().waitForState("text", "What to click", "focused"));
   EXPECT_TRUE(use.boxed(apply, kSelectedColor, plain));
   use.close("Return");
   EXPECT_TRUE(use.demo.says("clicked Apply"));
@@ -41,6 +42,7 @@ void UseOnEachDesktop::typeMoveAndClick() {
   EXPECT_TRUE(use.boxed(cancel, kMatchColor, plain));
   use.program.key("Tab");
   EXPECT_TRUE(use.boxed(cancel, kSelectedColor, plain));
+  EXPECT_TRUE(use.tells("Cancel, " + second->label));
   EXPECT_TRUE(use.program.waitUntilReturnIsForOthers());
   use.close("Return");
   EXPECT_TRUE(use.demo.says("clicked Cancel")) << use.demo.process().out();
@@ -114,74 +116,16 @@ TEST(Use, choosesCommandsOfClosedMenusWithoutOpeningThem) {
   use.session().keys({"key", "--delay", "0", RunningProgram::kShortcut, "type", "--delay", "0", "zoom o"});
   use.close("Return");
   EXPECT_TRUE(use.demo.says("triggered Zoom Out")) << use.demo.process().out();
-  const auto tells = [&](const char* description) {
-    return waitUntil([&] {
-      const auto field = use.program.windows().find("text", "What to click");
-      return field && field->description == description;
-    });
-  };
   use.program.open();
   use.program.key("F10");
   use.program.query("recent");
-  EXPECT_TRUE(tells("report.txt, File, Recent"));
+  EXPECT_TRUE(use.tells("report.txt, File, Recent"));
   use.program.key("Down");
-  EXPECT_TRUE(tells("notes.md, File, Recent"));
+  EXPECT_TRUE(use.tells("notes.md, File, Recent"));
   use.close("Return");
   EXPECT_TRUE(use.demo.says("triggered notes.md")) << use.demo.process().out();
   EXPECT_THAT(use.demo.linesBeginning("pressed "), IsEmpty());
   EXPECT_THAT(use.demo.linesBeginning("opened "), ::testing::ElementsAre("opened Demo")) << "its window only";
-}
-
-TEST(Use, movesThePointerOnATapOfControlAndFocusesOnTheSecond) {
-  Use use;
-  const PixelRect email = use.demo.part("Email").rect;
-  use.program.open();
-  use.program.query("example.org");
-  use.program.key("Control_L");
-  EXPECT_TRUE(waitUntil([&] {
-    const std::string at = use.session().run({"xdotool", "getmouselocation", "--shell"}).out;
-    int x = 0;
-    int y = 0;
-    return std::sscanf(at.c_str(), "X=%d\nY=%d", &x, &y) == 2 && email.contains(x, y);
-  }));
-  EXPECT_TRUE(use.program.isOpen());
-  use.session().keys({"key", "--delay", "60", "Control_L", "Control_L"});
-  EXPECT_TRUE(use.demo.says("focused Email"));
-  EXPECT_TRUE(use.program.waitUntilClosed());
-  EXPECT_THAT(use.demo.linesBeginning("pressed "), IsEmpty());
-}
-
-TEST(Use, tellsAScreenReaderWhatIsSelectedAndItsLabel) {
-  Use use;
-  use.program.open();
-  use.program.query(".but");
-  const Matches matches = use.demo.matches(".but");
-  ASSERT_GT(matches.size(), 1U);
-  std::string told;
-  const auto tells = [&](const Match& match) {
-    return waitUntil([&] {
-      const auto field = use.program.windows().find("text", "What to click");
-      told = field && field->is("focused") ? field->description : "";
-      const size_t comma = told.rfind(", ");
-      return comma != std::string::npos && match.hasText(told.substr(0, comma)) &&
-             told.substr(comma + 2) == match.label;
-    });
-  };
-  EXPECT_TRUE(use.program.windows().shows("dialog", "Jumplark"));
-  EXPECT_TRUE(tells(matches[0])) << told;
-  use.program.key("Tab");
-  EXPECT_TRUE(tells(matches[1])) << told;
-}
-
-TEST(Use, makesAClickADoubleOneOnAReturnRightAfterIt) {
-  Use use(WindowManager::xfwm4, "List");
-  use.program.open();
-  use.program.query("edinburgh");
-  use.program.key("Return");
-  ASSERT_TRUE(waitUntil([&] { return !use.demo.linesBeginning("pressed ").empty(); }));
-  EXPECT_TRUE(waitUntil([&] { return use.session().heldInput().empty(); }));
-  use.program.key("Return");
-  EXPECT_TRUE(waitUntil([&] { return !use.demo.linesBeginning("double-pressed ").empty(); }));
 }
 
 }  // namespace

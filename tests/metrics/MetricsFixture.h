@@ -17,16 +17,14 @@ class MetricsFixture : public ::testing::Test {
     answerWith(200);
   }
 
-  static HttpAnswer accepted() {
-    HttpAnswer answer;
-    answer.status = 200;
-    return answer;
-  }
-  void answerWith(int32_t status, const std::string& body = {}) {
-    desktop.http().setResponder([status, body](const HttpRequest&) {
+  /// The server answers with that status, and something happens meanwhile.
+  void answerWith(
+      int32_t status, const std::function<void()>& meanwhile = [] {}) {
+    desktop.http().setResponder([=](const HttpRequest&) {
+      meanwhile();
       HttpAnswer answer;
       answer.status = status;
-      answer.body = body;
+      answer.body = "no\nway \xc3\xbc";
       return answer;
     });
   }

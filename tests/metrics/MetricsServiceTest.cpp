@@ -195,10 +195,7 @@ TEST_F(PreviousSession, isTriedAgainEveryPeriodUntilItGoesThrough) {
     EXPECT_EQ(requestCount(), tries);
     advance(1s);
   }
-  desktop.http().setResponder([this](const HttpRequest&) {
-    EXPECT_TRUE(desktop.files().contents(kPath)) << "whoever is killed now sends it again";
-    return accepted();
-  });
+  answerWith(200, [this] { EXPECT_TRUE(desktop.files().contents(kPath)) << "whoever is killed now sends it again"; });
   advance(3600s);
   EXPECT_EQ(requestCount(), 5U);
   EXPECT_FALSE(desktop.files().contents(kPath));
@@ -243,7 +240,7 @@ TEST_F(PreviousSession, logsItsFailures) {
       std::make_shared<spdlog::logger>("test", std::make_shared<spdlog::sinks::ostream_sink_mt>(log, true)));
   spdlog::set_pattern("%v");
   track("e", MetricData{{"a", "\xFF"}});
-  answerWith(500, "no\nway \xc3\xbc");
+  answerWith(500);
   service->sendEventsWithEnvironmentAndSessionID(json::array(), nullptr, "S");
   desktop.files().put(kPath, "[]");
   start();
@@ -277,10 +274,7 @@ TEST_F(PreviousSession, anUploadThatEndsAfterTheShutdownDoesNotDeleteTheNewFile)
   EXPECT_EQ(names(kept()["events"]), "a");
   EXPECT_EQ(requestCount(), 1U) << "nothing is sent after the shutdown";
   desktop.http().setDelay(0s);
-  desktop.http().setResponder([this](const HttpRequest&) {
-    service->shutdown();  // as the server is about to say yes
-    return accepted();
-  });
+  answerWith(200, [this] { service->shutdown(); });  // as the server is about to say yes
   start();
   EXPECT_EQ(kept()["session_id"], service->sessionID());
 }

@@ -1,6 +1,3 @@
-#include <iterator>
-#include <tuple>
-
 #include "overlay/Colors.h"
 #include "overlay/JLElementHighlighter.h"
 #include "overlay/JLOverlayWindow.h"

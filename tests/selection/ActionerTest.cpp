@@ -1,5 +1,3 @@
-#include <chrono>
-
 #include "selection/JLElementActioner.h"
 #include "streams/NotificationCenter.h"
 #include "support/DesktopText.h"

@@ -1,9 +1,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <map>
-#include <stdexcept>
 
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"

@@ -12,7 +12,8 @@ namespace {
 /// A program in a private session, seen by the real platform.
 struct LinuxDesktop {
   LinuxDesktop(const std::string& program, const std::string& button)
-      : process(desktop::startApplication(session, {program}, program, "push button", button)) {
+      : process(desktop::startProgram(
+            session, {.command = {program}, .busName = program, .role = "push button", .element = button})) {
     auto opened = LinuxPlatform::open(queues);
     if (!opened.platform) {
       throw std::runtime_error(opened.error);

@@ -10,8 +10,7 @@ namespace {
 
 class X11InputSourcesTest : public X11Test {};
 
-// That selecting one changes the whole session is proved by the layout that the query window forces.
-TEST_F(X11InputSourcesTest, listsLayoutsWithTheirVariantsInTheUsersLanguage) {
+TEST_F(X11InputSourcesTest, listsLayoutsWithTheirVariantsInTheUsersLanguageAndSelectsThemForEverybody) {
   start({.windowManager = desktop::WindowManager::none});
   using Named = std::vector<std::pair<std::string, std::string>>;
   const struct {
@@ -41,6 +40,12 @@ TEST_F(X11InputSourcesTest, listsLayoutsWithTheirVariantsInTheUsersLanguage) {
     EXPECT_EQ(named, expected);
   }
   EXPECT_FALSE(sources.select("fr"));
+  ASSERT_EQ(session_->run({"setxkbmap", "us,ru"}).status, 0);
+  X11InputSources others(X11Connection::open(session_->display()).connection);
+  for (const std::string layout : {"ru", "us"}) {
+    EXPECT_TRUE(sources.select(layout));
+    EXPECT_EQ(others.currentKeyboardLayout().value_or(InputSource()).identifier, layout);
+  }
   unsetenv("LANGUAGE");
   std::setlocale(LC_ALL, before.c_str());
 }

@@ -155,21 +155,6 @@ QWidget* makeText() {
   return new QPlainTextEdit(text);
 }
 
-QWidget* makeChanging() {
-  auto* page = new QWidget;
-  auto* grid = new QGridLayout(page);
-  grid->addWidget(new QPushButton("Lasting"), 0, 0);
-  auto* timer = new QTimer(page);
-  QObject::connect(timer, &QTimer::timeout, page, [grid, buttons = QList<QPushButton*>(60), next = 0]() mutable {
-    const int place = next % static_cast<int>(buttons.size());
-    delete buttons[place];
-    buttons[place] = new QPushButton("Button " + QString::number(++next));
-    grid->addWidget(buttons[place], 1 + place / 6, place % 6);
-  });
-  timer->start(2);
-  return page;
-}
-
 QWidget* makeSecrets() {
   const QString secret = "hunter-Zebra-4711";
   return holding<QVBoxLayout>(
@@ -192,9 +177,9 @@ void fill(QMainWindow& window, const QString& page) {
     const char* title;
     QWidget* (*make)();
     bool always;
-  } pages[] = {{"Form", makeForm, true},          {"Table", makeTable, true},       {"Tree", makeTree, true},
-               {"List", makeList, true},          {"Scrolled", makeScrolled, true}, {"Text", makeText, false},
-               {"Changing", makeChanging, false}, {"Secrets", makeSecrets, false}};
+  } pages[] = {{"Form", makeForm, true},       {"Table", makeTable, true},       {"Tree", makeTree, true},
+               {"List", makeList, true},       {"Scrolled", makeScrolled, true}, {"Text", makeText, false},
+               {"Secrets", makeSecrets, false}};
   window.setWindowTitle("Demo");
   addMenus(window.menuBar());
   QToolBar* bar = window.addToolBar("Navigation");

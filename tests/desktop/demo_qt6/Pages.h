@@ -16,7 +16,6 @@ namespace demo {
 /// These are there only when they are the page in front:
 ///
 /// Text      5 MB of numbered lines
-/// Changing  "Lasting" and sixty buttons, one of which is replaced every other millisecond
 /// Secrets   password fields of each kind, and one that shows "plain to see"
 ///
 /// "Crowded" is the form with more than there is room for: in the tool bar "Fill", which has an arrow for its menu,

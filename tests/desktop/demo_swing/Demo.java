@@ -53,8 +53,6 @@ public final class Demo {
     JPanel form = new JPanel(new GridLayout(0, 2, 8, 8));
     form.add(labelled(form, "Your name", new JTextField("typed name")));
     form.add(labelled(form, "Secret", new JPasswordField("correct horse")));
-    JButton disabled = new JButton("Disabled Button");
-    disabled.setEnabled(false);
     JButton hidden = new JButton("Never Shown");
     hidden.setVisible(false);
     JCheckBox agree = new JCheckBox("I agree");
@@ -63,18 +61,13 @@ public final class Demo {
     colour.addActionListener(event -> did("colour " + colour.getSelectedItem()));
     JComboBox<String> place = new JComboBox<>(new String[] {"Berlin", "Lisbon"});
     place.setEditable(true);
-    JSlider volume = new JSlider(0, 100, 30);
-    volume.getAccessibleContext().setAccessibleName("Volume");
-    JButton iconOnly = new JButton();
-    iconOnly.setToolTipText("Tip Only");
     JButton ask = new JButton("Ask");
     ask.addActionListener(event -> ask());
     JButton offer = new JButton("Offer");
     offer.addActionListener(event -> offer(offer));
     for (JComponent part : new JComponent[] {
-        plainButton(), disabled, hidden, agree, new JToggleButton("Pinned"), new JRadioButton("Small size", true),
-        new JRadioButton("Large size"), colour, place, volume, new JSpinner(new SpinnerNumberModel(17, 0, 99, 1)),
-        iconOnly, ask, offer}) {
+        plainButton(), hidden, agree, new JRadioButton("Small size", true), colour, place,
+        new JSpinner(new SpinnerNumberModel(17, 0, 99, 1)), ask, offer}) {
       form.add(part);
     }
     return form;

@@ -28,7 +28,6 @@ std::string take(gchar* text) {
 const std::pair<AtspiStateType, const char*> kStates[] = {{ATSPI_STATE_CHECKED, "checked"},
                                                           {ATSPI_STATE_FOCUSED, "focused"},
                                                           {ATSPI_STATE_PRESSED, "pressed"},
-                                                          {ATSPI_STATE_EXPANDED, "expanded"},
                                                           {ATSPI_STATE_SENSITIVE, "sensitive"}};
 
 bool isGtk4(AtspiAccessible* application) {

@@ -40,23 +40,19 @@ void AppWindows::changeSetting(const std::string& key, const nlohmann::json& val
 FakePrograms::FakePrograms(PrivateSession& session) : folder_(fs::path(session.folder()) / "programs") {}
 
 void FakePrograms::put(const std::string& name, const std::string& given) const {
-  const std::string called = (folder_ / (name + ".called")).string();
-  replaceFile(folder_ / name, "#!/bin/sh\n" + given + "\necho \"$*\" >'" + called + ".part'\n/bin/mv '" + called +
-                                  ".part' '" + called + "'\n");
+  const std::string calls = (folder_ / (name + ".calls")).string();
+  replaceFile(folder_ / name, "#!/bin/sh\n" + given + "\necho called \"$*\" >>'" + calls + "'\n");
 }
 
 Environment FakePrograms::environment(bool andOthers) const {
   return {{"PATH", folder_.string() + (andOthers ? std::string(":") + std::getenv("PATH") : "")}};
 }
 
-std::optional<std::string> FakePrograms::takeCallOf(const std::string& name) const {
-  const fs::path called = folder_ / (name + ".called");
-  if (!fs::exists(called)) {
-    return std::nullopt;
-  }
-  std::string arguments = testing::readFile(called);
-  fs::remove(called);
-  return arguments;
+bool FakePrograms::waitForCall(const std::string& name, const std::string& with) const {
+  return waitUntil([&] {
+    const std::string calls = testing::readFile(folder_ / (name + ".calls"));
+    return !calls.empty() && calls.find(with) != std::string::npos;
+  });
 }
 
 }  // namespace jumplark::desktop

@@ -2,9 +2,6 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "desktop/support/Applications.h"
 
@@ -32,8 +29,8 @@ class FakePrograms {
   void put(const std::string& name, const std::string& given = "") const;
   /// The environment of a program that finds them before others, or nothing but them.
   Environment environment(bool andOthers = true) const;
-  /// What it was called with last; none when it was not, or since somebody was told of it.
-  std::optional<std::string> takeCallOf(const std::string& name) const;
+  /// Waits until it has been called with arguments that contain this.
+  bool waitForCall(const std::string& name, const std::string& with) const;
 
  private:
   std::filesystem::path folder_;

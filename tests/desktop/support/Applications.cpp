@@ -77,17 +77,27 @@ void AccessibleApplication::click(const std::string& role, const std::string& na
   session_.click(element.rect);
 }
 
-Process& startApplication(PrivateSession& session, const Arguments& arguments, const std::string& name,
-                          const std::string& role, const std::string& elementName, const Environment& extra) {
-  Process& process = session.start(arguments, extra);
+Process& startProgram(PrivateSession& session, const Program& program) {
+  Process& process = session.start(program.command, program.environment);
   const SessionWindow window = session.waitForWindow([&](const SessionWindow& candidate) {
-    return candidate.pid == process.pid() && !candidate.overrideRedirect && candidate.rect.width > 100;
+    return program.title.empty()
+               ? candidate.pid == process.pid() && !candidate.overrideRedirect && candidate.rect.width > 100
+               : candidate.title.starts_with(program.title);
   });
-  if (!session.activate(window.id)) {
-    throw std::runtime_error(name + " did not come to the front: " + process.err());
+  if (!program.role.empty()) {
+    AccessibleApplication(session, program.busName).waitFor(program.role, program.element);
   }
-  AccessibleApplication(session, name).waitFor(role, elementName);
+  // A dialog of its own that is in front stays there.
+  if (!isInFront(session, process) && !session.activate(window.id)) {
+    throw std::runtime_error(program.busName + " did not come to the front: " + process.err());
+  }
   return process;
+}
+
+bool isInFront(const PrivateSession& session, const Process& process) {
+  return session.hasWindow([&](const SessionWindow& window) {
+    return window.pid == process.pid() && !window.overrideRedirect && window.id == session.activeWindow();
+  });
 }
 
 }  // namespace jumplark::desktop

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "desktop/support/PrivateSession.h"
 
 namespace jumplark::desktop {
@@ -48,9 +44,20 @@ class AccessibleApplication {
   std::string name_;
 };
 
-/// Starts an application and returns when its window has the focus and an element of that role and name shows;
-/// throws std::runtime_error when it does not come to that.
-Process& startApplication(PrivateSession& session, const Arguments& arguments, const std::string& name,
-                          const std::string& role, const std::string& elementName, const Environment& extra = {});
+/// A program that tests operate: how it is started, and how one knows that it can be used.
+struct Program {
+  Arguments command;
+  std::string busName;     ///< on the accessibility bus
+  std::string title = "";  ///< how the title of its window begins; the first window of its process without
+  std::string role = "";   ///< of what shows on the bus when it can be used; its window is enough without
+  std::string element = "";
+  Arguments target = {};  ///< how Jumplark is told of it; by its process without
+  Environment environment = {};
+};
+
+/// Starts it and returns when it can be used, its window in front; throws std::runtime_error when it does not come to
+/// that.
+Process& startProgram(PrivateSession& session, const Program& program);
+bool isInFront(const PrivateSession& session, const Process& process);
 
 }  // namespace jumplark::desktop

@@ -1,45 +1,22 @@
 #include "desktop/support/Desktop.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <csignal>
 #include <sstream>
 #include <stdexcept>
-
-#include "support/TemporaryFolder.h"
 
 namespace jumplark::desktop {
 
 Application::Application(Desktop& desktop, const Program& program)
     : AccessibleApplication(desktop.session, program.busName),
       desktop_(desktop),
-      process_(desktop.session.start(program.command, program.environment)),
-      target_(program.target.empty() ? Arguments{"--pid", std::to_string(process_.pid())} : program.target) {
-  const SessionWindow window = session_.waitForWindow([&](const SessionWindow& candidate) {
-    return program.title.empty()
-               ? candidate.pid == process_.pid() && !candidate.overrideRedirect && candidate.rect.width > 100
-               : candidate.title.starts_with(program.title);
-  });
-  if (!program.role.empty()) {
-    waitFor(program.role, program.element);
-  }
-  // A dialog of its own that is in front stays there.
-  if (!isActive() && !session_.activate(window.id)) {
-    throw std::runtime_error(program.busName + " did not come to the front: " + process_.err());
-  }
-}
+      process_(startProgram(session_, program)),
+      target_(program.target.empty() ? Arguments{"--pid", std::to_string(process_.pid())} : program.target) {}
 
 Application::~Application() {
   process_.kill(SIGKILL);
   waitUntil([this] {
     return !session_.hasWindow([this](const SessionWindow& window) { return window.pid == process_.pid(); });
-  });
-}
-
-bool Application::isActive() const {
-  return session_.hasWindow([this](const SessionWindow& window) {
-    return window.pid == process_.pid() && !window.overrideRedirect && window.id == session_.activeWindow();
   });
 }
 
@@ -111,11 +88,6 @@ Program widgetFactory4() {
           .title = "GTK Widget Factory",
           .target = {"--app", "Widget Factory"},
           .environment = {{"G_DEBUG", "fatal-warnings"}}};
-}
-
-Program kcalc() {
-  return {
-      .command = {"kcalc"}, .busName = "kcalc", .role = "push button", .element = "7", .target = {"--app", "kcalc"}};
 }
 
 Program mousepad(const PrivateSession& session) {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include <gmock/gmock.h>
 
 #include "desktop/support/Applications.h"
 #include "desktop/support/Jumplark.h"
+#include "support/TemporaryFolder.h"
 
 namespace jumplark::desktop {
 
@@ -21,17 +21,6 @@ struct Desktop {
   Jumplark jumplark;
 };
 
-/// A program that tests operate: how it is started, and how one knows that it can be used.
-struct Program {
-  Arguments command;
-  std::string busName;     ///< on the accessibility bus
-  std::string title = "";  ///< how the title of its window begins; the first window of its process without
-  std::string role = "";   ///< of what shows on the bus when it can be used; its window is enough without
-  std::string element = "";
-  Arguments target = {};  ///< how Jumplark is told of it; by its process without
-  Environment environment = {};
-};
-
 /// A program that runs in a session, its window in front.
 class Application : public AccessibleApplication {
  public:
@@ -45,7 +34,7 @@ class Application : public AccessibleApplication {
   Desktop& desktop() { return desktop_; }
   Process& process() const { return process_; }
   const Arguments& target() const { return target_; }
-  bool isActive() const;
+  bool isActive() const { return isInFront(session_, process_); }
   /// Whether a window's title begins so, of whichever application.
   bool hasTitle(const std::string& beginning) const;
 
@@ -96,7 +85,6 @@ class DemoProgram : public Application {
 /// must give them no reason to.
 Program widgetFactory3();
 Program widgetFactory4();
-Program kcalc();
 /// A text of numbered lines, larger than any window.
 Program mousepad(const PrivateSession& session);
 /// A list of 50,000 rows whose two columns say "row N", and a form with a password and with "plain to see", both GTK 3.

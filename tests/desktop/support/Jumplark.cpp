@@ -81,12 +81,6 @@ const Match* find(const Matches& matches, const std::string& role, const std::st
   return found == matches.end() ? nullptr : &*found;
 }
 
-const Match* findAt(const Matches& matches, const std::string& role, const PixelRect& rect) {
-  const auto found =
-      std::ranges::find_if(matches, [&](const Match& match) { return match.role == role && match.rect == rect; });
-  return found == matches.end() ? nullptr : &*found;
-}
-
 std::set<std::string> allTexts(const Matches& matches) {
   std::set<std::string> texts;
   for (const Match& match : matches) {

@@ -1,11 +1,6 @@
 #pragma once
 
-#include <map>
-#include <optional>
 #include <set>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "desktop/support/PrivateSession.h"
 
@@ -47,8 +42,6 @@ class Jumplark {
 
 /// The first match of a role whose texts hold one that equals `text`; null when there is none.
 const Match* find(const Matches& matches, const std::string& role, const std::string& text);
-/// The match with this role and rectangle; null when there is none.
-const Match* findAt(const Matches& matches, const std::string& role, const PixelRect& rect);
 /// Every text of every match.
 std::set<std::string> allTexts(const Matches& matches);
 

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "desktop/support/Process.h"
 #include "desktop/support/SessionDisplay.h"

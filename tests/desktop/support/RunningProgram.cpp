@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
-#include <cstdlib>
 #include <stdexcept>
-#include <utility>
 
 #include "support/TemporaryFolder.h"
 

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "desktop/support/AppWindows.h"
 
 namespace jumplark::desktop {

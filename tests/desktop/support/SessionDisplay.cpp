@@ -71,10 +71,6 @@ std::optional<SessionWindow> SessionDisplay::describe(uint32_t window) const {
     result.title = property(window, XCB_ATOM_WM_NAME);
   }
   result.className = property(window, XCB_ATOM_WM_CLASS);
-  while (!result.className.empty() && result.className.back() == '\0') {
-    result.className.pop_back();
-  }
-  std::ranges::replace(result.className, '\0', ' ');
   const uint32_t pid = number(window, netWmPid_);
   result.pid = pid != 0 ? static_cast<int>(pid) : -1;
   result.overrideRedirect = attributes->override_redirect != 0;

@@ -29,7 +29,7 @@ struct PixelRect {
 struct SessionWindow {
   uint32_t id = 0;
   std::string title;
-  std::string className;  ///< both parts of WM_CLASS, a space between
+  std::string className;  ///< both parts of WM_CLASS, each with a NUL at its end
   int pid = -1;           ///< _NET_WM_PID; -1 without
   bool overrideRedirect = false;
   PixelRect rect;  ///< of the client's own window

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "desktop/toolkits/Toolkits.h"
@@ -49,21 +47,6 @@ void openTheUppermostList(Application& application) {
   ASSERT_FALSE(matches.empty());
   const PixelRect box = std::ranges::min(matches, {}, [](const Match& match) { return match.rect.y; }).rect;
   application.desktop().session.click(box.x + box.width - kIntoArrow, box.y + box.height / 2);
-}
-
-Program expander(const PrivateSession&) {
-  return {.command = {"gtk3-demo", "--run", "expander"},
-          .busName = "gtk3-demo",
-          .role = "toggle button",
-          .element = "Details:",
-          .target = {"--app", "gtk3-demo"}};
-}
-
-bool isOpenAlike(Application& application, bool open) {
-  const auto arrow = application.find("toggle button", "Details:");
-  const bool showsDetails =
-      std::ranges::any_of(application.matches(), [](const Match& match) { return match.role == "TextArea"; });
-  return arrow && arrow->is("expanded") == open && showsDetails == open;
 }
 
 const std::map<std::string, std::set<std::string>> kRolesOfGtk3 = {
@@ -148,11 +131,6 @@ std::vector<Subject> gtkSubjects() {
            .shown = {{"MenuBarItem", {"File", "Help"}}},
            .steps = {{"", lists("(o) File ▸ Color ▸ Green  Control+G"), choosing("green")},
                      {"", titled("About"), choosing("about")}}},
-          {.name = "Gtk3Expander",
-           .program = expander,
-           .shown = {{"DisclosureTriangle", {"Details:"}}},
-           .steps = {{"details", [](Application& application) { return isOpenAlike(application, true); }},
-                     {"details", [](Application& application) { return isOpenAlike(application, false); }}}},
           gtk4("Gtk4", WindowManager::xfwm4),
           gtk4("Gtk4Composited", WindowManager::xfwm4Compositor)};
 }

@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "desktop/DesktopTest.h"
 #include "desktop/toolkits/Toolkits.h"
 
 namespace jumplark::desktop {
@@ -8,7 +7,6 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 void expectOnItsPixels(PrivateSession& session, const PixelRect& box, uint32_t colour, int slack) {
   const int inside = slack;

@@ -1,7 +1,5 @@
 #include "desktop/toolkits/Toolkits.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <memory>
 #include <regex>

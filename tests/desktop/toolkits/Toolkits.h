@@ -1,11 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <map>
-#include <set>
-#include <string>
-#include <vector>
-
 #include "desktop/support/Desktop.h"
 
 namespace jumplark::desktop {

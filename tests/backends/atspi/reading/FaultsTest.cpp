@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <systemd/sd-bus.h>
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -53,8 +54,13 @@ TEST_F(Faults, costOthersNothing) {
   other.add("frame", "there", element(role::pushButton, "there"));
   source().setMessagingTimeout(20);
   app.peer().hang();
-  std::thread stuck([this] { source().read({app.ref("frame")}, facts::texts, {}); });
+  std::atomic<bool> isGivenUp{false};
+  std::thread stuck([&] {
+    source().read({app.ref("frame")}, facts::texts, {});
+    isGivenUp = true;
+  });
   EXPECT_EQ(source().take(other.root(), true, {})->elements().size(), 3U);
+  EXPECT_FALSE(isGivenUp) << "the other one waited for the time-out";
   app.peer().resume();
   stuck.join();
 }
@@ -78,6 +84,9 @@ TEST_F(Faults, endTheReadingOfAnApplicationThatAnswersSlowly) {
     readEverything(platform, elements());
     EXPECT_FALSE(app.wasAsked(kLast)) << "the time for all of it was over long before";
   }
+  app.answerInstead([answers = 0](auto&&...) mutable { return ++answers > 100; });
+  platform.prepareSnapshot(app.root(), true);
+  EXPECT_FALSE(elements().empty()) << "silent in the middle: what was read until then is kept";
   app.answerInstead({});
   platform.prepareSnapshot(app.root(), true);
   EXPECT_EQ(elements().size(), 2 + 2 * size_t{kPanels});
