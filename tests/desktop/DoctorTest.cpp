@@ -55,6 +55,8 @@ TEST(Doctor, tellsHowToStartAnApplicationThatShowsNothing) {
   silentBrowser.environment = {{"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
   const std::pair<Program, std::vector<const char*>> cases[] = {
       {silentBrowser, {"start it with --force-renderer-accessibility"}},
+      {{.command = {"gtk-demo"}, .title = "GTK+ Code Demos"},
+       {"GTK 2 programs show what they hold", "GTK_MODULES=gail:atk-bridge"}},
       {swingDemo(),
        {"Java programs show what they hold",
         "JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper "}}};
