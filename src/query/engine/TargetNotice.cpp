@@ -42,11 +42,27 @@ bool hasChoices(const JLElementTree& tree) {
   return false;
 }
 
+bool holdsElements(const xmlNode* node) {
+  for (const xmlNode* child = node->children; child != nullptr; child = child->next) {
+    if (JLElementNode::fromXML(child) != nullptr) {
+      return true;
+    }
+  }
+  return false;
+}
+
 std::string withAdvice(const std::string& finding, const std::string& advice) {
   return advice.empty() ? finding : finding + " " + advice;
 }
 
 }  // namespace
+
+bool hasEmptyPage(const JLElementTree& tree) {
+  const auto& nodes = tree.nodes();
+  return std::any_of(nodes.begin(), nodes.end(), [](const auto& node) {
+    return node->attribute("Role") == "WebArea" && !node->visibleBounds().isNull() && !holdsElements(node->xml());
+  });
+}
 
 std::string noticeForTarget(const JLElement& application, const JLElementTree& tree, const std::string& name) {
   if (hasChoices(tree)) {
