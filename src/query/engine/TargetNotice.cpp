@@ -58,10 +58,21 @@ std::string withAdvice(const std::string& finding, const std::string& advice) {
 }  // namespace
 
 bool hasEmptyPage(const JLElementTree& tree) {
-  const auto& nodes = tree.nodes();
-  return std::any_of(nodes.begin(), nodes.end(), [](const auto& node) {
-    return node->attribute("Role") == "WebArea" && !node->visibleBounds().isNull() && !holdsElements(node->xml());
-  });
+  bool isEmpty = false;
+  for (const auto& node : tree.nodes()) {
+    const bool isPage = node->attribute("Role") == "WebArea";
+    const bool mayHoldPage = isPage || node->attribute("Subrole") == "PageFrame";
+    if (!mayHoldPage || node->visibleBounds().isNull()) {
+      continue;
+    }
+    const bool isFilled = holdsElements(node->xml());
+    // A page may hold frames that stay empty.
+    if (isPage && isFilled) {
+      return false;
+    }
+    isEmpty = isEmpty || !isFilled;
+  }
+  return isEmpty;
 }
 
 std::string noticeForTarget(const JLElement& application, const JLElementTree& tree, const std::string& name) {

@@ -159,7 +159,7 @@ TEST(QueryPipeline, readsAPageAgainThatTellsNothingYetUntilItDoesOrTimeIsUp) {
   EXPECT_EQ(fixture.window().notice(), waiting) << "it still tells nothing";
   fixture.desktop->accessibility().setError("link", AccessibilityError::success);
   fixture.user("+1000");
-  EXPECT_EQ(fixture.matches(), (Strings{"Reload", "Relations"}));
+  EXPECT_EQ(fixture.matches(), (Strings{"Relations", "Reload"}));
   EXPECT_EQ(fixture.window().notice(), "");
   const size_t snapshots = fixture.reports("enumeration");
   fixture.user("+60000");
