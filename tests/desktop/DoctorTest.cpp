@@ -55,7 +55,7 @@ TEST(Doctor, tellsHowToStartAnApplicationThatShowsNothing) {
   silentBrowser.environment = {{"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
   const std::pair<Program, std::vector<const char*>> cases[] = {
       {silentBrowser, {"start it with --force-renderer-accessibility"}},
-      {{.command = {"gtk-demo"}, .title = "GTK+ Code Demos"},
+      {{.command = {"gtk-demo"}, .busName = "gtk-demo"},
        {"GTK 2 programs show what they hold", "GTK_MODULES=gail:atk-bridge"}},
       {swingDemo(),
        {"Java programs show what they hold",
