@@ -62,6 +62,21 @@ TEST_F(PartsOfGtk3, areSteppersAndTriangles) {
                           "Decrease 300,140 40x40", "Collapse Fruit 110,150 20x20", "Expand Apples 130,170 20x20"));
 }
 
+TEST_F(PartsOfGtk3, areCrossesOfTabsThatStandFurtherApartThanTheirCaptionsNeed) {
+  const std::tuple<const char*, double, double> rows[] = {
+      {"plain", 20, 32}, {"crossed", 20, 64}, {"iconic", 44, 64}, {"lonely", 20, 0}};
+  double y = 60;
+  for (const auto& [id, before, apart] : rows) {
+    add("frame", id, role::pageTabList, "", {110, y, 300, 20});
+    add(id, std::string(id) + "1", role::pageTab, id, {110 + before, y, 60, 20});
+    if (apart > 0) {
+      add(id, std::string(id) + "2", role::pageTab, "other", {170 + before + apart, y, 60, 20});
+    }
+    y += 30;
+  }
+  EXPECT_THAT(parts(), ElementsAre("Close crossed 190,90 32x20", "Close other 314,90 32x20"));
+}
+
 TEST_F(PartsOfGtk3, areWhereTheirElementIsWhenTheyAreActedOn) {
   add("frame", "copies", role::spinButton, "Copies", {110, 60, 120, 30});
   parts();

@@ -58,6 +58,13 @@ void addSteppers(Reading& reading, const ElementFacts& field, const Rect& more, 
            caption.empty() ? std::string(localized("Decrease")) : localizedFormat("Decrease {}", caption), less});
 }
 
+void addStackedSteppers(Reading& reading, const ElementFacts& field) {
+  constexpr double kArrow = 16;
+  const Rect& r = *field.extents;
+  const double half = r.height / 2;
+  addSteppers(reading, field, {r.maxX() - kArrow, r.y, kArrow, half}, {r.maxX() - kArrow, r.y + half, kArrow, half});
+}
+
 void addTriangle(Reading& reading, const ElementFacts& row, const Rect& place) {
   constexpr uint64_t kExpandable = uint64_t{1} << static_cast<unsigned>(state::expandable);
   constexpr uint64_t kExpanded = uint64_t{1} << static_cast<unsigned>(state::expanded);
@@ -67,6 +74,11 @@ void addTriangle(Reading& reading, const ElementFacts& row, const Rect& place) {
           {"triangle", role::toggleButton,
            isOpen ? localizedFormat("Collapse {}", caption) : localizedFormat("Expand {}", caption), place,
            isOpen ? kExpandable | kExpanded : kExpandable});
+}
+
+void addCross(Reading& reading, const ElementFacts& tab, const Rect& place) {
+  addPart(reading, tab,
+          {"cross", role::pushButton, localizedFormat("Close {}", captionOf(tab, reading.elements)), place});
 }
 
 }  // namespace jumplark::atspi

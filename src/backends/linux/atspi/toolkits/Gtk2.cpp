@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/toolkits/ControlParts.h"
 #include "backends/linux/atspi/toolkits/LoadedLibraries.h"
 #include "platform/Texts.h"
 
@@ -21,6 +23,12 @@ bool hasModule(const std::filesystem::path& library, const char* name) {
 }
 
 }  // namespace
+
+void Gtk2::addParts(Reading& reading) const {
+  for (const ElementFacts* field : shownOf(reading.elements, role::isOneOf<role::spinButton>)) {
+    addStackedSteppers(reading, *field);
+  }
+}
 
 std::string Gtk2::adviceForSilent(int32_t pid, const Snapshot* snapshot) const {
   const std::string library = snapshot ? std::string() : loadedLibrary(pid, "libgtk-x11-2.0.so");

@@ -49,6 +49,32 @@ void addTrianglesOf(const ElementFacts& tree, Reading& reading) {
   }
 }
 
+/// A tab tells the place of its caption alone. Tabs with a cross stand further apart than the edge of the first caption
+/// from the edge of the row accounts for; what stands before captions would move that as well.
+void addCrossesOf(const ElementFacts& row, Reading& reading) {
+  constexpr double kPadding = 16;  // of a tab, beside its caption, in the default theme
+  constexpr double kSmallestCross = 14;
+  std::vector<const ElementFacts*> tabs;
+  for (const ElementFacts* tab : reading.elements.childrenOf(row)) {
+    if (tab->role == role::pageTab && tab->is(state::showing) && tab->extents) {
+      tabs.push_back(tab);
+    }
+  }
+  std::ranges::sort(tabs, {}, [](const ElementFacts* tab) { return tab->extents->x; });
+  if (tabs.size() < 2 || tabs[0]->extents->y != tabs[1]->extents->y) {
+    return;
+  }
+  const double apart = tabs[1]->extents->x - tabs[0]->extents->maxX();
+  const double before = tabs[0]->extents->x - row.extents->x;
+  if (apart - 2 * before < kSmallestCross) {
+    return;
+  }
+  for (const ElementFacts* tab : tabs) {
+    const Rect& caption = *tab->extents;
+    addCross(reading, *tab, {caption.maxX(), caption.y, apart - 2 * kPadding, caption.height});
+  }
+}
+
 }  // namespace
 
 bool Gtk3::draws(const ToolkitFacts& facts) {
@@ -64,8 +90,14 @@ bool Gtk3::mayHoldLinks(const ElementFacts& element) const {
 }
 
 void Gtk3::addParts(Reading& reading) const {
-  for (const ElementFacts* element : shownOf(reading.elements, role::isOneOf<role::spinButton, role::treeTable>)) {
-    element->role == role::spinButton ? addSteppersOf(*element, reading) : addTrianglesOf(*element, reading);
+  for (const ElementFacts* field : shownOf(reading.elements, role::isOneOf<role::spinButton>)) {
+    addSteppersOf(*field, reading);
+  }
+  for (const ElementFacts* tree : shownOf(reading.elements, role::isOneOf<role::treeTable>)) {
+    addTrianglesOf(*tree, reading);
+  }
+  for (const ElementFacts* row : shownOf(reading.elements, role::isOneOf<role::pageTabList>)) {
+    addCrossesOf(*row, reading);
   }
 }
 

@@ -18,7 +18,7 @@ class Gtk3 : public Toolkit {
   void nameControls(ElementDraft& elements) const override;
   /// A label with links, each of which stands in it without a place.
   bool mayHoldLinks(const ElementFacts& element) const override;
-  /// The buttons of spin buttons, and the triangles of tree views, to which it gives no elements.
+  /// The buttons of spin buttons, the triangles of tree views and the crosses on tabs, to which it gives no elements.
   void addParts(Reading& reading) const override;
 };
 

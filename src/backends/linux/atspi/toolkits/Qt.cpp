@@ -79,14 +79,6 @@ bool isOccluded(const Rect& item, const Rect& container, const std::vector<Rect>
   return right - left < kLeastPart || bottom - top < kLeastPart;
 }
 
-/// As wide as in every style, at the place of every style.
-void addArrowsOf(const ElementFacts& field, Reading& reading) {
-  constexpr double kArrow = 16;
-  const Rect& r = *field.extents;
-  const double half = r.height / 2;
-  addSteppers(reading, field, {r.maxX() - kArrow, r.y, kArrow, half}, {r.maxX() - kArrow, r.y + half, kArrow, half});
-}
-
 /// Cells of all columns say that they can be expanded; the first one of a row has the arrow before it.
 void addArrowsOfRows(const ElementFacts& tree, Reading& reading) {
   constexpr double kSpace = 20;
@@ -161,7 +153,7 @@ void Qt::hideOccluded(ElementDraft& elements) const {
 void Qt::addParts(Reading& reading) const {
   for (const ElementFacts* element :
        shownOf(reading.elements, role::isOneOf<role::spinButton, role::tree, role::treeTable>)) {
-    element->role == role::spinButton ? addArrowsOf(*element, reading) : addArrowsOfRows(*element, reading);
+    element->role == role::spinButton ? addStackedSteppers(reading, *element) : addArrowsOfRows(*element, reading);
   }
 }
 
