@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/Http.h"
+#include "platform/PlainText.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"
 #include "platform/Texts.h"

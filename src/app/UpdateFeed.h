@@ -38,8 +38,4 @@ UpdateFeed parseUpdateFeed(std::string_view xml);
 /// once `isCancelled` says so. Blocks, so never on the main thread.
 UpdateFeed fetchUpdateFeed(Http& http, const std::string& address, const std::function<bool()>& isCancelled = {});
 
-/// What a reader sees of a piece of HTML: its text, a line a paragraph or list entry. Scripts and styles are left out.
-/// A text without any mark-up keeps its lines.
-std::string plainTextOfHtml(std::string_view html);
-
 }  // namespace jumplark

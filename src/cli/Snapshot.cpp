@@ -63,10 +63,11 @@ std::shared_ptr<JLElementTree> takeSnapshot(const RunningApplication& applicatio
   const auto element = JLElement::elementWithPID(application.pid);
   auto tree = JLElementTreeEnumerator(element).enumerateElementsWithOptions({.visibleElements = visibleOnly});
   if (element->role().empty()) {
-    throw CommandFailure(ExitStatus::outOfReach,
-                         localizedFormat("{} does not answer on the accessibility bus; if it was started before "
-                                         "accessibility was switched on, start it again.",
-                                         application.name.empty() ? localized("The application") : application.name));
+    throw CommandFailure(
+        ExitStatus::outOfReach,
+        localizedFormat("{} does not answer on the accessibility bus; 'jumplark doctor' says what to do "
+                        "about it.",
+                        application.name.empty() ? localized("The application") : application.name));
   }
   return tree;
 }

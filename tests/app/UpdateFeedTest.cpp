@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/Http.h"
+#include "platform/PlainText.h"
 #include "support/RecordedFixture.h"
 
 namespace jumplark {

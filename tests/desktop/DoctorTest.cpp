@@ -45,6 +45,7 @@ TEST(Doctor, tellsHowToStartAnApplicationThatShowsNothing) {
   silentBrowser.environment = {{"DBUS_SESSION_BUS_ADDRESS", "disabled:"}};
   const std::pair<Program, const char*> cases[] = {
       {silentBrowser, "start it with --force-renderer-accessibility"},
+      {{.command = {"gtk-demo"}, .busName = "gtk-demo"}, "GTK_MODULES=gail:atk-bridge"},
       {swingDemo(),
        "JAVA_TOOL_OPTIONS='-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper "}};
   for (const auto& [program, remedy] : cases) {

@@ -1,5 +1,7 @@
 #include "query/engine/QueryPipeline.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
 
 #include "accessibility/JLElement.h"
@@ -20,6 +22,9 @@ namespace jumplark {
 namespace {
 
 constexpr auto kQueryQuietInterval = std::chrono::milliseconds(100);
+/// Before a page that told nothing is read again, the first time; twice as long before each further one.
+constexpr auto kPageWakes = std::chrono::milliseconds(400);
+constexpr int kMostWakingReads = 5;
 
 using Application = std::optional<RunningApplication>;
 
@@ -112,9 +117,32 @@ TargetTree QueryPipeline::takeSnapshot(const TreeRequest& request) {
   }
   taken.tree = takeSnapshotOfTarget(element, [this, number = activation] { return !state_.isCurrent(number); });
   if (taken.tree) {
-    notices_.send({noticeForTarget(*element, *taken.tree, nameOf(state_.currentApp.value())), activation});
+    std::string notice = hasEmptyPage(*taken.tree) ? awaitPage(request) : std::string();
+    if (notice.empty()) {
+      notice = noticeForTarget(*element, *taken.tree, nameOf(state_.currentApp.value()));
+    }
+    notices_.send({notice, activation});
   }
   return taken;
+}
+
+std::string QueryPipeline::awaitPage(const TreeRequest& request) {
+  const uint64_t activation = request.target.activation;
+  if (waking_.activation != activation) {
+    waking_ = {activation, 0};
+  }
+  if (waking_.reads == kMostWakingReads) {
+    return {};
+  }
+  mainThread_.post(
+      [this, activation, number = request.number] {
+        if (state_.isCurrent(activation) && number == lastTreeRequest_) {
+          refresh();
+        }
+      },
+      kPageWakes * (1 << waking_.reads++));
+  return localizedFormat("{} is only just beginning to tell what its page holds; it is read again by itself.",
+                         nameOf(state_.currentApp.value()));
 }
 
 void QueryPipeline::connectMatching() {

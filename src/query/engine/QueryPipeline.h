@@ -115,6 +115,8 @@ class QueryPipeline {
 
   TargetElement elementOf(uint64_t activation, const std::optional<RunningApplication>& application) const;
   TargetTree takeSnapshot(const TreeRequest& request);
+  /// Takes the snapshot again in a while, unless it was often enough; a text for the user then.
+  std::string awaitPage(const TreeRequest& request);
   static MatchingElements matchesOf(const TargetTree& tree, const TypedQuery& typed, uint64_t number);
   void deliverMatches(const MatchingElements& found);
   void updateCollecting();
@@ -139,6 +141,12 @@ class QueryPipeline {
   Observable<MatchingElements> matchingElementsSignal_;
   ReplaySubject<bool> refreshSignal_;
 
+  /// How often a page that tells nothing yet has been read in an activation; on the high-priority queue.
+  struct Waking {
+    uint64_t activation = 0;
+    int reads = 0;
+  };
+  Waking waking_;
   std::atomic<uint64_t> lastTreeRequest_{0};
   std::atomic<uint64_t> lastMatching_{0};
   Property<bool> areElementsWanted_{true};

@@ -42,11 +42,38 @@ bool hasChoices(const JLElementTree& tree) {
   return false;
 }
 
+bool holdsElements(const xmlNode* node) {
+  for (const xmlNode* child = node->children; child != nullptr; child = child->next) {
+    if (JLElementNode::fromXML(child) != nullptr) {
+      return true;
+    }
+  }
+  return false;
+}
+
 std::string withAdvice(const std::string& finding, const std::string& advice) {
   return advice.empty() ? finding : finding + " " + advice;
 }
 
 }  // namespace
+
+bool hasEmptyPage(const JLElementTree& tree) {
+  bool isEmpty = false;
+  for (const auto& node : tree.nodes()) {
+    const bool isPage = node->attribute("Role") == "WebArea";
+    const bool mayHoldPage = isPage || node->attribute("Subrole") == "PageFrame";
+    if (!mayHoldPage || node->visibleBounds().isNull()) {
+      continue;
+    }
+    const bool isFilled = holdsElements(node->xml());
+    // A page may hold frames that stay empty.
+    if (isPage && isFilled) {
+      return false;
+    }
+    isEmpty = isEmpty || !isFilled;
+  }
+  return isEmpty;
+}
 
 std::string noticeForTarget(const JLElement& application, const JLElementTree& tree, const std::string& name) {
   if (hasChoices(tree)) {

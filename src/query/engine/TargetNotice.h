@@ -11,4 +11,8 @@ class JLElementTree;
 /// be done about it; empty when there is something. Reads the application's element; not for the main thread.
 std::string noticeForTarget(const JLElement& application, const JLElementTree& tree, const std::string& name);
 
+/// True where a page shows of which the snapshot holds nothing: browsers begin to tell of their pages when they are
+/// first asked, so that it may hold more a moment later.
+bool hasEmptyPage(const JLElementTree& tree);
+
 }  // namespace jumplark

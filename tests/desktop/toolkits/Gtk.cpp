@@ -100,13 +100,14 @@ std::vector<Subject> gtkSubjects() {
   return {{.name = "Gtk3",
            .program = [](const PrivateSession&) { return widgetFactory3(); },
            // The box calls itself after an icon.
-           .shown = {{"RadioButton", {"Page 2"}}, {"PopUpButton", {"Andrea"}}},
+           .shown = {{"RadioButton", {"Page 2"}}, {"PopUpButton", {"Andrea"}}, {"Button", {"Increase", "Decrease"}}},
            .hidden = {"Get Busy"},
            .roles = kRolesOfGtk3,
            .atLeast = 60,
            .queries = {".", "button", "page", "lorem"},
            .steps = {typesInto("click icon", "Click icon to change mode"),
                      switchesOne("checkbutton", "checkbutton", "0", "check box", "checked"),
+                     {"increase", finds("TextField", "51")},
                      {"middle", finds("MenuItem", "Middle")},
                      {"", finds("PopUpButton", "Middle"), pressing("Escape")},
                      {"", finds("MenuItem", "Mickey Mouse"), openTheUppermostList},
@@ -131,6 +132,17 @@ std::vector<Subject> gtkSubjects() {
            .shown = {{"MenuBarItem", {"File", "Help"}}},
            .steps = {{"", lists("(o) File ▸ Color ▸ Green  Control+G"), choosing("green")},
                      {"", titled("About"), choosing("about")}}},
+          {.name = "Gtk3Links",
+           .program =
+               [](const PrivateSession&) {
+                 return Program{.command = {"gtk3-demo", "--run", "links"},
+                                .busName = "gtk3-demo",
+                                .role = "label",
+                                .element = "Some text",
+                                .target = {"--app", "gtk3-demo"}};
+               },
+           .shown = {{"Link", {"keynav", "Google"}}},
+           .steps = {{"keynav", offers({"OK"}), pointingAtUppermost("keynav", "keynav")}}},
           gtk4("Gtk4", WindowManager::xfwm4),
           gtk4("Gtk4Composited", WindowManager::xfwm4Compositor)};
 }

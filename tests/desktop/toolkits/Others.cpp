@@ -5,39 +5,58 @@
 namespace jumplark::desktop {
 namespace {
 
-/// Writes a letter whose last paragraph lies below the window, and settings under which nothing comes up by itself.
-Program writer(const PrivateSession& session) {
-  const std::string letter = session.folder() + "/letter.fodt";
-  std::string blank;
-  for (int lines = 0; lines < 60; ++lines) {
-    blank += "<text:p/>";
-  }
-  testing::writeFile(letter, R"(<?xml version="1.0" encoding="UTF-8"?>
-<office:document xmlns:office="urn:oasis:names:tc:opendocument:xmlns:office:1.0"
- xmlns:text="urn:oasis:names:tc:opendocument:xmlns:text:1.0"
- xmlns:style="urn:oasis:names:tc:opendocument:xmlns:style:1.0"
- xmlns:fo="urn:oasis:names:tc:opendocument:xmlns:xsl-fo-compatible:1.0"
- office:version="1.3" office:mimetype="application/vnd.oasis.opendocument.text">
-<office:automatic-styles><style:style style:name="green" style:family="paragraph">
- <style:paragraph-properties fo:background-color="#20a041" fo:margin-top="0.5cm"/>
-</style:style></office:automatic-styles>
-<office:body><office:text>
- <text:p>Plain paragraph.</text:p>
- <text:h text:outline-level="1">Heading of the letter</text:h>
- <text:p text:style-name="green">Green.</text:p>)" +
-                                 blank + "<text:p>Far below.</text:p></office:text></office:body></office:document>");
+/// Starts it with a document of its own, of the kind "text" or "spreadsheet", and settings under which nothing comes up
+/// by itself. `target` is the name of the part of the office that has it open.
+Program officeWith(const PrivateSession& session, const std::string& file, const std::string& kind,
+                   const std::string& styles, const std::string& content, const std::string& target) {
+  const std::string path = session.folder() + "/" + file;
+  const std::string namespaces = "urn:oasis:names:tc:opendocument:xmlns:";
+  testing::writeFile(path, R"(<?xml version="1.0" encoding="UTF-8"?><office:document xmlns:office=")" + namespaces +
+                               R"(office:1.0" xmlns:text=")" + namespaces + R"(text:1.0" xmlns:table=")" + namespaces +
+                               R"(table:1.0" xmlns:style=")" + namespaces + R"(style:1.0" xmlns:fo=")" + namespaces +
+                               R"(xsl-fo-compatible:1.0" xmlns:xlink="http://www.w3.org/1999/xlink"
+ office:version="1.3" office:mimetype="application/vnd.oasis.opendocument.)" +
+                               kind + "\"><office:automatic-styles>" + styles +
+                               "</office:automatic-styles><office:body><office:" + kind + ">" + content +
+                               "</office:" + kind + "></office:body></office:document>");
   const std::string profile = session.folder() + "/office";
   testing::writeFile(profile + "/user/registrymodifications.xcu", R"(<?xml version="1.0" encoding="UTF-8"?>
 <oor:items xmlns:oor="http://openoffice.org/2001/registry"><item oor:path="/org.openoffice.Office.Common/Misc">
 <prop oor:name="ShowTipOfTheDay" oor:op="fuse"><value>false</value></prop></item></oor:items>)");
-  return {.command = {"soffice", "--writer", "--norestore", "--nologo", "--nofirststartwizard",
-                      "-env:UserInstallation=file://" + profile, letter},
+  return {.command = {"soffice", "--" + target, "--norestore", "--nologo", "--nofirststartwizard",
+                      "-env:UserInstallation=file://" + profile, path},
           .busName = "soffice",
-          .title = "letter.fodt - ",
+          .title = file + " - ",
           .role = "frame",
-          .element = "letter.fodt",
-          .target = {"--app", "writer"},
+          .element = file,
+          .target = {"--app", target},
           .environment = {{"SAL_USE_VCLPLUGIN", "gtk3"}}};
+}
+
+/// A letter whose last paragraph lies below the window.
+Program writer(const PrivateSession& session) {
+  std::string blank;
+  for (int lines = 0; lines < 60; ++lines) {
+    blank += "<text:p/>";
+  }
+  return officeWith(session, "letter.fodt", "text", R"(<style:style style:name="green" style:family="paragraph">
+ <style:paragraph-properties fo:background-color="#20a041" fo:margin-top="0.5cm"/></style:style>)",
+                    R"(<text:p>Plain paragraph.</text:p>
+ <text:h text:outline-level="1">Heading of the letter</text:h>
+ <text:p text:style-name="green">Green.</text:p>
+ <text:p>As <text:a xlink:type="simple" xlink:href="https://example.org">the guide</text:a> says.</text:p>)" +
+                        blank + "<text:p>Far below.</text:p>",
+                    "writer");
+}
+
+Program calc(const PrivateSession& session) {
+  const auto cell = [](const std::string& text) {
+    return R"(<table:table-cell office:value-type="string"><text:p>)" + text + "</text:p></table:table-cell>";
+  };
+  return officeWith(session, "fruit.fods", "spreadsheet", "",
+                    R"(<table:table table:name="Fruit"><table:table-row>)" + cell("apple") + cell("pear") +
+                        "</table:table-row></table:table>",
+                    "calc");
 }
 
 void expectTheGreenParagraphOnItsPixels(Application& application) {
@@ -60,7 +79,9 @@ Subject office() {
                     {"Button",
                      {"Close Document", "Save", "Bold", "Justified", "Font Size", "Sidebar Settings",
                       "Styles (Ctrl+Alt+2)"}},
-                    {"TextField", {"Font Size"}}},
+                    {"TextField", {"Font Size"}},
+                    {"Link", {"the guide"}},
+                    {"MenuButton", {"Menu of Font Color"}}},
           .hidden = {"Far below.", "Select All", "Close Sidebar"},
           .alsoHolds = {expectTheGreenParagraphOnItsPixels},
           .steps = {{"", finds("Button", "Bold", "0")},
@@ -72,6 +93,14 @@ Subject office() {
                     {"", offers({"Find:", "Match case", "Other options", "Find All", "Close"}, {"Bold", "File"}),
                      choosing("find and replace")},
                     {"close", offers({"Bold"}, {"Match case"})}}};
+}
+
+// The strips of headers are empty panels of its own; a column's header chooses the column.
+Subject sheet() {
+  return {.name = "Sheet",
+          .program = calc,
+          .shown = {{"Cell", {"apple", "pear", "C7", "Column B", "Row 7"}}},
+          .steps = {{"pear", finds("TextField", "B1")}, {"column c", finds("TextField", "C1:C1048576")}}};
 }
 
 /// A Java program is on the accessibility bus only if the wrapper was named at its start.
@@ -135,6 +164,7 @@ std::vector<Subject> otherSubjects() {
                      // It answers when its dialog is closed.
                      {"", titled("About KDE"), choosing("about kde")}}},
           office(),
+          sheet(),
           swing()};
 }
 

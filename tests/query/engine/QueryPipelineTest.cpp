@@ -141,5 +141,38 @@ TEST(QueryPipeline, saysInOneLineWhyThereIsNothingToChoose) {
   }
 }
 
+TEST(QueryPipeline, readsAPageAgainThatTellsNothingYetUntilItDoesOrTimeIsUp) {
+  const std::string waiting = "Plan is only just beginning to tell what its page holds; it is read again by itself.";
+  const std::string browser = DesktopText::of(R"(
+    a AXApplication bundle=Plan AXFocusedWindow=@w
+      w AXWindow 0,0/500,400
+        reload AXButton 0,0/50,20 AXTitle="Reload"
+        page AXWebArea 0,20/500,380
+          link AXLink 0,20/500,380 AXTitle="Relations"
+  )");
+  EngineFixture fixture(browser);
+  fixture.desktop->accessibility().setError("link", AccessibilityError::invalidElement);
+  fixture.user("shortcut +1");
+  EXPECT_EQ(fixture.window().notice(), waiting);
+  fixture.user("'rel +500");
+  EXPECT_EQ(fixture.matches(), Strings{"Reload"});
+  EXPECT_EQ(fixture.window().notice(), waiting) << "it still tells nothing";
+  fixture.desktop->accessibility().setError("link", AccessibilityError::success);
+  fixture.user("+1000");
+  EXPECT_EQ(fixture.matches(), (Strings{"Relations", "Reload"}));
+  EXPECT_EQ(fixture.window().notice(), "");
+  const size_t snapshots = fixture.reports("enumeration");
+  fixture.user("+60000");
+  EXPECT_EQ(fixture.reports("enumeration"), snapshots);
+
+  fixture.desktop->accessibility().setError("link", AccessibilityError::invalidElement);
+  fixture.user("Escape shortcut +60000");
+  EXPECT_EQ(fixture.window().notice(), "") << "an empty page is one at last";
+  fixture.user("Escape +1 shortcut +1 Escape");
+  const size_t before = fixture.reports("enumeration");
+  fixture.user("+60000");
+  EXPECT_EQ(fixture.reports("enumeration"), before) << "nothing is read after the end";
+}
+
 }  // namespace
 }  // namespace jumplark::testing

@@ -51,6 +51,9 @@ TEST_F(Attributes, haveTheStateNumberOrTextOfAControlAsItsValue) {
       {"field", role::entry, "typed ", {}, "Text", "", "typed \xEF\xBF\xBC"},
       {"label", role::label, "Shown", {}, "Text", "", "Shown"},
       {"plain text", role::staticText, "Named", {}, "Component", "Named"},
+      {"cell of a spreadsheet", role::tableCell, "apple", {}, "Text", "AB12", "apple"},
+      {"cell that says its text already", role::tableCell, kNoValue, {}, "Text", "B2", "B2"},
+      {"cell with a name", role::tableCell, kNoValue, {}, "Text", "Berlin", "Paris"},
       {"closed list", role::comboBox, "Large", {}, "Component", "Large"},
       {"password", role::passwordText, kUnsupported, {}, "Text", "", "hunter2"},
   };
@@ -75,6 +78,22 @@ TEST_F(Attributes, putsAFieldsOwnNameWhereItIsSearched) {
   EXPECT_EQ(text("field", "AXDescription"), "Find");
   EXPECT_EQ(text("other", "AXDescription"), "Where you live");
   EXPECT_EQ(text("other", "AXPlaceholderValue"), "Berlin");
+}
+
+TEST_F(Attributes, takesTheMarkUpOffToolTips) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"<p style='white-space:pre'>Save &amp; close</p>", "Save & close"},
+      {"<html><head/><body><p>One</p><p>two</p></body></html>", "One\ntwo"},
+      {"Press <b>twice</b>", "Press twice"},
+      {"Undo (<Control>z)", "Undo (<Control>z)"},
+      {"a <b and c", "a <b and c"},
+      {"AT&amp;T", "AT&amp;T"},
+      {"<img src='x.png'/>", "<img src='x.png'/>"},
+  };
+  for (const auto& [told, shown] : cases) {
+    add("frame", "tip", role::pushButton).description = told;
+    EXPECT_EQ(text("tip", "AXDescription"), shown);
+  }
 }
 
 TEST_F(Attributes, takesAWindowsPlaceFromTheXServerWithoutItsShadow) {

@@ -91,11 +91,10 @@ TEST_F(Roles, tellKindsOfFieldsAndWindowsBySubroles) {
   add("frame", "search", role::entry).attributes["text-input-type"] = "search";
   add("frame", "secret", role::passwordText);
   add("root", "dialog", role::dialog);
-  const std::pair<const char*, std::string> cases[] = {{"field", kUnsupported},
-                                                       {"search", "AXSearchField"},
-                                                       {"secret", "AXSecureTextField"},
-                                                       {"dialog", "AXDialog"},
-                                                       {"frame", "AXStandardWindow"}};
+  add("frame", "asleep", role::internalFrame);
+  const std::pair<const char*, std::string> cases[] = {{"field", kUnsupported},         {"search", "AXSearchField"},
+                                                       {"secret", "AXSecureTextField"}, {"dialog", "AXDialog"},
+                                                       {"asleep", "AXPageFrame"},       {"frame", "AXStandardWindow"}};
   for (const auto& [id, subrole] : cases) {
     EXPECT_EQ(text(id, "AXSubrole"), subrole) << id;
   }

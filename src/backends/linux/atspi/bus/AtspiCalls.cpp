@@ -12,6 +12,8 @@ constexpr const char* kAction = "org.a11y.atspi.Action";
 constexpr const char* kApplication = "org.a11y.atspi.Application";
 constexpr const char* kCollection = "org.a11y.atspi.Collection";
 constexpr const char* kComponent = "org.a11y.atspi.Component";
+constexpr const char* kHyperlink = "org.a11y.atspi.Hyperlink";
+constexpr const char* kHypertext = "org.a11y.atspi.Hypertext";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 constexpr const char* kSelection = "org.a11y.atspi.Selection";
 constexpr const char* kTable = "org.a11y.atspi.Table";
@@ -103,8 +105,28 @@ TypedCall<std::string> text(const AtspiHandle& element, int32_t start, int32_t e
   return method<std::string>(element, kText, "GetText", decoding::text, {start, end});
 }
 
+TypedCall<Rect> rangeExtents(const AtspiHandle& element, int32_t start, int32_t end, uint32_t coordinates) {
+  return method<Rect>(element, kText, "GetRangeExtents", decoding::looseRectangle, {start, end, coordinates});
+}
+
 TypedCall<int32_t> offsetAtPoint(const AtspiHandle& element, int32_t x, int32_t y) {
   return method<int32_t>(element, kText, "GetOffsetAtPoint", decoding::integer, {x, y, kScreen});
+}
+
+TypedCall<int32_t> linkCount(const AtspiHandle& text) {
+  return method<int32_t>(text, kHypertext, "GetNLinks", decoding::integer);
+}
+
+TypedCall<ElementRef> linkAt(const AtspiHandle& text, int32_t index) {
+  return method<ElementRef>(text, kHypertext, "GetLink", decoding::reference, {index});
+}
+
+TypedCall<int32_t> linkStart(const AtspiHandle& link) {
+  return property<int32_t>(link, kHyperlink, "StartIndex", decoding::integerProperty);
+}
+
+TypedCall<int32_t> linkEnd(const AtspiHandle& link) {
+  return property<int32_t>(link, kHyperlink, "EndIndex", decoding::integerProperty);
 }
 
 TypedCall<double> currentValue(const AtspiHandle& element) {
@@ -187,7 +209,7 @@ TypedCall<std::monostate> registerEvent(const std::string& event) {
 
 uint32_t interfaceBits(const std::vector<std::string>& names) {
   namespace bit = interface_bit;
-  static constexpr std::array<std::pair<std::string_view, uint32_t>, 13> kBits{{{"Action", bit::action},
+  static constexpr std::array<std::pair<std::string_view, uint32_t>, 14> kBits{{{"Action", bit::action},
                                                                                 {"Component", bit::component},
                                                                                 {"Text", bit::text},
                                                                                 {"Value", bit::value},
@@ -199,6 +221,7 @@ uint32_t interfaceBits(const std::vector<std::string>& names) {
                                                                                 {"Collection", bit::collection},
                                                                                 {"Image", bit::image},
                                                                                 {"Hyperlink", bit::hyperlink},
+                                                                                {"Hypertext", bit::hypertext},
                                                                                 {"Application", bit::application}}};
   constexpr std::string_view kPrefix = "org.a11y.atspi.";
   uint32_t bits = 0;

@@ -43,7 +43,15 @@ TypedCall<bool> grabFocus(const AtspiHandle& element);
 
 TypedCall<int32_t> characterCount(const AtspiHandle& element);
 TypedCall<std::string> text(const AtspiHandle& element, int32_t start, int32_t end);
+/// The smallest rectangle around the characters between two offsets.
+TypedCall<Rect> rangeExtents(const AtspiHandle& element, int32_t start, int32_t end, uint32_t coordinates);
 TypedCall<int32_t> offsetAtPoint(const AtspiHandle& element, int32_t x, int32_t y);
+
+/// Links in a text, and the offsets between which one stands in it.
+TypedCall<int32_t> linkCount(const AtspiHandle& text);
+TypedCall<ElementRef> linkAt(const AtspiHandle& text, int32_t index);
+TypedCall<int32_t> linkStart(const AtspiHandle& link);
+TypedCall<int32_t> linkEnd(const AtspiHandle& link);
 
 TypedCall<double> currentValue(const AtspiHandle& element);
 TypedCall<std::vector<std::string>> actionNames(const AtspiHandle& element);

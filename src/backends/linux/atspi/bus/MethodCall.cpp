@@ -165,14 +165,26 @@ int references(sd_bus_message* message, const std::string& busName, ReplyValue& 
   return r;
 }
 
-int rectangle(sd_bus_message* message, const std::string&, ReplyValue& value) {
+namespace {
+
+int readRectangle(sd_bus_message* message, const char* types, ReplyValue& value) {
   int32_t x = 0;
   int32_t y = 0;
   int32_t width = 0;
   int32_t height = 0;
-  const int r = sd_bus_message_read(message, "(iiii)", &x, &y, &width, &height);
+  const int r = sd_bus_message_read(message, types, &x, &y, &width, &height);
   value = Rect{static_cast<double>(x), static_cast<double>(y), static_cast<double>(width), static_cast<double>(height)};
   return r > 0 ? 0 : r < 0 ? r : -EBADMSG;
+}
+
+}  // namespace
+
+int rectangle(sd_bus_message* message, const std::string&, ReplyValue& value) {
+  return readRectangle(message, "(iiii)", value);
+}
+
+int looseRectangle(sd_bus_message* message, const std::string&, ReplyValue& value) {
+  return readRectangle(message, "iiii", value);
 }
 
 int attributes(sd_bus_message* message, const std::string&, ReplyValue& value) {

@@ -110,6 +110,8 @@ int stateSet(sd_bus_message* message, const std::string& busName, ReplyValue& va
 int reference(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 int references(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 int rectangle(sd_bus_message* message, const std::string& busName, ReplyValue& value);
+/// The same of four numbers that stand in no structure.
+int looseRectangle(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 int attributes(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 int relations(sd_bus_message* message, const std::string& busName, ReplyValue& value);
 /// The first text of every action's three.

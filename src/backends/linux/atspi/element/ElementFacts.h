@@ -54,7 +54,7 @@ inline constexpr Set actions = 512;  ///< actionNames
 namespace interface_bit {
 inline constexpr uint32_t action = 1, component = 2, text = 4, value = 8, editableText = 16, selection = 32, table = 64,
                           tableCell = 128, document = 256, collection = 512, image = 1024, hyperlink = 2048,
-                          application = 4096;
+                          application = 4096, hypertext = 8192;
 }
 
 /// AtspiStateType numbers that are used here; a state is bit (1 << number) of ElementFacts::states.

@@ -1,5 +1,7 @@
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 
+#include <algorithm>
+
 #include "backends/linux/atspi/element/Roles.h"
 
 namespace jumplark::atspi {
@@ -41,6 +43,16 @@ bool isHypertext(const ElementFacts& element) {
   return (element.interfaces & kBoth) == kBoth && !mayHoldSecret(element);
 }
 
+bool isNamedByPlace(const ElementFacts& element) {
+  if (element.role != role::tableCell || (element.interfaces & interface_bit::text) == 0) {
+    return false;
+  }
+  const auto isLetter = [](char c) { return c >= 'A' && c <= 'Z'; };
+  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+  const auto row = std::ranges::find_if_not(element.name, isLetter);
+  return row != element.name.begin() && row != element.name.end() && std::all_of(row, element.name.end(), isDigit);
+}
+
 bool mayBeLabelledByAnother(const ElementFacts& element) {
   return isTextEntry(element) || isCaptionedChooser(element.role) ||
          (isPlainControl(element.role) && element.name.empty());
@@ -55,7 +67,8 @@ facts::Set factsWorthReading(const ElementFacts& element) {
     wanted |= facts::attributes;
   }
   if ((element.interfaces & interface_bit::text) != 0 && !mayHoldSecret(element) &&
-      (isTextEntry(element) || element.name.empty() || (isHypertext(element) && mayHoldWords(element.role)))) {
+      (isTextEntry(element) || element.name.empty() || isNamedByPlace(element) ||
+       (isHypertext(element) && mayHoldWords(element.role)))) {
     wanted |= facts::text;
   }
   if ((element.interfaces & interface_bit::value) != 0 && !mayHoldSecret(element)) {

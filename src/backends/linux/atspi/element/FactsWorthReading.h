@@ -18,6 +18,9 @@ bool mayBeLabelledByAnother(const ElementFacts& element);
 /// character (U+FFFC). Browsers of the Gecko family have no elements for plain words.
 bool isHypertext(const ElementFacts& element);
 
+/// True for a cell of a spreadsheet: its name is its column and row ("AB12"), and what a person sees is its text.
+bool isNamedByPlace(const ElementFacts& element);
+
 /// True for an element whose text nobody may read: a password field, and whatever did not tell its role, since it may
 /// be one.
 bool mayHoldSecret(const ElementFacts& element);

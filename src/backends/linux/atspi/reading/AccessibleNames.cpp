@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <map>
 #include <utility>
 #include <vector>
@@ -48,6 +49,25 @@ const ElementFacts* holderOf(const ElementFacts& control, const ElementDraft& el
   return nullptr;
 }
 
+bool mayBeNamedAfterPicture(const ElementFacts& element) {
+  return role::isOneOf<role::listItem, role::treeItem, role::tableRow, role::tableCell>(element.role) &&
+         element.is(state::showing) && !hasWords(element) && isBlank(element.shortText) && !element.children.empty();
+}
+
+/// What is drawn, or only holds it, and is nothing to choose itself.
+bool isDrawn(const ElementFacts& element) {
+  return role::isOneOf<role::drawingArea, role::canvas, role::panel, role::filler, role::unknown>(element.role) &&
+         !element.is(state::focusable) && isBlank(element.shortText);
+}
+
+/// Adds all that stands in an element, in order; false as soon as something is not drawn.
+bool addDrawn(const ElementFacts& element, const ElementDraft& elements, std::vector<ElementFacts*>& to) {
+  return std::ranges::all_of(elements.childrenOf(element), [&](ElementFacts* inner) {
+    to.push_back(inner);
+    return isDrawn(*inner) && addDrawn(*inner, elements, to);
+  });
+}
+
 }  // namespace
 
 bool hasWords(const ElementFacts& element) {
@@ -75,6 +95,27 @@ void nameAfterHolders(ElementDraft& elements) {
     if (!hasWords(holder)) {
       control.labelledBy = holder.labelledBy;
     }
+  }
+}
+
+void nameAfterPictures(ElementDraft& elements) {
+  std::vector<ElementRef> replaced;
+  for (const auto& [ref, row] : elements) {
+    std::vector<ElementFacts*> drawn;
+    if (!mayBeNamedAfterPicture(*row) || !addDrawn(*row, elements, drawn) ||
+        std::ranges::count_if(drawn, [](const ElementFacts* one) { return hasWords(*one); }) != 1) {
+      continue;
+    }
+    const ElementFacts& picture = **std::ranges::find_if(drawn, [](const ElementFacts* one) { return hasWords(*one); });
+    row->name = isBlank(picture.name) ? picture.description : picture.name;
+    if (row->role != role::tableCell) {
+      row->children.clear();
+      row->childCount = 0;
+      std::ranges::transform(drawn, std::back_inserter(replaced), [](const ElementFacts* one) { return one->ref; });
+    }
+  }
+  for (const ElementRef& ref : replaced) {
+    elements.remove(ref);
   }
 }
 

@@ -14,6 +14,11 @@ bool hasWords(const ElementFacts& element);
 /// a button.
 void nameAfterHolders(ElementDraft& elements);
 
+/// Rows without a word whose only content is one thing with a name or a description, drawn by the program (a swatch of
+/// colour), get its words and hold nothing any more: they are what a person chooses. Cells that hold such a thing get
+/// its words.
+void nameAfterPictures(ElementDraft& elements);
+
 /// True for a box whose caption is worth asking for, since a button in it may need it. All below it has been read.
 bool mayNameAButton(const ElementFacts& element, const ElementDraft& elements);
 

@@ -1,7 +1,12 @@
 #include "backends/linux/atspi/reading/Corrections.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
+#include "backends/linux/atspi/element/Clip.h"
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/AccessibleNames.h"
 #include "backends/linux/atspi/reading/Popups.h"
 #include "backends/linux/atspi/reading/Toolkit.h"
 
@@ -32,10 +37,34 @@ void reparentParts(const Toolkit& toolkit, Reading& reading) {
 
 void name(const Toolkit& toolkit, Reading& reading) {
   toolkit.nameControls(reading.elements);
+  nameAfterPictures(reading.elements);
 }
 
 void hideOccluded(const Toolkit& toolkit, Reading& reading) {
   toolkit.hideOccluded(reading.elements);
+}
+
+/// Of what lies in texts.
+void addLinks(Reading& reading) {
+  std::vector<ElementFacts> links;
+  for (const auto& [ref, element] : reading.elements) {
+    const AtspiHandle* handle = element->role == role::link ? handleOf(ref) : nullptr;
+    if (handle && element->extents && ownerOf(*handle)) {
+      links.push_back(*element);
+    }
+  }
+  std::ranges::sort(links, {}, [](const ElementFacts& link) { return std::pair(link.extents->y, link.extents->x); });
+  for (const ElementFacts& link : links) {
+    ElementFacts& text = *reading.elements.find(link.parent);
+    std::erase(text.children, link.ref);
+    reading.elements.remove(ElementRef(link.ref));
+    addPart(reading, text, link);
+  }
+}
+
+void addParts(const Toolkit& toolkit, Reading& reading) {
+  addLinks(reading);
+  toolkit.addParts(reading);
 }
 
 void reparentOpenPopups(const Toolkit&, Reading& reading) {
@@ -44,13 +73,36 @@ void reparentOpenPopups(const Toolkit&, Reading& reading) {
 
 }  // namespace
 
+void addPart(Reading& reading, const ElementFacts& owner, const Part& part) {
+  addPart(reading, owner, factsOf(part, *handleOf(owner.ref), owner.ref));
+}
+
+void addPart(Reading& reading, const ElementFacts& owner, ElementFacts part) {
+  ElementFacts* window = reading.elements.find(reading.focusedWindow);
+  Rect seen = *part.extents;
+  const ElementFacts* inside = &owner;
+  for (const ElementFacts* above = reading.elements.find(owner.parent); above && !isMenuLike(*above);
+       above = reading.elements.find(above->parent)) {
+    seen = clips(*above, *inside) ? intersection(seen, *above->extents) : seen;
+    inside = above;
+  }
+  if (!window || !seen.contains({part.extents->midX(), part.extents->midY()})) {
+    return;
+  }
+  part.extents = seen;
+  part.parent = window->ref;
+  window->children.push_back(part.ref);
+  reading.elements.add(std::move(part));
+}
+
 void putRight(const Toolkit& toolkit, Reading& reading) {
-  static constexpr std::array<void (*)(const Toolkit&, Reading&), 6> kOrder{
+  static constexpr std::array<void (*)(const Toolkit&, Reading&), 7> kOrder{
       scale,               // the window's scale; what follows compares places with those of windows
       place,               // what the application tells wrongly beyond that, by what stands around it in its own tree
       reparentParts,       // only then: places are wrong by where an element stands in the application's own tree
       name,                // needs places and holders as they are to be
       hideOccluded,        // needs the final places; names do not matter to it
+      addParts,            // of what is not occluded; they lie on their elements, open menus lie on them
       reparentOpenPopups,  // last: below the window nothing around an open menu clips, names or hides it any more
   };
   for (const auto step : kOrder) {

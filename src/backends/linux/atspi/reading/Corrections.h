@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "backends/linux/atspi/element/ElementDraft.h"
+#include "backends/linux/atspi/element/Parts.h"
 #include "backends/linux/atspi/reading/CoordinateTransform.h"
 
 namespace jumplark::atspi {
@@ -18,6 +19,11 @@ struct Reading {
   std::vector<ElementRef> openPopups;     ///< of the roots
   std::vector<WindowFacts> popupWindows;  ///< where the toolkit wants to know them
 };
+
+/// Adds a part of an element as the last child of the focused window, as much of it as shows; nothing where its middle
+/// does not.
+void addPart(Reading& reading, const ElementFacts& owner, const Part& part);
+void addPart(Reading& reading, const ElementFacts& owner, ElementFacts part);
 
 /// Makes of what an application said what a person sees, step by step; toolkits say what there is to do in each.
 void putRight(const Toolkit& toolkit, Reading& reading);

@@ -112,6 +112,8 @@ class Toolkit {
   virtual bool keepsClosedMenusTrue() const { return true; }
   /// What is chosen in its combo boxes is told by a selection.
   virtual bool tellsChoices() const { return true; }
+  /// True for a text in which links may stand that are no elements with a place.
+  virtual bool mayHoldLinks(const ElementFacts& /*element*/) const { return false; }
   /// False where the question which character lies at a point of a text is never answered.
   virtual bool tellsCharacterAtPoint() const { return true; }
   /// Single-line entries end their texts where they end, however much was asked for.
@@ -133,6 +135,8 @@ class Toolkit {
   virtual void nameControls(ElementDraft& /*elements*/) const {}
   /// Hides what lies below something else though it says that it shows.
   virtual void hideOccluded(ElementDraft& /*elements*/) const {}
+  /// Adds what elements show and do not tell, see addPart().
+  virtual void addParts(Reading& /*reading*/) const {}
 
   /// @}
 

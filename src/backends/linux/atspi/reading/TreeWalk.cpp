@@ -8,6 +8,7 @@
 #include "backends/linux/atspi/reading/CachedTree.h"
 #include "backends/linux/atspi/reading/ComboChoices.h"
 #include "backends/linux/atspi/reading/Prefetch.h"
+#include "backends/linux/atspi/reading/TextLinks.h"
 #include "backends/linux/atspi/reading/VisibleChildren.h"
 
 namespace jumplark::atspi {
@@ -51,6 +52,7 @@ void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
   }
   readFurther(all);
   choices.finish(runner_, plan_.deadline);
+  readLinks(runner_, plan_, elements_, texts_, all);
 }
 
 bool TreeWalk::fillFromCache(ElementFacts& e) const {

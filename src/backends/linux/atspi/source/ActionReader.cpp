@@ -4,6 +4,7 @@
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
+#include "backends/linux/atspi/element/Parts.h"
 #include "backends/linux/atspi/element/Roles.h"
 
 namespace jumplark::atspi {
@@ -50,7 +51,7 @@ void ActionReader::read(const ElementRef& element, TimePoint deadline) {
     chain.push_back(at);
     known.push_back(before(at));
     const FactsPointer& last = known.back();
-    if (last && !last->childrenAreVisibleOnly && last->childCount <= kMostChildren) {
+    if (last && !last->childrenAreVisibleOnly && last->childCount <= kMostChildren && !ownerOf(*handleOf(at))) {
       containers.push_back(at);
     }
     at = last ? last->parent : ElementRef();

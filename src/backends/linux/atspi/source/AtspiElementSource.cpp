@@ -5,6 +5,7 @@
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
+#include "backends/linux/atspi/element/Parts.h"
 #include "backends/linux/atspi/reading/TextReading.h"
 #include "backends/linux/atspi/reading/VisibleChildren.h"
 #include "backends/linux/atspi/source/ActionReader.h"
@@ -92,6 +93,44 @@ const Toolkit& AtspiElementSource::toolkitOf(const AtspiHandle& element) {
 
 std::vector<ElementSource::Answer> AtspiElementSource::read(const std::vector<ElementRef>& elements, facts::Set wanted,
                                                             const ReadScope& scope) {
+  std::vector<ElementRef> asked = elements;
+  std::vector<size_t> parts;
+  for (size_t i = 0; i < elements.size(); ++i) {
+    const AtspiHandle* handle = handleOf(elements[i]);
+    if (ElementRef owner = handle ? ownerOf(*handle) : ElementRef()) {
+      asked[i] = std::move(owner);
+      parts.push_back(i);
+    }
+  }
+  if (parts.empty()) {
+    return readElements(elements, wanted, scope);
+  }
+  std::vector<Answer> answers = readElements(asked, wanted | facts::identity | facts::extents, scope);
+  for (const size_t i : parts) {
+    answers[i] = readPart(elements[i], asked[i], answers[i], scope);
+  }
+  return answers;
+}
+
+ElementSource::Answer AtspiElementSource::readPart(const ElementRef& part, const ElementRef& owner,
+                                                   const Answer& ownerNow, const ReadScope& scope) {
+  if (!ownerNow.ok()) {
+    return ownerNow;
+  }
+  const FactsPointer before = scope.placed ? scope.placed->find(part) : nullptr;
+  const FactsPointer ownerBefore = scope.placed ? scope.placed->find(owner) : nullptr;
+  if (!before || !ownerBefore) {
+    return AccessibilityError::invalidElement;
+  }
+  const auto now = std::make_shared<const ElementFacts>(movedWith(*before, *ownerBefore, *ownerNow.value));
+  if (scope.known) {
+    scope.known->add(now);
+  }
+  return FactsPointer(now);
+}
+
+std::vector<ElementSource::Answer> AtspiElementSource::readElements(const std::vector<ElementRef>& elements,
+                                                                    facts::Set wanted, const ReadScope& scope) {
   std::vector<Answer> answers(elements.size(), AccessibilityError::invalidElement);
   std::vector<ReadRequest> requests;
   std::vector<size_t> indexes;
@@ -258,6 +297,9 @@ AccessibilityError AtspiElementSource::grabFocus(const ElementRef& element) {
   const AtspiHandle* handle = handleOf(element);
   if (!handle) {
     return AccessibilityError::invalidElement;
+  }
+  if (const ElementRef owner = ownerOf(*handle)) {
+    return grabFocus(owner);
   }
   const auto answer = callOnce(bus_, calls::grabFocus(*handle), deadline());
   return answer.ok() && !answer.value ? AccessibilityError::failure : answer.error;

@@ -60,6 +60,11 @@ class AtspiElementSource : public ElementSource {
   void setMessagingTimeout(double seconds) override;
 
  private:
+  /// Of elements that are on the bus.
+  std::vector<Answer> readElements(const std::vector<ElementRef>& elements, facts::Set wanted, const ReadScope& scope);
+  /// A part where its element, which has just been read, is now.
+  static Answer readPart(const ElementRef& part, const ElementRef& owner, const Answer& ownerNow,
+                         const ReadScope& scope);
   const Toolkit& toolkitOf(const AtspiHandle& element);
   ReadRequest requestFor(const ElementRef& element, facts::Set wanted, const ReadScope& scope);
   /// What must be added to what the element says of its place.

@@ -44,6 +44,11 @@ bool isPictureOnly(const ElementFacts& e, double window) {
   }
 }
 
+/// GTK 3 and those before it give no elements to what stands in a status bar.
+bool isSilentStatusBar(const ElementFacts& e) {
+  return e.role == role::statusBar && e.is(state::showing) && e.extents && e.children.empty() && e.childCount <= 0;
+}
+
 /// Two sentences, since languages differ in what changes with a number; `many` has the place of the number.
 std::string counted(size_t count, const char* one, const char* many) {
   return count == 1 ? std::string(localized(one)) : localizedWith(many, fmt::make_format_args(count));
@@ -54,6 +59,7 @@ struct LeftOut {
   size_t secrets = 0;
   size_t pictures = 0;
   size_t texts = 0;
+  size_t statusBars = 0;
 };
 
 LeftOut countLeftOut(const Snapshot& snapshot) {
@@ -66,6 +72,7 @@ LeftOut countLeftOut(const Snapshot& snapshot) {
     left.large += shows && facts.childrenAreVisibleOnly && facts.childCount > kLongList ? 1 : 0;
     left.secrets += shows && facts.role == role::passwordText ? 1 : 0;
     left.pictures += isPictureOnly(facts, windowArea) ? 1 : 0;
+    left.statusBars += isSilentStatusBar(facts) ? 1 : 0;
   }
   for (const auto& [ref, text] : snapshot.texts) {
     left.texts += text.fetchedEnd - text.fetchedStart < text.count ? 1 : 0;
@@ -87,6 +94,8 @@ std::vector<std::string> sentences(const LeftOut& left) {
        textForLater("Of {} long texts only what shows was read.")},
       {left.pictures, textForLater("A large area does not tell what is in it: nothing can be chosen there."),
        textForLater("{} large areas do not tell what is in them: nothing can be chosen there.")},
+      {left.statusBars, textForLater("The status bar does not tell what is in it: use the menus instead."),
+       textForLater("{} status bars do not tell what is in them: use the menus instead.")},
   };
   std::vector<std::string> said;
   for (const auto& [count, one, many] : kinds) {

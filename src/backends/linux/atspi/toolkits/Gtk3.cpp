@@ -1,8 +1,81 @@
 #include "backends/linux/atspi/toolkits/Gtk3.h"
 
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+#include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/AccessibleNames.h"
+#include "backends/linux/atspi/toolkits/ControlParts.h"
 
 namespace jumplark::atspi {
+namespace {
+
+/// Points of the space for a triangle, in any theme.
+constexpr double kNarrowestTriangle = 12;
+constexpr double kWidestTriangle = 30;
+
+/// Two squares at the end of the field, or at both ends of an upright one.
+void addSteppersOf(const ElementFacts& field, Reading& reading) {
+  const Rect& r = *field.extents;
+  if (r.height > r.width) {
+    addSteppers(reading, field, {r.x, r.y, r.width, r.width}, {r.x, r.maxY() - r.width, r.width, r.width});
+  } else if (r.width > 2 * r.height) {
+    addSteppers(reading, field, {r.maxX() - r.height, r.y, r.height, r.height},
+                {r.maxX() - 2 * r.height, r.y, r.height, r.height});
+  }
+}
+
+/// A row stands to the right of its triangle, by one space for each level. GTK tells it twice as far to the right,
+/// since it adds what stands before a row to a place that has it already.
+void addTrianglesOf(const ElementFacts& tree, Reading& reading) {
+  std::vector<const ElementFacts*> rows;
+  double nearest = std::numeric_limits<double>::infinity();
+  for (const ElementFacts* row : reading.elements.childrenOf(tree)) {
+    if (row->role == role::tableCell && row->extents && row->is(state::showing)) {
+      nearest = std::min(nearest, row->extents->x - tree.extents->x);
+      if (row->is(state::expandable)) {
+        rows.push_back(row);
+      }
+    }
+  }
+  const double space = nearest / 2;
+  if (space < kNarrowestTriangle || space > kWidestTriangle) {
+    return;
+  }
+  for (const ElementFacts* row : rows) {
+    const double end = tree.extents->x + (row->extents->x - tree.extents->x) / 2;
+    addTriangle(reading, *row, {end - space, row->extents->y, space, row->extents->height});
+  }
+}
+
+/// A tab tells the place of its caption alone. Tabs with a cross stand further apart than the edge of the first caption
+/// from the edge of the row accounts for; what stands before captions would move that as well.
+void addCrossesOf(const ElementFacts& row, Reading& reading) {
+  constexpr double kPadding = 16;  // of a tab, beside its caption, in the default theme
+  constexpr double kSmallestCross = 14;
+  std::vector<const ElementFacts*> tabs;
+  for (const ElementFacts* tab : reading.elements.childrenOf(row)) {
+    if (tab->role == role::pageTab && tab->is(state::showing) && tab->extents) {
+      tabs.push_back(tab);
+    }
+  }
+  std::ranges::sort(tabs, {}, [](const ElementFacts* tab) { return tab->extents->x; });
+  if (tabs.size() < 2 || tabs[0]->extents->y != tabs[1]->extents->y) {
+    return;
+  }
+  const double apart = tabs[1]->extents->x - tabs[0]->extents->maxX();
+  const double before = tabs[0]->extents->x - row.extents->x;
+  if (apart - 2 * before < kSmallestCross) {
+    return;
+  }
+  for (const ElementFacts* tab : tabs) {
+    const Rect& caption = *tab->extents;
+    addCross(reading, *tab, {caption.maxX(), caption.y, apart - 2 * kPadding, caption.height});
+  }
+}
+
+}  // namespace
 
 bool Gtk3::draws(const ToolkitFacts& facts) {
   return (facts.name == "gtk" || facts.name == "GTK" || facts.name == "GAIL") && !facts.version.starts_with("4");
@@ -10,6 +83,22 @@ bool Gtk3::draws(const ToolkitFacts& facts) {
 
 bool Gtk3::mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) const {
   return mayNameAButton(element, elements);
+}
+
+bool Gtk3::mayHoldLinks(const ElementFacts& element) const {
+  return element.role == role::label && element.childCount > 0 && (element.interfaces & interface_bit::hypertext) != 0;
+}
+
+void Gtk3::addParts(Reading& reading) const {
+  for (const ElementFacts* field : shownOf(reading.elements, role::isOneOf<role::spinButton>)) {
+    addSteppersOf(*field, reading);
+  }
+  for (const ElementFacts* tree : shownOf(reading.elements, role::isOneOf<role::treeTable>)) {
+    addTrianglesOf(*tree, reading);
+  }
+  for (const ElementFacts* row : shownOf(reading.elements, role::isOneOf<role::pageTabList>)) {
+    addCrossesOf(*row, reading);
+  }
 }
 
 void Gtk3::nameControls(ElementDraft& elements) const {

@@ -16,6 +16,10 @@ class Gtk3 : public Toolkit {
   bool endsTextsItself() const override { return true; }
   bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) const override;
   void nameControls(ElementDraft& elements) const override;
+  /// A label with links, each of which stands in it without a place.
+  bool mayHoldLinks(const ElementFacts& element) const override;
+  /// The buttons of spin buttons, the triangles of tree views and the crosses on tabs, to which it gives no elements.
+  void addParts(Reading& reading) const override;
 };
 
 }  // namespace jumplark::atspi

@@ -38,6 +38,11 @@ bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) {
   return mayNameAButton(element, elements);
 }
 
+bool mayHoldLinks(const ElementFacts& element) {
+  return role::isOneOf<role::paragraph, role::heading>(element.role) &&
+         (element.interfaces & interface_bit::hypertext) != 0;
+}
+
 void nameControls(ElementDraft& elements) {
   nameAfterHolders(elements);
 }

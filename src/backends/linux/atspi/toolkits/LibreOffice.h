@@ -2,6 +2,7 @@
 
 #include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/reading/Toolkit.h"
+#include "backends/linux/atspi/toolkits/LibreOfficeParts.h"
 
 namespace jumplark::atspi {
 
@@ -13,6 +14,8 @@ void nameControls(ElementDraft& elements);
 /// What it draws itself counts from the top of the window, though the toolkit's menu bar stands there: its root pane is
 /// as large as the panel around it and is where that is. Parts of the toolkit's in between tell their right places.
 void correctPlaces(Reading& reading);
+/// Paragraphs; their links are elements without a place.
+bool mayHoldLinks(const ElementFacts& element);
 }  // namespace libreoffice
 
 /// LibreOffice in windows of the toolkit `Drawing`.
@@ -24,6 +27,13 @@ class LibreOfficeOn final : public Drawing {
   bool keepsClosedMenusTrue() const override { return false; }
   bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) const override {
     return libreoffice::mayBeCaptioned(element, elements);
+  }
+  bool mayHoldLinks(const ElementFacts& element) const override {
+    return Drawing::mayHoldLinks(element) || libreoffice::mayHoldLinks(element);
+  }
+  void addParts(Reading& reading) const override {
+    Drawing::addParts(reading);
+    libreoffice::addParts(reading);
   }
   void correctPlaces(Reading& reading) const override {
     Drawing::correctPlaces(reading);

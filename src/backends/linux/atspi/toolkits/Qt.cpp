@@ -1,11 +1,14 @@
 #include "backends/linux/atspi/toolkits/Qt.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/AccessibleNames.h"
+#include "backends/linux/atspi/toolkits/ControlParts.h"
 #include "platform/Texts.h"
 
 namespace jumplark::atspi {
@@ -76,6 +79,23 @@ bool isOccluded(const Rect& item, const Rect& container, const std::vector<Rect>
   return right - left < kLeastPart || bottom - top < kLeastPart;
 }
 
+/// Cells of all columns say that they can be expanded; the first one of a row has the arrow before it.
+void addArrowsOfRows(const ElementFacts& tree, Reading& reading) {
+  constexpr double kSpace = 20;
+  std::map<double, const ElementFacts*> first;  // by height
+  for (const ElementFacts* cell : reading.elements.childrenOf(tree)) {
+    if (cell->extents && (cell->role == role::tableCell || cell->role == role::treeItem)) {
+      const ElementFacts*& known = first[cell->extents->y];
+      known = !known || cell->extents->x < known->extents->x ? cell : known;
+    }
+  }
+  for (const auto& [y, cell] : first) {
+    if (cell->is(state::expandable) && cell->is(state::showing)) {
+      addTriangle(reading, *cell, {cell->extents->x - kSpace, y, kSpace, cell->extents->height});
+    }
+  }
+}
+
 }  // namespace
 
 Point Qt::originIn(const WindowFacts& window, const Rect& reportedFrame) const {
@@ -127,6 +147,13 @@ void Qt::hideOccluded(ElementDraft& elements) const {
         child->hide();
       }
     }
+  }
+}
+
+void Qt::addParts(Reading& reading) const {
+  for (const ElementFacts* element :
+       shownOf(reading.elements, role::isOneOf<role::spinButton, role::tree, role::treeTable>)) {
+    element->role == role::spinButton ? addStackedSteppers(reading, *element) : addArrowsOfRows(*element, reading);
   }
 }
 

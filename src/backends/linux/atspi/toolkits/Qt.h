@@ -28,6 +28,9 @@ class Qt : public Toolkit {
   /// Hides items of which nothing can be seen, though they say that they show: what has been scrolled below the headers
   /// of its table, and page tabs below the two buttons at the end of a row of too many.
   void hideOccluded(ElementDraft& elements) const override;
+  /// The arrows of spin boxes, which most styles draw one above the other at the end, and the arrows of trees, each in
+  /// the space before its row's first cell; it gives no elements to them.
+  void addParts(Reading& reading) const override;
 };
 
 }  // namespace jumplark::atspi

@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <fstream>
 #include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/Corrections.h"
+#include "backends/linux/atspi/toolkits/LoadedLibraries.h"
 #include "platform/Texts.h"
 #include "platform/Utf8.h"
 
@@ -25,13 +25,7 @@ bool isWindow(const ElementFacts& element) {
 
 /// Every launcher, also one that a program brings along, loads the machine from this library.
 bool holdsJavaMachine(int32_t pid) {
-  std::ifstream maps(fmt::format("/proc/{}/maps", pid));
-  for (std::string line; std::getline(maps, line);) {
-    if (line.ends_with("/libjvm.so")) {
-      return true;
-    }
-  }
-  return false;
+  return !loadedLibrary(pid, "libjvm.so").empty();
 }
 
 /// `ref` and all entries in it become children of the tree, in the order in which they show.

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "backends/linux/atspi/toolkits/Gtk2.h"
 #include "backends/linux/atspi/toolkits/Gtk3.h"
 #include "backends/linux/atspi/toolkits/LibreOffice.h"
 #include "backends/linux/atspi/toolkits/Qt.h"
@@ -27,6 +28,7 @@ constexpr std::array kTable{
     entry<LibreOfficeOn<Gtk3>>(),
     entry<LibreOfficeOn<Qt>>(),
     entry<LibreOfficeOn<Toolkit>>(),
+    entry<Gtk2>(),
     entry<Gtk3>(),
     entry<Gtk4>(),
     entry<Qt>(),

@@ -6,6 +6,7 @@
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/windows/WindowSystem.h"
+#include "platform/PlainText.h"
 #include "platform/Utf8.h"
 
 namespace jumplark::atspi {
@@ -74,6 +75,16 @@ AttributeAnswer comboValue(const Subject& subject) {
     return AccessibilityError::noValue;
   }
   return textOrNone(nameOf(*withGroups(subject, facts::texts)));
+}
+
+/// The text of a cell whose name does not say it already.
+AttributeAnswer cellText(const Subject& subject) {
+  const auto element = withGroups(subject, facts::texts);
+  if (!isBlank(element->name) && !isNamedByPlace(*element)) {
+    return AccessibilityError::noValue;
+  }
+  const std::string text = textOf(subject);
+  return text == element->name ? AttributeAnswer(AccessibilityError::noValue) : textOrNone(text);
 }
 
 /// Which kind of value an element has.
@@ -159,7 +170,7 @@ AttributeAnswer descriptionOf(const Subject& subject) {
   const auto element = withGroups(subject, facts::texts);
   // An entry's title is not among its searched texts: a name of its own, which no caption shows, stands here.
   const bool isEntry = subject.role == "AXTextField" || subject.role == "AXTextArea";
-  return textOrNone(isEntry && isBlank(element->description) ? element->name : element->description);
+  return textOrNone(isEntry && isBlank(element->description) ? element->name : withoutMarkUp(element->description));
 }
 
 AttributeAnswer placeholderOf(const Subject& subject) {
@@ -203,8 +214,7 @@ AttributeAnswer valueOf(const Subject& subject) {
     case ValueKind::combo:
       return comboValue(subject);
     case ValueKind::cell:
-      return isBlank(withGroups(subject, facts::texts)->name) ? textOrNone(textOf(subject))
-                                                              : AttributeAnswer(AccessibilityError::noValue);
+      return cellText(subject);
     case ValueKind::none:
       break;
   }

@@ -183,6 +183,10 @@ std::string_view RoleMap::subrole(const ElementFacts& element) const {
   if (element.role == role::passwordText) {
     return "AXSecureTextField";
   }
+  // Browsers of the Gecko family put their page into one once it begins to tell of itself.
+  if (element.role == role::internalFrame) {
+    return "AXPageFrame";
+  }
   const std::string_view axRole = role(element);
   if (axRole == "AXWindow") {
     return element.role == role::frame || element.role == role::window ? "AXStandardWindow" : "AXDialog";

@@ -1,3 +1,5 @@
+#include "platform/PlainText.h"
+
 #include <libxml/HTMLparser.h>
 #include <libxml/tree.h>
 
@@ -8,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "app/UpdateFeed.h"
+#include "platform/Utf8.h"
 
 namespace jumplark {
 namespace {
@@ -84,7 +86,37 @@ std::string linesOf(std::string_view text) {
   return lines.take();
 }
 
+constexpr std::array kTagsOfToolTips = {
+    "a"sv,    "b"sv,     "big"sv, "body"sv, "br"sv,   "center"sv, "code"sv,  "div"sv,  "em"sv,     "font"sv,
+    "h1"sv,   "h2"sv,    "h3"sv,  "h4"sv,   "head"sv, "hr"sv,     "html"sv,  "i"sv,    "img"sv,    "li"sv,
+    "nobr"sv, "ol"sv,    "p"sv,   "pre"sv,  "qt"sv,   "s"sv,      "small"sv, "span"sv, "strong"sv, "sub"sv,
+    "sup"sv,  "table"sv, "td"sv,  "tr"sv,   "tt"sv,   "u"sv,      "ul"sv};
+
+/// True where a tag begins at the start of the text, with its end somewhere in it.
+bool beginsWithTag(std::string_view text) {
+  text.remove_prefix(text.starts_with("</") ? 2 : 1);
+  const std::string_view name = text.substr(0, text.find_first_of(" \t\n/>"));
+  return std::ranges::find(kTagsOfToolTips, name) != kTagsOfToolTips.end() && text.find('>') != std::string_view::npos;
+}
+
+bool holdsTag(std::string_view text) {
+  for (size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
+    if (beginsWithTag(text.substr(at))) {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
+
+std::string withoutMarkUp(std::string text) {
+  if (!holdsTag(text)) {
+    return text;
+  }
+  std::string plain = plainTextOfHtml(text);
+  return isBlank(plain) ? text : plain;
+}
 
 std::string plainTextOfHtml(std::string_view html) {
   if (html.find_first_of("<&") == std::string_view::npos) {
