@@ -57,14 +57,15 @@ class Log {
 template <typename Kind>
 class QueuesContract : public ::testing::Test {
  protected:
-  Queues& queues() { return queues_; }
+  Queues& queues() { return *queues_; }
+  void end() { queues_.reset(); }
   void waitUntil(const std::function<bool()>& condition) {
-    ASSERT_TRUE(runUntil(queues_, condition)) << "what the case waits for never came";
+    ASSERT_TRUE(runUntil(*queues_, condition)) << "what the case waits for never came";
   }
   /// Lets at least that much time pass.
   void letPass(Duration duration) {
     std::atomic<bool> over{false};
-    queues_.mainQueue().postAfter(duration, [&] { over = true; });
+    queues_->mainQueue().postAfter(duration, [&] { over = true; });
     waitUntil([&] { return over.load(); });
   }
   /// Runs a task on a queue and waits for its end.
@@ -78,15 +79,15 @@ class QueuesContract : public ::testing::Test {
   }
   /// Runs a case on the main queue, the high-priority queue and a serial queue in turn.
   void onEachQueue(const std::function<void(TaskQueue&)>& body) {
-    const auto serial = queues_.makeSerialQueue("serial");
-    for (TaskQueue* queue : {&queues_.mainQueue(), &queues_.highPriorityQueue(), serial.get()}) {
+    const auto serial = queues_->makeSerialQueue("serial");
+    for (TaskQueue* queue : {&queues_->mainQueue(), &queues_->highPriorityQueue(), serial.get()}) {
       SCOPED_TRACE(queue->name());
       body(*queue);
     }
   }
 
  private:
-  Kind queues_;
+  std::unique_ptr<Kind> queues_ = std::make_unique<Kind>();
 };
 
 using Kinds = ::testing::Types<VirtualQueues, SystemQueues>;
@@ -199,6 +200,24 @@ TYPED_TEST(QueuesContract, destroyingASerialQueueDropsWhatHasNotStartedAndWaitsF
   EXPECT_EQ(held.use_count(), 1);
   this->letPass(20ms);
   EXPECT_EQ(log.size(), 1U);
+}
+
+TYPED_TEST(QueuesContract, theEndOfAllDropsWhatHasNotStartedAndWaitsForWhatRuns) {
+  Queues& queues = this->queues();
+  Log log;
+  std::atomic<bool> started{false};
+  const auto held = std::make_shared<int>(0);
+  queues.highPriorityQueue().post([&] {
+    started = true;
+    queues.sleep(20ms);
+    log.add("ran");
+  });
+  queues.mainQueue().postAfter(1h, [&log, held] { log.add("dropped"); });
+  this->waitUntil([&] { return started.load(); });
+  queues.highPriorityQueue().post([&log, held] { log.add("dropped"); });
+  this->end();
+  EXPECT_THAT(log.entries(), ElementsAre("ran"));
+  EXPECT_EQ(held.use_count(), 1);
 }
 
 TYPED_TEST(QueuesContract, aSerialQueueMayBeDestroyedByItsOwnTask) {

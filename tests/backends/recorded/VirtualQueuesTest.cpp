@@ -74,9 +74,8 @@ TEST_F(VirtualQueuesTest, aLateTickDoesNotShiftLaterOnes) {
   EXPECT_THAT(log_, ElementsAre("tick@10", "tick@40", "tick@50", "tick@60"));
 }
 
-TEST(VirtualQueues, theirEndEndsWaitsAndDropsTheRest) {
+TEST(VirtualQueues, theirEndEndsWaits) {
   std::vector<std::string> log;
-  const auto held = std::make_shared<int>(0);
   std::shared_ptr<TaskQueue> survivor;
   std::shared_ptr<Completion> completion;
   {
@@ -88,12 +87,9 @@ TEST(VirtualQueues, theirEndEndsWaitsAndDropsTheRest) {
       queues.sleep(1h);
       log.emplace_back("slept");
     });
-    survivor->post([&, held] { log.emplace_back("never"); });
-    queues.highPriorityQueue().postAfter(1h, [&, held] { log.emplace_back("never"); });
     queues.runPending();
   }
   EXPECT_THAT(log, ElementsAre("timed out", "slept"));
-  EXPECT_EQ(held.use_count(), 1);
   survivor->post([&] { log.emplace_back("too late"); });
   EXPECT_FALSE(completion->wait(1h));
   EXPECT_EQ(log.size(), 2U);

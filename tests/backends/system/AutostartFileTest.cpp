@@ -13,10 +13,12 @@ using ::testing::Not;
 
 class AutostartFileTest : public SystemFixture {
  protected:
-  AutostartFileTest() { makeProgram(program_); }
+  AutostartFileTest() {
+    makeProgram(program_);
+    makeProgram(other_);
+  }
 
   static void makeProgram(const fs::path& path) {
-    fs::create_directories(path.parent_path());
     write(path, "#!/bin/sh\n");
     fs::permissions(path, fs::perms::owner_all);
   }
@@ -33,6 +35,7 @@ class AutostartFileTest : public SystemFixture {
   fs::path system_ = folder_ / "etc" / "autostart";
   std::string desktops_ = "ubuntu:GNOME";
   fs::path program_ = folder_ / "opt" / "jumplark";
+  fs::path other_ = folder_ / "usr" / "jumplark";
 };
 
 TEST_F(AutostartFileTest, namesTheProgramSoThatEverySessionFindsIt) {
@@ -88,16 +91,13 @@ TEST_F(AutostartFileTest, isMendedAtTheNextStartAfterTheProgramMoved) {
 }
 
 TEST_F(AutostartFileTest, leavesFilesOfOthersAsTheyAre) {
-  fs::create_directories(autostart_);
-  const fs::path other = folder_ / "usr" / "jumplark";
-  makeProgram(other);
   const struct {
     std::string text;
     bool starts;  ///< this program
   } cases[] = {{"[Desktop Entry]\nType=Application\nExec=backup\n", false},
                {"[Desktop Entry]\nExec=" + program_.string() + " --quiet\n", true},
-               {entry(other), false},
-               {entry(other, "X-Jumplark-LoginItem=true\n"), false},
+               {entry(other_), false},
+               {entry(other_, "X-Jumplark-LoginItem=true\n"), false},
                {"[Desktop Entry]\nExec=jumplark\nHidden=true\n", false},
                {"[Other]\nX-Jumplark-LoginItem=true\nExec=jumplark\n", false},
                {"", false},
@@ -128,10 +128,6 @@ TEST_F(AutostartFileTest, leavesFilesOfOthersAsTheyAre) {
 }
 
 TEST_F(AutostartFileTest, followsTheSystemsEntryAsASessionDoes) {
-  fs::create_directories(system_);
-  fs::create_directories(autostart_);
-  const fs::path other = folder_ / "usr" / "jumplark";
-  makeProgram(other);
   const std::string ours = entry(program_);
   const struct {
     std::string systems;
@@ -139,10 +135,10 @@ TEST_F(AutostartFileTest, followsTheSystemsEntryAsASessionDoes) {
     bool starts;
   } cases[] = {
       {ours, "", true},
-      {entry(other), "", false},
+      {entry(other_), "", false},
       {ours, "[Desktop Entry]\nHidden=true\n", false},
-      {ours, entry(other), false},
-      {entry(other), ours, true},
+      {ours, entry(other_), false},
+      {entry(other_), ours, true},
       {entry(program_, "Hidden=true\n"), "", false},
       {entry(program_, "X-GNOME-Autostart-enabled = false \r\n"), "", false},
       {entry(program_, "OnlyShowIn=XFCE;GNOME;\n"), "", true},
@@ -181,7 +177,6 @@ TEST_F(AutostartFileTest, tellsOfChangesInEachFolderUntilTheTokenGoes) {
   write(system_ / "jumplark.desktop", entry(program_));
   EXPECT_TRUE(await([&] { return changes > 2 && item.isSet(); }));
   const int before = changes;
-  fs::create_directories(autostart_);
   write(autostart_ / "jumplark.desktop", "[Desktop Entry]\nHidden=true\n");
   EXPECT_TRUE(await([&] { return changes > before && !item.isSet(); }));
   token.reset();

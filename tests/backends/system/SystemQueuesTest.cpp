@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <stdexcept>
-#include <thread>
 
 namespace jumplark {
 namespace {
@@ -53,26 +51,6 @@ TEST(SystemQueues, aMainTaskCannotRunTheMainQueue) {
     EXPECT_THROW(queues.runMainQueueUntil([] { return false; }), std::logic_error);
   });
   queues.runMainQueueUntil([&] { return inner == 1; });
-}
-
-TEST(SystemQueues, endingThemDropsWhatHasNotStartedAndWaitsForWhatRuns) {
-  std::atomic<bool> started{false};
-  std::atomic<bool> ended{false};
-  std::atomic<bool> dropped{true};
-  {
-    SystemQueues queues;
-    queues.highPriorityQueue().post([&] {
-      started = true;
-      queues.sleep(20ms);
-      ended = true;
-    });
-    queues.highPriorityQueue().post([&] { dropped = false; });
-    queues.mainQueue().post([&] { dropped = false; });
-    while (!started) {
-      std::this_thread::yield();
-    }
-  }
-  EXPECT_TRUE(ended && dropped);
 }
 
 }  // namespace
