@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "backends/linux/x11/DesktopWatcher.h"
 #include "backends/linux/x11/X11Screens.h"
 #include "backends/x11/X11Fixture.h"
 #include "support/TemporaryFolder.h"
@@ -189,6 +190,41 @@ TEST_F(X11WorkspaceTest, ourOwnWindowIsInFrontWhenItIsTheTopmost) {
   ASSERT_TRUE(waitUntil([&] { return windows_->activeWindow() == own; }));
   EXPECT_EQ(workspace_.frontmostApplication()->pid, getpid());
   EXPECT_EQ(frontToBack(), (std::vector{static_cast<int32_t>(getpid()), other.pid()}));
+}
+
+TEST_F(X11WorkspaceTest, tellsWhichApplicationBecomesActive) {
+  const auto watcher = DesktopWatcher::create(session_->display(), queue_);
+  std::vector<int32_t> active;
+  const Token token = watcher->onActiveApplicationChanged([&](int32_t pid) { active.push_back(pid); });
+  std::vector<int32_t> expected;
+  const auto expectToHearOf = [&](const WindowClient& client) {
+    ASSERT_TRUE(session_->activate(client.window()));
+    expected.push_back(client.pid());
+    ASSERT_TRUE(queue_.runUntil([&] { return active == expected; }));
+  };
+  const WindowClient first(*session_, {10, 50, 200, 100});
+  expectToHearOf(first);
+  const WindowClient second(*session_, {300, 50, 200, 100});
+  expectToHearOf(second);
+  expectToHearOf(first);
+}
+
+TEST_F(X11WorkspaceTest, tellsWhereButtonsArePressedWhileThatIsAskedFor) {
+  const auto watcher = DesktopWatcher::create(session_->display(), queue_);
+  std::vector<Point> presses;
+  session_->keys({"mousemove", "5", "6", "click", "1"});
+  Token token = watcher->onButtonPress([&](Point at) { presses.push_back(at); });
+  // Another client holds the pointer, as an open menu does.
+  xcb_grab_pointer(x_->get(), 0, x_->root(), 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE,
+                   XCB_CURRENT_TIME);
+  ASSERT_TRUE(x_->check(xcb_no_operation_checked(x_->get())));
+  session_->keys({"mousemove", "70", "80", "click", "1", "click", "4", "mousemove", "11", "12", "click", "3"});
+  EXPECT_TRUE(queue_.runUntil([&] { return presses == std::vector<Point>{{70, 80}, {11, 12}}; }));
+  session_->keys({"click", "1"});
+  ASSERT_TRUE(waitUntil([&] { return queue_.size() == 1; }));
+  token.reset();
+  queue_.runAll();
+  EXPECT_EQ(presses.size(), 2U);
 }
 
 }  // namespace

@@ -154,14 +154,6 @@ const Answers kMethods{
     {"DoAction", [](const Asked&, Message m) { sd_bus_message_append(m, "b", 1); }},
 };
 
-bool replyText(Message question, const std::string& text) {
-  return replyWith(question, [&](Message m) {
-    sd_bus_message_open_container(m, 'v', "s");
-    appendText(m, text);
-    sd_bus_message_close_container(m);
-  });
-}
-
 bool has(const FakeElement& element, const std::string& interface) {
   return interface == "Accessible" || (interface == "Application" && element.role == role::application) ||
          std::find(element.interfaces.begin(), element.interfaces.end(), interface) != element.interfaces.end();
@@ -249,16 +241,20 @@ bool FakeApplication::answer(sd_bus_message* message) {
 bool FakeApplication::answerProperty(sd_bus_message* question, const std::string& name, const FakeElement& element) {
   const std::map<std::string, std::string> texts{
       {"Name", element.name}, {"Description", element.description}, {"ToolkitName", toolkit_}, {"Version", version_}};
-  const std::map<std::string, size_t> numbers{{"ChildCount", element.children.size()},
-                                              {"CharacterCount", static_cast<size_t>(codePointCount(element.text))}};
   if (const auto text = texts.find(name); text != texts.end()) {
-    return replyText(question, text->second);
+    return replyWith(question, [&](Message m) {
+      sd_bus_message_open_container(m, 'v', "s");
+      appendText(m, text->second);
+      sd_bus_message_close_container(m);
+    });
   }
   if (name == "CurrentValue") {
     return sd_bus_reply_method_return(question, "v", "d", element.value) >= 0;
   }
-  if (const auto number = numbers.find(name); number != numbers.end()) {
-    return sd_bus_reply_method_return(question, "v", "i", static_cast<int32_t>(number->second)) >= 0;
+  if (name == "ChildCount" || name == "CharacterCount") {
+    const auto count =
+        static_cast<int32_t>(name == "ChildCount" ? std::ssize(element.children) : codePointCount(element.text));
+    return sd_bus_reply_method_return(question, "v", "i", count) >= 0;
   }
   const std::string path = handleOf(ref(element.parent)) ? handleOf(ref(element.parent))->path() : kNull;
   return name == "Parent" &&
