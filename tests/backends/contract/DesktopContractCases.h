@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -45,9 +44,9 @@ class DesktopContract : public ::testing::TestWithParam<const char*> {
     window_ = elementOf(application_, "AXFocusedWindow");
     ASSERT_TRUE(window_) << "the application has no focused window";
     elements_ = elementsBelow(window_);
-    button_ = find([&](const ElementRef& e) { return textOf(e, "AXTitle") == desktop_.buttonTitle; });
+    button_ = find("AXTitle", desktop_.buttonTitle);
     ASSERT_TRUE(button_) << "no element is called " << desktop_.buttonTitle;
-    textField_ = find([&](const ElementRef& e) { return textOf(e, "AXRole") == "AXTextField"; });
+    textField_ = find("AXRole", "AXTextField");
     ASSERT_TRUE(textField_) << "the window holds no text field";
   }
 
@@ -89,8 +88,8 @@ class DesktopContract : public ::testing::TestWithParam<const char*> {
   std::vector<ElementRef> elements_;  ///< the window and what is below it
 
  private:
-  ElementRef find(const std::function<bool(const ElementRef&)>& fits) const {
-    const auto found = std::ranges::find_if(elements_, fits);
+  ElementRef find(const std::string& attribute, const std::string& text) {
+    const auto found = std::ranges::find(elements_, text, [&](const auto& e) { return textOf(e, attribute); });
     return found == elements_.end() ? ElementRef() : *found;
   }
   /// Breadth first, each once, the first thousand.

@@ -27,14 +27,6 @@ std::string errorOf(const std::string& text) {
   }
 }
 
-std::string repeated(const std::string& text, int count) {
-  std::string result;
-  for (int i = 0; i < count; ++i) {
-    result += text;
-  }
-  return result;
-}
-
 /// A file with one element "e" that has these members.
 std::string element(const std::string& members) {
   return R"({"elements": {"e": {)" + members + "}}}";
@@ -161,10 +153,11 @@ TEST(RecordedDesktop, survivesEveryByteThatIsReplaced) {
 TEST(RecordedDesktop, refusesJsonThatIsNestedTooDeep) {
   const int deep = 200'000;
   for (const std::string& start : {std::string("["), std::string(R"({"a":)"), std::string(R"({"elements":{"e":)")}) {
-    EXPECT_THAT(errorOf(start + repeated("[", deep)), StartsWith("test.json: "));
+    EXPECT_THAT(errorOf(start + std::string(deep, '[')), StartsWith("test.json: "));
   }
-  EXPECT_THAT(errorOf(attribute(repeated("[", deep) + repeated("]", deep))), HasSubstr("nested more than 100 levels"));
-  EXPECT_EQ(errorOf(attribute(repeated("[", 90) + repeated("]", 90))), "");
+  EXPECT_THAT(errorOf(attribute(std::string(deep, '[') + std::string(deep, ']'))),
+              HasSubstr("nested more than 100 levels"));
+  EXPECT_EQ(errorOf(attribute(std::string(90, '[') + std::string(90, ']'))), "");
 }
 
 TEST(RecordedDesktop, leavesWhatIsNotSaidAtItsDefault) {
