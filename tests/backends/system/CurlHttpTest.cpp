@@ -66,7 +66,7 @@ class CurlHttpTest : public SystemFixture {
     constexpr const char* kScript =
         "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -subj /CN=$1 "
         "-addext subjectAltName=DNS:$1 -keyout $0 -out $0.new && openssl x509 -in $0.new -signkey $0 -days $2 >>$0";
-    const std::string file = folder_ / (host + daysLeft + ".pem");
+    std::string file = folder_ / (host + daysLeft + ".pem");
     desktop::Process made({"sh", "-c", kScript, file, host, daysLeft}, {{"PATH", "/usr/bin:/bin"}}, file);
     EXPECT_EQ(made.wait(), 0) << made.err();
     return file;

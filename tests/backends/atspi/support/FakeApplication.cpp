@@ -5,6 +5,7 @@
 #include <systemd/sd-bus.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "platform/Utf8.h"
@@ -183,8 +184,9 @@ void FakeApplication::openSocket() {
   sockaddr_un address{AF_UNIX, {}};
   const std::string path = folder_.path() + "/own";
   path.copy(address.sun_path, sizeof address.sun_path - 1);
-  bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-  listen(listening, 1);
+  if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || listen(listening, 1) != 0) {
+    throw std::runtime_error("no socket at " + path);
+  }
   socket_ = "unix:path=" + path;
   own_ = std::make_unique<FakePeer>(listening, [this](Message message) { return answer(message); });
 }
