@@ -35,7 +35,7 @@ TEST(UsePlaces, worksOnTheSecondMonitor) {
 }
 
 TEST(UsePlaces, worksAtTwiceTheScale) {
-  Use use(SessionOptions{.width = 1800, .height = 1400}, {}, {"sh", "-c", "echo Xft.dpi: 192 | xrdb -merge"});
+  Use use(SessionOptions{.width = 1800, .height = 1400}, {"sh", "-c", "echo Xft.dpi: 192 | xrdb -merge"});
   expectFramedAndClicked(use, 2);
 }
 
