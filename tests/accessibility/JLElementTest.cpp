@@ -178,22 +178,20 @@ const std::string kTexts = DesktopText::of(R"(
 TEST(JLElementAttributeExtractor, pairsNamesAndValuesByPosition) {
   RecordedFixture desktop(kTexts);
   desktop->accessibility().setParameterized("area", "AXStringForRange", {{Range{5, 3}, "vis"}});
-  using Pairs = std::vector<std::pair<std::string, std::string>>;
-  const std::pair<const char*, Pairs> cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       // a dash stands for no value
-      {"button", {{"AXTitle", "OK"}, {"AXValue", "1"}, {"AXDescription", "-"}}},
-      {"search",
-       {{"AXValue", "v"}, {"AXPlaceholderValue", "p"}, {"AXDescription", "-"}, {"AXRoleDescription", "search"}}},
-      {"area", {{"AXVisibleText", "vis"}}},
-      {"file", {{"AXTitle", "d"}, {"AXDescription", "h"}, {"AXHelp", "File"}}},
-      {"untitled", {{"AXTitle", "-"}, {"AXDescription", "-"}, {"AXHelp", "Editor"}}},
-      {"twice", {{"AXTitle", "t"}, {"AXValue", "v"}, {"AXDescription", "d"}}},
+      {"button", "AXTitle=OK AXValue=1 AXDescription=- "},
+      {"search", "AXValue=v AXPlaceholderValue=p AXDescription=- AXRoleDescription=search "},
+      {"area", "AXVisibleText=vis "},
+      {"file", "AXTitle=d AXDescription=h AXHelp=File "},
+      {"untitled", "AXTitle=- AXDescription=- AXHelp=Editor "},
+      {"twice", "AXTitle=t AXValue=v AXDescription=d "},
   };
   for (const auto& [id, expected] : cases) {
-    Pairs found;
+    std::string found;
     for (const auto& [name, value] :
          JLElementAttributeExtractor::attributesDictionaryForElement(*desktop.element(id))) {
-      found.emplace_back(name, value.isNone() ? "-" : value.description());
+      found += name + "=" + (value.isNone() ? "-" : value.description()) + " ";
     }
     EXPECT_EQ(found, expected) << id;
   }

@@ -12,12 +12,10 @@ inline uint32_t boxPixel(PrivateSession& session, const PixelRect& rect) {
 
 /// A desktop with the demonstration program in front and the program in the background.
 struct Use {
-  explicit Use(const SessionOptions& options, const nlohmann::json& settings = nlohmann::json::object(),
-               const Arguments& first = {"true"}, const std::string& page = "Form")
-      : desktop(options), demo(ready(desktop, first), page), program(desktop.session, settings) {}
-  explicit Use(WindowManager windowManager = WindowManager::xfwm4, const std::string& page = "Form")
-      : Use({.windowManager = windowManager, .width = Desktop::kWidth, .height = Desktop::kHeight}, {}, {"true"},
-            page) {}
+  explicit Use(const SessionOptions& options, const Arguments& first = {"true"})
+      : desktop(options), demo(ready(desktop, first)), program(desktop.session) {}
+  explicit Use(WindowManager windowManager = WindowManager::xfwm4)
+      : Use(SessionOptions{.windowManager = windowManager, .width = Desktop::kWidth, .height = Desktop::kHeight}) {}
 
   PrivateSession& session() { return desktop.session; }
   /// Closes the query window with a key, and waits until the keyboard is back where it was.

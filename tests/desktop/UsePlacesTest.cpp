@@ -35,7 +35,7 @@ TEST(UsePlaces, worksOnTheSecondMonitor) {
 }
 
 TEST(UsePlaces, worksAtTwiceTheScale) {
-  Use use(SessionOptions{.width = 1800, .height = 1400}, {}, {"sh", "-c", "echo Xft.dpi: 192 | xrdb -merge"});
+  Use use(SessionOptions{.width = 1800, .height = 1400}, {"sh", "-c", "echo Xft.dpi: 192 | xrdb -merge"});
   expectFramedAndClicked(use, 2);
 }
 
@@ -76,21 +76,14 @@ TEST(UsePlaces, typesAndSelectsByLabelInEachLayoutThoughItChangesWhileItIsOpen) 
   const PixelRect ok = use.demo.part("OK").rect;
   const uint32_t plain = boxPixel(use.session(), ok);
   size_t times = 0;
-  // The new keys are known when they have been quiet for a moment.
-  const auto open = [&use] {
-    EXPECT_TRUE(waitUntil([&use] {
-      use.program.key(RunningProgram::kShortcut);
-      return use.program.waitUntilOpen(Milliseconds(500));
-    }));
-  };
   for (const auto& [layout, text] : {std::pair("us", "yz"), {"de", "yz"}, {"ru", "ня"}}) {
     SCOPED_TRACE(layout);
-    open();
+    use.program.open();
     use.session().run({"setxkbmap", layout});
     use.program.query(text);
     use.close("Escape");
 
-    open();
+    use.program.open();
     use.program.query(".");
     const Matches matches = use.demo.matches();
     const Match* wanted = find(matches, "Button", "OK");
@@ -108,7 +101,7 @@ TEST(UsePlaces, typesAndSelectsByLabelInEachLayoutThoughItChangesWhileItIsOpen) 
   }
   // The space bar changes places with a key that had no use.
   use.session().run({"xmodmap", "-e", "keycode 65 = F13", "-e", "keycode 248 = space"});
-  open();
+  use.program.open();
   use.close("Escape");
 }
 

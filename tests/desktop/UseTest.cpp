@@ -5,20 +5,9 @@ namespace {
 
 using ::testing::IsEmpty;
 
-class UseOnEachDesktop : public ::testing::TestWithParam<WindowManager> {
- protected:
-  PixelRect rectOf(const std::string& name) { return use.demo.part(name).rect; }
-
-  void typeMoveAndClick();
-  void restThePointer();
-  void goElsewhere();
-
-  Use use{GetParam()};
-};
-
-void UseOnEachDesktop::typeMoveAndClick() {
-  const PixelRect apply = rectOf("Apply");
-  const PixelRect cancel = rectOf("Cancel");
+void typeMoveAndClick(Use& use) {
+  const PixelRect apply = use.demo.part("Apply").rect;
+  const PixelRect cancel = use.demo.part("Cancel").rect;
   const uint32_t plain = boxPixel(use.session(), apply);
   use.program.open();
   use.program.query("apply");
@@ -48,8 +37,8 @@ void UseOnEachDesktop::typeMoveAndClick() {
   EXPECT_TRUE(use.demo.says("clicked Cancel")) << use.demo.process().out();
 }
 
-void UseOnEachDesktop::restThePointer() {
-  const PixelRect email = rectOf("Email");
+void restThePointer(Use& use) {
+  const PixelRect email = use.demo.part("Email").rect;
   // Not where the pointer stands.
   const auto pixel = [&] { return use.session().pixel(email.x + email.width - 8, email.y + email.height / 2); };
   const uint32_t plain = pixel();
@@ -62,9 +51,9 @@ void UseOnEachDesktop::restThePointer() {
   use.close(RunningProgram::kShortcut);
 }
 
-void UseOnEachDesktop::goElsewhere() {
+void goElsewhere(Use& use) {
   use.program.open();
-  const PixelRect ok = rectOf("OK");
+  const PixelRect ok = use.demo.part("OK").rect;
   use.session().click(ok.x + 10, ok.y + 10);
   EXPECT_TRUE(use.demo.says("clicked OK"));
   EXPECT_TRUE(use.program.waitUntilClosed());
@@ -77,9 +66,12 @@ void UseOnEachDesktop::goElsewhere() {
   EXPECT_TRUE(other.running());
 }
 
+using UseOnEachDesktop = ::testing::TestWithParam<WindowManager>;
+
 TEST_P(UseOnEachDesktop, clicksWhatIsTypedAndEndsWhenTheUserGoesElsewhere) {
-  typeMoveAndClick();
-  restThePointer();
+  Use use(GetParam());
+  typeMoveAndClick(use);
+  restThePointer(use);
   const int times = GetParam() == WindowManager::xfwm4 ? 100 : 25;
   for (int i = 0; i < times; ++i) {
     const std::string text = "appl" + std::to_string(i);
@@ -87,7 +79,7 @@ TEST_P(UseOnEachDesktop, clicksWhatIsTypedAndEndsWhenTheUserGoesElsewhere) {
     ASSERT_TRUE(use.program.waitForQuery(text)) << "a letter that followed the shortcut at once is lost";
     use.close("Escape");
   }
-  goElsewhere();
+  goElsewhere(use);
   EXPECT_THAT(use.demo.linesBeginning("text Name"), IsEmpty()) << "typed into the target";
 }
 

@@ -26,11 +26,7 @@ class Streams : public ::testing::Test {
   TaskQueue& mainQueue() { return queues_.mainQueue(); }
 
   VirtualQueues queues_;
-  const Token installed_ = [this] {
-    Platform platform;
-    platform.queues = &queues_;
-    return Platform::install(platform);
-  }();
+  const Token installed_ = Platform::install({.queues = &queues_});
   int completions_ = 0;
 };
 

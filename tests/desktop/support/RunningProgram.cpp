@@ -65,8 +65,8 @@ bool RunningProgram::waitUntilClosed(Milliseconds limit) const {
 }
 
 void RunningProgram::open() {
-  key(kShortcut);
-  if (!waitUntilOpen()) {
+  constexpr Milliseconds kForgotten{5000};  // is a press by then that was not answered in time
+  if (!waitUntil([&] { return key(kShortcut), waitUntilOpen(kForgotten); })) {
     throw std::runtime_error("the query window did not open: " + process_.err());
   }
 }

@@ -39,7 +39,8 @@ class RunningProgram {
   bool waitUntilOpen(Milliseconds limit = kPatience) const;
   /// Neither the query window nor a box is on the screen.
   bool waitUntilClosed(Milliseconds limit = kPatience) const;
-  /// Presses the shortcut and returns when the query window has the keyboard; throws std::runtime_error otherwise.
+  /// Presses the shortcut, and once more where the machine was too busy for that to be answered; returns when the query
+  /// window has the keyboard. Throws std::runtime_error when it does not come to that.
   void open();
   void type(const std::string& text) { session_.type(text); }
   /// Types a query and returns when the field holds it; fails the running test when it does not come to that.
