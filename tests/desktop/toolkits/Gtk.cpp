@@ -72,7 +72,7 @@ Subject gtk4(const std::string& name, WindowManager windowManager) {
                 {"CheckBox", {"checkbutton", "radiobutton"}, 6},
                 {"Button", {"togglebutton"}, 4},
                 {"StaticText", {"togglebutton"}, 0},
-                {"Button", {"Sans Regular 12", "Maximize"}},
+                {"Button", {"Sans Regular 12", "Maximize", "Increase", "Decrease"}},
                 {"Link", {"link button"}},
                 {"StaticText", {"Large Title"}},
                 {"TextField", {"comboboxentry", "entry"}, 2},

@@ -136,6 +136,7 @@ Subject swing() {
                     {"row 7", titled("Did row 7")},
                     {"folders", titled("Did tab Folders")},
                     {"fruit kind", titled("Did tree Fruit Kind")},
+                    {"expand stone", offers({"Stone Kind"})},
                     {"crimson", finds("Cell", "Turquoise")},
                     {"turquoise", titled("Did colour Turquoise")},
                     {"offer", finds("MenuItem", "Second Offer")},

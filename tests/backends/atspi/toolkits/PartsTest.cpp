@@ -39,9 +39,12 @@ constexpr const char* kGtk3[3] = {"gtk", "3.24.38", "demo"};
 constexpr const char* kQt[3] = {"Qt", "6.4.2", "demo"};
 constexpr const char* kOffice[3] = {"gtk", "3.24.38", "soffice"};
 
+constexpr const char* kSwing[3] = {"J2SE-access-bridge", "1.0", "demo"};
+
 class PartsOfGtk3 : public PartsOf<kGtk3> {};
 class PartsOfQt : public PartsOf<kQt> {};
 class PartsOfOffice : public PartsOf<kOffice> {};
+class PartsOfSwing : public PartsOf<kSwing> {};
 
 constexpr uint64_t kClosed = kShown | bit(state::expandable);
 constexpr uint64_t kOpen = kClosed | bit(state::expanded);
@@ -97,6 +100,17 @@ TEST_F(PartsOfQt, areArrowsOfFieldsAndOfRows) {
   }
   EXPECT_THAT(parts(), ElementsAre("Increase Zoom 194,60 16x10", "Decrease Zoom 194,70 16x10", "Expand a 110,100 20x20",
                                    "Expand c 130,120 20x20"));
+}
+
+TEST_F(PartsOfSwing, areArrowsOfFieldsAndHandlesOfEntries) {
+  add("frame", "pane", role::panel, "", {100, 50, 400, 300});
+  add("pane", "zoom", role::spinButton, "Zoom", {110, 60, 100, 20});
+  add("pane", "tree", role::tree, "", {110, 100, 200, 100});
+  add("tree", "all", role::label, "All", {111, 100, 50, 20}).states = kOpen;
+  add("all", "stone", role::label, "Stone", {131, 120, 50, 20}).states = kClosed;
+  add("stone", "pebble", role::label, "Pebble", {151, 140, 50, 20});
+  EXPECT_THAT(parts(),
+              ElementsAre("Increase Zoom 194,60 16x10", "Decrease Zoom 194,70 16x10", "Expand Stone 111,120 20x20"));
 }
 
 TEST_F(PartsOfOffice, areArrowsOfToolBarsAndHeadersOfSheets) {

@@ -45,6 +45,10 @@ std::vector<const ElementFacts*> shownOf(const ElementDraft& elements, bool (*is
   return found;
 }
 
+double unitOf(const Reading& reading) {
+  return reading.transform.placement.scale;
+}
+
 void addSteppers(Reading& reading, const ElementFacts& field, const Rect& more, const Rect& less) {
   if (!field.is(state::enabled) && !field.is(state::sensitive)) {
     return;
@@ -58,11 +62,21 @@ void addSteppers(Reading& reading, const ElementFacts& field, const Rect& more, 
            caption.empty() ? std::string(localized("Decrease")) : localizedFormat("Decrease {}", caption), less});
 }
 
+void addSquareSteppers(Reading& reading, const ElementFacts& field) {
+  const Rect& r = *field.extents;
+  if (r.height > r.width) {
+    addSteppers(reading, field, {r.x, r.y, r.width, r.width}, {r.x, r.maxY() - r.width, r.width, r.width});
+  } else if (r.width > 2 * r.height) {
+    addSteppers(reading, field, {r.maxX() - r.height, r.y, r.height, r.height},
+                {r.maxX() - 2 * r.height, r.y, r.height, r.height});
+  }
+}
+
 void addStackedSteppers(Reading& reading, const ElementFacts& field) {
-  constexpr double kArrow = 16;
+  const double arrow = 16 * unitOf(reading);
   const Rect& r = *field.extents;
   const double half = r.height / 2;
-  addSteppers(reading, field, {r.maxX() - kArrow, r.y, kArrow, half}, {r.maxX() - kArrow, r.y + half, kArrow, half});
+  addSteppers(reading, field, {r.maxX() - arrow, r.y, arrow, half}, {r.maxX() - arrow, r.y + half, arrow, half});
 }
 
 void addTriangle(Reading& reading, const ElementFacts& row, const Rect& place) {

@@ -11,20 +11,9 @@
 namespace jumplark::atspi {
 namespace {
 
-/// Points of the space for a triangle, in any theme.
+/// Of the space for a triangle in any theme, in the toolkit's units.
 constexpr double kNarrowestTriangle = 12;
 constexpr double kWidestTriangle = 30;
-
-/// Two squares at the end of the field, or at both ends of an upright one.
-void addSteppersOf(const ElementFacts& field, Reading& reading) {
-  const Rect& r = *field.extents;
-  if (r.height > r.width) {
-    addSteppers(reading, field, {r.x, r.y, r.width, r.width}, {r.x, r.maxY() - r.width, r.width, r.width});
-  } else if (r.width > 2 * r.height) {
-    addSteppers(reading, field, {r.maxX() - r.height, r.y, r.height, r.height},
-                {r.maxX() - 2 * r.height, r.y, r.height, r.height});
-  }
-}
 
 /// A row stands to the right of its triangle, by one space for each level. GTK tells it twice as far to the right,
 /// since it adds what stands before a row to a place that has it already.
@@ -40,7 +29,8 @@ void addTrianglesOf(const ElementFacts& tree, Reading& reading) {
     }
   }
   const double space = nearest / 2;
-  if (space < kNarrowestTriangle || space > kWidestTriangle) {
+  const double unit = unitOf(reading);
+  if (space < kNarrowestTriangle * unit || space > kWidestTriangle * unit) {
     return;
   }
   for (const ElementFacts* row : rows) {
@@ -66,12 +56,13 @@ void addCrossesOf(const ElementFacts& row, Reading& reading) {
   }
   const double apart = tabs[1]->extents->x - tabs[0]->extents->maxX();
   const double before = tabs[0]->extents->x - row.extents->x;
-  if (apart - 2 * before < kSmallestCross) {
+  const double unit = unitOf(reading);
+  if (apart - 2 * before < kSmallestCross * unit) {
     return;
   }
   for (const ElementFacts* tab : tabs) {
     const Rect& caption = *tab->extents;
-    addCross(reading, *tab, {caption.maxX(), caption.y, apart - 2 * kPadding, caption.height});
+    addCross(reading, *tab, {caption.maxX(), caption.y, apart - 2 * kPadding * unit, caption.height});
   }
 }
 
@@ -91,7 +82,7 @@ bool Gtk3::mayHoldLinks(const ElementFacts& element) const {
 
 void Gtk3::addParts(Reading& reading) const {
   for (const ElementFacts* field : shownOf(reading.elements, role::isOneOf<role::spinButton>)) {
-    addSteppersOf(*field, reading);
+    addSquareSteppers(reading, *field);
   }
   for (const ElementFacts* tree : shownOf(reading.elements, role::isOneOf<role::treeTable>)) {
     addTrianglesOf(*tree, reading);

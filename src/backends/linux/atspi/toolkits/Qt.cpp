@@ -81,7 +81,7 @@ bool isOccluded(const Rect& item, const Rect& container, const std::vector<Rect>
 
 /// Cells of all columns say that they can be expanded; the first one of a row has the arrow before it.
 void addArrowsOfRows(const ElementFacts& tree, Reading& reading) {
-  constexpr double kSpace = 20;
+  const double space = 20 * unitOf(reading);
   std::map<double, const ElementFacts*> first;  // by height
   for (const ElementFacts* cell : reading.elements.childrenOf(tree)) {
     if (cell->extents && (cell->role == role::tableCell || cell->role == role::treeItem)) {
@@ -91,7 +91,7 @@ void addArrowsOfRows(const ElementFacts& tree, Reading& reading) {
   }
   for (const auto& [y, cell] : first) {
     if (cell->is(state::expandable) && cell->is(state::showing)) {
-      addTriangle(reading, *cell, {cell->extents->x - kSpace, y, kSpace, cell->extents->height});
+      addTriangle(reading, *cell, {cell->extents->x - space, y, space, cell->extents->height});
     }
   }
 }

@@ -7,6 +7,7 @@
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/Corrections.h"
+#include "backends/linux/atspi/toolkits/ControlParts.h"
 #include "backends/linux/atspi/toolkits/LoadedLibraries.h"
 #include "platform/Texts.h"
 #include "platform/Utf8.h"
@@ -104,6 +105,19 @@ void Swing::reparent(ElementDraft& elements) const {
         reparentEntry(child, *element, elements);
       }
       element->childCount = static_cast<int64_t>(element->children.size());
+    }
+  }
+}
+
+void Swing::addParts(Reading& reading) const {
+  for (const ElementFacts* field : shownOf(reading.elements, role::isOneOf<role::spinButton>)) {
+    addStackedSteppers(reading, *field);
+  }
+  const double handle = 20 * unitOf(reading);
+  for (const ElementFacts* entry : shownOf(reading.elements, role::isOneOf<role::label>)) {
+    const ElementFacts* tree = reading.elements.find(entry->parent);
+    if (tree && tree->role == role::tree && entry->is(state::expandable)) {
+      addTriangle(reading, *entry, {entry->extents->x - handle, entry->extents->y, handle, entry->extents->height});
     }
   }
 }

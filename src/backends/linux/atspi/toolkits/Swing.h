@@ -25,6 +25,8 @@ class Swing final : public Toolkit {
   /// Trees hold their entries in one another, though each lies below the one that holds it, not in it. All become
   /// children of the tree, so that only the tree and what is around it clips them.
   void reparent(ElementDraft& elements) const override;
+  /// The arrows of its spin buttons and the handles of its trees, to which it gives no elements.
+  void addParts(Reading& reading) const override;
   std::string adviceForSilent(int32_t pid, const Snapshot* snapshot) const override;
 };
 

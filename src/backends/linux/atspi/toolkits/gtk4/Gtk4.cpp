@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <string_view>
 
+#include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/reading/WalkSteps.h"
+#include "backends/linux/atspi/toolkits/ControlParts.h"
 #include "backends/linux/atspi/toolkits/gtk4/Gtk4Tree.h"
 
 namespace jumplark::atspi {
@@ -112,6 +114,12 @@ void Gtk4::settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elemen
 void Gtk4::correctPlaces(Reading& reading) const {
   for (const ElementRef& frame : reading.roots) {
     Popovers(reading, frame).place();
+  }
+}
+
+void Gtk4::addParts(Reading& reading) const {
+  for (const ElementFacts* field : shownOf(reading.elements, role::isOneOf<role::spinButton>)) {
+    addSquareSteppers(reading, *field);
   }
 }
 

@@ -36,6 +36,8 @@ class Gtk4 final : public Toolkit {
   /// that window began where the control is that opens it. The popover becomes a child of the frame, since it mostly
   /// lies outside its control.
   void correctPlaces(Reading& reading) const override;
+  /// The buttons of spin buttons, which it keeps to itself.
+  void addParts(Reading& reading) const override;
 };
 
 }  // namespace jumplark::atspi
