@@ -6,7 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include "accessibility/JLElement.h"
+#include "accessibility/ScreenCoordinates.h"
 #include "cli/Snapshot.h"
+#include "platform/Menus.h"
+#include "platform/Platform.h"
 #include "platform/Texts.h"
 #include "selection/JLElementActioner.h"
 #include "tree/JLElementTree.h"
@@ -47,6 +50,25 @@ void printMatches(const std::vector<LabelledMatch>& matches) {
     fmt::print("{}\n",
                localizedFormat("{:<4}{:>8.3f}  {}  at {},{} size {}x{}", labelled.label, labelled.match.score(),
                                onOneLine(describe(labelled.match)), bounds.x, bounds.y, bounds.width, bounds.height));
+  }
+}
+
+/// Closes menus that would take the click; says so where one stays open over what is meant.
+void makeWay(const JLElementMatch& match, const std::string& what) {
+  const auto element = match.node()->element();
+  const JLElementActioner& actioner = JLElementActioner::sharedInstance();
+  const Point place = actioner.findClickablePointForElement(element);
+  const auto isMenuThere = [menus = Platform::current().menus, place] {
+    return menus && menus->isOpenAt(pointFromBottomLeftToTopLeft(place));
+  };
+  if (isMenuThere() && actioner.isOnTopAt(element, place)) {
+    return;  // it stands in that menu
+  }
+  if (Platform::current().menus) {
+    Platform::current().menus->closeOpen();
+  }
+  if (isMenuThere()) {
+    throw CommandFailure(ExitStatus::nothingMatched, localizedFormat("an open menu lies over {}.", what));
   }
 }
 
@@ -93,6 +115,7 @@ ExitStatus runAct(const Options& options) {
     fmt::print("{}\n", localizedFormat("would click {} near {},{} (bottom-left origin)", what, middle.x, middle.y));
     return ExitStatus::done;
   }
+  makeWay(best, what);
   actioner.setWaitsForDoubleClick(false);
   actioner.actionElement(best.node()->element());
   const Point where = actioner.getCursorPosition();

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Geometry.h"
 #include "platform/Token.h"
 
 namespace jumplark {
@@ -27,7 +28,7 @@ struct MenuCommand {
   Mark mark = Mark::none;
   bool isOn = false;  ///< of one with a mark
   bool isEnabled = true;
-  bool isOpen = false;  ///< its menu was open on the screen when it was read
+  bool isOpen = false;  ///< its menu was open on the screen when the user called, or when it was read
   std::shared_ptr<const MenuCommandHandle> handle;
 };
 
@@ -56,6 +57,17 @@ class Menus {
   virtual Token read(int32_t pid, Found found) = 0;
   /// Does what choosing the command in its menu does. Waits for the application, for a second at most.
   virtual MenuOutcome perform(const MenuCommand& command) = 0;
+  /// What was told of menus that had to be closed when the user called is told no more. It can still be performed.
+  virtual void forgetOpen() {}
+
+  /// Closes the open menus of whatever application that have the keyboard, and take a click elsewhere for nothing else
+  /// than to be closed. Waits for them, for two seconds at most.
+  virtual void closeOpen() {}
+  /// An open menu or list lies at this point (top-left origin) over everything else.
+  virtual bool isOpenAt(Point place) {
+    static_cast<void>(place);
+    return false;
+  }
 };
 
 }  // namespace jumplark

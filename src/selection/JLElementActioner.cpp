@@ -41,15 +41,6 @@ JLElementActioner::Element readAnew(const JLElementActioner::Element& element) {
   return !element || element->axElement()->live() ? element : element->live();
 }
 
-/// Whether the topmost thing at a point (bottom-left origin) is the element, which is read anew, or something inside
-/// it.
-bool isOnTopAt(const JLElement& element, Point point) {
-  const JLElement screen(
-      std::make_shared<JLAXElement>(JLElement::systemWideElement()->ref(), element.axElement()->live()));
-  const auto hit = JLElement::elementAtPointFromBottomLeftForApplication(point, screen);
-  return hit && (*hit == element || hit->hasParent(element));
-}
-
 double randomOffset(double extent) {
   const auto whole = static_cast<int64_t>(extent);
   return whole > 0 ? static_cast<double>(Platform::current().random->next() % whole) : 0.0;
@@ -202,16 +193,27 @@ Point JLElementActioner::findClickablePointForElement(const Element& chosen) con
   const Element element = readAnew(chosen);
   const Rect bounds = element ? element->bounds() : Rect{};
   const Point middle = midpointOfRect(bounds);
-  if (!element || isOnTopAt(*element, middle) || (bounds.width == 0 && bounds.height == 0)) {
+  if (!element || isOnTopAt(element, middle) || (bounds.width == 0 && bounds.height == 0)) {
     return middle;
   }
   for (int i = 0; i < kMostProbes; ++i) {
     const Point probe{bounds.x + randomOffset(bounds.width), bounds.y + randomOffset(bounds.height)};
-    if (isOnTopAt(*element, probe)) {
+    if (isOnTopAt(element, probe)) {
       return probe;
     }
   }
   return element->midpoint();
+}
+
+bool JLElementActioner::isOnTopAt(const Element& chosen, Point point) const {
+  const Element element = readAnew(chosen);
+  if (!element) {
+    return false;
+  }
+  const JLElement screen(
+      std::make_shared<JLAXElement>(JLElement::systemWideElement()->ref(), element->axElement()->live()));
+  const auto hit = JLElement::elementAtPointFromBottomLeftForApplication(point, screen);
+  return hit && (*hit == *element || hit->hasParent(*element));
 }
 
 void JLElementActioner::trackUsageWithAmount(const std::string& type, uint64_t amount) {

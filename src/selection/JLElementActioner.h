@@ -50,6 +50,8 @@ class JLElementActioner {
   Point getCursorPosition() const;
   /// A point, bottom-left origin, where the element or something in it is on top; the midpoint when none is found.
   Point findClickablePointForElement(const Element& element) const;
+  /// Whether the element, which is read anew, or something in it is on top at a point, bottom-left origin.
+  bool isOnTopAt(const Element& element, Point point) const;
   void trackUsageWithAmount(const std::string& type, uint64_t amount);
 
   /// Whether a click sends the Return key of the next 0.7 s into a double click. A program that ends with its click has

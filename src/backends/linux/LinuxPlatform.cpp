@@ -20,6 +20,15 @@
 #include "platform/Queues.h"
 
 namespace jumplark {
+namespace {
+
+/// Some boxes do not open their lists for a shorter click.
+constexpr auto kClickHold = std::chrono::milliseconds(20);
+constexpr int64_t kMenuKey = key_code::symbolBase + 0xFF67;
+/// For so long the shortcut waits with taking the keyboard from an open menu.
+constexpr auto kOpenMenusLimit = std::chrono::milliseconds(60);
+
+}  // namespace
 
 // In the order in which each needs those before it.
 struct LinuxPlatform::Parts {
@@ -43,18 +52,25 @@ struct LinuxPlatform::Parts {
             [this](const ElementRef& application) { return accessibility.lastSnapshotOf(application); }, hands()),
         gtkMenus(windowMenus),
         dbusMenus(windowMenus),
-        menus(queueSet, windows, {&treeMenus, &gtkMenus, &dbusMenus}) {}
+        openMenus(queueSet, [this](menus::TimePoint deadline) { return treeMenus.readOpen(deadline); }),
+        menus(queueSet, windows, openMenus, [this] { input.closeMenus(); }, {&gtkMenus, &treeMenus, &dbusMenus}) {}
 
   atspi::MenuHands hands() {
     const auto post = [this](uint32_t type, Point place) {
       input.postMouseEvent({type, place, 1}, event_location::session);
     };
-    return {[post](Point place) {
-              post(event_type::mouseMoved, place);
-              post(event_type::leftMouseDown, place);
-              post(event_type::leftMouseUp, place);
-            },
-            [this] { input.typeKey(key_code::escape); }};
+    return {.click =
+                [this, post](Point place) {
+                  post(event_type::mouseMoved, place);
+                  post(event_type::leftMouseDown, place);
+                  queues.sleep(kClickHold);
+                  post(event_type::leftMouseUp, place);
+                },
+            .clickSecondary = [this](Point place) { input.clickSecondary(place); },
+            .typeMenuKey = [this] { input.typeKey(kMenuKey); },
+            .typeEscape = [this] { input.typeKey(key_code::escape); },
+            .closeMenus = [this] { input.closeMenus(); },
+            .pointer = [this] { return input.pointer(); }};
   }
 
   std::shared_ptr<X11Connection> connection;
@@ -72,6 +88,7 @@ struct LinuxPlatform::Parts {
   atspi::AtspiMenus treeMenus;
   menus::GtkMenus gtkMenus;
   menus::DBusMenus dbusMenus;
+  menus::OpenCommands openMenus;
   menus::LinuxMenus menus;
 };
 
@@ -112,12 +129,17 @@ X11Input& LinuxPlatform::input() {
   return parts_->input;
 }
 
+void LinuxPlatform::menuWillClose() {
+  parts_->openMenus.read(kOpenMenusLimit);
+}
+
 Token LinuxPlatform::workWhileWaiting(std::function<void()> work) {
   return parts_->elements.workWhileWaiting(std::move(work));
 }
 
 void LinuxPlatform::applicationBecameActive(int32_t pid) {
   parts_->elements.applicationBecameActive(pid);
+  parts_->treeMenus.applicationBecameActive(pid);
 }
 
 std::vector<DesktopCheck> LinuxPlatform::readingChecks(const RunningApplication& application) {

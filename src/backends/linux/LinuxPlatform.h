@@ -39,6 +39,8 @@ class LinuxPlatform {
   /// Makes the calling thread do `work` every now and then while it waits for an application, until the token is
   /// destroyed on it. Work must be short and wait for nothing.
   Token workWhileWaiting(std::function<void()> work);
+  /// An open menu is about to be closed: reads what can be chosen in it. Takes 60 ms at most, on any thread.
+  void menuWillClose();
   /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
   void applicationBecameActive(int32_t pid);
   /// Reads an application as a snapshot does, and says how that went.

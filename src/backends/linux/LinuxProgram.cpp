@@ -96,7 +96,12 @@ struct LinuxProgram::Parts {
 
   X11Shortcuts::Hooks shortcutHooks() {
     return {[this](uint32_t xTime) { desktop->windows().noteUserTime(xTime); },
-            [this](uint8_t keycode) { desktop->input().expectOwnRelease(keycode); }};
+            [this](uint8_t keycode) { desktop->input().expectOwnRelease(keycode); },
+            [this] {
+              if (desktop) {
+                desktop->menuWillClose();
+              }
+            }};
   }
 
   WindowCallbacks windowCallbacks() {

@@ -28,6 +28,9 @@ void CommandSearch::activeChanged(bool isActive) {
   if (const auto application = parts_.state.currentApp.value(); isActive && application) {
     commands_.keepOnly(application->pid);
   }
+  if (Menus* const menus = Platform::current().menus; menus != nullptr && !isActive) {
+    menus->forgetOpen();
+  }
   activation_ = isActive ? parts_.state.number.load() : 0;
   snapshotOfMenus_.reset();
   searched_.reset();

@@ -44,7 +44,7 @@ class AtspiMenusTest : public SourceFixture {
   }
   FakeElement& item(const std::string& parent, const std::string& id, const std::string& name,
                     const std::string& key = "", uint32_t role = role::menuItem, uint64_t states = kEnabled) {
-    FakeElement& made = add(parent + "_menu", id, role, name, states);
+    FakeElement& made = add(app.hasElement(parent + "_menu") ? parent + "_menu" : parent, id, role, name, states);
     made.keys = key;
     made.actions = {"click"};
     return made;
@@ -57,17 +57,54 @@ class AtspiMenusTest : public SourceFixture {
     return menus_.perform(command, deadline).value_or(MenuOutcome::gone);
   }
 
+  /// A menu of something in the window: the application's own child for as long as it is open, with new elements.
+  void contextMenu() {
+    const std::string menu = "context" + std::to_string(++contexts_);
+    add("root", menu, role::popupMenu, "", kShown | kEnabled);
+    item(menu, menu + "copy", "Copy", "Ctrl+C", role::menuItem, kShown | kEnabled).rect = {40, 60, 20, 10};
+    add(menu, menu + "more", role::menu, "More", kShown | kEnabled);
+    item(menu + "more", menu + "split", "Split");
+  }
+  void closeContextMenu() {
+    for (const char* part : {"", "copy", "more", "split"}) {
+      app.remove("context" + std::to_string(contexts_) + part);
+    }
+  }
+  /// It comes to whoever calls it so.
+  void called(const std::string& how) {
+    hands.push_back(how);
+    if (how == opensContext) {
+      contextMenu();
+    }
+  }
+  std::vector<MenuCommand> open() { return menus_.readOpen(later()).commands; }
+
   std::vector<std::string> hands;
   std::vector<FakeElement*> opens;  ///< what shows after each click
-  AtspiMenus menus_{source(), windows, [this](const ElementRef&) { return source().last; },
-                    MenuHands{[this](Point place) {
-                                hands.push_back(fmt::format("{},{}", place.x, place.y));
-                                if (!opens.empty()) {
-                                  opens.front()->states |= bit(state::showing);
-                                  opens.erase(opens.begin());
-                                }
-                              },
-                              [this] { hands.emplace_back("Escape"); }}};
+  Point pointer{500, 500};
+  std::string opensContext;
+  AtspiMenus menus_{
+      source(), windows, [this](const ElementRef&) { return source().last; },
+      MenuHands{.click =
+                    [this](Point place) {
+                      hands.push_back(fmt::format("{},{}", place.x, place.y));
+                      if (!opens.empty()) {
+                        opens.front()->states |= bit(state::showing);
+                        opens.erase(opens.begin());
+                      }
+                    },
+                .clickSecondary = [this](Point place) { called(fmt::format("right {},{}", place.x, place.y)); },
+                .typeMenuKey = [this] { called("Menu"); },
+                .typeEscape = [this] { hands.emplace_back("Escape"); },
+                .closeMenus =
+                    [this] {
+                      hands.emplace_back("close");
+                      closeContextMenu();
+                    },
+                .pointer = [this] { return std::optional(pointer); }}};
+
+ private:
+  int contexts_ = 0;
 };
 
 TEST_F(AtspiMenusTest, closedMenusReadAsTheyWouldShow) {
@@ -175,6 +212,60 @@ TEST_F(AtspiMenusTest, whatHasNoActionIsChosenInItsMenusWhichAreClosedIfItCannot
   opens = {more};
   EXPECT_EQ(perform(told[1], menus::Clock::now() + std::chrono::milliseconds(300)), MenuOutcome::failed);
   EXPECT_THAT(hands, ElementsAre("30,30", "50,50", "Escape")) << "the second click may have opened nothing";
+}
+
+TEST_F(AtspiMenusTest, whatIsOpenIsReadWithTheSubmenusThatOnlyItLeadsTo) {
+  menu("file", "recent", "Recent");
+  item("recent", "letter", "letter.txt");
+  menu("bar", "edit", "Edit");
+  item("edit", "cut", "Cut");
+  EXPECT_THAT(linesOf(open()), IsEmpty());
+  for (const char* id : {"file", "edit", "file_menu", "quit", "recent"}) {
+    app.at(id).states = kShown | kEnabled;
+  }
+  EXPECT_THAT(linesOf(open()), ElementsAre("File>Quit Control+Q open")) << "those of a bar are told without it, too";
+  app.at("file_menu").states = kEnabled;
+  contextMenu();
+  EXPECT_THAT(linesOf(open()), ElementsAre("Copy Control+C open", "More>Split open"));
+  closeContextMenu();
+  add("frame", "size", role::comboBox, "10", kShown);
+  add("size", "sizes", role::list, "", kEnabled);
+  for (const char* size : {"10", "12"}) {
+    item("sizes", size, size, "", role::listItem, kShown | kEnabled);
+  }
+  prepare();
+  EXPECT_THAT(linesOf(open()), IsEmpty());
+  app.at("sizes").states = kShown;
+  EXPECT_THAT(linesOf(open()), ElementsAre("10 open", "12 open")) << "the box is called what is chosen in it";
+  app.peer().hang();
+  EXPECT_THAT(menus_.readOpen(menus::Clock::now() + std::chrono::milliseconds(50)).commands, IsEmpty());
+}
+
+TEST_F(AtspiMenusTest, whatIsGoneWithItsMenuIsChosenWhereThatOpensAgain) {
+  WindowFacts popup = windows.windows[0];
+  popup.surface = popup.frame = {30, 50, 60, 40};
+  windows.popups = {popup};
+  const auto readAndClose = [this] {
+    contextMenu();
+    const std::vector<MenuCommand> told = open();
+    closeContextMenu();
+    hands.clear();
+    return told.at(0);
+  };
+  for (const bool byPointer : {true, false}) {
+    pointer = byPointer ? Point{35, 70} : Point{900, 900};
+    for (const std::string how : {"right 30,50", "Menu"}) {
+      opensContext = how;
+      EXPECT_EQ(perform(readAndClose()), MenuOutcome::done);
+      const bool isFirst = byPointer == (how != "Menu");
+      const std::vector<std::string> once = {how, "50,65", "close"};
+      const std::vector<std::string> twice = {byPointer ? "right 30,50" : "Menu", "close", how, "50,65", "close"};
+      EXPECT_EQ(hands, isFirst ? once : twice) << byPointer;
+    }
+  }
+  opensContext.clear();
+  EXPECT_EQ(perform(readAndClose()), MenuOutcome::gone);
+  EXPECT_EQ(hands.back(), "close") << "nothing stays open";
 }
 
 /// What it says of a closed menu is as that was when it showed last.

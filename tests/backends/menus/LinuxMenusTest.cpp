@@ -62,7 +62,10 @@ class LinuxMenusTest : public ::testing::Test {
   atspi::FakeWindows windows;
   FakeSource first;
   FakeSource second;
-  LinuxMenus menus{queues, windows, {&first, &second}};
+  std::vector<MenuCommand> open;
+  OpenCommands openCommands{queues, [this](TimePoint) { return OpenCommands::Told{kPid, open}; }};
+  LinuxMenus menus{queues, windows, openCommands, [this] { ++closings; }, {&first, &second}};
+  int closings = 0;
   std::vector<std::string> told;
   int ends = 0;
 };
@@ -101,6 +104,32 @@ TEST_F(LinuxMenusTest, whoLetsGoHearsNothingMore) {
   { const Token dropped = menus.read(kPid, noting()); }
   queues.runPending();
   EXPECT_THAT(told, ElementsAre("a"));
+}
+
+TEST_F(LinuxMenusTest, whatWasOpenComesFirstAndOnceUntilItIsForgotten) {
+  for (const char* title : {"x", "b", "x"}) {
+    open.push_back({{title}, "K", {}, false, true, true, nullptr});
+  }
+  openCommands.read(std::chrono::seconds(20));
+  second.titles = {"a", "b"};
+  EXPECT_THAT(read(), ElementsAre("x K open", "b K open", "x K open", "a"));
+  first.titles = {"c", "b"};
+  windows.addInFront(8, kPid, {0, 0, 50, 50});
+  EXPECT_THAT(read(), ElementsAre("c", "b open", "x K open", "x K open")) << "who answers at once knows better";
+  menus.forgetOpen();
+  EXPECT_THAT(read(), ElementsAre("c", "b"));
+}
+
+TEST_F(LinuxMenusTest, aMenuLiesOverWhatIsBelowIt) {
+  WindowFacts& popup = windows.addInFront(9, kPid, {0, 0, 50, 50});
+  popup.isPopup = true;
+  EXPECT_TRUE(menus.isOpenAt({10, 10}));
+  EXPECT_FALSE(menus.isOpenAt({80, 80})) << "a window";
+  EXPECT_FALSE(menus.isOpenAt({180, 80}));
+  popup.type = WindowType::toolTip;
+  EXPECT_FALSE(menus.isOpenAt({10, 10}));
+  menus.closeOpen();
+  EXPECT_EQ(closings, 1);
 }
 
 TEST_F(LinuxMenusTest, aCommandIsCarriedOutByWhoToldIt) {

@@ -60,9 +60,12 @@ class X11ShortcutsTest : public X11Test {
   WindowClient typing_{*session_, {100, 200, 200, 40}, WindowClient::overrideRedirect};
   WindowClient target_{*session_, {0, 0, 200, 100}};
   int presses_ = 0;
+  std::function<void()> menuWillClose = [] {};
   std::unique_ptr<X11Shortcuts> shortcuts_ = std::make_unique<X11Shortcuts>(
       session_->display(), queue_,
-      X11Shortcuts::Hooks{.pressed = [this](uint32_t time) { windows_->noteUserTime(time); }, .willReleaseKey = {}});
+      X11Shortcuts::Hooks{.pressed = [this](uint32_t time) { windows_->noteUserTime(time); },
+                          .willReleaseKey = {},
+                          .menuWillClose = [this] { menuWillClose(); }});
 };
 
 TEST_F(X11ShortcutsTest, aPressCountsWhateverLocksAreOnAndReachesNobodyElse) {
@@ -222,6 +225,22 @@ TEST_F(X11ShortcutsTest, anOpenMenuIsClosedLevelByLevelAndThePressCountsOnce) {
   EXPECT_EQ(queue_.runAll(), 0U);
   EXPECT_TRUE(keyboardIsFree());
   EXPECT_TRUE(nothingIsHeld());
+}
+
+// Another client has the keyboard, as an open menu does.
+TEST_F(X11ShortcutsTest, aMenuIsToldBeforeItIsClosedAndOneThatClosesThenGetsNoEscape) {
+  const Token token = registered(true);
+  menuWillClose = [this] { x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME)); };
+  ASSERT_TRUE(x11::takeReply(
+      x_->get(), xcb_grab_keyboard_reply,
+      xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+  session_->keys({"key", kPress});
+  ASSERT_TRUE(waitForPresses(1));
+  ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+  EXPECT_TRUE(shortcuts_->lastHandOver().throughMenu);
+  session_->keys({"key", "a"});
+  EXPECT_TRUE(typing_.prints("key 38 0x0"));
+  EXPECT_EQ(typing_.lines("key 9").size() + target_.lines("key 9").size(), 0U);
 }
 
 }  // namespace

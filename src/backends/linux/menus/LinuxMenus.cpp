@@ -9,6 +9,26 @@
 #include "backends/threads/GuardedCallback.h"
 
 namespace jumplark::menus {
+namespace {
+
+constexpr auto kGoing = std::chrono::milliseconds(100);
+constexpr auto kBetweenLooks = std::chrono::milliseconds(5);
+
+/// Many menus and lists do not say what they are.
+bool isMenu(const WindowFacts& window) {
+  switch (window.type) {
+    case WindowType::toolTip:
+    case WindowType::dock:
+    case WindowType::desktop:
+    case WindowType::splash:
+    case WindowType::notification:
+      return false;
+    default:
+      return window.isPopup;
+  }
+}
+
+}  // namespace
 
 /// One call of read(), until its token ends it.
 struct LinuxMenus::Reading {
@@ -17,9 +37,12 @@ struct LinuxMenus::Reading {
   GuardedCallback<std::vector<MenuCommand>, bool> found;
 };
 
-LinuxMenus::LinuxMenus(Queues& queues, WindowSystem& windows, std::vector<MenuSource*> sources)
+LinuxMenus::LinuxMenus(Queues& queues, WindowSystem& windows, OpenCommands& open,
+                       std::function<void()> takeKeyboardFromMenus, std::vector<MenuSource*> sources)
     : queues_(queues),
       windows_(windows),
+      open_(open),
+      takeKeyboardFromMenus_(std::move(takeKeyboardFromMenus)),
       sources_(std::move(sources)),
       queue_(queues.makeSerialQueue("com.brindlefox.jumplark.menus")) {}
 
@@ -45,6 +68,7 @@ void LinuxMenus::run(int32_t pid, Reading& reading) {
       },
       [&] { return reading.isWanted.load(); });
   if (const auto window = windowOf(pid)) {
+    sink.expectOpen(open_.of(pid));
     readFrom({pid, *window, started + kLimit}, sink);
   }
   const auto since = [&](TimePoint time) { return std::chrono::duration<double, std::milli>(time - started).count(); };
@@ -76,15 +100,35 @@ void LinuxMenus::readFrom(const MenuRequest& request, MenuSink& sink) {
   lastWindow_ = request.window.id;
   lastSource_ = nullptr;
   for (MenuSource* source : sources) {
+    if (source != sources_.front()) {
+      sink.tellOpen();
+    }
+    const size_t before = sink.count();
     if (!sink.isOpen()) {
       return;
     }
     source->read(request, sink);
-    if (sink.count() > 0) {
+    if (sink.count() > before) {
       lastSource_ = source;
-      return;
+      break;
     }
   }
+  sink.tellOpen();
+}
+
+void LinuxMenus::closeOpen() {
+  const auto count = [this] { return std::ranges::count_if(windows_.popupsFrontToBack(), isMenu); };
+  const auto before = count();
+  takeKeyboardFromMenus_();
+  // The last level goes from the screen shortly after it has given the keyboard back.
+  for (const TimePoint patience = Clock::now() + kGoing; count() > 0 && count() == before && Clock::now() < patience;) {
+    queues_.sleep(kBetweenLooks);
+  }
+}
+
+bool LinuxMenus::isOpenAt(Point place) {
+  const auto window = windows_.topmostWindowAt(place);
+  return window && isMenu(*window);
 }
 
 MenuOutcome LinuxMenus::perform(const MenuCommand& command) {

@@ -7,24 +7,30 @@
 #include <vector>
 
 #include "backends/linux/menus/MenuSource.h"
+#include "backends/linux/menus/OpenCommands.h"
 #include "backends/linux/windows/WindowSystem.h"
 #include "platform/Queues.h"
 
 namespace jumplark::menus {
 
-/// The menus of a Linux desktop's applications: each window's from the first of several sources that tells any. Which
-/// one that was is asked first the next time, for as long as it is the same window.
+/// The menus of a Linux desktop's applications: what was open, and each window's from the first of several sources that
+/// tells any. Which one that was is asked first the next time, for as long as it is the same window.
 class LinuxMenus final : public Menus {
  public:
   /// Reading ends after this, with what there is.
   static constexpr auto kLimit = std::chrono::seconds(1);
   static constexpr auto kLongestPerformance = std::chrono::seconds(1);
 
-  /// All outlive this. The sources are in the order in which they are asked.
-  LinuxMenus(Queues& queues, WindowSystem& windows, std::vector<MenuSource*> sources);
+  /// All outlive this. The sources are in the order in which they are asked; the first of them answers at once.
+  /// `takeKeyboardFromMenus` closes open menus.
+  LinuxMenus(Queues& queues, WindowSystem& windows, OpenCommands& open, std::function<void()> takeKeyboardFromMenus,
+             std::vector<MenuSource*> sources);
 
   Token read(int32_t pid, Found found) override;
   MenuOutcome perform(const MenuCommand& command) override;
+  void forgetOpen() override { open_.forget(); }
+  void closeOpen() override;
+  bool isOpenAt(Point place) override;
 
  private:
   struct Reading;
@@ -34,6 +40,8 @@ class LinuxMenus final : public Menus {
 
   Queues& queues_;
   WindowSystem& windows_;
+  OpenCommands& open_;
+  const std::function<void()> takeKeyboardFromMenus_;
   const std::vector<MenuSource*> sources_;
   // Of the reading queue.
   WindowId lastWindow_;

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -38,13 +40,12 @@ class MenuSink {
   bool isFull() const { return count_ >= Menus::kMostCommands; }
   /// False once no more are taken.
   bool isOpen() const { return !isFull() && isWanted_(); }
-  /// What is too much is dropped.
-  void add(MenuCommand command) {
-    if (!isFull()) {
-      ++count_;
-      kept_.push_back(std::move(command));
-    }
-  }
+  /// What is too much is dropped, and what tellOpen() has told already.
+  void add(MenuCommand command);
+  /// Commands of menus that were open: who tells one of them, by the same titles, tells an open one.
+  void expectOpen(std::vector<MenuCommand> commands) { open_ = std::move(commands); }
+  /// Adds those of them that nobody has told yet, and passes them on.
+  void tellOpen();
   /// Passes on what was added since.
   void flush() {
     if (!kept_.empty()) {
@@ -59,6 +60,9 @@ class MenuSink {
   Deliver deliver_;
   std::function<bool()> isWanted_;
   std::vector<MenuCommand> kept_;
+  std::vector<MenuCommand> open_;
+  std::set<std::vector<std::string>> toldOpen_;  ///< paths
+  std::set<std::vector<std::string>> menus_;     ///< paths of what holds those that were told
   size_t count_ = 0;
 };
 

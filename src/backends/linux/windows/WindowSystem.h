@@ -26,7 +26,20 @@ struct WindowId {
 };
 
 /// What a window is for. One that does not say is normal, or a dialog when it belongs to another.
-enum class WindowType { normal, dialog, utility, toolbar, menu, popup, dock, desktop, splash, notification, other };
+enum class WindowType {
+  normal,
+  dialog,
+  utility,
+  toolbar,
+  menu,
+  popup,
+  toolTip,
+  dock,
+  desktop,
+  splash,
+  notification,
+  other
+};
 
 /// What lies along the four edges of a rectangle.
 struct Insets {

@@ -30,7 +30,14 @@ bool MenuCloser::takeKeyboard(uint8_t escape, const std::atomic<bool>& stopping)
   if (grabbed_ || escape == 0 || x_->extensions().xtest == 0) {
     return grabbed_;
   }
-  releaseModifiers();
+  if (willClose_) {
+    willClose_();
+    // Without a menu Escape would go to a window.
+    grabbed_ = grab();
+  }
+  if (!grabbed_) {
+    releaseModifiers();
+  }
   for (int level = 0; level < kMostLevels && !grabbed_ && !stopping && x_->alive(); ++level) {
     const size_t open = openLevels();
     type(escape);

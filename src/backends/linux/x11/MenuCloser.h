@@ -15,13 +15,14 @@ class MenuCloser {
  public:
   using KeycodeCallback = std::function<void(uint8_t keycode)>;
 
-  /// `willReleaseKey` is called before each release of a modifier that the user holds.
-  MenuCloser(std::shared_ptr<X11Connection> connection, KeycodeCallback willReleaseKey)
-      : x_(std::move(connection)), willReleaseKey_(std::move(willReleaseKey)) {}
+  /// `willReleaseKey` is called before each release of a modifier that the user holds, `willClose` before the first
+  /// Escape; what is open stays open meanwhile. Both may be empty.
+  MenuCloser(std::shared_ptr<X11Connection> connection, KeycodeCallback willReleaseKey, std::function<void()> willClose)
+      : x_(std::move(connection)), willReleaseKey_(std::move(willReleaseKey)), willClose_(std::move(willClose)) {}
 
-  /// Grabs the keyboard, frozen. Waits for the other client for a fifth of a second a level at most, less once
-  /// `stopping` is set; false when it keeps the keyboard. Modifiers that are held are released, since a menu takes
-  /// Escape with modifiers for another key; the user's own release does nothing more.
+  /// Grabs the keyboard, frozen. Waits for `willClose`, and for the other client for a fifth of a second a level at
+  /// most, less once `stopping` is set; false when it keeps the keyboard. Modifiers that are held are released, since a
+  /// menu takes Escape with modifiers for another key; the user's own release does nothing more.
   bool takeKeyboard(uint8_t escape, const std::atomic<bool>& stopping);
 
  private:
@@ -33,6 +34,7 @@ class MenuCloser {
 
   std::shared_ptr<X11Connection> x_;
   KeycodeCallback willReleaseKey_;
+  std::function<void()> willClose_;
   bool grabbed_ = false;
 };
 

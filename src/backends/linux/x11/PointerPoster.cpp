@@ -16,6 +16,7 @@ namespace {
 using x11::takeReply;
 
 constexpr uint8_t kLogicalLeftButton = 1;
+constexpr uint8_t kLogicalRightButton = 3;
 
 int16_t clamped(double pixel) {
   constexpr double low = std::numeric_limits<int16_t>::min();
@@ -41,18 +42,38 @@ void PointerPoster::post(const MouseEvent& event) {
   // Asked beside each other: a press follows a window that has just been hidden, and the X server is busy with that.
   std::optional<PressQuestions> questions;
   if (event.type == event_type::leftMouseDown) {
-    questions = {xcb_get_pointer_mapping(x_->get()), x11::askHeldModifiers(*x_)};
+    questions = askForPress();
   }
   // A position whose y was converted from a bottom-left origin lies one above the point meant, so a half row belongs to
   // the row below it; a half column to the column it lies in.
   moveTo(clamped(std::floor(event.position.x)), clamped(std::ceil(event.position.y)));
   if (questions) {
-    press(*questions);
+    press(kLogicalLeftButton, *questions);
   } else if (event.type == event_type::leftMouseUp) {
     release();
   }
+  settle();
+}
+
+void PointerPoster::clickSecondary(Point place) {
+  if (x_->extensions().xtest == 0) {
+    return;
+  }
+  const std::lock_guard lock(mutex_);
+  const PressQuestions questions = askForPress();
+  moveTo(clamped(std::floor(place.x)), clamped(std::floor(place.y)));
+  press(kLogicalRightButton, questions);
+  release();
+  settle();
+}
+
+void PointerPoster::settle() {
   x_->check(xcb_no_operation_checked(x_->get()));
   x_->dropEvents();
+}
+
+PointerPoster::PressQuestions PointerPoster::askForPress() const {
+  return {xcb_get_pointer_mapping(x_->get()), x11::askHeldModifiers(*x_)};
 }
 
 // A motion that changes nothing is an event all the same, and a menu that opened under a press takes any motion before
@@ -64,8 +85,8 @@ void PointerPoster::moveTo(int16_t x, int16_t y) {
   }
 }
 
-void PointerPoster::press(const PressQuestions& questions) {
-  const uint8_t button = physicalLeftButton(questions.mapping);
+void PointerPoster::press(uint8_t logical, const PressQuestions& questions) {
+  const uint8_t button = physicalButton(logical, questions.mapping);
   const std::vector<uint8_t> held = x11::takeHeldModifiers(*x_, questions.modifiers);
   if (pressed_ != 0) {
     return;
@@ -100,15 +121,15 @@ void PointerPoster::fake(uint8_t type, uint8_t detail, int16_t x, int16_t y) {
 }
 
 // A left-handed user's mapping applies to synthetic buttons too.
-uint8_t PointerPoster::physicalLeftButton(xcb_get_pointer_mapping_cookie_t asked) const {
+uint8_t PointerPoster::physicalButton(uint8_t logical, xcb_get_pointer_mapping_cookie_t asked) const {
   const auto mapping = takeReply(x_->get(), xcb_get_pointer_mapping_reply, asked);
   if (!mapping) {
-    return kLogicalLeftButton;
+    return logical;
   }
   const uint8_t* begin = xcb_get_pointer_mapping_map(mapping.get());
   const uint8_t* end = begin + xcb_get_pointer_mapping_map_length(mapping.get());
-  const uint8_t* found = std::find(begin, end, kLogicalLeftButton);
-  return found == end ? kLogicalLeftButton : static_cast<uint8_t>(found - begin + 1);
+  const uint8_t* found = std::find(begin, end, logical);
+  return found == end ? logical : static_cast<uint8_t>(found - begin + 1);
 }
 
 }  // namespace jumplark

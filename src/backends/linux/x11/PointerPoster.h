@@ -29,6 +29,8 @@ class PointerPoster {
   /// the clicks themselves from time and place, so a click state of 2 is one more press and release. Before a press,
   /// modifier keys that are held are released.
   void post(const MouseEvent& event);
+  /// Moves the pointer there (top-left origin), and presses and releases the button that opens menus, as above.
+  void clickSecondary(Point place);
 
  private:
   /// What a press depends on, in flight.
@@ -39,9 +41,12 @@ class PointerPoster {
 
   void fake(uint8_t type, uint8_t detail, int16_t x = 0, int16_t y = 0);
   void moveTo(int16_t x, int16_t y);
-  void press(const PressQuestions& questions);
+  PressQuestions askForPress() const;
+  /// `logical` as people number the buttons: 1 the left one, 3 the right one.
+  void press(uint8_t logical, const PressQuestions& questions);
   void release();
-  uint8_t physicalLeftButton(xcb_get_pointer_mapping_cookie_t asked) const;
+  void settle();
+  uint8_t physicalButton(uint8_t logical, xcb_get_pointer_mapping_cookie_t asked) const;
 
   std::shared_ptr<X11Connection> x_;
   KeycodeCallback willReleaseKey_;

@@ -44,7 +44,7 @@ ShortcutThread::ShortcutThread(std::shared_ptr<X11Connection> grabbing, std::sha
       wakeFd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       grabs_(x_, std::move(map)),
       watch_(watchX_),
-      menuCloser_(x_, callbacks_.willReleaseKey),
+      menuCloser_(x_, callbacks_.willReleaseKey, callbacks_.menuWillClose),
       thread_([this] { run(); }) {}
 
 ShortcutThread::~ShortcutThread() {

@@ -49,11 +49,14 @@ class ShortcutThread {
  public:
   static constexpr std::chrono::milliseconds kDeadline{250};
 
-  /// Called on the thread itself; must not wait for anything.
+  /// Called on the thread itself; must not wait for anything, but for `menuWillClose`.
   struct Callbacks {
     std::function<void(uint32_t xTime)> pressed;                   ///< may be empty
     std::function<void(uint64_t id, uint64_t press)> callHandler;  ///< shall lead to answer()
     MenuCloser::KeycodeCallback willReleaseKey;                    ///< may be empty
+    /// An open menu is about to be closed so that the keyboard can be taken, which waits for this. No key is kept from
+    /// anybody meanwhile. May be empty.
+    std::function<void()> menuWillClose;
   };
 
   /// Null when the display cannot be reached or has no XKB.

@@ -59,7 +59,7 @@ WindowType typeOf(const X11Connection& x, const std::vector<uint32_t>& atoms, bo
       {Atom::typeDropdownMenu, WindowType::popup},
       {Atom::typePopupMenu, WindowType::popup},
       {Atom::typeCombo, WindowType::popup},
-      {Atom::typeTooltip, WindowType::popup},
+      {Atom::typeTooltip, WindowType::toolTip},
       {Atom::typeDock, WindowType::dock},
       {Atom::typeDesktop, WindowType::desktop},
       {Atom::typeSplash, WindowType::splash},

@@ -2,9 +2,12 @@
 
 #include <xcb/xtest.h>
 
+#include <atomic>
 #include <utility>
 
 #include "backends/linux/x11/KeyboardMap.h"
+#include "backends/linux/x11/MenuCloser.h"
+#include "backends/linux/x11/Reply.h"
 
 namespace jumplark {
 
@@ -46,6 +49,21 @@ void X11Input::typeKey(int64_t keyCode) {
     }
     x_->check(xcb_no_operation_checked(x_->get()));
   }
+}
+
+void X11Input::closeMenus() {
+  const auto map = KeyboardMap::read(*x_);
+  const auto escapes = map ? map->keycodesFor(key_code::escape) : std::vector<uint8_t>();
+  MenuCloser closer(x_, [this](uint8_t keycode) { expectOwnRelease(keycode); }, {});
+  const std::atomic<bool> stopping{false};
+  if (closer.takeKeyboard(escapes.empty() ? 0 : escapes.front(), stopping)) {
+    x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
+  }
+}
+
+std::optional<Point> X11Input::pointer() const {
+  const auto told = x11::takeReply(x_->get(), xcb_query_pointer_reply, xcb_query_pointer(x_->get(), x_->root()));
+  return told ? std::optional(Point{double(told->root_x), double(told->root_y)}) : std::nullopt;
 }
 
 void X11Input::expectOwnRelease(uint8_t keycode) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "backends/linux/x11/PointerPoster.h"
 #include "backends/linux/x11/X11Connection.h"
@@ -26,6 +27,13 @@ class X11Input final : public InputPlatform {
   /// Presses and releases a key, by its virtual key code, as if the user did. Modifiers that are held colour it. Does
   /// nothing where the keyboard has no such key.
   void typeKey(int64_t keyCode);
+  /// Closes the menus that have the keyboard, level by level. Waits for them.
+  void closeMenus();
+  /// Clicks with the button that opens menus, at a point with a top-left origin. Modifiers that are held do not colour
+  /// it.
+  void clickSecondary(Point place) { pointer_.clickSecondary(place); }
+  /// Where the pointer is, with a top-left origin; none when the display has gone.
+  std::optional<Point> pointer() const;
   /// To be called before somebody of this program posts the release of a key that no tap shall see. Any thread.
   void expectOwnRelease(uint8_t keycode);
 

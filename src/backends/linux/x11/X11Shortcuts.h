@@ -23,10 +23,11 @@ namespace jumplark {
 /// press that has waited for more than a second.
 class X11Shortcuts final : public GlobalShortcuts {
  public:
-  /// Both are called on the shortcut thread, must not wait, and may be empty.
+  /// Called on the shortcut thread, must not wait, but for `menuWillClose`, and may be empty.
   struct Hooks {
     std::function<void(uint32_t xTime)> pressed;          ///< X time of a press, before its handler runs
     std::function<void(uint8_t keycode)> willReleaseKey;  ///< a modifier that the user holds is about to be released
+    std::function<void()> menuWillClose;                  ///< see ShortcutThread
   };
 
   /// The main queue must outlive this. An empty display name means the one of the environment.

@@ -77,6 +77,9 @@ class FakeApplication {
   void remove(const std::string& id) {
     locked([&] { return elements_.erase(id); });
   }
+  bool hasElement(const std::string& id) const {
+    return locked([&] { return elements_.contains(id); });
+  }
   /// The elements that the application's cache holds; until then it has none.
   void cache(const std::vector<std::string>& ids) {
     locked([&] { return cached_ = ids; });

@@ -14,6 +14,7 @@ namespace jumplark::atspi {
 class FakeWindows final : public WindowSystem {
  public:
   std::vector<WindowFacts> windows;
+  std::vector<WindowFacts> popups;
   std::vector<std::pair<WindowId, bool>> activations;
 
   WindowFacts& add(WindowId id, int32_t pid, Rect frame, WindowType type = WindowType::normal) {
@@ -31,7 +32,7 @@ class FakeWindows final : public WindowSystem {
   std::optional<WindowFacts> topmostWindowAt(Point topLeft) override {
     return first([topLeft](const WindowFacts& one) { return one.frame.contains(topLeft); });
   }
-  std::vector<WindowFacts> popupsFrontToBack() override { return {}; }
+  std::vector<WindowFacts> popupsFrontToBack() override { return popups; }
   bool requestActive(WindowId id, bool force) override {
     activations.emplace_back(id, force);
     return true;

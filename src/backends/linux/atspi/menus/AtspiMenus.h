@@ -10,6 +10,7 @@
 #include "backends/linux/atspi/menus/MenuOpener.h"
 #include "backends/linux/atspi/menus/MenuTree.h"
 #include "backends/linux/menus/MenuSource.h"
+#include "backends/linux/menus/OpenCommands.h"
 
 namespace jumplark::atspi {
 
@@ -21,8 +22,18 @@ class AtspiMenus final : public menus::MenuSource {
   /// What was read last of an application's elements; null without.
   using LastSnapshot = std::function<SnapshotPointer(const ElementRef& application)>;
   AtspiMenus(AtspiElementSource& elements, WindowSystem& windows, LastSnapshot lastSnapshot, MenuHands hands)
-      : elements_(elements), lastSnapshot_(std::move(lastSnapshot)), opener_(elements, windows, std::move(hands)) {}
+      : elements_(elements),
+        windows_(windows),
+        lastSnapshot_(std::move(lastSnapshot)),
+        hands_(std::move(hands)),
+        opener_(elements, windows, hands_) {}
 
+  /// What is open of the menus of the application whose window has the keyboard: the user may choose of it once it is
+  /// closed. Does not wait for snapshots.
+  menus::OpenCommands::Told readOpen(TimePoint deadline);
+  /// To be called when an application comes to the front: looks for its menu bar, so that readOpen() need not. Takes
+  /// some time.
+  void applicationBecameActive(int32_t pid);
   void read(const menus::MenuRequest& request, menus::MenuSink& sink) override;
   std::optional<MenuOutcome> perform(const MenuCommand& command, TimePoint deadline) override;
 
@@ -45,7 +56,14 @@ class AtspiMenus final : public menus::MenuSource {
     bool areStatesOld = false;  ///< of what is in closed menus
   };
   Place placeOf(const menus::MenuRequest& request);
+  std::vector<MenuCommand> readOpen(const menus::MenuRequest& request, const MenuOpening& called);
+  /// The same where only places tell what is open: what shows in pop-up windows.
+  std::vector<MenuCommand> readPopups(const menus::MenuRequest& request, const ElementRef& application,
+                                      MenuOpening called);
+  /// How the outermost menu that is open now may have been called.
+  MenuOpening openingOf(const WindowFacts& window);
   static ElementRef findBar(MenuFacts& facts, const ElementRef& frame);
+  ElementRef knownBar(WindowId window);
   std::optional<Remembered> remembered(WindowId window);
   void remember(Remembered menus);
   void readBar(Pass& pass, const ElementRef& bar);
@@ -55,14 +73,18 @@ class AtspiMenus final : public menus::MenuSource {
   static void tell(Pass& pass, MenuTree& tree, int node, const Remembered* before);
   static void add(Pass& pass, const MenuTree& tree, const std::vector<int>& commands);
   MenuOutcome perform(const AtspiMenuHandle& command, TimePoint deadline, bool mayLookAgain);
+  MenuOutcome reopen(const AtspiMenuHandle& command);
   MenuOutcome act(const AtspiMenuHandle& command, TimePoint deadline);
   MenuOutcome lookAgain(const AtspiMenuHandle& command, TimePoint deadline);
 
   AtspiElementSource& elements_;
+  WindowSystem& windows_;
   const LastSnapshot lastSnapshot_;
+  const MenuHands hands_;
   MenuOpener opener_;
   std::mutex mutex_;  ///< leaf
   std::deque<Remembered> remembered_;
+  std::deque<std::pair<WindowId, ElementRef>> bars_;
 };
 
 }  // namespace jumplark::atspi

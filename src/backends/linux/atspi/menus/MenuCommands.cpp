@@ -1,6 +1,5 @@
 #include "backends/linux/atspi/menus/MenuCommands.h"
 
-#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -42,27 +41,38 @@ std::string menuKeys(const std::string& told, const std::string& name) {
   return isMnemonic(told, name) ? "" : menus::keysFromPlus(told);
 }
 
-MenuCommand menuCommand(const MenuTree& tree, int node, const menus::MenuRequest& request, bool areStatesOld) {
-  const MenuTree::Node& item = tree[node];
+MenuEntry menuEntry(const MenuTree& tree, int node) {
+  MenuEntry entry;
+  for (const int step : tree.wayTo(node)) {
+    entry.way.push_back(&tree[step].facts);
+  }
+  entry.keys = tree[node].keys;
+  entry.canAct = tree[node].canAct;
+  return entry;
+}
+
+std::pair<MenuCommand, std::shared_ptr<AtspiMenuHandle>> menuCommand(const MenuEntry& entry,
+                                                                     const menus::MenuRequest& request,
+                                                                     bool areStatesOld) {
   auto handle = std::make_shared<AtspiMenuHandle>();
   MenuCommand command;
-  for (const int step : tree.wayTo(node)) {
-    const MenuItemFacts& facts = tree[step].facts;
-    command.path.push_back(menus::menuTitle(facts.name));
-    handle->way.push_back(facts.ref);
-    handle->names.push_back(facts.name);
+  for (const MenuItemFacts* facts : entry.way) {
+    command.path.push_back(menus::menuTitle(facts->name));
+    handle->way.push_back(facts->ref);
+    handle->names.push_back(facts->name);
   }
+  const MenuItemFacts& item = *entry.way.back();
   handle->menus = request;
-  handle->role = item.facts.role;
-  handle->canAct = item.canAct;
+  handle->role = item.role;
+  handle->canAct = entry.canAct;
   handle->areStatesOld = areStatesOld;
-  command.keys = item.keys;
-  command.mark = markOf(item.facts);
-  command.isOn = item.facts.is(state::checked);
-  command.isEnabled = item.facts.isEnabled() || areStatesOld;
-  command.isOpen = item.facts.is(state::showing);
-  command.handle = std::move(handle);
-  return command;
+  command.keys = entry.keys;
+  command.mark = markOf(item);
+  command.isOn = item.is(state::checked);
+  command.isEnabled = item.isEnabled() || areStatesOld;
+  command.isOpen = item.is(state::showing);
+  command.handle = handle;
+  return {std::move(command), std::move(handle)};
 }
 
 }  // namespace jumplark::atspi

@@ -1,12 +1,22 @@
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "backends/linux/atspi/menus/MenuTree.h"
 #include "backends/linux/menus/MenuSource.h"
 
 namespace jumplark::atspi {
+
+/// How a menu can be opened again that may be gone once it is closed. Points have a top-left origin.
+struct MenuOpening {
+  ElementRef holder;         ///< opens it when it is clicked; empty for the menu of what the pointer or keyboard was on
+  Point place;               ///< where the pointer opened it, if it did
+  bool isByPointer = false;  ///< else a key may have opened it
+};
 
 /// By which a command that an element offers is known again.
 struct AtspiMenuHandle final : MenuCommandHandle {
@@ -15,12 +25,22 @@ struct AtspiMenuHandle final : MenuCommandHandle {
   std::vector<ElementRef> way;
   std::vector<std::string> names;  ///< of those, as they were told
   uint32_t role = 0;
-  bool canAct = false;        ///< else its menus must be opened for it
-  bool areStatesOld = false;  ///< what it says of itself is as its menu showed it last
+  bool canAct = false;                 ///< else its menus must be opened for it
+  bool areStatesOld = false;           ///< what it says of itself is as its menu showed it last
+  std::optional<MenuOpening> opening;  ///< of a menu that was open
 };
 
-/// The command that a node of the tree is, for people.
-MenuCommand menuCommand(const MenuTree& tree, int node, const menus::MenuRequest& request, bool areStatesOld);
+/// A command's element and those that lead to it.
+struct MenuEntry {
+  std::vector<const MenuItemFacts*> way;  ///< whose names are the path; its own is the last
+  std::string keys;
+  bool canAct = false;
+};
+MenuEntry menuEntry(const MenuTree& tree, int node);
+/// The command that it is for people. The handle lacks its opening.
+std::pair<MenuCommand, std::shared_ptr<AtspiMenuHandle>> menuCommand(const MenuEntry& entry,
+                                                                     const menus::MenuRequest& request,
+                                                                     bool areStatesOld);
 
 /// The keys of a command for people, from what its toolkit says of its action: "n;<Alt>f:n;<Primary>n", of which the
 /// last part is its shortcut, or "Ctrl+N". `name` is the command's: where there is no shortcut some toolkits tell the

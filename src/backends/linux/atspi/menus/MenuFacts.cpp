@@ -100,6 +100,16 @@ std::vector<std::optional<MenuItemFacts>> MenuFacts::read(const std::vector<Elem
   return all;
 }
 
+std::vector<ElementRef> MenuFacts::parents(const std::vector<ElementRef>& elements) {
+  std::vector<ElementRef> all(elements.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < elements.size(); ++i) {
+    batch.add<ElementRef>(calls::parent(*handleOf(elements[i])), [&all, i](ElementRef& parent) { all[i] = parent; });
+  }
+  run(batch);
+  return all;
+}
+
 std::vector<std::optional<std::string>> MenuFacts::firstKeys(const std::vector<ElementRef>& elements) {
   std::vector<std::optional<std::string>> all(elements.size());
   const auto noting = [this](AccessibilityError error) { note(error); };

@@ -36,6 +36,8 @@ class MenuFacts {
 
   /// One entry an element, in order; none of one that has gone.
   std::vector<std::optional<MenuItemFacts>> read(const std::vector<ElementRef>& elements);
+  /// What each element says that it stands in; empty without one.
+  std::vector<ElementRef> parents(const std::vector<ElementRef>& elements);
   /// The keys of each element's first action, as the toolkit writes them; none of one without actions.
   std::vector<std::optional<std::string>> firstKeys(const std::vector<ElementRef>& elements);
   /// Names and states of elements anew. False when any has gone, has another name or not as many children.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <thread>
 
+#include "backends/linux/atspi/element/Roles.h"
+
 namespace jumplark::atspi {
 namespace {
 
@@ -13,10 +15,35 @@ constexpr auto kLevelPatience = std::chrono::milliseconds(200);
 }  // namespace
 
 MenuOutcome MenuOpener::choose(const WindowFacts& window, const std::vector<ElementRef>& way, TimePoint deadline) {
+  bringForward(window, deadline);
+  return clickThrough(window, way, deadline);
+}
+
+bool MenuOpener::bringForward(const WindowFacts& window, TimePoint deadline) {
   windows_.requestActive(window.id, true);
-  while (windows_.activeWindow() != window.id && Clock::now() < deadline) {
+  while (windows_.activeWindow() != window.id) {
+    if (Clock::now() >= deadline) {
+      return false;
+    }
     std::this_thread::sleep_for(kBetweenLooks);
   }
+  return true;
+}
+
+std::optional<Point> MenuOpener::placeOf(const ElementRef& element) {
+  // Of a box with a field the arrow at its end opens the list.
+  constexpr double kIntoArrow = 12;
+  const auto read = elements_.read({element}, facts::identity | facts::extents, {}).front();
+  if (!read.ok() || !read.value->extents) {
+    return std::nullopt;
+  }
+  const Rect& place = *read.value->extents;
+  const bool isBox = read.value->role == role::comboBox && place.width > 2 * kIntoArrow;
+  return Point{isBox ? place.maxX() - kIntoArrow : place.midX(), place.midY()};
+}
+
+MenuOutcome MenuOpener::clickThrough(const WindowFacts& window, const std::vector<ElementRef>& way,
+                                     TimePoint deadline) {
   size_t clicked = 0;
   MenuOutcome outcome = MenuOutcome::done;
   for (const ElementRef& element : way) {

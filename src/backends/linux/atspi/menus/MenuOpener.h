@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -15,7 +16,12 @@ namespace jumplark::atspi {
 /// The hands of a person. Points have a top-left origin.
 struct MenuHands {
   std::function<void(Point)> click;
+  std::function<void(Point)> clickSecondary;  ///< the button that opens menus
+  std::function<void()> typeMenuKey;
   std::function<void()> typeEscape;
+  /// Types Escape for as long as a menu has the keyboard, and only then.
+  std::function<void()> closeMenus;
+  std::function<std::optional<Point>()> pointer;
 };
 
 /// Chooses commands that applications do not carry out themselves: opens the menus one after the other with the
@@ -28,6 +34,12 @@ class MenuOpener {
   /// Clicks each element when it shows. When one of them does not come to show until the deadline, or the last one
   /// turns out to be disabled, all that was opened is closed again.
   MenuOutcome choose(const WindowFacts& window, const std::vector<ElementRef>& way, TimePoint deadline);
+  /// The same of what is open already, without bringing the window forward.
+  MenuOutcome clickThrough(const WindowFacts& window, const std::vector<ElementRef>& way, TimePoint deadline);
+  /// False when the window has not got the keyboard until the deadline.
+  bool bringForward(const WindowFacts& window, TimePoint deadline);
+  /// Where an element that shows is clicked; none for one that has gone.
+  std::optional<Point> placeOf(const ElementRef& element);
 
  private:
   /// What an element says of itself once it shows; null when it does not until the deadline.

@@ -64,6 +64,12 @@ SnapshotPointer AtspiElementSource::take(const ElementRef& application, bool vis
   return std::make_shared<const Snapshot>(std::move(draft), SnapshotReader::kLimit - (Clock::now() - started));
 }
 
+SnapshotPointer AtspiElementSource::takeUntil(const ElementRef& application, TimePoint deadline) {
+  const auto isLate = [deadline] { return Clock::now() >= deadline; };
+  SnapshotDraft draft = reader_.read(application, true, isLate);
+  return isLate() || !draft.complete ? nullptr : std::make_shared<const Snapshot>(std::move(draft));
+}
+
 SnapshotPointer AtspiElementSource::takeForAction(const ElementRef& element, const ReadScope& scope) {
   const AtspiHandle* handle = handleOf(element);
   if (!handle) {

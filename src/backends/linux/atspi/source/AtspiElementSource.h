@@ -32,6 +32,8 @@ class AtspiElementSource : public ElementSource {
   void applicationBecameActive(int32_t pid);
   /// How a snapshot was read.
   SnapshotReport report(const Snapshot& snapshot) const;
+  /// What shows of an application, for as much as it tells until then; null when that was not all.
+  SnapshotPointer takeUntil(const ElementRef& application, TimePoint deadline);
   /// For those who ask applications something else than what elements are.
   BusConnection& connection() { return bus_; }
   SnapshotsUnderWay& snapshotsUnderWay() { return underWay_; }

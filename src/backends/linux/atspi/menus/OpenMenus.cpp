@@ -1,0 +1,262 @@
+#include "backends/linux/atspi/menus/OpenMenus.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/menus/MenuText.h"
+
+namespace jumplark::atspi {
+namespace {
+
+/// Of a longer menu the first ones are read.
+constexpr size_t kMostChildren = 400;
+constexpr size_t kMostNodes = 3000;
+/// Lists of combo boxes lie in windows that hold panels, and menus add a level without a title.
+constexpr int kMostRounds = 2 * menus::kDeepest;
+
+bool holdsItems(uint32_t number) {
+  return role::isOneOf<role::popupMenu, role::window, role::list, role::listBox, role::table, role::tree,
+                       role::treeTable, role::panel, role::filler, role::scrollPane, role::viewport, role::rootPane,
+                       role::layeredPane>(number);
+}
+
+bool isItem(uint32_t number) {
+  return role::isOneOf<role::menu, role::menuItem, role::checkMenuItem, role::radioMenuItem, role::checkBox,
+                       role::radioButton, role::listItem, role::tableCell, role::treeItem>(number);
+}
+
+/// What stands in a list. Its action is about its being selected there, which chooses nothing.
+bool isEntry(uint32_t number) {
+  return role::isOneOf<role::listItem, role::tableCell, role::treeItem, role::label>(number);
+}
+
+bool isList(uint32_t number) {
+  return role::isOneOf<role::list, role::listBox, role::table, role::tree, role::treeTable>(number);
+}
+
+bool opensByItself(uint32_t number) {
+  return role::isOneOf<role::window, role::menu, role::popupMenu>(number);
+}
+
+/// Menus that lie in the window itself have a panel around them.
+bool leadsToMenus(uint32_t above, const MenuItemFacts& child) {
+  constexpr size_t kMostAround = 2;
+  return role::isOneOf<role::frame, role::dialog, role::rootPane, role::layeredPane>(child.role) ||
+         (above == role::layeredPane && child.role == role::panel && child.children.size() <= kMostAround);
+}
+
+}  // namespace
+
+void OpenMenus::addHead(Kind kind, std::optional<MenuItemFacts> read) {
+  if (read && seen_.insert(read->ref).second) {
+    nodes_.push_back({std::move(*read), -1, kind, kind, 0, {}, false, {}});
+  }
+}
+
+std::optional<OpenMenus::Kind> OpenMenus::kindBelow(const Node& above, const MenuItemFacts& child) const {
+  const bool showing = shows(child);
+  switch (above.kind) {
+    case Kind::application:
+    case Kind::passage:
+      if (showing && leadsToMenus(above.facts.role, child)) {
+        return Kind::passage;
+      }
+      return showing && opensByItself(child.role) ? std::optional(Kind::container) : std::nullopt;
+    case Kind::bar:
+      return isItem(child.role) ? std::optional(Kind::item) : std::nullopt;
+    case Kind::holder:
+      if (showing && (holdsItems(child.role) || child.role == role::menu)) {
+        return Kind::container;
+      }
+      return showing && isItem(child.role) ? std::optional(Kind::item) : std::nullopt;
+    case Kind::container:
+      if (child.role == role::menu && above.facts.role == role::window) {
+        return showing ? std::optional(Kind::container) : std::nullopt;
+      }
+      break;
+    case Kind::item:
+      if (child.role == role::menu && above.facts.role == role::menuItem) {
+        return showing || above.head != Kind::bar ? std::optional(Kind::container) : std::nullopt;
+      }
+      break;
+  }
+  // What is in a closed menu of an open one can be reached through that only.
+  if (!showing && above.head == Kind::bar) {
+    return std::nullopt;
+  }
+  const bool isBelowClosed = above.kind == Kind::item || !shows(above.facts);
+  if (!showing && !isBelowClosed) {
+    return std::nullopt;
+  }
+  const bool isPartOfList = isList(above.facts.role) && isEntry(child.role);
+  return isItem(child.role) || isPartOfList ? std::optional(Kind::item)
+         : holdsItems(child.role)           ? std::optional(Kind::container)
+                                            : std::nullopt;
+}
+
+std::vector<int> OpenMenus::readBelow(const std::vector<int>& level) {
+  std::vector<ElementRef> elements;
+  std::vector<int> parents;
+  for (const int parent : level) {
+    const auto& children = nodes_[static_cast<size_t>(parent)].facts.children;
+    for (size_t i = 0; i < std::min(children.size(), kMostChildren); ++i) {
+      if (nodes_.size() + elements.size() < kMostNodes && seen_.insert(children[i]).second) {
+        elements.push_back(children[i]);
+        parents.push_back(parent);
+      }
+    }
+  }
+  auto read = facts_.read(elements);
+  std::vector<int> added;
+  for (size_t i = 0; i < read.size(); ++i) {
+    Node& above = nodes_[static_cast<size_t>(parents[i])];
+    const auto kind = read[i] ? kindBelow(above, *read[i]) : std::nullopt;
+    const int depth = above.depth + (kind == Kind::item ? 1 : 0);
+    if (kind && depth <= menus::kDeepest) {
+      added.push_back(static_cast<int>(nodes_.size()));
+      above.children.push_back(added.back());
+      nodes_.push_back({std::move(*read[i]), parents[i], *kind, above.head, depth, {}, false, {}});
+    } else if (read[i] && above.kind == Kind::item) {
+      above.opensMore = above.opensMore || isItem(read[i]->role) || holdsItems(read[i]->role);
+    }
+  }
+  keepTheOpenOne(added);
+  return added;
+}
+
+void OpenMenus::keepTheOpenOne(std::vector<int>& level) const {
+  const auto isOfBar = [this](int number) {
+    const Node& node = nodes_[static_cast<size_t>(number)];
+    return node.head == Kind::bar && node.kind == Kind::item && node.depth == 1;
+  };
+  const auto saysSo = [this](int number) {
+    const MenuItemFacts& facts = nodes_[static_cast<size_t>(number)].facts;
+    return facts.is(state::selected) || facts.is(state::expanded);
+  };
+  if (!tellsShowing_ || std::ranges::any_of(level, [&](int number) { return isOfBar(number) && saysSo(number); })) {
+    std::erase_if(level, [&](int number) { return isOfBar(number) && !saysSo(number); });
+  }
+}
+
+// A box that was not known before says that it holds the menu in a window.
+void OpenMenus::findHolders() {
+  std::vector<size_t> menus;
+  std::vector<ElementRef> elements;
+  for (size_t node = 0; node < nodes_.size(); ++node) {
+    const Node& one = nodes_[node];
+    if (one.kind == Kind::container && one.head == Kind::application && opensByItself(one.facts.role)) {
+      menus.push_back(node);
+      elements.push_back(one.facts.ref);
+    }
+  }
+  const auto holders = facts_.read(elements.empty() ? elements : facts_.parents(elements));
+  for (size_t i = 0; i < holders.size(); ++i) {
+    if (holders[i] &&
+        role::isOneOf<role::comboBox, role::pushButton, role::toggleButton, role::pushButtonMenu>(holders[i]->role)) {
+      nodes_[menus[i]].holder = holders[i]->ref;
+    }
+  }
+}
+
+// Many boxes are called what is chosen in them.
+void OpenMenus::dropChoiceFromName(int holder) {
+  std::string& name = nodes_[static_cast<size_t>(holder)].facts.name;
+  for (const int command : commandsBelow(holder)) {
+    if (nodes_[static_cast<size_t>(command)].facts.name == name) {
+      name.clear();
+      return;
+    }
+  }
+}
+
+std::vector<int> OpenMenus::commandsBelow(int start) const {
+  std::vector<int> commands;
+  std::vector<int> stack{start};
+  while (!stack.empty()) {
+    const int next = stack.back();
+    stack.pop_back();
+    const Node& node = nodes_[static_cast<size_t>(next)];
+    const bool isTitle = node.kind != Kind::item || node.facts.role == role::menu || !node.children.empty() ||
+                         node.opensMore || (node.head == Kind::bar && node.depth == 1);
+    if (!isTitle && !menus::menuTitle(node.facts.name).empty()) {
+      commands.push_back(next);
+    }
+    stack.insert(stack.end(), node.children.rbegin(), node.children.rend());
+  }
+  return commands;
+}
+
+MenuEntry OpenMenus::entryOf(int node) const {
+  MenuEntry entry;
+  for (int step = node; step >= 0; step = nodes_[static_cast<size_t>(step)].parent) {
+    const Node& one = nodes_[static_cast<size_t>(step)];
+    if ((one.kind == Kind::item || one.kind == Kind::holder) && !menus::menuTitle(one.facts.name).empty()) {
+      entry.way.push_back(&one.facts);
+    }
+  }
+  std::ranges::reverse(entry.way);
+  return entry;
+}
+
+ElementRef OpenMenus::holderOf(int node) const {
+  ElementRef holder;
+  for (int step = node; step >= 0; step = nodes_[static_cast<size_t>(step)].parent) {
+    const Node& one = nodes_[static_cast<size_t>(step)];
+    if (one.holder) {
+      return one.holder;
+    }
+    if (one.kind == Kind::holder || (one.kind == Kind::item && one.head == Kind::bar)) {
+      holder = one.facts.ref;
+    }
+  }
+  return holder;
+}
+
+std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRequest& request,
+                                         const MenuOpening& called) {
+  tellsShowing_ = heads.tellsShowing;
+  std::vector<ElementRef> elements{heads.application, heads.bar};
+  elements.insert(elements.end(), heads.holders.begin(), heads.holders.end());
+  auto read = facts_.read(elements);
+  std::vector<int> level;
+  for (size_t i = 0; i < read.size(); ++i) {
+    const bool mayBeOpen = i < 2 || tellsShowing_ || (read[i] && read[i]->is(state::expanded));
+    if (mayBeOpen) {
+      addHead(i == 0 ? Kind::application : i == 1 ? Kind::bar : Kind::holder, std::move(read[i]));
+    }
+  }
+  for (int node = 0; node < static_cast<int>(nodes_.size()); ++node) {
+    level.push_back(node);
+  }
+  const std::vector<int> roots = level;
+  for (int round = 0; round < kMostRounds && !level.empty() && !facts_.ended(); ++round) {
+    level = readBelow(level);
+  }
+  findHolders();
+  std::vector<int> found;
+  std::vector<ElementRef> items;
+  for (const int root : roots) {
+    dropChoiceFromName(root);
+    for (const int command : commandsBelow(root)) {
+      found.push_back(command);
+      const MenuItemFacts& facts = nodes_[static_cast<size_t>(command)].facts;
+      items.push_back(facts.hasActions && !isEntry(facts.role) ? facts.ref : ElementRef());
+    }
+  }
+  const auto keys = facts_.firstKeys(items);
+  std::vector<MenuCommand> commands;
+  for (size_t i = 0; i < found.size(); ++i) {
+    MenuEntry entry = entryOf(found[i]);
+    entry.canAct = keys[i].has_value();
+    entry.keys = keys[i] ? menuKeys(*keys[i], entry.way.back()->name) : "";
+    auto [command, handle] = menuCommand(entry, request, false);
+    command.isOpen = true;
+    handle->opening = called;
+    handle->opening->holder = holderOf(found[i]);
+    commands.push_back(std::move(command));
+  }
+  return commands;
+}
+
+}  // namespace jumplark::atspi
