@@ -31,6 +31,17 @@ TEST_F(Snapshots, nameOtherWindowsAndReadThemOnlyOfAPanel) {
   EXPECT_EQ(names(), "second there");
 }
 
+TEST_F(Snapshots, sayOfAStatusBarWithoutElementsThatItTellsNothing) {
+  add("frame", "bar", role::statusBar, "", {100, 330, 200, 20});
+  add("bar", "label", role::label, "Ready", {100, 330, 50, 20});
+  prepare();
+  EXPECT_EQ(source().report(*source().last).leftOut, std::vector<std::string>());
+  app.at("bar").children.clear();
+  prepare();
+  EXPECT_EQ(source().report(*source().last).leftOut,
+            std::vector<std::string>{"The status bar does not tell what is in it: use the menus instead."});
+}
+
 TEST_F(Snapshots, keepWhatIsReadLater) {
   FakeElement hidden = element(role::panel, "hidden page");
   hidden.states = 0;
