@@ -100,5 +100,26 @@ TEST_F(Roles, tellKindsOfFieldsAndWindowsBySubroles) {
   }
 }
 
+TEST_F(Roles, pressNoCaptionTwiceAndNothingThatOnlyDecorates) {
+  add("frame", "caption", role::label, "Name:");
+  add("frame", "field", role::entry).labelledBy = {"caption"};
+  add("frame", "around", role::label, " Wrap text ");
+  add("around", "box", role::checkBox, "Wrap text");
+  add("frame", "heading", role::label, "People");
+  add("frame", "group", role::panel).labelledBy = {"heading"};
+  add("frame", "tip", role::toolTip, "Says more");
+  add("frame", "bar", role::menuBar);
+  add("bar", "file", role::menu, "File");
+  add("bar", "turning", role::menuItem);
+  snapshot();
+  EXPECT_EQ(text("caption", "AXRole"), "AXCaption");
+  EXPECT_EQ(text("around", "AXRole"), "AXCaption");
+  EXPECT_EQ(text("caption", "AXValue"), "Name:") << "for whoever looks for the field by it";
+  EXPECT_EQ(text("heading", "AXRole"), "AXStaticText");
+  EXPECT_EQ(list("frame", "AXVisibleChildren"), "caption field around heading group");
+  EXPECT_EQ(list("bar", "AXChildren"), "file turning");
+  EXPECT_EQ(text("turning", "AXPosition"), kNoValue);
+}
+
 }  // namespace
 }  // namespace jumplark::atspi
