@@ -217,5 +217,27 @@ TEST(Act, hitsWhatIsShownAtTwiceTheResolution) {
   }
 }
 
+// A press where a button is said to be does what the button is for.
+TEST(Demo, pressesTheWindowsOwnButtonsWhereTheyAreDrawn) {
+  for (const WindowManager windowManager : {WindowManager::xfwm4, WindowManager::openbox}) {
+    Desktop desktop(windowManager);
+    DemoProgram demo(desktop);
+    EXPECT_TRUE(desktop.jumplark.match(demo.target(), "maximise").empty());
+    const Matches found = desktop.jumplark.match(demo.target(), "maximise", {"--window"});
+    ASSERT_EQ(found.size(), 1U);
+    const auto isLarge = [&] {
+      return desktop.session.hasWindow([](const SessionWindow& window) {
+        return window.title == "Demo" && window.rect.width > Desktop::kWidth - 20;
+      });
+    };
+    desktop.session.click(found[0].rect);
+    EXPECT_TRUE(waitUntil(isLarge));
+    EXPECT_EQ(desktop.jumplark.run("act", demo.target(), {"--window", "restore"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return !isLarge(); }));
+    EXPECT_EQ(desktop.jumplark.run("act", demo.target(), {"--window", "close"}).status, 0);
+    EXPECT_TRUE(waitUntil([&] { return !demo.process().running(); }));
+  }
+}
+
 }  // namespace
 }  // namespace jumplark::desktop

@@ -82,7 +82,7 @@ TEST_F(Gtk3, leavesOfARowWhatHasWordsOrCanBeTicked) {
   prepare();
   std::string shown;
   for (const FactsPointer& e : elements()) {
-    shown += e->is(state::showing) && e->role == role::tableCell && !e->onlyHolds
+    shown += e->is(state::showing) && e->role == role::tableCell && !e->isNoChoice
                  ? ' ' + e->ref.text().substr(e->ref.text().rfind('/') + 1)
                  : "";
   }

@@ -121,5 +121,25 @@ TEST_F(Roles, pressNoCaptionTwiceAndNothingThatOnlyDecorates) {
   EXPECT_EQ(text("turning", "AXPosition"), kNoValue);
 }
 
+// An application that draws its title bar itself tells the buttons that it has there.
+TEST_F(Roles, haveTheWindowsOwnButtonsWhereTheApplicationTellsNone) {
+  windows.buttons = {{WindowWish::minimise, {340, 2, 20, 20}}, {WindowWish::close, {370, 2, 20, 20}}};
+  add("frame", "close", role::pushButton, "close", {370, 5, 20, 20});
+  add("frame", "ok", role::pushButton, "Minimize", {10, 200, 50, 20});
+  snapshot();
+  std::vector<ElementRef> own = platform.windowButtons(app.root());
+  ASSERT_EQ(own.size(), 1U);
+  for (const auto& [name, value] : {std::pair("AXRole", "AXWindowButton"), std::pair("AXTitle", "Minimise"),
+                                    std::pair("AXDescription", "Minimize")}) {
+    EXPECT_EQ(platform.copyAttributeValue(own[0], name).value.description(), value);
+  }
+  EXPECT_EQ(*platform.copyAttributeValue(own[0], "AXPosition").value.point(), (Point{340, 2}));
+  EXPECT_EQ(platform.performAction(own[0], "AXPress"), AccessibilityError::success);
+  EXPECT_EQ(windows.requests, (std::vector{std::pair(windows.windows[0].id, WindowWish::minimise)}));
+  windows.windows[0].surface = {0, 24, 400, 276};
+  snapshot();
+  EXPECT_EQ(platform.windowButtons(app.root()).size(), 2U) << "the window system draws the title bar";
+}
+
 }  // namespace
 }  // namespace jumplark::atspi

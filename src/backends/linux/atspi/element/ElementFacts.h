@@ -94,8 +94,8 @@ struct ElementFacts {
   bool childrenAreVisibleOnly = false;
 
   std::vector<ElementRef> labelledBy;
-  bool isCaption = false;  ///< of a control beside it that says the same
-  bool onlyHolds = false;  ///< is nothing to choose, whatever its role, but what stands in it is
+  bool isCaption = false;   ///< of a control beside it that says the same
+  bool isNoChoice = false;  ///< whatever its role; what stands in it may be one
   std::map<std::string, std::string> attributes;
   std::optional<double> currentValue;
   int64_t characterCount = -1;

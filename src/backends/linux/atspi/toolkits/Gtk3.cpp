@@ -95,7 +95,7 @@ void Gtk3::addParts(Reading& reading) const {
 
 void Gtk3::settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
                   std::vector<std::shared_ptr<ElementFacts>>& walked) const {
-  hideNamelessCells(runner, plan, elements, walked);
+  dropNamelessCells(runner, plan, elements, walked);
 }
 
 void Gtk3::nameControls(ElementDraft& elements) const {

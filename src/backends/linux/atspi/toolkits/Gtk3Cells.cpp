@@ -42,7 +42,7 @@ Rows rowsOf(const ElementDraft& elements, const std::vector<std::shared_ptr<Elem
     }
     const bool isColumn = std::ranges::any_of(elements.childrenOf(*cell), isCell);
     if (isColumn && !hasWords(*cell)) {
-      cell->onlyHolds = true;
+      cell->isNoChoice = true;
       continue;
     }
     const ElementFacts* table = elements.findAbove(*cell, isTable);
@@ -58,19 +58,19 @@ Rows rowsOf(const ElementDraft& elements, const std::vector<std::shared_ptr<Elem
 
 }  // namespace
 
-void hideNamelessCells(CallRunner& runner, const WalkPlan& plan, const ElementDraft& elements,
+void dropNamelessCells(CallRunner& runner, const WalkPlan& plan, const ElementDraft& elements,
                        const std::vector<std::shared_ptr<ElementFacts>>& walked) {
   TypedBatch batch;
   const Rows rows = rowsOf(elements, walked);
   for (const auto& [place, row] : rows) {
     for (ElementFacts* cell : row.hasWords ? row.nameless : std::vector<ElementFacts*>()) {
       if ((cell->interfaces & kTellsItsKind) != 0) {
-        cell->hide();
+        cell->isNoChoice = true;
       } else {
         batch.add<std::vector<std::string>>(calls::actionNames(*handleOf(cell->ref)),
                                             [cell](std::vector<std::string>& names) {
                                               if (names.size() <= kActionsOfAnyCell) {
-                                                cell->hide();
+                                                cell->isNoChoice = true;
                                               }
                                             });
       }

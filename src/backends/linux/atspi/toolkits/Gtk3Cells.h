@@ -11,9 +11,9 @@ class CallRunner;
 struct WalkPlan;
 
 /// Leaves of a row of GTK 3's lists and tables what a person would name: a column that draws several things is a cell
-/// with one cell for each, and pictures and empty texts are cells without a word. These are hidden where the row has
-/// words, since a press anywhere chooses it; boxes to tick, which are cells without a word too, stay.
-void hideNamelessCells(CallRunner& runner, const WalkPlan& plan, const ElementDraft& elements,
+/// with one cell for each, and pictures and empty texts are cells without a word. These are nothing to choose where the
+/// row has words, since a press anywhere chooses it; boxes to tick, which are cells without a word too, stay.
+void dropNamelessCells(CallRunner& runner, const WalkPlan& plan, const ElementDraft& elements,
                        const std::vector<std::shared_ptr<ElementFacts>>& walked);
 
 }  // namespace jumplark::atspi

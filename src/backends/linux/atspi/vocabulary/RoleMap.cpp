@@ -143,7 +143,7 @@ std::string_view RoleMap::role(const ElementFacts& element) const {
 }
 
 std::string_view RoleMap::roleOf(const ElementFacts& element) const {
-  if (element.isCaption || element.onlyHolds) {
+  if (element.isCaption || element.isNoChoice) {
     return element.isCaption ? "AXCaption" : "AXGroup";
   }
   const auto rule = rules().find(element.role);
