@@ -30,8 +30,8 @@ _jumplark() {
     activate) words='--help -h' ;;
     preferences) words='General Advanced Usage Help About --help -h' ;;
     tree) words="$target --all --help -h" ;;
-    match) words="$target --json --help -h" ;;
-    act) words="$target --dry-run --menu --help -h" ;;
+    match) words="$target --json --window --help -h" ;;
+    act) words="$target --dry-run --menu --window --help -h" ;;
     menus) words="$target --json --help -h" ;;
     record) words="$target --output -o --help -h" ;;
     doctor) words="$live --all --help -h" ;;

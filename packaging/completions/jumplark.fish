@@ -24,6 +24,7 @@ complete -c jumplark -n "__fish_seen_subcommand_from preferences" -a 'General Ad
 complete -c jumplark -n "__fish_seen_subcommand_from tree" -l all -d 'Invisible elements too'
 complete -c jumplark -n "__fish_seen_subcommand_from doctor" -l all -d 'Also what is well'
 complete -c jumplark -n "__fish_seen_subcommand_from match menus" -l json -d 'Print a JSON list'
+complete -c jumplark -n "__fish_seen_subcommand_from match act" -l window -d "The window's own buttons too"
 complete -c jumplark -n "__fish_seen_subcommand_from act" -l dry-run -d 'Only say what would be clicked'
 complete -c jumplark -n "__fish_seen_subcommand_from act" -l menu -d 'Choose a command of the menus'
 complete -c jumplark -n "__fish_seen_subcommand_from record" -s o -l output -r -F -d 'Where to write it'

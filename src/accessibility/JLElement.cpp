@@ -119,6 +119,10 @@ std::string JLElement::description() const {
   return fmt::format("<JLElement: {} - role: {}>", fmt::ptr(this), role());
 }
 
+bool JLElement::isKnownDisabled() const {
+  return Platform::current().accessibility->isKnownDisabled(ref());
+}
+
 std::optional<RunningApplication> JLElement::runningApp() const {
   return Platform::current().workspace->runningApplicationWithPid(pid());
 }

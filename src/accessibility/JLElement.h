@@ -76,6 +76,8 @@ class JLElement : public std::enable_shared_from_this<JLElement> {
   }
   bool performAction(const std::string& action) const { return axElement_->performAction(action); }
 
+  /// It says that it cannot be used now. Costs no message: false where that is not known.
+  bool isKnownDisabled() const;
   std::optional<RunningApplication> runningApp() const;
   /// Empty when the element has none.
   std::string role() const;

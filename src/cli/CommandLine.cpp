@@ -65,6 +65,10 @@ void addQuery(CLI::App& command, std::string& query) {
   command.add_option("QUERY", query, "Letters of the text to find; with a leading . of the role")->required();
 }
 
+void addWindow(CLI::App& command, bool& window) {
+  command.add_flag("--window", window, "Also the window's own buttons, after everything else");
+}
+
 /// Panes may be named in small letters as well; `value` becomes the name that the preferences know.
 std::string problemOfPane(std::string& value) {
   const auto* const known = std::ranges::find_if(
@@ -100,12 +104,14 @@ void addCommands(CLI::App& app, Options& options) {
   auto* match = addCommand(app, options, "match", "Print the ranked, labelled matches of a query", Command::match);
   addTarget(*match, options.target);
   match->add_flag("--json", options.json, "Print a JSON list, best first");
+  addWindow(*match, options.window);
   addQuery(*match, options.query);
 
   auto* act = addCommand(app, options, "act", "Click the best match of a query", Command::act);
   addTarget(*act, options.target);
   act->add_flag("--dry-run", options.dryRun, "Only say what would be clicked");
   act->add_flag("--menu", options.inMenus, "Choose the best command of the menus instead, without opening them");
+  addWindow(*act, options.window);
   addQuery(*act, options.query);
 
   auto* menus = addCommand(app, options, "menus", "Print the commands of an application's menus", Command::menus);

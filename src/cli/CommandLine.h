@@ -27,6 +27,7 @@ struct Options {
   bool json = false;     ///< match, menus
   bool dryRun = false;   ///< act
   bool inMenus = false;  ///< act: choose a command of the menus
+  bool window = false;   ///< match, act: the window's own buttons too
   std::optional<std::string> outputFile;
   std::string pane;  ///< preferences; empty: the one that was shown last
 };

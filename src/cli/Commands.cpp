@@ -76,6 +76,18 @@ std::string nothingMatches(const std::string& query) {
   return localizedFormat("nothing that shows matches '{}'.", query);
 }
 
+ExitStatus askWindowSystem(const JLElement& button, const std::string& what, bool dryRun) {
+  if (dryRun) {
+    fmt::print("{}\n", localizedFormat("would ask the window system for {}", what));
+    return ExitStatus::done;
+  }
+  if (!button.performAction("AXPress")) {
+    throw CommandFailure(ExitStatus::outOfReach, localizedFormat("The window system did not take {}.", what));
+  }
+  fmt::print("{}\n", localizedFormat("asked the window system for {}", what));
+  return ExitStatus::done;
+}
+
 }  // namespace
 
 ExitStatus runTree(const Options& options) {
@@ -85,7 +97,7 @@ ExitStatus runTree(const Options& options) {
 }
 
 ExitStatus runMatch(const Options& options) {
-  const auto tree = takeSnapshot(findTarget(options.target), true);
+  const auto tree = takeSnapshot(findTarget(options.target), true, options.window);
   const auto matches = rankedMatches(tree, options.query);
   if (options.json) {
     auto list = nlohmann::ordered_json::array();
@@ -102,7 +114,7 @@ ExitStatus runMatch(const Options& options) {
 }
 
 ExitStatus runAct(const Options& options) {
-  const auto tree = takeSnapshot(findTarget(options.target), true);
+  const auto tree = takeSnapshot(findTarget(options.target), true, options.window);
   const auto matches = rankedMatches(tree, options.query);
   if (matches.empty()) {
     throw CommandFailure(ExitStatus::nothingMatched, nothingMatches(options.query));
@@ -110,9 +122,12 @@ ExitStatus runAct(const Options& options) {
   const JLElementMatch& best = matches.front().match;
   const std::string what = onOneLine(describe(best));
   JLElementActioner& actioner = JLElementActioner::sharedInstance();
+  if (best.node()->isWindowButton()) {
+    return askWindowSystem(*best.node()->element(), what, options.dryRun);
+  }
   if (options.dryRun) {
-    const Point middle = best.node()->element()->midpoint();
-    fmt::print("{}\n", localizedFormat("would click {} near {},{} (bottom-left origin)", what, middle.x, middle.y));
+    const Point point = actioner.pointOfAction(best.node()->element());
+    fmt::print("{}\n", localizedFormat("would click {} near {},{} (bottom-left origin)", what, point.x, point.y));
     return ExitStatus::done;
   }
   makeWay(best, what);

@@ -59,9 +59,11 @@ RunningApplication findTarget(const Target& target) {
   return *frontmost;
 }
 
-std::shared_ptr<JLElementTree> takeSnapshot(const RunningApplication& application, bool visibleOnly) {
+std::shared_ptr<JLElementTree> takeSnapshot(const RunningApplication& application, bool visibleOnly,
+                                            bool windowButtons) {
   const auto element = JLElement::elementWithPID(application.pid);
-  auto tree = JLElementTreeEnumerator(element).enumerateElementsWithOptions({.visibleElements = visibleOnly});
+  auto tree = JLElementTreeEnumerator(element).enumerateElementsWithOptions(
+      {.visibleElements = visibleOnly, .windowButtons = windowButtons});
   if (element->role().empty()) {
     throw CommandFailure(
         ExitStatus::outOfReach,

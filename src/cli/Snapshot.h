@@ -19,9 +19,10 @@ namespace jumplark::cli {
 /// Throws CommandFailure when the target is not there.
 RunningApplication findTarget(const Target& target);
 
-/// The snapshot of an application; what shows of it, or everything. Throws CommandFailure when the application cannot
-/// be read at all.
-std::shared_ptr<JLElementTree> takeSnapshot(const RunningApplication& application, bool visibleOnly);
+/// The snapshot of an application; what shows of it, or everything; with the window's own buttons. Throws
+/// CommandFailure when the application cannot be read at all.
+std::shared_ptr<JLElementTree> takeSnapshot(const RunningApplication& application, bool visibleOnly,
+                                            bool windowButtons = false);
 
 struct LabelledMatch {
   JLElementMatch match;

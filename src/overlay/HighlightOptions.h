@@ -14,6 +14,8 @@ struct HighlightOptions {
   std::string label;
   /// Six hexadecimal digits, red, green, blue; without it the box is yellow.
   std::optional<std::string> backgroundColor;
+  /// Less of the box and its label shows: the element cannot be used now.
+  bool isFaint = false;
   bool operator==(const HighlightOptions&) const = default;
 };
 

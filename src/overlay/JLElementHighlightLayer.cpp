@@ -13,6 +13,8 @@ namespace {
 
 constexpr double kLeastExtent = 2.0;
 constexpr double kBoxAlpha = 0.6;
+constexpr double kFaintBoxAlpha = 0.2;
+constexpr double kFaintLineAlpha = 0.5;
 
 }  // namespace
 
@@ -53,6 +55,10 @@ void JLElementHighlightLayer::updateOptions(const HighlightOptions& options) {
   if (options.backgroundColor) {
     layer_.background = colorWithHexString(*options.backgroundColor, kBoxAlpha);
   }
+  const BoxLayer usual;
+  layer_.background.alpha = options.isFaint ? kFaintBoxAlpha : kBoxAlpha;
+  layer_.border.alpha = options.isFaint ? kFaintLineAlpha : usual.border.alpha;
+  layer_.label.foreground.alpha = options.isFaint ? kFaintLineAlpha : usual.label.foreground.alpha;
 }
 
 void JLElementHighlightLayer::moveTo(const std::shared_ptr<RootLayer>& parentLayer) {

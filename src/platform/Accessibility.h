@@ -19,6 +19,9 @@ struct AccessibilityResult {
   bool ok() const { return error == AccessibilityError::success; }
 };
 
+/// The role of a button that stands in no application's tree, since it is the window system's.
+inline constexpr const char* kWindowButtonRole = "AXWindowButton";
+
 /// Reads and operates the interfaces of running applications, element by element.
 ///
 /// Attribute and action names are the "AX" vocabulary ("AXRole", "AXPress"). All geometry has a top-left origin and is
@@ -62,6 +65,18 @@ class AccessibilityPlatform {
 
   /// The longest that one read of `element` (for the system-wide element: of every element) may take.
   virtual void setMessagingTimeout(const ElementRef& element, double seconds) = 0;
+
+  /// Whether an element says that it cannot be used now, as far as that is known without asking its application.
+  virtual bool isKnownDisabled(const ElementRef& element) {
+    static_cast<void>(element);
+    return false;
+  }
+  /// The buttons of an application's focused window that the window system tells and the application does not, from
+  /// left to right: elements of the role kWindowButtonRole with "AXTitle", "AXDescription", a place and "AXPress".
+  virtual std::vector<ElementRef> windowButtons(const ElementRef& application) {
+    static_cast<void>(application);
+    return {};
+  }
 
   /// A snapshot of this process is about to be asked for, and its window about to lose the keyboard. Waits for nothing;
   /// may do nothing.

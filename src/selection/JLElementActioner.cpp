@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <optional>
 
 #include "accessibility/JLElement.h"
 #include "accessibility/ScreenCoordinates.h"
@@ -41,6 +42,13 @@ JLElementActioner::Element readAnew(const JLElementActioner::Element& element) {
   return !element || element->axElement()->live() ? element : element->live();
 }
 
+/// Where the box or circle of a small control with its caption beside it is; none for any other.
+std::optional<Point> boxOfCaptionedControl(const JLElement& element) {
+  const Size size = element.size();
+  const bool isCaptioned = size.height <= kCaptionedControlHeight && size.width / size.height >= kCaptionedControlRatio;
+  return isCaptioned ? std::optional(Point{element.position().x + kBoxInset, element.bounds().midY()}) : std::nullopt;
+}
+
 double randomOffset(double extent) {
   const auto whole = static_cast<int64_t>(extent);
   return whole > 0 ? static_cast<double>(Platform::current().random->next() % whole) : 0.0;
@@ -75,6 +83,8 @@ void JLElementActioner::actionElement(const Element& chosen) {
   } else if (role == "AXSlider") {
     mouseToElement(element);
     focusElement(element);
+  } else if (role == kWindowButtonRole) {
+    performActionOnElement("AXPress", element);
   } else {
     clickElement(element);
   }
@@ -90,13 +100,22 @@ void JLElementActioner::clickCheckBox(const Element& element) {
 
 void JLElementActioner::clickLeftPartOfElement(const Element& chosen) {
   const Element element = readAnew(chosen);
-  const Size size = element ? element->size() : Size{};
-  if (size.height <= kCaptionedControlHeight && size.width / size.height >= kCaptionedControlRatio) {
-    const Point point{element->position().x + kBoxInset, element->bounds().midY()};
-    clickAt(pointFromBottomLeftToTopLeft(point), element);
+  if (const auto box = element ? boxOfCaptionedControl(*element) : std::nullopt) {
+    clickAt(pointFromBottomLeftToTopLeft(*box), element);
   } else {
     clickElement(element);
   }
+}
+
+Point JLElementActioner::pointOfAction(const Element& chosen) const {
+  const Element element = readAnew(chosen);
+  const std::string role = element ? element->role() : "";
+  if (role == "AXSlider" || role == kWindowButtonRole) {
+    return element->midpoint();
+  }
+  const bool hasBox = role == "AXRadioButton" || role == "AXCheckBox";
+  const auto box = hasBox ? boxOfCaptionedControl(*element) : std::nullopt;
+  return box ? *box : findClickablePointForElement(element);
 }
 
 void JLElementActioner::clickElement(const Element& chosen) {
@@ -202,7 +221,10 @@ Point JLElementActioner::findClickablePointForElement(const Element& chosen) con
       return probe;
     }
   }
-  return element->midpoint();
+  const Rect seen = intersection(bounds, element->visibleBounds());
+  const Point part = midpointOfRect(seen);
+  const bool isPart = seen.width > 0 && seen.height > 0 && !(part == middle);
+  return isPart && isOnTopAt(element, part) ? part : element->midpoint();
 }
 
 bool JLElementActioner::isOnTopAt(const Element& chosen, Point point) const {

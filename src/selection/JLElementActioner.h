@@ -28,7 +28,8 @@ class JLElementActioner {
   JLElementActioner& operator=(const JLElementActioner&) = delete;
   ~JLElementActioner();
 
-  /// The default action: a click, but for a slider the pointer and the focus move onto it.
+  /// The default action: a click, but for a slider the pointer and the focus move onto it, and what a button of the
+  /// window is for is asked of the window system.
   void actionElement(const Element& element);
   void clickElement(const Element& element);
   /// A small control with its caption beside it is clicked 10 points from its left edge, where the box or circle is.
@@ -48,7 +49,10 @@ class JLElementActioner {
   void startDoubleClickTimer();
   /// The pointer; top-left origin.
   Point getCursorPosition() const;
-  /// A point, bottom-left origin, where the element or something in it is on top; the midpoint when none is found.
+  /// Where actionElement clicks, or moves the pointer to; bottom-left origin. Nothing is clicked or moved.
+  Point pointOfAction(const Element& element) const;
+  /// A point, bottom-left origin, where the element or something in it is on top. The midpoint when none is found, not
+  /// even in the middle of what can be seen of it.
   Point findClickablePointForElement(const Element& element) const;
   /// Whether the element, which is read anew, or something in it is on top at a point, bottom-left origin.
   bool isOnTopAt(const Element& element, Point point) const;

@@ -7,12 +7,14 @@
 #include <unordered_map>
 #include <utility>
 
+#include "accessibility/JLElement.h"
 #include "overlay/JLElementHighlighter.h"
 #include "platform/Input.h"
 #include "platform/Platform.h"
 #include "platform/Views.h"
 #include "selection/JLElementShortcutAssigner.h"
 #include "streams/NotificationCenter.h"
+#include "tree/JLElementNode.h"
 
 namespace jumplark {
 namespace {
@@ -37,12 +39,14 @@ void dropFirstCharacter(std::string& text) {
 /// Matches with their labels; not changed any more once it is in a state.
 struct JLElementSelectionController::MatchSet {
   MatchSet() = default;
-  explicit MatchSet(Matches matches) : byScore(JLElementShortcutAssigner::orderedMatches(std::move(matches))) {
+  explicit MatchSet(Matches matches) : byScore(JLElementShortcutAssigner::orderedForUse(std::move(matches))) {
     const auto assigned = JLElementShortcutAssigner::assignShortcutsToMatches(byScore);
     labels.reserve(byScore.size());
     indexByLabel.reserve(byScore.size());
     for (size_t i = 0; i < byScore.size(); ++i) {
       labels.push_back(assigned.at(byScore[i]));
+      const auto element = byScore[i].node() ? byScore[i].node()->element() : nullptr;
+      isFaint.push_back(element && element->isKnownDisabled());
       indexByLabel.emplace(labels.back(), i);
     }
   }
@@ -52,6 +56,7 @@ struct JLElementSelectionController::MatchSet {
 
   Matches byScore;
   std::vector<std::string> labels;
+  std::vector<bool> isFaint;  ///< cannot be used now
   std::unordered_map<std::string, size_t> indexByLabel;
 };
 
@@ -178,11 +183,12 @@ HighlightOptionMap JLElementSelectionController::highlightOptionsOf(const State&
   for (size_t i = set.byScore.size(); i-- > 0;) {
     const bool isSelected = state.selected && set.labels[i] == set.labels[*state.selected];
     if (!isSelected && !set.isRepetition(i)) {
-      options.emplace_back(set.byScore[i], HighlightOptions{set.labels[i], std::nullopt});
+      options.emplace_back(set.byScore[i], HighlightOptions{set.labels[i], std::nullopt, set.isFaint[i]});
     }
   }
   if (state.selected) {
-    options.emplace_back(set.byScore[*state.selected], HighlightOptions{set.labels[*state.selected], kSelectedColor});
+    const size_t i = *state.selected;
+    options.emplace_back(set.byScore[i], HighlightOptions{set.labels[i], kSelectedColor, set.isFaint[i]});
   }
   return options;
 }

@@ -26,8 +26,11 @@ class JLElementShortcutAssigner {
   static std::unordered_map<JLElementMatch, std::string, JLElementMatchHash> assignShortcutsToMatches(
       const Matches& matches);
 
-  /// The matches from the best score down, those of equal score in their given order, cut to the number of labels.
+  /// The matches from the best score down, those of equal score in their given order, the window's own buttons after
+  /// all others, cut to the number of labels.
   static Matches orderedMatches(Matches matches);
+  /// The same, but of those whose scores lie within 5 % of each other what cannot be used now comes last.
+  static Matches orderedForUse(Matches matches);
 };
 
 }  // namespace jumplark

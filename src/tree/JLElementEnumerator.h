@@ -19,6 +19,8 @@ struct EnumerationOptions {
   bool visibleElements = false;
   /// The children found become nodes, but are not enumerated further.
   bool noRecursion = false;
+  /// What the window system tells of the focused window comes after everything else.
+  bool windowButtons = false;
   /// Asked before each element, batch of a list, search and hit test; once it says so, nothing more is read or added.
   /// Never, if empty. Without its snapshot, which ends with the activation, each element would cost messages of its
   /// own.

@@ -125,6 +125,10 @@ void JLElementNode::attachedBelow(xmlNode* parent) {
   }
 }
 
+bool JLElementNode::isWindowButton() const {
+  return xml_->parent && xmlStrEqual(xml_->parent->name, reinterpret_cast<const xmlChar*>(kWindowButtons)) != 0;
+}
+
 std::optional<std::string> JLElementNode::attribute(const char* name) const {
   return xml::attribute(xml_, name);
 }

@@ -38,6 +38,9 @@ class JLElementNode {
   static JLElementNode* fromXML(const xmlNode* xmlNode) { return static_cast<JLElementNode*>(xmlNode->_private); }
 
   xmlNode* xml() const { return xml_; }
+  /// The group, below the root and behind all else, of the buttons that the window system tells.
+  static constexpr const char* kWindowButtons = "WindowButtons";
+  bool isWindowButton() const;
   /// Null for a synthetic node.
   const std::shared_ptr<JLElement>& element() const { return element_; }
   JLElementTree* rootTree() const { return &tree_; }

@@ -27,6 +27,9 @@ std::shared_ptr<JLElementTree> JLElementTreeEnumerator::enumerateElementsWithOpt
   if (options.goOn()) {
     addDock(*tree, options);
   }
+  if (options.windowButtons && options.goOn()) {
+    addWindowButtons(*tree);
+  }
   if (options.goOn()) {
     markElementUnderPointer(*tree);
   }
@@ -47,6 +50,17 @@ void JLElementTreeEnumerator::addDock(JLElementTree& tree, const EnumerationOpti
   const EnumerationOptions whole{.isUnwanted = options.isUnwanted};
   if (whole.goOn()) {
     JLElementEnumerator::enumeratorForRole("Default").enumerateNodeWithOptions(node, whole);
+  }
+}
+
+void JLElementTreeEnumerator::addWindowButtons(JLElementTree& tree) const {
+  const auto buttons = Platform::current().accessibility->windowButtons(element_->ref());
+  if (buttons.empty()) {
+    return;
+  }
+  xmlNode* group = xmlAddChild(tree.rootElement(), tree.newGroup(JLElementNode::kWindowButtons));
+  for (const ElementRef& button : buttons) {
+    tree.addChild(group, JLElementNode::nodeWithJLElement(tree, JLElement::elementWithElementRef(button)));
   }
 }
 

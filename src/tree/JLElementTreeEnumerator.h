@@ -20,6 +20,7 @@ class JLElementTreeEnumerator {
 
  private:
   static void addDock(JLElementTree& tree, const EnumerationOptions& options);
+  void addWindowButtons(JLElementTree& tree) const;
   static void markElementUnderPointer(JLElementTree& tree);
 
   std::shared_ptr<JLElement> element_;

@@ -118,6 +118,18 @@ TEST_F(CommandLine, actSaysWhatItClickedAndWhere) {
   EXPECT_EQ(done.out, "clicked Button \"Save\" at 50,19\n");
 }
 
+TEST_F(CommandLine, theWindowsOwnButtonsAreThereWhenAskedFor) {
+  write("desktop.json", R"({"frontmost":1,"applications":[{"pid":1,"element":"app"}],"elements":{
+    "app":{"attributes":{"AXRole":"AXApplication","AXWindowButtons":[{"ref":"close"}]}},
+    "close":{"attributes":{"AXRole":"AXWindowButton","AXTitle":"Close","AXParent":{"ref":"app"},
+                           "AXPosition":{"point":[0,0]},"AXSize":{"size":[20,20]}},"actions":["AXPress"]}}})");
+  EXPECT_EQ(onDesktop("match", {"close"}).status, 1);
+  EXPECT_EQ(nlohmann::json::parse(onDesktop("match", {"--window", "--json", "close"}).out).at(0).at("id"), "close");
+  EXPECT_EQ(onDesktop("act", {"--window", "--dry-run", "close"}).out,
+            "would ask the window system for WindowButton \"Close\"\n");
+  EXPECT_EQ(onDesktop("act", {"--window", "close"}).out, "asked the window system for WindowButton \"Close\"\n");
+}
+
 TEST_F(CommandLine, menusAreListedAndTheirCommandsChosen) {
   write("desktop.json",
         R"({"frontmost":1,"elements":{},"applications":[{"pid":2,"name":"Other"},{"pid":1,"name":"Editor",

@@ -65,6 +65,17 @@ struct Highlighting {
   }
 };
 
+TEST(Highlighter, showsLessOfWhatCannotBeUsed) {
+  Highlighting test;
+  auto map = test.options({"button", "half"});
+  map.back().second.isFaint = true;
+  test.show(map);
+  const auto& boxes = test.screen().shownLayers();
+  ASSERT_EQ(boxes.size(), 2U);
+  EXPECT_LT(boxes[1].background.alpha, boxes[0].background.alpha);
+  EXPECT_LT(boxes[1].border.alpha, boxes[0].border.alpha);
+}
+
 TEST(Highlighter, boxesEachElementOnceWhereItCanBeSeen) {
   Highlighting test;
   auto map = test.options({"button", "link", "thin", "half", "below", "file", "button"});

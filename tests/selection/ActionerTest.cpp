@@ -102,6 +102,32 @@ TEST(JLElementActioner, triesFiftyPointsUntilOneIsNotCovered) {
   }
 }
 
+TEST(JLElementActioner, triesTheMiddleOfWhatCanBeSeenLast) {
+  RecordedFixture desktop(kDesktop);
+  desktop->accessibility().setAttribute("half", "AXPosition", Point{-150, 140});  // the left part is not in the window
+  desktop->accessibility().setAttribute("half", "AXSize", Size{400, 20});
+  desktop->accessibility().setAttribute("cover", "AXPosition", Point{-200, 105});
+  desktop->accessibility().setAttribute("cover", "AXSize", Size{320, 60});
+  for (int i = 0; i < 50; ++i) {
+    desktop->random().prepare({0, 0});
+  }
+  const JLElementActioner actioner;
+  EXPECT_EQ(actioner.findClickablePointForElement(desktop.element("half")), (Point{125, 850}));
+  EXPECT_EQ(actioner.pointOfAction(desktop.element("check")), (Point{20, 952}));
+  EXPECT_EQ(actioner.pointOfAction(desktop.element("slider")), (Point{60, 910}));
+}
+
+TEST(JLElementActioner, asksTheWindowSystemForWhatAButtonOfTheWindowIsFor) {
+  RecordedFixture desktop(kDesktop);
+  desktop->accessibility().setAttribute("close", "AXRole", "AXWindowButton");
+  desktop->accessibility().setActions("close", {"AXPress"});
+  JLElementActioner().actionElement(desktop.element("close"));
+  const auto done = desktop->accessibility().operations();
+  ASSERT_EQ(done.size(), 1U);
+  EXPECT_EQ(done[0].name, "AXPress");
+  EXPECT_TRUE(desktop->input().postedMouseEvents().empty());
+}
+
 TEST(JLElementActioner, takesWhatLiesInsideForTheElementAndPerformsActionsWithoutThePointer) {
   RecordedFixture desktop(kDesktop);
   JLElementActioner actioner;

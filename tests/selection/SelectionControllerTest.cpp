@@ -4,6 +4,7 @@
 #include "selection/JLElementSelectionController.h"
 #include "selection/JLElementShortcutAssigner.h"
 #include "streams/NotificationCenter.h"
+#include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 
@@ -186,6 +187,44 @@ TEST(ShortcutAssigner, labelsTheBestFirstWithOneTwoAndThreeLettersAsFarAsTheyGo)
                                                    {440, "ZV"}, {441, "AEE"}, {8840, "ZVV"}};
   for (const auto& [index, label] : labels) {
     EXPECT_EQ(table.at(index), label) << index;
+  }
+}
+
+TEST(Selection, putsWhatCannotBeUsedBehindItsLikeAndTheWindowsButtonsBehindEverything) {
+  const struct {
+    std::vector<std::pair<const char*, float>> matches;  ///< "off" cannot be used
+    const char* order;
+  } cases[] = {
+      {{{"off", 1.0F}, {"on", 0.96F}}, "on off"},
+      {{{"off", 1.0F}, {"on", 0.94F}}, "off on"},
+      {{{"off", 1.0F}, {"on", 0.96F}, {"also", 0.93F}}, "on off also"},
+      {{{"close", 3.0F}, {"off", 1.0F}, {"on", 0.2F}}, "off on close"},
+  };
+  for (const auto& one : cases) {
+    RecordedFixture desktop(testing::DesktopText::of(R"(
+      app AXApplication AXWindowButtons=[@close]
+        on AXButton
+        also AXButton
+        off AXButton AXEnabled=false
+      close AXWindowButton)"));
+    const auto tree = JLElementTree::tree();
+    xmlNode* group = xmlAddChild(tree->rootElement(), tree->newGroup(JLElementNode::kWindowButtons));
+    JLElementSelectionController::Matches matches;
+    for (const auto& [id, score] : one.matches) {
+      JLElementNode* node = JLElementNode::nodeWithJLElement(*tree, desktop.element(id));
+      tree->addChild(std::string(id) == "close" ? group : tree->rootElement(), node);
+      matches.emplace_back(tree->handle(node), score);
+    }
+    JLElementSelectionController controller;
+    controller.setElementMatches(matches);
+    std::string order;
+    for (const JLElementMatch& match : controller.elementMatchesByScore()) {
+      order += (order.empty() ? "" : " ") + match.node()->element()->ref().text();
+    }
+    EXPECT_EQ(order, one.order);
+    for (const auto& [match, options] : controller.elementMatchesWithHighlightOptions()) {
+      EXPECT_EQ(options.isFaint, match.node()->element()->ref().text() == "off");
+    }
   }
 }
 

@@ -71,6 +71,18 @@ TEST(Enumeration, rowsLinksAndRadioGroupsHaveTheirOwnRules) {
   EXPECT_EQ(enumerated(desktop, false), "Root(app(w(table(r1 r2(cell)) outline(r1) link radios(on off))))");
 }
 
+TEST(Enumeration, buttonsOfTheWindowComeLastAndOnlyWhenAskedFor) {
+  RecordedFixture desktop(DesktopText::of(R"(
+    app AXApplication AXFocusedWindow=@w AXWindowButtons=[@close]
+      w AXWindow 0,20/100,100
+    dock AXApplication 0,900/100,100
+    close AXWindowButton 80,0/20,20 AXTitle="Close")"));
+  EXPECT_EQ(enumerated(desktop, true), "Root(app(w) dock)");
+  const auto tree = JLElementTreeEnumerator(desktop.element("app"))
+                        .enumerateElementsWithOptions({.visibleElements = true, .windowButtons = true});
+  EXPECT_EQ(outline(tree->rootElement()), "Root(app(w) dock WindowButtons(close))");
+}
+
 std::string barDesktop(const std::string& hits) {
   return DesktopText::of(R"(
     app AXApplication AXMenuBar=@bar

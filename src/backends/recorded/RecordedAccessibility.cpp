@@ -113,6 +113,26 @@ AccessibilityResult<AttributeValue> RecordedAccessibility::copyAttributeValue(co
   return *value;
 }
 
+bool RecordedAccessibility::isKnownDisabled(const ElementRef& element) {
+  const std::lock_guard lock(mutex_);
+  const RecordedElement* found = store_.find(element);
+  const AttributeValue* enabled = found ? store_.attribute(*found, "AXEnabled") : nullptr;
+  return enabled && enabled->boolean() && !*enabled->boolean();
+}
+
+std::vector<ElementRef> RecordedAccessibility::windowButtons(const ElementRef& application) {
+  const std::lock_guard lock(mutex_);
+  const RecordedElement* found = store_.find(application);
+  const AttributeValue* buttons = found ? store_.attribute(*found, "AXWindowButtons") : nullptr;
+  std::vector<ElementRef> references;
+  for (const AttributeValue& one : buttons && buttons->list() ? *buttons->list() : AttributeValue::List()) {
+    if (const ElementRef* reference = one.element()) {
+      references.push_back(*reference);
+    }
+  }
+  return references;
+}
+
 AccessibilityResult<AttributeValue> RecordedAccessibility::copyParameterizedAttributeValue(
     const ElementRef& element, const std::string& name, const AttributeValue& parameter) {
   const Admission admission = admit(element);

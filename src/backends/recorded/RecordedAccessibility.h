@@ -59,6 +59,10 @@ class RecordedAccessibility : public AccessibilityPlatform {
   ElementRef systemWideElement() override;
   AccessibilityResult<ElementRef> copyElementAtPosition(const ElementRef& application, float x, float y) override;
   void setMessagingTimeout(const ElementRef& element, double seconds) override;
+  /// Its "AXEnabled" is false.
+  bool isKnownDisabled(const ElementRef& element) override;
+  /// The application's "AXWindowButtons".
+  std::vector<ElementRef> windowButtons(const ElementRef& application) override;
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
   void endSnapshot() override;
   std::shared_ptr<AccessibilityPlatform> live() override;

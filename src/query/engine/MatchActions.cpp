@@ -6,6 +6,7 @@
 
 #include "accessibility/JLElement.h"
 #include "metrics/JLMetrics.h"
+#include "platform/Accessibility.h"
 #include "platform/Defaults.h"
 #include "platform/Input.h"
 #include "platform/Platform.h"
@@ -30,9 +31,10 @@ bool isModal() {
   return defaults != nullptr && defaults->boolean("ModalModeEnabled");
 }
 
-/// Elements after whose action the user goes on typing or choosing in the target.
+/// Elements after whose action the user goes on typing or choosing in the target, or it goes.
 bool endsModalMode(const std::string& role) {
-  static const std::set<std::string> kRoles = {"AXTextField", "AXTextArea", "AXPopUpButton", "AXMenuBarItem"};
+  static const std::set<std::string> kRoles = {"AXTextField", "AXTextArea", "AXPopUpButton", "AXMenuBarItem",
+                                               kWindowButtonRole};
   return kRoles.contains(role);
 }
 

@@ -29,6 +29,7 @@ std::shared_ptr<JLElementTree> takeSnapshotOfTarget(const std::shared_ptr<JLElem
   const Duration start = queues.monotonicNow();
   EnumerationOptions options;
   options.visibleElements = true;
+  options.windowButtons = true;
   options.isUnwanted = isUnwanted;
   auto tree = JLElementTreeEnumerator(application).enumerateElementsWithOptions(options);
   if (isUnwanted()) {

@@ -35,7 +35,7 @@ class TreeIndex::Builder {
   void build() {
     for (JLElementNode* node : tree_.nodes()) {
       const uint32_t role = roleNumber(*node);
-      if (actionable_[role]) {
+      if (actionable_[role] || node->isWindowButton()) {
         index_.candidates_.push_back(candidate(*node, role));
       }
     }

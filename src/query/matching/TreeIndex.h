@@ -16,9 +16,9 @@ namespace jumplark {
 class JLElementNode;
 class JLElementTree;
 
-/// A snapshot in the form that queries run over: the nodes whose role can be acted on, in document order, with their
-/// texts folded, split into words and each kept once, and their nearness to the node under the pointer. Made once a
-/// tree, then read-only and readable from any thread; it lives as long as the tree.
+/// A snapshot in the form that queries run over: the nodes whose role can be acted on and the buttons of the window, in
+/// document order, with their texts folded, split into words and each kept once, and their nearness to the node under
+/// the pointer. Made once a tree, then read-only and readable from any thread; it lives as long as the tree.
 class TreeIndex {
  public:
   /// A run of entries of textNumbers().

@@ -81,10 +81,11 @@ QString nameOf(const QWidget* widget) {
   return group ? group->title() : widget->objectName();
 }
 
-// The rectangle lies in the widget's own coordinates.
-void tellPart(int number, const QString& kind, const QString& name, const QWidget* widget, const QRect& rect) {
+// The rectangle lies in the widget's own coordinates. What is told is the part of it that shows, all of what is hidden.
+void tellPart(int number, const QString& kind, const QString& name, const QWidget* widget, const QRect& whole) {
+  const QRect visible = widget->isVisible() ? widget->visibleRegion().intersected(whole).boundingRect() : QRect();
+  const QRect& rect = visible.isEmpty() ? whole : visible;
   const QPoint origin = widget->mapToGlobal(rect.topLeft());
-  const QRect visible = widget->isVisible() ? widget->visibleRegion().intersected(rect).boundingRect() : QRect();
   report(QString("part %1 %2 %3 %4 %5 %6 %7 %8")
              .arg(number)
              .arg(origin.x())

@@ -55,12 +55,12 @@ class Application : public AccessibleApplication {
 struct DemoPart {
   std::string kind;  ///< the widget's class, or "menu", "tab", "item"
   std::string name;
-  PixelRect rect;   ///< in pixels of the root window
+  PixelRect rect;   ///< what can be seen of it, in pixels of the root window; all of what is hidden
   int visible = 0;  ///< the smaller side of what can be seen of it
 
   bool isHidden() const { return visible == 0; }
   /// Less is too small to be chosen.
-  bool isShown() const { return visible >= 5; }
+  bool isShown() const { return visible >= 8; }
 };
 
 /// The demonstration program (demo_qt6/), which prints what is done to it.

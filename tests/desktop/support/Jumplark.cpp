@@ -52,9 +52,11 @@ Finished Jumplark::run(const std::string& command, const Arguments& target, cons
   return run(all);
 }
 
-Matches Jumplark::match(const Arguments& target, const std::string& query) {
+Matches Jumplark::match(const Arguments& target, const std::string& query, const Arguments& more) {
   constexpr int kOutOfReach = 3;
-  const Finished finished = run("match", target, {"--json", query});
+  Arguments arguments = {"--json", query};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  const Finished finished = run("match", target, arguments);
   if (finished.status == kOutOfReach) {
     return {};
   }

@@ -33,7 +33,7 @@ class Jumplark {
   /// `match --json`; empty when nothing matched or the application does not answer, as one that is starting does now
   /// and then. Fails the running test, and returns nothing, when the program fails otherwise or prints anything else
   /// than the promised list. The query "." is for everything that could be chosen.
-  Matches match(const Arguments& target, const std::string& query = ".");
+  Matches match(const Arguments& target, const std::string& query = ".", const Arguments& more = {});
 
  private:
   PrivateSession& session_;

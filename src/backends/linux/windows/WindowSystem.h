@@ -79,6 +79,15 @@ struct WindowFacts {
   Rect visible() const { return tellsShadow ? withoutShadow() : frame; }
 };
 
+/// What the buttons of a title bar are for.
+enum class WindowWish { close, minimise, maximise, restore };
+
+/// A button of a title bar, where it is drawn or, as far as that is not known, would be.
+struct WindowButton {
+  WindowWish wish = WindowWish::close;
+  Rect place;
+};
+
 /// What the window system knows of windows. Every call asks the window system only, never an application, and may come
 /// from any thread. Windows that vanish meanwhile are left out.
 class WindowSystem {
@@ -100,6 +109,18 @@ class WindowSystem {
   /// Asks for a window to be activated: when `force`, so that it is not refused, as the user's wish at the time of the
   /// key event; else as the application's own, and nothing if the window is active already. One request an action.
   virtual bool requestActive(WindowId id, bool force) = 0;
+  /// One for each wish that the window system takes of the window, as it is now; from left to right.
+  virtual std::vector<WindowButton> buttonsOf(const WindowFacts& window) {
+    static_cast<void>(window);
+    return {};
+  }
+  /// Asks for a window to be closed, minimised, maximised or restored, as its buttons do. False when the window system
+  /// cannot be asked.
+  virtual bool request(WindowId id, WindowWish wish) {
+    static_cast<void>(id);
+    static_cast<void>(wish);
+    return false;
+  }
 };
 
 }  // namespace jumplark

@@ -9,6 +9,7 @@
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/WindowFactsReader.h"
 #include "backends/linux/x11/WindowTree.h"
+#include "backends/linux/x11/X11TitleBar.h"
 
 namespace jumplark {
 namespace {
@@ -120,6 +121,14 @@ bool X11WindowSystem::requestActive(WindowId id, bool force) {
     activateThroughWindowManager(wanted, force, before);
   }
   return x_->alive();
+}
+
+std::vector<WindowButton> X11WindowSystem::buttonsOf(const WindowFacts& window) {
+  return x11::buttonsOfWindow(*x_, window);
+}
+
+bool X11WindowSystem::request(WindowId id, WindowWish wish) {
+  return window(id) && x11::requestOfWindow(*x_, xidOf(id), wish, userTime_);
 }
 
 void X11WindowSystem::activateThroughWindowManager(uint32_t id, bool force, uint32_t active) {

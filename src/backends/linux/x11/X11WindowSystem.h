@@ -27,6 +27,8 @@ class X11WindowSystem final : public WindowSystem {
   std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
   std::vector<WindowFacts> popupsFrontToBack() override;
   bool requestActive(WindowId id, bool force) override;
+  std::vector<WindowButton> buttonsOf(const WindowFacts& window) override;
+  bool request(WindowId id, WindowWish wish) override;
 
   /// The X time of the user's last key event that concerns us, which a forced activation names. Zero (no time) at
   /// first.

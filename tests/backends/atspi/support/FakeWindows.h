@@ -16,6 +16,8 @@ class FakeWindows final : public WindowSystem {
   std::vector<WindowFacts> windows;
   std::vector<WindowFacts> popups;
   std::vector<std::pair<WindowId, bool>> activations;
+  std::vector<WindowButton> buttons;  ///< of every window
+  std::vector<std::pair<WindowId, WindowWish>> requests;
 
   WindowFacts& add(WindowId id, int32_t pid, Rect frame, WindowType type = WindowType::normal) {
     return *windows.insert(windows.end(), made(id, pid, frame, type));
@@ -35,6 +37,11 @@ class FakeWindows final : public WindowSystem {
   std::vector<WindowFacts> popupsFrontToBack() override { return popups; }
   bool requestActive(WindowId id, bool force) override {
     activations.emplace_back(id, force);
+    return true;
+  }
+  std::vector<WindowButton> buttonsOf(const WindowFacts&) override { return buttons; }
+  bool request(WindowId id, WindowWish wish) override {
+    requests.emplace_back(id, wish);
     return true;
   }
 

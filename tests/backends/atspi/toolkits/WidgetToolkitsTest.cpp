@@ -58,6 +58,37 @@ TEST_F(Gtk3, callsWhatHasNoWordsAsWhatHoldsItAlone) {
   }
 }
 
+// A column that draws several things is a cell of cells, and a box to tick is only told by what can be done with it.
+TEST_F(Gtk3, leavesOfARowWhatHasWordsOrCanBeTicked) {
+  add("frame", "places", role::table, "", {110, 60, 200, 60});
+  const struct {
+    const char* id;
+    const char* parent;
+    const char* name;
+    double y;
+    std::vector<std::string> interfaces;
+    std::vector<std::string> actions{"expand", "edit", "activate"};
+  } cells[] = {
+      {"column", "places", "", 60, {}},         {"icon", "column", "", 60, {"Image"}},
+      {"home", "column", "home", 60, {"Text"}}, {"empty", "places", "", 60, {"Text"}},
+      {"drawn", "places", "", 60, {}},          {"box", "places", "", 60, {}, {"tick", "expand", "edit", "go"}},
+      {"alone", "places", "", 80, {"Image"}}};
+  for (const auto& one : cells) {
+    FakeElement& cell = add(one.parent, one.id, role::tableCell, one.name, {110, one.y, 100, 20});
+    cell.interfaces = {"Component", "Action"};
+    cell.interfaces.insert(cell.interfaces.end(), one.interfaces.begin(), one.interfaces.end());
+    cell.actions = one.actions;
+  }
+  prepare();
+  std::string shown;
+  for (const FactsPointer& e : elements()) {
+    shown += e->is(state::showing) && e->role == role::tableCell && !e->isNoChoice
+                 ? ' ' + e->ref.text().substr(e->ref.text().rfind('/') + 1)
+                 : "";
+  }
+  EXPECT_EQ(shown, " home box alone");
+}
+
 class Qt : public SourceFixture {};
 
 // Rows that were scrolled below the header, and tabs below the buttons of their row, say that they show.
@@ -83,6 +114,37 @@ TEST_F(Qt, hidesWhatItDrawsSomethingOver) {
     shown += e->is(state::showing) && e->extents ? ' ' + e->name : "";
   }
   EXPECT_EQ(shown, " Window  Name 1 half right  first second back forth");
+}
+
+// It tells nothing of the bars inside a list, and the cells below them say that they show.
+TEST_F(Qt, endsListsAndTablesWhereTheirScrollBarsBegin) {
+  const struct {
+    const char* what;
+    Rect first;
+    Rect last;
+    Size shown;  ///< of a view of 200 by 100
+  } cases[] = {
+      {"all has room", {101, 119, 90, 20}, {191, 159, 90, 20}, {200, 100}},
+      {"beside a bar", {101, 119, 90, 20}, {191, 400, 95, 20}, {184, 100}},
+      {"below the other bar too", {101, 119, 90, 20}, {191, 400, 100, 20}, {184, 84}},
+      {"too wide", {101, 119, 90, 20}, {191, 149, 300, 20}, {200, 84}},
+      {"scrolled to its end", {101, 110, 90, 20}, {191, 170, 95, 20}, {184, 100}},
+  };
+  for (const auto& one : cases) {
+    app.at("frame").children.clear();
+    add("frame", "view", role::table, "", {100, 100, 200, 100}).interfaces = {"Component", "Table"};
+    add("view", "header", role::tableColumnHeader, "Name", {101, 101, 90, 18});
+    add("view", "first", role::tableCell, "first", one.first);
+    FakeElement& last = add("view", "last", role::tableCell, "last", one.last);
+    last.states = one.last.y < 200 ? last.states : bit(state::visible);
+    const SnapshotPointer taken = prepare();
+    const Rect place = *read("view")->extents;
+    EXPECT_EQ((Size{place.width, place.height}), one.shown) << one.what;
+    EXPECT_EQ(*live().get(app.ref("view"), facts::extents)->extents, place) << "and read anew: " << one.what;
+    for (const char* id : {"view", "header", "first", "last"}) {
+      app.remove(id);
+    }
+  }
 }
 
 }  // namespace

@@ -100,5 +100,46 @@ TEST_F(Roles, tellKindsOfFieldsAndWindowsBySubroles) {
   }
 }
 
+TEST_F(Roles, pressNoCaptionTwiceAndNothingThatOnlyDecorates) {
+  add("frame", "caption", role::label, "Name:");
+  add("frame", "field", role::entry).labelledBy = {"caption"};
+  add("frame", "around", role::label, " Wrap text ");
+  add("around", "box", role::checkBox, "Wrap text");
+  add("frame", "heading", role::label, "People");
+  add("frame", "group", role::panel).labelledBy = {"heading"};
+  add("frame", "tip", role::toolTip, "Says more");
+  add("frame", "bar", role::menuBar);
+  add("bar", "file", role::menu, "File");
+  add("bar", "turning", role::menuItem);
+  snapshot();
+  EXPECT_EQ(text("caption", "AXRole"), "AXCaption");
+  EXPECT_EQ(text("around", "AXRole"), "AXCaption");
+  EXPECT_EQ(text("caption", "AXValue"), "Name:") << "for whoever looks for the field by it";
+  EXPECT_EQ(text("heading", "AXRole"), "AXStaticText");
+  EXPECT_EQ(list("frame", "AXVisibleChildren"), "caption field around heading group");
+  EXPECT_EQ(list("bar", "AXChildren"), "file turning");
+  EXPECT_EQ(text("turning", "AXPosition"), kNoValue);
+}
+
+// An application that draws its title bar itself tells the buttons that it has there.
+TEST_F(Roles, haveTheWindowsOwnButtonsWhereTheApplicationTellsNone) {
+  windows.buttons = {{WindowWish::minimise, {340, 2, 20, 20}}, {WindowWish::close, {370, 2, 20, 20}}};
+  add("frame", "close", role::pushButton, "close", {370, 5, 20, 20});
+  add("frame", "ok", role::pushButton, "Minimize", {10, 200, 50, 20});
+  snapshot();
+  std::vector<ElementRef> own = platform.windowButtons(app.root());
+  ASSERT_EQ(own.size(), 1U);
+  for (const auto& [name, value] : {std::pair("AXRole", "AXWindowButton"), std::pair("AXTitle", "Minimise"),
+                                    std::pair("AXDescription", "Minimize")}) {
+    EXPECT_EQ(platform.copyAttributeValue(own[0], name).value.description(), value);
+  }
+  EXPECT_EQ(*platform.copyAttributeValue(own[0], "AXPosition").value.point(), (Point{340, 2}));
+  EXPECT_EQ(platform.performAction(own[0], "AXPress"), AccessibilityError::success);
+  EXPECT_EQ(windows.requests, (std::vector{std::pair(windows.windows[0].id, WindowWish::minimise)}));
+  windows.windows[0].surface = {0, 24, 400, 276};
+  snapshot();
+  EXPECT_EQ(platform.windowButtons(app.root()).size(), 2U) << "the window system draws the title bar";
+}
+
 }  // namespace
 }  // namespace jumplark::atspi

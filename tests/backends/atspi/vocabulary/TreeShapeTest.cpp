@@ -45,15 +45,39 @@ TEST_F(TreeShape, listsVisibleChildrenOfContainersOnly) {
   EXPECT_EQ(list("root", "AXVisibleChildren"), kUnsupported);
 }
 
-TEST_F(TreeShape, leavesOutWhatIsScrolledAway) {
-  add("frame", "pane", role::scrollPane, "", {0, 100, 400, 50});
+TEST_F(TreeShape, leavesOutWhatIsScrolledAwayButForAnEdge) {
+  add("frame", "pane", role::scrollPane, "", {0, 100, 200, 50});
   add("pane", "content", role::panel, "", {0, 60, 400, 1000});
-  add("content", "above", role::pushButton, "", {0, 70, 50, 20});
-  add("content", "partly", role::pushButton, "", {0, 90, 50, 20});
-  add("content", "below", role::pushButton, "", {0, 150, 50, 20});
-  EXPECT_EQ(list("content", "AXVisibleChildren"), "partly");
-  snapshot();
-  EXPECT_EQ(list("content", "AXVisibleChildren"), "partly");
+  const struct {
+    const char* id;
+    Rect place;
+    std::optional<Rect> seen{};  ///< none where it is not worth a box
+    uint32_t number = role::pushButton;
+  } cases[] = {{"above", {0, 70, 50, 20}},
+               {"partly", {0, 90, 50, 20}, Rect{0, 100, 50, 10}},
+               {"edge", {0, 87, 50, 20}},
+               {"side", {193, 110, 50, 20}},
+               {"sliver", {190, 110, 101, 20}},
+               {"tenth", {190, 110, 100, 20}, Rect{190, 110, 10, 20}},
+               {"small", {10, 120, 6, 6}, Rect{10, 120, 6, 6}},
+               {"vast", {0, 0, 5000, 5000}, Rect{0, 100, 200, 50}},
+               {"group", {0, 148, 50, 20}, Rect{0, 148, 50, 20}, role::panel},
+               {"below", {0, 150, 50, 20}}};
+  std::string seen;
+  for (const auto& one : cases) {
+    add("content", one.id, one.number, "", one.place);
+    seen += one.seen ? (seen.empty() ? "" : " ") + std::string(one.id) : "";
+  }
+  for (const bool isSnapshot : {false, true}) {
+    EXPECT_EQ(list("content", "AXVisibleChildren"), seen) << isSnapshot;
+    for (const auto& one : cases) {
+      if (one.seen) {
+        EXPECT_EQ(*get(one.id, "AXPosition").value.point(), (Point{one.seen->x, one.seen->y})) << one.id;
+        EXPECT_EQ(*get(one.id, "AXSize").value.size(), (Size{one.seen->width, one.seen->height})) << one.id;
+      }
+    }
+    snapshot();
+  }
 }
 
 TEST_F(TreeShape, standsAPopoverWhereItsWindowHoldsIt) {

@@ -1,5 +1,7 @@
 #include "backends/linux/atspi/element/Clip.h"
 
+#include <algorithm>
+
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
 
@@ -7,6 +9,18 @@ namespace jumplark::atspi {
 
 bool hasArea(const ElementFacts& element) {
   return element.extents && element.extents->width > 0 && element.extents->height > 0;
+}
+
+bool isEnoughInSight(const Rect& place, const Rect& around) {
+  constexpr double kLeastSide = 8;
+  constexpr double kLeastShare = 0.1;
+  if (!intersects(place, around)) {
+    return false;
+  }
+  const Rect seen = intersection(place, around);
+  const double possible = std::min(place.width, around.width) * std::min(place.height, around.height);
+  return seen.width >= std::min(kLeastSide, place.width) && seen.height >= std::min(kLeastSide, place.height) &&
+         seen.width * seen.height >= kLeastShare * possible;
 }
 
 bool isMenuLike(const ElementFacts& element) {

@@ -21,6 +21,10 @@ bool clips(const ElementFacts& parent, const ElementFacts& child);
 /// What is to be seen of an element: null when nothing. An open menu lies in a window of its own.
 Rect visibleRect(const ElementFacts& element, const Clip& clip);
 
+/// Whether so much of a thing is in sight that a person can tell it and press it: a tenth of what could show of it in
+/// `around`, and 8 by 8 points, or all there is of one that is smaller.
+bool isEnoughInSight(const Rect& place, const Rect& around);
+
 bool hasArea(const ElementFacts& element);
 /// A menu, an entry of one, or a combo box.
 bool isMenuLike(const ElementFacts& element);

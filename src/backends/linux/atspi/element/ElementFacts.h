@@ -84,6 +84,8 @@ struct ElementFacts {
   /// Points of the screen, top-left origin, already corrected for toolkits that answer relative to the window;
   /// none when the element has no place on screen (scrolled away, closed menu, no Component interface).
   std::optional<Rect> extents;
+  /// What scroll bars that are no elements take of the right and the lower edge; the extents are without that.
+  Size bars;
 
   int64_t childCount = -1;
   /// In order. May hold fewer than childCount where only the visible ones were read (large tables): then
@@ -92,6 +94,8 @@ struct ElementFacts {
   bool childrenAreVisibleOnly = false;
 
   std::vector<ElementRef> labelledBy;
+  bool isCaption = false;   ///< of a control beside it that says the same
+  bool isNoChoice = false;  ///< whatever its role; what stands in it may be one
   std::map<std::string, std::string> attributes;
   std::optional<double> currentValue;
   int64_t characterCount = -1;

@@ -70,7 +70,12 @@ void CoordinateTransform::move(ElementFacts& element, Point shift) {
   }
 }
 
-Rect CoordinateTransform::toScreen(const ElementRef& element, const Rect& told) const {
+Rect CoordinateTransform::toScreen(const ElementRef& element, const Rect& whole) const {
+  Rect told = whole;
+  if (const auto covered = bars.find(element); covered != bars.end()) {
+    told.width = std::max(0.0, told.width - covered->second.width);
+    told.height = std::max(0.0, told.height - covered->second.height);
+  }
   if (placement.isIdentity() || onScreen.contains(element)) {
     return told;
   }

@@ -27,11 +27,12 @@ using Shifts = std::unordered_map<ElementRef, Point, ElementRefHash>;
 /// How all places of an application become points of the screen, and what differs for some.
 struct CoordinateTransform {
   Placement placement;
-  std::unordered_set<ElementRef, ElementRefHash> onScreen;  ///< tell where they are on the screen already
-  Shifts shifts;                                            ///< in points
+  std::unordered_set<ElementRef, ElementRefHash> onScreen;    ///< tell where they are on the screen already
+  Shifts shifts;                                              ///< in points
+  std::unordered_map<ElementRef, Size, ElementRefHash> bars;  ///< see ElementFacts; as the application counts
 
   /// What an element told, its shift already added to it.
-  Rect toScreen(const ElementRef& element, const Rect& told) const;
+  Rect toScreen(const ElementRef& element, const Rect& whole) const;
   Rect fromScreen(const ElementRef& element, const Rect& place) const;
   Point shiftOf(const ElementRef& element) const;
   /// Moves an element, once, and notes by how much.

@@ -5,10 +5,13 @@
 #include <utility>
 
 #include "backends/linux/atspi/element/Clip.h"
+#include "backends/linux/atspi/element/EmbeddedObjects.h"
+#include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/AccessibleNames.h"
 #include "backends/linux/atspi/reading/Popups.h"
 #include "backends/linux/atspi/reading/Toolkit.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -28,6 +31,11 @@ void scale(const Toolkit& toolkit, Reading& reading) {
 }
 
 void place(const Toolkit& toolkit, Reading& reading) {
+  for (const auto& [ref, element] : reading.elements) {
+    if (!(element->bars == Size())) {
+      reading.transform.bars.emplace(ref, element->bars);
+    }
+  }
   toolkit.correctPlaces(reading);
 }
 
@@ -38,6 +46,42 @@ void reparentParts(const Toolkit& toolkit, Reading& reading) {
 void name(const Toolkit& toolkit, Reading& reading) {
   toolkit.nameControls(reading.elements);
   nameAfterPictures(reading.elements);
+}
+
+/// Of a page: it holds the box that is ticked, which is called as it says.
+bool isLabelAround(const ElementFacts& label, const ElementFacts& control) {
+  const std::string words = isBlank(label.name) ? withoutObjects(label.shortText) : label.name;
+  return label.role == role::label && role::isOneOf<role::checkBox, role::radioButton>(control.role) &&
+         !isBlank(control.name) && trimmed(words) == trimmed(control.name);
+}
+
+void markCaptions(const Toolkit&, Reading& reading) {
+  for (const auto& [ref, element] : reading.elements) {
+    if (!element->is(state::showing) || !element->extents) {
+      continue;
+    }
+    if (ElementFacts* above = reading.elements.find(element->parent); above && isLabelAround(*above, *element)) {
+      above->isCaption = true;
+    }
+    for (const ElementRef& label : mayBeLabelledByAnother(*element) ? element->labelledBy : std::vector<ElementRef>()) {
+      ElementFacts* caption = reading.elements.find(label);
+      if (caption && (caption->role == role::label || caption->role == role::staticText)) {
+        caption->isCaption = true;
+      }
+    }
+  }
+}
+
+/// What nobody presses, whatever its role: tool tips, and what stands in a menu bar without a word, such as the mark at
+/// its end that turns while the program is busy.
+void hideDecorations(const Toolkit&, Reading& reading) {
+  for (const auto& [ref, element] : reading.elements) {
+    const ElementFacts* above = reading.elements.find(element->parent);
+    const bool isMark = above && above->role == role::menuBar && element->has(facts::texts) && !hasWords(*element);
+    if (element->role == role::toolTip || isMark) {
+      element->hide();
+    }
+  }
 }
 
 void hideOccluded(const Toolkit& toolkit, Reading& reading) {
@@ -96,11 +140,13 @@ void addPart(Reading& reading, const ElementFacts& owner, ElementFacts part) {
 }
 
 void putRight(const Toolkit& toolkit, Reading& reading) {
-  static constexpr std::array<void (*)(const Toolkit&, Reading&), 7> kOrder{
+  static constexpr std::array<void (*)(const Toolkit&, Reading&), 9> kOrder{
       scale,               // the window's scale; what follows compares places with those of windows
       place,               // what the application tells wrongly beyond that, by what stands around it in its own tree
       reparentParts,       // only then: places are wrong by where an element stands in the application's own tree
       name,                // needs places and holders as they are to be
+      markCaptions,        // once all controls have theirs
+      hideDecorations,     // before what lies below them is asked for
       hideOccluded,        // needs the final places; names do not matter to it
       addParts,            // of what is not occluded; they lie on their elements, open menus lie on them
       reparentOpenPopups,  // last: below the window nothing around an open menu clips, names or hides it any more

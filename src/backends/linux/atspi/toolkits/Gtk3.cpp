@@ -7,6 +7,7 @@
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/AccessibleNames.h"
 #include "backends/linux/atspi/toolkits/ControlParts.h"
+#include "backends/linux/atspi/toolkits/Gtk3Cells.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -90,6 +91,11 @@ void Gtk3::addParts(Reading& reading) const {
   for (const ElementFacts* row : shownOf(reading.elements, role::isOneOf<role::pageTabList>)) {
     addCrossesOf(*row, reading);
   }
+}
+
+void Gtk3::settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
+                  std::vector<std::shared_ptr<ElementFacts>>& walked) const {
+  dropNamelessCells(runner, plan, elements, walked);
 }
 
 void Gtk3::nameControls(ElementDraft& elements) const {

@@ -15,6 +15,9 @@ class Gtk3 : public Toolkit {
   Waking waking() const override { return {.triesCache = true, .reads = 1}; }
   bool endsTextsItself() const override { return true; }
   bool mayBeCaptioned(const ElementFacts& element, const ElementDraft& elements) const override;
+  /// Rows of lists and tables are what they say.
+  void settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
+              std::vector<std::shared_ptr<ElementFacts>>& walked) const override;
   void nameControls(ElementDraft& elements) const override;
   /// A label with links, each of which stands in it without a place.
   bool mayHoldLinks(const ElementFacts& element) const override;

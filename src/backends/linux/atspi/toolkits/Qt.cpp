@@ -9,6 +9,7 @@
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/AccessibleNames.h"
 #include "backends/linux/atspi/toolkits/ControlParts.h"
+#include "backends/linux/atspi/toolkits/QtScrollBars.h"
 #include "platform/Texts.h"
 
 namespace jumplark::atspi {
@@ -118,6 +119,11 @@ bool Qt::isPlain(uint32_t number) const {
 
 bool Qt::mayHaveOpenMenu(const ElementFacts& element) const {
   return element.role == role::pushButton && element.childCount == 0 && element.is(state::pressed);
+}
+
+void Qt::settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
+                std::vector<std::shared_ptr<ElementFacts>>& walked) const {
+  takeScrollBarsOff(runner, plan, elements, walked);
 }
 
 void Qt::nameControls(ElementDraft& elements) const {

@@ -22,6 +22,9 @@ class Qt : public Toolkit {
   bool mayHaveOpenMenu(const ElementFacts& element) const override;
   bool tellsChoices() const override { return false; }
   bool endsTextsItself() const override { return true; }
+  /// Lists, tables and trees end where their scroll bars begin.
+  void settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
+              std::vector<std::shared_ptr<ElementFacts>>& walked) const override;
   /// Names the button at the end of a tool bar too narrow for its actions, which has no word of its own and shows two
   /// arrows: "More" and ">>". A tool bar makes it before anything else, so that it comes first in it.
   void nameControls(ElementDraft& elements) const override;

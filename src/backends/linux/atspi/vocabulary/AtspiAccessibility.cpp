@@ -6,9 +6,11 @@
 #include <utility>
 
 #include "backends/linux/atspi/vocabulary/AttributeMap.h"
+#include "backends/linux/atspi/vocabulary/FocusedWindowButtons.h"
 #include "backends/linux/atspi/vocabulary/HitTest.h"
 #include "backends/linux/atspi/vocabulary/Vocabulary.h"
 #include "backends/linux/atspi/vocabulary/WebSearch.h"
+#include "backends/linux/windows/WindowButtons.h"
 #include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::atspi {
@@ -103,6 +105,9 @@ AccessibilityResult<std::vector<std::string>> AtspiAccessibility::copyAttributeN
   if (isSystemWide(element)) {
     return std::vector<std::string>{};
   }
+  if (windowButtonOf(element)) {
+    return attributeNamesOfWindowButtons();
+  }
   const auto of = subject(element, facts::identity | facts::texts);
   return of.ok() ? AccessibilityResult<std::vector<std::string>>(attributeNames(of.value)) : of.error;
 }
@@ -118,6 +123,9 @@ AccessibilityResult<std::vector<std::string>> AtspiAccessibility::copyParameteri
 
 AccessibilityResult<AttributeValue> AtspiAccessibility::copyAttributeValue(const ElementRef& element,
                                                                            const std::string& name) {
+  if (const auto* button = windowButtonOf(element)) {
+    return attributeOf(*button, name);
+  }
   const auto of = subject(element, groupsFor({name}));
   return of.ok() ? attributeValue(of.value, name) : of.error;
 }
@@ -176,14 +184,15 @@ AccessibilityResult<int64_t> AtspiAccessibility::attributeValueCount(const Eleme
 
 AccessibilityResult<AttributeValue::List> AtspiAccessibility::copyMultipleAttributeValues(
     const ElementRef& element, const std::vector<std::string>& names) {
-  const auto of = subject(element, groupsFor(names));
+  const auto* const button = windowButtonOf(element);
+  const auto of = button ? AccessibilityResult<Subject>(Subject()) : subject(element, groupsFor(names));
   if (!of.ok()) {
     return of.error;
   }
   AttributeValue::List values;
   values.reserve(names.size());
   for (const auto& name : names) {
-    auto answer = attributeValue(of.value, name);
+    auto answer = button ? attributeOf(*button, name) : attributeValue(of.value, name);
     values.push_back(answer.ok() ? std::move(answer.value) : AttributeValue(answer.error));
   }
   return values;
@@ -207,6 +216,12 @@ AccessibilityError AtspiAccessibility::setAttributeValue(const ElementRef& eleme
 }
 
 AccessibilityError AtspiAccessibility::performAction(const ElementRef& element, const std::string& action) {
+  if (const auto* button = windowButtonOf(element)) {
+    const bool isAsked = action == "AXPress" && vocabulary()->windows.request(button->window(), button->wish());
+    return isAsked               ? AccessibilityError::success
+           : action == "AXPress" ? AccessibilityError::failure
+                                 : AccessibilityError::actionUnsupported;
+  }
   if (action == "AXRaise" && raiseKnownWindow(element)) {
     return AccessibilityError::success;
   }
@@ -263,6 +278,9 @@ AccessibilityResult<int32_t> AtspiAccessibility::processIdentifier(const Element
   if (const auto* absent = dynamic_cast<const AbsentApplicationHandle*>(element.get())) {
     return absent->pid();
   }
+  if (const auto* button = windowButtonOf(element)) {
+    return processIdentifier(button->application());
+  }
   if (handleOf(element) == nullptr) {
     return AccessibilityError::invalidElement;
   }
@@ -293,6 +311,16 @@ AccessibilityResult<ElementRef> AtspiAccessibility::copyElementAtPosition(const 
 
 void AtspiAccessibility::setMessagingTimeout(const ElementRef& /*element*/, double seconds) {
   source_.setMessagingTimeout(seconds);
+}
+
+bool AtspiAccessibility::isKnownDisabled(const ElementRef& element) {
+  const SnapshotPointer known = vocabulary()->view.lastOf(element);
+  const FactsPointer facts = known ? known->find(element) : nullptr;
+  return facts && facts->has(facts::identity) && !facts->is(state::enabled) && !facts->is(state::sensitive);
+}
+
+std::vector<ElementRef> AtspiAccessibility::windowButtons(const ElementRef& application) {
+  return focusedWindowButtons(*vocabulary(), application);
 }
 
 void AtspiAccessibility::expectSnapshot(int32_t pid) {

@@ -58,6 +58,9 @@ class AtspiAccessibility final : public AccessibilityPlatform {
   AccessibilityResult<ElementRef> copyElementAtPosition(const ElementRef& application, float x, float y) override;
   void setMessagingTimeout(const ElementRef& element, double seconds) override;
 
+  bool isKnownDisabled(const ElementRef& element) override;
+  std::vector<ElementRef> windowButtons(const ElementRef& application) override;
+
   void expectSnapshot(int32_t pid) override;
   void prepareSnapshot(const ElementRef& application, bool visibleOnly) override;
   void endSnapshot() override;

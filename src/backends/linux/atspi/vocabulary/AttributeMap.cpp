@@ -51,7 +51,7 @@ bool isWindow(const Subject& s) {
   return s.role == "AXWindow" || s.role == "AXSheet";
 }
 bool hasTitle(const Subject& s) {
-  return s.role != "AXStaticText";
+  return s.role != "AXStaticText" && s.role != "AXCaption";
 }
 bool hasSubrole(const Subject& s) {
   return !s.vocabulary->roles.subrole(*s.element).empty();

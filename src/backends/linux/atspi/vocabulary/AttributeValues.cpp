@@ -5,6 +5,7 @@
 #include "backends/linux/atspi/element/EmbeddedObjects.h"
 #include "backends/linux/atspi/element/FactsWorthReading.h"
 #include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/CoordinateTransform.h"
 #include "backends/linux/windows/WindowSystem.h"
 #include "platform/PlainText.h"
 #include "platform/Utf8.h"
@@ -118,7 +119,7 @@ ValueKind valueKind(const Subject& subject) {
   if (role == "AXTextField" || role == "AXTextArea") {
     return ValueKind::entry;
   }
-  if (role == "AXStaticText") {
+  if (role == "AXStaticText" || role == "AXCaption") {
     return ValueKind::shown;
   }
   if (role == "AXComboBox" || role == "AXPopUpButton") {
@@ -241,22 +242,27 @@ Rect placeOfTriangle(const Subject& subject, Rect place) {
 }  // namespace
 
 std::optional<Rect> placeOf(const Subject& subject) {
+  // Toolkits count a border of what holds a thing or do not.
+  constexpr double kBorder = 2;
   if (subject.role == "AXWindow") {
     const auto window = subject.vocabulary->frames.windowOf(subject.element->ref, subject.element->parent);
     if (window) {
       return window->visible();
     }
   }
-  const auto place = withGroups(subject, facts::extents)->extents;
-  if (place && subject.role == "AXDisclosureTriangle") {
-    return placeOfTriangle(subject, *place);
+  const auto element = withGroups(subject, facts::extents);
+  if (!element->extents) {
+    return std::nullopt;
   }
-  if (place) {
-    // What is scrolled half out of a page covers, by its own account, what stands around the page.
-    const Rect seen = intersection(*place, subject.vocabulary->shape.documentClip(*subject.element));
-    return seen.width > 0 && seen.height > 0 ? seen : place;
-  }
-  return place;
+  const TreeShape& shape = subject.vocabulary->shape;
+  const bool isTriangle = subject.role == "AXDisclosureTriangle";
+  const Rect place = isTriangle ? placeOfTriangle(subject, *element->extents) : *element->extents;
+  // What is scrolled half out of sight covers, by its own account, what stands around that.
+  const bool isThing = !isContainerRole(subject.role);
+  const Rect seen = intersection(place, isThing ? shape.sight(*element) : shape.documentClip(*element));
+  const bool isWhole = isNear(seen.minX(), place.minX(), kBorder) && isNear(seen.minY(), place.minY(), kBorder) &&
+                       isNear(seen.maxX(), place.maxX(), kBorder) && isNear(seen.maxY(), place.maxY(), kBorder);
+  return seen.width > 0 && seen.height > 0 && !isWhole ? seen : place;
 }
 
 }  // namespace jumplark::atspi

@@ -20,7 +20,8 @@ AttributeAnswer roleDescriptionOf(const Subject& subject);
 bool hasValue(const Subject& subject);
 AttributeAnswer valueOf(const Subject& subject);
 
-/// Where the element is, points of the screen with a top-left origin; a window's comes from the window system.
+/// Where the element is, points of the screen with a top-left origin; a window's comes from the window system. Of a
+/// thing of which only a part is in sight that part.
 std::optional<Rect> placeOf(const Subject& subject);
 
 }  // namespace jumplark::atspi

@@ -143,6 +143,9 @@ std::string_view RoleMap::role(const ElementFacts& element) const {
 }
 
 std::string_view RoleMap::roleOf(const ElementFacts& element) const {
+  if (element.isCaption || element.isNoChoice) {
+    return element.isCaption ? "AXCaption" : "AXGroup";
+  }
   const auto rule = rules().find(element.role);
   switch (rule == rules().end() ? Kind::container : rule->second.kind) {
     case Kind::fixed:

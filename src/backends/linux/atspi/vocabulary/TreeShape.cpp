@@ -17,10 +17,6 @@ bool isRowObject(const ElementFacts& element) {
   return element.role == role::tableRow || element.role == role::listItem || element.role == role::treeItem;
 }
 
-bool overlapsVertically(const Rect& a, const Rect& b) {
-  return a.minY() < b.maxY() && b.minY() < a.maxY();
-}
-
 ElementList listOf(const std::vector<FactsPointer>& all) {
   std::vector<ElementRef> elements;
   elements.reserve(all.size());
@@ -126,6 +122,12 @@ Rect TreeShape::documentClip(const ElementFacts& element) const {
   return document ? visibleRect(*document) : Rect::infinite();
 }
 
+Rect TreeShape::sight(const ElementFacts& element) const {
+  // What stands in a page may lie beside what holds it there.
+  const Rect document = documentClip(element);
+  return document.isInfinite() ? clipAround(element) : document;
+}
+
 Rect TreeShape::visibleRect(const ElementFacts& element) const {
   return atspi::visibleRect(element, {clipAround(element), {}});
 }
@@ -162,6 +164,17 @@ std::vector<FactsPointer> TreeShape::presented(const ElementFacts& element) cons
   return result;
 }
 
+bool TreeShape::isSeen(const ElementFacts& child, const Rect& viewport, bool isRow) const {
+  Rect place = *child.extents;
+  if (isRow) {
+    // Rows are often wider than what shows of them, or begin left of it.
+    place.x = viewport.x;
+    place.width = viewport.width;
+  }
+  // What only holds others is as much there as they are.
+  return intersects(place, viewport) && (isEnoughInSight(place, viewport) || isContainerRole(roles_.role(child)));
+}
+
 ElementList TreeShape::showing(const ElementFacts& element, bool rows) const {
   auto all = presented(element);
   const auto self = view_.get(element.ref, facts::identity | facts::extents);
@@ -174,10 +187,7 @@ ElementList TreeShape::showing(const ElementFacts& element, bool rows) const {
     if (viewport.isNull()) {
       return true;
     }
-    // Rows are often wider than what shows of them, or begin left of it.
-    const bool isRow = rows && isRowObject(*child);
-    const bool isSeen = isRow ? overlapsVertically(*child->extents, viewport) : intersects(*child->extents, viewport);
-    return !isSeen && hasArea(*child);
+    return hasArea(*child) && !isSeen(*child, viewport, rows && isRowObject(*child));
   });
   return listOf(all);
 }

@@ -27,7 +27,7 @@ class TreeShape {
 
   /// "AXChildren" and "AXRows".
   ElementList children(const ElementFacts& element) const;
-  /// "AXVisibleChildren": what shows, and is not scrolled out of anything around it.
+  /// "AXVisibleChildren": what shows, and is not scrolled out of anything around it but for an edge.
   ElementList visibleChildren(const ElementFacts& element) const;
   /// "AXVisibleRows": row objects, or cells where there are none, that lie between the edges of the viewport.
   ElementList visibleRows(const ElementFacts& element) const;
@@ -38,12 +38,15 @@ class TreeShape {
   bool isShowing(const ElementFacts& element) const;
   /// What is to be seen of an element: null when nothing. Top-left origin, points.
   Rect visibleRect(const ElementFacts& element) const;
+  /// The part of the screen in which an element can be seen; infinite where nothing around it hides any.
+  Rect sight(const ElementFacts& element) const;
   /// The part of the screen where the document that an element stands in is to be seen; infinite outside of documents.
   Rect documentClip(const ElementFacts& element) const;
 
  private:
   /// What shows of the children; rows count by their height alone.
   ElementList showing(const ElementFacts& element, bool rows) const;
+  bool isSeen(const ElementFacts& child, const Rect& viewport, bool isRow) const;
   Rect clipAround(const ElementFacts& element) const;
   std::vector<FactsPointer> presented(const ElementFacts& element) const;
   void addTabWithPage(const FactsPointer& tab, std::vector<FactsPointer>& to) const;

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "backends/linux/atspi/element/Clip.h"
 #include "backends/linux/atspi/element/Roles.h"
 
 namespace jumplark::atspi {
@@ -78,8 +79,8 @@ bool isWanted(const Request& request, std::string_view axRole, const ElementFact
       {"AXCheckBox", "AXCheckBoxSearchKey"},   {"AXRadioGroup", "AXRadioGroupSearchKey"},
       {"AXTextField", "AXTextFieldSearchKey"}, {"AXTextArea", "AXTextFieldSearchKey"},
       {"AXImage", "AXGraphicSearchKey"},       {"AXStaticText", "AXStaticTextSearchKey"},
-      {"AXTable", "AXTableSearchKey"},         {"AXOutline", "AXOutlineSearchKey"},
-      {"AXList", "AXListSearchKey"},
+      {"AXCaption", "AXStaticTextSearchKey"},  {"AXTable", "AXTableSearchKey"},
+      {"AXOutline", "AXOutlineSearchKey"},     {"AXList", "AXListSearchKey"},
   };
   if (isDocument(element)) {
     return request.wants("AXFrameSearchKey");
@@ -96,7 +97,7 @@ bool isWanted(const Request& request, std::string_view axRole, const ElementFact
 /// A result whose texts and pictures are its own face.
 bool swallowsItsFace(std::string_view axRole) {
   return axRole == "AXLink" || axRole == "AXButton" || axRole == "AXMenuButton" || axRole == "AXStaticText" ||
-         axRole == "AXPopUpButton" || axRole == "AXMenuItem" || axRole == "AXMenuBarItem" ||
+         axRole == "AXCaption" || axRole == "AXPopUpButton" || axRole == "AXMenuItem" || axRole == "AXMenuBarItem" ||
          axRole == "AXRadioButton" || axRole == "AXCheckBox" || axRole == "AXDisclosureTriangle";
 }
 
@@ -171,7 +172,7 @@ class Search {
   }
 
   bool isVisible(const ElementFacts& element) const {
-    return vocabulary_.shape.isShowing(element) && element.extents && intersects(*element.extents, viewport_);
+    return vocabulary_.shape.isShowing(element) && element.extents && isEnoughInSight(*element.extents, viewport_);
   }
 
   /// Elements that are no result themselves pass on what their own parent is; a snapshot may leave such parents out.

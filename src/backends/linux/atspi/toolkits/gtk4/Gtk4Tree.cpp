@@ -8,6 +8,7 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
+#include "platform/Utf8.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -111,6 +112,9 @@ void Gtk4Tree::placePages(const Elements& all) {
     }
     if (!page.extents) {
       page.hide();
+    }
+    if (page.role == role::pageTab && isBlank(page.name) && isBlank(page.description)) {
+      page.role = role::panel;  // of a stack that has no row of tabs
     }
   }
 }
