@@ -119,6 +119,7 @@ TEST(Highlighter, showsAFreshWindowForEachTimeItIsShown) {
   for (int times = 0; times < 2; ++times) {
     test.show(test.options({"button"}));
     EXPECT_EQ(test.screen().windowsMade(), 1);
+    EXPECT_TRUE(test.highlighter.visible());
   }
   test.highlighter.setVisible(false);
   test.run();
