@@ -41,8 +41,7 @@ TEST_P(Alerts, waitWhileTheUserSearchesAndLeaveTheKeyboardWhereItIs) {
   // The other one, which nobody answers, does not stand in the way of the end.
 }
 
-INSTANTIATE_TEST_SUITE_P(On, Alerts, testing::Values(WindowManager::xfwm4, WindowManager::openbox),
-                         [](const auto& info) { return nameOf(info.param); });
+INSTANTIATE_TEST_SUITE_P(On, Alerts, testing::Values(WindowManager::xfwm4, WindowManager::openbox), byWindowManager);
 
 }  // namespace
 }  // namespace jumplark

@@ -114,7 +114,7 @@ TEST_P(Overlay, showsADescriptionBesideAnElement) {
 INSTANTIATE_TEST_SUITE_P(On, Overlay,
                          testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor,
                                          WindowManager::openboxPicom),
-                         [](const auto& info) { return nameOf(info.param); });
+                         byWindowManager);
 
 TEST_F(OverlayTest, followsTheComingAndGoingOfACompositor) {
   startOn(WindowManager::openbox);

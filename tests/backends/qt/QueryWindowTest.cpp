@@ -1,7 +1,6 @@
 #include <QGuiApplication>
 #include <QPalette>
 
-#include "backends/linux/x11/Reply.h"
 #include "backends/qt/ViewsFixture.h"
 #include "platform/Input.h"
 
@@ -45,11 +44,7 @@ TEST_P(QueryWindow, takesTheKeyboardAtItsPlaceAndGivesItBack) {
 
 TEST_P(QueryWindow, tellsALossOfTheKeyboardButNotAGrab) {
   showQueryWindow(300, 300);
-  const auto reply = x11::takeReply(
-      x_->get(), xcb_grab_keyboard_reply,
-      xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
-  ASSERT_TRUE(reply && reply->status == XCB_GRAB_STATUS_SUCCESS);
-  ASSERT_TRUE(x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME)));
+  ASSERT_TRUE(grabKeyboard() && giveKeyboardBack());
   session_->keys({"key", "a"});
   ASSERT_TRUE(says("text a"));
   EXPECT_EQ(count("resign"), 0U);
@@ -69,7 +64,7 @@ TEST_P(QueryWindow, tellsALossOfTheKeyboardButNotAGrab) {
 INSTANTIATE_TEST_SUITE_P(On, QueryWindow,
                          testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor, WindowManager::openbox,
                                          WindowManager::openboxPicom),
-                         [](const auto& info) { return nameOf(info.param); });
+                         byWindowManager);
 
 class QueryKeys : public ViewsTest {
  protected:

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/X11Connection.h"
 #include "backends/linux/x11/X11WindowSystem.h"
 #include "backends/x11/WindowClient.h"
@@ -45,10 +46,10 @@ class ManualQueue final : public TaskQueue {
   std::vector<Task> tasks_;
 };
 
-/// For the names of cases.
-inline std::string nameOf(desktop::WindowManager windowManager) {
+/// Names cases by the window manager that they are given.
+inline std::string byWindowManager(const ::testing::TestParamInfo<desktop::WindowManager>& info) {
   constexpr const char* kNames[] = {"xfwm4", "xfwm4Compositor", "openbox", "openboxPicom", "none"};
-  return kNames[static_cast<size_t>(windowManager)];
+  return kNames[static_cast<size_t>(info.param)];
 }
 
 /// A window on the screen, made by this process.
@@ -72,6 +73,14 @@ class X11Test : public ::testing::Test {
   void waitUntilWindowsAreManaged();
   /// Pressing a key that is down repeats it; left alone it does not, for longer than any test takes.
   void letKeysRepeat() { ASSERT_EQ(session_->run({"xset", "r", "on", "r", "rate", "60000", "1"}).status, 0); }
+  /// Takes the keyboard from everybody else, as an open menu does.
+  bool grabKeyboard() const {
+    const auto reply = x11::takeReply(
+        x_->get(), xcb_grab_keyboard_reply,
+        xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+  }
+  bool giveKeyboardBack() const { return x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME)); }
   /// True once nobody holds the keyboard.
   bool keyboardIsFree() const {
     return desktop::waitUntil([&] { return session_->keyboardIsFree(); });

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "backends/linux/x11/Reply.h"
 #include "backends/x11/X11Fixture.h"
 #include "platform/Input.h"
 
@@ -198,9 +197,7 @@ TEST_F(X11ShortcutsTest, anOpenMenuIsClosedLevelByLevelAndThePressCountsOnce) {
     return std::make_unique<WindowClient>(*session_, desktop::PixelRect{300, 200, 60, 60},
                                           WindowClient::overrideRedirect);
   });
-  ASSERT_TRUE(x11::takeReply(
-      x_->get(), xcb_grab_keyboard_reply,
-      xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+  ASSERT_TRUE(grabKeyboard());
   // The modifiers are held as by a slow hand.
   session_->keys({"keydown", "super", "keydown", "shift", "key", "space"});
   EXPECT_TRUE(waitUntil([&] {
@@ -210,7 +207,7 @@ TEST_F(X11ShortcutsTest, anOpenMenuIsClosedLevelByLevelAndThePressCountsOnce) {
         menu.pop_back();
       }
       if (menu.empty()) {
-        return x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME));
+        return giveKeyboardBack();
       }
     }
     return false;
@@ -230,10 +227,8 @@ TEST_F(X11ShortcutsTest, anOpenMenuIsClosedLevelByLevelAndThePressCountsOnce) {
 // Another client has the keyboard, as an open menu does.
 TEST_F(X11ShortcutsTest, aMenuIsToldBeforeItIsClosedAndOneThatClosesThenGetsNoEscape) {
   const Token token = registered(true);
-  menuWillClose = [this] { x_->check(xcb_ungrab_keyboard_checked(x_->get(), XCB_CURRENT_TIME)); };
-  ASSERT_TRUE(x11::takeReply(
-      x_->get(), xcb_grab_keyboard_reply,
-      xcb_grab_keyboard(x_->get(), 0, x_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+  menuWillClose = [this] { giveKeyboardBack(); };
+  ASSERT_TRUE(grabKeyboard());
   session_->keys({"key", kPress});
   ASSERT_TRUE(waitForPresses(1));
   ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));

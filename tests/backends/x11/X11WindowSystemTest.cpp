@@ -84,7 +84,7 @@ TEST_P(X11EveryWindowManagerTest, tellsWhereTheClientsPixelsReallyAre) {
 INSTANTIATE_TEST_SUITE_P(Managers, X11EveryWindowManagerTest,
                          testing::Values(WindowManager::xfwm4, WindowManager::xfwm4Compositor, WindowManager::openbox,
                                          WindowManager::none),
-                         [](const auto& info) { return nameOf(info.param); });
+                         byWindowManager);
 
 TEST_F(X11WindowSystemTest, readsEveryFactOfAWindow) {
   start();

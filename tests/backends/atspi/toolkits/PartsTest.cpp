@@ -126,9 +126,7 @@ TEST_F(PartsOfOffice, areArrowsOfToolBarsAndHeadersOfSheets) {
   add("pane", "sheet", role::documentSpreadsheet, "", {140, 118, 260, 182});
   add("sheet", "table", role::table, "", {140, 118, 260, 182});
   for (const auto& [id, left, top] : {std::tuple("B9", 140, 118), {"C9", 220, 118}, {"B10", 140, 138}}) {
-    FakeElement& cell = add("table", id, role::tableCell, id, {double(left), double(top), 80, 20});
-    cell.interfaces.emplace_back("Text");
-    cell.text = "apple";
+    add("table", id, role::tableCell, id, {double(left), double(top), 80, 20}).saying("apple");
   }
   EXPECT_THAT(parts(), ElementsAre("Menu of Paste 199,60 11x35", "Column B 140,100 80x18", "Column C 220,100 80x18",
                                    "Row 9 100,118 40x20", "Row 10 100,138 40x20"));
@@ -136,12 +134,11 @@ TEST_F(PartsOfOffice, areArrowsOfToolBarsAndHeadersOfSheets) {
 }
 
 TEST_F(PartsOfGtk3, areLinksWhereTheirWordsAre) {
-  FakeElement& text = add("frame", "text", role::label, "See the guide and the list", {110, 60, 200, 40});
-  text.interfaces = {"Component", "Text", "Hypertext"};
-  text.text = text.name;
-  add("frame", "plain", role::label, "Plain", {110, 200, 200, 20}).interfaces = {"Component", "Text", "Hypertext"};
+  const std::string words = "See the guide and the list";
+  add("frame", "text", role::label, words, {110, 60, 200, 40}).saying(words).with("Hypertext");
+  add("frame", "plain", role::label, "Plain", {110, 200, 200, 20}).with("Text").with("Hypertext");
   for (const char* link : {"guide", "list"}) {
-    add("text", link, role::link, "", {-1, -1, -1, -1}).interfaces = {"Component", "Hyperlink"};
+    add("text", link, role::link, "", {-1, -1, -1, -1}).with("Hyperlink");
   }
   app.answerInstead([&](sd_bus_message* message, const std::string& id, const std::string& member) {
     int32_t first = 0;
