@@ -61,7 +61,7 @@ void makeWay(const JLElementMatch& match, const std::string& what) {
   const auto isMenuThere = [menus = Platform::current().menus, place] {
     return menus && menus->isOpenAt(pointFromBottomLeftToTopLeft(place));
   };
-  if (isMenuThere() && actioner.isOnTopAt(element, place)) {
+  if (isMenuThere() && (element->role() == "AXMenuItem" || actioner.isOnTopAt(element, place))) {
     return;  // it stands in that menu
   }
   if (Platform::current().menus) {

@@ -60,8 +60,8 @@ class Menus {
   /// What was told of menus that had to be closed when the user called is told no more. It can still be performed.
   virtual void forgetOpen() {}
 
-  /// Closes the open menus of whatever application that have the keyboard, and take a click elsewhere for nothing else
-  /// than to be closed. Waits for them, for two seconds at most.
+  /// Closes the open menus of whatever application that have windows of their own and the keyboard, and take a click
+  /// elsewhere for nothing else than to be closed. Waits for them, for two seconds at most.
   virtual void closeOpen() {}
   /// An open menu or list lies at this point (top-left origin) over everything else.
   virtual bool isOpenAt(Point place) {

@@ -53,7 +53,8 @@ struct LinuxPlatform::Parts {
         gtkMenus(windowMenus),
         dbusMenus(windowMenus),
         openMenus(queueSet, [this](menus::TimePoint deadline) { return treeMenus.readOpen(deadline); }),
-        menus(queueSet, windows, openMenus, [this] { input.closeMenus(); }, {&gtkMenus, &treeMenus, &dbusMenus}) {}
+        menus(queueSet, windows, openMenus, [this] { input.closeMenus(); }, gtkMenus,
+              {&treeMenus, &gtkMenus, &dbusMenus}) {}
 
   atspi::MenuHands hands() {
     const auto post = [this](uint32_t type, Point place) {

@@ -97,54 +97,63 @@ Subject gtk4(const std::string& name, WindowManager windowManager) {
 }  // namespace
 
 std::vector<Subject> gtkSubjects() {
-  return {{.name = "Gtk3",
-           .program = [](const PrivateSession&) { return widgetFactory3(); },
-           // The box calls itself after an icon.
-           .shown = {{"RadioButton", {"Page 2"}}, {"PopUpButton", {"Andrea"}}, {"Button", {"Increase", "Decrease"}}},
-           .hidden = {"Get Busy"},
-           .roles = kRolesOfGtk3,
-           .atLeast = 60,
-           .queries = {".", "button", "page", "lorem"},
-           .steps = {typesInto("click icon", "Click icon to change mode"),
-                     switchesOne("checkbutton", "checkbutton", "0", "check box", "checked"),
-                     {"increase", finds("TextField", "51")},
-                     {"middle", finds("MenuItem", "Middle")},
-                     {"", finds("PopUpButton", "Middle"), pressing("Escape")},
-                     {"", finds("MenuItem", "Mickey Mouse"), openTheUppermostList},
-                     {"mickey", finds("ComboBox", "Mickey Mouse")},
-                     {"page 2", shows("radio button", "Page 2", "checked"), pointingAtUppermost("page 2", "Page 2")}}},
-          {.name = "Gtk3Text",
-           .program = mousepad,
-           .shown = {{"TextArea", {"This is line 1 of many.…"}}},
-           .hidden = {"Find Next"},
-           .roles = {{"menu", {"MenuBarItem"}}},
-           .atLeast = 6,
-           .queries = {".", "search", "line"},
-           .steps = {{"search", shows("menu item", "Find Next")},
-                     {"", lists("    Edit ▸ Undo  (disabled)"), pressing("Escape")},
-                     {"", lists("    Edit ▸ Convert ▸ To Opposite Case  Control+Alt+U")},
-                     {"", titled("Mousepad Preferences"), choosing("preferences")}}},
-          {.name = "Gtk4Menus",
-           .program =
-               [](const PrivateSession&) {
-                 return Program{.command = {"gtk4-demo-application"}, .busName = "gtk4-demo-application"};
-               },
-           .shown = {{"MenuBarItem", {"File", "Help"}}},
-           .steps = {{"", lists("(o) File ▸ Color ▸ Green  Control+G"), choosing("green")},
-                     {"", titled("About"), choosing("about")}}},
-          {.name = "Gtk3Links",
-           .program =
-               [](const PrivateSession&) {
-                 return Program{.command = {"gtk3-demo", "--run", "links"},
-                                .busName = "gtk3-demo",
-                                .role = "label",
-                                .element = "Some text",
-                                .target = {"--app", "gtk3-demo"}};
-               },
-           .shown = {{"Link", {"keynav", "Google"}}},
-           .steps = {{"keynav", offers({"OK"}), pointingAtUppermost("keynav", "keynav")}}},
-          gtk4("Gtk4", WindowManager::xfwm4),
-          gtk4("Gtk4Composited", WindowManager::xfwm4Compositor)};
+  return {
+      {.name = "Gtk3",
+       .program = [](const PrivateSession&) { return widgetFactory3(); },
+       // The box calls itself after an icon.
+       .shown = {{"RadioButton", {"Page 2"}}, {"PopUpButton", {"Andrea"}}, {"Button", {"Increase", "Decrease"}}},
+       .hidden = {"Get Busy"},
+       .roles = kRolesOfGtk3,
+       .atLeast = 60,
+       .queries = {".", "button", "page", "lorem"},
+       .steps = {typesInto("click icon", "Click icon to change mode"),
+                 switchesOne("checkbutton", "checkbutton", "0", "check box", "checked"),
+                 {"increase", finds("TextField", "51")},
+                 {"middle", finds("MenuItem", "Middle")},
+                 {"", finds("PopUpButton", "Middle"), pressing("Escape")},
+                 {"", offers({"Right"}, {"Left"}),
+                  choosingWhileOpen(clicking("PopUpButton", "Left"), shows("menu item", "Middle"), "right", "Right")},
+                 {"", finds("MenuItem", "Mickey Mouse"), openTheUppermostList},
+                 {"mickey", finds("ComboBox", "Mickey Mouse")},
+                 {"page 2", shows("radio button", "Page 2", "checked"), pointingAtUppermost("page 2", "Page 2")}}},
+      {.name = "Gtk3Text",
+       .program = mousepad,
+       .shown = {{"TextArea", {"This is line 1 of many.…"}}},
+       .hidden = {"Find Next"},
+       .roles = {{"menu", {"MenuBarItem"}}},
+       .atLeast = 6,
+       .queries = {".", "search", "line"},
+       .steps = {{"search", shows("menu item", "Find Next")},
+                 {"", lists("    Edit ▸ Undo  (disabled)"), pressing("Escape")},
+                 {"", lists("    Edit ▸ Convert ▸ To Opposite Case  Control+Alt+U")},
+                 {"", lists("[x] View ▸ Line Numbers"),
+                  choosingWhileOpen(pressing("alt+v"), shows("menu item", "Line Numbers"), "line num",
+                                    "Line Numbers, View, not checked")},
+                 {"", titled("*"),
+                  choosingWhileOpen(pressing("Menu"), shows("menu item", "Duplicate"), "dupli",
+                                    "Duplicate Line / Selection")},
+                 {"", titled("Mousepad Preferences"), choosing("preferences")}}},
+      {.name = "Gtk4Menus",
+       .program =
+           [](const PrivateSession&) {
+             return Program{.command = {"gtk4-demo-application"}, .busName = "gtk4-demo-application"};
+           },
+       .shown = {{"MenuBarItem", {"File", "Help"}}},
+       .steps = {{"", lists("(o) File ▸ Color ▸ Green  Control+G"), choosing("green")},
+                 {"", titled("About"), choosing("about")}}},
+      {.name = "Gtk3Links",
+       .program =
+           [](const PrivateSession&) {
+             return Program{.command = {"gtk3-demo", "--run", "links"},
+                            .busName = "gtk3-demo",
+                            .role = "label",
+                            .element = "Some text",
+                            .target = {"--app", "gtk3-demo"}};
+           },
+       .shown = {{"Link", {"keynav", "Google"}}},
+       .steps = {{"keynav", offers({"OK"}), pointingAtUppermost("keynav", "keynav")}}},
+      gtk4("Gtk4", WindowManager::xfwm4),
+      gtk4("Gtk4Composited", WindowManager::xfwm4Compositor)};
 }
 
 }  // namespace jumplark::desktop

@@ -52,8 +52,43 @@ Preparation choosing(const std::string& query) {
   };
 }
 
+Preparation choosingWhileOpen(const Preparation& open, const Effect& isOpen, const std::string& query,
+                              const std::string& description) {
+  return [=](Application& application) {
+    // An application that is busy when its menu is about to be closed is not waited for.
+    constexpr int kAttempts = 6;
+    constexpr auto kUntilRead = std::chrono::seconds(4);
+    RunningProgram program(application.desktop().session);
+    bool isTold = false;
+    for (int attempt = 0; attempt < kAttempts && !isTold; ++attempt) {
+      EXPECT_TRUE(waitUntil([&] { return application.isActive(); }));
+      open(application);
+      ASSERT_TRUE(waitUntil([&] { return isOpen(application); })) << query;
+      program.open();
+      program.type(query);
+      const auto tells = [&] {
+        const auto field = program.windows().find("text", "What to click");
+        return field && field->description == description;
+      };
+      isTold = waitUntil(tells, kUntilRead);
+      program.close(isTold ? "Return" : "Escape");
+    }
+    EXPECT_TRUE(isTold) << query;
+    EXPECT_TRUE(waitUntil([&] { return application.desktop().session.keyboardIsFree(); })) << query;
+  };
+}
+
 Preparation pressing(const std::string& key) {
   return [=](Application& application) { application.desktop().session.press({key}); };
+}
+
+Preparation clicking(const std::string& role, const std::string& text) {
+  return [=](Application& application) {
+    const Matches matches = application.matchesWith(role, text);
+    const Match* match = find(matches, role, text);
+    ASSERT_TRUE(match) << describe(matches);
+    application.desktop().session.click(match->rect);
+  };
 }
 
 Preparation pointingAtUppermost(const std::string& query, const std::string& text, const std::string& andText) {

@@ -19,7 +19,14 @@ Effect finds(const std::string& role, const std::string& text, const std::string
 /// By the lines that `menus` prints of it.
 Effect lists(const std::string& line);
 
+/// The program in the background is used over it while a menu is open: what the query finds in that, told as
+/// `description`, is chosen, and no menu stays open.
+Preparation choosingWhileOpen(const Preparation& open, const Effect& isOpen, const std::string& query,
+                              const std::string& description);
+
 Preparation pressing(const std::string& key);
+/// With the pointer, what has the text.
+Preparation clicking(const std::string& role, const std::string& text);
 /// Chooses a command of a menu that is closed, and leaves no menu open.
 Preparation choosing(const std::string& query);
 /// Of several that fit alike, the one that the pointer is on is meant: it goes to the uppermost with both texts.

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "backends/threads/GuardedCallback.h"
@@ -38,11 +39,12 @@ struct LinuxMenus::Reading {
 };
 
 LinuxMenus::LinuxMenus(Queues& queues, WindowSystem& windows, OpenCommands& open,
-                       std::function<void()> takeKeyboardFromMenus, std::vector<MenuSource*> sources)
+                       std::function<void()> takeKeyboardFromMenus, MenuSource& exact, std::vector<MenuSource*> sources)
     : queues_(queues),
       windows_(windows),
       open_(open),
       takeKeyboardFromMenus_(std::move(takeKeyboardFromMenus)),
+      exact_(exact),
       sources_(std::move(sources)),
       queue_(queues.makeSerialQueue("com.brindlefox.jumplark.menus")) {}
 
@@ -68,7 +70,6 @@ void LinuxMenus::run(int32_t pid, Reading& reading) {
       },
       [&] { return reading.isWanted.load(); });
   if (const auto window = windowOf(pid)) {
-    sink.expectOpen(open_.of(pid));
     readFrom({pid, *window, started + kLimit}, sink);
   }
   const auto since = [&](TimePoint time) { return std::chrono::duration<double, std::milli>(time - started).count(); };
@@ -99,26 +100,36 @@ void LinuxMenus::readFrom(const MenuRequest& request, MenuSink& sink) {
   }
   lastWindow_ = request.window.id;
   lastSource_ = nullptr;
+  std::vector<MenuCommand> better;
+  const auto keep = [&](std::vector<MenuCommand> more) { std::ranges::move(more, std::back_inserter(better)); };
+  MenuSink known(keep, [&] { return sink.isOpen(); });
+  exact_.read(request, known);
+  keep(known.rest());
+  sink.knowBetter(better);
+  sink.tellOpen(open_.of(request.pid));
   for (MenuSource* source : sources) {
-    if (source != sources_.front()) {
-      sink.tellOpen();
-    }
     const size_t before = sink.count();
     if (!sink.isOpen()) {
       return;
     }
-    source->read(request, sink);
+    if (source == &exact_) {
+      std::ranges::for_each(better, [&](const MenuCommand& command) { sink.add(command); });
+    } else {
+      source->read(request, sink);
+    }
     if (sink.count() > before) {
       lastSource_ = source;
-      break;
+      return;
     }
   }
-  sink.tellOpen();
 }
 
 void LinuxMenus::closeOpen() {
   const auto count = [this] { return std::ranges::count_if(windows_.popupsFrontToBack(), isMenu); };
   const auto before = count();
+  if (before == 0) {
+    return;  // menus inside a window are seen by what stands in it
+  }
   takeKeyboardFromMenus_();
   // The last level goes from the screen shortly after it has given the keyboard back.
   for (const TimePoint patience = Clock::now() + kGoing; count() > 0 && count() == before && Clock::now() < patience;) {

@@ -21,10 +21,10 @@ class LinuxMenus final : public Menus {
   static constexpr auto kLimit = std::chrono::seconds(1);
   static constexpr auto kLongestPerformance = std::chrono::seconds(1);
 
-  /// All outlive this. The sources are in the order in which they are asked; the first of them answers at once.
-  /// `takeKeyboardFromMenus` closes open menus.
+  /// All outlive this. The sources are in the order in which they are asked. `exact` is one of them that answers at
+  /// once and knows what others tell better. `takeKeyboardFromMenus` closes open menus.
   LinuxMenus(Queues& queues, WindowSystem& windows, OpenCommands& open, std::function<void()> takeKeyboardFromMenus,
-             std::vector<MenuSource*> sources);
+             MenuSource& exact, std::vector<MenuSource*> sources);
 
   Token read(int32_t pid, Found found) override;
   MenuOutcome perform(const MenuCommand& command) override;
@@ -42,6 +42,7 @@ class LinuxMenus final : public Menus {
   WindowSystem& windows_;
   OpenCommands& open_;
   const std::function<void()> takeKeyboardFromMenus_;
+  MenuSource& exact_;
   const std::vector<MenuSource*> sources_;
   // Of the reading queue.
   WindowId lastWindow_;

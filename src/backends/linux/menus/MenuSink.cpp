@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "backends/linux/menus/MenuSource.h"
 
 namespace jumplark::menus {
@@ -8,20 +6,39 @@ void MenuSink::add(MenuCommand command) {
   if (isFull() || toldOpen_.contains(command.path)) {
     return;
   }
-  if (const auto open = std::ranges::find(open_, command.path, &MenuCommand::path); open != open_.end()) {
-    command.isOpen = true;
-    open_.erase(open);
-  }
-  std::vector<std::string> menu = command.path;
-  for (menu.pop_back(); !menu.empty() && menus_.insert(menu).second; menu.pop_back()) {
+  if (const auto better = better_.find(command.path); better != better_.end() && better->second.isEnabled) {
+    // Of one that cannot be chosen it may not have been told that it can again.
+    const MenuCommand& known = better->second;
+    command.mark = known.mark;
+    command.isOn = known.isOn;
+    command.isEnabled = true;
+    command.handle = known.handle;
   }
   ++count_;
   kept_.push_back(std::move(command));
 }
 
-void MenuSink::tellOpen() {
+void MenuSink::knowBetter(std::vector<MenuCommand> commands) {
+  std::set<std::vector<std::string>> twice;
+  for (MenuCommand& command : commands) {
+    std::vector<std::string> path = command.path;
+    for (std::vector<std::string> menu(path.begin(), path.end() - 1); !menu.empty(); menu.pop_back()) {
+      if (!menus_.insert(menu).second) {
+        break;
+      }
+    }
+    if (!better_.emplace(path, std::move(command)).second) {
+      twice.insert(std::move(path));
+    }
+  }
+  for (const auto& path : twice) {
+    better_.erase(path);
+  }
+}
+
+void MenuSink::tellOpen(std::vector<MenuCommand> commands) {
   std::set<std::vector<std::string>> told;
-  for (MenuCommand& command : std::exchange(open_, {})) {
+  for (MenuCommand& command : commands) {
     // What opens a menu does not always say so.
     if (!menus_.contains(command.path)) {
       told.insert(command.path);

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -42,10 +43,12 @@ class MenuSink {
   bool isOpen() const { return !isFull() && isWanted_(); }
   /// What is too much is dropped, and what tellOpen() has told already.
   void add(MenuCommand command);
-  /// Commands of menus that were open: who tells one of them, by the same titles, tells an open one.
-  void expectOpen(std::vector<MenuCommand> commands) { open_ = std::move(commands); }
-  /// Adds those of them that nobody has told yet, and passes them on.
-  void tellOpen();
+  /// Commands of which more is known than others tell: whoever tells one of them, by the same titles, has its mark and
+  /// its state from here, and is carried out so.
+  void knowBetter(std::vector<MenuCommand> commands);
+  /// Adds commands of menus that were open, and passes them on. What is told by the same titles from then on is
+  /// dropped.
+  void tellOpen(std::vector<MenuCommand> commands);
   /// Passes on what was added since.
   void flush() {
     if (!kept_.empty()) {
@@ -60,9 +63,9 @@ class MenuSink {
   Deliver deliver_;
   std::function<bool()> isWanted_;
   std::vector<MenuCommand> kept_;
-  std::vector<MenuCommand> open_;
   std::set<std::vector<std::string>> toldOpen_;  ///< paths
-  std::set<std::vector<std::string>> menus_;     ///< paths of what holds those that were told
+  std::map<std::vector<std::string>, MenuCommand> better_;
+  std::set<std::vector<std::string>> menus_;  ///< paths of what holds those
   size_t count_ = 0;
 };
 
