@@ -45,6 +45,7 @@ std::vector<WindowFacts> X11WindowSystem::windowsFrontToBack() {
   {
     const std::scoped_lock lock(mutex_);
     std::erase_if(managed, [this](uint32_t window) { return passedOver_.contains(window); });
+    listed_ = managed;
   }
   return present(x11::readWindowFacts(*x_, managed));
 }
@@ -100,9 +101,20 @@ std::vector<WindowFacts> X11WindowSystem::popupsFrontToBack() {
   return present(x11::readWindowFacts(*x_, ids));
 }
 
-// All questions travel together: this comes while the X server is busy with a window that has just gone.
+bool X11WindowSystem::isListed(uint32_t window) const {
+  const std::scoped_lock lock(mutex_);
+  return std::ranges::find(listed_, window) != listed_.end();
+}
+
+// This comes while the X server is busy with a window that has just gone, so each wait for an answer costs
+// milliseconds. A window that was there at the last look is asked for without any; otherwise all questions travel
+// together.
 bool X11WindowSystem::requestActive(WindowId id, bool force) {
   const xcb_window_t wanted = xidOf(id);
+  if (force && windowManager_ != 0 && isListed(wanted)) {
+    activateThroughWindowManager(wanted, force, XCB_WINDOW_NONE);
+    return x_->alive();
+  }
   const x11::WindowManagerQuestion question(*x_, windowManager_);
   const auto activeCookie = x11::askProperty(*x_, x_->root(), x_->atom(Atom::netActiveWindow), 1);
   const auto attributesCookie = xcb_get_window_attributes(x_->get(), wanted);

@@ -26,6 +26,7 @@ class X11WindowSystem final : public WindowSystem {
   WindowId activeWindow() override;
   std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
   std::vector<WindowFacts> popupsFrontToBack() override;
+  /// A window that windowsFrontToBack() listed last counts as there.
   bool requestActive(WindowId id, bool force) override;
   std::vector<WindowButton> buttonsOf(const WindowFacts& window) override;
   bool request(WindowId id, WindowWish wish) override;
@@ -44,12 +45,14 @@ class X11WindowSystem final : public WindowSystem {
  private:
   void activateThroughWindowManager(uint32_t id, bool force, uint32_t active);
   bool activateDirectly(uint32_t id);
+  bool isListed(uint32_t window) const;
 
   std::shared_ptr<X11Connection> x_;
   std::atomic<uint32_t> userTime_{0};
   std::atomic<xcb_window_t> windowManager_{0};  ///< as it was found last; asked again each time
   mutable std::mutex mutex_;                    ///< leaf
   std::set<uint32_t> passedOver_;
+  std::vector<uint32_t> listed_;  ///< the managed windows at the last look
 };
 
 }  // namespace jumplark
