@@ -25,6 +25,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kPatience = std::chrono::milliseconds(300);
+constexpr auto kRemembered = std::chrono::minutes(5);
 constexpr const char* kXfceDefault = "O|SHMC";
 constexpr const char* kOpenboxDefault = "NLIMC";
 
@@ -96,23 +97,14 @@ std::string printedBy(std::array<const char*, 5> command) {
   return printed;
 }
 
-/// The settings' own library would have to be loaded to ask them, so that their program is asked, once.
+/// The settings' own library would have to be loaded to ask them, so that their program is asked.
 std::string gsetting(const char* schema) {
-  static std::mutex mutex;
-  static std::map<std::string, std::string> known;
-  const std::lock_guard lock(mutex);
-  const auto [entry, isNew] = known.try_emplace(schema);
-  if (isNew) {
-    std::string printed = printedBy({"gsettings", "get", schema, "button-layout", nullptr});
-    std::erase_if(printed, [](char c) { return c == '\'' || c == '"' || c == '\n'; });
-    entry->second = printed;
-  }
-  return entry->second;
+  std::string printed = printedBy({"gsettings", "get", schema, "button-layout", nullptr});
+  std::erase_if(printed, [](char c) { return c == '\'' || c == '"' || c == '\n'; });
+  return printed;
 }
 
-}  // namespace
-
-TitleBarLayout layoutOfWindowManager(const std::string& name) {
+TitleBarLayout readLayout(const std::string& name) {
   std::optional<TitleBarLayout> layout;
   if (name == "Xfwm4") {
     layout = layoutOfLetters(xfceSetting(), "CHM", '|');
@@ -126,6 +118,27 @@ TitleBarLayout layoutOfWindowManager(const std::string& name) {
     layout = layoutOfWords(gsetting("org.gnome.desktop.wm.preferences"));
   }
   return layout.value_or(usualLayout());
+}
+
+}  // namespace
+
+// Remembered for a while: this is asked for with every snapshot, and whoever keeps the settings may answer late or
+// never.
+TitleBarLayout layoutOfWindowManager(const std::string& name) {
+  struct Known {
+    TitleBarLayout layout;
+    Clock::time_point until;
+  };
+  static std::mutex mutex;
+  static std::map<std::string, Known> known;
+  const std::lock_guard lock(mutex);
+  const auto found = known.find(name);
+  if (found != known.end() && Clock::now() < found->second.until) {
+    return found->second.layout;
+  }
+  const TitleBarLayout layout = readLayout(name);
+  known.insert_or_assign(name, Known{layout, Clock::now() + kRemembered});
+  return layout;
 }
 
 }  // namespace jumplark::x11
