@@ -58,27 +58,9 @@ xkb_keysym_t symbolOf(std::string_view name) {
   return found != std::end(kShort) ? found->second : xkb_keysym_from_name(lower.c_str(), XKB_KEYSYM_CASE_INSENSITIVE);
 }
 
-int64_t codeOf(xkb_keysym_t symbol) {
-  switch (symbol) {
-    case XKB_KEY_Return:
-    case XKB_KEY_KP_Enter:
-      return key_code::returnKey;
-    case XKB_KEY_Tab:
-      return key_code::tab;
-    case XKB_KEY_space:
-      return key_code::space;
-    case XKB_KEY_BackSpace:
-      return key_code::backspace;
-    case XKB_KEY_Escape:
-      return key_code::escape;
-    default:
-      return key_code::symbolBase + symbol;
-  }
-}
-
 std::string keysOf(uint64_t modifiers, std::string_view key) {
   const xkb_keysym_t symbol = symbolOf(key);
-  return symbol == XKB_KEY_NoSymbol ? "" : describeShortcut({codeOf(symbol), modifiers});
+  return symbol == XKB_KEY_NoSymbol ? "" : describeShortcut({keyCodeOf(symbol), modifiers});
 }
 
 /// "Ctrl++" is a plus with Control.

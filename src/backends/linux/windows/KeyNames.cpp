@@ -78,4 +78,23 @@ std::string describeShortcut(const Shortcut& shortcut) {
   return text + nameOfKey(shortcut.keyCode);
 }
 
+int64_t keyCodeOf(uint32_t symbol) {
+  switch (symbol) {
+    case XKB_KEY_Return:
+    case XKB_KEY_KP_Enter:
+      return key_code::returnKey;
+    case XKB_KEY_Tab:
+    case XKB_KEY_ISO_Left_Tab:
+      return key_code::tab;
+    case XKB_KEY_space:
+      return key_code::space;
+    case XKB_KEY_BackSpace:
+      return key_code::backspace;
+    case XKB_KEY_Escape:
+      return key_code::escape;
+    default:
+      return key_code::symbolBase + symbol;
+  }
+}
+
 }  // namespace jumplark

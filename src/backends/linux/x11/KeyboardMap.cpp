@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "backends/linux/windows/KeyNames.h"
 #include "backends/linux/x11/Reply.h"
 #include "platform/Input.h"
 
@@ -36,25 +37,6 @@ bool isLetter(uint32_t symbol) {
 // Characters outside ASCII; function keys and the like stand in the ranges FD00 to FFFF.
 bool isForeignCharacter(uint32_t symbol) {
   return symbol > XKB_KEY_asciitilde && (symbol < 0xFD00 || symbol > 0xFFFF);
-}
-
-int64_t codeOf(uint32_t symbol) {
-  switch (symbol) {
-    case XKB_KEY_Return:
-    case XKB_KEY_KP_Enter:
-      return key_code::returnKey;
-    case XKB_KEY_Tab:
-    case XKB_KEY_ISO_Left_Tab:
-      return key_code::tab;
-    case XKB_KEY_space:
-      return key_code::space;
-    case XKB_KEY_BackSpace:
-      return key_code::backspace;
-    case XKB_KEY_Escape:
-      return key_code::escape;
-    default:
-      return key_code::symbolBase + symbol;
-  }
 }
 
 std::string characterOf(uint32_t symbol) {
@@ -163,13 +145,13 @@ KeyboardMap::Key KeyboardMap::key(uint8_t keycode, uint32_t group) const {
                               : letterByPlace(keycode).value_or(symbol);
   }
   const bool isModifier = isModifierSymbol(symbol);
-  return {codeOf(symbol), isModifier ? std::string() : characterOf(symbol), isModifier};
+  return {keyCodeOf(symbol), isModifier ? std::string() : characterOf(symbol), isModifier};
 }
 
 std::vector<uint8_t> KeyboardMap::keycodesFor(int64_t code) const {
   std::vector<uint8_t> result;
   for (const auto& [keycode, symbols] : symbols_) {
-    if (std::ranges::find(symbols, code, codeOf) != symbols.end()) {
+    if (std::ranges::find(symbols, code, keyCodeOf) != symbols.end()) {
       result.push_back(keycode);
     }
   }
