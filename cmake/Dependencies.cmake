@@ -18,6 +18,9 @@ find_path(BACKWARD_INCLUDE_DIR backward.hpp REQUIRED)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
   xcb xcb-xinput xcb-xtest xcb-xkb xcb-shape xcb-randr xcb-xfixes xcb-res xcb-ewmh xcb-icccm xcb-keysyms
   xkbcommon xkbcommon-x11 xkbregistry)
+pkg_check_modules(WAYLAND REQUIRED IMPORTED_TARGET wayland-client)
+pkg_get_variable(WAYLAND_SCANNER wayland-scanner wayland_scanner)
+pkg_get_variable(WAYLAND_PROTOCOLS_DIR wayland-protocols pkgdatadir)
 
 if(JUMPLARK_BUILD_TESTS)
   find_package(GTest REQUIRED)

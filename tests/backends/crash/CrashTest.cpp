@@ -107,7 +107,7 @@ void inManyThreadsAtOnce() {
 }
 
 // The allocator locks only where there are threads.
-void breaksTheHeapBesideAThread() {
+[[maybe_unused]] void breaksTheHeapBesideAThread() {
   const std::thread other([] { pause(); });
   breaksTheHeap();
 }
