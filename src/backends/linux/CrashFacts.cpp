@@ -11,7 +11,6 @@
 #include <string_view>
 
 #include "backends/linux/system/LinuxFacts.h"
-#include "backends/linux/x11/X11Connection.h"
 
 namespace jumplark {
 namespace {
@@ -45,23 +44,21 @@ std::string httpLibraries() {
 
 }  // namespace
 
-std::string crashFacts(const X11Connection& x) {
+std::string crashFacts(std::string_view windowSystem) {
   LinuxFacts facts;
   const auto application = facts.application();
   const auto system = facts.operatingSystem();
   utsname kernel{};
   ::uname(&kernel);
-  const xcb_setup_t* const setup = xcb_get_setup(x.get());
-  const std::string_view vendor(xcb_setup_vendor(setup), static_cast<size_t>(xcb_setup_vendor_length(setup)));
   return fmt::format(
       "Program: Jumplark {}, build {}\n"
       "Libraries: Qt {}, glibc {}, {}\n"
-      "X server: {}, release {}\n"
+      "{}\n"
       "System: version {}, {} {} {}\n"
       "Desktop: {}\n",
       plain(application.version), plain(application.build), qVersion(), gnu_get_libc_version(), httpLibraries(),
-      plain(vendor), setup->release_number, plain(system.version), plain(kernel.sysname), plain(kernel.release),
-      plain(kernel.machine), desktopName());
+      plain(windowSystem), plain(system.version), plain(kernel.sysname), plain(kernel.release), plain(kernel.machine),
+      desktopName());
 }
 
 }  // namespace jumplark

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace jumplark {
 
-class X11Connection;
-
-/// What a crash report tells of program, libraries, X server, system and desktop: lines "Name: value".
-std::string crashFacts(const X11Connection& x);
+/// What a crash report tells of program, libraries, window system, system and desktop: lines "Name: value". The window
+/// system's is given.
+std::string crashFacts(std::string_view windowSystem);
 
 }  // namespace jumplark

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "backends/linux/OpenBackend.h"
 #include "backends/linux/atspi/menus/AtspiMenus.h"
 #include "backends/linux/atspi/source/AtspiElementSource.h"
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
@@ -10,13 +11,9 @@
 #include "backends/linux/menus/GtkMenus.h"
 #include "backends/linux/menus/LinuxMenus.h"
 #include "backends/linux/system/SystemRandom.h"
-#include "backends/linux/x11/DesktopEntries.h"
-#include "backends/linux/x11/X11Connection.h"
-#include "backends/linux/x11/X11Input.h"
-#include "backends/linux/x11/X11Screens.h"
-#include "backends/linux/x11/X11WindowMenus.h"
-#include "backends/linux/x11/X11WindowSystem.h"
-#include "backends/linux/x11/X11Workspace.h"
+#include "backends/linux/windows/DesktopInput.h"
+#include "backends/linux/windows/WindowMenus.h"
+#include "backends/linux/windows/WindowSystem.h"
 #include "platform/Queues.h"
 
 namespace jumplark {
@@ -32,13 +29,11 @@ constexpr auto kOpenMenusLimit = std::chrono::milliseconds(60);
 
 // In the order in which each needs those before it.
 struct LinuxPlatform::Parts {
-  Parts(std::shared_ptr<X11Connection> x, Queues& queueSet)
-      : connection(std::move(x)),
+  Parts(std::shared_ptr<DesktopBackend> opened, Queues& queueSet)
+      : backend(std::move(opened)),
         queues(queueSet),
-        windows(connection),
-        screens(connection, queueSet.mainQueue()),
-        workspace(windows, entries, &screens),
-        input(connection),
+        windows(backend->windows()),
+        input(backend->input()),
         elements(windows),
         accessibility(elements, windows),
         notifications(queueSet, {[this](int32_t pid) { return elements.application(pid); },
@@ -46,12 +41,11 @@ struct LinuxPlatform::Parts {
                                    const auto read = elements.read({application}, atspi::facts::children, {}).front();
                                    return read.ok() ? read.value->children : std::vector<ElementRef>();
                                  }}),
-        windowMenus(connection),
         treeMenus(
             elements, windows,
             [this](const ElementRef& application) { return accessibility.lastSnapshotOf(application); }, hands()),
-        gtkMenus(windowMenus),
-        dbusMenus(windowMenus),
+        gtkMenus(backend->windowMenus()),
+        dbusMenus(backend->windowMenus()),
         openMenus(queueSet, [this](menus::TimePoint deadline) { return treeMenus.readOpen(deadline); }),
         menus(queueSet, windows, openMenus, [this] { input.closeMenus(); }, gtkMenus,
               {&treeMenus, &gtkMenus, &dbusMenus}) {}
@@ -74,18 +68,14 @@ struct LinuxPlatform::Parts {
             .pointer = [this] { return input.pointer(); }};
   }
 
-  std::shared_ptr<X11Connection> connection;
+  std::shared_ptr<DesktopBackend> backend;
   Queues& queues;
-  DesktopEntries entries;
-  X11WindowSystem windows;
-  X11Screens screens;
-  X11Workspace workspace;
-  X11Input input;
+  WindowSystem& windows;
+  DesktopInput& input;
   SystemRandom random;
   atspi::AtspiElementSource elements;
   atspi::AtspiAccessibility accessibility;
   atspi::AtspiNotifications notifications;
-  X11WindowMenus windowMenus;
   atspi::AtspiMenus treeMenus;
   menus::GtkMenus gtkMenus;
   menus::DBusMenus dbusMenus;
@@ -94,11 +84,12 @@ struct LinuxPlatform::Parts {
 };
 
 LinuxPlatform::Opened LinuxPlatform::open(Queues& queues) {
-  auto x = X11Connection::open();
-  if (!x.connection) {
-    return {nullptr, x.error};
-  }
-  auto parts = std::make_unique<Parts>(std::move(x.connection), queues);
+  OpenedBackend opened = openBackend(queues.mainQueue());
+  return opened.backend ? open(queues, std::move(opened.backend)) : Opened{nullptr, std::move(opened.error)};
+}
+
+LinuxPlatform::Opened LinuxPlatform::open(Queues& queues, std::shared_ptr<DesktopBackend> backend) {
+  auto parts = std::make_unique<Parts>(std::move(backend), queues);
   if (const auto reachability = parts->elements.connect(); !reachability.reachable) {
     return {nullptr, reachability.advice};
   }
@@ -107,8 +98,8 @@ LinuxPlatform::Opened LinuxPlatform::open(Queues& queues) {
 
 LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {
   platform_.accessibility = &parts_->accessibility;
-  platform_.workspace = &parts_->workspace;
-  platform_.screens = &parts_->screens;
+  platform_.workspace = &parts_->backend->workspace();
+  platform_.screens = &parts_->backend->screens();
   platform_.input = &parts_->input;
   platform_.queues = &parts_->queues;
   platform_.random = &parts_->random;
@@ -117,18 +108,6 @@ LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(pa
 }
 
 LinuxPlatform::~LinuxPlatform() = default;
-
-const std::shared_ptr<X11Connection>& LinuxPlatform::connection() const {
-  return parts_->connection;
-}
-
-X11WindowSystem& LinuxPlatform::windows() {
-  return parts_->windows;
-}
-
-X11Input& LinuxPlatform::input() {
-  return parts_->input;
-}
 
 void LinuxPlatform::menuWillClose() {
   parts_->openMenus.read(kOpenMenusLimit);

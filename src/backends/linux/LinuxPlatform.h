@@ -6,36 +6,33 @@
 #include <vector>
 
 #include "backends/linux/system/DesktopCheck.h"
+#include "backends/linux/windows/DesktopBackend.h"
 #include "platform/Platform.h"
 #include "platform/Workspace.h"
 
 namespace jumplark {
 
 class Queues;
-class X11Connection;
-class X11Input;
-class X11WindowSystem;
 
-/// The real platform of a Linux desktop: windows, screens and input of the X server, elements of the accessibility bus.
+/// The real platform of a Linux desktop: windows, screens and input of its window system, elements of the accessibility
+/// bus.
 class LinuxPlatform {
  public:
   struct Opened {
     std::unique_ptr<LinuxPlatform> platform;  ///< null when the desktop is out of reach
     std::string error;                        ///< one sentence: what is missing and what to do about it
   };
-  /// Connects to the display and the accessibility bus that the environment names, and switches accessibility on. The
-  /// queues outlive the platform.
+  /// Connects to the window system and the accessibility bus that the environment names, and switches accessibility on.
+  /// The queues outlive the platform.
   static Opened open(Queues& queues);
+  /// The same on a window system that is there.
+  static Opened open(Queues& queues, std::shared_ptr<DesktopBackend> backend);
 
   LinuxPlatform(const LinuxPlatform&) = delete;
   LinuxPlatform& operator=(const LinuxPlatform&) = delete;
   ~LinuxPlatform();
 
   const Platform& platform() const { return platform_; }
-  // For the parts of the desktop that need the X server too.
-  const std::shared_ptr<X11Connection>& connection() const;
-  X11WindowSystem& windows();
-  X11Input& input();
   /// Makes the calling thread do `work` every now and then while it waits for an application, until the token is
   /// destroyed on it. Work must be short and wait for nothing.
   Token workWhileWaiting(std::function<void()> work);

@@ -9,6 +9,7 @@
 #include "backends/linux/CrashFacts.h"
 #include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
+#include "backends/linux/OpenBackend.h"
 #include "backends/linux/crash/CrashFolder.h"
 #include "backends/linux/crash/CrashHandlers.h"
 #include "backends/linux/qt/QtAppViews.h"
@@ -22,13 +23,7 @@
 #include "backends/linux/system/LinuxFacts.h"
 #include "backends/linux/system/PrivateFiles.h"
 #include "backends/linux/system/SystemQueues.h"
-#include "backends/linux/x11/DesktopWatcher.h"
-#include "backends/linux/x11/X11Connection.h"
-#include "backends/linux/x11/X11Input.h"
-#include "backends/linux/x11/X11InputSources.h"
-#include "backends/linux/x11/X11Screens.h"
-#include "backends/linux/x11/X11Shortcuts.h"
-#include "backends/linux/x11/X11WindowSystem.h"
+#include "backends/linux/x11/X11Backend.h"
 #include "platform/Workspace.h"
 
 namespace jumplark {
@@ -69,11 +64,10 @@ std::vector<DesktopServices::HealthFinding> checkHealth(SystemQueues& queues) {
 // In the order in which each needs those before it.
 struct LinuxProgram::Parts {
   /// `reached` is null where only messages can be shown.
-  Parts(std::unique_ptr<LinuxPlatform> reached, std::shared_ptr<X11Connection> x, SystemQueues& queueSet)
+  Parts(std::unique_ptr<LinuxPlatform> reached, std::shared_ptr<DesktopBackend> opened, SystemQueues& queueSet)
       : desktop(std::move(reached)),
-        connection(std::move(x)),
+        backend(std::move(opened)),
         queues(queueSet),
-        ownScreens(desktop ? nullptr : std::make_unique<X11Screens>(connection, queues.mainQueue())),
         loop(queues),
         defaults(queues, DefaultsFile::pathFromEnvironment()),
         files(PrivateFiles::folderFromEnvironment()),
@@ -81,49 +75,34 @@ struct LinuxProgram::Parts {
                  {[this] { return checkHealth(queues); },
                   [this](int32_t pid) { return desktop ? desktop->adviceForSilence(pid) : std::string(); }}),
         loginItem(queues, AutostartFile::Session::fromEnvironment(), AutostartFile::programFromSystem()),
-        inputSources(connection),
-        shortcuts(connection->displayName(), queues.mainQueue(), shortcutHooks()),
-        views({connection, screens(), queues.mainQueue(), windowCallbacks()}),
+        views({x11().connection(), backend->screens(), queues.mainQueue(), windowCallbacks()}),
         appViews(views, queues.mainQueue()) {
     if (desktop) {
-      watcher = DesktopWatcher::create(connection->displayName(), queues.mainQueue());
+      backend->onMenuWillClose([this] { desktop->menuWillClose(); });
       worker = queues.makeSerialQueue("com.brindlefox.jumplark.active-application");
       watchDesktop();
     }
   }
 
-  Screens& screens() { return ownScreens ? *ownScreens : *desktop->platform().screens; }
-
-  X11Shortcuts::Hooks shortcutHooks() {
-    return {[this](uint32_t xTime) { desktop->windows().noteUserTime(xTime); },
-            [this](uint8_t keycode) { desktop->input().expectOwnRelease(keycode); },
-            [this] {
-              if (desktop) {
-                desktop->menuWillClose();
-              }
-            }};
-  }
+  X11Backend& x11() { return dynamic_cast<X11Backend&>(*backend); }
 
   WindowCallbacks windowCallbacks() {
     return {[this](uint32_t window) {
               if (desktop) {
-                desktop->windows().requestActive(window, true);
+                backend->windows().requestActive(window, true);
               }
             },
-            [this] { shortcuts.keyboardArrived(); },
+            [this] { x11().shortcuts().keyboardArrived(); },
             [this](uint32_t window) {
               if (desktop) {
-                desktop->windows().passOver(window);
+                x11().windows().passOver(window);
               }
             }};
   }
 
   void watchDesktop() {
-    if (!watcher) {
-      return;
-    }
     // Asks the application, which may be slow: not on the main thread.
-    activeApplication = watcher->onActiveApplicationChanged(
+    activeApplication = backend->onActiveApplicationChanged(
         [this](int32_t pid) { worker->post([this, pid] { desktop->applicationBecameActive(pid); }); });
     // The one that is in front already tells nobody so.
     worker->post([this] {
@@ -131,13 +110,12 @@ struct LinuxProgram::Parts {
         desktop->applicationBecameActive(front->pid);
       }
     });
-    buttonPresses = watcher->onButtonPress([this](Point position) { views.pointerPressedOutside(position); });
+    buttonPresses = backend->onButtonPress([this](Point position) { views.pointerPressedOutside(position); });
   }
 
   std::unique_ptr<LinuxPlatform> desktop;
-  std::shared_ptr<X11Connection> connection;
+  std::shared_ptr<DesktopBackend> backend;
   SystemQueues& queues;
-  std::unique_ptr<X11Screens> ownScreens;
   QtMainLoop loop;
   DefaultsFile defaults;
   CurlHttp http;
@@ -146,11 +124,8 @@ struct LinuxProgram::Parts {
   CrashFolder crashes{CrashFolder::pathFromEnvironment()};
   QtDesktopServices services;
   AutostartFile loginItem;
-  X11InputSources inputSources;
-  X11Shortcuts shortcuts;
   QtViews views;
   QtAppViews appViews;
-  std::unique_ptr<DesktopWatcher> watcher;
   std::shared_ptr<TaskQueue> worker;
   Token ownAnswers = desktop ? desktop->workWhileWaiting(&QtMainLoop::answerAccessibilityCalls) : Token();
   Token activeApplication;
@@ -158,12 +133,12 @@ struct LinuxProgram::Parts {
 };
 
 LinuxProgram::Opened LinuxProgram::open(SystemQueues& queues) {
-  auto opened = LinuxPlatform::open(queues);
-  std::shared_ptr<X11Connection> x = opened.platform ? opened.platform->connection() : X11Connection::open().connection;
-  if (!x) {
-    return {nullptr, opened.error};
+  const OpenedBackend backend = openBackend(queues.mainQueue());
+  if (!backend.backend) {
+    return {nullptr, backend.error};
   }
-  auto parts = std::make_unique<Parts>(std::move(opened.platform), std::move(x), queues);
+  auto opened = LinuxPlatform::open(queues, backend.backend);
+  auto parts = std::make_unique<Parts>(std::move(opened.platform), backend.backend, queues);
   return {std::unique_ptr<LinuxProgram>(new LinuxProgram(std::move(parts))), opened.error};
 }
 
@@ -173,8 +148,8 @@ LinuxProgram::LinuxProgram(std::unique_ptr<Parts> parts) : parts_(std::move(part
   }
   platform_.queues = &parts_->queues;
   platform_.defaults = &parts_->defaults;
-  platform_.inputSources = &parts_->inputSources;
-  platform_.shortcuts = &parts_->shortcuts;
+  platform_.inputSources = &parts_->backend->inputSources();
+  platform_.shortcuts = &parts_->backend->shortcuts();
   platform_.views = &parts_->views;
   platform_.http = &parts_->http;
   platform_.files = &parts_->files;
@@ -193,7 +168,7 @@ void LinuxProgram::installCrashHandlers() {
   if (!problem.empty()) {
     spdlog::warn("No crash report can be kept: {}", problem);
   }
-  crash_handlers::install({folder.get(), crashFacts(*parts_->connection)});
+  crash_handlers::install({folder.get(), crashFacts(parts_->backend->description())});
 }
 
 QtMainLoop& LinuxProgram::loop() {

@@ -6,9 +6,9 @@
 #include <mutex>
 #include <utility>
 
+#include "backends/linux/system/PostedSlots.h"
 #include "backends/linux/x11/EventThread.h"
 #include "backends/linux/x11/KeyboardEvents.h"
-#include "backends/linux/x11/PostedSlots.h"
 #include "backends/linux/x11/Properties.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/WindowFactsReader.h"

@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "backends/linux/x11/DesktopEntries.h"
+#include "backends/linux/windows/DesktopEntries.h"
+#include "backends/linux/windows/WindowWorkspace.h"
 #include "backends/linux/x11/KeyboardMap.h"
 #include "backends/linux/x11/Properties.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/WindowTree.h"
 #include "backends/linux/x11/X11Connection.h"
 #include "backends/linux/x11/X11WindowSystem.h"
-#include "backends/linux/x11/X11Workspace.h"
 #include "platform/Input.h"
 #include "platform/Texts.h"
 
@@ -126,7 +126,7 @@ DesktopCheck checkCompositor(const X11Connection& x) {
 
 DesktopCheck checkPanel(X11WindowSystem& windows) {
   DesktopEntries entries;
-  X11Workspace workspace(windows, entries);
+  WindowWorkspace workspace(windows, entries);
   const auto docks = workspace.runningApplicationsWithBundleIdentifier(kDockBundleIdentifier);
   if (!docks.empty()) {
     return {localized("panel"),

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "backends/linux/x11/CallbackSlot.h"
+#include "backends/linux/system/CallbackSlot.h"
 #include "backends/linux/x11/EventThread.h"
 #include "backends/linux/x11/KeySwallower.h"
 #include "backends/linux/x11/KeyTracker.h"

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "backends/linux/system/PostedSlots.h"
 #include "backends/linux/x11/EventThread.h"
-#include "backends/linux/x11/PostedSlots.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/WorkAreas.h"
 

@@ -3,7 +3,7 @@
 #include <map>
 #include <utility>
 
-#include "backends/linux/x11/CallbackSlot.h"
+#include "backends/linux/system/CallbackSlot.h"
 
 namespace jumplark {
 namespace {

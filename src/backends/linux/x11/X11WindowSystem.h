@@ -25,6 +25,7 @@ class X11WindowSystem final : public WindowSystem {
   std::optional<WindowFacts> window(WindowId id) override;
   WindowId activeWindow() override;
   std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
+  bool isOwn(const WindowFacts& facts) const override;
   std::vector<WindowFacts> popupsFrontToBack() override;
   /// A window that windowsFrontToBack() listed last counts as there.
   bool requestActive(WindowId id, bool force) override;
@@ -39,8 +40,6 @@ class X11WindowSystem final : public WindowSystem {
   /// From now on the window is not among the managed ones: it is shown over the window the user works in, and does not
   /// count as one.
   void passOver(uint32_t window);
-  /// True when the window belongs to this process.
-  bool isOwn(const WindowFacts& facts) const;
 
  private:
   void activateThroughWindowManager(uint32_t id, bool force, uint32_t active);

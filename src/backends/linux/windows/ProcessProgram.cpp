@@ -1,4 +1,4 @@
-#include "backends/linux/x11/ProcessProgram.h"
+#include "backends/linux/windows/ProcessProgram.h"
 
 #include <fstream>
 #include <string_view>

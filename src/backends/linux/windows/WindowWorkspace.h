@@ -5,20 +5,20 @@
 #include <string>
 #include <vector>
 
-#include "backends/linux/x11/DesktopEntries.h"
-#include "backends/linux/x11/X11WindowSystem.h"
+#include "backends/linux/windows/DesktopEntries.h"
+#include "backends/linux/windows/WindowSystem.h"
 #include "platform/Screens.h"
 #include "platform/Workspace.h"
 
 namespace jumplark {
 
 /// Applications as their windows show them: the processes that own normal windows or dialogs. Under the bundle
-/// identifier of the dock stand the processes that own dock windows. Asks the X server and the installed desktop files,
-/// never an application. Calls may come from any thread.
-class X11Workspace final : public Workspace {
+/// identifier of the dock stand the processes that own dock windows. Asks the window system and the installed desktop
+/// files, never an application. Calls may come from any thread.
+class WindowWorkspace final : public Workspace {
  public:
   /// All must outlive the workspace. Without screens there are no focused window frames.
-  X11Workspace(X11WindowSystem& windows, DesktopEntries& entries, Screens* screens = nullptr);
+  WindowWorkspace(WindowSystem& windows, DesktopEntries& entries, Screens* screens = nullptr);
 
   /// The owner of the active window; when there is none, or it is a window of this process, the owner of the topmost
   /// normal window or dialog on screen.
@@ -44,7 +44,7 @@ class X11Workspace final : public Workspace {
   int32_t pidOf(const WindowFacts& window) const;
   std::vector<RunningApplication> owners(const std::vector<WindowFacts>& windows) const;
 
-  X11WindowSystem& windows_;
+  WindowSystem& windows_;
   DesktopEntries& entries_;
   Screens* screens_;
 };

@@ -1,4 +1,4 @@
-#include "backends/linux/x11/DesktopEntries.h"
+#include "backends/linux/windows/DesktopEntries.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,4 +1,4 @@
-#include "backends/linux/x11/X11Workspace.h"
+#include "backends/linux/windows/WindowWorkspace.h"
 
 #include <gmock/gmock.h>
 
@@ -94,9 +94,9 @@ TEST_F(DesktopEntriesTest, theFirstFolderWinsMayHideAnEntryAndIsLookedAtAgainWhe
   EXPECT_TRUE(entries.forWindow("later", "", ""));
 }
 
-class X11WorkspaceTest : public X11Test {
+class WindowWorkspaceTest : public X11Test {
  protected:
-  X11WorkspaceTest() : X11Test(desktop::WindowManager::xfwm4) {
+  WindowWorkspaceTest() : X11Test(desktop::WindowManager::xfwm4) {
     writeEntry(data_ / "applications/org.example.Editor.desktop", "Name=Editor\nStartupWMClass=editor-class\n");
     writeEntry(data_ / "applications/other.desktop",
                "Name=Otherwise\nExec=" + fs::canonical("/proc/self/exe").string() + "\n");
@@ -116,10 +116,10 @@ class X11WorkspaceTest : public X11Test {
   fs::path data_ = fs::path(session_->folder()) / "data";
   X11Screens screens_{x_, queue_};
   DesktopEntries entries_{{data_}, "C"};
-  X11Workspace workspace_{*windows_, entries_, &screens_};
+  WindowWorkspace workspace_{*windows_, entries_, &screens_};
 };
 
-TEST_F(X11WorkspaceTest, namesApplications) {
+TEST_F(WindowWorkspaceTest, namesApplications) {
   constexpr desktop::PixelRect kRect{0, 0, 50, 50};
   const WindowClient byId(*session_, kRect, WindowClient::managed,
                           {{"_GTK_APPLICATION_ID", "UTF8_STRING", "org.example.Unknown"}});
@@ -140,7 +140,7 @@ TEST_F(X11WorkspaceTest, namesApplications) {
   EXPECT_FALSE(workspace_.runningApplicationWithPid(1));
 }
 
-TEST_F(X11WorkspaceTest, listsApplicationsFrontToBackAndActivatesThem) {
+TEST_F(WindowWorkspaceTest, listsApplicationsFrontToBackAndActivatesThem) {
   EXPECT_FALSE(workspace_.frontmostApplication());
   const WindowClient first(*session_, {10, 50, 200, 100});
   const WindowClient second(*session_, {300, 50, 200, 100});
@@ -165,7 +165,7 @@ TEST_F(X11WorkspaceTest, listsApplicationsFrontToBackAndActivatesThem) {
             (std::vector{RunningApplication{dock.pid(), "Panel", "Panel"}}));
 }
 
-TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
+TEST_F(WindowWorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
   const WindowClient framed(*session_, {50, 80, 300, 200});
   const WindowFacts facts = *windows_->window(framed.window());
   ASSERT_GT(facts.frame.height, 200) << "the window manager's title";
@@ -183,7 +183,7 @@ TEST_F(X11WorkspaceTest, theFocusedWindowsFrameCountsFromBelowAndHasNoShadow) {
 }
 
 // A window of this process is in front only if no other shows above the rest.
-TEST_F(X11WorkspaceTest, ourOwnWindowIsInFrontWhenItIsTheTopmost) {
+TEST_F(WindowWorkspaceTest, ourOwnWindowIsInFrontWhenItIsTheTopmost) {
   const WindowClient other(*session_, {10, 50, 300, 200});
   ASSERT_TRUE(becomesFrontmost(other));
   const xcb_window_t own = showWindow(*x_, 400, 300, 100);
@@ -192,7 +192,7 @@ TEST_F(X11WorkspaceTest, ourOwnWindowIsInFrontWhenItIsTheTopmost) {
   EXPECT_EQ(frontToBack(), (std::vector{static_cast<int32_t>(getpid()), other.pid()}));
 }
 
-TEST_F(X11WorkspaceTest, tellsWhichApplicationBecomesActive) {
+TEST_F(WindowWorkspaceTest, tellsWhichApplicationBecomesActive) {
   const auto watcher = DesktopWatcher::create(session_->display(), queue_);
   std::vector<int32_t> active;
   const Token token = watcher->onActiveApplicationChanged([&](int32_t pid) { active.push_back(pid); });
@@ -209,7 +209,7 @@ TEST_F(X11WorkspaceTest, tellsWhichApplicationBecomesActive) {
   expectToHearOf(first);
 }
 
-TEST_F(X11WorkspaceTest, tellsWhereButtonsArePressedWhileThatIsAskedFor) {
+TEST_F(WindowWorkspaceTest, tellsWhereButtonsArePressedWhileThatIsAskedFor) {
   const auto watcher = DesktopWatcher::create(session_->display(), queue_);
   std::vector<Point> presses;
   session_->keys({"mousemove", "5", "6", "click", "1"});

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <utility>
 
-#include "backends/linux/x11/CallbackSlot.h"
+#include "backends/linux/system/CallbackSlot.h"
 #include "platform/Queues.h"
 #include "platform/Token.h"
 

@@ -1,10 +1,10 @@
-#include "backends/linux/x11/X11Workspace.h"
+#include "backends/linux/windows/WindowWorkspace.h"
 
 #include <unistd.h>
 
 #include <algorithm>
 
-#include "backends/linux/x11/ProcessProgram.h"
+#include "backends/linux/windows/ProcessProgram.h"
 
 namespace jumplark {
 namespace {
@@ -15,10 +15,10 @@ bool isApplicationWindow(const WindowFacts& window) {
 
 }  // namespace
 
-X11Workspace::X11Workspace(X11WindowSystem& windows, DesktopEntries& entries, Screens* screens)
+WindowWorkspace::WindowWorkspace(WindowSystem& windows, DesktopEntries& entries, Screens* screens)
     : windows_(windows), entries_(entries), screens_(screens) {}
 
-ApplicationNames X11Workspace::namesOf(const RunningApplication& application) {
+ApplicationNames WindowWorkspace::namesOf(const RunningApplication& application) {
   ApplicationNames names{{application.bundleIdentifier, application.name}, {}};
   const auto add = [](std::vector<std::string>& to, const DesktopEntry& entry) {
     to.insert(to.end(), {entry.id, entry.name, entry.plainName});
@@ -40,11 +40,11 @@ ApplicationNames X11Workspace::namesOf(const RunningApplication& application) {
   return names;
 }
 
-int32_t X11Workspace::pidOf(const WindowFacts& window) const {
+int32_t WindowWorkspace::pidOf(const WindowFacts& window) const {
   return windows_.isOwn(window) ? static_cast<int32_t>(getpid()) : window.pid;
 }
 
-RunningApplication X11Workspace::applicationOf(const WindowFacts& window) const {
+RunningApplication WindowWorkspace::applicationOf(const WindowFacts& window) const {
   RunningApplication result;
   result.pid = pidOf(window);
   const std::string windowClass = window.className.empty() ? window.instanceName : window.className;
@@ -61,7 +61,7 @@ RunningApplication X11Workspace::applicationOf(const WindowFacts& window) const 
   return result;
 }
 
-std::vector<RunningApplication> X11Workspace::owners(const std::vector<WindowFacts>& windows) const {
+std::vector<RunningApplication> WindowWorkspace::owners(const std::vector<WindowFacts>& windows) const {
   std::vector<RunningApplication> result;
   for (const WindowFacts& window : windows) {
     const int32_t pid = pidOf(window);
@@ -72,7 +72,7 @@ std::vector<RunningApplication> X11Workspace::owners(const std::vector<WindowFac
   return result;
 }
 
-std::optional<WindowFacts> X11Workspace::frontmostWindow(const std::vector<WindowFacts>& windows) {
+std::optional<WindowFacts> WindowWorkspace::frontmostWindow(const std::vector<WindowFacts>& windows) {
   const WindowId active = windows_.activeWindow();
   if (auto facts = active ? windows_.window(active) : std::nullopt;
       facts && !windows_.isOwn(*facts) && facts->pid > 0) {
@@ -84,12 +84,12 @@ std::optional<WindowFacts> X11Workspace::frontmostWindow(const std::vector<Windo
   return top == windows.end() ? std::nullopt : std::optional(*top);
 }
 
-std::optional<RunningApplication> X11Workspace::frontmostApplication() {
+std::optional<RunningApplication> WindowWorkspace::frontmostApplication() {
   const auto window = frontmostWindow(windows_.windowsFrontToBack());
   return window ? std::optional(applicationOf(*window)) : std::nullopt;
 }
 
-std::vector<RunningApplication> X11Workspace::applicationsFrontToBack() {
+std::vector<RunningApplication> WindowWorkspace::applicationsFrontToBack() {
   std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
   const auto front = frontmostWindow(windows);
   std::erase_if(windows, [](const WindowFacts& window) { return window.hidden || !isApplicationWindow(window); });
@@ -104,7 +104,8 @@ std::vector<RunningApplication> X11Workspace::applicationsFrontToBack() {
   return result;
 }
 
-std::vector<RunningApplication> X11Workspace::runningApplicationsWithBundleIdentifier(const std::string& identifier) {
+std::vector<RunningApplication> WindowWorkspace::runningApplicationsWithBundleIdentifier(
+    const std::string& identifier) {
   std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
   const bool dock = identifier == kDockBundleIdentifier;
   std::erase_if(windows, [&](const WindowFacts& window) {
@@ -117,7 +118,7 @@ std::vector<RunningApplication> X11Workspace::runningApplicationsWithBundleIdent
   return result;
 }
 
-std::optional<RunningApplication> X11Workspace::runningApplicationWithPid(int32_t pid) {
+std::optional<RunningApplication> WindowWorkspace::runningApplicationWithPid(int32_t pid) {
   std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
   std::erase_if(windows, [&](const WindowFacts& window) { return pidOf(window) != pid; });
   // A process may own a dock and a preferences window; the window of an application names it best.
@@ -126,7 +127,7 @@ std::optional<RunningApplication> X11Workspace::runningApplicationWithPid(int32_
   return found.empty() ? std::nullopt : std::optional(found.front());
 }
 
-std::optional<WindowFacts> X11Workspace::topmostWindow(int32_t pid) {
+std::optional<WindowFacts> WindowWorkspace::topmostWindow(int32_t pid) {
   std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
   std::erase_if(windows,
                 [&](const WindowFacts& window) { return !isApplicationWindow(window) || pidOf(window) != pid; });
@@ -134,7 +135,7 @@ std::optional<WindowFacts> X11Workspace::topmostWindow(int32_t pid) {
   return windows.empty() ? std::nullopt : std::optional(windows.front());
 }
 
-std::optional<Rect> X11Workspace::focusedWindowFrame(int32_t pid) {
+std::optional<Rect> WindowWorkspace::focusedWindowFrame(int32_t pid) {
   const auto window = topmostWindow(pid);
   if (!screens_ || !window || window->hidden) {
     return std::nullopt;
@@ -146,7 +147,7 @@ std::optional<Rect> X11Workspace::focusedWindowFrame(int32_t pid) {
               outer.height - shadow.top - shadow.bottom};
 }
 
-bool X11Workspace::activate(int32_t pid, uint32_t options) {
+bool WindowWorkspace::activate(int32_t pid, uint32_t options) {
   const bool force = (options & kActivateIgnoringOtherApps) != 0;
   const auto window = topmostWindow(pid);
   if (!window) {

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/Geometry.h"
+#include "platform/Queues.h"
+#include "platform/Token.h"
+
+namespace jumplark {
+
+class DesktopInput;
+class GlobalShortcuts;
+class InputSources;
+class Screens;
+class WindowMenus;
+class WindowSystem;
+class Workspace;
+
+/// What a window system gives: one object for each thing that is asked of it, which live as long as this. Made from the
+/// session's environment by whoever puts the program together; nothing else asks which window system it is.
+class DesktopBackend {
+ public:
+  virtual ~DesktopBackend() = default;
+
+  virtual WindowSystem& windows() = 0;
+  virtual Screens& screens() = 0;
+  virtual Workspace& workspace() = 0;
+  virtual DesktopInput& input() = 0;
+  virtual WindowMenus& windowMenus() = 0;
+
+  // Of the program in the background only; made at the first need, on the main thread.
+
+  virtual InputSources& inputSources() = 0;
+  virtual GlobalShortcuts& shortcuts() = 0;
+  /// Called when the shortcut was pressed with a menu of another program open, before that is closed; what is open
+  /// stays open meanwhile. On any thread; may take 60 ms. To be set before the first shortcut is registered.
+  virtual void onMenuWillClose(std::function<void()> callback) = 0;
+  /// Calls back on the main queue when a window of another application than before has become the active one. Windows
+  /// of this process do not count. Empty when that cannot be watched.
+  virtual Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) = 0;
+  /// Calls back on the main queue at each press of a mouse button anywhere, with the place of the pointer, top-left
+  /// origin. Empty when that cannot be watched.
+  virtual Token onButtonPress(std::function<void(Point position)> callback) = 0;
+
+  /// A line for crash reports: "X server: The X.Org Foundation, release 12101007".
+  virtual std::string description() const = 0;
+};
+
+}  // namespace jumplark
