@@ -97,4 +97,21 @@ int64_t keyCodeOf(uint32_t symbol) {
   }
 }
 
+uint32_t symbolOf(int64_t keyCode) {
+  switch (keyCode) {
+    case key_code::returnKey:
+      return XKB_KEY_Return;
+    case key_code::tab:
+      return XKB_KEY_Tab;
+    case key_code::space:
+      return XKB_KEY_space;
+    case key_code::backspace:
+      return XKB_KEY_BackSpace;
+    case key_code::escape:
+      return XKB_KEY_Escape;
+    default:
+      return keyCode > key_code::symbolBase ? static_cast<uint32_t>(keyCode - key_code::symbolBase) : 0;
+  }
+}
+
 }  // namespace jumplark

@@ -14,4 +14,7 @@ std::string describeShortcut(const Shortcut& shortcut);
 /// symbol.
 int64_t keyCodeOf(uint32_t symbol);
 
+/// The other way round: an X keysym that has this virtual key code; 0 where none has.
+uint32_t symbolOf(int64_t keyCode);
+
 }  // namespace jumplark

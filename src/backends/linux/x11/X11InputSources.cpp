@@ -1,13 +1,9 @@
 #include "backends/linux/x11/X11InputSources.h"
 
-#include <libintl.h>
-#include <xkbcommon/xkbregistry.h>
-
 #include <algorithm>
-#include <map>
-#include <mutex>
 #include <string_view>
 
+#include "backends/linux/windows/LayoutNames.h"
 #include "backends/linux/x11/Properties.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/XkbHeader.h"
@@ -16,7 +12,6 @@ namespace jumplark {
 namespace {
 
 constexpr size_t kMostGroups = 4;
-constexpr const char* kTranslations = "xkeyboard-config";
 
 std::vector<std::string> split(std::string_view text, char separator) {
   std::vector<std::string> parts;
@@ -30,43 +25,10 @@ std::vector<std::string> split(std::string_view text, char separator) {
   }
 }
 
-std::string identifierOf(const std::string& layout, const std::string& variant) {
-  return variant.empty() ? layout : layout + "(" + variant + ")";
-}
-
 }  // namespace
 
-/// English names by identifier, read at the first need: the registry is a large file.
-class X11InputSources::Names {
- public:
-  std::string localized(const std::string& identifier) {
-    std::call_once(read_, [this] { read(); });
-    const auto found = english_.find(identifier);
-    return found == english_.end() ? identifier : dgettext(kTranslations, found->second.c_str());
-  }
-
- private:
-  void read() {
-    bind_textdomain_codeset(kTranslations, "UTF-8");
-    const std::unique_ptr<rxkb_context, decltype(&rxkb_context_unref)> context(rxkb_context_new(RXKB_CONTEXT_NO_FLAGS),
-                                                                               rxkb_context_unref);
-    if (!context || !rxkb_context_parse_default_ruleset(context.get())) {
-      return;
-    }
-    for (rxkb_layout* layout = rxkb_layout_first(context.get()); layout; layout = rxkb_layout_next(layout)) {
-      const char* variant = rxkb_layout_get_variant(layout);
-      if (const char* description = rxkb_layout_get_description(layout)) {
-        english_.emplace(identifierOf(rxkb_layout_get_name(layout), variant ? variant : ""), description);
-      }
-    }
-  }
-
-  std::once_flag read_;
-  std::map<std::string, std::string> english_;
-};
-
 X11InputSources::X11InputSources(std::shared_ptr<X11Connection> connection)
-    : x_(std::move(connection)), names_(std::make_unique<Names>()) {}
+    : x_(std::move(connection)), names_(std::make_unique<LayoutNames>()) {}
 
 X11InputSources::~X11InputSources() = default;
 
@@ -83,7 +45,7 @@ std::vector<std::string> X11InputSources::identifiers() const {
   const std::vector<std::string> variants = split(parts[variantPart], ',');
   std::vector<std::string> result;
   for (size_t i = 0; i < std::min(layouts.size(), kMostGroups); ++i) {
-    result.push_back(identifierOf(layouts[i], i < variants.size() ? variants[i] : std::string()));
+    result.push_back(layoutIdentifier(layouts[i], i < variants.size() ? variants[i] : std::string()));
   }
   return result;
 }

@@ -9,6 +9,8 @@
 
 namespace jumplark {
 
+class LayoutNames;
+
 /// The layouts that the session's keyboard was set up with, one an XKB group, as the X server's rules property lists
 /// them. An identifier is the layout's name, with its variant in parentheses if it has one: "us", "de(neo)". The names
 /// come from the XKB registry, in the language of the process's locale; a layout that it does not know goes by its
@@ -24,12 +26,11 @@ class X11InputSources final : public InputSources {
   bool select(const std::string& identifier) override;
 
  private:
-  class Names;
   std::vector<std::string> identifiers() const;
   std::optional<size_t> lockedGroup() const;
 
   std::shared_ptr<X11Connection> x_;
-  std::unique_ptr<Names> names_;
+  std::unique_ptr<LayoutNames> names_;
 };
 
 }  // namespace jumplark

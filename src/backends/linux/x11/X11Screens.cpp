@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "backends/linux/system/PostedSlots.h"
+#include "backends/linux/windows/ScreenOrder.h"
 #include "backends/linux/x11/EventThread.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/WorkAreas.h"
@@ -14,11 +15,6 @@ namespace jumplark {
 namespace {
 
 using x11::takeReply;
-
-struct Monitor {
-  Rect rect;  ///< pixels of the root, top-left origin
-  bool primary = false;
-};
 
 std::vector<Monitor> readMonitors(const X11Connection& x) {
   std::vector<Monitor> result;
@@ -42,28 +38,9 @@ std::vector<Monitor> readMonitors(const X11Connection& x) {
   return result;
 }
 
-void putFirst(std::vector<Monitor>& monitors) {
-  const auto rank = [](const Monitor& m) { return std::tuple(m.rect.y, !m.primary, m.rect.x); };
-  const auto first = std::ranges::min_element(monitors, {}, rank);
-  if (first != monitors.end()) {
-    std::rotate(monitors.begin(), first, first + 1);
-  }
-}
-
 // Pixels of the root, top-left origin, the first one first.
 std::vector<Rect> readRects(const X11Connection& x) {
-  std::vector<Monitor> monitors = readMonitors(x);
-  putFirst(monitors);
-  std::vector<Rect> rects;
-  std::ranges::transform(monitors, std::back_inserter(rects), &Monitor::rect);
-  return rects;
-}
-
-std::vector<Rect> fromBottom(std::vector<Rect> rects, double top) {
-  for (Rect& rect : rects) {
-    rect.y = top - rect.maxY();
-  }
-  return rects;
+  return inOrder(readMonitors(x));
 }
 
 std::vector<Rect> readFrames(const X11Connection& x) {

@@ -11,12 +11,7 @@
 
 namespace jumplark {
 
-/// The monitors of the X screen, in pixels.
-///
-/// X counts rows from the top of the root window. Converting with the top of the first frame (y' = origin y + height -
-/// y) is exact only when that monitor begins at the root's first row, so the primary monitor is first only if it does;
-/// otherwise the leftmost monitor that does. The lower left corner of the first frame has y = 0, columns are the
-/// root's.
+/// The monitors of the X screen, in pixels, in the order of windows/ScreenOrder.h. Columns are the root's.
 class X11Screens final : public Screens {
  public:
   /// The main queue must outlive every token of onFramesChanged.

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "backends/linux/wayland/WaylandOutput.h"
+#include "platform/Input.h"
+#include "platform/InputSources.h"
+#include "platform/Queues.h"
+#include "platform/Token.h"
+
+namespace jumplark {
+
+class WindowSystem;
+
+/// What only the compositor itself can tell or do, each in its own way: one implementation for each. Everything that is
+/// a protocol which several offer is used without it.
+class Compositor {
+ public:
+  virtual ~Compositor() = default;
+
+  /// "sway 1.7"
+  virtual std::string name() const = 0;
+  virtual WindowSystem& windows() = 0;
+  virtual InputSources& inputSources() = 0;
+  /// What bars leave free of an output, in points of the layout.
+  virtual Rect workAreaOf(const WaylandOutput& output) = 0;
+
+  enum class Binding { bound, taken, refused };
+  /// Has `pressed` called at each press of the combination, on a thread that must not be held up, whatever application
+  /// has the keyboard, until `release`. What the user has bound himself is taken. `key` is an X keysym, `modifiers` are
+  /// those of Shortcut.
+  virtual Binding bind(uint32_t key, uint64_t modifiers, std::function<void()> pressed) = 0;
+  virtual void release(uint32_t key, uint64_t modifiers) = 0;
+  /// Whether the user has bound the combination himself.
+  virtual bool isTaken(uint32_t key, uint64_t modifiers) = 0;
+  /// Calls back on any thread when a window of another process than before has got the keyboard.
+  virtual Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) = 0;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,66 @@
+#include "backends/linux/wayland/WaylandBackend.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "backends/linux/wayland/sway/SwayCompositor.h"
+#include "platform/Texts.h"
+
+namespace jumplark {
+namespace {
+
+/// The one that the environment names; null for one that tells nobody where its windows are.
+std::unique_ptr<Compositor> openCompositor() {
+  return sway::SwayCompositor::open();
+}
+
+}  // namespace
+
+WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
+  auto opened = WaylandConnection::open();
+  if (!opened.connection) {
+    return {nullptr, std::move(opened.error)};
+  }
+  auto compositor = openCompositor();
+  if (!compositor) {
+    return {nullptr, localized("This Wayland compositor does not tell which window is in front and where it is, so "
+                               "nothing can be operated: Jumplark knows sway, and X11 sessions.")};
+  }
+  return {std::unique_ptr<WaylandBackend>(
+              new WaylandBackend(std::move(opened.connection), std::move(compositor), mainQueue)),
+          {}};
+}
+
+WaylandBackend::WaylandBackend(std::shared_ptr<WaylandConnection> connection, std::unique_ptr<Compositor> compositor,
+                               TaskQueue& mainQueue)
+    : connection_(std::move(connection)),
+      compositor_(std::move(compositor)),
+      mainQueue_(mainQueue),
+      screens_(connection_, mainQueue, [this](const WaylandOutput& output) { return compositor_->workAreaOf(output); }),
+      workspace_(compositor_->windows(), entries_, &screens_),
+      input_(connection_, *compositor_, screens_),
+      shortcuts_(*compositor_, mainQueue) {}
+
+WaylandBackend::~WaylandBackend() = default;
+
+Token WaylandBackend::onActiveApplicationChanged(std::function<void(int32_t pid)> callback) {
+  if (!compositorsWord_) {
+    compositorsWord_ =
+        compositor_->onActiveApplicationChanged([this](int32_t pid) { activeApplication_.post(mainQueue_, pid); });
+  }
+  return activeApplication_.add(std::move(callback));
+}
+
+void WaylandBackend::closeMenu() {
+  if (menuWillClose_) {
+    menuWillClose_();
+  }
+  input_.typeKey(key_code::escape);
+}
+
+std::string WaylandBackend::description() const {
+  return fmt::format("Compositor: {}", compositor_->name());
+}
+
+}  // namespace jumplark

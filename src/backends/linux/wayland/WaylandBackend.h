@@ -1,0 +1,70 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "backends/linux/wayland/Compositor.h"
+#include "backends/linux/wayland/WaylandConnection.h"
+#include "backends/linux/wayland/WaylandInput.h"
+#include "backends/linux/wayland/WaylandScreens.h"
+#include "backends/linux/wayland/WaylandShortcuts.h"
+#include "backends/linux/windows/DesktopBackend.h"
+#include "backends/linux/windows/DesktopEntries.h"
+#include "backends/linux/windows/WindowMenus.h"
+#include "backends/linux/windows/WindowWorkspace.h"
+
+namespace jumplark {
+
+/// A desktop of a Wayland compositor.
+class WaylandBackend final : public DesktopBackend {
+ public:
+  struct Opened {
+    std::unique_ptr<WaylandBackend> backend;  ///< null when the compositor is out of reach or tells too little
+    std::string error;                        ///< one sentence: what is missing and what to do about it
+  };
+  /// Connects to the compositor that the environment names. The main queue outlives the backend.
+  static Opened open(TaskQueue& mainQueue);
+  ~WaylandBackend() override;
+
+  WindowSystem& windows() override { return compositor_->windows(); }
+  Screens& screens() override { return screens_; }
+  Workspace& workspace() override { return workspace_; }
+  WaylandInput& input() override { return input_; }
+  WindowMenus& windowMenus() override { return windowMenus_; }
+  InputSources& inputSources() override { return compositor_->inputSources(); }
+  GlobalShortcuts& shortcuts() override { return shortcuts_; }
+  void onMenuWillClose(std::function<void()> callback) override { menuWillClose_ = std::move(callback); }
+  Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) override;
+  /// No compositor tells of clicks elsewhere.
+  Token onButtonPress(std::function<void(Point position)> /*callback*/) override { return {}; }
+  std::string description() const override;
+
+  // For the windows of this program.
+
+  /// A menu keeps the keyboard from the query window: reads what can be chosen in it, then closes it.
+  void closeMenu();
+
+ private:
+  /// Windows tell nothing of their menus here.
+  struct NoMenus final : WindowMenus {
+    WindowMenuAddresses menusOf(WindowId /*window*/) override { return {}; }
+  };
+
+  WaylandBackend(std::shared_ptr<WaylandConnection> connection, std::unique_ptr<Compositor> compositor,
+                 TaskQueue& mainQueue);
+
+  std::shared_ptr<WaylandConnection> connection_;
+  std::unique_ptr<Compositor> compositor_;
+  TaskQueue& mainQueue_;
+  DesktopEntries entries_;
+  WaylandScreens screens_;
+  WindowWorkspace workspace_;
+  WaylandInput input_;
+  NoMenus windowMenus_;
+  WaylandShortcuts shortcuts_;
+  PostedSlots<int32_t> activeApplication_;
+  Token compositorsWord_;  ///< of the active application
+  std::function<void()> menuWillClose_;
+};
+
+}  // namespace jumplark

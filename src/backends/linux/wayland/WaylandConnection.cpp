@@ -1,0 +1,406 @@
+#include "backends/linux/wayland/WaylandConnection.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <virtual-keyboard-unstable-v1-client-protocol.h>
+#include <wayland-client-protocol.h>
+#include <wlr-virtual-pointer-unstable-v1-client-protocol.h>
+#include <xdg-output-unstable-v1-client-protocol.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <cstdlib>
+#include <utility>
+
+#include "backends/linux/system/QuietThread.h"
+#include "platform/Texts.h"
+
+namespace jumplark {
+namespace {
+
+constexpr std::chrono::seconds kOpeningPatience{2};
+/// A keymap is some 50 kB; more is no keymap.
+constexpr uint32_t kMostKeymapBytes = 4U << 20U;
+constexpr int kDegreesSwapSides = 1;  // bit of wl_output.transform: a quarter turn, mirrored or not
+
+template <typename Interface>
+Interface* bindTo(wl_registry* registry, uint32_t name, const wl_interface& interface, uint32_t offered,
+                  uint32_t wanted) {
+  return static_cast<Interface*>(wl_registry_bind(registry, name, &interface, std::min(offered, wanted)));
+}
+
+}  // namespace
+
+/// What a question about the compositor's progress leaves behind for whoever waits.
+struct WaylandConnection::Progress {
+  void end(bool Progress::*how) {
+    const std::lock_guard lock(mutex);
+    this->*how = true;
+    changed.notify_all();
+  }
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool done = false;
+  bool gone = false;
+};
+
+/// What has been told of an output so far; `complete` is what was true at the last "done".
+struct WaylandConnection::OutputState {
+  ~OutputState() {
+    if (logical != nullptr) {
+      zxdg_output_v1_destroy(logical);
+    }
+    if (output != nullptr) {
+      wl_output_destroy(output);
+    }
+  }
+
+  void settle() {
+    const bool turned = (transform & kDegreesSwapSides) != 0;
+    const double pixels = turned ? modeHeight : modeWidth;
+    if (told.frame.width <= 0 || told.frame.height <= 0) {  // no xdg-output: whole scales only
+      told.frame.width = pixels / wholeScale;
+      told.frame.height = (turned ? modeWidth : modeHeight) / double(wholeScale);
+    }
+    told.scale = told.frame.width > 0 && pixels > 0 ? pixels / told.frame.width : 1;
+    complete = told;
+  }
+
+  WaylandConnection* owner = nullptr;
+  wl_output* output = nullptr;
+  zxdg_output_v1* logical = nullptr;
+  WaylandOutput told;
+  WaylandOutput complete;
+  int modeWidth = 0;  ///< device pixels, as the monitor is made
+  int modeHeight = 0;
+  int transform = 0;
+  int wholeScale = 1;
+};
+
+/// What the compositor calls; on the thread of the connection, and on the opening one before that runs.
+struct WaylandConnection::Listeners {
+  static void onGlobal(void* data, wl_registry* registry, uint32_t name, const char* interface, uint32_t version) {
+    static_cast<WaylandConnection*>(data)->addGlobal(registry, name, interface, version);
+  }
+  static void onGlobalRemove(void* data, wl_registry* /*registry*/, uint32_t name) {
+    static_cast<WaylandConnection*>(data)->removeGlobal(name);
+  }
+
+  // wl_output
+  static void onGeometry(void* data, wl_output* /*output*/, int32_t x, int32_t y, int32_t /*mmWide*/,
+                         int32_t /*mmHigh*/, int32_t /*subpixel*/, const char* /*make*/, const char* /*model*/,
+                         int32_t transform) {
+    auto& state = *static_cast<OutputState*>(data);
+    state.transform = transform;
+    if (state.logical == nullptr) {
+      state.told.frame.x = x;
+      state.told.frame.y = y;
+    }
+  }
+  static void onMode(void* data, wl_output* /*output*/, uint32_t flags, int32_t width, int32_t height,
+                     int32_t /*refresh*/) {
+    auto& state = *static_cast<OutputState*>(data);
+    if ((flags & WL_OUTPUT_MODE_CURRENT) != 0) {
+      state.modeWidth = width;
+      state.modeHeight = height;
+    }
+  }
+  static void onDone(void* data, wl_output* /*output*/) {
+    auto& state = *static_cast<OutputState*>(data);
+    {
+      const std::lock_guard lock(state.owner->mutex_);
+      state.settle();
+    }
+    state.owner->outputsChanged();
+  }
+  static void onScale(void* data, wl_output* /*output*/, int32_t factor) {
+    static_cast<OutputState*>(data)->wholeScale = std::max(1, factor);
+  }
+  static void onName(void* data, wl_output* /*output*/, const char* name) {
+    static_cast<OutputState*>(data)->told.name = name;
+  }
+  static void onDescription(void* /*data*/, wl_output* /*output*/, const char* /*description*/) {}
+
+  // zxdg_output_v1; its own "done" is wl_output's since version 3
+  static void onLogicalPosition(void* data, zxdg_output_v1* /*output*/, int32_t x, int32_t y) {
+    static_cast<OutputState*>(data)->told.frame.x = x;
+    static_cast<OutputState*>(data)->told.frame.y = y;
+  }
+  static void onLogicalSize(void* data, zxdg_output_v1* /*output*/, int32_t width, int32_t height) {
+    static_cast<OutputState*>(data)->told.frame.width = width;
+    static_cast<OutputState*>(data)->told.frame.height = height;
+  }
+  static void onLogicalDone(void* data, zxdg_output_v1* /*output*/) { onDone(data, nullptr); }
+  static void onLogicalName(void* data, zxdg_output_v1* /*output*/, const char* name) { onName(data, nullptr, name); }
+  static void onLogicalDescription(void* /*data*/, zxdg_output_v1* /*output*/, const char* /*description*/) {}
+
+  // wl_seat and wl_keyboard, for the keymap alone
+  static void onCapabilities(void* data, wl_seat* seat, uint32_t capabilities) {
+    auto& self = *static_cast<WaylandConnection*>(data);
+    if ((capabilities & WL_SEAT_CAPABILITY_KEYBOARD) != 0) {
+      static const wl_keyboard_listener kKeyboard{onKeymap, onEnter, onLeave, onKey, onModifiers, onRepeat};
+      wl_keyboard_add_listener(wl_seat_get_keyboard(seat), &kKeyboard, &self);
+    }
+  }
+  static void onSeatName(void* /*data*/, wl_seat* /*seat*/, const char* /*name*/) {}
+  static void onKeymap(void* data, wl_keyboard* /*keyboard*/, uint32_t format, int32_t fd, uint32_t size) {
+    auto& self = *static_cast<WaylandConnection*>(data);
+    const FileDescriptor owned(fd);
+    if (format != WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1 || size == 0 || size > kMostKeymapBytes) {
+      return;
+    }
+    void* const text = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
+    if (text == MAP_FAILED) {
+      return;
+    }
+    std::string keymap(static_cast<const char*>(text), size);
+    munmap(text, size);
+    keymap.resize(std::min(keymap.find('\0'), keymap.size()));
+    const std::lock_guard lock(self.mutex_);
+    self.keymap_ = std::move(keymap);
+  }
+  static void onEnter(void* /*data*/, wl_keyboard* /*keyboard*/, uint32_t /*serial*/, wl_surface* /*surface*/,
+                      wl_array* /*keys*/) {}
+  static void onLeave(void* /*data*/, wl_keyboard* /*keyboard*/, uint32_t /*serial*/, wl_surface* /*surface*/) {}
+  static void onKey(void* /*data*/, wl_keyboard* /*keyboard*/, uint32_t /*serial*/, uint32_t /*time*/, uint32_t /*key*/,
+                    uint32_t /*state*/) {}
+  static void onModifiers(void* /*data*/, wl_keyboard* /*keyboard*/, uint32_t /*serial*/, uint32_t /*depressed*/,
+                          uint32_t /*latched*/, uint32_t /*locked*/, uint32_t /*group*/) {}
+  static void onRepeat(void* /*data*/, wl_keyboard* /*keyboard*/, int32_t /*rate*/, int32_t /*delay*/) {}
+};
+
+WaylandConnection::Opened WaylandConnection::open() {
+  wl_display* const display = wl_display_connect(nullptr);
+  if (display == nullptr) {
+    const char* const name = std::getenv("WAYLAND_DISPLAY");
+    return {nullptr, localizedFormat("The Wayland compositor '{}' does not answer. Start Jumplark in the session that "
+                                     "it shall operate.",
+                                     name != nullptr ? name : "wayland-0")};
+  }
+  std::shared_ptr<WaylandConnection> connection(new WaylandConnection(display));
+  std::string error = connection->discover();
+  if (!error.empty()) {
+    return {nullptr, std::move(error)};
+  }
+  connection->thread_ = startQuietThread([self = connection.get()] { self->run(); });
+  return {std::move(connection), {}};
+}
+
+WaylandConnection::WaylandConnection(wl_display* display)
+    : display_(display), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+WaylandConnection::~WaylandConnection() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  if (thread_.joinable()) {
+    eventfd_write(wake_.get(), 1);
+    thread_.join();
+  }
+  outputs_.clear();
+  wl_display_disconnect(display_);
+}
+
+/// The compositor tells its globals, then what it has to say of each. Empty when it has.
+std::string WaylandConnection::discover() {
+  static const wl_registry_listener kRegistry{Listeners::onGlobal, Listeners::onGlobalRemove};
+  registry_ = wl_display_get_registry(display_);
+  wl_registry_add_listener(registry_, &kRegistry, this);
+  const auto deadline = std::chrono::steady_clock::now() + kOpeningPatience;
+  for (int round = 0; round < 2; ++round) {
+    bool done = false;
+    static const wl_callback_listener kDone{[](void* data, wl_callback* callback, uint32_t /*serial*/) {
+      *static_cast<bool*>(data) = true;
+      wl_callback_destroy(callback);
+    }};
+    wl_callback_add_listener(wl_display_sync(display_), &kDone, &done);
+    while (!done) {
+      const auto left =
+          std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+      if (left.count() <= 0 || !readOnce(static_cast<int>(left.count()))) {
+        return localized("The Wayland compositor does not answer. Log in anew if it does not recover.");
+      }
+    }
+  }
+  return {};
+}
+
+void WaylandConnection::addGlobal(wl_registry* registry, uint32_t name, const std::string& interface,
+                                  uint32_t version) {
+  if (interface == wl_output_interface.name) {
+    addOutput(registry, name, version);
+  } else if (interface == wl_seat_interface.name && globals_.seat == nullptr) {
+    static const wl_seat_listener kSeat{Listeners::onCapabilities, Listeners::onSeatName};
+    globals_.seat = bindTo<wl_seat>(registry, name, wl_seat_interface, version, 5);
+    wl_seat_add_listener(globals_.seat, &kSeat, this);
+  } else if (interface == zwlr_virtual_pointer_manager_v1_interface.name && globals_.virtualPointers == nullptr) {
+    globals_.virtualPointers =
+        bindTo<zwlr_virtual_pointer_manager_v1>(registry, name, zwlr_virtual_pointer_manager_v1_interface, version, 1);
+  } else if (interface == zwp_virtual_keyboard_manager_v1_interface.name && globals_.virtualKeyboards == nullptr) {
+    globals_.virtualKeyboards =
+        bindTo<zwp_virtual_keyboard_manager_v1>(registry, name, zwp_virtual_keyboard_manager_v1_interface, version, 1);
+  } else if (interface == zxdg_output_manager_v1_interface.name && globals_.outputManager == nullptr) {
+    globals_.outputManager =
+        bindTo<zxdg_output_manager_v1>(registry, name, zxdg_output_manager_v1_interface, version, 3);
+    for (const auto& [number, output] : outputs_) {
+      watchLogical(*output);
+    }
+  } else if (interface == "zwlr_layer_shell_v1") {
+    globals_.hasLayerShell = true;
+  }
+}
+
+void WaylandConnection::addOutput(wl_registry* registry, uint32_t name, uint32_t version) {
+  static const wl_output_listener kOutput{Listeners::onGeometry, Listeners::onMode, Listeners::onDone,
+                                          Listeners::onScale,    Listeners::onName, Listeners::onDescription};
+  auto state = std::make_unique<OutputState>();
+  state->owner = this;
+  state->told.global = name;
+  state->output = bindTo<wl_output>(registry, name, wl_output_interface, version, 4);
+  wl_output_add_listener(state->output, &kOutput, state.get());
+  watchLogical(*state);
+  const std::lock_guard lock(mutex_);
+  outputs_[name] = std::move(state);
+}
+
+void WaylandConnection::watchLogical(OutputState& state) {
+  static const zxdg_output_v1_listener kLogical{Listeners::onLogicalPosition, Listeners::onLogicalSize,
+                                                Listeners::onLogicalDone, Listeners::onLogicalName,
+                                                Listeners::onLogicalDescription};
+  if (globals_.outputManager != nullptr && state.logical == nullptr) {
+    state.logical = zxdg_output_manager_v1_get_xdg_output(globals_.outputManager, state.output);
+    zxdg_output_v1_add_listener(state.logical, &kLogical, &state);
+  }
+}
+
+void WaylandConnection::removeGlobal(uint32_t name) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (outputs_.erase(name) == 0) {
+      return;
+    }
+  }
+  outputsChanged();
+}
+
+void WaylandConnection::outputsChanged() {
+  std::vector<std::shared_ptr<std::function<void()>>> callbacks;
+  {
+    const std::lock_guard lock(mutex_);
+    callbacks = outputCallbacks_;
+  }
+  for (const auto& callback : callbacks) {
+    (*callback)();
+  }
+}
+
+std::vector<WaylandOutput> WaylandConnection::outputs() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<WaylandOutput> result;
+  for (const auto& [name, state] : outputs_) {
+    if (state->complete.frame.width > 0 && state->complete.frame.height > 0) {
+      result.push_back(state->complete);
+    }
+  }
+  return result;
+}
+
+Token WaylandConnection::onOutputsChanged(std::function<void()> callback) {
+  const auto entry = std::make_shared<std::function<void()>>(std::move(callback));
+  const std::lock_guard lock(mutex_);
+  outputCallbacks_.push_back(entry);
+  return Token([this, entry] {
+    const std::lock_guard guard(mutex_);
+    std::erase(outputCallbacks_, entry);
+  });
+}
+
+std::string WaylandConnection::keymap() const {
+  const std::lock_guard lock(mutex_);
+  return keymap_;
+}
+
+void WaylandConnection::flush() {
+  wl_display_flush(display_);
+}
+
+bool WaylandConnection::settle(std::chrono::milliseconds limit) {
+  const auto progress = std::make_shared<Progress>();
+  {
+    const std::lock_guard lock(mutex_);
+    if (gone_) {
+      return false;
+    }
+    questions_.push_back(progress);
+  }
+  eventfd_write(wake_.get(), 1);
+  std::unique_lock lock(progress->mutex);
+  return progress->changed.wait_for(lock, limit, [&] { return progress->done || progress->gone; }) && progress->done;
+}
+
+/// On the thread of the connection, since an answer that came before its listener would be lost.
+void WaylandConnection::askQuestions() {
+  eventfd_t count = 0;
+  eventfd_read(wake_.get(), &count);
+  std::vector<std::shared_ptr<Progress>> questions;
+  {
+    const std::lock_guard lock(mutex_);
+    questions.swap(questions_);
+  }
+  static const wl_callback_listener kDone{[](void* data, wl_callback* callback, uint32_t /*serial*/) {
+    const std::unique_ptr<std::shared_ptr<Progress>> held(static_cast<std::shared_ptr<Progress>*>(data));
+    (*held)->end(&Progress::done);
+    wl_callback_destroy(callback);
+  }};
+  for (auto& question : questions) {
+    asked_.push_back(question);
+    wl_callback_add_listener(wl_display_sync(display_), &kDone, new std::shared_ptr<Progress>(std::move(question)));
+  }
+  std::erase_if(asked_, [](const auto& question) { return question.expired(); });
+}
+
+/// Reads and handles what there is, waiting for it; false when the compositor has gone or the time is over.
+bool WaylandConnection::readOnce(int timeoutMs) {
+  while (wl_display_prepare_read(display_) != 0) {
+    if (wl_display_dispatch_pending(display_) < 0) {
+      return false;
+    }
+  }
+  wl_display_flush(display_);
+  pollfd waiting[2] = {{wl_display_get_fd(display_), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
+  const int ready = poll(waiting, 2, timeoutMs);
+  if (ready <= 0 || (waiting[0].revents & POLLIN) == 0) {
+    wl_display_cancel_read(display_);
+    return (ready < 0 && errno == EINTR) || (ready > 0 && waiting[0].revents == 0);
+  }
+  return wl_display_read_events(display_) == 0 && wl_display_dispatch_pending(display_) >= 0;
+}
+
+void WaylandConnection::run() {
+  constexpr int kForEver = -1;
+  const auto stopping = [this] {
+    const std::lock_guard lock(mutex_);
+    return stopping_;
+  };
+  bool alive = true;
+  while (alive && !stopping()) {
+    askQuestions();
+    alive = readOnce(kForEver);
+  }
+  const std::lock_guard lock(mutex_);
+  gone_ = true;
+  for (const auto& question : questions_) {
+    question->end(&Progress::gone);
+  }
+  for (const auto& weak : asked_) {
+    if (const auto question = weak.lock()) {
+      question->end(&Progress::gone);
+    }
+  }
+}
+
+}  // namespace jumplark

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <wayland-client-core.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "backends/linux/system/FileDescriptor.h"
+#include "backends/linux/wayland/WaylandOutput.h"
+#include "platform/Token.h"
+
+struct wl_registry;
+struct wl_seat;
+struct zwlr_virtual_pointer_manager_v1;
+struct zwp_virtual_keyboard_manager_v1;
+struct zxdg_output_manager_v1;
+
+namespace jumplark {
+
+/// What a compositor offers to everybody, as far as it is used here; null where it does not.
+struct WaylandGlobals {
+  wl_seat* seat = nullptr;  ///< the first one
+  zwlr_virtual_pointer_manager_v1* virtualPointers = nullptr;
+  zwp_virtual_keyboard_manager_v1* virtualKeyboards = nullptr;
+  zxdg_output_manager_v1* outputManager = nullptr;
+  bool hasLayerShell = false;
+};
+
+/// A connection to the compositor besides that of our windows, with a thread that reads it. Requests may be made from
+/// any thread. A compositor that ends or hangs holds nobody up: requests have no effect then.
+class WaylandConnection {
+ public:
+  struct Opened {
+    std::shared_ptr<WaylandConnection> connection;  ///< null when the compositor is out of reach
+    std::string error;                              ///< one sentence: what is wrong and what to do about it
+  };
+  /// Connects to the compositor that WAYLAND_DISPLAY names. Waits two seconds at most.
+  static Opened open();
+
+  WaylandConnection(const WaylandConnection&) = delete;
+  WaylandConnection& operator=(const WaylandConnection&) = delete;
+  ~WaylandConnection();
+
+  wl_display* display() const { return display_; }
+  /// What was there at the opening.
+  const WaylandGlobals& globals() const { return globals_; }
+  /// Sends what has been requested.
+  void flush();
+  /// Returns when the compositor has carried out what was requested so far; false when it has gone, or has not done so
+  /// within the limit. Not on the thread of this connection.
+  bool settle(std::chrono::milliseconds limit = std::chrono::milliseconds(500));
+
+  /// In the order in which the compositor told of them.
+  std::vector<WaylandOutput> outputs() const;
+  /// Called on the thread of this connection after every change of outputs().
+  Token onOutputsChanged(std::function<void()> callback);
+  /// The user's keymap as xkbcommon reads it, and its group; empty as long as the compositor has told none.
+  std::string keymap() const;
+
+ private:
+  struct Listeners;
+  struct OutputState;
+  struct Progress;
+  explicit WaylandConnection(wl_display* display);
+
+  std::string discover();
+  void addGlobal(wl_registry* registry, uint32_t name, const std::string& interface, uint32_t version);
+  void removeGlobal(uint32_t name);
+  void addOutput(wl_registry* registry, uint32_t name, uint32_t version);
+  void watchLogical(OutputState& state);
+  void outputsChanged();
+  void askQuestions();
+  void run();
+  bool readOnce(int timeoutMs);
+
+  wl_display* display_;
+  wl_registry* registry_ = nullptr;
+  WaylandGlobals globals_;
+  FileDescriptor wake_;
+  mutable std::mutex mutex_;  ///< leaf
+  std::map<uint32_t, std::unique_ptr<OutputState>> outputs_;
+  std::vector<std::shared_ptr<std::function<void()>>> outputCallbacks_;
+  std::string keymap_;
+  std::vector<std::shared_ptr<Progress>> questions_;  ///< not asked yet
+  std::vector<std::weak_ptr<Progress>> asked_;        ///< the thread's own
+  bool gone_ = false;
+  bool stopping_ = false;
+  std::thread thread_;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+
+#include "backends/linux/wayland/VirtualKeyboard.h"
+#include "backends/linux/wayland/VirtualPointer.h"
+#include "backends/linux/wayland/WaylandScreens.h"
+#include "backends/linux/wayland/WaylandTaps.h"
+#include "backends/linux/windows/DesktopInput.h"
+
+namespace jumplark {
+
+/// Pointer and keyboard of our own on the compositor's seat, as far as it offers them: where it does not, nothing is
+/// posted. Make it early, see VirtualPointer.
+class WaylandInput final : public DesktopInput {
+ public:
+  /// All must outlive this.
+  WaylandInput(std::shared_ptr<WaylandConnection> connection, Compositor& compositor, WaylandScreens& screens);
+
+  std::unique_ptr<EventTapHandle> createEventTap(const EventTapConfiguration& configuration,
+                                                 EventTapCallback callback) override;
+  void postMouseEvent(const MouseEvent& event, uint32_t location) override;
+  void beep() override {}
+  void typeKey(int64_t keyCode) override;
+  /// Which menus are open no compositor tells, and Escape would close anything else: leaves them open.
+  void closeMenus() override {}
+  void clickSecondary(Point place) override;
+  std::optional<Point> pointer() const override { return screens_.notedPointer(); }
+
+  WaylandTaps& taps() { return *taps_; }
+  /// The modifiers that the user held when this program's window had the keyboard last; see modifier_flag. They are
+  /// taken back before the next press.
+  void noteHeldModifiers(uint64_t flags) { held_ = flags; }
+
+ private:
+  void releaseModifiers();
+
+  WaylandScreens& screens_;
+  std::shared_ptr<WaylandTaps> taps_;
+  std::unique_ptr<VirtualPointer> pointer_;
+  std::unique_ptr<VirtualKeyboard> keyboard_;
+  std::atomic<uint64_t> held_{0};
+};
+
+}  // namespace jumplark

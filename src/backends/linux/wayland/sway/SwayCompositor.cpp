@@ -1,0 +1,113 @@
+#include "backends/linux/wayland/sway/SwayCompositor.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "backends/linux/wayland/sway/SwayTree.h"
+
+namespace jumplark::sway {
+
+std::unique_ptr<SwayCompositor> SwayCompositor::open() {
+  const char* const path = std::getenv("SWAYSOCK");
+  if (path == nullptr || *path == '\0') {
+    return nullptr;
+  }
+  auto ipc = std::make_shared<Ipc>(path);
+  const auto version = ipc->ask(Message::getVersion);
+  if (!version || !version->is_object()) {
+    return nullptr;
+  }
+  const auto number = [&](const char* key) {
+    const auto found = version->find(key);
+    return found != version->end() && found->is_number_integer() ? found->get<int>() : 0;
+  };
+  std::string name = fmt::format("sway {}.{}", number("major"), number("minor"));
+  return std::unique_ptr<SwayCompositor>(new SwayCompositor(std::move(ipc), std::move(name)));
+}
+
+SwayCompositor::SwayCompositor(std::shared_ptr<Ipc> ipc, std::string name)
+    : ipc_(std::move(ipc)), name_(std::move(name)), windows_(ipc_), inputSources_(ipc_), bindings_(ipc_) {}
+
+SwayCompositor::~SwayCompositor() = default;
+
+Rect SwayCompositor::workAreaOf(const WaylandOutput& output) {
+  const auto answer = ipc_->ask(Message::getWorkspaces);
+  const std::vector<Workspace> workspaces = answer ? readWorkspaces(*answer) : std::vector<Workspace>();
+  const auto found = std::ranges::find(workspaces, output.name, &Workspace::output);
+  return found == workspaces.end() ? output.frame : found->area;
+}
+
+void SwayCompositor::listen() {
+  const std::lock_guard lock(mutex_);
+  if (!events_) {
+    events_ = std::make_unique<Events>(ipc_->path(), Events::Handlers{[this](const Answer& event) { handle(event); },
+                                                                      [this] { bindings_.bindAnew(); }});
+  }
+}
+
+Compositor::Binding SwayCompositor::bind(uint32_t key, uint64_t modifiers, std::function<void()> pressed) {
+  listen();
+  return bindings_.bind({key, modifiers}, std::move(pressed));
+}
+
+void SwayCompositor::release(uint32_t key, uint64_t modifiers) {
+  bindings_.release({key, modifiers});
+}
+
+bool SwayCompositor::isTaken(uint32_t key, uint64_t modifiers) {
+  return bindings_.isTaken({key, modifiers});
+}
+
+void SwayCompositor::handle(const Answer& event) {
+  if (!event.body.is_object()) {
+    return;
+  }
+  const std::string change = event.body.value("change", std::string());
+  if (event.type == Events::kBinding && event.body.contains("binding") && event.body.at("binding").is_object()) {
+    bindings_.ran(event.body.at("binding").value("command", std::string()));
+  } else if ((event.type == Events::kWorkspace && change == "reload") ||
+             (event.type == Events::kMode && change == "default")) {
+    // A new reading of the configuration takes away what was bound at run time; and what is bound while a mode is on
+    // belongs to that mode.
+    bindings_.bindAnew();
+  } else if (event.type == Events::kWindow && change == "focus") {
+    focusChanged(event.body);
+  }
+}
+
+void SwayCompositor::focusChanged(const nlohmann::json& event) {
+  const auto window = event.value("container", nlohmann::json());
+  const auto pid = window.is_object() ? window.value("pid", nlohmann::json()) : nlohmann::json();
+  if (!pid.is_number_integer() || pid.get<int64_t>() <= 0 || pid.get<int64_t>() > INT32_MAX ||
+      pid.get<int32_t>() == getpid()) {
+    return;
+  }
+  std::vector<std::shared_ptr<std::function<void(int32_t)>>> callbacks;
+  {
+    const std::lock_guard lock(mutex_);
+    if (std::exchange(activePid_, pid.get<int32_t>()) == activePid_) {
+      return;
+    }
+    callbacks = callbacks_;
+  }
+  for (const auto& callback : callbacks) {
+    (*callback)(pid.get<int32_t>());
+  }
+}
+
+Token SwayCompositor::onActiveApplicationChanged(std::function<void(int32_t pid)> callback) {
+  listen();
+  const auto entry = std::make_shared<std::function<void(int32_t)>>(std::move(callback));
+  const std::lock_guard lock(mutex_);
+  callbacks_.push_back(entry);
+  return Token([this, entry] {
+    const std::lock_guard guard(mutex_);
+    std::erase(callbacks_, entry);
+  });
+}
+
+}  // namespace jumplark::sway

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "backends/linux/wayland/Compositor.h"
+#include "backends/linux/wayland/sway/SwayBindings.h"
+#include "backends/linux/wayland/sway/SwayEvents.h"
+#include "backends/linux/wayland/sway/SwayInputSources.h"
+#include "backends/linux/wayland/sway/SwayWindows.h"
+
+namespace jumplark::sway {
+
+/// sway, by its IPC protocol.
+class SwayCompositor final : public Compositor {
+ public:
+  /// Null where SWAYSOCK names no socket on which sway answers.
+  static std::unique_ptr<SwayCompositor> open();
+  ~SwayCompositor() override;
+
+  std::string name() const override { return name_; }
+  WindowSystem& windows() override { return windows_; }
+  jumplark::InputSources& inputSources() override { return inputSources_; }
+  Rect workAreaOf(const WaylandOutput& output) override;
+  Binding bind(uint32_t key, uint64_t modifiers, std::function<void()> pressed) override;
+  void release(uint32_t key, uint64_t modifiers) override;
+  bool isTaken(uint32_t key, uint64_t modifiers) override;
+  Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) override;
+
+ private:
+  SwayCompositor(std::shared_ptr<Ipc> ipc, std::string name);
+  void listen();
+  void handle(const Answer& event);
+  void focusChanged(const nlohmann::json& event);
+
+  std::shared_ptr<Ipc> ipc_;
+  std::string name_;
+  Windows windows_;
+  InputSources inputSources_;
+  Bindings bindings_;
+  std::mutex mutex_;  ///< leaf
+  std::vector<std::shared_ptr<std::function<void(int32_t)>>> callbacks_;
+  int32_t activePid_ = -1;
+  std::unique_ptr<Events> events_;  ///< made at the first need
+};
+
+}  // namespace jumplark::sway
