@@ -72,6 +72,15 @@ TEST(FrameMatching, decidesByTitlesThenByPlaces) {
             "1:b 2:a ");
 }
 
+TEST(FrameMatching, decidesBySizesThatMayHoldAShadowWhereTheWindowTellsNone) {
+  WindowFacts large = window(1, "Same", {0, 0, 648, 448});
+  WindowFacts small = window(2, "Same", kClient);
+  large.knowsItsPlace = small.knowsItsPlace = false;
+  EXPECT_EQ(matches({frame("a", "Same", {0, 0, 452, 352}, true), frame("b", "Same", {0, 0, 700, 500})}, {large, small},
+                    toolkit("gtk", "3.24.38")),
+            "1:b 2:a ");
+}
+
 TEST(FrameMatching, matchesWhatIsAlikeInNothingOnlyIfItIsAlone) {
   const Toolkit& qt = toolkit("Qt", "6.4.2");
   const FrameFacts odd = frame("odd", "Odd", {1, 1, 2, 2});

@@ -14,6 +14,9 @@ constexpr double kTitlePart = 1.5;
 constexpr double kSize = 2;
 constexpr double kPosition = 2;
 constexpr double kPositionAlone = 1;
+/// A frame may count a shadow that its window's size leaves out, so that the size tells less.
+constexpr double kSizeWithShadow = 1;
+constexpr double kWidestShadow = 160;
 /// Only decides between frames that are alike otherwise: the keyboard may be elsewhere by now.
 constexpr double kActive = 0.5;
 
@@ -28,12 +31,20 @@ double likenessOfTitles(const std::string& name, const std::string& title) {
   return part ? kTitlePart : -1;
 }
 
+bool mayHaveShadow(const Rect& reported, const Rect& rect) {
+  const double across = reported.width - rect.width;
+  const double down = reported.height - rect.height;
+  return across >= 0 && across <= kWidestShadow && down >= 0 && down <= kWidestShadow;
+}
+
 double likenessOfRects(const Rect& reported, const WindowFacts& window, bool hasPosition) {
   double best = 0;
   for (const Rect& rect : rectsOf(window)) {
     const bool size = scaleBetween(reported, rect) > 0;
     const bool position =
         hasPosition && isNear(reported.x, rect.x, kTolerance) && isNear(reported.y, rect.y, kTolerance);
+    const bool shadow = !window.knowsItsPlace && mayHaveShadow(reported, rect);
+    best = std::max(best, shadow ? kSizeWithShadow : 0);
     best = std::max(best, size ? kSize + (position ? kPosition : 0) : position ? kPositionAlone : 0);
   }
   return best;
@@ -82,6 +93,15 @@ std::vector<MatchedFrame> matchFrames(std::vector<FrameFacts> frames, const std:
     }
   }
   return matched;
+}
+
+Point originOf(const ElementRef& frame, const std::vector<MatchedFrame>& matched, const Toolkit& toolkit) {
+  const auto own = std::ranges::find_if(matched, [&](const MatchedFrame& one) { return one.frame.element == frame; });
+  if (own != matched.end()) {
+    return toolkit.originIn(own->window, own->frame.reported);
+  }
+  const bool isLost = !matched.empty() && !matched.front().window.knowsItsPlace;
+  return isLost ? toolkit.originIn(matched.front().window, matched.front().frame.reported) : Point{};
 }
 
 ElementRef focusedFrame(const std::vector<MatchedFrame>& matched, const std::vector<FrameFacts>& frames,

@@ -34,6 +34,10 @@ double likeness(const FrameFacts& frame, const WindowFacts& window, const Toolki
 std::vector<MatchedFrame> matchFrames(std::vector<FrameFacts> frames, const std::vector<WindowFacts>& windows,
                                       const Toolkit& toolkit);
 
+/// What must be added to extents told inside a frame, see Toolkit::originIn(). A frame without a window is an open
+/// pop-up, which counts from where its window does, the topmost one.
+Point originOf(const ElementRef& frame, const std::vector<MatchedFrame>& matched, const Toolkit& toolkit);
+
 /// The frames of an application as they were told at one time, each with its window where it has one.
 struct MatchedFrames {
   std::vector<FrameFacts> frames;

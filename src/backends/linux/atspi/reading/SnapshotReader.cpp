@@ -11,21 +11,13 @@
 #include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/reading/Popups.h"
 #include "backends/linux/atspi/reading/WalkSteps.h"
+#include "backends/linux/atspi/reading/WindowSurfaces.h"
 
 namespace jumplark::atspi {
 namespace {
 
 bool isPanel(const std::vector<WindowFacts>& windows) {
   return std::any_of(windows.begin(), windows.end(), [](const auto& w) { return w.type == WindowType::dock; });
-}
-
-Point offsetOf(const SnapshotDraft& snapshot, const ElementRef& frame) {
-  for (const MatchedFrame& matched : snapshot.frames) {
-    if (matched.frame.element == frame) {
-      return snapshot.toolkit->originIn(matched.window, matched.frame.reported);
-    }
-  }
-  return {};
 }
 
 Placement placementOf(const SnapshotDraft& snapshot) {
@@ -169,6 +161,7 @@ void SnapshotReader::readFrames(Pass& pass) {
     pass.ahead->finish();
   }
   pass.draft.frames = matchFrames(pass.frames, pass.windows, pass.toolkit());
+  findSurfaces(pass.runner, pass.toolkit(), pass.draft.frames, pass.deadline);
   pass.draft.focusedWindow = focusedFrame(pass.draft.frames, pass.frames, !pass.windows.empty());
   addApplication(pass.draft, applicationRead[0].facts, pass.frames);
 }
@@ -197,7 +190,7 @@ void SnapshotReader::readRoots(Pass& pass) {
   pass.draft.cache = pass.cache;
   for (const ElementRef& root : pass.roots) {
     const WalkPlan plan{&pass.toolkit(),
-                        offsetOf(pass.draft, root),
+                        originOf(root, pass.draft.frames, pass.toolkit()),
                         pass.draft.visibleOnly,
                         pass.deadline,
                         pass.cancelled,
@@ -231,7 +224,7 @@ void SnapshotReader::addOtherFrames(CallRunner& runner, SnapshotDraft& snapshot,
     ReadRequest request;
     request.facts.ref = frame;
     request.wanted = facts::identity | facts::texts | facts::extents;
-    request.context = {snapshot.toolkit, offsetOf(snapshot, frame)};
+    request.context = {snapshot.toolkit, originOf(frame, snapshot.frames, *snapshot.toolkit)};
     requests.push_back(std::move(request));
   }
   FactsReader(runner).read(requests, deadline);

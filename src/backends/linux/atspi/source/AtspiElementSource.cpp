@@ -8,6 +8,7 @@
 #include "backends/linux/atspi/element/Parts.h"
 #include "backends/linux/atspi/reading/TextReading.h"
 #include "backends/linux/atspi/reading/VisibleChildren.h"
+#include "backends/linux/atspi/reading/WindowSurfaces.h"
 #include "backends/linux/atspi/source/ActionReader.h"
 
 namespace jumplark::atspi {
@@ -213,17 +214,15 @@ Point AtspiElementSource::originOf(const ElementRef& element, const Toolkit& too
   const std::vector<MatchedFrame> matched =
       scope.known ? scope.known->frames : frames(calls::applicationOf(*handleOf(element))).matched;
   BudgetedCalls runner = within(bus_, scope);
+  const auto isFrame = [&](const ElementRef& one) {
+    return std::ranges::any_of(matched, [&](const MatchedFrame& m) { return m.frame.element == one; });
+  };
   ElementRef above = element;
-  for (int i = 0; i < ElementTree::kMostAncestors && handleOf(above); ++i) {
-    for (const MatchedFrame& m : matched) {
-      if (m.frame.element == above) {
-        return toolkit.originIn(m.window, m.frame.reported);
-      }
-    }
+  for (int i = 0; i < ElementTree::kMostAncestors && handleOf(above) && !isFrame(above); ++i) {
     const FactsPointer known = scope.placed ? scope.placed->find(above) : nullptr;
     above = known ? known->parent : callOnce(runner, calls::parent(*handleOf(above)), deadline()).value;
   }
-  return {};
+  return jumplark::atspi::originOf(above, matched, toolkit);
 }
 
 AccessibilityResult<std::vector<ElementRef>> AtspiElementSource::childrenInRange(const ElementRef& element,
@@ -248,6 +247,7 @@ MatchedFrames AtspiElementSource::frames(const ElementRef& application) {
   now.frames = registry_.framesOf(application, deadline());
   const std::vector<WindowFacts> windows = registry_.windowsOf(application);
   now.matched = matchFrames(now.frames, windows, toolkit);
+  findSurfaces(bus_, toolkit, now.matched, deadline());
   now.focused = focusedFrame(now.matched, now.frames, !windows.empty());
   return now;
 }
