@@ -18,6 +18,7 @@
 #include "backends/linux/qt/LabelPainter.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/QtViews.h"
+#include "backends/linux/qt/x11/X11Windows.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "backends/linux/x11/Reply.h"
 #include "backends/linux/x11/X11Connection.h"
@@ -106,7 +107,7 @@ int main() {
     return EXIT_FAILURE;
   }
   X11Screens screens(x, queues.mainQueue());
-  QtViews views({x, screens, queues.mainQueue(), {}});
+  QtViews views({std::make_unique<X11Windows>(x, WindowCallbacks{}), screens, queues.mainQueue()});
   const auto overlay = views.makeOverlay();
   const Rect screen = screens.primaryFrame();
   QImage image(static_cast<int>(screen.width), static_cast<int>(screen.height), QImage::Format_ARGB32_Premultiplied);

@@ -16,6 +16,7 @@
 #include "backends/linux/qt/QtDesktopServices.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/QtViews.h"
+#include "backends/linux/qt/x11/X11Windows.h"
 #include "backends/linux/system/AutostartFile.h"
 #include "backends/linux/system/CurlHttp.h"
 #include "backends/linux/system/DefaultsFile.h"
@@ -75,7 +76,7 @@ struct LinuxProgram::Parts {
                  {[this] { return checkHealth(queues); },
                   [this](int32_t pid) { return desktop ? desktop->adviceForSilence(pid) : std::string(); }}),
         loginItem(queues, AutostartFile::Session::fromEnvironment(), AutostartFile::programFromSystem()),
-        views({x11().connection(), backend->screens(), queues.mainQueue(), windowCallbacks()}),
+        views({nativeWindows(), backend->screens(), queues.mainQueue()}),
         appViews(views, queues.mainQueue()) {
     if (desktop) {
       backend->onMenuWillClose([this] { desktop->menuWillClose(); });
@@ -86,18 +87,19 @@ struct LinuxProgram::Parts {
 
   X11Backend& x11() { return dynamic_cast<X11Backend&>(*backend); }
 
-  WindowCallbacks windowCallbacks() {
-    return {[this](uint32_t window) {
-              if (desktop) {
-                backend->windows().requestActive(window, true);
-              }
-            },
-            [this] { x11().shortcuts().keyboardArrived(); },
-            [this](uint32_t window) {
-              if (desktop) {
-                x11().windows().passOver(window);
-              }
-            }};
+  std::unique_ptr<NativeWindows> nativeWindows() {
+    WindowCallbacks callbacks{[this](uint32_t window) {
+                                if (desktop) {
+                                  backend->windows().requestActive(window, true);
+                                }
+                              },
+                              [this] { x11().shortcuts().keyboardArrived(); },
+                              [this](uint32_t window) {
+                                if (desktop) {
+                                  x11().windows().passOver(window);
+                                }
+                              }};
+    return std::make_unique<X11Windows>(x11().connection(), std::move(callbacks));
   }
 
   void watchDesktop() {

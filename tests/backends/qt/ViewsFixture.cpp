@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "backends/linux/qt/x11/X11Windows.h"
 #include "platform/Input.h"
 
 namespace jumplark {
@@ -19,7 +20,8 @@ void ViewsTest::startViews(const desktop::SessionOptions& options) {
   WindowCallbacks callbacks{[this](uint32_t window) { windows_->requestActive(window, true); },
                             [this] { told_.emplace_back("keyboard"); },
                             {}};
-  views_ = std::make_unique<QtViews>(QtViews::World{x_, *screens_, queues_->mainQueue(), std::move(callbacks)});
+  views_ = std::make_unique<QtViews>(
+      QtViews::World{std::make_unique<X11Windows>(x_, std::move(callbacks)), *screens_, queues_->mainQueue()});
   query_ = views_->makeQueryWindow();
   query_->setDelegate(this);
   query_->setLevel(window_level::dock + 1);

@@ -1,28 +1,25 @@
 #include "backends/linux/qt/KeyTranslator.h"
 
 #include <QKeyEvent>
-#include <chrono>
 #include <utility>
 
-#include "backends/linux/qt/NativeDisplay.h"
-#include "backends/linux/x11/KeyboardMap.h"
-#include "backends/linux/x11/X11Connection.h"
+#include "backends/linux/qt/KeyMeanings.h"
+#include "platform/Input.h"
 
 namespace jumplark {
 namespace {
 
-/// One change of the layout comes as several events.
-constexpr std::chrono::milliseconds kQuietAfterRemap{50};
-
-// Details of XKB's event, from the extension's protocol.
-constexpr uint8_t kNewKeyboardNotify = 0;
-constexpr uint8_t kMapNotify = 1;
+// Bits of a native state, the same on X11 and in the keymaps that compositors hand out.
+constexpr uint32_t kShift = 1U << 0U;
+constexpr uint32_t kControl = 1U << 2U;
+constexpr uint32_t kMod1 = 1U << 3U;
+constexpr uint32_t kMod4 = 1U << 6U;
 
 uint64_t flagsOf(uint32_t state) {
-  const std::pair<uint32_t, uint64_t> kBits[] = {{XCB_MOD_MASK_SHIFT, modifier_flag::shift},
-                                                 {XCB_MOD_MASK_CONTROL, modifier_flag::control},
-                                                 {XCB_MOD_MASK_1, modifier_flag::option},
-                                                 {XCB_MOD_MASK_4, modifier_flag::command}};
+  constexpr std::pair<uint32_t, uint64_t> kBits[] = {{kShift, modifier_flag::shift},
+                                                     {kControl, modifier_flag::control},
+                                                     {kMod1, modifier_flag::option},
+                                                     {kMod4, modifier_flag::command}};
   uint64_t flags = 0;
   for (const auto& [bit, flag] : kBits) {
     flags |= (state & bit) != 0 ? flag : 0;
@@ -64,45 +61,13 @@ int64_t codeOf(const QKeyEvent& event) {
 
 }  // namespace
 
-KeyTranslator::KeyTranslator(std::shared_ptr<X11Connection> x, NativeDisplay& display) : x_(std::move(x)) {
-  reader_.setSingleShot(true);
-  reader_.setInterval(kQuietAfterRemap);
-  QObject::connect(&reader_, &QTimer::timeout, &reader_, [this] { map(); });
-  events_ = display.addEventHandler([this](const xcb_generic_event_t& event) {
-    // The second byte of an XKB event is its kind.
-    handle(event.response_type & 0x7F, event.pad0);
-  });
-  map();
-}
-
-KeyTranslator::~KeyTranslator() = default;
-
-void KeyTranslator::handle(uint8_t eventType, uint8_t detail) {
-  const bool xkb = x_->extensions().xkb > 0 && eventType == x_->extensions().xkbFirstEvent &&
-                   (detail == kNewKeyboardNotify || detail == kMapNotify);
-  if (xkb || eventType == XCB_MAPPING_NOTIFY) {
-    outdated_ = true;
-    reader_.start();
-  }
-}
-
-const KeyboardMap* KeyTranslator::map() {
-  if (outdated_) {
-    if (auto fresh = KeyboardMap::read(*x_)) {
-      map_ = std::move(fresh);
-    }
-    outdated_ = false;
-  }
-  return map_.get();
-}
-
-std::optional<KeyEvent> KeyTranslator::translate(const QKeyEvent& event) {
+std::optional<KeyEvent> KeyTranslator::translate(const QKeyEvent& event) const {
   KeyEvent result;
   result.characters = event.text().toStdString();
   result.isRepeat = event.isAutoRepeat();
-  const auto keycode = event.nativeScanCode();
-  const KeyboardMap* keyboard = map();
-  if (keycode == 0 || keycode > 255 || !keyboard) {
+  const uint32_t state = event.nativeModifiers();
+  const auto meaning = keys_.meaningOf(event.nativeScanCode(), state);
+  if (!meaning) {
     if (isModifierKey(event.key())) {
       return std::nullopt;
     }
@@ -111,15 +76,12 @@ std::optional<KeyEvent> KeyTranslator::translate(const QKeyEvent& event) {
     result.charactersIgnoringModifiers = result.characters;
     return result;
   }
-  // Bits 13 and 14 of an event's state are the group, by XKB's protocol.
-  const uint32_t state = event.nativeModifiers();
-  const auto key = keyboard->key(static_cast<uint8_t>(keycode), (state >> 13U) & 3U);
-  if (key.isModifier) {
+  if (meaning->isModifier) {
     return std::nullopt;
   }
-  result.keyCode = key.code;
+  result.keyCode = meaning->code;
   result.flags = flagsOf(state);
-  result.charactersIgnoringModifiers = key.characters;
+  result.charactersIgnoringModifiers = meaning->characters;
   return result;
 }
 

@@ -2,11 +2,12 @@
 
 #include <QPainter>
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <string>
 #include <unordered_map>
 
-#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/NativeWindows.h"
 
 namespace jumplark {
 namespace {
@@ -27,6 +28,12 @@ bool sameLabel(const LabelLayer& a, const LabelLayer& b) {
          a.shadow == b.shadow && a.shadowRadius == b.shadowRadius;
 }
 
+QImage transparentImage(QSize size, QImage::Format format) {
+  QImage image(size, format);
+  image.fill(Qt::transparent);
+  return image;
+}
+
 }  // namespace
 
 bool PlacedLayer::operator==(const PlacedLayer& other) const {
@@ -35,17 +42,25 @@ bool PlacedLayer::operator==(const PlacedLayer& other) const {
          layer.border == other.layer.border && sameLabel(layer.label, other.layer.label);
 }
 
-OverlaySheet::OverlaySheet(NativeDisplay& display, WindowStack& stack, LayerPainters& painters, const QRect& screen,
-                           double scale, bool translucent)
+OverlaySheet::OverlaySheet(NativeWindows& windows, LayerPainters& painters, const QRect& screen, double scale)
     : painters_(painters),
-      scale_(scale),
-      window_(display, stack, screen, translucent),
-      dirty_(screen.size(), kPaintedTile),
-      covered_(screen.size(), kCoveredTile) {
-  if (!window_.isTranslucent()) {
-    backdrop_ = std::make_unique<Backdrop>(display, screen);
-    window_.setShape({});
+      screen_(screen),
+      ratio_(windows.pictureRatioAt(screen.center())),
+      scale_(scale * ratio_),
+      window_(windows.makeClickThroughWindow(screen, windows.compositorRuns())),
+      dirty_(window_->pictureSize(), kPaintedTile),
+      covered_(window_->pictureSize(), kCoveredTile) {
+  if (!isTranslucent()) {
+    window_->setShape({}, {});
   }
+}
+
+QRect OverlaySheet::toPixels(const QRect& native) const {
+  const QRect inside = native.translated(-screen_.topLeft());
+  const auto pixel = [&](int edge) { return static_cast<int>(std::lround(edge * ratio_)); };
+  const QPoint upperLeft(pixel(inside.x()), pixel(inside.y()));
+  const QPoint lowerRight(pixel(inside.x() + inside.width()), pixel(inside.y() + inside.height()));
+  return {upperLeft, QSize(lowerRight.x() - upperLeft.x(), lowerRight.y() - upperLeft.y())};
 }
 
 void OverlaySheet::show(int level) {
@@ -53,23 +68,22 @@ void OverlaySheet::show(int level) {
     cover();
     paint();
   }
-  window_.show(level);
+  window_->show(level);
 }
 
 void OverlaySheet::hide() {
   if (isShown()) {
-    window_.hide();
+    window_->hide();
   }
 }
 
 void OverlaySheet::setLayers(const std::vector<PlacedLayer>& layers) {
   std::vector<Layer> before = std::move(layers_);
   layers_.clear();
-  const QPoint corner = screen().topLeft();
   for (const PlacedLayer& placed : layers) {
-    const QRect box = placed.box.translated(-corner);
+    const QRect box = toPixels(placed.box);
     const QRect extent = box | painters_.labels.extent(placed.layer.label, scale_).translated(box.center());
-    if (extent.intersects(QRect(QPoint(), screen().size()))) {
+    if (extent.intersects(whole())) {
       layers_.push_back({placed, box, extent});
     }
   }
@@ -109,7 +123,7 @@ void OverlaySheet::markChanges(const std::vector<Layer>& before, const std::vect
 }
 
 void OverlaySheet::setHole(const QRect& hole) {
-  const QRect inside = hole.translated(-screen().topLeft()) & QRect(QPoint(), screen().size());
+  const QRect inside = toPixels(hole) & whole();
   if (inside == hole_) {
     return;
   }
@@ -127,17 +141,17 @@ void OverlaySheet::setHole(const QRect& hole) {
 
 /// Without a compositor: copies what the window is about to hide and makes it exactly so large.
 void OverlaySheet::cover() {
-  if (!backdrop_) {
+  if (isTranslucent()) {
     return;
   }
-  TileMask wanted(screen().size(), kCoveredTile);
+  TileMask wanted(window_->pictureSize(), kCoveredTile);
   for (const Layer& layer : layers_) {
     wanted.mark(layer.extent);
   }
   TileMask fresh = wanted;
   fresh.subtract(covered_);
   const std::vector<QRect> parts = fresh.runs();
-  backdrop_->take(parts);
+  window_->takeGround(parts);
   for (const QRect& part : parts) {
     dirty_.mark(part);
   }
@@ -149,34 +163,23 @@ void OverlaySheet::paint() {
   dirty_.clear();
   if (!runs.empty()) {
     const int rowHeight = kPaintedTile.height();
-    std::vector<std::vector<uint32_t>> rows(static_cast<size_t>(screen().height() / rowHeight + 1));
+    std::vector<std::vector<uint32_t>> rows(static_cast<size_t>(whole().height() / rowHeight + 1));
     for (uint32_t i = 0; i < layers_.size(); ++i) {
-      const QRect inside = layers_[i].extent & QRect(QPoint(), screen().size());
+      const QRect inside = layers_[i].extent & whole();
       for (int row = inside.top() / rowHeight; row <= inside.bottom() / rowHeight; ++row) {
         rows[static_cast<size_t>(row)].push_back(i);
       }
     }
-    std::vector<Backdrop::Question> questions;
-    for (const QRect& run : runs) {
-      if (backdrop_) {
-        questions.push_back(backdrop_->ask(run));
-      }
-    }
+    const std::vector<QImage> grounds = isTranslucent() ? std::vector<QImage>() : window_->ground(runs);
     for (size_t i = 0; i < runs.size(); ++i) {
-      paintRun(backdrop_ ? backdrop_->read(questions[i]) : ground(runs[i]), runs[i],
+      paintRun(isTranslucent() ? transparentImage(runs[i].size(), window_->imageFormat()) : grounds[i], runs[i],
                rows[static_cast<size_t>(runs[i].top() / rowHeight)]);
     }
   }
-  if (backdrop_) {
-    window_.setShape(covered_.runs(), hole_);
+  if (!isTranslucent()) {
+    window_->setShape(covered_.runs(), hole_);
   }
-  window_.refresh(runs);
-}
-
-QImage OverlaySheet::ground(const QRect& run) const {
-  QImage image(run.size(), window_.imageFormat());
-  image.fill(Qt::transparent);
-  return image;
+  window_->refresh(runs);
 }
 
 void OverlaySheet::paintRun(QImage image, const QRect& run, const std::vector<uint32_t>& layers) {
@@ -189,12 +192,12 @@ void OverlaySheet::paintRun(QImage image, const QRect& run, const std::vector<ui
       painters_.labels.paint(painter, layer.placed.layer.label, layer.box.center(), scale_);
     }
   }
-  if (const QRect hole = hole_ & run; !hole.isEmpty() && window_.isTranslucent()) {
+  if (const QRect hole = hole_ & run; !hole.isEmpty() && isTranslucent()) {
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.fillRect(hole, Qt::transparent);
   }
   painter.end();
-  window_.put(image, run.topLeft());
+  window_->put(image, run.topLeft());
 }
 
 }  // namespace jumplark

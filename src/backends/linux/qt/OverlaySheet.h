@@ -5,7 +5,6 @@
 #include <optional>
 #include <vector>
 
-#include "backends/linux/qt/Backdrop.h"
 #include "backends/linux/qt/BoxPainter.h"
 #include "backends/linux/qt/ClickThroughWindow.h"
 #include "backends/linux/qt/LabelPainter.h"
@@ -14,7 +13,7 @@
 
 namespace jumplark {
 
-class NativeDisplay;
+class NativeWindows;
 
 /// The painters that all sheets share, with what they keep.
 struct LayerPainters {
@@ -22,7 +21,7 @@ struct LayerPainters {
   LabelPainter labels;
 };
 
-/// A layer and where it lies, in native pixels.
+/// A layer and where it lies; native.
 struct PlacedLayer {
   BoxLayer layer;
   QRect box;
@@ -36,19 +35,21 @@ struct PlacedLayer {
 /// below boxes that are shown already cannot be copied anew and stays as it was.
 class OverlaySheet {
  public:
-  OverlaySheet(NativeDisplay& display, WindowStack& stack, LayerPainters& painters, const QRect& screen, double scale,
-               bool translucent);
+  /// The screen's frame is native, `scale` native units per point there.
+  OverlaySheet(NativeWindows& windows, LayerPainters& painters, const QRect& screen, double scale);
 
-  const QRect& screen() const { return window_.geometry(); }
+  /// Native.
+  const QRect& screen() const { return screen_; }
+  /// Pixels of its picture per point.
   double scale() const { return scale_; }
-  bool isTranslucent() const { return !backdrop_; }
+  bool isTranslucent() const { return window_->isTranslucent(); }
 
   void show(int level);
   void hide();
-  bool isShown() const { return window_.isShown(); }
+  bool isShown() const { return window_->isShown(); }
   /// Those that do not touch the screen are left out. While it is hidden they are kept for the next showing.
   void setLayers(const std::vector<PlacedLayer>& layers);
-  /// Where nothing is painted; native pixels of the root.
+  /// Where nothing is painted; native.
   void setHole(const QRect& hole);
   /// Tells that what was below the boxes has been repainted by its programs since the sheet was hidden.
   void forgetCovered() { covered_.clear(); }
@@ -56,22 +57,24 @@ class OverlaySheet {
  private:
   struct Layer {
     PlacedLayer placed;  ///< native
-    QRect box;           ///< the following as seen from the sheet's corner
+    QRect box;           ///< the following in pixels, from the sheet's corner
     QRect extent;        ///< with the label
   };
 
   void markChanges(const std::vector<Layer>& before, const std::vector<Layer>& after);
   void cover();
   void paint();
-  QImage ground(const QRect& run) const;
+  QRect toPixels(const QRect& native) const;
+  QRect whole() const { return {QPoint(), window_->pictureSize()}; }
   void paintRun(QImage image, const QRect& run, const std::vector<uint32_t>& layers);
 
   LayerPainters& painters_;
+  QRect screen_;
+  double ratio_;  ///< pixels per native unit
   double scale_;
-  ClickThroughWindow window_;
-  std::unique_ptr<Backdrop> backdrop_;  ///< without a compositor
+  std::unique_ptr<ClickThroughWindow> window_;
   std::vector<Layer> layers_;
-  QRect hole_;  ///< as seen from the sheet's corner
+  QRect hole_;  ///< in pixels, from the sheet's corner
   TileMask dirty_;
   TileMask covered_;  ///< what the window hides, without a compositor
 };

@@ -73,7 +73,7 @@ QLabel* makeHint(QWidget* parent) {
   return hint;
 }
 
-GeneralPane::GeneralPane(KeyTranslator& keys, const PaneDelegate& delegate) {
+GeneralPane::GeneralPane(const KeyTranslator& keys, const PaneDelegate& delegate) {
   recorder_ = new ShortcutField(
       keys,
       {[delegate] { delegate([](auto& to) { to.recorderClicked(); }); },

@@ -28,7 +28,7 @@ QLabel* makeHint(QWidget* parent);
 
 class GeneralPane : public QWidget {
  public:
-  GeneralPane(KeyTranslator& keys, const PaneDelegate& delegate);
+  GeneralPane(const KeyTranslator& keys, const PaneDelegate& delegate);
   void setModel(const GeneralPaneModel& model);
 
  private:

@@ -20,7 +20,7 @@ struct QtAppViews::Parts {
 };
 
 QtAppViews::QtAppViews(QtViews& views, TaskQueue& mainQueue)
-    : parts_(new Parts{views, mainQueue, StatusBarWatch(views.display())}) {
+    : parts_(new Parts{views, mainQueue, StatusBarWatch(views.native())}) {
   QApplication::setWindowIcon(applicationIcon());
 }
 

@@ -6,9 +6,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "backends/linux/qt/Backdrop.h"
 #include "backends/linux/qt/DiscoveryBubble.h"
-#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/NativeWindows.h"
 #include "backends/linux/qt/QueryWindowArea.h"
 #include "backends/linux/qt/ScreenGeometry.h"
 
@@ -25,13 +24,12 @@ QColor colorOf(const Color& color) {
 
 }  // namespace
 
-QtDiscovery::QtDiscovery(NativeDisplay& display, WindowStack& stack, const ScreenGeometry& geometry,
-                         const QueryWindowArea& area)
-    : display_(display), stack_(stack), geometry_(geometry), area_(area) {
-  compositorChanged_ = display_.onCompositorChanged([this] {
+QtDiscovery::QtDiscovery(NativeWindows& windows, const ScreenGeometry& geometry, const QueryWindowArea& area)
+    : windows_(windows), geometry_(geometry), area_(area) {
+  compositorChanged_ = windows_.onCompositorChanged([this] {
     anchor_.reset();
     // Otherwise what lies below has not been painted yet, and cannot be copied.
-    if (display_.compositorRuns()) {
+    if (windows_.compositorRuns()) {
       rebuildAnchor();
     }
     if (popover_) {
@@ -71,14 +69,13 @@ void QtDiscovery::rebuildAnchor() {
 }
 
 std::unique_ptr<ClickThroughWindow> QtDiscovery::makeAnchor() const {
-  auto anchor = std::make_unique<ClickThroughWindow>(display_, stack_, anchorFrame_, display_.compositorRuns());
-  const QRect whole(QPoint(), anchor->geometry().size());
+  auto anchor = windows_.makeClickThroughWindow(anchorFrame_, windows_.compositorRuns());
+  const QRect whole(QPoint(), anchor->pictureSize());
   QImage image(whole.size(), anchor->imageFormat());
   image.fill(Qt::transparent);
   if (!anchor->isTranslucent()) {
-    Backdrop backdrop(display_, anchor->geometry());
-    backdrop.take({whole});
-    image = backdrop.read(backdrop.ask(whole));
+    anchor->takeGround({whole});
+    image = anchor->ground({whole}).front();
     // What is typed would stand still in the copy.
     anchor->setShape({whole}, area_.rect().translated(-anchor->geometry().topLeft()) & whole);
   }
@@ -89,8 +86,8 @@ std::unique_ptr<ClickThroughWindow> QtDiscovery::makeAnchor() const {
 }
 
 QPoint QtDiscovery::placeOf(QSize bubble) const {
-  const QRect screen = ScreenGeometry::nativeFrame(ScreenGeometry::screenAt(anchorFrame_.center()));
-  const auto gap = static_cast<int>(std::lround(kGap * ScreenGeometry::scaleAt(anchorFrame_.center())));
+  const QRect screen = geometry_.nativeFrame(geometry_.screenAt(anchorFrame_.center()));
+  const auto gap = static_cast<int>(std::lround(kGap * geometry_.scaleAt(anchorFrame_.center())));
   const auto inside = [](int wanted, int low, int high) { return std::max(low, std::min(wanted, high)); };
   const int x = inside(anchorFrame_.left() + (anchorFrame_.width() - bubble.width()) / 2, screen.left(),
                        screen.right() + 1 - bubble.width());
@@ -107,14 +104,18 @@ QPoint QtDiscovery::placeOf(QSize bubble) const {
 void QtDiscovery::showPopover(const std::string& text) {
   text_ = text;
   popover_.reset();
-  const QScreen& screen = ScreenGeometry::screenAt(anchorFrame_.center());
-  const bool translucent = display_.compositorRuns();
-  const DiscoveryBubble bubble = paintBubble(QString::fromStdString(text), screen.devicePixelRatio(),
-                                             ScreenGeometry::nativeFrame(screen).width(), translucent);
-  const QSize margins(2 * bubble.margin, 2 * bubble.margin);
-  const QPoint card = placeOf(bubble.image.size() - margins);
-  popover_ = std::make_unique<ClickThroughWindow>(
-      display_, stack_, QRect(card - QPoint(bubble.margin, bubble.margin), bubble.image.size()), translucent);
+  const QPoint middle = anchorFrame_.center();
+  const double ratio = windows_.pictureRatioAt(middle);
+  const bool translucent = windows_.compositorRuns();
+  const auto pixels = [&](int native) { return static_cast<int>(native * ratio); };
+  const auto native = [&](int pixels) { return static_cast<int>(std::ceil(pixels / ratio)); };
+  const DiscoveryBubble bubble =
+      paintBubble(QString::fromStdString(text), geometry_.scaleAt(middle) * ratio,
+                  pixels(geometry_.nativeFrame(geometry_.screenAt(middle)).width()), translucent);
+  const QSize size(native(bubble.image.width()), native(bubble.image.height()));
+  const int margin = native(bubble.margin);
+  const QPoint card = placeOf(size - QSize(2 * margin, 2 * margin));
+  popover_ = windows_.makeClickThroughWindow(QRect(card - QPoint(margin, margin), size), translucent);
   popover_->put(bubble.image.convertToFormat(popover_->imageFormat()), {});
   if (!popover_->isTranslucent()) {
     popover_->setRoundedShape(bubble.radius);

@@ -10,14 +10,14 @@
 
 namespace jumplark {
 
-class NativeDisplay;
+class NativeWindows;
 class QueryWindowArea;
 class ScreenGeometry;
 
 /// The box over one element and the bubble beside it. Without a compositor the box shows a copy of what was below it.
 class QtDiscovery final : public DiscoveryView {
  public:
-  QtDiscovery(NativeDisplay& display, WindowStack& stack, const ScreenGeometry& geometry, const QueryWindowArea& area);
+  QtDiscovery(NativeWindows& windows, const ScreenGeometry& geometry, const QueryWindowArea& area);
   ~QtDiscovery() override;
 
   void setLevel(int level) override { level_ = level; }
@@ -35,8 +35,7 @@ class QtDiscovery final : public DiscoveryView {
   /// the anchor's screen.
   QPoint placeOf(QSize bubble) const;
 
-  NativeDisplay& display_;
-  WindowStack& stack_;
+  NativeWindows& windows_;
   const ScreenGeometry& geometry_;
   const QueryWindowArea& area_;
   int level_ = window_level::screenSaver + 2;

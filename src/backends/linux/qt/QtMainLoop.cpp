@@ -23,13 +23,19 @@
 namespace jumplark {
 namespace {
 
-/// What QApplication is given as the command line. It keeps a reference to the count. The windows are X11's, whatever
-/// the environment prefers.
+/// What QApplication is given as the command line. It keeps a reference to the count. The windows are those of the
+/// platform, whatever the environment prefers.
 struct ProgramArguments {
+  explicit ProgramArguments(QtPlatform which) {
+    if (which == QtPlatform::wayland) {
+      values[2] = wayland.data();
+    }
+  }
   std::array<char, 9> name{"jumplark"};
   std::array<char, 10> option{"-platform"};
-  std::array<char, 4> platform{"xcb"};
-  std::array<char*, 4> values{name.data(), option.data(), platform.data(), nullptr};
+  std::array<char, 4> xcb{"xcb"};
+  std::array<char, 8> wayland{"wayland"};
+  std::array<char*, 4> values{name.data(), option.data(), xcb.data(), nullptr};
   int count = 3;
 };
 
@@ -44,7 +50,8 @@ void neverRestart(QSessionManager& session) {
 
 class QtMainLoop::Application : private ProgramArguments, public QApplication {
  public:
-  Application() : QApplication(ProgramArguments::count, ProgramArguments::values.data()) {
+  explicit Application(QtPlatform platform)
+      : ProgramArguments(platform), QApplication(ProgramArguments::count, ProgramArguments::values.data()) {
     connect(this, &QGuiApplication::commitDataRequest, this, neverRestart, Qt::DirectConnection);
     connect(this, &QGuiApplication::saveStateRequest, this, neverRestart, Qt::DirectConnection);
   }
@@ -149,11 +156,11 @@ void translateToolkit(QCoreApplication& application) {
 
 }  // namespace
 
-QtMainLoop::QtMainLoop(SystemQueues& queues) : queues_(queues) {
+QtMainLoop::QtMainLoop(SystemQueues& queues, QtPlatform platform) : queues_(queues) {
   QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
   QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus, false);
   QCoreApplication::setApplicationName(QStringLiteral("Jumplark"));
-  application_ = std::make_unique<Application>();
+  application_ = std::make_unique<Application>(platform);
   translateToolkit(*application_);
   QGuiApplication::setQuitOnLastWindowClosed(false);
   QCoreApplication::setQuitLockEnabled(false);

@@ -10,6 +10,9 @@ namespace jumplark {
 
 class SystemQueues;
 
+/// Whose windows Qt makes.
+enum class QtPlatform { xcb, wayland };
+
 /// The main thread's event loop: Qt's, which runs the tasks of the main queue between the events of the windows. It
 /// wakes for events and tasks only; while there are none it sleeps without a limit.
 ///
@@ -19,7 +22,7 @@ class SystemQueues;
 class QtMainLoop {
  public:
   /// The queues must outlive it.
-  explicit QtMainLoop(SystemQueues& queues);
+  explicit QtMainLoop(SystemQueues& queues, QtPlatform platform = QtPlatform::xcb);
   QtMainLoop(const QtMainLoop&) = delete;
   QtMainLoop& operator=(const QtMainLoop&) = delete;
   /// Every window must have gone before.

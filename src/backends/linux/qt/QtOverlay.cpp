@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/NativeWindows.h"
 #include "backends/linux/qt/QueryWindowArea.h"
 #include "backends/linux/qt/ScreenGeometry.h"
 #include "platform/Screens.h"
@@ -22,7 +22,7 @@ OverlaySheets::OverlaySheets(const Context& context) : context_(context) {
   settling_.setInterval(kRepaintTime);
   QObject::connect(&settling_, &QTimer::timeout, &settling_, [this] { settled(); });
   screensChanged_ = context_.screens.onFramesChanged([this] { desktopChanged(); });
-  compositorChanged_ = context_.display.onCompositorChanged([this] { desktopChanged(); });
+  compositorChanged_ = context_.windows.onCompositorChanged([this] { desktopChanged(); });
   context_.area.onChanged([this] {
     for (const auto& sheet : sheets_) {
       sheet->setHole(context_.area.rect());
@@ -39,8 +39,9 @@ bool OverlaySheets::fitsDesktop() const {
   const std::vector<Rect> frames = context_.screens.frames();
   return std::ranges::equal(frames, sheets_, [&](const Rect& frame, const auto& sheet) {
     const QRect screen = context_.geometry.toNative(frame);
-    return sheet->screen() == screen && sheet->scale() == ScreenGeometry::scaleAt(screen.center()) &&
-           sheet->isTranslucent() == context_.display.compositorRuns();
+    const double scale = context_.geometry.scaleAt(screen.center()) * context_.windows.pictureRatioAt(screen.center());
+    return sheet->screen() == screen && sheet->scale() == scale &&
+           sheet->isTranslucent() == context_.windows.compositorRuns();
   });
 }
 
@@ -48,9 +49,8 @@ void OverlaySheets::rebuild() {
   sheets_.clear();
   for (const Rect& frame : context_.screens.frames()) {
     const QRect screen = context_.geometry.toNative(frame);
-    sheets_.push_back(std::make_unique<OverlaySheet>(context_.display, context_.stack, painters_, screen,
-                                                     ScreenGeometry::scaleAt(screen.center()),
-                                                     context_.display.compositorRuns()));
+    sheets_.push_back(std::make_unique<OverlaySheet>(context_.windows, painters_, screen,
+                                                     context_.geometry.scaleAt(screen.center())));
     sheets_.back()->setHole(context_.area.rect());
   }
 }
@@ -67,7 +67,7 @@ void OverlaySheets::desktopChanged() {
     sheet->setLayers(layers_);
   }
   // An opaque sheet would copy the screen before the programs below have repainted it.
-  context_.display.compositorRuns() ? settled() : settling_.start();
+  context_.windows.compositorRuns() ? settled() : settling_.start();
 }
 
 void OverlaySheets::settled() {

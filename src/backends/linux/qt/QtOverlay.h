@@ -10,7 +10,7 @@
 
 namespace jumplark {
 
-class NativeDisplay;
+class NativeWindows;
 class QueryWindowArea;
 class ScreenGeometry;
 class Screens;
@@ -20,8 +20,7 @@ class Screens;
 class OverlaySheets {
  public:
   struct Context {
-    NativeDisplay& display;
-    WindowStack& stack;
+    NativeWindows& windows;
     const ScreenGeometry& geometry;
     Screens& screens;
     QueryWindowArea& area;
@@ -32,7 +31,7 @@ class OverlaySheets {
   /// One user at a time: whoever showed them last. What others ask for has no effect until they show them themselves.
   void show(const OverlayView& user, int level, const std::vector<BoxLayer>& layers);
   void hide(const OverlayView& user);
-  /// Returns when the requests are on their way to the X server.
+  /// Returns when the requests are on their way to the window system.
   void setLayers(const OverlayView& user, const std::vector<BoxLayer>& layers);
 
  private:

@@ -29,7 +29,7 @@ class UsagePane;
 class QtPreferencesWindow final : public PreferencesWindowView {
  public:
   struct Context {
-    KeyTranslator& keys;
+    const KeyTranslator& keys;
     TaskQueue& mainQueue;
     std::function<void(QWidget& window)> bringToFront;
   };

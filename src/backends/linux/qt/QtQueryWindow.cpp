@@ -1,22 +1,17 @@
 #include "backends/linux/qt/QtQueryWindow.h"
 
-#include <xcb/shape.h>
-
 #include <QApplication>
 #include <QKeyEvent>
-#include <QScreen>
 #include <QWindow>
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <utility>
 
 #include "backends/linux/qt/KeyTranslator.h"
-#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/NativeWindows.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/QueryWindowArea.h"
-#include "backends/linux/qt/RoundedShape.h"
 #include "backends/linux/qt/ScreenGeometry.h"
+#include "platform/Input.h"
 
 namespace jumplark {
 
@@ -39,17 +34,14 @@ QtQueryWindow::QtQueryWindow(const Context& context) : context_(context) {
       delegate_->textDidChange(text.toStdString());
     }
   });
-  panel_.setTranslucent(context_.display.compositorRuns());
-  window_ = static_cast<xcb_window_t>(panel_.winId());
+  panel_.setTranslucent(context_.windows.compositorRuns());
+  host_ = context_.windows.makeQueryWindowHost(panel_, context_.geometry,
+                                               {[this] { isKey_ = true; }, [this] { resignKey(); }});
   QtMainLoop::deliverKeysDirectly(*panel_.windowHandle());
-  if (context_.callbacks.passOver) {
-    context_.callbacks.passOver(window_);
-  }
   adoptCompositor();
   // Fonts, style and shadow are loaded by the first painting.
   panel_.grab();
-  nativeEvents_ = context_.display.addEventHandler([this](const xcb_generic_event_t& event) { handleNative(event); });
-  compositor_ = context_.display.onCompositorChanged([this] { adoptCompositor(); });
+  compositor_ = context_.windows.onCompositorChanged([this] { adoptCompositor(); });
 }
 
 QtQueryWindow::~QtQueryWindow() {
@@ -59,7 +51,7 @@ QtQueryWindow::~QtQueryWindow() {
 }
 
 QRect QtQueryWindow::nativeCard() const {
-  const double scale = ScreenGeometry::scaleAt(cardTopLeft_);
+  const double scale = context_.geometry.scaleAt(cardTopLeft_);
   return {cardTopLeft_, (QSizeF(panel_.card().size()) * scale).toSize()};
 }
 
@@ -74,10 +66,7 @@ void QtQueryWindow::setFrameTopLeft(Point topLeft) {
 
 void QtQueryWindow::placeCard(QPoint native) {
   cardTopLeft_ = native;
-  const QPoint place = ScreenGeometry::toLogical(native) - panel_.card().topLeft();
-  panel_.move(place);
-  // A widget that is there already says nothing to its window, which the window manager would then place.
-  panel_.windowHandle()->setPosition(place);
+  host_->place(native);
   publishArea();
 }
 
@@ -86,10 +75,10 @@ void QtQueryWindow::publishArea() {
 }
 
 void QtQueryWindow::cardResized() {
-  if (window_ == XCB_WINDOW_NONE) {
+  if (!host_) {
     return;
   }
-  setHints();
+  host_->setCard(panel_.card());
   // What has come must not hang over the lower edge. The field stays where it has moved until all of it has gone.
   const QRect area = context_.geometry.workAreaAt(cardTopLeft_);
   QPoint place = panel_.isGrown() ? cardTopLeft_ : wantedTopLeft_;
@@ -100,61 +89,25 @@ void QtQueryWindow::cardResized() {
 }
 
 void QtQueryWindow::adoptCompositor() {
-  panel_.setTranslucent(context_.display.compositorRuns());
-  setHints();
+  panel_.setTranslucent(context_.windows.compositorRuns());
+  host_->setCard(panel_.card());
   placeCard(cardTopLeft_);
 }
 
-void QtQueryWindow::setHints() {
-  NativeDisplay& display = context_.display;
-  xcb_connection_t* connection = display.connection();
-  // The list is the window manager's while the window is mapped, ours before; it empties it at every hiding.
-  if (!panel_.isVisible()) {
-    const std::array<xcb_atom_t, 3> states = {display.atom("_NET_WM_STATE_ABOVE"),
-                                              display.atom("_NET_WM_STATE_SKIP_TASKBAR"),
-                                              display.atom("_NET_WM_STATE_SKIP_PAGER")};
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window_, display.atom("_NET_WM_STATE"), XCB_ATOM_ATOM, 32,
-                        states.size(), states.data());
-  }
-  // Tells window managers and compositors that the shadow is drawn already, and what of the window is the card.
-  const double scale = ScreenGeometry::scaleAt(cardTopLeft_);
-  const auto margin = static_cast<uint32_t>(std::lround(panel_.card().left() * scale));
-  const std::array<uint32_t, 4> margins = {margin, margin, margin, margin};
-  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window_, display.atom("_GTK_FRAME_EXTENTS"), XCB_ATOM_CARDINAL,
-                      32, margins.size(), margins.data());
-  if (display.compositorRuns()) {
-    xcb_shape_mask(connection, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, window_, 0, 0, XCB_PIXMAP_NONE);
-  } else {
-    setRoundedShape(connection, window_, nativeCard().size(), QueryPanel::kCornerRadius * scale);
-  }
-  display.flush();
-}
-
 void QtQueryWindow::makeKeyAndOrderFront() {
-  setHints();
   if (!panel_.isVisible()) {
     context_.willShow();
-    shownAt_ = context_.display.markNow();
-    focused_ = false;
   }
   isKey_ = true;
-  panel_.show();
-  panel_.raise();
-  panel_.activateWindow();
+  host_->show();
   publishArea();
-  // Over another connection: the window manager must have heard of the window by then.
-  context_.display.synchronize();
-  if (context_.callbacks.activateWindow) {
-    context_.callbacks.activateWindow(window_);
-  }
+  host_->takeKeyboard();
 }
 
 void QtQueryWindow::orderOut() {
-  panel_.hide();
+  host_->hide();
   context_.didHide();
-  focused_ = false;
   publishArea();
-  context_.display.flush();
   resignKey();
 }
 
@@ -240,31 +193,6 @@ void QtQueryWindow::keyOfWindow(const QKeyEvent& event) {
     return;
   }
   event.type() == QEvent::KeyPress ? delegate_->keyDown(*key) : delegate_->keyUp(*key);
-}
-
-void QtQueryWindow::handleNative(const xcb_generic_event_t& event) {
-  const int type = event.response_type & 0x7F;
-  if (type != XCB_FOCUS_IN && type != XCB_FOCUS_OUT) {
-    return;
-  }
-  const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
-  // A grab by anybody's key combination borrows the keyboard and gives it back.
-  const bool grab = focus.mode == XCB_NOTIFY_MODE_GRAB || focus.mode == XCB_NOTIFY_MODE_UNGRAB;
-  // Not about this window, but about the pointer being over it while the focus is the root's, or an inferior's.
-  const bool passing = focus.detail == XCB_NOTIFY_DETAIL_POINTER || focus.detail == XCB_NOTIFY_DETAIL_POINTER_ROOT ||
-                       focus.detail == XCB_NOTIFY_DETAIL_NONE || focus.detail == XCB_NOTIFY_DETAIL_INFERIOR;
-  if (focus.event != window_ || grab || passing || !panel_.isVisible() || NativeDisplay::isBefore(event, shownAt_)) {
-    return;
-  }
-  if (type == XCB_FOCUS_IN) {
-    focused_ = true;
-    isKey_ = true;
-    if (context_.callbacks.keyboardArrived) {
-      context_.callbacks.keyboardArrived();
-    }
-  } else if (std::exchange(focused_, false)) {
-    resignKey();
-  }
 }
 
 void QtQueryWindow::pointerPressed(QPoint native) {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <xcb/xcb.h>
-
 #include <QObject>
 #include <QRect>
 #include <functional>
@@ -9,6 +7,7 @@
 #include <string>
 
 #include "backends/linux/qt/QueryPanel.h"
+#include "backends/linux/qt/QueryWindowHost.h"
 #include "platform/Token.h"
 #include "platform/Views.h"
 
@@ -17,30 +16,19 @@ class QKeyEvent;
 namespace jumplark {
 
 class KeyTranslator;
-class NativeDisplay;
+class NativeWindows;
 class QueryWindowArea;
 class ScreenGeometry;
 
-/// What the windows need of the world that is not Qt's.
-struct WindowCallbacks {
-  /// Asks the window manager to activate a window of this program, with the time of the key that led to it.
-  std::function<void(uint32_t window)> activateWindow;
-  /// The X server has given the query window the keyboard: keys that come from now on are delivered to it.
-  std::function<void()> keyboardArrived;
-  /// A query window or a message was made, which never counts as the window that the user works in.
-  std::function<void(uint32_t window)> passOver;
-};
-
-/// The query window: a managed window without decorations, in front of the others. Its X window and its first picture
-/// exist from its making on. `frame` is that of the visible card, without the shadow around it.
+/// The query window. Its first picture exists from its making on. `frame` is that of the visible card, without the
+/// shadow around it.
 class QtQueryWindow final : public QObject, public QueryWindowView {
  public:
   struct Context {
-    NativeDisplay& display;
+    NativeWindows& windows;
     const ScreenGeometry& geometry;
-    KeyTranslator& keys;
+    const KeyTranslator& keys;
     QueryWindowArea& area;
-    const WindowCallbacks& callbacks;
     std::function<void()> willShow;
     std::function<void()> didHide;
   };
@@ -66,37 +54,31 @@ class QtQueryWindow final : public QObject, public QueryWindowView {
   void setCommands(const CommandRows& commands) override;
   void announceSelection(const std::string& description) override;
 
-  /// A button went down somewhere, in pixels of the root with a top-left origin. Outside the card it means that the
+  /// A button went down somewhere; native. Outside the card it means that the
   /// user has turned to something else.
   void pointerPressed(QPoint native);
-  uint32_t nativeWindow() const { return window_; }
 
  private:
   bool eventFilter(QObject* watched, QEvent* event) override;
   bool keyPressed(const QKeyEvent& event);
   void keyOfWindow(const QKeyEvent& event);
-  void handleNative(const xcb_generic_event_t& event);
   void resignKey();
   void adoptCompositor();
   void cardResized();
   void placeCard(QPoint native);
-  void setHints();
   QRect nativeCard() const;
   void publishArea();
 
   Context context_;
   QueryPanel panel_;
   QueryWindowViewDelegate* delegate_ = nullptr;
-  xcb_window_t window_ = XCB_WINDOW_NONE;
   int level_ = 0;
   QPoint wantedTopLeft_;  ///< of the card where nothing is below its field; native
   QPoint cardTopLeft_;    ///< native
   bool isKey_ = false;    ///< has been shown or focused, and has not been said to have lost the keyboard
-  bool focused_ = false;  ///< as far as the X server has told
-  uint32_t shownAt_ = 0;  ///< events from before it concern an earlier showing
   bool monitoring_ = false;
-  Token nativeEvents_;
   Token compositor_;
+  std::unique_ptr<QueryWindowHost> host_;
 };
 
 }  // namespace jumplark

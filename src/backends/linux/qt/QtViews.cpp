@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "backends/linux/qt/AlertDialog.h"
-#include "backends/linux/qt/ClickThroughWindow.h"
 #include "backends/linux/qt/KeyTranslator.h"
-#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/NativeWindows.h"
 #include "backends/linux/qt/QtDiscovery.h"
 #include "backends/linux/qt/QtOverlay.h"
+#include "backends/linux/qt/QtQueryWindow.h"
 #include "backends/linux/qt/QueryWindowArea.h"
 #include "backends/linux/qt/ScreenGeometry.h"
 #include "platform/Queues.h"
@@ -43,13 +43,14 @@ QWidget& topmostOver(QWidget& window) {
 struct QtViews::Parts {
   explicit Parts(World given)
       : world(std::move(given)),
-        geometry(world.screens),
-        keys(world.x, display),
-        sheets({display, stack, geometry, world.screens, area}) {
+        native(*world.native),
+        geometry(world.screens, native.unit()),
+        keys(native.keys()),
+        sheets({native, geometry, world.screens, area}) {
     alertsReturn.setSingleShot(true);
     alertsReturn.setInterval(kPauseOfAlerts);
     QObject::connect(&alertsReturn, &QTimer::timeout, &alertsReturn, [this] { showNextAlert(); });
-    focusEvents = display.addEventHandler([this](const xcb_generic_event_t& event) { passFocusOn(event); });
+    keyboardGiven = native.onKeyboardGiven([this](QWidget& window) { passKeyboardOn(window); });
   }
 
   void bringToFront(QWidget& wanted) {
@@ -61,25 +62,15 @@ struct QtViews::Parts {
     window.raise();
     window.activateWindow();
     latest = &window;
-    // Over another connection: the window manager must have heard of the window by then.
-    display.synchronize();
-    if (world.callbacks.activateWindow) {
-      world.callbacks.activateWindow(static_cast<uint32_t>(window.winId()));
-    }
+    native.activate(window);
   }
 
   /// Some window managers give the keyboard to a window that is clicked, whatever lies over it.
-  void passFocusOn(const xcb_generic_event_t& event) {
-    const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
-    const bool isGrab = focus.mode == XCB_NOTIFY_MODE_GRAB || focus.mode == XCB_NOTIFY_MODE_UNGRAB;
-    if ((event.response_type & 0x7F) != XCB_FOCUS_IN || isGrab || focus.detail == XCB_NOTIFY_DETAIL_POINTER) {
-      return;
-    }
-    QWidget* const window = QWidget::find(focus.event);
-    if (window != nullptr && &topmostOver(*window) != window) {
+  void passKeyboardOn(QWidget& window) {
+    if (&topmostOver(window) != &window) {
       // Not before Qt has had the event too.
       QMetaObject::invokeMethod(
-          window, [this, window] { bringToFront(*window); }, Qt::QueuedConnection);
+          &window, [this, &window] { bringToFront(window); }, Qt::QueuedConnection);
     }
   }
 
@@ -95,9 +86,7 @@ struct QtViews::Parts {
       return;
     }
     AlertDialog& alert = *alerts.front();
-    if (world.callbacks.passOver) {
-      world.callbacks.passOver(static_cast<uint32_t>(alert.winId()));
-    }
+    native.passOver(alert);
     alert.takesKeyboard() ? bringToFront(alert) : alert.show();
   }
 
@@ -112,16 +101,15 @@ struct QtViews::Parts {
   }
 
   World world;
-  NativeDisplay display;
+  NativeWindows& native;
   ScreenGeometry geometry;
   KeyTranslator keys;
   QueryWindowArea area;
-  WindowStack stack;
   OverlaySheets sheets;
   std::vector<QPointer<QtQueryWindow>> queryWindows;
   std::vector<QPointer<AlertDialog>> alerts;
   QTimer alertsReturn;
-  Token focusEvents;
+  Token keyboardGiven;
   QPointer<QWidget> latest;  ///< the last one that was brought to the front
 };
 
@@ -138,9 +126,9 @@ QtViews::~QtViews() {
 
 std::unique_ptr<QueryWindowView> QtViews::makeQueryWindow() {
   Parts& parts = *parts_;
-  auto window = std::make_unique<QtQueryWindow>(
-      QtQueryWindow::Context{parts.display, parts.geometry, parts.keys, parts.area, parts.world.callbacks,
-                             [&parts] { parts.letAlertsWait(); }, [&parts] { parts.alertsReturn.start(); }});
+  auto window = std::make_unique<QtQueryWindow>(QtQueryWindow::Context{parts.native, parts.geometry, parts.keys,
+                                                                       parts.area, [&parts] { parts.letAlertsWait(); },
+                                                                       [&parts] { parts.alertsReturn.start(); }});
   parts.queryWindows.emplace_back(window.get());
   return window;
 }
@@ -150,7 +138,7 @@ std::unique_ptr<OverlayView> QtViews::makeOverlay() {
 }
 
 std::unique_ptr<DiscoveryView> QtViews::makeDiscovery() {
-  return std::make_unique<QtDiscovery>(parts_->display, parts_->stack, parts_->geometry, parts_->area);
+  return std::make_unique<QtDiscovery>(parts_->native, parts_->geometry, parts_->area);
 }
 
 void QtViews::showAlert(const Alert& alert, std::function<void(int button)> chosen) {
@@ -191,11 +179,11 @@ void QtViews::activateIgnoringOtherApps() {
   }
 }
 
-NativeDisplay& QtViews::display() {
-  return parts_->display;
+NativeWindows& QtViews::native() {
+  return parts_->native;
 }
 
-KeyTranslator& QtViews::keys() {
+const KeyTranslator& QtViews::keys() {
   return parts_->keys;
 }
 
@@ -204,7 +192,7 @@ void QtViews::bringToFront(QWidget& window) {
 }
 
 void QtViews::synchronize() const {
-  parts_->display.synchronize();
+  parts_->native.synchronize();
 }
 
 void QtViews::pointerPressedOutside(Point topLeft) {

@@ -42,19 +42,23 @@ Rect ScreenGeometry::toCore(const QRect& native) const {
   return {double(native.x()), top - native.y() - native.height(), double(native.width()), double(native.height())};
 }
 
-const QScreen& ScreenGeometry::screenAt(QPoint native) {
+const QScreen& ScreenGeometry::screenAt(QPoint native) const {
   const auto screens = QGuiApplication::screens();
   const auto nearest = std::ranges::min_element(
       screens, {}, [&](const QScreen* screen) { return distance(nativeFrame(*screen), native); });
   return nearest == screens.end() ? *QGuiApplication::primaryScreen() : **nearest;
 }
 
-QRect ScreenGeometry::nativeFrame(const QScreen& screen) {
-  return logicalToNative(screen.geometry(), screen);
+double ScreenGeometry::scaleOf(const QScreen& screen) const {
+  return unit_ == NativeUnit::pixel ? screen.devicePixelRatio() : 1.0;
 }
 
-double ScreenGeometry::scaleAt(QPoint native) {
-  return screenAt(native).devicePixelRatio();
+QRect ScreenGeometry::nativeFrame(const QScreen& screen) const {
+  return {screen.geometry().topLeft(), (QSizeF(screen.geometry().size()) * scaleOf(screen)).toSize()};
+}
+
+double ScreenGeometry::scaleAt(QPoint native) const {
+  return scaleOf(screenAt(native));
 }
 
 QRect ScreenGeometry::workAreaAt(QPoint native) const {
@@ -65,16 +69,10 @@ QRect ScreenGeometry::workAreaAt(QPoint native) const {
   return index < areas.size() ? toNative(areas[index]) : QRect();
 }
 
-QPoint ScreenGeometry::toLogical(QPoint native) {
+QPoint ScreenGeometry::toLogical(QPoint native) const {
   const QScreen& screen = screenAt(native);
   const QPoint origin = screen.geometry().topLeft();
-  return origin + (QPointF(native - origin) / screen.devicePixelRatio()).toPoint();
-}
-
-QRect ScreenGeometry::logicalToNative(const QRect& logical, const QScreen& screen) {
-  const QPoint origin = screen.geometry().topLeft();
-  const double scale = screen.devicePixelRatio();
-  return {origin + (QPointF(logical.topLeft() - origin) * scale).toPoint(), (QSizeF(logical.size()) * scale).toSize()};
+  return origin + (QPointF(native - origin) / scaleOf(screen)).toPoint();
 }
 
 }  // namespace jumplark

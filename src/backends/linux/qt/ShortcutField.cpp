@@ -11,7 +11,7 @@ namespace jumplark {
 
 class ShortcutField::Button : public QPushButton {
  public:
-  Button(KeyTranslator& keys, Events events, QWidget* parent)
+  Button(const KeyTranslator& keys, Events events, QWidget* parent)
       : QPushButton(parent), keys_(keys), events_(std::move(events)) {
     setMinimumWidth(220);
     connect(this, &QPushButton::clicked, this, [this] { events_.clicked(); });
@@ -62,12 +62,12 @@ class ShortcutField::Button : public QPushButton {
   }
 
  private:
-  KeyTranslator& keys_;
+  const KeyTranslator& keys_;
   Events events_;
   bool recording_ = false;
 };
 
-ShortcutField::ShortcutField(KeyTranslator& keys, Events events, QWidget* parent) : QWidget(parent) {
+ShortcutField::ShortcutField(const KeyTranslator& keys, Events events, QWidget* parent) : QWidget(parent) {
   auto* layout = new QHBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->setSpacing(6);

@@ -25,7 +25,7 @@ class ShortcutField : public QWidget {
     std::function<void(const KeyEvent& event)> keyDown;
     std::function<void()> lostKeyboard;
   };
-  ShortcutField(KeyTranslator& keys, Events events, QWidget* parent);
+  ShortcutField(const KeyTranslator& keys, Events events, QWidget* parent);
   ~ShortcutField() override;
 
   void setModel(const RecorderModel& model);

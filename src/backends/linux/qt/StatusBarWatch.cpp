@@ -1,7 +1,5 @@
 #include "backends/linux/qt/StatusBarWatch.h"
 
-#include <xcb/xcb.h>
-
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -9,10 +7,9 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <chrono>
-#include <cstdlib>
 #include <utility>
 
-#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/NativeWindows.h"
 
 namespace jumplark {
 namespace {
@@ -27,7 +24,7 @@ constexpr int kQuestions = 10;
 
 }  // namespace
 
-StatusBarWatch::StatusBarWatch(NativeDisplay& display) : display_(display) {
+StatusBarWatch::StatusBarWatch(NativeWindows& windows) : windows_(windows) {
   askAgain_.setSingleShot(true);
   askAgain_.setInterval(kPause);
   connect(&askAgain_, &QTimer::timeout, this, [this] { askWatcher(); });
@@ -41,14 +38,7 @@ StatusBarWatch::StatusBarWatch(NativeDisplay& display) : display_(display) {
     connect(watcher_.get(), &QDBusServiceWatcher::serviceUnregistered, this, [this] { setHost(false); });
     askWatcher();
   }
-  // A tray that starts announces itself to clients of the root with a MANAGER message; its end is seen on its window.
-  events_ = display_.addEventHandler([this](const xcb_generic_event_t& event) {
-    const int type = event.response_type & 0x7F;
-    if (type == XCB_CLIENT_MESSAGE &&
-        reinterpret_cast<const xcb_client_message_event_t&>(event).type == display_.atom("MANAGER")) {
-      lookForTray();
-    }
-  });
+  events_ = windows_.onTrayAnnounced([this] { lookForTray(); });
   waitForHost_.setSingleShot(true);
   waitForHost_.setInterval(kPatience);
   connect(&waitForHost_, &QTimer::timeout, this, [this] { changedFrom(false); });
@@ -88,11 +78,7 @@ void StatusBarWatch::setHost(bool hasHost) {
 void StatusBarWatch::lookForTray() {
   const bool before = isAvailable();
   const bool hadTray = hasTray_;
-  xcb_connection_t* connection = display_.connection();
-  xcb_get_selection_owner_reply_t* owner = xcb_get_selection_owner_reply(
-      connection, xcb_get_selection_owner(connection, display_.atom("_NET_SYSTEM_TRAY_S0")), nullptr);
-  hasTray_ = owner != nullptr && owner->owner != XCB_WINDOW_NONE;
-  std::free(owner);
+  hasTray_ = windows_.hasTray();
   if (hasTray_ && !hadTray && watcher_) {
     waitForHost_.start();
   }

@@ -12,15 +12,15 @@ class QDBusServiceWatcher;
 
 namespace jumplark {
 
-class NativeDisplay;
+class NativeWindows;
 
 /// Whether the desktop shows status items now: a host is registered with the session's StatusNotifierWatcher, or the
 /// screen has an XEmbed tray. Follows both as they come and go, without polling. A panel that has both announces them
 /// one after the other: a tray counts only when no host has come for a while. Main thread only.
 class StatusBarWatch : public QObject {
  public:
-  /// The display must outlive it.
-  explicit StatusBarWatch(NativeDisplay& display);
+  /// The windows must outlive it.
+  explicit StatusBarWatch(NativeWindows& windows);
   ~StatusBarWatch() override;
 
   bool isAvailable() const { return hasHost_ || (hasTray_ && !waitForHost_.isActive()); }
@@ -33,7 +33,7 @@ class StatusBarWatch : public QObject {
   void lookForTray();
   void changedFrom(bool before);
 
-  NativeDisplay& display_;
+  NativeWindows& windows_;
   bool hasHost_ = false;
   bool hasTray_ = false;
   QTimer waitForHost_;

@@ -1,10 +1,10 @@
-#include "backends/linux/qt/Backdrop.h"
+#include "backends/linux/qt/x11/Backdrop.h"
 
 #include <array>
 #include <cstring>
 
-#include "backends/linux/qt/ClickThroughWindow.h"
-#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/x11/NativeDisplay.h"
+#include "backends/linux/qt/x11/X11ClickThroughWindow.h"
 #include "backends/linux/x11/Reply.h"
 
 namespace jumplark {

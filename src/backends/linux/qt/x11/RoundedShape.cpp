@@ -1,4 +1,4 @@
-#include "backends/linux/qt/RoundedShape.h"
+#include "backends/linux/qt/x11/RoundedShape.h"
 
 #include <xcb/shape.h>
 

@@ -1,4 +1,4 @@
-#include "backends/linux/qt/ClickThroughWindow.h"
+#include "backends/linux/qt/x11/X11ClickThroughWindow.h"
 
 #include <unistd.h>
 #include <xcb/shape.h>
@@ -9,8 +9,9 @@
 #include <optional>
 #include <string_view>
 
-#include "backends/linux/qt/NativeDisplay.h"
-#include "backends/linux/qt/RoundedShape.h"
+#include "backends/linux/qt/x11/Backdrop.h"
+#include "backends/linux/qt/x11/NativeDisplay.h"
+#include "backends/linux/qt/x11/RoundedShape.h"
 
 namespace jumplark {
 namespace {
@@ -55,28 +56,28 @@ QImage::Format imageFormatOfDepth(uint8_t depth) {
   }
 }
 
-void WindowStack::add(const ClickThroughWindow& window) {
+void WindowStack::add(const X11ClickThroughWindow& window) {
   windows_.push_back(&window);
 }
 
-void WindowStack::remove(const ClickThroughWindow& window) {
+void WindowStack::remove(const X11ClickThroughWindow& window) {
   std::erase(windows_, &window);
 }
 
-void WindowStack::raise(const ClickThroughWindow& window) const {
-  std::vector<const ClickThroughWindow*> inFront;
-  std::ranges::copy_if(windows_, std::back_inserter(inFront), [&](const ClickThroughWindow* other) {
+void WindowStack::raise(const X11ClickThroughWindow& window) const {
+  std::vector<const X11ClickThroughWindow*> inFront;
+  std::ranges::copy_if(windows_, std::back_inserter(inFront), [&](const X11ClickThroughWindow* other) {
     return other->isShown() && other->level() > window.level();
   });
-  std::ranges::stable_sort(inFront, {}, &ClickThroughWindow::level);
+  std::ranges::stable_sort(inFront, {}, &X11ClickThroughWindow::level);
   window.putInFront();
-  for (const ClickThroughWindow* other : inFront) {
+  for (const X11ClickThroughWindow* other : inFront) {
     other->putInFront();
   }
 }
 
-ClickThroughWindow::ClickThroughWindow(NativeDisplay& display, WindowStack& stack, const QRect& geometry,
-                                       bool translucent)
+X11ClickThroughWindow::X11ClickThroughWindow(NativeDisplay& display, WindowStack& stack, const QRect& geometry,
+                                             bool translucent)
     : display_(display), stack_(stack), geometry_(geometry.topLeft(), geometry.size().expandedTo(QSize(1, 1))) {
   const auto visual = translucent ? translucentVisual(display.screen()) : std::nullopt;
   translucent_ = visual.has_value();
@@ -87,7 +88,7 @@ ClickThroughWindow::ClickThroughWindow(NativeDisplay& display, WindowStack& stac
   stack_.add(*this);
 }
 
-ClickThroughWindow::~ClickThroughWindow() {
+X11ClickThroughWindow::~X11ClickThroughWindow() {
   stack_.remove(*this);
   xcb_connection_t* connection = display_.connection();
   xcb_destroy_window(connection, window_);
@@ -97,7 +98,7 @@ ClickThroughWindow::~ClickThroughWindow() {
   display_.flush();
 }
 
-void ClickThroughWindow::create(xcb_visualid_t visual) {
+void X11ClickThroughWindow::create(xcb_visualid_t visual) {
   xcb_connection_t* connection = display_.connection();
   const auto width = static_cast<uint16_t>(geometry_.width());
   const auto height = static_cast<uint16_t>(geometry_.height());
@@ -122,7 +123,7 @@ void ClickThroughWindow::create(xcb_visualid_t visual) {
                        nullptr);
 }
 
-void ClickThroughWindow::setProperties() {
+void X11ClickThroughWindow::setProperties() {
   xcb_connection_t* connection = display_.connection();
   const auto setNumber = [&](const char* name, xcb_atom_t type, uint32_t value) {
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window_, display_.atom(name), type, 32, 1, &value);
@@ -137,7 +138,7 @@ void ClickThroughWindow::setProperties() {
                       static_cast<uint32_t>(kClass.size()), kClass.data());
 }
 
-void ClickThroughWindow::show(int level) {
+void X11ClickThroughWindow::show(int level) {
   level_ = level;
   shown_ = true;
   stack_.raise(*this);
@@ -145,18 +146,18 @@ void ClickThroughWindow::show(int level) {
   display_.flush();
 }
 
-void ClickThroughWindow::hide() {
+void X11ClickThroughWindow::hide() {
   shown_ = false;
   xcb_unmap_window(display_.connection(), window_);
   display_.flush();
 }
 
-void ClickThroughWindow::putInFront() const {
+void X11ClickThroughWindow::putInFront() const {
   const uint32_t above = XCB_STACK_MODE_ABOVE;
   xcb_configure_window(display_.connection(), window_, XCB_CONFIG_WINDOW_STACK_MODE, &above);
 }
 
-void ClickThroughWindow::put(const QImage& image, QPoint at) {
+void X11ClickThroughWindow::put(const QImage& image, QPoint at) {
   xcb_connection_t* connection = display_.connection();
   // A request has a largest length, counted in 4 bytes; its own header is small.
   constexpr uint32_t kHeader = 64;
@@ -170,14 +171,14 @@ void ClickThroughWindow::put(const QImage& image, QPoint at) {
   }
 }
 
-void ClickThroughWindow::refresh(const std::vector<QRect>& parts) {
+void X11ClickThroughWindow::refresh(const std::vector<QRect>& parts) {
   for (const xcb_rectangle_t& part : toXcb(parts)) {
     xcb_clear_area(display_.connection(), 0, window_, part.x, part.y, part.width, part.height);
   }
   display_.flush();
 }
 
-void ClickThroughWindow::setShape(const std::vector<QRect>& parts, const QRect& hole) {
+void X11ClickThroughWindow::setShape(const std::vector<QRect>& parts, const QRect& hole) {
   xcb_connection_t* connection = display_.connection();
   const std::vector<xcb_rectangle_t> rects = toXcb(parts);
   xcb_shape_rectangles(connection, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_YX_BANDED, window_, 0, 0,
@@ -189,8 +190,33 @@ void ClickThroughWindow::setShape(const std::vector<QRect>& parts, const QRect& 
   }
 }
 
-void ClickThroughWindow::setRoundedShape(double radius) {
+void X11ClickThroughWindow::setRoundedShape(double radius) {
   jumplark::setRoundedShape(display_.connection(), window_, geometry_.size(), radius);
+}
+
+void X11ClickThroughWindow::takeGround(const std::vector<QRect>& parts) {
+  if (!backdrop_) {
+    backdrop_ = std::make_unique<Backdrop>(display_, geometry_);
+  }
+  backdrop_->take(parts);
+}
+
+std::vector<QImage> X11ClickThroughWindow::ground(const std::vector<QRect>& parts) {
+  if (!backdrop_ && !parts.empty()) {
+    takeGround({});
+  }
+  // All are asked for before the first is waited for.
+  std::vector<Backdrop::Question> questions;
+  questions.reserve(parts.size());
+  for (const QRect& part : parts) {
+    questions.push_back(backdrop_->ask(part));
+  }
+  std::vector<QImage> result;
+  result.reserve(parts.size());
+  for (const Backdrop::Question& question : questions) {
+    result.push_back(backdrop_->read(question));
+  }
+  return result;
 }
 
 }  // namespace jumplark

@@ -1,4 +1,4 @@
-#include "backends/linux/qt/NativeDisplay.h"
+#include "backends/linux/qt/x11/NativeDisplay.h"
 
 #include <xcb/xfixes.h>
 
