@@ -6,8 +6,8 @@ set -eu
 build=(g++ cmake ninja-build pkg-config ccache libicu-dev libxml2-dev nlohmann-json3-dev libcli11-dev libfmt-dev
   libspdlog-dev libsystemd-dev libxcb1-dev libxcb-xinput-dev libxcb-xtest0-dev libxcb-xkb-dev libxcb-shape0-dev
   libxcb-randr0-dev libxcb-xfixes0-dev libxcb-res0-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-keysyms1-dev
-  libxkbcommon-dev libxkbcommon-x11-dev libxkbregistry-dev qt6-base-dev libcurl4-openssl-dev libssl-dev
-  libbackward-cpp-dev libdw-dev gettext libwayland-dev wayland-protocols)
+  libxkbcommon-dev libxkbcommon-x11-dev libxkbregistry-dev qt6-base-dev qt6-base-private-dev libcurl4-openssl-dev
+  libssl-dev libbackward-cpp-dev libdw-dev gettext libwayland-dev wayland-protocols)
 # A session on a virtual screen, an application to try the program on, and pictures of it.
 run=(xvfb xfwm4 dbus-daemon dbus-bin at-spi2-core x11-utils x11-xserver-utils xdotool imagemagick gtk-3-examples
   adwaita-icon-theme fonts-dejavu-core)

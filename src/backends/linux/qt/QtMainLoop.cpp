@@ -160,6 +160,8 @@ QtMainLoop::QtMainLoop(SystemQueues& queues, QtPlatform platform) : queues_(queu
   QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
   QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus, false);
   QCoreApplication::setApplicationName(QStringLiteral("Jumplark"));
+  // Windows past the window manager get a surface and no role, so that the query window's can be given one.
+  qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
   application_ = std::make_unique<Application>(platform);
   translateToolkit(*application_);
   QGuiApplication::setQuitOnLastWindowClosed(false);

@@ -1,0 +1,152 @@
+#include "backends/linux/qt/wayland/LayerQueryHost.h"
+
+#include <wayland-client.h>
+
+#include <qpa/qplatformnativeinterface.h>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWidget>
+#include <QWindow>
+#include <chrono>
+#include <utility>
+
+#include "backends/linux/qt/QtMainLoop.h"
+#include "backends/linux/wayland/surfaces/BoundedQueue.h"
+#include "backends/linux/wayland/surfaces/KeyboardWatch.h"
+
+namespace jumplark {
+namespace {
+
+/// Far longer than a compositor takes that is there at all.
+constexpr std::chrono::milliseconds kPatience{500};
+
+wl_surface* surfaceOf(QWindow& window) {
+  return static_cast<wl_surface*>(
+      QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", &window));
+}
+
+}  // namespace
+
+LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::BoundedQueue& queue,
+                               wayland::KeyboardWatch& keyboard, const std::function<void()>& keyboardArrived,
+                               QWidget& widget, Events events)
+    : globals_(globals), queue_(queue), keyboardArrived_(keyboardArrived), widget_(widget), events_(std::move(events)) {
+  // Qt gives the surface of such a window no role, see QtMainLoop.
+  widget_.setWindowFlag(Qt::BypassWindowManagerHint);
+  widget_.winId();
+  keyboard_ = keyboard.addListener({.entered =
+                                        [this](wl_surface* surface, const std::vector<uint32_t>&) {
+                                          if (surface_ && surface == surface_) {
+                                            focused_ = true;
+                                            QtMainLoop::guarded([this] {
+                                              events_.keyboardArrived();
+                                              if (keyboardArrived_) {
+                                                keyboardArrived_();
+                                              }
+                                            });
+                                          }
+                                        },
+                                    .left =
+                                        [this](wl_surface* surface) {
+                                          if (surface_ && surface == surface_ && std::exchange(focused_, false)) {
+                                            QtMainLoop::guarded([this] { events_.keyboardLost(); });
+                                          }
+                                        },
+                                    .key = nullptr,
+                                    .modifiersChanged = nullptr});
+}
+
+LayerQueryHost::~LayerQueryHost() {
+  disappear();
+}
+
+Rect LayerQueryHost::wantedPlace() const {
+  const QPoint corner = place_ - card_.topLeft();
+  return {static_cast<double>(corner.x()), static_cast<double>(corner.y()), static_cast<double>(widget_.width()),
+          static_cast<double>(widget_.height())};
+}
+
+const wayland::SurfaceGlobals::Output* LayerQueryHost::wantedOutput() const {
+  return globals_.outputAt({static_cast<double>(place_.x()), static_cast<double>(place_.y())});
+}
+
+void LayerQueryHost::setCard(const QRect& card) {
+  card_ = card;
+  replace();
+}
+
+void LayerQueryHost::place(QPoint card) {
+  place_ = card;
+  replace();
+}
+
+void LayerQueryHost::replace() {
+  widget_.move(place_ - card_.topLeft());
+  if (!layer_) {
+    return;
+  }
+  const auto* output = wantedOutput();
+  if (output && output->name != output_) {
+    // A surface stays on the output that it was made for.
+    disappear();
+    appear();
+    return;
+  }
+  layer_->moveTo(wantedPlace());
+  wl_surface_commit(surface_);
+}
+
+void LayerQueryHost::show() {
+  if (!widget_.isVisible()) {
+    appear();
+  }
+}
+
+void LayerQueryHost::appear() {
+  widget_.winId();
+  QWindow& window = *widget_.windowHandle();
+  const auto* output = wantedOutput();
+  if (QScreen* screen = QGuiApplication::screenAt(place_)) {
+    window.setScreen(screen);
+  }
+  window.create();
+  surface_ = surfaceOf(window);
+  if (surface_ && output) {
+    output_ = output->name;
+    layer_ = std::make_unique<wayland::LayerSurface>(
+        globals_, *output, surface_,
+        wayland::LayerSurface::Options{.place = wantedPlace(), .takesKeyboard = true, .queue = &queue_},
+        wayland::LayerSurface::Events{[] {}, [this] { lose(); }});
+  }
+  if (layer_ && layer_->awaitConfigured(kPatience)) {
+    widget_.show();
+    return;
+  }
+  // As a task, since whoever shows it does not expect to lose it meanwhile.
+  QMetaObject::invokeMethod(
+      &widget_, [this] { lose(); }, Qt::QueuedConnection);
+}
+
+void LayerQueryHost::disappear() {
+  focused_ = false;
+  surface_ = nullptr;
+  layer_.reset();
+  widget_.hide();
+  // Qt keeps the surface otherwise, and one that has had a picture gets no other role.
+  if (QWindow* window = widget_.windowHandle()) {
+    window->destroy();
+  }
+}
+
+void LayerQueryHost::hide() {
+  disappear();
+  // Over another connection comes the click that is meant for what lies below.
+  queue_.synchronize(kPatience);
+}
+
+void LayerQueryHost::lose() {
+  disappear();
+  QtMainLoop::guarded([this] { events_.keyboardLost(); });
+}
+
+}  // namespace jumplark

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QPoint>
+#include <QRect>
+#include <functional>
+#include <memory>
+
+#include "backends/linux/qt/QueryWindowHost.h"
+#include "backends/linux/wayland/surfaces/LayerSurface.h"
+#include "platform/Token.h"
+
+class QWidget;
+
+namespace jumplark {
+
+namespace wayland {
+class BoundedQueue;
+class KeyboardWatch;
+}  // namespace wayland
+
+/// Qt's surface of the widget, to which the compositor gives every key as long as it shows.
+class LayerQueryHost final : public QueryWindowHost {
+ public:
+  /// All but the events must outlive it.
+  LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::BoundedQueue& queue, wayland::KeyboardWatch& keyboard,
+                 const std::function<void()>& keyboardArrived, QWidget& widget, Events events);
+  ~LayerQueryHost() override;
+
+  void setCard(const QRect& card) override;
+  void place(QPoint card) override;
+  void show() override;
+  void takeKeyboard() override {}
+  void hide() override;
+
+ private:
+  Rect wantedPlace() const;
+  const wayland::SurfaceGlobals::Output* wantedOutput() const;
+  void appear();
+  void disappear();
+  void replace();
+  void lose();
+
+  const wayland::SurfaceGlobals& globals_;
+  wayland::BoundedQueue& queue_;
+  const std::function<void()>& keyboardArrived_;
+  QWidget& widget_;
+  Events events_;
+  QRect card_;                     ///< within the widget, logical
+  QPoint place_;                   ///< of the card
+  wl_surface* surface_ = nullptr;  ///< Qt's, while shown
+  uint32_t output_ = 0;            ///< on which it shows
+  std::unique_ptr<wayland::LayerSurface> layer_;
+  bool focused_ = false;
+  Token keyboard_;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,89 @@
+#include "backends/linux/qt/wayland/LayerWindows.h"
+
+#include <qpa/qplatformnativeinterface.h>
+#include <QGuiApplication>
+#include <QWidget>
+#include <chrono>
+#include <stdexcept>
+#include <utility>
+
+#include "backends/linux/qt/KeyMeanings.h"
+#include "backends/linux/qt/wayland/LayerPicture.h"
+#include "backends/linux/qt/wayland/LayerQueryHost.h"
+
+namespace jumplark {
+namespace {
+
+constexpr std::chrono::milliseconds kPatience{500};
+
+/// By the map of the keyboard that was used last; a key event of Qt's does not tell the group.
+class WatchedKeys final : public KeyMeanings {
+ public:
+  explicit WatchedKeys(const wayland::KeyboardWatch& watch) : watch_(watch) {}
+  std::optional<KeyMeaning> meaningOf(uint32_t keycode, uint32_t /*state*/) override {
+    const KeySymbols* symbols = watch_.symbols();
+    if (keycode == 0 || keycode > 255 || !symbols) {
+      return std::nullopt;
+    }
+    const KeySymbols::Key key = symbols->key(keycode, watch_.modifiers().group);
+    return KeyMeaning{key.code, key.characters, key.isModifier};
+  }
+
+ private:
+  const wayland::KeyboardWatch& watch_;
+};
+
+}  // namespace
+
+std::unique_ptr<LayerWindows> LayerWindows::make(LayerCallbacks callbacks) {
+  auto* native = QGuiApplication::platformNativeInterface();
+  auto* display = static_cast<wl_display*>(native->nativeResourceForIntegration("wl_display"));
+  if (!display) {
+    throw std::logic_error("The windows need Qt's wayland platform");
+  }
+  std::unique_ptr<LayerWindows> windows(new LayerWindows(display, std::move(callbacks)));
+  return windows->globals_.isComplete() ? std::move(windows) : nullptr;
+}
+
+LayerWindows::LayerWindows(wl_display* display, LayerCallbacks callbacks)
+    : callbacks_(std::move(callbacks)),
+      queue_(display),
+      keyboard_(display),
+      globals_(display),
+      keys_(std::make_unique<WatchedKeys>(keyboard_)) {}
+
+LayerWindows::~LayerWindows() = default;
+
+double LayerWindows::pictureRatioAt(QPoint native) const {
+  return globals_.ratioAt({static_cast<double>(native.x()), static_cast<double>(native.y())});
+}
+
+std::unique_ptr<ClickThroughWindow> LayerWindows::makeClickThroughWindow(const QRect& geometry, bool /*translucent*/) {
+  return std::make_unique<LayerPicture>(globals_, queue_.display(), geometry);
+}
+
+std::unique_ptr<QueryWindowHost> LayerWindows::makeQueryWindowHost(QWidget& widget, const ScreenGeometry& /*geometry*/,
+                                                                   QueryWindowHost::Events events) {
+  return std::make_unique<LayerQueryHost>(globals_, queue_, keyboard_, callbacks_.keyboardArrived, widget,
+                                          std::move(events));
+}
+
+void LayerWindows::synchronize() {
+  queue_.synchronize(kPatience);
+}
+
+void LayerWindows::activate(QWidget& window) {
+  // Over another connection: the compositor must have heard of the window by then.
+  synchronize();
+  if (callbacks_.activateWindow) {
+    callbacks_.activateWindow(window.windowTitle().toStdString());
+  }
+}
+
+void LayerWindows::passOver(QWidget& window) {
+  if (callbacks_.passOver) {
+    callbacks_.passOver(window.windowTitle().toStdString());
+  }
+}
+
+}  // namespace jumplark

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "backends/linux/qt/NativeWindows.h"
+#include "backends/linux/wayland/surfaces/BoundedQueue.h"
+#include "backends/linux/wayland/surfaces/KeyboardWatch.h"
+#include "backends/linux/wayland/surfaces/SurfaceGlobals.h"
+
+namespace jumplark {
+
+/// What the windows need of the compositor's own ways. Each may be empty.
+struct LayerCallbacks {
+  /// Asks the compositor to give an ordinary window of this program the keyboard.
+  std::function<void(const std::string& title)> activateWindow;
+  /// The query window has the keyboard: keys that come from now on are delivered to it.
+  std::function<void()> keyboardArrived;
+  /// A message was made, which never counts as the window that the user works in.
+  std::function<void(const std::string& title)> passOver;
+};
+
+/// Windows on Wayland, with Qt's wayland platform: query window and overlay are surfaces of the layer shell, the others
+/// ordinary windows. Native units are logical pixels of the compositor's layout.
+class LayerWindows final : public NativeWindows {
+ public:
+  /// Null where the compositor has no layer shell.
+  static std::unique_ptr<LayerWindows> make(LayerCallbacks callbacks);
+  ~LayerWindows() override;
+
+  /// For whoever wants to know of keys while a window of this program has the keyboard.
+  wayland::KeyboardWatch& keyboard() { return keyboard_; }
+
+  NativeUnit unit() const override { return NativeUnit::logicalPixel; }
+  double pictureRatioAt(QPoint native) const override;
+  bool compositorRuns() const override { return true; }
+  Token onCompositorChanged(std::function<void()> /*callback*/) override { return {}; }
+  std::unique_ptr<ClickThroughWindow> makeClickThroughWindow(const QRect& geometry, bool translucent) override;
+  std::unique_ptr<QueryWindowHost> makeQueryWindowHost(QWidget& widget, const ScreenGeometry& geometry,
+                                                       QueryWindowHost::Events events) override;
+  KeyMeanings& keys() override { return *keys_; }
+  void synchronize() override;
+  void activate(QWidget& window) override;
+  void passOver(QWidget& window) override;
+  Token onKeyboardGiven(std::function<void(QWidget& window)> /*callback*/) override { return {}; }
+  bool hasTray() override { return false; }
+  Token onTrayAnnounced(std::function<void()> /*callback*/) override { return {}; }
+
+ private:
+  LayerWindows(wl_display* display, LayerCallbacks callbacks);
+
+  const LayerCallbacks callbacks_;
+  wayland::BoundedQueue queue_;
+  wayland::KeyboardWatch keyboard_;
+  wayland::SurfaceGlobals globals_;
+  std::unique_ptr<KeyMeanings> keys_;
+};
+
+}  // namespace jumplark

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "backends/linux/wayland/surfaces/Owned.h"
+#include "platform/Geometry.h"
+
+struct wl_display;
+
+namespace jumplark::wayland {
+
+/// What the compositor offers for surfaces, and its outputs as they come and go. Main thread only, where somebody else
+/// dispatches the connection's events.
+class SurfaceGlobals {
+ public:
+  struct Output {
+    uint32_t name = 0;  ///< the compositor's number for it
+    Owned<wl_output> output;
+    Owned<zxdg_output_v1> place;
+    Rect frame;            ///< in the layout, logical pixels, top-left origin; empty until told
+    int mode[2] = {0, 0};  ///< width and height in pixels
+    int scale = 1;         ///< whole, at least what is shown
+    bool isTurned = false;
+  };
+
+  /// Waits for the compositor. The connection must outlive it.
+  explicit SurfaceGlobals(wl_display* display);
+  ~SurfaceGlobals();
+  SurfaceGlobals(const SurfaceGlobals&) = delete;
+  SurfaceGlobals& operator=(const SurfaceGlobals&) = delete;
+
+  /// There is all that surfaces in front of everything need.
+  bool isComplete() const { return compositor_ && shm_ && layerShell_; }
+  wl_compositor* compositor() const { return compositor_.get(); }
+  wl_shm* shm() const { return shm_.get(); }
+  zwlr_layer_shell_v1* layerShell() const { return layerShell_.get(); }
+  /// Null where pictures are as large as a whole scale makes them.
+  wp_viewporter* viewporter() const { return viewporter_.get(); }
+
+  /// The one that holds the place, else the nearest; null when there is none.
+  const Output* outputAt(Point place) const;
+  /// Pixels of a picture per logical pixel there.
+  double ratioAt(Point place) const;
+
+ private:
+  void add(uint32_t name, const std::string& interface, uint32_t version);
+  void addOutput(uint32_t name, uint32_t version);
+  void askForPlaces();
+
+  Owned<wl_registry> registry_;
+  Owned<wl_compositor> compositor_;
+  Owned<wl_shm> shm_;
+  Owned<zwlr_layer_shell_v1> layerShell_;
+  Owned<wp_viewporter> viewporter_;
+  Owned<zxdg_output_manager_v1> places_;
+  std::vector<std::unique_ptr<Output>> outputs_;
+};
+
+}  // namespace jumplark::wayland
