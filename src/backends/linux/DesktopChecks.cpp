@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "backends/linux/atspi/bus/AtspiChecks.h"
+#include "backends/linux/wayland/WaylandChecks.h"
 #include "backends/linux/x11/X11Checks.h"
 
 namespace jumplark {
@@ -30,7 +31,7 @@ void keepOneOfIcon(std::vector<DesktopCheck>& checks) {
 }  // namespace
 
 std::vector<DesktopCheck> desktopChecks() {
-  std::vector<DesktopCheck> checks = x11Checks();
+  std::vector<DesktopCheck> checks = isWaylandSession() ? waylandChecks() : x11Checks();
   const std::vector<DesktopCheck> buses = atspi::atspiChecks();
   checks.insert(checks.end(), buses.begin(), buses.end());
   keepOneOfIcon(checks);

@@ -3,6 +3,7 @@
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "backends/linux/qt/QtDesktopServices.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/QtViews.h"
+#include "backends/linux/qt/wayland/LayerWindows.h"
 #include "backends/linux/qt/x11/X11Windows.h"
 #include "backends/linux/system/AutostartFile.h"
 #include "backends/linux/system/CurlHttp.h"
@@ -24,7 +26,10 @@
 #include "backends/linux/system/LinuxFacts.h"
 #include "backends/linux/system/PrivateFiles.h"
 #include "backends/linux/system/SystemQueues.h"
+#include "backends/linux/wayland/KeyFeed.h"
+#include "backends/linux/wayland/WaylandBackend.h"
 #include "backends/linux/x11/X11Backend.h"
+#include "platform/Texts.h"
 #include "platform/Workspace.h"
 
 namespace jumplark {
@@ -69,7 +74,7 @@ struct LinuxProgram::Parts {
       : desktop(std::move(reached)),
         backend(std::move(opened)),
         queues(queueSet),
-        loop(queues),
+        loop(queues, isWayland() ? QtPlatform::wayland : QtPlatform::xcb),
         defaults(queues, DefaultsFile::pathFromEnvironment()),
         files(PrivateFiles::folderFromEnvironment()),
         services(desktop != nullptr,
@@ -85,21 +90,38 @@ struct LinuxProgram::Parts {
     }
   }
 
-  X11Backend& x11() { return dynamic_cast<X11Backend&>(*backend); }
+  bool isWayland() const { return dynamic_cast<WaylandBackend*>(backend.get()) != nullptr; }
 
+  /// Qt's part in our windows differs from one window system to the other.
   std::unique_ptr<NativeWindows> nativeWindows() {
+    auto* const wayland = dynamic_cast<WaylandBackend*>(backend.get());
+    return wayland != nullptr ? layerWindows(*wayland) : x11Windows(dynamic_cast<X11Backend&>(*backend));
+  }
+
+  std::unique_ptr<NativeWindows> x11Windows(X11Backend& x11) {
     WindowCallbacks callbacks{[this](uint32_t window) {
                                 if (desktop) {
                                   backend->windows().requestActive(window, true);
                                 }
                               },
-                              [this] { x11().shortcuts().keyboardArrived(); },
-                              [this](uint32_t window) {
+                              [&x11] { x11.shortcuts().keyboardArrived(); },
+                              [this, &x11](uint32_t window) {
                                 if (desktop) {
-                                  x11().windows().passOver(window);
+                                  x11.windows().passOver(window);
                                 }
                               }};
-    return std::make_unique<X11Windows>(x11().connection(), std::move(callbacks));
+    return std::make_unique<X11Windows>(x11.connection(), std::move(callbacks));
+  }
+
+  std::unique_ptr<NativeWindows> layerWindows(WaylandBackend& wayland) {
+    auto windows = LayerWindows::make({[&wayland](const std::string& title) { wayland.activateOwnWindow(title); },
+                                       {},
+                                       [&wayland](const std::string& title) { wayland.passOver(title); }});
+    if (!windows) {
+      throw std::runtime_error("The compositor has taken its layer shell away");
+    }
+    keys = std::make_unique<KeyFeed>(windows->keyboard(), wayland.input());
+    return windows;
   }
 
   void watchDesktop() {
@@ -126,6 +148,7 @@ struct LinuxProgram::Parts {
   CrashFolder crashes{CrashFolder::pathFromEnvironment()};
   QtDesktopServices services;
   AutostartFile loginItem;
+  std::unique_ptr<KeyFeed> keys;  ///< on Wayland
   QtViews views;
   QtAppViews appViews;
   std::shared_ptr<TaskQueue> worker;
@@ -138,6 +161,12 @@ LinuxProgram::Opened LinuxProgram::open(SystemQueues& queues) {
   const OpenedBackend backend = openBackend(queues.mainQueue());
   if (!backend.backend) {
     return {nullptr, backend.error};
+  }
+  if (const auto* const wayland = dynamic_cast<WaylandBackend*>(backend.backend.get());
+      wayland != nullptr && !wayland->canShowWindows()) {
+    return {nullptr, localized("This Wayland compositor lets no program lay something over the others (it has no layer "
+                               "shell), so the query cannot show. Use Jumplark in a session of sway, or in one on "
+                               "X11.")};
   }
   auto opened = LinuxPlatform::open(queues, backend.backend);
   auto parts = std::make_unique<Parts>(std::move(opened.platform), backend.backend, queues);

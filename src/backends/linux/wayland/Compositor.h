@@ -24,6 +24,8 @@ class Compositor {
   /// "sway 1.7"
   virtual std::string name() const = 0;
   virtual WindowSystem& windows() = 0;
+  /// A window of this process of that title never counts as the one that the user works in.
+  virtual void passOver(const std::string& title) = 0;
   virtual InputSources& inputSources() = 0;
   /// What bars leave free of an output, in points of the layout.
   virtual Rect workAreaOf(const WaylandOutput& output) = 0;

@@ -4,19 +4,10 @@
 
 #include <utility>
 
-#include "backends/linux/wayland/sway/SwayCompositor.h"
+#include "backends/linux/wayland/Compositors.h"
 #include "platform/Texts.h"
 
 namespace jumplark {
-namespace {
-
-/// The one that the environment names; null for one that tells nobody where its windows are.
-std::unique_ptr<Compositor> openCompositor() {
-  return sway::SwayCompositor::open();
-}
-
-}  // namespace
-
 WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
   auto opened = WaylandConnection::open();
   if (!opened.connection) {
@@ -25,7 +16,7 @@ WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
   auto compositor = openCompositor();
   if (!compositor) {
     return {nullptr, localized("This Wayland compositor does not tell which window is in front and where it is, so "
-                               "nothing can be operated: Jumplark knows sway, and X11 sessions.")};
+                               "nothing can be operated. Use Jumplark in a session of sway, or in one on X11.")};
   }
   return {std::unique_ptr<WaylandBackend>(
               new WaylandBackend(std::move(opened.connection), std::move(compositor), mainQueue)),
@@ -50,6 +41,15 @@ Token WaylandBackend::onActiveApplicationChanged(std::function<void(int32_t pid)
         compositor_->onActiveApplicationChanged([this](int32_t pid) { activeApplication_.post(mainQueue_, pid); });
   }
   return activeApplication_.add(std::move(callback));
+}
+
+void WaylandBackend::activateOwnWindow(const std::string& title) {
+  for (const WindowFacts& window : windows().windowsFrontToBack()) {
+    if (windows().isOwn(window) && window.title == title) {
+      windows().requestActive(window.id, true);
+      return;
+    }
+  }
 }
 
 void WaylandBackend::closeMenu() {

@@ -41,6 +41,12 @@ class WaylandBackend final : public DesktopBackend {
 
   // For the windows of this program.
 
+  /// The compositor has what the query window and the overlay are made with.
+  bool canShowWindows() const { return connection_->globals().hasLayerShell; }
+  /// Gives one of this program's ordinary windows the keyboard.
+  void activateOwnWindow(const std::string& title);
+  /// A window of this program of that title never counts as the one that the user works in.
+  void passOver(const std::string& title) { compositor_->passOver(title); }
   /// A menu keeps the keyboard from the query window: reads what can be chosen in it, then closes it.
   void closeMenu();
 

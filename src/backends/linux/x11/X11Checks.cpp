@@ -27,13 +27,13 @@ std::string environment(const char* name) {
 }
 
 DesktopCheck checkSession() {
-  const bool wayland = !environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland";
-  if (!wayland) {
+  if (environment("XDG_SESSION_TYPE") != "wayland") {
     return {localized("session"), DesktopCheck::ok, localized("This is not a Wayland session."), {}};
   }
   return {localized("session"), DesktopCheck::warning,
-          localized("This is a Wayland session, in which only the windows of X11 programs can be operated."),
-          localized("Log out and choose a session on X11 (Xorg) at the log-in screen.")};
+          localized("This is a Wayland session, but WAYLAND_DISPLAY does not say where: only X11 programs can be "
+                    "operated."),
+          localized("Start Jumplark from the session's own menu or terminal.")};
 }
 
 std::string versionText(int version) {

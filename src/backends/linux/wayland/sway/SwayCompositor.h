@@ -20,6 +20,7 @@ class SwayCompositor final : public Compositor {
 
   std::string name() const override { return name_; }
   WindowSystem& windows() override { return windows_; }
+  void passOver(const std::string& title) override { windows_.passOver(title); }
   jumplark::InputSources& inputSources() override { return inputSources_; }
   Rect workAreaOf(const WaylandOutput& output) override;
   Binding bind(uint32_t key, uint64_t modifiers, std::function<void()> pressed) override;

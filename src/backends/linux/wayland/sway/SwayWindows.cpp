@@ -5,35 +5,40 @@
 
 #include <algorithm>
 
-#include "backends/linux/wayland/sway/SwayTree.h"
 #include "backends/linux/windows/TitleBar.h"
 
 namespace jumplark::sway {
-namespace {
 
-Tree ask(Ipc& ipc) {
-  const auto answer = ipc.ask(Message::getTree);
-  return answer ? readTree(*answer) : Tree{};
+void Windows::passOver(const std::string& title) {
+  const std::lock_guard lock(mutex_);
+  passedOver_.insert(title);
 }
 
-}  // namespace
+Tree Windows::ask() {
+  const auto answer = ipc_->ask(Message::getTree);
+  Tree tree = answer ? readTree(*answer) : Tree{};
+  const std::lock_guard lock(mutex_);
+  std::erase_if(tree.windows,
+                [&](const WindowFacts& window) { return isOwn(window) && passedOver_.contains(window.title); });
+  return tree;
+}
 
 std::vector<WindowFacts> Windows::windowsFrontToBack() {
-  return ask(*ipc_).windows;
+  return ask().windows;
 }
 
 std::optional<WindowFacts> Windows::window(WindowId id) {
-  const Tree tree = ask(*ipc_);
+  const Tree tree = ask();
   const auto found = std::ranges::find(tree.windows, id, &WindowFacts::id);
   return found == tree.windows.end() ? std::nullopt : std::optional(*found);
 }
 
 WindowId Windows::activeWindow() {
-  return ask(*ipc_).focused;
+  return ask().focused;
 }
 
 std::optional<WindowFacts> Windows::topmostWindowAt(Point topLeft) {
-  const Tree tree = ask(*ipc_);
+  const Tree tree = ask();
   const auto found = std::ranges::find_if(tree.windows, [&](const WindowFacts& window) {
     return !window.hidden && !isOwn(window) && window.frame.contains(topLeft);
   });

@@ -1,8 +1,12 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
+#include <set>
+#include <string>
 
 #include "backends/linux/wayland/sway/SwayIpc.h"
+#include "backends/linux/wayland/sway/SwayTree.h"
 #include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::sway {
@@ -24,8 +28,15 @@ class Windows final : public WindowSystem {
   std::vector<WindowButton> buttonsOf(const WindowFacts& window) override;
   bool request(WindowId id, WindowWish wish) override;
 
+  /// See Compositor::passOver.
+  void passOver(const std::string& title);
+
  private:
+  Tree ask();
+
   std::shared_ptr<Ipc> ipc_;
+  std::mutex mutex_;  ///< leaf
+  std::set<std::string> passedOver_;
 };
 
 }  // namespace jumplark::sway

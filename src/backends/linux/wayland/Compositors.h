@@ -1,0 +1,13 @@
+#pragma once
+
+#include <memory>
+
+#include "backends/linux/wayland/Compositor.h"
+
+namespace jumplark {
+
+/// The compositor of the session that the environment names; null for one that tells nobody where its windows are. A
+/// new one is a file or folder and a line here.
+std::unique_ptr<Compositor> openCompositor();
+
+}  // namespace jumplark
