@@ -116,6 +116,7 @@ struct LinuxProgram::Parts {
   std::unique_ptr<NativeWindows> layerWindows(WaylandBackend& wayland) {
     auto windows = LayerWindows::make({[&wayland](const std::string& title) { wayland.activateOwnWindow(title); },
                                        {},
+                                       [&wayland] { wayland.closeMenu(); },
                                        [&wayland](const std::string& title) { wayland.passOver(title); }});
     if (!windows) {
       throw std::runtime_error("The compositor has taken its layer shell away");

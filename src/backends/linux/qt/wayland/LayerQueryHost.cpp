@@ -19,6 +19,10 @@ namespace {
 
 /// Far longer than a compositor takes that is there at all.
 constexpr std::chrono::milliseconds kPatience{500};
+/// A compositor gives the keyboard within some milliseconds of the first picture, and that is there by then.
+constexpr std::chrono::milliseconds kKeyboardPatience{60};
+/// Menus within menus.
+constexpr int kMostRefusals = 5;
 
 wl_surface* surfaceOf(QWindow& window) {
   return static_cast<wl_surface*>(
@@ -29,8 +33,16 @@ wl_surface* surfaceOf(QWindow& window) {
 
 LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::BoundedQueue& queue,
                                wayland::KeyboardWatch& keyboard, const std::function<void()>& keyboardArrived,
-                               QWidget& widget, Events events)
-    : globals_(globals), queue_(queue), keyboardArrived_(keyboardArrived), widget_(widget), events_(std::move(events)) {
+                               const std::function<void()>& keyboardRefused, QWidget& widget, Events events)
+    : globals_(globals),
+      queue_(queue),
+      keyboardArrived_(keyboardArrived),
+      keyboardRefused_(keyboardRefused),
+      widget_(widget),
+      events_(std::move(events)) {
+  overdue_.setSingleShot(true);
+  overdue_.setInterval(kKeyboardPatience);
+  QObject::connect(&overdue_, &QTimer::timeout, &overdue_, [this] { askForKeyboard(); });
   // Qt gives the surface of such a window no role, see QtMainLoop.
   widget_.setWindowFlag(Qt::BypassWindowManagerHint);
   widget_.winId();
@@ -98,6 +110,7 @@ void LayerQueryHost::replace() {
 
 void LayerQueryHost::show() {
   if (!widget_.isVisible()) {
+    refusals_ = 0;
     appear();
   }
 }
@@ -120,6 +133,7 @@ void LayerQueryHost::appear() {
   }
   if (layer_ && layer_->awaitConfigured(kPatience)) {
     widget_.show();
+    overdue_.start();
     return;
   }
   // As a task, since whoever shows it does not expect to lose it meanwhile.
@@ -128,6 +142,7 @@ void LayerQueryHost::appear() {
 }
 
 void LayerQueryHost::disappear() {
+  overdue_.stop();
   focused_ = false;
   surface_ = nullptr;
   layer_.reset();
@@ -142,6 +157,25 @@ void LayerQueryHost::hide() {
   disappear();
   // Over another connection comes the click that is meant for what lies below.
   queue_.synchronize(kPatience);
+}
+
+/// Whatever the compositor has given by now is in the toolkit's queue when it has answered.
+void LayerQueryHost::askForKeyboard() {
+  if (!layer_ || focused_ || !queue_.synchronize(kPatience)) {
+    return;
+  }
+  QMetaObject::invokeMethod(
+      &overdue_, [this] { keyboardOverdue(); }, Qt::QueuedConnection);
+}
+
+/// A menu that is open keeps the keyboard, and what was shown meanwhile does not get it later.
+void LayerQueryHost::keyboardOverdue() {
+  if (!layer_ || focused_ || ++refusals_ > kMostRefusals || !keyboardRefused_) {
+    return;
+  }
+  QtMainLoop::guarded([this] { keyboardRefused_(); });
+  disappear();
+  appear();
 }
 
 void LayerQueryHost::lose() {

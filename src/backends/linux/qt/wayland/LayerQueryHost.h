@@ -2,6 +2,7 @@
 
 #include <QPoint>
 #include <QRect>
+#include <QTimer>
 #include <functional>
 #include <memory>
 
@@ -23,7 +24,8 @@ class LayerQueryHost final : public QueryWindowHost {
  public:
   /// All but the events must outlive it.
   LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::BoundedQueue& queue, wayland::KeyboardWatch& keyboard,
-                 const std::function<void()>& keyboardArrived, QWidget& widget, Events events);
+                 const std::function<void()>& keyboardArrived, const std::function<void()>& keyboardRefused,
+                 QWidget& widget, Events events);
   ~LayerQueryHost() override;
 
   void setCard(const QRect& card) override;
@@ -39,10 +41,13 @@ class LayerQueryHost final : public QueryWindowHost {
   void disappear();
   void replace();
   void lose();
+  void askForKeyboard();
+  void keyboardOverdue();
 
   const wayland::SurfaceGlobals& globals_;
   wayland::BoundedQueue& queue_;
   const std::function<void()>& keyboardArrived_;
+  const std::function<void()>& keyboardRefused_;
   QWidget& widget_;
   Events events_;
   QRect card_;                     ///< within the widget, logical
@@ -51,6 +56,8 @@ class LayerQueryHost final : public QueryWindowHost {
   uint32_t output_ = 0;            ///< on which it shows
   std::unique_ptr<wayland::LayerSurface> layer_;
   bool focused_ = false;
+  int refusals_ = 0;  ///< at this showing
+  QTimer overdue_;    ///< runs from the showing until the keyboard should have come
   Token keyboard_;
 };
 

@@ -64,8 +64,8 @@ std::unique_ptr<ClickThroughWindow> LayerWindows::makeClickThroughWindow(const Q
 
 std::unique_ptr<QueryWindowHost> LayerWindows::makeQueryWindowHost(QWidget& widget, const ScreenGeometry& /*geometry*/,
                                                                    QueryWindowHost::Events events) {
-  return std::make_unique<LayerQueryHost>(globals_, queue_, keyboard_, callbacks_.keyboardArrived, widget,
-                                          std::move(events));
+  return std::make_unique<LayerQueryHost>(globals_, queue_, keyboard_, callbacks_.keyboardArrived,
+                                          callbacks_.keyboardRefused, widget, std::move(events));
 }
 
 void LayerWindows::synchronize() {

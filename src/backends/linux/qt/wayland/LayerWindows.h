@@ -17,6 +17,9 @@ struct LayerCallbacks {
   std::function<void(const std::string& title)> activateWindow;
   /// The query window has the keyboard: keys that come from now on are delivered to it.
   std::function<void()> keyboardArrived;
+  /// An open menu keeps the keyboard from the query window: closes it, or its innermost level. May be called some times
+  /// one after the other, and not within a call.
+  std::function<void()> keyboardRefused;
   /// A message was made, which never counts as the window that the user works in.
   std::function<void(const std::string& title)> passOver;
 };
