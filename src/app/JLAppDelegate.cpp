@@ -210,7 +210,7 @@ void JLAppDelegate::finishStart() {
   platform.accessibility->setMessagingTimeout(platform.accessibility->systemWideElement(), kMessagingTimeout);
   engine_ = std::make_unique<JLQueryEngine>(kOwnBundleIdentifier);
   preferences_ = std::make_unique<JLPreferencesController>(
-      [this] { return engine_->hotkeyPressed(); },
+      [this] { return shortcutPressed(); },
       JLPreferencesController::Context{addresses_, !collectorAddress_.empty(), [this] { terminate(); }});
   engine_->setPreferencesWindow(preferences_.get());
   preferences_->setupPreferences();
@@ -219,10 +219,24 @@ void JLAppDelegate::finishStart() {
   call(collaborators_.didStart);
 }
 
+std::string JLAppDelegate::activate() {
+  const bool wasActive = engine_->isActive().value();
+  return engine_->hotkeyPressed() || wasActive
+             ? std::string()
+             : localized("No application is in front, so there is nothing to choose from.");
+}
+
+bool JLAppDelegate::shortcutPressed() {
+  if (const std::string problem = activate(); !problem.empty()) {
+    Platform::current().desktop->notify(problem);
+  }
+  return engine_->isActive().value();
+}
+
 JLStatusItemController::Actions JLAppDelegate::menuActions() {
   const auto openQueryWindow = [this] {
     if (!engine_->isActive().value()) {
-      engine_->hotkeyPressed();
+      shortcutPressed();
     }
   };
   return {openQueryWindow, addresses_.updateServer.empty() ? nullptr : collaborators_.checkForUpdates,

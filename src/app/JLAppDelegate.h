@@ -53,6 +53,9 @@ class JLAppDelegate {
 
   /// None of these before its step of the start.
   JLQueryEngine* engine() const { return engine_.get(); }
+  /// What a press of the shortcut does, once that exists: shows the query window, or hides it. A sentence when there is
+  /// nothing to show it over.
+  std::string activate();
   JLStatusItemController* statusItemController() const { return statusItemController_.get(); }
   JLPreferencesController* preferencesController() const { return preferences_.get(); }
 
@@ -66,6 +69,7 @@ class JLAppDelegate {
   void setUpdateURL();
   void promptUserToReadDocumentation(const std::function<void()>& next);
   void finishStart();
+  bool shortcutPressed();
   JLStatusItemController::Actions menuActions();
   void giveFocusBack();
   std::string systemVersion() const;

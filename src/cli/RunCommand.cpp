@@ -104,8 +104,7 @@ class Background {
     }
     switch (command.kind) {
       case InstanceCommand::Kind::activate:
-        delegate_.engine()->hotkeyPressed();
-        break;
+        return delegate_.activate();
       case InstanceCommand::Kind::preferences:
         delegate_.engine()->deactivateWithoutSwitchingApplication();
         delegate_.preferencesController()->showPreferencesPaneWithTitle(command.pane);

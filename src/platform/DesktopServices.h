@@ -27,6 +27,9 @@ class DesktopServices {
   virtual void openURL(const std::string& url, std::function<void(bool opened)> done) = 0;
   /// Opens the desktop's own settings for accessibility; false when it has none. Main thread only.
   virtual bool openAccessibilitySettings() = 0;
+  /// Shows a sentence in passing, as the desktop does it for its programs; nothing where it has no way. Does not wait.
+  /// Main thread only.
+  virtual void notify(const std::string& text) = 0;
   /// The path of the guide that was installed with the program; empty when there is none.
   virtual std::string installedDocumentation() = 0;
   /// Looks at everything the program needs and changes nothing. May take seconds; any thread.

@@ -24,6 +24,7 @@ class RecordedDesktopServices final : public DesktopServices {
     ++settingsOpened;
     return true;
   }
+  void notify(const std::string& text) override { notified.push_back(text); }
   std::string installedDocumentation() override { return documentation; }
   std::vector<HealthFinding> checkHealth() override { return health; }
   std::string adviceForSilence(int32_t /*pid*/) override { return advice; }
@@ -32,6 +33,7 @@ class RecordedDesktopServices final : public DesktopServices {
   bool hasBrowser = true;
   std::vector<std::string> opened;
   int settingsOpened = 0;
+  std::vector<std::string> notified;
   std::string documentation;
   std::vector<HealthFinding> health;
   std::string advice;

@@ -1,6 +1,8 @@
 #include "backends/linux/qt/QtDesktopServices.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -92,6 +94,20 @@ bool QtDesktopServices::openAccessibilitySettings() {
     }
   }
   return false;
+}
+
+void QtDesktopServices::notify(const std::string& text) {
+  constexpr int kShownMs = 4000;
+  const QString service = QStringLiteral("org.freedesktop.Notifications");
+  QDBusMessage call = QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"), service,
+                                                     QStringLiteral("Notify"));
+  const uint replaced = 0;
+  const QVariantMap hints{{QStringLiteral("transient"), true},
+                          {QStringLiteral("desktop-entry"), QStringLiteral("jumplark")},
+                          {QStringLiteral("x-canonical-private-synchronous"), QStringLiteral("jumplark")}};
+  call.setArguments({QStringLiteral("Jumplark"), replaced, QStringLiteral("jumplark"), QString::fromStdString(text),
+                     QString(), QStringList(), hints, kShownMs});
+  QDBusConnection::sessionBus().send(call);
 }
 
 std::string QtDesktopServices::installedDocumentation() {

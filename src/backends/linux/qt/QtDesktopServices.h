@@ -23,6 +23,8 @@ class QtDesktopServices final : public DesktopServices {
   bool isAccessibilityGranted() override { return granted_; }
   void openURL(const std::string& url, std::function<void(bool opened)> done) override;
   bool openAccessibilitySettings() override;
+  /// By org.freedesktop.Notifications, for some seconds; a further one replaces that before.
+  void notify(const std::string& text) override;
   /// The user's guide where it is installed with the program, or where the build laid it beside the program.
   std::string installedDocumentation() override;
   std::vector<HealthFinding> checkHealth() override { return questions_.health(); }
