@@ -1,7 +1,5 @@
 #include "ZAXElement/ZAXObserver.h"
 
-#include <stdexcept>
-
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 

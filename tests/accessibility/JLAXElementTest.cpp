@@ -1,6 +1,5 @@
 #include "accessibility/JLAXElement.h"
 
-#include "metrics/JLMetrics.h"
 #include "support/RecordedFixture.h"
 #include "support/RecordedMetrics.h"
 

@@ -1,6 +1,5 @@
 #include "app/AppFixture.h"
 #include "app/ShortcutRecord.h"
-#include "platform/Input.h"
 
 namespace jumplark::testing {
 namespace {

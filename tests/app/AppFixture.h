@@ -2,7 +2,6 @@
 
 #include "app/JLAppDelegate.h"
 #include "app/JLPreferencesController.h"
-#include "app/JLStatusItemController.h"
 #include "support/RecordedFixture.h"
 
 namespace jumplark::testing {

@@ -2,7 +2,6 @@
 
 #include "app/AppFixture.h"
 #include "app/ShortcutRecord.h"
-#include "platform/Input.h"
 #include "query/engine/JLQueryEngine.h"
 #include "streams/NotificationCenter.h"
 

@@ -1,8 +1,6 @@
 #include "app/AppFixture.h"
 #include "app/ShortcutRecord.h"
-#include "metrics/JLMetrics.h"
 #include "metrics/JLMetricsService.h"
-#include "platform/Workspace.h"
 #include "query/engine/JLQueryEngine.h"
 
 namespace jumplark::testing {

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "app/AppFixture.h"
 #include "app/JLUpdateChecker.h"
 

@@ -1,15 +1,7 @@
 #include "app/UpdateFeed.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <functional>
-#include <iterator>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "platform/Http.h"
 #include "platform/PlainText.h"
 #include "support/RecordedFixture.h"
 

@@ -1,6 +1,5 @@
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 
 #include "desktop/support/Desktop.h"
 #include "desktop/support/RunningProgram.h"

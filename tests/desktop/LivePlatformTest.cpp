@@ -2,7 +2,6 @@
 #include "backends/linux/LinuxPlatform.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "desktop/support/Desktop.h"
-#include "platform/Accessibility.h"
 
 namespace jumplark::desktop {
 namespace {

@@ -1,5 +1,3 @@
-#include <set>
-
 #include "desktop/support/Desktop.h"
 #include "desktop/support/RunningProgram.h"
 

@@ -1,7 +1,4 @@
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <set>
 
 #include "desktop/support/Desktop.h"
 #include "desktop/support/RunningProgram.h"

@@ -1,6 +1,3 @@
-#include <map>
-#include <sstream>
-
 #include "input/ZMOModifierTapDetector.h"
 #include "support/RecordedFixture.h"
 

@@ -1,7 +1,5 @@
 #include "input/ZMOEventTap.h"
 
-#include <chrono>
-
 #include "support/RecordedFixture.h"
 
 namespace jumplark::testing {

@@ -4,9 +4,7 @@
 #include <spdlog/spdlog.h>
 
 #include <cmath>
-#include <limits>
 
-#include "metrics/JLMetrics.h"
 #include "metrics/MetricsFixture.h"
 
 namespace jumplark::testing {

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <string>
 
 #include "desktop/support/RunningProgram.h"
 

@@ -87,11 +87,15 @@ TEST(Discovery, laysABlueBoxOverWhatThePointerRestsOn) {
   EXPECT_EQ(test.screen().color(), kTranslucentBlue);
   EXPECT_EQ(test.screen().level(), window_level::screenSaver + 2);
   EXPECT_EQ(*test.controller->currentElement(), *test.desktop.element("close"));
+  EXPECT_TRUE(test.controller->isShowing());
+  EXPECT_EQ(test.controller->initialPosition(), (Point{500, 500}));
   test.pointTo({10, 10});
   test.controller->checkMousePosition();
   test.pass(0);
   EXPECT_EQ(test.shown(), "nothing") << "asked between two ticks";
   EXPECT_EQ(test.controller->currentElement(), nullptr);
+  test.desktop.onMainThread([&] { test.controller->showDetailsOfElementHighlight(test.desktop.element("ok"), true); });
+  EXPECT_EQ(test.shown(), kOK);
 }
 
 TEST(Discovery, theSelectionIsExplainedAfterASecondWithoutTheBox) {

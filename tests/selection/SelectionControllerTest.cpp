@@ -1,6 +1,3 @@
-#include <atomic>
-#include <thread>
-
 #include "selection/JLElementSelectionController.h"
 #include "selection/JLElementShortcutAssigner.h"
 #include "streams/NotificationCenter.h"

@@ -1,9 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "backends/recorded/VirtualQueues.h"
-#include "platform/Platform.h"
 #include "streams/CombineLatest.h"
 #include "streams/NotificationCenter.h"
 #include "streams/Property.h"

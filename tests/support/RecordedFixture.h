@@ -2,13 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <functional>
-#include <memory>
-#include <string>
-
 #include "accessibility/JLElement.h"
 #include "backends/recorded/RecordedPlatform.h"
-#include "platform/Platform.h"
 
 namespace jumplark::testing {
 

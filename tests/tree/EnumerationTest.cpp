@@ -1,7 +1,5 @@
 #include <fmt/format.h>
 
-#include <algorithm>
-
 #include "support/DesktopText.h"
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"

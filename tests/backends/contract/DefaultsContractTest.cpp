@@ -1,9 +1,6 @@
 // What settings promise wherever they are kept: in memory for tests, in a file for users.
 #include <gmock/gmock.h>
 
-#include <string>
-#include <vector>
-
 #include "backends/linux/system/DefaultsFile.h"
 #include "backends/linux/system/SystemQueues.h"
 #include "backends/recorded/RecordedDefaults.h"

@@ -2,11 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "platform/Accessibility.h"
 #include "platform/Platform.h"

@@ -2,13 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <chrono>
-#include <iterator>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "platform/Menus.h"
 #include "platform/Platform.h"
 #include "platform/Queues.h"

@@ -2,13 +2,7 @@
 // happen, a case waits for something that is due later.
 #include <gmock/gmock.h>
 
-#include <atomic>
-#include <chrono>
-#include <functional>
-#include <memory>
 #include <mutex>
-#include <string>
-#include <vector>
 
 #include "backends/linux/system/SystemQueues.h"
 #include "backends/recorded/VirtualQueues.h"

@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "backends/linux/crash/ReportReader.h"
 #include "backends/system/SystemFixture.h"
 

@@ -3,13 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <atomic>
-#include <csignal>
-#include <cstdlib>
-#include <functional>
-#include <limits>
-#include <stdexcept>
 #include <thread>
 
 #include "backends/linux/crash/CrashFolder.h"

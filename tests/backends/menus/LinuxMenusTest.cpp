@@ -1,12 +1,7 @@
 #include "backends/linux/menus/LinuxMenus.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <string>
-#include <utility>
 
 #include "backends/atspi/support/FakeWindows.h"
 #include "backends/linux/menus/MenuText.h"

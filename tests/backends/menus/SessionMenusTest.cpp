@@ -1,10 +1,7 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <systemd/sd-bus.h>
 
-#include <map>
 #include <mutex>
-#include <string>
 
 #include "backends/atspi/support/PrivateBus.h"
 #include "backends/linux/menus/DBusMenus.h"

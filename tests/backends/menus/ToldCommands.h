@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "backends/linux/menus/MenuSource.h"
 
 namespace jumplark::menus {

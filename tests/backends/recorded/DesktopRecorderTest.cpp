@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "backends/recorded/MenuCommandJson.h"

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 #include "backends/recorded/RecordedPlatform.h"
 
 namespace jumplark {

@@ -2,12 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <functional>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
 #include "backends/recorded/RecordedPlatform.h"
 
 namespace jumplark {

@@ -1,8 +1,5 @@
 #include "backends/linux/system/CurlHttp.h"
 
-#include <gtest/gtest.h>
-
-#include <chrono>
 #include <nlohmann/json.hpp>
 
 #include "backends/system/SystemFixture.h"

@@ -5,8 +5,6 @@
 
 #include <csignal>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <thread>
 
 #include "backends/system/SystemFixture.h"
 

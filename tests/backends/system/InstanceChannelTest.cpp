@@ -4,11 +4,8 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 

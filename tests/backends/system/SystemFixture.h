@@ -6,11 +6,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <functional>
-#include <memory>
-#include <sstream>
-#include <string>
 
 #include "backends/linux/system/SystemQueues.h"
 #include "desktop/support/Process.h"

@@ -6,7 +6,6 @@
 
 #include <csignal>
 
-#include "backends/linux/x11/Reply.h"
 #include "backends/x11/X11Fixture.h"
 
 namespace jumplark {

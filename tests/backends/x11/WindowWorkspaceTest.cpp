@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
 #include "backends/linux/x11/DesktopWatcher.h"
 #include "backends/linux/x11/X11Screens.h"
 #include "backends/x11/X11Fixture.h"

@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <map>
-
 #include "backends/linux/x11/X11Checks.h"
 #include "backends/linux/x11/X11Input.h"
 #include "backends/linux/x11/X11InputSources.h"

@@ -1,8 +1,6 @@
 #include "backends/x11/X11Fixture.h"
 
-#include <algorithm>
 #include <stdexcept>
-#include <utility>
 
 #include "backends/linux/x11/Properties.h"
 

@@ -2,16 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
-
 #include "backends/linux/x11/Reply.h"
-#include "backends/linux/x11/X11Connection.h"
 #include "backends/linux/x11/X11WindowSystem.h"
 #include "backends/x11/WindowClient.h"
-#include "desktop/support/PrivateSession.h"
 #include "platform/Queues.h"
 
 namespace jumplark {

@@ -1,7 +1,6 @@
 #include "backends/linux/x11/X11InputSources.h"
 
 #include <clocale>
-#include <cstdlib>
 
 #include "backends/x11/X11Fixture.h"
 

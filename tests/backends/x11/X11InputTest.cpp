@@ -2,10 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <future>
-#include <mutex>
-#include <thread>
 
 #include "backends/x11/X11Fixture.h"
 

@@ -1,7 +1,5 @@
 #include "desktop/support/AppWindows.h"
 
-#include <cstdlib>
-
 #include "support/TemporaryFolder.h"
 
 namespace jumplark::desktop {

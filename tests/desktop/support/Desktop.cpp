@@ -1,9 +1,6 @@
 #include "desktop/support/Desktop.h"
 
-#include <algorithm>
 #include <csignal>
-#include <sstream>
-#include <stdexcept>
 
 namespace jumplark::desktop {
 

@@ -4,10 +4,8 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <sstream>
-#include <stdexcept>
 
 #include "support/TemporaryFolder.h"
 

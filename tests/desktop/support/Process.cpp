@@ -9,7 +9,6 @@
 #include <csignal>
 #include <cstring>
 #include <sstream>
-#include <stdexcept>
 #include <thread>
 
 #include "support/TemporaryFolder.h"

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
-#include <stdexcept>
 
 #include "support/TemporaryFolder.h"
 

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "desktop/toolkits/Toolkits.h"
 
 namespace jumplark::desktop {

@@ -1,7 +1,5 @@
 #include "desktop/toolkits/Toolkits.h"
 
-#include <algorithm>
-#include <memory>
 #include <regex>
 
 #include "desktop/support/RunningProgram.h"

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "platform/Menus.h"
 #include "query/commands/Commands.h"
 #include "query/engine/EngineFixture.h"

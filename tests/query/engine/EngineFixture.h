@@ -1,8 +1,5 @@
 #pragma once
 
-#include <map>
-#include <sstream>
-
 #include "backends/recorded/RecordedQueryWindow.h"
 #include "query/engine/JLQueryEngine.h"
 #include "query/engine/PreferencesWindow.h"

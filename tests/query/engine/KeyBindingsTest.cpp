@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
-#include <iterator>
 #include <regex>
 
 #include "input/ZMOModifierTapDetector.h"

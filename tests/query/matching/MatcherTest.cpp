@@ -3,7 +3,6 @@
 #include "query/matching/ElementXPath.h"
 #include "query/matching/JLElementNodeScorer.h"
 #include "query/matching/RandomTexts.h"
-#include "query/text/Utf.h"
 #include "support/RecordedFixture.h"
 #include "tree/JLElementTree.h"
 

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "query/matching/JLElementFilter.h"
 #include "query/matching/JLElementMatcher.h"
 #include "query/matching/JLElementNodeScorer.h"

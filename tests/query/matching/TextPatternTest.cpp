@@ -5,7 +5,6 @@
 #include <unicode/unistr.h>
 
 #include "query/matching/RandomTexts.h"
-#include "query/text/Utf.h"
 
 namespace jumplark {
 namespace {

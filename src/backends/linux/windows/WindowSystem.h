@@ -97,6 +97,9 @@ class WindowSystem {
   /// The windows of all applications but their pop-ups, front to back as far as that is known; docks and desktops
   /// included.
   virtual std::vector<WindowFacts> windowsFrontToBack() = 0;
+  /// The same as it was found a moment ago, where looking takes time; empty elsewhere, and when nobody has looked
+  /// since.
+  virtual std::vector<WindowFacts> windowsLately() const { return {}; }
   /// The open menus, tool tips and other pop-ups that show, front to back.
   virtual std::vector<WindowFacts> popupsFrontToBack() = 0;
   /// One window; none when it has gone.

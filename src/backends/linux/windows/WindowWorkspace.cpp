@@ -127,8 +127,7 @@ std::optional<RunningApplication> WindowWorkspace::runningApplicationWithPid(int
   return found.empty() ? std::nullopt : std::optional(found.front());
 }
 
-std::optional<WindowFacts> WindowWorkspace::topmostWindow(int32_t pid) {
-  std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
+std::optional<WindowFacts> WindowWorkspace::topmostWindow(int32_t pid, std::vector<WindowFacts> windows) const {
   std::erase_if(windows,
                 [&](const WindowFacts& window) { return !isApplicationWindow(window) || pidOf(window) != pid; });
   std::stable_partition(windows.begin(), windows.end(), [](const WindowFacts& window) { return !window.hidden; });
@@ -136,7 +135,7 @@ std::optional<WindowFacts> WindowWorkspace::topmostWindow(int32_t pid) {
 }
 
 std::optional<Rect> WindowWorkspace::focusedWindowFrame(int32_t pid) {
-  const auto window = topmostWindow(pid);
+  const auto window = topmostWindow(pid, windows_.windowsFrontToBack());
   if (!screens_ || !window || window->hidden) {
     return std::nullopt;
   }
@@ -149,13 +148,17 @@ std::optional<Rect> WindowWorkspace::focusedWindowFrame(int32_t pid) {
 
 bool WindowWorkspace::activate(int32_t pid, uint32_t options) {
   const bool force = (options & kActivateIgnoringOtherApps) != 0;
-  const auto window = topmostWindow(pid);
+  // This comes while the window system is busy with a window that has just gone.
+  auto window = topmostWindow(pid, windows_.windowsLately());
+  if (!window) {
+    window = topmostWindow(pid, windows_.windowsFrontToBack());
+  }
   if (!window) {
     return false;
   }
   if (!force) {
     const WindowId activeId = windows_.activeWindow();
-    const auto active = activeId == window->id ? window : windows_.window(activeId);
+    const auto active = activeId == window->id ? window : activeId ? windows_.window(activeId) : std::nullopt;
     if (active && pidOf(*active) == pid) {
       return true;
     }

@@ -26,15 +26,15 @@ class WindowWorkspace final : public Workspace {
   std::vector<RunningApplication> applicationsFrontToBack() override;
   std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) override;
   std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) override;
+  ApplicationNames namesOf(const RunningApplication& application) override;
   /// With the window manager's decorations, without the shadow that a toolkit draws around its own. None when all
   /// windows of the process are minimised or on another desktop.
-  ApplicationNames namesOf(const RunningApplication& application) override;
   std::optional<Rect> focusedWindowFrame(int32_t pid) override;
   bool activate(int32_t pid, uint32_t options) override;
 
-  /// The topmost normal window or dialog of a process, one that is on screen before one that is minimised; none when it
-  /// has none.
-  std::optional<WindowFacts> topmostWindow(int32_t pid);
+  /// The topmost normal window or dialog of a process among these, which come front to back, one that is on screen
+  /// before one that is minimised; none when it has none.
+  std::optional<WindowFacts> topmostWindow(int32_t pid, std::vector<WindowFacts> windows) const;
 
   /// The application that a window belongs to, by process, desktop file, class and executable.
   RunningApplication applicationOf(const WindowFacts& window) const;

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "backends/linux/x11/Properties.h"
@@ -45,9 +46,19 @@ std::vector<WindowFacts> X11WindowSystem::windowsFrontToBack() {
   {
     const std::scoped_lock lock(mutex_);
     std::erase_if(managed, [this](uint32_t window) { return passedOver_.contains(window); });
-    listed_ = managed;
   }
-  return present(x11::readWindowFacts(*x_, managed));
+  const auto now = std::chrono::steady_clock::now();
+  std::vector<WindowFacts> windows = present(x11::readWindowFacts(*x_, managed));
+  const std::scoped_lock lock(mutex_);
+  listed_ = windows;
+  listedAt_ = now;
+  return windows;
+}
+
+std::vector<WindowFacts> X11WindowSystem::windowsLately() const {
+  constexpr std::chrono::milliseconds kMoment{50};
+  const std::scoped_lock lock(mutex_);
+  return std::chrono::steady_clock::now() - listedAt_ < kMoment ? listed_ : std::vector<WindowFacts>();
 }
 
 void X11WindowSystem::passOver(uint32_t window) {
@@ -103,7 +114,7 @@ std::vector<WindowFacts> X11WindowSystem::popupsFrontToBack() {
 
 bool X11WindowSystem::isListed(uint32_t window) const {
   const std::scoped_lock lock(mutex_);
-  return std::ranges::find(listed_, window) != listed_.end();
+  return std::ranges::find(listed_, WindowId(window), &WindowFacts::id) != listed_.end();
 }
 
 // This comes while the X server is busy with a window that has just gone, so each wait for an answer costs

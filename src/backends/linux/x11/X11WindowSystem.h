@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -22,6 +23,7 @@ class X11WindowSystem final : public WindowSystem {
   explicit X11WindowSystem(std::shared_ptr<X11Connection> connection);
 
   std::vector<WindowFacts> windowsFrontToBack() override;
+  std::vector<WindowFacts> windowsLately() const override;
   std::optional<WindowFacts> window(WindowId id) override;
   WindowId activeWindow() override;
   std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
@@ -51,7 +53,8 @@ class X11WindowSystem final : public WindowSystem {
   std::atomic<xcb_window_t> windowManager_{0};  ///< as it was found last; asked again each time
   mutable std::mutex mutex_;                    ///< leaf
   std::set<uint32_t> passedOver_;
-  std::vector<uint32_t> listed_;  ///< the managed windows at the last look
+  std::vector<WindowFacts> listed_;  ///< the managed windows at the last look
+  std::chrono::steady_clock::time_point listedAt_;
 };
 
 }  // namespace jumplark

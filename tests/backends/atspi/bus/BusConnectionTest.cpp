@@ -2,7 +2,6 @@
 
 #include "backends/atspi/support/SourceFixture.h"
 #include "backends/linux/atspi/bus/AtspiCalls.h"
-#include "backends/linux/atspi/bus/TypedBatch.h"
 
 namespace jumplark::atspi {
 namespace {

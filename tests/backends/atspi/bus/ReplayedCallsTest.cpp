@@ -1,7 +1,6 @@
 #include "backends/linux/atspi/bus/ReplayedCalls.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/element/Roles.h"

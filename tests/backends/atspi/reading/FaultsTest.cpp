@@ -1,10 +1,6 @@
 #include <gmock/gmock.h>
 #include <systemd/sd-bus.h>
 
-#include <atomic>
-#include <chrono>
-#include <thread>
-
 #include "backends/atspi/support/SourceFixture.h"
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 

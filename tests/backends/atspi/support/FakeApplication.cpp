@@ -5,8 +5,6 @@
 #include <systemd/sd-bus.h>
 
 #include <algorithm>
-#include <stdexcept>
-#include <utility>
 
 #include "platform/Utf8.h"
 

@@ -1,16 +1,8 @@
 #pragma once
 
-#include <atomic>
-#include <cstdint>
-#include <functional>
-#include <map>
-#include <memory>
 #include <mutex>
-#include <optional>
 #include <set>
-#include <string>
 #include <type_traits>
-#include <vector>
 
 #include "backends/atspi/support/PrivateBus.h"
 #include "backends/linux/atspi/element/ElementFacts.h"

@@ -1,10 +1,6 @@
 #pragma once
 
-#include <algorithm>
-#include <cstdint>
-#include <optional>
 #include <utility>
-#include <vector>
 
 #include "backends/linux/windows/WindowSystem.h"
 

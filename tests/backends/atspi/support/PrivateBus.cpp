@@ -4,9 +4,6 @@
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <stdexcept>
-
 namespace jumplark::atspi {
 namespace {
 

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <memory>
-#include <string>
 #include <thread>
 
 #include "desktop/support/Process.h"

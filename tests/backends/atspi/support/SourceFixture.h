@@ -3,12 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <set>
-#include <string>
-
 #include "backends/atspi/support/FakeApplication.h"
 #include "backends/atspi/support/FakeWindows.h"
-#include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/source/AtspiElementSource.h"
 #include "backends/linux/atspi/source/View.h"
 

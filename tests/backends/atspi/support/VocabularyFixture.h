@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "backends/atspi/support/SourceFixture.h"
 #include "backends/linux/atspi/vocabulary/AtspiAccessibility.h"
 

@@ -1,7 +1,5 @@
 #include <systemd/sd-bus.h>
 
-#include <atomic>
-
 #include "backends/atspi/support/SourceFixture.h"
 
 namespace jumplark::atspi {

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "backends/atspi/support/VocabularyFixture.h"
 
 namespace jumplark::atspi {

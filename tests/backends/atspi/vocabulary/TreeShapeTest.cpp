@@ -14,6 +14,8 @@ TEST_F(TreeShape, liftsTheMenuBarOutOfItsWindow) {
   EXPECT_EQ(list("box", "AXVisibleChildren"), "body");
   EXPECT_EQ(list("root", "AXChildren"), "frame bar");
   EXPECT_EQ(text("root", "AXMenuBar"), "bar");
+  app.at("root").parent = "all";
+  EXPECT_EQ(text("root", "AXParent"), kNoValue) << "no list of all applications";
   EXPECT_EQ(text("bar", "AXParent"), "root");
   EXPECT_EQ(text("bar", "AXWindow"), "frame");
   EXPECT_EQ(list("bar", "AXChildren"), "file");

@@ -258,8 +258,8 @@ bool AtspiAccessibility::raiseKnownWindow(const ElementRef& frame) {
   if (!last) {
     return false;
   }
-  const auto window = now->frames.windowIn(*last, frame);
-  return window && now->windows.requestActive(window->id, true);
+  const WindowId window = FrameWindows::idIn(*last, frame);
+  return window && now->windows.requestActive(window, true);
 }
 
 AccessibilityError AtspiAccessibility::raise(const Subject& of) {

@@ -25,6 +25,12 @@ std::optional<WindowFacts> FrameWindows::windowIn(const std::vector<MatchedFrame
   return found ? windows_.window(found->window.id) : std::nullopt;
 }
 
+WindowId FrameWindows::idIn(const Snapshot& snapshot, const ElementRef& frame) {
+  const MatchedFrame* found =
+      findIn(snapshot.frames, [&](const MatchedFrame& one) { return one.frame.element == frame; });
+  return found ? found->window.id : WindowId();
+}
+
 ElementRef FrameWindows::frameOf(WindowId window, const ElementRef& application) const {
   const auto frameIn = [&](const std::vector<MatchedFrame>& frames) {
     const MatchedFrame* found = findIn(frames, [&](const MatchedFrame& one) { return one.window.id == window; });

@@ -19,6 +19,8 @@ class FrameWindows {
   std::optional<WindowFacts> windowIn(const Snapshot& snapshot, const ElementRef& frame) const {
     return windowIn(snapshot.frames, frame);
   }
+  /// As the snapshot knew it, without asking whether it is still there; zero for a frame that it has not placed.
+  static WindowId idIn(const Snapshot& snapshot, const ElementRef& frame);
   /// The frame of `application` that a window belongs to; empty for a menu and any other window that is no frame.
   ElementRef frameOf(WindowId window, const ElementRef& application) const;
 

@@ -43,6 +43,10 @@ bool TreeShape::isReparentedMenuBar(const ElementFacts& element) const {
 }
 
 ElementRef TreeShape::parent(const ElementFacts& element) const {
+  // It names the list of all applications, which belongs to another process.
+  if (element.role == role::application) {
+    return {};
+  }
   if (element.role == role::menuBar && isReparentedMenuBar(element)) {
     return application(element);
   }
