@@ -45,6 +45,9 @@ LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::
   QObject::connect(&overdue_, &QTimer::timeout, &overdue_, [this] { askForKeyboard(); });
   // Qt gives the surface of such a window no role, see QtMainLoop.
   widget_.setWindowFlag(Qt::BypassWindowManagerHint);
+  // The first showing of all makes Qt load much, cursors for one; without a role it shows nowhere.
+  widget_.show();
+  disappear();
   widget_.winId();
   keyboard_ = keyboard.addListener({.entered =
                                         [this](wl_surface* surface, const std::vector<uint32_t>&) {
