@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <utility>
 
+#include "backends/linux/wayland/sway/SwayJson.h"
+
 namespace jumplark::sway {
 namespace {
 
@@ -80,12 +82,9 @@ bool Bindings::isTaken(const Combination& combination) {
 std::set<Combination> Bindings::readConfiguration() {
   const auto version = ipc_->ask(Message::getVersion);
   const auto configuration = ipc_->ask(Message::getConfiguration);
-  const auto textIn = [](const std::optional<nlohmann::json>& answer, const char* key) {
-    const bool isThere = answer && answer->is_object() && answer->contains(key) && answer->at(key).is_string();
-    return isThere ? answer->at(key).get<std::string>() : std::string();
-  };
-  const std::filesystem::path file = textIn(version, "loaded_config_file_name");
-  return boundCombinations(textIn(configuration, "config"), filesBelow(file.parent_path()));
+  const nlohmann::json nothing;
+  const std::filesystem::path file = text(version.value_or(nothing), "loaded_config_file_name");
+  return boundCombinations(text(configuration.value_or(nothing), "config"), filesBelow(file.parent_path()));
 }
 
 void Bindings::ran(const std::string& command) {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "backends/linux/wayland/sway/SwayJson.h"
 #include "backends/linux/wayland/sway/SwayTree.h"
 
 namespace jumplark::sway {
@@ -18,14 +19,10 @@ std::unique_ptr<SwayCompositor> SwayCompositor::open() {
   }
   auto ipc = std::make_shared<Ipc>(path);
   const auto version = ipc->ask(Message::getVersion);
-  if (!version || !version->is_object()) {
+  if (!version || integer(*version, "major", -1) < 0) {
     return nullptr;
   }
-  const auto number = [&](const char* key) {
-    const auto found = version->find(key);
-    return found != version->end() && found->is_number_integer() ? found->get<int>() : 0;
-  };
-  std::string name = fmt::format("sway {}.{}", number("major"), number("minor"));
+  std::string name = fmt::format("sway {}.{}", integer(*version, "major", 0), integer(*version, "minor", 0));
   return std::unique_ptr<SwayCompositor>(new SwayCompositor(std::move(ipc), std::move(name)));
 }
 
@@ -63,12 +60,9 @@ bool SwayCompositor::isTaken(uint32_t key, uint64_t modifiers) {
 }
 
 void SwayCompositor::handle(const Answer& event) {
-  if (!event.body.is_object()) {
-    return;
-  }
-  const std::string change = event.body.value("change", std::string());
-  if (event.type == Events::kBinding && event.body.contains("binding") && event.body.at("binding").is_object()) {
-    bindings_.ran(event.body.at("binding").value("command", std::string()));
+  const std::string change = text(event.body, "change");
+  if (event.type == Events::kBinding) {
+    bindings_.ran(text(member(event.body, "binding"), "command"));
   } else if ((event.type == Events::kWorkspace && change == "reload") ||
              (event.type == Events::kMode && change == "default")) {
     // A new reading of the configuration takes away what was bound at run time; and what is bound while a mode is on
@@ -80,22 +74,20 @@ void SwayCompositor::handle(const Answer& event) {
 }
 
 void SwayCompositor::focusChanged(const nlohmann::json& event) {
-  const auto window = event.value("container", nlohmann::json());
-  const auto pid = window.is_object() ? window.value("pid", nlohmann::json()) : nlohmann::json();
-  if (!pid.is_number_integer() || pid.get<int64_t>() <= 0 || pid.get<int64_t>() > INT32_MAX ||
-      pid.get<int32_t>() == getpid()) {
+  const int64_t pid = integer(member(event, "container"), "pid", 0);
+  if (pid <= 0 || pid > INT32_MAX || pid == getpid()) {
     return;
   }
   std::vector<std::shared_ptr<std::function<void(int32_t)>>> callbacks;
   {
     const std::lock_guard lock(mutex_);
-    if (std::exchange(activePid_, pid.get<int32_t>()) == activePid_) {
+    if (std::exchange(activePid_, static_cast<int32_t>(pid)) == pid) {
       return;
     }
     callbacks = callbacks_;
   }
   for (const auto& callback : callbacks) {
-    (*callback)(pid.get<int32_t>());
+    (*callback)(static_cast<int32_t>(pid));
   }
 }
 

@@ -4,23 +4,24 @@
 
 #include <algorithm>
 
+#include "backends/linux/wayland/sway/SwayJson.h"
+
 namespace jumplark::sway {
 
 InputSources::Layouts InputSources::read() {
   Layouts best;
   const auto answer = ipc_->ask(Message::getInputs);
   for (const auto& input : answer && answer->is_array() ? *answer : nlohmann::json::array()) {
-    if (!input.is_object() || input.value("type", nlohmann::json()) != "keyboard") {
+    if (text(input, "type") != "keyboard") {
       continue;
     }
     Layouts layouts;
-    for (const auto& name : input.value("xkb_layout_names", nlohmann::json::array())) {
+    for (const auto& name : list(input, "xkb_layout_names")) {
       if (name.is_string()) {
         layouts.identifiers.push_back(names_.identifierOf(name.get<std::string>()));
       }
     }
-    const auto active = input.value("xkb_active_layout_index", nlohmann::json());
-    layouts.active = active.is_number_unsigned() ? active.get<size_t>() : 0;
+    layouts.active = static_cast<size_t>(std::max<int64_t>(0, integer(input, "xkb_active_layout_index", 0)));
     if (layouts.identifiers.size() > best.identifiers.size()) {
       best = std::move(layouts);
     }

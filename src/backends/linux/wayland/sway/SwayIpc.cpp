@@ -11,6 +11,8 @@
 #include <cstring>
 #include <utility>
 
+#include "backends/linux/wayland/sway/SwayJson.h"
+
 namespace jumplark::sway {
 namespace {
 
@@ -126,8 +128,8 @@ std::optional<std::string> Ipc::run(std::string_view command) {
     return "sway does not answer";
   }
   for (const auto& result : *answer) {
-    if (!result.is_object() || !result.value("success", false)) {
-      return result.is_object() ? result.value("error", std::string("refused")) : "sway answers nonsense";
+    if (!flag(result, "success")) {
+      return "sway refuses: " + text(result, "error");
     }
   }
   return std::nullopt;

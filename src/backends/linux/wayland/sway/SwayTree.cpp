@@ -1,53 +1,23 @@
 #include "backends/linux/wayland/sway/SwayTree.h"
 
 #include <algorithm>
-#include <cmath>
 #include <map>
+#include <tuple>
 #include <utility>
+
+#include "backends/linux/wayland/sway/SwayJson.h"
 
 namespace jumplark::sway {
 namespace {
 
 constexpr size_t kMostWindows = 4096;
 constexpr int kDeepest = 64;
-/// A layout is some thousand points wide; what is further away is a mistake.
-constexpr double kFarthest = 1e6;
 /// Where sway holds windows that are put away.
 constexpr const char* kScratchpad = "__i3_scratch";
 
-double number(const nlohmann::json& object, const char* key) {
-  const auto found = object.find(key);
-  const double value = found != object.end() && found->is_number() ? found->get<double>() : 0;
-  return std::isfinite(value) ? std::clamp(value, -kFarthest, kFarthest) : 0;
-}
-
-int64_t integer(const nlohmann::json& object, const char* key, int64_t otherwise) {
-  const auto found = object.find(key);
-  return found != object.end() && found->is_number_integer() ? found->get<int64_t>() : otherwise;
-}
-
-std::string text(const nlohmann::json& object, const char* key) {
-  const auto found = object.find(key);
-  return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
-}
-
-bool flag(const nlohmann::json& object, const char* key) {
-  const auto found = object.find(key);
-  return found != object.end() && found->is_boolean() && found->get<bool>();
-}
-
 Rect rect(const nlohmann::json& object, const char* key) {
-  const auto found = object.find(key);
-  if (found == object.end() || !found->is_object()) {
-    return {};
-  }
-  return {number(*found, "x"), number(*found, "y"), number(*found, "width"), number(*found, "height")};
-}
-
-const nlohmann::json& list(const nlohmann::json& object, const char* key) {
-  static const nlohmann::json kNone = nlohmann::json::array();
-  const auto found = object.find(key);
-  return found != object.end() && found->is_array() ? *found : kNone;
+  const nlohmann::json& found = member(object, key);
+  return {number(found, "x"), number(found, "y"), number(found, "width"), number(found, "height")};
 }
 
 WindowType typeOf(const std::string& name) {
@@ -133,11 +103,11 @@ class Reader {
     window.frame = {place.x, place.y - title, place.width, place.height + title};
     window.hidden = putAway || !flag(node, "visible");
     window.knowsItsPlace = text(node, "shell") == "xwayland";
-    if (const auto properties = node.find("window_properties"); properties != node.end() && properties->is_object()) {
-      window.className = text(*properties, "class");
-      window.instanceName = text(*properties, "instance");
-      window.type = typeOf(text(*properties, "window_type"));
-      leaders_[window.id.low] = integer(*properties, "transient_for", 0);
+    if (const nlohmann::json& properties = member(node, "window_properties"); properties.is_object()) {
+      window.className = text(properties, "class");
+      window.instanceName = text(properties, "instance");
+      window.type = typeOf(text(properties, "window_type"));
+      leaders_[window.id.low] = integer(properties, "transient_for", 0);
       byXid_[integer(node, "window", 0)] = window.id;
     }
     if (flag(node, "focused")) {
@@ -160,7 +130,7 @@ Tree readTree(const nlohmann::json& root) {
 std::vector<Workspace> readWorkspaces(const nlohmann::json& answer) {
   std::vector<Workspace> result;
   for (const auto& workspace : answer.is_array() ? answer : nlohmann::json::array()) {
-    if (workspace.is_object() && flag(workspace, "visible")) {
+    if (flag(workspace, "visible")) {
       result.push_back({text(workspace, "output"), rect(workspace, "rect")});
     }
   }
