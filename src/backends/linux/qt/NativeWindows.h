@@ -37,6 +37,7 @@ class NativeWindows {
 
   /// Without a compositor a translucent window is black.
   virtual bool compositorRuns() const = 0;
+  /// Calls back after that has changed, or a picture's ratio somewhere.
   virtual Token onCompositorChanged(std::function<void()> callback) = 0;
 
   /// Translucent when asked for and possible.

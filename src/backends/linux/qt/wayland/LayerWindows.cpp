@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "backends/linux/qt/KeyMeanings.h"
+#include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/wayland/LayerPicture.h"
 #include "backends/linux/qt/wayland/LayerQueryHost.h"
 
@@ -49,10 +50,29 @@ LayerWindows::LayerWindows(wl_display* display, LayerCallbacks callbacks)
     : callbacks_(std::move(callbacks)),
       queue_(display),
       keyboard_(display),
-      globals_(display),
+      globals_(display, [this] { outputsChanged(); }),
       keys_(std::make_unique<WatchedKeys>(keyboard_)) {}
 
 LayerWindows::~LayerWindows() = default;
+
+Token LayerWindows::onCompositorChanged(std::function<void()> callback) {
+  auto added = std::make_shared<std::function<void()>>(std::move(callback));
+  listeners_->push_back(added);
+  return Token([list = listeners_, added] {
+    // Emptied as well: a round of calls that is under way has a copy of the list.
+    *added = nullptr;
+    std::erase(*list, added);
+  });
+}
+
+void LayerWindows::outputsChanged() {
+  const Listeners round = *listeners_;
+  for (const auto& listener : round) {
+    if (const std::function<void()> call = *listener) {
+      QtMainLoop::guarded(call);
+    }
+  }
+}
 
 double LayerWindows::pictureRatioAt(QPoint native) const {
   return globals_.ratioAt({static_cast<double>(native.x()), static_cast<double>(native.y())});

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "backends/linux/qt/NativeWindows.h"
 #include "backends/linux/wayland/surfaces/BoundedQueue.h"
@@ -38,7 +39,7 @@ class LayerWindows final : public NativeWindows {
   NativeUnit unit() const override { return NativeUnit::logicalPixel; }
   double pictureRatioAt(QPoint native) const override;
   bool compositorRuns() const override { return true; }
-  Token onCompositorChanged(std::function<void()> /*callback*/) override { return {}; }
+  Token onCompositorChanged(std::function<void()> callback) override;
   std::unique_ptr<ClickThroughWindow> makeClickThroughWindow(const QRect& geometry, bool translucent) override;
   std::unique_ptr<QueryWindowHost> makeQueryWindowHost(QWidget& widget, const ScreenGeometry& geometry,
                                                        QueryWindowHost::Events events) override;
@@ -53,7 +54,12 @@ class LayerWindows final : public NativeWindows {
  private:
   LayerWindows(wl_display* display, LayerCallbacks callbacks);
 
+  void outputsChanged();
+
+  using Listeners = std::vector<std::shared_ptr<std::function<void()>>>;
+
   const LayerCallbacks callbacks_;
+  std::shared_ptr<Listeners> listeners_ = std::make_shared<Listeners>();
   wayland::BoundedQueue queue_;
   wayland::KeyboardWatch keyboard_;
   wayland::SurfaceGlobals globals_;

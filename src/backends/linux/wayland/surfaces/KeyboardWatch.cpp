@@ -160,18 +160,18 @@ KeyboardWatch::~KeyboardWatch() = default;
 
 Token KeyboardWatch::addListener(Listener listener) {
   auto added = std::make_shared<std::optional<Listener>>(std::move(listener));
-  listeners_.push_back(added);
-  return Token([this, added] {
+  listeners_->push_back(added);
+  return Token([list = listeners_, added] {
     // Emptied as well: a round of calls that is under way has a copy of the list.
     added->reset();
-    std::erase(listeners_, added);
+    std::erase(*list, added);
   });
 }
 
 template <typename Call>
 void KeyboardWatch::tell(const Call& call) {
   // Copies, since a call may end its own registration or another one's.
-  const auto round = listeners_;
+  const Listeners round = *listeners_;
   for (const auto& listener : round) {
     if (const std::optional<Listener> copy = *listener) {
       call(*copy);

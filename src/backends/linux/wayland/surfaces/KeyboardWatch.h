@@ -43,6 +43,7 @@ class KeyboardWatch {
   KeyboardWatch(const KeyboardWatch&) = delete;
   KeyboardWatch& operator=(const KeyboardWatch&) = delete;
 
+  /// The token may outlive the watch.
   Token addListener(Listener listener);
 
   /// What the keys mean of the keyboard used last; null until a map has come.
@@ -60,7 +61,8 @@ class KeyboardWatch {
   std::unique_ptr<Registry> registry_;
   std::vector<std::unique_ptr<Seat>> seats_;
   Seat* current_ = nullptr;  ///< whose keyboard was used last
-  std::vector<std::shared_ptr<std::optional<Listener>>> listeners_;
+  using Listeners = std::vector<std::shared_ptr<std::optional<Listener>>>;
+  std::shared_ptr<Listeners> listeners_ = std::make_shared<Listeners>();
 };
 
 }  // namespace jumplark::wayland

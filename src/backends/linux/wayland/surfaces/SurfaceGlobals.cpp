@@ -3,6 +3,7 @@
 #include <wayland-client.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace jumplark::wayland {
 namespace {
@@ -16,7 +17,14 @@ SurfaceGlobals::Output& outputOf(void* data) {
   return *static_cast<SurfaceGlobals::Output*>(data);
 }
 
-constexpr wl_output_listener kOutputListener = {
+double distance(const Rect& frame, Point place) {
+  return std::max({frame.minX() - place.x, 0.0, place.x - frame.maxX() + 1}) +
+         std::max({frame.minY() - place.y, 0.0, place.y - frame.maxY() + 1});
+}
+
+}  // namespace
+
+const wl_output_listener SurfaceGlobals::kOutputListener = {
     [](void* data, wl_output*, int32_t, int32_t, int32_t, int32_t, int32_t, const char*, const char*,
        int32_t transform) { outputOf(data).isTurned = transform % 2 != 0; },
     [](void* data, wl_output*, uint32_t flags, int32_t width, int32_t height, int32_t) {
@@ -25,13 +33,13 @@ constexpr wl_output_listener kOutputListener = {
         outputOf(data).mode[1] = height;
       }
     },
-    [](void*, wl_output*) {},
+    [](void* data, wl_output*) { outputOf(data).owner->tellOfOutputs(); },
     [](void* data, wl_output*, int32_t factor) { outputOf(data).scale = factor; },
     [](void*, wl_output*, const char*) {},
     [](void*, wl_output*, const char*) {},
 };
 
-constexpr zxdg_output_v1_listener kPlaceListener = {
+const zxdg_output_v1_listener SurfaceGlobals::kPlaceListener = {
     [](void* data, zxdg_output_v1*, int32_t x, int32_t y) {
       outputOf(data).frame.x = x;
       outputOf(data).frame.y = y;
@@ -40,31 +48,23 @@ constexpr zxdg_output_v1_listener kPlaceListener = {
       outputOf(data).frame.width = width;
       outputOf(data).frame.height = height;
     },
-    [](void*, zxdg_output_v1*) {},
+    [](void* data, zxdg_output_v1*) { outputOf(data).owner->tellOfOutputs(); },
     [](void*, zxdg_output_v1*, const char*) {},
     [](void*, zxdg_output_v1*, const char*) {},
 };
 
-double distance(const Rect& frame, Point place) {
-  return std::max({frame.minX() - place.x, 0.0, place.x - frame.maxX() + 1}) +
-         std::max({frame.minY() - place.y, 0.0, place.y - frame.maxY() + 1});
-}
-
-}  // namespace
-
-SurfaceGlobals::SurfaceGlobals(wl_display* display) : registry_(wl_display_get_registry(display)) {
+SurfaceGlobals::SurfaceGlobals(wl_display* display, std::function<void()> outputsChanged)
+    : registry_(wl_display_get_registry(display)), outputsChanged_(std::move(outputsChanged)) {
   static constexpr wl_registry_listener kListener = {
       [](void* data, wl_registry*, uint32_t name, const char* interface, uint32_t version) {
         static_cast<SurfaceGlobals*>(data)->add(name, interface, version);
       },
-      [](void* data, wl_registry*, uint32_t name) {
-        std::erase_if(static_cast<SurfaceGlobals*>(data)->outputs_,
-                      [&](const auto& output) { return output->name == name; });
-      }};
+      [](void* data, wl_registry*, uint32_t name) { static_cast<SurfaceGlobals*>(data)->remove(name); }};
   wl_registry_add_listener(registry_.get(), &kListener, this);
   // First the names, then what the outputs tell of themselves.
   wl_display_roundtrip(display);
   wl_display_roundtrip(display);
+  isTelling_ = true;
 }
 
 SurfaceGlobals::~SurfaceGlobals() = default;
@@ -90,10 +90,23 @@ void SurfaceGlobals::add(uint32_t name, const std::string& interface, uint32_t v
 void SurfaceGlobals::addOutput(uint32_t name, uint32_t version) {
   auto output = std::make_unique<Output>();
   output->name = name;
+  output->owner = this;
   output->output = bind<wl_output>(registry_.get(), name, wl_output_interface, std::min(version, 3U));
   wl_output_add_listener(output->output.get(), &kOutputListener, output.get());
   outputs_.push_back(std::move(output));
   askForPlaces();
+}
+
+void SurfaceGlobals::remove(uint32_t name) {
+  if (std::erase_if(outputs_, [&](const auto& output) { return output->name == name; }) > 0) {
+    tellOfOutputs();
+  }
+}
+
+void SurfaceGlobals::tellOfOutputs() {
+  if (isTelling_) {
+    outputsChanged_();
+  }
 }
 
 void SurfaceGlobals::askForPlaces() {

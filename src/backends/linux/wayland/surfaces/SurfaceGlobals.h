@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,10 +25,11 @@ class SurfaceGlobals {
     int mode[2] = {0, 0};  ///< width and height in pixels
     int scale = 1;         ///< whole, at least what is shown
     bool isTurned = false;
+    SurfaceGlobals* owner = nullptr;
   };
 
-  /// Waits for the compositor. The connection must outlive it.
-  explicit SurfaceGlobals(wl_display* display);
+  /// Waits for the compositor. The connection must outlive it. `outputsChanged` is called after later changes.
+  SurfaceGlobals(wl_display* display, std::function<void()> outputsChanged);
   ~SurfaceGlobals();
   SurfaceGlobals(const SurfaceGlobals&) = delete;
   SurfaceGlobals& operator=(const SurfaceGlobals&) = delete;
@@ -46,9 +48,14 @@ class SurfaceGlobals {
   double ratioAt(Point place) const;
 
  private:
+  static const wl_output_listener kOutputListener;
+  static const zxdg_output_v1_listener kPlaceListener;
+
   void add(uint32_t name, const std::string& interface, uint32_t version);
   void addOutput(uint32_t name, uint32_t version);
+  void remove(uint32_t name);
   void askForPlaces();
+  void tellOfOutputs();
 
   Owned<wl_registry> registry_;
   Owned<wl_compositor> compositor_;
@@ -57,6 +64,8 @@ class SurfaceGlobals {
   Owned<wp_viewporter> viewporter_;
   Owned<zxdg_output_manager_v1> places_;
   std::vector<std::unique_ptr<Output>> outputs_;
+  std::function<void()> outputsChanged_;
+  bool isTelling_ = false;  ///< not before the first answers have come
 };
 
 }  // namespace jumplark::wayland
