@@ -31,6 +31,7 @@ class FakeWindows final : public WindowSystem {
     return first([topLeft](const WindowFacts& one) { return one.frame.contains(topLeft); });
   }
   std::vector<WindowFacts> popupsFrontToBack() override { return popups; }
+  bool isOwn(const WindowFacts&) const override { return false; }
   bool requestActive(WindowId id, bool force) override {
     activations.emplace_back(id, force);
     return true;

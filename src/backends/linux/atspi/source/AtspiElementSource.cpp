@@ -290,7 +290,9 @@ ElementRef AtspiElementSource::topmostInDocument(const ElementRef& document, Poi
   }
   const Toolkit& toolkit = toolkitOf(*handle);
   const Point offset = offsetOf(document, toolkit, scope);
-  return toolkit.topmostInDocument(bus_, *handle, {point.x - offset.x, point.y - offset.y}, deadline());
+  const Rect place{point.x, point.y, 0, 0};
+  const Rect told = scope.placed ? scope.placed->transform->fromScreen(document, place) : place;
+  return toolkit.topmostInDocument(bus_, *handle, {told.x - offset.x, told.y - offset.y}, deadline());
 }
 
 AccessibilityResult<int32_t> AtspiElementSource::processIdentifier(const ElementRef& element) {

@@ -9,6 +9,7 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/Corrections.h"
 #include "backends/linux/atspi/reading/Experience.h"
 #include "backends/linux/atspi/reading/Snapshot.h"
 #include "backends/linux/atspi/toolkits/chromium/ChromiumWalk.h"
@@ -33,6 +34,33 @@ bool isBrowserEngine(const std::string& program) {
   return !program.empty() && std::filesystem::exists(folder / "chrome_100_percent.pak", error);
 }
 
+bool isPage(const ElementFacts& element) {
+  return element.role == role::documentWeb;
+}
+
+bool isInPage(const ElementFacts& element, const ElementDraft& elements) {
+  return isPage(element) || elements.findAbove(element, isPage) != nullptr;
+}
+
+/// In how many more units pages count than what they fill does, both from the corner.
+double pixelsInAPoint(const ElementDraft& elements, Point corner) {
+  for (const auto& [ref, element] : elements) {
+    const ElementFacts* view = isPage(*element) ? elements.find(element->parent) : nullptr;
+    if (!view || !view->extents || !element->extents || isInPage(*view, elements)) {
+      continue;
+    }
+    for (const double pixels : {2.0, 3.0, 4.0}) {
+      const Rect grown = Placement{corner, corner, pixels}.toScreen(*view->extents);
+      const Rect& page = *element->extents;
+      if (isNear(page.x, grown.x, pixels) && isNear(page.y, grown.y, pixels) &&
+          isNear(page.width, grown.width, pixels) && isNear(page.height, grown.height, pixels)) {
+        return pixels;
+      }
+    }
+  }
+  return 1;
+}
+
 bool isKnownToBeBlank(const ElementRef& page, const WalkPlan& plan) {
   return plan.experiences->of(handleOf(page)->busName(),
                               [&](const Experience& known) { return known.blankPages.contains(page); });
@@ -49,8 +77,27 @@ bool showsContent(const Snapshot& snapshot) {
 }  // namespace
 
 bool Chromium::tellsScreenPlace(const ElementFacts& element, const ElementDraft& elements) const {
-  const auto isPage = [](const ElementFacts& one) { return one.role == role::documentWeb; };
-  return isPage(element) || elements.findAbove(element, isPage) != nullptr;
+  return isInPage(element, elements);
+}
+
+void Chromium::correctPlaces(Reading& reading) const {
+  const ElementFacts* frame = reading.elements.find(reading.focusedWindow);
+  if (!frame || !frame->extents || !reading.transform.placement.isIdentity()) {
+    return;
+  }
+  const Point corner{frame->extents->x, frame->extents->y};
+  const double pixels = pixelsInAPoint(reading.elements, corner);
+  if (pixels == 1) {
+    return;
+  }
+  reading.transform.placement = {corner, corner, 1 / pixels};
+  for (const auto& [ref, element] : reading.elements) {
+    if (!isInPage(*element, reading.elements)) {
+      reading.transform.onScreen.insert(ref);
+    } else if (element->extents) {
+      element->extents = reading.transform.placement.toScreen(*element->extents);
+    }
+  }
 }
 
 ElementRef Chromium::topmostInDocument(CallRunner& runner, const AtspiHandle& document, Point point,

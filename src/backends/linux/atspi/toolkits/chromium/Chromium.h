@@ -14,6 +14,8 @@ class Chromium final : public Toolkit {
   Waking waking() const override { return {.eachTime = true, .asksAttributes = true}; }
   /// It scales its own controls, and tells the places in its pages as they are on the screen.
   bool tellsScreenPlace(const ElementFacts& element, const ElementDraft& elements) const override;
+  /// Where it does not know the place of its window, pages count in pixels of the surface, and all else in points.
+  void correctPlaces(Reading& reading) const override;
   ElementRef topmostInDocument(CallRunner& runner, const AtspiHandle& document, Point point,
                                TimePoint deadline) const override;
   /// Wakes the window, reads it, and waits for a page that is still empty: once for each page, and for less than a

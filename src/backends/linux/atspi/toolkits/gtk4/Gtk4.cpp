@@ -88,7 +88,10 @@ std::string Gtk4::nameForPeople(const std::string& name) const {
 
 Point Gtk4::originIn(const WindowFacts& window, const Rect& reportedFrame) const {
   if (window.tellsShadow || !window.knowsItsPlace) {
-    const Rect seen = window.visible();
+    const auto rects = rectsOf(window);
+    const auto fits =
+        std::ranges::find_if(rects, [&](const Rect& rect) { return scaleBetween(reportedFrame, rect) == 1; });
+    const Rect seen = window.tellsShadow || fits == rects.end() ? window.visible() : *fits;
     return {seen.x, seen.y};
   }
   const double scale = wholeScale(window, reportedFrame);
