@@ -3,6 +3,7 @@
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -29,6 +30,7 @@
 #include "backends/linux/x11/X11Screens.h"
 #include "backends/linux/x11/X11Shortcuts.h"
 #include "backends/linux/x11/X11WindowSystem.h"
+#include "platform/Texts.h"
 #include "platform/Workspace.h"
 
 namespace jumplark {
@@ -99,9 +101,29 @@ struct LinuxProgram::Parts {
             [this](uint8_t keycode) { desktop->input().expectOwnRelease(keycode); },
             [this] {
               if (desktop) {
-                desktop->menuWillClose();
+                desktop->shortcutMayCome();
               }
+            },
+            [this](bool hasKeyboard) { return desktop && desktop->menuWillClose(hasKeyboard); },
+            [this] {
+              queues.mainQueue().post([this, isAlive = std::weak_ptr<bool>(isTellingOfKeyboard)] {
+                if (!isAlive.expired()) {
+                  tellWhoKeepsTheKeyboard();
+                }
+              });
             }};
+  }
+
+  void tellWhoKeepsTheKeyboard() {
+    const std::string name = desktop ? desktop->applicationWithOpenMenu() : std::string();
+    if (name.empty() || std::exchange(*isTellingOfKeyboard, true)) {
+      return;
+    }
+    const Alert alert{localized("The query window cannot open"),
+                      localizedFormat("{} has a menu open, keeps the keyboard for it and does not answer.", name),
+                      {localized("OK")},
+                      false};
+    views.showAlert(alert, [isTelling = isTellingOfKeyboard](int) { *isTelling = false; });
   }
 
   WindowCallbacks windowCallbacks() {
@@ -134,6 +156,7 @@ struct LinuxProgram::Parts {
     buttonPresses = watcher->onButtonPress([this](Point position) { views.pointerPressedOutside(position); });
   }
 
+  const std::shared_ptr<bool> isTellingOfKeyboard = std::make_shared<bool>(false);  ///< an alert shows
   std::unique_ptr<LinuxPlatform> desktop;
   std::shared_ptr<X11Connection> connection;
   SystemQueues& queues;
