@@ -1,5 +1,8 @@
 #include "backends/linux/LinuxPlatform.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <utility>
 
 #include "backends/linux/OpenBackend.h"
@@ -24,6 +27,7 @@ constexpr auto kClickHold = std::chrono::milliseconds(20);
 constexpr int64_t kMenuKey = key_code::symbolBase + 0xFF67;
 /// For so long the shortcut waits with taking the keyboard from an open menu.
 constexpr auto kOpenMenusLimit = std::chrono::milliseconds(60);
+using Keyboard = menus::OpenCommands::Keyboard;
 
 }  // namespace
 
@@ -46,7 +50,14 @@ struct LinuxPlatform::Parts {
             [this](const ElementRef& application) { return accessibility.lastSnapshotOf(application); }, hands()),
         gtkMenus(backend->windowMenus()),
         dbusMenus(backend->windowMenus()),
-        openMenus(queueSet, [this](menus::TimePoint deadline) { return treeMenus.readOpen(deadline); }),
+        openMenus(queueSet,
+                  [this](menus::TimePoint deadline, Keyboard keyboard) {
+                    // The window that is in front is this program's own where the user calls to have it closed.
+                    const auto front = windows.window(windows.activeWindow());
+                    const bool isOwn = front && front->pid == ::getpid();
+                    return isOwn ? menus::OpenCommands::Told()
+                                 : treeMenus.readOpen(deadline, keyboard == Keyboard::taken);
+                  }),
         menus(queueSet, windows, openMenus, [this] { input.closeMenus(); }, gtkMenus,
               {&treeMenus, &gtkMenus, &dbusMenus}) {}
 
@@ -109,8 +120,21 @@ LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(pa
 
 LinuxPlatform::~LinuxPlatform() = default;
 
-void LinuxPlatform::menuWillClose() {
-  parts_->openMenus.read(kOpenMenusLimit);
+void LinuxPlatform::shortcutMayCome() {
+  parts_->openMenus.expect(kOpenMenusLimit);
+}
+
+bool LinuxPlatform::menuWillClose(bool hasKeyboard) {
+  return parts_->openMenus.read(kOpenMenusLimit, hasKeyboard ? Keyboard::taken : Keyboard::free);
+}
+
+std::string LinuxPlatform::applicationWithOpenMenu() {
+  const auto front = parts_->backend->workspace().frontmostApplication();
+  const auto popups = parts_->windows.popupsFrontToBack();
+  const bool isOpen = front && std::ranges::any_of(popups, [&](const WindowFacts& popup) {
+                        return popup.pid == front->pid && menus::isMenuWindow(popup);
+                      });
+  return isOpen ? front->name : std::string();
 }
 
 Token LinuxPlatform::workWhileWaiting(std::function<void()> work) {

@@ -33,11 +33,16 @@ class LinuxPlatform {
   ~LinuxPlatform();
 
   const Platform& platform() const { return platform_; }
+  /// The name of the application in front if something lies open over its window; else empty.
+  std::string applicationWithOpenMenu();
   /// Makes the calling thread do `work` every now and then while it waits for an application, until the token is
   /// destroyed on it. Work must be short and wait for nothing.
   Token workWhileWaiting(std::function<void()> work);
-  /// An open menu is about to be closed: reads what can be chosen in it. Takes 60 ms at most, on any thread.
-  void menuWillClose();
+  /// The shortcut may be pressed at any moment: begins to read what is open. Returns at once, on any thread.
+  void shortcutMayCome();
+  /// An open menu that has the keyboard, or else pop-ups that show, are about to be closed: reads what can be chosen in
+  /// them. Takes 60 ms at most, on any thread. True when menus are open that have no windows of their own.
+  bool menuWillClose(bool hasKeyboard);
   /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
   void applicationBecameActive(int32_t pid);
   /// Reads an application as a snapshot does, and says how that went.

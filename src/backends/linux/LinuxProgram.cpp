@@ -3,6 +3,7 @@
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
+#include <memory>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -84,7 +85,7 @@ struct LinuxProgram::Parts {
         views({nativeWindows(), backend->screens(), queues.mainQueue()}),
         appViews(views, queues.mainQueue()) {
     if (desktop) {
-      backend->onMenuWillClose([this] { desktop->menuWillClose(); });
+      backend->setMenuHooks(menuHooks());
       worker = queues.makeSerialQueue("com.brindlefox.jumplark.active-application");
       watchDesktop();
     }
@@ -125,6 +126,30 @@ struct LinuxProgram::Parts {
     return windows;
   }
 
+  MenuHooks menuHooks() {
+    return {[this] { desktop->shortcutMayCome(); },
+            [this](bool hasKeyboard) { return desktop->menuWillClose(hasKeyboard); },
+            [this] {
+              queues.mainQueue().post([this, isAlive = std::weak_ptr<bool>(isTellingOfKeyboard)] {
+                if (!isAlive.expired()) {
+                  tellWhoKeepsTheKeyboard();
+                }
+              });
+            }};
+  }
+
+  void tellWhoKeepsTheKeyboard() {
+    const std::string name = desktop ? desktop->applicationWithOpenMenu() : std::string();
+    if (name.empty() || std::exchange(*isTellingOfKeyboard, true)) {
+      return;
+    }
+    const Alert alert{localized("The query window cannot open"),
+                      localizedFormat("{} has a menu open, keeps the keyboard for it and does not answer.", name),
+                      {localized("OK")},
+                      false};
+    views.showAlert(alert, [isTelling = isTellingOfKeyboard](int) { *isTelling = false; });
+  }
+
   void watchDesktop() {
     // Asks the application, which may be slow: not on the main thread.
     activeApplication = backend->onActiveApplicationChanged(
@@ -138,6 +163,7 @@ struct LinuxProgram::Parts {
     buttonPresses = backend->onButtonPress([this](Point position) { views.pointerPressedOutside(position); });
   }
 
+  const std::shared_ptr<bool> isTellingOfKeyboard = std::make_shared<bool>(false);  ///< an alert shows
   std::unique_ptr<LinuxPlatform> desktop;
   std::shared_ptr<DesktopBackend> backend;
   SystemQueues& queues;

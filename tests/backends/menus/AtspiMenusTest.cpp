@@ -77,7 +77,13 @@ class AtspiMenusTest : public SourceFixture {
       contextMenu();
     }
   }
-  std::vector<MenuCommand> open() { return menus_.readOpen(later()).commands; }
+  void showPopup(Rect place) {
+    WindowFacts popup = windows.windows[0];
+    popup.surface = popup.frame = place;
+    popup.isPopup = true;
+    windows.popups = {popup};
+  }
+  std::vector<MenuCommand> open() { return menus_.readOpen(later(), true).commands; }
 
   std::vector<std::string> hands;
   std::vector<FakeElement*> opens;  ///< what shows after each click
@@ -100,6 +106,7 @@ class AtspiMenusTest : public SourceFixture {
                     [this] {
                       hands.emplace_back("close");
                       closeContextMenu();
+                      windows.popups.clear();
                     },
                 .pointer = [this] { return std::optional(pointer); }}};
 
@@ -236,16 +243,60 @@ TEST_F(AtspiMenusTest, whatIsOpenIsReadWithTheSubmenusThatOnlyItLeadsTo) {
   prepare();
   EXPECT_THAT(linesOf(open()), IsEmpty());
   app.at("sizes").states = kShown;
+  EXPECT_THAT(linesOf(open()), IsEmpty()) << "some say always that they show, and lie on their box while they do not";
+  app.at("sizes").rect = {0, 10, 10, 30};
   EXPECT_THAT(linesOf(open()), ElementsAre("10 open", "12 open")) << "the box is called what is chosen in it";
   app.peer().hang();
-  EXPECT_THAT(menus_.readOpen(menus::Clock::now() + std::chrono::milliseconds(50)).commands, IsEmpty());
+  EXPECT_THAT(menus_.readOpen(menus::Clock::now() + std::chrono::milliseconds(50), true).commands, IsEmpty());
+}
+
+TEST_F(AtspiMenusTest, aMenuThatNobodyListsIsFoundByItsNumber) {
+  const std::string menu = "2147483747";
+  add("root", menu, role::popupMenu, "", kShown | kEnabled);
+  item(menu, "zoom", "Zoom", "", role::menuItem, kShown | kEnabled);
+  std::erase(app.at("root").children, menu);
+  EXPECT_THAT(linesOf(open()), IsEmpty()) << "where no window shows that may hold it nobody looks";
+  showPopup({30, 50, 60, 40});
+  EXPECT_THAT(linesOf(open()), ElementsAre("Zoom open"));
+  app.at(menu).states = kEnabled;
+  EXPECT_THAT(linesOf(open()), IsEmpty());
+}
+
+/// A window for each menu, drawn as a bar; a panel of buttons; a list in a box around it that is nowhere.
+TEST_F(AtspiMenusTest, theMenusOfBrowsersAreRead) {
+  add("root", "popup", role::frame, "", kShown);
+  add("popup", "as_bar", role::menuBar, "", kShown);
+  add("as_bar", "inner", role::panel, "", kShown);
+  item("inner", "history", "History", "", role::menuItem, kShown | kEnabled | bit(state::expanded));
+  add("root", "popup2", role::frame, "", kShown);
+  add("popup2", "as_bar2", role::menuBar, "", kShown);
+  add("as_bar2", "inner2", role::panel, "", kShown);
+  add("inner2", "submenu", role::menu, "History", kShown);
+  item("submenu", "show", "Show all", "", role::menuItem, kShown | kEnabled);
+  EXPECT_THAT(linesOf(open()), ElementsAre("History>Show all open"));
+  for (const char* gone : {"popup", "popup2"}) {
+    app.remove(gone);
+  }
+  // Others have theirs in the window itself.
+  add("frame", "layers", role::layeredPane, "", kShown);
+  add("layers", "layer", role::panel, "", kShown);
+  add("layer", "inside", role::popupMenu, "", kShown);
+  item("inside", "paste", "Paste", "", role::menuItem, kShown | kEnabled);
+  EXPECT_THAT(linesOf(open()), ElementsAre("Paste open"));
+  app.remove("layers");
+  add("frame", "panel", role::panel, "", kShown).rect = {30, 60, 60, 30};
+  add("panel", "print", role::pushButton, "Print", kShown | kEnabled);
+  add("frame", "around", role::comboBox, "", kShown | bit(state::expanded));
+  add("around", "list", role::menu, "", kShown);
+  item("list", "red", "Red", "", role::menuItem, kShown | kEnabled);
+  EXPECT_THAT(linesOf(open()), ElementsAre("Red open")) << "a panel lies in the window";
+  showPopup({30, 50, 60, 40});
+  EXPECT_THAT(linesOf(open()), ElementsAre("Print open", "Red open"));
 }
 
 TEST_F(AtspiMenusTest, whatIsGoneWithItsMenuIsChosenWhereThatOpensAgain) {
-  WindowFacts popup = windows.windows[0];
-  popup.surface = popup.frame = {30, 50, 60, 40};
-  windows.popups = {popup};
   const auto readAndClose = [this] {
+    showPopup({30, 50, 60, 40});
     contextMenu();
     const std::vector<MenuCommand> told = open();
     closeContextMenu();

@@ -15,6 +15,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr int32_t kPid = 4'000'001;
+constexpr auto kLong = std::chrono::seconds(20);
+using Keyboard = OpenCommands::Keyboard;
 
 struct FakeSource final : MenuSource {
   void read(const MenuRequest& request, MenuSink& sink) override {
@@ -49,8 +51,7 @@ class LinuxMenusTest : public ::testing::Test {
     told.clear();
     ends = 0;
     const Token reading = menus.read(pid, noting());
-    queues.runPending();
-    EXPECT_EQ(ends, 1);
+    EXPECT_TRUE(queues.advanceUntil([&] { return ends == 1; }, kLong));
     return told;
   }
 
@@ -59,7 +60,12 @@ class LinuxMenusTest : public ::testing::Test {
   FakeSource first;
   FakeSource second;
   std::vector<MenuCommand> open;
-  OpenCommands openCommands{queues, [this](TimePoint) { return OpenCommands::Told{kPid, open}; }};
+  std::vector<WindowId> openIn;
+  std::vector<OpenCommands::Keyboard> looks;
+  OpenCommands openCommands{queues, [this](TimePoint, OpenCommands::Keyboard keyboard) {
+                              looks.push_back(keyboard);
+                              return OpenCommands::Told{kPid, open, openIn};
+                            }};
   LinuxMenus menus{queues, windows, openCommands, [this] { ++closings; }, second, {&first, &second}};
   int closings = 0;
   std::vector<std::string> told;
@@ -106,11 +112,37 @@ TEST_F(LinuxMenusTest, whatWasOpenComesFirstAndOnceUntilItIsForgotten) {
   for (const char* title : {"x", "b", "x"}) {
     open.push_back({{title}, "K", {}, false, true, true, nullptr});
   }
-  openCommands.read(std::chrono::seconds(20));
+  EXPECT_TRUE(openCommands.read(kLong, Keyboard::taken)) << "it has no window of its own";
   first.titles = {"a", "b"};
   EXPECT_THAT(read(), ElementsAre("x K open", "b K open", "x K open", "a"));
   menus.forgetOpen();
   EXPECT_THAT(read(), ElementsAre("a", "b"));
+}
+
+TEST_F(LinuxMenusTest, whatStaysOpenIsNotTold) {
+  open.push_back({{"x"}, "", {}, false, true, true, nullptr});
+  openIn = {9};
+  WindowFacts popup;
+  popup.id = 9;
+  windows.popups = {popup};
+  EXPECT_FALSE(openCommands.read(kLong, Keyboard::free));
+  EXPECT_THAT(read(), IsEmpty());
+  windows.popups.clear();
+  EXPECT_THAT(read(), ElementsAre("x open"));
+}
+
+TEST_F(LinuxMenusTest, aMenuThatMayCloseAtOnceIsReadWhenTheUserIsAboutToCall) {
+  const MenuCommand command{{"x"}, "", {}, false, true, true, nullptr};
+  for (const bool wasOpen : {true, false}) {
+    looks.clear();
+    open.assign(wasOpen ? 1 : 0, command);
+    openCommands.expect(kLong);
+    queues.runPending();
+    open.assign(wasOpen ? 0 : 1, command);
+    openCommands.read(kLong, Keyboard::taken);
+    EXPECT_THAT(read(), ElementsAre("x open"));
+    EXPECT_EQ(looks.size(), wasOpen ? 1U : 2U) << "what has the keyboard may be inside a window";
+  }
 }
 
 TEST_F(LinuxMenusTest, whatOneSourceKnowsBetterIsToldByTheOther) {

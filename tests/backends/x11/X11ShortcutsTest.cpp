@@ -59,12 +59,21 @@ class X11ShortcutsTest : public X11Test {
   WindowClient typing_{*session_, {100, 200, 200, 40}, WindowClient::overrideRedirect};
   WindowClient target_{*session_, {0, 0, 200, 100}};
   int presses_ = 0;
-  std::function<void()> menuWillClose = [] {};
+  std::atomic<int> warnings_ = 0;
+  std::atomic<int> kept_ = 0;
+  std::vector<std::string> told_;  ///< of menus, before the handler is called
+  std::function<bool()> menuWillClose = [] { return false; };
   std::unique_ptr<X11Shortcuts> shortcuts_ = std::make_unique<X11Shortcuts>(
       session_->display(), queue_,
       X11Shortcuts::Hooks{.pressed = [this](uint32_t time) { windows_->noteUserTime(time); },
                           .willReleaseKey = {},
-                          .menuWillClose = [this] { menuWillClose(); }});
+                          .mayBePressed = [this] { ++warnings_; },
+                          .menuWillClose =
+                              [this](bool hasKeyboard) {
+                                told_.push_back(hasKeyboard ? "has the keyboard" : "has not");
+                                return menuWillClose();
+                              },
+                          .keyboardIsKept = [this] { ++kept_; }});
 };
 
 TEST_F(X11ShortcutsTest, aPressCountsWhateverLocksAreOnAndReachesNobodyElse) {
@@ -227,7 +236,7 @@ TEST_F(X11ShortcutsTest, anOpenMenuIsClosedLevelByLevelAndThePressCountsOnce) {
 // Another client has the keyboard, as an open menu does.
 TEST_F(X11ShortcutsTest, aMenuIsToldBeforeItIsClosedAndOneThatClosesThenGetsNoEscape) {
   const Token token = registered(true);
-  menuWillClose = [this] { giveKeyboardBack(); };
+  menuWillClose = [this] { return !giveKeyboardBack(); };
   ASSERT_TRUE(grabKeyboard());
   session_->keys({"key", kPress});
   ASSERT_TRUE(waitForPresses(1));
@@ -236,6 +245,46 @@ TEST_F(X11ShortcutsTest, aMenuIsToldBeforeItIsClosedAndOneThatClosesThenGetsNoEs
   session_->keys({"key", "a"});
   EXPECT_TRUE(typing_.prints("key 38 0x0"));
   EXPECT_EQ(typing_.lines("key 9").size() + target_.lines("key 9").size(), 0U);
+}
+
+// Nobody can see their levels go.
+TEST_F(X11ShortcutsTest, menusInsideAWindowAreClosedAsLongAsTheyHaveTheKeyboard) {
+  const Token token = registered(true);
+  menuWillClose = [] { return true; };
+  ASSERT_TRUE(grabKeyboard());
+  session_->keys({"key", kPress});
+  int levels = 2;
+  EXPECT_TRUE(waitUntil([&] {
+    while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(x_->get())}) {
+      const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(*event);
+      levels -= (event->response_type & 0x7F) == XCB_KEY_PRESS && key.detail == 9 ? 1 : 0;
+    }
+    return levels == 0 && giveKeyboardBack();
+  }));
+  ASSERT_TRUE(waitForPresses(1));
+  EXPECT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+}
+
+TEST_F(X11ShortcutsTest, whereSomethingIsOpenItIsToldWhenTheModifiersAreHeldAndBeforeThePress) {
+  const Token token = registered(true);
+  session_->keys({"keydown", "super"});
+  session_->keys({"keydown", "shift"});
+  EXPECT_TRUE(waitUntil([&] { return warnings_ == 1; }));
+  session_->keys({"key", "space", "keyup", "shift", "keyup", "super"});
+  ASSERT_TRUE(waitForPresses(1));
+  EXPECT_THAT(told_, ElementsAre("has not"));
+  ASSERT_TRUE(waitForEnd(ShortcutHandOver::End::arrived));
+}
+
+TEST_F(X11ShortcutsTest, aPressThatAnotherClientLeavesNoKeyboardForIsTold) {
+  const Token token = registered();
+  ASSERT_TRUE(grabKeyboard());
+  session_->keys({"key", kPress});
+  EXPECT_TRUE(waitUntil([&] { return kept_ == 1; }));
+  EXPECT_TRUE(giveKeyboardBack());
+  EXPECT_EQ(queue_.runAll(), 0U) << "it is forgotten";
+  session_->keys({"key", kPress});
+  EXPECT_TRUE(waitForPresses(1));
 }
 
 }  // namespace

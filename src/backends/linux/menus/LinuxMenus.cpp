@@ -13,21 +13,9 @@ namespace jumplark::menus {
 namespace {
 
 constexpr auto kGoing = std::chrono::milliseconds(100);
+/// A menu that still shows after so many looks has let the keyboard go and stays open.
+constexpr int kMostLooks = 50;
 constexpr auto kBetweenLooks = std::chrono::milliseconds(5);
-
-/// Many menus and lists do not say what they are.
-bool isMenu(const WindowFacts& window) {
-  switch (window.type) {
-    case WindowType::toolTip:
-    case WindowType::dock:
-    case WindowType::desktop:
-    case WindowType::splash:
-    case WindowType::notification:
-      return false;
-    default:
-      return window.isPopup;
-  }
-}
 
 }  // namespace
 
@@ -106,7 +94,7 @@ void LinuxMenus::readFrom(const MenuRequest& request, MenuSink& sink) {
   exact_.read(request, known);
   keep(known.rest());
   sink.knowBetter(better);
-  sink.tellOpen(open_.of(request.pid));
+  sink.tellOpen(closedSince(open_.of(request.pid)));
   for (MenuSource* source : sources) {
     const size_t before = sink.count();
     if (!sink.isOpen()) {
@@ -124,8 +112,25 @@ void LinuxMenus::readFrom(const MenuRequest& request, MenuSink& sink) {
   }
 }
 
+// What shows is chosen where it is.
+std::vector<MenuCommand> LinuxMenus::closedSince(OpenCommands::Told told) {
+  const auto stillShows = [&] {
+    const auto popups = windows_.popupsFrontToBack();
+    return std::ranges::any_of(popups, [&](const WindowFacts& popup) {
+      return std::ranges::find(told.popups, popup.id) != told.popups.end();
+    });
+  };
+  for (int look = 0; !told.commands.empty() && stillShows(); ++look) {
+    if (look == kMostLooks) {
+      return {};
+    }
+    queues_.sleep(kBetweenLooks);
+  }
+  return std::move(told.commands);
+}
+
 void LinuxMenus::closeOpen() {
-  const auto count = [this] { return std::ranges::count_if(windows_.popupsFrontToBack(), isMenu); };
+  const auto count = [this] { return std::ranges::count_if(windows_.popupsFrontToBack(), isMenuWindow); };
   const auto before = count();
   if (before == 0) {
     return;  // menus inside a window are seen by what stands in it
@@ -139,7 +144,7 @@ void LinuxMenus::closeOpen() {
 
 bool LinuxMenus::isOpenAt(Point place) {
   const auto window = windows_.topmostWindowAt(place);
-  return window && isMenu(*window);
+  return window && isMenuWindow(*window);
 }
 
 MenuOutcome LinuxMenus::perform(const MenuCommand& command) {

@@ -37,6 +37,8 @@ class LinuxMenus final : public Menus {
   void run(int32_t pid, Reading& reading);
   std::optional<WindowFacts> windowOf(int32_t pid);
   void readFrom(const MenuRequest& request, MenuSink& sink);
+  /// Waits a moment for the menus to go; none of those that do not.
+  std::vector<MenuCommand> closedSince(OpenCommands::Told told);
 
   Queues& queues_;
   WindowSystem& windows_;

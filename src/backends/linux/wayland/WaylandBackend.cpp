@@ -59,8 +59,8 @@ void WaylandBackend::activateOwnWindow(const std::string& title) {
 }
 
 void WaylandBackend::closeMenu() {
-  if (menuWillClose_) {
-    menuWillClose_();
+  if (menuHooks_.menuWillClose) {
+    menuHooks_.menuWillClose(true);
   }
   input_.typeKey(key_code::escape);
 }

@@ -33,7 +33,7 @@ class WaylandBackend final : public DesktopBackend {
   WindowMenus& windowMenus() override { return windowMenus_; }
   InputSources& inputSources() override { return compositor_->inputSources(); }
   GlobalShortcuts& shortcuts() override { return shortcuts_; }
-  void onMenuWillClose(std::function<void()> callback) override { menuWillClose_ = std::move(callback); }
+  void setMenuHooks(MenuHooks hooks) override { menuHooks_ = std::move(hooks); }
   Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) override;
   /// No compositor tells of clicks elsewhere.
   Token onButtonPress(std::function<void(Point position)> /*callback*/) override { return {}; }
@@ -70,7 +70,7 @@ class WaylandBackend final : public DesktopBackend {
   WaylandShortcuts shortcuts_;
   PostedSlots<int32_t> activeApplication_;
   Token compositorsWord_;  ///< of the active application
-  std::function<void()> menuWillClose_;
+  MenuHooks menuHooks_;
 };
 
 }  // namespace jumplark

@@ -19,6 +19,17 @@ class WindowMenus;
 class WindowSystem;
 class Workspace;
 
+/// What is told of menus that are open around a press of a shortcut. On any thread; each may be empty.
+struct MenuHooks {
+  /// A shortcut may be pressed at any moment while pop-ups show. Must not wait.
+  std::function<void()> shortcutMayCome;
+  /// Menus are about to close, by Escape where they have the keyboard, and what is open stays so meanwhile. May take
+  /// 60 ms. True when menus are open that have no windows of their own.
+  std::function<bool(bool hasKeyboard)> menuWillClose;
+  /// A press has come to nothing, since another program keeps the keyboard. Must not wait.
+  std::function<void()> keyboardIsKept;
+};
+
 /// What a window system gives: one object for each thing that is asked of it, which live as long as this. Made from the
 /// session's environment by whoever puts the program together; nothing else asks which window system it is.
 class DesktopBackend {
@@ -35,9 +46,8 @@ class DesktopBackend {
 
   virtual InputSources& inputSources() = 0;
   virtual GlobalShortcuts& shortcuts() = 0;
-  /// Called when the shortcut was pressed with a menu of another program open, before that is closed; what is open
-  /// stays open meanwhile. On any thread; may take 60 ms. To be set before the first shortcut is registered.
-  virtual void onMenuWillClose(std::function<void()> callback) = 0;
+  /// To be set before the first shortcut is registered.
+  virtual void setMenuHooks(MenuHooks hooks) = 0;
   /// Calls back on the main queue when a window of another application than before has become the active one. Windows
   /// of this process do not count. Empty when that cannot be watched.
   virtual Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) = 0;

@@ -19,6 +19,8 @@ using std::chrono::milliseconds;
 constexpr int kMostLevels = 8;
 /// A client that does nothing about Escape for so long is busy, or is no menu: a further Escape might reach a window.
 constexpr milliseconds kLevelPatience{200};
+/// Who has told what is in its menu a moment ago closes a level at once, also where nobody can see it.
+constexpr milliseconds kUnseenLevelPatience{100};
 /// The last level is taken off the screen shortly before the grab ends.
 constexpr milliseconds kUngrabPatience{20};
 constexpr milliseconds kBetweenAttempts{1};
@@ -30,8 +32,9 @@ bool MenuCloser::takeKeyboard(uint8_t escape, const std::atomic<bool>& stopping)
   if (grabbed_ || escape == 0 || x_->extensions().xtest == 0) {
     return grabbed_;
   }
+  bool lieInWindow = false;
   if (willClose_) {
-    willClose_();
+    lieInWindow = willClose_(true);
     // Without a menu Escape would go to a window.
     grabbed_ = grab();
   }
@@ -41,7 +44,7 @@ bool MenuCloser::takeKeyboard(uint8_t escape, const std::atomic<bool>& stopping)
   for (int level = 0; level < kMostLevels && !grabbed_ && !stopping && x_->alive(); ++level) {
     const size_t open = openLevels();
     type(escape);
-    if (!closesLevel(open, stopping)) {
+    if (!closesLevel(open, !lieInWindow, stopping)) {
       break;
     }
   }
@@ -55,9 +58,10 @@ bool MenuCloser::grab() {
   return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
 }
 
-// True when a further Escape is due: one level has gone, and the keyboard is not free yet.
-bool MenuCloser::closesLevel(size_t open, const std::atomic<bool>& stopping) {
-  Clock::time_point deadline = Clock::now() + kLevelPatience;
+// True when a further Escape is due: one level has gone, or went in time if that cannot be seen, and the keyboard is
+// not free yet.
+bool MenuCloser::closesLevel(size_t open, bool canBeSeen, const std::atomic<bool>& stopping) {
+  Clock::time_point deadline = Clock::now() + (canBeSeen ? kLevelPatience : kUnseenLevelPatience);
   bool closed = false;
   while (!stopping && x_->alive() && Clock::now() < deadline) {
     grabbed_ = grab();
@@ -70,7 +74,7 @@ bool MenuCloser::closesLevel(size_t open, const std::atomic<bool>& stopping) {
     }
     std::this_thread::sleep_for(kBetweenAttempts);
   }
-  return closed;
+  return closed || !canBeSeen;
 }
 
 size_t MenuCloser::openLevels() const {

@@ -66,7 +66,9 @@ void RawKeyWatch::handle(const xcb_generic_event_t& event) {
       handleKey(raw.event_type == XCB_INPUT_RAW_KEY_PRESS, static_cast<uint8_t>(raw.detail), raw.time);
     }
   } else if (x_->extensions().xkb > 0 && (event.response_type & 0x7FU) == x_->extensions().xkbFirstEvent) {
+    const uint16_t before = modifiers_;
     modifiers_ = reinterpret_cast<const xcb_xkb_state_notify_event_t&>(event).mods;
+    changedModifiers_ = modifiers_ == before ? changedModifiers_ : std::optional(modifiers_);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "backends/linux/x11/X11Connection.h"
 
@@ -32,6 +33,8 @@ class RawKeyWatch {
 
   /// The oldest press not yet taken; repeats of a held key are none.
   std::optional<Press> takePress();
+  /// The core modifiers in effect now, once after each change of them.
+  std::optional<uint16_t> takeModifiers() { return std::exchange(changedModifiers_, std::nullopt); }
   /// False for the repeat of a key that was down already.
   bool isFirstPress(uint8_t keycode, uint32_t time) const;
   /// X time of the last key event.
@@ -48,6 +51,7 @@ class RawKeyWatch {
   std::array<std::optional<uint32_t>, 256> pressed_;
   std::deque<Press> presses_;
   uint16_t modifiers_ = 0;
+  std::optional<uint16_t> changedModifiers_;
   uint8_t releasedKeycode_ = 0;
   uint32_t releasedTime_ = 0;
   uint32_t lastTime_ = 0;

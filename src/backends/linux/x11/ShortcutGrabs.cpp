@@ -82,6 +82,13 @@ std::optional<uint64_t> ShortcutGrabs::find(uint8_t keycode, uint16_t state) con
   return std::nullopt;
 }
 
+bool ShortcutGrabs::needs(uint16_t state) const {
+  const uint16_t modifiers = state & kModifierMask;
+  const auto hasThem = [modifiers](const Combination& combination) { return combination.second == modifiers; };
+  return std::ranges::any_of(owned_,
+                             [&](const Owned& owned) { return std::ranges::any_of(owned.combinations, hasThem); });
+}
+
 // Sorted.
 std::vector<ShortcutGrabs::Combination> ShortcutGrabs::combinationsOf(const Shortcut& shortcut) const {
   std::vector<Combination> result;

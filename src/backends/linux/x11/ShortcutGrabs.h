@@ -30,6 +30,8 @@ class ShortcutGrabs {
 
   /// The shortcut that a key with these modifiers (the low byte of an event's state) belongs to.
   std::optional<uint64_t> find(uint8_t keycode, uint16_t state) const;
+  /// True for modifiers with which a key is a shortcut.
+  bool needs(uint16_t state) const;
   const KeyboardMap& map() const { return *map_; }
 
  private:

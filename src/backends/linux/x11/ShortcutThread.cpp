@@ -15,6 +15,10 @@
 namespace jumplark {
 namespace {
 
+/// Who got nothing for longer has gone on with something else.
+constexpr std::chrono::seconds kPatienceWithMenus{1};
+constexpr std::chrono::milliseconds kBetweenAttempts{20};
+
 // Otherwise each repeat of a held key is preceded by a release.
 void reportRepeatsAsPresses(const X11Connection& x) {
   constexpr uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
@@ -111,7 +115,7 @@ void ShortcutThread::run() {
   while (!stopping_ && x_->alive() && watchX_->alive()) {
     handleInput();
     // Waiting for a reply may have brought events, which the sockets no longer show.
-    if (!settle() && !followKeyboard()) {
+    if (!settle() && !tryAgain() && !followKeyboard()) {
       wait();
     }
   }
@@ -124,6 +128,9 @@ void ShortcutThread::run() {
 void ShortcutThread::handleInput() {
   readGrabbed();
   watch_.read();
+  if (const auto modifiers = watch_.takeModifiers()) {
+    handleSeenModifiers(*modifiers);
+  }
   while (const auto press = watch_.takePress()) {
     handleSeenPress(*press);
   }
@@ -197,6 +204,41 @@ void ShortcutThread::handleSeenPress(const RawKeyWatch::Press& press) {
     watch_.synchronise();
     // The menu's closing is a later event of the user's than the press.
     begin(*id, press.keycode, watch_.lastTime(), true);
+  } else {
+    refused_ = {*id, press.keycode, Clock::now() + kPatienceWithMenus};
+  }
+}
+
+// An application that is busy closes its menu later.
+bool ShortcutThread::tryAgain() {
+  if (!refused_) {
+    return false;
+  }
+  const bool isOver = Clock::now() >= refused_->until;
+  if (state_ == State::free && !isOver && !menuCloser_.grab()) {
+    return false;
+  }
+  const Refused press = *std::exchange(refused_, std::nullopt);
+  if (state_ == State::free && !isOver) {
+    watch_.synchronise();
+    begin(press.id, press.keycode, watch_.lastTime(), true);
+  } else if (isOver && callbacks_.keyboardIsKept) {
+    callbacks_.keyboardIsKept();
+  }
+  return true;
+}
+
+void ShortcutThread::handleSeenModifiers(uint16_t modifiers) {
+  if (state_ != State::free || !callbacks_.mayBePressed) {
+    return;
+  }
+  bool mayBeNext = false;
+  {
+    const std::lock_guard lock(mutex_);
+    mayBeNext = grabs_.needs(modifiers);
+  }
+  if (mayBeNext && menuCloser_.doPopupsShow()) {
+    callbacks_.mayBePressed();
   }
 }
 
@@ -220,6 +262,10 @@ void ShortcutThread::begin(uint64_t id, uint8_t keycode, uint32_t time, bool thr
   activeGrab_ = throughMenu;
   if (callbacks_.pressed) {
     callbacks_.pressed(time);
+  }
+  // Some menus leave the keyboard to others, and close as soon as those take it.
+  if (!throughMenu && callbacks_.menuWillClose && menuCloser_.doPopupsShow()) {
+    callbacks_.menuWillClose(false);
   }
   callbacks_.callHandler(id, press);
 }
@@ -304,6 +350,10 @@ int ShortcutThread::millisecondsToWait() const {
   std::optional<Clock::time_point> until = regrabAt_;
   if (state_ == State::frozen) {
     until = std::min(deadline_, until.value_or(deadline_));
+  }
+  if (refused_) {
+    const auto next = Clock::now() + kBetweenAttempts;
+    until = std::min(next, until.value_or(next));
   }
   if (!until) {
     return -1;

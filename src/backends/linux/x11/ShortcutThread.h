@@ -54,9 +54,11 @@ class ShortcutThread {
     std::function<void(uint32_t xTime)> pressed;                   ///< may be empty
     std::function<void(uint64_t id, uint64_t press)> callHandler;  ///< shall lead to answer()
     MenuCloser::KeycodeCallback willReleaseKey;                    ///< may be empty
-    /// An open menu is about to be closed so that the keyboard can be taken, which waits for this. No key is kept from
-    /// anybody meanwhile. May be empty.
-    std::function<void()> menuWillClose;
+    /// All modifiers of a shortcut are held while pop-ups show: its press may come next. Must not wait; may be empty.
+    std::function<void()> mayBePressed;
+    MenuCloser::WillClose menuWillClose;  ///< may be empty
+    /// A press has come to nothing, since another client keeps the keyboard. Must not wait; may be empty.
+    std::function<void()> keyboardIsKept;
   };
 
   /// Null when the display cannot be reached or has no XKB.
@@ -93,7 +95,9 @@ class ShortcutThread {
   void handleGrabbedPress(const xcb_key_press_event_t& event);
   void handleGrabbedRelease(const xcb_key_release_event_t& event);
   void handleSeenPress(const RawKeyWatch::Press& press);
+  void handleSeenModifiers(uint16_t modifiers);
   bool followKeyboard();
+  bool tryAgain();
   void begin(uint64_t id, uint8_t keycode, uint32_t time, bool throughMenu);
   bool settle();
   void letGo(uint8_t keycode);
@@ -124,6 +128,13 @@ class ShortcutThread {
   uint8_t heldKey_ = 0;
   bool activeGrab_ = false;  ///< the keyboard was grabbed outright, not by a passive grab
   RawKeyWatch::Press lastGrabbed_;
+  /// A press for which another client has not let the keyboard go.
+  struct Refused {
+    uint64_t id = 0;
+    uint8_t keycode = 0;
+    Clock::time_point until;
+  };
+  std::optional<Refused> refused_;
   Clock::time_point deadline_{};
   std::optional<Clock::time_point> regrabAt_;
 

@@ -38,12 +38,8 @@ InputSources& X11Backend::inputSources() {
 X11Shortcuts& X11Backend::shortcuts() {
   if (!shortcuts_) {
     X11Shortcuts::Hooks hooks{[this](uint32_t xTime) { windows_.noteUserTime(xTime); },
-                              [this](uint8_t keycode) { input_.expectOwnRelease(keycode); },
-                              [this] {
-                                if (menuWillClose_) {
-                                  menuWillClose_();
-                                }
-                              }};
+                              [this](uint8_t keycode) { input_.expectOwnRelease(keycode); }, menuHooks_.shortcutMayCome,
+                              menuHooks_.menuWillClose, menuHooks_.keyboardIsKept};
     shortcuts_ = std::make_unique<X11Shortcuts>(connection_->displayName(), mainQueue_, std::move(hooks));
   }
   return *shortcuts_;

@@ -36,7 +36,7 @@ class X11Backend final : public DesktopBackend {
   WindowMenus& windowMenus() override { return windowMenus_; }
   InputSources& inputSources() override;
   X11Shortcuts& shortcuts() override;
-  void onMenuWillClose(std::function<void()> callback) override { menuWillClose_ = std::move(callback); }
+  void setMenuHooks(MenuHooks hooks) override { menuHooks_ = std::move(hooks); }
   Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) override;
   Token onButtonPress(std::function<void(Point position)> callback) override;
   std::string description() const override;
@@ -57,7 +57,7 @@ class X11Backend final : public DesktopBackend {
   X11Input input_;
   X11WindowMenus windowMenus_;
   std::unique_ptr<X11InputSources> inputSources_;
-  std::function<void()> menuWillClose_;
+  MenuHooks menuHooks_;
   std::unique_ptr<X11Shortcuts> shortcuts_;
   std::unique_ptr<DesktopWatcher> watcher_;
 };

@@ -102,8 +102,8 @@ std::shared_ptr<ShortcutThread> X11Shortcuts::openThread() {
     const auto callHandler = [entries = entries_, queue = &mainQueue_](uint64_t id, uint64_t press) {
       entries->call(id, press, *queue);
     };
-    thread_ =
-        ShortcutThread::create(display_, {hooks_.pressed, callHandler, hooks_.willReleaseKey, hooks_.menuWillClose});
+    thread_ = ShortcutThread::create(display_, {hooks_.pressed, callHandler, hooks_.willReleaseKey, hooks_.mayBePressed,
+                                                hooks_.menuWillClose, hooks_.keyboardIsKept});
     const std::lock_guard entriesLock(entries_->mutex);
     entries_->thread = thread_;
   }

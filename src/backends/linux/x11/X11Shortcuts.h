@@ -27,7 +27,9 @@ class X11Shortcuts final : public GlobalShortcuts {
   struct Hooks {
     std::function<void(uint32_t xTime)> pressed;          ///< X time of a press, before its handler runs
     std::function<void(uint8_t keycode)> willReleaseKey;  ///< a modifier that the user holds is about to be released
-    std::function<void()> menuWillClose;                  ///< see ShortcutThread
+    std::function<void()> mayBePressed;                   ///< see ShortcutThread
+    MenuCloser::WillClose menuWillClose;                  ///< see MenuCloser
+    std::function<void()> keyboardIsKept;                 ///< see ShortcutThread
   };
 
   /// The main queue must outlive this. An empty display name means the one of the environment.

@@ -44,6 +44,9 @@ const Case kCases[] = {
     {"paragraph", role::paragraph, "frame", "AXStaticText", {}, "Text"},
     {"paragraph with parts", role::paragraph, "frame", "AXGroup", {}, "Text"},
     {"part of a paragraph", role::staticText, "paragraph with parts", "AXStaticText"},
+    {"status bar of a word", role::statusBar, "frame", "AXStaticText"},
+    {"status bar with parts", role::statusBar, "frame", "AXGroup"},
+    {"part of a status bar", role::label, "status bar with parts", "AXStaticText"},
     {"group of one", role::panel, "frame", "AXGroup"},
     {"only choice", role::radioButton, "group of one", "AXRadioButton"},
     {"group of two", role::panel, "frame", "AXRadioGroup"},
@@ -62,7 +65,7 @@ std::string idFor(std::string what) {
 
 TEST_F(Roles, areOfWhatAPersonDoesWithAnElement) {
   for (const Case& one : kCases) {
-    add(idFor(one.parent), idFor(one.what), one.number).being(one.states).with(one.interface);
+    add(idFor(one.parent), idFor(one.what), one.number, one.what).being(one.states).with(one.interface);
   }
   add("frame", "without_size", role::icon).interfaces = {};
   for (const Case& one : kCases) {

@@ -141,12 +141,19 @@ TypedCall<bool> doAction(const AtspiHandle& element, int32_t index) {
   return method<bool>(element, kAction, "DoAction", decoding::boolean, {index});
 }
 
+constexpr uint32_t kDocumentOrder = 1;
+
 TypedCall<std::vector<ElementRef>> matchingChildren(const AtspiHandle& element, const MatchRule& rule) {
-  constexpr uint32_t kDocumentOrder = 1;
   constexpr int32_t kAll = 0;
   constexpr bool kGoDeeper = false;
   return method<std::vector<ElementRef>>(element, kCollection, "GetMatches", decoding::references,
                                          {rule, kDocumentOrder, kAll, kGoDeeper});
+}
+
+TypedCall<std::vector<ElementRef>> matchingBelow(const AtspiHandle& element, const MatchRule& rule, int32_t most) {
+  constexpr bool kGoDeeper = true;
+  return method<std::vector<ElementRef>>(element, kCollection, "GetMatches", decoding::references,
+                                         {rule, kDocumentOrder, most, kGoDeeper});
 }
 
 TypedCall<ElementRef> selectedChild(const AtspiHandle& container, int32_t index) {

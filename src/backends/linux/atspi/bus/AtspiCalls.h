@@ -60,6 +60,9 @@ TypedCall<bool> doAction(const AtspiHandle& element, int32_t index);
 /// The children that fit, in order; of applications with the Collection interface.
 TypedCall<std::vector<ElementRef>> matchingChildren(const AtspiHandle& element, const MatchRule& rule);
 
+/// The same of all that is below it, and no more than `most`.
+TypedCall<std::vector<ElementRef>> matchingBelow(const AtspiHandle& element, const MatchRule& rule, int32_t most);
+
 TypedCall<ElementRef> selectedChild(const AtspiHandle& container, int32_t index);
 
 TypedCall<int32_t> columnCount(const AtspiHandle& table);

@@ -9,6 +9,7 @@
 #include "backends/linux/atspi/menus/MenuCommands.h"
 #include "backends/linux/atspi/menus/MenuOpener.h"
 #include "backends/linux/atspi/menus/MenuTree.h"
+#include "backends/linux/atspi/menus/OpenMenus.h"
 #include "backends/linux/menus/MenuSource.h"
 #include "backends/linux/menus/OpenCommands.h"
 
@@ -29,8 +30,8 @@ class AtspiMenus final : public menus::MenuSource {
         opener_(elements, windows, hands_) {}
 
   /// What is open of the menus of the application whose window has the keyboard: the user may choose of it once it is
-  /// closed. Does not wait for snapshots.
-  menus::OpenCommands::Told readOpen(TimePoint deadline);
+  /// closed. Does not wait for snapshots. Where nobody has the keyboard, only if pop-ups of that application show.
+  menus::OpenCommands::Told readOpen(TimePoint deadline, bool isKeyboardTaken);
   /// To be called when an application comes to the front: looks for its menu bar, so that readOpen() need not. Takes
   /// some time.
   void applicationBecameActive(int32_t pid);
@@ -57,11 +58,14 @@ class AtspiMenus final : public menus::MenuSource {
   };
   Place placeOf(const menus::MenuRequest& request);
   std::vector<MenuCommand> readOpen(const menus::MenuRequest& request, const MenuOpening& called);
+  /// Whatever may hold something that is open, by what the last snapshot saw.
+  OpenMenus::Heads headsOf(MenuFacts& facts, const menus::MenuRequest& request, const Place& place);
+  std::vector<WindowFacts> popupsOf(const WindowFacts& window);
   /// The same where only places tell what is open: what shows in pop-up windows.
   std::vector<MenuCommand> readPopups(const menus::MenuRequest& request, const ElementRef& application,
                                       MenuOpening called);
   /// How the outermost menu that is open now may have been called.
-  MenuOpening openingOf(const WindowFacts& window);
+  MenuOpening openingOf(const std::vector<WindowFacts>& popups);
   static ElementRef findBar(MenuFacts& facts, const ElementRef& frame);
   ElementRef knownBar(WindowId window);
   std::optional<Remembered> remembered(WindowId window);

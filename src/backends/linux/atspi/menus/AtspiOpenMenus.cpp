@@ -1,11 +1,11 @@
 // What of AtspiMenus is about menus that are open.
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/menus/AtspiMenus.h"
 #include "backends/linux/atspi/menus/MenuReopener.h"
-#include "backends/linux/atspi/menus/OpenMenus.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -18,13 +18,27 @@ constexpr auto kLongestReopening = std::chrono::seconds(2);
 
 }  // namespace
 
-menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline) {
+menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboardTaken) {
   const auto window = windows_.window(windows_.activeWindow());
   if (!window) {
     return {};
   }
-  menus::OpenCommands::Told told{window->pid, readOpen({window->pid, *window, deadline}, openingOf(*window))};
+  const std::vector<WindowFacts> popups = popupsOf(*window);
+  if (popups.empty() && !isKeyboardTaken) {
+    return {};
+  }
+  menus::OpenCommands::Told told{window->pid, readOpen({window->pid, *window, deadline}, openingOf(popups)), {}};
+  std::ranges::transform(popups, std::back_inserter(told.popups), &WindowFacts::id);
   return told;
+}
+
+std::vector<WindowFacts> AtspiMenus::popupsOf(const WindowFacts& window) {
+  std::vector<WindowFacts> popups = windows_.popupsFrontToBack();
+  std::erase_if(popups, [&](const WindowFacts& popup) {
+    const bool isOwn = popup.pid == window.pid || popup.connectionPid == window.connectionPid;
+    return !isOwn || !menus::isMenuWindow(popup);
+  });
+  return popups;
 }
 
 void AtspiMenus::applicationBecameActive(int32_t pid) {
@@ -48,20 +62,49 @@ ElementRef AtspiMenus::knownBar(WindowId window) {
   return found == bars_.end() ? ElementRef() : found->second;
 }
 
-MenuOpening AtspiMenus::openingOf(const WindowFacts& window) {
+MenuOpening AtspiMenus::openingOf(const std::vector<WindowFacts>& popups) {
   // Who has moved on to the command that he wanted has not left the menu.
   constexpr double kBeside = 30;
   MenuOpening opening;
   const auto pointer = hands_.pointer();
-  for (const WindowFacts& popup : windows_.popupsFrontToBack()) {
-    if (popup.pid == window.pid || popup.connectionPid == window.connectionPid) {
-      const Rect menu = popup.withoutShadow();
-      opening.place = {menu.x, menu.y};
-      const Rect around{menu.x - kBeside, menu.y - kBeside, menu.width + 2 * kBeside, menu.height + 2 * kBeside};
-      opening.isByPointer = opening.isByPointer || (pointer && around.contains(*pointer));
-    }
+  for (const WindowFacts& popup : popups) {
+    const Rect menu = popup.withoutShadow();
+    opening.place = {menu.x, menu.y};
+    const Rect around{menu.x - kBeside, menu.y - kBeside, menu.width + 2 * kBeside, menu.height + 2 * kBeside};
+    opening.isByPointer = opening.isByPointer || (pointer && around.contains(*pointer));
   }
   return opening;
+}
+
+OpenMenus::Heads AtspiMenus::headsOf(MenuFacts& facts, const menus::MenuRequest& request, const Place& place) {
+  OpenMenus::Heads heads{.application = place.application, .window = place.frame};
+  for (const WindowFacts& popup : popupsOf(request.window)) {
+    heads.popups.push_back(popup.surface);
+  }
+  const Toolkit& toolkit = elements_.toolkitOf(place.application);
+  heads.tellsShowing = toolkit.tellsShowing();
+  heads.actsWhenClosed = toolkit.actsInClosedMenus();
+  if (!place.snapshot) {
+    heads.bar = knownBar(request.window.id);
+    heads.bar = !heads.bar && handleOf(place.frame) ? findBar(facts, place.frame) : heads.bar;
+    return heads;
+  }
+  heads.bar = place.snapshot->menuBar;
+  const auto pointer = hands_.pointer();
+  for (const ElementTree::Node& node : place.snapshot->tree.nodes()) {
+    const ElementFacts& element = *node.facts;
+    const bool isBox = element.role == role::comboBox;
+    std::vector<ElementRef>& kind = isBox ? heads.holders : heads.openers;
+    const bool mayOpen = isBox || (element.is(state::hasPopup) && element.is(state::showing));
+    const bool isButton = role::isOneOf<role::pushButton, role::toggleButton>(element.role);
+    if (isButton && pointer && element.is(state::showing) && element.extents && element.extents->contains(*pointer)) {
+      heads.pointedAt = element.ref;
+    }
+    if (mayOpen && kind.size() < kMostHolders) {
+      kind.push_back(element.ref);
+    }
+  }
+  return heads;
 }
 
 std::vector<MenuCommand> AtspiMenus::readOpen(const menus::MenuRequest& request, const MenuOpening& called) {
@@ -70,21 +113,20 @@ std::vector<MenuCommand> AtspiMenus::readOpen(const menus::MenuRequest& request,
     return {};
   }
   MenuFacts facts(elements_.connection(), nullptr, request.deadline, [] {});
-  OpenMenus::Heads heads{place.application, {}, {}};
-  if (place.snapshot) {
-    heads.bar = place.snapshot->menuBar;
-    for (const ElementTree::Node& node : place.snapshot->tree.nodes()) {
-      if (node.facts->role == role::comboBox && heads.holders.size() < kMostHolders) {
-        heads.holders.push_back(node.facts->ref);
-      }
+  OpenMenus::Heads heads = headsOf(facts, request, place);
+  auto commands = OpenMenus(facts).read(heads, request, called);
+  if (commands.empty() && !heads.popups.empty() && handleOf(place.frame)) {
+    Toolkit::Opened found = elements_.toolkitOf(place.application)
+                                .findOpen(elements_.connection(), place.frame, place.snapshot.get(), request.deadline);
+    if (!found.menus.empty() || !found.boxes.empty()) {
+      heads.unlisted = std::move(found.menus);
+      heads.holders = std::move(found.boxes);
+      commands = OpenMenus(facts).read(heads, request, called);
     }
-  } else if (heads.bar = knownBar(request.window.id); !heads.bar && handleOf(place.frame)) {
-    heads.bar = findBar(facts, place.frame);
   }
   const SnapshotPointer last = lastSnapshot_(place.application);
-  heads.tellsShowing = !last || last->toolkit->tellsShowing();
-  auto commands = OpenMenus(facts).read(heads, request, called);
-  const bool canPlacesTell = !heads.tellsShowing && last->took < request.deadline - Clock::now();
+  const bool isInTime = !last || last->took < request.deadline - Clock::now();
+  const bool canPlacesTell = !heads.tellsShowing && isInTime;
   return commands.empty() && canPlacesTell ? readPopups(request, place.application, called) : commands;
 }
 

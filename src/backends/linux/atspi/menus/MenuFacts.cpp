@@ -6,6 +6,7 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/SdBus.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
+#include "backends/linux/atspi/reading/Toolkit.h"
 #include "platform/Utf8.h"
 
 namespace jumplark::atspi {
@@ -105,6 +106,30 @@ std::vector<ElementRef> MenuFacts::parents(const std::vector<ElementRef>& elemen
   TypedBatch batch;
   for (size_t i = 0; i < elements.size(); ++i) {
     batch.add<ElementRef>(calls::parent(*handleOf(elements[i])), [&all, i](ElementRef& parent) { all[i] = parent; });
+  }
+  run(batch);
+  return all;
+}
+
+std::vector<ElementRef> MenuFacts::elementsAt(const ElementRef& window, const std::vector<Point>& points) {
+  std::vector<ElementRef> all(points.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < points.size() && handleOf(window); ++i) {
+    const auto x = static_cast<int32_t>(points[i].x);
+    const auto y = static_cast<int32_t>(points[i].y);
+    batch.add<ElementRef>(calls::accessibleAtPoint(*handleOf(window), x, y),
+                          [&all, i](ElementRef& found) { all[i] = found; });
+  }
+  run(batch);
+  return all;
+}
+
+std::vector<std::optional<Rect>> MenuFacts::places(const std::vector<ElementRef>& elements) {
+  std::vector<std::optional<Rect>> all(elements.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < elements.size(); ++i) {
+    batch.add<Rect>(calls::extents(*handleOf(elements[i])),
+                    [&all, i](Rect& told) { all[i] = screenExtents(told, {}); });
   }
   run(batch);
   return all;

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/menus/MenuSource.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -60,6 +61,17 @@ MenuOutcome MenuOpener::clickThrough(const WindowFacts& window, const std::vecto
   return outcome;
 }
 
+void MenuOpener::closeWhatShows(const WindowFacts& window) {
+  hands_.closeMenus();
+  // What had the keyboard goes from the screen a moment after it has given that back.
+  for (const TimePoint patience = Clock::now() + kLevelPatience; popupsOf(window) > 0 && Clock::now() < patience;) {
+    std::this_thread::sleep_for(kBetweenLooks);
+  }
+  if (const size_t left = popupsOf(window); left > 0) {
+    closeMenus(window, left, true);
+  }
+}
+
 void MenuOpener::closeMenus(const WindowFacts& window, size_t clicked, bool haveAllOpened) {
   size_t open = popupsOf(window);
   if (open == 0) {
@@ -97,7 +109,7 @@ FactsPointer MenuOpener::waitUntilItShows(const ElementRef& element, TimePoint d
 size_t MenuOpener::popupsOf(const WindowFacts& window) {
   const auto popups = windows_.popupsFrontToBack();
   return static_cast<size_t>(std::ranges::count_if(popups, [&](const WindowFacts& popup) {
-    return popup.pid == window.pid || popup.connectionPid == window.connectionPid;
+    return (popup.pid == window.pid || popup.connectionPid == window.connectionPid) && menus::isMenuWindow(popup);
   }));
 }
 

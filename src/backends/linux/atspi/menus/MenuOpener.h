@@ -36,6 +36,8 @@ class MenuOpener {
   MenuOutcome choose(const WindowFacts& window, const std::vector<ElementRef>& way, TimePoint deadline);
   /// The same of what is open already, without bringing the window forward.
   MenuOutcome clickThrough(const WindowFacts& window, const std::vector<ElementRef>& way, TimePoint deadline);
+  /// Closes what is open over the window, also where that has left the keyboard to others.
+  void closeWhatShows(const WindowFacts& window);
   /// False when the window has not got the keyboard until the deadline.
   bool bringForward(const WindowFacts& window, TimePoint deadline);
   /// Where an element that shows is clicked; none for one that has gone.

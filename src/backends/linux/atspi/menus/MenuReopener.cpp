@@ -1,6 +1,7 @@
 #include "backends/linux/atspi/menus/MenuReopener.h"
 
 #include <algorithm>
+#include <ranges>
 #include <thread>
 
 namespace jumplark::atspi {
@@ -24,11 +25,12 @@ MenuOutcome MenuReopener::choose(const AtspiMenuHandle& command, TimePoint deadl
     if (const auto now = waitFor(command, std::min(deadline, Clock::now() + kPatience))) {
       std::vector<ElementRef> way = now->way;
       std::erase(way, now->opening->holder);
+      way.erase(way.begin(), way.begin() + static_cast<std::ptrdiff_t>(std::min(alreadyOpen_, way.size() - 1)));
       const MenuOutcome outcome = opener_.clickThrough(command.menus.window, way, deadline);
       hands_.closeMenus();
       return outcome;
     }
-    hands_.closeMenus();
+    opener_.closeWhatShows(command.menus.window);
   }
   return MenuOutcome::gone;
 }
@@ -48,12 +50,22 @@ bool MenuReopener::open(const AtspiMenuHandle& command, bool byPointer) {
 }
 
 std::shared_ptr<const AtspiMenuHandle> MenuReopener::waitFor(const AtspiMenuHandle& command, TimePoint deadline) {
+  alreadyOpen_ = 0;
   do {
+    std::shared_ptr<const AtspiMenuHandle> leads;
     for (const MenuCommand& open : look_(command, deadline)) {
       auto handle = std::dynamic_pointer_cast<const AtspiMenuHandle>(open.handle);
       if (handle && handle->names == command.names && handle->role == command.role) {
         return handle;
       }
+      const bool isOnWay = handle && handle->names.size() < command.names.size() &&
+                           std::ranges::equal(handle->names, command.names | std::views::take(handle->names.size()));
+      leads = isOnWay && handle->names.size() > alreadyOpen_ ? handle : leads;
+    }
+    // Some make a submenu when it opens, and until then its title looks like a command.
+    if (leads) {
+      opener_.clickThrough(command.menus.window, {leads->way.back()}, deadline);
+      alreadyOpen_ = leads->names.size();
     }
     std::this_thread::sleep_for(kBetweenLooks);
   } while (Clock::now() < deadline);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 
@@ -29,6 +30,7 @@ class MenuReopener {
   MenuOpener& opener_;
   const MenuHands& hands_;
   const Look look_;
+  size_t alreadyOpen_ = 0;  ///< titles on the way whose submenus have been opened
 };
 
 }  // namespace jumplark::atspi

@@ -39,6 +39,15 @@ bool opensByItself(uint32_t number) {
   return role::isOneOf<role::window, role::menu, role::popupMenu>(number);
 }
 
+bool isButton(uint32_t number) {
+  return role::isOneOf<role::pushButton, role::toggleButton, role::pushButtonMenu>(number);
+}
+
+/// Of a button that has opened a menu.
+bool isDown(const MenuItemFacts& button) {
+  return button.is(state::expanded) || button.is(state::checked) || button.is(state::pressed);
+}
+
 /// Menus that lie in the window itself have a panel around them.
 bool leadsToMenus(uint32_t above, const MenuItemFacts& child) {
   constexpr size_t kMostAround = 2;
@@ -48,10 +57,58 @@ bool leadsToMenus(uint32_t above, const MenuItemFacts& child) {
 
 }  // namespace
 
+void OpenMenus::readHeads() {
+  std::vector<ElementRef> elements{heads_.application, heads_.bar};
+  elements.insert(elements.end(), heads_.unlisted.begin(), heads_.unlisted.end());
+  const size_t firstHolder = elements.size();
+  elements.insert(elements.end(), heads_.holders.begin(), heads_.holders.end());
+  const size_t firstOpener = elements.size();
+  elements.insert(elements.end(), heads_.openers.begin(), heads_.openers.end());
+  auto read = facts_.read(elements);
+  for (size_t i = 0; i < read.size(); ++i) {
+    if (!read[i]) {
+      continue;
+    }
+    const MenuItemFacts& facts = *read[i];
+    if (i >= firstOpener) {
+      opener_ = isDown(facts) ? facts.ref : opener_;
+    } else if (i >= firstHolder) {
+      focusedBox_ = facts.is(state::focused) ? facts.ref : focusedBox_;
+      if (heads_.tellsShowing || facts.is(state::expanded)) {
+        addHead(Kind::holder, std::move(read[i]));
+      }
+    } else if (i < 2 || shows(facts)) {
+      addHead(i == 0 ? Kind::application : i == 1 ? Kind::bar : Kind::container, std::move(read[i]));
+    }
+  }
+}
+
 void OpenMenus::addHead(Kind kind, std::optional<MenuItemFacts> read) {
   if (read && seen_.insert(read->ref).second) {
-    nodes_.push_back({std::move(*read), -1, kind, kind, 0, {}, false, {}});
+    const Kind head = kind == Kind::container ? Kind::application : kind;
+    nodes_.push_back({.facts = std::move(*read), .kind = kind, .head = head, .children = {}, .holder = {}});
   }
+}
+
+std::optional<OpenMenus::Kind> OpenMenus::kindBelowPassage(const Node& above, const MenuItemFacts& child) const {
+  if (!shows(child)) {
+    return std::nullopt;
+  }
+  if (leadsToMenus(above.facts.role, child)) {
+    return Kind::passage;
+  }
+  if (above.facts.role == role::frame) {
+    // Some have a window for each menu, which they draw as a bar, and a box around the list of a box in a document.
+    const bool isMenuAsBar = child.role == role::menuBar && above.facts.ref != heads_.window;
+    const bool isPanel = child.role == role::panel && !heads_.popups.empty() && heads_.tellsShowing;
+    if (isMenuAsBar || isPanel) {
+      return Kind::container;
+    }
+    if (child.role == role::comboBox && child.is(state::expanded)) {
+      return Kind::passage;
+    }
+  }
+  return opensByItself(child.role) ? std::optional(Kind::container) : std::nullopt;
 }
 
 std::optional<OpenMenus::Kind> OpenMenus::kindBelow(const Node& above, const MenuItemFacts& child) const {
@@ -59,10 +116,7 @@ std::optional<OpenMenus::Kind> OpenMenus::kindBelow(const Node& above, const Men
   switch (above.kind) {
     case Kind::application:
     case Kind::passage:
-      if (showing && leadsToMenus(above.facts.role, child)) {
-        return Kind::passage;
-      }
-      return showing && opensByItself(child.role) ? std::optional(Kind::container) : std::nullopt;
+      return kindBelowPassage(above, child);
     case Kind::bar:
       return isItem(child.role) ? std::optional(Kind::item) : std::nullopt;
     case Kind::holder:
@@ -71,8 +125,11 @@ std::optional<OpenMenus::Kind> OpenMenus::kindBelow(const Node& above, const Men
       }
       return showing && isItem(child.role) ? std::optional(Kind::item) : std::nullopt;
     case Kind::container:
-      if (child.role == role::menu && above.facts.role == role::window) {
+      if (child.role == role::menu && role::isOneOf<role::window, role::panel>(above.facts.role)) {
         return showing ? std::optional(Kind::container) : std::nullopt;
+      }
+      if (above.isPanel && showing && isButton(child.role)) {
+        return Kind::item;
       }
       break;
     case Kind::item:
@@ -116,13 +173,43 @@ std::vector<int> OpenMenus::readBelow(const std::vector<int>& level) {
     if (kind && depth <= menus::kDeepest) {
       added.push_back(static_cast<int>(nodes_.size()));
       above.children.push_back(added.back());
-      nodes_.push_back({std::move(*read[i]), parents[i], *kind, above.head, depth, {}, false, {}});
+      // What stands in a panel knows so, too.
+      const bool isPanel =
+          above.isPanel || (*kind == Kind::container && above.kind == Kind::passage && read[i]->role == role::panel);
+      nodes_.push_back({std::move(*read[i]), parents[i], *kind, above.head, depth, {}, false, {}, isPanel});
     } else if (read[i] && above.kind == Kind::item) {
       above.opensMore = above.opensMore || isItem(read[i]->role) || holdsItems(read[i]->role);
     }
   }
   keepTheOpenOne(added);
+  keepWhatLiesElsewhere(added);
   return added;
+}
+
+void OpenMenus::keepWhatLiesElsewhere(std::vector<int>& level) {
+  std::vector<int> asked;
+  std::vector<ElementRef> elements;
+  for (const int number : level) {
+    const Node& node = nodes_[static_cast<size_t>(number)];
+    const Node& above = nodes_[static_cast<size_t>(node.parent)];
+    const bool isList = above.kind == Kind::holder && node.kind == Kind::container && heads_.tellsShowing;
+    if (isList || (node.isPanel && above.kind == Kind::passage)) {
+      asked.push_back(number);
+      elements.insert(elements.end(), {node.facts.ref, above.facts.ref});
+    }
+  }
+  const auto places = facts_.places(elements);
+  for (size_t i = 0; i < asked.size(); ++i) {
+    const auto& own = places[2 * i];
+    const Node& node = nodes_[static_cast<size_t>(asked[i])];
+    const auto isOwn = [&](const Rect& popup) { return own && popup.contains({own->midX(), own->midY()}); };
+    const bool isInPopup = std::ranges::any_of(heads_.popups, isOwn) && own != places[2 * i + 1];
+    const bool isOpen = node.isPanel ? isInPopup : own && own != places[2 * i + 1];
+    if (!isOpen) {
+      std::erase(level, asked[i]);
+      std::erase(nodes_[static_cast<size_t>(node.parent)].children, asked[i]);
+    }
+  }
 }
 
 void OpenMenus::keepTheOpenOne(std::vector<int>& level) const {
@@ -134,8 +221,25 @@ void OpenMenus::keepTheOpenOne(std::vector<int>& level) const {
     const MenuItemFacts& facts = nodes_[static_cast<size_t>(number)].facts;
     return facts.is(state::selected) || facts.is(state::expanded);
   };
-  if (!tellsShowing_ || std::ranges::any_of(level, [&](int number) { return isOfBar(number) && saysSo(number); })) {
+  if (!heads_.tellsShowing ||
+      std::ranges::any_of(level, [&](int number) { return isOfBar(number) && saysSo(number); })) {
     std::erase_if(level, [&](int number) { return isOfBar(number) && !saysSo(number); });
+  }
+}
+
+void OpenMenus::joinSubmenus() {
+  const auto stands = [](const Node& node) { return node.kind == Kind::container && node.facts.role == role::menu; };
+  for (Node& submenu : nodes_) {
+    if (!stands(submenu) || submenu.facts.name.empty()) {
+      continue;
+    }
+    for (size_t i = 0; i < nodes_.size(); ++i) {
+      Node& item = nodes_[i];
+      if (item.kind == Kind::item && item.facts.is(state::expanded) && item.facts.name == submenu.facts.name) {
+        item.opensMore = true;
+        submenu.parent = static_cast<int>(i);
+      }
+    }
   }
 }
 
@@ -152,11 +256,30 @@ void OpenMenus::findHolders() {
   }
   const auto holders = facts_.read(elements.empty() ? elements : facts_.parents(elements));
   for (size_t i = 0; i < holders.size(); ++i) {
-    if (holders[i] &&
-        role::isOneOf<role::comboBox, role::pushButton, role::toggleButton, role::pushButtonMenu>(holders[i]->role)) {
-      nodes_[menus[i]].holder = holders[i]->ref;
+    if (holders[i] && (holders[i]->role == role::comboBox || isButton(holders[i]->role))) {
+      const int above = nodes_[menus[i]].parent;
+      const bool isOnlyAround = above >= 0 && nodes_[static_cast<size_t>(above)].facts.ref == holders[i]->ref;
+      nodes_[menus[i]].holder = isOnlyAround ? boxInDocument() : holders[i]->ref;
     }
   }
+}
+
+ElementRef OpenMenus::boxInDocument() {
+  if (focusedBox_) {
+    return focusedBox_;
+  }
+  constexpr double kInto = 8;
+  std::vector<Point> beside;
+  for (const Rect& popup : heads_.popups) {
+    beside.push_back({popup.x + kInto, popup.y - kInto});
+    beside.push_back({popup.x + kInto, popup.maxY() + kInto});
+  }
+  for (const auto& found : facts_.read(facts_.elementsAt(heads_.window, beside))) {
+    if (found && found->role == role::comboBox) {
+      return found->ref;
+    }
+  }
+  return {};
 }
 
 // Many boxes are called what is chosen in them.
@@ -210,22 +333,15 @@ ElementRef OpenMenus::holderOf(int node) const {
       holder = one.facts.ref;
     }
   }
-  return holder;
+  const bool isInPanel = nodes_[static_cast<size_t>(node)].isPanel;
+  return holder || opener_ || !isInPanel ? (holder ? holder : opener_) : heads_.pointedAt;
 }
 
 std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRequest& request,
                                          const MenuOpening& called) {
-  tellsShowing_ = heads.tellsShowing;
-  std::vector<ElementRef> elements{heads.application, heads.bar};
-  elements.insert(elements.end(), heads.holders.begin(), heads.holders.end());
-  auto read = facts_.read(elements);
+  heads_ = heads;
+  readHeads();
   std::vector<int> level;
-  for (size_t i = 0; i < read.size(); ++i) {
-    const bool mayBeOpen = i < 2 || tellsShowing_ || (read[i] && read[i]->is(state::expanded));
-    if (mayBeOpen) {
-      addHead(i == 0 ? Kind::application : i == 1 ? Kind::bar : Kind::holder, std::move(read[i]));
-    }
-  }
   for (int node = 0; node < static_cast<int>(nodes_.size()); ++node) {
     level.push_back(node);
   }
@@ -233,6 +349,7 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
   for (int round = 0; round < kMostRounds && !level.empty() && !facts_.ended(); ++round) {
     level = readBelow(level);
   }
+  joinSubmenus();
   findHolders();
   std::vector<int> found;
   std::vector<ElementRef> items;
@@ -248,7 +365,7 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
   std::vector<MenuCommand> commands;
   for (size_t i = 0; i < found.size(); ++i) {
     MenuEntry entry = entryOf(found[i]);
-    entry.canAct = keys[i].has_value();
+    entry.canAct = keys[i].has_value() && heads_.actsWhenClosed;
     entry.keys = keys[i] ? menuKeys(*keys[i], entry.way.back()->name) : "";
     auto [command, handle] = menuCommand(entry, request, false);
     command.isOpen = true;

@@ -17,8 +17,14 @@ class OpenMenus {
   /// Below which it looks.
   struct Heads {
     ElementRef application;
-    ElementRef bar;                   ///< may be empty
-    std::vector<ElementRef> holders;  ///< boxes and buttons that may have opened something
+    ElementRef window = {};                 ///< the one that has the keyboard; may be empty
+    ElementRef bar = {};                    ///< may be empty
+    std::vector<ElementRef> holders = {};   ///< boxes that may have opened something, which they hold
+    std::vector<ElementRef> openers = {};   ///< buttons that may have opened something, which stands elsewhere
+    std::vector<ElementRef> unlisted = {};  ///< menus that are nobody's children
+    std::vector<Rect> popups = {};          ///< windows in which something may be open
+    ElementRef pointedAt = {};              ///< the button that the pointer is on: it may have opened a panel
+    bool actsWhenClosed = true;             ///< see Toolkit
     bool tellsShowing = true;  ///< false: what has shown once says that it is visible, and its opener is expanded
   };
   explicit OpenMenus(MenuFacts& facts) : facts_(facts) {}
@@ -44,23 +50,37 @@ class OpenMenus {
     std::vector<int> children;
     bool opensMore = false;  ///< a menu that is closed
     ElementRef holder;       ///< of a menu in a window of its own
+    bool isPanel = false;    ///< holds buttons that stand for commands
   };
 
+  void readHeads();
   void addHead(Kind kind, std::optional<MenuItemFacts> read);
   std::vector<int> readBelow(const std::vector<int>& level);
   /// Of a bar's menus the one that says that it is open, if one does.
   void keepTheOpenOne(std::vector<int>& level) const;
+  /// Of what says of itself that it is open what its place shows to be: lists of boxes that have a place of their own,
+  /// panels in windows of their own.
+  void keepWhatLiesElsewhere(std::vector<int>& level);
   /// None for what is no part of an open menu.
   std::optional<Kind> kindBelow(const Node& above, const MenuItemFacts& child) const;
-  bool shows(const MenuItemFacts& facts) const { return facts.is(tellsShowing_ ? state::showing : state::visible); }
+  bool shows(const MenuItemFacts& facts) const {
+    return facts.is(heads_.tellsShowing ? state::showing : state::visible);
+  }
+  std::optional<Kind> kindBelowPassage(const Node& above, const MenuItemFacts& child) const;
+  /// Submenus that stand beside the menu of the item that opened them are made part of that.
+  void joinSubmenus();
   void findHolders();
+  /// The box of a document whose list lies in one of the pop-ups.
+  ElementRef boxInDocument();
   void dropChoiceFromName(int holder);
   std::vector<int> commandsBelow(int node) const;
   MenuEntry entryOf(int node) const;
   ElementRef holderOf(int node) const;
 
   MenuFacts& facts_;
-  bool tellsShowing_ = true;
+  Heads heads_;
+  ElementRef opener_;  ///< of what no holder is known of
+  ElementRef focusedBox_;
   std::vector<Node> nodes_;
   std::unordered_set<ElementRef, ElementRefHash> seen_;
 };

@@ -108,6 +108,18 @@ class Toolkit {
   virtual bool mayHaveOpenMenu(const ElementFacts& /*element*/) const { return false; }
   /// True when the element is all that a person sees of it and what stands in it, going by the cache.
   virtual bool isOnlyDecorated(const CachedTree& /*cache*/, const CacheItem& /*item*/) const { return false; }
+  /// What is open over a window, and is neither among the application's children nor in a snapshot.
+  struct Opened {
+    std::vector<ElementRef> menus;
+    std::vector<ElementRef> boxes;  ///< that have opened a list
+  };
+  /// Looks for that; `last` is the last snapshot, and may be null.
+  virtual Opened findOpen(CallRunner& /*runner*/, const ElementRef& /*frame*/, const Snapshot* /*last*/,
+                          TimePoint /*deadline*/) const {
+    return {};
+  }
+  /// False where the action of what is in a closed menu is told to be done and is not.
+  virtual bool actsInClosedMenus() const { return true; }
   /// False where the states of what is in closed menus are those that they had when they showed last.
   virtual bool keepsClosedMenusTrue() const { return true; }
   /// What is chosen in its combo boxes is told by a selection.

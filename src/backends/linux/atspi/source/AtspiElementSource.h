@@ -34,6 +34,8 @@ class AtspiElementSource : public ElementSource {
   SnapshotReport report(const Snapshot& snapshot) const;
   /// What shows of an application, for as much as it tells until then; null when that was not all.
   SnapshotPointer takeUntil(const ElementRef& application, TimePoint deadline);
+  /// What draws an application; asks it only if that is not known yet.
+  const Toolkit& toolkitOf(const ElementRef& application) { return toolkitOf(*handleOf(application)); }
   /// For those who ask applications something else than what elements are.
   BusConnection& connection() { return bus_; }
   SnapshotsUnderWay& snapshotsUnderWay() { return underWay_; }

@@ -44,9 +44,10 @@ bool isPictureOnly(const ElementFacts& e, double window) {
   }
 }
 
-/// GTK 3 and those before it give no elements to what stands in a status bar.
+/// GTK 3 and those before it give no elements to what stands in a status bar, which is called what it says.
 bool isSilentStatusBar(const ElementFacts& e) {
-  return e.role == role::statusBar && e.is(state::showing) && e.extents && e.children.empty() && e.childCount <= 0;
+  return e.role == role::statusBar && e.name.empty() && e.is(state::showing) && e.extents && e.children.empty() &&
+         e.childCount <= 0;
 }
 
 /// Two sentences, since languages differ in what changes with a number; `many` has the place of the number.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "backends/linux/atspi/reading/Toolkit.h"
+#include "backends/linux/atspi/toolkits/QtNumbers.h"
 
 namespace jumplark::atspi {
 
@@ -21,6 +22,11 @@ class Qt : public Toolkit {
   /// nevertheless, and is down while that is open.
   bool mayHaveOpenMenu(const ElementFacts& element) const override;
   bool tellsChoices() const override { return false; }
+  /// Menus that some code has shown without a bar or a button that holds them: nobody lists them.
+  Opened findOpen(CallRunner& runner, const ElementRef& frame, const Snapshot* last,
+                  TimePoint deadline) const override {
+    return {unlistedMenus(runner, frame, last, deadline), {}};
+  }
   bool endsTextsItself() const override { return true; }
   /// Lists, tables and trees end where their scroll bars begin.
   void settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,

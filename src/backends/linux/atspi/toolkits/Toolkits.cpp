@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "backends/linux/atspi/toolkits/Gecko.h"
 #include "backends/linux/atspi/toolkits/Gtk2.h"
 #include "backends/linux/atspi/toolkits/Gtk3.h"
 #include "backends/linux/atspi/toolkits/LibreOffice.h"
@@ -23,7 +24,7 @@ constexpr Entry entry() {
   return {T::draws, []() -> std::unique_ptr<const Toolkit> { return std::make_unique<T>(); }};
 }
 
-/// The first that fits counts. The last fits all: Gecko and whatever else tells everything as AT-SPI has it.
+/// The first that fits counts. The last fits all: whatever tells everything as AT-SPI has it.
 constexpr std::array kTable{
     entry<LibreOfficeOn<Gtk3>>(),
     entry<LibreOfficeOn<Qt>>(),
@@ -34,6 +35,7 @@ constexpr std::array kTable{
     entry<Qt>(),
     entry<Swing>(),
     entry<Chromium>(),
+    entry<Gecko>(),
     entry<Toolkit>(),
 };
 

@@ -18,7 +18,22 @@ namespace jumplark::atspi {
 namespace {
 
 /// How a role number becomes an "AX" role.
-enum class Kind { fixed, window, button, combo, menu, text, label, icon, image, row, prose, container, unknown };
+enum class Kind {
+  fixed,
+  window,
+  button,
+  combo,
+  menu,
+  text,
+  label,
+  icon,
+  image,
+  row,
+  prose,
+  status,
+  container,
+  unknown
+};
 
 struct Rule {
   Kind kind;
@@ -95,6 +110,7 @@ const std::unordered_map<uint32_t, Rule>& rules() {
       {role::levelBar, {Kind::fixed, "AXLevelIndicator"}},
       {role::separator, {Kind::fixed, "AXSplitter"}},
       {role::toolTip, {Kind::fixed, "AXHelpTag"}},
+      {role::statusBar, {Kind::status, {}}},
       {role::paragraph, {Kind::prose, {}}},
       {role::section, {Kind::prose, {}}},
       {role::caption, {Kind::prose, {}}},
@@ -171,6 +187,8 @@ std::string_view RoleMap::roleOf(const ElementFacts& element) const {
     case Kind::prose:
       return holdsWords(element) || (mayBeText(element) && !hasChildren(element)) ? "AXStaticText"
                                                                                   : containerRole(element);
+    case Kind::status:
+      return hasChildren(element) || isBlank(element.name) ? containerRole(element) : "AXStaticText";
     case Kind::unknown:
       if (hasChildren(element)) {
         return containerRole(element);

@@ -163,6 +163,14 @@ bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPla
   return false;
 }
 
+Toolkit::Opened Chromium::findOpen(CallRunner& runner, const ElementRef& frame, const Snapshot* /*last*/,
+                                   TimePoint deadline) const {
+  constexpr int32_t kMost = 4;
+  const MatchRule rule{.states = uint64_t{1} << state::expanded, .roles = {role::comboBox}};
+  auto boxes = callOnce(runner, calls::matchingBelow(*handleOf(frame), rule, kMost), deadline);
+  return {{}, boxes.ok() ? std::move(boxes.value) : std::vector<ElementRef>()};
+}
+
 std::string Chromium::adviceForSilent(int32_t pid, const Snapshot* snapshot) const {
   const std::string program = programOf(pid);
   if (!isBrowserEngine(program) || (snapshot && showsContent(*snapshot))) {
