@@ -3,12 +3,15 @@
 #include <unistd.h>
 
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QTimer>
 #include <chrono>
 #include <csignal>
 #include <memory>
 #include <set>
 #include <utility>
+
+#include "backends/linux/qt/QtMainLoop.h"
 
 namespace jumplark {
 namespace {
@@ -43,6 +46,7 @@ void startProgram(const QString& program, const QStringList& arguments, std::fun
   running().insert(process);
   process->setProgram(program);
   process->setArguments(arguments);
+  process->setProcessEnvironment(QtMainLoop::environmentForPrograms());
   process->setStandardInputFile(QProcess::nullDevice());
   process->setStandardOutputFile(QProcess::nullDevice());
   process->setStandardErrorFile(QProcess::nullDevice());

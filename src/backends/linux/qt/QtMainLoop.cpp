@@ -6,6 +6,8 @@
 #include <QKeyEvent>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QLoggingCategory>
+#include <QProcessEnvironment>
 #include <QSessionManager>
 #include <QTimer>
 #include <QTranslator>
@@ -145,6 +147,23 @@ class QtMainLoop::Drainer : public QObject {
 
 namespace {
 
+/// The environment from before prepareWayland().
+std::optional<QProcessEnvironment> environmentBefore;
+
+/// What Qt's wayland platform reads from the environment, here and later.
+void prepareWayland() {
+  environmentBefore = QProcessEnvironment::systemEnvironment();
+  // Windows past the window manager get a surface and no role, so that the query window's can be given one.
+  qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
+  // Qt's logical pixels shall be those of the compositor's layout.
+  qunsetenv("QT_SCALE_FACTOR");
+  qunsetenv("QT_SCREEN_SCALE_FACTORS");
+  // Nothing is drawn with OpenGL, and loading it doubles the memory that the program takes. Qt warns that it is
+  // missing.
+  qputenv("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION", "none");
+  QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.wayland.warning=false"));
+}
+
 /// The texts of Qt's own menus and dialogs, where the system has them in the user's language.
 void translateToolkit(QCoreApplication& application) {
   auto* translator = new QTranslator(&application);
@@ -160,8 +179,9 @@ QtMainLoop::QtMainLoop(SystemQueues& queues, QtPlatform platform) : queues_(queu
   QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
   QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus, false);
   QCoreApplication::setApplicationName(QStringLiteral("Jumplark"));
-  // Windows past the window manager get a surface and no role, so that the query window's can be given one.
-  qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
+  if (platform == QtPlatform::wayland) {
+    prepareWayland();
+  }
   application_ = std::make_unique<Application>(platform);
   translateToolkit(*application_);
   QGuiApplication::setQuitOnLastWindowClosed(false);
@@ -171,6 +191,10 @@ QtMainLoop::QtMainLoop(SystemQueues& queues, QtPlatform platform) : queues_(queu
 }
 
 QtMainLoop::~QtMainLoop() = default;
+
+QProcessEnvironment QtMainLoop::environmentForPrograms() {
+  return environmentBefore ? *environmentBefore : QProcessEnvironment::systemEnvironment();
+}
 
 int QtMainLoop::run() {
   const int status = QCoreApplication::exec();

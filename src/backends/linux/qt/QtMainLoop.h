@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 
+class QProcessEnvironment;
 class QWindow;
 
 namespace jumplark {
@@ -33,6 +34,10 @@ class QtMainLoop {
   int run();
   /// Ends run(), or the next one, after what is posted already. From any thread.
   void quit(int status = 0);
+
+  /// What programs that are started from here shall get: settings for Qt that are meant for this one alone are left
+  /// out.
+  static QProcessEnvironment environmentForPrograms();
 
   /// Answers what assistive programs, this one among them, ask of the windows, without handling keys, clicks, timers or
   /// tasks. For a moment in which the main thread waits for such an answer itself.

@@ -60,7 +60,6 @@ struct QtViews::Parts {
     QWidget& window = topmostOver(wanted);
     window.show();
     window.raise();
-    window.activateWindow();
     latest = &window;
     native.activate(window);
   }

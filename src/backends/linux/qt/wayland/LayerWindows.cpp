@@ -100,7 +100,8 @@ void LayerWindows::synchronize() {
 }
 
 void LayerWindows::activate(QWidget& window) {
-  // Over another connection: the compositor must have heard of the window by then.
+  // Not by Qt's way, for which compositors want a key or click in one of our windows: without it they only mark the
+  // window as one that wants attention. Over another connection: the compositor must have heard of the window by then.
   synchronize();
   if (callbacks_.activateWindow) {
     callbacks_.activateWindow(window.windowTitle().toStdString());

@@ -25,6 +25,7 @@ std::unique_ptr<QueryWindowHost> X11Windows::makeQueryWindowHost(QWidget& widget
 }
 
 void X11Windows::activate(QWidget& window) {
+  window.activateWindow();
   // Over another connection: the window manager must have heard of the window by then.
   display_.synchronize();
   if (callbacks_.activateWindow) {
