@@ -63,6 +63,17 @@ TEST_F(Gtk4, isLookedIntoWhereAPageBeginsToShow) {
   EXPECT_EQ(names(), "second box two");
 }
 
+TEST_F(Gtk4, placesPopoversBelowTheirControlsWhereNobodyTellsOfThem) {
+  windows.windows.front().knowsItsPlace = false;
+  app.at("frame").rect = {0, 0, 400, 300};
+  put("frame", "button", role::pushButton, "GtkMenuButton", {177, 6, 36, 34});
+  put("button", "popover", role::menu, "GtkPopoverMenu", {177, 6, 264, 287});
+  put("popover", "busy", role::menuItem, "Get Busy", {198, 26, 222, 30});
+  prepare();
+  EXPECT_EQ(read("busy")->extents, (Rect{184, 110, 222, 30}));
+  EXPECT_EQ(live().get(app.ref("busy"), facts::extents)->extents, (Rect{184, 110, 222, 30}));
+}
+
 TEST_F(Gtk4, labelsNoControlByAPartOfIt) {
   put("frame", "caption", role::label, "Volume", {0, 0, 50, 20});
   put("frame", "volume", role::slider, "GtkScale", {60, 0, 50, 20}).labelledBy = {"caption", "picture"};

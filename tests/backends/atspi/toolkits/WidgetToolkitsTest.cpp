@@ -31,6 +31,25 @@ TEST_F(Gtk3, givesWhatIsOpenToTheWindowInFront) {
   EXPECT_EQ(read("more")->role, role::menuItem) << "opens a menu, and is none";
 }
 
+// As it tells them of a window whose shadow begins 26 and 23 points before it, and whose title bar is 47 high.
+TEST_F(Gtk3, countsInOpenMenusFromBelowTheTitleBarWhereItIsLost) {
+  WindowFacts& window = windows.windows.front();
+  window.surface = window.frame = {92, 84, 1415, 732};
+  window.knowsItsPlace = false;
+  app.at("frame").rect = {0, 0, 1467, 784};
+  add("frame", "title", role::panel, "", {26, 23, 1415, 47});
+  add("frame", "body", role::filler, "", {26, 70, 1415, 685});
+  add("body", "box", role::comboBox, "Andrea", {419, 256, 157, 34});
+  add("root", "popup", role::window, "", {393, 186, 169, 140}).children = {"list"};
+  add("box", "list", role::menu, "", {399, 191, 157, 128});
+  add("list", "andrea", role::menuItem, "Andrea", {399, 195, 157, 30});
+  prepare();
+  const Rect shown{485, 321, 157, 30};
+  EXPECT_EQ(read("box")->extents, (Rect{485, 317, 157, 34}));
+  EXPECT_EQ(read("andrea")->extents, shown);
+  EXPECT_EQ(live().get(app.ref("andrea"), facts::extents)->extents, shown);
+}
+
 // A tool item carries the words for the button that it is made of, and a group of them says nothing of its members.
 TEST_F(Gtk3, callsWhatHasNoWordsAsWhatHoldsItAlone) {
   add("frame", "bar", role::panel, "Bar", {100, 50, 400, 34});

@@ -18,6 +18,7 @@ struct Reading {
   ElementRef focusedWindow;
   std::vector<ElementRef> openPopups;     ///< of the roots
   std::vector<WindowFacts> popupWindows;  ///< where the toolkit wants to know them
+  bool isLost = false;                    ///< the application does not know where its windows are
 };
 
 /// Adds a part of an element as the last child of the focused window, as much of it as shows; nothing where its middle

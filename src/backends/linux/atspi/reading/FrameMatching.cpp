@@ -15,7 +15,7 @@ constexpr double kSize = 2;
 constexpr double kPosition = 2;
 constexpr double kPositionAlone = 1;
 /// A frame may count a shadow that its window's size leaves out, so that the size tells less.
-constexpr double kSizeWithShadow = 1;
+constexpr double kSizeWithShadow = 1.5;
 constexpr double kWidestShadow = 160;
 /// Only decides between frames that are alike otherwise: the keyboard may be elsewhere by now.
 constexpr double kActive = 0.5;
@@ -70,7 +70,7 @@ double likeness(const FrameFacts& frame, const WindowFacts& window, const Toolki
   const double titles = likenessOfTitles(frame.name, window.title);
   const double rects =
       likenessOfRects(frame.reported, window, !toolkit.extentsAreWindowRelative() && window.knowsItsPlace);
-  if (titles <= 0 && rects < kSize) {
+  if (titles <= 0 && rects < kSizeWithShadow) {
     return 0;
   }
   const bool active = ((frame.states >> state::active) & 1U) != 0;

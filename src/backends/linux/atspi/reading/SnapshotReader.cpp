@@ -123,6 +123,7 @@ SnapshotDraft SnapshotReader::read(CallRunner& runner, const ElementRef& applica
   const auto transform = std::make_shared<CoordinateTransform>();
   transform->placement = placementOf(pass.draft);
   Reading reading{pass.draft.elements, *transform, pass.roots, pass.draft.focusedWindow, pass.openPopups, {}};
+  reading.isLost = std::ranges::any_of(pass.draft.frames, [](const auto& one) { return !one.window.knowsItsPlace; });
   if (pass.toolkit().placesByPopups()) {
     reading.popupWindows = registry_.popupsOf(application);
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "backends/linux/atspi/element/Roles.h"
@@ -67,6 +68,45 @@ void addCrossesOf(const ElementFacts& row, Reading& reading) {
   }
 }
 
+bool isInOpenMenu(const ElementFacts& element, const ElementDraft& elements) {
+  const ElementFacts* above = elements.find(element.parent);
+  return above && element.is(state::showing) &&
+         role::isOneOf<role::menu, role::menuItem, role::checkMenuItem, role::radioMenuItem, role::separator>(
+             element.role) &&
+         role::isOneOf<role::menu, role::comboBox, role::window, role::pushButton, role::toggleButton>(above->role);
+}
+
+/// The corner of what is below the title bar in a frame.
+std::optional<Point> cornerOfContent(const ElementFacts& frame, const ElementDraft& elements) {
+  std::optional<Rect> highest;
+  for (const ElementFacts* child : elements.childrenOf(frame)) {
+    if (child->is(state::showing) && child->extents && (!highest || child->extents->height > highest->height)) {
+      highest = child->extents;
+    }
+  }
+  return highest ? std::optional(Point{highest->x, highest->y}) : std::nullopt;
+}
+
+/// How far within its window an open menu begins.
+Point shadowOfMenus(const Reading& reading) {
+  for (const ElementRef& popup : reading.openPopups) {
+    const ElementFacts* window = reading.elements.find(popup);
+    const ElementFacts* menu =
+        window && !window->children.empty() ? reading.elements.find(window->children.front()) : nullptr;
+    if (menu && menu->extents && window->extents) {
+      return {menu->extents->x - window->extents->x, menu->extents->y - window->extents->y};
+    }
+  }
+  return {6, 5};  // in the default theme
+}
+
+void moveAll(ElementFacts& element, Point shift, Reading& reading) {
+  reading.transform.move(element, shift);
+  for (ElementFacts* child : reading.elements.childrenOf(element)) {
+    moveAll(*child, shift, reading);
+  }
+}
+
 }  // namespace
 
 bool Gtk3::draws(const ToolkitFacts& facts) {
@@ -96,6 +136,22 @@ void Gtk3::addParts(Reading& reading) const {
 void Gtk3::settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
                   std::vector<std::shared_ptr<ElementFacts>>& walked) const {
   dropNamelessCells(runner, plan, elements, walked);
+}
+
+void Gtk3::correctPlaces(Reading& reading) const {
+  const ElementFacts* frame = reading.isLost ? reading.elements.find(reading.focusedWindow) : nullptr;
+  const auto corner = frame && frame->extents ? cornerOfContent(*frame, reading.elements) : std::nullopt;
+  if (!corner) {
+    return;
+  }
+  const Point shadow = shadowOfMenus(reading);
+  const Point shift{corner->x - frame->extents->x - shadow.x, corner->y - frame->extents->y - shadow.y};
+  for (const auto& [ref, element] : reading.elements) {
+    const bool isPopup = std::ranges::find(reading.openPopups, ref) != reading.openPopups.end();
+    if (isPopup || isInOpenMenu(*element, reading.elements)) {
+      moveAll(*element, shift, reading);
+    }
+  }
 }
 
 void Gtk3::nameControls(ElementDraft& elements) const {

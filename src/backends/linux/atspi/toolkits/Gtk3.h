@@ -18,6 +18,9 @@ class Gtk3 : public Toolkit {
   /// Rows of lists and tables are what they say.
   void settle(CallRunner& runner, const WalkPlan& plan, ElementDraft& elements,
               std::vector<std::shared_ptr<ElementFacts>>& walked) const override;
+  /// Where it does not know the place of its window, what stands in open menus counts from below the title bar that it
+  /// draws itself, and from within the menu's shadow.
+  void correctPlaces(Reading& reading) const override;
   void nameControls(ElementDraft& elements) const override;
   /// A label with links, each of which stands in it without a place.
   bool mayHoldLinks(const ElementFacts& element) const override;

@@ -39,13 +39,47 @@ class Popovers {
       }
       if (found) {
         const Rect opener = *reading_.elements.find(found->parent)->extents;
-        move(*found, {popup.surface.x - opener.x, popup.surface.y - opener.y});
-        reading_.elements.reparent(found->ref, frame_);
+        open(*found, {popup.surface.x - opener.x, popup.surface.y - opener.y});
       }
+    }
+    if (reading_.isLost && reading_.popupWindows.empty()) {
+      placeUntold();
     }
   }
 
  private:
+  /// The window system tells nothing of pop-ups: they open below the middle of what opens them.
+  void placeUntold() {
+    std::vector<ElementFacts*> found;
+    for (const auto& [ref, element] : reading_.elements) {
+      if (isLikelyOpen(*element)) {
+        found.push_back(element.get());
+      }
+    }
+    for (ElementFacts* element : found) {
+      const Rect opener = *reading_.elements.find(element->parent)->extents;
+      open(*element, {(opener.width - element->extents->width) / 2, opener.height});
+    }
+  }
+
+  /// It begins where the control does that opens it, but for a margin, and is too high to be a part of it.
+  bool isLikelyOpen(const ElementFacts& element) const {
+    constexpr double kWidestMargin = 12;
+    const ElementFacts* opener = reading_.elements.find(element.parent);
+    if (!opener || !opener->extents || !element.extents || !element.is(state::showing) ||
+        !role::isOneOf<role::pushButton, role::toggleButton, role::comboBox>(opener->role)) {
+      return false;
+    }
+    const double down = element.extents->y - opener->extents->y;
+    return isNear(element.extents->x, opener->extents->x) && down >= 0 && down <= kWidestMargin &&
+           element.extents->height > opener->extents->height + kWidestMargin;
+  }
+
+  void open(ElementFacts& element, Point shift) {
+    move(element, shift);
+    reading_.elements.reparent(element.ref, frame_);
+  }
+
   /// The element's far corner is the window's, counted from the control that opens it.
   bool fills(const ElementFacts& element, const WindowFacts& popup) const {
     const ElementFacts* opener = reading_.elements.find(element.parent);
