@@ -1,6 +1,7 @@
 #include "backends/linux/atspi/menus/OpenMenus.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
@@ -219,16 +220,14 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
   std::vector<ElementRef> elements{heads.application, heads.bar};
   elements.insert(elements.end(), heads.holders.begin(), heads.holders.end());
   auto read = facts_.read(elements);
-  std::vector<int> level;
   for (size_t i = 0; i < read.size(); ++i) {
     const bool mayBeOpen = i < 2 || tellsShowing_ || (read[i] && read[i]->is(state::expanded));
     if (mayBeOpen) {
       addHead(i == 0 ? Kind::application : i == 1 ? Kind::bar : Kind::holder, std::move(read[i]));
     }
   }
-  for (int node = 0; node < static_cast<int>(nodes_.size()); ++node) {
-    level.push_back(node);
-  }
+  std::vector<int> level(nodes_.size());
+  std::iota(level.begin(), level.end(), 0);
   const std::vector<int> roots = level;
   for (int round = 0; round < kMostRounds && !level.empty() && !facts_.ended(); ++round) {
     level = readBelow(level);
