@@ -33,17 +33,6 @@ class Panes : public AppTest {
 
 constexpr int64_t kJ = key_code::symbolBase + 'j';
 
-TEST_F(Panes, standInTheirOrderAndUnknownOnesAreNotShown) {
-  show("Usage");
-  std::vector<std::string> order;
-  for (const auto& pane : preferences().panes()) {
-    order.push_back(pane ? pane->identifier : "space");
-  }
-  EXPECT_THAT(order, ElementsAre("General", "Advanced", "Usage", "space", "Help", "About"));
-  show("usage");
-  EXPECT_EQ(preferences().selectedPane(), "Usage");
-}
-
 TEST_F(Panes, whereThereIsNoPlaceForAnIconThatIsSaidOnce) {
   desktop->appViews().statusBar = false;
   launchWelcomed();
@@ -194,20 +183,6 @@ TEST_F(Panes, offerOnlyWhatTheBuildHasAnAddressFor) {
   show("General");
   EXPECT_FALSE(preferences().general.offersUpdates);
   EXPECT_FALSE(desktop->appViews().choose("Check for updates..."));
-}
-
-TEST_F(Panes, theIconsMenuOpensTheQueryWindowOverTheApplicationInFront) {
-  launchWelcomed();
-  const auto shortcutShown = [this] { return desktop->appViews().statusItems().at(0)->menu.at(0).shortcut; };
-  EXPECT_EQ(shortcutShown(), "Super+Shift+Space");
-  set("ActivationShortcut", recordOfShortcut({kJ, modifier_flag::command}));
-  EXPECT_EQ(shortcutShown(), desktop->shortcuts().describe({kJ, modifier_flag::command}));
-  for (int times = 0; times < 2; ++times) {
-    ASSERT_TRUE(desktop->appViews().choose("Open the query window"));
-    run(1s);
-    ASSERT_TRUE(app->engine()->isActive().value()) << "it does not close it";
-    EXPECT_EQ(app->engine()->currentApp().value()->pid, 501);
-  }
 }
 
 TEST_F(Panes, helpOpensWhatThereIsAndShowsWhatIsWrongFirst) {

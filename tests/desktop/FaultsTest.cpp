@@ -21,23 +21,6 @@ Program demo(const std::string& page) {
   return {.command = {JUMPLARK_DEMO_QT6, page}, .busName = DemoProgram::kName, .role = "frame", .element = "Demo"};
 }
 
-TEST(Faults, anApplicationThatStopsIsGivenUpUntilItGoesOn) {
-  Desktop desktop;
-  const std::tuple<Program, const char*, const char*> cases[] = {{demo("Form"), "Button", "OK"},
-                                                                 {widgetFactory3(), "RadioButton", "Page 2"}};
-  for (const auto& [program, role, text] : cases) {
-    SCOPED_TRACE(program.busName);
-    Application application(desktop, program);
-    application.matchesWith(role, text);
-    application.process().stop();
-    const Finished silent = desktop.jumplark.run("tree", application.target());
-    EXPECT_EQ(silent.status, 3) << silent.err;
-    EXPECT_EQ(silent.out, "");
-    application.process().resume();
-    application.matchesWith(role, text);
-  }
-}
-
 TEST(Faults, ofWhatIsLargeOnlyThatWhichShowsIsRead) {
   Desktop desktop;
   const std::tuple<Program, const char*, const char*> cases[] = {

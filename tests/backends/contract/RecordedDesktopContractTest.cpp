@@ -1,5 +1,4 @@
 #include "backends/contract/DesktopContractCases.h"
-#include "backends/contract/MenusContractCases.h"
 #include "backends/recorded/RecordedPlatform.h"
 #include "support/DesktopText.h"
 
@@ -18,14 +17,5 @@ ContractDesktop makeContractDesktop() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Backends, DesktopContract, ::testing::Values("recorded"));
-
-MenusDesktop makeMenusDesktop() {
-  const std::shared_ptr recorded = RecordedPlatform::fromText(
-      R"({"applications": [{"pid": 1, "menus": [{"path": ["Edit", "Cut"], "enabled": false},
-                                                {"path": ["View", "Grid"], "mark": "check"}]}]})");
-  return {recorded->platform(), 1, {"View", "Grid"}, {"Edit", "Cut"}, recorded};
-}
-
-INSTANTIATE_TEST_SUITE_P(Backends, MenusContract, ::testing::Values("recorded"));
 
 }  // namespace jumplark::contract

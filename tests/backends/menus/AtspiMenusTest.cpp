@@ -342,15 +342,6 @@ TEST_F(OldStatesTest, areLookedAtInTheOpenMenuBeforeACommandCountsAsDisabled) {
   EXPECT_THAT(app.done(), ElementsAre("0 quit"));
 }
 
-// This kind of application tells all of it at once.
-TEST_F(OldStatesTest, areNotAskedForAgainWhereTheSnapshotsCacheToldThem) {
-  app.cache({"frame", "bar", "file", "file_menu", "quit"});
-  prepare();
-  EXPECT_THAT(lines(), ElementsAre("File>Quit Control+Q"));
-  EXPECT_FALSE(app.wasAsked("Accessible.GetRole quit"));
-  EXPECT_EQ(app.timesAsked("Cache.GetItems cache"), 1U);
-}
-
 TEST_F(AtspiMenusTest, nonsenseEnds) {
   // Menus that hold each other, one that is too deep, elements that vanish.
   menu("file", "loop", "Loop");

@@ -120,43 +120,5 @@ TEST_F(RecordedAccessibilityTest, findsTheProcessOfAnElement) {
   EXPECT_EQ(ax().processIdentifier(ax().createApplication(77)).value, 77);
 }
 
-TEST_F(RecordedAccessibilityTest, aSlowReadTakesItsTimeAndTooSlowAOneTimesOut) {
-  const struct {
-    double delay;
-    Duration taken;
-    AccessibilityError error;
-  } cases[] = {
-      {200, 200ms, AccessibilityError::success},
-      {500, 500ms, AccessibilityError::success},
-      {500.5, 500ms, AccessibilityError::cannotComplete},
-      {1e300, 500ms, AccessibilityError::cannotComplete},
-  };
-  for (const auto& [delay, taken, error] : cases) {
-    ax().setDelay("orphan", delay);
-    const Duration start = now();
-    EXPECT_EQ(ax().copyMultipleAttributeValues(ref("orphan"), {"AXTitle", "AXHelp"}).error, error) << delay;
-    EXPECT_EQ(now() - start, taken) << delay;
-  }
-  ax().setMessagingTimeout(ax().systemWideElement(), 0.1);
-  const Duration start = now();
-  EXPECT_EQ(ax().copyAttributeNames(ref("orphan")).error, AccessibilityError::cannotComplete);
-  EXPECT_EQ(now() - start, 100ms);
-  EXPECT_TRUE(ax().copyAttributeNames(ref("second")).ok());
-  EXPECT_EQ(now() - start, 100ms) << "other elements are not slow";
-}
-
-TEST_F(RecordedAccessibilityTest, everyReadOfAnElementWithAnErrorFailsWithIt) {
-  const ElementRef broken = ref("broken");
-  EXPECT_EQ(ax().copyAttributeNames(broken).error, AccessibilityError::failure);
-  EXPECT_EQ(ax().copyAttributeValue(broken, "AXSize").error, AccessibilityError::failure);
-  EXPECT_EQ(ax().copyMultipleAttributeValues(broken, {"AXSize"}).error, AccessibilityError::failure);
-  EXPECT_EQ(ax().performAction(broken, "AXPress"), AccessibilityError::failure);
-  ax().setError("broken", AccessibilityError::success);
-  EXPECT_TRUE(ax().copyAttributeValue(broken, "AXSize").ok());
-  ax().removeElement("broken");
-  EXPECT_EQ(ax().copyAttributeValue(broken, "AXSize").error, AccessibilityError::invalidElement);
-  EXPECT_EQ(ax().copyAttributeValue(ElementRef(), "AXSize").error, AccessibilityError::invalidElement);
-}
-
 }  // namespace
 }  // namespace jumplark

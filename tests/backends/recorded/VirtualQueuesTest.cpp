@@ -57,17 +57,6 @@ TEST_F(VirtualQueuesTest, anExceptionOfATaskComesOutWhereTimePasses) {
   EXPECT_EQ(log_.size(), 2U) << "the queues go on";
 }
 
-TEST_F(VirtualQueuesTest, aLateTickDoesNotShiftLaterOnes) {
-  const auto queue = queues_.makeSerialQueue("timer");
-  const auto timer = queues_.makeRepeatingTimer(*queue, 10ms, 10ms, 0ms, [&] {
-    log("tick");
-    queues_.sleep(log_.size() == 1 ? 25ms : 0ms);
-  });
-  timer->resume();
-  queues_.advance(60ms);
-  EXPECT_THAT(log_, ElementsAre("tick@10", "tick@40", "tick@50", "tick@60"));
-}
-
 TEST(VirtualQueues, theirEndEndsWaits) {
   std::vector<std::string> log;
   std::shared_ptr<TaskQueue> survivor;

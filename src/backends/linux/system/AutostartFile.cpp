@@ -116,7 +116,7 @@ fs::path AutostartFile::programNamed(const std::string& command) const {
   }
   std::istringstream folders(session_.searchPath);
   for (std::string folder; !command.empty() && std::getline(folders, folder, ':');) {
-    if (const fs::path found = fs::path(folder) / command; folder.starts_with('/') && isProgram(found)) {
+    if (fs::path found = fs::path(folder) / command; folder.starts_with('/') && isProgram(found)) {
       return found;
     }
   }

@@ -136,7 +136,7 @@ TitleBarLayout layoutOfWindowManager(const std::string& name) {
   if (found != known.end() && Clock::now() < found->second.until) {
     return found->second.layout;
   }
-  const TitleBarLayout layout = readLayout(name);
+  TitleBarLayout layout = readLayout(name);
   known.insert_or_assign(name, Known{layout, Clock::now() + kRemembered});
   return layout;
 }

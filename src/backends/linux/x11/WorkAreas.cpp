@@ -62,6 +62,7 @@ void addStruts(const std::vector<uint32_t>& numbers, const Size& root, std::vect
 
 std::vector<Strut> readStruts(const X11Connection& x, const std::vector<xcb_window_t>& windows, const Size& root) {
   std::vector<std::pair<xcb_get_property_cookie_t, xcb_get_property_cookie_t>> cookies;
+  cookies.reserve(windows.size());
   for (const xcb_window_t window : windows) {
     cookies.emplace_back(askProperty(x, window, x.atom(Atom::netWmStrutPartial)),
                          askProperty(x, window, x.atom(Atom::netWmStrut)));

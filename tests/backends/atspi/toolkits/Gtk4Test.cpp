@@ -40,6 +40,7 @@ TEST_F(Gtk4, isAskedOneByOneOnlyWhatItsCacheLacks) {
   }
 }
 
+<<<<<<< HEAD
 TEST_F(Gtk4, isLookedIntoWhereAPageBeginsToShow) {
   put("frame", "first", role::panel, "", {0, 0, 400, 200});
   put("first", "one", role::pushButton, "One", {0, 0, 50, 20});
@@ -74,6 +75,8 @@ TEST_F(Gtk4, placesPopoversBelowTheirControlsWhereNobodyTellsOfThem) {
   EXPECT_EQ(live().get(app.ref("busy"), facts::extents)->extents, (Rect{184, 110, 222, 30}));
 }
 
+=======
+>>>>>>> h-a
 TEST_F(Gtk4, labelsNoControlByAPartOfIt) {
   put("frame", "caption", role::label, "Volume", {0, 0, 50, 20});
   put("frame", "volume", role::slider, "GtkScale", {60, 0, 50, 20}).labelledBy = {"caption", "picture"};

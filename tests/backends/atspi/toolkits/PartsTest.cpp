@@ -9,11 +9,10 @@ namespace {
 
 using ::testing::ElementsAre;
 
-/// An application of a toolkit, with the window 400 by 300 at 100,50.
-template <const char* const (&kToolkit)[3]>
-class PartsOf : public SourceFixture {
+/// An application with the window 400 by 300 at 100,50.
+class PartsOfQt : public SourceFixture {
  protected:
-  PartsOf() : SourceFixture(kToolkit[0], kToolkit[1]) { app.at("root").name = kToolkit[2]; }
+  using SourceFixture::SourceFixture;
 
   /// What comes after the things that the application told, with its place.
   std::vector<std::string> parts() {
@@ -35,16 +34,10 @@ class PartsOf : public SourceFixture {
   ElementRef part(const std::string& id, const std::string& name) { return partOf(*handleOf(app.ref(id)), name); }
 };
 
-constexpr const char* kGtk3[3] = {"gtk", "3.24.38", "demo"};
-constexpr const char* kQt[3] = {"Qt", "6.4.2", "demo"};
-constexpr const char* kOffice[3] = {"gtk", "3.24.38", "soffice"};
-
-constexpr const char* kSwing[3] = {"J2SE-access-bridge", "1.0", "demo"};
-
-class PartsOfGtk3 : public PartsOf<kGtk3> {};
-class PartsOfQt : public PartsOf<kQt> {};
-class PartsOfOffice : public PartsOf<kOffice> {};
-class PartsOfSwing : public PartsOf<kSwing> {};
+class PartsOfGtk3 : public PartsOfQt {
+ protected:
+  PartsOfGtk3() : PartsOfQt("gtk", "3.24.38") {}
+};
 
 constexpr uint64_t kClosed = kShown | bit(state::expandable);
 constexpr uint64_t kOpen = kClosed | bit(state::expanded);
@@ -100,37 +93,6 @@ TEST_F(PartsOfQt, areArrowsOfFieldsAndOfRows) {
   }
   EXPECT_THAT(parts(), ElementsAre("Increase Zoom 194,60 16x10", "Decrease Zoom 194,70 16x10", "Expand a 110,100 20x20",
                                    "Expand c 130,120 20x20"));
-}
-
-TEST_F(PartsOfSwing, areArrowsOfFieldsAndHandlesOfEntries) {
-  add("frame", "pane", role::panel, "", {100, 50, 400, 300});
-  add("pane", "zoom", role::spinButton, "Zoom", {110, 60, 100, 20});
-  add("pane", "tree", role::tree, "", {110, 100, 200, 100});
-  add("tree", "all", role::label, "All", {111, 100, 50, 20}).states = kOpen;
-  add("all", "stone", role::label, "Stone", {131, 120, 50, 20}).states = kClosed;
-  add("stone", "pebble", role::label, "Pebble", {151, 140, 50, 20});
-  EXPECT_THAT(parts(),
-              ElementsAre("Increase Zoom 194,60 16x10", "Decrease Zoom 194,70 16x10", "Expand Stone 111,120 20x20"));
-}
-
-TEST_F(PartsOfOffice, areArrowsOfToolBarsAndHeadersOfSheets) {
-  add("frame", "bar", role::toolBar, "Standard", {100, 60, 400, 35});
-  double x = 100;
-  for (const auto& [name, width] : {std::pair("Cut", 33), {"Copy", 33}, {"Paste", 44}, {"Print all of it", 90}}) {
-    add("bar", std::string(name).substr(0, 3), role::pushButton, name, {x, 60, double(width), 35});
-    x += width;
-  }
-  add("frame", "pane", role::scrollPane, "", {100, 100, 300, 200});
-  add("pane", "columns", role::panel, "", {140, 100, 260, 18});
-  add("pane", "rows", role::panel, "", {100, 118, 40, 182});
-  add("pane", "sheet", role::documentSpreadsheet, "", {140, 118, 260, 182});
-  add("sheet", "table", role::table, "", {140, 118, 260, 182});
-  for (const auto& [id, left, top] : {std::tuple("B9", 140, 118), {"C9", 220, 118}, {"B10", 140, 138}}) {
-    add("table", id, role::tableCell, id, {double(left), double(top), 80, 20}).saying("apple");
-  }
-  EXPECT_THAT(parts(), ElementsAre("Menu of Paste 199,60 11x35", "Column B 140,100 80x18", "Column C 220,100 80x18",
-                                   "Row 9 100,118 40x20", "Row 10 100,138 40x20"));
-  EXPECT_EQ(read("C9")->shortText, "apple");
 }
 
 TEST_F(PartsOfGtk3, areLinksWhereTheirWordsAre) {

@@ -1,6 +1,7 @@
 #include "backends/linux/atspi/menus/OpenMenus.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
@@ -341,10 +342,8 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
                                          const MenuOpening& called) {
   heads_ = heads;
   readHeads();
-  std::vector<int> level;
-  for (int node = 0; node < static_cast<int>(nodes_.size()); ++node) {
-    level.push_back(node);
-  }
+  std::vector<int> level(nodes_.size());
+  std::iota(level.begin(), level.end(), 0);
   const std::vector<int> roots = level;
   for (int round = 0; round < kMostRounds && !level.empty() && !facts_.ended(); ++round) {
     level = readBelow(level);

@@ -121,9 +121,9 @@ std::vector<FactsPointer> View::childrenOf(const ElementFacts& element, facts::S
   }
   std::vector<FactsPointer> known;
   for (auto one = all.begin(); one != end; ++one) {
-    FactsPointer child = snapshot->tree.find(*one) == ElementTree::kNone ? nullptr : snapshot->find(*one);
+    const FactsPointer child = snapshot->tree.find(*one) == ElementTree::kNone ? nullptr : snapshot->find(*one);
     const bool lacks = child && child->is(state::showing) && !child->has(wanted);
-    known.push_back(lacks ? get(*one, wanted) : std::move(child));
+    known.push_back(lacks ? get(*one, wanted) : child);
   }
   return known;
 }

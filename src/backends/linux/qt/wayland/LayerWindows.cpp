@@ -1,9 +1,7 @@
 #include "backends/linux/qt/wayland/LayerWindows.h"
 
 #include <qpa/qplatformnativeinterface.h>
-#include <QDir>
 #include <QGuiApplication>
-#include <QLibraryInfo>
 #include <QWidget>
 #include <chrono>
 #include <stdexcept>
@@ -37,11 +35,6 @@ class WatchedKeys final : public KeyMeanings {
 };
 
 }  // namespace
-
-bool qtShowsWindowsOnWayland() {
-  const QDir folder(QLibraryInfo::path(QLibraryInfo::PluginsPath) + QStringLiteral("/platforms"));
-  return !folder.entryList({QStringLiteral("libqwayland*.so")}, QDir::Files).isEmpty();
-}
 
 std::unique_ptr<LayerWindows> LayerWindows::make(LayerCallbacks callbacks) {
   auto* native = QGuiApplication::platformNativeInterface();
