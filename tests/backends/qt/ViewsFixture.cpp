@@ -6,22 +6,42 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "backends/linux/qt/wayland/LayerWindows.h"
 #include "backends/linux/qt/x11/X11Windows.h"
+#include "backends/linux/wayland/WaylandScreens.h"
+#include "backends/linux/x11/X11Screens.h"
 #include "platform/Input.h"
 
 namespace jumplark {
 
-void ViewsTest::startViews(const desktop::SessionOptions& options) {
+std::unique_ptr<NativeWindows> ViewsTest::startX11(const desktop::SessionOptions& options) {
   start(options);
   member_ = session_->adoptEnvironment();
-  queues_ = std::make_unique<SystemQueues>();
   loop_ = std::make_unique<QtMainLoop>(*queues_);
   screens_ = std::make_unique<X11Screens>(x_, queues_->mainQueue());
-  WindowCallbacks callbacks{[this](uint32_t window) { windows_->requestActive(window, true); },
-                            [this] { told_.emplace_back("keyboard"); },
-                            {}};
-  views_ = std::make_unique<QtViews>(
-      QtViews::World{std::make_unique<X11Windows>(x_, std::move(callbacks)), *screens_, queues_->mainQueue()});
+  return std::make_unique<X11Windows>(
+      x_, WindowCallbacks{[this](uint32_t window) { windows_->requestActive(window, true); },
+                          [this] { told_.emplace_back("keyboard"); },
+                          {}});
+}
+
+std::unique_ptr<NativeWindows> ViewsTest::startWayland(const desktop::SessionOptions& options) {
+  session_ = desktop::openSession(options);
+  member_ = session_->adoptEnvironment();
+  loop_ = std::make_unique<QtMainLoop>(*queues_, QtPlatform::wayland);
+  screens_ = std::make_unique<WaylandScreens>(WaylandConnection::open().connection, queues_->mainQueue(),
+                                              [](const WaylandOutput& output) { return output.frame; });
+  return LayerWindows::make(LayerCallbacks{.activateWindow = {},
+                                           .keyboardArrived = [this] { told_.emplace_back("keyboard"); },
+                                           .keyboardRefused = {},
+                                           .passOver = {}});
+}
+
+void ViewsTest::startViews(desktop::SessionOptions options) {
+  options.accessibility = false;
+  queues_ = std::make_unique<SystemQueues>();
+  auto native = options.windowManager == desktop::WindowManager::sway ? startWayland(options) : startX11(options);
+  views_ = std::make_unique<QtViews>(QtViews::World{std::move(native), *screens_, queues_->mainQueue()});
   query_ = views_->makeQueryWindow();
   query_->setDelegate(this);
   query_->setLevel(window_level::dock + 1);

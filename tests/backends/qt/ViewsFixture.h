@@ -5,25 +5,26 @@
 #include <string>
 #include <vector>
 
+#include "backends/linux/qt/NativeWindows.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/QtViews.h"
 #include "backends/linux/system/SystemQueues.h"
-#include "backends/linux/x11/X11Screens.h"
 #include "backends/x11/X11Fixture.h"
+#include "platform/Screens.h"
 
 namespace jumplark {
 
-/// The program's windows without the rest of the program, in a session. Events and tasks are handled while a test
-/// awaits something. Places have a top-left origin.
+/// The program's windows without the rest of the program, in a session on X11 or on Wayland. Events and tasks are
+/// handled while a test awaits something. Places have a top-left origin.
 class ViewsTest : public X11Test, protected QueryWindowViewDelegate {
   // First, so that the windows go before what they need.
   std::shared_ptr<void> member_;
   std::unique_ptr<SystemQueues> queues_;
   std::unique_ptr<QtMainLoop> loop_;
-  std::unique_ptr<X11Screens> screens_;
+  std::unique_ptr<Screens> screens_;
 
  protected:
-  void startViews(const desktop::SessionOptions& options);
+  void startViews(desktop::SessionOptions options);
 
   /// Handles events and tasks until the state is there; false when it does not come.
   bool await(const std::function<bool()>& state);
@@ -50,6 +51,8 @@ class ViewsTest : public X11Test, protected QueryWindowViewDelegate {
   std::unique_ptr<DiscoveryView> discovery_;
 
  private:
+  std::unique_ptr<NativeWindows> startX11(const desktop::SessionOptions& options);
+  std::unique_ptr<NativeWindows> startWayland(const desktop::SessionOptions& options);
   void textDidChange(const std::string& text) override { told_.push_back("text " + text); }
   /// Keeps combinations with Control from the field.
   bool monitoredKeyDown(const KeyEvent& event) override;

@@ -1,6 +1,7 @@
 #include "backends/x11/WindowClient.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -83,6 +84,18 @@ class Client {
   xcb_window_t window_ = xcb_generate_id(x_);
 };
 
+/// An X server in a session of somebody else's serves only him.
+void becomeUserOf(const desktop::PrivateSession& session) {
+  const auto user = session.environment().find("JUMPLARK_SESSION_USER");
+  if (user != session.environment().end()) {
+    const auto group = static_cast<gid_t>(std::stoul(session.environment().at("JUMPLARK_SESSION_GROUP")));
+    if (::setgroups(0, nullptr) != 0 || ::setgid(group) != 0 ||
+        ::setuid(static_cast<uid_t>(std::stoul(user->second)))) {
+      ::_exit(1);
+    }
+  }
+}
+
 }  // namespace
 
 WindowClient::WindowClient(const desktop::PrivateSession& session, const desktop::PixelRect& rect, Kind kind,
@@ -93,6 +106,7 @@ WindowClient::WindowClient(const desktop::PrivateSession& session, const desktop
   }
   process_ = ::fork();
   if (process_ == 0) {
+    becomeUserOf(session);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::dup2(ends[1], STDOUT_FILENO);
     // Copies of the test's own connections would keep what they have grabbed.
@@ -107,7 +121,9 @@ WindowClient::WindowClient(const desktop::PrivateSession& session, const desktop
   const auto isShown = [&] {
     const auto announced = lines("window");
     window_ = announced.empty() ? 0 : static_cast<uint32_t>(std::stoul(announced.front().substr(7)));
-    return window_ != 0 && session.findWindow([&](const auto& window) { return window.id == window_; }).has_value();
+    // A Wayland compositor lists windows under numbers of its own, and no unmanaged ones.
+    return window_ != 0 && (session.environment().contains("SWAYSOCK") ||
+                            session.hasWindow([&](const auto& window) { return window.id == window_; }));
   };
   if (!desktop::waitUntil(isShown)) {
     throw std::runtime_error("the window did not appear");

@@ -41,7 +41,7 @@ class ManualQueue final : public TaskQueue {
 
 /// Names cases by the window manager that they are given.
 inline std::string byWindowManager(const ::testing::TestParamInfo<desktop::WindowManager>& info) {
-  constexpr const char* kNames[] = {"xfwm4", "xfwm4Compositor", "openbox", "openboxPicom", "none"};
+  constexpr const char* kNames[] = {"xfwm4", "xfwm4Compositor", "openbox", "openboxPicom", "none", "sway"};
   return kNames[static_cast<size_t>(info.param)];
 }
 
