@@ -15,9 +15,16 @@ struct Desktop {
 
   explicit Desktop(WindowManager windowManager = WindowManager::xfwm4)
       : Desktop(SessionOptions{.windowManager = windowManager, .width = kWidth, .height = kHeight}) {}
-  explicit Desktop(const SessionOptions& options) : session(options), jumplark(session, options.height) {}
+  explicit Desktop(const SessionOptions& options)
+      : opened_(openSession(options)),
+        session(*opened_),
+        jumplark(session, static_cast<int>(options.height / options.scale)) {}
 
-  PrivateSession session;
+ private:
+  std::unique_ptr<PrivateSession> opened_;
+
+ public:
+  PrivateSession& session;
   Jumplark jumplark;
 };
 

@@ -17,7 +17,7 @@ namespace {
 constexpr Milliseconds kStartLimit{60000};
 
 Arguments scriptArguments(const SessionOptions& options) {
-  constexpr const char* kNames[] = {"xfwm4", "xfwm4-compositor", "openbox", "openbox-picom", "none"};
+  constexpr const char* kNames[] = {"xfwm4", "xfwm4-compositor", "openbox", "openbox-picom", "none", "sway"};
   Arguments arguments = {JUMPLARK_PRIVATE_SESSION_SCRIPT,
                          "--serve",
                          "--wm",
@@ -28,6 +28,9 @@ Arguments scriptArguments(const SessionOptions& options) {
     std::ostringstream geometry;
     geometry << monitor.width << 'x' << monitor.height << '+' << monitor.x << '+' << monitor.y;
     arguments.insert(arguments.end(), {"--monitor", geometry.str()});
+  }
+  if (options.scale != 1) {
+    arguments.insert(arguments.end(), {"--scale", std::to_string(options.scale)});
   }
   if (!options.sessionBus || !options.accessibility) {
     arguments.insert(arguments.end(), {"--without", options.sessionBus ? "accessibility" : "bus"});
@@ -54,8 +57,11 @@ void replaceEnvironment(const Environment& environment) {
 
 }  // namespace
 
-PrivateSession::PrivateSession(const SessionOptions& options) {
+PrivateSession::PrivateSession(const SessionOptions& options, WithoutDisplay) {
   serve(options);
+}
+
+PrivateSession::PrivateSession(const SessionOptions& options) : PrivateSession(options, WithoutDisplay()) {
   try {
     connect(display());
     const bool wantsCompositor =
@@ -123,16 +129,16 @@ Process& PrivateSession::start(const Arguments& arguments, const Environment& ex
   Environment environment = extra;
   environment.insert(environment_.begin(), environment_.end());
   const std::string base = folder_ + "/program" + std::to_string(started_++);
-  processes_.push_back(std::make_unique<Process>(arguments, environment, base));
+  processes_.push_back(std::make_unique<Process>(commandOf(arguments), environment, base));
   return *processes_.back();
 }
 
-Finished PrivateSession::run(const Arguments& arguments, Milliseconds limit, const Environment& extra) {
-  Process& process = start(arguments, extra);
+Finished PrivateSession::run(const Arguments& arguments, Milliseconds limit, const Environment& extra) const {
+  Environment environment = extra;
+  environment.insert(environment_.begin(), environment_.end());
+  Process process(commandOf(arguments), environment, folder_ + "/program" + std::to_string(started_++));
   const auto status = process.wait(limit);
-  Finished result{status, process.out(), process.err()};
-  processes_.pop_back();
-  return result;
+  return {status, process.out(), process.err()};
 }
 
 SessionWindow PrivateSession::waitForWindow(const WindowPredicate& wanted) {

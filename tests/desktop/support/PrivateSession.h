@@ -7,15 +7,16 @@
 
 namespace jumplark::desktop {
 
-enum class WindowManager { xfwm4, xfwm4Compositor, openbox, openboxPicom, none };
+enum class WindowManager { xfwm4, xfwm4Compositor, openbox, openboxPicom, none, sway };
 
 struct SessionOptions {
   WindowManager windowManager = WindowManager::xfwm4;
   int width = 1280;
   int height = 900;
-  std::vector<PixelRect> monitors = {};  ///< none: the whole screen is one
+  std::vector<PixelRect> monitors = {};  ///< none: the whole screen is one; on sway further ones
   bool accessibility = true;             ///< an accessibility bus, switched on
   bool sessionBus = true;                ///< without it there is no accessibility bus either
+  double scale = 1;                      ///< on sway: pixels in a point
 };
 
 /// A graphical session of its own: X server, session bus, accessibility bus, window manager, home folder; made by
@@ -30,7 +31,7 @@ class PrivateSession : public SessionDisplay {
   PrivateSession(const PrivateSession&) = delete;
   PrivateSession& operator=(const PrivateSession&) = delete;
   /// Kills every program of the session and removes its folder.
-  ~PrivateSession();
+  ~PrivateSession() override;
 
   /// Everything that a program of the session gets: DISPLAY, DBUS_SESSION_BUS_ADDRESS, HOME and so on.
   const Environment& environment() const { return environment_; }
@@ -43,9 +44,9 @@ class PrivateSession : public SessionDisplay {
   [[nodiscard]] std::shared_ptr<void> adoptEnvironment() const;
 
   /// Starts a program; `extra` goes over the environment. The session keeps it until it is destroyed.
-  Process& start(const Arguments& arguments, const Environment& extra = {});
+  virtual Process& start(const Arguments& arguments, const Environment& extra = {});
   /// Runs a program to its end, or kills it at the limit.
-  Finished run(const Arguments& arguments, Milliseconds limit = kPatience, const Environment& extra = {});
+  Finished run(const Arguments& arguments, Milliseconds limit = kPatience, const Environment& extra = {}) const;
 
   /// The first window to appear that is wanted; throws std::runtime_error naming what there is instead.
   SessionWindow waitForWindow(const WindowPredicate& wanted);
@@ -59,15 +60,22 @@ class PrivateSession : public SessionDisplay {
   /// One call of xdotool with these arguments; throws when it fails.
   void keys(const Arguments& xdotoolArguments);
   /// Presses and releases keys or combinations ("shift+Tab") one after the other.
-  void press(const Arguments& names);
+  virtual void press(const Arguments& names);
   /// Types without a delay between the letters.
-  void type(const std::string& text) { keys({"type", "--delay", "0", text}); }
-  void pointTo(int x, int y) { keys({"mousemove", std::to_string(x), std::to_string(y)}); }
+  virtual void type(const std::string& text) { keys({"type", "--delay", "0", text}); }
+  virtual void pointTo(int x, int y) { keys({"mousemove", std::to_string(x), std::to_string(y)}); }
   void pointTo(const PixelRect& middleOf) {
     pointTo(middleOf.x + middleOf.width / 2, middleOf.y + middleOf.height / 2);
   }
-  void click(int x, int y, const std::string& button = "1");
+  virtual void click(int x, int y, const std::string& button = "1");
   void click(const PixelRect& middleOf) { click(middleOf.x + middleOf.width / 2, middleOf.y + middleOf.height / 2); }
+
+ protected:
+  /// Starts the session, and leaves the X server in it alone.
+  struct WithoutDisplay {};
+  PrivateSession(const SessionOptions& options, WithoutDisplay);
+  /// What is started as a program of the session.
+  virtual Arguments commandOf(const Arguments& arguments) const { return arguments; }
 
  private:
   void serve(const SessionOptions& options);
@@ -76,9 +84,12 @@ class PrivateSession : public SessionDisplay {
   Environment environment_;
   std::string folder_;
   int serverInput_ = -1;
-  size_t started_ = 0;
+  mutable size_t started_ = 0;
   std::unique_ptr<Process> server_;
   std::vector<std::unique_ptr<Process>> processes_;
 };
+
+/// As the options say: on an X server, or on sway.
+std::unique_ptr<PrivateSession> openSession(const SessionOptions& options);
 
 }  // namespace jumplark::desktop

@@ -37,28 +37,29 @@ struct SessionWindow {
 
 using WindowPredicate = std::function<bool(const SessionWindow&)>;
 
-/// The tests' own look at the X server. Errors about windows that vanish meanwhile leave them out.
+/// The tests' own look at what shows, on an X server unless a class below says otherwise. Errors about windows that
+/// vanish meanwhile leave them out.
 class SessionDisplay {
  public:
   SessionDisplay() = default;
   SessionDisplay(const SessionDisplay&) = delete;
   SessionDisplay& operator=(const SessionDisplay&) = delete;
-  ~SessionDisplay() { disconnect(); }
+  virtual ~SessionDisplay() { disconnect(); }
 
   /// All viewable windows with a title or a class, in stacking order, the topmost last.
-  std::vector<SessionWindow> windows() const;
+  virtual std::vector<SessionWindow> windows() const;
   std::optional<SessionWindow> findWindow(const WindowPredicate& wanted) const;
   bool hasWindow(const WindowPredicate& wanted) const { return findWindow(wanted).has_value(); }
   /// The window that has the focus by the window manager's account; 0 when none.
-  uint32_t activeWindow() const;
+  virtual uint32_t activeWindow() const;
   /// The colour that shows at a pixel of the screen, 0xRRGGBB.
   uint32_t pixel(int x, int y) const { return pixels({x, y, 1, 1}).at(0); }
   /// What shows in a rectangle, row by row, 0xRRGGBB; the part outside the screen is left out.
-  std::vector<uint32_t> pixels(const PixelRect& rect) const;
+  virtual std::vector<uint32_t> pixels(const PixelRect& rect) const;
   /// What is held down, by whomever: "button 1", "modifier 0x40", "key 65"; empty when nothing is.
   std::string heldInput() const;
   /// Whether no client holds the keyboard, so that what is typed reaches the focus.
-  bool keyboardIsFree() const;
+  virtual bool keyboardIsFree() const;
   /// Takes a key with modifiers (X keycode and modifier mask) from all clients, as another program's shortcut would;
   /// false when one has it already.
   bool takeKey(uint8_t keycode, uint16_t modifiers = 0) const;
@@ -69,7 +70,7 @@ class SessionDisplay {
   void connect(const std::string& name);
   void disconnect();
   /// Asks for a window to be brought to the front, as a pager would.
-  void requestActive(uint32_t window) const;
+  virtual void requestActive(uint32_t window) const;
   bool compositorRuns() const;
 
  private:

@@ -20,9 +20,23 @@ void expectOnItsPixels(PrivateSession& session, const PixelRect& box, uint32_t c
   EXPECT_FALSE(shows(box.x + box.width / 2, bottom + outside)) << box;
 }
 
+/// Where the application counts from: the screen, or a place that the window's first element tells.
+PixelRect originOf(const Application& application, const Subject& subject, const Matches& matches) {
+  for (const AccessibleElement& element : application.elements()) {
+    for (const Match& match : matches) {
+      if (subject.windowManager == WindowManager::sway && subject.roles.contains(element.role) &&
+          match.hasText(element.name) && match.rect.width == element.rect.width) {
+        return {match.rect.x - element.rect.x, match.rect.y - element.rect.y};
+      }
+    }
+  }
+  return {};
+}
+
 /// The desktop's accessibility library tells the truth to compare with.
 void expectWhatTheApplicationTells(const Application& application, const Subject& subject, const Matches& matches) {
   constexpr int kSmallestChoice = 5;
+  const PixelRect origin = originOf(application, subject, matches);
   size_t expected = 0;
   for (const AccessibleElement& element : application.elements()) {
     const auto roles = subject.roles.find(element.role);
@@ -33,9 +47,11 @@ void expectWhatTheApplicationTells(const Application& application, const Subject
       continue;
     }
     ++expected;
+    const PixelRect place{element.rect.x + origin.x, element.rect.y + origin.y, element.rect.width,
+                          element.rect.height};
     EXPECT_TRUE(std::ranges::any_of(matches,
                                     [&](const Match& match) {
-                                      return roles->second.contains(match.role) && match.rect == element.rect &&
+                                      return roles->second.contains(match.role) && match.rect == place &&
                                              (element.name.empty() || element.name.ends_with("-symbolic") ||
                                               match.hasText(element.name) || match.role == "TextField");
                                     }))
@@ -48,7 +64,11 @@ class Toolkit : public ::testing::TestWithParam<Subject> {};
 
 TEST_P(Toolkit, showsEachThingOnceWhereItIsAndDoesWhatAClickWouldDo) {
   const Subject& subject = GetParam();
-  Desktop desktop(subject.windowManager);
+  Desktop desktop(SessionOptions{.windowManager = subject.windowManager,
+                                 .width = static_cast<int>(Desktop::kWidth * subject.scale),
+                                 .height = static_cast<int>(Desktop::kHeight * subject.scale),
+                                 .monitors = subject.monitors,
+                                 .scale = subject.scale});
   Application application(desktop, subject.program(desktop.session));
   const Matches matches = application.matchesWith(subject.shown[0].role, subject.shown[0].texts[0]);
   EXPECT_THAT(notThere(matches, subject.shown), IsEmpty()) << "among:" << describe(matches);
@@ -88,6 +108,7 @@ const auto kName = [](const auto& info) { return info.param.name; };
 INSTANTIATE_TEST_SUITE_P(Gtk, Toolkit, ::testing::ValuesIn(gtkSubjects()), kName);
 INSTANTIATE_TEST_SUITE_P(Web, Toolkit, ::testing::ValuesIn(webSubjects()), kName);
 INSTANTIATE_TEST_SUITE_P(Other, Toolkit, ::testing::ValuesIn(otherSubjects()), kName);
+INSTANTIATE_TEST_SUITE_P(Sway, Toolkit, ::testing::ValuesIn(swaySubjects()), kName);
 
 }  // namespace
 }  // namespace jumplark::desktop

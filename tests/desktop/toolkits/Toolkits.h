@@ -70,6 +70,8 @@ struct Subject {
   std::vector<Preparation> alsoHolds = {};
   std::vector<Step> steps = {};
   WindowManager windowManager = WindowManager::xfwm4;
+  double scale = 1;  ///< see SessionOptions
+  std::vector<PixelRect> monitors = {};
 };
 inline void PrintTo(const Subject& subject, std::ostream* out) {
   *out << subject.name;
@@ -84,5 +86,7 @@ void expectTheSameOffline(Application& application, const std::vector<std::strin
 std::vector<Subject> gtkSubjects();
 std::vector<Subject> webSubjects();
 std::vector<Subject> otherSubjects();
+/// Some of these and others, under Wayland.
+std::vector<Subject> swaySubjects();
 
 }  // namespace jumplark::desktop

@@ -115,7 +115,7 @@ void findSurfaces(CallRunner& runner, const Toolkit& toolkit, std::vector<Matche
     } else if (!haveSameSize(told, seen)) {
       continue;
     }
-    window.surface = {seen.x - corner.x, seen.y - corner.y, told.maxX(), told.maxY()};
+    window.surface = {seen.x - corner.x, seen.y - corner.y, told.width, told.height};
   }
 }
 

@@ -1,0 +1,92 @@
+#include <algorithm>
+
+#include "desktop/toolkits/Toolkits.h"
+
+namespace jumplark::desktop {
+namespace {
+
+/// A row of the toolkits, under Wayland; of its steps those with such a query, each with the one before it if that
+/// brings about what it needs.
+Subject onSway(const std::vector<Subject>& rows, const std::string& name, const std::set<std::string>& queries) {
+  Subject row = *std::ranges::find(rows, name, &Subject::name);
+  row.windowManager = WindowManager::sway;
+  row.queries.clear();
+  std::vector<Step> chosen;
+  for (size_t i = 0; i < row.steps.size(); ++i) {
+    const bool isNeeded =
+        row.steps[i].query.empty() && i + 1 < row.steps.size() && queries.contains(row.steps[i + 1].query);
+    if (isNeeded || queries.contains(row.steps[i].query)) {
+      chosen.push_back(row.steps[i]);
+    }
+  }
+  row.steps = std::move(chosen);
+  return row;
+}
+
+Program with(Program program, const Environment& environment, const Arguments& options = {}) {
+  program.environment.insert(environment.begin(), environment.end());
+  program.command.insert(program.command.begin() + 1, options.begin(), options.end());
+  return program;
+}
+
+/// By what the demonstration program prints.
+Effect says(const std::string& line) {
+  return [line](Application& application) { return application.process().printed(line); };
+}
+
+void moveToTheOtherScreen(Application& application) {
+  PrivateSession& session = application.desktop().session;
+  EXPECT_EQ(session.run({"swaymsg", "move", "container", "to", "output", "HEADLESS-2"}).status, 0);
+  EXPECT_TRUE(waitUntil([&] {
+    return session.hasWindow([&](const SessionWindow& window) { return window.rect.x >= Desktop::kWidth; });
+  }));
+}
+
+Subject qt6() {
+  return {.name = "Qt6",
+          .program =
+              [](const PrivateSession&) {
+                return Program{.command = {JUMPLARK_DEMO_QT6, "Form"},
+                               .busName = DemoProgram::kName,
+                               .role = "frame",
+                               .element = "Demo",
+                               .target = {"--app", DemoProgram::kName}};
+              },
+          .shown = {{"Button", {"OK", "Apply"}}, {"MenuBarItem", {"File", "Help"}}, {"CheckBox", {"Wrap text"}}},
+          .roles = {{"push button", {"Button"}}, {"page tab", {"RadioButton"}}},
+          .atLeast = 8,
+          .steps = {{"apply", says("clicked Apply")},
+                    {"wrap", shows("check box", "Wrap text", "checked")},
+                    {"cancel", says("clicked Cancel"), moveToTheOtherScreen}},
+          .windowManager = WindowManager::sway,
+          .monitors = {{Desktop::kWidth, 100, 900, 800}}};
+}
+
+}  // namespace
+
+std::vector<Subject> swaySubjects() {
+  Subject gtk3 = onSway(gtkSubjects(), "Gtk3", {"increase", "mickey"});
+  gtk3.scale = 1.5;
+  Subject x11 = onSway(gtkSubjects(), "Gtk3", {"increase"});
+  x11.name = "Gtk3Xwayland";
+  x11.program = [](const PrivateSession&) { return with(widgetFactory3(), {{"GDK_BACKEND", "x11"}}); };
+  Subject gtk4 = onSway(gtkSubjects(), "Gtk4", {"about"});
+  for (Shown& shown : gtk4.shown) {
+    std::erase(shown.texts, "Maximize");  // which sway does not do
+  }
+  gtk4.alsoHolds.clear();
+  Subject chromium = onSway(webSubjects(), "ChromiumAwake", {"plain button", "inline link", "inner button"});
+  const auto browser = chromium.program;
+  chromium.program = [browser](const PrivateSession& session) {
+    return with(browser(session), {}, {"--ozone-platform=wayland"});
+  };
+  Subject office = onSway(otherSubjects(), "Office", {"bold"});
+  const auto writer = office.program;
+  office.program = [writer](const PrivateSession& session) {
+    // What another user's office has left there is not his.
+    return with(writer(session), {}, {"-env:UNO_SHARED_PACKAGES_CACHE=file://" + session.folder() + "/packages"});
+  };
+  return {gtk3, x11, gtk4, onSway(otherSubjects(), "Qt5", {"7", "9"}), qt6(), chromium, office};
+}
+
+}  // namespace jumplark::desktop
