@@ -73,7 +73,6 @@ void OpenMenus::readHeads() {
     if (i >= firstOpener) {
       opener_ = isDown(facts) ? facts.ref : opener_;
     } else if (i >= firstHolder) {
-      focusedBox_ = facts.is(state::focused) ? facts.ref : focusedBox_;
       if (heads_.tellsShowing || facts.is(state::expanded)) {
         addHead(Kind::holder, std::move(read[i]));
       }
@@ -259,27 +258,10 @@ void OpenMenus::findHolders() {
     if (holders[i] && (holders[i]->role == role::comboBox || isButton(holders[i]->role))) {
       const int above = nodes_[menus[i]].parent;
       const bool isOnlyAround = above >= 0 && nodes_[static_cast<size_t>(above)].facts.ref == holders[i]->ref;
-      nodes_[menus[i]].holder = isOnlyAround ? boxInDocument() : holders[i]->ref;
+      nodes_[menus[i]].holder = isOnlyAround ? ElementRef() : holders[i]->ref;
+      nodes_[menus[i]].isLoose = isOnlyAround;
     }
   }
-}
-
-ElementRef OpenMenus::boxInDocument() {
-  if (focusedBox_) {
-    return focusedBox_;
-  }
-  constexpr double kInto = 8;
-  std::vector<Point> beside;
-  for (const Rect& popup : heads_.popups) {
-    beside.push_back({popup.x + kInto, popup.y - kInto});
-    beside.push_back({popup.x + kInto, popup.maxY() + kInto});
-  }
-  for (const auto& found : facts_.read(facts_.elementsAt(heads_.window, beside))) {
-    if (found && found->role == role::comboBox) {
-      return found->ref;
-    }
-  }
-  return {};
 }
 
 // Many boxes are called what is chosen in them.
@@ -308,6 +290,17 @@ std::vector<int> OpenMenus::commandsBelow(int start) const {
     stack.insert(stack.end(), node.children.rbegin(), node.children.rend());
   }
   return commands;
+}
+
+std::optional<Point> OpenMenus::boxOf(int node) const {
+  constexpr double kInto = 8;
+  for (int step = node; step >= 0; step = nodes_[static_cast<size_t>(step)].parent) {
+    if (nodes_[static_cast<size_t>(step)].isLoose && !heads_.popups.empty()) {
+      const Rect& list = heads_.popups.front();
+      return Point{list.x + kInto, list.y - kInto};
+    }
+  }
+  return std::nullopt;
 }
 
 MenuEntry OpenMenus::entryOf(int node) const {
@@ -371,6 +364,7 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
     command.isOpen = true;
     handle->opening = called;
     handle->opening->holder = holderOf(found[i]);
+    handle->opening->box = boxOf(found[i]);
     commands.push_back(std::move(command));
   }
   return commands;

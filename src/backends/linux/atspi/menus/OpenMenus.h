@@ -51,6 +51,7 @@ class OpenMenus {
     bool opensMore = false;  ///< a menu that is closed
     ElementRef holder;       ///< of a menu in a window of its own
     bool isPanel = false;    ///< holds buttons that stand for commands
+    bool isLoose = false;    ///< a list that does not tell whose it is
   };
 
   void readHeads();
@@ -70,17 +71,16 @@ class OpenMenus {
   /// Submenus that stand beside the menu of the item that opened them are made part of that.
   void joinSubmenus();
   void findHolders();
-  /// The box of a document whose list lies in one of the pop-ups.
-  ElementRef boxInDocument();
   void dropChoiceFromName(int holder);
   std::vector<int> commandsBelow(int node) const;
   MenuEntry entryOf(int node) const;
   ElementRef holderOf(int node) const;
+  /// Where to click for the list in which a node stands; none for those whose box is known.
+  std::optional<Point> boxOf(int node) const;
 
   MenuFacts& facts_;
   Heads heads_;
   ElementRef opener_;  ///< of what no holder is known of
-  ElementRef focusedBox_;
   std::vector<Node> nodes_;
   std::unordered_set<ElementRef, ElementRefHash> seen_;
 };
