@@ -4,6 +4,8 @@
 #include <ranges>
 #include <thread>
 
+#include "backends/linux/atspi/menus/MenuRoles.h"
+
 namespace jumplark::atspi {
 namespace {
 
@@ -51,6 +53,9 @@ bool MenuReopener::open(const AtspiMenuHandle& command, bool byPointer) {
       hands_.click(*place);
     }
     return place.has_value();
+  }
+  if (menu_role::isEntry(command.role)) {
+    return false;  // a list is no menu of anything
   }
   byPointer ? hands_.clickSecondary(opening.place) : hands_.typeMenuKey();
   return true;

@@ -23,7 +23,7 @@ class OpenMenus {
     std::vector<ElementRef> openers = {};   ///< buttons that may have opened something, which stands elsewhere
     std::vector<ElementRef> unlisted = {};  ///< menus that are nobody's children
     std::vector<Rect> popups = {};          ///< windows in which something may be open
-    ElementRef pointedAt = {};              ///< the button that the pointer is on: it may have opened a panel
+    ElementRef pointedAt = {};              ///< the button that the pointer is on: it may have opened a panel or a list
     bool actsWhenClosed = true;             ///< see Toolkit
     bool tellsShowing = true;  ///< false: what has shown once says that it is visible, and its opener is expanded
   };
@@ -57,6 +57,8 @@ class OpenMenus {
   void readHeads();
   void addHead(Kind kind, std::optional<MenuItemFacts> read);
   std::vector<int> readBelow(const std::vector<int>& level);
+  /// Of what they have read before nothing is read again.
+  std::vector<int> readChildren(const std::vector<int>& level, size_t most);
   /// Of a bar's menus the one that says that it is open, if one does.
   void keepTheOpenOne(std::vector<int>& level) const;
   /// Of what says of itself that it is open what its place shows to be: lists of boxes that have a place of their own,
@@ -82,6 +84,7 @@ class OpenMenus {
   Heads heads_;
   ElementRef opener_;  ///< of what no holder is known of
   std::vector<Node> nodes_;
+  size_t withHolders_ = 0;  ///< of so many holders have been looked for
   std::unordered_set<ElementRef, ElementRefHash> seen_;
 };
 
