@@ -86,7 +86,8 @@ set(CPACK_DEBIAN_PACKAGE_SECTION x11)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # What no library says: the bus that it speaks to.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS at-spi2-core)
+# Qt loads its part for Wayland by name.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "at-spi2-core, qt6-wayland")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "ca-certificates, qt6-translations-l10n, xdg-utils")
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
@@ -96,7 +97,7 @@ set(CPACK_RPM_PACKAGE_GROUP "User Interface/X")
 string(REPLACE "\n.\n" "\n\n" CPACK_RPM_PACKAGE_DESCRIPTION "${CPACK_PACKAGE_DESCRIPTION}")
 set(CPACK_RPM_SPEC_INSTALL_POST /bin/true)  # stripped already
 # Libraries are found by what the program is linked to. The second one owns the folders of the icons.
-set(CPACK_RPM_PACKAGE_REQUIRES "at-spi2-core, hicolor-icon-theme")
+set(CPACK_RPM_PACKAGE_REQUIRES "at-spi2-core, hicolor-icon-theme, (qt6-qtwayland or qt6-wayland)")
 # The same sources give the same package where SOURCE_DATE_EPOCH is set.
 set(CPACK_RPM_SPEC_MORE_DEFINE "Recommends: xdg-utils, ca-certificates
 %define _build_id_links none

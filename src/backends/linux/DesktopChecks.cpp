@@ -4,8 +4,10 @@
 #include <iterator>
 
 #include "backends/linux/atspi/bus/AtspiChecks.h"
+#include "backends/linux/qt/wayland/LayerWindows.h"
 #include "backends/linux/wayland/WaylandChecks.h"
 #include "backends/linux/x11/X11Checks.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -28,10 +30,22 @@ void keepOneOfIcon(std::vector<DesktopCheck>& checks) {
   checks = std::move(rest);
 }
 
+DesktopCheck checkQt() {
+  if (qtShowsWindowsOnWayland()) {
+    return {localized("Qt for Wayland"), DesktopCheck::ok, localized("Qt can show windows here."), {}};
+  }
+  return {localized("Qt for Wayland"), DesktopCheck::failure,
+          localized("The part of Qt that shows windows on Wayland is missing."),
+          localized("Install the package qt6-wayland.")};
+}
+
 }  // namespace
 
 std::vector<DesktopCheck> desktopChecks() {
   std::vector<DesktopCheck> checks = isWaylandSession() ? waylandChecks() : x11Checks();
+  if (isWaylandSession()) {
+    checks.push_back(checkQt());
+  }
   const std::vector<DesktopCheck> buses = atspi::atspiChecks();
   checks.insert(checks.end(), buses.begin(), buses.end());
   keepOneOfIcon(checks);

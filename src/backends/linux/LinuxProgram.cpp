@@ -189,8 +189,12 @@ LinuxProgram::Opened LinuxProgram::open(SystemQueues& queues) {
   if (!backend.backend) {
     return {nullptr, backend.error};
   }
-  if (const auto* const wayland = dynamic_cast<WaylandBackend*>(backend.backend.get());
-      wayland != nullptr && !wayland->canShowWindows()) {
+  const auto* const wayland = dynamic_cast<WaylandBackend*>(backend.backend.get());
+  if (wayland != nullptr && !qtShowsWindowsOnWayland()) {
+    return {nullptr, localized("The part of Qt that shows windows on Wayland is missing. Install the package "
+                               "qt6-wayland.")};
+  }
+  if (wayland != nullptr && !wayland->canShowWindows()) {
     return {nullptr, localized("This Wayland compositor lets no program lay something over the others (it has no layer "
                                "shell), so the query cannot show. Use Jumplark in a session of sway, or in one on "
                                "X11.")};

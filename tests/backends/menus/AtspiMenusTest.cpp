@@ -62,8 +62,10 @@ class AtspiMenusTest : public SourceFixture {
     const std::string menu = "context" + std::to_string(++contexts_);
     add("root", menu, role::popupMenu, "", kShown | kEnabled);
     item(menu, menu + "copy", "Copy", "Ctrl+C", role::menuItem, kShown | kEnabled).rect = {40, 60, 20, 10};
-    add(menu, menu + "more", role::menu, "More", kShown | kEnabled);
-    item(menu + "more", menu + "split", "Split");
+    add(menu, menu + "more", fills ? role::menuItem : role::menu, "More", kShown | kEnabled);
+    if (!fills) {
+      item(menu + "more", menu + "split", "Split");
+    }
   }
   void closeContextMenu() {
     for (const char* part : {"", "copy", "more", "split"}) {
@@ -87,6 +89,7 @@ class AtspiMenusTest : public SourceFixture {
 
   std::vector<std::string> hands;
   std::vector<FakeElement*> opens;  ///< what shows after each click
+  std::function<void()> fills;      ///< what a click makes of a menu that is empty until then
   Point pointer{500, 500};
   std::string opensContext;
   AtspiMenus menus_{
@@ -94,6 +97,9 @@ class AtspiMenusTest : public SourceFixture {
       MenuHands{.click =
                     [this](Point place) {
                       hands.push_back(fmt::format("{},{}", place.x, place.y));
+                      if (fills) {
+                        fills();
+                      }
                       if (!opens.empty()) {
                         opens.front()->states |= bit(state::showing);
                         opens.erase(opens.begin());
@@ -317,6 +323,26 @@ TEST_F(AtspiMenusTest, whatIsGoneWithItsMenuIsChosenWhereThatOpensAgain) {
   opensContext.clear();
   EXPECT_EQ(perform(readAndClose()), MenuOutcome::gone);
   EXPECT_EQ(hands.back(), "close") << "nothing stays open";
+}
+
+TEST_F(AtspiMenusTest, aSubmenuThatIsFilledWhenItOpensIsOpenedOnTheWay) {
+  showPopup({30, 50, 60, 40});
+  contextMenu();
+  item("context1more", "context1late", "Late", "", role::menuItem, kShown | kEnabled);
+  const std::vector<MenuCommand> told = open();
+  ASSERT_THAT(linesOf(told), Contains("More>Late open"));
+  app.remove("context1late");
+  closeContextMenu();
+  opensContext = "Menu";
+  fills = [this] {
+    // Where the title shows.
+    if (hands.back() == "5,5" && !app.hasElement("context2late")) {
+      item("context2more", "context2late", "Late", "", role::menuItem, kShown | kEnabled).rect = {100, 60, 20, 10};
+    }
+  };
+  const auto late = std::ranges::find(told, std::vector<std::string>{"More", "Late"}, &MenuCommand::path);
+  EXPECT_EQ(perform(*late), MenuOutcome::done);
+  EXPECT_THAT(hands, ElementsAre("Menu", "5,5", "110,65", "close"));
 }
 
 /// What it says of a closed menu is as that was when it showed last.

@@ -222,7 +222,7 @@ std::string WaylandConnection::discover() {
       const auto left =
           std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
       if (left.count() <= 0 || !readOnce(static_cast<int>(left.count()))) {
-        return localized("The Wayland compositor does not answer. Log in anew if it does not recover.");
+        return localized("The Wayland compositor does not answer. Wait until it does, or start it anew.");
       }
     }
   }

@@ -55,6 +55,16 @@ TEST_P(WindowSurfaces, beginWhereThePartOfTheFrameIsThatAPersonSees) {
   }
 }
 
+TEST_P(WindowSurfaces, areFollowedWithoutAskingTheApplicationAgain) {
+  prepare();
+  const size_t before = app.timesAsked("Component.GetExtents frame");
+  for (Rect* rect : {&windows.windows.front().surface, &windows.windows.front().frame}) {
+    *rect = {rect->x + 30, rect->y + 40, rect->width, rect->height};
+  }
+  EXPECT_EQ(live().get(app.ref("control"), facts::extents)->extents, (Rect{130, 90, 50, 20}));
+  EXPECT_EQ(app.timesAsked("Component.GetExtents frame"), before);
+}
+
 const Told kTold[] = {
     {"Gtk3WithShadow", "gtk", "3.24.38", {0, 0, 452, 352}, {}, {{26, 23, 400, 47}, {26, 70, 400, 253}}, {26, 23}},
     {"Gtk3Decorated", "gtk", "3.24.38", {0, 0, 400, 300}, {{0, 0, 400, 300}}, {{6, 6, 388, 40}}, {0, 0}},

@@ -40,30 +40,6 @@ TEST_F(Gtk4, isAskedOneByOneOnlyWhatItsCacheLacks) {
   }
 }
 
-<<<<<<< HEAD
-TEST_F(Gtk4, isLookedIntoWhereAPageBeginsToShow) {
-  put("frame", "first", role::panel, "", {0, 0, 400, 200});
-  put("first", "one", role::pushButton, "One", {0, 0, 50, 20});
-  put("frame", "second", role::panel, "", {0, 0, 0, 0});
-  put("second", "box", role::panel, "", {0, 0, 0, 0});
-  put("box", "two", role::pushButton, "Two", {0, 0, 0, 0});
-  app.cache({"frame", "first", "one", "second", "box", "two"});
-  prepare();
-  prepare();
-  const size_t before = app.timesAsked("Component.GetExtents two");
-  prepare();
-  EXPECT_EQ(names(), "first one second");
-  EXPECT_EQ(app.timesAsked("Component.GetExtents two"), before) << "nothing below a hidden page can show";
-
-  app.at("frame").children.clear();
-  put("frame", "second", role::panel, "", {0, 0, 400, 200});
-  put("second", "box", role::panel, "", {0, 0, 400, 200});
-  put("box", "two", role::pushButton, "Two", {0, 0, 50, 20});
-  app.cache({"frame", "second", "box", "two"});
-  prepare();
-  EXPECT_EQ(names(), "second box two");
-}
-
 TEST_F(Gtk4, placesPopoversBelowTheirControlsWhereNobodyTellsOfThem) {
   windows.windows.front().knowsItsPlace = false;
   app.at("frame").rect = {0, 0, 400, 300};
@@ -75,8 +51,6 @@ TEST_F(Gtk4, placesPopoversBelowTheirControlsWhereNobodyTellsOfThem) {
   EXPECT_EQ(live().get(app.ref("busy"), facts::extents)->extents, (Rect{184, 110, 222, 30}));
 }
 
-=======
->>>>>>> h-a
 TEST_F(Gtk4, labelsNoControlByAPartOfIt) {
   put("frame", "caption", role::label, "Volume", {0, 0, 50, 20});
   put("frame", "volume", role::slider, "GtkScale", {60, 0, 50, 20}).labelledBy = {"caption", "picture"};

@@ -10,28 +10,6 @@ class Gtk3 : public SourceFixture {
   Gtk3() : SourceFixture("gtk", "3.24.38") {}
 };
 
-<<<<<<< HEAD
-TEST_F(Gtk3, givesWhatIsOpenToTheWindowInFront) {
-  add("frame", "box", role::comboBox, "Left", {110, 60, 100, 20});
-  add("box", "list", role::menu, "", {110, 80, 100, 60});
-  add("list", "right", role::menuItem, "Right", {110, 100, 100, 20});
-  add("frame", "closed", role::comboBox, "On", {110, 140, 100, 20});
-  add("closed", "closed_list", role::menu, "", {110, 140, 100, 20});
-  add("root", "context", role::window, "", {450, 300, 80, 90});
-  add("context", "context_menu", role::menu, "", {450, 300, 80, 90});
-  add("frame", "button", role::toggleButton, "Settings", {300, 60, 20, 20});
-  add("button", "undock", role::menuItem, "Undock", {300, 80, 90, 20});
-  add("button", "more", role::menu, "More", {300, 100, 90, 20});
-  add("button", "dock", role::menuItem, "Dock").states = 0;
-  prepare();
-  EXPECT_EQ(names(), "box closed closed_list button dock context context_menu list right undock more");
-  EXPECT_EQ(read("list")->parent, app.ref("frame"));
-  EXPECT_EQ(read("context")->parent, app.ref("frame"));
-  EXPECT_EQ(read("closed_list")->parent, app.ref("closed"));
-  EXPECT_EQ(read("undock")->parent, app.ref("frame"));
-  EXPECT_EQ(read("more")->role, role::menuItem) << "opens a menu, and is none";
-}
-
 // As it tells them of a window whose shadow begins 26 and 23 points before it, and whose title bar is 47 high.
 TEST_F(Gtk3, countsInOpenMenusFromBelowTheTitleBarWhereItIsLost) {
   WindowFacts& window = windows.windows.front();
@@ -51,8 +29,6 @@ TEST_F(Gtk3, countsInOpenMenusFromBelowTheTitleBarWhereItIsLost) {
   EXPECT_EQ(live().get(app.ref("andrea"), facts::extents)->extents, shown);
 }
 
-=======
->>>>>>> h-a
 // A tool item carries the words for the button that it is made of, and a group of them says nothing of its members.
 TEST_F(Gtk3, callsWhatHasNoWordsAsWhatHoldsItAlone) {
   add("frame", "bar", role::panel, "Bar", {100, 50, 400, 34});

@@ -14,6 +14,7 @@ namespace jumplark::atspi {
 /// How a menu can be opened again that may be gone once it is closed. Points have a top-left origin.
 struct MenuOpening {
   ElementRef holder;         ///< opens it when it is clicked; empty for the menu of what the pointer or keyboard was on
+  std::optional<Point> box;  ///< where the box shows whose list it is, if that is no element
   Point place;               ///< where the pointer opened it, if it did
   bool isByPointer = false;  ///< else a key may have opened it
 };

@@ -111,19 +111,6 @@ std::vector<ElementRef> MenuFacts::parents(const std::vector<ElementRef>& elemen
   return all;
 }
 
-std::vector<ElementRef> MenuFacts::elementsAt(const ElementRef& window, const std::vector<Point>& points) {
-  std::vector<ElementRef> all(points.size());
-  TypedBatch batch;
-  for (size_t i = 0; i < points.size() && handleOf(window); ++i) {
-    const auto x = static_cast<int32_t>(points[i].x);
-    const auto y = static_cast<int32_t>(points[i].y);
-    batch.add<ElementRef>(calls::accessibleAtPoint(*handleOf(window), x, y),
-                          [&all, i](ElementRef& found) { all[i] = found; });
-  }
-  run(batch);
-  return all;
-}
-
 std::vector<std::optional<Rect>> MenuFacts::places(const std::vector<ElementRef>& elements) {
   std::vector<std::optional<Rect>> all(elements.size());
   TypedBatch batch;

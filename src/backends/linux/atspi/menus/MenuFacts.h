@@ -38,8 +38,6 @@ class MenuFacts {
   std::vector<std::optional<MenuItemFacts>> read(const std::vector<ElementRef>& elements);
   /// What each element says that it stands in; empty without one.
   std::vector<ElementRef> parents(const std::vector<ElementRef>& elements);
-  /// What each of the points shows in a window; points have a top-left origin.
-  std::vector<ElementRef> elementsAt(const ElementRef& window, const std::vector<Point>& points);
   /// Where each element says that it is; none of one without a place.
   std::vector<std::optional<Rect>> places(const std::vector<ElementRef>& elements);
   /// The keys of each element's first action, as the toolkit writes them; none of one without actions.

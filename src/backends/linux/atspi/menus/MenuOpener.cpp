@@ -35,7 +35,7 @@ std::optional<Point> MenuOpener::placeOf(const ElementRef& element) {
   // Of a box with a field the arrow at its end opens the list.
   constexpr double kIntoArrow = 12;
   const auto read = elements_.read({element}, facts::identity | facts::extents, {}).front();
-  if (!read.ok() || !read.value->extents) {
+  if (!read.ok() || !read.value->extents || !read.value->is(state::showing)) {
     return std::nullopt;
   }
   const Rect& place = *read.value->extents;

@@ -40,7 +40,7 @@ class MenuOpener {
   void closeWhatShows(const WindowFacts& window);
   /// False when the window has not got the keyboard until the deadline.
   bool bringForward(const WindowFacts& window, TimePoint deadline);
-  /// Where an element that shows is clicked; none for one that has gone.
+  /// Where an element is clicked; none for one that does not show.
   std::optional<Point> placeOf(const ElementRef& element);
 
  private:

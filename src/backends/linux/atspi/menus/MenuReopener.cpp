@@ -4,12 +4,21 @@
 #include <ranges>
 #include <thread>
 
+#include "backends/linux/atspi/menus/MenuRoles.h"
+
 namespace jumplark::atspi {
 namespace {
 
 constexpr auto kBetweenLooks = std::chrono::milliseconds(15);
 /// For a menu to open. On a busy machine they take their time.
 constexpr auto kPatience = std::chrono::milliseconds(800);
+
+/// What is clicked once whatever holds the menus has opened them.
+std::vector<ElementRef> wayInside(const AtspiMenuHandle& command) {
+  std::vector<ElementRef> way = command.way;
+  std::erase(way, command.opening->holder);
+  return way;
+}
 
 }  // namespace
 
@@ -23,8 +32,7 @@ MenuOutcome MenuReopener::choose(const AtspiMenuHandle& command, TimePoint deadl
       continue;
     }
     if (const auto now = waitFor(command, std::min(deadline, Clock::now() + kPatience))) {
-      std::vector<ElementRef> way = now->way;
-      std::erase(way, now->opening->holder);
+      std::vector<ElementRef> way = wayInside(*now);
       way.erase(way.begin(), way.begin() + static_cast<std::ptrdiff_t>(std::min(alreadyOpen_, way.size() - 1)));
       const MenuOutcome outcome = opener_.clickThrough(command.menus.window, way, deadline);
       hands_.closeMenus();
@@ -37,13 +45,17 @@ MenuOutcome MenuReopener::choose(const AtspiMenuHandle& command, TimePoint deadl
 
 bool MenuReopener::open(const AtspiMenuHandle& command, bool byPointer) {
   const MenuOpening& opening = *command.opening;
-  if (opening.holder) {
+  if (opening.holder || opening.box) {
     // The box is clicked the first time only.
-    const auto place = byPointer == opening.isByPointer ? opener_.placeOf(opening.holder) : std::nullopt;
+    const bool isFirst = byPointer == opening.isByPointer;
+    const auto place = !isFirst ? std::nullopt : opening.box ? opening.box : opener_.placeOf(opening.holder);
     if (place) {
       hands_.click(*place);
     }
     return place.has_value();
+  }
+  if (menu_role::isEntry(command.role)) {
+    return false;  // a list is no menu of anything
   }
   byPointer ? hands_.clickSecondary(opening.place) : hands_.typeMenuKey();
   return true;
@@ -60,12 +72,14 @@ std::shared_ptr<const AtspiMenuHandle> MenuReopener::waitFor(const AtspiMenuHand
       }
       const bool isOnWay = handle && handle->names.size() < command.names.size() &&
                            std::ranges::equal(handle->names, command.names | std::views::take(handle->names.size()));
-      leads = isOnWay && handle->names.size() > alreadyOpen_ ? handle : leads;
+      leads = isOnWay && wayInside(*handle).size() > alreadyOpen_ ? handle : leads;
     }
-    // Some make a submenu when it opens, and until then its title looks like a command.
-    if (leads) {
-      opener_.clickThrough(command.menus.window, {leads->way.back()}, deadline);
-      alreadyOpen_ = leads->names.size();
+    // Some fill a submenu when it opens. Until then its title looks like a command, or is an element that stays.
+    const std::vector<ElementRef> way = wayInside(leads ? *leads : command);
+    const bool isStaying = !leads && alreadyOpen_ + 1 < way.size() && opener_.placeOf(way[alreadyOpen_]);
+    if (leads || isStaying) {
+      opener_.clickThrough(command.menus.window, {leads ? way.back() : way[alreadyOpen_]}, deadline);
+      alreadyOpen_ = leads ? way.size() : alreadyOpen_ + 1;
     }
     std::this_thread::sleep_for(kBetweenLooks);
   } while (Clock::now() < deadline);

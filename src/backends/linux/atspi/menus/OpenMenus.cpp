@@ -1,52 +1,36 @@
 #include "backends/linux/atspi/menus/OpenMenus.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 #include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/menus/MenuRoles.h"
 #include "backends/linux/menus/MenuText.h"
 
 namespace jumplark::atspi {
+
+using namespace menu_role;
+
 namespace {
 
 /// Of a longer menu the first ones are read.
 constexpr size_t kMostChildren = 400;
 constexpr size_t kMostNodes = 3000;
+/// So many of what stands in a menu tell whether it is open.
+constexpr size_t kFirstLook = 4;
 /// Lists of combo boxes lie in windows that hold panels, and menus add a level without a title.
 constexpr int kMostRounds = 2 * menus::kDeepest;
-
-bool holdsItems(uint32_t number) {
-  return role::isOneOf<role::popupMenu, role::window, role::list, role::listBox, role::table, role::tree,
-                       role::treeTable, role::panel, role::filler, role::scrollPane, role::viewport, role::rootPane,
-                       role::layeredPane>(number);
-}
-
-bool isItem(uint32_t number) {
-  return role::isOneOf<role::menu, role::menuItem, role::checkMenuItem, role::radioMenuItem, role::checkBox,
-                       role::radioButton, role::listItem, role::tableCell, role::treeItem>(number);
-}
-
-/// What stands in a list. Its action is about its being selected there, which chooses nothing.
-bool isEntry(uint32_t number) {
-  return role::isOneOf<role::listItem, role::tableCell, role::treeItem, role::label>(number);
-}
-
-bool isList(uint32_t number) {
-  return role::isOneOf<role::list, role::listBox, role::table, role::tree, role::treeTable>(number);
-}
-
-bool opensByItself(uint32_t number) {
-  return role::isOneOf<role::window, role::menu, role::popupMenu>(number);
-}
-
-bool isButton(uint32_t number) {
-  return role::isOneOf<role::pushButton, role::toggleButton, role::pushButtonMenu>(number);
-}
 
 /// Of a button that has opened a menu.
 bool isDown(const MenuItemFacts& button) {
   return button.is(state::expanded) || button.is(state::checked) || button.is(state::pressed);
+}
+
+/// Of a menu in a bar.
+bool saysThatItIsOpen(const MenuItemFacts& menu) {
+  return menu.is(state::selected) || menu.is(state::expanded);
 }
 
 /// Menus that lie in the window itself have a panel around them.
@@ -74,7 +58,6 @@ void OpenMenus::readHeads() {
     if (i >= firstOpener) {
       opener_ = isDown(facts) ? facts.ref : opener_;
     } else if (i >= firstHolder) {
-      focusedBox_ = facts.is(state::focused) ? facts.ref : focusedBox_;
       if (heads_.tellsShowing || facts.is(state::expanded)) {
         addHead(Kind::holder, std::move(read[i]));
       }
@@ -154,11 +137,33 @@ std::optional<OpenMenus::Kind> OpenMenus::kindBelow(const Node& above, const Men
 }
 
 std::vector<int> OpenMenus::readBelow(const std::vector<int>& level) {
+  const auto isClosed = [this](int number) {
+    const Node& menu = nodes_[static_cast<size_t>(number)];
+    return menu.head == Kind::bar && menu.kind == Kind::item && menu.depth == 1 && !saysThatItIsOpen(menu.facts);
+  };
+  std::vector<int> added;
+  const auto read = [&](const std::vector<int>& parents, size_t most) {
+    std::ranges::copy(readChildren(parents, most), std::back_inserter(added));
+  };
+  std::vector<int> closed;
+  std::vector<int> others;
+  std::ranges::partition_copy(level, std::back_inserter(closed), std::back_inserter(others), isClosed);
+  read(others, kMostChildren);
+  read(closed, kFirstLook);
+  // Children that show are those of one that is open all the same.
+  std::erase_if(closed, [this](int menu) { return nodes_[static_cast<size_t>(menu)].children.empty(); });
+  read(closed, kMostChildren);
+  keepTheOpenOne(added);
+  keepWhatLiesElsewhere(added);
+  return added;
+}
+
+std::vector<int> OpenMenus::readChildren(const std::vector<int>& level, size_t most) {
   std::vector<ElementRef> elements;
   std::vector<int> parents;
   for (const int parent : level) {
     const auto& children = nodes_[static_cast<size_t>(parent)].facts.children;
-    for (size_t i = 0; i < std::min(children.size(), kMostChildren); ++i) {
+    for (size_t i = 0; i < std::min(children.size(), most); ++i) {
       if (nodes_.size() + elements.size() < kMostNodes && seen_.insert(children[i]).second) {
         elements.push_back(children[i]);
         parents.push_back(parent);
@@ -182,8 +187,6 @@ std::vector<int> OpenMenus::readBelow(const std::vector<int>& level) {
       above.opensMore = above.opensMore || isItem(read[i]->role) || holdsItems(read[i]->role);
     }
   }
-  keepTheOpenOne(added);
-  keepWhatLiesElsewhere(added);
   return added;
 }
 
@@ -220,7 +223,7 @@ void OpenMenus::keepTheOpenOne(std::vector<int>& level) const {
   };
   const auto saysSo = [this](int number) {
     const MenuItemFacts& facts = nodes_[static_cast<size_t>(number)].facts;
-    return facts.is(state::selected) || facts.is(state::expanded);
+    return saysThatItIsOpen(facts);
   };
   if (!heads_.tellsShowing ||
       std::ranges::any_of(level, [&](int number) { return isOfBar(number) && saysSo(number); })) {
@@ -248,7 +251,7 @@ void OpenMenus::joinSubmenus() {
 void OpenMenus::findHolders() {
   std::vector<size_t> menus;
   std::vector<ElementRef> elements;
-  for (size_t node = 0; node < nodes_.size(); ++node) {
+  for (size_t node = std::exchange(withHolders_, nodes_.size()); node < nodes_.size(); ++node) {
     const Node& one = nodes_[node];
     if (one.kind == Kind::container && one.head == Kind::application && opensByItself(one.facts.role)) {
       menus.push_back(node);
@@ -260,27 +263,10 @@ void OpenMenus::findHolders() {
     if (holders[i] && (holders[i]->role == role::comboBox || isButton(holders[i]->role))) {
       const int above = nodes_[menus[i]].parent;
       const bool isOnlyAround = above >= 0 && nodes_[static_cast<size_t>(above)].facts.ref == holders[i]->ref;
-      nodes_[menus[i]].holder = isOnlyAround ? boxInDocument() : holders[i]->ref;
+      nodes_[menus[i]].holder = isOnlyAround ? ElementRef() : holders[i]->ref;
+      nodes_[menus[i]].isLoose = isOnlyAround;
     }
   }
-}
-
-ElementRef OpenMenus::boxInDocument() {
-  if (focusedBox_) {
-    return focusedBox_;
-  }
-  constexpr double kInto = 8;
-  std::vector<Point> beside;
-  for (const Rect& popup : heads_.popups) {
-    beside.push_back({popup.x + kInto, popup.y - kInto});
-    beside.push_back({popup.x + kInto, popup.maxY() + kInto});
-  }
-  for (const auto& found : facts_.read(facts_.elementsAt(heads_.window, beside))) {
-    if (found && found->role == role::comboBox) {
-      return found->ref;
-    }
-  }
-  return {};
 }
 
 // Many boxes are called what is chosen in them.
@@ -311,6 +297,17 @@ std::vector<int> OpenMenus::commandsBelow(int start) const {
   return commands;
 }
 
+std::optional<Point> OpenMenus::boxOf(int node) const {
+  constexpr double kInto = 8;
+  for (int step = node; step >= 0; step = nodes_[static_cast<size_t>(step)].parent) {
+    if (nodes_[static_cast<size_t>(step)].isLoose && !heads_.popups.empty()) {
+      const Rect& list = heads_.popups.front();
+      return Point{list.x + kInto, list.y - kInto};
+    }
+  }
+  return std::nullopt;
+}
+
 MenuEntry OpenMenus::entryOf(int node) const {
   MenuEntry entry;
   for (int step = node; step >= 0; step = nodes_[static_cast<size_t>(step)].parent) {
@@ -334,8 +331,11 @@ ElementRef OpenMenus::holderOf(int node) const {
       holder = one.facts.ref;
     }
   }
-  const bool isInPanel = nodes_[static_cast<size_t>(node)].isPanel;
-  return holder || opener_ || !isInPanel ? (holder ? holder : opener_) : heads_.pointedAt;
+  if (holder || opener_) {
+    return holder ? holder : opener_;
+  }
+  const Node& item = nodes_[static_cast<size_t>(node)];
+  return item.isPanel || isEntry(item.facts.role) ? heads_.pointedAt : ElementRef();
 }
 
 std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRequest& request,
@@ -347,6 +347,9 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
   const std::vector<int> roots = level;
   for (int round = 0; round < kMostRounds && !level.empty() && !facts_.ended(); ++round) {
     level = readBelow(level);
+    if (round == 0) {
+      findHolders();  // which counts for more than the end of a long list
+    }
   }
   joinSubmenus();
   findHolders();
@@ -370,6 +373,7 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
     command.isOpen = true;
     handle->opening = called;
     handle->opening->holder = holderOf(found[i]);
+    handle->opening->box = boxOf(found[i]);
     commands.push_back(std::move(command));
   }
   return commands;

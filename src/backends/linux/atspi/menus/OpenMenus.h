@@ -23,7 +23,7 @@ class OpenMenus {
     std::vector<ElementRef> openers = {};   ///< buttons that may have opened something, which stands elsewhere
     std::vector<ElementRef> unlisted = {};  ///< menus that are nobody's children
     std::vector<Rect> popups = {};          ///< windows in which something may be open
-    ElementRef pointedAt = {};              ///< the button that the pointer is on: it may have opened a panel
+    ElementRef pointedAt = {};              ///< the button that the pointer is on: it may have opened a panel or a list
     bool actsWhenClosed = true;             ///< see Toolkit
     bool tellsShowing = true;  ///< false: what has shown once says that it is visible, and its opener is expanded
   };
@@ -51,11 +51,14 @@ class OpenMenus {
     bool opensMore = false;  ///< a menu that is closed
     ElementRef holder;       ///< of a menu in a window of its own
     bool isPanel = false;    ///< holds buttons that stand for commands
+    bool isLoose = false;    ///< a list that does not tell whose it is
   };
 
   void readHeads();
   void addHead(Kind kind, std::optional<MenuItemFacts> read);
   std::vector<int> readBelow(const std::vector<int>& level);
+  /// Of what they have read before nothing is read again.
+  std::vector<int> readChildren(const std::vector<int>& level, size_t most);
   /// Of a bar's menus the one that says that it is open, if one does.
   void keepTheOpenOne(std::vector<int>& level) const;
   /// Of what says of itself that it is open what its place shows to be: lists of boxes that have a place of their own,
@@ -70,18 +73,18 @@ class OpenMenus {
   /// Submenus that stand beside the menu of the item that opened them are made part of that.
   void joinSubmenus();
   void findHolders();
-  /// The box of a document whose list lies in one of the pop-ups.
-  ElementRef boxInDocument();
   void dropChoiceFromName(int holder);
   std::vector<int> commandsBelow(int node) const;
   MenuEntry entryOf(int node) const;
   ElementRef holderOf(int node) const;
+  /// Where to click for the list in which a node stands; none for those whose box is known.
+  std::optional<Point> boxOf(int node) const;
 
   MenuFacts& facts_;
   Heads heads_;
   ElementRef opener_;  ///< of what no holder is known of
-  ElementRef focusedBox_;
   std::vector<Node> nodes_;
+  size_t withHolders_ = 0;  ///< of so many holders have been looked for
   std::unordered_set<ElementRef, ElementRefHash> seen_;
 };
 

@@ -97,6 +97,25 @@ class Content {
 
 }  // namespace
 
+std::optional<std::vector<MatchedFrame>> followWindows(const std::vector<MatchedFrame>& before,
+                                                       const std::vector<WindowFacts>& now) {
+  std::vector<MatchedFrame> followed;
+  for (const WindowFacts& window : now) {
+    const auto known =
+        std::ranges::find_if(before, [&](const MatchedFrame& one) { return one.window.id == window.id; });
+    if (known == before.end() || window.knowsItsPlace || known->window.frame.width != window.frame.width ||
+        known->window.frame.height != window.frame.height) {
+      return std::nullopt;
+    }
+    followed.push_back({known->frame, window});
+    const Rect& surface = known->window.surface;
+    followed.back().window.surface = {surface.x + window.frame.x - known->window.frame.x,
+                                      surface.y + window.frame.y - known->window.frame.y, surface.width,
+                                      surface.height};
+  }
+  return followed;
+}
+
 void findSurfaces(CallRunner& runner, const Toolkit& toolkit, std::vector<MatchedFrame>& matched, TimePoint deadline) {
   for (auto& [frame, window] : matched) {
     const Rect seen = window.surface;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "backends/linux/atspi/bus/MethodCall.h"
@@ -13,5 +14,10 @@ namespace jumplark::atspi {
 /// count from their corners; of most toolkits the sizes tell enough, of the others the frame's uppermost elements are
 /// asked. Any thread.
 void findSurfaces(CallRunner& runner, const Toolkit& toolkit, std::vector<MatchedFrame>& matched, TimePoint deadline);
+
+/// Frames whose surfaces have been found, with their windows where they are now; asks nobody. None when one of the
+/// windows knows its place, has another size or is new: what fills it may be another.
+std::optional<std::vector<MatchedFrame>> followWindows(const std::vector<MatchedFrame>& before,
+                                                       const std::vector<WindowFacts>& now);
 
 }  // namespace jumplark::atspi

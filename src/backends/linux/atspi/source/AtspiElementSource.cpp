@@ -211,8 +211,7 @@ bool AtspiElementSource::countsFromItsWindow(const ElementRef& element, const To
 }
 
 Point AtspiElementSource::originOf(const ElementRef& element, const Toolkit& toolkit, const ReadScope& scope) {
-  const std::vector<MatchedFrame> matched =
-      scope.known ? scope.known->frames : frames(calls::applicationOf(*handleOf(element))).matched;
+  const std::vector<MatchedFrame> matched = framesNow(calls::applicationOf(*handleOf(element)), scope);
   BudgetedCalls runner = within(bus_, scope);
   const auto isFrame = [&](const ElementRef& one) {
     return std::ranges::any_of(matched, [&](const MatchedFrame& m) { return m.frame.element == one; });
@@ -239,6 +238,14 @@ AccessibilityResult<std::vector<ElementRef>> AtspiElementSource::childrenInRange
   }
   const int64_t left = std::max<int64_t>(total.value - index, 0);
   return childrenOneByOne(runner, *handle, index, std::min(count, left), deadline());
+}
+
+std::vector<MatchedFrame> AtspiElementSource::framesNow(const ElementRef& application, const ReadScope& scope) {
+  if (scope.known) {
+    return scope.known->frames;
+  }
+  auto followed = scope.placed ? followWindows(scope.placed->frames, registry_.windowsOf(application)) : std::nullopt;
+  return followed ? std::move(*followed) : frames(application).matched;
 }
 
 MatchedFrames AtspiElementSource::frames(const ElementRef& application) {

@@ -73,6 +73,7 @@ class AtspiElementSource : public ElementSource {
   ReadRequest requestFor(const ElementRef& element, facts::Set wanted, const ReadScope& scope);
   /// What must be added to what the element says of its place.
   Point offsetOf(const ElementRef& element, const Toolkit& toolkit, const ReadScope& scope);
+  std::vector<MatchedFrame> framesNow(const ElementRef& application, const ReadScope& scope);
   Point originOf(const ElementRef& element, const Toolkit& toolkit, const ReadScope& scope);
   bool countsFromItsWindow(const ElementRef& element, const Toolkit& toolkit, const ReadScope& scope);
   TimePoint deadline() const;

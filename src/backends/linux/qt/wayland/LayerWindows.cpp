@@ -1,7 +1,9 @@
 #include "backends/linux/qt/wayland/LayerWindows.h"
 
 #include <qpa/qplatformnativeinterface.h>
+#include <QDir>
 #include <QGuiApplication>
+#include <QLibraryInfo>
 #include <QWidget>
 #include <chrono>
 #include <stdexcept>
@@ -35,6 +37,11 @@ class WatchedKeys final : public KeyMeanings {
 };
 
 }  // namespace
+
+bool qtShowsWindowsOnWayland() {
+  const QDir folder(QLibraryInfo::path(QLibraryInfo::PluginsPath) + QStringLiteral("/platforms"));
+  return !folder.entryList({QStringLiteral("libqwayland*.so")}, QDir::Files).isEmpty();
+}
 
 std::unique_ptr<LayerWindows> LayerWindows::make(LayerCallbacks callbacks) {
   auto* native = QGuiApplication::platformNativeInterface();

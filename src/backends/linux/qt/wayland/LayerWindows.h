@@ -25,6 +25,10 @@ struct LayerCallbacks {
   std::function<void(const std::string& title)> passOver;
 };
 
+/// Qt's part for Wayland, which it loads by name and without which it ends the process, is installed. Any thread, also
+/// before there is a QApplication.
+bool qtShowsWindowsOnWayland();
+
 /// Windows on Wayland, with Qt's wayland platform: query window and overlay are surfaces of the layer shell, the others
 /// ordinary windows. Native units are logical pixels of the compositor's layout.
 class LayerWindows final : public NativeWindows {

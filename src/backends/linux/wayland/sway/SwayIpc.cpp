@@ -20,6 +20,9 @@ constexpr std::string_view kMagic = "i3-ipc";
 constexpr size_t kHeaderBytes = kMagic.size() + 2 * sizeof(uint32_t);
 constexpr uint32_t kMostBytes = 16U << 20U;
 constexpr std::chrono::milliseconds kPatience{500};
+/// With a sway that has just been silent.
+constexpr std::chrono::milliseconds kImpatience{20};
+constexpr std::chrono::seconds kSilence{1};
 
 }  // namespace
 
@@ -103,7 +106,8 @@ std::optional<Answer> Socket::receive(TimePoint deadline) {
 
 std::optional<nlohmann::json> Ipc::ask(Message message, std::string_view payload) {
   const std::lock_guard lock(mutex_);
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  const auto now = std::chrono::steady_clock::now();
+  const auto deadline = now + (now < silentUntil_ ? kImpatience : kPatience);
   for (int attempt = 0; attempt < 2; ++attempt) {
     const bool isNew = !socket_;
     if (isNew) {
@@ -118,6 +122,9 @@ std::optional<nlohmann::json> Ipc::ask(Message message, std::string_view payload
     if (isNew) {
       break;  // a connection that has just been made is not broken by age
     }
+  }
+  if (std::chrono::steady_clock::now() >= deadline) {
+    silentUntil_ = deadline + kSilence;
   }
   return std::nullopt;
 }

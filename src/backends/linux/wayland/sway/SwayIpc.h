@@ -58,7 +58,8 @@ class Ipc {
   explicit Ipc(std::string path) : path_(std::move(path)) {}
 
   const std::string& path() const { return path_; }
-  /// Waits half a second at most; none when there is no good answer.
+  /// Waits half a second at most; none when there is no good answer. Once sway has not answered in time, each further
+  /// question waits a moment only, for a second: whoever asks several does not wait for each.
   std::optional<nlohmann::json> ask(Message message, std::string_view payload = {});
   /// Has a command carried out, sway(5). What sway says is wrong with it; none when nothing is.
   std::optional<std::string> run(std::string_view command);
@@ -67,6 +68,7 @@ class Ipc {
   const std::string path_;
   std::mutex mutex_;
   std::optional<Socket> socket_;
+  Socket::TimePoint silentUntil_;
 };
 
 /// The bytes of a message as they travel.
