@@ -98,6 +98,8 @@ TEST_F(Layers, areDrawnInTheOutputsOwnPixels) {
   EXPECT_EQ(devicePixel(152, 556), "000000");
   EXPECT_NE(devicePixel(151, 556), "000000");
   EXPECT_EQ(devicePixel(154, 556), "FFFFFF");
+  showQueryWindow(300, 200);
+  EXPECT_TRUE(await([&] { return devicePixel(750, 306) == "FFFFFF"; })) << "painted whole";
 }
 
 TEST_F(Layers, waitForNoCompositorThatHangs) {

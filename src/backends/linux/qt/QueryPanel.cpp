@@ -131,7 +131,6 @@ void QueryPanel::setCommands(const CommandRows& commands) {
 
 void QueryPanel::setTranslucent(bool translucent) {
   translucent_ = translucent;
-  shadow_ = {};
   layOut();
 }
 
@@ -206,15 +205,16 @@ QPixmap QueryPanel::shadowOfRow() const {
 
 void QueryPanel::paintShadow(QPainter& painter) {
   const double ratio = devicePixelRatioF();
-  if (shadow_.isNull() || shadow_.devicePixelRatio() != ratio) {
-    shadow_ = shadowOfRow();
+  QPixmap& shadow = shadows_[ratio];
+  if (shadow.isNull()) {
+    shadow = shadowOfRow();
   }
   // Blurring takes too long for every letter that changes the height: the line through the middle of the row's shadow,
   // which both edges are too far from to reach, is repeated for what the card has more.
   const int middle = row().center().y() + kShadowDrop;
   const int more = card().height() - rowHeight_;
   const auto draw = [&](const QRectF& target, double top, double height) {
-    painter.drawPixmap(target, shadow_, QRectF(0, top * ratio, shadow_.width(), height * ratio));
+    painter.drawPixmap(target, shadow, QRectF(0, top * ratio, shadow.width(), height * ratio));
   };
   draw(QRectF(0, 0, width(), middle), 0, middle);
   draw(QRectF(0, middle, width(), more), middle, 1);
@@ -261,7 +261,7 @@ void QueryPanel::changeEvent(QEvent* event) {
   const auto type = event->type();
   if (type == QEvent::PaletteChange || type == QEvent::FontChange || type == QEvent::StyleChange ||
       type == QEvent::ApplicationPaletteChange || type == QEvent::ApplicationFontChange) {
-    shadow_ = {};
+    shadows_.clear();
     applyFontsAndColors();
     layOut();
   }

@@ -5,6 +5,7 @@
 #include <QPixmap>
 #include <QWidget>
 #include <functional>
+#include <map>
 
 #include "backends/linux/qt/CommandListWidget.h"
 #include "backends/linux/qt/Spinner.h"
@@ -77,7 +78,7 @@ class QueryPanel : public QWidget {
   Spinner spinner_;
   QLabel notice_;
   CommandListWidget commands_;
-  QPixmap shadow_;
+  std::map<double, QPixmap> shadows_;  ///< by the ratio of pixels to points; screens may differ
   bool translucent_ = true;
   int rowHeight_ = 0;
   int noticeHeight_ = 0;

@@ -87,7 +87,17 @@ const wayland::SurfaceGlobals::Output* LayerQueryHost::wantedOutput() const {
 
 void LayerQueryHost::setCard(const QRect& card) {
   card_ = card;
+  limitInput();
   replace();
+}
+
+/// Clicks on the shadow go to what lies below.
+void LayerQueryHost::limitInput() {
+  if (surface_) {
+    const wayland::Owned<wl_region> card(wl_compositor_create_region(globals_.compositor()));
+    wl_region_add(card.get(), card_.x(), card_.y(), card_.width(), card_.height());
+    wl_surface_set_input_region(surface_, card.get());
+  }
 }
 
 void LayerQueryHost::place(QPoint card) {
@@ -100,8 +110,12 @@ void LayerQueryHost::replace() {
   if (!layer_) {
     return;
   }
-  const auto* output = wantedOutput();
-  if (output && output->name != output_) {
+  if (!globals_.hasOutput(output_)) {
+    // It would have the keyboard and show nowhere.
+    lose();
+    return;
+  }
+  if (wantedOutput()->name != output_) {
     // A surface stays on the output that it was made for.
     disappear();
     appear();
@@ -125,9 +139,12 @@ void LayerQueryHost::appear() {
   if (QScreen* screen = QGuiApplication::screenAt(place_)) {
     window.setScreen(screen);
   }
+  // The surface gets the scale that its screen has now; of later changes Qt paints but a part.
+  window.destroy();
   window.create();
   surface_ = surfaceOf(window);
   if (surface_ && output) {
+    limitInput();
     output_ = output->name;
     layer_ = std::make_unique<wayland::LayerSurface>(
         globals_, *output, surface_,
@@ -136,6 +153,8 @@ void LayerQueryHost::appear() {
   }
   if (layer_ && layer_->awaitConfigured(kPatience)) {
     widget_.show();
+    // The memory that Qt paints into may be of another scale than before; Qt paints what it takes for changed.
+    widget_.update();
     overdue_.start();
     return;
   }

@@ -39,6 +39,7 @@ class LayerQueryHost final : public QueryWindowHost {
   const wayland::SurfaceGlobals::Output* wantedOutput() const;
   void appear();
   void disappear();
+  void limitInput();
   void replace();
   void lose();
   void askForKeyboard();

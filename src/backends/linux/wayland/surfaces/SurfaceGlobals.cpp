@@ -124,6 +124,10 @@ const SurfaceGlobals::Output* SurfaceGlobals::outputAt(Point place) const {
   return nearest == outputs_.end() ? nullptr : nearest->get();
 }
 
+bool SurfaceGlobals::hasOutput(uint32_t name) const {
+  return std::ranges::any_of(outputs_, [&](const auto& output) { return output->name == name; });
+}
+
 double SurfaceGlobals::ratioAt(Point place) const {
   const Output* output = outputAt(place);
   if (!output || !viewporter_ || output->frame.width <= 0 || output->mode[0] <= 0) {

@@ -44,6 +44,7 @@ class SurfaceGlobals {
 
   /// The one that holds the place, else the nearest; null when there is none.
   const Output* outputAt(Point place) const;
+  bool hasOutput(uint32_t name) const;
   /// Pixels of a picture per logical pixel there.
   double ratioAt(Point place) const;
 
