@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "backends/linux/wayland/WaylandOutput.h"
+#include "backends/linux/wayland/surfaces/WaylandOutput.h"
 #include "platform/Input.h"
 #include "platform/InputSources.h"
 #include "platform/Queues.h"

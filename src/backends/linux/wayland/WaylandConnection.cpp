@@ -24,7 +24,6 @@ namespace {
 constexpr std::chrono::seconds kOpeningPatience{2};
 /// A keymap is some 50 kB; more is no keymap.
 constexpr uint32_t kMostKeymapBytes = 4U << 20U;
-constexpr int kDegreesSwapSides = 1;  // bit of wl_output.transform: a quarter turn, mirrored or not
 
 template <typename Interface>
 Interface* bindTo(wl_registry* registry, uint32_t name, const wl_interface& interface, uint32_t offered,
@@ -47,39 +46,6 @@ struct WaylandConnection::Progress {
   bool gone = false;
 };
 
-/// What has been told of an output so far; `complete` is what was true at the last "done".
-struct WaylandConnection::OutputState {
-  ~OutputState() {
-    if (logical != nullptr) {
-      zxdg_output_v1_destroy(logical);
-    }
-    if (output != nullptr) {
-      wl_output_destroy(output);
-    }
-  }
-
-  void settle() {
-    const bool turned = (transform & kDegreesSwapSides) != 0;
-    const double pixels = turned ? modeHeight : modeWidth;
-    if (told.frame.width <= 0 || told.frame.height <= 0) {  // no xdg-output: whole scales only
-      told.frame.width = pixels / wholeScale;
-      told.frame.height = (turned ? modeWidth : modeHeight) / double(wholeScale);
-    }
-    told.scale = told.frame.width > 0 && pixels > 0 ? pixels / told.frame.width : 1;
-    complete = told;
-  }
-
-  WaylandConnection* owner = nullptr;
-  wl_output* output = nullptr;
-  zxdg_output_v1* logical = nullptr;
-  WaylandOutput told;
-  WaylandOutput complete;
-  int modeWidth = 0;  ///< device pixels, as the monitor is made
-  int modeHeight = 0;
-  int transform = 0;
-  int wholeScale = 1;
-};
-
 /// What the compositor calls; on the thread of the connection, and on the opening one before that runs.
 struct WaylandConnection::Listeners {
   static void onGlobal(void* data, wl_registry* registry, uint32_t name, const char* interface, uint32_t version) {
@@ -88,54 +54,6 @@ struct WaylandConnection::Listeners {
   static void onGlobalRemove(void* data, wl_registry* /*registry*/, uint32_t name) {
     static_cast<WaylandConnection*>(data)->removeGlobal(name);
   }
-
-  // wl_output
-  static void onGeometry(void* data, wl_output* /*output*/, int32_t x, int32_t y, int32_t /*mmWide*/,
-                         int32_t /*mmHigh*/, int32_t /*subpixel*/, const char* /*make*/, const char* /*model*/,
-                         int32_t transform) {
-    auto& state = *static_cast<OutputState*>(data);
-    state.transform = transform;
-    if (state.logical == nullptr) {
-      state.told.frame.x = x;
-      state.told.frame.y = y;
-    }
-  }
-  static void onMode(void* data, wl_output* /*output*/, uint32_t flags, int32_t width, int32_t height,
-                     int32_t /*refresh*/) {
-    auto& state = *static_cast<OutputState*>(data);
-    if ((flags & WL_OUTPUT_MODE_CURRENT) != 0) {
-      state.modeWidth = width;
-      state.modeHeight = height;
-    }
-  }
-  static void onDone(void* data, wl_output* /*output*/) {
-    auto& state = *static_cast<OutputState*>(data);
-    {
-      const std::lock_guard lock(state.owner->mutex_);
-      state.settle();
-    }
-    state.owner->outputsChanged();
-  }
-  static void onScale(void* data, wl_output* /*output*/, int32_t factor) {
-    static_cast<OutputState*>(data)->wholeScale = std::max(1, factor);
-  }
-  static void onName(void* data, wl_output* /*output*/, const char* name) {
-    static_cast<OutputState*>(data)->told.name = name;
-  }
-  static void onDescription(void* /*data*/, wl_output* /*output*/, const char* /*description*/) {}
-
-  // zxdg_output_v1; its own "done" is wl_output's since version 3
-  static void onLogicalPosition(void* data, zxdg_output_v1* /*output*/, int32_t x, int32_t y) {
-    static_cast<OutputState*>(data)->told.frame.x = x;
-    static_cast<OutputState*>(data)->told.frame.y = y;
-  }
-  static void onLogicalSize(void* data, zxdg_output_v1* /*output*/, int32_t width, int32_t height) {
-    static_cast<OutputState*>(data)->told.frame.width = width;
-    static_cast<OutputState*>(data)->told.frame.height = height;
-  }
-  static void onLogicalDone(void* data, zxdg_output_v1* /*output*/) { onDone(data, nullptr); }
-  static void onLogicalName(void* data, zxdg_output_v1* /*output*/, const char* name) { onName(data, nullptr, name); }
-  static void onLogicalDescription(void* /*data*/, zxdg_output_v1* /*output*/, const char* /*description*/) {}
 
   // wl_seat and wl_keyboard, for the keymap alone
   static void onCapabilities(void* data, wl_seat* seat, uint32_t capabilities) {
@@ -232,7 +150,8 @@ std::string WaylandConnection::discover() {
 void WaylandConnection::addGlobal(wl_registry* registry, uint32_t name, const std::string& interface,
                                   uint32_t version) {
   if (interface == wl_output_interface.name) {
-    addOutput(registry, name, version);
+    outputs_[name] = std::make_unique<wayland::OutputWatch>(registry, name, version, [this] { outputsChanged(); });
+    outputs_[name]->askForPlace(globals_.outputManager);
   } else if (interface == wl_seat_interface.name && globals_.seat == nullptr) {
     static const wl_seat_listener kSeat{Listeners::onCapabilities, Listeners::onSeatName};
     globals_.seat = bindTo<wl_seat>(registry, name, wl_seat_interface, version, 5);
@@ -247,50 +166,30 @@ void WaylandConnection::addGlobal(wl_registry* registry, uint32_t name, const st
     globals_.outputManager =
         bindTo<zxdg_output_manager_v1>(registry, name, zxdg_output_manager_v1_interface, version, 3);
     for (const auto& [number, output] : outputs_) {
-      watchLogical(*output);
+      output->askForPlace(globals_.outputManager);
     }
   } else if (interface == "zwlr_layer_shell_v1") {
     globals_.hasLayerShell = true;
   }
 }
 
-void WaylandConnection::addOutput(wl_registry* registry, uint32_t name, uint32_t version) {
-  static const wl_output_listener kOutput{Listeners::onGeometry, Listeners::onMode, Listeners::onDone,
-                                          Listeners::onScale,    Listeners::onName, Listeners::onDescription};
-  auto state = std::make_unique<OutputState>();
-  state->owner = this;
-  state->told.global = name;
-  state->output = bindTo<wl_output>(registry, name, wl_output_interface, version, 4);
-  wl_output_add_listener(state->output, &kOutput, state.get());
-  watchLogical(*state);
-  const std::lock_guard lock(mutex_);
-  outputs_[name] = std::move(state);
-}
-
-void WaylandConnection::watchLogical(OutputState& state) {
-  static const zxdg_output_v1_listener kLogical{Listeners::onLogicalPosition, Listeners::onLogicalSize,
-                                                Listeners::onLogicalDone, Listeners::onLogicalName,
-                                                Listeners::onLogicalDescription};
-  if (globals_.outputManager != nullptr && state.logical == nullptr) {
-    state.logical = zxdg_output_manager_v1_get_xdg_output(globals_.outputManager, state.output);
-    zxdg_output_v1_add_listener(state.logical, &kLogical, &state);
-  }
-}
-
 void WaylandConnection::removeGlobal(uint32_t name) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (outputs_.erase(name) == 0) {
-      return;
-    }
+  if (outputs_.erase(name) > 0) {
+    outputsChanged();
   }
-  outputsChanged();
 }
 
 void WaylandConnection::outputsChanged() {
+  std::vector<WaylandOutput> known;
+  for (const auto& [number, output] : outputs_) {
+    if (output->facts().frame.width > 0 && output->facts().frame.height > 0) {
+      known.push_back(output->facts());
+    }
+  }
   std::vector<std::shared_ptr<std::function<void()>>> callbacks;
   {
     const std::lock_guard lock(mutex_);
+    knownOutputs_ = std::move(known);
     callbacks = outputCallbacks_;
   }
   for (const auto& callback : callbacks) {
@@ -300,13 +199,7 @@ void WaylandConnection::outputsChanged() {
 
 std::vector<WaylandOutput> WaylandConnection::outputs() const {
   const std::lock_guard lock(mutex_);
-  std::vector<WaylandOutput> result;
-  for (const auto& [name, state] : outputs_) {
-    if (state->complete.frame.width > 0 && state->complete.frame.height > 0) {
-      result.push_back(state->complete);
-    }
-  }
-  return result;
+  return knownOutputs_;
 }
 
 Token WaylandConnection::onOutputsChanged(std::function<void()> callback) {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "backends/linux/system/FileDescriptor.h"
-#include "backends/linux/wayland/WaylandOutput.h"
+#include "backends/linux/wayland/surfaces/OutputWatch.h"
 #include "platform/Token.h"
 
 struct wl_registry;
@@ -66,15 +66,12 @@ class WaylandConnection {
 
  private:
   struct Listeners;
-  struct OutputState;
   struct Progress;
   explicit WaylandConnection(wl_display* display);
 
   std::string discover();
   void addGlobal(wl_registry* registry, uint32_t name, const std::string& interface, uint32_t version);
   void removeGlobal(uint32_t name);
-  void addOutput(wl_registry* registry, uint32_t name, uint32_t version);
-  void watchLogical(OutputState& state);
   void outputsChanged();
   void askQuestions();
   void run();
@@ -84,8 +81,9 @@ class WaylandConnection {
   wl_registry* registry_ = nullptr;
   WaylandGlobals globals_;
   FileDescriptor wake_;
-  mutable std::mutex mutex_;  ///< leaf
-  std::map<uint32_t, std::unique_ptr<OutputState>> outputs_;
+  std::map<uint32_t, std::unique_ptr<wayland::OutputWatch>> outputs_;  ///< the thread's own
+  mutable std::mutex mutex_;                                           ///< leaf
+  std::vector<WaylandOutput> knownOutputs_;
   std::vector<std::shared_ptr<std::function<void()>>> outputCallbacks_;
   std::string keymap_;
   std::vector<std::shared_ptr<Progress>> questions_;  ///< not asked yet
