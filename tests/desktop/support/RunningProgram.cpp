@@ -51,6 +51,10 @@ size_t RunningProgram::overlayWindows() const {
 }
 
 bool RunningProgram::isOpen() const {
+  if (!session_.listsAllWindows()) {
+    const auto field = windows_.find("text", "What to click");
+    return field && field->is("focused");
+  }
   const auto window = queryWindow();
   return window && session_.activeWindow() == window->id;
 }
@@ -60,7 +64,11 @@ bool RunningProgram::waitUntilOpen(Milliseconds limit) const {
 }
 
 bool RunningProgram::waitUntilClosed(Milliseconds limit) const {
-  return waitUntil([this] { return !queryWindow() && overlayWindows() == 0; }, limit);
+  const auto isClosed = [this] {
+    return session_.listsAllWindows() ? !queryWindow() && overlayWindows() == 0
+                                      : !windows_.shows("text", "What to click");
+  };
+  return waitUntil(isClosed, limit);
 }
 
 void RunningProgram::open() {

@@ -48,6 +48,8 @@ class SessionDisplay {
 
   /// All viewable windows with a title or a class, in stacking order, the topmost last.
   virtual std::vector<SessionWindow> windows() const;
+  /// False where windows() leaves out those that lie over all others.
+  virtual bool listsAllWindows() const { return true; }
   std::optional<SessionWindow> findWindow(const WindowPredicate& wanted) const;
   bool hasWindow(const WindowPredicate& wanted) const { return findWindow(wanted).has_value(); }
   /// The window that has the focus by the window manager's account; 0 when none.

@@ -13,6 +13,7 @@ class SwaySession final : public PrivateSession {
   /// Hands what tests have put into the session's folder over to its user before.
   Process& start(const Arguments& arguments, const Environment& extra = {}) override;
   std::vector<SessionWindow> windows() const override;
+  bool listsAllWindows() const override { return false; }
   uint32_t activeWindow() const override;
   std::vector<uint32_t> pixels(const PixelRect& rect) const override;
   /// Nobody holds it from anybody else but in menus, which are not known of.

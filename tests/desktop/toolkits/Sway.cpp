@@ -65,8 +65,7 @@ Subject qt6() {
 }  // namespace
 
 std::vector<Subject> swaySubjects() {
-  Subject gtk3 = onSway(gtkSubjects(), "Gtk3", {"increase", "mickey"});
-  gtk3.scale = 1.5;
+  const Subject gtk3 = onSway(gtkSubjects(), "Gtk3", {"increase", "mickey"});
   Subject x11 = onSway(gtkSubjects(), "Gtk3", {"increase"});
   x11.name = "Gtk3Xwayland";
   x11.program = [](const PrivateSession&) { return with(widgetFactory3(), {{"GDK_BACKEND", "x11"}}); };
@@ -80,13 +79,18 @@ std::vector<Subject> swaySubjects() {
   chromium.program = [browser](const PrivateSession& session) {
     return with(browser(session), {}, {"--ozone-platform=wayland"});
   };
+  // Pages count in pixels there, and a point has two.
+  Subject scaled = chromium;
+  scaled.name = "ChromiumScaled";
+  scaled.scale = 1.5;
+  scaled.coloured.clear();
   Subject office = onSway(otherSubjects(), "Office", {"bold"});
   const auto writer = office.program;
   office.program = [writer](const PrivateSession& session) {
     // What another user's office has left there is not his.
     return with(writer(session), {}, {"-env:UNO_SHARED_PACKAGES_CACHE=file://" + session.folder() + "/packages"});
   };
-  return {gtk3, x11, gtk4, onSway(otherSubjects(), "Qt5", {"7", "9"}), qt6(), chromium, office};
+  return {gtk3, x11, gtk4, onSway(otherSubjects(), "Qt5", {"7", "9"}), qt6(), chromium, scaled, office};
 }
 
 }  // namespace jumplark::desktop
