@@ -52,6 +52,7 @@ class VirtualPointer::ButtonRelease {
     if (!opened.connection || opened.connection->globals().virtualPointers == nullptr) {
       return nullptr;
     }
+    opened.connection->outliveCrash();  // the child needs it then
     const WaylandGlobals& globals = opened.connection->globals();
     auto* const pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(globals.virtualPointers, globals.seat);
     // Its number is free again when it has been answered; a number that was never used would have to be the next one.

@@ -3,7 +3,7 @@
 #include <memory>
 #include <mutex>
 
-#include "backends/linux/wayland/ExitGuard.h"
+#include "backends/linux/crash/ExitGuard.h"
 #include "backends/linux/wayland/WaylandConnection.h"
 #include "platform/Input.h"
 

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "backends/linux/crash/CrashRelease.h"
 #include "backends/linux/system/QuietThread.h"
 #include "platform/Texts.h"
 
@@ -108,7 +109,9 @@ WaylandConnection::Opened WaylandConnection::open() {
 }
 
 WaylandConnection::WaylandConnection(wl_display* display)
-    : display_(display), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    : display_(display),
+      endAtCrash_(shutDownAtCrash(wl_display_get_fd(display), CrashRelease::display)),
+      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 WaylandConnection::~WaylandConnection() {
   {
@@ -120,6 +123,7 @@ WaylandConnection::~WaylandConnection() {
     thread_.join();
   }
   outputs_.clear();
+  endAtCrash_.reset();  // before another file gets the number of its socket
   wl_display_disconnect(display_);
 }
 

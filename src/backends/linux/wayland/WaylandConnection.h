@@ -49,6 +49,8 @@ class WaylandConnection {
   ~WaylandConnection();
 
   wl_display* display() const { return display_; }
+  /// At a crash a connection ends first of all, and with it what the compositor has done for it. Not this one.
+  void outliveCrash() { endAtCrash_.reset(); }
   /// What was there at the opening.
   const WaylandGlobals& globals() const { return globals_; }
   /// Sends what has been requested.
@@ -78,6 +80,7 @@ class WaylandConnection {
   bool readOnce(int timeoutMs);
 
   wl_display* display_;
+  Token endAtCrash_;
   wl_registry* registry_ = nullptr;
   WaylandGlobals globals_;
   FileDescriptor wake_;

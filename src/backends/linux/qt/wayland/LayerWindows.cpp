@@ -1,6 +1,7 @@
 #include "backends/linux/qt/wayland/LayerWindows.h"
 
 #include <qpa/qplatformnativeinterface.h>
+#include <wayland-client-core.h>
 #include <QDir>
 #include <QGuiApplication>
 #include <QLibraryInfo>
@@ -9,6 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "backends/linux/crash/CrashRelease.h"
 #include "backends/linux/qt/KeyMeanings.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/wayland/LayerPicture.h"
@@ -55,6 +57,7 @@ std::unique_ptr<LayerWindows> LayerWindows::make(LayerCallbacks callbacks) {
 
 LayerWindows::LayerWindows(wl_display* display, LayerCallbacks callbacks)
     : callbacks_(std::move(callbacks)),
+      endAtCrash_(shutDownAtCrash(wl_display_get_fd(display), CrashRelease::display)),
       queue_(display),
       keyboard_(display),
       globals_(display, [this] { outputsChanged(); }),

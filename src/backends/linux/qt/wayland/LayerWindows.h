@@ -63,6 +63,7 @@ class LayerWindows final : public NativeWindows {
   using Listeners = std::vector<std::shared_ptr<std::function<void()>>>;
 
   const LayerCallbacks callbacks_;
+  Token endAtCrash_;  ///< of Qt's connection: the keyboard is free at once
   std::shared_ptr<Listeners> listeners_ = std::make_shared<Listeners>();
   wayland::BoundedQueue queue_;
   wayland::KeyboardWatch keyboard_;

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "backends/linux/wayland/Compositor.h"
-#include "backends/linux/wayland/ExitGuard.h"
+#include "backends/linux/crash/ExitGuard.h"
 #include "backends/linux/wayland/sway/SwayConfiguration.h"
 #include "backends/linux/wayland/sway/SwayIpc.h"
 

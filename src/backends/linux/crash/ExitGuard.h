@@ -16,8 +16,9 @@ namespace jumplark {
 /// ends with this process. Make it early: the child keeps the memory that this process has at that time.
 class ExitGuard {
  public:
-  /// The child keeps these sockets open, and answers to its last words are waited for. They must not be used here for
-  /// anything else afterwards. Null when there can be no child; all works without.
+  /// The child keeps these sockets open, and waits for a second at most for an answer to its last words. They must not
+  /// be used here for anything else afterwards, nor be shut down at a crash. Null when there can be no child; all works
+  /// without.
   static std::unique_ptr<ExitGuard> start(std::vector<int> sockets);
 
   ExitGuard(const ExitGuard&) = delete;

@@ -1,4 +1,4 @@
-#include "backends/linux/wayland/ExitGuard.h"
+#include "backends/linux/crash/ExitGuard.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -118,7 +119,8 @@ void ExitGuard::setLastWords(size_t socket, const std::string& bytes) {
     words.socket = static_cast<uint32_t>(socket);
     words.size = static_cast<uint32_t>(bytes.size());
     std::copy(bytes.begin(), bytes.end(), words.bytes.begin());
-    [[maybe_unused]] const ssize_t sent = send(socket_.get(), &words, sizeof words, MSG_NOSIGNAL);
+    const size_t used = offsetof(LastWords, bytes) + bytes.size();
+    [[maybe_unused]] const ssize_t sent = send(socket_.get(), &words, used, MSG_NOSIGNAL);
   }
 }
 
