@@ -90,7 +90,9 @@ TEST(JLAXElement, countsCallsUnevenlyAndReportsThemOnce) {
   const std::pair<AttributeValue, int64_t> cases[] = {
       {"text", 1}, {Point{1, 2}, 2}, {Error::noValue, 2}, {Error::attributeUnsupported, 2}, {Error::cannotComplete, 3}};
   for (const auto& [value, counts] : cases) {
-    const auto unpack = [&] { EXPECT_EQ(JLAXElement::unpackAXValue(value).isNone(), value.error() != nullptr); };
+    const auto unpack = [&value = value] {
+      EXPECT_EQ(JLAXElement::unpackAXValue(value).isNone(), value.error() != nullptr);
+    };
     EXPECT_EQ(callsCountedIn(unpack), counts) << value.description();
   }
   EXPECT_EQ(callsCountedIn([&] { wrapped(desktop, "e").getPointAttribute("AXPosition"); }), 1);

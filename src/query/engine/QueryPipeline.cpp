@@ -91,7 +91,7 @@ void QueryPipeline::connectTree() {
   // One that is asked for before the one before it has begun takes its place.
   tokens_.push_back(combineLatest(currentAppElementSignal_, refreshSignal_.observe())
                         .map([this](const auto& latest) {
-                          const TreeRequest request{latest.first, ++lastTreeRequest_};
+                          TreeRequest request{latest.first, ++lastTreeRequest_};
                           mainThread_.post([this] { updateCollecting(); });
                           return request;
                         })
