@@ -16,6 +16,7 @@ namespace jumplark::atspi {
 namespace {
 
 constexpr size_t kMostRemembered = 4;
+constexpr size_t kMostAskedAgain = 3000;
 /// A snapshot that takes longer is one of an application that does not answer.
 constexpr auto kLongestSnapshot = std::chrono::seconds(3);
 /// How long what an application's cache told is taken for the present.
@@ -83,9 +84,9 @@ void AtspiMenus::readButtons(Pass& pass, const Snapshot& snapshot) {
     if (isButton && holder.is(state::showing) && read++ < kMostButtons && pass.sink.isOpen() && !pass.facts.ended() &&
         tree.begin(pass.facts, holder.ref)) {
       for (const int menu : std::vector<int>(tree[0].children)) {
-        tree.readBelow(pass.facts, menu);
+        tree.readBelow(pass.facts, menu, [](const std::vector<int>&) {});
       }
-      tell(pass, tree, 0, nullptr);
+      tell(pass, tree, tree.commandsBelow(0), nullptr);
     }
   }
 }
@@ -158,9 +159,14 @@ void AtspiMenus::readBar(Pass& pass, const ElementRef& bar) {
     return;
   }
   TimePoint told;
+  const Remembered* const known = before ? &*before : nullptr;
+  const auto more = [&](const std::vector<int>& commands) {
+    tell(pass, now.tree, commands, known);
+    pass.sink.flush();
+  };
   for (const int menu : std::vector<int>(now.tree[0].children)) {
-    const bool isComplete = now.tree.readBelow(pass.facts, menu);
-    tell(pass, now.tree, menu, before ? &*before : nullptr);
+    const bool isComplete = now.tree.readBelow(pass.facts, menu, more);
+    tell(pass, now.tree, now.tree.commandsToTell(menu), known);
     if (!isComplete || !pass.sink.isOpen()) {
       return;
     }
@@ -169,11 +175,13 @@ void AtspiMenus::readBar(Pass& pass, const ElementRef& bar) {
       told = Clock::now();
     }
   }
-  remember(std::move(now));
+  // Of more it takes as long to ask whether they are still so as to read them, and nothing is told meanwhile.
+  if (now.tree.nodes().size() <= kMostAskedAgain) {
+    remember(std::move(now));
+  }
 }
 
-void AtspiMenus::tell(Pass& pass, MenuTree& tree, int node, const Remembered* before) {
-  const std::vector<int> commands = tree.commandsBelow(node);
+void AtspiMenus::tell(Pass& pass, MenuTree& tree, const std::vector<int>& commands, const Remembered* before) {
   std::unordered_map<ElementRef, const MenuTree::Node*, ElementRefHash> known;
   if (before) {
     for (const MenuTree::Node& old : before->tree.nodes()) {

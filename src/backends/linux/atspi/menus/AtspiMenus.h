@@ -73,8 +73,8 @@ class AtspiMenus final : public menus::MenuSource {
   void readBar(Pass& pass, const ElementRef& bar);
   /// The menus of buttons, where these have them while they are closed.
   static void readButtons(Pass& pass, const Snapshot& snapshot);
-  /// Adds the commands below a node, after asking what carries them out.
-  static void tell(Pass& pass, MenuTree& tree, int node, const Remembered* before);
+  /// Adds commands, after asking what carries them out.
+  static void tell(Pass& pass, MenuTree& tree, const std::vector<int>& commands, const Remembered* before);
   static void add(Pass& pass, const MenuTree& tree, const std::vector<int>& commands);
   MenuOutcome perform(const AtspiMenuHandle& command, TimePoint deadline, bool mayLookAgain);
   MenuOutcome reopen(const AtspiMenuHandle& command);

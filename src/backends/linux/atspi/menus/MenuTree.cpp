@@ -10,6 +10,9 @@
 namespace jumplark::atspi {
 namespace {
 
+/// A hundred of them take some milliseconds.
+constexpr size_t kAtOnce = 200;
+
 bool isPartOfMenu(uint32_t role) {
   return role::isOneOf<role::menu, role::popupMenu, role::menuItem, role::checkMenuItem, role::radioMenuItem,
                        role::checkBox, role::radioButton>(role);
@@ -26,11 +29,11 @@ bool MenuTree::begin(MenuFacts& facts, const ElementRef& holder) {
   seen_ = {holder};
   const int depth = read[0]->role == role::menuBar ? 0 : 1;
   nodes_.push_back({std::move(*read[0]), kNone, depth, {}, {}, false});
-  readChildren(facts, {0});
+  readChildren(facts, {0}, [](const std::vector<int>&) {});
   return true;
 }
 
-std::vector<int> MenuTree::readChildren(MenuFacts& facts, const std::vector<int>& level) {
+std::vector<int> MenuTree::readChildren(MenuFacts& facts, const std::vector<int>& level, const More& more) {
   std::vector<ElementRef> elements;
   std::vector<int> parents;
   for (const int parent : level) {
@@ -41,32 +44,63 @@ std::vector<int> MenuTree::readChildren(MenuFacts& facts, const std::vector<int>
       }
     }
   }
-  auto read = facts.read(elements);
   std::vector<int> added;
-  for (size_t i = 0; i < read.size(); ++i) {
-    if (!read[i] || !isPartOfMenu(read[i]->role)) {
-      continue;
-    }
-    const int depth = (*this)[parents[i]].depth + (read[i]->role == role::popupMenu ? 0 : 1);
-    if (depth <= menus::kDeepest) {
-      added.push_back(static_cast<int>(nodes_.size()));
-      (*this)[parents[i]].children.push_back(added.back());
-      nodes_.push_back({std::move(*read[i]), parents[i], depth, {}, {}, false});
+  for (size_t first = 0; first < elements.size() && !facts.ended(); first += kAtOnce) {
+    const auto begin = elements.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto end = elements.begin() + static_cast<std::ptrdiff_t>(std::min(first + kAtOnce, elements.size()));
+    const std::vector<int> part = add(facts.read({begin, end}), parents.data() + first);
+    added.insert(added.end(), part.begin(), part.end());
+    if (elements.size() > kAtOnce) {
+      more(takePlainOf(part));
     }
   }
   return added;
 }
 
-bool MenuTree::readBelow(MenuFacts& facts, int node) {
+std::vector<int> MenuTree::add(std::vector<std::optional<MenuItemFacts>> elements, const int* parents) {
+  std::vector<int> added;
+  for (size_t i = 0; i < elements.size(); ++i) {
+    std::optional<MenuItemFacts>& read = elements[i];
+    if (!read || !isPartOfMenu(read->role)) {
+      continue;
+    }
+    const int depth = (*this)[parents[i]].depth + (read->role == role::popupMenu ? 0 : 1);
+    if (depth <= menus::kDeepest) {
+      added.push_back(static_cast<int>(nodes_.size()));
+      (*this)[parents[i]].children.push_back(added.back());
+      nodes_.push_back({std::move(*read), parents[i], depth, {}, {}, false});
+    }
+  }
+  return added;
+}
+
+std::vector<int> MenuTree::takePlainOf(const std::vector<int>& added) {
+  std::vector<int> plain;
+  for (const int node : added) {
+    if ((*this)[node].facts.children.empty() && isCommand(node)) {
+      (*this)[node].isTold = true;
+      plain.push_back(node);
+    }
+  }
+  return plain;
+}
+
+bool MenuTree::readBelow(MenuFacts& facts, int node, const More& more) {
   std::vector<int> level{node};
   // A popup menu adds a level without a title.
   for (int step = 0; !level.empty() && step < 2 * menus::kDeepest; ++step) {
     if (facts.ended()) {
       return false;
     }
-    level = readChildren(facts, level);
+    level = readChildren(facts, level, more);
   }
   return true;
+}
+
+std::vector<int> MenuTree::commandsToTell(int node) const {
+  std::vector<int> commands = commandsBelow(node);
+  std::erase_if(commands, [this](int command) { return (*this)[command].isTold; });
+  return commands;
 }
 
 bool MenuTree::refresh(MenuFacts& facts) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -21,18 +23,23 @@ class MenuTree {
     std::vector<int> children;  ///< menus and their items only
     std::string keys;           ///< of a command, for people
     bool canAct = false;        ///< of a command: it has an action
+    bool isTold = false;        ///< as one of many, before the others were read
   };
 
   /// Starts with what holds the menus: a bar, or a button, whose name leads to them; false when it has gone.
   bool begin(MenuFacts& facts, const ElementRef& holder);
-  /// Reads all that hangs on one node. False when something is missing.
-  bool readBelow(MenuFacts& facts, int node);
+  /// More commands of a long menu.
+  using More = std::function<void(const std::vector<int>& commands)>;
+  /// Reads all that hangs on one node, and tells of a long menu part by part. False when something is missing.
+  bool readBelow(MenuFacts& facts, int node, const More& more);
   /// Reads anew what changes without the tree changing. False when the tree has changed.
   bool refresh(MenuFacts& facts);
 
   const std::vector<Node>& nodes() const { return nodes_; }
   Node& operator[](int index) { return nodes_[static_cast<size_t>(index)]; }
   const Node& operator[](int index) const { return nodes_[static_cast<size_t>(index)]; }
+  /// The commands below a node, in order, but for those that have been told already.
+  std::vector<int> commandsToTell(int node) const;
   /// The commands below a node, in order.
   std::vector<int> commandsBelow(int node) const;
   /// The nodes whose names lead to a node, which is the last; popup menus between them have none.
@@ -41,7 +48,11 @@ class MenuTree {
  private:
   bool isCommand(int node) const;
   /// Adds what of the children of `level` is part of menus; returns that.
-  std::vector<int> readChildren(MenuFacts& facts, const std::vector<int>& level);
+  std::vector<int> readChildren(MenuFacts& facts, const std::vector<int>& level, const More& more);
+  /// Those of the elements, each a child of the node of the same place, that are.
+  std::vector<int> add(std::vector<std::optional<MenuItemFacts>> elements, const int* parents);
+  /// Of nodes that were just added, what certainly is a command.
+  std::vector<int> takePlainOf(const std::vector<int>& added);
 
   std::vector<Node> nodes_;
   std::unordered_set<ElementRef, ElementRefHash> seen_;

@@ -188,7 +188,8 @@ std::string_view RoleMap::roleOf(const ElementFacts& element) const {
       return holdsWords(element) || (mayBeText(element) && !hasChildren(element)) ? "AXStaticText"
                                                                                   : containerRole(element);
     case Kind::status:
-      return hasChildren(element) || isBlank(element.name) ? containerRole(element) : "AXStaticText";
+      return hasChildren(element) || (element.has(facts::texts) && isBlank(element.name)) ? containerRole(element)
+                                                                                          : "AXStaticText";
     case Kind::unknown:
       if (hasChildren(element)) {
         return containerRole(element);
