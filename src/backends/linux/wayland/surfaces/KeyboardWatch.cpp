@@ -18,8 +18,8 @@ namespace {
 /// Between the kernel's codes, which the protocol counts in, and XKB's.
 constexpr uint32_t kFirstKeycode = 8;
 
-/// Null when there is no map in that text.
-std::unique_ptr<const KeySymbols> readMap(const std::string& text) {
+/// None when there is no map in that text.
+std::optional<KeySymbols> readMap(const std::string& text) {
   const std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(
       xkb_context_new(
           static_cast<xkb_context_flags>(XKB_CONTEXT_NO_DEFAULT_INCLUDES | XKB_CONTEXT_NO_ENVIRONMENT_NAMES)),
@@ -29,7 +29,7 @@ std::unique_ptr<const KeySymbols> readMap(const std::string& text) {
                                            XKB_KEYMAP_COMPILE_NO_FLAGS)
               : nullptr,
       xkb_keymap_unref);
-  return keymap ? std::make_unique<const KeySymbols>(keymap.get()) : nullptr;
+  return keymap ? std::optional<KeySymbols>(keymap.get()) : std::nullopt;
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ struct KeyboardWatch::Seat {
   Owned<wl_seat> seat;
   Owned<wl_keyboard> keyboard;
   std::string mapText;
-  std::unique_ptr<const KeySymbols> symbols;
+  std::optional<KeySymbols> symbols;
   Modifiers modifiers;
 };
 
@@ -180,7 +180,7 @@ void KeyboardWatch::tell(const Call& call) {
 }
 
 const KeySymbols* KeyboardWatch::symbols() const {
-  return current_ ? current_->symbols.get() : nullptr;
+  return current_ && current_->symbols ? &*current_->symbols : nullptr;
 }
 
 KeyboardWatch::Modifiers KeyboardWatch::modifiers() const {
