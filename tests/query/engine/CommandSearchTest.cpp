@@ -89,13 +89,15 @@ const std::string kMenus = R"(
   Help > Contents
 )";
 
-TEST(CommandSearch, listsWhatIsFoundWhereAndWhileItIsWanted) {
+TEST(CommandSearch, listsWhatIsFoundWhereAndWhileItIsWantedWhatWasOpenFirst) {
   struct Case {
     const char* words;
     const char* list;
     Strings boxes;
     const char* notice = "";
+    std::string open = "";  ///< was open when the shortcut was pressed
   };
+  const std::string open = "*Look > Profane\n*Look > Outline";
   const std::string all = "[Open…] Send Undo Preferences… Professional… Zoom Tools Status";
   const std::vector<Case> cases = {
       {"shortcut +1", "", {}},
@@ -122,9 +124,16 @@ TEST(CommandSearch, listsWhatIsFoundWhereAndWhileItIsWanted) {
       {"shortcut +1 'pr +101 Tab Home", "Preferences… [Professional…]", {}},  // moves within the text
       {"shortcut +1 F10 Escape", "", {}},
       {"shortcut +1 F10 Escape shortcut +1", "", {}},
+      {"shortcut +1", "[Profane] Outline Open… Send Undo Preferences… Professional… Zoom", {}, "", open},
+      {"shortcut +1 'pr", "[Profane] Preferences… Professional…", {}, "", open},
+      {"shortcut +1 's +101", "", {"Save", "Save as", "Search"}, "", open},  // nothing open, but elements
+      {"shortcut +1 'sen +101", "[Send]", {}, "", open},
+      {"shortcut +1 BackSpace", "", {}, "", open},
+      {"shortcut +1 F10 'pr +101", "[Profane] Preferences… Professional…", {}, "", open},
+      {"shortcut +1 F10 's +101", "", {"Save", "Save as", "Search"}, "", open},
   };
-  for (const auto& [words, list, boxes, notice] : cases) {
-    CommandFixture fixture(kMenus);
+  for (const auto& [words, list, boxes, notice, opened] : cases) {
+    CommandFixture fixture(kMenus + opened);
     fixture.use(words);
     EXPECT_EQ(fixture.list(), list) << words;
     EXPECT_EQ(fixture.matches(), boxes) << words;
@@ -193,24 +202,6 @@ TEST(TargetCommands, dropsWhatAnEndedReadingTellsAndForgetsOpenMenus) {
   commands.stop();
   EXPECT_EQ(commands.index().size(), 0U) << "the menu has closed";
   calls.close();
-}
-
-TEST(CommandSearch, beginsWithTheMenuThatWasOpen) {
-  const std::string open = kMenus + "*Look > Profane\n*Look > Outline";
-  const std::vector<std::pair<const char*, const char*>> cases = {
-      {"shortcut +1", "[Profane] Outline Open… Send Undo Preferences… Professional… Zoom"},
-      {"shortcut +1 'pr", "[Profane] Preferences… Professional…"},
-      {"shortcut +1 's +101", ""},  // nothing open, but elements
-      {"shortcut +1 'sen +101", "[Send]"},
-      {"shortcut +1 BackSpace", ""},
-      {"shortcut +1 F10 'pr +101", "[Profane] Preferences… Professional…"},
-      {"shortcut +1 F10 's +101", ""},
-  };
-  for (const auto& [words, list] : cases) {
-    CommandFixture fixture(open);
-    fixture.use(words);
-    EXPECT_EQ(fixture.list(), list) << words;
-  }
 }
 
 TEST(CommandSearch, returnCarriesOutTheSelectedOne) {
