@@ -16,6 +16,10 @@ constexpr auto kLongestSearch = std::chrono::milliseconds(500);
 /// Menus that are opened anew may take two attempts.
 constexpr auto kLongestReopening = std::chrono::seconds(2);
 
+MenuItemFacts itemOf(const ElementFacts& facts) {
+  return {facts.ref, facts.role, facts.states, facts.name, {}, false};
+}
+
 }  // namespace
 
 menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboardTaken) {
@@ -143,11 +147,14 @@ std::vector<MenuCommand> AtspiMenus::readPopups(const menus::MenuRequest& reques
   if (!now) {
     return commands;
   }
+  std::optional<MenuItemFacts> title;
   for (const ElementTree::Node& node : now->tree.nodes()) {
     const ElementFacts& facts = *node.facts;
-    const bool opens = role::isOneOf<role::pushButton, role::toggleButton, role::comboBox>(facts.role);
+    const bool isOfBar = node.parent != ElementTree::kNone && now->tree[node.parent].facts->role == role::menuBar;
+    const bool opens = isOfBar || role::isOneOf<role::pushButton, role::toggleButton, role::comboBox>(facts.role);
     if (opens && facts.is(state::expanded)) {
       called.holder = facts.ref;
+      title = isOfBar ? std::optional(itemOf(facts)) : std::nullopt;
     }
   }
   for (const ElementTree::Node& node : now->tree.nodes()) {
@@ -158,8 +165,12 @@ std::vector<MenuCommand> AtspiMenus::readPopups(const menus::MenuRequest& reques
     const bool isItem = role::isOneOf<role::menuItem, role::checkMenuItem, role::radioMenuItem>(facts.role);
     if (isItem && facts.is(state::showing) && facts.extents && !facts.name.empty() &&
         std::ranges::any_of(popups, holds)) {
-      const MenuItemFacts item{facts.ref, facts.role, facts.states, facts.name, {}, false};
-      auto [command, handle] = menuCommand({{&item}, {}, false}, request, false);
+      const MenuItemFacts item = itemOf(facts);
+      MenuEntry entry{{&item}, {}, false};
+      if (title) {
+        entry.way.insert(entry.way.begin(), &*title);
+      }
+      auto [command, handle] = menuCommand(entry, request, false);
       handle->opening = called;
       commands.push_back(std::move(command));
     }
