@@ -81,7 +81,7 @@ Rect LayerQueryHost::wantedPlace() const {
           static_cast<double>(widget_.height())};
 }
 
-const wayland::SurfaceGlobals::Output* LayerQueryHost::wantedOutput() const {
+const wayland::OutputWatch* LayerQueryHost::wantedOutput() const {
   return globals_.outputAt({static_cast<double>(place_.x()), static_cast<double>(place_.y())});
 }
 
@@ -115,7 +115,7 @@ void LayerQueryHost::replace() {
     lose();
     return;
   }
-  if (wantedOutput()->name != output_) {
+  if (wantedOutput()->facts().global != output_) {
     // A surface stays on the output that it was made for.
     disappear();
     appear();
@@ -145,7 +145,7 @@ void LayerQueryHost::appear() {
   surface_ = surfaceOf(window);
   if (surface_ && output) {
     limitInput();
-    output_ = output->name;
+    output_ = output->facts().global;
     layer_ = std::make_unique<wayland::LayerSurface>(
         globals_, *output, surface_,
         wayland::LayerSurface::Options{.place = wantedPlace(), .takesKeyboard = true, .queue = &queue_},

@@ -36,7 +36,7 @@ class LayerQueryHost final : public QueryWindowHost {
 
  private:
   Rect wantedPlace() const;
-  const wayland::SurfaceGlobals::Output* wantedOutput() const;
+  const wayland::OutputWatch* wantedOutput() const;
   void appear();
   void disappear();
   void limitInput();

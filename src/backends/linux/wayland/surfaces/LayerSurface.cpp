@@ -28,10 +28,10 @@ Owned<zwlr_layer_surface_v1> makeLayer(zwlr_layer_shell_v1* shell, wl_surface* s
 
 }  // namespace
 
-LayerSurface::LayerSurface(const SurfaceGlobals& globals, const SurfaceGlobals::Output& output, wl_surface* surface,
+LayerSurface::LayerSurface(const SurfaceGlobals& globals, const OutputWatch& output, wl_surface* surface,
                            const Options& options, Events events)
-    : corner_{output.frame.x, output.frame.y},
-      layer_(makeLayer(globals.layerShell(), surface, output.output.get(), options.queue)),
+    : corner_{output.facts().frame.x, output.facts().frame.y},
+      layer_(makeLayer(globals.layerShell(), surface, output.output(), options.queue)),
       queue_(options.queue),
       events_(std::move(events)) {
   static constexpr zwlr_layer_surface_v1_listener kListener = {

@@ -29,8 +29,8 @@ class LayerSurface {
   };
 
   /// Commits the surface, which has no picture yet. Globals, surface and the output's proxy must outlive it.
-  LayerSurface(const SurfaceGlobals& globals, const SurfaceGlobals::Output& output, wl_surface* surface,
-               const Options& options, Events events);
+  LayerSurface(const SurfaceGlobals& globals, const OutputWatch& output, wl_surface* surface, const Options& options,
+               Events events);
   ~LayerSurface();
   LayerSurface(const LayerSurface&) = delete;
   LayerSurface& operator=(const LayerSurface&) = delete;

@@ -50,7 +50,7 @@ OutputWatch::OutputWatch(wl_registry* registry, uint32_t number, uint32_t versio
     : changed_(std::move(changed)),
       output_(
           static_cast<wl_output*>(wl_registry_bind(registry, number, &wl_output_interface, std::min(version, 4U)))) {
-  told_.global = number;
+  told_.global = complete_.global = number;
   wl_output_add_listener(output_.get(), &Listeners::kOutput, this);
 }
 

@@ -20,6 +20,8 @@ class OutputWatch {
   void askForPlace(zxdg_output_manager_v1* manager);
 
   wl_output* output() const { return output_.get(); }
+  /// Whole, at least what is shown.
+  int wholeScale() const { return wholeScale_; }
   /// Of no size until it has been told.
   const WaylandOutput& facts() const { return complete_; }
 

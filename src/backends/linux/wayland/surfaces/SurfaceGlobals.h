@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "backends/linux/wayland/surfaces/OutputWatch.h"
 #include "backends/linux/wayland/surfaces/Owned.h"
 #include "platform/Geometry.h"
 
@@ -17,17 +18,6 @@ namespace jumplark::wayland {
 /// dispatches the connection's events.
 class SurfaceGlobals {
  public:
-  struct Output {
-    uint32_t name = 0;  ///< the compositor's number for it
-    Owned<wl_output> output;
-    Owned<zxdg_output_v1> place;
-    Rect frame;            ///< in the layout, logical pixels, top-left origin; empty until told
-    int mode[2] = {0, 0};  ///< width and height in pixels
-    int scale = 1;         ///< whole, at least what is shown
-    bool isTurned = false;
-    SurfaceGlobals* owner = nullptr;
-  };
-
   /// Waits for the compositor. The connection must outlive it. `outputsChanged` is called after later changes.
   SurfaceGlobals(wl_display* display, std::function<void()> outputsChanged);
   ~SurfaceGlobals();
@@ -43,17 +33,14 @@ class SurfaceGlobals {
   wp_viewporter* viewporter() const { return viewporter_.get(); }
 
   /// The one that holds the place, else the nearest; null when there is none.
-  const Output* outputAt(Point place) const;
-  bool hasOutput(uint32_t name) const;
+  const OutputWatch* outputAt(Point place) const;
+  /// By the compositor's number for it.
+  bool hasOutput(uint32_t number) const;
   /// Pixels of a picture per logical pixel there.
   double ratioAt(Point place) const;
 
  private:
-  static const wl_output_listener kOutputListener;
-  static const zxdg_output_v1_listener kPlaceListener;
-
   void add(uint32_t name, const std::string& interface, uint32_t version);
-  void addOutput(uint32_t name, uint32_t version);
   void remove(uint32_t name);
   void askForPlaces();
   void tellOfOutputs();
@@ -64,7 +51,7 @@ class SurfaceGlobals {
   Owned<zwlr_layer_shell_v1> layerShell_;
   Owned<wp_viewporter> viewporter_;
   Owned<zxdg_output_manager_v1> places_;
-  std::vector<std::unique_ptr<Output>> outputs_;
+  std::vector<std::unique_ptr<OutputWatch>> outputs_;
   std::function<void()> outputsChanged_;
   bool isTelling_ = false;  ///< not before the first answers have come
 };
