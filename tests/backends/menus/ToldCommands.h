@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 #include "backends/linux/menus/MenuSource.h"
 
 namespace jumplark::menus {
@@ -20,10 +22,8 @@ inline std::string oneLine(const MenuCommand& command) {
 }
 
 inline std::vector<std::string> linesOf(const std::vector<MenuCommand>& commands) {
-  std::vector<std::string> lines;
-  for (const MenuCommand& command : commands) {
-    lines.push_back(oneLine(command));
-  }
+  std::vector<std::string> lines(commands.size());
+  std::ranges::transform(commands, lines.begin(), oneLine);
   return lines;
 }
 
