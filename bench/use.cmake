@@ -3,7 +3,7 @@ if(NOT TARGET jumplark_desktop_support)
   return()
 endif()
 pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb xcb-xtest)
-add_executable(bench_use use/use.cpp use/Onlooker.cpp)
+add_executable(bench_use use/use.cpp use/Figures.cpp use/Onlooker.cpp)
 target_compile_options(bench_use PRIVATE ${JUMPLARK_WARNINGS})
 target_compile_definitions(bench_use PRIVATE
   JUMPLARK_MANY_WIDGETS_GTK="${CMAKE_CURRENT_SOURCE_DIR}/live/many-widgets-gtk")

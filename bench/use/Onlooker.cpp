@@ -10,16 +10,11 @@
 namespace jumplark::bench {
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(10);
 constexpr auto kGlance = std::chrono::microseconds(200);
 
 template <typename Reply>
 std::unique_ptr<Reply, decltype(&std::free)> own(Reply* reply) {
   return {reply, &std::free};
-}
-
-double millisecondsSince(Clock::time_point start) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
 }  // namespace

@@ -2,15 +2,14 @@
 
 #include <xcb/xcb.h>
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
 
-namespace jumplark::bench {
+#include "Figures.h"
 
-using Clock = std::chrono::steady_clock;
+namespace jumplark::bench {
 
 /// An X client of its own that presses keys and sees what the screen makes of it. Errors throw std::runtime_error.
 class Onlooker {

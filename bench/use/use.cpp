@@ -6,11 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Onlooker.h"
@@ -24,17 +20,6 @@ using desktop::RunningProgram;
 
 /// X keycodes of the evdev rules.
 constexpr uint8_t kSuper = 133, kShift = 50, kSpace = 65, kEscape = 9, kReturn = 36, kB = 56, kM = 58;
-
-void pause(int milliseconds) {
-  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-}
-
-struct Row {
-  const char* name;
-  double goal;
-  double worst;
-  std::vector<double> times;
-};
 
 /// The program over one application.
 class Stage {
@@ -112,13 +97,7 @@ class Stage {
     return time;
   }
 
-  void printIdle(int seconds) {
-    const long before = switches();
-    const long ticks = ticksUsed();
-    pause(seconds * 1000);
-    fmt::print("idle for {} s: {} wake-ups of all threads, {} ms of CPU time, {} MB resident\n", seconds,
-               switches() - before, (ticksUsed() - ticks) * 10, statusNumber("VmRSS") / 1024);
-  }
+  void printIdle(int seconds) const { bench::printIdle(program_.pid(), seconds); }
 
  private:
   struct Pixel {
@@ -159,43 +138,8 @@ class Stage {
     const auto now = onlooker_.pixels(onlooker_.root(), pixel.x, pixel.y, 1, 1);
     return !now.empty() && now[0] == pixel.color;
   }
-  size_t enumerations() const {
-    const std::string text = log();
-    size_t count = 0;
-    for (size_t at = text.find("enumeration:"); at != std::string::npos; at = text.find("enumeration:", at + 1)) {
-      ++count;
-    }
-    return count;
-  }
+  size_t enumerations() const { return countOf(log(), "enumeration:"); }
   std::string log() const { return const_cast<RunningProgram&>(program_).process().out(); }
-  std::string procFile(const std::string& name) const {
-    std::ifstream file("/proc/" + std::to_string(program_.pid()) + '/' + name);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-  }
-  long statusNumber(const std::string& key, const std::string& file = "status") const {
-    const std::string text = procFile(file);
-    const size_t at = text.find(key + ':');
-    return at == std::string::npos ? 0 : std::atol(text.c_str() + at + key.size() + 1);
-  }
-  long switches() const {
-    long sum = 0;
-    const std::string pid = std::to_string(program_.pid());
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + pid + "/task")) {
-      sum += statusNumber("voluntary_ctxt_switches", "task/" + thread.path().filename().string() + "/status");
-    }
-    return sum;
-  }
-  long ticksUsed() const {
-    std::istringstream fields(procFile("stat").substr(procFile("stat").rfind(')') + 2));
-    std::string field;
-    long ticks = 0;
-    for (int i = 3; i <= 15 && fields >> field; ++i) {
-      ticks += i >= 14 ? std::atol(field.c_str()) : 0;
-    }
-    return ticks;
-  }
 
   PrivateSession session_;
   Onlooker onlooker_;
@@ -207,34 +151,8 @@ class Stage {
   Pixel lastBox_;
 };
 
-void print(const Row& row, double baseline) {
-  std::vector<double> times = row.times;
-  std::sort(times.begin(), times.end());
-  fmt::print("{:<44}{:>9.1f}{:>9.1f}{:>9.0f}{:>9.0f}{:>9.1f}\n", row.name, times[times.size() / 2], times.back(),
-             row.goal, row.worst, times[times.size() / 2] / baseline);
-  std::fflush(stdout);
-}
-
-double median(std::vector<double> times) {
-  std::sort(times.begin(), times.end());
-  return times[times.size() / 2];
-}
-
-template <typename Measure>
-std::vector<double> repeat(int runs, Measure measure) {
-  std::vector<double> times;
-  times.reserve(static_cast<size_t>(runs));
-  for (int i = 0; i < runs; ++i) {
-    times.push_back(measure());
-  }
-  return times;
-}
-
 void measureAll(int runs) {
-  double load = 0;
-  getloadavg(&load, 1);
-  fmt::print("Milliseconds of {} runs under xfwm4 with its compositor; load of the machine {:.1f}\n", runs, load);
-  fmt::print("{:<44}{:>9}{:>9}{:>9}{:>9}{:>9}\n", "", "median", "worst", "goal", "allowed", "ratio");
+  printHead(runs, "xfwm4 with its compositor");
   {
     Stage stage({"gtk3-widget-factory"}, desktop::WindowManager::xfwm4Compositor);
     const Row plain{"plain window to its focus (baseline)", 0, 0, repeat(runs, [&] { return stage.plainWindow(); })};
