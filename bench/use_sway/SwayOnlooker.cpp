@@ -264,7 +264,7 @@ double SwayOnlooker::plainLayer() {
 }
 
 void SwayOnlooker::cover() {
-  cover_ = showLayer(globals_->outputAt({0, 0})->frame, false);
+  cover_ = showLayer(globals_->outputAt({0, 0})->facts().frame, false);
   wl_display_roundtrip(display_);
   buttonIsDown_ = false;
 }
@@ -280,7 +280,7 @@ std::vector<std::vector<uint32_t>> SwayOnlooker::pixels(const std::vector<Area>&
     auto& copy = *copies.emplace_back(std::make_unique<Copy>());
     copy.shm = globals_->shm();
     copy.frame = zwlr_screencopy_manager_v1_capture_output_region(
-        pictures_, 0, globals_->outputAt({0, 0})->output.get(), area.x, area.y, area.width, area.height);
+        pictures_, 0, globals_->outputAt({0, 0})->output(), area.x, area.y, area.width, area.height);
     zwlr_screencopy_frame_v1_add_listener(copy.frame, &Listeners::kCopy, &copy);
   }
   until(Clock::now(),
