@@ -9,7 +9,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 class AutostartFileTest : public SystemFixture {
  protected:
