@@ -3,6 +3,7 @@
 #include <wayland-client.h>
 
 #include <qpa/qplatformnativeinterface.h>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWidget>
@@ -19,10 +20,27 @@ namespace {
 
 /// Far longer than a compositor takes that is there at all.
 constexpr std::chrono::milliseconds kPatience{500};
-/// A compositor gives the keyboard within some milliseconds of the first picture, and that is there by then.
+/// Within this time the first picture has gone to the compositor, which gives the keyboard with it.
 constexpr std::chrono::milliseconds kKeyboardPatience{60};
 /// Menus within menus.
 constexpr int kMostRefusals = 5;
+
+/// Tells of each picture that a widget is about to get.
+class PaintWatch final : public QObject {
+ public:
+  PaintWatch(QObject& widget, std::function<void()> painting) : painting_(std::move(painting)) {
+    widget.installEventFilter(this);
+  }
+  bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+    if (event->type() == QEvent::Paint) {
+      painting_();
+    }
+    return false;
+  }
+
+ private:
+  std::function<void()> painting_;
+};
 
 wl_surface* surfaceOf(QWindow& window) {
   return static_cast<wl_surface*>(
@@ -43,6 +61,13 @@ LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::
   overdue_.setSingleShot(true);
   overdue_.setInterval(kKeyboardPatience);
   QObject::connect(&overdue_, &QTimer::timeout, &overdue_, [this] { askForKeyboard(); });
+  // A machine that is slow to paint must not count as a menu that keeps the keyboard.
+  painted_ = std::make_unique<PaintWatch>(widget_, [this] {
+    if (layer_ && isFirstPicture_) {
+      isFirstPicture_ = false;
+      overdue_.start();
+    }
+  });
   // Qt gives the surface of such a window no role, see QtMainLoop.
   widget_.setWindowFlag(Qt::BypassWindowManagerHint);
   // The first showing of all makes Qt load much, cursors for one; without a role it shows nowhere.

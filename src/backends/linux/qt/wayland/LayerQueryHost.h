@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QObject>
 #include <QPoint>
 #include <QRect>
 #include <QTimer>
@@ -57,8 +58,10 @@ class LayerQueryHost final : public QueryWindowHost {
   uint32_t output_ = 0;            ///< on which it shows
   std::unique_ptr<wayland::LayerSurface> layer_;
   bool focused_ = false;
-  int refusals_ = 0;  ///< at this showing
-  QTimer overdue_;    ///< runs from the showing until the keyboard should have come
+  int refusals_ = 0;             ///< at this showing
+  bool isFirstPicture_ = false;  ///< the next one is
+  std::unique_ptr<QObject> painted_;
+  QTimer overdue_;  ///< runs from the first picture until the keyboard should have come
   Token keyboard_;
 };
 
