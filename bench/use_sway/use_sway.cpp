@@ -23,6 +23,8 @@ using desktop::SwaySession;
 /// Keys of linux/input-event-codes.h.
 constexpr uint32_t kSuper = 125, kShift = 42, kSpace = 57, kEscape = 1, kReturn = 28, kTab = 15, kB = 48;
 constexpr int kWidth = 1600, kHeight = 1000;
+/// Milliseconds: the boxes are there, and what describes the selected one is not yet.
+constexpr int kBeforeBubble = 700;
 
 /// What a key makes of the screen: two pixels that it changes, the first and the last.
 struct Change {
@@ -95,7 +97,7 @@ class Stage {
     pressShortcut();
     pause(1500);
     onlooker_.press({kB});
-    pause(1500);
+    pause(kBeforeBubble);
     auto times = repeat(runs, [this] {
       const double there = onlooker_.until(onlooker_.press({kTab}), [this] { return shows(*next_, next_->after); });
       pause(300);
@@ -133,40 +135,27 @@ class Stage {
   }
   std::vector<uint32_t> screen() { return onlooker_.pixels({{0, 0, kWidth, kHeight}}).at(0); }
 
-  /// Which pixels a letter and Tab change where the query window does not show.
+  /// Which pixels of the application's window a letter and Tab change; the query window lies below that.
   void learn() {
-    const auto closed = screen();
     pressShortcut();
     pause(2000);
     const auto open = screen();
     onlooker_.press({kB});
-    pause(2000);
+    pause(kBeforeBubble);
     const auto boxed = screen();
     onlooker_.press({kTab});
-    pause(1000);
+    pause(kBeforeBubble);
     const auto next = screen();
     close();
-    const auto query = changed(closed, open, {});
-    if (query.empty()) {
-      throw std::runtime_error("the shortcut shows nothing");
-    }
-    boxes_ = ends(changed(open, boxed, query), open, boxed);
-    next_ = ends(changed(boxed, next, query), boxed, next);
+    boxes_ = ends(changed(open, boxed), open, boxed);
+    next_ = ends(changed(boxed, next), boxed, next);
   }
-  /// Places in a picture that differ, but for those within the rectangle of others.
-  static std::vector<int> changed(const std::vector<uint32_t>& before, const std::vector<uint32_t>& after,
-                                  const std::vector<int>& without) {
-    int left = kWidth, right = -1, top = kHeight, bottom = -1;
-    for (const int place : without) {
-      left = std::min(left, place % kWidth);
-      right = std::max(right, place % kWidth);
-      top = std::min(top, place / kWidth);
-      bottom = std::max(bottom, place / kWidth);
-    }
+  /// Places in a picture that differ.
+  std::vector<int> changed(const std::vector<uint32_t>& before, const std::vector<uint32_t>& after) const {
     std::vector<int> result;
     for (int i = 0; i < kWidth * kHeight; ++i) {
-      const bool isLeftOut = i % kWidth >= left && i % kWidth <= right && i / kWidth >= top && i / kWidth <= bottom;
-      if (!isLeftOut && before[static_cast<size_t>(i)] != after[static_cast<size_t>(i)]) {
+      if (before[static_cast<size_t>(i)] != after[static_cast<size_t>(i)] &&
+          target_.rect.contains(i % kWidth, i / kWidth)) {
         result.push_back(i);
       }
     }
