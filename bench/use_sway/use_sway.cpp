@@ -137,6 +137,7 @@ class Stage {
 
   /// Which pixels of the application's window a letter and Tab change; the query window lies below that.
   void learn() {
+    target_ = session_.waitForWindowOf(application_.pid());  // which had its place but not its size at first
     pressShortcut();
     pause(2000);
     const auto open = screen();
