@@ -12,6 +12,18 @@
 #include "backends/linux/x11/X11Screens.h"
 #include "platform/Input.h"
 
+// Qt leaves to the end of the process what it has bound of a Wayland compositor; only whole stacks tell whose it was.
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming)
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options() {
+  return "fast_unwind_on_malloc=0";
+}
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libQt6WaylandClient\n";
+}
+// NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)
+
 namespace jumplark {
 
 std::unique_ptr<NativeWindows> ViewsTest::startX11(const desktop::SessionOptions& options) {

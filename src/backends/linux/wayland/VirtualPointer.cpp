@@ -64,10 +64,18 @@ class VirtualPointer::ButtonRelease {
       return nullptr;
     }
     std::unique_ptr<ButtonRelease> result(new ButtonRelease);
+    result->pointer_ = pointer;
+    result->answered_ = answered;
     result->words_ = releaseOf(wl_proxy_get_id(reinterpret_cast<wl_proxy*>(pointer)), number);
     result->connection_ = std::move(opened.connection);
     result->guard_ = std::move(guard);
     return result;
+  }
+
+  ~ButtonRelease() {
+    guard_.reset();
+    zwlr_virtual_pointer_v1_destroy(pointer_);
+    wl_callback_destroy(answered_);
   }
 
   void setPressed(bool pressed) { guard_->setLastWords(0, pressed ? words_ : std::string()); }
@@ -91,6 +99,8 @@ class VirtualPointer::ButtonRelease {
   }
 
   std::string words_;
+  zwlr_virtual_pointer_v1* pointer_ = nullptr;
+  wl_callback* answered_ = nullptr;
   std::shared_ptr<WaylandConnection> connection_;  ///< the child's; closing it here would end it
   std::unique_ptr<ExitGuard> guard_;
 };

@@ -32,6 +32,13 @@ Interface* bindTo(wl_registry* registry, uint32_t name, const wl_interface& inte
   return static_cast<Interface*>(wl_registry_bind(registry, name, &interface, std::min(offered, wanted)));
 }
 
+template <typename Interface>
+void letGo(Interface* proxy, void (*destroy)(Interface*)) {
+  if (proxy != nullptr) {
+    destroy(proxy);
+  }
+}
+
 }  // namespace
 
 /// What a question about the compositor's progress leaves behind for whoever waits.
@@ -61,7 +68,8 @@ struct WaylandConnection::Listeners {
     auto& self = *static_cast<WaylandConnection*>(data);
     if ((capabilities & WL_SEAT_CAPABILITY_KEYBOARD) != 0) {
       static const wl_keyboard_listener kKeyboard{onKeymap, onEnter, onLeave, onKey, onModifiers, onRepeat};
-      wl_keyboard_add_listener(wl_seat_get_keyboard(seat), &kKeyboard, &self);
+      self.keyboards_.emplace_back(wl_seat_get_keyboard(seat));
+      wl_keyboard_add_listener(self.keyboards_.back().get(), &kKeyboard, &self);
     }
   }
   static void onSeatName(void* /*data*/, wl_seat* /*seat*/, const char* /*name*/) {}
@@ -123,6 +131,12 @@ WaylandConnection::~WaylandConnection() {
     thread_.join();
   }
   outputs_.clear();
+  keyboards_.clear();
+  letGo(globals_.virtualPointers, zwlr_virtual_pointer_manager_v1_destroy);
+  letGo(globals_.virtualKeyboards, zwp_virtual_keyboard_manager_v1_destroy);
+  letGo(globals_.outputManager, zxdg_output_manager_v1_destroy);
+  letGo(globals_.seat, wl_seat_destroy);
+  letGo(registry_, wl_registry_destroy);
   endAtCrash_.reset();  // before another file gets the number of its socket
   wl_display_disconnect(display_);
 }

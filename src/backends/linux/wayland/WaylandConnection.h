@@ -85,6 +85,7 @@ class WaylandConnection {
   WaylandGlobals globals_;
   FileDescriptor wake_;
   std::map<uint32_t, std::unique_ptr<wayland::OutputWatch>> outputs_;  ///< the thread's own
+  std::vector<wayland::Owned<wl_keyboard>> keyboards_;                 ///< so is this
   mutable std::mutex mutex_;                                           ///< leaf
   std::vector<WaylandOutput> knownOutputs_;
   std::vector<std::shared_ptr<std::function<void()>>> outputCallbacks_;
