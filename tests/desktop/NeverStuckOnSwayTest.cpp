@@ -78,7 +78,11 @@ TEST_F(NeverStuckOnSway, anEndedProgramLeavesKeyboardAndShortcutToOthers) {
     const auto guards = guardsOf(program.pid());
     EXPECT_FALSE(guards.empty());
     program.process().kill(signal);
-    EXPECT_EQ(program.process().wait(), signal == SIGTERM ? 0 : 128 + signal);
+    const auto status = program.process().wait();
+    EXPECT_TRUE(status);
+#ifndef __SANITIZE_ADDRESS__  // which catches the one signal, and finds after the other what Qt leaves of Wayland
+    EXPECT_EQ(status, signal == SIGTERM ? 0 : 128 + signal);
+#endif
     EXPECT_TRUE(takesTyping()) << demo.process().out();
     EXPECT_TRUE(waitUntil([&] { return std::ranges::none_of(guards, isRunning); }));
     const Finished unbound = desktop.session.run({"swaymsg", "unbindsym", "Mod4+Shift+space"});
