@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -98,6 +99,17 @@ size_t countOf(const std::string& text, const std::string& part) {
     ++count;
   }
   return count;
+}
+
+int runMeasurements(const char* name, int argc, char** argv, void (*measureAll)(int runs)) {
+  const bool given = argc == 3 && std::string(argv[1]) == "--runs";
+  try {
+    measureAll(given ? std::max(1, std::atoi(argv[2])) : 25);
+  } catch (const std::exception& error) {
+    fmt::print(stderr, "{}: {}\n", name, error.what());
+    return 1;
+  }
+  return 0;
 }
 
 }  // namespace jumplark::bench

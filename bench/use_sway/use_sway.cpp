@@ -218,12 +218,5 @@ void measureAll(int runs) {
 }  // namespace jumplark::bench
 
 int main(int argc, char** argv) {
-  const bool given = argc == 3 && std::string(argv[1]) == "--runs";
-  try {
-    jumplark::bench::measureAll(given ? std::max(1, std::atoi(argv[2])) : 25);
-  } catch (const std::exception& error) {
-    fmt::print(stderr, "bench_use_sway: {}\n", error.what());
-    return 1;
-  }
-  return 0;
+  return jumplark::bench::runMeasurements("bench_use_sway", argc, argv, jumplark::bench::measureAll);
 }
