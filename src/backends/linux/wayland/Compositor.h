@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "backends/linux/system/DesktopCheck.h"
+#include "backends/linux/wayland/SeatDevices.h"
 #include "backends/linux/wayland/surfaces/WaylandOutput.h"
 #include "platform/Input.h"
 #include "platform/InputSources.h"
@@ -13,6 +15,7 @@
 
 namespace jumplark {
 
+class WaylandConnection;
 class WindowSystem;
 
 /// What only the compositor itself can tell or do, each in its own way: one implementation for each. Everything that is
@@ -40,6 +43,22 @@ class Compositor {
   virtual bool isTaken(uint32_t key, uint64_t modifiers) = 0;
   /// Calls back on any thread when a window of another process than before has got the keyboard.
   virtual Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) = 0;
+
+  /// Devices in a way of its own; null where there is none: then those of the shared protocols are used.
+  virtual std::unique_ptr<SeatPointer> makePointer(const std::shared_ptr<WaylandConnection>& connection) {
+    static_cast<void>(connection);
+    return nullptr;
+  }
+  virtual std::unique_ptr<SeatKeyboard> makeKeyboard(const std::shared_ptr<WaylandConnection>& connection) {
+    static_cast<void>(connection);
+    return nullptr;
+  }
+  /// What it offers in ways of its own, or needs besides. Each stands in place of the general check of that name, if
+  /// there is one.
+  virtual std::vector<DesktopCheck> checks(const WaylandConnection& connection) {
+    static_cast<void>(connection);
+    return {};
+  }
 };
 
 }  // namespace jumplark

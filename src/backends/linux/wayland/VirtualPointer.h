@@ -4,29 +4,24 @@
 #include <mutex>
 
 #include "backends/linux/crash/ExitGuard.h"
+#include "backends/linux/wayland/SeatDevices.h"
 #include "backends/linux/wayland/WaylandConnection.h"
-#include "platform/Input.h"
 
 struct zwlr_virtual_pointer_v1;
 
 namespace jumplark {
 
-/// A pointer of our own on the compositor's seat. Make it early: a seat that has no other one tells applications of it
-/// only after a while, and what is clicked before is lost. Calls may come from any thread and return when the
-/// compositor has processed the event, or half a second later.
-class VirtualPointer {
+/// By zwlr_virtual_pointer_v1, which several compositors offer.
+class VirtualPointer final : public SeatPointer {
  public:
   /// Null where the compositor offers none.
   static std::unique_ptr<VirtualPointer> create(std::shared_ptr<WaylandConnection> connection);
   VirtualPointer(const VirtualPointer&) = delete;
   VirtualPointer& operator=(const VirtualPointer&) = delete;
-  ~VirtualPointer();
+  ~VirtualPointer() override;
 
-  /// Moves the pointer to the position, in points of the layout; for the button events then presses or releases the
-  /// left button.
-  void post(const MouseEvent& event);
-  /// Moves the pointer there, and presses and releases the button that opens menus.
-  void clickSecondary(Point place);
+  void post(const MouseEvent& event) override;
+  void clickSecondary(Point place) override;
 
  private:
   class ButtonRelease;

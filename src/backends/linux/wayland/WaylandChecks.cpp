@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "backends/linux/wayland/Compositors.h"
 #include "backends/linux/wayland/WaylandConnection.h"
@@ -60,22 +61,28 @@ std::vector<DesktopCheck> waylandChecks() {
   }
   const WaylandGlobals& offered = opened.connection->globals();
   const auto compositor = openCompositor();
-  return {{localized("session"), DesktopCheck::ok, localized("This is a Wayland session."), {}},
-          checkWindows(compositor.get()),
-          checkOutputs(*opened.connection),
-          checkOffer(textForLater("windows of our own"), offered.hasLayerShell,
-                     textForLater("The query and the boxes can lie over everything."),
-                     textForLater("The compositor lets no program lay something over the others, so nothing shows."),
-                     DesktopCheck::failure),
-          checkOffer(textForLater("pointer"), offered.virtualPointers != nullptr,
-                     textForLater("The compositor takes clicks of ours."),
-                     textForLater("The compositor takes no clicks of ours, so nothing can be pressed."),
-                     DesktopCheck::failure),
-          checkOffer(textForLater("keyboard"), offered.virtualKeyboards != nullptr,
-                     textForLater("The compositor takes keys of ours."),
-                     textForLater("The compositor takes no keys of ours, so the query does not come while a menu is "
-                                  "open, and modifiers that are held count for clicks."),
-                     DesktopCheck::warning)};
+  std::vector<DesktopCheck> checks = {
+      {localized("session"), DesktopCheck::ok, localized("This is a Wayland session."), {}},
+      checkWindows(compositor.get()),
+      checkOutputs(*opened.connection),
+      checkOffer(textForLater("windows of our own"), offered.hasLayerShell,
+                 textForLater("The query and the boxes can lie over everything."),
+                 textForLater("The compositor lets no program lay something over the others, so nothing shows."),
+                 DesktopCheck::failure),
+      checkOffer(textForLater("pointer"), offered.virtualPointers != nullptr,
+                 textForLater("The compositor takes clicks of ours."),
+                 textForLater("The compositor takes no clicks of ours, so nothing can be pressed."),
+                 DesktopCheck::failure),
+      checkOffer(textForLater("keyboard"), offered.virtualKeyboards != nullptr,
+                 textForLater("The compositor takes keys of ours."),
+                 textForLater("The compositor takes no keys of ours, so the query does not come while a menu is "
+                              "open, and modifiers that are held count for clicks."),
+                 DesktopCheck::warning)};
+  for (DesktopCheck& own : compositor ? compositor->checks(*opened.connection) : std::vector<DesktopCheck>()) {
+    const auto general = std::ranges::find(checks, own.name, &DesktopCheck::name);
+    (general != checks.end() ? *general : checks.emplace_back()) = std::move(own);
+  }
+  return checks;
 }
 
 }  // namespace jumplark

@@ -2,14 +2,24 @@
 
 #include <utility>
 
+#include "backends/linux/wayland/VirtualKeyboard.h"
+#include "backends/linux/wayland/VirtualPointer.h"
+
 namespace jumplark {
 
 WaylandInput::WaylandInput(std::shared_ptr<WaylandConnection> connection, Compositor& compositor,
                            WaylandScreens& screens)
     : screens_(screens),
       taps_(std::make_shared<WaylandTaps>(compositor)),
-      pointer_(VirtualPointer::create(connection)),
-      keyboard_(VirtualKeyboard::create(connection)) {}
+      pointer_(compositor.makePointer(connection)),
+      keyboard_(compositor.makeKeyboard(connection)) {
+  if (!pointer_) {
+    pointer_ = VirtualPointer::create(connection);
+  }
+  if (!keyboard_) {
+    keyboard_ = VirtualKeyboard::create(connection);
+  }
+}
 
 std::unique_ptr<EventTapHandle> WaylandInput::createEventTap(const EventTapConfiguration& configuration,
                                                              EventTapCallback callback) {

@@ -2,16 +2,15 @@
 
 #include <memory>
 
-#include "backends/linux/wayland/VirtualKeyboard.h"
-#include "backends/linux/wayland/VirtualPointer.h"
+#include "backends/linux/wayland/SeatDevices.h"
 #include "backends/linux/wayland/WaylandScreens.h"
 #include "backends/linux/wayland/WaylandTaps.h"
 #include "backends/linux/windows/DesktopInput.h"
 
 namespace jumplark {
 
-/// Pointer and keyboard of our own on the compositor's seat, as far as it offers them: where it does not, nothing is
-/// posted. Make it early, see VirtualPointer.
+/// Pointer and keyboard of our own on the compositor's seat, in its own way or by the protocols that several share, as
+/// far as it offers them: where it does not, nothing is posted. Make it early, see SeatPointer.
 class WaylandInput final : public DesktopInput {
  public:
   /// All must outlive this.
@@ -37,8 +36,8 @@ class WaylandInput final : public DesktopInput {
 
   WaylandScreens& screens_;
   std::shared_ptr<WaylandTaps> taps_;
-  std::unique_ptr<VirtualPointer> pointer_;
-  std::unique_ptr<VirtualKeyboard> keyboard_;
+  std::unique_ptr<SeatPointer> pointer_;
+  std::unique_ptr<SeatKeyboard> keyboard_;
   std::atomic<uint64_t> held_{0};
 };
 
