@@ -36,6 +36,10 @@ TypedCall<std::string> keyOfFirstAction(const AtspiHandle& element) {
   return {{element.busName(), element.path(), "org.a11y.atspi.Action", "GetKeyBinding", {int32_t{0}}, decoding::text}};
 }
 
+/// A toolkit may take a tenth of a second to make 1,000 children, and as long to tell of them when it has them.
+constexpr int32_t kShortList = 200;
+constexpr size_t kFirstOfLong = 50;
+
 bool areActions(const std::vector<std::string>& interfaces) {
   return (calls::interfaceBits(interfaces) & interface_bit::action) != 0;
 }
@@ -57,6 +61,7 @@ std::optional<MenuItemFacts> MenuFacts::fromCache(const ElementRef& element) con
                        item->states,
                        item->name,
                        children ? *children : std::vector<ElementRef>(),
+                       item->childCount,
                        areActions(item->interfaces)};
 }
 
@@ -77,7 +82,7 @@ std::vector<std::optional<MenuItemFacts>> MenuFacts::read(const std::vector<Elem
     if (read || !handle) {
       continue;
     }
-    read = MenuItemFacts{elements[i], 0, 0, {}, {}, false};
+    read = MenuItemFacts{.ref = elements[i], .name = {}, .children = {}};
     const auto gone = [&](AccessibilityError error) {
       note(error);
       read.reset();
@@ -90,15 +95,49 @@ std::vector<std::optional<MenuItemFacts>> MenuFacts::read(const std::vector<Elem
         calls::states(*handle), [&](uint64_t& states) { read ? void(read->states = states) : void(); }, gone);
     batch.add<std::string>(
         calls::name(*handle), [&](std::string& name) { read ? void(read->name = std::move(name)) : void(); }, noted);
-    batch.add<std::vector<ElementRef>>(
-        calls::children(*handle),
-        [&](std::vector<ElementRef>& children) { read ? void(read->children = std::move(children)) : void(); }, noted);
+    batch.add<int32_t>(
+        calls::childCount(*handle), [&](int32_t& count) { read ? void(read->childCount = count) : void(); }, noted);
     batch.add<Keys>(
         calls::interfaces(*handle), [&](Keys& names) { read ? void(read->hasActions = areActions(names)) : void(); },
         noted);
   }
-  run(batch);
+  if (!batch.empty()) {
+    run(batch);
+    readChildren(all);
+  }
   return all;
+}
+
+void MenuFacts::readChildren(std::vector<std::optional<MenuItemFacts>>& elements) {
+  TypedBatch batch;
+  for (std::optional<MenuItemFacts>& element : elements) {
+    if (!element || element->childCount == 0 || !element->children.empty()) {
+      continue;
+    }
+    if (element->childCount > kShortList) {
+      element->children = childrenFrom(*element, 0, kFirstOfLong);
+    } else {
+      batch.add<std::vector<ElementRef>>(
+          calls::children(*handleOf(element->ref)),
+          [&element](std::vector<ElementRef>& children) { element->children = std::move(children); },
+          [this](AccessibilityError error) { note(error); });
+    }
+  }
+  run(batch);
+}
+
+std::vector<ElementRef> MenuFacts::childrenFrom(const MenuItemFacts& element, size_t begin, size_t count) {
+  const auto all = static_cast<size_t>(std::max(element.childCount, 0));
+  std::vector<ElementRef> children;
+  TypedBatch batch;
+  for (size_t i = begin; i < std::min(begin + count, all); ++i) {
+    batch.add<ElementRef>(
+        calls::childAt(*handleOf(element.ref), static_cast<int32_t>(i)),
+        [&children](ElementRef& child) { handleOf(child) ? children.push_back(std::move(child)) : void(); },
+        [this](AccessibilityError error) { note(error); });
+  }
+  run(batch);
+  return children;
 }
 
 std::vector<ElementRef> MenuFacts::parents(const std::vector<ElementRef>& elements) {
@@ -162,10 +201,7 @@ bool MenuFacts::refresh(const std::vector<MenuItemFacts*>& elements) {
     if (!element->children.empty()) {
       batch.add<int32_t>(
           calls::childCount(handle),
-          [&isSame, element](int32_t& count) {
-            isSame = isSame && static_cast<size_t>(std::max(count, 0)) == element->children.size();
-          },
-          changed);
+          [&isSame, element](int32_t& count) { isSame = isSame && count == element->childCount; }, changed);
     }
   }
   run(batch);

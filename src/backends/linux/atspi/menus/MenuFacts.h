@@ -18,12 +18,14 @@ struct MenuItemFacts {
   uint32_t role = 0;
   uint64_t states = 0;
   std::string name;
-  std::vector<ElementRef> children;
-  bool hasActions = false;  ///< it implements them; whether there is any is another question
+  std::vector<ElementRef> children;  ///< of a long list the first ones, see MenuFacts::childrenFrom
+  int32_t childCount = -1;           ///< as it says, -1 when it does not
+  bool hasActions = false;           ///< it implements them; whether there is any is another question
 
   bool is(int state) const { return (states >> static_cast<unsigned>(state) & 1U) != 0; }
   /// Toolkits set the one state or the other.
   bool isEnabled() const;
+  bool hasMoreChildren() const { return childCount > 0 && children.size() < static_cast<size_t>(childCount); }
 };
 
 /// Reads elements of menus, of many at once. One thread.
@@ -36,6 +38,8 @@ class MenuFacts {
 
   /// One entry an element, in order; none of one that has gone.
   std::vector<std::optional<MenuItemFacts>> read(const std::vector<ElementRef>& elements);
+  /// Up to `count` of the children that follow the first `begin` ones, as far as there are that many.
+  std::vector<ElementRef> childrenFrom(const MenuItemFacts& element, size_t begin, size_t count);
   /// What each element says that it stands in; empty without one.
   std::vector<ElementRef> parents(const std::vector<ElementRef>& elements);
   /// Where each element says that it is; none of one without a place.
@@ -50,6 +54,7 @@ class MenuFacts {
  private:
   std::optional<MenuItemFacts> fromCache(const ElementRef& element) const;
   void note(AccessibilityError error) { silent_ = silent_ || error == AccessibilityError::cannotComplete; }
+  void readChildren(std::vector<std::optional<MenuItemFacts>>& elements);
   void run(class TypedBatch& batch);
 
   CallRunner& runner_;

@@ -36,13 +36,16 @@ bool MenuTree::begin(MenuFacts& facts, const ElementRef& holder) {
 std::vector<int> MenuTree::readChildren(MenuFacts& facts, const std::vector<int>& level, const More& more) {
   std::vector<ElementRef> elements;
   std::vector<int> parents;
+  std::vector<int> longOnes;
   for (const int parent : level) {
-    for (const ElementRef& child : (*this)[parent].facts.children) {
-      if (nodes_.size() + elements.size() < kMostNodes && seen_.insert(child).second) {
-        elements.push_back(child);
-        parents.push_back(parent);
-      }
+    const MenuItemFacts& above = (*this)[parent].facts;
+    if (!above.children.empty() && above.hasMoreChildren()) {
+      longOnes.push_back(parent);
+      continue;
     }
+    const size_t before = elements.size();
+    takeNew(above.children, elements);
+    parents.insert(parents.end(), elements.size() - before, parent);
   }
   std::vector<int> added;
   for (size_t first = 0; first < elements.size() && !facts.ended(); first += kAtOnce) {
@@ -54,7 +57,36 @@ std::vector<int> MenuTree::readChildren(MenuFacts& facts, const std::vector<int>
       more(takePlainOf(part));
     }
   }
+  for (const int parent : longOnes) {
+    const std::vector<int> part = readLong(facts, parent, more);
+    added.insert(added.end(), part.begin(), part.end());
+  }
   return added;
+}
+
+std::vector<int> MenuTree::readLong(MenuFacts& facts, int parent, const More& more) {
+  const MenuItemFacts above = (*this)[parent].facts;
+  std::vector<int> added;
+  std::vector<ElementRef> page = above.children;
+  for (size_t first = 0; !page.empty() && nodes_.size() < kMostNodes && !facts.ended();) {
+    first += page.size();
+    std::vector<ElementRef> elements;
+    takeNew(page, elements);
+    const std::vector<int> parents(elements.size(), parent);
+    const std::vector<int> part = add(facts.read(elements), parents.data());
+    added.insert(added.end(), part.begin(), part.end());
+    more(takePlainOf(part));
+    page = facts.childrenFrom(above, first, kAtOnce);
+  }
+  return added;
+}
+
+void MenuTree::takeNew(const std::vector<ElementRef>& children, std::vector<ElementRef>& elements) {
+  for (const ElementRef& child : children) {
+    if (nodes_.size() + elements.size() < kMostNodes && seen_.insert(child).second) {
+      elements.push_back(child);
+    }
+  }
 }
 
 std::vector<int> MenuTree::add(std::vector<std::optional<MenuItemFacts>> elements, const int* parents) {

@@ -49,6 +49,10 @@ class MenuTree {
   bool isCommand(int node) const;
   /// Adds what of the children of `level` is part of menus; returns that.
   std::vector<int> readChildren(MenuFacts& facts, const std::vector<int>& level, const More& more);
+  /// The same of one with many children, as they come.
+  std::vector<int> readLong(MenuFacts& facts, int parent, const More& more);
+  /// Adds those that are not known yet to the elements.
+  void takeNew(const std::vector<ElementRef>& children, std::vector<ElementRef>& elements);
   /// Those of the elements, each a child of the node of the same place, that are.
   std::vector<int> add(std::vector<std::optional<MenuItemFacts>> elements, const int* parents);
   /// Of nodes that were just added, what certainly is a command.

@@ -35,9 +35,9 @@ bool saysThatItIsOpen(const MenuItemFacts& menu) {
 
 /// Menus that lie in the window itself have a panel around them.
 bool leadsToMenus(uint32_t above, const MenuItemFacts& child) {
-  constexpr size_t kMostAround = 2;
+  constexpr int32_t kMostAround = 2;
   return role::isOneOf<role::frame, role::dialog, role::rootPane, role::layeredPane>(child.role) ||
-         (above == role::layeredPane && child.role == role::panel && child.children.size() <= kMostAround);
+         (above == role::layeredPane && child.role == role::panel && child.childCount <= kMostAround);
 }
 
 }  // namespace
@@ -162,7 +162,12 @@ std::vector<int> OpenMenus::readChildren(const std::vector<int>& level, size_t m
   std::vector<ElementRef> elements;
   std::vector<int> parents;
   for (const int parent : level) {
-    const auto& children = nodes_[static_cast<size_t>(parent)].facts.children;
+    MenuItemFacts& above = nodes_[static_cast<size_t>(parent)].facts;
+    std::vector<ElementRef>& children = above.children;
+    if (children.size() < most && above.hasMoreChildren()) {
+      const auto others = facts_.childrenFrom(above, children.size(), most - children.size());
+      children.insert(children.end(), others.begin(), others.end());
+    }
     for (size_t i = 0; i < std::min(children.size(), most); ++i) {
       if (nodes_.size() + elements.size() < kMostNodes && seen_.insert(children[i]).second) {
         elements.push_back(children[i]);
