@@ -89,6 +89,13 @@ struct QtViews::Parts {
     alert.takesKeyboard() ? bringToFront(alert) : alert.show();
   }
 
+  /// After a pause, in which the user may search on; the process sleeps on where nothing waits.
+  void letAlertsReturn() {
+    if (std::ranges::any_of(alerts, [](const auto& waiting) { return !waiting.isNull(); })) {
+      alertsReturn.start();
+    }
+  }
+
   /// A message would get the click that is meant for what lies below it.
   void letAlertsWait() {
     alertsReturn.stop();
@@ -127,7 +134,7 @@ std::unique_ptr<QueryWindowView> QtViews::makeQueryWindow() {
   Parts& parts = *parts_;
   auto window = std::make_unique<QtQueryWindow>(QtQueryWindow::Context{parts.native, parts.geometry, parts.keys,
                                                                        parts.area, [&parts] { parts.letAlertsWait(); },
-                                                                       [&parts] { parts.alertsReturn.start(); }});
+                                                                       [&parts] { parts.letAlertsReturn(); }});
   parts.queryWindows.emplace_back(window.get());
   return window;
 }
