@@ -26,7 +26,7 @@ namespace {
 constexpr auto kClickHold = std::chrono::milliseconds(20);
 constexpr int64_t kMenuKey = key_code::symbolBase + 0xFF67;
 /// For so long the shortcut waits with taking the keyboard from an open menu.
-constexpr auto kOpenMenusLimit = std::chrono::milliseconds(60);
+constexpr auto kOpenMenusLimit = std::chrono::milliseconds(150);
 using Keyboard = menus::OpenCommands::Keyboard;
 
 }  // namespace

@@ -24,7 +24,7 @@ struct MenuHooks {
   /// A shortcut may be pressed at any moment while pop-ups show. Must not wait.
   std::function<void()> shortcutMayCome;
   /// Menus are about to close, by Escape where they have the keyboard, and what is open stays so meanwhile. May take
-  /// 60 ms. True when menus are open that have no windows of their own.
+  /// 150 ms. True when menus are open that have no windows of their own.
   std::function<bool(bool hasKeyboard)> menuWillClose;
   /// A press has come to nothing, since another program keeps the keyboard. Must not wait.
   std::function<void()> keyboardIsKept;

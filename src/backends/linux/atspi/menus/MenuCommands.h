@@ -17,6 +17,7 @@ struct MenuOpening {
   std::optional<Point> box;  ///< where the box shows whose list it is, if that is no element
   Point place;               ///< where the pointer opened it, if it did
   bool isByPointer = false;  ///< else a key may have opened it
+  std::shared_ptr<std::vector<std::string>> together;  ///< the names of all that was open with it; may be null
 };
 
 /// By which a command that an element offers is known again.

@@ -32,6 +32,9 @@ MenuOutcome MenuReopener::choose(const AtspiMenuHandle& command, TimePoint deadl
       continue;
     }
     if (const auto now = waitFor(command, std::min(deadline, Clock::now() + kPatience))) {
+      if (act_ && act_(*now)) {
+        return MenuOutcome::done;
+      }
       std::vector<ElementRef> way = wayInside(*now);
       way.erase(way.begin(), way.begin() + static_cast<std::ptrdiff_t>(std::min(alreadyOpen_, way.size() - 1)));
       const MenuOutcome outcome = opener_.clickThrough(command.menus.window, way, deadline);
@@ -63,9 +66,11 @@ bool MenuReopener::open(const AtspiMenuHandle& command, bool byPointer) {
 
 std::shared_ptr<const AtspiMenuHandle> MenuReopener::waitFor(const AtspiMenuHandle& command, TimePoint deadline) {
   alreadyOpen_ = 0;
+  turned_ = {command.names.back()};
   do {
     std::shared_ptr<const AtspiMenuHandle> leads;
-    for (const MenuCommand& open : look_(command, deadline)) {
+    const std::vector<MenuCommand> shown = look_(command, deadline);
+    for (const MenuCommand& open : shown) {
       auto handle = std::dynamic_pointer_cast<const AtspiMenuHandle>(open.handle);
       if (handle && handle->names == command.names && handle->role == command.role) {
         return handle;
@@ -81,9 +86,24 @@ std::shared_ptr<const AtspiMenuHandle> MenuReopener::waitFor(const AtspiMenuHand
       opener_.clickThrough(command.menus.window, {leads ? way.back() : way[alreadyOpen_]}, deadline);
       alreadyOpen_ = leads ? way.size() : alreadyOpen_ + 1;
     }
+    turnPage(command, shown);
     std::this_thread::sleep_for(kBetweenLooks);
   } while (Clock::now() < deadline);
   return nullptr;
+}
+
+// The page of a submenu begins with the way back, which has the submenu's name.
+void MenuReopener::turnPage(const AtspiMenuHandle& command, const std::vector<MenuCommand>& open) {
+  const auto& together = command.opening->together;
+  for (const MenuCommand& one : open) {
+    const auto* handle = dynamic_cast<const AtspiMenuHandle*>(one.handle.get());
+    const bool mayLead =
+        handle && act_ && together && std::ranges::find(*together, handle->names.back()) != together->end();
+    if (mayLead && turned_.insert(handle->names.back()).second) {
+      act_(*handle);
+      return;
+    }
+  }
 }
 
 }  // namespace jumplark::atspi

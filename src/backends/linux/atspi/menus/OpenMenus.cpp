@@ -370,13 +370,16 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
   }
   const auto keys = facts_.firstKeys(items);
   std::vector<MenuCommand> commands;
+  const auto together = std::make_shared<std::vector<std::string>>();
   for (size_t i = 0; i < found.size(); ++i) {
     MenuEntry entry = entryOf(found[i]);
+    together->push_back(entry.way.back()->name);
     entry.canAct = keys[i].has_value() && heads_.actsWhenClosed;
     entry.keys = keys[i] ? menuKeys(*keys[i], entry.way.back()->name) : "";
     auto [command, handle] = menuCommand(entry, request, false);
     command.isOpen = true;
     handle->opening = called;
+    handle->opening->together = together;
     handle->opening->holder = holderOf(found[i]);
     handle->opening->box = boxOf(found[i]);
     commands.push_back(std::move(command));
