@@ -1,4 +1,3 @@
-#include "desktop/support/RunningProgram.h"
 #include "desktop/toolkits/Toolkits.h"
 
 namespace jumplark::desktop {
@@ -61,14 +60,6 @@ void expectWhatTheApplicationTells(const Application& application, const Subject
   EXPECT_GE(expected, subject.atLeast);
 }
 
-/// Does a step with the program in the background, from its shortcut on.
-void useKeys(RunningProgram& program, const Step& step) {
-  program.open();
-  program.type(step.query);
-  EXPECT_TRUE(waitUntil([&] { return program.description().starts_with(step.told); })) << program.description();
-  program.close("Return");
-}
-
 class Toolkit : public ::testing::TestWithParam<Subject> {};
 
 TEST_P(Toolkit, showsEachThingOnceWhereItIsAndDoesWhatAClickWouldDo) {
@@ -102,17 +93,9 @@ TEST_P(Toolkit, showsEachThingOnceWhereItIsAndDoesWhatAClickWouldDo) {
     holds(application);
   }
 
-  std::optional<RunningProgram> program;
   for (const Step& step : subject.steps) {
     SCOPED_TRACE(step.query);
-    if (step.before) {
-      step.before(application);
-    }
-    if (!step.told.empty()) {
-      useKeys(program ? *program : program.emplace(desktop.session), step);
-    } else if (!step.query.empty()) {
-      EXPECT_TRUE(waitUntil([&] { return application.act(step.query).status == 0; }));
-    }
+    perform(step, application);
     ASSERT_TRUE(waitUntil([&] { return step.effect(application); })) << describe(application.matches());
   }
   EXPECT_TRUE(application.process().running()) << application.process().err();
