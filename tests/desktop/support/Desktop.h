@@ -4,6 +4,7 @@
 
 #include "desktop/support/Applications.h"
 #include "desktop/support/Jumplark.h"
+#include "desktop/support/RunningProgram.h"
 #include "support/TemporaryFolder.h"
 
 namespace jumplark::desktop {
@@ -20,12 +21,19 @@ struct Desktop {
         session(*opened_),
         jumplark(session, static_cast<int>(options.height / options.scale)) {}
 
+  /// In the background, from the first time that it is asked for until it is ended.
+  RunningProgram& program() { return program_ ? *program_ : program_.emplace(session); }
+  void endProgram() { program_.reset(); }
+
  private:
   std::unique_ptr<PrivateSession> opened_;
 
  public:
   PrivateSession& session;
   Jumplark jumplark;
+
+ private:
+  std::optional<RunningProgram> program_;
 };
 
 /// A program that runs in a session, its window in front.

@@ -103,47 +103,47 @@ Subject sheet() {
 
 /// A Java program is on the accessibility bus only if the wrapper was named at its start.
 Subject swing() {
-  return {
-      .name = "Swing",
-      .program =
-          [](const PrivateSession&) {
-            Program program = swingDemo();
-            program.command.insert(program.command.begin() + 1,
-                                   "-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper");
-            program.role = "frame";
-            return program;
-          },
-      .shown = {{"Cell", {"Item 1", "Item 20"}},
-                {"MenuBarItem", {"File", "Arrange"}},
-                {"StaticText", {"Your name"}},
-                {"TextField", {"typed name", "Secret", "17"}},
-                {"Button", {"Plain Button"}},
-                {"CheckBox", {"I agree"}},
-                {"RadioButton", {"Small size", "Names", "Numbers"}},
-                {"PopUpButton", {"Crimson"}},
-                {"ComboBox", {"Berlin"}}},
-      .hidden = {"Item 100", "Row 1", "Fruit", "Never Shown", "Import", "Turquoise", "Certainly"},
-      .coloured = {{"Button", "Plain Button", 0x20a041}},
-      .hasPassword = true,
-      .steps = {{"plain button", titled("Did plain")},
-                {"i agree", titled("Did agree true")},
-                {"", lists("[x] File ▸ Import"), choosing("file import")},
-                {"item 12", titled("Did list Item 12")},
-                {"numbers", titled("Did tab Numbers")},
-                {"", offers({"Row 7", "Square"}, {"Row 100", "Item 1"})},
-                {"row 7", titled("Did row 7")},
-                {"folders", titled("Did tab Folders")},
-                {"fruit kind", titled("Did tree Fruit Kind")},
-                {"expand stone", offers({"Stone Kind"})},
-                {"crimson", finds("Cell", "Turquoise")},
-                {"turquoise", titled("Did colour Turquoise")},
-                {"", titled("Did colour Lavender"),
-                 choosingWhileOpen(clicking("PopUpButton", "Turquoise"), finds("Cell", "Lavender"), "lav", "Lavender")},
-                {"offer", finds("MenuItem", "Second Offer")},
-                {"second offer", titled("Did second offer")},
-                {"ask", titled("Question")},
-                {"", offers({"Certainly"}, {"Plain Button"})},
-                {"certainly", titled("Did certainly")}}};
+  return {.name = "Swing",
+          .program =
+              [](const PrivateSession&) {
+                Program program = swingDemo();
+                program.command.insert(
+                    program.command.begin() + 1,
+                    "-Djavax.accessibility.assistive_technologies=org.GNOME.Accessibility.AtkWrapper");
+                program.role = "frame";
+                return program;
+              },
+          .shown = {{"Cell", {"Item 1", "Item 20"}},
+                    {"MenuBarItem", {"File", "Arrange"}},
+                    {"StaticText", {"Your name"}},
+                    {"TextField", {"typed name", "Secret", "17"}},
+                    {"Button", {"Plain Button"}},
+                    {"CheckBox", {"I agree"}},
+                    {"RadioButton", {"Small size", "Names", "Numbers"}},
+                    {"PopUpButton", {"Crimson"}},
+                    {"ComboBox", {"Berlin"}}},
+          .hidden = {"Item 100", "Row 1", "Fruit", "Never Shown", "Import", "Turquoise", "Certainly"},
+          .coloured = {{"Button", "Plain Button", 0x20a041}},
+          .hasPassword = true,
+          .steps = {{"plain button", titled("Did plain")},
+                    {"i agree", titled("Did agree true")},
+                    {"", lists("[x] File ▸ Import"), choosing("file import")},
+                    {"item 12", titled("Did list Item 12")},
+                    {"numbers", titled("Did tab Numbers")},
+                    {"", offers({"Row 7", "Square"}, {"Row 100", "Item 1"})},
+                    {"row 7", titled("Did row 7")},
+                    {"folders", titled("Did tab Folders")},
+                    {"fruit kind", titled("Did tree Fruit Kind")},
+                    {"expand stone", offers({"Stone Kind"})},
+                    {"crimson", finds("Cell", "Turquoise")},
+                    {"turquoise", titled("Did colour Turquoise")},
+                    {"lav", titled("Did colour Lavender"),
+                     opening(clicking("PopUpButton", "Turquoise"), finds("Cell", "Lavender")), "Lavender"},
+                    {"offer", finds("MenuItem", "Second Offer")},
+                    {"second offer", titled("Did second offer")},
+                    {"ask", titled("Question")},
+                    {"", offers({"Certainly"}, {"Plain Button"})},
+                    {"certainly", titled("Did certainly")}}};
 }
 
 }  // namespace

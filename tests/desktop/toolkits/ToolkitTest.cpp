@@ -24,8 +24,8 @@ void expectOnItsPixels(PrivateSession& session, const PixelRect& box, uint32_t c
 PixelRect originOf(const Application& application, const Subject& subject, const Matches& matches) {
   for (const AccessibleElement& element : application.elements()) {
     for (const Match& match : matches) {
-      if (subject.windowManager == WindowManager::sway && subject.roles.contains(element.role) &&
-          match.hasText(element.name) && match.rect.width == element.rect.width) {
+      if (isWayland(subject.windowManager) && subject.roles.contains(element.role) && match.hasText(element.name) &&
+          match.rect.width == element.rect.width) {
         return {match.rect.x - element.rect.x, match.rect.y - element.rect.y};
       }
     }
@@ -95,10 +95,7 @@ TEST_P(Toolkit, showsEachThingOnceWhereItIsAndDoesWhatAClickWouldDo) {
 
   for (const Step& step : subject.steps) {
     SCOPED_TRACE(step.query);
-    if (step.before) {
-      step.before(application);
-    }
-    EXPECT_TRUE(step.query.empty() || waitUntil([&] { return application.act(step.query).status == 0; }));
+    perform(step, application);
     ASSERT_TRUE(waitUntil([&] { return step.effect(application); })) << describe(application.matches());
   }
   EXPECT_TRUE(application.process().running()) << application.process().err();
@@ -108,7 +105,7 @@ const auto kName = [](const auto& info) { return info.param.name; };
 INSTANTIATE_TEST_SUITE_P(Gtk, Toolkit, ::testing::ValuesIn(gtkSubjects()), kName);
 INSTANTIATE_TEST_SUITE_P(Web, Toolkit, ::testing::ValuesIn(webSubjects()), kName);
 INSTANTIATE_TEST_SUITE_P(Other, Toolkit, ::testing::ValuesIn(otherSubjects()), kName);
-INSTANTIATE_TEST_SUITE_P(Sway, Toolkit, ::testing::ValuesIn(swaySubjects()), kName);
+INSTANTIATE_TEST_SUITE_P(Sway, Toolkit, ::testing::ValuesIn(waylandSubjects(WindowManager::sway)), kName);
 
 }  // namespace
 }  // namespace jumplark::desktop

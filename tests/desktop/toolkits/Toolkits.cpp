@@ -2,8 +2,6 @@
 
 #include <regex>
 
-#include "desktop/support/RunningProgram.h"
-
 namespace jumplark::desktop {
 
 Effect shows(const std::string& role, const std::string& name, const std::string& state) {
@@ -50,30 +48,47 @@ Preparation choosing(const std::string& query) {
   };
 }
 
-Preparation choosingWhileOpen(const Preparation& open, const Effect& isOpen, const std::string& query,
-                              const std::string& description) {
+Preparation opening(const Preparation& open, const Effect& isOpen) {
   return [=](Application& application) {
-    // An application that is busy when its menu is about to be closed is not waited for.
-    constexpr int kAttempts = 6;
-    constexpr auto kUntilRead = std::chrono::seconds(4);
-    RunningProgram program(application.desktop().session);
-    bool isTold = false;
-    for (int attempt = 0; attempt < kAttempts && !isTold; ++attempt) {
-      EXPECT_TRUE(waitUntil([&] { return application.isActive(); }));
-      open(application);
-      ASSERT_TRUE(waitUntil([&] { return isOpen(application); })) << query;
-      program.open();
-      program.type(query);
-      const auto tells = [&] {
-        const auto field = program.windows().find("text", "What to click");
-        return field && field->description == description;
-      };
-      isTold = waitUntil(tells, kUntilRead);
-      program.close(isTold ? "Return" : "Escape");
-    }
-    EXPECT_TRUE(isTold) << query;
-    EXPECT_TRUE(waitUntil([&] { return application.desktop().session.keyboardIsFree(); })) << query;
+    EXPECT_TRUE(waitUntil([&] { return application.isActive(); }));
+    open(application);
+    EXPECT_TRUE(waitUntil([&] { return isOpen(application); }));
   };
+}
+
+namespace {
+
+void performWithKeys(const Step& step, Application& application) {
+  // An application that is busy when its menu is about to be closed is not waited for.
+  constexpr int kAttempts = 6;
+  constexpr auto kUntilRead = std::chrono::seconds(4);
+  RunningProgram& program = application.desktop().program();
+  bool isTold = false;
+  for (int attempt = 0; attempt < kAttempts && !isTold; ++attempt) {
+    if (step.before) {
+      step.before(application);
+    }
+    program.open();
+    program.type(step.query);
+    isTold = waitUntil([&] { return program.description().starts_with(step.told); }, kUntilRead);
+    program.close(isTold ? "Return" : "Escape");
+  }
+  EXPECT_TRUE(isTold);
+  EXPECT_TRUE(!step.before || waitUntil([&] { return application.desktop().session.keyboardIsFree(); }));
+}
+
+}  // namespace
+
+void perform(const Step& step, Application& application) {
+  if (!step.told.empty()) {
+    performWithKeys(step, application);
+    return;
+  }
+  application.desktop().endProgram();
+  if (step.before) {
+    step.before(application);
+  }
+  EXPECT_TRUE(step.query.empty() || waitUntil([&] { return application.act(step.query).status == 0; }));
 }
 
 Preparation pressing(const std::string& key) {
@@ -125,7 +140,7 @@ Step typesInto(const std::string& query, const std::string& text) {
                                        [](const AccessibleElement& element) { return element.text.starts_with("z"); });
           },
           [=](Application& application) {
-            RunningProgram program(application.desktop().session);
+            RunningProgram& program = application.desktop().program();
             pointingAtUppermost(query, text)(application);
             program.open();
             program.query(query);

@@ -19,11 +19,8 @@ Effect finds(const std::string& role, const std::string& text, const std::string
 /// By the lines that `menus` prints of it.
 Effect lists(const std::string& line);
 
-/// The program in the background is used over it while a menu is open: what the query finds in that, told as
-/// `description`, is chosen, and no menu stays open.
-Preparation choosingWhileOpen(const Preparation& open, const Effect& isOpen, const std::string& query,
-                              const std::string& description);
-
+/// Opens a menu, and waits for it.
+Preparation opening(const Preparation& open, const Effect& isOpen);
 Preparation pressing(const std::string& key);
 /// With the pointer, what has the text.
 Preparation clicking(const std::string& role, const std::string& text);
@@ -32,12 +29,16 @@ Preparation choosing(const std::string& query);
 /// Of several that fit alike, the one that the pointer is on is meant: it goes to the uppermost with both texts.
 Preparation pointingAtUppermost(const std::string& query, const std::string& text, const std::string& andText = "");
 
-/// One thing done to an application: what `act` is asked to do, unless it is empty, and what comes of it.
+/// One thing done to an application: what `act` is asked to do, unless it is empty, and what comes of it. With what the
+/// query field tells then, or begins to, it is done with the program in the background instead, by the shortcut, the
+/// query typed, and Return; after a preparation, which opens a menu, no menu stays open.
 struct Step {
   std::string query;
   Effect effect;
   Preparation before = {};
+  std::string told = "";
 };
+void perform(const Step& step, Application& application);
 /// Switches the uppermost of several alike, which has both texts, and no other: one more than before is in that state
 /// by what the application says.
 Step switchesOne(const std::string& query, const std::string& text, const std::string& andText,
@@ -86,7 +87,7 @@ void expectTheSameOffline(Application& application, const std::vector<std::strin
 std::vector<Subject> gtkSubjects();
 std::vector<Subject> webSubjects();
 std::vector<Subject> otherSubjects();
-/// Some of these and others, under Wayland.
-std::vector<Subject> swaySubjects();
+/// Some of these and others, on a Wayland compositor.
+std::vector<Subject> waylandSubjects(WindowManager compositor);
 
 }  // namespace jumplark::desktop
