@@ -33,10 +33,7 @@ struct Use {
 
   /// Waits until a screen reader is told this of the field, which it reads.
   bool tells(const std::string& description) {
-    return waitUntil([&] {
-      const auto field = program.windows().find("text", "What to click");
-      return field && field->description == description;
-    });
+    return waitUntil([&] { return program.description() == description; });
   }
 
   /// Runs a command in the session before anything else is started in it.

@@ -172,6 +172,10 @@ bool PrivateSession::activate(uint32_t window) {
   });
 }
 
+void PrivateSession::moveActiveWindow(int x, int y) {
+  keys({"getactivewindow", "windowmove", std::to_string(x), std::to_string(y)});
+}
+
 void PrivateSession::keys(const Arguments& xdotoolArguments) {
   Arguments arguments = {"xdotool"};
   arguments.insert(arguments.end(), xdotoolArguments.begin(), xdotoolArguments.end());

@@ -7,16 +7,20 @@
 
 namespace jumplark::desktop {
 
+/// The last ones are Wayland compositors.
 enum class WindowManager { xfwm4, xfwm4Compositor, openbox, openboxPicom, none, sway };
+constexpr bool isWayland(WindowManager windowManager) {
+  return windowManager >= WindowManager::sway;
+}
 
 struct SessionOptions {
   WindowManager windowManager = WindowManager::xfwm4;
   int width = 1280;
   int height = 900;
-  std::vector<PixelRect> monitors = {};  ///< none: the whole screen is one; on sway further ones
+  std::vector<PixelRect> monitors = {};  ///< none: the whole screen is one; on Wayland further ones
   bool accessibility = true;             ///< an accessibility bus, switched on
   bool sessionBus = true;                ///< without it there is no accessibility bus either
-  double scale = 1;                      ///< on sway: pixels in a point
+  double scale = 1;                      ///< on Wayland: pixels in a point
 };
 
 /// A graphical session of its own: X server, session bus, accessibility bus, window manager, home folder; made by
@@ -56,6 +60,8 @@ class PrivateSession : public SessionDisplay {
   /// that. The window manager may forget a new window's focus once in a hundred times, so a test that needs one asks
   /// for it.
   bool activate(uint32_t window);
+  /// Puts the window in front with its top left corner about there.
+  virtual void moveActiveWindow(int x, int y);
 
   /// One call of xdotool with these arguments; throws when it fails.
   void keys(const Arguments& xdotoolArguments);
@@ -89,7 +95,7 @@ class PrivateSession : public SessionDisplay {
   std::vector<std::unique_ptr<Process>> processes_;
 };
 
-/// As the options say: on an X server, or on sway.
+/// As the options say: on an X server, or on a Wayland compositor.
 std::unique_ptr<PrivateSession> openSession(const SessionOptions& options);
 
 }  // namespace jumplark::desktop

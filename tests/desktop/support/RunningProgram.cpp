@@ -104,6 +104,11 @@ bool RunningProgram::waitForQuery(const std::string& text) const {
   });
 }
 
+std::string RunningProgram::description() const {
+  const auto field = windows_.find("text", "What to click");
+  return field ? field->description : std::string();
+}
+
 uint32_t tinted(uint32_t over, uint32_t under, double alpha) {
   uint32_t result = 0;
   for (int shift = 0; shift <= 16; shift += 8) {

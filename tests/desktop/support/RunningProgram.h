@@ -53,6 +53,8 @@ class RunningProgram {
   bool waitUntilReturnIsForOthers() const;
   /// Waits until the query field holds this, by what a screen reader is told.
   bool waitForQuery(const std::string& text) const;
+  /// What a screen reader is told of the query field besides; empty while that is not there.
+  std::string description() const;
 
  private:
   PrivateSession& session_;

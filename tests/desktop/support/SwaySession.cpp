@@ -1,11 +1,5 @@
 #include "desktop/support/SwaySession.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
@@ -48,11 +42,6 @@ std::pair<std::vector<SessionWindow>, uint32_t> treeOf(const PrivateSession& ses
 
 }  // namespace
 
-std::unique_ptr<PrivateSession> openSession(const SessionOptions& options) {
-  return options.windowManager == WindowManager::sway ? std::make_unique<SwaySession>(options)
-                                                      : std::make_unique<PrivateSession>(options);
-}
-
 std::vector<SessionWindow> SwaySession::windows() const {
   return treeOf(*this).first;
 }
@@ -66,70 +55,18 @@ std::vector<uint32_t> SwaySession::pixels(const PixelRect& rect) const {
   std::ostringstream place;
   place << rect.x << ',' << rect.y << ' ' << rect.width << 'x' << rect.height;
   const Finished taken = run({"grim", "-t", "ppm", "-g", place.str(), picture});
-  std::ifstream file(picture, std::ios::binary);
-  std::string kind;
-  int width = 0;
-  int height = 0;
-  int most = 0;
-  file >> kind >> width >> height >> most;
-  file.get();
-  if (taken.status != 0 || !file || width != rect.width || height != rect.height) {
-    throw std::runtime_error("no picture of " + place.str() + " at its own size: " + taken.err);
+  if (taken.status != 0) {
+    throw std::runtime_error("no picture of " + place.str() + ": " + taken.err);
   }
-  std::vector<uint32_t> colours(static_cast<size_t>(width) * static_cast<size_t>(height));
-  for (uint32_t& colour : colours) {
-    for (int part = 0; part < 3; ++part) {
-      colour = colour << 8U | static_cast<uint32_t>(file.get());
-    }
-  }
-  return colours;
-}
-
-void SwaySession::press(const Arguments& names) {
-  Arguments arguments = {"key"};
-  arguments.insert(arguments.end(), names.begin(), names.end());
-  seat(arguments);
-}
-
-void SwaySession::click(int x, int y, const std::string& button) {
-  seat({"click", std::to_string(x), std::to_string(y), button == "3" ? "right" : "left"});
+  return colours(picture, rect.width, rect.height);
 }
 
 void SwaySession::requestActive(uint32_t window) const {
   run({"swaymsg", "[con_id=" + std::to_string(window) + "] focus"});
 }
 
-Process& SwaySession::start(const Arguments& arguments, const Environment& extra) {
-  namespace files = std::filesystem;
-  struct stat owner {};
-  stat(environment().at("HOME").c_str(), &owner);
-  std::error_code error;
-  for (files::recursive_directory_iterator entry(folder(), error), end; !error && entry != end;
-       entry.increment(error)) {
-    // What vanishes meanwhile needs no owner.
-    static_cast<void>(lchown(entry->path().c_str(), owner.st_uid, owner.st_gid));
-  }
-  return PrivateSession::start(arguments, extra);
-}
-
-Arguments SwaySession::commandOf(const Arguments& arguments) const {
-  const auto user = environment().find("JUMPLARK_SESSION_USER");
-  if (user == environment().end()) {
-    return arguments;
-  }
-  Arguments command = {"setpriv", "--reuid=" + user->second, "--regid=" + environment().at("JUMPLARK_SESSION_GROUP"),
-                       "--clear-groups", "--"};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  return command;
-}
-
-void SwaySession::seat(const Arguments& arguments) const {
-  Arguments command = {JUMPLARK_WAYLAND_SEAT_SCRIPT};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  const Finished done = run(command);
-  if (done.status != 0) {
-    throw std::runtime_error("no key or pointer: " + done.err);
-  }
+void SwaySession::moveActiveWindow(int x, int y) {
+  run({"swaymsg", "move", "absolute", "position", std::to_string(x), std::to_string(y)});
 }
 
 }  // namespace jumplark::desktop

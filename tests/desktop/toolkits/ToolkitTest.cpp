@@ -1,3 +1,4 @@
+#include "desktop/support/RunningProgram.h"
 #include "desktop/toolkits/Toolkits.h"
 
 namespace jumplark::desktop {
@@ -24,8 +25,8 @@ void expectOnItsPixels(PrivateSession& session, const PixelRect& box, uint32_t c
 PixelRect originOf(const Application& application, const Subject& subject, const Matches& matches) {
   for (const AccessibleElement& element : application.elements()) {
     for (const Match& match : matches) {
-      if (subject.windowManager == WindowManager::sway && subject.roles.contains(element.role) &&
-          match.hasText(element.name) && match.rect.width == element.rect.width) {
+      if (isWayland(subject.windowManager) && subject.roles.contains(element.role) && match.hasText(element.name) &&
+          match.rect.width == element.rect.width) {
         return {match.rect.x - element.rect.x, match.rect.y - element.rect.y};
       }
     }
@@ -58,6 +59,14 @@ void expectWhatTheApplicationTells(const Application& application, const Subject
         << element.role << " '" << element.name << "' at " << element.rect;
   }
   EXPECT_GE(expected, subject.atLeast);
+}
+
+/// Does a step with the program in the background, from its shortcut on.
+void useKeys(RunningProgram& program, const Step& step) {
+  program.open();
+  program.type(step.query);
+  EXPECT_TRUE(waitUntil([&] { return program.description().starts_with(step.told); })) << program.description();
+  program.close("Return");
 }
 
 class Toolkit : public ::testing::TestWithParam<Subject> {};
@@ -93,12 +102,17 @@ TEST_P(Toolkit, showsEachThingOnceWhereItIsAndDoesWhatAClickWouldDo) {
     holds(application);
   }
 
+  std::optional<RunningProgram> program;
   for (const Step& step : subject.steps) {
     SCOPED_TRACE(step.query);
     if (step.before) {
       step.before(application);
     }
-    EXPECT_TRUE(step.query.empty() || waitUntil([&] { return application.act(step.query).status == 0; }));
+    if (!step.told.empty()) {
+      useKeys(program ? *program : program.emplace(desktop.session), step);
+    } else if (!step.query.empty()) {
+      EXPECT_TRUE(waitUntil([&] { return application.act(step.query).status == 0; }));
+    }
     ASSERT_TRUE(waitUntil([&] { return step.effect(application); })) << describe(application.matches());
   }
   EXPECT_TRUE(application.process().running()) << application.process().err();
@@ -108,7 +122,7 @@ const auto kName = [](const auto& info) { return info.param.name; };
 INSTANTIATE_TEST_SUITE_P(Gtk, Toolkit, ::testing::ValuesIn(gtkSubjects()), kName);
 INSTANTIATE_TEST_SUITE_P(Web, Toolkit, ::testing::ValuesIn(webSubjects()), kName);
 INSTANTIATE_TEST_SUITE_P(Other, Toolkit, ::testing::ValuesIn(otherSubjects()), kName);
-INSTANTIATE_TEST_SUITE_P(Sway, Toolkit, ::testing::ValuesIn(swaySubjects()), kName);
+INSTANTIATE_TEST_SUITE_P(Sway, Toolkit, ::testing::ValuesIn(waylandSubjects(WindowManager::sway)), kName);
 
 }  // namespace
 }  // namespace jumplark::desktop

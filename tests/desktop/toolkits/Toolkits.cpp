@@ -64,11 +64,7 @@ Preparation choosingWhileOpen(const Preparation& open, const Effect& isOpen, con
       ASSERT_TRUE(waitUntil([&] { return isOpen(application); })) << query;
       program.open();
       program.type(query);
-      const auto tells = [&] {
-        const auto field = program.windows().find("text", "What to click");
-        return field && field->description == description;
-      };
-      isTold = waitUntil(tells, kUntilRead);
+      isTold = waitUntil([&] { return program.description() == description; }, kUntilRead);
       program.close(isTold ? "Return" : "Escape");
     }
     EXPECT_TRUE(isTold) << query;

@@ -37,6 +37,9 @@ struct Step {
   std::string query;
   Effect effect;
   Preparation before = {};
+  /// With that the query is typed after the shortcut instead, and Return pressed when the query field is described by
+  /// something that begins so.
+  std::string told = "";
 };
 /// Switches the uppermost of several alike, which has both texts, and no other: one more than before is in that state
 /// by what the application says.
@@ -86,7 +89,7 @@ void expectTheSameOffline(Application& application, const std::vector<std::strin
 std::vector<Subject> gtkSubjects();
 std::vector<Subject> webSubjects();
 std::vector<Subject> otherSubjects();
-/// Some of these and others, under Wayland.
-std::vector<Subject> swaySubjects();
+/// Some of these and others, on a Wayland compositor.
+std::vector<Subject> waylandSubjects(WindowManager compositor);
 
 }  // namespace jumplark::desktop

@@ -5,21 +5,20 @@
 namespace jumplark::desktop {
 namespace {
 
-/// A row of the toolkits, under Wayland; of its steps those with such a query, each with the one before it if that
+/// A row of the toolkits; of its steps those with such a query, each with the one before it if that
 /// brings about what it needs.
-Subject onSway(const std::vector<Subject>& rows, const std::string& name, const std::set<std::string>& queries) {
+Subject chosen(const std::vector<Subject>& rows, const std::string& name, const std::set<std::string>& queries) {
   Subject row = *std::ranges::find(rows, name, &Subject::name);
-  row.windowManager = WindowManager::sway;
   row.queries.clear();
-  std::vector<Step> chosen;
+  std::vector<Step> steps;
   for (size_t i = 0; i < row.steps.size(); ++i) {
     const bool isNeeded =
         row.steps[i].query.empty() && i + 1 < row.steps.size() && queries.contains(row.steps[i + 1].query);
     if (isNeeded || queries.contains(row.steps[i].query)) {
-      chosen.push_back(row.steps[i]);
+      steps.push_back(row.steps[i]);
     }
   }
-  row.steps = std::move(chosen);
+  row.steps = std::move(steps);
   return row;
 }
 
@@ -36,7 +35,7 @@ Effect says(const std::string& line) {
 
 void moveToTheOtherScreen(Application& application) {
   PrivateSession& session = application.desktop().session;
-  EXPECT_EQ(session.run({"swaymsg", "move", "container", "to", "output", "HEADLESS-2"}).status, 0);
+  session.moveActiveWindow(Desktop::kWidth + 40, 140);
   EXPECT_TRUE(waitUntil([&] {
     return session.hasWindow([&](const SessionWindow& window) { return window.rect.x >= Desktop::kWidth; });
   }));
@@ -55,26 +54,27 @@ Subject qt6() {
           .shown = {{"Button", {"OK", "Apply"}}, {"MenuBarItem", {"File", "Help"}}, {"CheckBox", {"Wrap text"}}},
           .roles = {{"push button", {"Button"}}, {"page tab", {"RadioButton"}}},
           .atLeast = 8,
-          .steps = {{"apply", says("clicked Apply")},
+          .steps = {{"apply", says("clicked Apply"), {}, "Apply"},
                     {"wrap", shows("check box", "Wrap text", "checked")},
                     {"cancel", says("clicked Cancel"), moveToTheOtherScreen}},
-          .windowManager = WindowManager::sway,
           .monitors = {{Desktop::kWidth, 100, 900, 800}}};
 }
 
 }  // namespace
 
-std::vector<Subject> swaySubjects() {
-  const Subject gtk3 = onSway(gtkSubjects(), "Gtk3", {"increase", "mickey"});
-  Subject x11 = onSway(gtkSubjects(), "Gtk3", {"increase"});
+std::vector<Subject> waylandSubjects(WindowManager compositor) {
+  const Subject gtk3 = chosen(gtkSubjects(), "Gtk3", {"increase", "mickey"});
+  Subject x11 = chosen(gtkSubjects(), "Gtk3", {"increase"});
   x11.name = "Gtk3Xwayland";
   x11.program = [](const PrivateSession&) { return with(widgetFactory3(), {{"GDK_BACKEND", "x11"}}); };
-  Subject gtk4 = onSway(gtkSubjects(), "Gtk4", {"about"});
-  for (Shown& shown : gtk4.shown) {
-    std::erase(shown.texts, "Maximize");  // which sway does not do
+  Subject gtk4 = chosen(gtkSubjects(), "Gtk4", {"about"});
+  if (compositor == WindowManager::sway) {
+    for (Shown& shown : gtk4.shown) {
+      std::erase(shown.texts, "Maximize");  // which it does not do
+    }
   }
   gtk4.alsoHolds.clear();
-  Subject chromium = onSway(webSubjects(), "ChromiumAwake", {"plain button", "inline link", "inner button"});
+  Subject chromium = chosen(webSubjects(), "ChromiumAwake", {"plain button", "inline link", "inner button"});
   const auto browser = chromium.program;
   chromium.program = [browser](const PrivateSession& session) {
     return with(browser(session), {}, {"--ozone-platform=wayland"});
@@ -84,13 +84,18 @@ std::vector<Subject> swaySubjects() {
   scaled.name = "ChromiumScaled";
   scaled.scale = 1.5;
   scaled.coloured.clear();
-  Subject office = onSway(otherSubjects(), "Office", {"bold"});
+  Subject office = chosen(otherSubjects(), "Office", {"bold"});
   const auto writer = office.program;
   office.program = [writer](const PrivateSession& session) {
     // What another user's office has left there is not his.
     return with(writer(session), {}, {"-env:UNO_SHARED_PACKAGES_CACHE=file://" + session.folder() + "/packages"});
   };
-  return {gtk3, x11, gtk4, onSway(otherSubjects(), "Qt5", {"7", "9"}), qt6(), chromium, scaled, office};
+  std::vector<Subject> subjects = {gtk3,  x11,      gtk4,   chosen(otherSubjects(), "Qt5", {"7", "9"}),
+                                   qt6(), chromium, scaled, office};
+  for (Subject& subject : subjects) {
+    subject.windowManager = compositor;
+  }
+  return subjects;
 }
 
 }  // namespace jumplark::desktop
