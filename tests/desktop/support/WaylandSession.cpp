@@ -7,6 +7,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "desktop/support/KWinSession.h"
 #include "desktop/support/SwaySession.h"
 
 namespace jumplark::desktop {
@@ -15,6 +16,8 @@ std::unique_ptr<PrivateSession> openSession(const SessionOptions& options) {
   switch (options.windowManager) {
     case WindowManager::sway:
       return std::make_unique<SwaySession>(options);
+    case WindowManager::kwin:
+      return std::make_unique<KWinSession>(options);
     default:
       return std::make_unique<PrivateSession>(options);
   }

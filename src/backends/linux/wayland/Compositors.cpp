@@ -1,11 +1,15 @@
 #include "backends/linux/wayland/Compositors.h"
 
+#include "backends/linux/wayland/kwin/KWinCompositor.h"
 #include "backends/linux/wayland/sway/SwayCompositor.h"
 
 namespace jumplark {
 
 std::unique_ptr<Compositor> openCompositor() {
-  return sway::SwayCompositor::open();
+  if (auto sway = sway::SwayCompositor::open()) {
+    return sway;
+  }
+  return kwin::KWinCompositor::open();
 }
 
 }  // namespace jumplark

@@ -4,47 +4,21 @@
 #include <unistd.h>
 #include <virtual-keyboard-unstable-v1-client-protocol.h>
 #include <wayland-client-protocol.h>
-#include <xkbcommon/xkbcommon.h>
 
 #include <chrono>
 #include <optional>
 #include <utility>
 
 #include "backends/linux/system/FileDescriptor.h"
-#include "backends/linux/windows/KeyNames.h"
+#include "backends/linux/wayland/KeymapText.h"
 
 namespace jumplark {
 namespace {
-
-/// What xkbcommon adds to the numbers of linux/input-event-codes.h.
-constexpr uint32_t kKeycodeOffset = 8;
 
 uint32_t now() {
   return static_cast<uint32_t>(
       std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
           .count());
-}
-
-/// The first key that has the code without modifiers in any group.
-std::optional<uint32_t> keyFor(const std::string& keymap, int64_t keyCode) {
-  const std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(xkb_context_new(XKB_CONTEXT_NO_FLAGS),
-                                                                           xkb_context_unref);
-  const std::unique_ptr<xkb_keymap, decltype(&xkb_keymap_unref)> map(
-      xkb_keymap_new_from_string(context.get(), keymap.c_str(), XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS),
-      xkb_keymap_unref);
-  if (!map) {
-    return std::nullopt;
-  }
-  for (xkb_keycode_t key = xkb_keymap_min_keycode(map.get()); key <= xkb_keymap_max_keycode(map.get()); ++key) {
-    for (xkb_layout_index_t group = 0; group < xkb_keymap_num_layouts_for_key(map.get(), key); ++group) {
-      const xkb_keysym_t* symbols = nullptr;
-      const int count = xkb_keymap_key_get_syms_by_level(map.get(), key, group, 0, &symbols);
-      if (count == 1 && keyCodeOf(symbols[0]) == keyCode && key >= kKeycodeOffset) {
-        return key - kKeycodeOffset;
-      }
-    }
-  }
-  return std::nullopt;
 }
 
 }  // namespace
@@ -86,7 +60,7 @@ bool VirtualKeyboard::takeKeymap() {
 
 void VirtualKeyboard::typeKey(int64_t keyCode) {
   const std::lock_guard lock(mutex_);
-  const auto key = takeKeymap() ? keyFor(keymap_, keyCode) : std::nullopt;
+  const auto key = takeKeymap() ? keyOfCode(keymap_, keyCode) : std::nullopt;
   if (!key) {
     return;
   }

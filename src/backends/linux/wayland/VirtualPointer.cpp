@@ -5,10 +5,8 @@
 #include <wlr-virtual-pointer-unstable-v1-client-protocol.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 namespace jumplark {
@@ -21,6 +19,18 @@ uint32_t now() {
   return static_cast<uint32_t>(
       std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
           .count());
+}
+
+ButtonGuard::Pointer pointerOfGuard(WaylandConnection& connection) {
+  const WaylandGlobals& globals = connection.globals();
+  if (globals.virtualPointers == nullptr) {
+    return {};
+  }
+  auto* const pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(globals.virtualPointers, globals.seat);
+  const uint32_t id = wl_proxy_get_id(reinterpret_cast<wl_proxy*>(pointer));
+  return {Token([pointer] { zwlr_virtual_pointer_v1_destroy(pointer); }),
+          waylandRequest(id, ZWLR_VIRTUAL_POINTER_V1_BUTTON, {now(), BTN_LEFT, WL_POINTER_BUTTON_STATE_RELEASED}) +
+              waylandRequest(id, ZWLR_VIRTUAL_POINTER_V1_FRAME, {})};
 }
 
 /// What holds all outputs.
@@ -43,68 +53,6 @@ Rect layoutOf(const std::vector<WaylandOutput>& outputs) {
 
 }  // namespace
 
-/// Lets go of the left button when this process dies with it down: a compositor counts it as pressed as long as nobody
-/// releases it. The child has a connection and a pointer of its own, and speaks the protocol by itself.
-class VirtualPointer::ButtonRelease {
- public:
-  static std::unique_ptr<ButtonRelease> create() {
-    auto opened = WaylandConnection::open();
-    if (!opened.connection || opened.connection->globals().virtualPointers == nullptr) {
-      return nullptr;
-    }
-    opened.connection->outliveCrash();  // the child needs it then
-    const WaylandGlobals& globals = opened.connection->globals();
-    auto* const pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(globals.virtualPointers, globals.seat);
-    // Its number is free again when it has been answered; a number that was never used would have to be the next one.
-    wl_callback* const answered = wl_display_sync(opened.connection->display());
-    const uint32_t number = wl_proxy_get_id(reinterpret_cast<wl_proxy*>(answered));
-    opened.connection->settle();
-    auto guard = ExitGuard::start({wl_display_get_fd(opened.connection->display())});
-    if (!guard) {
-      return nullptr;
-    }
-    std::unique_ptr<ButtonRelease> result(new ButtonRelease);
-    result->pointer_ = pointer;
-    result->answered_ = answered;
-    result->words_ = releaseOf(wl_proxy_get_id(reinterpret_cast<wl_proxy*>(pointer)), number);
-    result->connection_ = std::move(opened.connection);
-    result->guard_ = std::move(guard);
-    return result;
-  }
-
-  ~ButtonRelease() {
-    guard_.reset();
-    zwlr_virtual_pointer_v1_destroy(pointer_);
-    wl_callback_destroy(answered_);
-  }
-
-  void setPressed(bool pressed) { guard_->setLastWords(0, pressed ? words_ : std::string()); }
-
- private:
-  /// button(time, code, released), frame and wl_display.sync as they travel: object, size and opcode, arguments.
-  static std::string releaseOf(uint32_t pointer, uint32_t callback) {
-    constexpr uint32_t kDisplay = 1;
-    const auto head = [](uint32_t words, uint32_t opcode) { return ((words * 4) << 16U) | opcode; };
-    const std::array<uint32_t, 10> words = {pointer,
-                                            head(5, ZWLR_VIRTUAL_POINTER_V1_BUTTON),
-                                            now(),
-                                            BTN_LEFT,
-                                            WL_POINTER_BUTTON_STATE_RELEASED,
-                                            pointer,
-                                            head(2, ZWLR_VIRTUAL_POINTER_V1_FRAME),
-                                            kDisplay,
-                                            head(3, WL_DISPLAY_SYNC),
-                                            callback};
-    return {reinterpret_cast<const char*>(words.data()), sizeof words};
-  }
-
-  std::string words_;
-  zwlr_virtual_pointer_v1* pointer_ = nullptr;
-  wl_callback* answered_ = nullptr;
-  std::shared_ptr<WaylandConnection> connection_;  ///< the child's; closing it here would end it
-  std::unique_ptr<ExitGuard> guard_;
-};
-
 std::unique_ptr<VirtualPointer> VirtualPointer::create(std::shared_ptr<WaylandConnection> connection) {
   const WaylandGlobals& globals = connection->globals();
   if (globals.virtualPointers == nullptr) {
@@ -115,7 +63,7 @@ std::unique_ptr<VirtualPointer> VirtualPointer::create(std::shared_ptr<WaylandCo
 }
 
 VirtualPointer::VirtualPointer(std::shared_ptr<WaylandConnection> connection, zwlr_virtual_pointer_v1* pointer)
-    : connection_(std::move(connection)), pointer_(pointer), release_(ButtonRelease::create()) {
+    : connection_(std::move(connection)), pointer_(pointer), release_(ButtonGuard::create(pointerOfGuard)) {
   connection_->flush();
 }
 

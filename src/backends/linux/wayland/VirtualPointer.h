@@ -3,7 +3,7 @@
 #include <memory>
 #include <mutex>
 
-#include "backends/linux/crash/ExitGuard.h"
+#include "backends/linux/wayland/ButtonGuard.h"
 #include "backends/linux/wayland/SeatDevices.h"
 #include "backends/linux/wayland/WaylandConnection.h"
 
@@ -24,7 +24,6 @@ class VirtualPointer final : public SeatPointer {
   void clickSecondary(Point place) override;
 
  private:
-  class ButtonRelease;
   VirtualPointer(std::shared_ptr<WaylandConnection> connection, zwlr_virtual_pointer_v1* pointer);
 
   void moveTo(Point place);
@@ -32,7 +31,7 @@ class VirtualPointer final : public SeatPointer {
 
   std::shared_ptr<WaylandConnection> connection_;
   zwlr_virtual_pointer_v1* pointer_;
-  std::unique_ptr<ButtonRelease> release_;  ///< null where there can be none
+  std::unique_ptr<ButtonGuard> release_;  ///< null where there can be none
   std::mutex mutex_;
 };
 

@@ -1,5 +1,6 @@
 #include "backends/linux/wayland/WaylandConnection.h"
 
+#include <fake-input-client-protocol.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
@@ -134,6 +135,7 @@ WaylandConnection::~WaylandConnection() {
   keyboards_.clear();
   letGo(globals_.virtualPointers, zwlr_virtual_pointer_manager_v1_destroy);
   letGo(globals_.virtualKeyboards, zwp_virtual_keyboard_manager_v1_destroy);
+  letGo(globals_.fakeInput, org_kde_kwin_fake_input_destroy);
   letGo(globals_.outputManager, zxdg_output_manager_v1_destroy);
   letGo(globals_.seat, wl_seat_destroy);
   letGo(registry_, wl_registry_destroy);
@@ -180,6 +182,8 @@ void WaylandConnection::addGlobal(wl_registry* registry, uint32_t name, const st
   } else if (interface == zwp_virtual_keyboard_manager_v1_interface.name && globals_.virtualKeyboards == nullptr) {
     globals_.virtualKeyboards =
         bindTo<zwp_virtual_keyboard_manager_v1>(registry, name, zwp_virtual_keyboard_manager_v1_interface, version, 1);
+  } else if (interface == org_kde_kwin_fake_input_interface.name && globals_.fakeInput == nullptr) {
+    globals_.fakeInput = bindTo<org_kde_kwin_fake_input>(registry, name, org_kde_kwin_fake_input_interface, version, 4);
   } else if (interface == zxdg_output_manager_v1_interface.name && globals_.outputManager == nullptr) {
     globals_.outputManager =
         bindTo<zxdg_output_manager_v1>(registry, name, zxdg_output_manager_v1_interface, version, 3);

@@ -16,6 +16,7 @@
 #include "backends/linux/wayland/surfaces/OutputWatch.h"
 #include "platform/Token.h"
 
+struct org_kde_kwin_fake_input;
 struct wl_registry;
 struct wl_seat;
 struct zwlr_virtual_pointer_manager_v1;
@@ -29,6 +30,7 @@ struct WaylandGlobals {
   wl_seat* seat = nullptr;  ///< the first one
   zwlr_virtual_pointer_manager_v1* virtualPointers = nullptr;
   zwp_virtual_keyboard_manager_v1* virtualKeyboards = nullptr;
+  org_kde_kwin_fake_input* fakeInput = nullptr;  ///< KWin shows it to programs that it trusts
   zxdg_output_manager_v1* outputManager = nullptr;
   bool hasLayerShell = false;
 };

@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <utility>
 
-#include "backends/linux/wayland/sway/SwayJson.h"
+#include "backends/linux/wayland/LooseJson.h"
 
 namespace jumplark::sway {
+
+using namespace loose_json;
 namespace {
 
 /// Does nothing but be told of.

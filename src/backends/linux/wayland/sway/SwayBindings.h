@@ -8,8 +8,8 @@
 #include <set>
 #include <string>
 
-#include "backends/linux/wayland/Compositor.h"
 #include "backends/linux/crash/ExitGuard.h"
+#include "backends/linux/wayland/Compositor.h"
 #include "backends/linux/wayland/sway/SwayConfiguration.h"
 #include "backends/linux/wayland/sway/SwayIpc.h"
 

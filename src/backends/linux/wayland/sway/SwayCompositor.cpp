@@ -7,10 +7,12 @@
 #include <cstdlib>
 #include <utility>
 
-#include "backends/linux/wayland/sway/SwayJson.h"
+#include "backends/linux/wayland/LooseJson.h"
 #include "backends/linux/wayland/sway/SwayTree.h"
 
 namespace jumplark::sway {
+
+using namespace loose_json;
 
 std::unique_ptr<SwayCompositor> SwayCompositor::open() {
   const char* const path = std::getenv("SWAYSOCK");

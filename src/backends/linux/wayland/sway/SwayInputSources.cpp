@@ -4,9 +4,11 @@
 
 #include <algorithm>
 
-#include "backends/linux/wayland/sway/SwayJson.h"
+#include "backends/linux/wayland/LooseJson.h"
 
 namespace jumplark::sway {
+
+using namespace loose_json;
 
 InputSources::Layouts InputSources::read() {
   Layouts best;

@@ -11,9 +11,11 @@
 #include <cstring>
 #include <utility>
 
-#include "backends/linux/wayland/sway/SwayJson.h"
+#include "backends/linux/wayland/LooseJson.h"
 
 namespace jumplark::sway {
+
+using namespace loose_json;
 namespace {
 
 constexpr std::string_view kMagic = "i3-ipc";

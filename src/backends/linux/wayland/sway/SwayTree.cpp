@@ -5,9 +5,11 @@
 #include <tuple>
 #include <utility>
 
-#include "backends/linux/wayland/sway/SwayJson.h"
+#include "backends/linux/wayland/LooseJson.h"
 
 namespace jumplark::sway {
+
+using namespace loose_json;
 namespace {
 
 constexpr size_t kMostWindows = 4096;

@@ -1,9 +1,9 @@
-#include "backends/linux/wayland/sway/SwayJson.h"
+#include "backends/linux/wayland/LooseJson.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace jumplark::sway {
+namespace jumplark::loose_json {
 namespace {
 
 /// A layout is some thousand points wide; what is further away is a mistake.
@@ -17,10 +17,13 @@ const nlohmann::json& member(const nlohmann::json& object, const char* key) {
   return found != object.end() ? *found : kNone;
 }
 
+double number(const nlohmann::json& value) {
+  const double told = value.is_number() ? value.get<double>() : 0;
+  return std::isfinite(told) ? std::clamp(told, -kFarthest, kFarthest) : 0;
+}
+
 double number(const nlohmann::json& object, const char* key) {
-  const nlohmann::json& found = member(object, key);
-  const double value = found.is_number() ? found.get<double>() : 0;
-  return std::isfinite(value) ? std::clamp(value, -kFarthest, kFarthest) : 0;
+  return number(member(object, key));
 }
 
 int64_t integer(const nlohmann::json& object, const char* key, int64_t otherwise) {
@@ -44,4 +47,4 @@ const nlohmann::json& list(const nlohmann::json& object, const char* key) {
   return found.is_array() ? found : kEmpty;
 }
 
-}  // namespace jumplark::sway
+}  // namespace jumplark::loose_json

@@ -1,0 +1,78 @@
+#include "backends/linux/wayland/kwin/BusCalls.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+#include "backends/linux/system/FileDescriptor.h"
+
+namespace jumplark::kwin {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using menus::SessionBus;
+
+constexpr std::chrono::milliseconds kPatience{500};
+constexpr std::chrono::milliseconds kPatienceWithTheSilent{20};
+constexpr std::chrono::seconds kSilence{1};
+
+const SessionBus::Object kScripting{"org.kde.KWin", "/Scripting", "org.kde.kwin.Scripting"};
+
+bool writeFile(const std::string& path, const std::string& text) {
+  const FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
+  return file && ::write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+}  // namespace
+
+BusCalls::Answer BusCalls::call(const SessionBus::Object& object, const char* member, const Arguments& arguments) {
+  const std::lock_guard lock(mutex_);
+  const bool isSilent = Clock::now() < silentUntil_;
+  const auto deadline = Clock::now() + (isSilent ? kPatienceWithTheSilent : kPatience);
+  if (!bus_) {
+    bus_ = std::make_unique<SessionBus>(std::string(), deadline);
+  }
+  Answer answer = bus_->call(object, member, arguments, deadline);
+  if (answer.result == SessionBus::Result::silent) {
+    bus_.reset();
+    silentUntil_ = Clock::now() + kSilence;
+  } else {
+    silentUntil_ = {};
+  }
+  return answer;
+}
+
+BusCalls::Answer BusCalls::call(const SessionBus::Object& object, const char* member) {
+  return call(object, member, [](sd_bus_message*) { return 0; });
+}
+
+std::string KWinScripts::run(const std::string& name, const std::string& file, const std::string& script) {
+  if (!writeFile(file, script)) {
+    return fmt::format("{} cannot be written", file);
+  }
+  unload(name);
+  const auto loaded = calls_.call(kScripting, "loadScript", [&](sd_bus_message* question) {
+    return sd_bus_message_append(question, "ss", file.c_str(), name.c_str());
+  });
+  const int32_t number = loaded.values.at(0).number();
+  if (loaded.result != SessionBus::Result::answered || number < 0) {
+    return fmt::format("KWin loads no script: {}", loaded.error);
+  }
+  // KWin 6 and 5.27.
+  for (const char* const pattern : {"/Scripting/Script{}", "/{}"}) {
+    const SessionBus::Object object{"org.kde.KWin", fmt::format(fmt::runtime(pattern), number), "org.kde.kwin.Script"};
+    if (calls_.call(object, "run").result == SessionBus::Result::answered) {
+      return {};
+    }
+  }
+  unload(name);
+  return "KWin does not run its scripts";
+}
+
+void KWinScripts::unload(const std::string& name) {
+  calls_.call(kScripting, "unloadScript",
+              [&](sd_bus_message* question) { return sd_bus_message_append(question, "s", name.c_str()); });
+}
+
+}  // namespace jumplark::kwin

@@ -1,0 +1,97 @@
+#include "desktop/support/KWinSession.h"
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <stdexcept>
+
+namespace jumplark::desktop {
+namespace {
+
+using nlohmann::json;
+
+json windowsOf(const PrivateSession& session) {
+  const Finished told = session.run({JUMPLARK_KWIN_LOOK, "windows"});
+  if (told.status != 0) {
+    throw std::runtime_error("KWin does not answer: " + told.err);
+  }
+  return json::parse(told.out);
+}
+
+/// The first digits of KWin's own identifier.
+uint32_t idOf(const json& window) {
+  return static_cast<uint32_t>(std::stoul(window.at("id").get<std::string>().substr(1, 8), nullptr, 16));
+}
+
+}  // namespace
+
+std::vector<SessionWindow> KWinSession::windows() const {
+  std::vector<SessionWindow> windows;
+  for (const json& told : windowsOf(*this)) {
+    SessionWindow window;
+    window.id = idOf(told);
+    window.title = told.at("title");
+    window.className = told.at("className");
+    window.pid = told.at("pid");
+    window.overrideRedirect = told.at("popup");
+    window.rect = {told.at("rect").at(0), told.at("rect").at(1), told.at("rect").at(2), told.at("rect").at(3)};
+    windows.push_back(window);
+  }
+  return windows;
+}
+
+uint32_t KWinSession::activeWindow() const {
+  uint32_t active = 0;
+  for (const json& window : windowsOf(*this)) {
+    active = window.at("active").get<bool>() ? idOf(window) : active;
+  }
+  return active;
+}
+
+void KWinSession::requestActive(uint32_t window) const {
+  for (const json& told : windowsOf(*this)) {
+    if (idOf(told) == window) {
+      run({JUMPLARK_KWIN_LOOK, "activate", told.at("id")});
+    }
+  }
+}
+
+std::vector<uint32_t> KWinSession::pixels(const PixelRect& rect) const {
+  const std::string picture = folder() + "/picture.ppm";
+  const Finished taken = run({JUMPLARK_KWIN_LOOK, "picture", std::to_string(rect.x), std::to_string(rect.y),
+                              std::to_string(rect.width), std::to_string(rect.height), picture});
+  if (taken.status != 0) {
+    throw std::runtime_error(taken.err);
+  }
+  return colours(picture, rect.width, rect.height);
+}
+
+void KWinSession::moveActiveWindow(int x, int y) {
+  std::ostringstream script;
+  script << "var c = workspace.activeClient || workspace.activeWindow, r = c.frameGeometry; c.frameGeometry = {x: " << x
+         << ", y: " << y << ", width: r.width, height: r.height}; return true;";
+  ask(script.str());
+}
+
+std::string KWinSession::ask(const std::string& script) const {
+  const Finished told = run({JUMPLARK_KWIN_LOOK, "run", script});
+  if (told.status != 0) {
+    throw std::runtime_error("KWin does not answer: " + told.err);
+  }
+  return told.out;
+}
+
+bool KWinSession::isFree(int key) const {
+  return run({JUMPLARK_KWIN_LOOK, "free", std::to_string(key)}).status == 0;
+}
+
+Arguments KWinSession::commandOf(const Arguments& arguments) const {
+  Arguments command = arguments;
+  // KWin reads the whole file of each program that connects to it, and waits for that: one with all that a debugger
+  // wants takes a second.
+  if (command.front() == JUMPLARK_PROGRAM) {
+    command.front() = JUMPLARK_STRIPPED_PROGRAM;
+  }
+  return WaylandSession::commandOf(command);
+}
+
+}  // namespace jumplark::desktop
