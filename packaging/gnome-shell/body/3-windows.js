@@ -1,0 +1,150 @@
+// ---- Windows: what they are, and those of a client that lie in front.
+
+function rectangle(rect) {
+    return [rect.x, rect.y, rect.width, rect.height];
+}
+
+const TYPES = new Map([
+    [Meta.WindowType.NORMAL, 'normal'], [Meta.WindowType.DESKTOP, 'desktop'], [Meta.WindowType.DOCK, 'dock'],
+    [Meta.WindowType.DIALOG, 'dialog'], [Meta.WindowType.MODAL_DIALOG, 'dialog'], [Meta.WindowType.TOOLBAR, 'toolbar'],
+    [Meta.WindowType.MENU, 'menu'], [Meta.WindowType.UTILITY, 'utility'], [Meta.WindowType.SPLASHSCREEN, 'splash'],
+    [Meta.WindowType.DROPDOWN_MENU, 'popup'], [Meta.WindowType.POPUP_MENU, 'popup'],
+    [Meta.WindowType.TOOLTIP, 'tooltip'], [Meta.WindowType.NOTIFICATION, 'notification'],
+    [Meta.WindowType.COMBO, 'popup'], [Meta.WindowType.DND, 'other'], [Meta.WindowType.OVERRIDE_OTHER, 'other'],
+]);
+
+/** Rectangles are [x, y, width, height] in pixels of the stage. */
+function describeWindow(window) {
+    const transientFor = window.get_transient_for();
+    return {
+        id: window.get_id(),
+        pid: window.get_pid(),
+        title: window.get_title() || '',
+        class: window.get_wm_class() || '',
+        instance: window.get_wm_class_instance() || '',
+        application: window.get_gtk_application_id() || '',
+        frame: rectangle(window.get_frame_rect()),
+        surface: rectangle(window.get_buffer_rect()),
+        type: TYPES.get(window.get_window_type()) || 'other',
+        modal: window.get_window_type() === Meta.WindowType.MODAL_DIALOG,
+        popup: window.is_override_redirect(),
+        x11: window.get_client_type() === Meta.WindowClientType.X11,
+        transientFor: transientFor ? transientFor.get_id() : 0,
+        hidden: window.minimized || !window.showing_on_its_workspace(),
+        maximised: window.maximized_horizontally && window.maximized_vertically,
+        closes: window.can_close(),
+        minimises: window.can_minimize(),
+        maximises: window.can_maximize(),
+    };
+}
+
+function windowOf(id) {
+    const actor = global.get_window_actors().find(one => one.meta_window.get_id() === id);
+    return actor ? actor.meta_window : null;
+}
+
+function activateWindow(window) {
+    const workspace = window.get_workspace();
+    if (workspace && !window.is_on_all_workspaces())
+        workspace.activate_with_focus(window, global.get_current_time());
+    else
+        window.activate(global.get_current_time());
+}
+
+const REQUESTS = {
+    close: window => window.delete(global.get_current_time()),
+    minimise: window => window.minimize(),
+    // Later versions know no direction any more.
+    maximise: window => Meta.MaximizeFlags ? window.maximize(Meta.MaximizeFlags.BOTH) : window.maximize(),
+    restore: window => {
+        if (window.minimized)
+            window.unminimize();
+        else
+            Meta.MaximizeFlags ? window.unmaximize(Meta.MaximizeFlags.BOTH) : window.unmaximize();
+    },
+};
+
+/**
+ * Windows of clients that show where the client wants them, above all others, and get the keyboard with their first
+ * picture. A client names one by its title before it makes it.
+ */
+class FrontWindows {
+    constructor() {
+        this._places = new Map();   // "PID TITLE" to {client, x, y, window}
+        this._created = global.display.connect('window-created', (display, window) => this._watch(window));
+        this._mapped = global.window_manager.connect('map', (manager, actor) => this._show(actor.meta_window));
+        this._watched = new Map();  // window to its signals
+    }
+
+    place(client, title, x, y) {
+        const key = `${client.pid} ${title}`;
+        const place = this._places.get(key) || {client, window: null};
+        Object.assign(place, {client, x, y});
+        this._places.set(key, place);
+        if (place.window)
+            place.window.move_frame(true, x, y);
+    }
+
+    /** Forgets what a client has asked for. */
+    release(client) {
+        for (const [key, place] of [...this._places]) {
+            if (place.client === client)
+                this._places.delete(key);
+        }
+    }
+
+    _placeOf(window) {
+        return this._places.get(`${window.get_pid()} ${window.get_title()}`);
+    }
+
+    _watch(window) {
+        // It has neither title nor picture yet, and may never get the one or the other.
+        if (![...this._places.values()].some(place => place.client.pid === window.get_pid()))
+            return;
+        this._watched.set(window, [
+            window.connect('notify::title', () => this._dropEffects(window)),
+            window.connect('unmanaging', () => this._end(window)),
+        ]);
+    }
+
+    /** It neither grows into its place nor fades away: what is below is clicked the moment it has gone. */
+    _dropEffects(window) {
+        const actor = window.get_compositor_private();
+        if (actor && this._placeOf(window))
+            Main.wm.skipNextEffect(actor);
+    }
+
+    _show(window) {
+        const place = this._placeOf(window);
+        if (!place || !this._watched.has(window))
+            return;
+        place.window = window;
+        window.make_above();
+        window.stick();
+        window.move_frame(true, place.x, place.y);
+        window.activate(global.get_current_time());
+    }
+
+    _end(window) {
+        this._dropEffects(window);
+        const place = this._placeOf(window);
+        if (place && place.window === window)
+            place.window = null;
+        this._unwatch(window);
+    }
+
+    _unwatch(window) {
+        for (const signal of this._watched.get(window))
+            window.disconnect(signal);
+        this._watched.delete(window);
+    }
+
+    destroy() {
+        global.display.disconnect(this._created);
+        global.window_manager.disconnect(this._mapped);
+        for (const window of [...this._watched.keys()])
+            this._unwatch(window);
+        this._places.clear();
+    }
+}
+

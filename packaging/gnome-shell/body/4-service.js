@@ -1,0 +1,171 @@
+// ---- What is offered on the session bus.
+
+const NAME = 'com.brindlefox.jumplark.Shell';
+const PATH = '/com/brindlefox/jumplark/Shell';
+/** Counted up with each change that the other side would not understand. */
+const VERSION = 1;
+
+/** Methods by name: D-Bus types of what comes in and of what goes out. */
+const METHODS = {
+    Hello: ['', 'u'],
+    Windows: ['', 's'],
+    Activate: ['u', 'b'],
+    Request: ['us', 'b'],
+    Place: ['sii', ''],
+    WorkArea: ['iiii', 'iiii'],
+    Pointer: ['', 'dd'],
+    Move: ['dd', ''],
+    Button: ['ddub', ''],
+    Type: ['u', ''],
+    Bind: ['s', 'b'],
+    Unbind: ['s', ''],
+    IsTaken: ['s', 'b'],
+    InputSources: ['', 's'],
+    SelectInputSource: ['u', 'b'],
+};
+
+function interfaceDescription() {
+    const argument = direction => type => `<arg type="${type}" direction="${direction}"/>`;
+    const methods = Object.entries(METHODS).map(([name, [taken, given]]) =>
+        `<method name="${name}">${[...taken].map(argument('in')).join('')}${[...given].map(argument('out')).join('')}</method>`);
+    return `<node><interface name="${NAME}">${methods.join('')}
+        <signal name="Pressed"><arg type="s"/></signal>
+        <signal name="Focused"><arg type="i"/></signal>
+    </interface></node>`;
+}
+
+/** All of this extension; ends without a trace with destroy(). */
+class Service {
+    constructor(programs) {
+        this._devices = new Devices();
+        this._windows = new FrontWindows();
+        this._bindings = new Bindings((client, accelerator) => this._tell(client, 'Pressed', '(s)', [accelerator]));
+        this._clients = new Clients(programs, client => this._release(client));
+        this._focused = global.display.connect('notify::focus-window', () => this._tellOfFocus());
+        for (const name of Object.keys(METHODS))
+            this[`${name}Async`] = (parameters, invocation) => this._answer(name, parameters, invocation);
+        this._exported = Gio.DBusExportedObject.wrapJSObject(interfaceDescription(), this);
+        this._exported.export(Gio.DBus.session, PATH);
+        this._name = Gio.bus_own_name_on_connection(Gio.DBus.session, NAME, Gio.BusNameOwnerFlags.NONE, null, null);
+    }
+
+    async _answer(name, parameters, invocation) {
+        try {
+            const client = await this._clients.admit(invocation.get_sender());
+            const given = METHODS[name][1];
+            const answer = this[`_${name}`](client, ...parameters);
+            invocation.return_value(given ? new GLib.Variant(`(${given})`, given.length > 1 ? answer : [answer]) : null);
+        } catch (error) {
+            invocation.return_dbus_error(`${NAME}.Refused`, error.message);
+        }
+    }
+
+    _tell(client, signal, type, values) {
+        Gio.DBus.session.emit_signal(client.sender, PATH, NAME, signal, new GLib.Variant(type, values));
+    }
+
+    _tellOfFocus() {
+        const window = global.display.focus_window;
+        if (!window)
+            return;
+        for (const client of this._clients.admitted())
+            this._tell(client, 'Focused', '(i)', [window.get_pid()]);
+    }
+
+    _release(client) {
+        this._devices.release(client);
+        this._bindings.release(client);
+        this._windows.release(client);
+    }
+
+    _Hello() {
+        return VERSION;
+    }
+
+    /** Front to back, with the one that has the keyboard, 0 when none has. */
+    _Windows() {
+        const focused = global.display.focus_window;
+        const windows = global.get_window_actors().map(actor => describeWindow(actor.meta_window)).reverse();
+        return JSON.stringify({focused: focused ? focused.get_id() : 0, windows});
+    }
+
+    _Activate(client, id) {
+        const window = windowOf(id);
+        if (window)
+            activateWindow(window);
+        return window !== null;
+    }
+
+    _Request(client, id, wish) {
+        const window = windowOf(id);
+        if (!window || !Object.hasOwn(REQUESTS, wish))
+            return false;
+        REQUESTS[wish](window);
+        return true;
+    }
+
+    _Place(client, title, x, y) {
+        this._windows.place(client, title, x, y);
+    }
+
+    /** What panels leave free where the middle of a rectangle is. */
+    _WorkArea(client, x, y, width, height) {
+        const [middle, center] = [x + width / 2, y + height / 2];
+        const monitor = Main.layoutManager.monitors.findIndex(one => middle >= one.x && middle < one.x + one.width &&
+            center >= one.y && center < one.y + one.height);
+        return rectangle(Main.layoutManager.getWorkAreaForMonitor(Math.max(monitor, 0)));
+    }
+
+    _Pointer() {
+        const [x, y] = global.get_pointer();
+        return [x, y];
+    }
+
+    _Move(client, x, y) {
+        this._devices.move(x, y);
+    }
+
+    _Button(client, x, y, button, down) {
+        this._devices.move(x, y);
+        this._devices.button(client, button, down);
+    }
+
+    _Type(client, keysym) {
+        this._devices.type(keysym);
+    }
+
+    _Bind(client, accelerator) {
+        return this._bindings.bind(client, accelerator);
+    }
+
+    _Unbind(client, accelerator) {
+        this._bindings.unbind(client, accelerator);
+    }
+
+    _IsTaken(client, accelerator) {
+        return this._bindings.isTaken(client, accelerator);
+    }
+
+    _InputSources() {
+        const manager = Keyboard.getInputSourceManager();
+        const sources = Object.values(manager.inputSources).map(source => ({type: source.type, id: source.id}));
+        return JSON.stringify({sources, current: manager.currentSource ? manager.currentSource.index : -1});
+    }
+
+    _SelectInputSource(client, index) {
+        const source = Keyboard.getInputSourceManager().inputSources[index];
+        if (source)
+            source.activate(false);
+        return source !== undefined;
+    }
+
+    destroy() {
+        Gio.bus_unown_name(this._name);
+        this._exported.unexport();
+        global.display.disconnect(this._focused);
+        this._clients.destroy();
+        this._bindings.destroy();
+        this._windows.destroy();
+        this._devices.destroy();
+    }
+}
