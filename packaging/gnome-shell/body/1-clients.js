@@ -38,7 +38,7 @@ class Clients {
         this._known = new Map();
     }
 
-    /** Resolves with the client of a connection, {sender, pid}; rejects for another program's. */
+    /** Resolves with the client of a connection, {sender, pid, listens}; rejects for another program's. */
     admit(sender) {
         if (!this._known.has(sender)) {
             const watch = Gio.bus_watch_name_on_connection(Gio.DBus.session, sender, Gio.BusNameWatcherFlags.NONE, null,
@@ -56,7 +56,7 @@ class Clients {
         const entry = this._known.get(sender);
         if (!entry)
             throw new Error('The connection has ended');
-        entry.client = {sender, pid};
+        entry.client = {sender, pid, listens: false};
         return entry.client;
     }
 

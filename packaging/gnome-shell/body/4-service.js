@@ -7,7 +7,8 @@ const VERSION = 1;
 
 /** Methods by name: D-Bus types of what comes in and of what goes out. */
 const METHODS = {
-    Hello: ['', 'u'],
+    Hello: ['', 'us'],
+    Listen: ['', ''],
     Windows: ['', 's'],
     Activate: ['u', 'b'],
     Request: ['us', 'b'],
@@ -37,9 +38,10 @@ function interfaceDescription() {
 /** All of this extension; ends without a trace with destroy(). */
 class Service {
     constructor(programs) {
+        this._settings = new Gio.Settings({schema_id: 'org.gnome.desktop.wm.preferences'});
         this._devices = new Devices();
         this._windows = new FrontWindows();
-        this._bindings = new Bindings((client, accelerator) => this._tell(client, 'Pressed', '(s)', [accelerator]));
+        this._bindings = new Bindings((client, accelerator) => this._tell('Pressed', '(s)', [accelerator], client.pid));
         this._clients = new Clients(programs, client => this._release(client));
         this._focused = global.display.connect('notify::focus-window', () => this._tellOfFocus());
         for (const name of Object.keys(METHODS))
@@ -60,16 +62,18 @@ class Service {
         }
     }
 
-    _tell(client, signal, type, values) {
-        Gio.DBus.session.emit_signal(client.sender, PATH, NAME, signal, new GLib.Variant(type, values));
+    /** Everybody who listens, or those of one process. */
+    _tell(signal, type, values, pid = 0) {
+        for (const client of this._clients.admitted()) {
+            if (client.listens && (pid === 0 || client.pid === pid))
+                Gio.DBus.session.emit_signal(client.sender, PATH, NAME, signal, new GLib.Variant(type, values));
+        }
     }
 
     _tellOfFocus() {
         const window = global.display.focus_window;
-        if (!window)
-            return;
-        for (const client of this._clients.admitted())
-            this._tell(client, 'Focused', '(i)', [window.get_pid()]);
+        if (window)
+            this._tell('Focused', '(i)', [window.get_pid()]);
     }
 
     _release(client) {
@@ -79,14 +83,21 @@ class Service {
     }
 
     _Hello() {
-        return VERSION;
+        return [VERSION, SHELL_VERSION];
+    }
+
+    /** From now on this connection is told of presses of what its process has bound, and of the focus. */
+    _Listen(client) {
+        client.listens = true;
     }
 
     /** Front to back, with the one that has the keyboard, 0 when none has. */
     _Windows() {
         const focused = global.display.focus_window;
         const windows = global.get_window_actors().map(actor => describeWindow(actor.meta_window)).reverse();
-        return JSON.stringify({focused: focused ? focused.get_id() : 0, windows});
+        // Which buttons a title bar has that the shell draws, and on which side.
+        const buttons = this._settings.get_string('button-layout');
+        return JSON.stringify({focused: focused ? focused.get_id() : 0, buttons, windows});
     }
 
     _Activate(client, id) {
@@ -148,7 +159,8 @@ class Service {
 
     _InputSources() {
         const manager = Keyboard.getInputSourceManager();
-        const sources = Object.values(manager.inputSources).map(source => ({type: source.type, id: source.id}));
+        const sources = Object.values(manager.inputSources).map(
+            source => ({type: source.type, id: source.id, place: source.index}));
         return JSON.stringify({sources, current: manager.currentSource ? manager.currentSource.index : -1});
     }
 

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,14 @@ class Compositor {
     static_cast<void>(connection);
     return nullptr;
   }
+  /// Where the pointer is, a point of the layout; none where that is not told.
+  virtual std::optional<Point> pointer() { return std::nullopt; }
+  /// Has a window of this process, of that title, lie at a place of the layout, above all others and with the keyboard
+  /// from its first picture on. To be called before it is made, and for each further place; waits half a second at
+  /// most.
+  using WindowPlacer = std::function<void(const std::string& title, Point topLeft)>;
+  /// Empty where the layer shell does that.
+  virtual WindowPlacer windowPlacer() { return {}; }
   /// What it offers in ways of its own, or needs besides. Each stands in place of the general check of that name, if
   /// there is one.
   virtual std::vector<DesktopCheck> checks(const WaylandConnection& connection) {

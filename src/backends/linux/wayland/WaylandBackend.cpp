@@ -37,7 +37,9 @@ WaylandBackend::WaylandBackend(std::shared_ptr<WaylandConnection> connection, st
       screens_(connection_, mainQueue, [this](const WaylandOutput& output) { return compositor_->workAreaOf(output); }),
       workspace_(compositor_->windows(), entries_, &screens_),
       input_(connection_, *compositor_, screens_),
-      shortcuts_(*compositor_, mainQueue) {}
+      shortcuts_(*compositor_, mainQueue) {
+  screens_.setPointerSource([this] { return compositor_->pointer(); });
+}
 
 WaylandBackend::~WaylandBackend() = default;
 

@@ -42,7 +42,9 @@ class WaylandBackend final : public DesktopBackend {
   // For the windows of this program.
 
   /// The compositor has what the query window and the overlay are made with.
-  bool canShowWindows() const { return connection_->globals().hasLayerShell; }
+  bool canShowWindows() const { return connection_->globals().hasLayerShell || windowPlacer(); }
+  /// How they get to their places where there is no layer shell; empty where there is.
+  Compositor::WindowPlacer windowPlacer() const { return compositor_->windowPlacer(); }
   /// Gives one of this program's ordinary windows the keyboard.
   void activateOwnWindow(const std::string& title);
   /// A window of this program of that title never counts as the one that the user works in.

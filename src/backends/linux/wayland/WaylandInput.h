@@ -24,7 +24,7 @@ class WaylandInput final : public DesktopInput {
   /// Which menus are open no compositor tells, and Escape would close anything else: leaves them open.
   void closeMenus() override {}
   void clickSecondary(Point place) override;
-  std::optional<Point> pointer() const override { return screens_.notedPointer(); }
+  std::optional<Point> pointer() const override { return screens_.knownPointer(); }
 
   WaylandTaps& taps() { return *taps_; }
   /// The modifiers that the user held when this program's window had the keyboard last; see modifier_flag. They are

@@ -49,8 +49,8 @@ std::vector<Rect> WaylandScreens::workAreas() {
 }
 
 Point WaylandScreens::pointerLocation() {
-  const auto noted = notedPointer();
-  return noted ? Point{noted->x, primaryFrame().maxY() - noted->y - 1} : kNowhere;
+  const auto known = knownPointer();
+  return known ? Point{known->x, primaryFrame().maxY() - known->y - 1} : kNowhere;
 }
 
 void WaylandScreens::notePointer(Point topLeft) {
@@ -58,7 +58,10 @@ void WaylandScreens::notePointer(Point topLeft) {
   pointer_ = topLeft;
 }
 
-std::optional<Point> WaylandScreens::notedPointer() const {
+std::optional<Point> WaylandScreens::knownPointer() const {
+  if (const auto told = pointerSource_ ? pointerSource_() : std::nullopt) {
+    return told;
+  }
   const std::lock_guard lock(mutex_);
   return pointer_;
 }

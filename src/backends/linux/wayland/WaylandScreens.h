@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "backends/linux/system/PostedSlots.h"
@@ -25,17 +26,21 @@ class WaylandScreens final : public Screens {
 
   std::vector<Rect> frames() override;
   std::vector<Rect> workAreas() override;
-  /// Where the pointer was put last, since no compositor tells where it is; far from every screen before that.
+  /// Where the compositor says that the pointer is, else where it was put last; far from every screen before that.
   Point pointerLocation() override;
   Token onFramesChanged(std::function<void()> callback) override { return slots_.add(std::move(callback)); }
 
   /// The pointer has been put there, top-left origin.
   void notePointer(Point topLeft);
-  std::optional<Point> notedPointer() const;
+  /// The same with a top-left origin; none when it cannot be known.
+  std::optional<Point> knownPointer() const;
+  /// For a compositor that tells where the pointer is. Before anything is asked of this.
+  void setPointerSource(std::function<std::optional<Point>()> source) { pointerSource_ = std::move(source); }
 
  private:
   std::shared_ptr<WaylandConnection> connection_;
   WorkAreaOf workAreaOf_;
+  std::function<std::optional<Point>()> pointerSource_;
   PostedSlots<> slots_;
   mutable std::mutex mutex_;  ///< leaf
   std::optional<Point> pointer_;

@@ -1,0 +1,136 @@
+#include "backends/linux/wayland/gnome/ShellCompositor.h"
+
+#include <unistd.h>
+
+#include <cmath>
+#include <utility>
+
+#include "backends/linux/wayland/gnome/ShellDevices.h"
+#include "platform/Texts.h"
+
+namespace jumplark::gnome {
+namespace {
+
+int whole(double value) {
+  return static_cast<int>(std::lround(value));
+}
+
+}  // namespace
+
+std::unique_ptr<ShellCompositor> ShellCompositor::open() {
+  auto bus = std::make_shared<Bus>();
+  uint32_t version = 0;
+  std::string shell;
+  const Answer answer = bus->call("Hello", {}, [&](sd_bus_message* reply) {
+    const char* told = nullptr;
+    const int r = sd_bus_message_read(reply, "us", &version, &told);
+    shell = r > 0 ? told : "";
+    return r;
+  });
+  if (answer != Answer::given || version != kVersion) {
+    return nullptr;
+  }
+  return std::unique_ptr<ShellCompositor>(new ShellCompositor(std::move(bus), "GNOME Shell " + shell));
+}
+
+ShellCompositor::ShellCompositor(std::shared_ptr<Bus> bus, std::string name)
+    : bus_(std::move(bus)), name_(std::move(name)), windows_(bus_), inputSources_(bus_), bindings_(bus_) {}
+
+ShellCompositor::~ShellCompositor() = default;
+
+Rect ShellCompositor::workAreaOf(const WaylandOutput& output) {
+  const Rect& frame = output.frame;
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+  const Answer answer = bus_->call(
+      "WorkArea",
+      [&](sd_bus_message* question) {
+        return sd_bus_message_append(question, "iiii", whole(frame.x), whole(frame.y), whole(frame.width),
+                                     whole(frame.height));
+      },
+      [&](sd_bus_message* reply) { return sd_bus_message_read(reply, "iiii", &x, &y, &width, &height); });
+  return answer == Answer::given ? Rect{static_cast<double>(x), static_cast<double>(y), static_cast<double>(width),
+                                        static_cast<double>(height)}
+                                 : frame;
+}
+
+void ShellCompositor::listen() {
+  const std::lock_guard lock(mutex_);
+  if (!events_) {
+    events_ = std::make_unique<Events>(
+        Events::Handlers{[this](const std::string& combination) { bindings_.pressed(combination); },
+                         [this](int32_t pid) { focusChanged(pid); }, [this] { bindings_.bindAnew(); }});
+  }
+}
+
+Compositor::Binding ShellCompositor::bind(uint32_t key, uint64_t modifiers, std::function<void()> pressed) {
+  listen();
+  return bindings_.bind(key, modifiers, std::move(pressed));
+}
+
+void ShellCompositor::focusChanged(int32_t pid) {
+  if (pid <= 0 || pid == getpid()) {
+    return;
+  }
+  std::vector<std::shared_ptr<std::function<void(int32_t)>>> callbacks;
+  {
+    const std::lock_guard lock(mutex_);
+    if (std::exchange(activePid_, pid) == pid) {
+      return;
+    }
+    callbacks = callbacks_;
+  }
+  for (const auto& callback : callbacks) {
+    (*callback)(pid);
+  }
+}
+
+Token ShellCompositor::onActiveApplicationChanged(std::function<void(int32_t pid)> callback) {
+  listen();
+  const auto entry = std::make_shared<std::function<void(int32_t)>>(std::move(callback));
+  const std::lock_guard lock(mutex_);
+  callbacks_.push_back(entry);
+  return Token([this, entry] {
+    const std::lock_guard guard(mutex_);
+    std::erase(callbacks_, entry);
+  });
+}
+
+std::unique_ptr<SeatPointer> ShellCompositor::makePointer(const std::shared_ptr<WaylandConnection>& /*connection*/) {
+  return std::make_unique<Pointer>(bus_);
+}
+
+std::unique_ptr<SeatKeyboard> ShellCompositor::makeKeyboard(const std::shared_ptr<WaylandConnection>& /*connection*/) {
+  return std::make_unique<Keyboard>(bus_);
+}
+
+std::optional<Point> ShellCompositor::pointer() {
+  Point place;
+  const bool told = bus_->does(
+      "Pointer", {}, [&](sd_bus_message* reply) { return sd_bus_message_read(reply, "dd", &place.x, &place.y); });
+  return told ? std::optional(place) : std::nullopt;
+}
+
+Compositor::WindowPlacer ShellCompositor::windowPlacer() {
+  return [bus = bus_](const std::string& title, Point topLeft) {
+    bus->call("Place", [&](sd_bus_message* question) {
+      return sd_bus_message_append(question, "sii", title.c_str(), whole(topLeft.x), whole(topLeft.y));
+    });
+  };
+}
+
+std::vector<DesktopCheck> ShellCompositor::checks(const WaylandConnection& /*connection*/) {
+  return {{localized("windows of our own"),
+           DesktopCheck::ok,
+           localized("The query and the boxes can lie over everything."),
+           {}},
+          {localized("pointer"), DesktopCheck::ok, localized("The compositor takes clicks of ours."), {}},
+          {localized("keyboard"),
+           DesktopCheck::ok,
+           localized("The compositor takes keys of ours, but modifiers that are held count for clicks."),
+           {}}};
+}
+
+}  // namespace jumplark::gnome

@@ -1,0 +1,41 @@
+#include "backends/linux/wayland/gnome/ShellDevices.h"
+
+#include "backends/linux/windows/KeyNames.h"
+
+namespace jumplark::gnome {
+namespace {
+
+// As Clutter counts them.
+constexpr uint32_t kLeft = 1;
+constexpr uint32_t kRight = 3;
+
+}  // namespace
+
+void Pointer::press(Point place, uint32_t button, bool down) {
+  bus_->call("Button", [=](sd_bus_message* question) {
+    return sd_bus_message_append(question, "ddub", place.x, place.y, button, down ? 1 : 0);
+  });
+}
+
+void Pointer::post(const MouseEvent& event) {
+  if (event.type == event_type::leftMouseDown || event.type == event_type::leftMouseUp) {
+    press(event.position, kLeft, event.type == event_type::leftMouseDown);
+    return;
+  }
+  bus_->call("Move", [place = event.position](sd_bus_message* question) {
+    return sd_bus_message_append(question, "dd", place.x, place.y);
+  });
+}
+
+void Pointer::clickSecondary(Point place) {
+  press(place, kRight, true);
+  press(place, kRight, false);
+}
+
+void Keyboard::typeKey(int64_t keyCode) {
+  if (const uint32_t symbol = symbolOf(keyCode); symbol != 0) {
+    bus_->call("Type", [=](sd_bus_message* question) { return sd_bus_message_append(question, "u", symbol); });
+  }
+}
+
+}  // namespace jumplark::gnome

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "backends/linux/wayland/SeatDevices.h"
+#include "backends/linux/wayland/gnome/ShellBus.h"
+
+namespace jumplark::gnome {
+
+/// The extension's own pointer. What is down when this process ends the extension releases.
+class Pointer final : public SeatPointer {
+ public:
+  explicit Pointer(std::shared_ptr<Bus> bus) : bus_(std::move(bus)) {}
+  void post(const MouseEvent& event) override;
+  void clickSecondary(Point place) override;
+
+ private:
+  void press(Point place, uint32_t button, bool down);
+
+  std::shared_ptr<Bus> bus_;
+};
+
+/// The extension's own keyboard.
+class Keyboard final : public SeatKeyboard {
+ public:
+  explicit Keyboard(std::shared_ptr<Bus> bus) : bus_(std::move(bus)) {}
+  void typeKey(int64_t keyCode) override;
+  /// Nothing: the shell lets no device take back what another one holds, so held modifiers count for clicks.
+  void releaseModifiers() override {}
+
+ private:
+  std::shared_ptr<Bus> bus_;
+};
+
+}  // namespace jumplark::gnome

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "backends/linux/wayland/gnome/ShellBus.h"
+#include "backends/linux/windows/WindowSystem.h"
+
+namespace jumplark::gnome {
+
+/// The shell's windows, as the extension tells them.
+struct WindowList {
+  struct Window {
+    WindowFacts facts;
+    bool maximised = false;
+    std::vector<WindowWish> wishes;  ///< that the shell takes of it
+  };
+  std::vector<Window> windows;  ///< front to back, pop-ups included, those that do not show last
+  WindowId focused;             ///< the window that has the keyboard; empty when none
+  std::string buttons;          ///< which a title bar has that the shell draws: "menu:minimize,close"
+};
+
+/// Windows of no process, of no size or far too many of them are left out; what is no list gives an empty one.
+WindowList readWindows(std::string_view json);
+
+/// Windows as GNOME Shell tells them, those of X11 programs too; asked anew at each call, which takes about half a
+/// millisecond.
+class Windows final : public WindowSystem {
+ public:
+  explicit Windows(std::shared_ptr<Bus> bus) : bus_(std::move(bus)) {}
+
+  std::vector<WindowFacts> windowsFrontToBack() override;
+  std::vector<WindowFacts> popupsFrontToBack() override;
+  std::optional<WindowFacts> window(WindowId id) override;
+  WindowId activeWindow() override;
+  std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
+  bool isOwn(const WindowFacts& facts) const override;
+  bool requestActive(WindowId id, bool force) override;
+  std::vector<WindowButton> buttonsOf(const WindowFacts& window) override;
+  bool request(WindowId id, WindowWish wish) override;
+
+  /// See Compositor::passOver.
+  void passOver(const std::string& title);
+
+ private:
+  WindowList ask();
+  std::vector<WindowFacts> factsOf(bool popups);
+
+  std::shared_ptr<Bus> bus_;
+  std::mutex mutex_;  ///< leaf
+  std::set<std::string> passedOver_;
+};
+
+}  // namespace jumplark::gnome
