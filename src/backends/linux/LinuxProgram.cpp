@@ -115,12 +115,17 @@ struct LinuxProgram::Parts {
   }
 
   std::unique_ptr<NativeWindows> layerWindows(WaylandBackend& wayland) {
-    auto windows = LayerWindows::make({[&wayland](const std::string& title) { wayland.activateOwnWindow(title); },
-                                       {},
-                                       [&wayland] { wayland.closeMenu(); },
-                                       [&wayland](const std::string& title) { wayland.passOver(title); }});
+    LayerCallbacks callbacks;
+    callbacks.activateWindow = [&wayland](const std::string& title) { wayland.activateOwnWindow(title); };
+    callbacks.passOver = [&wayland](const std::string& title) { wayland.passOver(title); };
+    callbacks.placeWindow = wayland.windowPlacer();
+    if (!callbacks.placeWindow) {
+      // A window that is placed takes the keyboard from menus, too, and they close.
+      callbacks.keyboardRefused = [&wayland] { wayland.closeMenu(); };
+    }
+    auto windows = LayerWindows::make(std::move(callbacks));
     if (!windows) {
-      throw std::runtime_error("The compositor has taken its layer shell away");
+      throw std::runtime_error("The compositor has taken away what the query shows with");
     }
     keys = std::make_unique<KeyFeed>(windows->keyboard(), wayland.input());
     return windows;

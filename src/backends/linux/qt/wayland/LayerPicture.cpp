@@ -21,8 +21,10 @@ double ratioAt(const wayland::SurfaceGlobals& globals, QPoint place) {
 
 }  // namespace
 
-LayerPicture::LayerPicture(const wayland::SurfaceGlobals& globals, wl_display* display, const QRect& geometry)
+LayerPicture::LayerPicture(const wayland::SurfaceGlobals& globals, wayland::FrontSurfaces& fronts, wl_display* display,
+                           const QRect& geometry)
     : globals_(globals),
+      fronts_(fronts),
       display_(display),
       geometry_(geometry.topLeft(), geometry.size().expandedTo(QSize(1, 1))),
       ratio_(ratioAt(globals, geometry_.center())),
@@ -55,10 +57,11 @@ void LayerPicture::show(int /*level*/) {
   }
   const Rect place{static_cast<double>(geometry_.x()), static_cast<double>(geometry_.y()),
                    static_cast<double>(geometry_.width()), static_cast<double>(geometry_.height())};
-  layer_ = std::make_unique<wayland::LayerSurface>(
-      globals_, *output, surface_.get(), wayland::LayerSurface::Options{.place = place},
-      wayland::LayerSurface::Events{[this] { QtMainLoop::guarded([this] { present(); }); }, [this] { drop(); }});
+  layer_ = fronts_.make(
+      *output, surface_.get(), {.place = place, .card = {}},
+      wayland::FrontSurface::Events{[this] { QtMainLoop::guarded([this] { present(); }); }, [this] { drop(); }});
   wl_display_flush(display_);
+  present();
 }
 
 void LayerPicture::drop() {

@@ -4,7 +4,8 @@
 
 #include "backends/linux/qt/ClickThroughWindow.h"
 #include "backends/linux/qt/wayland/SurfacePicture.h"
-#include "backends/linux/wayland/surfaces/LayerSurface.h"
+#include "backends/linux/wayland/surfaces/FrontSurface.h"
+#include "backends/linux/wayland/surfaces/SurfaceGlobals.h"
 
 namespace jumplark {
 
@@ -12,8 +13,9 @@ namespace jumplark {
 /// own pixels, so that it is sharp at every scale.
 class LayerPicture final : public ClickThroughWindow {
  public:
-  /// Globals must outlive it.
-  LayerPicture(const wayland::SurfaceGlobals& globals, wl_display* display, const QRect& geometry);
+  /// Globals and fronts must outlive it.
+  LayerPicture(const wayland::SurfaceGlobals& globals, wayland::FrontSurfaces& fronts, wl_display* display,
+               const QRect& geometry);
   ~LayerPicture() override;
 
   QRect geometry() const override { return geometry_; }
@@ -37,6 +39,7 @@ class LayerPicture final : public ClickThroughWindow {
   void drop();
 
   const wayland::SurfaceGlobals& globals_;
+  wayland::FrontSurfaces& fronts_;
   wl_display* display_;
   QRect geometry_;
   double ratio_;
@@ -45,7 +48,7 @@ class LayerPicture final : public ClickThroughWindow {
   bool waiting_ = false;  ///< for a buffer, to show what has changed
   wayland::Owned<wl_surface> surface_;
   wayland::Owned<wp_viewport> viewport_;
-  std::unique_ptr<wayland::LayerSurface> layer_;
+  std::unique_ptr<wayland::FrontSurface> layer_;
 };
 
 }  // namespace jumplark

@@ -49,10 +49,12 @@ wl_surface* surfaceOf(QWindow& window) {
 
 }  // namespace
 
-LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::BoundedQueue& queue,
-                               wayland::KeyboardWatch& keyboard, const std::function<void()>& keyboardArrived,
+LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::FrontSurfaces& fronts,
+                               wayland::BoundedQueue& queue, wayland::KeyboardWatch& keyboard,
+                               const std::function<void()>& keyboardArrived,
                                const std::function<void()>& keyboardRefused, QWidget& widget, Events events)
     : globals_(globals),
+      fronts_(fronts),
       queue_(queue),
       keyboardArrived_(keyboardArrived),
       keyboardRefused_(keyboardRefused),
@@ -63,6 +65,9 @@ LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::
   QObject::connect(&overdue_, &QTimer::timeout, &overdue_, [this] { askForKeyboard(); });
   // A machine that is slow to paint must not count as a menu that keeps the keyboard.
   painted_ = std::make_unique<PaintWatch>(widget_, [this] {
+    if (layer_) {
+      layer_->pictureComes();
+    }
     if (layer_ && isFirstPicture_) {
       isFirstPicture_ = false;
       overdue_.start();
@@ -106,6 +111,11 @@ Rect LayerQueryHost::wantedPlace() const {
           static_cast<double>(widget_.height())};
 }
 
+Rect LayerQueryHost::card() const {
+  return {static_cast<double>(card_.x()), static_cast<double>(card_.y()), static_cast<double>(card_.width()),
+          static_cast<double>(card_.height())};
+}
+
 const wayland::OutputWatch* LayerQueryHost::wantedOutput() const {
   return globals_.outputAt({static_cast<double>(place_.x()), static_cast<double>(place_.y())});
 }
@@ -146,7 +156,7 @@ void LayerQueryHost::replace() {
     appear();
     return;
   }
-  layer_->moveTo(wantedPlace());
+  layer_->moveTo(wantedPlace(), card());
   wl_surface_commit(surface_);
 }
 
@@ -171,10 +181,9 @@ void LayerQueryHost::appear() {
   if (surface_ && output) {
     limitInput();
     output_ = output->facts().global;
-    layer_ = std::make_unique<wayland::LayerSurface>(
-        globals_, *output, surface_,
-        wayland::LayerSurface::Options{.place = wantedPlace(), .takesKeyboard = true, .queue = &queue_},
-        wayland::LayerSurface::Events{[] {}, [this] { lose(); }});
+    layer_ = fronts_.make(*output, surface_,
+                          {.place = wantedPlace(), .card = card(), .takesKeyboard = true, .queue = &queue_},
+                          wayland::FrontSurface::Events{[] {}, [this] { lose(); }});
   }
   if (layer_ && layer_->awaitConfigured(kPatience)) {
     widget_.show();

@@ -8,7 +8,8 @@
 #include <memory>
 
 #include "backends/linux/qt/QueryWindowHost.h"
-#include "backends/linux/wayland/surfaces/LayerSurface.h"
+#include "backends/linux/wayland/surfaces/FrontSurface.h"
+#include "backends/linux/wayland/surfaces/SurfaceGlobals.h"
 #include "platform/Token.h"
 
 class QWidget;
@@ -24,9 +25,9 @@ class KeyboardWatch;
 class LayerQueryHost final : public QueryWindowHost {
  public:
   /// All but the events must outlive it.
-  LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::BoundedQueue& queue, wayland::KeyboardWatch& keyboard,
-                 const std::function<void()>& keyboardArrived, const std::function<void()>& keyboardRefused,
-                 QWidget& widget, Events events);
+  LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::FrontSurfaces& fronts, wayland::BoundedQueue& queue,
+                 wayland::KeyboardWatch& keyboard, const std::function<void()>& keyboardArrived,
+                 const std::function<void()>& keyboardRefused, QWidget& widget, Events events);
   ~LayerQueryHost() override;
 
   void setCard(const QRect& card) override;
@@ -37,6 +38,7 @@ class LayerQueryHost final : public QueryWindowHost {
 
  private:
   Rect wantedPlace() const;
+  Rect card() const;
   const wayland::OutputWatch* wantedOutput() const;
   void appear();
   void disappear();
@@ -47,6 +49,7 @@ class LayerQueryHost final : public QueryWindowHost {
   void keyboardOverdue();
 
   const wayland::SurfaceGlobals& globals_;
+  wayland::FrontSurfaces& fronts_;
   wayland::BoundedQueue& queue_;
   const std::function<void()>& keyboardArrived_;
   const std::function<void()>& keyboardRefused_;
@@ -56,7 +59,7 @@ class LayerQueryHost final : public QueryWindowHost {
   QPoint place_;                   ///< of the card
   wl_surface* surface_ = nullptr;  ///< Qt's, while shown
   uint32_t output_ = 0;            ///< on which it shows
-  std::unique_ptr<wayland::LayerSurface> layer_;
+  std::unique_ptr<wayland::FrontSurface> layer_;
   bool focused_ = false;
   int refusals_ = 0;             ///< at this showing
   bool isFirstPicture_ = false;  ///< the next one is

@@ -15,6 +15,8 @@
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/wayland/LayerPicture.h"
 #include "backends/linux/qt/wayland/LayerQueryHost.h"
+#include "backends/linux/wayland/surfaces/LayerSurface.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 namespace {
@@ -52,7 +54,7 @@ std::unique_ptr<LayerWindows> LayerWindows::make(LayerCallbacks callbacks) {
     throw std::logic_error("The windows need Qt's wayland platform");
   }
   std::unique_ptr<LayerWindows> windows(new LayerWindows(display, std::move(callbacks)));
-  return windows->globals_.isComplete() ? std::move(windows) : nullptr;
+  return windows->fronts_ ? std::move(windows) : nullptr;
 }
 
 LayerWindows::LayerWindows(wl_display* display, LayerCallbacks callbacks)
@@ -61,7 +63,15 @@ LayerWindows::LayerWindows(wl_display* display, LayerCallbacks callbacks)
       queue_(display),
       keyboard_(display),
       globals_(display, [this] { outputsChanged(); }),
-      keys_(std::make_unique<WatchedKeys>(keyboard_)) {}
+      keys_(std::make_unique<WatchedKeys>(keyboard_)) {
+  if (globals_.isComplete() && globals_.layerShell() != nullptr) {
+    fronts_ = std::make_unique<wayland::LayerSurfaces>(globals_);
+  } else if (globals_.isComplete() && callbacks_.placeWindow && wayland::PlacedSurfaces::isPossible(globals_)) {
+    const std::string title = localized("Jumplark's query");
+    callbacks_.passOver(title);
+    fronts_ = std::make_unique<wayland::PlacedSurfaces>(globals_, title, callbacks_.placeWindow);
+  }
+}
 
 LayerWindows::~LayerWindows() = default;
 
@@ -89,12 +99,12 @@ double LayerWindows::pictureRatioAt(QPoint native) const {
 }
 
 std::unique_ptr<ClickThroughWindow> LayerWindows::makeClickThroughWindow(const QRect& geometry, bool /*translucent*/) {
-  return std::make_unique<LayerPicture>(globals_, queue_.display(), geometry);
+  return std::make_unique<LayerPicture>(globals_, *fronts_, queue_.display(), geometry);
 }
 
 std::unique_ptr<QueryWindowHost> LayerWindows::makeQueryWindowHost(QWidget& widget, const ScreenGeometry& /*geometry*/,
                                                                    QueryWindowHost::Events events) {
-  return std::make_unique<LayerQueryHost>(globals_, queue_, keyboard_, callbacks_.keyboardArrived,
+  return std::make_unique<LayerQueryHost>(globals_, *fronts_, queue_, keyboard_, callbacks_.keyboardArrived,
                                           callbacks_.keyboardRefused, widget, std::move(events));
 }
 

@@ -8,6 +8,7 @@
 #include "backends/linux/qt/NativeWindows.h"
 #include "backends/linux/wayland/surfaces/BoundedQueue.h"
 #include "backends/linux/wayland/surfaces/KeyboardWatch.h"
+#include "backends/linux/wayland/surfaces/PlacedSurfaces.h"
 #include "backends/linux/wayland/surfaces/SurfaceGlobals.h"
 
 namespace jumplark {
@@ -21,6 +22,8 @@ struct LayerCallbacks {
   /// An open menu keeps the keyboard from the query window: closes it, or its innermost level. May be called some times
   /// one after the other, and not within a call.
   std::function<void()> keyboardRefused;
+  /// Has the compositor place a window of this program in front of all others; empty where its layer shell does that.
+  wayland::PlacedSurfaces::Placer placeWindow;
   /// A message was made, which never counts as the window that the user works in.
   std::function<void(const std::string& title)> passOver;
 };
@@ -29,11 +32,12 @@ struct LayerCallbacks {
 /// before there is a QApplication.
 bool qtShowsWindowsOnWayland();
 
-/// Windows on Wayland, with Qt's wayland platform: query window and overlay are surfaces of the layer shell, the others
-/// ordinary windows. Native units are logical pixels of the compositor's layout.
+/// Windows on Wayland, with Qt's wayland platform: query window and overlay are surfaces of the layer shell, or those
+/// that the compositor places by itself, the others ordinary windows. Native units are logical pixels of the
+/// compositor's layout.
 class LayerWindows final : public NativeWindows {
  public:
-  /// Null where the compositor has no layer shell.
+  /// Null where the compositor offers neither.
   static std::unique_ptr<LayerWindows> make(LayerCallbacks callbacks);
   ~LayerWindows() override;
 
@@ -68,6 +72,7 @@ class LayerWindows final : public NativeWindows {
   wayland::BoundedQueue queue_;
   wayland::KeyboardWatch keyboard_;
   wayland::SurfaceGlobals globals_;
+  std::unique_ptr<wayland::FrontSurfaces> fronts_;
   std::unique_ptr<KeyMeanings> keys_;
 };
 

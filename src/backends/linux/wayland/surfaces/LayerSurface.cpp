@@ -58,13 +58,13 @@ LayerSurface::LayerSurface(const SurfaceGlobals& globals, const OutputWatch& out
   zwlr_layer_surface_v1_set_keyboard_interactivity(
       layer_.get(), options.takesKeyboard ? ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE
                                           : ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_NONE);
-  moveTo(options.place);
+  moveTo(options.place, options.card);
   wl_surface_commit(surface);
 }
 
 LayerSurface::~LayerSurface() = default;
 
-void LayerSurface::moveTo(const Rect& place) {
+void LayerSurface::moveTo(const Rect& place, const Rect& /*card*/) {
   zwlr_layer_surface_v1_set_size(layer_.get(), static_cast<uint32_t>(place.width), static_cast<uint32_t>(place.height));
   zwlr_layer_surface_v1_set_margin(layer_.get(), static_cast<int32_t>(std::lround(place.y - corner_.y)), 0, 0,
                                    static_cast<int32_t>(std::lround(place.x - corner_.x)));

@@ -1,45 +1,23 @@
 #pragma once
 
-#include <functional>
+#include <memory>
 
+#include "backends/linux/wayland/surfaces/FrontSurface.h"
 #include "backends/linux/wayland/surfaces/Owned.h"
 #include "backends/linux/wayland/surfaces/SurfaceGlobals.h"
-#include "platform/Geometry.h"
-#include "platform/Queues.h"
 
 namespace jumplark::wayland {
 
-class BoundedQueue;
-
-/// Makes a surface one in front of all windows, full-screen ones as well, at a place of the layout. As soon as it is
-/// configured the surface may get a picture, and shows. Main thread only.
-class LayerSurface {
+/// A surface of the layer shell, in front of full-screen windows as well.
+class LayerSurface final : public FrontSurface {
  public:
-  struct Events {
-    /// The first time only. Not called while awaitConfigured waits.
-    std::function<void()> configured;
-    /// The compositor has taken it away, for example with its output; it shows no more and is to be destroyed, within
-    /// the call or later.
-    std::function<void()> closed;
-  };
-  struct Options {
-    Rect place;  ///< logical pixels of the layout, top-left origin
-    bool takesKeyboard = false;
-    BoundedQueue* queue = nullptr;  ///< for awaitConfigured; outlives it
-  };
-
-  /// Commits the surface, which has no picture yet. Globals, surface and the output's proxy must outlive it.
   LayerSurface(const SurfaceGlobals& globals, const OutputWatch& output, wl_surface* surface, const Options& options,
                Events events);
-  ~LayerSurface();
-  LayerSurface(const LayerSurface&) = delete;
-  LayerSurface& operator=(const LayerSurface&) = delete;
+  ~LayerSurface() override;
 
-  /// Takes effect with the surface's next commit.
-  void moveTo(const Rect& place);
-  bool isConfigured() const { return configured_; }
-  /// False when the compositor does not answer in time or takes the surface away. To be called at once, or not at all.
-  bool awaitConfigured(Duration limit);
+  void moveTo(const Rect& place, const Rect& card) override;
+  bool isConfigured() const override { return configured_; }
+  bool awaitConfigured(Duration limit) override;
 
  private:
   Point corner_;  ///< of the output
@@ -49,6 +27,20 @@ class LayerSurface {
   bool configured_ = false;
   bool closed_ = false;
   bool waiting_ = false;
+};
+
+/// Of a compositor that has the layer shell.
+class LayerSurfaces final : public FrontSurfaces {
+ public:
+  /// Globals must outlive it.
+  explicit LayerSurfaces(const SurfaceGlobals& globals) : globals_(globals) {}
+  std::unique_ptr<FrontSurface> make(const OutputWatch& output, wl_surface* surface,
+                                     const FrontSurface::Options& options, FrontSurface::Events events) override {
+    return std::make_unique<LayerSurface>(globals_, output, surface, options, std::move(events));
+  }
+
+ private:
+  const SurfaceGlobals& globals_;
 };
 
 }  // namespace jumplark::wayland

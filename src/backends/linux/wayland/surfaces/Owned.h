@@ -7,6 +7,7 @@
 #include <viewporter-client-protocol.h>
 #include <wlr-layer-shell-unstable-v1-client-protocol.h>
 #include <xdg-output-unstable-v1-client-protocol.h>
+#include <xdg-shell-client-protocol.h>
 
 namespace jumplark::wayland {
 
@@ -40,6 +41,11 @@ struct ProxyDeleter {
         ? zwlr_layer_shell_v1_destroy(proxy)
         : wl_proxy_destroy(reinterpret_cast<wl_proxy*>(proxy));
   }
+  void operator()(wl_subcompositor* proxy) const { wl_subcompositor_destroy(proxy); }
+  void operator()(wl_subsurface* proxy) const { wl_subsurface_destroy(proxy); }
+  void operator()(xdg_wm_base* proxy) const { xdg_wm_base_destroy(proxy); }
+  void operator()(xdg_surface* proxy) const { xdg_surface_destroy(proxy); }
+  void operator()(xdg_toplevel* proxy) const { xdg_toplevel_destroy(proxy); }
   void operator()(zwlr_layer_surface_v1* proxy) const { zwlr_layer_surface_v1_destroy(proxy); }
 };
 

@@ -44,6 +44,13 @@ void SurfaceGlobals::add(uint32_t name, const std::string& interface, uint32_t v
     shm_ = bind<wl_shm>(registry, name, wl_shm_interface, 1);
   } else if (interface == zwlr_layer_shell_v1_interface.name) {
     layerShell_ = bind<zwlr_layer_shell_v1>(registry, name, zwlr_layer_shell_v1_interface, std::min(version, 4U));
+  } else if (interface == wl_subcompositor_interface.name) {
+    subcompositor_ = bind<wl_subcompositor>(registry, name, wl_subcompositor_interface, 1);
+  } else if (interface == xdg_wm_base_interface.name) {
+    static constexpr xdg_wm_base_listener kAlive = {
+        [](void*, xdg_wm_base* base, uint32_t serial) { xdg_wm_base_pong(base, serial); }};
+    windowBase_ = bind<xdg_wm_base>(registry, name, xdg_wm_base_interface, 1);
+    xdg_wm_base_add_listener(windowBase_.get(), &kAlive, nullptr);
   } else if (interface == wp_viewporter_interface.name) {
     viewporter_ = bind<wp_viewporter>(registry, name, wp_viewporter_interface, 1);
   } else if (interface == zxdg_output_manager_v1_interface.name) {

@@ -24,11 +24,14 @@ class SurfaceGlobals {
   SurfaceGlobals(const SurfaceGlobals&) = delete;
   SurfaceGlobals& operator=(const SurfaceGlobals&) = delete;
 
-  /// There is all that surfaces in front of everything need.
-  bool isComplete() const { return compositor_ && shm_ && layerShell_; }
+  /// There is what every surface with a picture needs.
+  bool isComplete() const { return compositor_ && shm_; }
   wl_compositor* compositor() const { return compositor_.get(); }
   wl_shm* shm() const { return shm_.get(); }
+  // Null where the compositor has none.
   zwlr_layer_shell_v1* layerShell() const { return layerShell_.get(); }
+  wl_subcompositor* subcompositor() const { return subcompositor_.get(); }
+  xdg_wm_base* windowBase() const { return windowBase_.get(); }
   /// Null where pictures are as large as a whole scale makes them.
   wp_viewporter* viewporter() const { return viewporter_.get(); }
 
@@ -49,6 +52,8 @@ class SurfaceGlobals {
   Owned<wl_compositor> compositor_;
   Owned<wl_shm> shm_;
   Owned<zwlr_layer_shell_v1> layerShell_;
+  Owned<wl_subcompositor> subcompositor_;
+  Owned<xdg_wm_base> windowBase_;
   Owned<wp_viewporter> viewporter_;
   Owned<zxdg_output_manager_v1> places_;
   std::vector<std::unique_ptr<OutputWatch>> outputs_;
