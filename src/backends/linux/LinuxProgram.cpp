@@ -119,8 +119,10 @@ struct LinuxProgram::Parts {
     callbacks.activateWindow = [&wayland](const std::string& title) { wayland.activateOwnWindow(title); };
     callbacks.passOver = [&wayland](const std::string& title) { wayland.passOver(title); };
     callbacks.placeWindow = wayland.windowPlacer();
-    if (!callbacks.placeWindow) {
-      // A window that is placed takes the keyboard from menus, too, and they close.
+    if (callbacks.placeWindow) {
+      // Such a window gets the keyboard from menus, too, and they close.
+      callbacks.queryWillShow = [&wayland] { wayland.menusWillClose(); };
+    } else {
       callbacks.keyboardRefused = [&wayland] { wayland.closeMenu(); };
     }
     auto windows = LayerWindows::make(std::move(callbacks));

@@ -17,7 +17,8 @@ namespace {
 constexpr Milliseconds kStartLimit{60000};
 
 Arguments scriptArguments(const SessionOptions& options) {
-  constexpr const char* kNames[] = {"xfwm4", "xfwm4-compositor", "openbox", "openbox-picom", "none", "sway", "kwin"};
+  constexpr const char* kNames[] = {"xfwm4", "xfwm4-compositor", "openbox", "openbox-picom", "none",
+                                    "sway",  "kwin",             "gnome"};
   Arguments arguments = {JUMPLARK_PRIVATE_SESSION_SCRIPT,
                          "--serve",
                          "--wm",
@@ -88,6 +89,7 @@ void PrivateSession::serve(const SessionOptions& options) {
   serverInput_ = input[1];
   const testing::TemporaryFolder output;
   environment_ = currentEnvironment();
+  environment_["JUMPLARK_SESSION_PROGRAMS"] = JUMPLARK_SESSION_PROGRAMS;
   server_ = std::make_unique<Process>(scriptArguments(options), environment_, output.path() + "/session", input[0]);
   close(input[0]);
   waitUntil([this] { return server_->printed("ready") || !server_->running(); }, kStartLimit);

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "desktop/support/GnomeSession.h"
 #include "desktop/support/KWinSession.h"
 #include "desktop/support/SwaySession.h"
 
@@ -18,6 +19,8 @@ std::unique_ptr<PrivateSession> openSession(const SessionOptions& options) {
       return std::make_unique<SwaySession>(options);
     case WindowManager::kwin:
       return std::make_unique<KWinSession>(options);
+    case WindowManager::gnome:
+      return std::make_unique<GnomeSession>(options);
     default:
       return std::make_unique<PrivateSession>(options);
   }

@@ -67,6 +67,12 @@ void WaylandBackend::closeMenu() {
   input_.typeKey(key_code::escape);
 }
 
+void WaylandBackend::menusWillClose() {
+  if (menuHooks_.menuWillClose && !windows().popupsFrontToBack().empty()) {
+    menuHooks_.menuWillClose(true);
+  }
+}
+
 std::string WaylandBackend::description() const {
   return fmt::format("Compositor: {}", compositor_->name());
 }

@@ -51,6 +51,9 @@ class WaylandBackend final : public DesktopBackend {
   void passOver(const std::string& title) { compositor_->passOver(title); }
   /// A menu keeps the keyboard from the query window: reads what can be chosen in it, then closes it.
   void closeMenu();
+  /// The query window is about to take the keyboard, so that menus close: reads what can be chosen in those that are
+  /// open, as far as the compositor tells of them.
+  void menusWillClose();
 
  private:
   /// Windows tell nothing of their menus here.

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "backends/linux/qt/QtMainLoop.h"
+#include "backends/linux/qt/wayland/LayerWindows.h"
 #include "backends/linux/wayland/surfaces/BoundedQueue.h"
 #include "backends/linux/wayland/surfaces/KeyboardWatch.h"
 
@@ -51,13 +52,11 @@ wl_surface* surfaceOf(QWindow& window) {
 
 LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::FrontSurfaces& fronts,
                                wayland::BoundedQueue& queue, wayland::KeyboardWatch& keyboard,
-                               const std::function<void()>& keyboardArrived,
-                               const std::function<void()>& keyboardRefused, QWidget& widget, Events events)
+                               const LayerCallbacks& callbacks, QWidget& widget, Events events)
     : globals_(globals),
       fronts_(fronts),
       queue_(queue),
-      keyboardArrived_(keyboardArrived),
-      keyboardRefused_(keyboardRefused),
+      callbacks_(callbacks),
       widget_(widget),
       events_(std::move(events)) {
   overdue_.setSingleShot(true);
@@ -85,8 +84,8 @@ LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::
                                             focused_ = true;
                                             QtMainLoop::guarded([this] {
                                               events_.keyboardArrived();
-                                              if (keyboardArrived_) {
-                                                keyboardArrived_();
+                                              if (callbacks_.keyboardArrived) {
+                                                callbacks_.keyboardArrived();
                                               }
                                             });
                                           }
@@ -163,6 +162,9 @@ void LayerQueryHost::replace() {
 void LayerQueryHost::show() {
   if (!widget_.isVisible()) {
     refusals_ = 0;
+    if (callbacks_.queryWillShow) {
+      callbacks_.queryWillShow();
+    }
     appear();
   }
 }
@@ -226,10 +228,10 @@ void LayerQueryHost::askForKeyboard() {
 
 /// A menu that is open keeps the keyboard, and what was shown meanwhile does not get it later.
 void LayerQueryHost::keyboardOverdue() {
-  if (!layer_ || focused_ || ++refusals_ > kMostRefusals || !keyboardRefused_) {
+  if (!layer_ || focused_ || ++refusals_ > kMostRefusals || !callbacks_.keyboardRefused) {
     return;
   }
-  QtMainLoop::guarded([this] { keyboardRefused_(); });
+  QtMainLoop::guarded([this] { callbacks_.keyboardRefused(); });
   disappear();
   appear();
 }

@@ -21,13 +21,14 @@ class BoundedQueue;
 class KeyboardWatch;
 }  // namespace wayland
 
+struct LayerCallbacks;
+
 /// Qt's surface of the widget, to which the compositor gives every key as long as it shows.
 class LayerQueryHost final : public QueryWindowHost {
  public:
   /// All but the events must outlive it.
   LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::FrontSurfaces& fronts, wayland::BoundedQueue& queue,
-                 wayland::KeyboardWatch& keyboard, const std::function<void()>& keyboardArrived,
-                 const std::function<void()>& keyboardRefused, QWidget& widget, Events events);
+                 wayland::KeyboardWatch& keyboard, const LayerCallbacks& callbacks, QWidget& widget, Events events);
   ~LayerQueryHost() override;
 
   void setCard(const QRect& card) override;
@@ -51,8 +52,7 @@ class LayerQueryHost final : public QueryWindowHost {
   const wayland::SurfaceGlobals& globals_;
   wayland::FrontSurfaces& fronts_;
   wayland::BoundedQueue& queue_;
-  const std::function<void()>& keyboardArrived_;
-  const std::function<void()>& keyboardRefused_;
+  const LayerCallbacks& callbacks_;
   QWidget& widget_;
   Events events_;
   QRect card_;                     ///< within the widget, logical

@@ -104,8 +104,7 @@ std::unique_ptr<ClickThroughWindow> LayerWindows::makeClickThroughWindow(const Q
 
 std::unique_ptr<QueryWindowHost> LayerWindows::makeQueryWindowHost(QWidget& widget, const ScreenGeometry& /*geometry*/,
                                                                    QueryWindowHost::Events events) {
-  return std::make_unique<LayerQueryHost>(globals_, *fronts_, queue_, keyboard_, callbacks_.keyboardArrived,
-                                          callbacks_.keyboardRefused, widget, std::move(events));
+  return std::make_unique<LayerQueryHost>(globals_, *fronts_, queue_, keyboard_, callbacks_, widget, std::move(events));
 }
 
 void LayerWindows::synchronize() {

@@ -17,6 +17,8 @@ namespace jumplark {
 struct LayerCallbacks {
   /// Asks the compositor to give an ordinary window of this program the keyboard.
   std::function<void(const std::string& title)> activateWindow;
+  /// The query window is about to show, and to take the keyboard from whoever has it.
+  std::function<void()> queryWillShow;
   /// The query window has the keyboard: keys that come from now on are delivered to it.
   std::function<void()> keyboardArrived;
   /// An open menu keeps the keyboard from the query window: closes it, or its innermost level. May be called some times

@@ -45,7 +45,7 @@ std::optional<WindowList::Window> readWindow(const nlohmann::json& one) {
   const int64_t pid = integer(one, "pid", 0);
   facts.surface = rect(one, "surface");
   const Rect seen = rect(one, "frame");
-  if (id <= 0 || id > UINT32_MAX || pid <= 0 || pid > INT32_MAX || seen.width <= 0 || seen.height <= 0 ||
+  if (id <= 0 || id > UINT32_MAX || pid <= 0 || pid > INT32_MAX || seen.width <= 1 || seen.height <= 1 ||
       facts.surface.width <= 0 || facts.surface.height <= 0) {
     return std::nullopt;
   }

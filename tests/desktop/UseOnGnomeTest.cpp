@@ -1,0 +1,44 @@
+#include "desktop/Use.h"
+
+namespace jumplark::desktop {
+namespace {
+
+TEST(UseOnGnome, aTypedQueryBoxesAButtonAndReturnPressesIt) {
+  Use use(WindowManager::gnome);
+  const Matches matches = use.demo.matchesWith("Button", "Apply");
+  const Match* match = find(matches, "Button", "Apply");
+  ASSERT_TRUE(match);
+  const PixelRect apply = match->rect;
+  const uint32_t plain = boxPixel(use.session(), apply);
+  use.program.open();
+  use.program.query("apply");
+  EXPECT_TRUE(use.boxed(apply, kSelectedColor, plain));
+  use.close("Return");
+  EXPECT_TRUE(use.demo.says("clicked Apply"));
+}
+
+/// What else there is to choose, by what the application prints.
+TEST(UseOnGnome, whatAQueryFindsIsUsedAsByHand) {
+  Use use(WindowManager::gnome);
+  struct Case {
+    std::string query;
+    std::string told;  ///< of what is chosen
+    std::string line;
+  };
+  const Case cases[] = {{"wrap", "Wrap text", "checked Wrap text true"},
+                        {"name", "Name", "focused Name"},
+                        {"country", "Austria", "focused Country"},
+                        {"about", "About", "triggered About"}};
+  for (const Case& one : cases) {
+    SCOPED_TRACE(one.query);
+    use.program.open();
+    use.program.query(one.query);
+    EXPECT_TRUE(waitUntil([&] { return use.program.description().find(one.told) != std::string::npos; }))
+        << use.program.description();
+    use.close("Return");
+    EXPECT_TRUE(use.demo.says(one.line)) << use.demo.process().out();
+  }
+}
+
+}  // namespace
+}  // namespace jumplark::desktop
