@@ -13,6 +13,9 @@ const TYPES = new Map([
     [Meta.WindowType.COMBO, 'popup'], [Meta.WindowType.DND, 'other'], [Meta.WindowType.OVERRIDE_OTHER, 'other'],
 ]);
 
+const POPUPS = new Set([Meta.WindowType.DROPDOWN_MENU, Meta.WindowType.POPUP_MENU, Meta.WindowType.TOOLTIP,
+    Meta.WindowType.COMBO, Meta.WindowType.DND]);
+
 /** Rectangles are [x, y, width, height] in pixels of the stage. */
 function describeWindow(window) {
     const transientFor = window.get_transient_for();
@@ -27,7 +30,7 @@ function describeWindow(window) {
         surface: rectangle(window.get_buffer_rect()),
         type: TYPES.get(window.get_window_type()) || 'other',
         modal: window.get_window_type() === Meta.WindowType.MODAL_DIALOG,
-        popup: window.is_override_redirect(),
+        popup: window.is_override_redirect() || POPUPS.has(window.get_window_type()),
         x11: window.get_client_type() === Meta.WindowClientType.X11,
         transientFor: transientFor ? transientFor.get_id() : 0,
         hidden: window.minimized || !window.showing_on_its_workspace(),

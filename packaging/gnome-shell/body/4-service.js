@@ -12,6 +12,7 @@ const METHODS = {
     Windows: ['', 's'],
     Activate: ['u', 'b'],
     Request: ['us', 'b'],
+    CloseMenus: ['', ''],
     Place: ['sii', ''],
     WorkArea: ['iiii', 'iiii'],
     Pointer: ['', 'dd'],
@@ -113,6 +114,11 @@ class Service {
             return false;
         REQUESTS[wish](window);
         return true;
+    }
+
+    /** Menus of programs close when the keyboard goes elsewhere. */
+    _CloseMenus() {
+        global.display.unset_input_focus(global.get_current_time());
     }
 
     _Place(client, title, x, y) {

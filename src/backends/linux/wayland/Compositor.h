@@ -54,6 +54,8 @@ class Compositor {
     static_cast<void>(connection);
     return nullptr;
   }
+  /// Closes the menus that are open and waits until they have gone, for a moment at most; nothing where it cannot.
+  virtual void closeMenus() {}
   /// Where the pointer is, a point of the layout; none where that is not told.
   virtual std::optional<Point> pointer() { return std::nullopt; }
   /// Has a window of this process, of that title, lie at a place of the layout, above all others and with the keyboard

@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
+#include "backends/linux/menus/MenuSource.h"
 #include "backends/linux/wayland/Compositors.h"
 #include "platform/Texts.h"
 
@@ -68,8 +70,11 @@ void WaylandBackend::closeMenu() {
 }
 
 void WaylandBackend::menusWillClose() {
-  if (menuHooks_.menuWillClose && !windows().popupsFrontToBack().empty()) {
-    menuHooks_.menuWillClose(true);
+  if (std::ranges::any_of(windows().popupsFrontToBack(), menus::isMenuWindow)) {
+    if (menuHooks_.menuWillClose) {
+      menuHooks_.menuWillClose(true);
+    }
+    compositor_->closeMenus();
   }
 }
 

@@ -51,8 +51,8 @@ class WaylandBackend final : public DesktopBackend {
   void passOver(const std::string& title) { compositor_->passOver(title); }
   /// A menu keeps the keyboard from the query window: reads what can be chosen in it, then closes it.
   void closeMenu();
-  /// The query window is about to take the keyboard, so that menus close: reads what can be chosen in those that are
-  /// open, as far as the compositor tells of them.
+  /// The query window is about to take the keyboard: reads what can be chosen in the menus that are open, as far as the
+  /// compositor tells of them, and closes them.
   void menusWillClose();
 
  private:

@@ -9,7 +9,8 @@ namespace jumplark {
 
 WaylandInput::WaylandInput(std::shared_ptr<WaylandConnection> connection, Compositor& compositor,
                            WaylandScreens& screens)
-    : screens_(screens),
+    : compositor_(compositor),
+      screens_(screens),
       taps_(std::make_shared<WaylandTaps>(compositor)),
       pointer_(compositor.makePointer(connection)),
       keyboard_(compositor.makeKeyboard(connection)) {

@@ -21,8 +21,8 @@ class WaylandInput final : public DesktopInput {
   void postMouseEvent(const MouseEvent& event, uint32_t location) override;
   void beep() override {}
   void typeKey(int64_t keyCode) override;
-  /// Which menus are open no compositor tells, and Escape would close anything else: leaves them open.
-  void closeMenus() override {}
+  /// As far as the compositor does it: Escape would close anything else where it does not tell which menus are open.
+  void closeMenus() override { compositor_.closeMenus(); }
   void clickSecondary(Point place) override;
   std::optional<Point> pointer() const override { return screens_.knownPointer(); }
 
@@ -34,6 +34,7 @@ class WaylandInput final : public DesktopInput {
  private:
   void releaseModifiers();
 
+  Compositor& compositor_;
   WaylandScreens& screens_;
   std::shared_ptr<WaylandTaps> taps_;
   std::unique_ptr<SeatPointer> pointer_;

@@ -2,9 +2,13 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <thread>
 #include <utility>
 
+#include "backends/linux/menus/MenuSource.h"
 #include "backends/linux/wayland/gnome/ShellDevices.h"
 #include "platform/Texts.h"
 
@@ -104,6 +108,17 @@ std::unique_ptr<SeatPointer> ShellCompositor::makePointer(const std::shared_ptr<
 
 std::unique_ptr<SeatKeyboard> ShellCompositor::makeKeyboard(const std::shared_ptr<WaylandConnection>& /*connection*/) {
   return std::make_unique<Keyboard>(bus_);
+}
+
+void ShellCompositor::closeMenus() {
+  constexpr std::chrono::milliseconds kPatience{200};
+  constexpr std::chrono::milliseconds kStep{5};
+  bus_->call("CloseMenus");
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (std::ranges::any_of(windows_.popupsFrontToBack(), menus::isMenuWindow) &&
+         std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kStep);
+  }
 }
 
 std::optional<Point> ShellCompositor::pointer() {

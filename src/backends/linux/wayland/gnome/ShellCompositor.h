@@ -33,6 +33,7 @@ class ShellCompositor final : public Compositor {
   std::unique_ptr<SeatPointer> makePointer(const std::shared_ptr<WaylandConnection>& connection) override;
   std::unique_ptr<SeatKeyboard> makeKeyboard(const std::shared_ptr<WaylandConnection>& connection) override;
   std::vector<DesktopCheck> checks(const WaylandConnection& connection) override;
+  void closeMenus() override;
   std::optional<Point> pointer() override;
   WindowPlacer windowPlacer() override;
 
