@@ -16,18 +16,18 @@ namespace jumplark {
 /// What the windows need of the compositor's own ways. Each may be empty.
 struct LayerCallbacks {
   /// Asks the compositor to give an ordinary window of this program the keyboard.
-  std::function<void(const std::string& title)> activateWindow;
+  std::function<void(const std::string& title)> activateWindow = {};
   /// The query window is about to show, and to take the keyboard from whoever has it.
-  std::function<void()> queryWillShow;
+  std::function<void()> queryWillShow = {};
   /// The query window has the keyboard: keys that come from now on are delivered to it.
-  std::function<void()> keyboardArrived;
+  std::function<void()> keyboardArrived = {};
   /// An open menu keeps the keyboard from the query window: closes it, or its innermost level. May be called some times
   /// one after the other, and not within a call.
-  std::function<void()> keyboardRefused;
+  std::function<void()> keyboardRefused = {};
   /// Has the compositor place a window of this program in front of all others; empty where its layer shell does that.
-  wayland::PlacedSurfaces::Placer placeWindow;
+  wayland::PlacedSurfaces::Placer placeWindow = {};
   /// A message was made, which never counts as the window that the user works in.
-  std::function<void(const std::string& title)> passOver;
+  std::function<void(const std::string& title)> passOver = {};
 };
 
 /// Qt's part for Wayland, which it loads by name and without which it ends the process, is installed. Any thread, also
