@@ -16,6 +16,8 @@ set(icons ${CMAKE_INSTALL_DATADIR}/icons/hicolor)
 set(docs ${CMAKE_INSTALL_DATADIR}/doc/jumplark)
 
 configure_file(${packaging}/com.brindlefox.jumplark.metainfo.xml.in ${made}/com.brindlefox.jumplark.metainfo.xml @ONLY)
+# KWin lets a program click whose path is in its desktop file.
+configure_file(${packaging}/jumplark.desktop.in ${made}/jumplark.desktop @ONLY)
 configure_file(${packaging}/debian/changelog.in ${made}/changelog.Debian @ONLY)
 # Made at each configuration, without the time in it.
 foreach(document IN ITEMS ${packaging}/jumplark.1 ${made}/changelog.Debian)
@@ -33,7 +35,7 @@ foreach(file IN LISTS guide)
 endforeach()
 
 install(TARGETS jumplark RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES ${packaging}/jumplark.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+install(FILES ${made}/jumplark.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${made}/com.brindlefox.jumplark.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 set(icon_sizes 16 22 24 32 48 64 128 256)
 foreach(size IN LISTS icon_sizes)

@@ -68,9 +68,9 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   x11.name = "Gtk3Xwayland";
   x11.program = [](const PrivateSession&) { return with(widgetFactory3(), {{"GDK_BACKEND", "x11"}}); };
   Subject gtk4 = chosen(gtkSubjects(), "Gtk4", {"about"});
-  if (compositor == WindowManager::sway) {
+  if (compositor != WindowManager::gnome) {
     for (Shown& shown : gtk4.shown) {
-      std::erase(shown.texts, "Maximize");  // which it does not do
+      std::erase(shown.texts, "Maximize");  // which sway does not do; elsewhere it is a matter of settings
     }
   }
   gtk4.alsoHolds.clear();
@@ -94,6 +94,9 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
                                    qt6(), chromium, scaled, office};
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;
+    if (compositor == WindowManager::kwin && !subject.monitors.empty()) {
+      subject.monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}};  // without a card all are alike
+    }
   }
   return subjects;
 }

@@ -30,21 +30,25 @@ class Browser : public SourceFixture {
   std::atomic<int> looks{0};
 };
 
-// On a screen of twice the resolution, where it does not know where its window is.
+// On screens of higher resolution, where it does not know where its window is.
 TEST_F(Browser, countsInItsPagesInPixelsOfTheSurface) {
   windows.windows.front().knowsItsPlace = false;
   app.at("frame").rect = {0, 0, 432, 342};
   app.at("view").rect = {16, 10, 400, 300};
-  app.at("page").rect = {32, 20, 800, 600};
-  add("page", "inner", role::pushButton, "Inner", Rect{132, 120, 100, 40});
+  add("page", "inner", role::pushButton, "Inner", Rect{});
   add("frame", "reload", role::pushButton, "Reload", Rect{20, 15, 10, 10});
-  prepare();
-  for (int round = 0; round < 2; ++round) {
-    const auto placeOf = [&](const char* id) {
-      return round == 0 ? *read(id)->extents : *live().get(app.ref(id), facts::extents)->extents;
-    };
-    EXPECT_EQ(placeOf("inner"), (Rect{150, 100, 50, 20}));
-    EXPECT_EQ(placeOf("reload"), (Rect{104, 55, 10, 10}));
+  for (const double scale : {2.0, 1.5}) {
+    SCOPED_TRACE(scale);
+    app.at("page").rect = {16 * scale, 10 * scale, 400 * scale, 300 * scale};
+    app.at("inner").rect = {66 * scale, 60 * scale, 50 * scale, 20 * scale};
+    prepare();
+    for (const auto& placeOf : {std::function<Rect(const char*)>([&](const char* id) { return *read(id)->extents; }),
+                                std::function<Rect(const char*)>([&](const char* id) {
+                                  return *live().get(app.ref(id), facts::extents)->extents;
+                                })}) {
+      EXPECT_EQ(placeOf("inner"), (Rect{150, 100, 50, 20}));
+      EXPECT_EQ(placeOf("reload"), (Rect{104, 55, 10, 10}));
+    }
   }
 }
 

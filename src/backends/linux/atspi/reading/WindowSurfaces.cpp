@@ -112,6 +112,7 @@ std::optional<std::vector<MatchedFrame>> followWindows(const std::vector<Matched
     followed.back().window.surface = {surface.x + window.frame.x - known->window.frame.x,
                                       surface.y + window.frame.y - known->window.frame.y, surface.width,
                                       surface.height};
+    followed.back().window.tellsShadow = known->window.tellsShadow;
   }
   return followed;
 }
@@ -120,7 +121,15 @@ void findSurfaces(CallRunner& runner, const Toolkit& toolkit, std::vector<Matche
   for (auto& [frame, window] : matched) {
     const Rect seen = window.surface;
     const Rect& told = frame.reported;
-    if (window.knowsItsPlace || window.tellsShadow || !screenExtents(told, {})) {
+    if (window.knowsItsPlace || !screenExtents(told, {})) {
+      continue;
+    }
+    if (window.tellsShadow) {
+      // Qt counts from the corner of the screen that it takes the window to be on.
+      if (told.x != 0 || told.y != 0) {
+        window.surface = {seen.x - told.x, seen.y - told.y, seen.width, seen.height};
+        window.tellsShadow = false;
+      }
       continue;
     }
     Point corner{told.x, told.y};

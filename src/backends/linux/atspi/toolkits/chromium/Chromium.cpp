@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <thread>
 
@@ -42,20 +43,26 @@ bool isInPage(const ElementFacts& element, const ElementDraft& elements) {
   return isPage(element) || elements.findAbove(element, isPage) != nullptr;
 }
 
+// What could be one point of rounding is no scale.
+constexpr double kLeastScale = 1.1;
+constexpr double kMostScale = 4;
+
 /// In how many more units pages count than what they fill does, both from the corner.
 double pixelsInAPoint(const ElementDraft& elements, Point corner) {
   for (const auto& [ref, element] : elements) {
     const ElementFacts* view = isPage(*element) ? elements.find(element->parent) : nullptr;
-    if (!view || !view->extents || !element->extents || isInPage(*view, elements)) {
+    if (!view || !view->extents || !element->extents || isInPage(*view, elements) || view->extents->width <= 0) {
       continue;
     }
-    for (const double pixels : {2.0, 3.0, 4.0}) {
-      const Rect grown = Placement{corner, corner, pixels}.toScreen(*view->extents);
-      const Rect& page = *element->extents;
-      if (isNear(page.x, grown.x, pixels) && isNear(page.y, grown.y, pixels) &&
-          isNear(page.width, grown.width, pixels) && isNear(page.height, grown.height, pixels)) {
-        return pixels;
-      }
+    // Compositors tell scales in 120ths.
+    constexpr double kSteps = 120;
+    const Rect& page = *element->extents;
+    const double pixels = std::round(page.width / view->extents->width * kSteps) / kSteps;
+    const Rect grown = Placement{corner, corner, pixels}.toScreen(*view->extents);
+    if (pixels > kLeastScale && pixels <= kMostScale && isNear(page.x, grown.x, pixels) &&
+        isNear(page.y, grown.y, pixels) && isNear(page.width, grown.width, pixels) &&
+        isNear(page.height, grown.height, pixels)) {
+      return pixels;
     }
   }
   return 1;
