@@ -68,9 +68,9 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   x11.name = "Gtk3Xwayland";
   x11.program = [](const PrivateSession&) { return with(widgetFactory3(), {{"GDK_BACKEND", "x11"}}); };
   Subject gtk4 = chosen(gtkSubjects(), "Gtk4", {"about"});
-  if (compositor == WindowManager::sway) {
+  if (compositor != WindowManager::kwin) {
     for (Shown& shown : gtk4.shown) {
-      std::erase(shown.texts, "Maximize");  // which it does not do
+      std::erase(shown.texts, "Maximize");  // which they do not do, or have no button for
     }
   }
   gtk4.alsoHolds.clear();
@@ -90,8 +90,11 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
     // What another user's office has left there is not his.
     return with(writer(session), {}, {"-env:UNO_SHARED_PACKAGES_CACHE=file://" + session.folder() + "/packages"});
   };
-  std::vector<Subject> subjects = {gtk3,  x11,      gtk4,   chosen(otherSubjects(), "Qt5", {"7", "9"}),
-                                   qt6(), chromium, scaled, office};
+  std::vector<Subject> subjects = {gtk3,  x11,      gtk4,  chosen(otherSubjects(), "Qt5", {"7", "9"}),
+                                   qt6(), chromium, office};
+  if (compositor != WindowManager::gnome) {
+    subjects.push_back(scaled);  // there a session has no scale
+  }
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;
   }
