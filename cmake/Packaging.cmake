@@ -54,6 +54,26 @@ install(FILES docs/recorded-desktop.md DESTINATION ${docs})
 file(CREATE_LINK ../../jumplark/guide ${made}/guide SYMBOLIC)
 install(FILES ${made}/guide DESTINATION ${docs})
 
+# The extension for GNOME Shell. Which kind of modules it is made of depends on the shell of the distribution; where that
+# is not installed, on the age of the system: both changed in the same autumn. It answers the program that is installed
+# here, and stays off until the user switches it on.
+find_program(JUMPLARK_GNOME_SHELL gnome-shell)
+if(NOT JUMPLARK_GNOME_SHELL_VERSION AND JUMPLARK_GNOME_SHELL)
+  execute_process(COMMAND ${JUMPLARK_GNOME_SHELL} --version OUTPUT_VARIABLE shell_version ERROR_QUIET)
+  string(REGEX MATCH "[0-9]+" shell_version "${shell_version}")
+elseif(NOT JUMPLARK_GNOME_SHELL_VERSION AND SDBUS_VERSION VERSION_LESS 254)
+  set(shell_version 43)
+endif()
+set(JUMPLARK_GNOME_SHELL_VERSION "${shell_version}" CACHE STRING "The shell's version that the extension is made for")
+set(extension ${made}/gnome-shell/jumplark@brindlefox.com)
+execute_process(COMMAND ${packaging}/gnome-shell/assemble "${JUMPLARK_GNOME_SHELL_VERSION}" ${extension}
+                        ${CMAKE_INSTALL_FULL_BINDIR}/jumplark COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB_RECURSE parts_of_extension CONFIGURE_DEPENDS ${packaging}/gnome-shell/*)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${parts_of_extension})
+install(DIRECTORY ${extension} DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
+        DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
 # Those kinds of packages that this machine has the tools for.
 find_program(JUMPLARK_SHLIBDEPS dpkg-shlibdeps)
 find_program(JUMPLARK_RPMBUILD rpmbuild)
@@ -109,7 +129,7 @@ set(CPACK_RPM_SPEC_MORE_DEFINE "Recommends: xdg-utils, ca-certificates
 set(CPACK_RPM_USER_FILELIST "%license /usr/share/licenses/jumplark/LICENSE"
     "%lang(de) /usr/share/locale/de/LC_MESSAGES/jumplark.mo")
 # Folders of others.
-set(folders_of_others applications bash-completion/completions fish/vendor_completions.d icons/hicolor/scalable/apps
+set(folders_of_others applications bash-completion/completions fish/vendor_completions.d gnome-shell/extensions icons/hicolor/scalable/apps
     icons/hicolor/symbolic/apps licenses locale/de/LC_MESSAGES man/man1 metainfo zsh/site-functions)
 foreach(size IN LISTS icon_sizes)
   list(APPEND folders_of_others icons/hicolor/${size}x${size}/apps)

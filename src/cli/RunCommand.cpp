@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -147,6 +148,11 @@ class Background {
   JLAppDelegate delegate_;
 };
 
+/// The same program again in this process's place, after all that this one has to end.
+void startAnewAtExit() {
+  std::atexit([] { ::execl("/proc/self/exe", "jumplark", nullptr); });
+}
+
 }  // namespace
 
 ExitStatus runActivate() {
@@ -186,6 +192,9 @@ ExitStatus runInBackground() {
     fmt::print(stderr, "jumplark: {}\n", opened.error);
   }
   const bool ended = running.run() == 0;
+  if (opened.program->wantsToStartAnew()) {
+    startAnewAtExit();
+  }
   return ended && opened.error.empty() ? ExitStatus::done : ExitStatus::outOfReach;
 }
 

@@ -47,5 +47,31 @@ TEST(UseOnGnome, whatAQueryFindsIsUsedAsByHand) {
   }
 }
 
+TEST(WithoutExtension, onlyXwaylandIsOperatedUntilTheUserSwitchesItOn) {
+  Desktop desktop(WindowManager::gnome);
+  auto& session = dynamic_cast<GnomeSession&>(desktop.session);
+  session.setExtension(false);
+  DemoProgram demo(desktop, "Form", {{"QT_QPA_PLATFORM", "xcb"}});
+  EXPECT_TRUE(waitUntil([&] { return desktop.jumplark.run("act", {}, {"apply"}).status == 0; }));
+  EXPECT_TRUE(demo.says("clicked Apply"));
+  // A window that Xwayland knows nothing of lies over that one, and must not get its clicks.
+  Application wayland(desktop, {.command = {JUMPLARK_DEMO_QT6, "Form"}, .busName = DemoProgram::kName, .target = {}});
+  EXPECT_TRUE(waitUntil([&] { return wayland.isActive(); }));
+  EXPECT_TRUE(waitUntil([&] { return desktop.jumplark.run("act", {}, {"apply"}).status == 3; }));
+
+  RunningProgram program(session);
+  const auto asks = [&] {
+    const uint32_t active = session.activeWindow();
+    return program.windows().find("push button", "Switch It On") && session.hasWindow([&](const SessionWindow& window) {
+      return window.id == active && window.pid == program.pid();
+    });
+  };
+  ASSERT_TRUE(waitUntil(asks)) << program.process().err();
+  program.key("Return");
+  EXPECT_TRUE(waitUntil([&] { return !session.isFree("<Super><Shift>space"); })) << program.process().err();
+  program.open();
+  program.close("Escape");
+}
+
 }  // namespace
 }  // namespace jumplark::desktop

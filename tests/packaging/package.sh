@@ -38,7 +38,8 @@ quietly appstreamcli validate --no-net "$root"/usr/share/metainfo/com.brindlefox
 
 for file in share/doc/jumplark/{copyright,changelog.Debian.gz,guide/index.html} share/man/man1/jumplark.1.gz \
   share/bash-completion/completions/jumplark share/zsh/vendor-completions/_jumplark \
-  share/fish/vendor_completions.d/jumplark.fish share/icons/hicolor/{scalable/apps/jumplark,symbolic/apps/jumplark-symbolic}.svg; do
+  share/fish/vendor_completions.d/jumplark.fish share/icons/hicolor/{scalable/apps/jumplark,symbolic/apps/jumplark-symbolic}.svg \
+  share/gnome-shell/extensions/jumplark@brindlefox.com/{extension.js,metadata.json}; do
   [ -s "$root/usr/$file" ] || fail "the package lacks $file"
 done
 for size in 16 22 24 32 48 64 128 256; do
@@ -71,8 +72,8 @@ of_rpm() { rpm -qp "$@" "$rpm" 2>/dev/null; }
 [ -z "$(of_rpm --scripts)" ] || fail 'the RPM runs scripts'
 of_rpm --qf '[%{filemodes:perms} %{fileusername} %{filegroupname} %{filenames}\n]' >"$work/files"
 ! grep -vE '^(drwxr-xr-x|-rwxr-xr-x|lrwxrwxrwx|-rw-r--r--) root root ' "$work/files" || fail 'files of others in the RPM'
-[ "$(sed -n 's/^d.* //p' "$work/files")" = "$(printf '/usr/share/%s\n' doc/jumplark jumplark jumplark/guide \
-  licenses/jumplark)" ] || fail "the RPM owns folders of others: $(grep ^d "$work/files")"
+[ "$(sed -n 's/^d.* //p' "$work/files")" = "$(printf '/usr/share/%s\n' doc/jumplark \
+  gnome-shell/extensions/jumplark@brindlefox.com jumplark jumplark/guide licenses/jumplark)" ] || fail "the RPM owns folders of others: $(grep ^d "$work/files")"
 requires=$(of_rpm --requires)
 for name in at-spi2-core $(readelf -d "$root/usr/bin/jumplark" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
   grep -qF "$name" <<<"$requires" || fail "the RPM does not require $name"

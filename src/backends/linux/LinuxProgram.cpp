@@ -1,5 +1,6 @@
 #include "backends/linux/LinuxProgram.h"
 
+#include <fmt/format.h>
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
@@ -157,6 +158,39 @@ struct LinuxProgram::Parts {
     views.showAlert(alert, [isTelling = isTellingOfKeyboard](int) { *isTelling = false; });
   }
 
+  /// The first thing that the user hears, and what it takes to change that.
+  void offerExtension(gnome::ExtensionState state) {
+    const gnome::ExtensionProblem problem = gnome::problemOf(state);
+    const bool canSwitch = state == gnome::ExtensionState::off;
+    const std::string meanwhile = localized("Until then only programs that run on Xwayland can be operated.");
+    Alert alert{localized("Jumplark needs its extension for GNOME Shell"),
+                fmt::format("{} {}{}", problem.finding, canSwitch ? "" : problem.remedy + ' ', meanwhile),
+                {localized("OK")}};
+    if (canSwitch) {
+      alert.buttons = {localized("Switch It On"), localized("Not Now")};
+    }
+    views.showAlert(alert, [this, canSwitch](int button) {
+      if (canSwitch && button == 0) {
+        switchExtensionOn();
+      }
+    });
+  }
+
+  void switchExtensionOn() {
+    const gnome::ExtensionState state = gnome::switchExtensionOn();
+    if (state == gnome::ExtensionState::works) {
+      // All that this process is made of is X11's.
+      startAnew = true;
+      loop.quit();
+      return;
+    }
+    const gnome::ExtensionProblem problem = gnome::problemOf(state);
+    views.showAlert({localized("The extension could not be switched on"),
+                     fmt::format("{} {}", problem.finding, problem.remedy),
+                     {localized("OK")}},
+                    {});
+  }
+
   void watchDesktop() {
     // Asks the application, which may be slow: not on the main thread.
     activeApplication = backend->onActiveApplicationChanged(
@@ -170,6 +204,7 @@ struct LinuxProgram::Parts {
     buttonPresses = backend->onButtonPress([this](Point position) { views.pointerPressedOutside(position); });
   }
 
+  bool startAnew = false;                                                           ///< once this program has ended
   const std::shared_ptr<bool> isTellingOfKeyboard = std::make_shared<bool>(false);  ///< an alert shows
   std::unique_ptr<LinuxPlatform> desktop;
   std::shared_ptr<DesktopBackend> backend;
@@ -208,6 +243,9 @@ LinuxProgram::Opened LinuxProgram::open(SystemQueues& queues) {
   }
   auto opened = LinuxPlatform::open(queues, backend.backend);
   auto parts = std::make_unique<Parts>(std::move(opened.platform), backend.backend, queues);
+  if (backend.extension != gnome::ExtensionState::works) {
+    parts->offerExtension(backend.extension);
+  }
   return {std::unique_ptr<LinuxProgram>(new LinuxProgram(std::move(parts))), opened.error};
 }
 
@@ -230,6 +268,10 @@ LinuxProgram::LinuxProgram(std::unique_ptr<Parts> parts) : parts_(std::move(part
 }
 
 LinuxProgram::~LinuxProgram() = default;
+
+bool LinuxProgram::wantsToStartAnew() const {
+  return parts_->startAnew;
+}
 
 void LinuxProgram::installCrashHandlers() {
   std::string problem;

@@ -33,6 +33,9 @@ class LinuxProgram {
   /// From now on a crash leaves a report, once a process; where none can be left the log says why.
   void installCrashHandlers();
 
+  /// The desktop has come to offer more than what this object was made for: whoever ends starts the program again.
+  bool wantsToStartAnew() const;
+
   const Platform& platform() const { return platform_; }
   QtMainLoop& loop();
 

@@ -8,11 +8,34 @@
 
 namespace jumplark {
 
+namespace {
+
+/// What can be done for programs that run on Xwayland while the shell does not work with our extension; null without
+/// Xwayland.
+OpenedBackend openXwayland(TaskQueue& mainQueue, gnome::ExtensionState extension) {
+  auto x11 = X11Backend::open(mainQueue);
+  if (x11.backend) {
+    x11.backend->trustOnlyActiveWindow();
+  }
+  return {std::move(x11.backend), {}, extension};
+}
+
+}  // namespace
+
 // Where both can be reached, X11 is what the compositor offers to older programs, and shows theirs alone.
 OpenedBackend openBackend(TaskQueue& mainQueue) {
   if (isWaylandSession()) {
     auto opened = WaylandBackend::open(mainQueue);
-    return {std::move(opened.backend), std::move(opened.error)};
+    if (opened.backend) {
+      return {std::move(opened.backend), {}};
+    }
+    const gnome::ExtensionState extension = gnome::extensionState();
+    if (extension == gnome::ExtensionState::off || extension == gnome::ExtensionState::unknown) {
+      if (OpenedBackend xwayland = openXwayland(mainQueue, extension); xwayland.backend) {
+        return xwayland;
+      }
+    }
+    return {nullptr, std::move(opened.error)};
   }
   auto x11 = X11Backend::open(mainQueue);
   return {std::move(x11.backend), std::move(x11.error)};

@@ -4,11 +4,19 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "backends/linux/wayland/Compositors.h"
 #include "backends/linux/wayland/VirtualPointer.h"
 
 int main(int count, char** arguments) {
   const auto opened = jumplark::WaylandConnection::open();
-  const auto pointer = opened.connection ? jumplark::VirtualPointer::create(opened.connection) : nullptr;
+  const auto compositor = jumplark::openCompositor();
+  std::unique_ptr<jumplark::SeatPointer> pointer;
+  if (opened.connection && compositor) {
+    pointer = compositor->makePointer(opened.connection);
+  }
+  if (opened.connection && !pointer) {
+    pointer = jumplark::VirtualPointer::create(opened.connection);
+  }
   if (!pointer || count != 3) {
     return 1;
   }

@@ -10,6 +10,14 @@
 #include "backends/linux/wayland/sway/SwayCompositor.h"
 #include "backends/wayland/FakeSway.h"
 
+#if defined(__SANITIZE_THREAD__)
+// The child of a fork has threads here.
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() {
+  return "die_after_fork=0";
+}
+#endif
+
 namespace jumplark::sway {
 namespace {
 

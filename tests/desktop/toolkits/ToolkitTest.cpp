@@ -106,6 +106,7 @@ INSTANTIATE_TEST_SUITE_P(Gtk, Toolkit, ::testing::ValuesIn(gtkSubjects()), kName
 INSTANTIATE_TEST_SUITE_P(Web, Toolkit, ::testing::ValuesIn(webSubjects()), kName);
 INSTANTIATE_TEST_SUITE_P(Other, Toolkit, ::testing::ValuesIn(otherSubjects()), kName);
 INSTANTIATE_TEST_SUITE_P(Sway, Toolkit, ::testing::ValuesIn(waylandSubjects(WindowManager::sway)), kName);
+INSTANTIATE_TEST_SUITE_P(Gnome, Toolkit, ::testing::ValuesIn(waylandSubjects(WindowManager::gnome)), kName);
 INSTANTIATE_TEST_SUITE_P(KWin, Toolkit, ::testing::ValuesIn(waylandSubjects(WindowManager::kwin)), kName);
 
 }  // namespace

@@ -68,10 +68,8 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   x11.name = "Gtk3Xwayland";
   x11.program = [](const PrivateSession&) { return with(widgetFactory3(), {{"GDK_BACKEND", "x11"}}); };
   Subject gtk4 = chosen(gtkSubjects(), "Gtk4", {"about"});
-  if (compositor != WindowManager::gnome) {
-    for (Shown& shown : gtk4.shown) {
-      std::erase(shown.texts, "Maximize");  // which sway does not do; elsewhere it is a matter of settings
-    }
+  for (Shown& shown : gtk4.shown) {
+    std::erase(shown.texts, "Maximize");  // which sway does not do; elsewhere it is a matter of settings
   }
   gtk4.alsoHolds.clear();
   Subject chromium = chosen(webSubjects(), "ChromiumAwake", {"plain button", "inline link", "inner button"});
@@ -90,8 +88,11 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
     // What another user's office has left there is not his.
     return with(writer(session), {}, {"-env:UNO_SHARED_PACKAGES_CACHE=file://" + session.folder() + "/packages"});
   };
-  std::vector<Subject> subjects = {gtk3,  x11,      gtk4,   chosen(otherSubjects(), "Qt5", {"7", "9"}),
-                                   qt6(), chromium, scaled, office};
+  std::vector<Subject> subjects = {gtk3,  x11,      gtk4,  chosen(otherSubjects(), "Qt5", {"7", "9"}),
+                                   qt6(), chromium, office};
+  if (compositor != WindowManager::gnome) {
+    subjects.push_back(scaled);  // there a session has no scale
+  }
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;
     if (compositor == WindowManager::kwin && !subject.monitors.empty()) {

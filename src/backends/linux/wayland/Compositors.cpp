@@ -1,8 +1,13 @@
 #include "backends/linux/wayland/Compositors.h"
 
+#include <cstdlib>
+#include <utility>
+
 #include "backends/linux/wayland/gnome/ShellCompositor.h"
+#include "backends/linux/wayland/gnome/ShellExtension.h"
 #include "backends/linux/wayland/kwin/KWinCompositor.h"
 #include "backends/linux/wayland/sway/SwayCompositor.h"
+#include "platform/Texts.h"
 
 namespace jumplark {
 
@@ -14,6 +19,19 @@ std::unique_ptr<Compositor> openCompositor() {
     return kwin;
   }
   return gnome::ShellCompositor::open();
+}
+
+CompositorProblem compositorProblem() {
+  if (const char* const sway = std::getenv("SWAYSOCK"); sway != nullptr && *sway != '\0') {
+    return {localized("Sway does not answer on the socket that SWAYSOCK names."),
+            localized("Start Jumplark in the session that it shall operate.")};
+  }
+  if (auto problem = gnome::problemOf(gnome::extensionState()); !problem.finding.empty()) {
+    return {std::move(problem.finding), std::move(problem.remedy)};
+  }
+  return {localized("This Wayland compositor tells nobody which window is in front and where it is, so nothing can be "
+                    "operated."),
+          localized("Use Jumplark in a session of sway, KDE or GNOME, or in one on X11.")};
 }
 
 }  // namespace jumplark

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "backends/linux/wayland/Compositor.h"
 
@@ -9,5 +10,12 @@ namespace jumplark {
 /// The compositor of the session that the environment names; null for one that tells nobody where its windows are. A
 /// new one is a file or folder and a line here.
 std::unique_ptr<Compositor> openCompositor();
+
+/// Why there is none, and what to do about it, a sentence each.
+struct CompositorProblem {
+  std::string finding;
+  std::string remedy;
+};
+CompositorProblem compositorProblem();
 
 }  // namespace jumplark

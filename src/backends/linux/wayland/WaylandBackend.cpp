@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 #include "backends/linux/menus/MenuSource.h"
@@ -17,14 +16,9 @@ WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
     return {nullptr, std::move(opened.error)};
   }
   auto compositor = openCompositor();
-  if (const char* const sway = std::getenv("SWAYSOCK"); !compositor && sway != nullptr && *sway != '\0') {
-    return {nullptr,
-            localized("Sway does not answer on the socket that SWAYSOCK names. Start Jumplark in the session that "
-                      "it shall operate.")};
-  }
   if (!compositor) {
-    return {nullptr, localized("This Wayland compositor does not tell which window is in front and where it is, so "
-                               "nothing can be operated. Use Jumplark in a session of sway, or in one on X11.")};
+    const CompositorProblem problem = compositorProblem();
+    return {nullptr, fmt::format("{} {}", problem.finding, problem.remedy)};
   }
   return {std::unique_ptr<WaylandBackend>(
               new WaylandBackend(std::move(opened.connection), std::move(compositor), mainQueue)),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <utility>
 
 #include "backends/linux/wayland/Compositors.h"
@@ -19,10 +20,8 @@ DesktopCheck checkWindows(Compositor* compositor) {
             localizedFormat("{} tells which windows there are and where.", compositor->name()),
             {}};
   }
-  return {localized("compositor"), DesktopCheck::failure,
-          localized("This Wayland compositor tells nobody which window is in front and where it is, so nothing can be "
-                    "operated."),
-          localized("Use Jumplark in a session of sway, or in one on X11.")};
+  CompositorProblem problem = compositorProblem();
+  return {localized("compositor"), DesktopCheck::failure, std::move(problem.finding), std::move(problem.remedy)};
 }
 
 /// A protocol that the compositor offers or does not.
@@ -64,7 +63,11 @@ std::vector<DesktopCheck> waylandChecks() {
   std::vector<DesktopCheck> checks = {
       {localized("session"), DesktopCheck::ok, localized("This is a Wayland session."), {}},
       checkWindows(compositor.get()),
-      checkOutputs(*opened.connection),
+      checkOutputs(*opened.connection)};
+  if (!compositor) {
+    return checks;  // without places nothing else can be used
+  }
+  const DesktopCheck offers[] = {
       checkOffer(textForLater("windows of our own"), offered.hasLayerShell,
                  textForLater("The query and the boxes can lie over everything."),
                  textForLater("The compositor lets no program lay something over the others, so nothing shows."),
@@ -78,7 +81,8 @@ std::vector<DesktopCheck> waylandChecks() {
                  textForLater("The compositor takes no keys of ours, so the query does not come while a menu is "
                               "open, and modifiers that are held count for clicks."),
                  DesktopCheck::warning)};
-  for (DesktopCheck& own : compositor ? compositor->checks(*opened.connection) : std::vector<DesktopCheck>()) {
+  checks.insert(checks.end(), std::begin(offers), std::end(offers));
+  for (DesktopCheck& own : compositor->checks(*opened.connection)) {
     const auto general = std::ranges::find(checks, own.name, &DesktopCheck::name);
     (general != checks.end() ? *general : checks.emplace_back()) = std::move(own);
   }

@@ -78,6 +78,9 @@ std::optional<WindowFacts> WindowWorkspace::frontmostWindow(const std::vector<Wi
       facts && !windows_.isOwn(*facts) && facts->pid > 0) {
     return facts;
   }
+  if (onlyActive_) {
+    return std::nullopt;
+  }
   const auto top = std::ranges::find_if(windows, [&](const WindowFacts& window) {
     return isApplicationWindow(window) && !window.hidden && pidOf(window) > 0;
   });
@@ -92,7 +95,9 @@ std::optional<RunningApplication> WindowWorkspace::frontmostApplication() {
 std::vector<RunningApplication> WindowWorkspace::applicationsFrontToBack() {
   std::vector<WindowFacts> windows = windows_.windowsFrontToBack();
   const auto front = frontmostWindow(windows);
-  std::erase_if(windows, [](const WindowFacts& window) { return window.hidden || !isApplicationWindow(window); });
+  std::erase_if(windows, [&](const WindowFacts& window) {
+    return window.hidden || !isApplicationWindow(window) || (onlyActive_ && (!front || pidOf(window) != pidOf(*front)));
+  });
   std::vector<RunningApplication> result = owners(windows);
   // A window that is kept above others may cover the one that the user works in.
   if (front) {

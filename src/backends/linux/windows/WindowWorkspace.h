@@ -20,6 +20,10 @@ class WindowWorkspace final : public Workspace {
   /// All must outlive the workspace. Without screens there are no focused window frames.
   WindowWorkspace(WindowSystem& windows, DesktopEntries& entries, Screens* screens = nullptr);
 
+  /// From now on there is no other application than that of the active window, if that is one: where windows may lie
+  /// over the others of which the window system knows nothing.
+  void trustOnlyActiveWindow() { onlyActive_ = true; }
+
   /// The owner of the active window; when there is none, or it is a window of this process, the owner of the topmost
   /// normal window or dialog on screen.
   std::optional<RunningApplication> frontmostApplication() override;
@@ -47,6 +51,7 @@ class WindowWorkspace final : public Workspace {
   WindowSystem& windows_;
   DesktopEntries& entries_;
   Screens* screens_;
+  bool onlyActive_ = false;
 };
 
 }  // namespace jumplark

@@ -41,6 +41,9 @@ class X11Backend final : public DesktopBackend {
   Token onButtonPress(std::function<void(Point position)> callback) override;
   std::string description() const override;
 
+  /// A Wayland compositor shows this display's windows among others: see WindowWorkspace.
+  void trustOnlyActiveWindow() { workspace_.trustOnlyActiveWindow(); }
+
   // For the windows of this program.
   const std::shared_ptr<X11Connection>& connection() const { return connection_; }
 

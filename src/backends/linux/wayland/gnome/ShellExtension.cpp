@@ -1,0 +1,151 @@
+#include "backends/linux/wayland/gnome/ShellExtension.h"
+
+#include <chrono>
+#include <memory>
+#include <string_view>
+#include <thread>
+
+#include "backends/linux/wayland/gnome/ShellBus.h"
+#include "platform/Texts.h"
+
+namespace jumplark::gnome {
+namespace {
+
+constexpr const char* kIdentifier = "jumplark@brindlefox.com";
+constexpr uint64_t kPatience = 500'000;  // microseconds
+// The shell's numbers for what has become of an extension.
+constexpr int kOn = 1;
+constexpr int kOff = 2;
+constexpr int kLoaded = 6;
+
+struct MessageDeleter {
+  void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using MessagePointer = std::unique_ptr<sd_bus_message, MessageDeleter>;
+
+/// Asks the shell about our extension; null when it does not answer, with why.
+MessagePointer askShell(sd_bus* bus, const char* method, Answer& answer) {
+  sd_bus_message* question = nullptr;
+  sd_bus_message* reply = nullptr;
+  sd_bus_error error = SD_BUS_ERROR_NULL;
+  int r = sd_bus_message_new_method_call(bus, &question, "org.gnome.Shell", "/org/gnome/Shell",
+                                         "org.gnome.Shell.Extensions", method);
+  if (r >= 0) {
+    sd_bus_message_set_auto_start(question, 0);
+    sd_bus_message_append(question, "s", kIdentifier);
+    r = sd_bus_call(bus, question, kPatience, &error, &reply);
+  }
+  const bool isAbsent = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) != 0 ||
+                        sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER) != 0;
+  answer = r >= 0 ? Answer::given : isAbsent ? Answer::absent : Answer::silent;
+  sd_bus_error_free(&error);
+  sd_bus_message_unref(question);
+  return MessagePointer(reply);
+}
+
+/// The number under "state" in what the shell tells of the extension; 0 when it tells nothing.
+int toldState(sd_bus_message* reply) {
+  int state = 0;
+  if (sd_bus_message_enter_container(reply, 'a', "{sv}") < 0) {
+    return 0;
+  }
+  while (sd_bus_message_enter_container(reply, 'e', "sv") > 0) {
+    const char* key = nullptr;
+    double number = 0;
+    if (sd_bus_message_read(reply, "s", &key) <= 0 || std::string_view(key) != "state" ||
+        sd_bus_message_read(reply, "v", "d", &number) <= 0) {
+      sd_bus_message_skip(reply, "v");
+    } else {
+      state = static_cast<int>(number);
+    }
+    sd_bus_message_exit_container(reply);
+  }
+  return state;
+}
+
+ExtensionState stateByShell(sd_bus* bus) {
+  Answer answer = Answer::absent;
+  const MessagePointer reply = askShell(bus, "GetExtensionInfo", answer);
+  if (!reply) {
+    return answer == Answer::absent ? ExtensionState::noShell : ExtensionState::silent;
+  }
+  switch (toldState(reply.get())) {
+    case 0:
+      return ExtensionState::unknown;
+    case kOff:
+    case kLoaded:
+    case kOn:  // and about to answer
+      return ExtensionState::off;
+    default:
+      return ExtensionState::foreignVersion;
+  }
+}
+
+}  // namespace
+
+ExtensionState extensionState() {
+  const BusPointer bus = connectToBus();
+  if (!bus) {
+    return ExtensionState::noShell;
+  }
+  uint32_t version = 0;
+  const char* shell = nullptr;
+  switch (ask(bus.get(), "Hello", {},
+              [&](sd_bus_message* reply) { return sd_bus_message_read(reply, "us", &version, &shell); })) {
+    case Answer::given:
+      return version == kVersion ? ExtensionState::works : ExtensionState::foreignVersion;
+    case Answer::refused:
+      return ExtensionState::foreignProgram;
+    case Answer::silent:
+      return ExtensionState::silent;
+    case Answer::absent:
+      break;
+  }
+  return stateByShell(bus.get());
+}
+
+ExtensionProblem problemOf(ExtensionState state) {
+  const std::string needed = localized(
+      "GNOME Shell tells only its extensions which window is in front and where it is, and that of Jumplark is "
+      "not switched on.");
+  switch (state) {
+    case ExtensionState::noShell:
+    case ExtensionState::works:
+      break;
+    case ExtensionState::off:
+      return {needed, localized("Switch it on: gnome-extensions enable jumplark@brindlefox.com")};
+    case ExtensionState::unknown:
+      return {needed, localized("Log out and in again, since GNOME Shell looks for new extensions only then; Jumplark "
+                                "then offers to switch it on.")};
+    case ExtensionState::foreignVersion:
+      return {localized("The extension of Jumplark that GNOME Shell runs is of another version than this program."),
+              localized("Log out and in again; if that does not help, install Jumplark anew.")};
+    case ExtensionState::foreignProgram:
+      return {
+          localized("The extension of Jumplark that GNOME Shell runs does not answer this program, which is not the "
+                    "one that it was installed with."),
+          localized("Start the program that is installed. If Jumplark was updated just now, start it anew.")};
+    case ExtensionState::silent:
+      return {localized("GNOME Shell does not answer."), localized("Wait until it does, or log in again.")};
+  }
+  return {};
+}
+
+ExtensionState switchExtensionOn() {
+  const BusPointer bus = connectToBus();
+  Answer answer = Answer::absent;
+  if (!bus || !askShell(bus.get(), "EnableExtension", answer)) {
+    return answer == Answer::silent ? ExtensionState::silent : ExtensionState::noShell;
+  }
+  constexpr std::chrono::seconds kMost{3};
+  constexpr std::chrono::milliseconds kStep{50};
+  const auto deadline = std::chrono::steady_clock::now() + kMost;
+  ExtensionState state = extensionState();
+  while (state == ExtensionState::off && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kStep);
+    state = extensionState();
+  }
+  return state;
+}
+
+}  // namespace jumplark::gnome
