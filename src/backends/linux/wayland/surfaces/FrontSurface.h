@@ -25,8 +25,8 @@ class FrontSurface {
     std::function<void()> closed;
   };
   struct Options {
-    Rect place;  ///< logical pixels of the layout, top-left origin
-    Rect card;   ///< what of it counts as the window, without the shadow around; from the surface's corner
+    Rect place;   ///< logical pixels of the layout, top-left origin
+    Rect card{};  ///< what of it counts as the window, without the shadow around; from the surface's corner
     bool takesKeyboard = false;
     BoundedQueue* queue = nullptr;  ///< for awaitConfigured; outlives it
   };
