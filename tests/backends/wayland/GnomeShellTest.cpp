@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include "backends/linux/wayland/gnome/ShellBindings.h"
+#include "backends/linux/wayland/gnome/ShellInputSources.h"
+#include "backends/linux/wayland/gnome/ShellWindows.h"
+#include "platform/Input.h"
+
+namespace jumplark::gnome {
+namespace {
+
+TEST(GnomeShellWindows, areReadWithTheShadowThatTheirProgramsDraw) {
+  const WindowList list = readWindows(R"({"focused": 7, "buttons": "menu:close", "windows": [
+    {"id": 9, "pid": 12, "type": "popup", "popup": true, "frame": [40, 50, 80, 90], "surface": [30, 40, 100, 110]},
+    {"id": 8, "pid": 11, "hidden": true, "frame": [0, 0, 10, 10], "surface": [0, 0, 10, 10]},
+    {"id": 7, "pid": 10, "title": "Demo", "class": "demo", "type": "dialog", "transientFor": 8, "modal": true,
+     "frame": [126, 223, 500, 400], "surface": [100, 200, 552, 460], "closes": true, "maximises": true},
+    {"id": 6, "pid": 10, "x11": true, "type": "normal", "frame": [0, 0, 300, 200], "surface": [0, 37, 300, 163],
+     "maximised": true, "maximises": true}]})");
+  ASSERT_EQ(list.windows.size(), 4U);
+  EXPECT_EQ(list.focused, WindowId(7));
+  EXPECT_EQ(list.buttons, "menu:close");
+
+  const WindowFacts& popup = list.windows[0].facts;
+  EXPECT_TRUE(popup.isPopup);
+  EXPECT_EQ(popup.visible(), (Rect{40, 50, 80, 90}));
+
+  const auto& dialog = list.windows[1];
+  EXPECT_EQ(dialog.facts.id, WindowId(7));
+  EXPECT_EQ(dialog.facts.pid, 10);
+  EXPECT_EQ(dialog.facts.title, "Demo");
+  EXPECT_EQ(dialog.facts.type, WindowType::dialog);
+  EXPECT_EQ(dialog.facts.transientFor, WindowId(8));
+  EXPECT_TRUE(dialog.facts.modal);
+  EXPECT_FALSE(dialog.facts.knowsItsPlace);
+  EXPECT_EQ(dialog.facts.surface, (Rect{100, 200, 552, 460}));
+  EXPECT_EQ(dialog.facts.visible(), (Rect{126, 223, 500, 400}));
+  EXPECT_EQ(dialog.wishes, (std::vector{WindowWish::close, WindowWish::maximise}));
+
+  // The shell draws its title bar.
+  const auto& x11 = list.windows[2];
+  EXPECT_TRUE(x11.facts.knowsItsPlace);
+  EXPECT_EQ(x11.facts.surface, (Rect{0, 37, 300, 163}));
+  EXPECT_EQ(x11.facts.visible(), (Rect{0, 0, 300, 200}));
+  EXPECT_EQ(x11.wishes, (std::vector{WindowWish::restore}));
+
+  EXPECT_TRUE(list.windows[3].facts.hidden) << "what does not show comes last";
+}
+
+TEST(GnomeShellWindows, areLeftOutWhereTheyMakeNoSense) {
+  for (
+      const char* const told :
+      {"", "{", "[]", "7", R"({"windows": 3})", R"({"windows": [[], 4, null]})",
+       R"({"windows": [{"id": 1, "pid": 2, "frame": [0, 0, 9], "surface": [0, 0, 9, 9]}]})",
+       R"({"windows": [{"id": 1, "pid": 2, "frame": [0, 0, 1e999, -9], "surface": ["a", 0, 9, 9]}]})",
+       R"({"windows": [{"id": -1, "pid": 2, "frame": [0, 0, 9, 9], "surface": [0, 0, 9, 9]}]})",
+       R"({"windows": [{"id": 1, "pid": 99999999999, "frame": [0, 0, 9, 9], "surface": [0, 0, 9, 9]}]})",
+       R"({"focused": "x", "windows": [{"id": 1, "pid": 2, "frame": [-200, -200, 1, 1], "surface": [0, 0, 9, 9]}]})"}) {
+    const WindowList list = readWindows(told);
+    EXPECT_TRUE(list.windows.empty()) << told;
+    EXPECT_FALSE(list.focused) << told;
+  }
+}
+
+TEST(GnomeShellBindings, areNamedAsTheShellNamesThem) {
+  using namespace modifier_flag;
+  EXPECT_EQ(accelerator(0x20, command | shift), "<Super><Shift>space");
+  EXPECT_EQ(accelerator(0xff0d, 0), "Return");
+  EXPECT_EQ(accelerator(0x61, control | option), "<Control><Alt>a");
+}
+
+TEST(GnomeShellInputSources, areItsLayoutsWithoutTheInputMethods) {
+  const SourceList list = readSources(R"({"current": 2, "sources": [{"type": "xkb", "id": "us", "place": 0},
+    {"type": "ibus", "id": "anthy", "place": 1}, {"type": "xkb", "id": "de+neo", "place": 2}, 5]})");
+  ASSERT_EQ(list.sources.size(), 2U);
+  EXPECT_EQ(list.sources[0].layout, "us");
+  EXPECT_EQ(list.sources[1].layout, "de(neo)");
+  EXPECT_EQ(list.sources[1].place, 2U);
+  EXPECT_EQ(list.current, 2);
+  EXPECT_TRUE(readSources("nonsense").sources.empty());
+}
+
+}  // namespace
+}  // namespace jumplark::gnome
