@@ -1,3 +1,5 @@
+#include <csignal>
+
 #include "desktop/Use.h"
 #include "desktop/support/GnomeSession.h"
 
@@ -71,6 +73,41 @@ TEST(WithoutExtension, onlyXwaylandIsOperatedUntilTheUserSwitchesItOn) {
   EXPECT_TRUE(waitUntil([&] { return !session.isFree("<Super><Shift>space"); })) << program.process().err();
   program.open();
   program.close("Escape");
+}
+
+TEST(WithoutExtension, whatAnswersInItsPlaceIsNamedInOneSentence) {
+  Desktop desktop(WindowManager::gnome);
+  auto& session = dynamic_cast<GnomeSession&>(desktop.session);
+  session.setExtension(false);
+  // Greets with a value of a type; or not at all.
+  const std::string impostor = R"(const {Gio, GLib} = imports.gi;
+    const [type, value] = ARGV, name = 'com.brindlefox.jumplark.Shell';
+    const description = Gio.DBusNodeInfo.new_for_xml(`<node><interface name="${name}"><method name="Hello">
+        ${[...type].map(one => `<arg type="${one}" direction="out"/>`).join('')}</method></interface></node>`);
+    Gio.DBus.session.register_object('/com/brindlefox/jumplark/Shell', description.interfaces[0],
+        (connection, sender, path, asked, method, given, call) => {
+            if (value)
+                call.return_value(GLib.Variant.parse(new GLib.VariantType(`(${type})`), value, null, null));
+        }, null, null);
+    Gio.bus_own_name_on_connection(Gio.DBus.session, name, 0, () => print('there'), null);
+    new GLib.MainLoop(null, false).run();)";
+  struct Case {
+    const char* type;
+    const char* value;
+    const char* finding;
+  };
+  constexpr Case kCases[] = {{"us", "(99, 'x')", "is of another version than this program"},
+                             {"s", "('nonsense',)", "is of another version than this program"},
+                             {"us", "", "GNOME Shell does not answer."}};
+  for (const Case& one : kCases) {
+    SCOPED_TRACE(one.value);
+    Process& process = session.start({"gjs", "-c", impostor, one.type, one.value});
+    ASSERT_TRUE(process.waitForLine("there")) << process.err();
+    const Finished told = desktop.jumplark.run({"doctor"});
+    EXPECT_NE(told.out.find(one.finding), std::string::npos) << told.out << told.err << process.err();
+    process.kill(SIGKILL);
+    process.wait();
+  }
 }
 
 }  // namespace

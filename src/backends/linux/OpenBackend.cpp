@@ -7,7 +7,6 @@
 #include "backends/linux/x11/X11Backend.h"
 
 namespace jumplark {
-
 namespace {
 
 /// What can be done for programs that run on Xwayland while the shell does not work with our extension; null without
@@ -29,8 +28,9 @@ OpenedBackend openBackend(TaskQueue& mainQueue) {
     if (opened.backend) {
       return {std::move(opened.backend), {}};
     }
-    const gnome::ExtensionState extension = gnome::extensionState();
-    if (extension == gnome::ExtensionState::off || extension == gnome::ExtensionState::unknown) {
+    using State = gnome::ExtensionState;
+    const State extension = gnome::extensionState();
+    if (extension != State::noShell && extension != State::works && extension != State::silent) {
       if (OpenedBackend xwayland = openXwayland(mainQueue, extension); xwayland.backend) {
         return xwayland;
       }

@@ -90,8 +90,12 @@ ExtensionState extensionState() {
   }
   uint32_t version = 0;
   const char* shell = nullptr;
-  switch (ask(bus.get(), "Hello", {},
-              [&](sd_bus_message* reply) { return sd_bus_message_read(reply, "us", &version, &shell); })) {
+  const Read greeting = [&](sd_bus_message* reply) {
+    // What greets in another way is of another version.
+    version = sd_bus_message_read(reply, "us", &version, &shell) > 0 ? version : 0;
+    return 1;
+  };
+  switch (ask(bus.get(), "Hello", {}, greeting)) {
     case Answer::given:
       return version == kVersion ? ExtensionState::works : ExtensionState::foreignVersion;
     case Answer::refused:
