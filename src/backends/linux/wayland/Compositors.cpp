@@ -26,6 +26,10 @@ CompositorProblem compositorProblem() {
     return {localized("Sway does not answer on the socket that SWAYSOCK names."),
             localized("Start Jumplark in the session that it shall operate.")};
   }
+  if (kwin::isOnSessionBus()) {
+    return {localized("KWin does not answer, or does not run the script that tells which window is in front."),
+            localized("Wait until it does, or log out and in again.")};
+  }
   if (auto problem = gnome::problemOf(gnome::extensionState()); !problem.finding.empty()) {
     return {std::move(problem.finding), std::move(problem.remedy)};
   }

@@ -75,4 +75,11 @@ void KWinScripts::unload(const std::string& name) {
               [&](sd_bus_message* question) { return sd_bus_message_append(question, "s", name.c_str()); });
 }
 
+bool KWinScripts::isLoaded(const std::string& name) {
+  const auto answer = calls_.call(kScripting, "isScriptLoaded", [&](sd_bus_message* question) {
+    return sd_bus_message_append(question, "s", name.c_str());
+  });
+  return answer.values.at(0).number() != 0;
+}
+
 }  // namespace jumplark::kwin

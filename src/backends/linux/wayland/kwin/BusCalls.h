@@ -36,6 +36,8 @@ class KWinScripts {
   /// is wrong, for a log; empty when it runs.
   std::string run(const std::string& name, const std::string& file, const std::string& script);
   void unload(const std::string& name);
+  /// False also when KWin does not say so.
+  bool isLoaded(const std::string& name);
 
  private:
   BusCalls& calls_;

@@ -130,4 +130,9 @@ std::vector<DesktopCheck> KWinCompositor::checks(const WaylandConnection& connec
   return checks;
 }
 
+bool isOnSessionBus() {
+  BusCalls calls;
+  return isOnBus(calls);
+}
+
 }  // namespace jumplark::kwin

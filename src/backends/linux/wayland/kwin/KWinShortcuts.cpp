@@ -56,6 +56,11 @@ int32_t firstKey(const BusCalls::Answer& answer) {
   return answer.values.at(0).at(0).number();
 }
 
+/// From a list of sequences. What "defaultShortcut" answers in numbers alone is the shortcut that is set.
+int32_t defaultKey(const BusCalls::Answer& answer) {
+  return answer.values.at(0).at(0).at(0).at(0).number();
+}
+
 int32_t plainQtKey(uint32_t keysym) {
   static constexpr std::pair<uint32_t, int32_t> kNamed[] = {
       {XKB_KEY_Escape, 0x01000000},   {XKB_KEY_Tab, 0x01000001},         {XKB_KEY_BackSpace, 0x01000003},
@@ -131,7 +136,7 @@ Compositor::Binding KWinShortcuts::request(const std::string& action, int32_t ke
     return Binding::refused;
   }
   // The user's own choice in the system's settings holds as long as ours has not changed since.
-  const bool isAsBefore = action == kActivate && firstKey(ask("defaultShortcut", idAlone(action))) == key &&
+  const bool isAsBefore = action == kActivate && defaultKey(ask("defaultShortcutKeys", idAlone(action))) == key &&
                           firstKey(ask("shortcut", idAlone(action))) != 0;
   if ((!isAsBefore && !isFree(key)) ||
       setShortcut(action, key, isAsBefore ? kSetPresent : kSetPresent | kNoAutoloading) == 0) {

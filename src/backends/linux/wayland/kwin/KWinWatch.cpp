@@ -77,7 +77,12 @@ struct KWinWatch::Callbacks {
     const char* action = nullptr;
     if (sd_bus_message_read(message, "ss", &component, &action) > 0 &&
         std::string_view(component) == KWinShortcuts::kComponent) {
-      static_cast<KWinWatch*>(data)->handlers_.pressed(action);
+      auto& self = *static_cast<KWinWatch*>(data);
+      self.handlers_.pressed(action);
+      // Whoever ended it says so to nobody, and what is known of windows would be true no more.
+      if (!self.scripts_.isLoaded(self.name_)) {
+        self.loadScript();
+      }
     }
     return 0;
   }
