@@ -15,6 +15,7 @@
 #include "backends/linux/menus/LinuxMenus.h"
 #include "backends/linux/system/SystemRandom.h"
 #include "backends/linux/windows/DesktopInput.h"
+#include "backends/linux/windows/MenuWindow.h"
 #include "backends/linux/windows/WindowMenus.h"
 #include "backends/linux/windows/WindowSystem.h"
 #include "platform/Queues.h"
@@ -132,7 +133,7 @@ std::string LinuxPlatform::applicationWithOpenMenu() {
   const auto front = parts_->backend->workspace().frontmostApplication();
   const auto popups = parts_->windows.popupsFrontToBack();
   const bool isOpen = front && std::ranges::any_of(popups, [&](const WindowFacts& popup) {
-                        return popup.pid == front->pid && menus::isMenuWindow(popup);
+                        return popup.pid == front->pid && isMenuWindow(popup);
                       });
   return isOpen ? front->name : std::string();
 }

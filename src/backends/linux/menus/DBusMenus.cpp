@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "backends/linux/menus/MenuText.h"
-#include "backends/linux/menus/SessionBus.h"
+#include "backends/linux/session_bus/SessionBus.h"
 
 namespace jumplark::menus {
 namespace {

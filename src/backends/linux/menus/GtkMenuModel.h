@@ -6,8 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "backends/linux/menus/BusValue.h"
-#include "backends/linux/menus/SessionBus.h"
+#include "backends/linux/menus/MenuSource.h"
+#include "backends/linux/session_bus/BusValue.h"
+#include "backends/linux/session_bus/SessionBus.h"
 
 namespace jumplark::menus {
 

@@ -7,7 +7,7 @@
 
 #include "backends/linux/menus/GtkMenuModel.h"
 #include "backends/linux/menus/MenuText.h"
-#include "backends/linux/menus/SessionBus.h"
+#include "backends/linux/session_bus/SessionBus.h"
 
 namespace jumplark::menus {
 namespace {

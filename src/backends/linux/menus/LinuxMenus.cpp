@@ -7,6 +7,7 @@
 #include <iterator>
 #include <utility>
 
+#include "backends/linux/windows/MenuWindow.h"
 #include "backends/threads/GuardedCallback.h"
 
 namespace jumplark::menus {

@@ -23,20 +23,6 @@ inline constexpr int kDeepest = 8;
 /// A command that is under way for so long without an answer has been carried out, and shows a dialog.
 inline constexpr auto kMoment = std::chrono::milliseconds(300);
 
-/// An open menu or list. Many do not say what they are.
-inline bool isMenuWindow(const WindowFacts& window) {
-  switch (window.type) {
-    case WindowType::toolTip:
-    case WindowType::dock:
-    case WindowType::desktop:
-    case WindowType::splash:
-    case WindowType::notification:
-      return false;
-    default:
-      return window.isPopup;
-  }
-}
-
 /// Whose commands are wanted, and until when.
 struct MenuRequest {
   int32_t pid = -1;

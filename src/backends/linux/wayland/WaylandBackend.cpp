@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "backends/linux/menus/MenuSource.h"
 #include "backends/linux/wayland/Compositors.h"
+#include "backends/linux/windows/MenuWindow.h"
 #include "platform/Texts.h"
 
 namespace jumplark {
@@ -64,7 +64,7 @@ void WaylandBackend::closeMenu() {
 }
 
 void WaylandBackend::menusWillClose() {
-  if (std::ranges::any_of(windows().popupsFrontToBack(), menus::isMenuWindow)) {
+  if (std::ranges::any_of(windows().popupsFrontToBack(), isMenuWindow)) {
     if (menuHooks_.menuWillClose) {
       menuHooks_.menuWillClose(true);
     }

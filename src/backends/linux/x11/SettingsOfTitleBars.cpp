@@ -17,7 +17,7 @@
 #include <map>
 #include <mutex>
 
-#include "backends/linux/menus/SessionBus.h"
+#include "backends/linux/session_bus/SessionBus.h"
 
 namespace jumplark::x11 {
 namespace {
@@ -31,7 +31,7 @@ constexpr const char* kOpenboxDefault = "NLIMC";
 
 std::string xfceSetting() {
   const auto deadline = Clock::now() + kPatience;
-  menus::SessionBus bus({}, deadline);
+  SessionBus bus({}, deadline);
   const auto answer = bus.call(
       {"org.xfce.Xfconf", "/org/xfce/Xfconf", "org.xfce.Xfconf"}, "GetProperty",
       [](sd_bus_message* question) { return sd_bus_message_append(question, "ss", "xfwm4", "/general/button_layout"); },

@@ -6,6 +6,7 @@
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/menus/AtspiMenus.h"
 #include "backends/linux/atspi/menus/MenuReopener.h"
+#include "backends/linux/windows/MenuWindow.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -40,7 +41,7 @@ std::vector<WindowFacts> AtspiMenus::popupsOf(const WindowFacts& window) {
   std::vector<WindowFacts> popups = windows_.popupsFrontToBack();
   std::erase_if(popups, [&](const WindowFacts& popup) {
     const bool isOwn = popup.pid == window.pid || popup.connectionPid == window.connectionPid;
-    return !isOwn || !menus::isMenuWindow(popup);
+    return !isOwn || !isMenuWindow(popup);
   });
   return popups;
 }

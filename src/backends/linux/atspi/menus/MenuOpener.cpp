@@ -5,6 +5,7 @@
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/menus/MenuSource.h"
+#include "backends/linux/windows/MenuWindow.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -109,7 +110,7 @@ FactsPointer MenuOpener::waitUntilItShows(const ElementRef& element, TimePoint d
 size_t MenuOpener::popupsOf(const WindowFacts& window) {
   const auto popups = windows_.popupsFrontToBack();
   return static_cast<size_t>(std::ranges::count_if(popups, [&](const WindowFacts& popup) {
-    return (popup.pid == window.pid || popup.connectionPid == window.connectionPid) && menus::isMenuWindow(popup);
+    return (popup.pid == window.pid || popup.connectionPid == window.connectionPid) && isMenuWindow(popup);
   }));
 }
 

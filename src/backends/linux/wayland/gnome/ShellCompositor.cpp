@@ -8,8 +8,8 @@
 #include <thread>
 #include <utility>
 
-#include "backends/linux/menus/MenuSource.h"
 #include "backends/linux/wayland/gnome/ShellDevices.h"
+#include "backends/linux/windows/MenuWindow.h"
 #include "platform/Texts.h"
 
 namespace jumplark::gnome {
@@ -115,7 +115,7 @@ void ShellCompositor::closeMenus() {
   constexpr std::chrono::milliseconds kStep{5};
   bus_->call("CloseMenus");
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
-  while (std::ranges::any_of(windows_.popupsFrontToBack(), menus::isMenuWindow) &&
+  while (std::ranges::any_of(windows_.popupsFrontToBack(), isMenuWindow) &&
          std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(kStep);
   }

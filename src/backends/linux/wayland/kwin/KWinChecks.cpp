@@ -37,7 +37,7 @@ std::vector<DesktopCheck> inputChecks(const WaylandConnection& connection) {
 DesktopCheck shortcutCheck(BusCalls& calls) {
   const auto answer =
       calls.call({"org.kde.kglobalaccel", "/kglobalaccel", "org.kde.KGlobalAccel"}, "allMainComponents");
-  if (answer.result == menus::SessionBus::Result::answered) {
+  if (answer.result == SessionBus::Result::answered) {
     return {localized("global shortcuts"), DesktopCheck::ok, localized("KDE keeps shortcuts for programs."), {}};
   }
   return {localized("global shortcuts"), DesktopCheck::warning,

@@ -4,7 +4,7 @@
 
 #include "backends/linux/system/DesktopCheck.h"
 #include "backends/linux/wayland/WaylandConnection.h"
-#include "backends/linux/wayland/kwin/BusCalls.h"
+#include "backends/linux/wayland/kwin/KWinScripts.h"
 
 namespace jumplark::kwin {
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "backends/linux/wayland/Compositor.h"
-#include "backends/linux/wayland/kwin/BusCalls.h"
 #include "backends/linux/wayland/kwin/KWinInputSources.h"
+#include "backends/linux/wayland/kwin/KWinScripts.h"
 #include "backends/linux/wayland/kwin/KWinShortcuts.h"
 #include "backends/linux/wayland/kwin/KWinWatch.h"
 #include "backends/linux/wayland/kwin/KWinWindows.h"

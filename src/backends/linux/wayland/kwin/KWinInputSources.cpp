@@ -9,7 +9,7 @@
 namespace jumplark::kwin {
 namespace {
 
-const menus::SessionBus::Object kLayouts{"org.kde.keyboard", "/Layouts", "org.kde.KeyboardLayouts"};
+const SessionBus::Object kLayouts{"org.kde.keyboard", "/Layouts", "org.kde.KeyboardLayouts"};
 
 }  // namespace
 

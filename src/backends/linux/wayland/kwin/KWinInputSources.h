@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "backends/linux/wayland/WaylandConnection.h"
-#include "backends/linux/wayland/kwin/BusCalls.h"
+#include "backends/linux/wayland/kwin/KWinScripts.h"
 #include "backends/linux/windows/LayoutNames.h"
 #include "platform/InputSources.h"
 

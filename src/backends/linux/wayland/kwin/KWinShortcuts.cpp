@@ -14,9 +14,9 @@
 namespace jumplark::kwin {
 namespace {
 
-using Result = menus::SessionBus::Result;
+using Result = SessionBus::Result;
 
-const menus::SessionBus::Object kService{"org.kde.kglobalaccel", "/kglobalaccel", "org.kde.KGlobalAccel"};
+const SessionBus::Object kService{"org.kde.kglobalaccel", "/kglobalaccel", "org.kde.KGlobalAccel"};
 
 // Bits of "setShortcut".
 constexpr uint32_t kSetPresent = 2;

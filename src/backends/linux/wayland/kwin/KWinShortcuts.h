@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "backends/linux/wayland/Compositor.h"
-#include "backends/linux/wayland/kwin/BusCalls.h"
+#include "backends/linux/wayland/kwin/KWinScripts.h"
 #include "backends/linux/wayland/kwin/LastRequests.h"
 
 namespace jumplark::kwin {

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "backends/linux/system/FileDescriptor.h"
-#include "backends/linux/wayland/kwin/BusCalls.h"
+#include "backends/linux/wayland/kwin/KWinScripts.h"
 
 namespace jumplark::kwin {
 

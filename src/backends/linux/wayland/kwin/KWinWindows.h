@@ -5,8 +5,8 @@
 #include <set>
 #include <string>
 
-#include "backends/linux/wayland/kwin/BusCalls.h"
 #include "backends/linux/wayland/kwin/KWinScene.h"
+#include "backends/linux/wayland/kwin/KWinScripts.h"
 #include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::kwin {

@@ -1,4 +1,4 @@
-#include "backends/linux/wayland/kwin/BusCalls.h"
+#include "backends/linux/wayland/kwin/KWinScripts.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -10,13 +10,6 @@
 namespace jumplark::kwin {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using menus::SessionBus;
-
-constexpr std::chrono::milliseconds kPatience{500};
-constexpr std::chrono::milliseconds kPatienceWithTheSilent{20};
-constexpr std::chrono::seconds kSilence{1};
-
 const SessionBus::Object kScripting{"org.kde.KWin", "/Scripting", "org.kde.kwin.Scripting"};
 
 bool writeFile(const std::string& path, const std::string& text) {
@@ -25,27 +18,6 @@ bool writeFile(const std::string& path, const std::string& text) {
 }
 
 }  // namespace
-
-BusCalls::Answer BusCalls::call(const SessionBus::Object& object, const char* member, const Arguments& arguments) {
-  const std::lock_guard lock(mutex_);
-  const bool isSilent = Clock::now() < silentUntil_;
-  const auto deadline = Clock::now() + (isSilent ? kPatienceWithTheSilent : kPatience);
-  if (!bus_) {
-    bus_ = std::make_unique<SessionBus>(std::string(), deadline);
-  }
-  Answer answer = bus_->call(object, member, arguments, deadline);
-  if (answer.result == SessionBus::Result::silent) {
-    bus_.reset();
-    silentUntil_ = Clock::now() + kSilence;
-  } else {
-    silentUntil_ = {};
-  }
-  return answer;
-}
-
-BusCalls::Answer BusCalls::call(const SessionBus::Object& object, const char* member) {
-  return call(object, member, [](sd_bus_message*) { return 0; });
-}
 
 std::string KWinScripts::run(const std::string& name, const std::string& file, const std::string& script) {
   if (!writeFile(file, script)) {

@@ -1,11 +1,11 @@
-#include "backends/linux/menus/BusValue.h"
+#include "backends/linux/session_bus/BusValue.h"
 
 #include <systemd/sd-bus.h>
 
 #include <algorithm>
 #include <cstring>
 
-namespace jumplark::menus {
+namespace jumplark {
 namespace {
 
 const BusValue kNone;
@@ -108,4 +108,4 @@ int appendBusValue(sd_bus_message* message, const BusValue& value) {  // NOLINT(
   return r < 0 ? r : sd_bus_message_close_container(message);
 }
 
-}  // namespace jumplark::menus
+}  // namespace jumplark

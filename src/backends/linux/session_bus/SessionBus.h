@@ -1,21 +1,31 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 
-#include "backends/linux/menus/BusValue.h"
-#include "backends/linux/menus/MenuSource.h"
+#include "backends/linux/session_bus/BusValue.h"
 
 struct sd_bus;
 
-namespace jumplark::menus {
+namespace jumplark {
+
+struct SessionBusCloser {
+  void operator()(sd_bus* bus) const;
+};
+using SessionBusConnection = std::unique_ptr<sd_bus, SessionBusCloser>;
+
+/// The bus of an address, of the environment where it is empty; null when it is out of reach, or has not said hello
+/// until the deadline.
+SessionBusConnection openSessionBus(const std::string& address, std::chrono::steady_clock::time_point deadline);
 
 /// A connection to the session bus for a few calls, each waited for no longer than the caller says. One thread.
 class SessionBus {
  public:
-  /// The bus of an address, of the environment where it is empty. Without one every call fails.
-  SessionBus(const std::string& address, TimePoint deadline);
+  using TimePoint = std::chrono::steady_clock::time_point;
+  /// Without a bus every call fails.
+  SessionBus(const std::string& address, TimePoint deadline) : bus_(openSessionBus(address, deadline)) {}
 
   enum class Result { answered, refused, silent };
   struct Answer {
@@ -33,12 +43,7 @@ class SessionBus {
               TimePoint deadline);
 
  private:
-  bool getReady(TimePoint deadline);
-
-  struct Closer {
-    void operator()(sd_bus* bus) const;
-  };
-  std::unique_ptr<sd_bus, Closer> bus_;
+  SessionBusConnection bus_;
 };
 
-}  // namespace jumplark::menus
+}  // namespace jumplark

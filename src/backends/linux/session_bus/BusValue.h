@@ -8,7 +8,7 @@
 
 struct sd_bus_message;
 
-namespace jumplark::menus {
+namespace jumplark {
 
 /// A value of a message, whatever its type, decoded completely.
 struct BusValue {
@@ -39,4 +39,4 @@ int readBusValues(sd_bus_message* message, BusValue& values, size_t& left);
 /// Negative when it cannot be added.
 int appendBusValue(sd_bus_message* message, const BusValue& value);
 
-}  // namespace jumplark::menus
+}  // namespace jumplark

@@ -1,12 +1,16 @@
-#include "backends/linux/menus/SessionBus.h"
+#include "backends/linux/session_bus/SessionBus.h"
 
 #include <systemd/sd-bus.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
-namespace jumplark::menus {
+namespace jumplark {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+using TimePoint = Clock::time_point;
 
 /// More than any menu holds; what an application tells beyond is not looked at.
 constexpr size_t kMostValues = 200'000;
@@ -24,30 +28,22 @@ bool isSilence(const sd_bus_error& error) {
 
 }  // namespace
 
-void SessionBus::Closer::operator()(sd_bus* bus) const {
+void SessionBusCloser::operator()(sd_bus* bus) const {
   sd_bus_close_unref(bus);
 }
 
-SessionBus::SessionBus(const std::string& address, TimePoint deadline) {
+SessionBusConnection openSessionBus(const std::string& address, TimePoint deadline) {
   sd_bus* bus = nullptr;
   int r = address.empty() ? sd_bus_open_user(&bus) : sd_bus_new(&bus);
-  bus_.reset(bus);
+  SessionBusConnection connection(bus);
   if (r >= 0 && !address.empty()) {
     r = std::min({sd_bus_set_address(bus, address.c_str()), sd_bus_set_bus_client(bus, 1), sd_bus_start(bus)});
   }
-  if (r < 0 || !getReady(deadline)) {
-    bus_.reset();
+  while (r >= 0 && sd_bus_is_ready(bus) == 0 && Clock::now() < deadline) {
+    r = sd_bus_process(bus, nullptr);
+    r = r == 0 ? sd_bus_wait(bus, microsecondsUntil(deadline)) : r;
   }
-}
-
-bool SessionBus::getReady(TimePoint deadline) {
-  while (sd_bus_is_ready(bus_.get()) == 0 && Clock::now() < deadline) {
-    const int r = sd_bus_process(bus_.get(), nullptr);
-    if (r < 0 || (r == 0 && sd_bus_wait(bus_.get(), microsecondsUntil(deadline)) < 0)) {
-      return false;
-    }
-  }
-  return sd_bus_is_ready(bus_.get()) > 0;
+  return r >= 0 && sd_bus_is_ready(bus) > 0 ? std::move(connection) : nullptr;
 }
 
 SessionBus::Answer SessionBus::call(const Object& object, const char* member,
@@ -78,4 +74,4 @@ SessionBus::Answer SessionBus::call(const Object& object, const char* member,
   return answer;
 }
 
-}  // namespace jumplark::menus
+}  // namespace jumplark
