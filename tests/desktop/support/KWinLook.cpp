@@ -112,7 +112,7 @@ void takePicture(sd_bus* bus, char** place, const char* file) {
   out << "P6\n" << width << ' ' << height << "\n255\n";
   for (uint32_t y = 0; y < height; ++y) {
     for (uint32_t x = 0; x < width; ++x) {
-      const unsigned char* const pixel = &bytes[static_cast<size_t>(y) * stride + 4 * x];  // blue comes first
+      const unsigned char* const pixel = &bytes[static_cast<size_t>(y) * stride + size_t{4} * x];  // blue comes first
       out.put(static_cast<char>(pixel[2])).put(static_cast<char>(pixel[1])).put(static_cast<char>(pixel[0]));
     }
   }

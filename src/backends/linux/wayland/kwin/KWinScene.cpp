@@ -137,7 +137,7 @@ std::vector<WindowFacts> KWinScene::windows() const {
       result.push_back(found->second.facts);
     }
   }
-  std::ranges::stable_partition(result, [](const WindowFacts& window) { return !window.hidden; });
+  std::stable_partition(result.begin(), result.end(), [](const WindowFacts& window) { return !window.hidden; });
   return result;
 }
 
