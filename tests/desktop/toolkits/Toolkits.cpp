@@ -80,11 +80,12 @@ void performWithKeys(const Step& step, Application& application) {
 }  // namespace
 
 void perform(const Step& step, Application& application) {
+  // For a while after a click Return would make that a double one.
+  application.desktop().endProgram();
   if (!step.told.empty()) {
     performWithKeys(step, application);
     return;
   }
-  application.desktop().endProgram();
   if (step.before) {
     step.before(application);
   }

@@ -22,6 +22,15 @@ Subject chosen(const std::vector<Subject>& rows, const std::string& name, const 
   return row;
 }
 
+/// From the shortcut on, for steps with such a query: what the query field tells then.
+void useKeys(Subject& subject, const std::map<std::string, std::string>& told) {
+  for (Step& step : subject.steps) {
+    if (const auto found = told.find(step.query); found != told.end()) {
+      step.told = found->second;
+    }
+  }
+}
+
 Program with(Program program, const Environment& environment, const Arguments& options = {}) {
   program.environment.insert(environment.begin(), environment.end());
   program.command.insert(program.command.begin() + 1, options.begin(), options.end());
@@ -95,6 +104,16 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   }
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;
+    if (compositor == WindowManager::sway) {
+      useKeys(subject, {{"increase", "Increase"},
+                        {"7", "7"},
+                        {"9", "9"},
+                        {"plain button", "Plain Button"},
+                        {"inline link", "an inline link"},
+                        {"inner button", "Inner Button"},
+                        {"wrap", "Wrap text"},
+                        {"bold", "Bold"}});
+    }
     if (compositor == WindowManager::kwin && !subject.monitors.empty()) {
       subject.monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}};  // without a card all are alike
     }

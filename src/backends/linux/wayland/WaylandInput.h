@@ -15,6 +15,10 @@ class WaylandInput final : public DesktopInput {
  public:
   /// All must outlive this.
   WaylandInput(std::shared_ptr<WaylandConnection> connection, Compositor& compositor, WaylandScreens& screens);
+  WaylandInput(const WaylandInput&) = delete;
+  WaylandInput& operator=(const WaylandInput&) = delete;
+  /// Taps may live on.
+  ~WaylandInput() override { taps_->end(); }
 
   std::unique_ptr<EventTapHandle> createEventTap(const EventTapConfiguration& configuration,
                                                  EventTapCallback callback) override;

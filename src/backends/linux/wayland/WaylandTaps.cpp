@@ -45,12 +45,16 @@ class WaylandTaps::Handle final : public EventTapHandle {
         !wants(tap_->configuration, event_type::keyDown)) {
       return;
     }
+    Compositor* const compositor = taps_->compositor_;
+    if (!compositor) {
+      return;
+    }
     for (const int64_t code : tap_->configuration.swallowedKeyCodes) {
       const uint32_t symbol = symbolOf(code);
       if (!enabled) {
-        taps_->compositor_.release(symbol, 0);
+        compositor->release(symbol, 0);
       } else {
-        taps_->compositor_.bind(symbol, 0, [tap = std::weak_ptr(tap_), code] { pressed(tap, code); });
+        compositor->bind(symbol, 0, [tap = std::weak_ptr(tap_), code] { pressed(tap, code); });
       }
     }
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -15,8 +16,10 @@ namespace jumplark {
 /// enabled. Calls may come from any thread.
 class WaylandTaps : public std::enable_shared_from_this<WaylandTaps> {
  public:
-  /// The compositor must outlive this and every handle.
-  explicit WaylandTaps(Compositor& compositor) : compositor_(compositor) {}
+  explicit WaylandTaps(Compositor& compositor) : compositor_(&compositor) {}
+
+  /// Before the compositor goes: nothing is asked of it any more. Handles may live on, and do nothing then.
+  void end() { compositor_ = nullptr; }
 
   std::unique_ptr<EventTapHandle> add(const EventTapConfiguration& configuration, EventTapCallback callback);
   /// Shows an event to the enabled taps, in the order of their placement, on the calling thread.
@@ -26,7 +29,7 @@ class WaylandTaps : public std::enable_shared_from_this<WaylandTaps> {
   struct Tap;
   class Handle;
 
-  Compositor& compositor_;
+  std::atomic<Compositor*> compositor_;
   std::mutex mutex_;  ///< leaf
   std::vector<std::shared_ptr<Tap>> taps_;
 };
