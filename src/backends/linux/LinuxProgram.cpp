@@ -76,7 +76,7 @@ struct LinuxProgram::Parts {
       : desktop(std::move(reached)),
         backend(std::move(opened)),
         queues(queueSet),
-        loop(queues, isWayland() ? QtPlatform::wayland : QtPlatform::xcb),
+        loop(queues, qtPlatform()),
         defaults(queues, DefaultsFile::pathFromEnvironment()),
         files(PrivateFiles::folderFromEnvironment()),
         services(desktop != nullptr,
@@ -92,7 +92,14 @@ struct LinuxProgram::Parts {
     }
   }
 
-  bool isWayland() const { return dynamic_cast<WaylandBackend*>(backend.get()) != nullptr; }
+  QtPlatform qtPlatform() const {
+    const auto* const wayland = dynamic_cast<WaylandBackend*>(backend.get());
+    if (wayland == nullptr) {
+      return QtPlatform::xcb;
+    }
+    // Who has no layer shell leaves title bars to programs as well.
+    return wayland->windowPlacer() ? QtPlatform::waylandWithTitleBars : QtPlatform::wayland;
+  }
 
   /// Qt's part in our windows differs from one window system to the other.
   std::unique_ptr<NativeWindows> nativeWindows() {

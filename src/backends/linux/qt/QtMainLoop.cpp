@@ -29,7 +29,7 @@ namespace {
 /// platform, whatever the environment prefers.
 struct ProgramArguments {
   explicit ProgramArguments(QtPlatform which) {
-    if (which == QtPlatform::wayland) {
+    if (which != QtPlatform::xcb) {
       values[2] = wayland.data();
     }
   }
@@ -151,7 +151,7 @@ namespace {
 std::optional<QProcessEnvironment> environmentBefore;
 
 /// What Qt's wayland platform reads from the environment, here and later.
-void prepareWayland() {
+void prepareWayland(bool drawsTitleBars) {
   environmentBefore = QProcessEnvironment::systemEnvironment();
   // Windows past the window manager get a surface and no role, so that the query window's can be given one.
   qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
@@ -159,8 +159,10 @@ void prepareWayland() {
   qunsetenv("QT_SCALE_FACTOR");
   qunsetenv("QT_SCREEN_SCALE_FACTORS");
   // Nothing is drawn with OpenGL, and loading it doubles the memory that the program takes. Qt warns that it is
-  // missing.
-  qputenv("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION", "none");
+  // missing. But without it Qt draws no title bars.
+  if (!drawsTitleBars) {
+    qputenv("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION", "none");
+  }
   QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.wayland.warning=false"));
 }
 
@@ -179,8 +181,8 @@ QtMainLoop::QtMainLoop(SystemQueues& queues, QtPlatform platform) : queues_(queu
   QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
   QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus, false);
   QCoreApplication::setApplicationName(QStringLiteral("Jumplark"));
-  if (platform == QtPlatform::wayland) {
-    prepareWayland();
+  if (platform != QtPlatform::xcb) {
+    prepareWayland(platform == QtPlatform::waylandWithTitleBars);
   }
   application_ = std::make_unique<Application>(platform);
   translateToolkit(*application_);

@@ -12,7 +12,11 @@ namespace jumplark {
 class SystemQueues;
 
 /// Whose windows Qt makes.
-enum class QtPlatform { xcb, wayland };
+enum class QtPlatform {
+  xcb,
+  wayland,
+  waylandWithTitleBars  ///< of a compositor that draws none around windows, so that Qt does
+};
 
 /// The main thread's event loop: Qt's, which runs the tasks of the main queue between the events of the windows. It
 /// wakes for events and tasks only; while there are none it sleeps without a limit.

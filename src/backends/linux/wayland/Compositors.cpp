@@ -30,7 +30,11 @@ CompositorProblem compositorProblem() {
     return {localized("KWin does not answer, or does not run the script that tells which window is in front."),
             localized("Wait until it does, or log out and in again.")};
   }
-  if (auto problem = gnome::problemOf(gnome::extensionState()); !problem.finding.empty()) {
+  auto extension = gnome::extensionState();
+  if (extension == gnome::ExtensionState::works) {
+    extension = gnome::ExtensionState::silent;  // a moment ago
+  }
+  if (auto problem = gnome::problemOf(extension); !problem.finding.empty()) {
     return {std::move(problem.finding), std::move(problem.remedy)};
   }
   return {localized("This Wayland compositor tells nobody which window is in front and where it is, so nothing can be "

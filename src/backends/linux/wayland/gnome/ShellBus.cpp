@@ -39,7 +39,7 @@ BusPointer connectToBus() {
   if (r < 0) {
     return nullptr;
   }
-  const auto deadline = Clock::now() + kPatience;
+  const auto deadline = Clock::now() + kFirstPatience;
   while (sd_bus_is_ready(bus) == 0) {
     const int done = sd_bus_process(bus, nullptr);
     const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now()).count();
@@ -81,6 +81,11 @@ Answer Bus::call(const char* method, const Write& write, const Read& read) {
     silentUntil_ = Clock::now() + kSilence;
   }
   return answer;
+}
+
+Answer Bus::greet(const Read& read) {
+  const std::lock_guard lock(mutex_);
+  return ask(bus_.get(), "Hello", {}, read, kFirstPatience);
 }
 
 }  // namespace jumplark::gnome

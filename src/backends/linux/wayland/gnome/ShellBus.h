@@ -17,6 +17,8 @@ inline constexpr const char* kName = "com.brindlefox.jumplark.Shell";
 inline constexpr const char* kPath = "/com/brindlefox/jumplark/Shell";
 /// Of what the extension and this program say to each other.
 inline constexpr uint32_t kVersion = 1;
+/// For the first question of all, which a shell that is busy starting programs answers late.
+inline constexpr std::chrono::seconds kFirstPatience{2};
 
 struct BusCloser {
   void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
@@ -48,6 +50,8 @@ class Bus {
   Bus() : bus_(connectToBus()) {}
 
   Answer call(const char* method, const Write& write = {}, const Read& read = {});
+  /// Waits longer, see kFirstPatience.
+  Answer greet(const Read& read);
   bool does(const char* method, const Write& write = {}, const Read& read = {}) {
     return call(method, write, read) == Answer::given;
   }

@@ -25,7 +25,7 @@ std::unique_ptr<ShellCompositor> ShellCompositor::open() {
   auto bus = std::make_shared<Bus>();
   uint32_t version = 0;
   std::string shell;
-  const Answer answer = bus->call("Hello", {}, [&](sd_bus_message* reply) {
+  const Answer answer = bus->greet([&](sd_bus_message* reply) {
     const char* told = nullptr;
     const int r = sd_bus_message_read(reply, "us", &version, &told);
     shell = r > 0 ? told : "";

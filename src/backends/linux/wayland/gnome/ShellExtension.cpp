@@ -12,7 +12,7 @@ namespace jumplark::gnome {
 namespace {
 
 constexpr const char* kIdentifier = "jumplark@brindlefox.com";
-constexpr uint64_t kPatience = 500'000;  // microseconds
+constexpr uint64_t kPatience = std::chrono::microseconds(kFirstPatience).count();
 // The shell's numbers for what has become of an extension.
 constexpr int kOn = 1;
 constexpr int kOff = 2;
@@ -95,7 +95,7 @@ ExtensionState extensionState() {
     version = sd_bus_message_read(reply, "us", &version, &shell) > 0 ? version : 0;
     return 1;
   };
-  switch (ask(bus.get(), "Hello", {}, greeting)) {
+  switch (ask(bus.get(), "Hello", {}, greeting, kFirstPatience)) {
     case Answer::given:
       return version == kVersion ? ExtensionState::works : ExtensionState::foreignVersion;
     case Answer::refused:

@@ -15,7 +15,7 @@ enum class ExtensionState {
   silent           ///< the shell does not answer
 };
 
-/// Asks the shell; waits a second at most.
+/// Asks the shell; waits some seconds at most.
 ExtensionState extensionState();
 
 /// What is wrong, one sentence, and what to do about it, another one. Empty for `works` and `noShell`.
