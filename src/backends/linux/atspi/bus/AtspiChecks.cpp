@@ -61,7 +61,7 @@ bool hasOwner(sd_bus* session, const char* name) {
 int connectTo(const std::string& address) {
   sd_bus* raw = nullptr;
   int result = sd_bus_new(&raw);
-  const BusPointer bus(raw);
+  const SessionBusConnection bus(raw);
   if (result >= 0) {
     result = sd_bus_set_address(bus.get(), address.c_str());
   }
@@ -127,7 +127,7 @@ DesktopCheck iconCheck(sd_bus* session) {
 std::vector<DesktopCheck> atspiChecks() {
   sd_bus* raw = nullptr;
   const int opened = sd_bus_open_user(&raw);
-  const BusPointer session(raw);
+  const SessionBusConnection session(raw);
   if (opened < 0) {
     const std::string unreachable = localized("This cannot be told without a session bus.");
     const std::string remedy = localized("Mend the session bus first.");

@@ -107,7 +107,7 @@ int onAnswer(sd_bus_message* message, void* data, sd_bus_error*) {
 }  // namespace
 
 struct BusLink::Private {
-  BusPointer bus;
+  SessionBusConnection bus;
 };
 
 BusLink::BusLink(std::unique_ptr<Private> d) : d_(std::move(d)) {}

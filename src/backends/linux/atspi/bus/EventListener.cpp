@@ -85,7 +85,7 @@ struct EventListener::Bus {
     return r >= 0 && sd_bus_call(bus.get(), raw, kCallLimit, nullptr, nullptr) >= 0;
   }
 
-  BusPointer bus;
+  SessionBusConnection bus;
   std::map<std::string, Match> matches;  ///< after the bus, so that they end first
 };
 

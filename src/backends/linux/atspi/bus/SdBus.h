@@ -12,7 +12,7 @@ struct SdBusDeleter {
   void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
-using BusPointer = std::unique_ptr<sd_bus, SdBusDeleter>;
+using SessionBusConnection = std::unique_ptr<sd_bus, SdBusDeleter>;
 using MessagePointer = std::unique_ptr<sd_bus_message, SdBusDeleter>;
 using SlotPointer = std::unique_ptr<sd_bus_slot, SdBusDeleter>;
 

@@ -32,22 +32,8 @@ Answer meaningOf(const sd_bus_error& error) {
 
 }  // namespace
 
-BusPointer connectToBus() {
-  sd_bus* bus = nullptr;
-  const int r = sd_bus_open_user(&bus);
-  BusPointer connection(bus);
-  if (r < 0) {
-    return nullptr;
-  }
-  const auto deadline = Clock::now() + kFirstPatience;
-  while (sd_bus_is_ready(bus) == 0) {
-    const int done = sd_bus_process(bus, nullptr);
-    const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now()).count();
-    if (done < 0 || left <= 0 || (done == 0 && sd_bus_wait(bus, static_cast<uint64_t>(left)) < 0)) {
-      return nullptr;
-    }
-  }
-  return connection;
+SessionBusConnection connectToBus() {
+  return openSessionBus({}, Clock::now() + kFirstPatience);
 }
 
 Answer ask(sd_bus* bus, const char* method, const Write& write, const Read& read, std::chrono::milliseconds limit) {

@@ -9,6 +9,8 @@
 #include <mutex>
 #include <string>
 
+#include "backends/linux/session_bus/SessionBus.h"
+
 /// What our extension for GNOME Shell offers on the session bus (packaging/gnome-shell/body/4-service.js has its
 /// methods). It answers this program only.
 namespace jumplark::gnome {
@@ -20,13 +22,8 @@ inline constexpr uint32_t kVersion = 1;
 /// For the first question of all, which a shell that is busy starting programs answers late.
 inline constexpr std::chrono::seconds kFirstPatience{2};
 
-struct BusCloser {
-  void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
-};
-using BusPointer = std::unique_ptr<sd_bus, BusCloser>;
-
 /// A connection to the session bus that has said hello to it; null when the bus is out of reach.
-BusPointer connectToBus();
+SessionBusConnection connectToBus();
 
 /// How a question has ended.
 enum class Answer {
@@ -58,7 +55,7 @@ class Bus {
 
  private:
   std::mutex mutex_;
-  BusPointer bus_;
+  SessionBusConnection bus_;
   std::chrono::steady_clock::time_point silentUntil_;
 };
 

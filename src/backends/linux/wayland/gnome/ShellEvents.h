@@ -34,7 +34,7 @@ class Events {
 
   const Handlers handlers_;
   FileDescriptor stop_;
-  BusPointer bus_;
+  SessionBusConnection bus_;
   std::string owner_;      ///< the extension's connection; empty without
   bool returned_ = false;  ///< and the handler has not been called
   std::thread thread_;

@@ -84,7 +84,7 @@ ExtensionState stateByShell(sd_bus* bus) {
 }  // namespace
 
 ExtensionState extensionState() {
-  const BusPointer bus = connectToBus();
+  const SessionBusConnection bus = connectToBus();
   if (!bus) {
     return ExtensionState::noShell;
   }
@@ -136,7 +136,7 @@ ExtensionProblem problemOf(ExtensionState state) {
 }
 
 ExtensionState switchExtensionOn() {
-  const BusPointer bus = connectToBus();
+  const SessionBusConnection bus = connectToBus();
   Answer answer = Answer::absent;
   if (!bus || !askShell(bus.get(), "EnableExtension", answer)) {
     return answer == Answer::silent ? ExtensionState::silent : ExtensionState::noShell;
