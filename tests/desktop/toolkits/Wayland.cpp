@@ -42,6 +42,17 @@ Effect says(const std::string& line) {
   return [line](Application& application) { return application.process().printed(line); };
 }
 
+/// What else is done with keys.
+std::map<std::string, std::vector<Step>> furtherSteps() {
+  const std::vector<Step> onPage = {{"i agree", titled("Did agree true"), {}, "I agree"}};
+  return {{"Qt6",
+           {{"medium", shows("radio button", "Medium", "checked"), {}, "Medium"},
+            {"list", says("tab List"), {}, "List"},
+            {"dublin", says("selected Dublin"), {}, "Dublin"}}},
+          {"ChromiumAwake", onPage},
+          {"ChromiumScaled", onPage}};
+}
+
 void moveToTheOtherScreen(Application& application) {
   PrivateSession& session = application.desktop().session;
   session.moveActiveWindow(Desktop::kWidth + 40, 140);
@@ -113,6 +124,8 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
                         {"inner button", "Inner Button"},
                         {"wrap", "Wrap text"},
                         {"bold", "Bold"}});
+      const std::vector<Step> further = furtherSteps()[subject.name];
+      subject.steps.insert(subject.steps.end(), further.begin(), further.end());
     }
     if (compositor == WindowManager::kwin && !subject.monitors.empty()) {
       subject.monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}};  // without a card all are alike
