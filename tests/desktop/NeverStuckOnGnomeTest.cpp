@@ -1,47 +1,22 @@
 #include <csignal>
 
-#include "desktop/Use.h"
+#include "desktop/NeverStuckOnWayland.h"
 #include "desktop/support/GnomeSession.h"
 
 namespace jumplark::desktop {
 namespace {
 
-/// What the user is left with: a window of the demonstration program whose field "Name" takes what is typed.
-class NeverStuckOnGnome : public ::testing::Test {
+class NeverStuckOnGnome : public NeverStuckOnWayland {
  protected:
-  NeverStuckOnGnome() {
-    desktop.session.click(place("TextField", "Name:"));
-    EXPECT_TRUE(demo.says("focused Name"));
-  }
+  NeverStuckOnGnome()
+      : NeverStuckOnWayland(
+            {.windowManager = WindowManager::gnome, .width = Desktop::kWidth, .height = Desktop::kHeight}) {}
 
-  PixelRect place(const std::string& role, const std::string& text) {
-    const Matches matches = demo.matchesWith(role, text);
-    const Match* match = find(matches, role, text);
-    return match ? match->rect : PixelRect{};
-  }
-  /// A letter typed now arrives, and nothing but the letters of former calls is in front of it.
-  bool takesTyping() {
-    text += static_cast<char>('a' + text.size() % 26);
-    EXPECT_TRUE(waitUntil([&] { return demo.isActive(); }));
-    session.type(text.substr(text.size() - 1));
-    return demo.says("text Name " + text);
-  }
   bool isShortcutFree() {
     return waitUntil([&] { return session.isFree("<Super><Shift>space"); });
   }
-  void expectThatItWorks(RunningProgram& program) {
-    const size_t before = demo.process().countOfLine("clicked Apply");
-    program.open();
-    program.query("apply");
-    EXPECT_TRUE(waitUntil([&] { return program.description().starts_with("Apply"); }));
-    program.close("Return");
-    EXPECT_TRUE(waitUntil([&] { return demo.process().countOfLine("clicked Apply") > before; }));
-  }
 
-  Desktop desktop{WindowManager::gnome};
   GnomeSession& session = dynamic_cast<GnomeSession&>(desktop.session);
-  DemoProgram demo{desktop};
-  std::string text;
 };
 
 TEST_F(NeverStuckOnGnome, anEndedProgramLeavesKeyboardAndShortcutToOthers) {
@@ -61,13 +36,7 @@ TEST_F(NeverStuckOnGnome, anEndedProgramLeavesKeyboardAndShortcutToOthers) {
 }
 
 TEST_F(NeverStuckOnGnome, aKilledProgramLeavesNoButtonDown) {
-  const PixelRect apply = place("Button", "Apply");
-  Process& presses = session.start(
-      {JUMPLARK_PRESS_AND_WAIT, std::to_string(apply.x + apply.width / 2), std::to_string(apply.y + apply.height / 2)});
-  ASSERT_TRUE(presses.waitForLine("down")) << presses.err();
-  EXPECT_EQ(demo.process().countOfLine("clicked Apply"), 0U);
-  presses.kill(SIGKILL);
-  EXPECT_TRUE(demo.says("clicked Apply"));
+  expectNoButtonDownAfterAKilledProgram();
 }
 
 TEST_F(NeverStuckOnGnome, worksAgainWhenTheExtensionWasSwitchedOffAndOn) {
@@ -85,14 +54,7 @@ TEST_F(NeverStuckOnGnome, worksAgainWhenTheExtensionWasSwitchedOffAndOn) {
 TEST_F(NeverStuckOnGnome, goesOnAfterAShellThatHung) {
   RunningProgram program(session);
   program.open();
-  const pid_t shell = session.shell();
-  ASSERT_EQ(kill(shell, SIGSTOP), 0);
-  // Closes the query window, as far as that can be without the shell.
-  const Finished told = session.run({JUMPLARK_PROGRAM, "activate"});
-  EXPECT_EQ(kill(shell, SIGCONT), 0);
-  EXPECT_TRUE(told.status.has_value());
-  EXPECT_TRUE(program.waitUntilClosed());
-  EXPECT_TRUE(takesTyping());
+  expectThatItGoesOnAfterHanging(session.shell(), program);
   expectThatItWorks(program);
 }
 

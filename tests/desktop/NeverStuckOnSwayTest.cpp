@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "desktop/Use.h"
+#include "desktop/NeverStuckOnWayland.h"
 
 namespace jumplark::desktop {
 namespace {
@@ -35,39 +35,13 @@ bool isRunning(const std::string& process) {
   return !std::filesystem::read_symlink(process + "/exe", error).empty();  // one that has ended has none
 }
 
-/// What the user is left with: a window of the demonstration program whose field "Name" takes what is typed.
-class NeverStuckOnSway : public ::testing::Test {
+class NeverStuckOnSway : public NeverStuckOnWayland {
  protected:
-  NeverStuckOnSway() { focusField(); }
-
-  void focusField() {
-    desktop.session.click(place("TextField", "Name:"));
-    EXPECT_TRUE(demo.says("focused Name"));
-  }
-  PixelRect place(const std::string& role, const std::string& text) {
-    const Matches matches = demo.matchesWith(role, text);
-    const Match* match = find(matches, role, text);
-    return match ? match->rect : PixelRect{};
-  }
-  /// A letter typed now arrives, and nothing but the letters of former calls is in front of it.
-  bool takesTyping() {
-    text += static_cast<char>('a' + text.size() % 26);
-    desktop.session.type(text.substr(text.size() - 1));
-    return demo.says("text Name " + text);
-  }
-  void expectThatItWorks(RunningProgram& program) {
-    program.open();
-    program.query("apply");
-    program.close("Return");
-    EXPECT_TRUE(demo.says("clicked Apply"));
-  }
-
-  Desktop desktop{SessionOptions{.windowManager = WindowManager::sway,
-                                 .width = Desktop::kWidth,
-                                 .height = Desktop::kHeight,
-                                 .monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}}}};
-  DemoProgram demo{desktop};
-  std::string text;
+  NeverStuckOnSway()
+      : NeverStuckOnWayland({.windowManager = WindowManager::sway,
+                             .width = Desktop::kWidth,
+                             .height = Desktop::kHeight,
+                             .monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}}}) {}
 };
 
 TEST_F(NeverStuckOnSway, anEndedProgramLeavesKeyboardAndShortcutToOthers) {
@@ -102,26 +76,13 @@ TEST_F(NeverStuckOnSway, endsWhileReturnWouldMakeADoubleClick) {
 }
 
 TEST_F(NeverStuckOnSway, aKilledProgramLeavesNoButtonDown) {
-  const PixelRect apply = place("Button", "Apply");
-  Process& presses = desktop.session.start(
-      {JUMPLARK_PRESS_AND_WAIT, std::to_string(apply.x + apply.width / 2), std::to_string(apply.y + apply.height / 2)});
-  ASSERT_TRUE(presses.waitForLine("down")) << presses.err();
-  EXPECT_EQ(demo.process().countOfLine("clicked Apply"), 0U);
-  presses.kill(SIGKILL);
-  EXPECT_TRUE(demo.says("clicked Apply"));
+  expectNoButtonDownAfterAKilledProgram();
 }
 
 TEST_F(NeverStuckOnSway, goesOnAfterACompositorThatHung) {
   RunningProgram program(desktop.session);
   program.open();
-  const pid_t sway = swayOf(desktop.session);
-  ASSERT_EQ(kill(sway, SIGSTOP), 0);
-  // Closes the query window, as far as that can be without the compositor.
-  const Finished told = desktop.session.run({JUMPLARK_PROGRAM, "activate"});
-  EXPECT_EQ(kill(sway, SIGCONT), 0);
-  EXPECT_TRUE(told.status.has_value());
-  EXPECT_TRUE(program.waitUntilClosed());
-  EXPECT_TRUE(takesTyping());
+  expectThatItGoesOnAfterHanging(swayOf(desktop.session), program);
   expectThatItWorks(program);
 }
 
@@ -147,16 +108,7 @@ TEST_F(NeverStuckOnSway, goesOnWhenTheScreenThatItIsOnIsTakenAway) {
 
 TEST(OnSway, endsWithItsCompositor) {
   Desktop desktop(WindowManager::sway);
-  PrivateSession& session = desktop.session;
-  Process& demo = session.start({JUMPLARK_DEMO_QT6, "Form"});
-  session.waitForWindowOf(demo.pid());
-  RunningProgram program(session);
-  program.open();
-  ASSERT_EQ(kill(swayOf(session), SIGKILL), 0);
-  const auto status = program.process().wait();
-  ASSERT_TRUE(status) << "still running";
-  EXPECT_LT(*status, 128) << program.process().err();
-  EXPECT_TRUE(std::filesystem::is_empty(session.environment().at("XDG_STATE_HOME") + "/jumplark/crashes"));
+  expectTheEndAfter(desktop.session, swayOf(desktop.session));
 }
 
 }  // namespace

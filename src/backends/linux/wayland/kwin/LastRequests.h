@@ -38,7 +38,7 @@ class LastRequests {
   std::unique_ptr<ExitGuard> guard_;
 };
 
-/// The bytes of a method call as they travel, by the D-Bus specification.
+/// The bytes of a method call as they travel, in the wire format of D-Bus.
 std::string encoded(const LastRequest& request, uint32_t serial);
 
 }  // namespace jumplark::kwin
