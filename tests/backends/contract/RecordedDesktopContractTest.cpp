@@ -4,7 +4,7 @@
 
 namespace jumplark::contract {
 
-ContractDesktop makeContractDesktop() {
+ContractDesktop makeContractDesktop(const std::string& /*backend*/) {
   const std::shared_ptr recorded = RecordedPlatform::fromText(testing::DesktopText::of(R"(
       app AXApplication AXTitle="Editor" AXFocusedWindow=@window AXMenuBar=null
         window AXWindow 100,100/600,400 AXTitle="Untitled" !AXRaise
