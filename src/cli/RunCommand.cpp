@@ -15,6 +15,7 @@
 #include "app/JLStatusItemController.h"
 #include "app/JLUpdateChecker.h"
 #include "backends/linux/LinuxProgram.h"
+#include "backends/linux/OpenBackend.h"
 #include "backends/linux/crash/Symbols.h"
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/system/InstanceChannel.h"
@@ -31,12 +32,20 @@
 namespace jumplark::cli {
 namespace {
 
+/// Starting it is advised only where it would start.
+std::string notRunning() {
+  SystemQueues queues;
+  const OpenedBackend backend = openBackend(queues.mainQueue());
+  return backend.backend ? localized("Jumplark is not running; 'jumplark' starts it.")
+                         : localizedFormat("Jumplark is not running and cannot be started: {}", backend.error);
+}
+
 ExitStatus answerOf(const InstanceChannel::Reply& reply) {
   switch (reply.state) {
     case InstanceChannel::SendState::done:
       return ExitStatus::done;
     case InstanceChannel::SendState::notRunning:
-      throw CommandFailure(ExitStatus::outOfReach, localized("Jumplark is not running; 'jumplark' starts it."));
+      throw CommandFailure(ExitStatus::outOfReach, notRunning());
     case InstanceChannel::SendState::failed:
       break;
   }

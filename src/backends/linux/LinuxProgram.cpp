@@ -244,9 +244,11 @@ LinuxProgram::Opened LinuxProgram::open(SystemQueues& queues) {
                                "qt6-wayland.")};
   }
   if (wayland != nullptr && !wayland->canShowWindows()) {
-    return {nullptr, localized("This Wayland compositor lets no program lay something over the others (it has no layer "
-                               "shell), so the query cannot show. Use Jumplark in a session of sway, or in one on "
-                               "X11.")};
+    return {nullptr,
+            fmt::format("{} {}",
+                        localized("This Wayland compositor lets no program lay something over the others (it has no "
+                                  "layer shell), so the query cannot show."),
+                        localized("Use Jumplark in a session of sway, KDE or GNOME, or in one on X11."))};
   }
   auto opened = LinuxPlatform::open(queues, backend.backend);
   auto parts = std::make_unique<Parts>(std::move(opened.platform), backend.backend, queues);

@@ -18,7 +18,7 @@ constexpr Milliseconds kStartLimit{60000};
 
 Arguments scriptArguments(const SessionOptions& options) {
   constexpr const char* kNames[] = {"xfwm4", "xfwm4-compositor", "openbox", "openbox-picom", "none",
-                                    "sway",  "kwin",             "gnome"};
+                                    "sway",  "kwin",             "gnome", "weston"};
   Arguments arguments = {JUMPLARK_PRIVATE_SESSION_SCRIPT,
                          "--serve",
                          "--wm",

@@ -8,7 +8,7 @@
 namespace jumplark::desktop {
 
 /// The last ones are Wayland compositors.
-enum class WindowManager { xfwm4, xfwm4Compositor, openbox, openboxPicom, none, sway, kwin, gnome };
+enum class WindowManager { xfwm4, xfwm4Compositor, openbox, openboxPicom, none, sway, kwin, gnome, weston };
 constexpr bool isWayland(WindowManager windowManager) {
   return windowManager >= WindowManager::sway;
 }

@@ -21,6 +21,8 @@ std::unique_ptr<PrivateSession> openSession(const SessionOptions& options) {
       return std::make_unique<KWinSession>(options);
     case WindowManager::gnome:
       return std::make_unique<GnomeSession>(options);
+    case WindowManager::weston:
+      return std::make_unique<WaylandSession>(options);
     default:
       return std::make_unique<PrivateSession>(options);
   }

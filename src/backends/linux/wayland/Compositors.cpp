@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "backends/linux/wayland/WaylandConnection.h"
 #include "backends/linux/wayland/gnome/ShellCompositor.h"
 #include "backends/linux/wayland/gnome/ShellExtension.h"
 #include "backends/linux/wayland/kwin/KWinCompositor.h"
@@ -11,22 +12,25 @@
 
 namespace jumplark {
 
-std::unique_ptr<Compositor> openCompositor() {
-  if (auto sway = sway::SwayCompositor::open()) {
+// A compositor that runs in a window of another one has inherited that one's variables and session bus, where sway or
+// KWin answers for windows that are not its own.
+std::unique_ptr<Compositor> openCompositor(const WaylandGlobals& offered) {
+  if (auto sway = offered.hasLayerShell ? sway::SwayCompositor::open() : nullptr) {
     return sway;
   }
-  if (auto kwin = kwin::KWinCompositor::open()) {
+  if (auto kwin = offered.isKWins ? kwin::KWinCompositor::open() : nullptr) {
     return kwin;
   }
   return gnome::ShellCompositor::open();
 }
 
-CompositorProblem compositorProblem() {
-  if (const char* const sway = std::getenv("SWAYSOCK"); sway != nullptr && *sway != '\0') {
+CompositorProblem compositorProblem(const WaylandGlobals& offered) {
+  const char* const sway = std::getenv("SWAYSOCK");
+  if (offered.hasLayerShell && !offered.isKWins && sway != nullptr && *sway != '\0') {
     return {localized("Sway does not answer on the socket that SWAYSOCK names."),
             localized("Start Jumplark in the session that it shall operate.")};
   }
-  if (kwin::isOnSessionBus()) {
+  if (offered.isKWins) {
     return {localized("KWin does not answer, or does not run the script that tells which window is in front."),
             localized("Wait until it does, or log out and in again.")};
   }

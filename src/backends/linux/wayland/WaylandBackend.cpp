@@ -15,9 +15,9 @@ WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
   if (!opened.connection) {
     return {nullptr, std::move(opened.error)};
   }
-  auto compositor = openCompositor();
+  auto compositor = openCompositor(opened.connection->globals());
   if (!compositor) {
-    const CompositorProblem problem = compositorProblem();
+    const CompositorProblem problem = compositorProblem(opened.connection->globals());
     return {nullptr, fmt::format("{} {}", problem.finding, problem.remedy)};
   }
   return {std::unique_ptr<WaylandBackend>(

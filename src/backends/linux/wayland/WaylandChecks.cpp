@@ -13,14 +13,14 @@
 namespace jumplark {
 namespace {
 
-DesktopCheck checkWindows(Compositor* compositor) {
+DesktopCheck checkWindows(Compositor* compositor, const WaylandGlobals& offered) {
   if (compositor != nullptr) {
     return {localized("compositor"),
             DesktopCheck::ok,
             localizedFormat("{} tells which windows there are and where.", compositor->name()),
             {}};
   }
-  CompositorProblem problem = compositorProblem();
+  CompositorProblem problem = compositorProblem(offered);
   return {localized("compositor"), DesktopCheck::failure, std::move(problem.finding), std::move(problem.remedy)};
 }
 
@@ -59,10 +59,10 @@ std::vector<DesktopCheck> waylandChecks() {
              opened.error.substr(std::min(sentence + 1, opened.error.size()))}};
   }
   const WaylandGlobals& offered = opened.connection->globals();
-  const auto compositor = openCompositor();
+  const auto compositor = openCompositor(offered);
   std::vector<DesktopCheck> checks = {
       {localized("session"), DesktopCheck::ok, localized("This is a Wayland session."), {}},
-      checkWindows(compositor.get()),
+      checkWindows(compositor.get(), offered),
       checkOutputs(*opened.connection)};
   if (!compositor) {
     return checks;  // without places nothing else can be used

@@ -192,6 +192,8 @@ void WaylandConnection::addGlobal(wl_registry* registry, uint32_t name, const st
     }
   } else if (interface == "zwlr_layer_shell_v1") {
     globals_.hasLayerShell = true;
+  } else if (interface.starts_with("org_kde_plasma_") || interface.starts_with("kde_output_")) {
+    globals_.isKWins = true;
   }
 }
 

@@ -33,6 +33,7 @@ struct WaylandGlobals {
   org_kde_kwin_fake_input* fakeInput = nullptr;  ///< KWin shows it to programs that it trusts
   zxdg_output_manager_v1* outputManager = nullptr;
   bool hasLayerShell = false;
+  bool isKWins = false;  ///< protocols that KWin alone has
 };
 
 /// A connection to the compositor besides that of our windows, with a thread that reads it. Requests may be made from

@@ -130,9 +130,4 @@ std::vector<DesktopCheck> KWinCompositor::checks(const WaylandConnection& connec
   return checks;
 }
 
-bool isOnSessionBus() {
-  BusCalls calls;
-  return isOnBus(calls);
-}
-
 }  // namespace jumplark::kwin

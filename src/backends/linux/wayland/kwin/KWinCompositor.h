@@ -53,7 +53,4 @@ class KWinCompositor final : public Compositor {
   KWinWatch watch_;  ///< calls all of the above
 };
 
-/// KWin, or what has its name, is there.
-bool isOnSessionBus();
-
 }  // namespace jumplark::kwin
