@@ -33,7 +33,8 @@ class NeverStuckOnWayland : public ::testing::Test {
     program.query("apply");
     EXPECT_TRUE(waitUntil([&] { return program.description().starts_with("Apply"); }));
     program.close("Return");
-    EXPECT_TRUE(waitUntil([&] { return demo.process().countOfLine("clicked Apply") > before; }));
+    EXPECT_TRUE(waitUntil([&] { return demo.process().countOfLine("clicked Apply") > before; }))
+        << demo.process().out() << program.process().err();
   }
   void expectNoButtonDownAfterAKilledProgram() {
     const PixelRect apply = place("Button", "Apply");

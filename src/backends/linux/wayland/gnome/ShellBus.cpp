@@ -8,7 +8,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kPatience{500};
-constexpr std::chrono::milliseconds kMoment{20};
+constexpr std::chrono::milliseconds kMoment{50};
 constexpr std::chrono::seconds kSilence{1};
 
 struct MessageDeleter {
@@ -63,7 +63,9 @@ Answer Bus::call(const char* method, const Write& write, const Read& read) {
   const std::lock_guard lock(mutex_);
   const bool wasSilent = Clock::now() < silentUntil_;
   const Answer answer = ask(bus_.get(), method, write, read, wasSilent ? kMoment : kPatience);
-  if (answer == Answer::silent && !wasSilent) {
+  if (answer != Answer::silent) {
+    silentUntil_ = {};
+  } else if (!wasSilent) {
     silentUntil_ = Clock::now() + kSilence;
   }
   return answer;
