@@ -50,6 +50,6 @@ tree --desktop $work/none|jumplark: $work/none ist nicht zu lesen: diese Datei o
 tree --desktop $0|jumplark: $0: Zeile 1, Spalte 1: Das ist kein JSON
 match --nonsense q|jumplark: „--nonsense“ ist keine Option von „jumplark match“. Eine Suche, die mit einem Strich beginnt, steht hinter --.
 record --desktop $work/desktop.json -o $work|jumplark: $work ist nicht zu schreiben: es ist ein Ordner
-activate|jumplark: Jumplark läuft nicht; „jumplark“ startet es.
+activate|jumplark: Jumplark läuft nicht und kann nicht gestartet werden: Es gibt keine X-Anzeige: *
 doctor|* Jumplark from working here.
 END
