@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -28,6 +29,8 @@ void check(int result, const char* what) {
     throw std::runtime_error(std::string(what) + " failed: " + std::to_string(result));
   }
 }
+
+using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
 
 int onTell(sd_bus_message* message, void* answer, sd_bus_error* /*error*/) {
   const char* text = nullptr;
@@ -54,6 +57,7 @@ std::string evaluate(sd_bus* bus, const std::string& script) {
   check(sd_bus_call_method(bus, kKWin, "/Scripting", kScripting, "loadScript", nullptr, &reply, "ss", file.c_str(),
                            name.c_str()),
         "loading a script");
+  const Message owned(reply, sd_bus_message_unref);
   int32_t number = -1;
   check(sd_bus_message_read(reply, "i", &number), "loading a script");
   const std::string paths[] = {"/Scripting/Script" + std::to_string(number), "/" + std::to_string(number)};
@@ -98,6 +102,7 @@ void takePicture(sd_bus* bus, char** place, const char* file) {
                            &results, "iiuua{sv}h", std::atoi(place[0]), std::atoi(place[1]), std::atoi(place[2]),
                            std::atoi(place[3]), 1, "native-resolution", "b", 1, ends[1]),
         "taking a picture");
+  const Message owned(results, sd_bus_message_unref);
   close(ends[1]);
   const uint32_t width = numberIn(results, "width");
   const uint32_t height = numberIn(results, "height");
@@ -135,6 +140,7 @@ int main(int count, char** arguments) {
     const std::string command = count > 1 ? arguments[1] : "";
     sd_bus* bus = nullptr;
     check(sd_bus_open_user(&bus), "the session bus");
+    const std::unique_ptr<sd_bus, decltype(&sd_bus_close_unref)> connection(bus, sd_bus_close_unref);
     check(sd_bus_set_method_call_timeout(bus, kPatience), "a limit");
     if (command == "windows") {
       std::cout << evaluate(bus, kWindows) << '\n';
@@ -149,6 +155,7 @@ int main(int count, char** arguments) {
       check(sd_bus_call_method(bus, "org.kde.kglobalaccel", "/kglobalaccel", "org.kde.KGlobalAccel",
                                "getGlobalShortcutsByKey", nullptr, &reply, "i", std::stoi(arguments[2])),
             "asking for shortcuts");
+      const Message owned(reply, sd_bus_message_unref);
       check(sd_bus_message_enter_container(reply, 'a', "(ssssssaiai)"), "the shortcuts");
       isFree = sd_bus_message_at_end(reply, 0);
       return isFree != 0 ? 0 : 3;
