@@ -279,8 +279,8 @@ std::vector<std::vector<uint32_t>> SwayOnlooker::pixels(const std::vector<Area>&
   for (const Area& area : areas) {
     auto& copy = *copies.emplace_back(std::make_unique<Copy>());
     copy.shm = globals_->shm();
-    copy.frame = zwlr_screencopy_manager_v1_capture_output_region(
-        pictures_, 0, globals_->outputAt({0, 0})->output(), area.x, area.y, area.width, area.height);
+    copy.frame = zwlr_screencopy_manager_v1_capture_output_region(pictures_, 0, globals_->outputAt({0, 0})->output(),
+                                                                  area.x, area.y, area.width, area.height);
     zwlr_screencopy_frame_v1_add_listener(copy.frame, &Listeners::kCopy, &copy);
   }
   until(Clock::now(),

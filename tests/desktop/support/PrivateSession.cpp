@@ -17,8 +17,8 @@ namespace {
 constexpr Milliseconds kStartLimit{60000};
 
 Arguments scriptArguments(const SessionOptions& options) {
-  constexpr const char* kNames[] = {"xfwm4", "xfwm4-compositor", "openbox", "openbox-picom", "none",
-                                    "sway",  "kwin",             "gnome", "weston"};
+  constexpr const char* kNames[] = {
+      "xfwm4", "xfwm4-compositor", "openbox", "openbox-picom", "none", "sway", "kwin", "gnome", "weston"};
   Arguments arguments = {JUMPLARK_PRIVATE_SESSION_SCRIPT,
                          "--serve",
                          "--wm",
