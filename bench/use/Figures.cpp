@@ -101,8 +101,12 @@ size_t countOf(const std::string& text, const std::string& part) {
   return count;
 }
 
-int runMeasurements(const char* name, int argc, char** argv, void (*measureAll)(int runs)) {
+int runMeasurements(const char* name, int argc, char** argv, const std::function<void(int runs)>& measureAll) {
   const bool given = argc == 3 && std::string(argv[1]) == "--runs";
+  if (argc > 1 && !given) {
+    fmt::print(stderr, "{}: unknown arguments; the first lines of its source tell those that there are\n", name);
+    return 2;
+  }
   try {
     measureAll(given ? std::max(1, std::atoi(argv[2])) : 25);
   } catch (const std::exception& error) {

@@ -34,8 +34,9 @@ void print(const Row& row, double baseline);
 /// Prints what the threads of a process do for so long when nothing happens, and its memory.
 void printIdle(pid_t process, int seconds);
 
-/// What a benchmark's main() does: `--runs N`, 25 without, handed to `measureAll`; the exit status.
-int runMeasurements(const char* name, int argc, char** argv, void (*measureAll)(int runs));
+/// What a benchmark's main() does: `--runs N`, 25 without, handed to `measureAll`; the exit status, 2 for other
+/// arguments.
+int runMeasurements(const char* name, int argc, char** argv, const std::function<void(int runs)>& measureAll);
 
 /// How often a text stands in a program's log.
 size_t countOf(const std::string& text, const std::string& part);
