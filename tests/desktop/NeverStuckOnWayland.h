@@ -71,7 +71,9 @@ inline void expectTheEndAfter(PrivateSession& session, pid_t compositor) {
   ASSERT_EQ(kill(compositor, SIGKILL), 0);
   const auto status = program.process().wait();
   ASSERT_TRUE(status) << "still running";
-  EXPECT_LT(*status, 128) << program.process().err();
+  constexpr int kFirstSignal = 128;
+  constexpr int kQtsOwn = 255;  // of Qt 6.8, which ends the program as soon as it notices
+  EXPECT_TRUE(*status < kFirstSignal || *status == kQtsOwn) << *status << program.process().err();
   EXPECT_TRUE(std::filesystem::is_empty(session.environment().at("XDG_STATE_HOME") + "/jumplark/crashes"));
 }
 

@@ -21,6 +21,9 @@ class ButtonGuard {
   /// Makes a pointer on the child's connection. Null where the compositor or the system denies one.
   static std::unique_ptr<ButtonGuard> create(const std::function<Pointer(WaylandConnection&)>& makePointer);
 
+  /// Made for the child; whoever presses on it has pressed with the pointer that the child releases.
+  const std::shared_ptr<WaylandConnection>& connection() const { return connection_; }
+
   /// From now on the child would let go of the button, or would not.
   void setPressed(bool pressed) { guard_->setLastWords(0, pressed ? words_ : std::string()); }
 

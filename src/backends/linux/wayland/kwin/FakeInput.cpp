@@ -35,8 +35,10 @@ std::unique_ptr<FakePointer> FakePointer::create(std::shared_ptr<WaylandConnecti
   return std::unique_ptr<FakePointer>(new FakePointer(std::move(connection)));
 }
 
+/// KWin 6 takes each connection for a device, and lets none release what another one has pressed: what is pressed here
+/// is pressed with the guard's.
 FakePointer::FakePointer(std::shared_ptr<WaylandConnection> connection)
-    : connection_(std::move(connection)), guard_(ButtonGuard::create(pointerOfGuard)) {
+    : guard_(ButtonGuard::create(pointerOfGuard)), connection_(guard_ ? guard_->connection() : std::move(connection)) {
   introduce(connection_->globals().fakeInput);
   connection_->flush();
 }

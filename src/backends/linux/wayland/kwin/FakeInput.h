@@ -23,8 +23,8 @@ class FakePointer final : public SeatPointer {
   explicit FakePointer(std::shared_ptr<WaylandConnection> connection);
   void moveTo(Point place);
 
-  std::shared_ptr<WaylandConnection> connection_;
-  std::unique_ptr<ButtonGuard> guard_;  ///< null where there can be none
+  std::unique_ptr<ButtonGuard> guard_;             ///< null where there can be none
+  std::shared_ptr<WaylandConnection> connection_;  ///< the guard's
   std::mutex mutex_;
 };
 
