@@ -15,7 +15,7 @@ WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
   if (!opened.connection) {
     return {nullptr, std::move(opened.error)};
   }
-  auto compositor = openCompositor(opened.connection->globals());
+  auto compositor = openCompositor(opened.connection);
   if (!compositor) {
     const CompositorProblem problem = compositorProblem(opened.connection->globals());
     return {nullptr, fmt::format("{} {}", problem.finding, problem.remedy)};

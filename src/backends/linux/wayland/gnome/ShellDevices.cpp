@@ -12,8 +12,9 @@ constexpr uint32_t kRight = 3;
 }  // namespace
 
 void Pointer::press(Point place, uint32_t button, bool down) {
+  const Point at = stage_.toStage(place);
   bus_->call("Button", [=](sd_bus_message* question) {
-    return sd_bus_message_append(question, "ddub", place.x, place.y, button, down ? 1 : 0);
+    return sd_bus_message_append(question, "ddub", at.x, at.y, button, down ? 1 : 0);
   });
 }
 
@@ -22,7 +23,7 @@ void Pointer::post(const MouseEvent& event) {
     press(event.position, kLeft, event.type == event_type::leftMouseDown);
     return;
   }
-  bus_->call("Move", [place = event.position](sd_bus_message* question) {
+  bus_->call("Move", [place = stage_.toStage(event.position)](sd_bus_message* question) {
     return sd_bus_message_append(question, "dd", place.x, place.y);
   });
 }
