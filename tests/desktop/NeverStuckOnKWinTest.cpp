@@ -45,6 +45,36 @@ TEST_F(NeverStuckOnKWin, anEndedProgramLeavesKeyboardShortcutAndKWinToOthers) {
   }
 }
 
+TEST_F(NeverStuckOnKWin, theLayoutThatIsForcedWhileTheQueryIsOpenIsTheUsersAgainInWhateverWayThatEnds) {
+  testing::writeFile(session.environment().at("XDG_CONFIG_HOME") + "/kxkbrc", "[Layout]\nLayoutList=us,de\nUse=true\n");
+  session.run({"gdbus", "emit", "--session", "-o", "/Layouts", "-s", "org.kde.keyboard.reloadConfig"});
+  const auto askLayouts = [&](const std::string& member, const std::string& argument = "") {
+    Arguments question = {"gdbus",
+                          "call",
+                          "--session",
+                          "-d",
+                          "org.kde.keyboard",
+                          "-o",
+                          "/Layouts",
+                          "-m",
+                          "org.kde.KeyboardLayouts." + member};
+    question.resize(question.size() + (argument.empty() ? 0 : 1), argument);
+    return session.run(question).out;
+  };
+  const auto isLayout = [&](int place) {
+    return waitUntil([&] { return askLayouts("getLayout") == "(uint32 " + std::to_string(place) + ",)\n"; });
+  };
+  for (const int signal : {0, SIGKILL, SIGTERM}) {
+    SCOPED_TRACE(signal);
+    ASSERT_TRUE(waitUntil([&] { return askLayouts("setLayout", "1") == "(true,)\n"; }));
+    RunningProgram program(session, {{"ForceKeyboardLayout", "us"}});
+    program.open();
+    EXPECT_TRUE(isLayout(0));
+    signal != 0 ? program.process().kill(signal) : program.close("Escape");
+    EXPECT_TRUE(isLayout(1));
+  }
+}
+
 TEST_F(NeverStuckOnKWin, aKilledProgramLeavesNoButtonDown) {
   expectNoButtonDownAfterAKilledProgram();
 }

@@ -63,7 +63,7 @@ std::unique_ptr<KWinCompositor> KWinCompositor::tryToOpen() {
 
 KWinCompositor::KWinCompositor()
     : windows_(calls_),
-      inputSources_(calls_),
+      inputSources_(calls_, [this] { guard(); }),
       shortcuts_(calls_),
       watch_(calls_,
              {[this](const nlohmann::json& message) { return told(message); },
@@ -124,6 +124,8 @@ void KWinCompositor::guard() {
   }
   if (guard_) {
     std::vector<LastRequest> requests = shortcuts_.farewell();
+    const std::vector<LastRequest> layout = inputSources_.farewell();
+    requests.insert(requests.end(), layout.begin(), layout.end());
     requests.push_back(
         {"org.kde.KWin", "/Scripting", "org.kde.kwin.Scripting", "unloadScript", "s", {watch_.scriptName()}});
     guard_->set(requests);

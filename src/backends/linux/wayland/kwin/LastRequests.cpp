@@ -44,6 +44,9 @@ std::string bodyOf(const LastRequest& request) {
   for (const std::string& text : request.texts) {
     body.add(text);
   }
+  if (request.signature == "u") {
+    body.add(request.number);
+  }
   if (isList) {
     body.setNumber(0, static_cast<uint32_t>(body.size() - sizeof(uint32_t)));
   }
