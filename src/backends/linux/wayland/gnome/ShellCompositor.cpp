@@ -151,7 +151,7 @@ std::vector<DesktopCheck> ShellCompositor::checks(const WaylandConnection& /*con
           {localized("pointer"), DesktopCheck::ok, localized("The compositor takes clicks of ours."), {}},
           {localized("keyboard"),
            DesktopCheck::ok,
-           localized("The compositor takes keys of ours, but modifiers that are held count for clicks."),
+           localized("The compositor takes keys of ours, but modifiers that are held for long count for clicks."),
            {}}};
 }
 

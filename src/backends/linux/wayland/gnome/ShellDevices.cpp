@@ -1,5 +1,8 @@
 #include "backends/linux/wayland/gnome/ShellDevices.h"
 
+#include <chrono>
+#include <thread>
+
 #include "backends/linux/windows/KeyNames.h"
 
 namespace jumplark::gnome {
@@ -31,6 +34,17 @@ void Pointer::post(const MouseEvent& event) {
 void Pointer::clickSecondary(Point place) {
   press(place, kRight, true);
   press(place, kRight, false);
+}
+
+void Keyboard::releaseModifiers() {
+  constexpr std::chrono::milliseconds kPatience{500};
+  constexpr std::chrono::milliseconds kStep{10};
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  int held = 1;
+  const Read isHeld = [&held](sd_bus_message* reply) { return sd_bus_message_read(reply, "b", &held); };
+  while (bus_->does("AreModifiersHeld", {}, isHeld) && held != 0 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kStep);
+  }
 }
 
 void Keyboard::typeKey(int64_t keyCode) {

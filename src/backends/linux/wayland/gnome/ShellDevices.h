@@ -28,8 +28,9 @@ class Keyboard final : public SeatKeyboard {
  public:
   explicit Keyboard(std::shared_ptr<Bus> bus) : bus_(std::move(bus)) {}
   void typeKey(int64_t keyCode) override;
-  /// Nothing: the shell lets no device take back what another one holds, so held modifiers count for clicks.
-  void releaseModifiers() override {}
+  /// The shell lets no device take back what another one holds: waits until the user has let go, for half a second at
+  /// most. Modifiers that are held for longer count for clicks.
+  void releaseModifiers() override;
 
  private:
   std::shared_ptr<Bus> bus_;
