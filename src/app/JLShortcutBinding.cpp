@@ -108,11 +108,11 @@ void JLShortcutBinding::tryToRegister() {
     spdlog::debug("{} opens the query window", shortcuts.describe(*wanted_));
     return;
   }
-  if (made.state == ShortcutState::outOfReach) {
-    spdlog::warn("There is no display on which {} could be registered", shortcuts.describe(*wanted_));
-    return;
+  if (made.state != ShortcutState::outOfReach) {
+    tellUser(made.state);
+  } else if (std::exchange(loggedFor_, wanted_) != wanted_) {
+    spdlog::warn("Nobody is there who keeps {} for this program; it is tried again", shortcuts.describe(*wanted_));
   }
-  tellUser(made.state);
   tryAgainLater();
 }
 

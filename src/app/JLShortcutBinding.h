@@ -17,7 +17,8 @@ namespace jumplark {
 ///
 /// Where another program owns the combination, or the keyboard has no such key, the user is told once, with the key's
 /// name, and offered one that is free; taking the offer stores it. Until the default changes, the combination is tried
-/// again every few seconds, so it comes to work when the other program gives it up (nothing announces that).
+/// again every few seconds, so it comes to work when the other program gives it up (nothing announces that), or when
+/// whoever keeps combinations for programs comes to be there.
 class JLShortcutBinding {
  public:
   /// Called on the main queue at each press; see GlobalShortcuts::Handler.
@@ -47,8 +48,9 @@ class JLShortcutBinding {
   std::shared_ptr<JLShortcutBinding*> self_;  ///< for calls that may come after the end
   std::optional<Shortcut> wanted_;
   Token registration_;
-  uint64_t round_ = 0;               ///< grows with each change of what is wanted
-  std::optional<Shortcut> toldFor_;  ///< the user knows that this one does not work
+  uint64_t round_ = 0;                 ///< grows with each change of what is wanted
+  std::optional<Shortcut> toldFor_;    ///< the user knows that this one does not work
+  std::optional<Shortcut> loggedFor_;  ///< the log says that there is nobody to ask about this one
   bool isTelling_ = false;
   bool isSuspended_ = false;
   Token observation_;

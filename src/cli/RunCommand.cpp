@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <spdlog/spdlog.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -77,18 +78,20 @@ void tellThatItRuns(const JLAppDelegate& delegate) {
   std::fflush(stdout);
 }
 
+/// The same program again in this process's place.
+void startAnew() {
+  ::execl("/proc/self/exe", "jumplark", nullptr);
+}
+
 /// When the display goes away, as at the end of a session, the toolkit ends the process from within its loop. What must
-/// be kept is kept then too, while this object lives.
+/// be kept is kept then too, while this object lives; and where the display comes back, so does the program.
 class KeepingAtExit {
  public:
-  explicit KeepingAtExit(JLAppDelegate& delegate) {
+  KeepingAtExit(JLAppDelegate& delegate, LinuxProgram& program) : delegate_(delegate), program_(program) {
     JLMetrics::sharedInstance();  // made before the handler is registered, it outlives it
-    if (std::exchange(running, &delegate) == nullptr) {
-      std::atexit([] {
-        if (JLAppDelegate* const left = std::exchange(running, nullptr)) {
-          left->applicationWillTerminate();
-        }
-      });
+    if (std::exchange(running, this) == nullptr) {
+      std::atexit(end);
+      std::at_quick_exit(end);
     }
   }
   KeepingAtExit(const KeepingAtExit&) = delete;
@@ -96,7 +99,19 @@ class KeepingAtExit {
   ~KeepingAtExit() { running = nullptr; }
 
  private:
-  static inline JLAppDelegate* running = nullptr;
+  static void end() {
+    if (KeepingAtExit* const left = std::exchange(running, nullptr)) {
+      left->delegate_.applicationWillTerminate();
+      if (left->program_.awaitDisplay()) {
+        spdlog::warn("The display has gone and come back; so does Jumplark");
+        startAnew();
+      }
+    }
+  }
+
+  JLAppDelegate& delegate_;
+  LinuxProgram& program_;
+  static inline KeepingAtExit* running = nullptr;
 };
 
 /// The program in the background, on the main thread.
@@ -131,7 +146,7 @@ class Background {
     delegate_.applicationDidFinishLaunching();
     int status = 0;
     {
-      const KeepingAtExit keeping(delegate_);
+      const KeepingAtExit keeping(delegate_, program_);
       status = program_.loop().run();
     }
     delegate_.applicationWillTerminate();
@@ -156,11 +171,6 @@ class Background {
   JLCrashReporter crashReporter_{ProductAddresses::builtIn().crashCollector};
   JLAppDelegate delegate_;
 };
-
-/// The same program again in this process's place, after all that this one has to end.
-void startAnewAtExit() {
-  std::atexit([] { ::execl("/proc/self/exe", "jumplark", nullptr); });
-}
 
 }  // namespace
 
@@ -202,7 +212,7 @@ ExitStatus runInBackground() {
   }
   const bool ended = running.run() == 0;
   if (opened.program->wantsToStartAnew()) {
-    startAnewAtExit();
+    std::atexit(startAnew);  // after all that this one has to end
   }
   return ended && opened.error.empty() ? ExitStatus::done : ExitStatus::outOfReach;
 }

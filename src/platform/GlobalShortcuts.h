@@ -19,7 +19,7 @@ enum class ShortcutState {
   registered,
   taken,      ///< another program owns the combination
   noSuchKey,  ///< the keyboard has no key of that code now
-  outOfReach  ///< there is no display to ask
+  outOfReach  ///< there is nobody to ask: no display, or none of the service that keeps combinations
 };
 
 /// Key combinations that reach this program whatever application has the keyboard, also while a lock key is on and

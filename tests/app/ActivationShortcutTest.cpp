@@ -108,7 +108,11 @@ TEST_F(ActivationShortcut, ownedByAnotherProgramItIsNamedOnceAndTheFirstFreeOneI
 
 TEST_F(ActivationShortcut, registersWhenItsOwnerGoesOrTheSettingChanges) {
   shortcuts().setTaken(kDefault);
+  shortcuts().setOutOfReach(true);
   start();
+  EXPECT_THAT(alerts(), ElementsAre()) << "nobody is there yet who could tell";
+  shortcuts().setOutOfReach(false);
+  run(seconds(10));
   shortcuts().setTaken(kDefault, false);
   run(seconds(10));
   EXPECT_TRUE(press(kDefault)) << "while the message still stands";

@@ -1,22 +1,10 @@
 #include <csignal>
-#include <filesystem>
 
 #include "desktop/NeverStuckOnWayland.h"
 #include "desktop/support/KWinSession.h"
 
 namespace jumplark::desktop {
 namespace {
-
-/// The session's KWin, by the name of its own file.
-pid_t kwinOf(const PrivateSession& session) {
-  for (const auto& process : std::filesystem::directory_iterator("/proc")) {
-    std::error_code error;
-    if (std::filesystem::read_symlink(process.path() / "exe", error) == session.folder() + "/kwin_wayland") {
-      return std::stoi(process.path().filename());
-    }
-  }
-  return -1;
-}
 
 class NeverStuckOnKWin : public NeverStuckOnWayland {
  protected:
@@ -57,6 +45,36 @@ TEST_F(NeverStuckOnKWin, anEndedProgramLeavesKeyboardShortcutAndKWinToOthers) {
   }
 }
 
+TEST_F(NeverStuckOnKWin, theLayoutThatIsForcedWhileTheQueryIsOpenIsTheUsersAgainInWhateverWayThatEnds) {
+  testing::writeFile(session.environment().at("XDG_CONFIG_HOME") + "/kxkbrc", "[Layout]\nLayoutList=us,de\nUse=true\n");
+  session.run({"gdbus", "emit", "--session", "-o", "/Layouts", "-s", "org.kde.keyboard.reloadConfig"});
+  const auto askLayouts = [&](const std::string& member, const std::string& argument = "") {
+    Arguments question = {"gdbus",
+                          "call",
+                          "--session",
+                          "-d",
+                          "org.kde.keyboard",
+                          "-o",
+                          "/Layouts",
+                          "-m",
+                          "org.kde.KeyboardLayouts." + member};
+    question.resize(question.size() + (argument.empty() ? 0 : 1), argument);
+    return session.run(question).out;
+  };
+  const auto isLayout = [&](int place) {
+    return waitUntil([&] { return askLayouts("getLayout") == "(uint32 " + std::to_string(place) + ",)\n"; });
+  };
+  for (const int signal : {0, SIGKILL, SIGTERM}) {
+    SCOPED_TRACE(signal);
+    ASSERT_TRUE(waitUntil([&] { return askLayouts("setLayout", "1") == "(true,)\n"; }));
+    RunningProgram program(session, {{"ForceKeyboardLayout", "us"}});
+    program.open();
+    EXPECT_TRUE(isLayout(0));
+    signal != 0 ? program.process().kill(signal) : program.close("Escape");
+    EXPECT_TRUE(isLayout(1));
+  }
+}
+
 TEST_F(NeverStuckOnKWin, aKilledProgramLeavesNoButtonDown) {
   expectNoButtonDownAfterAKilledProgram();
 }
@@ -64,7 +82,7 @@ TEST_F(NeverStuckOnKWin, aKilledProgramLeavesNoButtonDown) {
 TEST_F(NeverStuckOnKWin, goesOnAfterAKWinThatHungAndAfterItsScriptWasEnded) {
   RunningProgram program(session);
   program.open();
-  expectThatItGoesOnAfterHanging(kwinOf(session), program);
+  expectThatItGoesOnAfterHanging(session.kwin(), program);
 
   EXPECT_EQ(askKWin("unloadScript", program.pid()), "(true,)\n");
   program.open();
@@ -73,9 +91,23 @@ TEST_F(NeverStuckOnKWin, goesOnAfterAKWinThatHungAndAfterItsScriptWasEnded) {
   expectThatItWorks(program);
 }
 
+/// Plasma's keeper of KWin's socket starts another one when that dies.
+TEST(OnKWin, comesBackWithACompositorThatDoes) {
+  Desktop desktop(WindowManager::kwin);
+  auto& session = dynamic_cast<KWinSession&>(desktop.session);
+  session.putKeeperInPlace();
+  RunningProgram program(session);
+  kill(session.kwin(), SIGKILL);
+  session.awaitReturn();
+  EXPECT_TRUE(waitUntil([&] { return program.process().linesBeginning("Jumplark is running.").size() == 2; }))
+      << program.process().err();
+  DemoProgram demo(desktop);
+  expectThatItWorks(program, demo);
+}
+
 TEST(OnKWin, endsWithItsCompositor) {
   Desktop desktop(WindowManager::kwin);
-  expectTheEndAfter(desktop.session, kwinOf(desktop.session));
+  expectTheEndAfter(desktop.session, dynamic_cast<KWinSession&>(desktop.session).kwin());
 }
 
 }  // namespace

@@ -7,6 +7,17 @@
 
 namespace jumplark::desktop {
 
+/// The shortcut, a query and Return press a button of the demonstration program.
+inline void expectThatItWorks(RunningProgram& program, DemoProgram& demo) {
+  const size_t before = demo.process().countOfLine("clicked Apply");
+  program.open();
+  program.query("apply");
+  EXPECT_TRUE(waitUntil([&] { return program.description().starts_with("Apply"); }));
+  program.close("Return");
+  EXPECT_TRUE(waitUntil([&] { return demo.process().countOfLine("clicked Apply") > before; }))
+      << demo.process().out() << program.process().err();
+}
+
 /// What the user is left with: a window of the demonstration program whose field "Name" takes what is typed.
 class NeverStuckOnWayland : public ::testing::Test {
  protected:
@@ -27,15 +38,7 @@ class NeverStuckOnWayland : public ::testing::Test {
     desktop.session.type(text_.substr(text_.size() - 1));
     return demo.says("text Name " + text_);
   }
-  void expectThatItWorks(RunningProgram& program) {
-    const size_t before = demo.process().countOfLine("clicked Apply");
-    program.open();
-    program.query("apply");
-    EXPECT_TRUE(waitUntil([&] { return program.description().starts_with("Apply"); }));
-    program.close("Return");
-    EXPECT_TRUE(waitUntil([&] { return demo.process().countOfLine("clicked Apply") > before; }))
-        << demo.process().out() << program.process().err();
-  }
+  void expectThatItWorks(RunningProgram& program) { desktop::expectThatItWorks(program, demo); }
   void expectNoButtonDownAfterAKilledProgram() {
     const PixelRect apply = place("Button", "Apply");
     Process& presses = desktop.session.start({JUMPLARK_PRESS_AND_WAIT, std::to_string(apply.x + apply.width / 2),

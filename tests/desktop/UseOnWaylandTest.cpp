@@ -3,8 +3,15 @@
 namespace jumplark::desktop {
 namespace {
 
-/// The compositors on which the program is whole.
-class UseOnWayland : public ::testing::TestWithParam<WindowManager> {};
+/// The compositors on which the program is whole, in whose points the screen is always as large.
+SessionOptions on(WindowManager compositor, int scale = 1) {
+  return {.windowManager = compositor,
+          .width = Desktop::kWidth * scale,
+          .height = Desktop::kHeight * scale,
+          .scale = double(scale)};
+}
+
+class UseOnWayland : public ::testing::TestWithParam<SessionOptions> {};
 
 TEST_P(UseOnWayland, aTypedQueryBoxesAButtonAndReturnPressesIt) {
   Use use(GetParam());
@@ -57,13 +64,12 @@ TEST_P(UseOnWayland, checksFocusesOpensAndChooses) {
   }
 }
 
+constexpr const char* kNames[] = {"Sway", "KWin", "Gnome", "GnomeInPixels"};
+
 INSTANTIATE_TEST_SUITE_P(Compositors, UseOnWayland,
-                         ::testing::Values(WindowManager::sway, WindowManager::kwin, WindowManager::gnome),
-                         [](const auto& info) -> std::string {
-                           return info.param == WindowManager::sway   ? "Sway"
-                                  : info.param == WindowManager::kwin ? "KWin"
-                                                                      : "Gnome";
-                         });
+                         ::testing::Values(on(WindowManager::sway), on(WindowManager::kwin), on(WindowManager::gnome),
+                                           on(WindowManager::gnome, 2)),
+                         [](const auto& info) { return std::string(kNames[info.index]); });
 
 }  // namespace
 }  // namespace jumplark::desktop

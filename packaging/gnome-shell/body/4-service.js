@@ -16,6 +16,7 @@ const METHODS = {
     Place: ['sii', ''],
     WorkArea: ['iiii', 'iiii'],
     Pointer: ['', 'dd'],
+    AreModifiersHeld: ['', 'b'],
     Move: ['dd', ''],
     Button: ['ddub', ''],
     Type: ['u', ''],
@@ -39,6 +40,7 @@ function interfaceDescription() {
 /** All of this extension; ends without a trace with destroy(). */
 class Service {
     constructor(programs) {
+        this._usersSource = null;  // the place of the one that is selected once the client that chose another one is gone
         this._settings = new Gio.Settings({schema_id: 'org.gnome.desktop.wm.preferences'});
         this._devices = new Devices();
         this._windows = new FrontWindows();
@@ -81,6 +83,7 @@ class Service {
         this._devices.release(client);
         this._bindings.release(client);
         this._windows.release(client);
+        this._restoreInputSource(client);
     }
 
     _Hello() {
@@ -138,6 +141,12 @@ class Service {
         return [x, y];
     }
 
+    /** Those that programs go by; no lock keys. */
+    _AreModifiersHeld() {
+        const {SHIFT_MASK, CONTROL_MASK, MOD1_MASK, MOD4_MASK, SUPER_MASK} = Clutter.ModifierType;
+        return (global.get_pointer()[2] & (SHIFT_MASK | CONTROL_MASK | MOD1_MASK | MOD4_MASK | SUPER_MASK)) !== 0;
+    }
+
     _Move(client, x, y) {
         this._devices.move(x, y);
     }
@@ -171,16 +180,27 @@ class Service {
     }
 
     _SelectInputSource(client, index) {
-        const source = Keyboard.getInputSourceManager().inputSources[index];
-        if (source)
-            source.activate(false);
-        return source !== undefined;
+        const {inputSources, currentSource} = Keyboard.getInputSourceManager();
+        const source = inputSources[index];
+        if (!source)
+            return false;
+        const own = this._usersSource ? this._usersSource.index : currentSource ? currentSource.index : index;
+        this._usersSource = own === index ? null : {client, index: own};
+        source.activate(false);
+        return true;
+    }
+
+    /** Selects what was selected before a client did, if it has not done so itself; of everybody without one. */
+    _restoreInputSource(client = null) {
+        if (this._usersSource && (client === null || this._usersSource.client === client))
+            this._SelectInputSource(client, this._usersSource.index);
     }
 
     destroy() {
         Gio.bus_unown_name(this._name);
         this._exported.unexport();
         global.display.disconnect(this._focused);
+        this._restoreInputSource();
         this._clients.destroy();
         this._bindings.destroy();
         this._windows.destroy();

@@ -20,6 +20,7 @@
 #include "backends/linux/qt/QtMainLoop.h"
 #include "backends/linux/qt/QtViews.h"
 #include "backends/linux/qt/wayland/LayerWindows.h"
+#include "backends/linux/qt/wayland/OrderlyEnd.h"
 #include "backends/linux/qt/x11/X11Windows.h"
 #include "backends/linux/system/AutostartFile.h"
 #include "backends/linux/system/CurlHttp.h"
@@ -133,6 +134,7 @@ struct LinuxProgram::Parts {
     } else {
       callbacks.keyboardRefused = [&wayland] { wayland.closeMenu(); };
     }
+    endInOrderWithoutCompositor(queues.mainQueue());
     auto windows = LayerWindows::make(std::move(callbacks));
     if (!windows) {
       throw std::runtime_error("The compositor has taken away what the query shows with");
@@ -280,6 +282,15 @@ LinuxProgram::~LinuxProgram() = default;
 
 bool LinuxProgram::wantsToStartAnew() const {
   return parts_->startAnew;
+}
+
+bool LinuxProgram::awaitDisplay() {
+  auto* const wayland = dynamic_cast<WaylandBackend*>(parts_->backend.get());
+  const bool comes = wayland != nullptr && wayland->awaitSuccessor();
+  if (comes) {
+    QtMainLoop::restoreEnvironment();
+  }
+  return comes;
 }
 
 void LinuxProgram::installCrashHandlers() {

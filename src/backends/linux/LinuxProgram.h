@@ -36,6 +36,10 @@ class LinuxProgram {
   /// The desktop has come to offer more than what this object was made for: whoever ends starts the program again.
   bool wantsToStartAnew() const;
 
+  /// To be asked when the toolkit ends this process because the display has gone: waits for another one in its place,
+  /// twenty seconds at most. If it comes, whoever ends starts the program again.
+  bool awaitDisplay();
+
   const Platform& platform() const { return platform_; }
   QtMainLoop& loop();
 

@@ -61,6 +61,44 @@ TEST(GnomeShellWindows, areLeftOutWhereTheyMakeNoSense) {
   }
 }
 
+/// A screen of twice as many pixels, one without, and one with twice as many again.
+const std::vector<WaylandOutput> kMixed = {
+    {1, "A", {0, 0, 1280, 900}, 2, 2}, {2, "B", {2560, 0, 1400, 900}, 1, 1}, {3, "C", {3960, 0, 800, 600}, 2, 2}};
+
+TEST(GnomeShellStage, isInPixelsOfEachScreenAndPointsAreNot) {
+  struct Case {
+    Rect stage;
+    Rect points;
+  };
+  constexpr Case kCases[] = {{{100, 50, 600, 400}, {50, 25, 300, 200}},
+                             {{2660, 50, 600, 400}, {2660, 50, 600, 400}},
+                             {{4060, 200, 600, 400}, {4010, 100, 300, 200}},
+                             {{2000, 0, 700, 400}, {1000, 0, 350, 200}},  // reaches beyond the first one
+                             {{-300, -40, 20, 10}, {-150, -20, 10, 5}}};  // lies beside it
+  for (const Case& one : kCases) {
+    const WaylandOutput* const output = outputOf(one.stage, kMixed);
+    ASSERT_TRUE(output);
+    EXPECT_EQ(pointsOn(*output, one.stage), one.points);
+    EXPECT_EQ(stagePointOf({one.points.x, one.points.y}, kMixed), (Point{one.stage.x, one.stage.y}));
+  }
+  EXPECT_EQ(stagePointOf({7, 8}, {}), (Point{7, 8}));
+}
+
+TEST(GnomeShellStage, givesWindowsPointsAndThoseOfXwaylandTheirUnit) {
+  WindowFacts window;
+  window.frame = window.surface = {100, 50, 600, 400};
+  window.shadow = {20, 20, 10, 30};
+  window.knowsItsPlace = false;
+  putInPoints(window, kMixed);
+  EXPECT_EQ(window.surface, (Rect{50, 25, 300, 200}));
+  EXPECT_EQ(window.withoutShadow(), (Rect{60, 30, 280, 180}));
+  EXPECT_EQ(window.unit, 1);
+
+  window.knowsItsPlace = true;
+  putInPoints(window, kMixed);
+  EXPECT_EQ(window.unit, 0.5);
+}
+
 TEST(GnomeShellBindings, areNamedAsTheShellNamesThem) {
   using namespace modifier_flag;
   EXPECT_EQ(accelerator(0x20, command | shift), "<Super><Shift>space");

@@ -9,7 +9,7 @@
 
 int main(int count, char** arguments) {
   const auto opened = jumplark::WaylandConnection::open();
-  const auto compositor = opened.connection ? jumplark::openCompositor(opened.connection->globals()) : nullptr;
+  const auto compositor = opened.connection ? jumplark::openCompositor(opened.connection) : nullptr;
   std::unique_ptr<jumplark::SeatPointer> pointer;
   if (opened.connection && compositor) {
     pointer = compositor->makePointer(opened.connection);

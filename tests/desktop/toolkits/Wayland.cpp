@@ -111,7 +111,7 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   std::vector<Subject> subjects = {gtk3,  x11,      gtk4,  chosen(otherSubjects(), "Qt5", {"7", "9"}),
                                    qt6(), chromium, office};
   if (compositor != WindowManager::gnome) {
-    subjects.push_back(scaled);  // there a session has no scale
+    subjects.push_back(scaled);  // there a scale of a session is whole
   }
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;

@@ -149,6 +149,8 @@ namespace {
 
 /// The environment from before prepareWayland().
 std::optional<QProcessEnvironment> environmentBefore;
+constexpr const char* kOwnSettings[] = {"QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "QT_SCALE_FACTOR",
+                                        "QT_SCREEN_SCALE_FACTORS", "QT_WAYLAND_CLIENT_BUFFER_INTEGRATION"};
 
 /// What Qt's wayland platform reads from the environment, here and later.
 void prepareWayland(bool drawsTitleBars) {
@@ -196,6 +198,16 @@ QtMainLoop::~QtMainLoop() = default;
 
 QProcessEnvironment QtMainLoop::environmentForPrograms() {
   return environmentBefore ? *environmentBefore : QProcessEnvironment::systemEnvironment();
+}
+
+void QtMainLoop::restoreEnvironment() {
+  for (const char* const name : kOwnSettings) {
+    if (const QString key = QString::fromLatin1(name); environmentBefore && environmentBefore->contains(key)) {
+      qputenv(name, environmentBefore->value(key).toLocal8Bit());
+    } else if (environmentBefore) {
+      qunsetenv(name);
+    }
+  }
 }
 
 int QtMainLoop::run() {

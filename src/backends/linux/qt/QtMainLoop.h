@@ -43,6 +43,9 @@ class QtMainLoop {
   /// out.
   static QProcessEnvironment environmentForPrograms();
 
+  /// Gives the environment back what it had before this program's own settings, for a program in this one's place.
+  static void restoreEnvironment();
+
   /// Answers what assistive programs, this one among them, ask of the windows, without handling keys, clicks, timers or
   /// tasks. For a moment in which the main thread waits for such an answer itself.
   static void answerAccessibilityCalls() noexcept;

@@ -14,14 +14,15 @@ namespace jumplark {
 
 // A compositor that runs in a window of another one has inherited that one's variables and session bus, where sway or
 // KWin answers for windows that are not its own.
-std::unique_ptr<Compositor> openCompositor(const WaylandGlobals& offered) {
+std::unique_ptr<Compositor> openCompositor(const std::shared_ptr<WaylandConnection>& connection) {
+  const WaylandGlobals& offered = connection->globals();
   if (auto sway = offered.hasLayerShell ? sway::SwayCompositor::open() : nullptr) {
     return sway;
   }
   if (auto kwin = offered.isKWins ? kwin::KWinCompositor::open() : nullptr) {
     return kwin;
   }
-  return gnome::ShellCompositor::open();
+  return gnome::ShellCompositor::open(connection);
 }
 
 CompositorProblem compositorProblem(const WaylandGlobals& offered) {

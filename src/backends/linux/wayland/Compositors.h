@@ -8,10 +8,11 @@
 namespace jumplark {
 
 struct WaylandGlobals;
+class WaylandConnection;
 
-/// The compositor of the session that the environment names, which offers these; null for one that tells nobody where
-/// its windows are. A new one is a file or folder and a line here.
-std::unique_ptr<Compositor> openCompositor(const WaylandGlobals& offered);
+/// The compositor that this is a connection to; null for one that tells nobody where its windows are. A new one is a
+/// file or folder and a line here.
+std::unique_ptr<Compositor> openCompositor(const std::shared_ptr<WaylandConnection>& connection);
 
 /// Why there is none, and what to do about it, a sentence each.
 struct CompositorProblem {

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "backends/linux/wayland/Compositors.h"
@@ -15,7 +17,7 @@ WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
   if (!opened.connection) {
     return {nullptr, std::move(opened.error)};
   }
-  auto compositor = openCompositor(opened.connection->globals());
+  auto compositor = openCompositor(opened.connection);
   if (!compositor) {
     const CompositorProblem problem = compositorProblem(opened.connection->globals());
     return {nullptr, fmt::format("{} {}", problem.finding, problem.remedy)};
@@ -45,6 +47,22 @@ Token WaylandBackend::onActiveApplicationChanged(std::function<void(int32_t pid)
         compositor_->onActiveApplicationChanged([this](int32_t pid) { activeApplication_.post(mainQueue_, pid); });
   }
   return activeApplication_.add(std::move(callback));
+}
+
+bool WaylandBackend::awaitSuccessor() {
+  constexpr std::chrono::seconds kPatience{20};
+  constexpr std::chrono::milliseconds kStep{100};
+  if (connection_->settle()) {
+    return false;  // the toolkit has its own reasons
+  }
+  compositor_->leave();
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  auto opened = WaylandConnection::open();
+  while (!opened.connection && opened.isThere && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kStep);
+    opened = WaylandConnection::open();
+  }
+  return opened.connection != nullptr;
 }
 
 void WaylandBackend::activateOwnWindow(const std::string& title) {

@@ -59,7 +59,7 @@ std::vector<DesktopCheck> waylandChecks() {
              opened.error.substr(std::min(sentence + 1, opened.error.size()))}};
   }
   const WaylandGlobals& offered = opened.connection->globals();
-  const auto compositor = openCompositor(offered);
+  const auto compositor = openCompositor(opened.connection);
   std::vector<DesktopCheck> checks = {
       {localized("session"), DesktopCheck::ok, localized("This is a Wayland session."), {}},
       checkWindows(compositor.get(), offered),

@@ -104,17 +104,19 @@ WaylandConnection::Opened WaylandConnection::open() {
   wl_display* const display = wl_display_connect(nullptr);
   if (display == nullptr) {
     const char* const name = std::getenv("WAYLAND_DISPLAY");
-    return {nullptr, localizedFormat("The Wayland compositor '{}' does not answer. Start Jumplark in the session that "
-                                     "it shall operate.",
-                                     name != nullptr ? name : "wayland-0")};
+    return {nullptr,
+            localizedFormat("The Wayland compositor '{}' does not answer. Start Jumplark in the session that "
+                            "it shall operate.",
+                            name != nullptr ? name : "wayland-0"),
+            false};
   }
   std::shared_ptr<WaylandConnection> connection(new WaylandConnection(display));
   std::string error = connection->discover();
   if (!error.empty()) {
-    return {nullptr, std::move(error)};
+    return {nullptr, std::move(error), true};
   }
   connection->thread_ = startQuietThread([self = connection.get()] { self->run(); });
-  return {std::move(connection), {}};
+  return {std::move(connection), {}, true};
 }
 
 WaylandConnection::WaylandConnection(wl_display* display)

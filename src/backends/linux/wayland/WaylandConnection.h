@@ -43,6 +43,7 @@ class WaylandConnection {
   struct Opened {
     std::shared_ptr<WaylandConnection> connection;  ///< null when the compositor is out of reach
     std::string error;                              ///< one sentence: what is wrong and what to do about it
+    bool isThere = false;                           ///< somebody holds the compositor's socket, who may not answer
   };
   /// Connects to the compositor that WAYLAND_DISPLAY names. Waits two seconds at most.
   static Opened open();

@@ -65,6 +65,9 @@ struct WindowFacts {
   /// True where elements tell their places on the screen. Else the application does not know where its window is, and
   /// they count from that.
   bool knowsItsPlace = true;
+  /// Points in a unit that its elements count in, as far as the window system knows: less than one where that scales
+  /// the pictures of other programs alone.
+  double unit = 1;
   WindowType type = WindowType::normal;
   WindowId transientFor;  ///< the window that a dialog belongs to; empty without
   bool modal = false;

@@ -29,9 +29,9 @@ std::array<Rect, 3> rectsOf(const WindowFacts& window) {
   return {window.surface, window.frame, window.withoutShadow()};
 }
 
-double scaleBetween(const Rect& reported, const Rect& rect) {
-  for (const double scale : {1.0, 2.0, 3.0, 1.25, 1.5, 1.75, 2.25, 2.5, 4.0}) {
-    const bool tells = scale == 1 || std::min(rect.width, rect.height) >= kTellingSize;
+double scaleBetween(const Rect& reported, const Rect& rect, double unit) {
+  for (const double scale : {unit, 1.0, 2.0, 3.0, 1.25, 1.5, 1.75, 2.25, 2.5, 4.0}) {
+    const bool tells = scale == unit || std::min(rect.width, rect.height) >= kTellingSize;
     if (tells && isNear(reported.width * scale, rect.width, kTolerance) &&
         isNear(reported.height * scale, rect.height, kTolerance)) {
       return scale;
@@ -45,9 +45,9 @@ double wholeScale(const WindowFacts& window, const Rect& reported) {
     return 1;
   }
   const Rect content = window.withoutShadow();
-  const double across = std::round(content.width / reported.width);
-  const double down = std::round(content.height / reported.height);
-  return across == down && across >= 1 ? across : 1;
+  const double across = std::round(content.width / window.unit / reported.width);
+  const double down = std::round(content.height / window.unit / reported.height);
+  return window.unit * (across == down && across >= 1 ? across : 1);
 }
 
 Rect Placement::toScreen(const Rect& told) const {

@@ -41,8 +41,8 @@ struct CoordinateTransform {
 
 /// What of a window its frame may tell: the surface, that with what the window system adds, and that without shadow.
 std::array<Rect, 3> rectsOf(const WindowFacts& window);
-/// How much larger a rectangle is than reported, when all of it is; 0 when they do not fit.
-double scaleBetween(const Rect& reported, const Rect& rect);
+/// How much larger a rectangle is than reported, when all of it is; 0 when they do not fit. `unit` is a window's.
+double scaleBetween(const Rect& reported, const Rect& rect, double unit = 1);
 /// The same in whole numbers, of a frame that tells of its content alone, so that sizes give the scale only nearly.
 double wholeScale(const WindowFacts& window, const Rect& reported);
 

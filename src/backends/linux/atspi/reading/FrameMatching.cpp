@@ -40,7 +40,7 @@ bool mayHaveShadow(const Rect& reported, const Rect& rect) {
 double likenessOfRects(const Rect& reported, const WindowFacts& window, bool hasPosition) {
   double best = 0;
   for (const Rect& rect : rectsOf(window)) {
-    const bool size = scaleBetween(reported, rect) > 0;
+    const bool size = scaleBetween(reported, rect, window.unit) > 0;
     const bool position =
         hasPosition && isNear(reported.x, rect.x, kTolerance) && isNear(reported.y, rect.y, kTolerance);
     const bool shadow = !window.knowsItsPlace && mayHaveShadow(reported, rect);

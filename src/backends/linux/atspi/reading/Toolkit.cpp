@@ -53,7 +53,7 @@ Point Toolkit::originIn(const WindowFacts& window, const Rect& /*reportedFrame*/
 
 Placement Toolkit::placementIn(const WindowFacts& window, const Rect& reportedFrame) const {
   for (const Rect& rect : rectsOf(window)) {
-    if (const double scale = scaleBetween(reportedFrame, rect); scale > 0) {
+    if (const double scale = scaleBetween(reportedFrame, rect, window.unit); scale > 0) {
       return scale == 1 ? Placement() : Placement{{reportedFrame.x, reportedFrame.y}, {rect.x, rect.y}, scale};
     }
   }

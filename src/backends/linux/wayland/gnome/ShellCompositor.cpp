@@ -21,7 +21,7 @@ int whole(double value) {
 
 }  // namespace
 
-std::unique_ptr<ShellCompositor> ShellCompositor::open() {
+std::unique_ptr<ShellCompositor> ShellCompositor::open(const std::shared_ptr<WaylandConnection>& connection) {
   auto bus = std::make_shared<Bus>();
   uint32_t version = 0;
   std::string shell;
@@ -34,16 +34,22 @@ std::unique_ptr<ShellCompositor> ShellCompositor::open() {
   if (answer != Answer::given || version != kVersion) {
     return nullptr;
   }
-  return std::unique_ptr<ShellCompositor>(new ShellCompositor(std::move(bus), "GNOME Shell " + shell));
+  return std::unique_ptr<ShellCompositor>(
+      new ShellCompositor(std::move(bus), Stage(connection), "GNOME Shell " + shell));
 }
 
-ShellCompositor::ShellCompositor(std::shared_ptr<Bus> bus, std::string name)
-    : bus_(std::move(bus)), name_(std::move(name)), windows_(bus_), inputSources_(bus_), bindings_(bus_) {}
+ShellCompositor::ShellCompositor(std::shared_ptr<Bus> bus, Stage stage, std::string name)
+    : bus_(std::move(bus)),
+      stage_(std::move(stage)),
+      name_(std::move(name)),
+      windows_(bus_, stage_),
+      inputSources_(bus_),
+      bindings_(bus_) {}
 
 ShellCompositor::~ShellCompositor() = default;
 
 Rect ShellCompositor::workAreaOf(const WaylandOutput& output) {
-  const Rect& frame = output.frame;
+  const Rect frame = stageFrameOf(output);
   int x = 0;
   int y = 0;
   int width = 0;
@@ -55,9 +61,9 @@ Rect ShellCompositor::workAreaOf(const WaylandOutput& output) {
                                      whole(frame.height));
       },
       [&](sd_bus_message* reply) { return sd_bus_message_read(reply, "iiii", &x, &y, &width, &height); });
-  return answer == Answer::given ? Rect{static_cast<double>(x), static_cast<double>(y), static_cast<double>(width),
-                                        static_cast<double>(height)}
-                                 : frame;
+  const Rect area{static_cast<double>(x), static_cast<double>(y), static_cast<double>(width),
+                  static_cast<double>(height)};
+  return answer == Answer::given ? pointsOn(output, area) : output.frame;
 }
 
 void ShellCompositor::listen() {
@@ -103,7 +109,7 @@ Token ShellCompositor::onActiveApplicationChanged(std::function<void(int32_t pid
 }
 
 std::unique_ptr<SeatPointer> ShellCompositor::makePointer(const std::shared_ptr<WaylandConnection>& /*connection*/) {
-  return std::make_unique<Pointer>(bus_);
+  return std::make_unique<Pointer>(bus_, stage_);
 }
 
 std::unique_ptr<SeatKeyboard> ShellCompositor::makeKeyboard(const std::shared_ptr<WaylandConnection>& /*connection*/) {
@@ -125,13 +131,14 @@ std::optional<Point> ShellCompositor::pointer() {
   Point place;
   const bool told = bus_->does(
       "Pointer", {}, [&](sd_bus_message* reply) { return sd_bus_message_read(reply, "dd", &place.x, &place.y); });
-  return told ? std::optional(place) : std::nullopt;
+  return told ? std::optional(stage_.toPoints(place)) : std::nullopt;
 }
 
 Compositor::WindowPlacer ShellCompositor::windowPlacer() {
-  return [bus = bus_](const std::string& title, Point topLeft) {
+  return [bus = bus_, stage = stage_](const std::string& title, Point topLeft) {
+    const Point corner = stage.toStage(topLeft);
     bus->call("Place", [&](sd_bus_message* question) {
-      return sd_bus_message_append(question, "sii", title.c_str(), whole(topLeft.x), whole(topLeft.y));
+      return sd_bus_message_append(question, "sii", title.c_str(), whole(corner.x), whole(corner.y));
     });
   };
 }
@@ -144,7 +151,7 @@ std::vector<DesktopCheck> ShellCompositor::checks(const WaylandConnection& /*con
           {localized("pointer"), DesktopCheck::ok, localized("The compositor takes clicks of ours."), {}},
           {localized("keyboard"),
            DesktopCheck::ok,
-           localized("The compositor takes keys of ours, but modifiers that are held count for clicks."),
+           localized("The compositor takes keys of ours, but modifiers that are held for long count for clicks."),
            {}}};
 }
 

@@ -10,6 +10,7 @@
 #include "backends/linux/wayland/gnome/ShellBus.h"
 #include "backends/linux/wayland/gnome/ShellEvents.h"
 #include "backends/linux/wayland/gnome/ShellInputSources.h"
+#include "backends/linux/wayland/gnome/ShellStage.h"
 #include "backends/linux/wayland/gnome/ShellWindows.h"
 
 namespace jumplark::gnome {
@@ -18,7 +19,7 @@ namespace jumplark::gnome {
 class ShellCompositor final : public Compositor {
  public:
   /// Null where the extension does not answer this program, or speaks another version.
-  static std::unique_ptr<ShellCompositor> open();
+  static std::unique_ptr<ShellCompositor> open(const std::shared_ptr<WaylandConnection>& connection);
   ~ShellCompositor() override;
 
   std::string name() const override { return name_; }
@@ -38,11 +39,12 @@ class ShellCompositor final : public Compositor {
   WindowPlacer windowPlacer() override;
 
  private:
-  ShellCompositor(std::shared_ptr<Bus> bus, std::string name);
+  ShellCompositor(std::shared_ptr<Bus> bus, Stage stage, std::string name);
   void listen();
   void focusChanged(int32_t pid);
 
   std::shared_ptr<Bus> bus_;
+  const Stage stage_;
   std::string name_;
   Windows windows_;
   InputSources inputSources_;

@@ -1,5 +1,8 @@
 #include "backends/linux/wayland/gnome/ShellDevices.h"
 
+#include <chrono>
+#include <thread>
+
 #include "backends/linux/windows/KeyNames.h"
 
 namespace jumplark::gnome {
@@ -12,8 +15,9 @@ constexpr uint32_t kRight = 3;
 }  // namespace
 
 void Pointer::press(Point place, uint32_t button, bool down) {
+  const Point at = stage_.toStage(place);
   bus_->call("Button", [=](sd_bus_message* question) {
-    return sd_bus_message_append(question, "ddub", place.x, place.y, button, down ? 1 : 0);
+    return sd_bus_message_append(question, "ddub", at.x, at.y, button, down ? 1 : 0);
   });
 }
 
@@ -22,7 +26,7 @@ void Pointer::post(const MouseEvent& event) {
     press(event.position, kLeft, event.type == event_type::leftMouseDown);
     return;
   }
-  bus_->call("Move", [place = event.position](sd_bus_message* question) {
+  bus_->call("Move", [place = stage_.toStage(event.position)](sd_bus_message* question) {
     return sd_bus_message_append(question, "dd", place.x, place.y);
   });
 }
@@ -30,6 +34,17 @@ void Pointer::post(const MouseEvent& event) {
 void Pointer::clickSecondary(Point place) {
   press(place, kRight, true);
   press(place, kRight, false);
+}
+
+void Keyboard::releaseModifiers() {
+  constexpr std::chrono::milliseconds kPatience{500};
+  constexpr std::chrono::milliseconds kStep{10};
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  int held = 1;
+  const Read isHeld = [&held](sd_bus_message* reply) { return sd_bus_message_read(reply, "b", &held); };
+  while (bus_->does("AreModifiersHeld", {}, isHeld) && held != 0 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kStep);
+  }
 }
 
 void Keyboard::typeKey(int64_t keyCode) {

@@ -121,6 +121,20 @@ WindowList readWindows(std::string_view json) {
   return result;
 }
 
+void putInPoints(WindowFacts& window, const std::vector<WaylandOutput>& outputs) {
+  const WaylandOutput* const output = outputOf(window.frame, outputs);
+  if (output == nullptr || output->layoutScale == 1) {
+    return;
+  }
+  window.frame = pointsOn(*output, window.frame);
+  window.surface = pointsOn(*output, window.surface);
+  for (double* const edge : {&window.shadow.left, &window.shadow.right, &window.shadow.top, &window.shadow.bottom}) {
+    *edge /= output->layoutScale;
+  }
+  // The shell scales no pictures of such programs, which therefore count in pixels.
+  window.unit = window.knowsItsPlace ? 1 / output->layoutScale : 1;
+}
+
 void Windows::passOver(const std::string& title) {
   const std::lock_guard lock(mutex_);
   passedOver_.insert(title);
@@ -134,6 +148,10 @@ WindowList Windows::ask() {
     list = r > 0 ? readWindows(told) : WindowList{};
     return r;
   });
+  const std::vector<WaylandOutput> outputs = stage_.outputs();
+  for (auto& window : list.windows) {
+    putInPoints(window.facts, outputs);
+  }
   const std::lock_guard lock(mutex_);
   std::erase_if(list.windows,
                 [&](const auto& window) { return isOwn(window.facts) && passedOver_.contains(window.facts.title); });

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "backends/linux/wayland/gnome/ShellBus.h"
+#include "backends/linux/wayland/gnome/ShellStage.h"
 #include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::gnome {
@@ -24,14 +25,17 @@ struct WindowList {
   std::string buttons;          ///< which a title bar has that the shell draws: "menu:minimize,close"
 };
 
-/// Windows of no process, of no size or far too many of them are left out; what is no list gives an empty one.
+/// Windows of no process, of no size or far too many of them are left out; what is no list gives an empty one. Places
+/// are those that the shell tells, pixels of its stage.
 WindowList readWindows(std::string_view json);
+/// Makes points of the places of a window; of a program on Xwayland it says how many of these a pixel is.
+void putInPoints(WindowFacts& window, const std::vector<WaylandOutput>& outputs);
 
 /// Windows as GNOME Shell tells them, those of X11 programs too; asked anew at each call, which takes about half a
 /// millisecond.
 class Windows final : public WindowSystem {
  public:
-  explicit Windows(std::shared_ptr<Bus> bus) : bus_(std::move(bus)) {}
+  Windows(std::shared_ptr<Bus> bus, Stage stage) : bus_(std::move(bus)), stage_(std::move(stage)) {}
 
   std::vector<WindowFacts> windowsFrontToBack() override;
   std::vector<WindowFacts> popupsFrontToBack() override;
@@ -51,6 +55,7 @@ class Windows final : public WindowSystem {
   std::vector<WindowFacts> factsOf(bool popups);
 
   std::shared_ptr<Bus> bus_;
+  const Stage stage_;
   std::mutex mutex_;  ///< leaf
   std::set<std::string> passedOver_;
 };

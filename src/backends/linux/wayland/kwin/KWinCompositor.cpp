@@ -4,6 +4,8 @@
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 #include "backends/linux/wayland/kwin/FakeInput.h"
@@ -31,7 +33,20 @@ std::string nameAndVersion(BusCalls& calls) {
 
 }  // namespace
 
+/// KWin answers programs some time before it is on the bus and takes scripts.
 std::unique_ptr<KWinCompositor> KWinCompositor::open() {
+  constexpr std::chrono::seconds kPatience{5};
+  constexpr std::chrono::milliseconds kStep{100};
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  auto kwin = tryToOpen();
+  while (!kwin && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(kStep);
+    kwin = tryToOpen();
+  }
+  return kwin;
+}
+
+std::unique_ptr<KWinCompositor> KWinCompositor::tryToOpen() {
   std::unique_ptr<KWinCompositor> kwin(new KWinCompositor);
   if (!isOnBus(kwin->calls_)) {
     return nullptr;
@@ -48,7 +63,7 @@ std::unique_ptr<KWinCompositor> KWinCompositor::open() {
 
 KWinCompositor::KWinCompositor()
     : windows_(calls_),
-      inputSources_(calls_),
+      inputSources_(calls_, [this] { guard(); }),
       shortcuts_(calls_),
       watch_(calls_,
              {[this](const nlohmann::json& message) { return told(message); },
@@ -109,10 +124,17 @@ void KWinCompositor::guard() {
   }
   if (guard_) {
     std::vector<LastRequest> requests = shortcuts_.farewell();
+    const std::vector<LastRequest> layout = inputSources_.farewell();
+    requests.insert(requests.end(), layout.begin(), layout.end());
     requests.push_back(
         {"org.kde.KWin", "/Scripting", "org.kde.kwin.Scripting", "unloadScript", "s", {watch_.scriptName()}});
     guard_->set(requests);
   }
+}
+
+void KWinCompositor::leave() {
+  const std::lock_guard lock(guarding_);
+  guard_.reset();
 }
 
 std::unique_ptr<SeatPointer> KWinCompositor::makePointer(const std::shared_ptr<WaylandConnection>& connection) {

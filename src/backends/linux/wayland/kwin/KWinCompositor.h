@@ -17,7 +17,7 @@ namespace jumplark::kwin {
 /// pointer and keyboard by its fake input.
 class KWinCompositor final : public Compositor {
  public:
-  /// Null where no KWin is on the session bus, or it does not run the script.
+  /// Null where no KWin is on the session bus, or it does not run the script, for five seconds.
   static std::unique_ptr<KWinCompositor> open();
   ~KWinCompositor() override;
 
@@ -32,10 +32,12 @@ class KWinCompositor final : public Compositor {
   Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) override;
   std::unique_ptr<SeatPointer> makePointer(const std::shared_ptr<WaylandConnection>& connection) override;
   std::unique_ptr<SeatKeyboard> makeKeyboard(const std::shared_ptr<WaylandConnection>& connection) override;
+  void leave() override;
   std::vector<DesktopCheck> checks(const WaylandConnection& connection) override;
 
  private:
   KWinCompositor();
+  static std::unique_ptr<KWinCompositor> tryToOpen();
   bool told(const nlohmann::json& message);
   void tellActiveApplication();
   void guard();

@@ -10,6 +10,8 @@ namespace jumplark::kwin {
 namespace {
 
 const SessionBus::Object kLayouts{"org.kde.keyboard", "/Layouts", "org.kde.KeyboardLayouts"};
+constexpr const char* kGet = "getLayout";
+constexpr const char* kSet = "setLayout";
 
 }  // namespace
 
@@ -32,7 +34,7 @@ std::vector<InputSource> KWinInputSources::selectableKeyboardLayouts() {
 std::optional<InputSource> KWinInputSources::currentKeyboardLayout() {
   const std::vector<std::string> known = identifiers();
   // The only one where nobody answers.
-  const auto answer = known.size() > 1 ? calls_.call(kLayouts, "getLayout") : BusCalls::Answer();
+  const auto answer = known.size() > 1 ? calls_.call(kLayouts, kGet) : BusCalls::Answer();
   const int32_t index = answer.values.at(0).number();
   if (index < 0 || static_cast<size_t>(index) >= known.size()) {
     return std::nullopt;
@@ -47,10 +49,31 @@ bool KWinInputSources::select(const std::string& identifier) {
   if (found == known.end()) {
     return false;
   }
+  if (known.size() == 1) {
+    return true;
+  }
   const auto index = static_cast<uint32_t>(found - known.begin());
-  const auto answer = calls_.call(kLayouts, "setLayout",
-                                  [&](sd_bus_message* message) { return sd_bus_message_append(message, "u", index); });
-  return known.size() == 1 || answer.values.at(0).number() != 0;
+  const auto before = calls_.call(kLayouts, kGet);
+  if (before.result != SessionBus::Result::answered) {
+    return false;
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    const uint32_t own = usersOwn_.value_or(static_cast<uint32_t>(before.values.at(0).number()));
+    usersOwn_ = own == index ? std::nullopt : std::optional(own);
+  }
+  changing_();
+  const auto answer =
+      calls_.call(kLayouts, kSet, [&](sd_bus_message* message) { return sd_bus_message_append(message, "u", index); });
+  return answer.values.at(0).number() != 0;
+}
+
+std::vector<LastRequest> KWinInputSources::farewell() const {
+  const std::lock_guard lock(mutex_);
+  if (!usersOwn_) {
+    return {};
+  }
+  return {{kLayouts.busName, kLayouts.path, kLayouts.interface, kSet, "u", {}, *usersOwn_}};
 }
 
 }  // namespace jumplark::kwin

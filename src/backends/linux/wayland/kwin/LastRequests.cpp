@@ -44,6 +44,9 @@ std::string bodyOf(const LastRequest& request) {
   for (const std::string& text : request.texts) {
     body.add(text);
   }
+  if (request.signature == "u") {
+    body.add(request.number);
+  }
   if (isList) {
     body.setNumber(0, static_cast<uint32_t>(body.size() - sizeof(uint32_t)));
   }
@@ -54,13 +57,13 @@ std::string bodyOf(const LastRequest& request) {
 
 std::string encoded(const LastRequest& request, uint32_t serial) {
   constexpr uint8_t kMethodCall = 1;
-  constexpr uint8_t kNoFlags = 0;  // an answer tells that it has been heard
+  constexpr uint8_t kStartsNothing = 2;  // an answer tells that it has been heard
   constexpr uint8_t kProtocol = 1;
   const std::string body = bodyOf(request);
   Bytes bytes;
   bytes.add(static_cast<uint8_t>(std::endian::native == std::endian::little ? 'l' : 'B'));
   bytes.add(kMethodCall);
-  bytes.add(kNoFlags);
+  bytes.add(kStartsNothing);
   bytes.add(kProtocol);
   bytes.add(static_cast<uint32_t>(body.size()));
   bytes.add(serial);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,7 +11,7 @@ struct sd_bus;
 
 namespace jumplark::kwin {
 
-/// A method call whose arguments are texts: one ("s"), or a list of them ("as").
+/// A method call whose arguments are texts, one ("s") or a list of them ("as"), or a number ("u").
 struct LastRequest {
   std::string busName;
   std::string path;
@@ -18,6 +19,7 @@ struct LastRequest {
   std::string member;
   std::string signature;
   std::vector<std::string> texts;
+  uint32_t number = 0;
 };
 
 /// Makes calls on the session bus when this process dies, in whatever way. One thread.

@@ -63,11 +63,15 @@ void OutputWatch::askForPlace(zxdg_output_manager_v1* manager) {
 
 void OutputWatch::settle() {
   const double pixels = isTurned_ ? modeHeight_ : modeWidth_;
+  const double pixelsDown = isTurned_ ? modeWidth_ : modeHeight_;
   complete_ = told_;
-  if (told_.frame.width <= 0 || told_.frame.height <= 0) {
+  const bool countsPixels =
+      wholeScale_ > 1 && pixels > 0 && told_.frame.width == pixels && told_.frame.height == pixelsDown;
+  if (told_.frame.width <= 0 || told_.frame.height <= 0 || countsPixels) {
     complete_.frame.width = pixels / wholeScale_;
-    complete_.frame.height = (isTurned_ ? modeWidth_ : modeHeight_) / double(wholeScale_);
+    complete_.frame.height = pixelsDown / wholeScale_;
   }
+  complete_.layoutScale = countsPixels ? wholeScale_ : 1;
   complete_.scale = complete_.frame.width > 0 && pixels > 0 ? pixels / complete_.frame.width : 1;
   changed_();
 }
