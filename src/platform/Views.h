@@ -76,6 +76,8 @@ class QueryWindowViewDelegate {
   virtual void keyUp(const KeyEvent& event) = 0;
   /// The window had the keyboard and has lost it, or the user clicked outside it.
   virtual void didResignKey() = 0;
+  /// Menus that were open when the window was shown have gone since, as the keyboard was taken from them.
+  virtual void menusDidClose() {}
   /// The user clicked one of the rows that show of the list of commands; counted from 0.
   virtual void commandRowPressed(size_t row) = 0;
   /// The user wants to see what comes after (before, for a negative number) the rows that show.

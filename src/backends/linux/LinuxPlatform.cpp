@@ -76,6 +76,7 @@ struct LinuxPlatform::Parts {
             .clickSecondary = [this](Point place) { input.clickSecondary(place); },
             .typeMenuKey = [this] { input.typeKey(kMenuKey); },
             .typeEscape = [this] { input.typeKey(key_code::escape); },
+            .typeKey = [this](int64_t keyCode) { input.typeKey(keyCode); },
             .closeMenus = [this] { input.closeMenus(); },
             .pointer = [this] { return input.pointer(); }};
   }
@@ -127,6 +128,10 @@ void LinuxPlatform::shortcutMayCome() {
 
 bool LinuxPlatform::menuWillClose(bool hasKeyboard) {
   return parts_->openMenus.read(kOpenMenusLimit, hasKeyboard ? Keyboard::taken : Keyboard::free);
+}
+
+bool LinuxPlatform::isMenuOpen() {
+  return parts_->openMenus.areThere(kOpenMenusLimit);
 }
 
 std::string LinuxPlatform::applicationWithOpenMenu() {

@@ -128,11 +128,11 @@ struct LinuxProgram::Parts {
     callbacks.activateWindow = [&wayland](const std::string& title) { wayland.activateOwnWindow(title); };
     callbacks.passOver = [&wayland](const std::string& title) { wayland.passOver(title); };
     callbacks.placeWindow = wayland.windowPlacer();
-    if (callbacks.placeWindow) {
-      // Such a window gets the keyboard from menus, too, and they close.
-      callbacks.queryWillShow = [&wayland] { wayland.menusWillClose(); };
-    } else {
-      callbacks.keyboardRefused = [&wayland] { wayland.closeMenu(); };
+    callbacks.queryWillShow = [&wayland] { return wayland.menusWillClose(); };
+    callbacks.menusShow = [&wayland] { return wayland.doMenusShow(); };
+    if (!callbacks.placeWindow) {
+      // Some compositors leave the keyboard to menus.
+      callbacks.keyboardRefused = [&wayland](int time) { wayland.closeMenu(time); };
     }
     endInOrderWithoutCompositor(queues.mainQueue());
     auto windows = LayerWindows::make(std::move(callbacks));
@@ -146,6 +146,7 @@ struct LinuxProgram::Parts {
   MenuHooks menuHooks() {
     return {[this] { desktop->shortcutMayCome(); },
             [this](bool hasKeyboard) { return desktop->menuWillClose(hasKeyboard); },
+            [this] { return desktop->isMenuOpen(); },
             [this] {
               queues.mainQueue().post([this, isAlive = std::weak_ptr<bool>(isTellingOfKeyboard)] {
                 if (!isAlive.expired()) {

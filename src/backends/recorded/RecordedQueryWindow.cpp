@@ -169,6 +169,12 @@ void RecordedQueryWindow::scroll(int rows) {
   }
 }
 
+void RecordedQueryWindow::closeMenus() {
+  if (delegate_ != nullptr) {
+    delegate_->menusDidClose();
+  }
+}
+
 void RecordedQueryWindow::resignKey() {
   if (key_) {
     key_ = false;

@@ -51,6 +51,8 @@ class RecordedQueryWindow : public QueryWindowView {
   void scroll(int rows);
   /// The keyboard goes to another window, as after a click elsewhere.
   void resignKey();
+  /// Menus have closed since the window took the keyboard.
+  void closeMenus();
   /// An input method begins or ends composing.
   void setMarkedText(bool marked) { markedText_ = marked; }
 

@@ -41,6 +41,12 @@ JLQueryEngine::JLQueryEngine(std::string bundleIdentifier)
       window_(std::make_unique<JLQueryWindowController>(
           QueryWindowEvents{.keyDown = [this](const KeyEvent& event) { keyDown(event); },
                             .didResignKey = [this] { activation_->queryWindowDidResignKey(); },
+                            .menusDidClose =
+                                [this] {
+                                  if (state_.isActive.value()) {
+                                    pipeline_->refresh();
+                                  }
+                                },
                             .commandRowPressed = [this](size_t row) { commands_->rowPressed(row); },
                             .commandsScrolled = [this](int rows) { commands_->scroll(rows); }})),
       taps_(std::make_unique<ZMOModifierTapDetector>()),

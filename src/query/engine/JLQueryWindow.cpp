@@ -44,6 +44,12 @@ void JLQueryWindow::didResignKey() {
   }
 }
 
+void JLQueryWindow::menusDidClose() {
+  if (controller_ != nullptr) {
+    controller_->windowClosedMenus();
+  }
+}
+
 void JLQueryWindow::commandRowPressed(size_t row) {
   if (controller_ != nullptr) {
     controller_->commandRowPressed(row);

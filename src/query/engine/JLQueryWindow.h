@@ -31,6 +31,7 @@ class JLQueryWindow : private QueryWindowViewDelegate {
   void keyDown(const KeyEvent& event) override;
   void keyUp(const KeyEvent& event) override;
   void didResignKey() override;
+  void menusDidClose() override;
   void commandRowPressed(size_t row) override;
   void commandsScrolled(int rows) override;
 

@@ -115,6 +115,10 @@ void JLQueryWindowController::windowDidResignKey() {
   events_.didResignKey();
 }
 
+void JLQueryWindowController::windowClosedMenus() {
+  events_.menusDidClose();
+}
+
 void JLQueryWindowController::commandRowPressed(size_t row) {
   events_.commandRowPressed(row);
 }

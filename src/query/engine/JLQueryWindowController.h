@@ -20,6 +20,8 @@ struct QueryWindowEvents {
   std::function<void(const KeyEvent& event)> keyDown;
   /// Another window has the keyboard.
   std::function<void()> didResignKey;
+  /// Menus that were open over the target have gone, so that what it shows is another than a moment ago.
+  std::function<void()> menusDidClose;
   /// A row of the list of commands was clicked; counted from 0 among those that show.
   std::function<void(size_t row)> commandRowPressed;
   /// Later rows are wanted (earlier ones, for a negative number).
@@ -61,6 +63,7 @@ class JLQueryWindowController : public JLQueryFieldDelegate {
   void keyDown(const KeyEvent& event) override;
   void keyUp(const KeyEvent& event);
   void windowDidResignKey();
+  void windowClosedMenus();
   void commandRowPressed(size_t row);
   void commandsScrolled(int rows);
   /// None, ever.

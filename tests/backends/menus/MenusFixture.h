@@ -108,6 +108,7 @@ class MenusFixture : public SourceFixture {
                 .clickSecondary = [this](Point place) { called(fmt::format("right {},{}", place.x, place.y)); },
                 .typeMenuKey = [this] { called("Menu"); },
                 .typeEscape = [this] { hands.emplace_back("Escape"); },
+                .typeKey = [this](int64_t keyCode) { hands.push_back(fmt::format("key {}", keyCode)); },
                 .closeMenus =
                     [this] {
                       hands.emplace_back("close");

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "backends/menus/MenusFixture.h"
+#include "platform/Input.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -174,6 +175,30 @@ TEST_F(PopoversTest, areTurnedToThePageOfACommandWhichIsCarriedOutByItsAction) {
   EXPECT_EQ(perform(told[1]), MenuOutcome::done);
   EXPECT_THAT(app.done(), ElementsAre("0 page2Deeper", "0 page3Beta"));
   EXPECT_THAT(hands, ElementsAre("Menu")) << "nothing is clicked";
+}
+
+TEST_F(PopoversTest, ofListsAreSteppedThroughWhereNobodyTellsTheirPlaces) {
+  constexpr uint64_t kVisible = kShown | kEnabled | bit(state::visible);
+  windows.windows.front().knowsItsPlace = false;
+  const auto put = [&](const std::string& above, const std::string& id, uint32_t role, const std::string& name,
+                       Rect place) { add(above, id, role, name, kVisible).rect = place; };
+  put("frame", "box", role::comboBox, "Tree", {10, 10, 70, 24});
+  put("box", "popover", role::filler, "GtkPopover", {10, 16, 80, 126});
+  put("popover", "list", role::list, "GtkListView", {14, 26, 72, 102});
+  int y = 30;
+  for (const char* tree : {"Oak", "Elm", "Larch"}) {
+    put("list", tree, role::listItem, "", {20, static_cast<double>(y), 56, 18});
+    put(tree, std::string(tree) + "label", role::label, tree, {20, static_cast<double>(y), 40, 18});
+    y += 34;
+  }
+  app.at("Larch").states |= bit(state::selected);
+  const std::vector<MenuCommand> told = open();
+  ASSERT_THAT(linesOf(told), ElementsAre("Tree>Oak open", "Tree>Elm open", "Tree>Larch open"));
+  EXPECT_EQ(perform(told[0]), MenuOutcome::done);
+  EXPECT_EQ(hands.size(), 4U);
+  EXPECT_THAT(std::vector(hands.begin() + 1, hands.end()),
+              ElementsAre(fmt::format("key {}", key_code::up), fmt::format("key {}", key_code::up), "key 36"))
+      << "after a click on the box";
 }
 
 }  // namespace

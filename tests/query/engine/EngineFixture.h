@@ -63,7 +63,7 @@ class EngineFixture {
   RecordedQueryWindow& window() { return *desktop->views().queryWindow(); }
 
   /// What the user does, word by word: +50 (lets milliseconds pass), 'text (types it), shortcut, tap (of Control),
-  /// elsewhere (clicks there), and names of keys.
+  /// elsewhere (clicks there), menusclose, and names of keys.
   void user(const std::string& words) {
     std::istringstream stream(words);
     for (std::string word; stream >> word;) {
@@ -131,6 +131,8 @@ class EngineFixture {
       window().typeText(word.substr(1));
     } else if (word == "elsewhere") {
       window().resignKey();
+    } else if (word == "menusclose") {
+      window().closeMenus();
     } else {
       window().press(kKeys.at(word));
     }

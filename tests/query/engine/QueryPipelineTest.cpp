@@ -53,6 +53,11 @@ TEST(QueryPipeline, isSeenToWorkOnASlowTargetAndReadsItAnewForARefresh) {
   EXPECT_EQ(fixture.window().spinnerOpacity(), 0);
   EXPECT_EQ(fixture.reports("enumeration"), 2U) << "three at once are one";
   EXPECT_EQ(fixture.matches().size(), 3U);
+  fixture.desktop->accessibility().setAttribute("search", "AXTitle", "What a menu has hidden");
+  fixture.user("menusclose +5000");
+  EXPECT_EQ(fixture.matches().size(), 2U) << "as if the user had asked for it";
+  fixture.user("Escape menusclose +5000");
+  EXPECT_EQ(fixture.reports("enumeration"), 3U);
 }
 
 TEST(QueryPipeline, aResultOfAnEndedActivationReachesNothing) {

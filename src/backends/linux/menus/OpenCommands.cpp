@@ -74,6 +74,11 @@ bool OpenCommands::read(Clock::duration limit, Keyboard keyboard) {
   return isRead && !reading->told.commands.empty() && reading->told.popups.empty();
 }
 
+bool OpenCommands::areThere(Clock::duration limit) {
+  const auto reading = start(Clock::now() + limit, Keyboard::taken);
+  return reading->done->wait(limit) && hasCommands(*reading);
+}
+
 OpenCommands::Told OpenCommands::of(int32_t pid) {
   std::shared_ptr<Reading> reading;
   {

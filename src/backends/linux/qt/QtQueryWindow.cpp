@@ -36,7 +36,12 @@ QtQueryWindow::QtQueryWindow(const Context& context) : context_(context) {
   });
   panel_.setTranslucent(context_.windows.compositorRuns());
   host_ = context_.windows.makeQueryWindowHost(panel_, context_.geometry,
-                                               {[this] { isKey_ = true; }, [this] { resignKey(); }});
+                                               {[this] { isKey_ = true; }, [this] { resignKey(); },
+                                                [this] {
+                                                  if (delegate_) {
+                                                    delegate_->menusDidClose();
+                                                  }
+                                                }});
   QtMainLoop::deliverKeysDirectly(*panel_.windowHandle());
   adoptCompositor();
   // Fonts, style and shadow are loaded by the first painting.

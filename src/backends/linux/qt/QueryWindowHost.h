@@ -16,6 +16,8 @@ class QueryWindowHost {
     std::function<void()> keyboardArrived;
     /// It had the keyboard and has lost it, or the window system has taken the window away.
     std::function<void()> keyboardLost;
+    /// After keyboardArrived: menus from which it took the keyboard have gone.
+    std::function<void()> menusClosed;
   };
 
   QueryWindowHost() = default;

@@ -74,20 +74,30 @@ void WaylandBackend::activateOwnWindow(const std::string& title) {
   }
 }
 
-void WaylandBackend::closeMenu() {
+void WaylandBackend::closeMenu(int time) {
+  if (time == 1) {
+    isMenuTold_ = menuHooks_.menuWillClose && menuHooks_.menuWillClose(true);
+  }
+  // What takes its time to close has the keyboard a while longer, and one Escape more would close the window below.
+  const bool isClosing = time > 1 && (isMenuTold_ ? !menuHooks_.isMenuOpen() : time % 2 == 0);
+  if (!isClosing) {
+    input_.typeKey(key_code::escape);
+  }
+}
+
+bool WaylandBackend::doMenusShow() {
+  return std::ranges::any_of(windows().popupsFrontToBack(), isMenuWindow);
+}
+
+bool WaylandBackend::menusWillClose() {
+  if (!doMenusShow()) {
+    return false;
+  }
   if (menuHooks_.menuWillClose) {
     menuHooks_.menuWillClose(true);
   }
-  input_.typeKey(key_code::escape);
-}
-
-void WaylandBackend::menusWillClose() {
-  if (std::ranges::any_of(windows().popupsFrontToBack(), isMenuWindow)) {
-    if (menuHooks_.menuWillClose) {
-      menuHooks_.menuWillClose(true);
-    }
-    compositor_->closeMenus();
-  }
+  compositor_->closeMenus();
+  return true;
 }
 
 std::string WaylandBackend::description() const {

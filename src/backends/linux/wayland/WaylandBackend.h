@@ -54,11 +54,14 @@ class WaylandBackend final : public DesktopBackend {
   void activateOwnWindow(const std::string& title);
   /// A window of this program of that title never counts as the one that the user works in.
   void passOver(const std::string& title) { compositor_->passOver(title); }
-  /// A menu keeps the keyboard from the query window: reads what can be chosen in it, then closes it.
-  void closeMenu();
-  /// The query window is about to take the keyboard: reads what can be chosen in the menus that are open, as far as the
-  /// compositor tells of them, and closes them.
-  void menusWillClose();
+  /// A menu keeps the keyboard from the query window, for the first or a further time at one showing, counted from 1:
+  /// reads what can be chosen in it, then closes it, or its innermost level.
+  void closeMenu(int time);
+  /// Menus show, as far as the compositor tells of them.
+  bool doMenusShow();
+  /// The query window is about to take the keyboard: reads what can be chosen in the menus that show, and closes them
+  /// where they do not close by that. True when there are any.
+  bool menusWillClose();
 
  private:
   /// Windows tell nothing of their menus here.
@@ -81,6 +84,7 @@ class WaylandBackend final : public DesktopBackend {
   PostedSlots<int32_t> activeApplication_;
   Token compositorsWord_;  ///< of the active application
   MenuHooks menuHooks_;
+  bool isMenuTold_ = false;  ///< the one that closeMenu() closes
 };
 
 }  // namespace jumplark

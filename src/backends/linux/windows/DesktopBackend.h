@@ -26,6 +26,8 @@ struct MenuHooks {
   /// Menus are about to close, by Escape where they have the keyboard, and what is open stays so meanwhile. May take
   /// 150 ms. True when menus are open that have no windows of their own.
   std::function<bool(bool hasKeyboard)> menuWillClose;
+  /// Whether menus are open that have no windows of their own. May take as long.
+  std::function<bool()> isMenuOpen;
   /// A press has come to nothing, since another program keeps the keyboard. Must not wait.
   std::function<void()> keyboardIsKept;
 };

@@ -9,6 +9,12 @@
 
 namespace jumplark::atspi {
 
+/// Something open that is no window by the application's account, and the element that it stood in.
+struct OpenPopover {
+  ElementRef popover;
+  ElementRef opener;
+};
+
 /// The elements of one application while they are read and put right; what is left becomes an ElementTree.
 class ElementDraft {
  public:

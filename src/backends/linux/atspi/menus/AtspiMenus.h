@@ -57,13 +57,19 @@ class AtspiMenus final : public menus::MenuSource {
     bool areStatesOld = false;  ///< of what is in closed menus
   };
   Place placeOf(const menus::MenuRequest& request);
-  std::vector<MenuCommand> readOpen(const menus::MenuRequest& request, const MenuOpening& called);
+  /// The first look comes with a press of the shortcut.
+  enum class Look { first, again };
+  std::vector<MenuCommand> readOpen(const menus::MenuRequest& request, const MenuOpening& called, Look look);
   /// Whatever may hold something that is open, by what the last snapshot saw.
   OpenMenus::Heads headsOf(MenuFacts& facts, const menus::MenuRequest& request, const Place& place);
   std::vector<WindowFacts> popupsOf(const WindowFacts& window);
-  /// The same where only places tell what is open: what shows in pop-up windows.
+  std::optional<WindowFacts> windowInFront();
+  /// The same where no state tells what is open: what stands in popovers, and what shows in pop-up windows.
   std::vector<MenuCommand> readPopups(const menus::MenuRequest& request, const ElementRef& application,
-                                      MenuOpening called);
+                                      MenuOpening called, Look look);
+  SnapshotPointer whatShows(const menus::MenuRequest& request, const ElementRef& application, Look look);
+  /// Chooses what is open now without a click; false when it cannot be chosen so.
+  bool chooseOpen(const AtspiMenuHandle& command, TimePoint deadline);
   /// How the outermost menu that is open now may have been called.
   MenuOpening openingOf(const std::vector<WindowFacts>& popups);
   static ElementRef findBar(MenuFacts& facts, const ElementRef& frame);
@@ -88,6 +94,7 @@ class AtspiMenus final : public menus::MenuSource {
   MenuOpener opener_;
   std::mutex mutex_;  ///< leaf
   std::deque<Remembered> remembered_;
+  std::weak_ptr<const Snapshot> told_;  ///< that told last what is open
   std::deque<std::pair<WindowId, ElementRef>> bars_;
 };
 

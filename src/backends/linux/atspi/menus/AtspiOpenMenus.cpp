@@ -1,12 +1,16 @@
 // What of AtspiMenus is about menus that are open.
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <utility>
 
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/menus/AtspiMenus.h"
 #include "backends/linux/atspi/menus/MenuReopener.h"
+#include "backends/linux/atspi/menus/MenuRoles.h"
+#include "backends/linux/atspi/menus/PopoverItems.h"
 #include "backends/linux/windows/MenuWindow.h"
+#include "platform/Input.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -16,15 +20,26 @@ constexpr size_t kMostBars = 32;
 constexpr auto kLongestSearch = std::chrono::milliseconds(500);
 /// Menus that are opened anew may take two attempts.
 constexpr auto kLongestReopening = std::chrono::seconds(2);
-
-MenuItemFacts itemOf(const ElementFacts& facts) {
-  return {facts.ref, facts.role, facts.states, facts.name, {}, false};
-}
+/// Until the shortcut that was pressed over it closes it.
+constexpr auto kStaysOpen = std::chrono::seconds(1);
 
 }  // namespace
 
+std::optional<WindowFacts> AtspiMenus::windowInFront() {
+  if (auto active = windows_.window(windows_.activeWindow())) {
+    return active;
+  }
+  // None is active while something else than a window has the keyboard, or is about to get it.
+  for (WindowFacts& window : windows_.windowsFrontToBack()) {
+    if (isNormalOrDialog(window) && !window.hidden && !windows_.isOwn(window)) {
+      return std::move(window);
+    }
+  }
+  return std::nullopt;
+}
+
 menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboardTaken) {
-  const auto window = windows_.window(windows_.activeWindow());
+  const auto window = windowInFront();
   if (!window) {
     return {};
   }
@@ -32,7 +47,8 @@ menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboa
   if (popups.empty() && !isKeyboardTaken) {
     return {};
   }
-  menus::OpenCommands::Told told{window->pid, readOpen({window->pid, *window, deadline}, openingOf(popups)), {}};
+  menus::OpenCommands::Told told{
+      window->pid, readOpen({window->pid, *window, deadline}, openingOf(popups), Look::first), {}};
   std::ranges::transform(popups, std::back_inserter(told.popups), &WindowFacts::id);
   return told;
 }
@@ -112,7 +128,7 @@ OpenMenus::Heads AtspiMenus::headsOf(MenuFacts& facts, const menus::MenuRequest&
   return heads;
 }
 
-std::vector<MenuCommand> AtspiMenus::readOpen(const menus::MenuRequest& request, const MenuOpening& called) {
+std::vector<MenuCommand> AtspiMenus::readOpen(const menus::MenuRequest& request, const MenuOpening& called, Look look) {
   const Place place = placeOf(request);
   if (!handleOf(place.application)) {
     return {};
@@ -129,70 +145,85 @@ std::vector<MenuCommand> AtspiMenus::readOpen(const menus::MenuRequest& request,
       commands = OpenMenus(facts).read(heads, request, called);
     }
   }
-  const SnapshotPointer last = lastSnapshot_(place.application);
+  return commands.empty() && !heads.tellsShowing ? readPopups(request, place.application, called, look) : commands;
+}
+
+SnapshotPointer AtspiMenus::whatShows(const menus::MenuRequest& request, const ElementRef& application, Look look) {
+  const SnapshotPointer last = lastSnapshot_(application);
+  if (look == Look::first) {
+    // With the press of the shortcut a snapshot has begun, which saw what is still open.
+    elements_.snapshotsUnderWay().waitForNone(request.deadline);
+    const SnapshotPointer now = lastSnapshot_(application);
+    const std::lock_guard lock(mutex_);
+    if (now && now != told_.lock() && !now->popovers.empty() && Clock::now() - now->takenAt < kStaysOpen) {
+      told_ = now;
+      return now;
+    }
+  }
   const bool isInTime = !last || last->took < request.deadline - Clock::now();
-  const bool canPlacesTell = !heads.tellsShowing && isInTime;
-  return commands.empty() && canPlacesTell ? readPopups(request, place.application, called) : commands;
+  return isInTime ? elements_.takeUntil(application, request.deadline) : nullptr;
 }
 
 std::vector<MenuCommand> AtspiMenus::readPopups(const menus::MenuRequest& request, const ElementRef& application,
-                                                MenuOpening called) {
+                                                MenuOpening called, Look look) {
   std::vector<Rect> popups;
   for (const WindowFacts& popup : windows_.popupsFrontToBack()) {
     if (popup.pid == request.pid) {
       popups.push_back(popup.surface);
     }
   }
-  const SnapshotPointer now = popups.empty() ? nullptr : elements_.takeUntil(application, request.deadline);
+  const bool mayTell = !popups.empty() || !request.window.knowsItsPlace;
+  const SnapshotPointer now = mayTell ? whatShows(request, application, look) : nullptr;
   std::vector<MenuCommand> commands;
   if (!now) {
     return commands;
   }
   called.together = std::make_shared<std::vector<std::string>>();
-  std::optional<MenuItemFacts> title;
-  for (const ElementTree::Node& node : now->tree.nodes()) {
-    const ElementFacts& facts = *node.facts;
-    const bool isOfBar = node.parent != ElementTree::kNone && now->tree[node.parent].facts->role == role::menuBar;
-    const bool opens = isOfBar || role::isOneOf<role::pushButton, role::toggleButton, role::comboBox>(facts.role);
-    if (opens && facts.is(state::expanded)) {
-      called.holder = facts.ref;
-      title = isOfBar ? std::optional(itemOf(facts)) : std::nullopt;
+  for (const PopoverItem& found : itemsOfPopovers(*now, popups)) {
+    MenuEntry entry{{&found.item}, {}, false};
+    if (found.title) {
+      entry.way.insert(entry.way.begin(), &*found.title);
     }
-  }
-  for (const ElementTree::Node& node : now->tree.nodes()) {
-    const ElementFacts& facts = *node.facts;
-    const auto holds = [&](const Rect& popup) {
-      return popup.contains({facts.extents->midX(), facts.extents->midY()});
-    };
-    const bool isItem = role::isOneOf<role::menuItem, role::checkMenuItem, role::radioMenuItem>(facts.role);
-    if (isItem && facts.is(state::showing) && facts.extents && !facts.name.empty() &&
-        std::ranges::any_of(popups, holds)) {
-      const MenuItemFacts item = itemOf(facts);
-      MenuEntry entry{{&item}, {}, false};
-      if (title) {
-        entry.way.insert(entry.way.begin(), &*title);
-      }
-      auto [command, handle] = menuCommand(entry, request, false);
-      handle->opening = called;
-      called.together->push_back(facts.name);
-      commands.push_back(std::move(command));
-    }
+    auto [command, handle] = menuCommand(entry, request, false);
+    command.isOpen = true;
+    handle->opening = called;
+    handle->opening->holder = found.holder;
+    handle->steps = found.steps;
+    handle->place = found.place;
+    called.together->push_back(found.item.name);
+    commands.push_back(std::move(command));
   }
   return commands;
+}
+
+bool AtspiMenus::chooseOpen(const AtspiMenuHandle& command, TimePoint deadline) {
+  if (!menu_role::isEntry(command.role)) {
+    return act(command, deadline) == MenuOutcome::done;
+  }
+  // The action of an entry is another than to choose it. A list that opens has the selected one focused.
+  if (command.steps) {
+    for (int step = 0; step < std::abs(*command.steps); ++step) {
+      hands_.typeKey(*command.steps > 0 ? key_code::down : key_code::up);
+    }
+    hands_.typeKey(key_code::returnKey);
+  } else if (command.place) {
+    hands_.click({command.place->midX(), command.place->midY()});
+  }
+  return command.steps || command.place;
 }
 
 MenuOutcome AtspiMenus::reopen(const AtspiMenuHandle& command) {
   const auto look = [this](const AtspiMenuHandle& wanted, TimePoint until) {
     menus::MenuRequest request = wanted.menus;
     request.deadline = until;
-    return readOpen(request, *wanted.opening);
+    return readOpen(request, *wanted.opening, Look::again);
   };
   const TimePoint deadline = Clock::now() + kLongestReopening;
   // Where places in pop-ups are told wrong, and items of submenus that another page hides seem to show, a click may hit
   // anything.
   MenuReopener::Act act;
   if (elements_.toolkitOf(elements_.application(command.menus.pid)).placesByPopups()) {
-    act = [&](const AtspiMenuHandle& open) { return this->act(open, deadline) == MenuOutcome::done; };
+    act = [&](const AtspiMenuHandle& open) { return chooseOpen(open, deadline); };
   }
   return MenuReopener(opener_, hands_, look, std::move(act)).choose(command, deadline);
 }

@@ -30,6 +30,8 @@ struct AtspiMenuHandle final : MenuCommandHandle {
   bool canAct = false;                 ///< else its menus must be opened for it
   bool areStatesOld = false;           ///< what it says of itself is as its menu showed it last
   std::optional<MenuOpening> opening;  ///< of a menu that was open
+  std::optional<int> steps;            ///< of an entry of an open list: down from the one that is selected
+  std::optional<Rect> place;           ///< of such an entry
 };
 
 /// A command's element and those that lead to it.

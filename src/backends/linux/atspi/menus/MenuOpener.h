@@ -19,6 +19,7 @@ struct MenuHands {
   std::function<void(Point)> clickSecondary;  ///< the button that opens menus
   std::function<void()> typeMenuKey;
   std::function<void()> typeEscape;
+  std::function<void(int64_t keyCode)> typeKey = {};
   /// Types Escape for as long as a menu has the keyboard, and only then.
   std::function<void()> closeMenus;
   std::function<std::optional<Point>()> pointer;

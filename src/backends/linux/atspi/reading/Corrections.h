@@ -16,9 +16,10 @@ struct Reading {
   CoordinateTransform& transform;
   std::vector<ElementRef> roots;  ///< frames and open menus that were read whole
   ElementRef focusedWindow;
-  std::vector<ElementRef> openPopups;     ///< of the roots
-  std::vector<WindowFacts> popupWindows;  ///< where the toolkit wants to know them
-  bool isLost = false;                    ///< the application does not know where its windows are
+  std::vector<ElementRef> openPopups;      ///< of the roots
+  std::vector<WindowFacts> popupWindows;   ///< where the toolkit wants to know them
+  bool isLost = false;                     ///< the application does not know where its windows are
+  std::vector<OpenPopover> popovers = {};  ///< that a correction has found
 };
 
 /// Adds a part of an element as the last child of the focused window, as much of it as shows; nothing where its middle

@@ -13,6 +13,7 @@ Snapshot::Snapshot(SnapshotDraft draft, Clock::duration timeForMore)
       toolkit(draft.toolkit),
       frames(std::move(draft.frames)),
       focusedWindow(std::move(draft.focusedWindow)),
+      popovers(std::move(draft.popovers)),
       texts(std::move(draft.texts)),
       transform(std::move(draft.transform)),
       visibleOnly(draft.visibleOnly),

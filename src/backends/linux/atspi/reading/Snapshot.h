@@ -29,6 +29,7 @@ struct SnapshotDraft {
   std::vector<MatchedFrame> frames;  ///< front to back
   ElementRef focusedWindow;
   ElementRef menuBar;  ///< of the focused window; found by itself in a tree
+  std::vector<OpenPopover> popovers;
   ElementDraft elements;
   TextMap texts;
   std::shared_ptr<const CoordinateTransform> transform = std::make_shared<const CoordinateTransform>();
@@ -76,6 +77,7 @@ class Snapshot {
   const Toolkit* const toolkit;
   const std::vector<MatchedFrame> frames;
   const ElementRef focusedWindow;
+  const std::vector<OpenPopover> popovers;
   const TextMap texts;
   const std::shared_ptr<const CoordinateTransform> transform;
   const bool visibleOnly;

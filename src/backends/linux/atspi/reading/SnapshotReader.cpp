@@ -128,6 +128,7 @@ SnapshotDraft SnapshotReader::read(CallRunner& runner, const ElementRef& applica
     reading.popupWindows = registry_.popupsOf(application);
   }
   putRight(pass.toolkit(), reading);
+  pass.draft.popovers = std::move(reading.popovers);
   pass.draft.transform = transform;
   pass.draft.took = Clock::now() - started;
   return std::move(pass.draft);

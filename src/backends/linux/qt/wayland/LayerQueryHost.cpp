@@ -25,6 +25,9 @@ constexpr std::chrono::milliseconds kPatience{500};
 constexpr std::chrono::milliseconds kKeyboardPatience{60};
 /// Menus within menus.
 constexpr int kMostRefusals = 5;
+/// What shows for longer has let the keyboard go and stays.
+constexpr int kMostLooks = 30;
+constexpr std::chrono::milliseconds kBetweenLooks{10};
 
 /// Tells of each picture that a widget is about to get.
 class PaintWatch final : public QObject {
@@ -62,6 +65,9 @@ LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::
   overdue_.setSingleShot(true);
   overdue_.setInterval(kKeyboardPatience);
   QObject::connect(&overdue_, &QTimer::timeout, &overdue_, [this] { askForKeyboard(); });
+  nextLook_.setSingleShot(true);
+  nextLook_.setInterval(kBetweenLooks);
+  QObject::connect(&nextLook_, &QTimer::timeout, &nextLook_, [this] { tellWhenMenusHaveGone(); });
   // A machine that is slow to paint must not count as a menu that keeps the keyboard.
   painted_ = std::make_unique<PaintWatch>(widget_, [this] {
     if (layer_) {
@@ -81,13 +87,7 @@ LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::
   keyboard_ = keyboard.addListener({.entered =
                                         [this](wl_surface* surface, const std::vector<uint32_t>&) {
                                           if (surface_ && surface == surface_) {
-                                            focused_ = true;
-                                            QtMainLoop::guarded([this] {
-                                              events_.keyboardArrived();
-                                              if (callbacks_.keyboardArrived) {
-                                                callbacks_.keyboardArrived();
-                                              }
-                                            });
+                                            keyboardArrived();
                                           }
                                         },
                                     .left =
@@ -102,6 +102,31 @@ LayerQueryHost::LayerQueryHost(const wayland::SurfaceGlobals& globals, wayland::
 
 LayerQueryHost::~LayerQueryHost() {
   disappear();
+}
+
+void LayerQueryHost::keyboardArrived() {
+  focused_ = true;
+  QtMainLoop::guarded([this] {
+    events_.keyboardArrived();
+    if (callbacks_.keyboardArrived) {
+      callbacks_.keyboardArrived();
+    }
+  });
+  if (std::exchange(tookFromMenus_, false)) {
+    looks_ = 0;
+    tellWhenMenusHaveGone();
+  }
+}
+
+/// An application takes its menus away a moment after it has lost the keyboard.
+void LayerQueryHost::tellWhenMenusHaveGone() {
+  bool doShow = false;
+  QtMainLoop::guarded([&] { doShow = callbacks_.menusShow && callbacks_.menusShow(); });
+  if (doShow && ++looks_ < kMostLooks) {
+    nextLook_.start();
+  } else {
+    QtMainLoop::guarded([this] { events_.menusClosed(); });
+  }
 }
 
 Rect LayerQueryHost::wantedPlace() const {
@@ -162,9 +187,7 @@ void LayerQueryHost::replace() {
 void LayerQueryHost::show() {
   if (!widget_.isVisible()) {
     refusals_ = 0;
-    if (callbacks_.queryWillShow) {
-      callbacks_.queryWillShow();
-    }
+    tookFromMenus_ = callbacks_.queryWillShow && callbacks_.queryWillShow();
     appear();
   }
 }
@@ -201,6 +224,7 @@ void LayerQueryHost::appear() {
 
 void LayerQueryHost::disappear() {
   overdue_.stop();
+  nextLook_.stop();
   focused_ = false;
   surface_ = nullptr;
   layer_.reset();
@@ -231,7 +255,8 @@ void LayerQueryHost::keyboardOverdue() {
   if (!layer_ || focused_ || ++refusals_ > kMostRefusals || !callbacks_.keyboardRefused) {
     return;
   }
-  QtMainLoop::guarded([this] { callbacks_.keyboardRefused(); });
+  tookFromMenus_ = true;
+  QtMainLoop::guarded([this] { callbacks_.keyboardRefused(refusals_); });
   disappear();
   appear();
 }

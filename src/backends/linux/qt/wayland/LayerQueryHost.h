@@ -48,6 +48,8 @@ class LayerQueryHost final : public QueryWindowHost {
   void lose();
   void askForKeyboard();
   void keyboardOverdue();
+  void keyboardArrived();
+  void tellWhenMenusHaveGone();
 
   const wayland::SurfaceGlobals& globals_;
   wayland::FrontSurfaces& fronts_;
@@ -64,7 +66,10 @@ class LayerQueryHost final : public QueryWindowHost {
   int refusals_ = 0;             ///< at this showing
   bool isFirstPicture_ = false;  ///< the next one is
   std::unique_ptr<QObject> painted_;
-  QTimer overdue_;  ///< runs from the first picture until the keyboard should have come
+  QTimer overdue_;              ///< runs from the first picture until the keyboard should have come
+  bool tookFromMenus_ = false;  ///< at this showing
+  int looks_ = 0;               ///< for menus that have not gone yet
+  QTimer nextLook_;
   Token keyboard_;
 };
 

@@ -17,13 +17,15 @@ namespace jumplark {
 struct LayerCallbacks {
   /// Asks the compositor to give an ordinary window of this program the keyboard.
   std::function<void(const std::string& title)> activateWindow = {};
-  /// The query window is about to show, and to take the keyboard from whoever has it.
-  std::function<void()> queryWillShow = {};
+  /// The query window is about to show, and to take the keyboard from whoever has it. True when that is a menu.
+  std::function<bool()> queryWillShow = {};
+  /// Whether menus show, as far as the compositor tells.
+  std::function<bool()> menusShow = {};
   /// The query window has the keyboard: keys that come from now on are delivered to it.
   std::function<void()> keyboardArrived = {};
   /// An open menu keeps the keyboard from the query window: closes it, or its innermost level. May be called some times
-  /// one after the other, and not within a call.
-  std::function<void()> keyboardRefused = {};
+  /// one after the other, counted from 1, and not within a call.
+  std::function<void(int time)> keyboardRefused = {};
   /// Has the compositor place a window of this program in front of all others; empty where its layer shell does that.
   wayland::PlacedSurfaces::Placer placeWindow = {};
   /// A message was made, which never counts as the window that the user works in.

@@ -67,7 +67,7 @@ class Popovers {
     constexpr double kWidestMargin = 12;
     const ElementFacts* opener = reading_.elements.find(element.parent);
     if (!opener || !opener->extents || !element.extents || !element.is(state::showing) ||
-        !role::isOneOf<role::pushButton, role::toggleButton, role::comboBox>(opener->role)) {
+        !role::isOneOf<role::pushButton, role::toggleButton, role::comboBox, role::menuItem>(opener->role)) {
       return false;
     }
     const double down = element.extents->y - opener->extents->y;
@@ -76,6 +76,7 @@ class Popovers {
   }
 
   void open(ElementFacts& element, Point shift) {
+    reading_.popovers.push_back({element.ref, element.parent});
     move(element, shift);
     reading_.elements.reparent(element.ref, frame_);
   }
