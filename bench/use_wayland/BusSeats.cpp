@@ -5,6 +5,7 @@
 
 #include <QImage>
 #include <cstdlib>
+#include <list>
 #include <stdexcept>
 
 #include "Seat.h"
@@ -91,33 +92,66 @@ class KWinSeat final : public Seat {
   }
 
   std::vector<Colours> pixels(const std::vector<Area>& areas) override {
-    std::vector<Colours> result;
-    result.reserve(areas.size());
+    // All are asked for at once, so that they are of one frame.
+    std::list<Capture> captures;
     for (const Area& area : areas) {
-      result.push_back(coloursOf(area));
+      Capture& capture = captures.emplace_back();
+      int ends[2];
+      check(pipe2(ends, O_CLOEXEC), "a pipe");
+      capture.pixels = ends[0];
+      const auto told = [](sd_bus_message* answer, void* data, sd_bus_error*) {
+        static_cast<Capture*>(data)->description.reset(sd_bus_message_ref(answer));
+        return 0;
+      };
+      const int asked = sd_bus_call_method_async(bus_.get(), nullptr, "org.kde.KWin", "/org/kde/KWin/ScreenShot2",
+                                                 "org.kde.KWin.ScreenShot2", "CaptureArea", told, &capture,
+                                                 "iiuua{sv}h", area.x, area.y, area.width, area.height, 0, ends[1]);
+      close(ends[1]);
+      check(asked, "asking for a picture");
+    }
+    std::vector<Colours> result;
+    for (Capture& capture : captures) {
+      while (!capture.description) {
+        const int done = sd_bus_process(bus_.get(), nullptr);
+        check(done, "the session bus");
+        if (done == 0) {
+          check(sd_bus_wait(bus_.get(), UINT64_MAX), "the session bus");
+        }
+      }
+      result.push_back(coloursOf(capture));
     }
     return result;
   }
 
  private:
-  Colours coloursOf(const Area& area) {
-    int ends[2];
-    check(pipe2(ends, O_CLOEXEC), "a pipe");
-    const Message description = call(bus_, "org.kde.KWin", "/org/kde/KWin/ScreenShot2", "org.kde.KWin.ScreenShot2",
-                                     "CaptureArea", "iiuua{sv}h", area.x, area.y, area.width, area.height, 0, ends[1]);
-    close(ends[1]);
-    const uint32_t stride = numberIn(description, "stride");
-    std::vector<unsigned char> bytes(static_cast<size_t>(stride) * numberIn(description, "height"));
+  /// One picture that is being taken.
+  struct Capture {
+    Capture() = default;
+    Capture(const Capture&) = delete;
+    Capture& operator=(const Capture&) = delete;
+    ~Capture() { close(pixels); }
+
+    int pixels = -1;
+    Message description;
+  };
+
+  static Colours coloursOf(const Capture& capture) {
+    if (sd_bus_message_is_method_error(capture.description.get(), nullptr) > 0) {
+      throw std::runtime_error("KWin gives no picture");
+    }
+    const uint32_t width = numberIn(capture.description, "width");
+    const uint32_t height = numberIn(capture.description, "height");
+    const uint32_t stride = numberIn(capture.description, "stride");
+    std::vector<unsigned char> bytes(static_cast<size_t>(stride) * height);
     size_t got = 0;
     for (ssize_t part = 0; got < bytes.size(); got += static_cast<size_t>(part)) {
-      part = read(ends[0], bytes.data() + got, bytes.size() - got);
+      part = read(capture.pixels, bytes.data() + got, bytes.size() - got);
       check(part > 0 ? 0 : -1, "reading a picture");
     }
-    close(ends[0]);
     Colours colours;
-    for (int y = 0; y < area.height; ++y) {
-      for (int x = 0; x < area.width; ++x) {
-        const auto* const pixel = &bytes[static_cast<size_t>(y) * stride + size_t{4} * static_cast<size_t>(x)];
+    for (uint32_t y = 0; y < height; ++y) {
+      for (uint32_t x = 0; x < width; ++x) {
+        const auto* const pixel = &bytes[static_cast<size_t>(y) * stride + size_t{4} * x];
         colours.push_back(static_cast<uint32_t>(pixel[2] << 16 | pixel[1] << 8 | pixel[0]));  // blue comes first
       }
     }
