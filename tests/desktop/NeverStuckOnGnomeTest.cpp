@@ -39,6 +39,21 @@ TEST_F(NeverStuckOnGnome, aKilledProgramLeavesNoButtonDown) {
   expectNoButtonDownAfterAKilledProgram();
 }
 
+TEST_F(NeverStuckOnGnome, theQueryGivesWayToAltTabAndTheOverviewAndIsInNeither) {
+  const SessionWindow first = session.waitForWindowOf(demo.process().pid());
+  const SessionWindow second = session.waitForWindowOf(session.start({JUMPLARK_DEMO_QT6, "Table"}).pid());
+  ASSERT_TRUE(session.activate(second.id));
+  ASSERT_TRUE(session.activate(first.id));
+  RunningProgram program(session);
+  for (const auto& [keys, next] : {std::pair("alt+Tab", second.id), {"super", second.id}}) {
+    SCOPED_TRACE(keys);
+    program.open();
+    session.press({keys});
+    EXPECT_TRUE(program.waitUntilClosed());
+    EXPECT_TRUE(waitUntil([&] { return session.activeWindow() == next; }));
+  }
+}
+
 TEST_F(NeverStuckOnGnome, worksAgainWhenTheExtensionWasSwitchedOffAndOn) {
   RunningProgram program(session);
   program.open();
