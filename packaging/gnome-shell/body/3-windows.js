@@ -189,6 +189,7 @@ class FrontWindows {
     }
 
     destroy() {
+        this._giveKeyboardUp();
         global.display.disconnect(this._created);
         global.window_manager.disconnect(this._mapped);
         Main.overview.disconnect(this._overview);
