@@ -221,9 +221,11 @@ void JLAppDelegate::finishStart() {
 
 std::string JLAppDelegate::activate() {
   const bool wasActive = engine_->isActive().value();
-  return engine_->hotkeyPressed() || wasActive
-             ? std::string()
-             : localized("No application is in front, so there is nothing to choose from.");
+  if (engine_->hotkeyPressed() || wasActive) {
+    return {};
+  }
+  const std::string reason = Platform::current().workspace->whyNoneIsTold();
+  return !reason.empty() ? reason : localized("No application is in front, so there is nothing to choose from.");
 }
 
 bool JLAppDelegate::shortcutPressed() {

@@ -40,6 +40,8 @@ class Workspace {
   virtual ~Workspace() = default;
 
   virtual std::optional<RunningApplication> frontmostApplication() = 0;
+  /// Why none can be told of at the moment, one sentence; empty where there simply is none.
+  virtual std::string whyNoneIsTold() { return {}; }
   /// The applications with windows on screen, the front one first, each once.
   virtual std::vector<RunningApplication> applicationsFrontToBack() = 0;
   virtual std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) = 0;

@@ -39,12 +39,39 @@ TEST_F(NeverStuckOnGnome, aKilledProgramLeavesNoButtonDown) {
   expectNoButtonDownAfterAKilledProgram();
 }
 
-TEST_F(NeverStuckOnGnome, worksAgainWhenTheExtensionWasSwitchedOffAndOn) {
+TEST_F(NeverStuckOnGnome, theQueryGivesWayToAltTabAndTheOverviewAndIsInNeither) {
+  const SessionWindow first = session.waitForWindowOf(demo.process().pid());
+  const SessionWindow second = session.waitForWindowOf(session.start({JUMPLARK_DEMO_QT6, "Table"}).pid());
+  ASSERT_TRUE(session.activate(second.id));
+  ASSERT_TRUE(session.activate(first.id));
+  RunningProgram program(session);
+  for (const auto& [keys, next] : {std::pair("alt+Tab", second.id), {"super", second.id}}) {
+    SCOPED_TRACE(keys);
+    program.open();
+    session.press({keys});
+    EXPECT_TRUE(program.waitUntilClosed());
+    EXPECT_TRUE(waitUntil([&] { return session.activeWindow() == next; }));
+  }
+}
+
+TEST_F(NeverStuckOnGnome, isGoneWhileTheExtensionIsOffAndWorksAgainAfterwards) {
   RunningProgram program(session);
   program.open();
   session.setExtension(false);
-  program.close("Escape");
+  EXPECT_TRUE(program.waitUntilClosed());
   EXPECT_TRUE(isShortcutFree());
+  // As it is while the screen is locked.
+  Process& shield = session.start({"gjs", "-c", R"(const {Gio, GLib} = imports.gi;
+    Gio.DBusExportedObject.wrapJSObject(`<node><interface name="org.gnome.ScreenSaver"><method name="GetActive">
+        <arg type="b" direction="out"/></method></interface></node>`, {GetActive: () => true})
+        .export(Gio.DBus.session, '/org/gnome/ScreenSaver');
+    Gio.bus_own_name(2, 'org.gnome.Shell.ScreenShield', 0, null, () => print('there'), null);
+    new GLib.MainLoop(null, false).run();)"});
+  ASSERT_TRUE(shield.waitForLine("there")) << shield.err();
+  const Finished told = session.run({JUMPLARK_PROGRAM, "activate"});
+  EXPECT_EQ(told.status, 3);
+  EXPECT_EQ(told.err, "jumplark: The screen is locked.\n");
+  EXPECT_EQ(program.queryWindow(), std::nullopt);
   EXPECT_TRUE(takesTyping());
   session.setExtension(true);
   EXPECT_TRUE(waitUntil([&] { return !session.isFree("<Super><Shift>space"); }));

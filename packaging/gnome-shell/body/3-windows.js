@@ -68,6 +68,36 @@ const REQUESTS = {
 };
 
 /**
+ * Leaves windows out of what a person switches to: Alt+Tab, the overview, the dash's previews. Programs cannot ask for
+ * that on Wayland, and the shell has no setter: both read what is put in front of its own answers here.
+ */
+class Unlisted {
+    constructor() {
+        this._windows = new Set();
+        this._listed = (...which) => Meta.Display.prototype.get_tab_list.call(global.display, ...which)
+            .filter(window => !this._windows.has(window));
+        global.display.get_tab_list = this._listed;
+    }
+
+    add(window) {
+        this._windows.add(window);
+        Object.defineProperty(window, 'skip_taskbar', {value: true, configurable: true});
+    }
+
+    remove(window) {
+        if (this._windows.delete(window))
+            delete window.skip_taskbar;
+    }
+
+    destroy() {
+        for (const window of [...this._windows])
+            this.remove(window);
+        if (global.display.get_tab_list === this._listed)
+            delete global.display.get_tab_list;
+    }
+}
+
+/**
  * Windows of clients that show where the client wants them, above all others, and get the keyboard with their first
  * picture. A client names one by its title before it makes it.
  */
@@ -77,6 +107,20 @@ class FrontWindows {
         this._created = global.display.connect('window-created', (display, window) => this._watch(window));
         this._mapped = global.window_manager.connect('map', (manager, actor) => this._show(actor.meta_window));
         this._watched = new Map();  // window to its signals
+        this._unlisted = new Unlisted();
+        this._overview = Main.overview.connect('showing', () => this._giveKeyboardUp());
+    }
+
+    /** The overview takes the keyboard and tells windows nothing: ours would stay behind it. */
+    _giveKeyboardUp() {
+        const window = global.display.focus_window;
+        if (!window || !this._watched.has(window))
+            return;
+        const [next] = global.display.get_tab_list(Meta.TabList.NORMAL, global.workspace_manager.get_active_workspace());
+        if (next)
+            next.focus(global.get_current_time());
+        else
+            global.display.unset_input_focus(global.get_current_time());
     }
 
     place(client, title, x, y) {
@@ -122,6 +166,7 @@ class FrontWindows {
         if (!place || !this._watched.has(window))
             return;
         place.window = window;
+        this._unlisted.add(window);
         window.make_above();
         window.stick();
         window.move_frame(true, place.x, place.y);
@@ -137,16 +182,20 @@ class FrontWindows {
     }
 
     _unwatch(window) {
+        this._unlisted.remove(window);
         for (const signal of this._watched.get(window))
             window.disconnect(signal);
         this._watched.delete(window);
     }
 
     destroy() {
+        this._giveKeyboardUp();
         global.display.disconnect(this._created);
         global.window_manager.disconnect(this._mapped);
+        Main.overview.disconnect(this._overview);
         for (const window of [...this._watched.keys()])
             this._unwatch(window);
+        this._unlisted.destroy();
         this._places.clear();
     }
 }

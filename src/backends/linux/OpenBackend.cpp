@@ -30,7 +30,8 @@ OpenedBackend openBackend(TaskQueue& mainQueue) {
     }
     using State = gnome::ExtensionState;
     const State extension = gnome::extensionState();
-    if (extension != State::noShell && extension != State::works && extension != State::silent) {
+    if (extension != State::noShell && extension != State::works && extension != State::silent &&
+        extension != State::locked) {
       if (OpenedBackend xwayland = openXwayland(mainQueue, extension); xwayland.backend) {
         return xwayland;
       }

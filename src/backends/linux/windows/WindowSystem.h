@@ -112,6 +112,8 @@ class WindowSystem {
   /// The window that shows at a point, pop-ups included, not counting windows of this process and windows that let the
   /// pointer through; none when nothing but the background shows.
   virtual std::optional<WindowFacts> topmostWindowAt(Point topLeft) = 0;
+  /// Why no windows are told of at the moment, one sentence; empty where there are none.
+  virtual std::string whyNoneAreTold() { return {}; }
   /// True when the window belongs to this process.
   virtual bool isOwn(const WindowFacts& facts) const = 0;
   /// Asks for a window to be activated: when `force`, so that it is not refused, as the user's wish at the time of the

@@ -27,6 +27,7 @@ class WindowWorkspace final : public Workspace {
   /// The owner of the active window; when there is none, or it is a window of this process, the owner of the topmost
   /// normal window or dialog on screen.
   std::optional<RunningApplication> frontmostApplication() override;
+  std::string whyNoneIsTold() override { return windows_.whyNoneAreTold(); }
   std::vector<RunningApplication> applicationsFrontToBack() override;
   std::vector<RunningApplication> runningApplicationsWithBundleIdentifier(const std::string& identifier) override;
   std::optional<RunningApplication> runningApplicationWithPid(int32_t pid) override;

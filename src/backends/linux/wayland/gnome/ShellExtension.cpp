@@ -23,16 +23,26 @@ struct MessageDeleter {
 };
 using MessagePointer = std::unique_ptr<sd_bus_message, MessageDeleter>;
 
-/// Asks the shell about our extension; null when it does not answer, with why.
-MessagePointer askShell(sd_bus* bus, const char* method, Answer& answer) {
+struct Asked {
+  const char* name;
+  const char* path;
+  const char* interface;
+};
+constexpr Asked kExtensions{"org.gnome.Shell", "/org/gnome/Shell", "org.gnome.Shell.Extensions"};
+/// There where the session can be locked.
+constexpr Asked kShield{"org.gnome.Shell.ScreenShield", "/org/gnome/ScreenSaver", "org.gnome.ScreenSaver"};
+
+/// Asks the shell, about our extension or with no argument; null when it does not answer, with why.
+MessagePointer askShell(sd_bus* bus, const Asked& asked, const char* method, const char* argument, Answer& answer) {
   sd_bus_message* question = nullptr;
   sd_bus_message* reply = nullptr;
   sd_bus_error error = SD_BUS_ERROR_NULL;
-  int r = sd_bus_message_new_method_call(bus, &question, "org.gnome.Shell", "/org/gnome/Shell",
-                                         "org.gnome.Shell.Extensions", method);
+  int r = sd_bus_message_new_method_call(bus, &question, asked.name, asked.path, asked.interface, method);
   if (r >= 0) {
     sd_bus_message_set_auto_start(question, 0);
-    sd_bus_message_append(question, "s", kIdentifier);
+    if (argument != nullptr) {
+      sd_bus_message_append(question, "s", argument);
+    }
     r = sd_bus_call(bus, question, kPatience, &error, &reply);
   }
   const bool isAbsent = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) != 0 ||
@@ -63,9 +73,16 @@ int toldState(sd_bus_message* reply) {
   return state;
 }
 
+bool isLocked(sd_bus* bus) {
+  Answer answer = Answer::absent;
+  int locked = 0;
+  const MessagePointer reply = askShell(bus, kShield, "GetActive", nullptr, answer);
+  return reply && sd_bus_message_read(reply.get(), "b", &locked) > 0 && locked != 0;
+}
+
 ExtensionState stateByShell(sd_bus* bus) {
   Answer answer = Answer::absent;
-  const MessagePointer reply = askShell(bus, "GetExtensionInfo", answer);
+  const MessagePointer reply = askShell(bus, kExtensions, "GetExtensionInfo", kIdentifier, answer);
   if (!reply) {
     return answer == Answer::absent ? ExtensionState::noShell : ExtensionState::silent;
   }
@@ -75,7 +92,7 @@ ExtensionState stateByShell(sd_bus* bus) {
     case kOff:
     case kLoaded:
     case kOn:  // and about to answer
-      return ExtensionState::off;
+      return isLocked(bus) ? ExtensionState::locked : ExtensionState::off;
     default:
       return ExtensionState::foreignVersion;
   }
@@ -118,6 +135,8 @@ ExtensionProblem problemOf(ExtensionState state) {
       break;
     case ExtensionState::off:
       return {needed, localized("Switch it on: gnome-extensions enable jumplark@brindlefox.com")};
+    case ExtensionState::locked:
+      return {localized("The screen is locked."), localized("Unlock it.")};
     case ExtensionState::unknown:
       return {needed, localized("Log out and in again, since GNOME Shell looks for new extensions only then; Jumplark "
                                 "then offers to switch it on.")};
@@ -138,7 +157,7 @@ ExtensionProblem problemOf(ExtensionState state) {
 ExtensionState switchExtensionOn() {
   const SessionBusConnection bus = connectToBus();
   Answer answer = Answer::absent;
-  if (!bus || !askShell(bus.get(), "EnableExtension", answer)) {
+  if (!bus || !askShell(bus.get(), kExtensions, "EnableExtension", kIdentifier, answer)) {
     return answer == Answer::silent ? ExtensionState::silent : ExtensionState::noShell;
   }
   constexpr std::chrono::seconds kMost{3};

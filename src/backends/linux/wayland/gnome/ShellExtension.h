@@ -9,6 +9,7 @@ enum class ExtensionState {
   noShell,         ///< the session is none of GNOME Shell
   works,           ///< it answers this program
   off,             ///< it is there and not switched on
+  locked,          ///< the screen is locked, and while it is the shell has no extensions
   unknown,         ///< the shell has not seen it yet: it looks for new ones when a session begins
   foreignVersion,  ///< it speaks of other things than this program, or is none for this shell
   foreignProgram,  ///< it belongs to another installation of this program

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "backends/linux/wayland/LooseJson.h"
+#include "backends/linux/wayland/gnome/ShellExtension.h"
 #include "backends/linux/windows/TitleBar.h"
 
 namespace jumplark::gnome {
@@ -198,6 +199,10 @@ std::optional<WindowFacts> Windows::topmostWindowAt(Point topLeft) {
     }
   }
   return std::nullopt;
+}
+
+std::string Windows::whyNoneAreTold() {
+  return problemOf(extensionState()).finding;
 }
 
 bool Windows::isOwn(const WindowFacts& facts) const {

@@ -42,6 +42,7 @@ class Windows final : public WindowSystem {
   std::optional<WindowFacts> window(WindowId id) override;
   WindowId activeWindow() override;
   std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
+  std::string whyNoneAreTold() override;
   bool isOwn(const WindowFacts& facts) const override;
   bool requestActive(WindowId id, bool force) override;
   std::vector<WindowButton> buttonsOf(const WindowFacts& window) override;
