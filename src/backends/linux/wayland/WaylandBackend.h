@@ -59,6 +59,10 @@ class WaylandBackend final : public DesktopBackend {
   bool menusWillClose();
 
  private:
+  /// The window in front is one of an X11 program, of whose pop-ups few compositors tell.
+  bool mayHideMenus();
+  void closeLevels();
+
   /// Windows tell nothing of their menus here.
   struct NoMenus final : WindowMenus {
     WindowMenuAddresses menusOf(WindowId /*window*/) override { return {}; }
