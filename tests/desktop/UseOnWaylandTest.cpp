@@ -30,39 +30,85 @@ TEST_P(UseOnWayland, aTypedQueryBoxesAButtonAndReturnPressesIt) {
   }));
 }
 
+struct Job {
+  const char* query;
+  const char* told;  ///< of what is chosen, or its beginning
+  const char* says;
+};
+
+/// An application of one toolkit with a form in it, which prints what is done to it.
+struct Form {
+  std::string name;
+  Arguments command;
+  std::string busName;
+  std::vector<Job> jobs;
+  Environment environment = {};
+};
+void PrintTo(const Form& form, std::ostream* out) {
+  *out << form.name;
+}
+
+/// Two jobs together choose what the first one has opened.
+std::vector<Form> forms() {
+  const std::vector<Job> qt = {{"wrap", "Wrap text", "checked Wrap text true"},
+                               {"name", "Name", "focused Name"},
+                               {"country", "Austria", "opened Country"},
+                               {"brazil", "Brazil", "combo Country Brazil"},
+                               {"file", "File", "opened File"},
+                               {"save", "Save", "triggered Save"},
+                               {"list", "List", "tab List"},
+                               {"dublin", "Dublin", "selected Dublin"}};
+  std::vector<Job> gtk = qt;
+  gtk.erase(gtk.begin() + 6);  // it has no pages
+  std::vector<Job> gtk4 = gtk;
+  gtk4[2] = {"tree", "Tree", "opened Tree"};
+  gtk4[3] = {"larch", "Larch", "combo Tree Larch"};
+  gtk4.insert(gtk4.end(), {{"things", "Things", "opened Things"}, {"ruler", "Ruler", "triggered Ruler"}});
+  std::vector<Job> qt6 = qt;
+  // Of a closed menu, while a list is open.
+  qt6.insert(qt6.end() - 2, {{"country", "Brazil", "opened Country"}, {"about", "About", "triggered About"}});
+  return {{"Qt6", {JUMPLARK_DEMO_QT6, "Form"}, "demo-qt6", qt6},
+          {"Qt5", {JUMPLARK_DEMO_QT5, "Form"}, "demo-qt5", qt},
+          {"Gtk3", {JUMPLARK_DEMO_GTK, "3"}, "demo-gtk", gtk},
+          {"Gtk4", {JUMPLARK_DEMO_GTK, "4"}, "demo-gtk", gtk4},
+          {"Gtk3Xwayland", {JUMPLARK_DEMO_GTK, "3"}, "demo-gtk", gtk, {{"GDK_BACKEND", "x11"}}},
+          {"Qt6Xwayland", {JUMPLARK_DEMO_QT6, "Form"}, "demo-qt6", qt, {{"QT_QPA_PLATFORM", "xcb"}}}};
+}
+
+class FormOnWayland : public ::testing::TestWithParam<std::tuple<WindowManager, Form>> {};
+
 /// What a query finds is used as by hand, by what the application prints.
-TEST_P(UseOnWayland, checksFocusesOpensAndChooses) {
-  struct Job {
-    const char* query;
-    const char* told;  ///< of what is chosen
-    const char* says;
-  };
-  constexpr Job kJobs[] = {{"wrap", "Wrap text", "checked Wrap text true"},
-                           {"name", "Name", "focused Name"},
-                           {"country", "Austria", "opened Country"},
-                           {"about", "About", "triggered About"},  // of a closed menu, while the list is open
-                           {"file", "File", "opened File"},
-                           {"save", "Save", "triggered Save"}};
-  Desktop desktop(GetParam());
-  DemoProgram demo(desktop);
-  for (const Job& job : kJobs) {
+TEST_P(FormOnWayland, isCheckedFocusedOpenedAndChosenFrom) {
+  const auto& [compositor, form] = GetParam();
+  Desktop desktop(compositor);
+  Application application(desktop, {.command = form.command,
+                                    .busName = form.busName,
+                                    .title = "Demo",
+                                    .role = "frame",
+                                    .element = "Demo",
+                                    .environment = form.environment});
+  for (const Job& job : form.jobs) {
     SCOPED_TRACE(job.query);
+    const auto count = [&] { return application.process().linesBeginning(job.says).size(); };
+    const size_t before = count();
     RunningProgram program(desktop.session);  // the last one would make a double click of Return for a while
     program.open();
     program.query(job.query);
-    EXPECT_TRUE(waitUntil([&] { return program.description().find(job.told) != std::string::npos; }))
-        << program.description();
+    EXPECT_TRUE(waitUntil([&] { return program.description().starts_with(job.told); })) << program.description();
     program.close("Return");
-    ASSERT_TRUE(waitUntil([&] { return !demo.linesBeginning(job.says).empty(); })) << demo.process().out();
+    ASSERT_TRUE(waitUntil([&] { return count() > before; })) << application.process().out();
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Compositors, UseOnWayland,
-                         ::testing::Values(WindowManager::sway, WindowManager::kwin, WindowManager::gnome),
-                         [](const auto& info) -> std::string {
-                           return info.param == WindowManager::sway   ? "Sway"
-                                  : info.param == WindowManager::kwin ? "KWin"
-                                                                      : "Gnome";
+std::string nameOf(WindowManager compositor) {
+  return compositor == WindowManager::sway ? "Sway" : compositor == WindowManager::kwin ? "KWin" : "Gnome";
+}
+
+const auto kCompositors = ::testing::Values(WindowManager::sway, WindowManager::kwin, WindowManager::gnome);
+INSTANTIATE_TEST_SUITE_P(Compositors, UseOnWayland, kCompositors, [](const auto& info) { return nameOf(info.param); });
+INSTANTIATE_TEST_SUITE_P(Compositors, FormOnWayland, ::testing::Combine(kCompositors, ::testing::ValuesIn(forms())),
+                         [](const auto& info) {
+                           return std::get<1>(info.param).name + nameOf(std::get<0>(info.param));
                          });
 
 }  // namespace

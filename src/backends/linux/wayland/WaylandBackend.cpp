@@ -83,15 +83,15 @@ bool WaylandBackend::doMenusShow() {
   return std::ranges::any_of(windows().popupsFrontToBack(), isMenuWindow);
 }
 
-bool WaylandBackend::mayHideMenus() {
+bool WaylandBackend::hasXMenus() {
   const std::vector<WindowFacts> all = windows().windowsFrontToBack();
   const auto front = std::ranges::find_if(all, [this](const WindowFacts& window) { return !windows().isOwn(window); });
-  return front != all.end() && front->knowsItsPlace && !front->hidden;
+  return front != all.end() && front->knowsItsPlace && !front->hidden && doXMenusShow_ && doXMenusShow_();
 }
 
 bool WaylandBackend::menusWillClose() {
   const bool doShow = doMenusShow();
-  if (!menuHooks_.menuWillClose || (!doShow && !mayHideMenus())) {
+  if (!menuHooks_.menuWillClose || (!doShow && !hasXMenus())) {
     return false;
   }
   menuHooks_.menuWillClose(true);
