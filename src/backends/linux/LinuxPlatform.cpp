@@ -130,6 +130,10 @@ bool LinuxPlatform::menuWillClose(bool hasKeyboard) {
   return parts_->openMenus.read(kOpenMenusLimit, hasKeyboard ? Keyboard::taken : Keyboard::free);
 }
 
+bool LinuxPlatform::isMenuTold() {
+  return parts_->openMenus.hasRead();
+}
+
 bool LinuxPlatform::isMenuOpen() {
   return parts_->openMenus.areThere(kOpenMenusLimit);
 }

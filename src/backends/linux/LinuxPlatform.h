@@ -43,6 +43,7 @@ class LinuxPlatform {
   /// An open menu that has the keyboard, or else pop-ups that show, are about to be closed: reads what can be chosen in
   /// them. Takes 150 ms at most, on any thread. True when menus are open that have no windows of their own.
   bool menuWillClose(bool hasKeyboard);
+  bool isMenuTold();
   bool isMenuOpen();
   /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
   void applicationBecameActive(int32_t pid);

@@ -13,6 +13,7 @@
 #include "backends/linux/DesktopChecks.h"
 #include "backends/linux/LinuxPlatform.h"
 #include "backends/linux/OpenBackend.h"
+#include "backends/linux/XwaylandMenus.h"
 #include "backends/linux/crash/CrashFolder.h"
 #include "backends/linux/crash/CrashHandlers.h"
 #include "backends/linux/qt/QtAppViews.h"
@@ -128,6 +129,7 @@ struct LinuxProgram::Parts {
     callbacks.activateWindow = [&wayland](const std::string& title) { wayland.activateOwnWindow(title); };
     callbacks.passOver = [&wayland](const std::string& title) { wayland.passOver(title); };
     callbacks.placeWindow = wayland.windowPlacer();
+    wayland.setXMenus([this] { return xMenus.doShow(); });
     callbacks.queryWillShow = [&wayland] { return wayland.menusWillClose(); };
     callbacks.menusShow = [&wayland] { return wayland.doMenusShow(); };
     if (!callbacks.placeWindow) {
@@ -146,7 +148,7 @@ struct LinuxProgram::Parts {
   MenuHooks menuHooks() {
     return {[this] { desktop->shortcutMayCome(); },
             [this](bool hasKeyboard) { return desktop->menuWillClose(hasKeyboard); },
-            [this] { return desktop->isMenuOpen(); },
+            [this] { return desktop->isMenuTold(); }, [this] { return desktop->isMenuOpen(); },
             [this] {
               queues.mainQueue().post([this, isAlive = std::weak_ptr<bool>(isTellingOfKeyboard)] {
                 if (!isAlive.expired()) {
@@ -227,6 +229,7 @@ struct LinuxProgram::Parts {
   CrashFolder crashes{CrashFolder::pathFromEnvironment()};
   QtDesktopServices services;
   AutostartFile loginItem;
+  XwaylandMenus xMenus;
   std::unique_ptr<KeyFeed> keys;  ///< on Wayland
   QtViews views;
   QtAppViews appViews;

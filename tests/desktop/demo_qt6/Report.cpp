@@ -34,7 +34,11 @@ class WindowReports : public QObject {
         report("closed " + titleOf(window));
       } else if (type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick) {
         const auto* mouse = static_cast<QMouseEvent*>(event);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
         const QPoint at = mouse->globalPosition().toPoint();
+#else
+        const QPoint at = mouse->globalPos();
+#endif
         report(QString("%1 %2,%3%4")
                    .arg(type == QEvent::MouseButtonPress ? "pressed" : "double-pressed")
                    .arg(at.x())

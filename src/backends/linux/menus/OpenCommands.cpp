@@ -74,6 +74,11 @@ bool OpenCommands::read(Clock::duration limit, Keyboard keyboard) {
   return isRead && !reading->told.commands.empty() && reading->told.popups.empty();
 }
 
+bool OpenCommands::hasRead() {
+  const std::lock_guard lock(mutex_);
+  return latest_ && !latest_->told.commands.empty();
+}
+
 bool OpenCommands::areThere(Clock::duration limit) {
   const auto reading = start(Clock::now() + limit, Keyboard::taken);
   return reading->done->wait(limit) && hasCommands(*reading);

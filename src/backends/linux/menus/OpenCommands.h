@@ -36,6 +36,8 @@ class OpenCommands {
   /// that is over, at the limit at the latest: nothing that hangs holds up whoever closes the menus. True when menus
   /// are open that have no windows of their own.
   bool read(Clock::duration limit, Keyboard keyboard);
+  /// Whether read() has found any.
+  bool hasRead();
   /// Whether there are any now, as far as that can be read within the limit. What read() has read stays.
   bool areThere(Clock::duration limit);
   /// Those of the process. Waits for a reading that is under way.

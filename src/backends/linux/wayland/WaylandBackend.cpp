@@ -12,6 +12,16 @@
 #include "platform/Texts.h"
 
 namespace jumplark {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kMostLevels = 4;
+constexpr std::chrono::milliseconds kLevelPatience{150};
+constexpr std::chrono::milliseconds kBetweenLooks{5};
+
+}  // namespace
+
 WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
   auto opened = WaylandConnection::open();
   if (!opened.connection) {
@@ -89,15 +99,38 @@ bool WaylandBackend::doMenusShow() {
   return std::ranges::any_of(windows().popupsFrontToBack(), isMenuWindow);
 }
 
+bool WaylandBackend::hasXMenus() {
+  const std::vector<WindowFacts> all = windows().windowsFrontToBack();
+  const auto front = std::ranges::find_if(all, [this](const WindowFacts& window) { return !windows().isOwn(window); });
+  return front != all.end() && front->knowsItsPlace && !front->hidden && doXMenusShow_ && doXMenusShow_();
+}
+
 bool WaylandBackend::menusWillClose() {
-  if (!doMenusShow()) {
+  const bool doShow = doMenusShow();
+  if (!menuHooks_.menuWillClose || (!doShow && !hasXMenus())) {
     return false;
   }
-  if (menuHooks_.menuWillClose) {
-    menuHooks_.menuWillClose(true);
+  menuHooks_.menuWillClose(true);
+  const bool isTold = menuHooks_.isMenuTold();
+  if (isTold) {
+    closeLevels();
   }
-  compositor_->closeMenus();
-  return true;
+  if (doShow && doMenusShow()) {
+    compositor_->closeMenus();
+  }
+  return doShow || isTold;
+}
+
+/// What shows may be a tool tip, which would leave Escape to the window below it.
+void WaylandBackend::closeLevels() {
+  bool isOpen = true;
+  for (int level = 0; level < kMostLevels && isOpen; ++level) {
+    input_.typeKey(key_code::escape);
+    for (const auto patience = Clock::now() + kLevelPatience; isOpen && Clock::now() < patience;) {
+      std::this_thread::sleep_for(kBetweenLooks);
+      isOpen = menuHooks_.isMenuOpen();
+    }
+  }
 }
 
 std::string WaylandBackend::description() const {

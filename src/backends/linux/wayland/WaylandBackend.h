@@ -57,6 +57,8 @@ class WaylandBackend final : public DesktopBackend {
   /// A menu keeps the keyboard from the query window, for the first or a further time at one showing, counted from 1:
   /// reads what can be chosen in it, then closes it, or its innermost level.
   void closeMenu(int time);
+  /// How to learn whether menus of X11 programs show, of which few compositors tell.
+  void setXMenus(std::function<bool()> doShow) { doXMenusShow_ = std::move(doShow); }
   /// Menus show, as far as the compositor tells of them.
   bool doMenusShow();
   /// The query window is about to take the keyboard: reads what can be chosen in the menus that show, and closes them
@@ -64,6 +66,10 @@ class WaylandBackend final : public DesktopBackend {
   bool menusWillClose();
 
  private:
+  /// Of the window in front, if that is one of an X11 program.
+  bool hasXMenus();
+  void closeLevels();
+
   /// Windows tell nothing of their menus here.
   struct NoMenus final : WindowMenus {
     WindowMenuAddresses menusOf(WindowId /*window*/) override { return {}; }
@@ -84,6 +90,7 @@ class WaylandBackend final : public DesktopBackend {
   PostedSlots<int32_t> activeApplication_;
   Token compositorsWord_;  ///< of the active application
   MenuHooks menuHooks_;
+  std::function<bool()> doXMenusShow_;
   bool isMenuTold_ = false;  ///< the one that closeMenu() closes
 };
 

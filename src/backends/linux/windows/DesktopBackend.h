@@ -26,7 +26,9 @@ struct MenuHooks {
   /// Menus are about to close, by Escape where they have the keyboard, and what is open stays so meanwhile. May take
   /// 150 ms. True when menus are open that have no windows of their own.
   std::function<bool(bool hasKeyboard)> menuWillClose;
-  /// Whether menus are open that have no windows of their own. May take as long.
+  /// Whether menuWillClose has found anything to choose. Must not wait.
+  std::function<bool()> isMenuTold;
+  /// Whether there is anything to choose in menus that are open now. May take as long as menuWillClose.
   std::function<bool()> isMenuOpen;
   /// A press has come to nothing, since another program keeps the keyboard. Must not wait.
   std::function<void()> keyboardIsKept;

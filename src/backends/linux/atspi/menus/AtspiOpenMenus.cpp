@@ -145,6 +145,13 @@ std::vector<MenuCommand> AtspiMenus::readOpen(const menus::MenuRequest& request,
       commands = OpenMenus(facts).read(heads, request, called);
     }
   }
+  if (commands.empty() && heads.tellsShowing && !place.snapshot) {
+    // Which boxes there are only a snapshot knows, and the user has not called over this window before.
+    if (const SnapshotPointer now = elements_.takeUntil(place.application, request.deadline)) {
+      commands =
+          OpenMenus(facts).read(headsOf(facts, request, {place.application, now->focusedWindow, now}), request, called);
+    }
+  }
   return commands.empty() && !heads.tellsShowing ? readPopups(request, place.application, called, look) : commands;
 }
 
