@@ -1,11 +1,15 @@
 // ---- Pointer, keyboard and keys that are kept for a client.
 
+const TOUCH_SIZE = 4;
+const TOUCH_MS = 300;
+
 /** A pointer and a keyboard of our own on the seat, made once: a seat without others forgets the first click. */
 class Devices {
     constructor() {
-        const seat = Clutter.get_default_backend().get_default_seat();
-        this._pointer = seat.create_virtual_device(Clutter.InputDeviceType.POINTER_DEVICE);
-        this._keyboard = seat.create_virtual_device(Clutter.InputDeviceType.KEYBOARD_DEVICE);
+        this._seat = Clutter.get_default_backend().get_default_seat();
+        this._pointer = this._seat.create_virtual_device(Clutter.InputDeviceType.POINTER_DEVICE);
+        this._keyboard = this._seat.create_virtual_device(Clutter.InputDeviceType.KEYBOARD_DEVICE);
+        this._touch = null;
         this._pressed = new Map();  // button to the client that holds it down
     }
 
@@ -39,8 +43,42 @@ class Devices {
         this._keyboard.notify_keyval(GLib.get_monotonic_time(), keysym, Clutter.KeyState.RELEASED);
     }
 
+    /**
+     * Touches something of the shell's own, where nothing shows. The pointer stays where it is, and what the user holds
+     * does not matter.
+     */
+    touchShell() {
+        const monitor = Main.layoutManager.primaryMonitor;
+        if (!monitor)
+            return;
+        this._endTouch();
+        const [x, y] = [monitor.x, monitor.y + monitor.height - TOUCH_SIZE];
+        const target = new St.Widget({reactive: true, x, y, width: TOUCH_SIZE, height: TOUCH_SIZE});
+        Main.uiGroup.add_child(target);
+        target.get_allocation_box();  // gives it a place, without which it is not hit
+        // Not kept: programs are told of a touch screen as long as it is there.
+        const device = this._seat.create_virtual_device(Clutter.InputDeviceType.TOUCHSCREEN_DEVICE);
+        const time = GLib.get_monotonic_time();
+        device.notify_touch_down(time, 0, x + TOUCH_SIZE / 2, y + TOUCH_SIZE / 2);
+        device.notify_touch_up(time, 0);
+        const timer = GLib.timeout_add(GLib.PRIORITY_DEFAULT, TOUCH_MS, () => {
+            this._endTouch();
+            return GLib.SOURCE_REMOVE;
+        });
+        this._touch = {device, target, timer};
+    }
+
+    _endTouch() {
+        if (!this._touch)
+            return;
+        GLib.source_remove(this._touch.timer);
+        this._touch.target.destroy();
+        this._touch = null;
+    }
+
     destroy() {
         this.release();
+        this._endTouch();
         this._pointer = null;
         this._keyboard = null;
     }

@@ -119,9 +119,11 @@ class Service {
         return true;
     }
 
-    /** Menus of programs close when the keyboard goes elsewhere. */
+    /** Menus of programs close when the keyboard goes elsewhere; those of later versions keep it until then. */
     _CloseMenus() {
         global.display.unset_input_focus(global.get_current_time());
+        if (parseInt(SHELL_VERSION) >= 45)
+            this._devices.touchShell();
     }
 
     _Place(client, title, x, y) {

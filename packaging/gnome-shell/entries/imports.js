@@ -1,5 +1,5 @@
 // GNOME Shell 43 and 44: modules by "imports".
-const {Clutter, Gio, GLib, Meta, Shell} = imports.gi;
+const {Clutter, Gio, GLib, Meta, Shell, St} = imports.gi;
 const {PACKAGE_VERSION: SHELL_VERSION} = imports.misc.config;
 const ExtensionUtils = imports.misc.extensionUtils;
 const Keyboard = imports.ui.status.keyboard;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/FrameMatching.h"
 #include "backends/linux/atspi/reading/SnapshotReader.h"
@@ -41,10 +43,10 @@ std::string matches(const std::vector<FrameFacts>& frames, const std::vector<Win
 const Rect kClient{100, 50, 400, 300};
 
 TEST(FrameMatching, recognisesEveryToolkitsIdeaOfAFrame) {
-  const Toolkit& gtk3 = toolkit("gtk", "3.24.38");
-  const Toolkit& gtk4 = toolkit("GTK", "4.8.3");
-  const Toolkit& qt = toolkit("Qt", "6.4.2");
-  const Toolkit& browser = toolkit("Chromium", "120");
+  const auto gtk3 = std::cref(toolkit("gtk", "3.24.38"));
+  const auto gtk4 = std::cref(toolkit("GTK", "4.8.3"));
+  const auto qt = std::cref(toolkit("Qt", "6.4.2"));
+  const auto browser = std::cref(toolkit("Chromium", "120"));
   WindowFacts shadowed = window(1, "Title", kClient);
   shadowed.shadow = {26, 26, 23, 29};
   shadowed.tellsShadow = true;
@@ -59,7 +61,7 @@ TEST(FrameMatching, recognisesEveryToolkitsIdeaOfAFrame) {
 }
 
 TEST(FrameMatching, decidesByTitlesThenByPlaces) {
-  const Toolkit& qt = toolkit("Qt", "5.15.8");
+  const auto qt = std::cref(toolkit("Qt", "5.15.8"));
   const Rect there{600, 50, 400, 300};
   EXPECT_EQ(matches({frame("a", "A", kClient), frame("b", "B", kClient)},
                     {window(1, "B", kClient), window(2, "A", kClient)}, qt),
@@ -82,7 +84,7 @@ TEST(FrameMatching, decidesBySizesThatMayHoldAShadowWhereTheWindowTellsNone) {
 }
 
 TEST(FrameMatching, matchesWhatIsAlikeInNothingOnlyIfItIsAlone) {
-  const Toolkit& qt = toolkit("Qt", "6.4.2");
+  const auto qt = std::cref(toolkit("Qt", "6.4.2"));
   const FrameFacts odd = frame("odd", "Odd", {1, 1, 2, 2});
   EXPECT_EQ(matches({odd, frame("a", "A", kClient)}, {window(1, "A", kClient), window(2, "B", {0, 0, 9, 9})}, qt),
             "1:a ");
