@@ -30,13 +30,19 @@ const std::pair<AtspiStateType, const char*> kStates[] = {{ATSPI_STATE_CHECKED, 
                                                           {ATSPI_STATE_PRESSED, "pressed"},
                                                           {ATSPI_STATE_SENSITIVE, "sensitive"}};
 
+/// By its older name where a later version of the library calls it otherwise.
+std::string roleOf(AtspiAccessible* element) {
+  const std::string role = take(atspi_accessible_get_role_name(element, nullptr));
+  return role == "button" ? "push button" : role;
+}
+
 bool isGtk4(AtspiAccessible* application) {
   return take(atspi_accessible_get_toolkit_name(application, nullptr)) == "GTK" &&
          take(atspi_accessible_get_toolkit_version(application, nullptr)).starts_with("4.");
 }
 
 nlohmann::json describe(AtspiAccessible* element, AtspiStateSet* states, bool gtk4) {
-  nlohmann::json entry = {{"role", take(atspi_accessible_get_role_name(element, nullptr))},
+  nlohmann::json entry = {{"role", roleOf(element)},
                           {"name", take(atspi_accessible_get_name(element, nullptr))},
                           {"description", take(atspi_accessible_get_description(element, nullptr))},
                           {"text", ""},

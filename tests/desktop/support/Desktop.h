@@ -84,7 +84,12 @@ class DemoProgram : public Application {
   static constexpr const char* kName = "demo-qt6";
 
   explicit DemoProgram(Desktop& desktop, const std::string& page = "Form",
-                       const Environment& extra = {{"QT_FATAL_WARNINGS", "1"}});
+                       const Environment& extra = {{"QT_FATAL_WARNINGS", "1"},
+                                                   // Newer ones also warn of questions that come while a list closes,
+                                                   // and of how GNOME takes the keyboard away.
+                                                   {"QT_LOGGING_RULES",
+                                                    "qt.accessibility.atspi.warning=false;"
+                                                    "qt.qpa.wayland.textinput.warning=false"}});
 
   /// What is in its main window now, by its own account.
   std::vector<DemoPart> parts();

@@ -24,7 +24,7 @@ Program officeWith(const PrivateSession& session, const std::string& file, const
   return {.command = {"soffice", "--" + target, "--norestore", "--nologo", "--nofirststartwizard",
                       "-env:UserInstallation=file://" + profile, path},
           .busName = "soffice",
-          .title = file + " - ",
+          .title = file + " ",  // and a dash, which later ones have longer
           .role = "frame",
           .element = file,
           .target = {"--app", target},

@@ -74,7 +74,9 @@ std::vector<RunningApplication> WindowWorkspace::owners(const std::vector<Window
 
 std::optional<WindowFacts> WindowWorkspace::frontmostWindow(const std::vector<WindowFacts>& windows) {
   const WindowId active = windows_.activeWindow();
-  if (auto facts = active ? windows_.window(active) : std::nullopt;
+  // While a window of Wayland has the keyboard, GNOME's later shells call a hidden one of their own active.
+  const bool isListed = !onlyActive_ || std::ranges::find(windows, active, &WindowFacts::id) != windows.end();
+  if (auto facts = active && isListed ? windows_.window(active) : std::nullopt;
       facts && !windows_.isOwn(*facts) && facts->pid > 0) {
     return facts;
   }
