@@ -38,5 +38,16 @@ TEST(SilentCompositor, isNeitherKWinNorSwayWhoseNameAndSocketItHasAndEachCommand
   }
 }
 
+TEST(OnSway, itsOwnSocketIsAskedThoughTheEnvironmentNamesNoneOrAnothers) {
+  Desktop desktop(WindowManager::sway);
+  const Desktop outer(WindowManager::sway);
+  DemoProgram demo(desktop);
+  for (const std::string& named : {std::string(), outer.session.environment().at("SWAYSOCK")}) {
+    const Finished finished = desktop.jumplark.run(Arguments{"match", "apply"}, Environment{{"SWAYSOCK", named}});
+    EXPECT_EQ(finished.status, 0) << finished.err;
+    EXPECT_THAT(finished.out, HasSubstr("Apply"));
+  }
+}
+
 }  // namespace
 }  // namespace jumplark::desktop

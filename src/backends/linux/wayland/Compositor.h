@@ -64,8 +64,8 @@ class Compositor {
   using WindowPlacer = std::function<void(const std::string& title, Point topLeft)>;
   /// Empty where the layer shell does that.
   virtual WindowPlacer windowPlacer() { return {}; }
-  /// This process is about to become another start of the program: what its death would undo is undone now. Nothing else
-  /// is asked afterwards.
+  /// This process is about to become another start of the program: what its death would undo is undone now. Nothing
+  /// else is asked afterwards.
   virtual void leave() {}
   /// What it offers in ways of its own, or needs besides. Each stands in place of the general check of that name, if
   /// there is one.

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "backends/linux/wayland/WaylandConnection.h"
+#include "backends/linux/wayland/gnome/ShellBus.h"
 #include "backends/linux/wayland/gnome/ShellCompositor.h"
 #include "backends/linux/wayland/gnome/ShellExtension.h"
 #include "backends/linux/wayland/kwin/KWinCompositor.h"
@@ -12,11 +13,11 @@
 
 namespace jumplark {
 
-// A compositor that runs in a window of another one has inherited that one's variables and session bus, where sway or
-// KWin answers for windows that are not its own.
+// A compositor that runs in a window of another one has inherited that one's variables and session bus, where sway,
+// KWin or the shell answers for windows that are not its own.
 std::unique_ptr<Compositor> openCompositor(const std::shared_ptr<WaylandConnection>& connection) {
   const WaylandGlobals& offered = connection->globals();
-  if (auto sway = offered.hasLayerShell ? sway::SwayCompositor::open() : nullptr) {
+  if (auto sway = offered.hasLayerShell ? sway::SwayCompositor::open(connection->compositor()) : nullptr) {
     return sway;
   }
   if (auto kwin = offered.isKWins ? kwin::KWinCompositor::open() : nullptr) {
@@ -25,9 +26,13 @@ std::unique_ptr<Compositor> openCompositor(const std::shared_ptr<WaylandConnecti
   return gnome::ShellCompositor::open(connection);
 }
 
-CompositorProblem compositorProblem(const WaylandGlobals& offered) {
+CompositorProblem compositorProblem(const WaylandConnection& connection) {
+  const WaylandGlobals& offered = connection.globals();
   const char* const sway = std::getenv("SWAYSOCK");
-  if (offered.hasLayerShell && !offered.isKWins && sway != nullptr && *sway != '\0') {
+  // One that answers there and is no other compositor's.
+  const bool isSways = sway != nullptr && *sway != '\0' &&
+                       (sway::socketOf(0).empty() || !sway::socketOf(connection.compositor()).empty());
+  if (offered.hasLayerShell && !offered.isKWins && isSways) {
     return {localized("Sway does not answer on the socket that SWAYSOCK names."),
             localized("Start Jumplark in the session that it shall operate.")};
   }
@@ -35,7 +40,8 @@ CompositorProblem compositorProblem(const WaylandGlobals& offered) {
     return {localized("KWin does not answer, or does not run the script that tells which window is in front."),
             localized("Wait until it does, or log out and in again.")};
   }
-  auto extension = gnome::extensionState();
+  const bool isShells = gnome::isShell(gnome::connectToBus().get(), connection.compositor());
+  auto extension = isShells ? gnome::extensionState() : gnome::ExtensionState::noShell;
   if (extension == gnome::ExtensionState::works) {
     extension = gnome::ExtensionState::silent;  // a moment ago
   }

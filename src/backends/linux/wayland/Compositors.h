@@ -7,7 +7,6 @@
 
 namespace jumplark {
 
-struct WaylandGlobals;
 class WaylandConnection;
 
 /// The compositor that this is a connection to; null for one that tells nobody where its windows are. A new one is a
@@ -19,6 +18,6 @@ struct CompositorProblem {
   std::string finding;
   std::string remedy;
 };
-CompositorProblem compositorProblem(const WaylandGlobals& offered);
+CompositorProblem compositorProblem(const WaylandConnection& connection);
 
 }  // namespace jumplark

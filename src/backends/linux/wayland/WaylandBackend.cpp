@@ -29,7 +29,7 @@ WaylandBackend::Opened WaylandBackend::open(TaskQueue& mainQueue) {
   }
   auto compositor = openCompositor(opened.connection);
   if (!compositor) {
-    const CompositorProblem problem = compositorProblem(opened.connection->globals());
+    const CompositorProblem problem = compositorProblem(*opened.connection);
     return {nullptr, fmt::format("{} {}", problem.finding, problem.remedy)};
   }
   return {std::unique_ptr<WaylandBackend>(

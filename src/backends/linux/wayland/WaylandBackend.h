@@ -39,9 +39,9 @@ class WaylandBackend final : public DesktopBackend {
   Token onButtonPress(std::function<void(Point position)> /*callback*/) override { return {}; }
   std::string description() const override;
 
-  /// The toolkit has lost the compositor. Waits until another one answers in its place, which comes about where somebody
-  /// keeps its socket meanwhile; false as soon as nobody does, or when it takes too long. Another start of the program
-  /// must follow.
+  /// The toolkit has lost the compositor. Waits until another one answers in its place, which comes about where
+  /// somebody keeps its socket meanwhile; false as soon as nobody does, or when it takes too long. Another start of the
+  /// program must follow.
   bool awaitSuccessor();
 
   // For the windows of this program.

@@ -13,14 +13,14 @@
 namespace jumplark {
 namespace {
 
-DesktopCheck checkWindows(Compositor* compositor, const WaylandGlobals& offered) {
+DesktopCheck checkWindows(Compositor* compositor, const WaylandConnection& connection) {
   if (compositor != nullptr) {
     return {localized("compositor"),
             DesktopCheck::ok,
             localizedFormat("{} tells which windows there are and where.", compositor->name()),
             {}};
   }
-  CompositorProblem problem = compositorProblem(offered);
+  CompositorProblem problem = compositorProblem(connection);
   return {localized("compositor"), DesktopCheck::failure, std::move(problem.finding), std::move(problem.remedy)};
 }
 
@@ -62,7 +62,7 @@ std::vector<DesktopCheck> waylandChecks() {
   const auto compositor = openCompositor(opened.connection);
   std::vector<DesktopCheck> checks = {
       {localized("session"), DesktopCheck::ok, localized("This is a Wayland session."), {}},
-      checkWindows(compositor.get(), offered),
+      checkWindows(compositor.get(), *opened.connection),
       checkOutputs(*opened.connection)};
   if (!compositor) {
     return checks;  // without places nothing else can be used

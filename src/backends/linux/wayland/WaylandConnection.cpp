@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <virtual-keyboard-unstable-v1-client-protocol.h>
 #include <wayland-client-protocol.h>
@@ -241,6 +242,13 @@ Token WaylandConnection::onOutputsChanged(std::function<void()> callback) {
 std::string WaylandConnection::keymap() const {
   const std::lock_guard lock(mutex_);
   return keymap_;
+}
+
+pid_t WaylandConnection::compositor() const {
+  ucred credentials{};
+  socklen_t size = sizeof credentials;
+  return getsockopt(wl_display_get_fd(display_), SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0 ? credentials.pid
+                                                                                                    : 0;
 }
 
 void WaylandConnection::flush() {

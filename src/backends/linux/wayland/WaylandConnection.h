@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/types.h>
 #include <wayland-client-core.h>
 
 #include <chrono>
@@ -55,6 +56,8 @@ class WaylandConnection {
   wl_display* display() const { return display_; }
   /// At a crash a connection ends first of all, and with it what the compositor has done for it. Not this one.
   void outliveCrash() { endAtCrash_.reset(); }
+  /// The process that made the socket, the compositor as a rule; 0 when it cannot be seen from here.
+  pid_t compositor() const;
   /// What was there at the opening.
   const WaylandGlobals& globals() const { return globals_; }
   /// Sends what has been requested.

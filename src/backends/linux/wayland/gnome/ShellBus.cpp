@@ -36,6 +36,18 @@ SessionBusConnection connectToBus() {
   return openSessionBus({}, Clock::now() + kFirstPatience);
 }
 
+bool isShell(sd_bus* bus, pid_t compositor) {
+  sd_bus_creds* credentials = nullptr;
+  pid_t shell = 0;
+  const bool isThere =
+      bus != nullptr && sd_bus_get_name_creds(bus, "org.gnome.Shell", SD_BUS_CREDS_PID, &credentials) >= 0;
+  if (isThere) {
+    sd_bus_creds_get_pid(credentials, &shell);
+    sd_bus_creds_unref(credentials);
+  }
+  return isThere && (compositor == 0 || shell == 0 || shell == compositor);
+}
+
 Answer ask(sd_bus* bus, const char* method, const Write& write, const Read& read, std::chrono::milliseconds limit) {
   sd_bus_message* raw = nullptr;
   if (bus == nullptr || sd_bus_message_new_method_call(bus, &raw, kName, kPath, kName, method) < 0) {

@@ -24,6 +24,9 @@ inline constexpr std::chrono::seconds kFirstPatience{2};
 
 /// A connection to the session bus that has said hello to it; null when the bus is out of reach.
 SessionBusConnection connectToBus();
+/// Whether the shell on the bus is that process, 0 for any; a compositor that runs in a window of the shell has its
+/// bus. False where there is no shell.
+bool isShell(sd_bus* bus, pid_t compositor);
 
 /// How a question has ended.
 enum class Answer {

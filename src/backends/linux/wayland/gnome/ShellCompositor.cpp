@@ -8,6 +8,7 @@
 #include <thread>
 #include <utility>
 
+#include "backends/linux/wayland/WaylandConnection.h"
 #include "backends/linux/wayland/gnome/ShellDevices.h"
 #include "backends/linux/windows/MenuWindow.h"
 #include "platform/Texts.h"
@@ -22,6 +23,9 @@ int whole(double value) {
 }  // namespace
 
 std::unique_ptr<ShellCompositor> ShellCompositor::open(const std::shared_ptr<WaylandConnection>& connection) {
+  if (!isShell(connectToBus().get(), connection->compositor())) {
+    return nullptr;
+  }
   auto bus = std::make_shared<Bus>();
   uint32_t version = 0;
   std::string shell;

@@ -1,7 +1,5 @@
 #include "backends/linux/wayland/gnome/ShellWindows.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -136,11 +134,6 @@ void putInPoints(WindowFacts& window, const std::vector<WaylandOutput>& outputs)
   window.unit = window.knowsItsPlace ? 1 / output->layoutScale : 1;
 }
 
-void Windows::passOver(const std::string& title) {
-  const std::lock_guard lock(mutex_);
-  passedOver_.insert(title);
-}
-
 WindowList Windows::ask() {
   WindowList list;
   bus_->call("Windows", {}, [&](sd_bus_message* reply) {
@@ -153,60 +146,23 @@ WindowList Windows::ask() {
   for (auto& window : list.windows) {
     putInPoints(window.facts, outputs);
   }
-  const std::lock_guard lock(mutex_);
-  std::erase_if(list.windows,
-                [&](const auto& window) { return isOwn(window.facts) && passedOver_.contains(window.facts.title); });
   return list;
 }
 
-std::vector<WindowFacts> Windows::factsOf(bool popups) {
+std::vector<WindowFacts> Windows::all() {
   std::vector<WindowFacts> facts;
   for (auto& window : ask().windows) {
-    if (window.facts.isPopup == popups) {
-      facts.push_back(std::move(window.facts));
-    }
+    facts.push_back(std::move(window.facts));
   }
   return facts;
-}
-
-std::vector<WindowFacts> Windows::windowsFrontToBack() {
-  return factsOf(false);
-}
-
-std::vector<WindowFacts> Windows::popupsFrontToBack() {
-  std::vector<WindowFacts> popups = factsOf(true);
-  std::erase_if(popups, [](const WindowFacts& popup) { return popup.hidden; });
-  return popups;
-}
-
-std::optional<WindowFacts> Windows::window(WindowId id) {
-  for (auto& window : ask().windows) {
-    if (window.facts.id == id) {
-      return std::move(window.facts);
-    }
-  }
-  return std::nullopt;
 }
 
 WindowId Windows::activeWindow() {
   return ask().focused;
 }
 
-std::optional<WindowFacts> Windows::topmostWindowAt(Point topLeft) {
-  for (auto& window : ask().windows) {
-    if (!window.facts.hidden && !isOwn(window.facts) && window.facts.visible().contains(topLeft)) {
-      return std::move(window.facts);
-    }
-  }
-  return std::nullopt;
-}
-
 std::string Windows::whyNoneAreTold() {
   return problemOf(extensionState()).finding;
-}
-
-bool Windows::isOwn(const WindowFacts& facts) const {
-  return facts.pid == getpid();
 }
 
 bool Windows::requestActive(WindowId id, bool force) {
@@ -228,10 +184,8 @@ std::vector<WindowButton> Windows::buttonsOf(const WindowFacts& window) {
   if (found == list.windows.end()) {
     return {};
   }
-  const Rect seen = found->facts.visible();
-  const double drawn = found->facts.surface.y - found->facts.frame.y;
-  const Rect title{seen.x, seen.y, seen.width, drawn > 0 ? drawn : kUnknownTitleHeight};
-  return placeButtons(found->wishes, layoutOfWords(list.buttons).value_or(usualLayout()), title, {});
+  return placeButtons(found->wishes, layoutOfWords(list.buttons).value_or(usualLayout()),
+                      titleBarOf(found->facts, kUnknownTitleHeight), {});
 }
 
 bool Windows::request(WindowId id, WindowWish wish) {

@@ -1,15 +1,13 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "backends/linux/wayland/ListedWindows.h"
 #include "backends/linux/wayland/gnome/ShellBus.h"
 #include "backends/linux/wayland/gnome/ShellStage.h"
-#include "backends/linux/windows/WindowSystem.h"
 
 namespace jumplark::gnome {
 
@@ -33,32 +31,22 @@ void putInPoints(WindowFacts& window, const std::vector<WaylandOutput>& outputs)
 
 /// Windows as GNOME Shell tells them, those of X11 programs too; asked anew at each call, which takes about half a
 /// millisecond.
-class Windows final : public WindowSystem {
+class Windows final : public ListedWindows {
  public:
   Windows(std::shared_ptr<Bus> bus, Stage stage) : bus_(std::move(bus)), stage_(std::move(stage)) {}
 
-  std::vector<WindowFacts> windowsFrontToBack() override;
-  std::vector<WindowFacts> popupsFrontToBack() override;
-  std::optional<WindowFacts> window(WindowId id) override;
   WindowId activeWindow() override;
-  std::optional<WindowFacts> topmostWindowAt(Point topLeft) override;
   std::string whyNoneAreTold() override;
-  bool isOwn(const WindowFacts& facts) const override;
   bool requestActive(WindowId id, bool force) override;
   std::vector<WindowButton> buttonsOf(const WindowFacts& window) override;
   bool request(WindowId id, WindowWish wish) override;
 
-  /// See Compositor::passOver.
-  void passOver(const std::string& title);
-
  private:
+  std::vector<WindowFacts> all() override;
   WindowList ask();
-  std::vector<WindowFacts> factsOf(bool popups);
 
   std::shared_ptr<Bus> bus_;
   const Stage stage_;
-  std::mutex mutex_;  ///< leaf
-  std::set<std::string> passedOver_;
 };
 
 }  // namespace jumplark::gnome

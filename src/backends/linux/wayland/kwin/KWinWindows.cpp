@@ -24,45 +24,12 @@ bool KWinWindows::take(const nlohmann::json& message) {
 
 std::vector<WindowFacts> KWinWindows::all() {
   const std::lock_guard lock(mutex_);
-  std::vector<WindowFacts> windows = scene_.windows();
-  std::erase_if(windows,
-                [&](const WindowFacts& window) { return isOwn(window) && passedOver_.contains(window.title); });
-  return windows;
-}
-
-std::vector<WindowFacts> KWinWindows::windowsFrontToBack() {
-  std::vector<WindowFacts> windows = all();
-  std::erase_if(windows, [](const WindowFacts& window) { return window.isPopup; });
-  return windows;
-}
-
-std::vector<WindowFacts> KWinWindows::popupsFrontToBack() {
-  std::vector<WindowFacts> windows = all();
-  std::erase_if(windows, [](const WindowFacts& window) { return !window.isPopup || window.hidden; });
-  return windows;
-}
-
-std::optional<WindowFacts> KWinWindows::window(WindowId id) {
-  const std::vector<WindowFacts> windows = all();
-  const auto found = std::ranges::find(windows, id, &WindowFacts::id);
-  return found == windows.end() ? std::nullopt : std::optional(*found);
+  return scene_.windows();
 }
 
 WindowId KWinWindows::activeWindow() {
   const std::lock_guard lock(mutex_);
   return scene_.active();
-}
-
-std::optional<WindowFacts> KWinWindows::topmostWindowAt(Point topLeft) {
-  const std::vector<WindowFacts> windows = all();
-  const auto found = std::ranges::find_if(windows, [&](const WindowFacts& window) {
-    return !window.hidden && !isOwn(window) && window.frame.contains(topLeft);
-  });
-  return found == windows.end() ? std::nullopt : std::optional(*found);
-}
-
-bool KWinWindows::isOwn(const WindowFacts& facts) const {
-  return facts.pid == getpid();
 }
 
 bool KWinWindows::run(const std::string& script) {
@@ -89,19 +56,11 @@ std::vector<WindowButton> KWinWindows::buttonsOf(const WindowFacts& window) {
     const std::lock_guard lock(mutex_);
     wishes = scene_.wishesOf(window.id);
   }
-  const double drawn = window.surface.y - window.frame.y;
-  const double bar = drawn > 0 ? drawn : kUnknownTitleHeight;
-  const Rect seen = window.visible();
-  return placeButtons(wishes, titleBarLayout(), {seen.x, seen.y, seen.width, bar}, {});
+  return placeButtons(wishes, titleBarLayout(), titleBarOf(window, kUnknownTitleHeight), {});
 }
 
 bool KWinWindows::request(WindowId id, WindowWish wish) {
   return run(wishScript(id, wish));
-}
-
-void KWinWindows::passOver(const std::string& title) {
-  const std::lock_guard lock(mutex_);
-  passedOver_.insert(title);
 }
 
 Rect KWinWindows::workAreaOf(const Rect& frame) {

@@ -14,9 +14,23 @@ namespace jumplark::sway {
 
 using namespace loose_json;
 
-std::unique_ptr<SwayCompositor> SwayCompositor::open() {
-  const char* const path = std::getenv("SWAYSOCK");
-  if (path == nullptr || *path == '\0') {
+std::string socketOf(pid_t compositor) {
+  const char* const named = std::getenv("SWAYSOCK");
+  const char* const folder = std::getenv("XDG_RUNTIME_DIR");
+  const std::string own =
+      folder != nullptr ? fmt::format("{}/sway-ipc.{}.{}.sock", folder, getuid(), compositor) : std::string();
+  for (const std::string& path : {std::string(named != nullptr ? named : ""), own}) {
+    const auto socket = Socket::connect(path);
+    if (socket && (compositor == 0 || socket->peer() == 0 || socket->peer() == compositor)) {
+      return path;
+    }
+  }
+  return {};
+}
+
+std::unique_ptr<SwayCompositor> SwayCompositor::open(pid_t compositor) {
+  const std::string path = socketOf(compositor);
+  if (path.empty()) {
     return nullptr;
   }
   auto ipc = std::make_shared<Ipc>(path);

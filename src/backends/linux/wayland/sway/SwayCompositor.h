@@ -14,8 +14,8 @@ namespace jumplark::sway {
 /// sway, by its IPC protocol.
 class SwayCompositor final : public Compositor {
  public:
-  /// Null where SWAYSOCK names no socket on which sway answers.
-  static std::unique_ptr<SwayCompositor> open();
+  /// Null where that process, 0 for any, is no sway that answers on its socket.
+  static std::unique_ptr<SwayCompositor> open(pid_t compositor = 0);
   ~SwayCompositor() override;
 
   std::string name() const override { return name_; }
@@ -44,5 +44,9 @@ class SwayCompositor final : public Compositor {
   int32_t activePid_ = -1;
   std::unique_ptr<Events> events_;  ///< made at the first need
 };
+
+/// The socket of a sway that is that process, 0 for any: the one that SWAYSOCK names, else the one that its number
+/// names. Empty when there is none: a compositor that runs in a window of sway has inherited the former.
+std::string socketOf(pid_t compositor);
 
 }  // namespace jumplark::sway

@@ -50,6 +50,12 @@ std::optional<Socket> Socket::connect(const std::string& path) {
   return Socket(std::move(descriptor));
 }
 
+pid_t Socket::peer() const {
+  ucred credentials{};
+  socklen_t size = sizeof credentials;
+  return getsockopt(descriptor_.get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0 ? credentials.pid : 0;
+}
+
 bool Socket::waitFor(short events, TimePoint deadline) const {
   while (true) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());

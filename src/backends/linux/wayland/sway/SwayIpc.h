@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -43,6 +45,8 @@ class Socket {
   /// or more than 16 MB. The socket is of no use then.
   std::optional<Answer> receive(TimePoint deadline);
   int descriptor() const { return descriptor_.get(); }
+  /// The process that made the socket; 0 when it cannot be seen from here.
+  pid_t peer() const;
 
  private:
   explicit Socket(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
