@@ -127,6 +127,12 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
                       {"bold", "Bold"}});
     const std::vector<Step> further = furtherSteps()[subject.name];
     subject.steps.insert(subject.steps.end(), further.begin(), further.end());
+    if (compositor == WindowManager::sway && !subject.monitors.empty()) {
+      constexpr double kScale = 2;
+      subject.scaleOfMonitors = kScale;
+      subject.monitors[0].width *= kScale;
+      subject.monitors[0].height *= kScale;
+    }
     if (compositor == WindowManager::kwin && !subject.monitors.empty()) {
       subject.monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}};  // without a card all are alike
     }
