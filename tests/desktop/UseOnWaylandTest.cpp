@@ -49,6 +49,7 @@ struct Job {
   const char* told;  ///< of what is chosen, or its beginning
   const char* says;
   Opened in = {};
+  bool isOfMenuBar = false;
 };
 /// What is open is read in time or not at all, and then another time.
 constexpr int kAttempts = 6;
@@ -73,8 +74,8 @@ std::vector<Form> forms() {
                                {"name", "Name", "focused Name"},
                                {"country", "Austria", "opened Country"},
                                {"brazil", "Brazil", "combo Country Brazil", kCountry},
-                               {"file", "File", "opened File"},
-                               {"save", "Save", "triggered Save", kFile},
+                               {"file", "File", "opened File", {}, true},
+                               {"save", "Save", "triggered Save", kFile, true},
                                {"list", "List", "tab List"},
                                {"dublin", "Dublin", "selected Dublin"}};
   std::vector<Job> gtk = qt;
@@ -109,6 +110,9 @@ TEST_P(FormOnWayland, isCheckedFocusedOpenedAndChosenFrom) {
                                     .environment = form.environment});
   for (const Job& job : form.jobs) {
     SCOPED_TRACE(job.query);
+    if (compositor == WindowManager::kwin && form.name == "Gtk3Xwayland" && job.isOfMenuBar) {
+      continue;  // KWin has no shortcuts while such a menu has the keyboard
+    }
     const auto count = [&](const std::string& line) { return application.process().linesBeginning(line).size(); };
     const size_t before = count(job.says);
     RunningProgram program(desktop.session);  // the last one would make a double click of Return for a while

@@ -113,7 +113,9 @@ void JLQueryEngine::announceSelections() {
 }
 
 void JLQueryEngine::announceSelection() {
-  if (state_.isActive.value() && !commands_->isShown().value()) {
+  if (!state_.isActive.value()) {
+    window_->announceSelection("");  // at the next activation nothing is selected at first
+  } else if (!commands_->isShown().value()) {
     const auto match = selection_->currentMatch();
     window_->announceSelection(match ? selectionDescription(*match->node(), selection_->currentLabel()) : "");
   }

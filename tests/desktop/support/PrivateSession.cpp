@@ -28,6 +28,9 @@ Arguments scriptArguments(const SessionOptions& options) {
   for (const PixelRect& monitor : options.monitors) {
     std::ostringstream geometry;
     geometry << monitor.width << 'x' << monitor.height << '+' << monitor.x << '+' << monitor.y;
+    if (options.scaleOfMonitors > 0) {
+      geometry << '@' << options.scaleOfMonitors;
+    }
     arguments.insert(arguments.end(), {"--monitor", geometry.str()});
   }
   if (options.scale != 1) {

@@ -21,6 +21,7 @@ struct SessionOptions {
   bool accessibility = true;             ///< an accessibility bus, switched on
   bool sessionBus = true;                ///< without it there is no accessibility bus either
   double scale = 1;                      ///< on Wayland: pixels in a point
+  double scaleOfMonitors = 0;            ///< on sway: of the further ones, if that is another
 };
 
 /// A graphical session of its own: X server, session bus, accessibility bus, window manager, home folder; made by

@@ -68,7 +68,8 @@ TEST_P(Toolkit, showsEachThingOnceWhereItIsAndDoesWhatAClickWouldDo) {
                                  .width = static_cast<int>(Desktop::kWidth * subject.scale),
                                  .height = static_cast<int>(Desktop::kHeight * subject.scale),
                                  .monitors = subject.monitors,
-                                 .scale = subject.scale});
+                                 .scale = subject.scale,
+                                 .scaleOfMonitors = subject.scaleOfMonitors});
   Application application(desktop, subject.program(desktop.session));
   const Matches matches = application.matchesWith(subject.shown[0].role, subject.shown[0].texts[0]);
   EXPECT_THAT(notThere(matches, subject.shown), IsEmpty()) << "among:" << describe(matches);

@@ -73,6 +73,7 @@ struct Subject {
   WindowManager windowManager = WindowManager::xfwm4;
   double scale = 1;  ///< see SessionOptions
   std::vector<PixelRect> monitors = {};
+  double scaleOfMonitors = 0;  ///< see SessionOptions
 };
 inline void PrintTo(const Subject& subject, std::ostream* out) {
   *out << subject.name;

@@ -44,7 +44,8 @@ Effect says(const std::string& line) {
 
 /// What else is done with keys.
 std::map<std::string, std::vector<Step>> furtherSteps() {
-  const std::vector<Step> onPage = {{"i agree", titled("Did agree true"), {}, "I agree"}};
+  const std::vector<Step> onPage = {{"i agree", titled("Did agree true"), {}, "I agree"},
+                                    {"typed name", titled("Did name"), {}, "typed name"}};
   return {{"Qt6",
            {{"medium", shows("radio button", "Medium", "checked"), {}, "Medium"},
             {"list", says("tab List"), {}, "List"},
@@ -115,17 +116,22 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   }
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;
-    if (compositor == WindowManager::sway) {
-      useKeys(subject, {{"increase", "Increase"},
-                        {"7", "7"},
-                        {"9", "9"},
-                        {"plain button", "Plain Button"},
-                        {"inline link", "an inline link"},
-                        {"inner button", "Inner Button"},
-                        {"wrap", "Wrap text"},
-                        {"bold", "Bold"}});
-      const std::vector<Step> further = furtherSteps()[subject.name];
-      subject.steps.insert(subject.steps.end(), further.begin(), further.end());
+    useKeys(subject, {{"increase", "Increase"},
+                      {"7", "7"},
+                      {"9", "9"},
+                      {"plain button", "Plain Button"},
+                      {"inline link", "an inline link"},
+                      {"inner button", "Inner Button"},
+                      {"wrap", "Wrap text"},
+                      {"cancel", "Cancel"},
+                      {"bold", "Bold"}});
+    const std::vector<Step> further = furtherSteps()[subject.name];
+    subject.steps.insert(subject.steps.end(), further.begin(), further.end());
+    if (compositor == WindowManager::sway && !subject.monitors.empty()) {
+      constexpr double kScale = 2;
+      subject.scaleOfMonitors = kScale;
+      subject.monitors[0].width *= kScale;
+      subject.monitors[0].height *= kScale;
     }
     if (compositor == WindowManager::kwin && !subject.monitors.empty()) {
       subject.monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}};  // without a card all are alike
