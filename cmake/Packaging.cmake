@@ -28,8 +28,8 @@ endforeach()
 
 # The program opens the guide, so it does not lie among the documents, which some machines go without. In the build it
 # lies beside the program, where that finds it like the installed one.
-set(guide index.html after.png details.png gnome-extension.png gnome.png help.png matches.png
-    plasma-shortcut.png plasma-start.png plasma.png selected.png sway.png)
+set(guide index.html after.png details.png gnome-extension.png gnome-shortcut.png gnome-start.png gnome.png
+    help.png matches.png plasma-shortcut.png plasma-start.png plasma.png selected.png sway.png)
 foreach(file IN LISTS guide)
   configure_file(${PROJECT_SOURCE_DIR}/docs/guide/${file} ${PROJECT_BINARY_DIR}/guide/${file} COPYONLY)
   install(FILES docs/guide/${file} DESTINATION ${CMAKE_INSTALL_DATADIR}/jumplark/guide)
