@@ -84,7 +84,8 @@ Program widgetFactory4() {
           .busName = "gtk4-widget-factory",
           .title = "GTK Widget Factory",
           .target = {"--app", "Widget Factory"},
-          .environment = {{"G_DEBUG", "fatal-warnings"}}};
+          // Later ones warn of what they miss to play films.
+          .environment = {{"G_DEBUG", "fatal-warnings"}, {"GTK_MEDIA", "none"}}};
 }
 
 Program mousepad(const PrivateSession& session) {

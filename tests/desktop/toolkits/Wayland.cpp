@@ -90,7 +90,8 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   x11.program = [](const PrivateSession&) { return with(widgetFactory3(), {{"GDK_BACKEND", "x11"}}); };
   Subject gtk4 = chosen(gtkSubjects(), "Gtk4", {"about"});
   for (Shown& shown : gtk4.shown) {
-    std::erase(shown.texts, "Maximize");  // which sway does not do; elsewhere it is a matter of settings
+    std::erase(shown.texts, "Maximize");     // which sway does not do; elsewhere it is a matter of settings
+    std::erase(shown.texts, "radiobutton");  // a check box by the word of earlier versions
   }
   gtk4.alsoHolds.clear();
   Subject chromium = chosen(webSubjects(), "ChromiumAwake", {"plain button", "inline link", "inner button"});
@@ -104,6 +105,11 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   scaled.scale = 1.5;
   scaled.coloured.clear();
   Subject office = chosen(otherSubjects(), "Office", {"bold"});
+  for (Shown& shown : office.shown) {
+    // Later versions call them otherwise.
+    std::erase_if(shown.texts,
+                  [](const std::string& text) { return text == "Font Size" || text.starts_with("Styles"); });
+  }
   const auto writer = office.program;
   office.program = [writer](const PrivateSession& session) {
     // What another user's office has left there is not his.
