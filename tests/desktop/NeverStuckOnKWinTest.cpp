@@ -6,6 +6,22 @@
 namespace jumplark::desktop {
 namespace {
 
+std::string askKWin(const PrivateSession& session, const std::string& member, pid_t program) {
+  return session
+      .run({"gdbus", "call", "--session", "-d", "org.kde.KWin", "-o", "/Scripting", "-m",
+            "org.kde.kwin.Scripting." + member, "jumplark-" + std::to_string(program)})
+      .out;
+}
+bool hasScript(const PrivateSession& session, pid_t program) {
+  return askKWin(session, "isScriptLoaded", program) == "(true,)\n";
+}
+bool holdsShortcut(const PrivateSession& session) {
+  return session
+             .run({"gdbus", "call", "--session", "-d", "org.kde.kglobalaccel", "-o", "/component/jumplark", "-m",
+                   "org.kde.kglobalaccel.Component.isActive"})
+             .out == "(true,)\n";
+}
+
 class NeverStuckOnKWin : public NeverStuckOnWayland {
  protected:
   NeverStuckOnKWin()
@@ -13,18 +29,10 @@ class NeverStuckOnKWin : public NeverStuckOnWayland {
             {.windowManager = WindowManager::kwin, .width = Desktop::kWidth, .height = Desktop::kHeight}) {}
 
   std::string askKWin(const std::string& member, pid_t program) const {
-    return session
-        .run({"gdbus", "call", "--session", "-d", "org.kde.KWin", "-o", "/Scripting", "-m",
-              "org.kde.kwin.Scripting." + member, "jumplark-" + std::to_string(program)})
-        .out;
+    return desktop::askKWin(session, member, program);
   }
-  bool hasScript(pid_t program) const { return askKWin("isScriptLoaded", program) == "(true,)\n"; }
-  bool holdsShortcut() const {
-    return session
-               .run({"gdbus", "call", "--session", "-d", "org.kde.kglobalaccel", "-o", "/component/jumplark", "-m",
-                     "org.kde.kglobalaccel.Component.isActive"})
-               .out == "(true,)\n";
-  }
+  bool hasScript(pid_t program) const { return desktop::hasScript(session, program); }
+  bool holdsShortcut() const { return desktop::holdsShortcut(session); }
 
   KWinSession& session = dynamic_cast<KWinSession&>(desktop.session);
 };
@@ -89,20 +97,6 @@ TEST_F(NeverStuckOnKWin, goesOnAfterAKWinThatHungAndAfterItsScriptWasEnded) {
   EXPECT_TRUE(waitUntil([&] { return hasScript(program.pid()); }));
   program.close();
   expectThatItWorks(program);
-}
-
-/// Plasma's keeper of KWin's socket starts another one when that dies.
-TEST(OnKWin, comesBackWithACompositorThatDoes) {
-  Desktop desktop(WindowManager::kwin);
-  auto& session = dynamic_cast<KWinSession&>(desktop.session);
-  session.putKeeperInPlace();
-  RunningProgram program(session);
-  kill(session.kwin(), SIGKILL);
-  session.awaitReturn();
-  EXPECT_TRUE(waitUntil([&] { return program.process().linesBeginning("Jumplark is running.").size() == 2; }))
-      << program.process().err();
-  DemoProgram demo(desktop);
-  expectThatItWorks(program, demo);
 }
 
 TEST(OnKWin, endsWithItsCompositor) {

@@ -28,6 +28,8 @@ constexpr std::chrono::seconds kPatience{2};
 constexpr int kForEver = -1;
 constexpr int kRetryMs = 500;
 constexpr int kMostRetries = 20;
+/// A service that has just begun may take what it is told and forget it again.
+constexpr int kMostRebinds = 4;
 constexpr size_t kLongestMessage = 16U << 20U;
 constexpr const char* kKWin = "org.kde.KWin";
 constexpr const char* kAccelerators = "org.kde.kglobalaccel";
@@ -145,6 +147,7 @@ std::string KWinWatch::start() {
   if (!problem_.empty()) {
     return problem_;
   }
+  rebinds_ = kMostRebinds;
   thread_ = startQuietThread([this] { run(); });
   std::unique_lock lock(mutex_);
   return heard_.wait_for(lock, kPatience, [this] { return hasHeard_; }) ? std::string()
@@ -164,6 +167,7 @@ void KWinWatch::ownerChanged(const std::string& name, const std::string& owner) 
   if (name == kAccelerators) {
     if (!owner.empty()) {
       handlers_.shortcutsForgotten();
+      rebinds_ = kMostRebinds;
     }
     return;
   }
@@ -198,7 +202,11 @@ void KWinWatch::run() {
       return;
     }
     waiting[1].events = static_cast<int16_t>(std::max(sd_bus_get_events(bus_->connection), 0));
-    const int ready = poll(waiting, 2, retries_ > 0 ? kRetryMs : kForEver);
+    const int ready = poll(waiting, 2, retries_ > 0 || rebinds_ > 0 ? kRetryMs : kForEver);
+    if (ready == 0 && rebinds_ > 0) {
+      --rebinds_;
+      handlers_.shortcutsForgotten();
+    }
     if (ready == 0 && retries_ > 0) {
       --retries_;
       loadScript();

@@ -56,6 +56,7 @@ class KWinWatch {
   std::string path_;  ///< of the object that the running script tells
   int loads_ = 0;
   int retries_ = 0;  ///< that are left of loading the script
+  int rebinds_ = 0;  ///< how often shortcuts are still told again
   std::string problem_;
   std::mutex mutex_;  ///< of what follows
   std::condition_variable heard_;
