@@ -122,17 +122,19 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   }
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;
-    useKeys(subject, {{"increase", "Increase"},
-                      {"7", "7"},
-                      {"9", "9"},
-                      {"plain button", "Plain Button"},
-                      {"inline link", "an inline link"},
-                      {"inner button", "Inner Button"},
-                      {"wrap", "Wrap text"},
-                      {"cancel", "Cancel"},
-                      {"bold", "Bold"}});
-    const std::vector<Step> further = furtherSteps()[subject.name];
-    subject.steps.insert(subject.steps.end(), further.begin(), further.end());
+    if (compositor == WindowManager::sway) {
+      useKeys(subject, {{"increase", "Increase"},
+                        {"7", "7"},
+                        {"9", "9"},
+                        {"plain button", "Plain Button"},
+                        {"inline link", "an inline link"},
+                        {"inner button", "Inner Button"},
+                        {"wrap", "Wrap text"},
+                        {"cancel", "Cancel"},
+                        {"bold", "Bold"}});
+      const std::vector<Step> further = furtherSteps()[subject.name];
+      subject.steps.insert(subject.steps.end(), further.begin(), further.end());
+    }
     if (compositor == WindowManager::sway && !subject.monitors.empty()) {
       constexpr double kScale = 2;
       subject.scaleOfMonitors = kScale;
