@@ -85,6 +85,7 @@ Compositor::Binding ShellCompositor::bind(uint32_t key, uint64_t modifiers, std:
 }
 
 void ShellCompositor::focusChanged(int32_t pid) {
+  windows_.forget();
   if (pid <= 0 || pid == getpid()) {
     return;
   }
@@ -125,9 +126,11 @@ void ShellCompositor::closeMenus() {
   constexpr std::chrono::milliseconds kStep{5};
   bus_->call("CloseMenus");
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  windows_.forget();
   while (std::ranges::any_of(windows_.popupsFrontToBack(), isMenuWindow) &&
          std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(kStep);
+    windows_.forget();
   }
 }
 

@@ -135,8 +135,14 @@ void putInPoints(WindowFacts& window, const std::vector<WaylandOutput>& outputs)
 }
 
 WindowList Windows::ask() {
+  constexpr std::chrono::milliseconds kMoment{20};
+  const std::lock_guard lock(asking_);
+  const uint64_t changes = changes_;
+  if (changes == changesAtLast_ && std::chrono::steady_clock::now() < lastEnds_) {
+    return last_;
+  }
   WindowList list;
-  bus_->call("Windows", {}, [&](sd_bus_message* reply) {
+  const bool isTold = bus_->does("Windows", {}, [&](sd_bus_message* reply) {
     const char* told = nullptr;
     const int r = sd_bus_message_read(reply, "s", &told);
     list = r > 0 ? readWindows(told) : WindowList{};
@@ -146,6 +152,9 @@ WindowList Windows::ask() {
   for (auto& window : list.windows) {
     putInPoints(window.facts, outputs);
   }
+  last_ = list;
+  changesAtLast_ = changes;
+  lastEnds_ = isTold ? std::chrono::steady_clock::now() + kMoment : std::chrono::steady_clock::time_point();
   return list;
 }
 
@@ -171,10 +180,10 @@ bool Windows::requestActive(WindowId id, bool force) {
   }
   bool done = false;
   const auto number = static_cast<uint32_t>(id.low);
-  return bus_->does(
-             "Activate", [=](sd_bus_message* question) { return sd_bus_message_append(question, "u", number); },
-             truth(done)) &&
-         done;
+  const bool isTaken = bus_->does(
+      "Activate", [=](sd_bus_message* question) { return sd_bus_message_append(question, "u", number); }, truth(done));
+  forget();
+  return isTaken && done;
 }
 
 std::vector<WindowButton> Windows::buttonsOf(const WindowFacts& window) {
@@ -191,11 +200,11 @@ std::vector<WindowButton> Windows::buttonsOf(const WindowFacts& window) {
 bool Windows::request(WindowId id, WindowWish wish) {
   bool done = false;
   const auto number = static_cast<uint32_t>(id.low);
-  return bus_->does(
-             "Request",
-             [=](sd_bus_message* question) { return sd_bus_message_append(question, "us", number, nameOf(wish)); },
-             truth(done)) &&
-         done;
+  const bool isTaken = bus_->does(
+      "Request", [=](sd_bus_message* question) { return sd_bus_message_append(question, "us", number, nameOf(wish)); },
+      truth(done));
+  forget();
+  return isTaken && done;
 }
 
 }  // namespace jumplark::gnome

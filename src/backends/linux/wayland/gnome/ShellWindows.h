@@ -1,6 +1,9 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,8 +32,8 @@ WindowList readWindows(std::string_view json);
 /// Makes points of the places of a window; of a program on Xwayland it says how many of these a pixel is.
 void putInPoints(WindowFacts& window, const std::vector<WaylandOutput>& outputs);
 
-/// Windows as GNOME Shell tells them, those of X11 programs too; asked anew at each call, which takes about half a
-/// millisecond.
+/// Windows as GNOME Shell tells them, those of X11 programs too. A shell that draws answers after its frame only, so
+/// that an answer counts for the questions of the next moment too: opening the query asks several.
 class Windows final : public ListedWindows {
  public:
   Windows(std::shared_ptr<Bus> bus, Stage stage) : bus_(std::move(bus)), stage_(std::move(stage)) {}
@@ -41,12 +44,21 @@ class Windows final : public ListedWindows {
   std::vector<WindowButton> buttonsOf(const WindowFacts& window) override;
   bool request(WindowId id, WindowWish wish) override;
 
+  /// The next question is asked anew: windows have changed.
+  void forget() { ++changes_; }
+
  private:
   std::vector<WindowFacts> all() override;
   WindowList ask();
 
   std::shared_ptr<Bus> bus_;
   const Stage stage_;
+
+  std::atomic<uint64_t> changes_ = 0;
+  std::mutex asking_;
+  WindowList last_;
+  uint64_t changesAtLast_ = 0;
+  std::chrono::steady_clock::time_point lastEnds_;  ///< from when on it counts no more
 };
 
 }  // namespace jumplark::gnome
