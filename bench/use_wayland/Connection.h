@@ -2,7 +2,6 @@
 
 #include <wayland-client-protocol.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <string>

@@ -32,13 +32,13 @@ constexpr Shortcut kCandidates[] = {
 };
 
 Alert alertFor(ShortcutState state, const std::string& name, const std::optional<std::string>& freeName) {
-  const std::string why = state == ShortcutState::taken
-                              ? localizedFormat(
-                                    "Another program or the desktop itself already uses {}, so pressing it does not "
-                                    "open Jumplark. As soon as "
-                                    "it is given up there, it works here.",
-                                    name)
-                              : localizedFormat("This keyboard has no such key now, so {} cannot open Jumplark.", name);
+  const std::string why =
+      state == ShortcutState::taken
+          ? localizedFormat(
+                "Another program or the desktop itself already uses {}, so pressing it does not open Jumplark. As soon "
+                "as it is given up there, it works here.",
+                name)
+          : localizedFormat("This keyboard has no such key now, so {} cannot open Jumplark.", name);
   Alert alert{localizedFormat("The key combination {} cannot be used", name), why, {}};
   if (freeName) {
     alert.text += "\n\n" + localizedFormat("{} is free.", *freeName);
