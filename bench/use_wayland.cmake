@@ -18,4 +18,4 @@ target_compile_definitions(bench_use_wayland PRIVATE
 target_include_directories(bench_use_wayland SYSTEM PRIVATE ${generated})
 target_include_directories(bench_use_wayland PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
 target_link_libraries(bench_use_wayland PRIVATE jumplark_desktop_support jumplark_linux_wayland_surfaces Qt6::Gui
-  PkgConfig::SDBUS fmt::fmt)
+  jumplark_kwin_picture fmt::fmt)

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "Seat.h"
+#include "desktop/support/KWinPicture.h"
 
 namespace jumplark::bench {
 namespace {
@@ -51,23 +52,6 @@ Message call(const Bus& bus, const char* name, const char* path, const char* int
     throw std::runtime_error(std::string(member) + ": " + said);
   }
   return Message(answer);
-}
-
-/// A number of a picture's description.
-uint32_t numberIn(const Message& description, const std::string& wanted) {
-  check(sd_bus_message_rewind(description.get(), 1), "rewinding");
-  check(sd_bus_message_enter_container(description.get(), 'a', "{sv}"), "a picture's description");
-  while (sd_bus_message_enter_container(description.get(), 'e', "sv") > 0) {
-    const char* name = nullptr;
-    uint32_t value = 0;
-    check(sd_bus_message_read(description.get(), "s", &name), "a picture's description");
-    if (name == wanted && sd_bus_message_read(description.get(), "v", "u", &value) > 0) {
-      return value;
-    }
-    check(sd_bus_message_skip(description.get(), "v"), "a picture's description");
-    check(sd_bus_message_exit_container(description.get()), "a picture's description");
-  }
-  throw std::runtime_error("a picture has no " + wanted);
 }
 
 /// Fake input, and pictures over the bus.
@@ -139,23 +123,7 @@ class KWinSeat final : public Seat {
     if (sd_bus_message_is_method_error(capture.description.get(), nullptr) > 0) {
       throw std::runtime_error("KWin gives no picture");
     }
-    const uint32_t width = numberIn(capture.description, "width");
-    const uint32_t height = numberIn(capture.description, "height");
-    const uint32_t stride = numberIn(capture.description, "stride");
-    std::vector<unsigned char> bytes(static_cast<size_t>(stride) * height);
-    size_t got = 0;
-    for (ssize_t part = 0; got < bytes.size(); got += static_cast<size_t>(part)) {
-      part = read(capture.pixels, bytes.data() + got, bytes.size() - got);
-      check(part > 0 ? 0 : -1, "reading a picture");
-    }
-    Colours colours;
-    for (uint32_t y = 0; y < height; ++y) {
-      for (uint32_t x = 0; x < width; ++x) {
-        const auto* const pixel = &bytes[static_cast<size_t>(y) * stride + size_t{4} * x];
-        colours.push_back(static_cast<uint32_t>(pixel[2] << 16 | pixel[1] << 8 | pixel[0]));  // blue comes first
-      }
-    }
-    return colours;
+    return desktop::readKWinPicture(capture.description.get(), capture.pixels).colours;
   }
 
   Connection& connection_;

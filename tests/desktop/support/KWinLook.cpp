@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "desktop/support/KWinPicture.h"
+
 namespace {
 
 constexpr uint64_t kPatience = 10'000'000;  // microseconds
@@ -78,22 +80,6 @@ std::string evaluate(sd_bus* bus, const std::string& script) {
   return answer;
 }
 
-uint32_t numberIn(sd_bus_message* results, const std::string& wanted) {
-  check(sd_bus_message_rewind(results, 1), "rewinding");
-  check(sd_bus_message_enter_container(results, 'a', "{sv}"), "the picture's description");
-  while (sd_bus_message_enter_container(results, 'e', "sv") > 0) {
-    const char* name = nullptr;
-    check(sd_bus_message_read(results, "s", &name), "the picture's description");
-    uint32_t value = 0;
-    if (name == wanted && sd_bus_message_read(results, "v", "u", &value) > 0) {
-      return value;
-    }
-    check(sd_bus_message_skip(results, "v"), "the picture's description");
-    check(sd_bus_message_exit_container(results), "the picture's description");
-  }
-  throw std::runtime_error("the picture has no " + wanted);
-}
-
 /// Of the X server on which KWin shows everything, where it takes no pictures itself.
 void takePictureOf(const std::string& screen, char** place, const char* file) {
   const std::string part = std::string(place[2]) + "x" + place[3] + "+" + place[0] + "+" + place[1];
@@ -112,22 +98,11 @@ void takePicture(sd_bus* bus, char** place, const char* file) {
         "taking a picture");
   const Message owned(results, sd_bus_message_unref);
   close(ends[1]);
-  const uint32_t width = numberIn(results, "width");
-  const uint32_t height = numberIn(results, "height");
-  const uint32_t stride = numberIn(results, "stride");
-  std::vector<unsigned char> bytes(static_cast<size_t>(stride) * height);
-  size_t got = 0;
-  for (ssize_t part = 0; got < bytes.size(); got += static_cast<size_t>(part)) {
-    part = read(ends[0], bytes.data() + got, bytes.size() - got);
-    check(part > 0 ? 0 : -1, "reading the picture");
-  }
+  const jumplark::desktop::KWinPicture picture = jumplark::desktop::readKWinPicture(results, ends[0]);
   std::ofstream out(file, std::ios::binary);
-  out << "P6\n" << width << ' ' << height << "\n255\n";
-  for (uint32_t y = 0; y < height; ++y) {
-    for (uint32_t x = 0; x < width; ++x) {
-      const unsigned char* const pixel = &bytes[static_cast<size_t>(y) * stride + size_t{4} * x];  // blue comes first
-      out.put(static_cast<char>(pixel[2])).put(static_cast<char>(pixel[1])).put(static_cast<char>(pixel[0]));
-    }
+  out << "P6\n" << picture.width << ' ' << picture.height << "\n255\n";
+  for (const uint32_t colour : picture.colours) {
+    out.put(static_cast<char>(colour >> 16U)).put(static_cast<char>(colour >> 8U)).put(static_cast<char>(colour));
   }
 }
 
