@@ -98,7 +98,10 @@ struct LinuxPlatform::Parts {
 
 LinuxPlatform::Opened LinuxPlatform::open(Queues& queues) {
   OpenedBackend opened = openBackend(queues.mainQueue());
-  return opened.backend ? open(queues, std::move(opened.backend)) : Opened{nullptr, std::move(opened.error)};
+  if (!opened.backend) {
+    return {nullptr, std::move(opened.error)};
+  }
+  return open(queues, std::move(opened.backend));
 }
 
 LinuxPlatform::Opened LinuxPlatform::open(Queues& queues, std::shared_ptr<DesktopBackend> backend) {
@@ -106,7 +109,8 @@ LinuxPlatform::Opened LinuxPlatform::open(Queues& queues, std::shared_ptr<Deskto
   if (const auto reachability = parts->elements.connect(); !reachability.reachable) {
     return {nullptr, reachability.advice};
   }
-  return {std::unique_ptr<LinuxPlatform>(new LinuxPlatform(std::move(parts))), {}};
+  std::unique_ptr<LinuxPlatform> platform(new LinuxPlatform(std::move(parts)));
+  return {std::move(platform), {}};
 }
 
 LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {

@@ -23,7 +23,7 @@ OpenCommands::OpenCommands(Queues& queues, Reader reader)
       queue_(queues.makeSerialQueue("com.brindlefox.jumplark.open-menus")) {}
 
 std::shared_ptr<OpenCommands::Reading> OpenCommands::start(TimePoint deadline, Keyboard keyboard) {
-  const auto reading = std::make_shared<Reading>();
+  auto reading = std::make_shared<Reading>();
   reading->started = Clock::now();
   reading->done = queues_.makeCompletion();
   queue_->post([this, reading, deadline, keyboard] {

@@ -7,7 +7,7 @@
 
 namespace jumplark {
 
-WaylandInput::WaylandInput(std::shared_ptr<WaylandConnection> connection, Compositor& compositor,
+WaylandInput::WaylandInput(const std::shared_ptr<WaylandConnection>& connection, Compositor& compositor,
                            WaylandScreens& screens)
     : compositor_(compositor),
       screens_(screens),

@@ -14,7 +14,7 @@ namespace jumplark {
 class WaylandInput final : public DesktopInput {
  public:
   /// All must outlive this.
-  WaylandInput(std::shared_ptr<WaylandConnection> connection, Compositor& compositor, WaylandScreens& screens);
+  WaylandInput(const std::shared_ptr<WaylandConnection>& connection, Compositor& compositor, WaylandScreens& screens);
   WaylandInput(const WaylandInput&) = delete;
   WaylandInput& operator=(const WaylandInput&) = delete;
   /// Taps may live on.

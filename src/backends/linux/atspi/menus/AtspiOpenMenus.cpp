@@ -160,7 +160,7 @@ SnapshotPointer AtspiMenus::whatShows(const menus::MenuRequest& request, const E
   if (look == Look::first) {
     // With the press of the shortcut a snapshot has begun, which saw what is still open.
     elements_.snapshotsUnderWay().waitForNone(request.deadline);
-    const SnapshotPointer now = lastSnapshot_(application);
+    SnapshotPointer now = lastSnapshot_(application);
     const std::lock_guard lock(mutex_);
     if (now && now != told_.lock() && !now->popovers.empty() && Clock::now() - now->takenAt < kStaysOpen) {
       told_ = now;

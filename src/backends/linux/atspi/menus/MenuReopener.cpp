@@ -1,7 +1,6 @@
 #include "backends/linux/atspi/menus/MenuReopener.h"
 
 #include <algorithm>
-#include <ranges>
 #include <thread>
 
 #include "backends/linux/atspi/menus/MenuRoles.h"
@@ -76,7 +75,7 @@ std::shared_ptr<const AtspiMenuHandle> MenuReopener::waitFor(const AtspiMenuHand
         return handle;
       }
       const bool isOnWay = handle && handle->names.size() < command.names.size() &&
-                           std::ranges::equal(handle->names, command.names | std::views::take(handle->names.size()));
+                           std::equal(handle->names.begin(), handle->names.end(), command.names.begin());
       leads = isOnWay && wayInside(*handle).size() > alreadyOpen_ ? handle : leads;
     }
     // Some fill a submenu when it opens. Until then its title looks like a command, or is an element that stays.

@@ -99,7 +99,7 @@ std::vector<ElementRef> unlistedMenus(CallRunner& runner, const ElementRef& fram
   int64_t first = highest - kBlock / 2;
   while (first + kBlock > kFirst && Clock::now() < deadline) {
     const Block block = readBlock(runner, handleOf(frame)->busName(), first, deadline);
-    const auto found = thoseThatShowForThemselves(runner, block.menus, deadline);
+    auto found = thoseThatShowForThemselves(runner, block.menus, deadline);
     if (!found.empty()) {
       return found;
     }
