@@ -1,6 +1,10 @@
 // ---- Who is answered: the program that this extension belongs to, and nobody else.
 
-/** Device and inode of a file, which no other mount namespace can imitate as it could a path; null when it is not there. */
+/**
+ * Device and inode of a file, which no other mount namespace can imitate as it could a path; null when it is not there.
+ *
+ * @param {string} path - where it lies
+ */
 function identityOf(path) {
     try {
         // Of /proc/PID/exe this is the file that the process runs, wherever that lies for the process.
@@ -11,6 +15,11 @@ function identityOf(path) {
     }
 }
 
+/**
+ * Resolves with the process at the other end of a connection.
+ *
+ * @param {string} sender - the connection's unique name
+ */
 function pidOf(sender) {
     return new Promise((resolve, reject) => {
         const arguments_ = new GLib.Variant('(s)', [sender]);
@@ -38,7 +47,7 @@ class Clients {
         this._known = new Map();
     }
 
-    /** Resolves with the client of a connection, {sender, pid, listens}; rejects for another program's. */
+    // Resolves with the client of a connection, {sender, pid, listens}; rejects for another program's.
     admit(sender) {
         if (!this._known.has(sender)) {
             const watch = Gio.bus_watch_name_on_connection(Gio.DBus.session, sender, Gio.BusNameWatcherFlags.NONE, null,

@@ -17,7 +17,7 @@ class Devices {
         this._pointer.notify_absolute_motion(GLib.get_monotonic_time(), x, y);
     }
 
-    /** Buttons as Clutter counts them, 1 the left and 3 the right one. */
+    // Buttons as Clutter counts them, 1 the left and 3 the right one.
     button(client, button, down) {
         if (this._pressed.has(button) === down)
             return;
@@ -29,7 +29,7 @@ class Devices {
             down ? Clutter.ButtonState.PRESSED : Clutter.ButtonState.RELEASED);
     }
 
-    /** Lets go of what a client holds down; of everything without one. */
+    // Lets go of what a client holds down; of everything without one.
     release(client = null) {
         for (const [button, holder] of [...this._pressed]) {
             if (client === null || holder === client)
@@ -37,16 +37,14 @@ class Devices {
         }
     }
 
-    /** Presses and releases the key of an X keysym. */
+    // Presses and releases the key of an X keysym.
     type(keysym) {
         this._keyboard.notify_keyval(GLib.get_monotonic_time(), keysym, Clutter.KeyState.PRESSED);
         this._keyboard.notify_keyval(GLib.get_monotonic_time(), keysym, Clutter.KeyState.RELEASED);
     }
 
-    /**
-     * Touches something of the shell's own, where nothing shows. The pointer stays where it is, and what the user holds
-     * does not matter.
-     */
+    // Touches something of the shell's own, where nothing shows. The pointer stays where it is, and what the user holds
+    // does not matter.
     touchShell() {
         const monitor = Main.layoutManager.primaryMonitor;
         if (!monitor)
@@ -96,7 +94,7 @@ class Bindings {
         });
     }
 
-    /** False when it is somebody else's, or no combination at all. */
+    // False when it is somebody else's, or no combination at all.
     bind(client, accelerator) {
         const before = this._bound.get(accelerator);
         if (before)
@@ -119,7 +117,7 @@ class Bindings {
         global.display.ungrab_accelerator(bound.action);
     }
 
-    /** Whether somebody other than a client has it. */
+    // Whether somebody other than a client has it.
     isTaken(client, accelerator) {
         if (this._bound.has(accelerator))
             return false;
@@ -129,7 +127,7 @@ class Bindings {
         return false;
     }
 
-    /** All of a client's; everything without one. */
+    // All of a client's; everything without one.
     release(client = null) {
         for (const [accelerator, bound] of [...this._bound]) {
             if (client === null || bound.client === client)

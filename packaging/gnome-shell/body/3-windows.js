@@ -1,5 +1,10 @@
 // ---- Windows: what they are, and those of a client that lie in front.
 
+/**
+ * As it goes over the bus: [x, y, width, height], in pixels of the stage.
+ *
+ * @param {object} rect - anything that has those four
+ */
 function rectangle(rect) {
     return [rect.x, rect.y, rect.width, rect.height];
 }
@@ -16,7 +21,11 @@ const TYPES = new Map([
 const POPUPS = new Set([Meta.WindowType.DROPDOWN_MENU, Meta.WindowType.POPUP_MENU, Meta.WindowType.TOOLTIP,
     Meta.WindowType.COMBO, Meta.WindowType.DND]);
 
-/** Rectangles are [x, y, width, height] in pixels of the stage. */
+/**
+ * All that clients are told of it.
+ *
+ * @param {Meta.Window} window - one that is there
+ */
 function describeWindow(window) {
     const transientFor = window.get_transient_for();
     return {
@@ -41,11 +50,21 @@ function describeWindow(window) {
     };
 }
 
+/**
+ * Null when it is there no more.
+ *
+ * @param {number} id - as clients are told it
+ */
 function windowOf(id) {
     const actor = global.get_window_actors().find(one => one.meta_window.get_id() === id);
     return actor ? actor.meta_window : null;
 }
 
+/**
+ * Raises it and gives it the keyboard, on whichever workspace it is.
+ *
+ * @param {Meta.Window} window - one that is there
+ */
 function activateWindow(window) {
     const workspace = window.get_workspace();
     if (workspace && !window.is_on_all_workspaces())
@@ -62,8 +81,10 @@ const REQUESTS = {
     restore: window => {
         if (window.minimized)
             window.unminimize();
+        else if (Meta.MaximizeFlags)
+            window.unmaximize(Meta.MaximizeFlags.BOTH);
         else
-            Meta.MaximizeFlags ? window.unmaximize(Meta.MaximizeFlags.BOTH) : window.unmaximize();
+            window.unmaximize();
     },
 };
 
@@ -99,10 +120,12 @@ class Unlisted {
 
 /**
  * Windows of clients that show where the client wants them, above all others, and get the keyboard with their first
- * picture. A client names one by its title before it makes it.
+ * picture. A client names one by its title before that.
  */
 class FrontWindows {
-    constructor() {
+    // `isClient` tells whether a process may ask for such windows.
+    constructor(isClient) {
+        this._isClient = isClient;
         this._places = new Map();   // "PID TITLE" to {client, x, y, window}
         this._created = global.display.connect('window-created', (display, window) => this._watch(window));
         this._mapped = global.window_manager.connect('map', (manager, actor) => this._show(actor.meta_window));
@@ -111,7 +134,7 @@ class FrontWindows {
         this._overview = Main.overview.connect('showing', () => this._giveKeyboardUp());
     }
 
-    /** The overview takes the keyboard and tells windows nothing: ours would stay behind it. */
+    // The overview takes the keyboard and tells windows nothing: ours would stay behind it.
     _giveKeyboardUp() {
         const window = global.display.focus_window;
         if (!window || !this._watched.has(window))
@@ -132,7 +155,7 @@ class FrontWindows {
             place.window.move_frame(true, x, y);
     }
 
-    /** Forgets what a client has asked for. */
+    // Forgets what a client has asked for.
     release(client) {
         for (const [key, place] of [...this._places]) {
             if (place.client === client)
@@ -145,8 +168,8 @@ class FrontWindows {
     }
 
     _watch(window) {
-        // It has neither title nor picture yet, and may never get the one or the other.
-        if (![...this._places.values()].some(place => place.client.pid === window.get_pid()))
+        // It has neither title nor picture yet, and may never get the one or the other; its place may come later too.
+        if (!this._isClient(window.get_pid()))
             return;
         this._watched.set(window, [
             window.connect('notify::title', () => this._dropEffects(window)),
@@ -154,7 +177,7 @@ class FrontWindows {
         ]);
     }
 
-    /** It neither grows into its place nor fades away: what is below is clicked the moment it has gone. */
+    // It neither grows into its place nor fades away: what is below is clicked the moment it has gone.
     _dropEffects(window) {
         const actor = window.get_compositor_private();
         if (actor && this._placeOf(window))

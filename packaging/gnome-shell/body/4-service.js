@@ -3,18 +3,17 @@
 const NAME = 'com.brindlefox.jumplark.Shell';
 const PATH = '/com/brindlefox/jumplark/Shell';
 /** Counted up with each change that the other side would not understand. */
-const VERSION = 1;
+const VERSION = 2;
 
 /** Methods by name: D-Bus types of what comes in and of what goes out. */
 const METHODS = {
     Hello: ['', 'us'],
     Listen: ['', ''],
-    Windows: ['', 's'],
+    Scene: ['', 's'],
     Activate: ['u', 'b'],
     Request: ['us', 'b'],
     CloseMenus: ['', ''],
     Place: ['sii', ''],
-    WorkArea: ['iiii', 'iiii'],
     Pointer: ['', 'dd'],
     AreModifiersHeld: ['', 'b'],
     Move: ['dd', ''],
@@ -27,12 +26,13 @@ const METHODS = {
     SelectInputSource: ['u', 'b'],
 };
 
+/** For the bus, of METHODS and the signals. */
 function interfaceDescription() {
     const argument = direction => type => `<arg type="${type}" direction="${direction}"/>`;
     const methods = Object.entries(METHODS).map(([name, [taken, given]]) =>
         `<method name="${name}">${[...taken].map(argument('in')).join('')}${[...given].map(argument('out')).join('')}</method>`);
     return `<node><interface name="${NAME}">${methods.join('')}
-        <signal name="Pressed"><arg type="s"/></signal>
+        <signal name="Pressed"><arg type="s"/><arg type="s"/></signal>
         <signal name="Focused"><arg type="i"/></signal>
     </interface></node>`;
 }
@@ -43,8 +43,10 @@ class Service {
         this._usersSource = null;  // the place of the one that is selected once the client that chose another one is gone
         this._settings = new Gio.Settings({schema_id: 'org.gnome.desktop.wm.preferences'});
         this._devices = new Devices();
-        this._windows = new FrontWindows();
-        this._bindings = new Bindings((client, accelerator) => this._tell('Pressed', '(s)', [accelerator], client.pid));
+        this._windows = new FrontWindows(pid => this._clients.admitted().some(client => client.pid === pid));
+        // With all that is asked next: a shell that draws answers no question before its frame is done.
+        this._bindings = new Bindings((client, accelerator) =>
+            this._tell('Pressed', '(ss)', [accelerator, this._Scene()], client.pid));
         this._clients = new Clients(programs, client => this._release(client));
         this._focused = global.display.connect('notify::focus-window', () => this._tellOfFocus());
         for (const name of Object.keys(METHODS))
@@ -65,7 +67,7 @@ class Service {
         }
     }
 
-    /** Everybody who listens, or those of one process. */
+    // Everybody who listens, or those of one process.
     _tell(signal, type, values, pid = 0) {
         for (const client of this._clients.admitted()) {
             if (client.listens && (pid === 0 || client.pid === pid))
@@ -90,18 +92,20 @@ class Service {
         return [VERSION, SHELL_VERSION];
     }
 
-    /** From now on this connection is told of presses of what its process has bound, and of the focus. */
+    // From now on this connection is told of presses of what its process has bound, and of the focus.
     _Listen(client) {
         client.listens = true;
     }
 
-    /** Front to back, with the one that has the keyboard, 0 when none has. */
-    _Windows() {
+    // Windows front to back, the one that has the keyboard, 0 when none has, screens with what panels leave free.
+    _Scene() {
         const focused = global.display.focus_window;
         const windows = global.get_window_actors().map(actor => describeWindow(actor.meta_window)).reverse();
         // Which buttons a title bar has that the shell draws, and on which side.
         const buttons = this._settings.get_string('button-layout');
-        return JSON.stringify({focused: focused ? focused.get_id() : 0, buttons, windows});
+        const screens = Main.layoutManager.monitors.map((monitor, i) =>
+            ({frame: rectangle(monitor), free: rectangle(Main.layoutManager.getWorkAreaForMonitor(i))}));
+        return JSON.stringify({focused: focused ? focused.get_id() : 0, buttons, windows, screens, pointer: this._Pointer()});
     }
 
     _Activate(client, id) {
@@ -119,7 +123,7 @@ class Service {
         return true;
     }
 
-    /** Menus of programs close when the keyboard goes elsewhere; those of later versions keep it until then. */
+    // Menus of programs close when the keyboard goes elsewhere; those of later versions keep it until then.
     _CloseMenus() {
         global.display.unset_input_focus(global.get_current_time());
         if (parseInt(SHELL_VERSION) >= 45)
@@ -130,20 +134,12 @@ class Service {
         this._windows.place(client, title, x, y);
     }
 
-    /** What panels leave free where the middle of a rectangle is. */
-    _WorkArea(client, x, y, width, height) {
-        const [middle, center] = [x + width / 2, y + height / 2];
-        const monitor = Main.layoutManager.monitors.findIndex(one => middle >= one.x && middle < one.x + one.width &&
-            center >= one.y && center < one.y + one.height);
-        return rectangle(Main.layoutManager.getWorkAreaForMonitor(Math.max(monitor, 0)));
-    }
-
     _Pointer() {
         const [x, y] = global.get_pointer();
         return [x, y];
     }
 
-    /** Those that programs go by; no lock keys. */
+    // Those that programs go by; no lock keys.
     _AreModifiersHeld() {
         const {SHIFT_MASK, CONTROL_MASK, MOD1_MASK, MOD4_MASK, SUPER_MASK} = Clutter.ModifierType;
         return (global.get_pointer()[2] & (SHIFT_MASK | CONTROL_MASK | MOD1_MASK | MOD4_MASK | SUPER_MASK)) !== 0;
@@ -186,13 +182,14 @@ class Service {
         const source = inputSources[index];
         if (!source)
             return false;
-        const own = this._usersSource ? this._usersSource.index : currentSource ? currentSource.index : index;
+        const selected = currentSource ? currentSource.index : index;
+        const own = this._usersSource ? this._usersSource.index : selected;
         this._usersSource = own === index ? null : {client, index: own};
         source.activate(false);
         return true;
     }
 
-    /** Selects what was selected before a client did, if it has not done so itself; of everybody without one. */
+    // Selects what was selected before a client did, if it has not done so itself; of everybody without one.
     _restoreInputSource(client = null) {
         if (this._usersSource && (client === null || this._usersSource.client === client))
             this._SelectInputSource(client, this._usersSource.index);

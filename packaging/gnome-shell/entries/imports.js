@@ -10,13 +10,16 @@ const Main = imports.ui.main;
 let service = null;
 
 /* exported init, enable, disable */
+/** Nothing to do before it is enabled. */
 function init() {
 }
 
+/** Called at login, and whenever the user enables it. */
 function enable() {
     service = new Service(ExtensionUtils.getCurrentExtension().metadata.programs);
 }
 
+/** Called whenever it shall leave no trace. */
 function disable() {
     service.destroy();
     service = null;

@@ -2,29 +2,33 @@
 
 #include "backends/linux/wayland/gnome/ShellBindings.h"
 #include "backends/linux/wayland/gnome/ShellInputSources.h"
-#include "backends/linux/wayland/gnome/ShellWindows.h"
+#include "backends/linux/wayland/gnome/ShellScene.h"
 #include "platform/Input.h"
 
 namespace jumplark::gnome {
 namespace {
 
 TEST(GnomeShellWindows, areReadWithTheShadowThatTheirProgramsDraw) {
-  const WindowList list = readWindows(R"({"focused": 7, "buttons": "menu:close", "windows": [
+  const Scene scene = readScene(R"({"focused": 7, "buttons": "menu:close", "windows": [
     {"id": 9, "pid": 12, "type": "popup", "popup": true, "frame": [40, 50, 80, 90], "surface": [30, 40, 100, 110]},
     {"id": 8, "pid": 11, "hidden": true, "frame": [0, 0, 10, 10], "surface": [0, 0, 10, 10]},
     {"id": 7, "pid": 10, "title": "Demo", "class": "demo", "type": "dialog", "transientFor": 8, "modal": true,
      "frame": [126, 223, 500, 400], "surface": [100, 200, 552, 460], "closes": true, "maximises": true},
     {"id": 6, "pid": 10, "x11": true, "type": "normal", "frame": [0, 0, 300, 200], "surface": [0, 37, 300, 163],
-     "maximised": true, "maximises": true}]})");
-  ASSERT_EQ(list.windows.size(), 4U);
-  EXPECT_EQ(list.focused, WindowId(7));
-  EXPECT_EQ(list.buttons, "menu:close");
+     "maximised": true, "maximises": true}], "pointer": [3, 4],
+    "screens": [{"frame": [0, 0, 800, 600], "free": [0, 30, 800, 570]}]})");
+  ASSERT_EQ(scene.windows.size(), 4U);
+  EXPECT_EQ(scene.focused, WindowId(7));
+  EXPECT_EQ(scene.buttons, "menu:close");
+  EXPECT_EQ(scene.pointer, (Point{3, 4}));
+  ASSERT_EQ(scene.screens.size(), 1U);
+  EXPECT_EQ(scene.screens[0].free, (Rect{0, 30, 800, 570}));
 
-  const WindowFacts& popup = list.windows[0].facts;
+  const WindowFacts& popup = scene.windows[0].facts;
   EXPECT_TRUE(popup.isPopup);
   EXPECT_EQ(popup.visible(), (Rect{40, 50, 80, 90}));
 
-  const auto& dialog = list.windows[1];
+  const auto& dialog = scene.windows[1];
   EXPECT_EQ(dialog.facts.id, WindowId(7));
   EXPECT_EQ(dialog.facts.pid, 10);
   EXPECT_EQ(dialog.facts.title, "Demo");
@@ -37,13 +41,13 @@ TEST(GnomeShellWindows, areReadWithTheShadowThatTheirProgramsDraw) {
   EXPECT_EQ(dialog.wishes, (std::vector{WindowWish::close, WindowWish::maximise}));
 
   // The shell draws its title bar.
-  const auto& x11 = list.windows[2];
+  const auto& x11 = scene.windows[2];
   EXPECT_TRUE(x11.facts.knowsItsPlace);
   EXPECT_EQ(x11.facts.surface, (Rect{0, 37, 300, 163}));
   EXPECT_EQ(x11.facts.visible(), (Rect{0, 0, 300, 200}));
   EXPECT_EQ(x11.wishes, (std::vector{WindowWish::restore}));
 
-  EXPECT_TRUE(list.windows[3].facts.hidden) << "what does not show comes last";
+  EXPECT_TRUE(scene.windows[3].facts.hidden) << "what does not show comes last";
 }
 
 TEST(GnomeShellWindows, areLeftOutWhereTheyMakeNoSense) {
@@ -55,9 +59,9 @@ TEST(GnomeShellWindows, areLeftOutWhereTheyMakeNoSense) {
        R"({"windows": [{"id": -1, "pid": 2, "frame": [0, 0, 9, 9], "surface": [0, 0, 9, 9]}]})",
        R"({"windows": [{"id": 1, "pid": 99999999999, "frame": [0, 0, 9, 9], "surface": [0, 0, 9, 9]}]})",
        R"({"focused": "x", "windows": [{"id": 1, "pid": 2, "frame": [-200, -200, 1, 1], "surface": [0, 0, 9, 9]}]})"}) {
-    const WindowList list = readWindows(told);
-    EXPECT_TRUE(list.windows.empty()) << told;
-    EXPECT_FALSE(list.focused) << told;
+    const Scene scene = readScene(told);
+    EXPECT_TRUE(scene.windows.empty()) << told;
+    EXPECT_FALSE(scene.focused) << told;
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <csignal>
 #include <functional>
+#include <future>
+#include <memory>
 #include <thread>
 #include <utility>
 
@@ -21,6 +23,14 @@ inline std::thread startQuietThread(std::function<void()> body) {
   std::thread thread(std::move(body));
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
   return thread;
+}
+
+/// Runs the body on such a thread, which outlives whatever is given back; that is ready when the body has ended.
+inline std::future<void> inBackground(std::function<void()> body) {
+  std::packaged_task<void()> task(std::move(body));
+  std::future<void> end = task.get_future();
+  startQuietThread([task = std::make_shared<std::packaged_task<void()>>(std::move(task))] { (*task)(); }).detach();
+  return end;
 }
 
 }  // namespace jumplark

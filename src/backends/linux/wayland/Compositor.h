@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -59,9 +60,9 @@ class Compositor {
   /// Where the pointer is, a point of the layout; none where that is not told.
   virtual std::optional<Point> pointer() { return std::nullopt; }
   /// Has a window of this process, of that title, lie at a place of the layout, above all others and with the keyboard
-  /// from its first picture on. To be called before it is made, and for each further place; waits half a second at
-  /// most.
-  using WindowPlacer = std::function<void(const std::string& title, Point topLeft)>;
+  /// from its first picture on. To be called before it is made, and for each further place. What is given back becomes
+  /// ready when the compositor knows, half a second later at most: not before that the window may have a picture.
+  using WindowPlacer = std::function<std::future<void>(const std::string& title, Point topLeft)>;
   /// Empty where the layer shell does that.
   virtual WindowPlacer windowPlacer() { return {}; }
   /// This process is about to become another start of the program: what its death would undo is undone now. Nothing

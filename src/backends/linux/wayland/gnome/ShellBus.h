@@ -18,7 +18,7 @@ namespace jumplark::gnome {
 inline constexpr const char* kName = "com.brindlefox.jumplark.Shell";
 inline constexpr const char* kPath = "/com/brindlefox/jumplark/Shell";
 /// Of what the extension and this program say to each other.
-inline constexpr uint32_t kVersion = 1;
+inline constexpr uint32_t kVersion = 2;
 /// For the first question of all, which a shell that is busy starting programs answers late.
 inline constexpr std::chrono::seconds kFirstPatience{2};
 

@@ -8,6 +8,7 @@
 #include <thread>
 #include <utility>
 
+#include "backends/linux/system/QuietThread.h"
 #include "backends/linux/wayland/WaylandConnection.h"
 #include "backends/linux/wayland/gnome/ShellDevices.h"
 #include "backends/linux/windows/MenuWindow.h"
@@ -46,7 +47,8 @@ ShellCompositor::ShellCompositor(std::shared_ptr<Bus> bus, Stage stage, std::str
     : bus_(std::move(bus)),
       stage_(std::move(stage)),
       name_(std::move(name)),
-      windows_(bus_, stage_),
+      scenes_(std::make_shared<Scenes>(bus_, stage_)),
+      windows_(bus_, scenes_),
       inputSources_(bus_),
       bindings_(bus_) {}
 
@@ -54,28 +56,21 @@ ShellCompositor::~ShellCompositor() = default;
 
 Rect ShellCompositor::workAreaOf(const WaylandOutput& output) {
   const Rect frame = stageFrameOf(output);
-  int x = 0;
-  int y = 0;
-  int width = 0;
-  int height = 0;
-  const Answer answer = bus_->call(
-      "WorkArea",
-      [&](sd_bus_message* question) {
-        return sd_bus_message_append(question, "iiii", whole(frame.x), whole(frame.y), whole(frame.width),
-                                     whole(frame.height));
-      },
-      [&](sd_bus_message* reply) { return sd_bus_message_read(reply, "iiii", &x, &y, &width, &height); });
-  const Rect area{static_cast<double>(x), static_cast<double>(y), static_cast<double>(width),
-                  static_cast<double>(height)};
-  return answer == Answer::given ? pointsOn(output, area) : output.frame;
+  const Point middle{frame.x + frame.width / 2, frame.y + frame.height / 2};
+  const Scene scene = scenes_->now();
+  const auto screen = std::ranges::find_if(scene.screens, [&](const auto& one) { return one.frame.contains(middle); });
+  return screen != scene.screens.end() ? pointsOn(output, screen->free) : output.frame;
 }
 
 void ShellCompositor::listen() {
   const std::lock_guard lock(mutex_);
   if (!events_) {
-    events_ = std::make_unique<Events>(
-        Events::Handlers{[this](const std::string& combination) { bindings_.pressed(combination); },
-                         [this](int32_t pid) { focusChanged(pid); }, [this] { bindings_.bindAnew(); }});
+    events_ = std::make_unique<Events>(Events::Handlers{[this](const std::string& combination, std::string_view scene) {
+                                                          scenes_->told(scene);
+                                                          bindings_.pressed(combination);
+                                                        },
+                                                        [this](int32_t pid) { focusChanged(pid); },
+                                                        [this] { bindings_.bindAnew(); }});
   }
 }
 
@@ -85,7 +80,7 @@ Compositor::Binding ShellCompositor::bind(uint32_t key, uint64_t modifiers, std:
 }
 
 void ShellCompositor::focusChanged(int32_t pid) {
-  windows_.forget();
+  scenes_->forget();
   if (pid <= 0 || pid == getpid()) {
     return;
   }
@@ -126,26 +121,37 @@ void ShellCompositor::closeMenus() {
   constexpr std::chrono::milliseconds kStep{5};
   bus_->call("CloseMenus");
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
-  windows_.forget();
+  scenes_->forget();
   while (std::ranges::any_of(windows_.popupsFrontToBack(), isMenuWindow) &&
          std::chrono::steady_clock::now() < deadline) {
     std::this_thread::sleep_for(kStep);
-    windows_.forget();
+    scenes_->forget();
   }
 }
 
 std::optional<Point> ShellCompositor::pointer() {
-  Point place;
-  const bool told = bus_->does(
-      "Pointer", {}, [&](sd_bus_message* reply) { return sd_bus_message_read(reply, "dd", &place.x, &place.y); });
-  return told ? std::optional(stage_.toPoints(place)) : std::nullopt;
+  std::optional<Point> place;
+  if (const auto scene = scenes_->known()) {
+    place = scene->pointer;
+  }
+  if (!place) {
+    bus_->does("Pointer", {}, [&](sd_bus_message* reply) {
+      Point told;
+      const int r = sd_bus_message_read(reply, "dd", &told.x, &told.y);
+      place = r > 0 ? std::optional(told) : std::nullopt;
+      return r;
+    });
+  }
+  return place ? std::optional(stage_.toPoints(*place)) : std::nullopt;
 }
 
 Compositor::WindowPlacer ShellCompositor::windowPlacer() {
   return [bus = bus_, stage = stage_](const std::string& title, Point topLeft) {
     const Point corner = stage.toStage(topLeft);
-    bus->call("Place", [&](sd_bus_message* question) {
-      return sd_bus_message_append(question, "sii", title.c_str(), whole(corner.x), whole(corner.y));
+    return inBackground([=] {
+      bus->call("Place", [&](sd_bus_message* question) {
+        return sd_bus_message_append(question, "sii", title.c_str(), whole(corner.x), whole(corner.y));
+      });
     });
   };
 }

@@ -10,6 +10,7 @@
 #include "backends/linux/wayland/gnome/ShellBus.h"
 #include "backends/linux/wayland/gnome/ShellEvents.h"
 #include "backends/linux/wayland/gnome/ShellInputSources.h"
+#include "backends/linux/wayland/gnome/ShellScene.h"
 #include "backends/linux/wayland/gnome/ShellStage.h"
 #include "backends/linux/wayland/gnome/ShellWindows.h"
 
@@ -46,6 +47,7 @@ class ShellCompositor final : public Compositor {
   std::shared_ptr<Bus> bus_;
   const Stage stage_;
   std::string name_;
+  const std::shared_ptr<Scenes> scenes_;
   Windows windows_;
   InputSources inputSources_;
   Bindings bindings_;

@@ -76,12 +76,14 @@ int Events::onOwnerChanged(sd_bus_message* message, void* data, sd_bus_error* /*
 void Events::handle(sd_bus_message* message) {
   const char* const sender = sd_bus_message_get_sender(message);
   const char* combination = nullptr;
+  const char* scene = nullptr;
   int32_t pid = 0;
   if (sender == nullptr || owner_ != sender) {
     return;
   }
-  if (sd_bus_message_is_signal(message, kName, "Pressed") > 0 && sd_bus_message_read(message, "s", &combination) > 0) {
-    handlers_.pressed(combination);
+  if (sd_bus_message_is_signal(message, kName, "Pressed") > 0 &&
+      sd_bus_message_read(message, "ss", &combination, &scene) > 0) {
+    handlers_.pressed(combination, scene);
   } else if (sd_bus_message_is_signal(message, kName, "Focused") > 0 && sd_bus_message_read(message, "i", &pid) > 0) {
     handlers_.focused(pid);
   }

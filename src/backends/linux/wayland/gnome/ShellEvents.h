@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "backends/linux/system/FileDescriptor.h"
@@ -15,7 +16,8 @@ namespace jumplark::gnome {
 class Events {
  public:
   struct Handlers {
-    std::function<void(const std::string& combination)> pressed;
+    /// With what the shell showed at that moment.
+    std::function<void(const std::string& combination, std::string_view scene)> pressed;
     std::function<void(int32_t pid)> focused;
     std::function<void()> returned;  ///< the extension is there anew; what it was told before is gone
   };

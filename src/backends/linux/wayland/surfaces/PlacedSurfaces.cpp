@@ -63,7 +63,10 @@ class PlacedSurfaces::Window final : public FrontSurface {
     if (const Point corner{place.x + card.x, place.y + card.y}; !isPlaced_ || corner != card_) {
       isPlaced_ = true;
       card_ = corner;
-      all_.placer_(all_.title_, corner);
+      placed_ = all_.placer_(all_.title_, corner);
+      if (configured_) {
+        placed_.wait();
+      }
     }
     corner_ = {place.x, place.y};
     geometry_ = card;
@@ -81,6 +84,8 @@ class PlacedSurfaces::Window final : public FrontSurface {
     waiting_ = true;
     queue_.wait([this] { return configured_ || closed_; }, limit);
     waiting_ = false;
+    // With the first picture it shows where the compositor then knows it to belong.
+    placed_.wait();
     // What comes later is handled with the connection's other events.
     wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(window_.get()), nullptr);
     wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(toplevel_.get()), nullptr);
@@ -114,6 +119,7 @@ class PlacedSurfaces::Window final : public FrontSurface {
   Point corner_;   ///< of the surface
   Rect geometry_;  ///< of the card in it
   Point card_;     ///< its corner, as the compositor was told
+  std::future<void> placed_;
   bool isPlaced_ = false;
   bool hasPicture_ = false;
   bool configured_ = false;

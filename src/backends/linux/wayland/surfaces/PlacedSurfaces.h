@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,7 +18,8 @@ namespace jumplark::wayland {
 class PlacedSurfaces final : public FrontSurfaces {
  public:
   /// Has the compositor place the card of the window with that title, before the window is made and whenever it moves.
-  using Placer = std::function<void(const std::string& title, Point card)>;
+  /// What is given back is ready when the compositor knows.
+  using Placer = std::function<std::future<void>(const std::string& title, Point card)>;
   /// Globals must outlive it, and have all that isPossible() asks for.
   PlacedSurfaces(const SurfaceGlobals& globals, std::string title, Placer placer);
   ~PlacedSurfaces() override;
