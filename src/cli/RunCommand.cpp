@@ -2,6 +2,7 @@
 #include <spdlog/spdlog.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -98,11 +99,20 @@ class KeepingAtExit {
   KeepingAtExit& operator=(const KeepingAtExit&) = delete;
   ~KeepingAtExit() { running = nullptr; }
 
+  /// Somebody asks the program to end, who shall not have to wait for a display. On any thread.
+  static void noteWish() {
+    isWished = true;
+    if (isWaiting) {
+      ::_exit(0);
+    }
+  }
+
  private:
   static void end() {
     if (KeepingAtExit* const left = std::exchange(running, nullptr)) {
       left->delegate_.applicationWillTerminate();
-      if (left->program_.awaitDisplay()) {
+      isWaiting = true;
+      if (!isWished && left->program_.awaitDisplay()) {
         spdlog::warn("The display has gone and come back; so does Jumplark");
         startAnew();
       }
@@ -112,6 +122,8 @@ class KeepingAtExit {
   JLAppDelegate& delegate_;
   LinuxProgram& program_;
   static inline KeepingAtExit* running = nullptr;
+  static inline std::atomic<bool> isWished = false;
+  static inline std::atomic<bool> isWaiting = false;  ///< and what must be kept is kept
 };
 
 /// The program in the background, on the main thread.
@@ -204,7 +216,10 @@ ExitStatus runInBackground() {
     throw CommandFailure(ExitStatus::outOfReach, opened.error);
   }
   QtMainLoop& loop = opened.program->loop();
-  signals.start([&loop](int) { loop.quit(); });
+  signals.start([&loop](int) {
+    KeepingAtExit::noteWish();
+    loop.quit();
+  });
   Background running(*opened.program);
   background = &running;
   if (!opened.error.empty()) {

@@ -99,6 +99,19 @@ TEST_F(NeverStuckOnKWin, goesOnAfterAKWinThatHungAndAfterItsScriptWasEnded) {
   expectThatItWorks(program);
 }
 
+TEST(OnKWin, comesBackWithACompositorThatDoes) {
+  Desktop desktop(WindowManager::kwin);
+  auto& session = dynamic_cast<KWinSession&>(desktop.session);
+  session.putKeeperInPlace();
+  RunningProgram program(session);
+  kill(session.kwin(), SIGKILL);
+  session.awaitReturn();
+  const auto runsAnew = [&] { return program.process().linesBeginning("Jumplark is running. Press").size() == 2; };
+  EXPECT_TRUE(waitUntil(runsAnew, KWinSession::kStart)) << program.process().err();
+  DemoProgram demo(desktop);
+  expectThatItWorks(program, demo);
+}
+
 TEST(OnKWin, endsWithItsCompositor) {
   Desktop desktop(WindowManager::kwin);
   expectTheEndAfter(desktop.session, dynamic_cast<KWinSession&>(desktop.session).kwin());

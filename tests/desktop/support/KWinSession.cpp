@@ -1,5 +1,6 @@
 #include "desktop/support/KWinSession.h"
 
+#include <csignal>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -57,6 +58,25 @@ pid_t KWinSession::kwin() const {
     }
   }
   return -1;
+}
+
+void KWinSession::putKeeperInPlace() {
+  const pid_t before = kwin();
+  kill(before, SIGKILL);
+  waitUntil([&] { return kill(before, 0) != 0; });  // and its socket is free
+  start({"sh", "-c",
+         "PATH=\"$JUMPLARK_PRIVATE_SESSION:$PATH\" exec env -u WAYLAND_DISPLAY -u DISPLAY "
+         "KWIN_WAYLAND_NO_PERMISSION_CHECKS=1 KWIN_SCREENSHOT_NO_PERMISSION_CHECKS=1 "
+         "kwin_wayland_wrapper --virtual --no-lockscreen"});
+  awaitReturn();
+}
+
+void KWinSession::awaitReturn() {
+  waitUntil([&] { return run({JUMPLARK_KWIN_LOOK, "windows"}).status == 0; }, kStart);
+  const Process& seat = start({JUMPLARK_WAYLAND_SEAT_SCRIPT, "hold"});
+  if (!seat.waitForLine("held")) {
+    throw std::runtime_error("KWin has not come back: " + seat.err());
+  }
 }
 
 void KWinSession::requestActive(uint32_t window) const {

@@ -22,6 +22,13 @@ class KWinSession final : public WaylandSession {
   static constexpr int kShortcut = 0x12000020;
 
   pid_t kwin() const;
+  /// Ends KWin. The one that comes in its place has a keeper of its socket, which starts another one whenever it dies,
+  /// as Plasma has it.
+  void putKeeperInPlace();
+  /// For a start of KWin on a machine with much else to do.
+  static constexpr Milliseconds kStart{120'000};
+  /// Returns when there is a KWin after one that has gone, with a pointer and a keyboard.
+  void awaitReturn();
 
  protected:
   void requestActive(uint32_t window) const override;

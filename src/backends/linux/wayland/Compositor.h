@@ -68,6 +68,9 @@ class Compositor {
   /// This process is about to become another start of the program: what its death would undo is undone now. Nothing
   /// else is asked afterwards.
   virtual void leave() {}
+  /// Whether it tells its windows, where it can end while its socket is held for the next one. May be asked after
+  /// leave().
+  virtual bool tellsWindows() { return true; }
   /// What it offers in ways of its own, or needs besides. Each stands in place of the general check of that name, if
   /// there is one.
   virtual std::vector<DesktopCheck> checks(const WaylandConnection& connection) {

@@ -8,7 +8,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <future>
-#include <memory>
+#include <utility>
 
 #include "platform/Queues.h"
 
@@ -20,17 +20,26 @@ constexpr int kStatus = 1;  // Qt's
 
 QtMessageHandler before = nullptr;
 TaskQueue* queue = nullptr;
+std::promise<void> begun;
+
+/// On the main thread, which may notice once more while it ends: then at once.
+void begin() {
+  static bool isBegun = false;
+  if (!std::exchange(isBegun, true)) {
+    begun.set_value();
+    std::quick_exit(kStatus);
+  }
+}
 
 void endInOrder() {
   if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
-    std::quick_exit(kStatus);
+    begin();
+    return;
   }
-  const auto begun = std::make_shared<std::promise<void>>();
-  queue->post([begun] {
-    begun->set_value();
-    std::quick_exit(kStatus);
-  });
-  if (begun->get_future().wait_for(kPatience) == std::future_status::ready) {
+  // Several threads may notice, the main one among them.
+  static const std::shared_future<void> hasBegun = begun.get_future().share();
+  queue->post(begin);
+  if (hasBegun.wait_for(kPatience) == std::future_status::ready) {
     while (true) {
       pause();
     }

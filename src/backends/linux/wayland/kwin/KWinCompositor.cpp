@@ -134,6 +134,7 @@ void KWinCompositor::guard() {
 
 void KWinCompositor::leave() {
   const std::lock_guard lock(guarding_);
+  shortcuts_.forget();
   guard_.reset();
 }
 

@@ -33,6 +33,7 @@ class KWinCompositor final : public Compositor {
   std::unique_ptr<SeatPointer> makePointer(const std::shared_ptr<WaylandConnection>& connection) override;
   std::unique_ptr<SeatKeyboard> makeKeyboard(const std::shared_ptr<WaylandConnection>& connection) override;
   void leave() override;
+  bool tellsWindows() override { return windows_.areTold(); }
   std::vector<DesktopCheck> checks(const WaylandConnection& connection) override;
 
  private:

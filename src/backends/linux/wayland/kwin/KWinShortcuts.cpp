@@ -135,10 +135,11 @@ Compositor::Binding KWinShortcuts::request(const std::string& action, int32_t ke
   if (ask("doRegister", idAlone(action)).result != Result::answered) {
     return Binding::refused;
   }
+  const int32_t before = action == kActivate ? firstKey(ask("shortcut", idAlone(action))) : 0;
   // The user's own choice in the system's settings holds as long as ours has not changed since.
-  const bool isAsBefore = action == kActivate && defaultKey(ask("defaultShortcutKeys", idAlone(action))) == key &&
-                          firstKey(ask("shortcut", idAlone(action))) != 0;
-  if ((!isAsBefore && !isFree(key)) ||
+  const bool isAsBefore = before != 0 && defaultKey(ask("defaultShortcutKeys", idAlone(action))) == key;
+  // A combination that the action has itself is not free either.
+  if ((!isAsBefore && before != key && !isFree(key)) ||
       setShortcut(action, key, isAsBefore ? kSetPresent : kSetPresent | kNoAutoloading) == 0) {
     return Binding::taken;
   }
@@ -205,6 +206,11 @@ void KWinShortcuts::bindAnew() {
   for (const auto& [combination, bound] : bound_) {
     request(bound.action, bound.key);
   }
+}
+
+void KWinShortcuts::forget() {
+  const std::lock_guard lock(mutex_);
+  bound_.clear();
 }
 
 std::vector<LastRequest> KWinShortcuts::farewell() {

@@ -35,6 +35,8 @@ class KWinShortcuts {
   void pressed(const std::string& action);
   /// The service has forgotten which programs are there.
   void bindAnew();
+  /// Nothing is bound anew from now on, nor given back.
+  void forget();
   /// What undoes all that is bound now.
   std::vector<LastRequest> farewell();
 

@@ -15,11 +15,17 @@ namespace jumplark::kwin {
 
 bool KWinWindows::take(const nlohmann::json& message) {
   const std::lock_guard lock(mutex_);
+  areTold_ = !message.is_null();
   if (message.is_null()) {
     scene_ = {};
     return true;
   }
   return scene_.take(message);
+}
+
+bool KWinWindows::areTold() {
+  const std::lock_guard lock(mutex_);
+  return areTold_;
 }
 
 std::vector<WindowFacts> KWinWindows::all() {

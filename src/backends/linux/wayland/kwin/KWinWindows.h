@@ -19,6 +19,7 @@ class KWinWindows final : public ListedWindows {
 
   /// What the script tells; null: nothing is known any more. False for what is not understood.
   bool take(const nlohmann::json& message);
+  bool areTold();
 
   WindowId activeWindow() override;
   bool requestActive(WindowId id, bool force) override;
@@ -35,6 +36,7 @@ class KWinWindows final : public ListedWindows {
   KWinScripts scripts_;
   std::mutex mutex_;  ///< leaf
   KWinScene scene_;
+  bool areTold_ = false;
   std::mutex running_;  ///< held while a script carries something out
   int runs_ = 0;
 };
