@@ -110,6 +110,16 @@ class Stage {
     return time;
   }
 
+  /// What looking costs by itself: a compositor takes pictures with its frames, and this one is part of the times of
+  /// boxes.
+  double picture() {
+    const auto begun = Clock::now();
+    return connection_.until(begun, [this] {
+      seat_->pixels({boxes_->place[0], boxes_->place[1]});
+      return true;
+    });
+  }
+
   /// To and fro between the best match and the next one, with all boxes on the screen.
   std::vector<double> tabToNextBox(int runs) {
     learn();
@@ -266,6 +276,7 @@ void measureAll(const Setting& setting, int runs) {
   Stage stage(setting.compositor, {JUMPLARK_MANY_WIDGETS_GTK, "3"});
   const double baseline = median(repeat(runs, [&] { return stage.plainSurface(); }));
   print({"letter to boxes, 1,000 elements", 120, 200, repeat(runs, [&] { return stage.letterToBoxes(); })}, baseline);
+  print({"of that, a picture by itself", 0, 0, repeat(runs, [&] { return stage.picture(); })}, baseline);
   print({"Tab to the next box, 1,000 elements", 33, 100, stage.tabToNextBox(runs)}, baseline);
   print({"Return to button down, 1,000 elements", 162, 212,
          repeat(runs, [&] { return stage.canBeCovered() ? stage.returnToClick() : stage.returnToPress(); })},

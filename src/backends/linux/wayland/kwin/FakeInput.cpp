@@ -28,17 +28,17 @@ ButtonGuard::Pointer pointerOfGuard(WaylandConnection& connection) {
 
 }  // namespace
 
-std::unique_ptr<FakePointer> FakePointer::create(std::shared_ptr<WaylandConnection> connection) {
+std::unique_ptr<FakePointer> FakePointer::create(const std::shared_ptr<WaylandConnection>& connection) {
   if (connection->globals().fakeInput == nullptr) {
     return nullptr;
   }
-  return std::unique_ptr<FakePointer>(new FakePointer(std::move(connection)));
+  return std::unique_ptr<FakePointer>(new FakePointer(connection));
 }
 
 /// KWin 6 takes each connection for a device, and lets none release what another one has pressed: what is pressed here
 /// is pressed with the guard's.
-FakePointer::FakePointer(std::shared_ptr<WaylandConnection> connection)
-    : guard_(ButtonGuard::create(pointerOfGuard)), connection_(guard_ ? guard_->connection() : std::move(connection)) {
+FakePointer::FakePointer(const std::shared_ptr<WaylandConnection>& connection)
+    : guard_(ButtonGuard::create(pointerOfGuard)), connection_(guard_ ? guard_->connection() : connection) {
   introduce(connection_->globals().fakeInput);
   connection_->flush();
 }

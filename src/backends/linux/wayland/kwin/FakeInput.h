@@ -14,13 +14,13 @@ namespace jumplark::kwin {
 class FakePointer final : public SeatPointer {
  public:
   /// Null where KWin does not show it.
-  static std::unique_ptr<FakePointer> create(std::shared_ptr<WaylandConnection> connection);
+  static std::unique_ptr<FakePointer> create(const std::shared_ptr<WaylandConnection>& connection);
 
   void post(const MouseEvent& event) override;
   void clickSecondary(Point place) override;
 
  private:
-  explicit FakePointer(std::shared_ptr<WaylandConnection> connection);
+  explicit FakePointer(const std::shared_ptr<WaylandConnection>& connection);
   void moveTo(Point place);
 
   std::unique_ptr<ButtonGuard> guard_;             ///< null where there can be none
