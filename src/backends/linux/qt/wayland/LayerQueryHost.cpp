@@ -193,6 +193,9 @@ void LayerQueryHost::show() {
 }
 
 void LayerQueryHost::appear() {
+  // What an attempt in vain has left: a surface takes its role along when it goes, and whoever asks of that then is
+  // thrown out.
+  layer_.reset();
   widget_.winId();
   QWindow& window = *widget_.windowHandle();
   const auto* output = wantedOutput();
@@ -217,9 +220,15 @@ void LayerQueryHost::appear() {
     overdue_.start();
     return;
   }
-  // As a task, since whoever shows it does not expect to lose it meanwhile.
+  // As a task, since whoever shows it does not expect to lose it meanwhile; he may have tried again by then.
   QMetaObject::invokeMethod(
-      &widget_, [this] { lose(); }, Qt::QueuedConnection);
+      &widget_,
+      [this] {
+        if (!widget_.isVisible()) {
+          lose();
+        }
+      },
+      Qt::QueuedConnection);
 }
 
 void LayerQueryHost::disappear() {
