@@ -124,14 +124,16 @@ TEST_P(FormOnWayland, isCheckedFocusedOpenedAndChosenFrom) {
         program.close("Escape");
         const size_t opened = count(job.in.opened);
         clicking(job.in.role, job.in.opener)(application);
-        ASSERT_TRUE(waitUntil([&] { return count(job.in.opened) > opened; })) << application.process().out();
+        if (!waitUntil([&] { return count(job.in.opened) > opened; }, kUntilRead)) {
+          continue;  // what the attempt before had opened closed only now
+        }
       }
       program.open();
       program.query(job.query);
       isTold = waitUntil([&] { return program.description().starts_with(job.told); }, kUntilRead);
       program.close(isTold ? "Return" : "Escape");
     }
-    EXPECT_TRUE(isTold);
+    EXPECT_TRUE(isTold) << application.process().out();
     ASSERT_TRUE(waitUntil([&] { return count(job.says) > before; })) << application.process().out();
   }
 }

@@ -173,6 +173,7 @@ class FrontWindows {
             return;
         this._watched.set(window, [
             window.connect('notify::title', () => this._dropEffects(window)),
+            window.connect('size-changed', () => this._hasPicture(window)),
             window.connect('unmanaging', () => this._end(window)),
         ]);
     }
@@ -182,6 +183,18 @@ class FrontWindows {
         const actor = window.get_compositor_private();
         if (actor && this._placeOf(window))
             Main.wm.skipNextEffect(actor);
+    }
+
+    // The shell would show it, and give it the keyboard, with its next frame.
+    _hasPicture(window) {
+        const place = this._placeOf(window);
+        if (!place || place.window)
+            return;
+        GLib.idle_add(GLib.PRIORITY_DEFAULT, () => {
+            if (this._watched.has(window) && !place.window)
+                window.activate(global.get_current_time());
+            return GLib.SOURCE_REMOVE;
+        });
     }
 
     _show(window) {

@@ -138,6 +138,23 @@ TEST_F(Actions, readTheirElementAnewAndTheRestWhereThatHasMoved) {
   EXPECT_EQ(nameIn(moved, "beside"), "unread");
 }
 
+/// A busy application is clicked where the user saw what he chose; nowhere else, and not at all what has gone.
+TEST_F(Actions, takeWhatDoesNotAnswerForWhatItWas) {
+  add("frame", "box", role::panel, "box", {100, 50, 300, 100});
+  add("box", "ok", role::pushButton, "OK", {110, 60, 80, 30});
+  add("box", "gone", role::pushButton, "Gone", {210, 60, 80, 30});
+  prepare();
+  const ReadScope scope = view().scopeOf(app.root());
+  const ElementRef gone = app.ref("gone");
+  app.remove("gone");
+  EXPECT_FALSE(source().takeForAction(gone, scope)->find(gone));
+  app.answerInstead([](sd_bus_message*, const std::string&, const std::string&) { return true; });
+  const auto read = source().takeForAction(app.ref("ok"), scope);
+  ASSERT_TRUE(read->find(app.ref("ok")));
+  EXPECT_EQ(read->find(app.ref("ok"))->extents, (Rect{110, 60, 80, 30}));
+  EXPECT_EQ(read->focusedWindow, app.ref("frame"));
+}
+
 TEST_F(Actions, askOnlyWhatHasAPlaceWhereItIs) {
   add("frame", "ok", role::pushButton, "OK", {110, 60, 80, 30});
   prepare();

@@ -25,17 +25,26 @@ bool isUnmoved(const FactsPointer& before, const FactsPointer& now) {
 /// How many children elements say they have now; asked while something else is. -1 where nothing is told.
 class ChildCounts {
  public:
-  explicit ChildCounts(const std::vector<ElementRef>& containers) : told(containers.size(), -1) {
+  explicit ChildCounts(const std::vector<ElementRef>& containers)
+      : told(containers.size(), -1), containers_(containers) {
     for (size_t i = 0; i < containers.size(); ++i) {
       batch_.add<int32_t>(calls::childCount(*handleOf(containers[i])), [this, i](int32_t& count) { told[i] = count; });
     }
   }
   void ask(CallRunner& runner, TimePoint deadline) { batch_.start(runner, deadline); }
   void take() { batch_.finish(); }
+  /// What one is taken to have that does not answer.
+  void expect(const ElementRef& container, int64_t count) {
+    const auto found = std::ranges::find(containers_, container);
+    if (found != containers_.end()) {
+      told[static_cast<size_t>(found - containers_.begin())] = count;
+    }
+  }
 
   std::vector<int64_t> told;
 
  private:
+  const std::vector<ElementRef>& containers_;
   TypedBatch batch_;
 };
 
@@ -58,8 +67,18 @@ void ActionReader::read(const ElementRef& element, TimePoint deadline) {
   }
   ChildCounts counts(containers);
   counts.ask(runner_, deadline);
-  const auto anew = live_.factsOfAll(chain, facts::identity | facts::extents | facts::texts);
+  auto answers = live_.answersOfAll(chain, facts::identity | facts::extents | facts::texts);
   counts.take();
+  std::vector<FactsPointer> anew;
+  for (size_t i = 0; i < chain.size(); ++i) {
+    // What does not answer in time counts as it was when the user saw it: without a place it would be clicked nowhere.
+    if (answers[i].error == AccessibilityError::cannotComplete && known[i]) {
+      keep(known[i]);
+      counts.expect(chain[i], known[i]->childCount);
+      answers[i] = known[i];
+    }
+    anew.push_back(answers[i].ok() ? std::move(answers[i].value) : nullptr);
+  }
   // Windows are searched for sheets.
   if (std::equal(known.begin(), known.end(), anew.begin(), anew.end(), isUnmoved)) {
     keepSurroundings(withChildren(containers, counts.told));

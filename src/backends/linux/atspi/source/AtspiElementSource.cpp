@@ -81,6 +81,9 @@ SnapshotPointer AtspiElementSource::takeForAction(const ElementRef& element, con
   draft.toolkit = &toolkitOf(*handle);
   draft.pid = registry_.processOf(handle->busName()).value;
   MatchedFrames now = frames(draft.application);
+  if (now.matched.empty() && scope.known) {  // it does not answer
+    now = {{}, scope.known->frames, scope.known->focusedWindow};
+  }
   draft.frames = std::move(now.matched);
   draft.focusedWindow = now.focused;
   draft.complete = true;

@@ -60,14 +60,24 @@ ElementSource::Answer View::facts(const ElementRef& element, facts::Set wanted) 
 }
 
 std::vector<FactsPointer> View::factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) const {
-  std::vector<FactsPointer> found(elements.size());
+  std::vector<FactsPointer> found;
+  for (auto& answer : answersOfAll(elements, wanted)) {
+    found.push_back(answer.ok() ? std::move(answer.value) : nullptr);
+  }
+  return found;
+}
+
+std::vector<ElementSource::Answer> View::answersOfAll(const std::vector<ElementRef>& elements,
+                                                      facts::Set wanted) const {
+  std::vector<ElementSource::Answer> found(elements.size(), AccessibilityError::invalidElement);
   std::map<std::string, std::vector<size_t>> unread;  // by application
   for (size_t i = 0; i < elements.size(); ++i) {
     const AtspiHandle* handle = handleOf(elements[i]);
     const SnapshotPointer& known = knownOf(elements[i]);
-    found[i] = known && handle ? known->find(elements[i]) : nullptr;
-    if (handle && !(found[i] && found[i]->has(wanted))) {
-      found[i] = nullptr;
+    FactsPointer held = known && handle ? known->find(elements[i]) : nullptr;
+    if (held && held->has(wanted)) {
+      found[i] = std::move(held);
+    } else if (handle) {
       unread[handle->busName()].push_back(i);
     }
   }
@@ -79,7 +89,7 @@ std::vector<FactsPointer> View::factsOfAll(const std::vector<ElementRef>& elemen
     }
     auto answers = source_.read(asked, wanted, scopeOf(asked.front()));
     for (size_t i = 0; i < indexes.size(); ++i) {
-      found[indexes[i]] = answers[i].ok() ? std::move(answers[i].value) : nullptr;
+      found[indexes[i]] = std::move(answers[i]);
     }
   }
   return found;

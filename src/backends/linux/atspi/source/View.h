@@ -51,6 +51,8 @@ class View {
   ElementSource::Answer facts(const ElementRef& element, facts::Set wanted) const;
   /// As facts() for many elements at once, pipelined; an entry is null where the element could not be read.
   std::vector<FactsPointer> factsOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) const;
+  /// The same, with why one could not be read.
+  std::vector<ElementSource::Answer> answersOfAll(const std::vector<ElementRef>& elements, facts::Set wanted) const;
   /// Facts with at least the wanted groups; null for an empty reference or an element that cannot be read.
   FactsPointer get(const ElementRef& element, facts::Set wanted) const;
   /// The element's parent as its toolkit says; null for an application.

@@ -87,6 +87,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kMoment{20};
 /// And what came with a press, which is what the user saw when he pressed.
 constexpr std::chrono::milliseconds kMomentOfPress{60};
+/// A shell that does not answer moves no windows, and without them elements would be taken to be somewhere else.
+constexpr std::chrono::seconds kLongestSilence{3};
 
 }  // namespace
 
@@ -154,16 +156,20 @@ Scene Scenes::now() {
     changes = changes_;
   }
   Scene scene;
-  const bool isTold = bus_->does("Scene", {}, [&](sd_bus_message* reply) {
+  const Answer answer = bus_->call("Scene", {}, [&](sd_bus_message* reply) {
     const char* json = nullptr;
     const int r = sd_bus_message_read(reply, "s", &json);
     scene = r > 0 ? read(json) : Scene{};
     return r;
   });
   const std::lock_guard lock(mutex_);
-  if (isTold && changes == changes_) {
+  if (answer == Answer::silent && Clock::now() < lastTold_ + kLongestSilence) {
+    return last_;
+  }
+  if (answer == Answer::given && changes == changes_) {
     last_ = scene;
-    lastEnds_ = Clock::now() + kMoment;
+    lastTold_ = Clock::now();
+    lastEnds_ = lastTold_ + kMoment;
   }
   return scene;
 }
@@ -173,7 +179,8 @@ void Scenes::told(std::string_view json) {
   const std::lock_guard lock(mutex_);
   ++changes_;
   last_ = std::move(scene);
-  lastEnds_ = Clock::now() + kMomentOfPress;
+  lastTold_ = Clock::now();
+  lastEnds_ = lastTold_ + kMomentOfPress;
 }
 
 void Scenes::forget() {

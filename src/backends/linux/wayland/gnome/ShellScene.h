@@ -46,8 +46,8 @@ class Scenes {
  public:
   Scenes(std::shared_ptr<Bus> bus, Stage stage) : bus_(std::move(bus)), stage_(std::move(stage)) {}
 
-  /// The one of this moment, asked for where it is not known: half a second at most, an empty one then. Windows are in
-  /// points.
+  /// The one of this moment, asked for where it is not known. Of a shell that does not answer in half a second it is
+  /// the last one, for a while, and then empty. Windows are in points.
   Scene now();
   /// The one of this moment where that is known.
   std::optional<Scene> known();
@@ -66,6 +66,7 @@ class Scenes {
   std::mutex mutex_;   ///< leaf; of what follows
   uint64_t changes_ = 0;
   Scene last_;
+  std::chrono::steady_clock::time_point lastTold_;
   std::chrono::steady_clock::time_point lastEnds_;  ///< from when on it counts no more
 };
 
