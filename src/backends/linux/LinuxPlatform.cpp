@@ -30,6 +30,10 @@ constexpr int64_t kMenuKey = key_code::symbolBase + 0xFF67;
 constexpr auto kOpenMenusLimit = std::chrono::milliseconds(150);
 using Keyboard = menus::OpenCommands::Keyboard;
 
+Keyboard keyboardOf(bool isTaken) {
+  return isTaken ? Keyboard::taken : Keyboard::free;
+}
+
 }  // namespace
 
 // In the order in which each needs those before it.
@@ -131,15 +135,15 @@ void LinuxPlatform::shortcutMayCome() {
 }
 
 bool LinuxPlatform::menuWillClose(bool hasKeyboard) {
-  return parts_->openMenus.read(kOpenMenusLimit, hasKeyboard ? Keyboard::taken : Keyboard::free);
+  return parts_->openMenus.read(kOpenMenusLimit, keyboardOf(hasKeyboard));
 }
 
 bool LinuxPlatform::isMenuTold() {
   return parts_->openMenus.hasRead();
 }
 
-bool LinuxPlatform::isMenuOpen() {
-  return parts_->openMenus.areThere(kOpenMenusLimit);
+bool LinuxPlatform::isMenuOpen(bool hasKeyboard) {
+  return parts_->openMenus.areThere(kOpenMenusLimit, keyboardOf(hasKeyboard));
 }
 
 std::string LinuxPlatform::applicationWithOpenMenu() {

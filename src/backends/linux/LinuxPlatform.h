@@ -44,7 +44,7 @@ class LinuxPlatform {
   /// them. Takes 150 ms at most, on any thread. True when menus are open that have no windows of their own.
   bool menuWillClose(bool hasKeyboard);
   bool isMenuTold();
-  bool isMenuOpen();
+  bool isMenuOpen(bool hasKeyboard);
   /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
   void applicationBecameActive(int32_t pid);
   /// Reads an application as a snapshot does, and says how that went.

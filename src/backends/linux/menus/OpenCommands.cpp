@@ -79,8 +79,8 @@ bool OpenCommands::hasRead() {
   return latest_ && !latest_->told.commands.empty();
 }
 
-bool OpenCommands::areThere(Clock::duration limit) {
-  const auto reading = start(Clock::now() + limit, Keyboard::taken);
+bool OpenCommands::areThere(Clock::duration limit, Keyboard keyboard) {
+  const auto reading = start(Clock::now() + limit, keyboard);
   return reading->done->wait(limit) && hasCommands(*reading);
 }
 

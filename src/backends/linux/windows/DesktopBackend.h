@@ -29,7 +29,7 @@ struct MenuHooks {
   /// Whether menuWillClose has found anything to choose. Must not wait.
   std::function<bool()> isMenuTold;
   /// Whether there is anything to choose in menus that are open now. May take as long as menuWillClose.
-  std::function<bool()> isMenuOpen;
+  std::function<bool(bool hasKeyboard)> isMenuOpen;
   /// A press has come to nothing, since another program keeps the keyboard. Must not wait.
   std::function<void()> keyboardIsKept;
 };

@@ -45,12 +45,33 @@ menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboa
   }
   const std::vector<WindowFacts> popups = popupsOf(*window);
   if (popups.empty() && !isKeyboardTaken) {
-    return {};
+    // A window system that tells no places tells no pop-ups of that window either, or there are none.
+    return window->knowsItsPlace
+               ? menus::OpenCommands::Told()
+               : menus::OpenCommands::Told{window->pid, readLists({window->pid, *window, deadline}), {}};
   }
   menus::OpenCommands::Told told{
       window->pid, readOpen({window->pid, *window, deadline}, openingOf(popups), Look::first), {}};
   std::ranges::transform(popups, std::back_inserter(told.popups), &WindowFacts::id);
   return told;
+}
+
+std::vector<MenuCommand> AtspiMenus::readLists(const menus::MenuRequest& request) {
+  const ElementRef application = elements_.knownApplication(request.pid);
+  if (!handleOf(application)) {
+    return {};
+  }
+  CallRunner& runner = elements_.connection();
+  const Toolkit& toolkit = elements_.toolkitOf(application);
+  const ElementRef frame =
+      toolkit.mayHaveOpened(runner, application, request.deadline) ? placeOf(request).frame : ElementRef();
+  if (!handleOf(frame)) {
+    return {};
+  }
+  OpenMenus::Heads heads{
+      .application = {}, .window = frame, .holders = toolkit.findOpen(runner, frame, nullptr, request.deadline).boxes};
+  MenuFacts facts(runner, nullptr, request.deadline, [] {});
+  return heads.holders.empty() ? std::vector<MenuCommand>() : OpenMenus(facts).read(heads, request, {});
 }
 
 std::vector<WindowFacts> AtspiMenus::popupsOf(const WindowFacts& window) {

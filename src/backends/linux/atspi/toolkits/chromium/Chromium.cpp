@@ -170,6 +170,22 @@ bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPla
   return false;
 }
 
+bool Chromium::mayHaveOpened(CallRunner& runner, const ElementRef& application, TimePoint deadline) const {
+  const auto frames = callOnce(runner, calls::children(*handleOf(application)), deadline).value;
+  bool isOpen = false;
+  std::vector<uint64_t> states(frames.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < frames.size(); ++i) {
+    const AtspiHandle& frame = *handleOf(frames[i]);
+    batch.add<uint64_t>(calls::states(frame), [&one = states[i]](uint64_t& answer) { one = answer; });
+    batch.add<int32_t>(calls::childCount(frame), [&isOpen, &one = states[i]](int32_t& count) {
+      isOpen = isOpen || (count == 0 && ((one >> static_cast<unsigned>(state::showing)) & 1U) != 0);
+    });
+  }
+  batch.run(runner, deadline);
+  return isOpen;
+}
+
 Toolkit::Opened Chromium::findOpen(CallRunner& runner, const ElementRef& frame, const Snapshot* /*last*/,
                                    TimePoint deadline) const {
   constexpr int32_t kMost = 4;
