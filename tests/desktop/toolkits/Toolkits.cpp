@@ -59,21 +59,22 @@ Preparation opening(const Preparation& open, const Effect& isOpen) {
 namespace {
 
 void performWithKeys(const Step& step, Application& application) {
-  // An application that is busy when its menu is about to be closed is not waited for.
-  constexpr int kAttempts = 6;
-  constexpr auto kUntilRead = std::chrono::seconds(4);
+  // An application that is busy when its menu is about to be closed is not waited for, but anew.
+  const int attempts = step.before ? 6 : 1;
+  const Milliseconds untilRead = step.before ? std::chrono::seconds(4) : kPatience;
   RunningProgram& program = application.desktop().program();
   bool isTold = false;
-  for (int attempt = 0; attempt < kAttempts && !isTold; ++attempt) {
+  std::string told;
+  for (int attempt = 0; attempt < attempts && !isTold; ++attempt) {
     if (step.before) {
       step.before(application);
     }
     program.open();
     program.type(step.query);
-    isTold = waitUntil([&] { return program.description().starts_with(step.told); }, kUntilRead);
+    isTold = waitUntil([&] { return (told = program.description()).starts_with(step.told); }, untilRead);
     program.close(isTold ? "Return" : "Escape");
   }
-  EXPECT_TRUE(isTold);
+  EXPECT_TRUE(isTold) << told;
   EXPECT_TRUE(!step.before || waitUntil([&] { return application.desktop().session.keyboardIsFree(); }));
 }
 
