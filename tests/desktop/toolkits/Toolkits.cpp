@@ -59,19 +59,19 @@ Preparation opening(const Preparation& open, const Effect& isOpen) {
 namespace {
 
 void performWithKeys(const Step& step, Application& application) {
-  // An application that is busy when its menu is about to be closed is not waited for, but anew.
-  const int attempts = step.before ? 6 : 1;
-  const Milliseconds untilRead = step.before ? std::chrono::seconds(4) : kPatience;
+  // What is open when it is called is read in time or not at all, and a busy desktop may lose what is typed.
+  constexpr int kAttempts = 6;
+  constexpr auto kUntilRead = std::chrono::seconds(6);
   RunningProgram& program = application.desktop().program();
   bool isTold = false;
   std::string told;
-  for (int attempt = 0; attempt < attempts && !isTold; ++attempt) {
+  for (int attempt = 0; attempt < kAttempts && !isTold; ++attempt) {
     if (step.before) {
       step.before(application);
     }
     program.open();
     program.type(step.query);
-    isTold = waitUntil([&] { return (told = program.description()).starts_with(step.told); }, untilRead);
+    isTold = waitUntil([&] { return (told = program.description()).starts_with(step.told); }, kUntilRead);
     program.close(isTold ? "Return" : "Escape");
   }
   EXPECT_TRUE(isTold) << told;

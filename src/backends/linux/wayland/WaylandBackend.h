@@ -34,6 +34,8 @@ class WaylandBackend final : public DesktopBackend {
   InputSources& inputSources() override { return compositor_->inputSources(); }
   GlobalShortcuts& shortcuts() override { return shortcuts_; }
   void setMenuHooks(MenuHooks hooks) override { menuHooks_ = std::move(hooks); }
+  /// Nothing is frozen meanwhile, and what is not read in time may stay open and take what is typed.
+  std::chrono::milliseconds menuPatience() const override { return std::chrono::milliseconds(600); }
   Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) override;
   /// No compositor tells of clicks elsewhere.
   Token onButtonPress(std::function<void(Point position)> /*callback*/) override { return {}; }
