@@ -65,8 +65,8 @@ class AtspiMenus final : public menus::MenuSource {
   OpenMenus::Heads headsOf(MenuFacts& facts, const menus::MenuRequest& request, const Place& place);
   std::vector<WindowFacts> popupsOf(const WindowFacts& window);
   std::optional<WindowFacts> windowInFront();
-  /// Of lists that leave the keyboard alone, by the application's word.
-  std::vector<MenuCommand> readLists(const menus::MenuRequest& request);
+  /// Whether something may be open that leaves the keyboard alone, by the application's word.
+  bool mayHaveOpened(const WindowFacts& window, TimePoint deadline);
   /// The same where no state tells what is open: what stands in popovers, and what shows in pop-up windows.
   std::vector<MenuCommand> readPopups(const menus::MenuRequest& request, const ElementRef& application,
                                       MenuOpening called, Look look);

@@ -59,11 +59,8 @@ menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboa
     return {};
   }
   const std::vector<WindowFacts> popups = popupsOf(*window);
-  if (popups.empty() && !isKeyboardTaken) {
-    // A window system that tells no places tells no pop-ups of that window either, or there are none.
-    return window->knowsItsPlace
-               ? menus::OpenCommands::Told()
-               : menus::OpenCommands::Told{window->pid, readLists({window->pid, *window, deadline}), {}};
+  if (popups.empty() && !isKeyboardTaken && !mayHaveOpened(*window, deadline)) {
+    return {};
   }
   menus::OpenCommands::Told told{
       window->pid, readOpen({window->pid, *window, deadline}, openingOf(popups), Look::first), {}};
@@ -71,22 +68,11 @@ menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboa
   return told;
 }
 
-std::vector<MenuCommand> AtspiMenus::readLists(const menus::MenuRequest& request) {
-  const ElementRef application = elements_.knownApplication(request.pid);
-  if (!handleOf(application)) {
-    return {};
-  }
-  CallRunner& runner = elements_.connection();
-  const Toolkit& toolkit = elements_.toolkitOf(application);
-  const ElementRef frame =
-      toolkit.mayHaveOpened(runner, application, request.deadline) ? placeOf(request).frame : ElementRef();
-  if (!handleOf(frame)) {
-    return {};
-  }
-  OpenMenus::Heads heads{
-      .application = {}, .window = frame, .holders = toolkit.findOpen(runner, frame, nullptr, request.deadline).boxes};
-  MenuFacts facts(runner, nullptr, request.deadline, [] {});
-  return heads.holders.empty() ? std::vector<MenuCommand>() : OpenMenus(facts).read(heads, request, {});
+bool AtspiMenus::mayHaveOpened(const WindowFacts& window, TimePoint deadline) {
+  // Who tells of places tells of pop-ups.
+  const ElementRef application = window.knowsItsPlace ? ElementRef() : elements_.knownApplication(window.pid);
+  return handleOf(application) &&
+         elements_.toolkitOf(application).mayHaveOpened(elements_.connection(), application, deadline);
 }
 
 std::vector<WindowFacts> AtspiMenus::popupsOf(const WindowFacts& window) {
@@ -172,7 +158,8 @@ std::vector<MenuCommand> AtspiMenus::readOpen(const menus::MenuRequest& request,
   MenuFacts facts(elements_.connection(), nullptr, request.deadline, [] {});
   OpenMenus::Heads heads = headsOf(facts, request, place);
   auto commands = OpenMenus(facts).read(heads, request, called);
-  if (commands.empty() && !heads.popups.empty() && handleOf(place.frame)) {
+  if (commands.empty() && handleOf(place.frame) &&
+      (!heads.popups.empty() || mayHaveOpened(request.window, request.deadline))) {
     Toolkit::Opened found = elements_.toolkitOf(place.application)
                                 .findOpen(elements_.connection(), place.frame, place.snapshot.get(), request.deadline);
     if (!found.menus.empty() || !found.boxes.empty()) {
