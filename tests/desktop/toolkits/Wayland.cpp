@@ -58,6 +58,9 @@ Effect gone(const std::string& title) {
 /// Opens it, whatever has been open before, and waits for it.
 Preparation openingAnew(const Preparation& open, const Effect& isOpen) {
   return [=](Application& application) {
+    // As if it was not the first use.
+    application.desktop().program().open();
+    application.desktop().program().close("Escape");
     pressing("Escape")(application);
     open(application);
     EXPECT_TRUE(waitUntil([&] { return isOpen(application); }));
@@ -67,6 +70,7 @@ Preparation openingAnew(const Preparation& open, const Effect& isOpen) {
 /// What else is done with keys.
 std::map<std::string, std::vector<Step>> furtherSteps() {
   const Effect isListOpen = shows("menu item", "Turquoise");
+  const Effect isSettingsThere = shows("menu item", "Settings");
   const Effect isMenuOpen = shows("menu item", "Word Count");
   const Effect areStylesOpen = shows("table cell", "Quotations");
   const Effect isSearchOpen = shows("check box", "Match case");
@@ -76,7 +80,9 @@ std::map<std::string, std::vector<Step>> furtherSteps() {
        {{"i agree", titled("Did agree true"), {}, "I agree"},
         {"your name", titled("Did name"), {}, "typed name"},
         {"colour", isListOpen, {}, "Colour"},
-        {"turq", titled("Did Turquoise"), openingAnew(clicking("PopUpButton", "Colour"), isListOpen), "Turquoise"}}},
+        {"turq", titled("Did Turquoise"), openingAnew(clicking("PopUpButton", "Colour"), isListOpen), "Turquoise"},
+        {"settings", titled("Settings"), openingAnew(clicking("MenuButton", "Chromium"), isSettingsThere),
+         "Settings"}}},
       {"Office",
        {{"tools", isMenuOpen, {}, "Tools"},
         {"word count", titled("Word Count"), openingAnew(clicking("MenuBarItem", "Tools"), isMenuOpen), "Word Count"},
