@@ -65,7 +65,8 @@ void performWithKeys(const Step& step, Application& application) {
   RunningProgram& program = application.desktop().program();
   bool isTold = false;
   std::string told;
-  for (int attempt = 0; attempt < kAttempts && !isTold; ++attempt) {
+  bool isDone = false;
+  for (int attempt = 0; attempt < kAttempts && !isDone; ++attempt) {
     if (step.before) {
       step.before(application);
     }
@@ -73,6 +74,9 @@ void performWithKeys(const Step& step, Application& application) {
     program.type(step.query);
     isTold = waitUntil([&] { return (told = program.description()).starts_with(step.told); }, kUntilRead);
     program.close(isTold ? "Return" : "Escape");
+    // So may a click in what has just opened again.
+    const bool isSeen = step.before && step.effect;
+    isDone = isTold && (!isSeen || waitUntil([&] { return step.effect(application); }, kUntilRead));
   }
   EXPECT_TRUE(isTold) << told;
   EXPECT_TRUE(!step.before || waitUntil([&] { return application.desktop().session.keyboardIsFree(); }));
