@@ -26,9 +26,13 @@ namespace {
 /// Some boxes do not open their lists for a shorter click.
 constexpr auto kClickHold = std::chrono::milliseconds(20);
 constexpr int64_t kMenuKey = key_code::symbolBase + 0xFF67;
-/// For so long the shortcut waits with taking the keyboard from an open menu.
-constexpr auto kOpenMenusLimit = std::chrono::milliseconds(150);
+/// For so long a press waits to hear of what leaves the keyboard alone.
+constexpr auto kOpenListsLimit = std::chrono::milliseconds(150);
 using Keyboard = menus::OpenCommands::Keyboard;
+
+Keyboard keyboardOf(bool isTaken) {
+  return isTaken ? Keyboard::taken : Keyboard::free;
+}
 
 }  // namespace
 
@@ -61,6 +65,10 @@ struct LinuxPlatform::Parts {
                   }),
         menus(queueSet, windows, openMenus, [this] { input.closeMenus(); }, gtkMenus,
               {&treeMenus, &gtkMenus, &dbusMenus}) {}
+
+  std::chrono::milliseconds patience(bool hasKeyboard) const {
+    return hasKeyboard ? backend->menuPatience() : kOpenListsLimit;
+  }
 
   atspi::MenuHands hands() {
     const auto post = [this](uint32_t type, Point place) {
@@ -127,19 +135,19 @@ LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(pa
 LinuxPlatform::~LinuxPlatform() = default;
 
 void LinuxPlatform::shortcutMayCome() {
-  parts_->openMenus.expect(kOpenMenusLimit);
+  parts_->openMenus.expect(kOpenListsLimit);
 }
 
 bool LinuxPlatform::menuWillClose(bool hasKeyboard) {
-  return parts_->openMenus.read(kOpenMenusLimit, hasKeyboard ? Keyboard::taken : Keyboard::free);
+  return parts_->openMenus.read(parts_->patience(hasKeyboard), keyboardOf(hasKeyboard));
 }
 
 bool LinuxPlatform::isMenuTold() {
   return parts_->openMenus.hasRead();
 }
 
-bool LinuxPlatform::isMenuOpen() {
-  return parts_->openMenus.areThere(kOpenMenusLimit);
+bool LinuxPlatform::isMenuOpen(bool hasKeyboard) {
+  return parts_->openMenus.areThere(parts_->patience(hasKeyboard), keyboardOf(hasKeyboard));
 }
 
 std::string LinuxPlatform::applicationWithOpenMenu() {

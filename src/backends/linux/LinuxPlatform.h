@@ -41,10 +41,11 @@ class LinuxPlatform {
   /// The shortcut may be pressed at any moment: begins to read what is open. Returns at once, on any thread.
   void shortcutMayCome();
   /// An open menu that has the keyboard, or else pop-ups that show, are about to be closed: reads what can be chosen in
-  /// them. Takes 150 ms at most, on any thread. True when menus are open that have no windows of their own.
+  /// them. Takes as long as the backend's menuPatience() at most, on any thread. True when menus are open that have no
+  /// windows of their own.
   bool menuWillClose(bool hasKeyboard);
   bool isMenuTold();
-  bool isMenuOpen();
+  bool isMenuOpen(bool hasKeyboard);
   /// Learns how the application is best read and wakes its tree, ahead of the first snapshot.
   void applicationBecameActive(int32_t pid);
   /// Reads an application as a snapshot does, and says how that went.

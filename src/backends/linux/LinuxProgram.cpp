@@ -148,7 +148,8 @@ struct LinuxProgram::Parts {
   MenuHooks menuHooks() {
     return {[this] { desktop->shortcutMayCome(); },
             [this](bool hasKeyboard) { return desktop->menuWillClose(hasKeyboard); },
-            [this] { return desktop->isMenuTold(); }, [this] { return desktop->isMenuOpen(); },
+            [this] { return desktop->isMenuTold(); },
+            [this](bool hasKeyboard) { return desktop->isMenuOpen(hasKeyboard); },
             [this] {
               queues.mainQueue().post([this, isAlive = std::weak_ptr<bool>(isTellingOfKeyboard)] {
                 if (!isAlive.expired()) {

@@ -114,9 +114,9 @@ TEST_F(LinuxMenusTest, whatWasOpenComesFirstAndOnceUntilItIsForgotten) {
   }
   EXPECT_TRUE(openCommands.read(kLong, Keyboard::taken)) << "it has no window of its own";
   first.titles = {"a", "b"};
-  EXPECT_TRUE(openCommands.areThere(kLong));
+  EXPECT_TRUE(openCommands.areThere(kLong, Keyboard::taken));
   open.clear();
-  EXPECT_FALSE(openCommands.areThere(kLong));
+  EXPECT_FALSE(openCommands.areThere(kLong, Keyboard::taken));
   EXPECT_THAT(read(), ElementsAre("x K open", "b K open", "x K open", "a"));
   menus.forgetOpen();
   EXPECT_THAT(read(), ElementsAre("a", "b"));

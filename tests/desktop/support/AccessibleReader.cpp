@@ -28,6 +28,7 @@ std::string take(gchar* text) {
 const std::pair<AtspiStateType, const char*> kStates[] = {{ATSPI_STATE_CHECKED, "checked"},
                                                           {ATSPI_STATE_FOCUSED, "focused"},
                                                           {ATSPI_STATE_PRESSED, "pressed"},
+                                                          {ATSPI_STATE_SELECTED, "selected"},
                                                           {ATSPI_STATE_SENSITIVE, "sensitive"}};
 
 /// By its older name where a later version of the library calls it otherwise.

@@ -59,21 +59,26 @@ Preparation opening(const Preparation& open, const Effect& isOpen) {
 namespace {
 
 void performWithKeys(const Step& step, Application& application) {
-  // An application that is busy when its menu is about to be closed is not waited for.
+  // What is open when it is called is read in time or not at all, and a busy desktop may lose what is typed.
   constexpr int kAttempts = 6;
-  constexpr auto kUntilRead = std::chrono::seconds(4);
+  constexpr auto kUntilRead = std::chrono::seconds(6);
   RunningProgram& program = application.desktop().program();
   bool isTold = false;
-  for (int attempt = 0; attempt < kAttempts && !isTold; ++attempt) {
+  std::string told;
+  bool isDone = false;
+  for (int attempt = 0; attempt < kAttempts && !isDone; ++attempt) {
     if (step.before) {
       step.before(application);
     }
     program.open();
     program.type(step.query);
-    isTold = waitUntil([&] { return program.description().starts_with(step.told); }, kUntilRead);
+    isTold = waitUntil([&] { return (told = program.description()).starts_with(step.told); }, kUntilRead);
     program.close(isTold ? "Return" : "Escape");
+    // So may a click in what has just opened again.
+    const bool isSeen = step.before && step.effect;
+    isDone = isTold && (!isSeen || waitUntil([&] { return step.effect(application); }, kUntilRead));
   }
-  EXPECT_TRUE(isTold);
+  EXPECT_TRUE(isTold) << told;
   EXPECT_TRUE(!step.before || waitUntil([&] { return application.desktop().session.keyboardIsFree(); }));
 }
 

@@ -42,16 +42,60 @@ Effect says(const std::string& line) {
   return [line](Application& application) { return application.process().printed(line); };
 }
 
+/// Something of that role whose text begins so, in a state unless that is empty.
+Effect holds(const std::string& role, const std::string& text, const std::string& state = "") {
+  return [=](Application& application) {
+    return std::ranges::any_of(application.elements(), [&](const AccessibleElement& element) {
+      return element.role == role && element.text.starts_with(text) && (state.empty() || element.is(state));
+    });
+  };
+}
+
+Effect gone(const std::string& title) {
+  return [title](Application& application) { return !application.hasTitle(title); };
+}
+
+/// Opens it, whatever has been open before, and waits for it.
+Preparation openingAnew(const Preparation& open, const Effect& isOpen) {
+  return [=](Application& application) {
+    // As if it was not the first use.
+    application.desktop().program().open();
+    application.desktop().program().close("Escape");
+    pressing("Escape")(application);
+    open(application);
+    EXPECT_TRUE(waitUntil([&] { return isOpen(application); }));
+  };
+}
+
 /// What else is done with keys.
 std::map<std::string, std::vector<Step>> furtherSteps() {
-  const std::vector<Step> onPage = {{"i agree", titled("Did agree true"), {}, "I agree"},
-                                    {"typed name", titled("Did name"), {}, "typed name"}};
-  return {{"Qt6",
-           {{"medium", shows("radio button", "Medium", "checked"), {}, "Medium"},
-            {"list", says("tab List"), {}, "List"},
-            {"dublin", says("selected Dublin"), {}, "Dublin"}}},
-          {"ChromiumAwake", onPage},
-          {"ChromiumScaled", onPage}};
+  const Effect isListOpen = shows("menu item", "Turquoise");
+  const Effect isSettingsThere = shows("menu item", "Settings");
+  const Effect areStylesOpen = shows("table cell", "Quotations");
+  const Effect isSearchOpen = shows("check box", "Match case");
+  return {{"Qt6", {{"medium", shows("radio button", "Medium", "checked"), {}, "Medium"}}},
+          {"ChromiumAwake",
+           {{"i agree", titled("Did agree true"), {}, "I agree"},
+            {"your name", titled("Did name"), {}, "typed name"},
+            {"colour", isListOpen, {}, "Colour"},
+            {"turq", titled("Did Turquoise"), openingAnew(clicking("PopUpButton", "Colour"), isListOpen), "Turquoise"},
+            {"settings", titled("Settings"), openingAnew(clicking("MenuButton", "Chromium"), isSettingsThere),
+             "Settings"}}},
+          {"Office",
+           {{"tools", shows("menu item", "Word Count"), {}, "Tools"},
+            {"word count", titled("Word Count"), pressing("Escape"), "Word Count"},
+            {"close", gone("Word Count"), {}, "Close"},
+            {"find and replace", isSearchOpen, {}, "Find and Replace"},
+            {"match case", shows("check box", "Match case", "checked"), {}, "Match case"},
+            {"close", gone("Find"), {}, "Close"},
+            {"12 pt", holds("text", "12 pt", "focused"), {}, "12 pt"},
+            {"heading 4", holds("text", "Heading 4"),
+             openingAnew(clicking("Button", "Paragraph Style"), shows("table cell", "Heading 4")), "Heading 4"},
+            {"quotations", shows("table cell", "Quotations", "selected"),
+             openingAnew(
+                 [=](Application& application) { areStylesOpen(application) ? void() : pressing("F11")(application); },
+                 areStylesOpen),
+             "Quotations"}}}};
 }
 
 void moveToTheOtherScreen(Application& application) {
@@ -122,7 +166,8 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   }
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;
-    if (compositor == WindowManager::sway) {
+    // The others' forms are used with keys on all of them.
+    if (compositor == WindowManager::sway || subject.name == "ChromiumAwake" || subject.name == "Office") {
       useKeys(subject, {{"increase", "Increase"},
                         {"7", "7"},
                         {"9", "9"},

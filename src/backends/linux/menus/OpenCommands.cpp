@@ -8,6 +8,8 @@
 namespace jumplark::menus {
 namespace {
 
+/// Within this time what was read until a deadline has come to whoever waits for it.
+constexpr auto kHandedOver = std::chrono::milliseconds(25);
 /// Readers keep their deadline but for what the window system takes.
 constexpr auto kLongestReading = std::chrono::seconds(1);
 /// Who holds the keys of a shortcut for longer may have moved on to another menu.
@@ -27,7 +29,7 @@ std::shared_ptr<OpenCommands::Reading> OpenCommands::start(TimePoint deadline, K
   reading->started = Clock::now();
   reading->done = queues_.makeCompletion();
   queue_->post([this, reading, deadline, keyboard] {
-    Told told = reader_(deadline, keyboard);
+    Told told = reader_(deadline - kHandedOver, keyboard);
     spdlog::debug("Read {} commands of open menus in {:.1f} ms", told.commands.size(),
                   std::chrono::duration<double, std::milli>(Clock::now() - reading->started).count());
     {
@@ -79,8 +81,8 @@ bool OpenCommands::hasRead() {
   return latest_ && !latest_->told.commands.empty();
 }
 
-bool OpenCommands::areThere(Clock::duration limit) {
-  const auto reading = start(Clock::now() + limit, Keyboard::taken);
+bool OpenCommands::areThere(Clock::duration limit, Keyboard keyboard) {
+  const auto reading = start(Clock::now() + limit, keyboard);
   return reading->done->wait(limit) && hasCommands(*reading);
 }
 

@@ -39,7 +39,7 @@ class OpenCommands {
   /// Whether read() has found any.
   bool hasRead();
   /// Whether there are any now, as far as that can be read within the limit. What read() has read stays.
-  bool areThere(Clock::duration limit);
+  bool areThere(Clock::duration limit, Keyboard keyboard);
   /// Those of the process. Waits for a reading that is under way.
   Told of(int32_t pid);
   void forget();

@@ -29,6 +29,8 @@ class Compositor {
   /// "sway 1.7"
   virtual std::string name() const = 0;
   virtual WindowSystem& windows() = 0;
+  /// Its windows are told with their pop-ups.
+  virtual bool tellsPopups() const { return true; }
   /// A window of this process of that title never counts as the one that the user works in.
   virtual void passOver(const std::string& title) = 0;
   virtual InputSources& inputSources() = 0;

@@ -90,14 +90,15 @@ void WaylandBackend::closeMenu(int time) {
     isMenuTold_ = menuHooks_.menuWillClose && menuHooks_.menuWillClose(true);
   }
   // What takes its time to close has the keyboard a while longer, and one Escape more would close the window below.
-  const bool isClosing = time > 1 && (isMenuTold_ ? !menuHooks_.isMenuOpen() : time % 2 == 0);
+  const bool isClosing = time > 1 && (isMenuTold_ ? !menuHooks_.isMenuOpen(true) : time % 2 == 0);
   if (!isClosing) {
     input_.typeKey(key_code::escape);
   }
 }
 
 bool WaylandBackend::doMenusShow() {
-  return std::ranges::any_of(windows().popupsFrontToBack(), isMenuWindow);
+  return std::ranges::any_of(windows().popupsFrontToBack(), isMenuWindow) ||
+         (isListTold_ && menuHooks_.isMenuOpen(false));
 }
 
 bool WaylandBackend::hasXMenus() {
@@ -107,9 +108,15 @@ bool WaylandBackend::hasXMenus() {
 }
 
 bool WaylandBackend::menusWillClose() {
+  isListTold_ = false;
   const bool doShow = doMenusShow();
-  if (!menuHooks_.menuWillClose || (!doShow && !hasXMenus())) {
+  if (!menuHooks_.menuWillClose) {
     return false;
+  }
+  if (!doShow && !hasXMenus()) {
+    // It closes by itself, with the keyboard gone.
+    isListTold_ = !compositor_->tellsPopups() && menuHooks_.menuWillClose(false);
+    return isListTold_;
   }
   menuHooks_.menuWillClose(true);
   const bool isTold = menuHooks_.isMenuTold();
@@ -129,7 +136,7 @@ void WaylandBackend::closeLevels() {
     input_.typeKey(key_code::escape);
     for (const auto patience = Clock::now() + kLevelPatience; isOpen && Clock::now() < patience;) {
       std::this_thread::sleep_for(kBetweenLooks);
-      isOpen = menuHooks_.isMenuOpen();
+      isOpen = menuHooks_.isMenuOpen(true);
     }
   }
 }

@@ -34,6 +34,8 @@ class WaylandBackend final : public DesktopBackend {
   InputSources& inputSources() override { return compositor_->inputSources(); }
   GlobalShortcuts& shortcuts() override { return shortcuts_; }
   void setMenuHooks(MenuHooks hooks) override { menuHooks_ = std::move(hooks); }
+  /// Nothing is frozen meanwhile, and what is not read in time may stay open and take what is typed.
+  std::chrono::milliseconds menuPatience() const override { return std::chrono::milliseconds(600); }
   Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) override;
   /// No compositor tells of clicks elsewhere.
   Token onButtonPress(std::function<void(Point position)> /*callback*/) override { return {}; }
@@ -59,7 +61,7 @@ class WaylandBackend final : public DesktopBackend {
   void closeMenu(int time);
   /// How to learn whether menus of X11 programs show, of which few compositors tell.
   void setXMenus(std::function<bool()> doShow) { doXMenusShow_ = std::move(doShow); }
-  /// Menus show, as far as the compositor tells of them.
+  /// Menus show, as far as the compositor tells of them, else the lists that menusWillClose() has read.
   bool doMenusShow();
   /// The query window is about to take the keyboard: reads what can be chosen in the menus that show, and closes them
   /// where they do not close by that. True when there are any.
@@ -92,6 +94,7 @@ class WaylandBackend final : public DesktopBackend {
   MenuHooks menuHooks_;
   std::function<bool()> doXMenusShow_;
   bool isMenuTold_ = false;  ///< the one that closeMenu() closes
+  bool isListTold_ = false;  ///< one that leaves the keyboard alone, of which the compositor does not tell
 };
 
 }  // namespace jumplark

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -24,12 +25,12 @@ struct MenuHooks {
   /// A shortcut may be pressed at any moment while pop-ups show. Must not wait.
   std::function<void()> shortcutMayCome;
   /// Menus are about to close, by Escape where they have the keyboard, and what is open stays so meanwhile. May take
-  /// 150 ms. True when menus are open that have no windows of their own.
+  /// as long as menuPatience(). True when menus are open that have no windows of their own.
   std::function<bool(bool hasKeyboard)> menuWillClose;
   /// Whether menuWillClose has found anything to choose. Must not wait.
   std::function<bool()> isMenuTold;
   /// Whether there is anything to choose in menus that are open now. May take as long as menuWillClose.
-  std::function<bool()> isMenuOpen;
+  std::function<bool(bool hasKeyboard)> isMenuOpen;
   /// A press has come to nothing, since another program keeps the keyboard. Must not wait.
   std::function<void()> keyboardIsKept;
 };
@@ -52,6 +53,8 @@ class DesktopBackend {
   virtual GlobalShortcuts& shortcuts() = 0;
   /// To be set before the first shortcut is registered.
   virtual void setMenuHooks(MenuHooks hooks) = 0;
+  /// For so long a press of the shortcut may wait with taking the keyboard from an open menu.
+  virtual std::chrono::milliseconds menuPatience() const { return std::chrono::milliseconds(150); }
   /// Calls back on the main queue when a window of another application than before has become the active one. Windows
   /// of this process do not count. Empty when that cannot be watched.
   virtual Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) = 0;

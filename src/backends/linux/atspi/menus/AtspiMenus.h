@@ -30,7 +30,8 @@ class AtspiMenus final : public menus::MenuSource {
         opener_(elements, windows, hands_) {}
 
   /// What is open of the menus of the application whose window has the keyboard: the user may choose of it once it is
-  /// closed. Does not wait for snapshots. Where nobody has the keyboard, only if pop-ups of that application show.
+  /// closed. Does not wait for snapshots. Where nobody has the keyboard, only if pop-ups of that application show, or
+  /// where it may have opened a list of which the window system does not tell.
   menus::OpenCommands::Told readOpen(TimePoint deadline, bool isKeyboardTaken);
   /// To be called when an application comes to the front: looks for its menu bar, so that readOpen() need not. Takes
   /// some time.
@@ -64,6 +65,8 @@ class AtspiMenus final : public menus::MenuSource {
   OpenMenus::Heads headsOf(MenuFacts& facts, const menus::MenuRequest& request, const Place& place);
   std::vector<WindowFacts> popupsOf(const WindowFacts& window);
   std::optional<WindowFacts> windowInFront();
+  /// Whether something may be open that leaves the keyboard alone, by the application's word.
+  bool mayHaveOpened(const WindowFacts& window, TimePoint deadline);
   /// The same where no state tells what is open: what stands in popovers, and what shows in pop-up windows.
   std::vector<MenuCommand> readPopups(const menus::MenuRequest& request, const ElementRef& application,
                                       MenuOpening called, Look look);

@@ -23,6 +23,21 @@ constexpr auto kLongestReopening = std::chrono::seconds(2);
 /// Until the shortcut that was pressed over it closes it.
 constexpr auto kStaysOpen = std::chrono::seconds(1);
 
+/// The arrow of the box below which a list shows, by the list's corner: the next one to the right that ends there.
+/// Empty where none does.
+ElementRef arrowAbove(const Snapshot& snapshot, Point list) {
+  constexpr double kGap = 8;
+  const ElementFacts* nearest = nullptr;
+  for (const ElementTree::Node& node : snapshot.tree.nodes()) {
+    const ElementFacts& one = *node.facts;
+    if (one.role == role::toggleButton && one.is(state::showing) && one.extents && one.extents->x >= list.x &&
+        std::abs(one.extents->maxY() - list.y) <= kGap && (!nearest || one.extents->x < nearest->extents->x)) {
+      nearest = &one;
+    }
+  }
+  return nearest ? nearest->ref : ElementRef();
+}
+
 }  // namespace
 
 std::optional<WindowFacts> AtspiMenus::windowInFront() {
@@ -44,13 +59,20 @@ menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboa
     return {};
   }
   const std::vector<WindowFacts> popups = popupsOf(*window);
-  if (popups.empty() && !isKeyboardTaken) {
+  if (popups.empty() && !isKeyboardTaken && !mayHaveOpened(*window, deadline)) {
     return {};
   }
   menus::OpenCommands::Told told{
       window->pid, readOpen({window->pid, *window, deadline}, openingOf(popups), Look::first), {}};
   std::ranges::transform(popups, std::back_inserter(told.popups), &WindowFacts::id);
   return told;
+}
+
+bool AtspiMenus::mayHaveOpened(const WindowFacts& window, TimePoint deadline) {
+  // Who tells of places tells of pop-ups.
+  const ElementRef application = window.knowsItsPlace ? ElementRef() : elements_.knownApplication(window.pid);
+  return handleOf(application) &&
+         elements_.toolkitOf(application).mayHaveOpened(elements_.connection(), application, deadline);
 }
 
 std::vector<WindowFacts> AtspiMenus::popupsOf(const WindowFacts& window) {
@@ -136,7 +158,8 @@ std::vector<MenuCommand> AtspiMenus::readOpen(const menus::MenuRequest& request,
   MenuFacts facts(elements_.connection(), nullptr, request.deadline, [] {});
   OpenMenus::Heads heads = headsOf(facts, request, place);
   auto commands = OpenMenus(facts).read(heads, request, called);
-  if (commands.empty() && !heads.popups.empty() && handleOf(place.frame)) {
+  if (commands.empty() && handleOf(place.frame) &&
+      (!heads.popups.empty() || mayHaveOpened(request.window, request.deadline))) {
     Toolkit::Opened found = elements_.toolkitOf(place.application)
                                 .findOpen(elements_.connection(), place.frame, place.snapshot.get(), request.deadline);
     if (!found.menus.empty() || !found.boxes.empty()) {
@@ -232,7 +255,13 @@ MenuOutcome AtspiMenus::reopen(const AtspiMenuHandle& command) {
   if (elements_.toolkitOf(elements_.application(command.menus.pid)).placesByPopups()) {
     act = [&](const AtspiMenuHandle& open) { return chooseOpen(open, deadline); };
   }
-  return MenuReopener(opener_, hands_, look, std::move(act)).choose(command, deadline);
+  AtspiMenuHandle wanted = command;
+  if (MenuOpening& opening = *wanted.opening; menu_role::isEntry(command.role) && !opening.holder && !opening.box) {
+    // Of a list that does not tell whose it is, and where nobody tells where the pointer is.
+    const SnapshotPointer last = lastSnapshot_(elements_.application(command.menus.pid));
+    opening.holder = last ? arrowAbove(*last, opening.place) : ElementRef();
+  }
+  return MenuReopener(opener_, hands_, look, std::move(act)).choose(wanted, deadline);
 }
 
 }  // namespace jumplark::atspi

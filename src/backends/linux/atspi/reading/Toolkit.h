@@ -118,6 +118,11 @@ class Toolkit {
                           TimePoint /*deadline*/) const {
     return {};
   }
+  /// Whether something may be open that leaves the keyboard alone, such as the list of a box. Asked where nobody tells
+  /// of pop-ups, at each press of the shortcut: must be quick.
+  virtual bool mayHaveOpened(CallRunner& /*runner*/, const ElementRef& /*application*/, TimePoint /*deadline*/) const {
+    return false;
+  }
   /// False where the action of what is in a closed menu is told to be done and is not.
   virtual bool actsInClosedMenus() const { return true; }
   /// False where the states of what is in closed menus are those that they had when they showed last.

@@ -36,6 +36,8 @@ class AtspiElementSource : public ElementSource {
   SnapshotPointer takeUntil(const ElementRef& application, TimePoint deadline);
   /// What draws an application; asks it only if that is not known yet.
   const Toolkit& toolkitOf(const ElementRef& application) { return toolkitOf(*handleOf(application)); }
+  /// The application of a process if that was found out before, empty else; no message.
+  ElementRef knownApplication(int32_t pid) { return registry_.knownApplicationOfProcess(pid); }
   /// For those who ask applications something else than what elements are.
   BusConnection& connection() { return bus_; }
   SnapshotsUnderWay& snapshotsUnderWay() { return underWay_; }

@@ -20,6 +20,7 @@ class SwayCompositor final : public Compositor {
 
   std::string name() const override { return name_; }
   WindowSystem& windows() override { return windows_; }
+  bool tellsPopups() const override { return false; }
   void passOver(const std::string& title) override { windows_.passOver(title); }
   jumplark::InputSources& inputSources() override { return inputSources_; }
   Rect workAreaOf(const WaylandOutput& output) override;

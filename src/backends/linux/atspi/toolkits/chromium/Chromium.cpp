@@ -170,6 +170,30 @@ bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPla
   return false;
 }
 
+bool Chromium::mayHaveOpened(CallRunner& runner, const ElementRef& application, TimePoint deadline) const {
+  const auto frames = callOnce(runner, calls::children(*handleOf(application)), deadline).value;
+  std::vector<uint64_t> states(frames.size());
+  std::vector<ElementRef> contents(frames.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < frames.size(); ++i) {
+    const AtspiHandle& frame = *handleOf(frames[i]);
+    batch.add<uint64_t>(calls::states(frame), [&one = states[i]](uint64_t& answer) { one = answer; });
+    batch.add<ElementRef>(calls::childAt(frame, 0), [&one = contents[i]](ElementRef& answer) { one = answer; });
+  }
+  batch.run(runner, deadline);
+  bool isOpen = false;
+  for (size_t i = 0; i < frames.size(); ++i) {
+    const bool isShown = ((states[i] >> static_cast<unsigned>(state::showing)) & 1U) != 0;
+    isOpen = isOpen || (isShown && !handleOf(contents[i]));
+    if (isShown && handleOf(contents[i])) {
+      batch.add<uint32_t>(calls::role(*handleOf(contents[i])),
+                          [&isOpen](uint32_t& answer) { isOpen = isOpen || answer == role::menuBar; });
+    }
+  }
+  batch.run(runner, deadline);
+  return isOpen;
+}
+
 Toolkit::Opened Chromium::findOpen(CallRunner& runner, const ElementRef& frame, const Snapshot* /*last*/,
                                    TimePoint deadline) const {
   constexpr int32_t kMost = 4;

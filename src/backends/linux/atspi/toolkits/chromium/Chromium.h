@@ -23,6 +23,8 @@ class Chromium final : public Toolkit {
   bool readWindow(SnapshotDraft& snapshot, const ElementRef& frame, CallRunner& runner,
                   const WalkPlan& plan) const override;
   bool tellsChoices() const override { return false; }
+  /// The list of a box in a page has a frame of its own, in which it holds nothing, and a menu one that holds a bar.
+  bool mayHaveOpened(CallRunner& runner, const ElementRef& application, TimePoint deadline) const override;
   /// The box of a page that has its list open.
   Opened findOpen(CallRunner& runner, const ElementRef& frame, const Snapshot* last, TimePoint deadline) const override;
   /// Which switch to start it with. Looks at the files beside the process's program.
