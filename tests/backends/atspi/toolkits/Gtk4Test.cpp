@@ -62,6 +62,7 @@ TEST_F(Gtk4, placesPopoversThatLieInTheWindowsSurface) {
   put("contents", "items", role::panel, "", {37, 54, 114, 60});
   put("items", "busy", role::menuItem, "Get Busy", {37, 54, 114, 30});
   put("items", "style", role::menuItem, "Style", {37, 84, 114, 30});
+  put("items", "entry", role::listItem, "").being({state::selected});  // which the keyboard is not on there
   const auto expectAt = [&](const Rect& popover, const Rect& item) {
     const auto snapshot = prepare();
     EXPECT_EQ(read("popover")->extents, popover);
@@ -69,6 +70,7 @@ TEST_F(Gtk4, placesPopoversThatLieInTheWindowsSurface) {
     EXPECT_EQ(live().get(app.ref("style"), facts::extents)->extents, item);
     ASSERT_EQ(snapshot->popovers.size(), 1U);
     EXPECT_EQ(snapshot->popovers[0].opener, app.ref("button"));
+    EXPECT_FALSE(read("entry")->is(state::selected));
   };
   expectAt({121, 77, 132, 90}, {130, 127, 114, 30});  // where it overlaps its control a little
   WindowFacts& popup = windows.popups.emplace_back(windows.windows.front());

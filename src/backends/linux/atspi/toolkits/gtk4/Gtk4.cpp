@@ -163,6 +163,10 @@ class Popovers {
     if (moved_.insert(element.ref).second) {
       reading_.transform.move(element, shift);
     }
+    if (padding == Padding::forgotten && element.role == role::listItem) {
+      // These versions do not begin there with the keyboard, so that nothing can be counted from it.
+      element.states &= ~(uint64_t{1} << static_cast<unsigned>(state::selected));
+    }
     for (ElementFacts* child : children) {
       move(*child, {shift.x + inset, shift.y + inset}, padding);
     }
