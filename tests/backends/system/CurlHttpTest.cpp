@@ -110,12 +110,12 @@ TEST_F(CurlHttpTest, answersOfEveryStatusAreAnswers) {
 }
 
 TEST_F(CurlHttpTest, tellsWhatWentWrong) {
-  const std::string nobody = TestServer("").address();
   const TestServer silent("", "stall");
   const TestServer slow("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\nthe beginning", "stall");
   const TestServer broken("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\nthe beginning");
   const TestServer nonsense("220 ready\r\n");
   const TestServer chatty("HTTP/1.1 200 OK\r\n", "X-More: " + std::string(1000, 'x') + "\r\n");
+  const std::string nobody = TestServer("").address();  // the last one, so that no other server gets its port
   const struct {
     const char* what;
     std::string address;

@@ -90,7 +90,8 @@ void appendPart(const Asked& asked, Message answer) {
   int32_t start = 0;
   int32_t end = 0;
   sd_bus_message_read(asked.question, "ii", &start, &end);
-  appendText(answer, codePoints(asked.element.text, 0, start, end));
+  const std::string& text = asked.element.text;
+  appendText(answer, codePoints(text, 0, start, end < 0 ? codePointCount(text) : end));
 }
 
 void appendChild(const Asked& asked, Message answer) {

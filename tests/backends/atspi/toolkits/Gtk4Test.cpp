@@ -51,6 +51,42 @@ TEST_F(Gtk4, placesPopoversBelowTheirControlsWhereNobodyTellsOfThem) {
   EXPECT_EQ(live().get(app.ref("busy"), facts::extents)->extents, (Rect{184, 110, 222, 30}));
 }
 
+// As later versions tell it: counted from the surface, which begins above and left of the window, and without paddings.
+TEST_F(Gtk4, placesPopoversThatLieInTheWindowsSurface) {
+  windows.windows.front().knowsItsPlace = false;
+  app.at("frame").rect = {0, 0, 400, 300};
+  put("frame", "around", role::panel, "", {60, 0, 40, 30}).being({state::expanded});
+  put("around", "button", role::toggleButton, "", {60, 0, 40, 30});
+  put("around", "popover", role::menu, "", {34, 40, 132, 90});
+  put("popover", "contents", role::panel, "", {37, 54, 126, 72});
+  put("contents", "items", role::panel, "", {37, 54, 114, 60});
+  put("items", "busy", role::menuItem, "Get Busy", {37, 54, 114, 30});
+  put("items", "style", role::menuItem, "Style", {37, 84, 114, 30});
+  put("items", "entry", role::listItem, "").being({state::selected});  // which the keyboard is not on there
+  const auto expectAt = [&](const Rect& popover, const Rect& item) {
+    const auto snapshot = prepare();
+    EXPECT_EQ(read("popover")->extents, popover);
+    EXPECT_EQ(read("style")->extents, item);
+    EXPECT_EQ(live().get(app.ref("style"), facts::extents)->extents, item);
+    ASSERT_EQ(snapshot->popovers.size(), 1U);
+    EXPECT_EQ(snapshot->popovers[0].opener, app.ref("button"));
+    EXPECT_FALSE(read("entry")->is(state::selected));
+  };
+  expectAt({121, 77, 132, 90}, {130, 127, 114, 30});  // where it overlaps its control a little
+  WindowFacts& popup = windows.popups.emplace_back(windows.windows.front());
+  popup.surface = {120, 71, 132, 96};  // with a margin above it
+  expectAt({120, 77, 132, 90}, {129, 127, 114, 30});
+}
+
+TEST_F(Gtk4, callsItemsOfMenusAsLabelsSayThatAreNoChildren) {
+  app.at("label") = element(role::invalid, "").saying("Get Busy");
+  put("frame", "item", role::checkMenuItem, "").labelledBy = {"label"};
+  put("frame", "named", role::menuItem, "Style").labelledBy = {"label"};
+  prepare();
+  EXPECT_EQ(read("item")->name, "Get Busy");
+  EXPECT_EQ(read("named")->name, "Style");
+}
+
 TEST_F(Gtk4, labelsNoControlByAPartOfIt) {
   put("frame", "caption", role::label, "Volume", {0, 0, 50, 20});
   put("frame", "volume", role::slider, "GtkScale", {60, 0, 50, 20}).labelledBy = {"caption", "picture"};

@@ -62,12 +62,16 @@ MenuOutcome MenuOpener::clickThrough(const WindowFacts& window, const std::vecto
   return outcome;
 }
 
+void MenuOpener::awaitClosed(const WindowFacts& window, std::chrono::milliseconds patience) {
+  for (const TimePoint deadline = Clock::now() + patience; popupsOf(window) > 0 && Clock::now() < deadline;) {
+    std::this_thread::sleep_for(kBetweenLooks);
+  }
+}
+
 void MenuOpener::closeWhatShows(const WindowFacts& window) {
   hands_.closeMenus();
   // What had the keyboard goes from the screen a moment after it has given that back.
-  for (const TimePoint patience = Clock::now() + kLevelPatience; popupsOf(window) > 0 && Clock::now() < patience;) {
-    std::this_thread::sleep_for(kBetweenLooks);
-  }
+  awaitClosed(window, kLevelPatience);
   if (const size_t left = popupsOf(window); left > 0) {
     closeMenus(window, left, true);
   }

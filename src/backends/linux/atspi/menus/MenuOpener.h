@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -37,6 +38,8 @@ class MenuOpener {
   MenuOutcome choose(const WindowFacts& window, const std::vector<ElementRef>& way, TimePoint deadline);
   /// The same of what is open already, without bringing the window forward.
   MenuOutcome clickThrough(const WindowFacts& window, const std::vector<ElementRef>& way, TimePoint deadline);
+  /// Waits until no menu of the window shows, for so long at most; not at all where the window system tells of none.
+  void awaitClosed(const WindowFacts& window, std::chrono::milliseconds patience);
   /// Closes what is open over the window, also where that has left the keyboard to others.
   void closeWhatShows(const WindowFacts& window);
   /// False when the window has not got the keyboard until the deadline.

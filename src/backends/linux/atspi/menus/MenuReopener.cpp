@@ -11,6 +11,8 @@ namespace {
 constexpr auto kBetweenLooks = std::chrono::milliseconds(15);
 /// For a menu to open. On a busy machine they take their time.
 constexpr auto kPatience = std::chrono::milliseconds(800);
+/// For a menu to close after a click.
+constexpr auto kUntilClosed = std::chrono::milliseconds(500);
 
 /// What is clicked once whatever holds the menus has opened them.
 std::vector<ElementRef> wayInside(const AtspiMenuHandle& command) {
@@ -37,6 +39,8 @@ MenuOutcome MenuReopener::choose(const AtspiMenuHandle& command, TimePoint deadl
       std::vector<ElementRef> way = wayInside(*now);
       way.erase(way.begin(), way.begin() + static_cast<std::ptrdiff_t>(std::min(alreadyOpen_, way.size() - 1)));
       const MenuOutcome outcome = opener_.clickThrough(command.menus.window, way, deadline);
+      // They close by themselves, and one that is closed before it has heard of the click chooses nothing.
+      opener_.awaitClosed(command.menus.window, kUntilClosed);
       hands_.closeMenus();
       return outcome;
     }

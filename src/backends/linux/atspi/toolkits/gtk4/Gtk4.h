@@ -32,9 +32,8 @@ class Gtk4 final : public Toolkit {
               std::vector<std::shared_ptr<ElementFacts>>& walked) const override;
 
   bool placesByPopups() const override { return true; }
-  /// A popover has a window of its own, which the window system places. The application tells the places in it as if
-  /// that window began where the control is that opens it. The popover becomes a child of the frame, since it mostly
-  /// lies outside its control.
+  /// A popover has a window of its own, which the window system places; how the application tells where it is depends
+  /// on the version. The popover becomes a child of the frame, since it mostly lies outside its control.
   void correctPlaces(Reading& reading) const override;
   /// The buttons of spin buttons, which it keeps to itself.
   void addParts(Reading& reading) const override;

@@ -50,6 +50,10 @@ bool isGtk4Control(uint32_t number) {
                        role::menuItem, role::checkMenuItem, role::radioMenuItem, role::pageTab>(number);
 }
 
+bool isMenuItem(uint32_t number) {
+  return role::isOneOf<role::menuItem, role::checkMenuItem, role::radioMenuItem>(number);
+}
+
 /// What stands in a control for its looks only.
 bool isPlainDecoration(uint32_t number) {
   return role::isOneOf<role::label, role::staticText, role::image, role::icon, role::panel, role::filler,
@@ -84,6 +88,7 @@ bool isOnlyDecorated(const CachedTree& cache, const CacheItem& control) {
 }
 
 void Gtk4Tree::settle(const Elements& all) {
+  nameMenuItems(all);
   placePages(all);
   hideUnreachable(all);
   // The innermost first, so that a button in a button is bare already when the outer one is looked at.
@@ -97,6 +102,28 @@ void Gtk4Tree::settle(const Elements& all) {
       foldComboBox(**element);
     }
   }
+}
+
+void Gtk4Tree::nameMenuItems(const Elements& all) {
+  std::vector<std::pair<ElementFacts*, ElementRef>> labels;
+  TypedBatch batch;
+  for (const auto& element : all) {
+    if (isMenuItem(element->role) && element->is(state::showing) && isBlank(element->name)) {
+      batch.add<RelationSet>(calls::relations(*handleOf(element->ref)), [&labels, &element](RelationSet& set) {
+        for (const auto& [type, targets] : set) {
+          for (const ElementRef& label : type == calls::kRelationLabelledBy ? targets : std::vector<ElementRef>()) {
+            handleOf(label) ? void(labels.emplace_back(element.get(), label)) : void();
+          }
+        }
+      });
+    }
+  }
+  batch.run(runner_, plan_.deadline);
+  for (const auto& [item, label] : labels) {
+    batch.add<std::string>(calls::text(*handleOf(label), 0, -1),
+                           [item](std::string& text) { item->name += (item->name.empty() ? "" : " ") + text; });
+  }
+  batch.run(runner_, plan_.deadline);
 }
 
 void Gtk4Tree::placePages(const Elements& all) {

@@ -31,6 +31,8 @@ class Gtk4Tree {
   /// Siblings that take the same place, of which the pointer can reach one.
   using Rivals = std::vector<ElementFacts*>;
 
+  /// Later versions tell items of menus without a name; what labels them has the text, and is nobody's child.
+  void nameMenuItems(const Elements& all);
   void placePages(const Elements& all);
   std::vector<Rivals> rivalsIn(const Elements& all) const;
   void hideUnreachable(const Elements& all);
