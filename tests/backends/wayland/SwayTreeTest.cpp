@@ -16,7 +16,7 @@ json rect(int x, int y, int width, int height) {
 }
 
 /// A window that shows, with a border of 2 points and a title bar of 20.
-json window(int id, json place, json more = json::object()) {
+json window(int id, const json& place, const json& more = json::object()) {
   json node = {{"id", id},
                {"type", "con"},
                {"name", "window " + std::to_string(id)},

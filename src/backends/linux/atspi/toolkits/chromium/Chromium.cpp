@@ -171,7 +171,8 @@ bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPla
 }
 
 bool Chromium::mayHaveOpened(CallRunner& runner, const ElementRef& application, TimePoint deadline) const {
-  const auto frames = callOnce(runner, calls::children(*handleOf(application)), deadline).value;
+  auto frames = callOnce(runner, calls::children(*handleOf(application)), deadline).value;
+  std::erase_if(frames, [](const ElementRef& frame) { return !handleOf(frame); });
   std::vector<uint64_t> states(frames.size());
   std::vector<ElementRef> contents(frames.size());
   TypedBatch batch;
