@@ -60,6 +60,11 @@ void CommandSearch::matchingChanged() {
   if (isDelivered && snapshotOfMenus_ != parts_.pipeline.snapshotNumber()) {
     snapshotOfMenus_ = parts_.pipeline.snapshotNumber();
     commands_.read(application->pid);
+    if (commands_.index().size() == 0) {
+      // Of another process than before; the list has numbers of what is forgotten.
+      searched_.reset();
+      list_.replace({});
+    }
   }
   decide();
 }

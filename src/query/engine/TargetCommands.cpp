@@ -24,7 +24,7 @@ void TargetCommands::keepOnly(int32_t pid) {
 
 void TargetCommands::read(int32_t pid) {
   Menus* const menus = Platform::current().menus;
-  stop();
+  endReading();
   keepOnly(pid);
   if (menus == nullptr) {
     return;
@@ -46,14 +46,18 @@ void TargetCommands::read(int32_t pid) {
 }
 
 void TargetCommands::stop() {
+  endReading();
+  if (index_.hasOpen()) {
+    index_.clear();
+  }
+}
+
+void TargetCommands::endReading() {
   reading_ = 0;
   if (isUnwanted_) {
     isUnwanted_->store(true);  // so that ending the call that may run takes a moment only
   }
   token_.reset();
-  if (index_.hasOpen()) {
-    index_.clear();
-  }
 }
 
 void TargetCommands::arrive(const Batch& batch, bool isLast) {

@@ -36,6 +36,7 @@ class TargetCommands {
 
  private:
   using Batch = std::shared_ptr<const CommandIndex::Batch>;
+  void endReading();
   void arrive(const Batch& batch, bool isLast);
 
   MainThreadCalls& mainThread_;

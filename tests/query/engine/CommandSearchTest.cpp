@@ -126,6 +126,8 @@ TEST(CommandSearch, listsWhatIsFoundWhereAndWhileItIsWantedWhatWasOpenFirst) {
       {"shortcut +1 F10 Escape shortcut +1", "", {}},
       {"shortcut +1", "[Profane] Outline Open… Send Undo Preferences… Professional… Zoom", {}, "", open},
       {"shortcut +1 'pr", "[Profane] Preferences… Professional…", {}, "", open},
+      {"shortcut +1 'pr Down F5 +1000", "Profane [Preferences…] Professional…", {}, "", open},
+      {"shortcut +1 Down F5 +1000", "Profane [Outline] Open… Send Undo Preferences… Professional… Zoom", {}, "", open},
       {"shortcut +1 's +101", "", {"Save", "Save as", "Search"}, "", open},  // nothing open, but elements
       {"shortcut +1 'sen +101", "[Send]", {}, "", open},
       {"shortcut +1 BackSpace", "", {}, "", open},
