@@ -32,6 +32,9 @@ class ClickThroughWindow {
   virtual void show(int level) = 0;
   virtual void hide() = 0;
   virtual bool isShown() const = 0;
+  /// Tells, before show() and refresh(), whether the whole picture is transparent: one that has not been on the screen
+  /// since show() then stays off it, which saves the compositor a frame.
+  virtual void setBlank(bool /*blank*/) {}
 
   /// Replaces part of the picture, which shows after refresh(). Rows must follow each other without a gap, but for
   /// padding to 4 bytes.

@@ -159,6 +159,7 @@ void OverlaySheet::cover() {
 }
 
 void OverlaySheet::paint() {
+  window_->setBlank(layers_.empty());
   const std::vector<QRect> runs = dirty_.runs();
   dirty_.clear();
   if (!runs.empty()) {

@@ -68,6 +68,7 @@ void LayerPicture::drop() {
   layer_.reset();
   viewport_.reset();
   surface_.reset();
+  mapped_ = false;
   picture_.forgetSurface();
 }
 
@@ -77,16 +78,19 @@ void LayerPicture::hide() {
   wl_display_flush(display_);
 }
 
-void LayerPicture::refresh(const std::vector<QRect>& /*parts*/) {
-  present();
+void LayerPicture::refresh(const std::vector<QRect>& parts) {
+  if (!parts.empty() || !mapped_) {
+    present();
+  }
 }
 
 void LayerPicture::present() {
-  if (!layer_ || !layer_->isConfigured()) {
+  if (!layer_ || !layer_->isConfigured() || (blank_ && !mapped_)) {
     return;
   }
   waiting_ = !picture_.present(surface_.get());
   if (!waiting_) {
+    mapped_ = true;
     wl_surface_commit(surface_.get());
     wl_display_flush(display_);
   }

@@ -25,6 +25,7 @@ class LayerPicture final : public ClickThroughWindow {
   void show(int level) override;
   void hide() override;
   bool isShown() const override { return shown_; }
+  void setBlank(bool blank) override { blank_ = blank; }
   void put(const QImage& image, QPoint at) override { picture_.put(image, at); }
   void refresh(const std::vector<QRect>& parts) override;
 
@@ -45,6 +46,8 @@ class LayerPicture final : public ClickThroughWindow {
   double ratio_;
   SurfacePicture picture_;
   bool shown_ = false;    ///< asked for
+  bool mapped_ = false;   ///< the surface has had a picture
+  bool blank_ = false;
   bool waiting_ = false;  ///< for a buffer, to show what has changed
   wayland::Owned<wl_surface> surface_;
   wayland::Owned<wp_viewport> viewport_;
