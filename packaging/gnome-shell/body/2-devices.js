@@ -7,13 +7,33 @@ const TOUCH_MS = 300;
 class Devices {
     constructor() {
         this._seat = Clutter.get_default_backend().get_default_seat();
-        this._pointer = this._seat.create_virtual_device(Clutter.InputDeviceType.POINTER_DEVICE);
-        this._keyboard = this._seat.create_virtual_device(Clutter.InputDeviceType.KEYBOARD_DEVICE);
+        this._pointer = null;
+        this._keyboard = null;
         this._touch = null;
         this._pressed = new Map();  // button to the client that holds it down
+        // Shell 46 never ends its start when devices come in the middle of it.
+        if (Main.layoutManager._startingUp)
+            this._started = Main.layoutManager.connect('startup-complete', () => this._make());
+        else
+            this._make();
+    }
+
+    _make() {
+        this._awaitStartNoMore();
+        if (this._pointer)
+            return;
+        this._pointer = this._seat.create_virtual_device(Clutter.InputDeviceType.POINTER_DEVICE);
+        this._keyboard = this._seat.create_virtual_device(Clutter.InputDeviceType.KEYBOARD_DEVICE);
+    }
+
+    _awaitStartNoMore() {
+        if (this._started)
+            Main.layoutManager.disconnect(this._started);
+        this._started = 0;
     }
 
     move(x, y) {
+        this._make();
         this._pointer.notify_absolute_motion(GLib.get_monotonic_time(), x, y);
     }
 
@@ -21,6 +41,7 @@ class Devices {
     button(client, button, down) {
         if (this._pressed.has(button) === down)
             return;
+        this._make();
         if (down)
             this._pressed.set(button, client);
         else
@@ -39,6 +60,7 @@ class Devices {
 
     // Presses and releases the key of an X keysym.
     type(keysym) {
+        this._make();
         this._keyboard.notify_keyval(GLib.get_monotonic_time(), keysym, Clutter.KeyState.PRESSED);
         this._keyboard.notify_keyval(GLib.get_monotonic_time(), keysym, Clutter.KeyState.RELEASED);
     }
@@ -75,6 +97,7 @@ class Devices {
     }
 
     destroy() {
+        this._awaitStartNoMore();
         this.release();
         this._endTouch();
         this._pointer = null;
