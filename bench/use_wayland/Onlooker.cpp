@@ -4,6 +4,7 @@
 #include <wayland-client.h>
 #include <xdg-shell-client-protocol.h>
 
+#include <limits>
 #include <stdexcept>
 
 namespace jumplark::bench {
@@ -11,6 +12,7 @@ namespace jumplark::bench {
 struct Onlooker::Layer {
   Picture picture;
   wayland::Owned<wl_surface> surface;
+  wayland::Owned<wl_subsurface> part;  ///< of the client's window, where there are no layers
   std::unique_ptr<wayland::LayerSurface> role;
 };
 
@@ -91,19 +93,35 @@ void Onlooker::closeWindow() {
   }
 }
 
-std::unique_ptr<Onlooker::Layer> Onlooker::showLayer(const Rect& place, bool takesKeyboard) {
+std::unique_ptr<Onlooker::Layer> Onlooker::showLayer(const Rect& place, Purpose purpose, int windowX, int windowY) {
+  constexpr uint32_t kColours[] = {0xFFFFFFFF, 0, 0x80404080};
   std::unique_ptr<Layer> layer(
       new Layer{{globals_->shm(), static_cast<int>(place.width), static_cast<int>(place.height), WL_SHM_FORMAT_ARGB8888,
-                 takesKeyboard ? 0xFFFFFFFFU : 0U},
+                 kColours[static_cast<size_t>(purpose)]},
                 wayland::Owned<wl_surface>(wl_compositor_create_surface(globals_->compositor())),
+                {},
                 nullptr});
-  bool isConfigured = false;
-  layer->role = std::make_unique<wayland::LayerSurface>(
-      *globals_, *globals_->outputAt({0, 0}), layer->surface.get(),
-      wayland::LayerSurface::Options{.place = place, .takesKeyboard = takesKeyboard},
-      wayland::LayerSurface::Events{[&] { isConfigured = true; }, [] {}});
-  connection_.until(Clock::now(), [&] { return isConfigured; });
+  if (purpose == Purpose::nothing) {
+    const wayland::Owned<wl_region> empty(wl_compositor_create_region(globals_->compositor()));
+    wl_surface_set_input_region(layer->surface.get(), empty.get());
+  }
+  if (globals_->layerShell() == nullptr) {
+    layer->part.reset(wl_subcompositor_get_subsurface(globals_->subcompositor(), layer->surface.get(), window_.get()));
+    wl_subsurface_set_desync(layer->part.get());
+    wl_subsurface_set_position(layer->part.get(), static_cast<int>(place.x) - windowX,
+                               static_cast<int>(place.y) - windowY);
+    wl_surface_commit(window_.get());
+  } else {
+    bool isConfigured = false;
+    layer->role = std::make_unique<wayland::LayerSurface>(
+        *globals_, *globals_->outputAt({0, 0}), layer->surface.get(),
+        wayland::LayerSurface::Options{.place = place, .takesKeyboard = purpose == Purpose::keyboard},
+        wayland::LayerSurface::Events{[&] { isConfigured = true; }, [] {}});
+    connection_.until(Clock::now(), [&] { return isConfigured; });
+  }
   wl_surface_attach(layer->surface.get(), layer->picture.buffer(), 0, 0);
+  wl_surface_damage(layer->surface.get(), 0, 0, std::numeric_limits<int32_t>::max(),
+                    std::numeric_limits<int32_t>::max());
   wl_surface_commit(layer->surface.get());
   connection_.flush();
   return layer;
@@ -118,12 +136,18 @@ double Onlooker::plainSurface() {
     closeWindow();
     return time;
   }
-  const auto layer = showLayer({100, 100, 440, 54}, true);
+  const auto layer = showLayer({100, 100, 440, 54}, Purpose::keyboard);
   return connection_.until(start, [this] { return hasKeyboard_; });
 }
 
+double Onlooker::plainOverlay(int x, int y, const std::function<bool()>& shows) {
+  const auto start = Clock::now();
+  const auto layer = showLayer(globals_->outputAt({0, 0})->facts().frame, Purpose::nothing, x, y);
+  return connection_.until(start, shows);
+}
+
 void Onlooker::cover() {
-  cover_ = showLayer(globals_->outputAt({0, 0})->facts().frame, false);
+  cover_ = showLayer(globals_->outputAt({0, 0})->facts().frame, Purpose::clicks);
   connection_.roundtrip();
   buttonIsDown_ = false;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,6 +31,10 @@ class Onlooker {
   /// Milliseconds until a plain layer surface, or an ordinary window where there is no such surface, has the keyboard.
   double plainSurface();
 
+  /// Milliseconds until `shows` tells that a translucent surface over the whole output shows. Where there are no layers
+  /// it belongs to the client's window, which must be open, and whose corner that is.
+  double plainOverlay(int x, int y, const std::function<bool()>& shows);
+
   /// From then on clicks go to this client and not to what lies below. Only with layers.
   void cover();
   void uncover();
@@ -39,7 +44,8 @@ class Onlooker {
   struct Listeners;
   struct Layer;
 
-  std::unique_ptr<Layer> showLayer(const Rect& place, bool takesKeyboard);
+  enum class Purpose : uint8_t { keyboard, clicks, nothing };
+  std::unique_ptr<Layer> showLayer(const Rect& place, Purpose purpose, int windowX = 0, int windowY = 0);
 
   Connection& connection_;
   std::unique_ptr<wayland::SurfaceGlobals> globals_;

@@ -34,6 +34,20 @@ struct Change {
   uint32_t after[2] = {0, 0};
 };
 
+/// When to look first for what a key changes, in milliseconds after the key. A compositor draws nothing else while it
+/// takes a picture, so that looking all the time delays what is looked for: the first look moves to where it comes too
+/// early as often as not.
+class FirstLook {
+ public:
+  explicit FirstLook(double time) : time_(time) {}
+  double time() const { return time_; }
+  void tell(bool wasEnough) { time_ = std::max(0.0, time_ + (wasEnough ? -kStep : kStep)); }
+
+ private:
+  static constexpr double kStep = 4;
+  double time_;
+};
+
 std::unique_ptr<Seat> seatOf(WindowManager compositor, Connection& connection, const desktop::Environment& session) {
   switch (compositor) {
     case WindowManager::kwin:
@@ -105,19 +119,25 @@ class Stage {
     }
     pressShortcut();
     pause(1500);  // the tree has been read
-    const double time = connection_.until(press({kB}), [this] { return shows(*boxes_, boxes_->after); });
+    const double time = untilShows(press({kB}), *boxes_, boxes_->after, forBoxes_);
     close();
     return time;
   }
 
-  /// What looking costs by itself: a compositor takes pictures with its frames, and this one is part of the times of
-  /// boxes.
-  double picture() {
-    const auto begun = Clock::now();
-    return connection_.until(begun, [this] {
-      seat_->pixels({boxes_->place[0], boxes_->place[1]});
-      return true;
-    });
+  /// What a compositor needs to show a surface over the whole screen, and a picture of it, by itself: part of the times
+  /// of boxes.
+  double plainOverlay() {
+    const std::vector<Area> middle{{kWidth / 2, kHeight / 2}};
+    onlooker_.openWindow();
+    pause(500);
+    const auto window = session_->waitForWindowOf(getpid()).rect;
+    const auto before = seat_->pixels(middle);
+    pause(200);
+    const double time = onlooker_.plainOverlay(window.x, window.y, [&] { return seat_->pixels(middle) != before; });
+    onlooker_.closeWindow();
+    session_->activate(target_.id);
+    pause(300);
+    return time;
   }
 
   /// To and fro between the best match and the next one, with all boxes on the screen.
@@ -128,9 +148,9 @@ class Stage {
     press({kB});
     pause(kBeforeBubble);
     auto times = repeat(runs, [this] {
-      const double there = connection_.until(press({kTab}), [this] { return shows(*next_, next_->after); });
+      const double there = untilShows(press({kTab}), *next_, next_->after, forNext_);
       pause(300);
-      const double back = connection_.until(press({kShift, kTab}), [this] { return shows(*next_, next_->before); });
+      const double back = untilShows(press({kShift, kTab}), *next_, next_->before, forNext_);
       pause(300);
       return std::max(there, back);
     });
@@ -232,6 +252,17 @@ class Stage {
     const auto now = seat_->pixels({change.place[0], change.place[1]});
     return now[0].at(0) == colours[0] && now[1].at(0) == colours[1];
   }
+  /// Until a picture that shows them is there.
+  double untilShows(Clock::time_point pressed, const Change& change, const uint32_t (&colours)[2], FirstLook& first) {
+    connection_.until(pressed, [&] { return millisecondsSince(pressed) >= first.time(); });
+    int looks = 0;
+    const double time = connection_.until(pressed, [&] {
+      ++looks;
+      return shows(change, colours);
+    });
+    first.tell(looks == 1);
+    return time;
+  }
   size_t enumerations() { return countOf(program_.process().out(), "enumeration:"); }
 
   WindowManager compositor_;
@@ -244,6 +275,8 @@ class Stage {
   RunningProgram program_;
   std::optional<Change> boxes_;
   std::optional<Change> next_;
+  FirstLook forBoxes_{115};
+  FirstLook forNext_{15};
 };
 
 /// What is expected of a compositor, and what is its own.
@@ -276,7 +309,7 @@ void measureAll(const Setting& setting, int runs) {
   Stage stage(setting.compositor, {JUMPLARK_MANY_WIDGETS_GTK, "3"});
   const double baseline = median(repeat(runs, [&] { return stage.plainSurface(); }));
   print({"letter to boxes, 1,000 elements", 120, 200, repeat(runs, [&] { return stage.letterToBoxes(); })}, baseline);
-  print({"of that, a picture by itself", 0, 0, repeat(runs, [&] { return stage.picture(); })}, baseline);
+  print({"plain overlay to its picture", 0, 0, repeat(runs, [&] { return stage.plainOverlay(); })}, baseline);
   print({"Tab to the next box, 1,000 elements", 33, 100, stage.tabToNextBox(runs)}, baseline);
   print({"Return to button down, 1,000 elements", 162, 212,
          repeat(runs, [&] { return stage.canBeCovered() ? stage.returnToClick() : stage.returnToPress(); })},
