@@ -13,7 +13,7 @@ build=(g++ cmake ninja-build pkg-config ccache libicu-dev libxml2-dev nlohmann-j
 run=(xvfb xfwm4 dbus-daemon dbus-bin at-spi2-core x11-utils x11-xserver-utils xdotool imagemagick gtk-3-examples
   adwaita-icon-theme fonts-dejavu-core)
 test=("${run[@]}" libgtest-dev libgmock-dev libbenchmark-dev libatspi2.0-dev openbox picom mousepad kcalc
-  gtk-4-examples gstreamer1.0-plugins-base gtk2.0-examples? chromium firefox-esr iproute2 openssl xfce4-panel yad
+  gtk-4-examples gstreamer1.0-plugins-base gtk2.0-examples? chromium? firefox-esr? iproute2 openssl xfce4-panel yad
   libreoffice-writer libreoffice-calc libreoffice-gtk3 default-jre ecj libatk-wrapper-java-jni
   qtbase5-dev python3-gi gir1.2-gtk-3.0 gir1.2-gtk-4.0
   sway kwin-wayland kwin-common weston grim xwayland qt6-wayland qtwayland5 gnome-shell gjs libglib2.0-bin
