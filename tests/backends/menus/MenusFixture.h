@@ -39,10 +39,12 @@ class MenusFixture : public SourceFixture {
   }
   FakeElement& item(const std::string& parent, const std::string& id, const std::string& name,
                     const std::string& key = "", uint32_t role = role::menuItem, uint64_t states = kEnabled) {
-    FakeElement& made = add(app.hasElement(parent + "_menu") ? parent + "_menu" : parent, id, role, name, states);
+    FakeElement made = element(role, name);
+    made.states = states;
     made.keys = key;
     made.actions = {"click"};
-    return made;
+    // Complete, since it may be asked for at once.
+    return app.add(app.hasElement(parent + "_menu") ? parent + "_menu" : parent, id, made.with("Action"));
   }
 
   menus::MenuRequest request(menus::TimePoint deadline = menus::later()) {

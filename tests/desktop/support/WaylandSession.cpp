@@ -36,7 +36,7 @@ Process& WaylandSession::start(const Arguments& arguments, const Environment& ex
   for (files::recursive_directory_iterator entry(folder(), error), end; !error && entry != end;
        entry.increment(error)) {
     // What vanishes meanwhile needs no owner.
-    static_cast<void>(lchown(entry->path().c_str(), owner.st_uid, owner.st_gid));
+    [[maybe_unused]] const int result = lchown(entry->path().c_str(), owner.st_uid, owner.st_gid);
   }
   return PrivateSession::start(arguments, extra);
 }

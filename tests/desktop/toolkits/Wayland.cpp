@@ -71,7 +71,7 @@ Preparation openingAnew(const Preparation& open, const Effect& isOpen) {
 std::map<std::string, std::vector<Step>> furtherSteps() {
   const Effect isListOpen = shows("menu item", "Turquoise");
   const Effect isSettingsThere = shows("menu item", "Settings");
-  const Effect areStylesOpen = shows("table cell", "Quotations");
+  const Effect areStylesOpen = shows("table cell", "Addressee");
   const Effect isSearchOpen = shows("check box", "Match case");
   return {{"Qt6", {{"medium", shows("radio button", "Medium", "checked"), {}, "Medium"}}},
           {"ChromiumAwake",
@@ -88,14 +88,16 @@ std::map<std::string, std::vector<Step>> furtherSteps() {
             {"find and replace", isSearchOpen, {}, "Find and Replace"},
             {"match case", shows("check box", "Match case", "checked"), {}, "Match case"},
             {"close", gone("Find"), {}, "Close"},
-            {"12 pt", holds("text", "12 pt", "focused"), {}, "12 pt"},
+            // Version 25.2 tells nothing of the fields in its tool bars.
+            {"12 pt", holds("text", "12 pt", "focused"), {}, "12 pt", holds("text", "12 pt")},
             {"heading 4", holds("text", "Heading 4"),
-             openingAnew(clicking("Button", "Paragraph Style"), shows("table cell", "Heading 4")), "Heading 4"},
-            {"quotations", shows("table cell", "Quotations", "selected"),
+             openingAnew(clicking("Button", "Paragraph Style"), shows("table cell", "Heading 4")), "Heading 4",
+             holds("text", "12 pt")},
+            {"addressee", shows("table cell", "Addressee", "selected"),
              openingAnew(
                  [=](Application& application) { areStylesOpen(application) ? void() : pressing("F11")(application); },
                  areStylesOpen),
-             "Quotations"}}}};
+             "Addressee"}}}};
 }
 
 void moveToTheOtherScreen(Application& application) {
