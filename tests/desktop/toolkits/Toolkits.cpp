@@ -1,6 +1,7 @@
 #include "desktop/toolkits/Toolkits.h"
 
 #include <regex>
+#include <thread>
 
 namespace jumplark::desktop {
 
@@ -62,6 +63,7 @@ void performWithKeys(const Step& step, Application& application) {
   // What is open when it is called is read in time or not at all, and a busy desktop may lose what is typed.
   constexpr int kAttempts = 6;
   constexpr auto kUntilRead = std::chrono::seconds(6);
+  constexpr auto kUntilClicked = std::chrono::milliseconds(400);
   RunningProgram& program = application.desktop().program();
   bool isTold = false;
   std::string told;
@@ -74,6 +76,10 @@ void performWithKeys(const Step& step, Application& application) {
     program.type(step.query);
     isTold = waitUntil([&] { return (told = program.description()).starts_with(step.told); }, kUntilRead);
     program.close(isTold ? "Return" : "Escape");
+    if (isTold && step.isTwice) {
+      std::this_thread::sleep_for(kUntilClicked);
+      program.key("Return");
+    }
     // So may a click in what has just opened again.
     const bool isSeen = step.before && step.effect;
     isDone = isTold && (!isSeen || waitUntil([&] { return step.effect(application); }, kUntilRead));

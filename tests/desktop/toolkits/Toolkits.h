@@ -37,7 +37,8 @@ struct Step {
   Effect effect;
   Preparation before = {};
   std::string told = "";
-  Effect applies = {};  ///< of a version for which it does not hold the step is left out
+  Effect applies = {};   ///< of a version for which it does not hold the step is left out
+  bool isTwice = false;  ///< Return once more, which makes the click a double one
 };
 void perform(const Step& step, Application& application);
 /// Switches the uppermost of several alike, which has both texts, and no other: one more than before is in that state

@@ -72,6 +72,10 @@ std::map<std::string, std::vector<Step>> furtherSteps() {
   const Effect isListOpen = shows("menu item", "Turquoise");
   const Effect isSettingsThere = shows("menu item", "Settings");
   const Effect areStylesOpen = shows("table cell", "Addressee");
+  const Effect isAddressed = [isChosen = shows("table cell", "Addressee", "selected"),
+                              isHeading = holds("text", "Heading 4")](Application& application) {
+    return isChosen(application) && !isHeading(application);
+  };
   const Effect isSearchOpen = shows("check box", "Match case");
   return {{"Qt6", {{"medium", shows("radio button", "Medium", "checked"), {}, "Medium"}}},
           {"ChromiumAwake",
@@ -93,11 +97,15 @@ std::map<std::string, std::vector<Step>> furtherSteps() {
             {"heading 4", holds("text", "Heading 4"),
              openingAnew(clicking("Button", "Paragraph Style"), shows("table cell", "Heading 4")), "Heading 4",
              holds("text", "12 pt")},
-            {"addressee", shows("table cell", "Addressee", "selected"),
+            // A row that is clicked once may lose its selection to the style of the text soon after.
+            {"addressee",
+             isAddressed,
              openingAnew(
                  [=](Application& application) { areStylesOpen(application) ? void() : pressing("F11")(application); },
                  areStylesOpen),
-             "Addressee"}}}};
+             "Addressee",
+             {},
+             true}}}};
 }
 
 void moveToTheOtherScreen(Application& application) {
