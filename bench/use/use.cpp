@@ -57,6 +57,7 @@ class Stage {
   double shortcutToTree() {
     const size_t before = enumerations();
     const double time = Onlooker::until(pressShortcut(), [&] { return enumerations() > before; });
+    pause(300);  // the application has drawn what the query's keyboard changed of it
     close();
     return time;
   }
@@ -109,7 +110,9 @@ class Stage {
   Clock::time_point pressShortcut() { return onlooker_.press({kSuper, kShift, kSpace}); }
   void close() {
     onlooker_.press({kEscape});
-    program_.waitUntilClosed();
+    if (!program_.waitUntilClosed()) {
+      throw std::runtime_error("Escape does not close the query");
+    }
     session_.activate(target_.id);
     pause(250);
   }

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <exception>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,8 @@ constexpr int kSuper = 125, kShift = 42, kSpace = 57, kEscape = 1, kReturn = 28,
 constexpr int kWidth = 1600, kHeight = 1000;
 /// Milliseconds: the boxes are there, and what describes the selected one is not yet.
 constexpr int kBeforeBubble = 700;
+/// Milliseconds: an Escape that comes before the query has the keyboard is the application's.
+constexpr int kUntilKeyboard = 300;
 
 /// What a key makes of the screen: two pixels that it changes, the first and the last.
 struct Change {
@@ -107,6 +110,7 @@ class Stage {
   double shortcutToTree() {
     const size_t before = enumerations();
     const double time = connection_.until(pressShortcut(), [&] { return enumerations() > before; });
+    pause(kUntilKeyboard);
     close();
     return time;
   }
@@ -201,7 +205,9 @@ class Stage {
   Clock::time_point pressShortcut() { return press({kSuper, kShift, kSpace}); }
   void close() {
     press({kEscape});
-    program_.waitUntilClosed();
+    if (!program_.waitUntilClosed()) {
+      throw std::runtime_error("Escape does not close the query");
+    }
     session_->activate(target_.id);
     pause(250);
   }
