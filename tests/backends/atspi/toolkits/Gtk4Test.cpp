@@ -87,6 +87,20 @@ TEST_F(Gtk4, callsItemsOfMenusAsLabelsSayThatAreNoChildren) {
   EXPECT_EQ(read("named")->name, "Style");
 }
 
+TEST_F(Gtk4, readsLabelsWithoutTheUnderscoresOfTheirMnemonics) {
+  put("frame", "first", role::label, "_Name").saying("Name");
+  put("frame", "later", role::label, "Full _Name").saying("Full Name");
+  put("frame", "own", role::label, "snake_case").saying("snake_case");
+  put("frame", "both", role::label, "__init").saying("_init");
+  put("frame", "other", role::label, "_Name").saying("Something else");
+  prepare();
+  EXPECT_EQ(read("first")->name, "Name");
+  EXPECT_EQ(read("later")->name, "Full Name");
+  EXPECT_EQ(read("own")->name, "snake_case");
+  EXPECT_EQ(read("both")->name, "_init");
+  EXPECT_EQ(read("other")->name, "_Name");
+}
+
 TEST_F(Gtk4, labelsNoControlByAPartOfIt) {
   put("frame", "caption", role::label, "Volume", {0, 0, 50, 20});
   put("frame", "volume", role::slider, "GtkScale", {60, 0, 50, 20}).labelledBy = {"caption", "picture"};

@@ -60,6 +60,12 @@ bool isPlainDecoration(uint32_t number) {
                        role::separator>(number);
 }
 
+/// True for a name that is that text but for the underscore of its mnemonic.
+bool hasMnemonicOf(const std::string& name, const std::string& text) {
+  const auto [ours, theirs] = std::ranges::mismatch(name, text);
+  return ours != name.end() && *ours == '_' && std::equal(ours + 1, name.end(), theirs, text.end());
+}
+
 /// True when the labels inside a control, joined, say what its name says, its mnemonic's underscore aside.
 bool isSameText(const std::string& controlName, const std::string& labels) {
   std::string name = controlName;
@@ -89,6 +95,7 @@ bool isOnlyDecorated(const CachedTree& cache, const CacheItem& control) {
 
 void Gtk4Tree::settle(const Elements& all) {
   nameMenuItems(all);
+  readMnemonics(all);
   placePages(all);
   hideUnreachable(all);
   // The innermost first, so that a button in a button is bare already when the outer one is looked at.
@@ -122,6 +129,21 @@ void Gtk4Tree::nameMenuItems(const Elements& all) {
   for (const auto& [item, label] : labels) {
     batch.add<std::string>(calls::text(*handleOf(label), 0, -1),
                            [item](std::string& text) { item->name += (item->name.empty() ? "" : " ") + text; });
+  }
+  batch.run(runner_, plan_.deadline);
+}
+
+void Gtk4Tree::readMnemonics(const Elements& all) {
+  TypedBatch batch;
+  for (const auto& element : all) {
+    if (element->role == role::label && element->is(state::showing) && element->name.find('_') != std::string::npos &&
+        (element->interfaces & interface_bit::text) != 0) {
+      batch.add<std::string>(calls::text(*handleOf(element->ref), 0, -1), [&element](std::string& text) {
+        if (hasMnemonicOf(element->name, text)) {
+          element->name = text;
+        }
+      });
+    }
   }
   batch.run(runner_, plan_.deadline);
 }

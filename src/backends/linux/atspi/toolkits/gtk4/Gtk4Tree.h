@@ -33,6 +33,8 @@ class Gtk4Tree {
 
   /// Later versions tell items of menus without a name; what labels them has the text, and is nobody's child.
   void nameMenuItems(const Elements& all);
+  /// GTK 4.14 tells the underscore of a mnemonic as part of a label's name, though the label's text is without it.
+  void readMnemonics(const Elements& all);
   void placePages(const Elements& all);
   std::vector<Rivals> rivalsIn(const Elements& all) const;
   void hideUnreachable(const Elements& all);
