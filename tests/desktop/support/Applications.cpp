@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
-#include <ranges>
 #include <sstream>
 #include <stdexcept>
 
@@ -30,12 +29,11 @@ std::vector<AccessibleElement> AccessibleApplication::elements() const {
 }
 
 std::optional<AccessibleElement> AccessibleApplication::find(const std::string& role, const std::string& name) const {
-  for (const AccessibleElement& element : elements() | std::views::reverse) {
-    if (element.role == role && element.name.starts_with(name)) {
-      return element;
-    }
-  }
-  return std::nullopt;
+  const std::vector<AccessibleElement> all = elements();
+  const auto last = std::find_if(all.rbegin(), all.rend(), [&](const AccessibleElement& element) {
+    return element.role == role && element.name.starts_with(name);
+  });
+  return last == all.rend() ? std::nullopt : std::optional(*last);
 }
 
 AccessibleElement AccessibleApplication::waitFor(const std::string& role, const std::string& name) const {

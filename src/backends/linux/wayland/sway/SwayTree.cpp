@@ -37,7 +37,8 @@ class Reader {
  public:
   Tree read(const nlohmann::json& root) {
     visit(root, false, 0);
-    std::ranges::stable_partition(tree_.windows, [](const WindowFacts& window) { return !window.hidden; });
+    std::stable_partition(tree_.windows.begin(), tree_.windows.end(),
+                          [](const WindowFacts& window) { return !window.hidden; });
     for (WindowFacts& window : tree_.windows) {
       const auto leader = leaders_.find(window.id.low);
       const auto found = leader == leaders_.end() ? byXid_.end() : byXid_.find(leader->second);

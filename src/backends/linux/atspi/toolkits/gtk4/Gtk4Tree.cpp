@@ -128,7 +128,7 @@ void Gtk4Tree::nameMenuItems(const Elements& all) {
   batch.run(runner_, plan_.deadline);
   for (const auto& [item, label] : labels) {
     batch.add<std::string>(calls::text(*handleOf(label), 0, -1),
-                           [item](std::string& text) { item->name += (item->name.empty() ? "" : " ") + text; });
+                           [item = item](std::string& text) { item->name += (item->name.empty() ? "" : " ") + text; });
   }
   batch.run(runner_, plan_.deadline);
 }
