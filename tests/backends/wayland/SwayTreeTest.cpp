@@ -33,13 +33,14 @@ json window(int id, const json& place, const json& more = json::object()) {
   return node;
 }
 
-json group(int id, const char* type, json tiled, json floating = json::array(), json focus = json::array()) {
+json group(int id, const char* type, const std::vector<json>& tiled, const std::vector<json>& floating = {},
+           const std::vector<int>& focus = {}) {
   return {{"id", id},
           {"type", type},
           {"name", "group " + std::to_string(id)},
-          {"nodes", std::move(tiled)},
-          {"floating_nodes", std::move(floating)},
-          {"focus", std::move(focus)}};
+          {"nodes", tiled},
+          {"floating_nodes", floating},
+          {"focus", focus}};
 }
 
 std::vector<uint64_t> idsOf(const Tree& tree) {
@@ -76,7 +77,7 @@ TEST(SwayTree, ordersWhatLiesOverOtherThingsFirstAndWhatDoesNotShowLast) {
       group(20, "workspace", {window(21, rect(0, 0, 9, 9)), window(22, rect(0, 0, 9, 9), {{"fullscreen_mode", 1}})});
   json away = group(30, "workspace", {}, {window(31, rect(0, 0, 9, 9), {{"type", "floating_con"}})});
   away["name"] = "__i3_scratch";
-  const json root = group(1, "root", {away, left, right}, json::array(), {20, 10, 30});
+  const json root = group(1, "root", {away, left, right}, {}, {20, 10, 30});
   EXPECT_THAT(idsOf(readTree(root)), ElementsAre(22, 21, 15, 14, 13, 12, 31));
 }
 
@@ -98,7 +99,7 @@ TEST(SwayTree, knowsTheWindowThatAnX11DialogBelongsTo) {
 TEST(SwayTree, leavesOutNonsense) {
   json deep = window(7, rect(0, 0, 9, 9));
   for (int i = 0; i < 1000; ++i) {
-    deep = group(100 + i, "con", json::array({std::move(deep)}));
+    deep = group(100 + i, "con", {std::move(deep)});
   }
   const json cases[] = {
       json(),
@@ -116,7 +117,7 @@ TEST(SwayTree, leavesOutNonsense) {
   for (const json& root : cases) {
     EXPECT_THAT(idsOf(readTree(root)), IsEmpty()) << root.dump().substr(0, 200);
   }
-  json many = json::array();
+  std::vector<json> many;
   for (int i = 1; i <= 20'000; ++i) {
     many.push_back(window(i, rect(0, 0, 9, 9)));
   }
