@@ -35,7 +35,9 @@ void matchesFunction(xmlXPathParserContext* parser, int argumentCount) {
   valuePush(parser, xmlXPathNewBoolean(matcher.find() ? 1 : 0));
 }
 
-void ignoreError(void* /*context*/, xmlError* /*error*/) {}
+/// The library's error, a const one since 2.12.
+template <typename Error>
+void ignoreError(void* /*context*/, Error* /*error*/) {}
 
 }  // namespace
 

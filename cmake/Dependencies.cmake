@@ -8,6 +8,10 @@ find_package(CLI11 REQUIRED)
 find_package(fmt REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(Qt6 REQUIRED COMPONENTS DBus Gui Widgets)
+# Found with Gui up to Qt 6.9, and only by itself since.
+if(NOT TARGET Qt6::GuiPrivate)
+  find_package(Qt6 REQUIRED COMPONENTS GuiPrivate)
+endif()
 find_package(CURL REQUIRED)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto SSL)
 

@@ -93,7 +93,9 @@ void matchesFunction(xmlXPathParserContext* parser, int argumentCount) {
   }
 }
 
-void noteError(void* evaluation, xmlError* error) {
+/// The library's error, a const one since 2.12.
+template <typename Error>
+void noteError(void* evaluation, Error* error) {
   auto& note = static_cast<Evaluation*>(evaluation)->error;
   if (note.empty() && error != nullptr) {
     // Errors of XPath come with a place, but without a text.
