@@ -163,8 +163,11 @@ class Transfer {
       return failure(error, problem_[0] != '\0' ? problem_.data() : curl_easy_strerror(code));
     }
     answer_.status = static_cast<int32_t>(status);
+    // Newer versions of the library tell of the header of an answer that redirects nowhere, too.
     const char* redirection = nullptr;
-    curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &redirection);
+    if (status / 100 == 3) {
+      curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &redirection);
+    }
     answer_.redirection = redirection != nullptr ? redirection : "";
     return std::move(answer_);
   }
