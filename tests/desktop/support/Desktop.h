@@ -86,10 +86,11 @@ class DemoProgram : public Application {
   explicit DemoProgram(Desktop& desktop, const std::string& page = "Form",
                        const Environment& extra = {{"QT_FATAL_WARNINGS", "1"},
                                                    // Newer ones also warn of questions that come while a list closes,
-                                                   // and of how GNOME takes the keyboard away.
+                                                   // of how GNOME takes the keyboard away, and of missing portals.
                                                    {"QT_LOGGING_RULES",
                                                     "qt.accessibility.atspi.warning=false;"
-                                                    "qt.qpa.wayland.textinput.warning=false"}});
+                                                    "qt.qpa.wayland.textinput.warning=false;"
+                                                    "qt.qpa.theme.gnome.warning=false"}});
 
   /// What is in its main window now, by its own account.
   std::vector<DemoPart> parts();

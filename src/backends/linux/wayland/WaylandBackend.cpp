@@ -98,7 +98,7 @@ void WaylandBackend::closeMenu(int time) {
 
 bool WaylandBackend::doMenusShow() {
   return std::ranges::any_of(windows().popupsFrontToBack(), isMenuWindow) ||
-         (isListTold_ && menuHooks_.isMenuOpen(false));
+         (isListTold_ && menuHooks_.isMenuOpen(compositor_->endsMenus()));
 }
 
 bool WaylandBackend::hasXMenus() {
@@ -115,7 +115,7 @@ bool WaylandBackend::menusWillClose() {
   }
   if (!doShow && !hasXMenus()) {
     // It closes by itself, with the keyboard gone.
-    isListTold_ = !compositor_->tellsPopups() && menuHooks_.menuWillClose(false);
+    isListTold_ = !compositor_->tellsPopups() && menuHooks_.menuWillClose(compositor_->endsMenus());
     return isListTold_;
   }
   menuHooks_.menuWillClose(true);

@@ -94,7 +94,7 @@ class WaylandBackend final : public DesktopBackend {
   MenuHooks menuHooks_;
   std::function<bool()> doXMenusShow_;
   bool isMenuTold_ = false;  ///< the one that closeMenu() closes
-  bool isListTold_ = false;  ///< one that leaves the keyboard alone, of which the compositor does not tell
+  bool isListTold_ = false;  ///< one that closes by itself, of which the compositor does not tell
 };
 
 }  // namespace jumplark

@@ -38,12 +38,18 @@ std::unique_ptr<SwayCompositor> SwayCompositor::open(pid_t compositor) {
   if (!version || integer(*version, "major", -1) < 0) {
     return nullptr;
   }
-  std::string name = fmt::format("sway {}.{}", integer(*version, "major", 0), integer(*version, "minor", 0));
-  return std::unique_ptr<SwayCompositor>(new SwayCompositor(std::move(ipc), std::move(name)));
+  const std::pair numbers(integer(*version, "major", 0), integer(*version, "minor", 0));
+  return std::unique_ptr<SwayCompositor>(new SwayCompositor(std::move(ipc), numbers));
 }
 
-SwayCompositor::SwayCompositor(std::shared_ptr<Ipc> ipc, std::string name)
-    : ipc_(std::move(ipc)), name_(std::move(name)), windows_(ipc_), inputSources_(ipc_), bindings_(ipc_) {}
+// Since 1.12 a pop-up's hold on the keyboard ends with the focus of its window.
+SwayCompositor::SwayCompositor(std::shared_ptr<Ipc> ipc, std::pair<int64_t, int64_t> version)
+    : ipc_(std::move(ipc)),
+      name_(fmt::format("sway {}.{}", version.first, version.second)),
+      endsMenus_(version >= std::pair<int64_t, int64_t>(1, 12)),
+      windows_(ipc_),
+      inputSources_(ipc_),
+      bindings_(ipc_) {}
 
 SwayCompositor::~SwayCompositor() = default;
 

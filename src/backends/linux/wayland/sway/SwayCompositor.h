@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "backends/linux/wayland/Compositor.h"
 #include "backends/linux/wayland/sway/SwayBindings.h"
@@ -21,6 +22,7 @@ class SwayCompositor final : public Compositor {
   std::string name() const override { return name_; }
   WindowSystem& windows() override { return windows_; }
   bool tellsPopups() const override { return false; }
+  bool endsMenus() const override { return endsMenus_; }
   void passOver(const std::string& title) override { windows_.passOver(title); }
   jumplark::InputSources& inputSources() override { return inputSources_; }
   Rect workAreaOf(const WaylandOutput& output) override;
@@ -30,13 +32,14 @@ class SwayCompositor final : public Compositor {
   Token onActiveApplicationChanged(std::function<void(int32_t pid)> callback) override;
 
  private:
-  SwayCompositor(std::shared_ptr<Ipc> ipc, std::string name);
+  SwayCompositor(std::shared_ptr<Ipc> ipc, std::pair<int64_t, int64_t> version);
   void listen();
   void handle(const Answer& event);
   void focusChanged(const nlohmann::json& event);
 
   std::shared_ptr<Ipc> ipc_;
   std::string name_;
+  bool endsMenus_;
   Windows windows_;
   InputSources inputSources_;
   Bindings bindings_;
