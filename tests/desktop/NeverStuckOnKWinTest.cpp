@@ -56,6 +56,9 @@ TEST_F(NeverStuckOnKWin, anEndedProgramLeavesKeyboardShortcutAndKWinToOthers) {
 TEST_F(NeverStuckOnKWin, theLayoutThatIsForcedWhileTheQueryIsOpenIsTheUsersAgainInWhateverWayThatEnds) {
   testing::writeFile(session.environment().at("XDG_CONFIG_HOME") + "/kxkbrc", "[Layout]\nLayoutList=us,de\nUse=true\n");
   session.run({"gdbus", "emit", "--session", "-o", "/Layouts", "-s", "org.kde.keyboard.reloadConfig"});
+  // Newer ones watch the file's own word instead.
+  session.run({"gdbus", "emit", "--session", "-o", "/kxkbrc", "-s", "org.kde.kconfig.notify.ConfigChanged",
+               "{'Layout': [b'LayoutList', b'Use']}"});
   const auto askLayouts = [&](const std::string& member, const std::string& argument = "") {
     Arguments question = {"gdbus",
                           "call",

@@ -16,10 +16,12 @@ same() {
 }
 
 help_of() { "$program" "$@" --help; }
-options_in() { grep -oE '^ +-[^ ]+' | tr ', ' '\n\n' | grep . || true; }
+options_in() { # Newer help sets a short and a long name apart.
+  sed -nE 's/^ +(-[A-Za-z]),? *(--[-a-z]+)?.*/\1 \2/p; t; s/^ +(--[-a-z]+).*/\1/p' | tr ' ' '\n' | grep . || true
+}
 own_options() { help_of "$@" | sed '/^TARGET/,$d' | options_in; }
 target_options() { help_of "$@" | sed -n '/^TARGET/,$p' | options_in; }
-commands=$(help_of | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\+\) .*/\1/p')
+commands=$(help_of | sed -n '/^Subcommands:/I,/^$/s/^  \([a-z]\+\) .*/\1/p')
 panes=$(help_of preferences | sed -n 's/^ *PANE TEXT *//p' | sed 's/,\| or / /g')
 [ "$(wc -w <<<"$commands")" -ge 7 ] && [ "$(wc -w <<<"$panes")" -ge 5 ] || { echo "--help is not understood" >&2; exit 1; }
 
