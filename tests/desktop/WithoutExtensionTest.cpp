@@ -67,5 +67,19 @@ TEST(WithoutExtension, whatAnswersInItsPlaceIsNamedInOneSentence) {
   }
 }
 
+TEST(WithoutExtension, aShellThatItIsNotMadeForIsNamed) {
+  Desktop desktop(WindowManager::gnome);
+  auto& session = dynamic_cast<GnomeSession&>(desktop.session);
+  session.setExtension(false);
+  // What the shell sets for an extension that does not name its version.
+  const Finished set =
+      session.run({"gdbus", "call", "--session", "-d", "org.gnome.Shell", "-o", "/org/gnome/Shell", "-m",
+                   "org.gnome.Shell.Eval", "Main.extensionManager.lookup('jumplark@brindlefox.com').state = 4"});
+  EXPECT_EQ(set.out, "(true, '4')\n") << set.err;
+  const Finished told = desktop.jumplark.run({"doctor"});
+  EXPECT_NE(told.out.find("is not made for this version of GNOME Shell"), std::string::npos) << told.out << told.err;
+  EXPECT_NE(told.out.find("Install a newer version of Jumplark."), std::string::npos) << told.out;
+}
+
 }  // namespace
 }  // namespace jumplark::desktop

@@ -16,6 +16,7 @@ constexpr uint64_t kPatience = std::chrono::microseconds(kFirstPatience).count()
 // The shell's numbers for what has become of an extension.
 constexpr int kOn = 1;
 constexpr int kOff = 2;
+constexpr int kOutOfDate = 4;
 constexpr int kLoaded = 6;
 
 struct MessageDeleter {
@@ -93,6 +94,8 @@ ExtensionState stateByShell(sd_bus* bus) {
     case kLoaded:
     case kOn:  // and about to answer
       return isLocked(bus) ? ExtensionState::locked : ExtensionState::off;
+    case kOutOfDate:
+      return ExtensionState::foreignShell;
     default:
       return ExtensionState::foreignVersion;
   }
@@ -143,6 +146,10 @@ ExtensionProblem problemOf(ExtensionState state) {
     case ExtensionState::foreignVersion:
       return {localized("The extension of Jumplark that GNOME Shell runs is of another version than this program."),
               localized("Log out and in again; if that does not help, install Jumplark anew.")};
+    case ExtensionState::foreignShell:
+      return {
+          localized("The extension of Jumplark is not made for this version of GNOME Shell, which does not run it."),
+          localized("Install a newer version of Jumplark.")};
     case ExtensionState::foreignProgram:
       return {
           localized("The extension of Jumplark that GNOME Shell runs does not answer this program, which is not the "

@@ -11,7 +11,8 @@ enum class ExtensionState {
   off,             ///< it is there and not switched on
   locked,          ///< the screen is locked, and while it is the shell has no extensions
   unknown,         ///< the shell has not seen it yet: it looks for new ones when a session begins
-  foreignVersion,  ///< it speaks of other things than this program, or is none for this shell
+  foreignVersion,  ///< it speaks of other things than this program
+  foreignShell,    ///< it is not made for this version of the shell, which does not run it
   foreignProgram,  ///< it belongs to another installation of this program
   silent           ///< the shell does not answer
 };
