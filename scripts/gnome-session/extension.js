@@ -4,7 +4,9 @@ const Main = imports.ui.main;
 
 class Seat {
     constructor() {
-        const seat = Clutter.get_default_backend().get_default_seat();
+        // Since 51 the stage alone knows.
+        const backend = Clutter.get_default_backend?.() ?? global.stage.get_context().get_backend();
+        const seat = backend.get_default_seat();
         this._pointer = seat.create_virtual_device(Clutter.InputDeviceType.POINTER_DEVICE);
         this._keyboard = seat.create_virtual_device(Clutter.InputDeviceType.KEYBOARD_DEVICE);
     }

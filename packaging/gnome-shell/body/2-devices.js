@@ -6,7 +6,9 @@ const TOUCH_MS = 300;
 /** A pointer and a keyboard of our own on the seat, made once: a seat without others forgets the first click. */
 class Devices {
     constructor() {
-        this._seat = Clutter.get_default_backend().get_default_seat();
+        // Since 51 the stage alone knows.
+        const backend = Clutter.get_default_backend?.() ?? global.stage.get_context().get_backend();
+        this._seat = backend.get_default_seat();
         this._pointer = null;
         this._keyboard = null;
         this._touch = null;
