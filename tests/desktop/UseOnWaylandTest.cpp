@@ -122,7 +122,8 @@ TEST_P(FormOnWayland, isCheckedFocusedOpenedAndChosenFrom) {
       waitUntil([&] { return count(job.in.opened) > times; }, std::chrono::seconds(4));
     };
     perform({job.query, {}, job.in.opener ? openAgain : Preparation(), job.told}, application);
-    ASSERT_TRUE(waitUntil([&] { return count(job.says) > before; })) << application.process().out();
+    ASSERT_TRUE(waitUntil([&] { return count(job.says) > before; }))
+        << application.process().out() << desktop.program().process().out() << desktop.program().process().err();
   }
 }
 
