@@ -45,8 +45,8 @@ class LayerPicture final : public ClickThroughWindow {
   QRect geometry_;
   double ratio_;
   SurfacePicture picture_;
-  bool shown_ = false;    ///< asked for
-  bool mapped_ = false;   ///< the surface has had a picture
+  bool shown_ = false;   ///< asked for
+  bool mapped_ = false;  ///< the surface has had a picture
   bool blank_ = false;
   bool waiting_ = false;  ///< for a buffer, to show what has changed
   wayland::Owned<wl_surface> surface_;
