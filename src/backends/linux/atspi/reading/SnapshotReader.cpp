@@ -52,6 +52,25 @@ ElementRef likelyFocusedFrame(const CachedTree& cache, const std::vector<Element
   return focusedFrame(matchFrames(frames, windows, toolkit), frames, !windows.empty());
 }
 
+/// When a window is taken for one of another screen while it is read.
+constexpr int kMostReadsAgain = 2;
+
+/// Whether the application takes one of the windows for one of another screen by now, so that the places that were read
+/// may count from different corners.
+bool countsFromElsewhere(CallRunner& runner, const SnapshotDraft& snapshot, TimePoint deadline) {
+  bool elsewhere = false;
+  TypedBatch batch;
+  for (const auto& [frame, window] : snapshot.frames) {
+    if (!window.knowsItsPlace) {
+      batch.add<Rect>(calls::extents(*handleOf(frame.element), snapshot.toolkit->coordinates()), [&](Rect& told) {
+        elsewhere = elsewhere || told.x != frame.reported.x || told.y != frame.reported.y;
+      });
+    }
+  }
+  batch.run(runner, deadline);
+  return elsewhere;
+}
+
 }  // namespace
 
 SnapshotReader::SnapshotReader(BusConnection& bus, ApplicationRegistry& registry)
@@ -103,13 +122,24 @@ struct SnapshotReader::Pass {
 
 SnapshotDraft SnapshotReader::read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
                                    const std::function<bool()>& cancelled) {
+  const TimePoint deadline = Clock::now() + kLimit;
+  auto snapshot = readOnce(runner, application, visibleOnly, cancelled, deadline);
+  for (int again = 0; again < kMostReadsAgain && snapshot.complete && snapshot.toolkit->countsFromItsScreen() &&
+                      countsFromElsewhere(runner, snapshot, deadline);
+       ++again) {
+    snapshot = readOnce(runner, application, visibleOnly, cancelled, deadline);
+  }
+  return snapshot;
+}
+
+SnapshotDraft SnapshotReader::readOnce(CallRunner& runner, const ElementRef& application, bool visibleOnly,
+                                       const std::function<bool()>& cancelled, TimePoint deadline) {
   const AtspiHandle* handle = handleOf(application);
   if (!handle) {
     return {};
   }
   const TimePoint started = Clock::now();
-  Pass pass{runner, *handle, cancelled, started + kLimit, {}, registry_.windowsOf(application), {}, {}, {},
-            {},     false,   {}};
+  Pass pass{runner, *handle, cancelled, deadline, {}, registry_.windowsOf(application), {}, {}, {}, {}, false, {}};
   bus_.forgive(handle->busName());
   pass.draft.application = application;
   pass.draft.visibleOnly = visibleOnly;

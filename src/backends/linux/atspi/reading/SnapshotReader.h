@@ -44,6 +44,8 @@ class SnapshotReader {
   void readRoots(Pass& pass);
   SnapshotDraft read(CallRunner& runner, const ElementRef& application, bool visibleOnly,
                      const std::function<bool()>& cancelled);
+  SnapshotDraft readOnce(CallRunner& runner, const ElementRef& application, bool visibleOnly,
+                         const std::function<bool()>& cancelled, TimePoint deadline);
   void rememberHidden(const SnapshotDraft& snapshot);
   void addOtherFrames(CallRunner& runner, SnapshotDraft& snapshot, const std::vector<ElementRef>& frames,
                       TimePoint deadline);

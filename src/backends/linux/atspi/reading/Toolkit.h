@@ -53,6 +53,9 @@ class Toolkit {
 
   /// Extents count from the window, whose place on the screen is not known to the application.
   virtual bool extentsAreWindowRelative() const { return false; }
+  /// Extents count from the corner of the screen on which an application believes its window that knows no place of its
+  /// own; it learns of another screen in its own time.
+  virtual bool countsFromItsScreen() const { return false; }
   /// What must be added to extents told inside this window to get points of the screen.
   virtual Point originIn(const WindowFacts& window, const Rect& reportedFrame) const;
   /// How places become points, from the sizes of a window and of its frame.

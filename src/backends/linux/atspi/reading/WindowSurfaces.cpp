@@ -117,6 +117,22 @@ std::optional<std::vector<MatchedFrame>> followWindows(const std::vector<Matched
   return followed;
 }
 
+void followCorners(CallRunner& runner, const Toolkit& toolkit, std::vector<MatchedFrame>& matched, TimePoint deadline) {
+  TypedBatch batch;
+  for (auto& one : matched) {
+    batch.add<Rect>(calls::extents(*handleOf(one.frame.element), toolkit.coordinates()), [&one](Rect& told) {
+      Rect& before = one.frame.reported;
+      if (told.x != before.x || told.y != before.y) {
+        one.window.surface.x += before.x - told.x;
+        one.window.surface.y += before.y - told.y;
+        one.window.tellsShadow = false;
+        before = told;
+      }
+    });
+  }
+  batch.run(runner, deadline);
+}
+
 void findSurfaces(CallRunner& runner, const Toolkit& toolkit, std::vector<MatchedFrame>& matched, TimePoint deadline) {
   for (auto& [frame, window] : matched) {
     const Rect seen = window.surface;

@@ -20,4 +20,7 @@ void findSurfaces(CallRunner& runner, const Toolkit& toolkit, std::vector<Matche
 std::optional<std::vector<MatchedFrame>> followWindows(const std::vector<MatchedFrame>& before,
                                                        const std::vector<WindowFacts>& now);
 
+/// Whatever corners the frames count from by now, asking each frame.
+void followCorners(CallRunner& runner, const Toolkit& toolkit, std::vector<MatchedFrame>& matched, TimePoint deadline);
+
 }  // namespace jumplark::atspi

@@ -248,7 +248,14 @@ std::vector<MatchedFrame> AtspiElementSource::framesNow(const ElementRef& applic
     return scope.known->frames;
   }
   auto followed = scope.placed ? followWindows(scope.placed->frames, registry_.windowsOf(application)) : std::nullopt;
-  return followed ? std::move(*followed) : frames(application).matched;
+  if (!followed) {
+    return frames(application).matched;
+  }
+  if (const Toolkit& toolkit = *scope.placed->toolkit; toolkit.countsFromItsScreen()) {
+    BudgetedCalls runner = within(bus_, scope);
+    followCorners(runner, toolkit, *followed, deadline());
+  }
+  return std::move(*followed);
 }
 
 MatchedFrames AtspiElementSource::frames(const ElementRef& application) {

@@ -11,6 +11,7 @@ class Qt : public Toolkit {
   static bool draws(const ToolkitFacts& facts) { return facts.name == "Qt"; }
 
   bool namesRolesAlike() const override { return true; }
+  bool countsFromItsScreen() const override { return true; }
   /// Counts from the client area, inside decorations that it may draw itself.
   Point originIn(const WindowFacts& window, const Rect& reportedFrame) const override;
   /// It compares a point with every child in a way that takes it a second with some thousands.
