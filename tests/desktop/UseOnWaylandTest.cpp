@@ -1,4 +1,7 @@
+#include <algorithm>
+
 #include "desktop/Use.h"
+#include "desktop/support/GnomeSession.h"
 #include "desktop/toolkits/Toolkits.h"
 
 namespace jumplark::desktop {
@@ -36,6 +39,34 @@ TEST_P(UseOnWayland, aTypedQueryBoxesAButtonAndReturnPressesIt) {
     use.session().press({"space"});
     return waitUntil([&] { return use.demo.process().countOfLine("clicked Apply") > 1; }, kBetweenKeys);
   }));
+}
+
+// Barriers of the shell lie there, which stop a pointer and open the overview when it pushes.
+TEST(UseOnGnome, pressesFromTheEdgesOfTheScreensToo) {
+  SessionOptions options = on(WindowManager::gnome);
+  options.monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}};
+  Use use(options);
+  auto& session = dynamic_cast<GnomeSession&>(use.session());
+  size_t times = 0;
+  const auto expectPressedFrom = [&](int x, int y) {
+    SCOPED_TRACE(::testing::Message() << x << ", " << y);
+    // Slowly, so that the pointer itself does not push.
+    session.pointTo(std::clamp(x, 5, Desktop::kWidth - 6), std::max(y, 5));
+    session.pointTo(x, y);
+    use.program.open();
+    use.program.query("apply");
+    use.close("Return");
+    ++times;
+    EXPECT_TRUE(waitUntil([&] { return use.demo.process().countOfLine("clicked Apply") == times; }));
+    EXPECT_TRUE(waitUntil([&] { return session.isFree("Return"); }));
+  };
+  for (const auto& [x, y] : {std::pair(0, 10), {10, 0}, {0, 500}, {Desktop::kWidth - 1, 3}}) {
+    expectPressedFrom(x, y);
+  }
+  // On the other side of the end of the panel.
+  session.moveActiveWindow(Desktop::kWidth + 10, 60);
+  ASSERT_TRUE(waitUntil([&] { return session.waitForWindowTitled("Demo").rect.x > Desktop::kWidth; }));
+  expectPressedFrom(Desktop::kWidth - 2, 3);
 }
 
 /// A list or menu that is opened with the pointer.

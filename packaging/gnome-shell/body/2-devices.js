@@ -3,6 +3,38 @@
 const TOUCH_SIZE = 4;
 const TOUCH_MS = 300;
 
+/**
+ * Where the pointer goes by on its way. The shell has barriers at the edges of screens, which hold up what crosses them
+ * aslant, even from where it lies on one, and take that push for the user's wish: a hot corner opens the overview.
+ */
+function stopsOnTheWay([x, y], [goalX, goalY]) {
+    const {monitors, primaryMonitor, panelBox} = Main.layoutManager;
+    const stops = [];
+    // Straight away from an edge first.
+    const within = (monitor, atX, atY) => atX >= monitor.x && atX < monitor.x + monitor.width &&
+        atY >= monitor.y && atY < monitor.y + monitor.height;
+    const monitor = monitors.find(one => within(one, x, y));
+    if (!monitor || Math.abs(goalX - x) + Math.abs(goalY - y) < 2)
+        return stops;
+    const inwards = (at, start, size) => at < start + 1 ? at + 1 : at >= start + size - 1 ? at - 1 : at;
+    const [freeX, freeY] = [inwards(x, monitor.x, monitor.width), inwards(y, monitor.y, monitor.height)];
+    if (freeX !== x)
+        stops.push([freeX, y]);
+    if (freeY !== y)
+        stops.push([freeX, freeY]);
+
+    // Below the end of the panel, not through it.
+    const end = primaryMonitor.x + primaryMonitor.width;
+    const bottom = panelBox.y + panelBox.height;
+    const crossing = freeY + (goalY - freeY) * (end - freeX) / (goalX - freeX);
+    const beyond = monitors.find(one => within(one, goalX, goalY));
+    if (monitor === primaryMonitor && goalX >= end && beyond && crossing >= panelBox.y && crossing <= bottom) {
+        const lane = Math.max(bottom, beyond.y) + 1;
+        stops.push([end - 1, lane], [end + 1, lane]);
+    }
+    return stops;
+}
+
 /** A pointer and a keyboard of our own on the seat, made once: a seat without others forgets the first click. */
 class Devices {
     constructor() {
@@ -35,6 +67,12 @@ class Devices {
     }
 
     move(x, y) {
+        for (const [stopX, stopY] of stopsOnTheWay(global.get_pointer(), [x, y]))
+            this._moveStraight(stopX, stopY);
+        this._moveStraight(x, y);
+    }
+
+    _moveStraight(x, y) {
         this._make();
         this._pointer.notify_absolute_motion(GLib.get_monotonic_time(), x, y);
     }
