@@ -124,29 +124,44 @@ std::vector<Form> forms() {
           {"Qt6Xwayland", {JUMPLARK_DEMO_QT6, "Form"}, "demo-qt6", qt, {{"QT_QPA_PLATFORM", "xcb"}}}};
 }
 
-class FormOnWayland : public ::testing::TestWithParam<std::tuple<WindowManager, Form>> {};
+std::vector<Form> formsOf(const std::vector<std::string>& names) {
+  std::vector<Form> chosen = forms();
+  std::erase_if(chosen, [&](const Form& form) { return std::ranges::find(names, form.name) == names.end(); });
+  return chosen;
+}
 
-/// What a query finds is used as by hand, by what the application prints.
-TEST_P(FormOnWayland, isCheckedFocusedOpenedAndChosenFrom) {
-  const auto& [compositor, form] = GetParam();
-  Desktop desktop(compositor);
-  Application application(desktop, {.command = form.command,
-                                    .busName = form.busName,
-                                    .title = "Demo",
-                                    .role = "frame",
-                                    .element = "Demo",
-                                    .environment = form.environment});
-  for (const Job& job : form.jobs) {
-    SCOPED_TRACE(job.query);
-    if (compositor == WindowManager::kwin && form.name == "Gtk3Xwayland" && job.isOfMenuBar) {
-      continue;  // KWin has no shortcuts while such a menu has the keyboard
+class FormOnWayland : public ::testing::TestWithParam<std::tuple<WindowManager, Form>> {
+ protected:
+  static Program program() {
+    const Form& form = std::get<Form>(GetParam());
+    return {.command = form.command,
+            .busName = form.busName,
+            .title = "Demo",
+            .role = "frame",
+            .element = "Demo",
+            .environment = form.environment};
+  }
+  /// What a query finds is used as by hand, by what the application prints.
+  static void expectUsed(Application& application) {
+    const auto& [compositor, form] = GetParam();
+    for (const Job& job : form.jobs) {
+      SCOPED_TRACE(job.query);
+      if (compositor == WindowManager::kwin && form.name == "Gtk3Xwayland" && job.isOfMenuBar) {
+        continue;  // KWin has no shortcuts while such a menu has the keyboard
+      }
+      ASSERT_NO_FATAL_FAILURE(expectUsed(application, job));
     }
+  }
+
+ private:
+  static void expectUsed(Application& application, const Job& job) {
+    RunningProgram& program = application.desktop().program();
     const auto count = [&](const std::string& line) { return application.process().linesBeginning(line).size(); };
     const size_t before = count(job.says);
     const auto openAgain = [&](Application& opened) {
       // As if it was not the first use.
-      desktop.program().open();
-      desktop.program().close("Escape");
+      program.open();
+      program.close("Escape");
       const size_t times = count(job.in.opened);
       clicking(job.in.role, job.in.opener)(opened);
       // Otherwise it was still open from the attempt before; the next one opens it.
@@ -154,8 +169,25 @@ TEST_P(FormOnWayland, isCheckedFocusedOpenedAndChosenFrom) {
     };
     perform({job.query, {}, job.in.opener ? openAgain : Preparation(), job.told}, application);
     ASSERT_TRUE(waitUntil([&] { return count(job.says) > before; }))
-        << application.process().out() << desktop.program().process().out() << desktop.program().process().err();
+        << application.process().out() << program.process().out() << program.process().err();
   }
+};
+
+TEST_P(FormOnWayland, isCheckedFocusedOpenedAndChosenFrom) {
+  Desktop desktop(std::get<WindowManager>(GetParam()));
+  Application application(desktop, program());
+  expectUsed(application);
+}
+
+class FormOnASecondScreen : public FormOnWayland {};
+
+TEST_P(FormOnASecondScreen, isUsedAsOnTheFirst) {
+  SessionOptions options = on(std::get<WindowManager>(GetParam()));
+  options.monitors = {{Desktop::kWidth, 0, Desktop::kWidth, Desktop::kHeight}};
+  Desktop desktop(options);
+  Application application(desktop, program());
+  moveToTheOtherScreen(application);
+  expectUsed(application);
 }
 
 constexpr const char* kNames[] = {"Sway", "KWin", "Gnome", "GnomeInPixels"};
@@ -166,13 +198,17 @@ INSTANTIATE_TEST_SUITE_P(Compositors, UseOnWayland,
                          [](const auto& info) { return std::string(kNames[info.index]); });
 
 constexpr WindowManager kCompositors[] = {WindowManager::sway, WindowManager::kwin, WindowManager::gnome};
+std::string nameOf(const ::testing::TestParamInfo<FormOnWayland::ParamType>& info) {
+  const auto& [compositor, form] = info.param;
+  return form.name + kNames[std::ranges::find(kCompositors, compositor) - kCompositors];
+}
+
 INSTANTIATE_TEST_SUITE_P(Compositors, FormOnWayland,
-                         ::testing::Combine(::testing::ValuesIn(kCompositors), ::testing::ValuesIn(forms())),
-                         [](const auto& info) {
-                           const auto compositor = std::get<0>(info.param);
-                           const auto* const found = std::ranges::find(kCompositors, compositor);
-                           return std::get<1>(info.param).name + kNames[found - kCompositors];
-                         });
+                         ::testing::Combine(::testing::ValuesIn(kCompositors), ::testing::ValuesIn(forms())), nameOf);
+INSTANTIATE_TEST_SUITE_P(Compositors, FormOnASecondScreen,
+                         ::testing::Combine(::testing::ValuesIn(kCompositors),
+                                            ::testing::ValuesIn(formsOf({"Qt6", "Gtk3", "Gtk4"}))),
+                         nameOf);
 
 }  // namespace
 }  // namespace jumplark::desktop

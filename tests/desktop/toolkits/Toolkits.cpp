@@ -186,4 +186,12 @@ void expectTheSameOffline(Application& application, const std::vector<std::strin
   }
 }
 
+void moveToTheOtherScreen(Application& application) {
+  PrivateSession& session = application.desktop().session;
+  session.moveActiveWindow(Desktop::kWidth + 40, 140);
+  EXPECT_TRUE(waitUntil([&] {
+    return session.hasWindow([&](const SessionWindow& window) { return window.rect.x >= Desktop::kWidth; });
+  }));
+}
+
 }  // namespace jumplark::desktop

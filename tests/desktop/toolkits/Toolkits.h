@@ -92,5 +92,7 @@ std::vector<Subject> webSubjects();
 std::vector<Subject> otherSubjects();
 /// Some of these and others, on a Wayland compositor.
 std::vector<Subject> waylandSubjects(WindowManager compositor);
+/// Moves the window in front to a further screen, on the right of the first.
+void moveToTheOtherScreen(Application& application);
 
 }  // namespace jumplark::desktop

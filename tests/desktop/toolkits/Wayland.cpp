@@ -108,14 +108,6 @@ std::map<std::string, std::vector<Step>> furtherSteps() {
              true}}}};
 }
 
-void moveToTheOtherScreen(Application& application) {
-  PrivateSession& session = application.desktop().session;
-  session.moveActiveWindow(Desktop::kWidth + 40, 140);
-  EXPECT_TRUE(waitUntil([&] {
-    return session.hasWindow([&](const SessionWindow& window) { return window.rect.x >= Desktop::kWidth; });
-  }));
-}
-
 Subject qt6() {
   return {.name = "Qt6",
           .program =
