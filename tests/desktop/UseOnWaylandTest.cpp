@@ -159,9 +159,6 @@ class FormOnWayland : public ::testing::TestWithParam<std::tuple<WindowManager, 
     const auto count = [&](const std::string& line) { return application.process().linesBeginning(line).size(); };
     const size_t before = count(job.says);
     const auto openAgain = [&](Application& opened) {
-      // As if it was not the first use.
-      program.open();
-      program.close("Escape");
       const size_t times = count(job.in.opened);
       clicking(job.in.role, job.in.opener)(opened);
       // Otherwise it was still open from the attempt before; the next one opens it.

@@ -58,9 +58,6 @@ Effect gone(const std::string& title) {
 /// Opens it, whatever has been open before, and waits for it.
 Preparation openingAnew(const Preparation& open, const Effect& isOpen) {
   return [=](Application& application) {
-    // As if it was not the first use.
-    application.desktop().program().open();
-    application.desktop().program().close("Escape");
     pressing("Escape")(application);
     open(application);
     EXPECT_TRUE(waitUntil([&] { return isOpen(application); }));
@@ -85,6 +82,9 @@ std::map<std::string, std::vector<Step>> furtherSteps() {
             {"turq", titled("Did Turquoise"), openingAnew(clicking("PopUpButton", "Colour"), isListOpen), "Turquoise"},
             {"settings", titled("Settings"), openingAnew(clicking("MenuButton", "Chromium"), isSettingsThere),
              "Settings"}}},
+          {"Firefox",
+           {{"turq", titled("Did Turquoise"), openingAnew(clicking("PopUpButton", "Crimson"), isListOpen), "Turquoise"},
+            {"plain button", titled("Did plain"), {}, "Plain Button"}}},
           {"Office",
            {{"tools", shows("menu item", "Word Count"), {}, "Tools"},
             {"word count", titled("Word Count"), pressing("Escape"), "Word Count"},
@@ -150,6 +150,9 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
   scaled.name = "ChromiumScaled";
   scaled.scale = 1.5;
   scaled.coloured.clear();
+  Subject firefox = chosen(webSubjects(), "Firefox", {});
+  const auto fox = firefox.program;
+  firefox.program = [fox](const PrivateSession& session) { return with(fox(session), {{"MOZ_ENABLE_WAYLAND", "1"}}); };
   Subject office = chosen(otherSubjects(), "Office", {"bold"});
   for (Shown& shown : office.shown) {
     // Later versions call them otherwise.
@@ -161,15 +164,16 @@ std::vector<Subject> waylandSubjects(WindowManager compositor) {
     // What another user's office has left there is not his.
     return with(writer(session), {}, {"-env:UNO_SHARED_PACKAGES_CACHE=file://" + session.folder() + "/packages"});
   };
-  std::vector<Subject> subjects = {gtk3,  x11,      gtk4,  chosen(otherSubjects(), "Qt5", {"7", "9"}),
-                                   qt6(), chromium, office};
+  std::vector<Subject> subjects = {gtk3,  x11,      gtk4,    chosen(otherSubjects(), "Qt5", {"7", "9"}),
+                                   qt6(), chromium, firefox, office};
   if (compositor != WindowManager::gnome) {
     subjects.push_back(scaled);  // there a scale of a session is whole
   }
   for (Subject& subject : subjects) {
     subject.windowManager = compositor;
     // The others' forms are used with keys on all of them.
-    if (compositor == WindowManager::sway || subject.name == "ChromiumAwake" || subject.name == "Office") {
+    const std::set<std::string> always = {"ChromiumAwake", "Firefox", "Office"};
+    if (compositor == WindowManager::sway || always.contains(subject.name)) {
       useKeys(subject, {{"increase", "Increase"},
                         {"7", "7"},
                         {"9", "9"},

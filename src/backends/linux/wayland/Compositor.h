@@ -29,8 +29,6 @@ class Compositor {
   /// "sway 1.7"
   virtual std::string name() const = 0;
   virtual WindowSystem& windows() = 0;
-  /// Its windows are told with their pop-ups.
-  virtual bool tellsPopups() const { return true; }
   /// A menu closes as soon as another window wants the keyboard. Else it keeps the keyboard until it is closed.
   virtual bool endsMenus() const { return false; }
   /// A window of this process of that title never counts as the one that the user works in.

@@ -115,7 +115,7 @@ bool WaylandBackend::menusWillClose() {
   }
   if (!doShow && !hasXMenus()) {
     // It closes by itself, with the keyboard gone.
-    isListTold_ = !compositor_->tellsPopups() && menuHooks_.menuWillClose(compositor_->endsMenus());
+    isListTold_ = menuHooks_.menuWillClose(compositor_->endsMenus());
     return isListTold_;
   }
   menuHooks_.menuWillClose(true);

@@ -38,6 +38,19 @@ ElementRef arrowAbove(const Snapshot& snapshot, Point list) {
   return nearest ? nearest->ref : ElementRef();
 }
 
+/// The button there; empty without one.
+ElementRef buttonAt(const Snapshot& snapshot, Point place) {
+  ElementRef found;
+  for (const ElementTree::Node& node : snapshot.tree.nodes()) {
+    const ElementFacts& one = *node.facts;
+    const bool isButton = role::isOneOf<role::pushButton, role::toggleButton>(one.role);
+    if (isButton && one.is(state::showing) && one.extents && one.extents->contains(place)) {
+      found = one.ref;
+    }
+  }
+  return found;
+}
+
 }  // namespace
 
 std::optional<WindowFacts> AtspiMenus::windowInFront() {
@@ -69,10 +82,14 @@ menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboa
 }
 
 bool AtspiMenus::mayHaveOpened(const WindowFacts& window, TimePoint deadline) {
+  const ElementRef application = elements_.knownApplication(window.pid);
+  if (!handleOf(application)) {
+    return false;
+  }
+  const Toolkit& toolkit = elements_.toolkitOf(application);
   // Who tells of places tells of pop-ups.
-  const ElementRef application = window.knowsItsPlace ? ElementRef() : elements_.knownApplication(window.pid);
-  return handleOf(application) &&
-         elements_.toolkitOf(application).mayHaveOpened(elements_.connection(), application, deadline);
+  return (!window.knowsItsPlace || toolkit.hidesLists()) &&
+         toolkit.mayHaveOpened(elements_.connection(), application, deadline);
 }
 
 std::vector<WindowFacts> AtspiMenus::popupsOf(const WindowFacts& window) {
@@ -109,6 +126,7 @@ MenuOpening AtspiMenus::openingOf(const std::vector<WindowFacts>& popups) {
   // Who has moved on to the command that he wanted has not left the menu.
   constexpr double kBeside = 30;
   MenuOpening opening;
+  opening.readAt = Clock::now();
   const auto pointer = hands_.pointer();
   for (const WindowFacts& popup : popups) {
     const Rect menu = popup.withoutShadow();
@@ -125,24 +143,30 @@ OpenMenus::Heads AtspiMenus::headsOf(MenuFacts& facts, const menus::MenuRequest&
     heads.popups.push_back(popup.surface);
   }
   const Toolkit& toolkit = elements_.toolkitOf(place.application);
+  const auto pointer = hands_.pointer();
+  if (heads.popups.empty() && handleOf(place.frame)) {
+    heads.boxOf = [this, &toolkit, frame = place.frame, deadline = request.deadline](const ElementRef& list) {
+      return toolkit.boxOf(elements_.connection(), frame, list, deadline);
+    };
+  }
   heads.tellsShowing = toolkit.tellsShowing();
   heads.actsWhenClosed = toolkit.actsInClosedMenus();
   if (!place.snapshot) {
+    heads.pointer = pointer;
     heads.bar = knownBar(request.window.id);
-    heads.bar = !heads.bar && handleOf(place.frame) ? findBar(facts, place.frame) : heads.bar;
+    if (handleOf(place.frame)) {
+      heads.bar = heads.bar ? heads.bar : findBar(facts, place.frame);
+      heads.openers = {toolkit.findOpener(elements_.connection(), place.frame, request.deadline)};
+    }
     return heads;
   }
   heads.bar = place.snapshot->menuBar;
-  const auto pointer = hands_.pointer();
+  heads.pointedAt = pointer ? buttonAt(*place.snapshot, *pointer) : ElementRef();
   for (const ElementTree::Node& node : place.snapshot->tree.nodes()) {
     const ElementFacts& element = *node.facts;
     const bool isBox = element.role == role::comboBox;
     std::vector<ElementRef>& kind = isBox ? heads.holders : heads.openers;
     const bool mayOpen = isBox || (element.is(state::hasPopup) && element.is(state::showing));
-    const bool isButton = role::isOneOf<role::pushButton, role::toggleButton>(element.role);
-    if (isButton && pointer && element.is(state::showing) && element.extents && element.extents->contains(*pointer)) {
-      heads.pointedAt = element.ref;
-    }
     if (mayOpen && kind.size() < kMostHolders) {
       kind.push_back(element.ref);
     }
@@ -256,10 +280,14 @@ MenuOutcome AtspiMenus::reopen(const AtspiMenuHandle& command) {
     act = [&](const AtspiMenuHandle& open) { return chooseOpen(open, deadline); };
   }
   AtspiMenuHandle wanted = command;
-  if (MenuOpening& opening = *wanted.opening; menu_role::isEntry(command.role) && !opening.holder && !opening.box) {
-    // Of a list that does not tell whose it is, and where nobody tells where the pointer is.
-    const SnapshotPointer last = lastSnapshot_(elements_.application(command.menus.pid));
-    opening.holder = last ? arrowAbove(*last, opening.place) : ElementRef();
+  MenuOpening& opening = *wanted.opening;
+  const SnapshotPointer last = lastSnapshot_(elements_.application(command.menus.pid));
+  if (last && !opening.holder && !opening.box) {
+    // By now it is known what there is.
+    opening.holder = opening.pressedAt ? buttonAt(*last, *opening.pressedAt) : ElementRef();
+    if (!opening.holder && menu_role::isEntry(command.role)) {
+      opening.holder = arrowAbove(*last, opening.place);
+    }
   }
   return MenuReopener(opener_, hands_, look, std::move(act)).choose(wanted, deadline);
 }

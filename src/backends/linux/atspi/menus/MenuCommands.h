@@ -17,6 +17,9 @@ struct MenuOpening {
   std::optional<Point> box;  ///< where the box shows whose list it is, if that is no element
   Point place;               ///< where the pointer opened it, if it did
   bool isByPointer = false;  ///< else a key may have opened it
+  /// Where the pointer was, if that tells what has opened it and nobody knew yet what is there.
+  std::optional<Point> pressedAt;
+  TimePoint readAt;                                    ///< when it was open
   std::shared_ptr<std::vector<std::string>> together;  ///< the names of all that was open with it; may be null
 };
 

@@ -108,6 +108,20 @@ std::vector<std::optional<MenuItemFacts>> MenuFacts::read(const std::vector<Elem
   return all;
 }
 
+std::vector<uint64_t> MenuFacts::states(const std::vector<ElementRef>& elements) {
+  std::vector<uint64_t> all(elements.size());
+  TypedBatch batch;
+  for (size_t i = 0; i < elements.size(); ++i) {
+    if (const AtspiHandle* handle = handleOf(elements[i])) {
+      batch.add<uint64_t>(
+          calls::states(*handle), [&one = all[i]](uint64_t& states) { one = states; },
+          [this](AccessibilityError error) { note(error); });
+    }
+  }
+  run(batch);
+  return all;
+}
+
 void MenuFacts::readChildren(std::vector<std::optional<MenuItemFacts>>& elements) {
   TypedBatch batch;
   for (std::optional<MenuItemFacts>& element : elements) {

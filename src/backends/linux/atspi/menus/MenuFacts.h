@@ -38,6 +38,8 @@ class MenuFacts {
 
   /// One entry an element, in order; none of one that has gone.
   std::vector<std::optional<MenuItemFacts>> read(const std::vector<ElementRef>& elements);
+  /// The states of each element; none of one that has gone.
+  std::vector<uint64_t> states(const std::vector<ElementRef>& elements);
   /// Up to `count` of the children that follow the first `begin` ones, as far as there are that many.
   std::vector<ElementRef> childrenFrom(const MenuItemFacts& element, size_t begin, size_t count);
   /// What each element says that it stands in; empty without one.

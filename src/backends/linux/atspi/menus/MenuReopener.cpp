@@ -11,6 +11,8 @@ namespace {
 constexpr auto kBetweenLooks = std::chrono::milliseconds(15);
 /// For a menu to open. On a busy machine they take their time.
 constexpr auto kPatience = std::chrono::milliseconds(800);
+/// Buttons may take a click that soon after the end of their menu for the one that has ended it: Chromium's for 100 ms.
+constexpr auto kUntilClickable = std::chrono::milliseconds(250);
 /// For a menu to close after a click.
 constexpr auto kUntilClosed = std::chrono::milliseconds(500);
 
@@ -27,6 +29,7 @@ MenuOutcome MenuReopener::choose(const AtspiMenuHandle& command, TimePoint deadl
   if (!opener_.bringForward(command.menus.window, deadline)) {
     return MenuOutcome::failed;
   }
+  std::this_thread::sleep_until(std::min(deadline, command.opening->readAt + kUntilClickable));
   const bool byPointer = command.opening->isByPointer;
   for (const bool pointer : {byPointer, !byPointer}) {
     if (!open(command, pointer)) {

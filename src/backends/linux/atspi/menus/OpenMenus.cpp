@@ -20,6 +20,8 @@ constexpr size_t kMostChildren = 400;
 constexpr size_t kMostNodes = 3000;
 /// So many of what stands in a menu tell whether it is open.
 constexpr size_t kFirstLook = 4;
+/// A window that has more keeps its closed menus among them.
+constexpr size_t kFewChildren = 12;
 /// Lists of combo boxes lie in windows that hold panels, and menus add a level without a title.
 constexpr int kMostRounds = 2 * menus::kDeepest;
 
@@ -61,7 +63,7 @@ void OpenMenus::readHeads() {
       if (heads_.tellsShowing || facts.is(state::expanded)) {
         addHead(Kind::holder, std::move(read[i]));
       }
-    } else if (i < 2 || shows(facts)) {
+    } else if (i == 0 || shows(facts)) {
       addHead(i == 0 ? Kind::application : i == 1 ? Kind::bar : Kind::container, std::move(read[i]));
     }
   }
@@ -158,6 +160,13 @@ std::vector<int> OpenMenus::readBelow(const std::vector<int>& level) {
   return added;
 }
 
+void OpenMenus::dropHidden(MenuItemFacts& above) {
+  const std::vector<uint64_t> states = facts_.states(above.children);
+  size_t child = 0;
+  std::erase_if(above.children, [&](const ElementRef&) { return !shows(states[child++]); });
+  above.childCount = static_cast<int32_t>(above.children.size());
+}
+
 std::vector<int> OpenMenus::readChildren(const std::vector<int>& level, size_t most) {
   std::vector<ElementRef> elements;
   std::vector<int> parents;
@@ -167,6 +176,9 @@ std::vector<int> OpenMenus::readChildren(const std::vector<int>& level, size_t m
     if (children.size() < most && above.hasMoreChildren()) {
       const auto others = facts_.childrenFrom(above, children.size(), most - children.size());
       children.insert(children.end(), others.begin(), others.end());
+    }
+    if (nodes_[static_cast<size_t>(parent)].kind == Kind::passage && children.size() > kFewChildren) {
+      dropHidden(above);
     }
     for (size_t i = 0; i < std::min(children.size(), most); ++i) {
       if (nodes_.size() + elements.size() < kMostNodes && seen_.insert(children[i]).second) {
@@ -268,7 +280,8 @@ void OpenMenus::findHolders() {
     if (holders[i] && (holders[i]->role == role::comboBox || isButton(holders[i]->role))) {
       const int above = nodes_[menus[i]].parent;
       const bool isOnlyAround = above >= 0 && nodes_[static_cast<size_t>(above)].facts.ref == holders[i]->ref;
-      nodes_[menus[i]].holder = isOnlyAround ? ElementRef() : holders[i]->ref;
+      const auto box = [&] { return heads_.boxOf ? heads_.boxOf(nodes_[menus[i]].facts.ref) : ElementRef(); };
+      nodes_[menus[i]].holder = isOnlyAround ? box() : holders[i]->ref;
       nodes_[menus[i]].isLoose = isOnlyAround;
     }
   }
@@ -339,8 +352,12 @@ ElementRef OpenMenus::holderOf(int node) const {
   if (holder || opener_) {
     return holder ? holder : opener_;
   }
+  return mayBeOfPointed(node) ? heads_.pointedAt : ElementRef();
+}
+
+bool OpenMenus::mayBeOfPointed(int node) const {
   const Node& item = nodes_[static_cast<size_t>(node)];
-  return item.isPanel || isEntry(item.facts.role) ? heads_.pointedAt : ElementRef();
+  return item.isPanel || isEntry(item.facts.role);
 }
 
 std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRequest& request,
@@ -382,6 +399,7 @@ std::vector<MenuCommand> OpenMenus::read(const Heads& heads, const menus::MenuRe
     handle->opening->together = together;
     handle->opening->holder = holderOf(found[i]);
     handle->opening->box = boxOf(found[i]);
+    handle->opening->pressedAt = mayBeOfPointed(found[i]) ? heads_.pointer : std::nullopt;
     commands.push_back(std::move(command));
   }
   return commands;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <optional>
 #include <unordered_set>
 #include <vector>
 
@@ -24,8 +26,11 @@ class OpenMenus {
     std::vector<ElementRef> unlisted = {};  ///< menus that are nobody's children
     std::vector<Rect> popups = {};          ///< windows in which something may be open
     ElementRef pointedAt = {};              ///< the button that the pointer is on: it may have opened a panel or a list
-    bool actsWhenClosed = true;             ///< see Toolkit
-    bool tellsShowing = true;  ///< false: what has shown once says that it is visible, and its opener is expanded
+    std::optional<Point> pointer = {};      ///< where that is, while no button is known
+    /// Whose a list is that does not tell, where no pop-up shows where it is; may be empty.
+    std::function<ElementRef(const ElementRef& list)> boxOf = {};
+    bool actsWhenClosed = true;  ///< see Toolkit
+    bool tellsShowing = true;    ///< false: what has shown once says that it is visible, and its opener is expanded
   };
   explicit OpenMenus(MenuFacts& facts) : facts_(facts) {}
 
@@ -66,9 +71,12 @@ class OpenMenus {
   void keepWhatLiesElsewhere(std::vector<int>& level);
   /// None for what is no part of an open menu.
   std::optional<Kind> kindBelow(const Node& above, const MenuItemFacts& child) const;
-  bool shows(const MenuItemFacts& facts) const {
-    return facts.is(heads_.tellsShowing ? state::showing : state::visible);
+  bool shows(uint64_t states) const {
+    return (states >> static_cast<unsigned>(heads_.tellsShowing ? state::showing : state::visible) & 1U) != 0;
   }
+  bool shows(const MenuItemFacts& facts) const { return shows(facts.states); }
+  /// Of many children, of which only those that show matter.
+  void dropHidden(MenuItemFacts& above);
   std::optional<Kind> kindBelowPassage(const Node& above, const MenuItemFacts& child) const;
   /// Submenus that stand beside the menu of the item that opened them are made part of that.
   void joinSubmenus();
@@ -77,6 +85,7 @@ class OpenMenus {
   std::vector<int> commandsBelow(int node) const;
   MenuEntry entryOf(int node) const;
   ElementRef holderOf(int node) const;
+  bool mayBeOfPointed(int node) const;
   /// Where to click for the list in which a node stands; none for those whose box is known.
   std::optional<Point> boxOf(int node) const;
 

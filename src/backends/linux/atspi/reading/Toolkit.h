@@ -121,8 +121,20 @@ class Toolkit {
                           TimePoint /*deadline*/) const {
     return {};
   }
+  /// The button of a window whose menu is open, of those that do not hold it; may be empty. Asked where no snapshot
+  /// tells of buttons.
+  virtual ElementRef findOpener(CallRunner& /*runner*/, const ElementRef& /*frame*/, TimePoint /*deadline*/) const {
+    return {};
+  }
+  /// Lists of boxes may be parts of its windows for a compositor, which then tells of no pop-up.
+  virtual bool hidesLists() const { return false; }
+  /// The box that has opened a list which does not tell whose it is; may be empty.
+  virtual ElementRef boxOf(CallRunner& /*runner*/, const ElementRef& /*frame*/, const ElementRef& /*list*/,
+                           TimePoint /*deadline*/) const {
+    return {};
+  }
   /// Whether something may be open that leaves the keyboard alone, such as the list of a box. Asked where nobody tells
-  /// of pop-ups, at each press of the shortcut: must be quick.
+  /// of all pop-ups, at each press of the shortcut: must be quick.
   virtual bool mayHaveOpened(CallRunner& /*runner*/, const ElementRef& /*application*/, TimePoint /*deadline*/) const {
     return false;
   }
@@ -132,6 +144,8 @@ class Toolkit {
   virtual bool keepsClosedMenusTrue() const { return true; }
   /// What is chosen in its combo boxes is told by a selection.
   virtual bool tellsChoices() const { return true; }
+  /// False for a box that must not be asked for it. All around it has been read.
+  virtual bool mayAskChoice(const ElementFacts& /*box*/, const ElementDraft& /*elements*/) const { return true; }
   /// True for a text in which links may stand that are no elements with a place.
   virtual bool mayHoldLinks(const ElementFacts& /*element*/) const { return false; }
   /// False where the question which character lies at a point of a text is never answered.

@@ -1,6 +1,7 @@
 #include "backends/linux/atspi/reading/TreeWalk.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
@@ -48,7 +49,11 @@ void TreeWalk::walk(const ElementRef& start, const ElementRef& parent) {
   plan_.toolkit->settle(runner_, plan_, elements_, all);
   ChoiceReader choices;
   if (plan_.toolkit->tellsChoices()) {
-    choices.begin(runner_, all, plan_.deadline);
+    Level asked;
+    std::ranges::copy_if(all, std::back_inserter(asked), [this](const std::shared_ptr<ElementFacts>& one) {
+      return plan_.toolkit->mayAskChoice(*one, elements_);
+    });
+    choices.begin(runner_, asked, plan_.deadline);
   }
   readFurther(all);
   choices.finish(runner_, plan_.deadline);

@@ -9,6 +9,12 @@ class Gecko final : public Toolkit {
  public:
   static bool draws(const ToolkitFacts& facts) { return facts.name == "Gecko"; }
 
+  /// GTK 3 shows lists of boxes in subsurfaces.
+  bool hidesLists() const override { return true; }
+  ElementRef boxOf(CallRunner& runner, const ElementRef& frame, const ElementRef& list,
+                   TimePoint deadline) const override;
+  bool mayHaveOpened(CallRunner& runner, const ElementRef& application, TimePoint deadline) const override;
+  bool mayAskChoice(const ElementFacts& box, const ElementDraft& elements) const override;
   bool actsInClosedMenus() const override { return false; }
 };
 

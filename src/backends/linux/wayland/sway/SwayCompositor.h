@@ -21,7 +21,6 @@ class SwayCompositor final : public Compositor {
 
   std::string name() const override { return name_; }
   WindowSystem& windows() override { return windows_; }
-  bool tellsPopups() const override { return false; }
   bool endsMenus() const override { return endsMenus_; }
   void passOver(const std::string& title) override { windows_.passOver(title); }
   jumplark::InputSources& inputSources() override { return inputSources_; }

@@ -35,6 +35,10 @@ bool isBrowserEngine(const std::string& program) {
   return !program.empty() && std::filesystem::exists(folder / "chrome_100_percent.pak", error);
 }
 
+constexpr uint64_t bit(int state) {
+  return uint64_t{1} << static_cast<unsigned>(state);
+}
+
 bool isPage(const ElementFacts& element) {
   return element.role == role::documentWeb;
 }
@@ -198,9 +202,15 @@ bool Chromium::mayHaveOpened(CallRunner& runner, const ElementRef& application, 
 Toolkit::Opened Chromium::findOpen(CallRunner& runner, const ElementRef& frame, const Snapshot* /*last*/,
                                    TimePoint deadline) const {
   constexpr int32_t kMost = 4;
-  const MatchRule rule{.states = uint64_t{1} << state::expanded, .roles = {role::comboBox}};
-  auto boxes = callOnce(runner, calls::matchingBelow(*handleOf(frame), rule, kMost), deadline);
-  return {{}, boxes.ok() ? std::move(boxes.value) : std::vector<ElementRef>()};
+  const MatchRule rule{.states = bit(state::expanded), .roles = {role::comboBox}};
+  return {{}, callOnce(runner, calls::matchingBelow(*handleOf(frame), rule, kMost), deadline).value};
+}
+
+ElementRef Chromium::findOpener(CallRunner& runner, const ElementRef& frame, TimePoint deadline) const {
+  // Its own buttons are checked while their menus are open.
+  const MatchRule rule{.states = bit(state::checked) | bit(state::hasPopup) | bit(state::showing), .roles = {}};
+  const auto found = callOnce(runner, calls::matchingBelow(*handleOf(frame), rule, 1), deadline).value;
+  return found.empty() ? ElementRef() : found.front();
 }
 
 std::string Chromium::adviceForSilent(int32_t pid, const Snapshot* snapshot) const {

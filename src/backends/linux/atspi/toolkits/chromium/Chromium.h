@@ -27,6 +27,7 @@ class Chromium final : public Toolkit {
   bool mayHaveOpened(CallRunner& runner, const ElementRef& application, TimePoint deadline) const override;
   /// The box of a page that has its list open.
   Opened findOpen(CallRunner& runner, const ElementRef& frame, const Snapshot* last, TimePoint deadline) const override;
+  ElementRef findOpener(CallRunner& runner, const ElementRef& frame, TimePoint deadline) const override;
   /// Which switch to start it with. Looks at the files beside the process's program.
   std::string adviceForSilent(int32_t pid, const Snapshot* snapshot) const override;
 
