@@ -7,6 +7,9 @@
 #include "backends/linux/atspi/bus/AtspiCalls.h"
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
+#include "backends/linux/atspi/reading/Corrections.h"
+#include "backends/linux/atspi/reading/Snapshot.h"
+#include "backends/linux/atspi/toolkits/EmptyPages.h"
 
 namespace jumplark::atspi {
 namespace {
@@ -17,7 +20,42 @@ bool areBeside(const Rect& box, const Rect& list) {
   return isNear(box.x, list.x) && (isNear(box.maxY(), list.y) || isNear(box.y, list.maxY()));
 }
 
+bool isDocument(const ElementFacts& element) {
+  return element.role == role::documentWeb || element.role == role::documentFrame;
+}
+
+/// A frame that shows for a page which is not there yet, or has no place yet, of those that are in no page themselves.
+/// Null when there is none.
+FactsPointer emptyPage(const ElementDraft& elements) {
+  const auto hasPlace = [&](const ElementRef& child) {
+    const ElementFacts* page = elements.find(child);
+    return page && page->extents;
+  };
+  for (const auto& [ref, element] : elements) {
+    if (element->role == role::internalFrame && element->is(state::showing) &&
+        std::ranges::none_of(element->children, hasPlace) && !elements.findAbove(*element, isDocument)) {
+      return element;
+    }
+  }
+  return nullptr;
+}
+
 }  // namespace
+
+bool Gecko::readWindow(SnapshotDraft& snapshot, const ElementRef& frame, CallRunner& runner,
+                       const WalkPlan& plan) const {
+  const TimePoint wakeDeadline = std::min(plan.deadline, Clock::now() + kLongestFilling);
+  const ElementDraft before = snapshot.elements;
+  for (;;) {
+    const bool isComplete = Toolkit::readWindow(snapshot, frame, runner, plan);
+    const FactsPointer page = plan.visibleOnly ? emptyPage(snapshot.elements) : nullptr;
+    if (!isComplete || !page || isKnownToBeBlank(page->ref, plan) || !fills(runner, *page, plan, wakeDeadline)) {
+      return isComplete;
+    }
+    snapshot.elements = before;
+    snapshot.texts.clear();
+  }
+}
 
 // Version 140 ends when the box around the open list of a box in a page is asked while the list closes.
 bool Gecko::mayAskChoice(const ElementFacts& box, const ElementDraft& elements) const {

@@ -9,6 +9,9 @@ class Gecko final : public Toolkit {
  public:
   static bool draws(const ToolkitFacts& facts) { return facts.name == "Gecko"; }
 
+  /// Waits for a page that is still empty: once for each page, and for less than a second.
+  bool readWindow(SnapshotDraft& snapshot, const ElementRef& frame, CallRunner& runner,
+                  const WalkPlan& plan) const override;
   /// GTK 3 shows lists of boxes in subsurfaces.
   bool hidesLists() const override { return true; }
   ElementRef boxOf(CallRunner& runner, const ElementRef& frame, const ElementRef& list,

@@ -11,17 +11,13 @@
 #include "backends/linux/atspi/bus/TypedBatch.h"
 #include "backends/linux/atspi/element/Roles.h"
 #include "backends/linux/atspi/reading/Corrections.h"
-#include "backends/linux/atspi/reading/Experience.h"
 #include "backends/linux/atspi/reading/Snapshot.h"
+#include "backends/linux/atspi/toolkits/EmptyPages.h"
 #include "backends/linux/atspi/toolkits/chromium/ChromiumWalk.h"
 #include "platform/Texts.h"
 
 namespace jumplark::atspi {
 namespace {
-
-constexpr auto kWakeLimit = std::chrono::milliseconds(900);
-constexpr auto kPause = std::chrono::milliseconds(15);
-constexpr size_t kMostBlankPages = 1000;
 
 std::string programOf(int32_t pid) {
   std::error_code error;
@@ -70,11 +66,6 @@ double pixelsInAPoint(const ElementDraft& elements, Point corner) {
     }
   }
   return 1;
-}
-
-bool isKnownToBeBlank(const ElementRef& page, const WalkPlan& plan) {
-  return plan.experiences->of(handleOf(page)->busName(),
-                              [&](const Experience& known) { return known.blankPages.contains(page); });
 }
 
 bool showsContent(const Snapshot& snapshot) {
@@ -133,7 +124,7 @@ bool Chromium::readWindow(SnapshotDraft& snapshot, const ElementRef& frame, Call
   if (!plan.visibleOnly) {
     return Toolkit::readWindow(snapshot, frame, runner, plan);
   }
-  const TimePoint wakeDeadline = std::min(plan.deadline, Clock::now() + kWakeLimit);
+  const TimePoint wakeDeadline = std::min(plan.deadline, Clock::now() + kLongestFilling);
   callOnce(runner, calls::attributes(*handleOf(frame)), wakeDeadline);
   const ElementDraft before = snapshot.elements;
   for (;;) {
@@ -146,32 +137,6 @@ bool Chromium::readWindow(SnapshotDraft& snapshot, const ElementRef& frame, Call
     snapshot.elements = before;
     snapshot.texts.clear();
   }
-}
-
-bool Chromium::fills(CallRunner& runner, const ElementFacts& page, const WalkPlan& plan, TimePoint deadline) {
-  while (Clock::now() < deadline && !(plan.cancelled && plan.cancelled())) {
-    TypedBatch batch;
-    // The page that fills may be another object, which takes the place of this one.
-    bool changed = false;
-    batch.add<int32_t>(
-        calls::childCount(*handleOf(page.ref)), [&](int32_t& count) { changed = changed || count > 0; },
-        [&](AccessibilityError) { changed = true; });
-    batch.add<std::vector<ElementRef>>(calls::children(*handleOf(page.parent)), [&](std::vector<ElementRef>& children) {
-      changed = changed || std::find(children.begin(), children.end(), page.ref) == children.end();
-    });
-    batch.run(runner, deadline);
-    if (changed) {
-      return true;
-    }
-    std::this_thread::sleep_for(kPause);
-  }
-  plan.experiences->of(handleOf(page.ref)->busName(), [&](Experience& known) {
-    if (known.blankPages.size() >= kMostBlankPages) {
-      known.blankPages.clear();
-    }
-    known.blankPages.insert(page.ref);
-  });
-  return false;
 }
 
 bool Chromium::mayHaveOpened(CallRunner& runner, const ElementRef& application, TimePoint deadline) const {

@@ -30,9 +30,6 @@ class Chromium final : public Toolkit {
   ElementRef findOpener(CallRunner& runner, const ElementRef& frame, TimePoint deadline) const override;
   /// Which switch to start it with. Looks at the files beside the process's program.
   std::string adviceForSilent(int32_t pid, const Snapshot* snapshot) const override;
-
- private:
-  static bool fills(CallRunner& runner, const ElementFacts& page, const WalkPlan& plan, TimePoint deadline);
 };
 
 }  // namespace jumplark::atspi
