@@ -82,14 +82,10 @@ menus::OpenCommands::Told AtspiMenus::readOpen(TimePoint deadline, bool isKeyboa
 }
 
 bool AtspiMenus::mayHaveOpened(const WindowFacts& window, TimePoint deadline) {
-  const ElementRef application = elements_.knownApplication(window.pid);
-  if (!handleOf(application)) {
-    return false;
-  }
-  const Toolkit& toolkit = elements_.toolkitOf(application);
-  // Who tells of places tells of pop-ups.
-  return (!window.knowsItsPlace || toolkit.hidesLists()) &&
-         toolkit.mayHaveOpened(elements_.connection(), application, deadline);
+  // An X server tells of all pop-ups, a compositor not of those that are parts of a window.
+  const ElementRef application = window.knowsItsPlace ? ElementRef() : elements_.knownApplication(window.pid);
+  return handleOf(application) &&
+         elements_.toolkitOf(application).mayHaveOpened(elements_.connection(), application, deadline);
 }
 
 std::vector<WindowFacts> AtspiMenus::popupsOf(const WindowFacts& window) {

@@ -126,8 +126,6 @@ class Toolkit {
   virtual ElementRef findOpener(CallRunner& /*runner*/, const ElementRef& /*frame*/, TimePoint /*deadline*/) const {
     return {};
   }
-  /// Lists of boxes may be parts of its windows for a compositor, which then tells of no pop-up.
-  virtual bool hidesLists() const { return false; }
   /// The box that has opened a list which does not tell whose it is; may be empty.
   virtual ElementRef boxOf(CallRunner& /*runner*/, const ElementRef& /*frame*/, const ElementRef& /*list*/,
                            TimePoint /*deadline*/) const {
